@@ -1,0 +1,24 @@
+// Whole lines for the console: progress on standard output, errors on standard error.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+// Writes the line and its end in one call and flushes, so that lines of several threads never mix and the last
+// line before a fault is not lost. Any thread; must not be called from a signal handler. A stream that cannot
+// be written to loses the line; nothing else depends on it.
+inline void PrintLine(std::FILE* stream, std::string_view line) {
+  std::string whole;
+  whole.reserve(line.size() + 1);
+  whole.append(line).push_back('\n');
+  std::fwrite(whole.data(), 1, whole.size(), stream);
+  std::fflush(stream);
+}
+
+inline void PrintOut(std::string_view line) {
+  PrintLine(stdout, line);
+}
+inline void PrintErr(std::string_view line) {
+  PrintLine(stderr, line);
+}
