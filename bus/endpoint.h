@@ -1,0 +1,35 @@
+// A station on the bus: a kernel CAN interface, or a client of a socketcand server such as the unit's local
+// bus.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "bus/can_frame.h"
+
+namespace bus {
+
+// One station. One thread sends and one thread receives, at the same time if need be.
+class Endpoint {
+ public:
+  enum class Result { kOk, kTimeout, kDown };
+
+  virtual ~Endpoint() = default;
+  // Puts a frame on the bus, waiting at most `timeout_ms` for room. kDown: the bus is gone, down or off for
+  // now.
+  virtual Result Send(const frame_t& frame, int timeout_ms) = 0;
+  // Waits at most `timeout_ms` (-1: for ever) for the next data frame, its own excepted. Stamps it.
+  virtual Result Receive(frame_t& frame, int timeout_ms) = 0;
+  // Makes a blocked Receive return kTimeout. Any thread.
+  virtual void Interrupt() = 0;
+  // What the last kDown was, for a person: "vcan0: interface is down".
+  virtual std::string Problem() const = 0;
+};
+
+// Opens a station by its description: "socketcan:IFACE", "socketcand:HOST:PORT" (bus "can0"), or "local", which
+// is the unit of this runtime directory (its socketcand address stands in the file socketcand.address there,
+// else 127.0.0.1:29536). Throws std::runtime_error saying what is wrong and what to do.
+std::unique_ptr<Endpoint> OpenEndpoint(const std::string& description);
+
+}  // namespace bus

@@ -1,0 +1,20 @@
+# Warnings, sanitizers and what this target system can build.
+
+add_library(orvik_options INTERFACE)
+target_compile_options(orvik_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Werror)
+if(ORVIK_SANITIZE)
+  add_compile_options(-fsanitize=${ORVIK_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${ORVIK_SANITIZE})
+endif()
+if(ORVIK_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+find_package(Threads REQUIRED)
+
+# The unit's services and the host are Linux programs with libraries of their own; a cross build makes the application.
+set(ORVIK_HAS_UNIT OFF)
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND NOT CMAKE_CROSSCOMPILING)
+  set(ORVIK_HAS_UNIT ON)
+endif()

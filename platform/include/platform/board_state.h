@@ -1,0 +1,60 @@
+// The emulated board of the Linux side: registers, keys, beeper and backlight in one small shared object.
+//
+// The board service makes and owns the object; the application's device calls (device.h, device_io.h) reach it
+// in the same way as they would reach the real parts. Every word is an atomic of four bytes; any process may
+// read any word. Not part of the Neutrino port.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+namespace platform {
+
+constexpr const char* BOARD_OBJECT_NAME = "/OrvikBoard";
+constexpr std::uint32_t BOARD_MAGIC = 0x4F42'0001;
+
+using board_word_t = std::atomic<std::uint32_t>;
+static_assert(board_word_t::is_always_lock_free);
+
+struct board_state_t {
+  board_word_t magic;          // BOARD_MAGIC once the board is up
+  board_word_t keysHeld;       // bit n-1 is set while front key n is held
+  board_word_t keypadControl;  // the keypad port's four registers, 16 bits each, as last written
+  board_word_t keypadStatus;
+  board_word_t keypadDirection;
+  board_word_t keypadData;
+  std::array<board_word_t, 4> padControl;
+  board_word_t beeperValue;    // bits of the float last written to output 0x20: 1.0 sounds, 0.0 is silent
+  board_word_t beeperChanges;  // times that the value changed
+  board_word_t outputWrites;   // commands taken by /dev/io_interface
+  board_word_t outputRefused;  // commands refused: wrong length or output
+  board_word_t pwmEnabled;     // 1 after command 0x80040505
+  board_word_t pwmPeriod;      // command 0x80040501
+  board_word_t pwmDuty;        // command 0x80040503
+  board_word_t pwmChanges;     // times that period, duty or enable changed
+  board_word_t pwmRefused;     // unknown commands or wrong lengths
+};
+
+// A mapping of the board's object; unmapped when destroyed.
+class BoardMapping {
+ public:
+  enum class Role { kOwner, kUser };
+  // kOwner makes the object anew (and removes it again when destroyed); kUser maps an existing one.
+  explicit BoardMapping(Role role);
+  ~BoardMapping();
+  BoardMapping(const BoardMapping&) = delete;
+  BoardMapping& operator=(const BoardMapping&) = delete;
+
+  // Null when the object could not be made or is not there.
+  board_state_t* Get() const { return state_; }
+
+ private:
+  board_state_t* state_ = nullptr;
+  bool owner_ = false;
+};
+
+// The row bits (low four, active low) that the keypad port shows for the keys held and the columns driven low.
+std::uint16_t ReadKeypadRows(std::uint32_t keysHeld, std::uint16_t direction, std::uint16_t data);
+
+}  // namespace platform

@@ -1,0 +1,100 @@
+// Reading and writing integers and floats of a wire layout, byte by byte, in the order that the layout names.
+//
+// Every offset is into the given span; the caller has made sure that the value lies inside it (asserted in
+// debug builds). All functions are pure and may be called from any thread.
+#pragma once
+
+#include <bit>
+#include <cassert>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace platform {
+
+template <std::unsigned_integral T>
+constexpr T LoadLittleEndian(std::span<const std::uint8_t> bytes, std::size_t offset) {
+  assert(offset + sizeof(T) <= bytes.size());
+  T value = 0;
+  for (std::size_t i = sizeof(T); i-- > 0;) value = static_cast<T>((value << 8U) | bytes[offset + i]);
+  return value;
+}
+
+template <std::unsigned_integral T>
+constexpr T LoadBigEndian(std::span<const std::uint8_t> bytes, std::size_t offset) {
+  assert(offset + sizeof(T) <= bytes.size());
+  T value = 0;
+  for (std::size_t i = 0; i < sizeof(T); ++i) value = static_cast<T>((value << 8U) | bytes[offset + i]);
+  return value;
+}
+
+template <std::unsigned_integral T>
+constexpr void StoreLittleEndian(std::span<std::uint8_t> bytes, std::size_t offset, T value) {
+  assert(offset + sizeof(T) <= bytes.size());
+  for (std::size_t i = 0; i < sizeof(T); ++i) bytes[offset + i] = static_cast<std::uint8_t>(value >> (8U * i));
+}
+
+template <std::unsigned_integral T>
+constexpr void StoreBigEndian(std::span<std::uint8_t> bytes, std::size_t offset, T value) {
+  assert(offset + sizeof(T) <= bytes.size());
+  for (std::size_t i = 0; i < sizeof(T); ++i) {
+    bytes[offset + i] = static_cast<std::uint8_t>(value >> (8U * (sizeof(T) - 1 - i)));
+  }
+}
+
+constexpr std::uint16_t LoadLe16(std::span<const std::uint8_t> b, std::size_t at) {
+  return LoadLittleEndian<std::uint16_t>(b, at);
+}
+constexpr std::uint32_t LoadLe32(std::span<const std::uint8_t> b, std::size_t at) {
+  return LoadLittleEndian<std::uint32_t>(b, at);
+}
+constexpr std::uint64_t LoadLe64(std::span<const std::uint8_t> b, std::size_t at) {
+  return LoadLittleEndian<std::uint64_t>(b, at);
+}
+constexpr std::uint16_t LoadBe16(std::span<const std::uint8_t> b, std::size_t at) {
+  return LoadBigEndian<std::uint16_t>(b, at);
+}
+constexpr std::uint32_t LoadBe32(std::span<const std::uint8_t> b, std::size_t at) {
+  return LoadBigEndian<std::uint32_t>(b, at);
+}
+
+constexpr void StoreLe16(std::span<std::uint8_t> b, std::size_t at, std::uint16_t v) {
+  StoreLittleEndian(b, at, v);
+}
+constexpr void StoreLe32(std::span<std::uint8_t> b, std::size_t at, std::uint32_t v) {
+  StoreLittleEndian(b, at, v);
+}
+constexpr void StoreLe64(std::span<std::uint8_t> b, std::size_t at, std::uint64_t v) {
+  StoreLittleEndian(b, at, v);
+}
+constexpr void StoreBe16(std::span<std::uint8_t> b, std::size_t at, std::uint16_t v) {
+  StoreBigEndian(b, at, v);
+}
+constexpr void StoreBe32(std::span<std::uint8_t> b, std::size_t at, std::uint32_t v) {
+  StoreBigEndian(b, at, v);
+}
+
+// IEEE-754 single precision, most significant byte first (the host's floats).
+constexpr float LoadBeFloat(std::span<const std::uint8_t> b, std::size_t at) {
+  return std::bit_cast<float>(LoadBe32(b, at));
+}
+constexpr void StoreBeFloat(std::span<std::uint8_t> b, std::size_t at, float v) {
+  StoreBe32(b, at, std::bit_cast<std::uint32_t>(v));
+}
+// The same, least significant byte first (the services' messages).
+constexpr float LoadLeFloat(std::span<const std::uint8_t> b, std::size_t at) {
+  return std::bit_cast<float>(LoadLe32(b, at));
+}
+constexpr void StoreLeFloat(std::span<std::uint8_t> b, std::size_t at, float v) {
+  StoreLe32(b, at, std::bit_cast<std::uint32_t>(v));
+}
+// IEEE-754 double precision, least significant byte first.
+constexpr double LoadLeDouble(std::span<const std::uint8_t> b, std::size_t at) {
+  return std::bit_cast<double>(LoadLe64(b, at));
+}
+constexpr void StoreLeDouble(std::span<std::uint8_t> b, std::size_t at, double v) {
+  StoreLe64(b, at, std::bit_cast<std::uint64_t>(v));
+}
+
+}  // namespace platform

@@ -1,0 +1,262 @@
+// The central record: the one place where the application's threads meet.
+//
+// main owns exactly one, as a local object, and every thread, setter, handler and page function gets a pointer
+// to it. How each part is shared stands beside it: a PlainWord_t is read and written whole by any thread
+// without a lock; what a mutex guards is named at the mutex; everything else belongs to one thread or is
+// constant once `running` is set.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <pthread.h>
+
+#include "core/key_queue.h"
+#include "core/page_types.h"
+#include "core/plain_word.h"
+#include "core/text_types.h"
+#include "hostlink/frame_layout.h"
+#include "services/nm_client.h"
+
+class ScreenApi;
+namespace Compositing {
+class Layer;
+}
+
+using name_map_t = std::map<std::string, int>;
+
+// A thread's slot in threadRunning and threadStop.
+enum thread_slot_t : int {
+  THREAD_ACTION_CHANNEL = 0,
+  THREAD_KEYPAD = 1,  // not looked at by the start barrier
+  THREAD_DISPATCH = 2,
+  THREAD_DECAPSULATE = 3,
+  THREAD_TIMER = 4,
+  THREAD_CAN = 5,
+  THREAD_WATCHDOG = 6,
+  THREAD_DIO = 7,
+  THREAD_PARSE = 8,
+  THREAD_BLINKER = 9,
+  THREAD_COUNT = 10,
+};
+
+// Handles of the text widgets, in the order in which they are looked up.
+struct gauge_handles_t {
+  using line_set_t = std::array<unsigned, GRID_LINES>;
+  line_set_t operatingStd, operatingWide;
+  line_set_t choice4TopStd, choice4MidStd, choice4BotStd;
+  line_set_t choice4TopWide, choice4MidWide, choice4BotWide;
+  line_set_t wadStd, wadWide;
+  line_set_t slateStd, slateWide;
+  unsigned flashMsgStd, flashMsgWide;
+  unsigned capacity, load, extension, angle, radius, swing;
+  unsigned unitsWeight, unitsDistance;
+  unsigned mainErectedStd, mainErectedWide, mainStowedStd, mainStowedWide;
+  unsigned configErectedStd, configErectedWide, configStowedStd, configStowedWide;
+  unsigned wadCapacity, wadLoad, wadExtension, wadAngle, wadRadius, wadSwing;
+  unsigned wadUnitsWeight, wadUnitsDistance;
+};
+
+// Handles of the database variables, in the order in which they are looked up.
+struct variable_handles_t {
+  unsigned tires, outriggerRetracted, outriggerHalf, outriggerExtended;
+  unsigned pickMainBoom, pickAux, pickFly;
+  unsigned jibShortFly0, jibLongFly0, jibShortFly15, jibLongFly15, jibShortFly30, jibLongFly30;
+  unsigned frontWinch, rearWinch, counterweight, stowed, boomMode, auxHead;
+  unsigned alarmSet, preAlarm, overload, a2b;
+  unsigned percentSafeWorkingLoad, capacity, partsOfLine, load, extension, angle, radius, swing, swingMode;
+  unsigned brightness, alarmLED, beepImage, language;
+  unsigned angleAlarmSet, angleAlarmTripped, radiusAlarmSet, radiusAlarmTripped;
+  unsigned extensionAlarmSet, extensionAlarmTripped, swingAlarmSet, swingAlarmTripped;
+  unsigned erectedIcon, stowedIcon, rodPressure, pistonPressure;
+  unsigned rtcSecond, rtcMinute, rtcHour, rtcDay, rtcMonth, rtcYear, rtcDayOfWeek, rtcIsAvailable;
+  unsigned hx7LinkState;  // "OrvikHX7TimeOutLamp"
+  unsigned lindarKeysEnabled, gaugesKeysEnabled, ecuTimeOutLamp, hornMode, manBasket;
+  unsigned externalKeysEnabled, internalSystemKeyCode, externalSystemKeyCode;
+  unsigned totalHX7Commands, plugAResistor;
+};
+
+// The two frames of the program date reply, filled by InitProgramDate.
+struct program_date_t {
+  std::array<std::uint8_t, FRAME_SIZE> frame1{};
+  std::array<std::uint8_t, FRAME_SIZE> frame2{};
+};
+
+// The four colours of tires and outriggers: 0 dark, 1 green, 2 yellow, 3 red, 4 blue, 5 white.
+struct outrigger_colors_t {
+  PlainWord_t<int> tires, retracted, half, extended;
+};
+
+// Where the boom and swing pictures turn (pivot) and stand (offset) on the dials page, in pixels.
+struct drawing_geometry_t {
+  PlainWord_t<double> swingPivotX, swingPivotY, swingOffsetX, swingOffsetY;
+  PlainWord_t<double> boomPivotX, boomPivotY, boomOffsetX, boomOffsetY;
+};
+
+struct orvikData_t {
+  orvikData_t();
+  ~orvikData_t();
+  orvikData_t(const orvikData_t&) = delete;
+  orvikData_t& operator=(const orvikData_t&) = delete;
+
+  // --- Thread control. `running` and the stop requests are main's to write, a running flag its own thread's.
+  PlainWord_t<int> running;
+  std::array<PlainWord_t<int>, THREAD_COUNT> threadRunning;
+  std::array<PlainWord_t<int>, THREAD_COUNT> threadStop;
+  PlainWord_t<int>&canReady, &canExit, &decapReady, &decapExit, &parseReady, &parseExit;
+  PlainWord_t<int>&watchdogReady, &watchdogExit, &dioReady, &dioExit, &blinkerReady, &blinkerExit;
+  PlainWord_t<int>&timerReady, &timerExit, &dispatchReady, &dispatchExit;
+  PlainWord_t<int>&actionReady, &actionExit, &keypadReady, &keypadExit;
+
+  // --- Names from the generic configuration; constant once `running` is set.
+  std::string actionChannelName;
+  std::string eventChannelName;
+  name_map_t actionIds;
+  name_map_t eventIds;
+  name_map_t variableHandles;
+  name_map_t screenObjectIds;
+
+  // --- Service clients. nmClient posts events from every thread; the others belong to the receive thread but
+  // for waking it.
+  NM::NMClient* nmClient = nullptr;
+  PlainWord_t<int> eventChannel;
+  std::atomic<NM::NMClient*> canNmClient{nullptr};
+  std::array<NM::NMClient*, 2> spareNmClients{};
+  std::atomic<NM::NMClient*> actionNmClient{nullptr};
+  int j1939ApiChannel = -1;
+  int rxChannel = -1;
+
+  // --- Configuration identity.
+  std::string ctVersion, createdBy, configVersion, xmlDate;
+  int appId = 0;
+  std::string appName;
+
+  // --- Locks.
+  pthread_mutex_t canMutex;      // canPackets
+  pthread_mutex_t decapMutex;    // decapData
+  pthread_mutex_t displayMutex;  // utf8Display, the 31 fields, the flash line, systemText
+  pthread_mutex_t beeperMutex;   // beeperState and beeperDuration together
+  pthread_mutex_t blinkerMutex;  // the blinker table
+
+  // --- Hand-over queues. The work arrays belong to their consumer.
+  std::vector<CAN_packet_t2> canPackets;
+  std::vector<CAN_packet_t2> canWork;
+  std::vector<DecapData_t> decapData;
+  std::vector<DecapData_t> decapWork;
+  KeyQueue_t keyData;
+  PlainWord_t<std::int16_t> lastKey;
+  PlainWord_t<std::uint32_t> canPacketsDropped;  // frames refused by a full canPackets
+  PlainWord_t<std::uint32_t> decapDataDropped;   // messages refused by a full decapData
+
+  // --- Versions.
+  std::string loaderVersion, osVersion, appVersion;
+  double loaderVerRev = 0, appVerRev = 0;
+  PlainWord_t<double> osVerRev;
+  std::uint32_t canTerminationHandle = 0;
+
+  // --- Pages. The vector is built once and constant afterwards; the action channel moves currentPage.
+  Target_t target;
+  PlainWord_t<const Page_t*> currentPage{nullptr};
+  std::array<PlainWord_t<std::uint32_t>, HOST_KEYS> keyMasks;  // the mask words of the host key map
+  PlainWord_t<std::uint8_t> lastPressedEvent;
+  PlainWord_t<int> selectMode;
+
+  // --- Host presence.
+  PlainWord_t<int> hostSeen;
+  PlainWord_t<int> watchdogSeconds;
+  PlainWord_t<int> hostTimedOut;
+
+  // --- Key report to the host.
+  PlainWord_t<int> keyReport1;
+  PlainWord_t<int> keyReport2;
+  PlainWord_t<std::uint8_t> lastKeyAdded;
+  PlainWord_t<std::uint8_t> keyStatus;
+
+  // --- Heartbeat events.
+  PlainWord_t<int> decapHeartbeatEvent, parseHeartbeatEvent, dispatchHeartbeatEvent;
+
+  // --- Operating values, in the units that the host sends.
+  PlainWord_t<double> capacity, load, radius, angle, extension, swing;
+  PlainWord_t<double> rodPressure, pistonPressure, percentSafeWorkingLoad;
+  PlainWord_t<int> partsOfLine, swingMode, stowedIcon, erectedIcon;
+  outrigger_colors_t outriggerColors;
+
+  // --- Display and device settings.
+  PlainWord_t<int> lcdRows, lcdColumns, lcdSize;
+  PlainWord_t<std::uint32_t> spaceChar, blankChar, underscoreChar, validNonPrintableChar,
+      invalidNonPrintableChar;
+  PlainWord_t<int> expandFullWidth;
+  std::array<UTF8Line_t, GRID_LINES> utf8Display;
+  std::vector<unsigned> flashLine;  // the configuration page's message, centred
+  PlainWord_t<std::uint8_t> language, units;
+  PlainWord_t<int> brightness;
+  PlainWord_t<int> brightnessAdjustEnabled, displayMode, displayType;
+  PlainWord_t<std::uint32_t> ledState;
+  PlainWord_t<std::uint8_t> commandProtocolVersion, dynamicEncryptionMethod;
+  PlainWord_t<int> lcdInitRequest;
+  program_date_t programDate;
+
+  // --- Beeper.
+  PlainWord_t<int> beeperState;  // also read without the lock
+  int beeperDuration = 0;        // units of 10 ms
+
+  // --- Countdown words, in units of 10 ms: the keypad scanner's debounce counters, lowered by the timer
+  // thread.
+  std::array<PlainWord_t<std::int32_t>, 9> countdown;
+
+  // --- Presentation. Clients are made anew at each initialisation; the earlier ones stay until the record
+  // ends, since another thread may still be using one.
+  gauge_handles_t gauges{};
+  variable_handles_t variables{};
+  std::atomic<ScreenApi*> screenApi{nullptr};
+  std::atomic<Compositing::Layer*> layer{nullptr};
+  std::vector<std::unique_ptr<ScreenApi>> screenApis;
+  std::vector<std::unique_ptr<Compositing::Layer>> layers;
+  drawing_geometry_t drawing;
+  PlainWord_t<int> messageTicks;  // 300 after initialisation
+};
+
+// Terminates the application when set; the handler of SIGUSR1 writes it.
+extern PlainWord_t<int> orvikStop;
+
+// --- Hand-over queues. The takers move the whole backlog into the consumer's work array in one locked step.
+// A queue holds at most MAX_QUEUED elements: further ones are dropped and counted, with one line on standard
+// error a thousand, until the consumer has caught up.
+constexpr std::size_t MAX_QUEUED_FRAMES = 65'536;
+constexpr std::size_t MAX_QUEUED_MESSAGES = 16'384;
+void addCanPacket(orvikData_t* data, const CAN_packet_t2& packet);
+void getCanPackets(orvikData_t* data);
+void addDecapData(orvikData_t* data, const DecapData_t& message);
+void getDecapData(orvikData_t* data);
+
+// --- Key codes for the host; no lock. A full queue drops the new key and leaves lastKey as it was.
+void addKeyData(orvikData_t* data, unsigned char key);
+// The oldest key code, removed; 0 when there is none.
+std::uint32_t getKeyData(orvikData_t* data);
+
+// Sets every default, reads the versions, looks the handles up and draws the start picture. Called by main once
+// the workers are started, and again by whoever serves a re-initialisation request.
+void InitOrvikData(orvikData_t* data);
+
+// The number that the configuration gives an event's name, 0 when it gives none.
+int FindEventId(const orvikData_t* data, const std::string& name);
+// Publishes an event's number, 4 bytes little-endian, on the event channel.
+void PostEvent(orvikData_t* data, const std::string& name);
+void PostEventId(orvikData_t* data, int eventId);
+
+// The current page's action id; "Page.None" before there is a page.
+int CurrentPageId(const orvikData_t* data);
+
+// Polls every 10 ms until `running` is set, or until the stop request comes. Returns false in the latter case.
+bool WaitForStart(const orvikData_t* data, const PlainWord_t<int>& stop);
+
+// --- Small helpers.
+void StringToCharArray(char* dst, const char* src, int n);
+int MonthToNum(const char* month);
+void FormatDate(char* out, const char* in);

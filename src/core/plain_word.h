@@ -1,0 +1,30 @@
+// A word that threads share without a lock: read and written whole, in no order relative to other words.
+#pragma once
+
+#include <atomic>
+
+// Reads and writes like the plain T that it holds. The accesses are relaxed atomics: no thread ever sees half a
+// value, and nothing may be concluded from one word about another. Counting up is not atomic as a whole; a word
+// has one writer, or a lost update must not matter.
+template <class T>
+class PlainWord_t {
+ public:
+  constexpr PlainWord_t() = default;
+  constexpr PlainWord_t(T value) : value_(value) {}  // NOLINT(google-explicit-constructor): stands for the T
+  PlainWord_t(const PlainWord_t& other) : value_(other.Load()) {}
+  PlainWord_t& operator=(const PlainWord_t& other) {
+    Store(other.Load());
+    return *this;
+  }
+  T operator=(T value) {  // NOLINT(cppcoreguidelines-c-copy-assignment-signature): as a plain word's assignment
+    Store(value);
+    return value;
+  }
+  operator T() const { return Load(); }  // NOLINT(google-explicit-constructor)
+
+  T Load() const { return value_.load(std::memory_order_relaxed); }
+  void Store(T value) { value_.store(value, std::memory_order_relaxed); }
+
+ private:
+  std::atomic<T> value_{};
+};

@@ -1,0 +1,12 @@
+// The board: keys, beeper and backlight of the emulated registers.
+#pragma once
+
+#include <memory>
+
+#include "service.h"
+
+namespace unit {
+
+std::unique_ptr<Service> MakeBoardService(const Options_t& options);
+
+}  // namespace unit

@@ -1,0 +1,12 @@
+// The owner of the parameter database.
+#pragma once
+
+#include <memory>
+
+#include "service.h"
+
+namespace unit {
+
+std::unique_ptr<Service> MakeDatabaseService(const Options_t& options);
+
+}  // namespace unit

@@ -1,0 +1,12 @@
+// The J1939 service, which owns the bus.
+#pragma once
+
+#include <memory>
+
+#include "service.h"
+
+namespace unit {
+
+std::unique_ptr<Service> MakeJ1939Service(const Options_t& options);
+
+}  // namespace unit

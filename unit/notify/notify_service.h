@@ -1,0 +1,12 @@
+// The notification manager: named channels from publishers to subscribers.
+#pragma once
+
+#include <memory>
+
+#include "service.h"
+
+namespace unit {
+
+std::unique_ptr<Service> MakeNotifyService(const Options_t& options);
+
+}  // namespace unit

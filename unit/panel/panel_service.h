@@ -1,0 +1,12 @@
+// The front panel over HTTP.
+#pragma once
+
+#include <memory>
+
+#include "service.h"
+
+namespace unit {
+
+std::unique_ptr<Service> MakePanelService(const Options_t& options);
+
+}  // namespace unit
