@@ -4,13 +4,15 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "bus/can_frame.h"
 
 namespace bus {
 
-// One station. One thread sends and one thread receives, at the same time if need be.
+// One station. One thread sends and one thread receives, at the same time if need be. Once a call has given
+// kDown every later one does; the owner then opens another station.
 class Endpoint {
  public:
   enum class Result { kOk, kTimeout, kDown };
@@ -19,7 +21,11 @@ class Endpoint {
   // Puts a frame on the bus, waiting at most `timeout_ms` for room. kDown: the bus is gone, down or off for
   // now.
   virtual Result Send(const frame_t& frame, int timeout_ms) = 0;
-  // Waits at most `timeout_ms` (-1: for ever) for the next data frame, its own excepted. Stamps it.
+  // The same for the frames of one message, in order and in as few system calls as the bus allows. After
+  // kTimeout some of them may be on the bus.
+  virtual Result SendAll(std::span<const frame_t> frames, int timeout_ms);
+  // Waits at most `timeout_ms` (-1: for ever) for the next data frame, its own excepted. Stamps it with the
+  // time at which the bus saw it, as far as that is known.
   virtual Result Receive(frame_t& frame, int timeout_ms) = 0;
   // Makes a blocked Receive return kTimeout. Any thread.
   virtual void Interrupt() = 0;

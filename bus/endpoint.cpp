@@ -1,0 +1,53 @@
+#include "bus/endpoint.h"
+
+#include <fstream>
+#include <stdexcept>
+
+#include "platform/paths.h"
+
+#include "bus/stations.h"
+#include "bus/wait.h"
+
+namespace bus {
+namespace {
+
+constexpr const char* kAddressFile = "socketcand.address";
+constexpr const char* kDefaultAddress = "127.0.0.1:29536";
+
+std::string LocalAddress() {
+  std::string address;
+  std::ifstream file(platform::RuntimeDirectory() + "/" + kAddressFile);
+  if (file >> address) return address;
+  return kDefaultAddress;
+}
+
+// The part after "KIND:"; false when the description is of another kind.
+bool TakeKind(const std::string& description, const std::string& kind, std::string& rest) {
+  if (!description.starts_with(kind + ":")) return false;
+  rest = description.substr(kind.size() + 1);
+  return true;
+}
+
+}  // namespace
+
+Endpoint::Result Endpoint::SendAll(std::span<const frame_t> frames, int timeout_ms) {
+  const Deadline deadline(timeout_ms);
+  for (const frame_t& frame : frames) {
+    const Result result = Send(frame, deadline.Left_ms());
+    if (result != Result::kOk) return result;
+  }
+  return Result::kOk;
+}
+
+std::unique_ptr<Endpoint> OpenEndpoint(const std::string& description) {
+  std::string rest;
+  if (description == "local") {
+    return OpenSocketcand(LocalAddress(), "start the unit with `unit run`, or name another bus");
+  }
+  if (TakeKind(description, "socketcan", rest)) return OpenKernelInterface(rest);
+  if (TakeKind(description, "socketcand", rest)) return OpenSocketcand(rest, "start a socketcand server there");
+  throw std::runtime_error("\"" + description +
+                           "\" is not a bus; use local, socketcan:INTERFACE or socketcand:HOST:PORT");
+}
+
+}  // namespace bus

@@ -1,0 +1,195 @@
+// A raw CAN socket. The kernel reports what befalls the interface as socket errors (down, gone) and as error
+// frames (bus-off).
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+#include <thread>
+
+#include <fcntl.h>
+#include <linux/can.h>
+#include <linux/can/error.h>
+#include <linux/can/raw.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include "bus/stations.h"
+#include "bus/wait.h"
+
+namespace bus {
+namespace {
+
+constexpr std::chrono::milliseconds kQueueRetry{1};  // a full transmit queue drains at some 100 us a frame
+
+class KernelEndpoint : public Endpoint {
+ public:
+  KernelEndpoint(Descriptor socket, std::string interface)
+      : socket_(std::move(socket)), interface_(std::move(interface)) {}
+  Result Send(const frame_t& frame, int timeout_ms) override;
+  Result Receive(frame_t& frame, int timeout_ms) override;
+  void Interrupt() override { waker_.Wake(); }
+  std::string Problem() const override { return problem_.Get(); }
+
+ private:
+  bool ReadFrame(can_frame& raw, std::uint64_t& time_us);
+  Result Down(const std::string& what);
+  Result DownBy(int error);
+
+  Descriptor socket_;
+  const std::string interface_;
+  Waker waker_;
+  ProblemText problem_;
+};
+
+can_frame ToKernel(const frame_t& frame) {
+  can_frame raw{};
+  raw.can_id = frame.identifier | (frame.extended ? CAN_EFF_FLAG : 0U);
+  raw.can_dlc = std::min<std::uint8_t>(frame.length, CAN_MAX_DLEN);
+  std::copy_n(frame.data.begin(), raw.can_dlc, raw.data);
+  return raw;
+}
+
+frame_t FromKernel(const can_frame& raw, std::uint64_t time_us) {
+  frame_t frame;
+  frame.extended = (raw.can_id & CAN_EFF_FLAG) != 0;
+  frame.identifier = raw.can_id & (frame.extended ? CAN_EFF_MASK : CAN_SFF_MASK);
+  frame.length = std::min<std::uint8_t>(raw.can_dlc, CAN_MAX_DLEN);
+  std::copy_n(raw.data, frame.length, frame.data.begin());
+  frame.time_us = time_us;
+  return frame;
+}
+
+bool IsBusOff(const can_frame& raw) {
+  return (raw.can_id & CAN_ERR_FLAG) != 0 && (raw.can_id & CAN_ERR_BUSOFF) != 0;
+}
+
+bool IsData(const can_frame& raw) {
+  return (raw.can_id & (CAN_ERR_FLAG | CAN_RTR_FLAG)) == 0;
+}
+
+// The kernel's own stamp of the frame, which does not grow while this process waits for its turn.
+std::uint64_t StampOf(msghdr& header) {
+  for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part)) {
+    if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_TIMESTAMP) continue;
+    timeval stamp{};
+    std::memcpy(&stamp, CMSG_DATA(part), sizeof stamp);
+    return static_cast<std::uint64_t>(stamp.tv_sec) * 1'000'000U + static_cast<std::uint64_t>(stamp.tv_usec);
+  }
+  return RealTime_us();
+}
+
+Endpoint::Result KernelEndpoint::Down(const std::string& what) {
+  problem_.Set(interface_ + ": " + what);
+  return Result::kDown;
+}
+
+Endpoint::Result KernelEndpoint::DownBy(int error) {
+  if (error == ENETDOWN) return Down("interface is down");
+  if (error == ENODEV || error == ENXIO) return Down("interface is gone");
+  return Down(ErrorText(error));
+}
+
+Endpoint::Result KernelEndpoint::Send(const frame_t& frame, int timeout_ms) {
+  if (problem_.Any()) return Result::kDown;
+  const Deadline deadline(timeout_ms);
+  const can_frame raw = ToKernel(frame);
+  for (;;) {
+    if (::send(socket_.Get(), &raw, sizeof raw, MSG_DONTWAIT | MSG_NOSIGNAL) == sizeof raw) return Result::kOk;
+    const int error = errno;
+    if (error != ENOBUFS && error != EAGAIN && error != EINTR) return DownBy(error);
+    if (deadline.Left_ms() == 0) return Result::kTimeout;
+    // With a full interface queue poll still calls the socket writable, so this waits by the clock.
+    std::this_thread::sleep_for(kQueueRetry);
+  }
+}
+
+// False with errno set, also when what came is not a classic frame (EBADMSG).
+bool KernelEndpoint::ReadFrame(can_frame& raw, std::uint64_t& time_us) {
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(timeval))> control{};
+  iovec part{&raw, sizeof raw};
+  msghdr header{};
+  header.msg_iov = &part;
+  header.msg_iovlen = 1;
+  header.msg_control = control.data();
+  header.msg_controllen = control.size();
+  const ssize_t got = ::recvmsg(socket_.Get(), &header, MSG_DONTWAIT);
+  if (got < 0) return false;
+  if (got != sizeof raw) {
+    errno = EBADMSG;
+    return false;
+  }
+  time_us = StampOf(header);
+  return true;
+}
+
+Endpoint::Result KernelEndpoint::Receive(frame_t& frame, int timeout_ms) {
+  if (problem_.Any()) return Result::kDown;
+  const Deadline deadline(timeout_ms);
+  for (;;) {
+    if (WaitReadable(socket_.Get(), waker_, deadline) != Wait::kReady) return Result::kTimeout;
+    can_frame raw{};
+    std::uint64_t time_us = 0;
+    if (ReadFrame(raw, time_us)) {
+      if (IsBusOff(raw)) return Down("bus is off");
+      if (!IsData(raw)) continue;
+      frame = FromKernel(raw, time_us);
+      return Result::kOk;
+    }
+    if (errno != EAGAIN && errno != EINTR && errno != EBADMSG) return DownBy(errno);
+  }
+}
+
+[[noreturn]] void Refuse(const std::string& interface, const std::string& what) {
+  throw std::runtime_error(interface + ": " + what);
+}
+
+// A socket binds to an interface that is down as well, and hears nothing from it.
+void RequireUp(int fd, const std::string& interface) {
+  ifreq request{};
+  interface.copy(request.ifr_name, IFNAMSIZ - 1);
+  if (::ioctl(fd, SIOCGIFFLAGS, &request) < 0) Refuse(interface, ErrorText(errno));
+  if ((request.ifr_flags & IFF_UP) == 0) {
+    Refuse(interface, "interface is down; bring it up with: ip link set " + interface + " up");
+  }
+}
+
+void Configure(int fd, const std::string& interface) {
+  const can_err_mask_t errors = CAN_ERR_BUSOFF;
+  const int on = 1;
+  if (::setsockopt(fd, SOL_CAN_RAW, CAN_RAW_ERR_FILTER, &errors, sizeof errors) < 0 ||
+      ::setsockopt(fd, SOL_SOCKET, SO_TIMESTAMP, &on, sizeof on) < 0) {
+    Refuse(interface, ErrorText(errno));
+  }
+}
+
+void Bind(int fd, const std::string& interface) {
+  const unsigned index = ::if_nametoindex(interface.c_str());
+  if (index == 0 || interface.size() >= IFNAMSIZ) {
+    Refuse(interface, "no such interface; `ip link show type can` lists them");
+  }
+  sockaddr_can address{};
+  address.can_family = AF_CAN;
+  address.can_ifindex = static_cast<int>(index);
+  const void* bytes = &address;
+  if (::bind(fd, static_cast<const sockaddr*>(bytes), sizeof address) < 0) {
+    Refuse(interface, "is no CAN interface: " + ErrorText(errno));
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<Endpoint> OpenKernelInterface(const std::string& interface) {
+  Descriptor socket(::socket(PF_CAN, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, CAN_RAW));
+  if (socket.Get() < 0) {
+    Refuse(interface,
+           "this kernel has no CAN (" + ErrorText(errno) + "); load its can-raw module, or use local");
+  }
+  Configure(socket.Get(), interface);
+  Bind(socket.Get(), interface);
+  RequireUp(socket.Get(), interface);
+  return std::make_unique<KernelEndpoint>(std::move(socket), interface);
+}
+
+}  // namespace bus

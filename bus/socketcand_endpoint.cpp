@@ -1,0 +1,196 @@
+// A client of a socketcand server: text messages in angle brackets over TCP.
+#include <array>
+#include <cerrno>
+#include <stdexcept>
+
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+#include "bus/can_frame.h"
+#include "bus/stations.h"
+#include "bus/wait.h"
+
+namespace bus {
+namespace {
+
+constexpr int kConnectTimeout_ms = 2000;  // to connect, and again for the greeting
+constexpr std::size_t kReadBytes = 16384;
+
+class SocketcandEndpoint : public Endpoint {
+ public:
+  SocketcandEndpoint(Descriptor socket, std::string address)
+      : socket_(std::move(socket)), address_(std::move(address)) {}
+  void Greet();
+  Result Send(const frame_t& frame, int timeout_ms) override { return SendAll({&frame, 1}, timeout_ms); }
+  Result SendAll(std::span<const frame_t> frames, int timeout_ms) override;
+  Result Receive(frame_t& frame, int timeout_ms) override;
+  void Interrupt() override { waker_.Wake(); }
+  std::string Problem() const override { return problem_.Get(); }
+
+ private:
+  Result Flush(const Deadline& deadline);
+  Result ReadMore(const Deadline& deadline);
+  void Expect(const std::string& answer, const Deadline& deadline);
+  void Ask(const std::string& request, const Deadline& deadline);
+  Result Down(const std::string& what);
+
+  Descriptor socket_;
+  const std::string address_;
+  std::string unsent_;           // sending thread: what the server has not taken yet
+  SocketcandSplitter splitter_;  // receiving thread
+  std::string message_;          // receiving thread
+  Waker waker_;
+  ProblemText problem_;
+};
+
+Endpoint::Result SocketcandEndpoint::Down(const std::string& what) {
+  problem_.Set(address_ + ": " + what);
+  return Result::kDown;
+}
+
+Endpoint::Result SocketcandEndpoint::Flush(const Deadline& deadline) {
+  while (!unsent_.empty()) {
+    const ssize_t sent = ::send(socket_.Get(), unsent_.data(), unsent_.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (sent > 0) {
+      unsent_.erase(0, static_cast<std::size_t>(sent));
+    } else if (errno == EAGAIN || errno == EINTR) {
+      if (!WaitWritable(socket_.Get(), deadline)) return Result::kTimeout;
+    } else {
+      return Down("lost the server: " + ErrorText(errno));
+    }
+  }
+  return Result::kOk;
+}
+
+// A message that the server has begun to take cannot be taken back: it counts as sent, and its rest goes first
+// the next time. So `unsent_` never holds more than one call's frames.
+Endpoint::Result SocketcandEndpoint::SendAll(std::span<const frame_t> frames, int timeout_ms) {
+  if (problem_.Any()) return Result::kDown;
+  const Deadline deadline(timeout_ms);
+  Result result = Flush(deadline);
+  if (result != Result::kOk) return result;
+  for (const frame_t& frame : frames) unsent_ += FormatSocketcandSend(frame);
+  const std::size_t whole = unsent_.size();
+  result = Flush(deadline);
+  if (result != Result::kTimeout) return result;
+  if (unsent_.size() < whole) return Result::kOk;
+  unsent_.clear();
+  return Result::kTimeout;
+}
+
+// Waits for bytes and gives them to the splitter.
+Endpoint::Result SocketcandEndpoint::ReadMore(const Deadline& deadline) {
+  if (WaitReadable(socket_.Get(), waker_, deadline) != Wait::kReady) return Result::kTimeout;
+  std::array<char, kReadBytes> bytes{};
+  const ssize_t got = ::recv(socket_.Get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
+  if (got == 0) return Down("the server closed the connection");
+  if (got < 0 && errno != EAGAIN && errno != EINTR) return Down("lost the server: " + ErrorText(errno));
+  if (got > 0) splitter_.Feed({bytes.data(), static_cast<std::size_t>(got)});
+  return Result::kOk;
+}
+
+// What had arrived before the connection was lost is handed out first.
+Endpoint::Result SocketcandEndpoint::Receive(frame_t& frame, int timeout_ms) {
+  const Deadline deadline(timeout_ms);
+  for (;;) {
+    while (splitter_.Next(message_)) {
+      const auto parsed = ParseSocketcandFrame(message_);
+      if (!parsed) continue;
+      frame = *parsed;
+      if (frame.time_us == 0) frame.time_us = RealTime_us();
+      return Result::kOk;
+    }
+    if (problem_.Any()) return Result::kDown;
+    const Result result = ReadMore(deadline);
+    if (result != Result::kOk) return result;
+  }
+}
+
+void SocketcandEndpoint::Expect(const std::string& answer, const Deadline& deadline) {
+  Result result = Result::kOk;
+  for (; result == Result::kOk; result = ReadMore(deadline)) {
+    while (splitter_.Next(message_)) {
+      if (message_ == answer) return;
+      if (message_.starts_with("< error"))
+        throw std::runtime_error(address_ + " refused the bus can0: " + message_);
+    }
+  }
+  const std::string what = result == Result::kDown ? problem_.Get() : address_ + " does not answer";
+  throw std::runtime_error(what + "; it was asked for \"" + answer + "\". Is it a socketcand server?");
+}
+
+void SocketcandEndpoint::Ask(const std::string& request, const Deadline& deadline) {
+  unsent_ = request;
+  if (Flush(deadline) != Result::kOk) throw std::runtime_error(address_ + " does not take requests");
+  Expect("< ok >", deadline);
+}
+
+void SocketcandEndpoint::Greet() {
+  const Deadline deadline(kConnectTimeout_ms);
+  Expect("< hi >", deadline);
+  Ask("< open can0 >", deadline);
+  Ask("< rawmode >", deadline);
+}
+
+struct AddressList {
+  addrinfo* first = nullptr;
+  AddressList() = default;
+  AddressList(const AddressList&) = delete;
+  AddressList& operator=(const AddressList&) = delete;
+  ~AddressList() {
+    if (first != nullptr) ::freeaddrinfo(first);
+  }
+};
+
+// "127.0.0.1:29536", "desk:29536", "[::1]:29536".
+void Resolve(const std::string& address, AddressList& list) {
+  const std::size_t colon = address.rfind(':');
+  if (colon == std::string::npos || colon == 0 || colon + 1 == address.size()) {
+    throw std::runtime_error("\"" + address + "\" is no address of a socketcand server; write HOST:PORT");
+  }
+  std::string host = address.substr(0, colon);
+  if (host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
+  addrinfo hints{};
+  hints.ai_socktype = SOCK_STREAM;
+  const int error = ::getaddrinfo(host.c_str(), address.c_str() + colon + 1, &hints, &list.first);
+  if (error != 0) throw std::runtime_error(address + ": " + ::gai_strerror(error));
+}
+
+// An error number, 0 when connected.
+int Connect(int fd, const addrinfo& to, const Deadline& deadline) {
+  if (::connect(fd, to.ai_addr, to.ai_addrlen) == 0) return 0;
+  if (errno != EINPROGRESS) return errno;
+  if (!WaitWritable(fd, deadline)) return ETIMEDOUT;
+  int error = 0;
+  socklen_t size = sizeof error;
+  return ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
+}
+
+Descriptor ConnectTo(const std::string& address, const std::string& remedy) {
+  AddressList list;
+  Resolve(address, list);
+  const Deadline deadline(kConnectTimeout_ms);
+  int error = ECONNREFUSED;
+  for (const addrinfo* to = list.first; to != nullptr; to = to->ai_next) {
+    Descriptor socket(::socket(to->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, to->ai_protocol));
+    error = socket.Get() < 0 ? errno : Connect(socket.Get(), *to, deadline);
+    if (error == 0) return socket;
+  }
+  throw std::runtime_error("nothing answers at " + address + " (" + ErrorText(error) + "); " + remedy);
+}
+
+}  // namespace
+
+std::unique_ptr<Endpoint> OpenSocketcand(const std::string& address, const std::string& remedy) {
+  Descriptor socket = ConnectTo(address, remedy);
+  // Frames are small and late frames are worthless.
+  const int on = 1;
+  ::setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  auto endpoint = std::make_unique<SocketcandEndpoint>(std::move(socket), address);
+  endpoint->Greet();
+  return endpoint;
+}
+
+}  // namespace bus

@@ -1,0 +1,90 @@
+#include "bus/can_frame.h"
+#include "bus/text_fields.h"
+
+namespace bus {
+namespace {
+
+constexpr std::size_t kMostMessageBytes = 256;
+
+// The words of "< verb ... >" after the verb; empty when the brackets or the verb are not there.
+std::optional<FieldReader> OpenMessage(std::string_view message, std::string_view verb) {
+  while (!message.empty() && (message.back() == '\n' || message.back() == '\r')) message.remove_suffix(1);
+  if (message.size() < 2 || message.front() != '<' || message.back() != '>') return std::nullopt;
+  FieldReader fields(message.substr(1, message.size() - 2));
+  if (fields.Next() != verb) return std::nullopt;
+  return fields;
+}
+
+}  // namespace
+
+std::optional<frame_t> ParseSocketcandSend(std::string_view message) {
+  auto fields = OpenMessage(message, "send");
+  frame_t frame;
+  if (!fields || !ParseIdentifier(fields->Next(), 1, frame)) return std::nullopt;
+  const auto length = ParseNumber<std::uint8_t>(fields->Next(), 10);
+  if (!length || *length > frame.data.size()) return std::nullopt;
+  for (; frame.length < *length; ++frame.length) {
+    const auto byte = ParseNumber<std::uint8_t>(fields->Next(), 16);  // one digit or two
+    if (!byte) return std::nullopt;
+    frame.data[frame.length] = *byte;
+  }
+  if (!fields->Next().empty()) return std::nullopt;
+  return frame;
+}
+
+std::string FormatSocketcandSend(const frame_t& frame) {
+  std::string text = "< send " + FormatIdentifier(frame) + " " + std::to_string(frame.length);
+  for (const std::uint8_t byte : frame.Bytes()) {
+    text.push_back(' ');
+    AppendHexBytes(text, {&byte, 1});
+  }
+  return text + " >";
+}
+
+std::optional<frame_t> ParseSocketcandFrame(std::string_view message) {
+  auto fields = OpenMessage(message, "frame");
+  frame_t frame;
+  if (!fields || !ParseIdentifier(fields->Next(), 1, frame)) return std::nullopt;
+  const auto time = ParseStamp(fields->Next());
+  if (!time) return std::nullopt;
+  frame.time_us = *time;
+  // Some servers put blanks between the bytes.
+  for (std::string_view word = fields->Next(); !word.empty(); word = fields->Next()) {
+    if (!ParseHexBytes(word, frame)) return std::nullopt;
+  }
+  return frame;
+}
+
+std::string FormatSocketcandFrame(const frame_t& frame) {
+  std::string text = "< frame " + FormatIdentifier(frame) + " " + FormatStamp(frame.time_us) + " ";
+  AppendHexBytes(text, frame.Bytes());
+  return text + " >";
+}
+
+void SocketcandSplitter::Feed(std::string_view bytes) {
+  buffer_.append(bytes);
+}
+
+bool SocketcandSplitter::Next(std::string& message) {
+  for (;;) {
+    const std::size_t open = buffer_.find('<', start_);
+    const std::size_t close = open == std::string::npos ? open : buffer_.find_first_of("<>", open + 1);
+    if (close == std::string::npos) {
+      const bool tooLong = open != std::string::npos && buffer_.size() - open > kMostMessageBytes;
+      if (tooLong) ++dropped_;
+      // What is left of a message that was dropped stands outside brackets and is passed over.
+      buffer_.erase(0, tooLong ? buffer_.size() : std::min(open, buffer_.size()));
+      start_ = 0;
+      return false;
+    }
+    const bool whole = buffer_[close] == '>' && close - open < kMostMessageBytes;
+    start_ = buffer_[close] == '>' ? close + 1 : close;  // a second '<' starts afresh
+    if (whole) {
+      message.assign(buffer_, open, close - open + 1);
+      return true;
+    }
+    ++dropped_;
+  }
+}
+
+}  // namespace bus

@@ -1,0 +1,86 @@
+#include "bus/text_fields.h"
+
+#include <array>
+
+namespace bus {
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r\n";
+constexpr std::string_view kHexDigits = "0123456789ABCDEF";
+constexpr std::uint32_t kMostExtended = 0x1FFFFFFF;
+constexpr std::uint32_t kMostStandard = 0x7FF;
+constexpr std::size_t kExtendedDigits = 8;
+constexpr std::size_t kStandardDigits = 3;
+constexpr std::uint64_t kMicrosPerSecond = 1'000'000;
+constexpr std::size_t kStampDigits = 6;
+
+std::string HexDigits(std::uint32_t value, std::size_t digits) {
+  std::string text(digits, '0');
+  for (std::size_t i = digits; i-- > 0; value >>= 4U) text[i] = kHexDigits[value & 0xFU];
+  return text;
+}
+
+}  // namespace
+
+std::string_view FieldReader::Next() {
+  const std::size_t begin = std::min(rest_.find_first_not_of(kBlanks), rest_.size());
+  rest_.remove_prefix(begin);
+  const std::size_t length = std::min(rest_.find_first_of(kBlanks), rest_.size());
+  const std::string_view word = rest_.substr(0, length);
+  rest_.remove_prefix(length);
+  return word;
+}
+
+bool ParseIdentifier(std::string_view text, std::size_t leastDigits, frame_t& frame) {
+  const auto value = ParseNumber<std::uint32_t>(text, 16);
+  const bool extended = text.size() == kExtendedDigits;
+  if (!value || *value > (extended ? kMostExtended : kMostStandard)) return false;
+  if (!extended && (text.size() < leastDigits || text.size() > kStandardDigits)) return false;
+  frame.identifier = *value;
+  frame.extended = extended;
+  return true;
+}
+
+std::string FormatIdentifier(const frame_t& frame) {
+  return HexDigits(frame.identifier, frame.extended ? kExtendedDigits : kStandardDigits);
+}
+
+bool ParseHexBytes(std::string_view text, frame_t& frame) {
+  if (text.size() % 2 != 0 || text.size() / 2 > frame.data.size() - frame.length) return false;
+  for (; !text.empty(); text.remove_prefix(2)) {
+    const auto byte = ParseNumber<std::uint8_t>(text.substr(0, 2), 16);
+    if (!byte) return false;
+    frame.data[frame.length++] = *byte;
+  }
+  return true;
+}
+
+void AppendHexBytes(std::string& text, std::span<const std::uint8_t> bytes) {
+  for (const std::uint8_t byte : bytes) {
+    text.push_back(kHexDigits[byte >> 4U]);
+    text.push_back(kHexDigits[byte & 0xFU]);
+  }
+}
+
+std::string FormatStamp(std::uint64_t time_us) {
+  const std::string micros = std::to_string(time_us % kMicrosPerSecond);
+  return std::to_string(time_us / kMicrosPerSecond) + "." + std::string(kStampDigits - micros.size(), '0') +
+         micros;
+}
+
+std::optional<std::uint64_t> ParseStamp(std::string_view text) {
+  constexpr std::size_t kMostSecondsDigits = 12;
+  constexpr std::size_t kMostFractionDigits = 9;  // candump writes six; nine where it was told to
+  const std::size_t point = text.find('.');
+  if (point == std::string_view::npos || point > kMostSecondsDigits) return std::nullopt;
+  const std::string_view fraction = text.substr(point + 1);
+  if (fraction.size() > kMostFractionDigits) return std::nullopt;
+  const auto seconds = ParseNumber<std::uint64_t>(text.substr(0, point), 10);
+  auto part = ParseNumber<std::uint64_t>(fraction, 10);
+  if (!seconds || !part) return std::nullopt;
+  for (std::size_t digits = fraction.size(); digits < kStampDigits; ++digits) *part *= 10;
+  for (std::size_t digits = fraction.size(); digits > kStampDigits; --digits) *part /= 10;
+  return *seconds * kMicrosPerSecond + *part;
+}
+
+}  // namespace bus

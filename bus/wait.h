@@ -1,0 +1,77 @@
+// What both kinds of station are made of: a descriptor that closes itself, a deadline, and a wait on a socket
+// that another thread can end. Inside this folder only.
+#pragma once
+
+#include <chrono>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include <unistd.h>
+
+namespace bus {
+
+class Descriptor {
+ public:
+  explicit Descriptor(int fd = -1) : fd_(fd) {}
+  ~Descriptor() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  int Get() const { return fd_; }
+
+ private:
+  int fd_;
+};
+
+// A moment `timeout_ms` from now; negative: never.
+class Deadline {
+ public:
+  explicit Deadline(int timeout_ms);
+  int Left_ms() const;  // as poll takes it: never below 0, but -1 for "never"
+ private:
+  bool never_;
+  std::chrono::steady_clock::time_point end_;
+};
+
+// Wakes a wait from any thread. A wake that meets no wait ends the next one.
+class Waker {
+ public:
+  Waker();  // throws std::runtime_error
+  void Wake();
+  int Get() const { return event_.Get(); }
+  void Clear();
+
+ private:
+  Descriptor event_;
+};
+
+enum class Wait { kReady, kTimeout, kWoken };
+// Until the socket can be read or has failed, the deadline, or the waker (which this clears).
+Wait WaitReadable(int fd, Waker& waker, const Deadline& deadline);
+// Until the socket takes bytes or has failed, or the deadline; false at the deadline.
+bool WaitWritable(int fd, const Deadline& deadline);
+
+// The last trouble, set by one thread and read by another.
+class ProblemText {
+ public:
+  void Set(std::string text);
+  std::string Get() const;
+  bool Any() const;
+
+ private:
+  mutable std::mutex mutex_;
+  std::string text_;  // guarded by mutex_
+};
+
+std::string ErrorText(int error);
+// Microseconds of the real-time clock.
+std::uint64_t RealTime_us();
+
+}  // namespace bus
