@@ -1,0 +1,38 @@
+// The beeper, an output of the digital I/O device, and the thread that drives it.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+
+#include "core/orvik_data.h"
+
+// Beeper states of the record, and the type argument of SetBeeper.
+enum beeper_state_t : int {
+  BEEPER_CONTINUOUS = 0,
+  BEEPER_SILENT = 1,
+  BEEPER_SINGLE = 2,  // one beep of beeperDuration is pending
+  BEEPER_PULSE = 3,   // beeperDuration on, beeperDuration off, repeated
+};
+
+constexpr const char* DIGITAL_IO_DEVICE = "/dev/io_interface";
+
+// Starts the thread "DigitalIO". Returns 0 or an error number.
+int Init_DIO(orvikData_t* data);
+
+// Sets the beeper under its lock; any thread, takes effect when the beep that is under way has ended. A single
+// beep never interrupts a continuous or pulsing beeper. An unknown type is reported on standard error and
+// changes nothing. `duration` is in units of 10 ms.
+void SetBeeper(orvikData_t* data, int type, int duration);
+// 0 silences, 255 sounds until changed, anything else pulses with that duration.
+void SetBeeperDuration(orvikData_t* data, int duration);
+// The 50 ms click of an accepted key.
+void SetBeeperKeyPress(orvikData_t* data);
+
+// What one step needs from outside: where commands go, and how time passes. The device takes 8 bytes a command.
+struct beeper_device_t {
+  std::function<void(const std::array<std::uint8_t, 8>& command)> write;
+  std::function<void(int milliseconds)> sleep;
+};
+// One turn of the thread's loop: acts on the beeper's state once, writes it to the database.
+void BeeperStep(orvikData_t* data, const beeper_device_t& device);
