@@ -1,0 +1,101 @@
+#include "bus/endpoint.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "tests/unit/bus/socketcand_desk.h"
+
+namespace {
+
+using bus::Endpoint;
+using testing::HasSubstr;
+using Result = bus::Endpoint::Result;
+
+constexpr bus::frame_t kKeyRequest{.identifier = 0x18FF00D0, .length = 8, .data = {0, 1, 6}};
+
+std::string ErrorOf(const std::string& description) {
+  try {
+    bus::OpenEndpoint(description);
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST(OpenEndpoint, SaysWhatIsWrongAndWhatToDo) {
+  EXPECT_THAT(ErrorOf("vcan0"), HasSubstr("socketcan:INTERFACE"));
+  EXPECT_THAT(ErrorOf("socketcand:localhost"), HasSubstr("HOST:PORT"));
+  EXPECT_THAT(ErrorOf("socketcand:127.0.0.1:1"), HasSubstr("nothing answers at 127.0.0.1:1"));
+  EXPECT_NE(ErrorOf("socketcan:nosuchcan"), "");
+  SocketcandDesk stranger({}, "220 mail ready\r\n");
+  EXPECT_THAT(ErrorOf(stranger.Bus()), HasSubstr("Is it a socketcand server?"));
+}
+
+TEST(OpenEndpoint, FindsTheUnitOfTheRuntimeDirectory) {
+  SocketcandDesk desk;
+  const auto directory = std::filesystem::temp_directory_path() / ("orvik-bus-" + std::to_string(::getpid()));
+  std::filesystem::create_directories(directory);
+  std::filesystem::permissions(directory, std::filesystem::perms::owner_all);
+  std::ofstream(directory / "socketcand.address") << desk.Bus().substr(11) << "\n";
+  ::setenv("ORVIK_RUNTIME_DIR", directory.c_str(), 1);
+  const auto endpoint = bus::OpenEndpoint("local");
+  EXPECT_EQ(endpoint->Send(kKeyRequest, 1000), Result::kOk);
+  EXPECT_EQ(desk.WaitForFrames(1).size(), 1U);
+  std::filesystem::remove_all(directory);
+}
+
+TEST(SocketcandEndpoint, SendsAndReceivesFramesWithTheServersStamp) {
+  SocketcandDesk desk([](const bus::frame_t&) {
+    return std::vector{bus::frame_t{.identifier = 0x18FF00D2, .length = 1, .data = {7}, .time_us = 5}};
+  });
+  const auto endpoint = bus::OpenEndpoint(desk.Bus());
+  const std::array frames{kKeyRequest, kKeyRequest, kKeyRequest};
+  ASSERT_EQ(endpoint->SendAll(frames, 1000), Result::kOk);
+  EXPECT_EQ(desk.WaitForFrames(3).size(), 3U);
+  bus::frame_t frame;
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(endpoint->Receive(frame, 5000), Result::kOk);
+    EXPECT_EQ(bus::FormatSocketcandFrame(frame), "< frame 18FF00D2 0.000005 07 >");
+  }
+  EXPECT_EQ(endpoint->Receive(frame, 0), Result::kTimeout);
+}
+
+TEST(SocketcandEndpoint, PassesOverMessagesThatAreNoFrames) {
+  SocketcandDesk desk;
+  const auto endpoint = bus::OpenEndpoint(desk.Bus());
+  desk.WaitForClients(1);
+  desk.SendText("< echo >< frame nonsense >\n< frame 123 0.000000 >");
+  bus::frame_t frame;
+  ASSERT_EQ(endpoint->Receive(frame, 5000), Result::kOk);
+  EXPECT_EQ(frame.identifier, 0x123U);
+  EXPECT_NE(frame.time_us, 0U);
+}
+
+TEST(SocketcandEndpoint, InterruptEndsAWaitForEver) {
+  SocketcandDesk desk;
+  const auto endpoint = bus::OpenEndpoint(desk.Bus());
+  std::thread waker([&] { endpoint->Interrupt(); });
+  bus::frame_t frame;
+  EXPECT_EQ(endpoint->Receive(frame, -1), Result::kTimeout);
+  waker.join();
+}
+
+TEST(SocketcandEndpoint, HandsOutWhatCameBeforeTheServerWentAndThenStaysDown) {
+  SocketcandDesk desk;
+  const auto endpoint = bus::OpenEndpoint(desk.Bus());
+  desk.WaitForClients(1);
+  desk.SendText("< frame 123 1.000000 00 >< frame 124 1.000000 00 >");
+  desk.DropClients();
+  bus::frame_t frame;
+  EXPECT_EQ(endpoint->Receive(frame, 5000), Result::kOk);
+  EXPECT_EQ(endpoint->Receive(frame, 5000), Result::kOk);
+  EXPECT_EQ(endpoint->Receive(frame, 5000), Result::kDown);
+  EXPECT_EQ(endpoint->Send(kKeyRequest, 100), Result::kDown);
+  EXPECT_THAT(endpoint->Problem(), HasSubstr("closed the connection"));
+}
+
+}  // namespace

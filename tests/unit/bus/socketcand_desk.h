@@ -1,0 +1,130 @@
+// A small socketcand server for tests: real TCP on a free port of the loopback, any number of clients one after
+// the other or at once. It keeps the frames that clients send and answers them through a function.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "bus/can_frame.h"
+
+class SocketcandDesk {
+ public:
+  using Answer = std::function<std::vector<bus::frame_t>(const bus::frame_t&)>;
+
+  explicit SocketcandDesk(Answer answer = {}, std::string greeting = "< hi >")
+      : answer_(std::move(answer)),
+        greeting_(std::move(greeting)),
+        listener_(::socket(AF_INET, SOCK_STREAM, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    void* generic = &address;
+    ::bind(listener_, static_cast<sockaddr*>(generic), size);
+    ::listen(listener_, 4);
+    ::getsockname(listener_, static_cast<sockaddr*>(generic), &size);
+    port_ = ntohs(address.sin_port);
+    thread_ = std::thread([this] { Serve(); });
+  }
+  ~SocketcandDesk() {
+    stop_ = true;
+    thread_.join();
+    DropClients();
+    ::close(listener_);
+  }
+  SocketcandDesk(const SocketcandDesk&) = delete;
+  SocketcandDesk& operator=(const SocketcandDesk&) = delete;
+
+  std::string Bus() const { return "socketcand:127.0.0.1:" + std::to_string(port_); }
+
+  // The frames that came so far, once there are `count` of them or five seconds have passed.
+  std::vector<bus::frame_t> WaitForFrames(std::size_t count) {
+    std::unique_lock lock(mutex_);
+    changed_.wait_for(lock, std::chrono::seconds(5), [&] { return frames_.size() >= count; });
+    return frames_;
+  }
+  void WaitForClients(std::size_t count) {
+    std::unique_lock lock(mutex_);
+    changed_.wait_for(lock, std::chrono::seconds(5), [&] { return ready_ >= count; });
+  }
+  void SendText(const std::string& text) {
+    const std::scoped_lock lock(mutex_);
+    for (const auto& [fd, splitter] : clients_) ::send(fd, text.data(), text.size(), MSG_NOSIGNAL);
+  }
+  void DropClients() {
+    const std::scoped_lock lock(mutex_);
+    for (const auto& [fd, splitter] : clients_) ::close(fd);
+    clients_.clear();
+  }
+
+ private:
+  void Serve() {
+    while (!stop_) {
+      std::vector<pollfd> waits{{listener_, POLLIN, 0}};
+      {
+        const std::scoped_lock lock(mutex_);
+        for (const auto& [fd, splitter] : clients_) waits.push_back({fd, POLLIN, 0});
+      }
+      ::poll(waits.data(), waits.size(), 10);
+      const std::scoped_lock lock(mutex_);
+      for (const pollfd& wait : waits) {
+        if (wait.revents != 0 && wait.fd == listener_) Accept();
+        if (wait.revents != 0 && clients_.contains(wait.fd)) Read(wait.fd);
+      }
+      changed_.notify_all();
+    }
+  }
+  void Accept() {
+    const int fd = ::accept(listener_, nullptr, nullptr);
+    clients_[fd];
+    ::send(fd, greeting_.data(), greeting_.size(), MSG_NOSIGNAL);
+  }
+  void Read(int fd) {
+    char bytes[4096];
+    const ssize_t got = ::recv(fd, bytes, sizeof bytes, MSG_DONTWAIT);
+    if (got <= 0) {
+      ::close(fd);
+      clients_.erase(fd);
+      return;
+    }
+    clients_[fd].Feed({bytes, static_cast<std::size_t>(got)});
+    for (std::string message; clients_[fd].Next(message);) Handle(fd, message);
+  }
+  void Handle(int fd, const std::string& message) {
+    std::string reply;
+    if (message == "< rawmode >") ++ready_;
+    if (const auto frame = bus::ParseSocketcandSend(message)) {
+      frames_.push_back(*frame);
+      if (answer_) {
+        for (const bus::frame_t& out : answer_(*frame)) reply += bus::FormatSocketcandFrame(out);
+      }
+    } else {
+      reply = message == "< open can0 >" || message == "< rawmode >" ? "< ok >" : "< error unknown command >";
+    }
+    ::send(fd, reply.data(), reply.size(), MSG_NOSIGNAL);
+  }
+
+  const Answer answer_;
+  const std::string greeting_;
+  const int listener_;
+  int port_ = 0;
+  std::atomic<bool> stop_ = false;
+  std::mutex mutex_;  // all below
+  std::condition_variable changed_;
+  std::map<int, bus::SocketcandSplitter> clients_;
+  std::vector<bus::frame_t> frames_;
+  std::size_t ready_ = 0;
+  std::thread thread_;
+};
