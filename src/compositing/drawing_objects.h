@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "compositing/compositor_messages.h"
 
@@ -75,7 +76,7 @@ class CompGraphImage : public DrawingObject {
 
  private:
   void Draw(image_t placement, int width, int height);
-  std::string fileName_;
+  std::vector<std::string> fileNames_;  // one, in the form that the layer queues strings in
 };
 
 class CompGraphLine : public DrawingObject {

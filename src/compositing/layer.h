@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -86,17 +87,27 @@ class Layer {
   std::span<const std::uint8_t> queued() const { return {queue_.data(), used_}; }
 
  private:
+  struct header_t {
+    cmd_t command;
+    int firstArgument, secondArgument;
+    std::size_t dataLength;
+  };
+  struct reply_t {
+    int error;            // why there is no reply, or 0
+    std::int32_t status;  // what the compositor replied
+  };
+  int Announce(cmd_t command, int firstArgument) const;
+  reply_t Send(std::span<const std::uint8_t> records) const;
+  void SendFrame();
   void Operate(operation_t operation, std::span<const float> arguments = {});
   void OperateInt(operation_t operation, int argument);
-  void WriteHeader(cmd_t command, int firstArgument, int secondArgument, std::size_t dataLength);
-  void Append(std::span<const std::uint8_t> bytes, std::size_t end);
-  std::int32_t Send();
-  long Announce(cmd_t command, int firstArgument);
+  void Append(std::span<const std::uint8_t> bytes);
+  void StoreHeader(std::span<std::uint8_t> record, const header_t& header) const;
 
   const int id_;
   int coid_ = -1;
-  bool connected_ = false;
-  mutable std::recursive_mutex mutex_;  // guards queue_, used_, objects_ and lastObjectId_
+  std::atomic<bool> connected_{false};
+  std::recursive_mutex mutex_;  // guards queue_, used_, objects_ and lastObjectId_
   std::vector<std::uint8_t> queue_;
   std::size_t used_ = 0;
   std::map<int, DrawingObject*> objects_;

@@ -53,10 +53,11 @@ constexpr std::uint64_t CYCLES_PER_TIMEOUT_UNIT = 66'500;
 // a change is sent after it was given back and never blocks.
 class DBSHM {
  public:
-  // Attaches to the existing database and connects to its owner. Prints on standard error when there is none;
-  // nothing but Open may be called then.
+  // Attaches to the existing database and connects to its owner. Prints on standard error when there is none:
+  // reads are then not valid and writes are ignored.
   static void Open();
-  // Makes the database, for the process that owns it; attaches when it exists already.
+  // Makes the database, for the process that owns it; attaches when it exists already. The process id in the
+  // header is written last: while it is 0 the database is not ready.
   static void Init();
   // Reads the name table again.
   static void makeParamMap();
@@ -76,6 +77,8 @@ class DBSHM {
   static int getNeverExpireTime();
 
   // 1 and the value, or 0 and a cleared output when the value is not valid or the handle is above LAST_HANDLE.
+  // A value is read as the type that it is asked for, from the start of its field: reader and writer must
+  // agree.
   static int Read(unsigned handle, double& value);
   static int Read(unsigned handle, float& value);
   static int Read(unsigned handle, bool& value);
@@ -89,8 +92,8 @@ class DBSHM {
   static int Read(unsigned handle, unsigned& tag, double& value);
   static int Read(unsigned handle, unsigned& tag, float& value);
 
-  // Stores a value that never expires and tells the owner by a pulse when it changed and its slot asks for
-  // that.
+  // Stores a value that never expires, and tells the owner by a pulse when its bytes changed and its slot asks
+  // for that. The pulse is lost when the owner's channel is full.
   static void Write(unsigned handle, double value);
   static void Write(unsigned handle, float value);
   static void Write(unsigned handle, bool value);
@@ -109,8 +112,11 @@ class DBSHM {
   static void Write(unsigned handle, unsigned tag, const char* value, unsigned timeout, bool timed);
 
  private:
+  static bool Map(int fd);
+  static void Detach();
+
   static void* dbshmSharedMemory;
   static int dbshmFd;
-  static int dbshmId;
+  static int dbshmId;  // connection to the owner's channel
   static std::map<std::string, unsigned> dbshmParameterMap;
 };

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <span>
 
 #include "services/nm_messages.h"
 
@@ -38,13 +39,22 @@ class NMClient {
   bool isValid() const { return valid_.load(std::memory_order_relaxed); }
 
  private:
-  int Request(std::int32_t type, std::int32_t channel, std::int32_t length, std::size_t bytes);
+  struct request_t {
+    nm_type_t type;
+    std::int32_t channel;
+    std::int32_t length;
+    std::span<const char> payload;
+  };
+  void Connect();
+  // One exchange through sendBuffer_. Returns the reply's word at `resultAt`, or -1.
+  int Request(const request_t& request, std::size_t resultAt);
+  int Fetch(int& channel, char* buf, int maxlen);
 
-  int chid_ = 0;
-  int clientId_ = -1;
-  int coid_ = 0;
+  int chid_ = 0;       // the client's own channel, where the server's pulses arrive
+  int clientId_ = -1;  // given by the server at connection
+  int coid_ = 0;       // the connection to the server
   std::atomic<bool> valid_{true};
-  int wakeCoid_ = -1;
+  int wakeCoid_ = -1;     // the client's connection to its own channel
   std::mutex sendMutex_;  // guards sendBuffer_
   std::array<std::uint8_t, NM_MESSAGE_SIZE> sendBuffer_{};
   std::array<std::uint8_t, NM_MESSAGE_SIZE> recvBuffer_{};  // the receiving thread's

@@ -113,12 +113,13 @@ class Reader {
   char getEscapedChar();
   std::string getData();
 
-  bool FillBlock();
+  Node* TakeTag();
+  void SkipContent();
+  void CloseElement();
   bool SkipRemark();
   void SkipPast(std::string_view end);
   void SkipToTag();
-  void CloseElement();
-  void SkipContent();
+  bool FillBlock();
 
   static constexpr std::size_t BLOCK_SIZE = 4096;
 

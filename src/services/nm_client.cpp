@@ -1,0 +1,132 @@
+#include "services/nm_client.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include <unistd.h>
+
+#include "platform/byte_order.h"
+#include "platform/messages.h"
+#include "platform/names.h"
+
+namespace NM {
+
+namespace {
+
+constexpr int WAKE_PULSE_CODE = 1;
+
+std::int32_t LoadWord(std::span<const std::uint8_t> message, std::size_t offset) {
+  return static_cast<std::int32_t>(platform::LoadLe32(message, offset));
+}
+
+void StoreWord(std::span<std::uint8_t> message, std::size_t offset, std::int32_t value) {
+  platform::StoreLe32(message, offset, static_cast<std::uint32_t>(value));
+}
+
+void StoreHeader(std::span<std::uint8_t> message, nm_type_t type, std::int32_t channel, std::int32_t length,
+                 std::int32_t clientId) {
+  StoreWord(message, NM_TYPE_AT, type);
+  StoreWord(message, NM_CHANNEL_AT, channel);
+  StoreWord(message, NM_LENGTH_AT, length);
+  StoreWord(message, NM_CLIENT_AT, clientId);
+}
+
+// Sends the first `bytes` of the message; the reply takes the message's place.
+bool Exchange(int coid, std::span<std::uint8_t> message, std::size_t bytes) {
+  return MsgSend(coid, message.data(), bytes, message.data(), message.size()) != -1;
+}
+
+}  // namespace
+
+NMClient::NMClient() {
+  chid_ = ChannelCreate(0);
+  if (chid_ < 0) {
+    std::fputs("NM-Client: Error: Cannot create pulse server\n", stderr);
+    valid_ = false;
+  }
+  coid_ = name_open(NM_SERVER_NAME, 0);
+  if (coid_ < 0) {
+    std::fputs((std::string("NM-Client: Error: Cannot attach to server name=") + NM_SERVER_NAME + "\n").c_str(),
+               stderr);
+    valid_ = false;
+  }
+  if (chid_ >= 0) wakeCoid_ = ConnectAttach(0, 0, chid_, _NTO_SIDE_CHANNEL, 0);
+  Connect();
+}
+
+NMClient::~NMClient() {
+  if (wakeCoid_ >= 0) ConnectDetach(wakeCoid_);
+  if (chid_ >= 0) ChannelDestroy(chid_);
+  if (coid_ >= 0) name_close(coid_);
+}
+
+// The request is made even by a client that has already failed; a send that fails changes nothing.
+void NMClient::Connect() {
+  StoreHeader(sendBuffer_, NM_CONNECT, -1, 0, -1);
+  StoreWord(sendBuffer_, NM_CONNECT_PID_AT, getpid());
+  StoreWord(sendBuffer_, NM_CONNECT_CHID_AT, chid_);
+  if (!Exchange(coid_, sendBuffer_, NM_CONNECT_SIZE)) return;
+  if (LoadWord(sendBuffer_, NM_LENGTH_AT) < 0) {
+    valid_ = false;
+  } else {
+    clientId_ = LoadWord(sendBuffer_, NM_CLIENT_AT);
+  }
+}
+
+int NMClient::Request(const request_t& request, std::size_t resultAt) {
+  if (!isValid() || request.payload.size() > NM_PAYLOAD_SIZE) return -1;
+  const std::lock_guard lock(sendMutex_);
+  StoreHeader(sendBuffer_, request.type, request.channel, request.length, clientId_);
+  std::ranges::copy(request.payload, sendBuffer_.begin() + NM_HEADER_SIZE);
+  if (!Exchange(coid_, sendBuffer_, NM_HEADER_SIZE + request.payload.size())) return -1;
+  return LoadWord(sendBuffer_, resultAt);
+}
+
+int NMClient::registerName(const char* name) {
+  if (name == nullptr) return -1;
+  const std::span<const char> payload(name, std::strlen(name) + 1);
+  const auto length = static_cast<std::int32_t>(std::min(payload.size(), NM_MESSAGE_SIZE));
+  return Request({NM_REGISTER, -1, length, payload}, NM_CHANNEL_AT);
+}
+
+int NMClient::subscribe(int channel) {
+  return Request({NM_SUBSCRIBE, channel, 0, {}}, NM_LENGTH_AT);
+}
+
+int NMClient::sendMsg(int channel, const char* data, int len) {
+  if (len < 0 || (data == nullptr && len > 0)) return -1;
+  return Request({NM_SEND, channel, len, {data, static_cast<std::size_t>(len)}}, NM_LENGTH_AT);
+}
+
+int NMClient::recvMsg(int& channel, char* buf, int maxlen) {
+  if (!isValid()) return -1;
+  const int rcvid = MsgReceive(chid_, recvBuffer_.data(), recvBuffer_.size(), nullptr);
+  if (rcvid != 0) {
+    std::fputs("NM-Client: Error: unexpected rcvid\n", stderr);
+    // Nobody sends messages here; one that did must not wait for a reply for ever.
+    if (rcvid > 0) MsgError(rcvid, ENOSYS);
+    return -1;
+  }
+  return Fetch(channel, buf, maxlen);
+}
+
+int NMClient::Fetch(int& channel, char* buf, int maxlen) {
+  const std::int32_t room = std::clamp(maxlen, 0, static_cast<int>(NM_PAYLOAD_SIZE));
+  StoreHeader(recvBuffer_, NM_FETCH, -1, room, clientId_);
+  if (!Exchange(coid_, recvBuffer_, NM_HEADER_SIZE)) return -1;
+  const std::int32_t length = std::min(LoadWord(recvBuffer_, NM_LENGTH_AT), room);
+  if (length < 0) return -1;
+  std::copy_n(recvBuffer_.begin() + NM_HEADER_SIZE, length, buf);
+  channel = LoadWord(recvBuffer_, NM_CHANNEL_AT);
+  return length;
+}
+
+void NMClient::wakeReceiver() {
+  // A channel too full for one more pulse wakes its receiver in any case.
+  if (wakeCoid_ >= 0) MsgSendPulse(wakeCoid_, getprio(0), WAKE_PULSE_CODE, 0);
+}
+
+}  // namespace NM
