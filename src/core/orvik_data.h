@@ -142,7 +142,7 @@ struct orvikData_t {
   pthread_mutex_t decapMutex;    // decapData
   pthread_mutex_t displayMutex;  // utf8Display, the 31 fields, the flash line, systemText
   pthread_mutex_t beeperMutex;   // beeperState and beeperDuration together
-  pthread_mutex_t blinkerMutex;  // the blinker table
+  pthread_mutex_t dialsMutex;    // what the dials page shows
 
   // --- Hand-over queues. The work arrays belong to their consumer.
   std::vector<CAN_packet_t2> canPackets;
@@ -214,6 +214,7 @@ struct orvikData_t {
   // ends, since another thread may still be using one.
   gauge_handles_t gauges{};
   variable_handles_t variables{};
+  std::vector<unsigned> textWidgets;  // every text widget's handle; filled once, before `running` is set
   std::atomic<ScreenApi*> screenApi{nullptr};
   std::atomic<Compositing::Layer*> layer{nullptr};
   std::vector<std::unique_ptr<ScreenApi>> screenApis;

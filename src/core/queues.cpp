@@ -1,0 +1,70 @@
+#include <string>
+
+#include "core/console.h"
+#include "core/mutex_guard.h"
+#include "core/orvik_data.h"
+
+namespace {
+
+constexpr std::uint32_t DROPS_PER_REPORT = 1000;
+
+// Says once a thousand that a queue is full: the consumer has stopped, and a line for each element would drown
+// that.
+void CountDrop(PlainWord_t<std::uint32_t>& dropped, const char* what) {
+  const std::uint32_t before = dropped;
+  dropped = before + 1;
+  if (before % DROPS_PER_REPORT == 0) {
+    PrintErr(std::string("Orvik: ERROR!  ") + what + " queue full, dropped " + std::to_string(before + 1));
+  }
+}
+
+template <class T>
+void Append(pthread_mutex_t& mutex, std::vector<T>& queue, std::size_t bound,
+            PlainWord_t<std::uint32_t>& dropped, const char* what, const T& element) {
+  {
+    const MutexGuard guard(mutex);
+    if (queue.size() < bound) {
+      queue.push_back(element);
+      return;
+    }
+  }
+  CountDrop(dropped, what);
+}
+
+// Moves the whole backlog behind what the consumer still has, and leaves the queue without storage.
+template <class T>
+void TakeAll(pthread_mutex_t& mutex, std::vector<T>& queue, std::vector<T>& work) {
+  std::vector<T> taken;
+  {
+    const MutexGuard guard(mutex);
+    taken.swap(queue);
+  }
+  work.insert(work.end(), taken.begin(), taken.end());
+}
+
+}  // namespace
+
+void addCanPacket(orvikData_t* data, const CAN_packet_t2& packet) {
+  Append(data->canMutex, data->canPackets, MAX_QUEUED_FRAMES, data->canPacketsDropped, "CAN packet", packet);
+}
+
+void getCanPackets(orvikData_t* data) {
+  TakeAll(data->canMutex, data->canPackets, data->canWork);
+}
+
+void addDecapData(orvikData_t* data, const DecapData_t& message) {
+  Append(data->decapMutex, data->decapData, MAX_QUEUED_MESSAGES, data->decapDataDropped, "Message", message);
+}
+
+void getDecapData(orvikData_t* data) {
+  TakeAll(data->decapMutex, data->decapData, data->decapWork);
+}
+
+void addKeyData(orvikData_t* data, unsigned char key) {
+  if (data->keyData.Push(key)) data->lastKey = static_cast<std::int16_t>(key);
+}
+
+std::uint32_t getKeyData(orvikData_t* data) {
+  std::uint8_t key = 0;
+  return data->keyData.Pop(key) ? key : 0;
+}

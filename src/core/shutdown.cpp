@@ -1,0 +1,115 @@
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include <unistd.h>
+
+#include "core/console.h"
+#include "core/name_tables.h"
+#include "core/startup.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr int ANNOUNCED_SECONDS = 5;
+constexpr int STOP_PASSES = 4;  // fewer than announced; both are as they are
+constexpr milliseconds SPLASH_POLL{100};
+
+// A page from which the application may end, and how it gets to the splash page from there.
+struct exit_page_t {
+  int pageId;
+  const char* request;
+  const char* event;
+  void (*announce)(std::string_view);
+};
+
+constexpr exit_page_t EXIT_PAGES[] = {
+    {ACTION_PAGE_SLATE, "Orvik: On Slate page, requesting ", "orvik.SlateToSplash", PrintErr},
+    {ACTION_PAGE_MAIN, "Orvik: On Main page, requesting ", "orvik.MainToSplash", PrintOut},
+};
+
+const exit_page_t* FindExitPage(int pageId) {
+  const auto* found = std::find_if(std::begin(EXIT_PAGES), std::end(EXIT_PAGES),
+                                   [pageId](const exit_page_t& page) { return page.pageId == pageId; });
+  return found == std::end(EXIT_PAGES) ? nullptr : found;
+}
+
+// The screen service alone knows when it shows the splash page; without it there is nothing left to wait for
+// but it.
+void MoveToSplash(orvikData_t* data, const exit_page_t& page) {
+  PrintOut(std::string(page.request) + page.event + " transition");
+  PostEvent(data, page.event);
+  while (CurrentPageId(data) != ACTION_PAGE_SPLASH) {
+    PrintOut("Orvik: waiting...");
+    std::this_thread::sleep_for(SPLASH_POLL);
+  }
+  page.announce("Orvik: Now on SPLASH page ");
+}
+
+void HandleTerminationRequest(orvikData_t* data) {
+  const int pageId = CurrentPageId(data);
+  PrintOut("Orvik: SIGUSR1 signal received while on page " + std::string(ActionName(pageId)));
+  if (const exit_page_t* page = FindExitPage(pageId); page != nullptr) {
+    MoveToSplash(data, *page);
+  } else {
+    PrintErr("Orvik: NOT on terminatable page.  Ignoring request to terminate application");
+    orvikStop = 0;
+  }
+}
+
+bool AnyThreadRuns(const orvikData_t* data) {
+  return std::any_of(data->threadRunning.begin(), data->threadRunning.end(),
+                     [](const PlainWord_t<int>& flag) { return flag != 0; });
+}
+
+// A receive that waits for a message does not see its stop request.
+void WakeReceivers(orvikData_t* data) {
+  for (NM::NMClient* client : {data->canNmClient.load(), data->actionNmClient.load()}) {
+    if (client != nullptr) client->wakeReceiver();
+  }
+}
+
+void WriteLine(std::string_view line) {
+  [[maybe_unused]] const ssize_t ignored = write(STDOUT_FILENO, line.data(), line.size());
+}
+
+}  // namespace
+
+void sigUSR1_handler(int signo) {
+  if (signo == SIGUSR1) {
+    WriteLine("received SIGUSR1\n");
+    orvikStop = 1;
+  } else {
+    WriteLine("unknown signal %ld received\n");
+  }
+}
+
+void WaitForTermination(orvikData_t* data) {
+  sigset_t none;
+  sigemptyset(&none);
+  while (orvikStop == 0) {
+    sigsuspend(&none);
+    HandleTerminationRequest(data);
+  }
+}
+
+bool StopWorkers(orvikData_t* data) {
+  PostEvent(data, "orvik.ExitApplication");
+  PrintOut("Orvik: Sending orvik.ExitApplication");
+  for (PlainWord_t<int>& stop : data->threadStop) stop = 1;
+  WakeReceivers(data);
+  PrintOut("Orvik: Waiting maximum of " + std::to_string(ANNOUNCED_SECONDS) +
+           " seconds for threads to stop...");
+  for (int pass = 0; pass < STOP_PASSES; ++pass) {
+    const bool running = AnyThreadRuns(data);
+    std::this_thread::sleep_for(seconds{1});
+    if (!running) return true;
+  }
+  PrintOut("Orvik: Main timed out!");
+  return false;
+}

@@ -1,0 +1,193 @@
+#include "core/startup.h"
+
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include <sys/stat.h>
+
+#include "platform/device_io.h"
+#include "platform/paths.h"
+
+#include "core/console.h"
+#include "core/generic_config.h"
+#include "devio/blinkers.h"
+#include "devio/digital_io.h"
+#include "devio/timer.h"
+#include "display/dispatcher.h"
+#include "hostlink/can_transport.h"
+#include "hostlink/decapsulation.h"
+#include "hostlink/immediate_replies.h"
+#include "hostlink/watchdog.h"
+#include "pages/action_channel.h"
+#include "pages/key_report.h"
+#include "pages/keypad_scanner.h"
+#include "parse/parse_thread.h"
+#include "services/dbshm.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr const char* BUILD_TIME = __TIME__;
+
+constexpr std::uint64_t COUNTER_ADDRESS = 0x53F90024;
+constexpr std::size_t COUNTER_SIZE = 4;
+constexpr double COUNTS_PER_SECOND = 32000.0;
+constexpr milliseconds WORKER_PAUSE{10};
+
+// A path as one word of a shell command.
+std::string QuoteForShell(const std::string& path) {
+  std::string quoted = "'";
+  for (const char c : path) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
+}
+
+void CopyDateProgram() {
+  const std::string command = "cp " + QuoteForShell(platform::ResolveUnitPath("/fs/etfs/app/orvik/bin/date")) +
+                              " " + QuoteForShell(platform::ResolveUnitPath("/fs/etfs/resources/bin/."));
+  [[maybe_unused]] const int ignored = std::system(command.c_str());
+}
+
+// The counter in seconds' parts. Converted before it is subtracted: a wrap in between shows as a negative time.
+double ReadCounter(std::uintptr_t counter) {
+  return counter == MAP_DEVICE_FAILED ? 0.0 : static_cast<double>(in32(counter));
+}
+
+std::uintptr_t MapCounter() {
+  if (ThreadCtl(_NTO_TCTL_IO, nullptr) == -1) PrintErr("netio: ThreadCtl Error");
+  return mmap_device_io(COUNTER_SIZE, COUNTER_ADDRESS);
+}
+
+void InitMutexes(orvikData_t* data) {
+  for (pthread_mutex_t* mutex :
+       {&data->canMutex, &data->decapMutex, &data->displayMutex, &data->beeperMutex, &data->dialsMutex}) {
+    pthread_mutex_init(mutex, nullptr);
+  }
+}
+
+struct worker_t {
+  const char* name;
+  int (*init)(orvikData_t*);
+  milliseconds pause;
+};
+
+constexpr worker_t FIRST_WORKERS[] = {
+    {"Action Channel", Init_ActionChannel, WORKER_PAUSE},
+    {"Dispatch", Init_Dispatch, WORKER_PAUSE},
+    {"Decap", Init_Decapsulate, WORKER_PAUSE},
+    {"Timer", Init_Timer, WORKER_PAUSE},
+    {"CAN", Init_CAN, WORKER_PAUSE},
+};
+
+// These start once the record's mutexes are initialised.
+constexpr worker_t LATER_WORKERS[] = {
+    {"Watchdog", Init_Watchdog, milliseconds{0}},
+    {"Digital I/O", Init_DIO, milliseconds{0}},
+    {"Parse", Init_Parse, milliseconds{0}},
+    {"Blinker", InitBlinkerThread, WORKER_PAUSE},
+};
+
+void StartWorker(const worker_t& worker, orvikData_t* data) {
+  const std::string line = std::string("Orvik: ") + worker.name + " Initilization ";
+  if (worker.init(data) == 0) {
+    PrintOut(line + "OK");
+  } else {
+    PrintErr(line + "Failed");
+  }
+  std::this_thread::sleep_for(worker.pause);
+}
+
+// The keypad scanner speaks for itself once it runs; only its failure has a line here.
+void StartKeypad(orvikData_t* data) {
+  if (KEYPAD::Init_KeyPad(data) != 0) PrintErr("Orvik: Keypad Initilization Failed");
+}
+
+// The barrier looks at every running flag but the keypad's and the blinker's ...
+bool AnyEarlyWorkerRuns(const orvikData_t* data) {
+  for (int slot = 0; slot < THREAD_COUNT; ++slot) {
+    if (slot == THREAD_KEYPAD || slot == THREAD_BLINKER) continue;
+    if (data->threadRunning[static_cast<std::size_t>(slot)] != 0) return true;
+  }
+  return false;
+}
+
+std::string RunningFlags(const orvikData_t* data) {
+  std::string flags;
+  for (const PlainWord_t<int>& flag : data->threadRunning) flags += std::to_string(flag.Load());
+  return flags;
+}
+
+}  // namespace
+
+void BeginStartUp() {
+  PrintOut(std::string("\n\nOrvik: Product: QMT740VGA, Version: ") + std::string(VR) +
+           ", Compile Date: " + std::string(FD) + "  " + BUILD_TIME);
+  PrintOut("Orvik: Starting Orvik Application and Initializing data...");
+  CopyDateProgram();
+  DBSHM::Open();
+}
+
+std::string CheckArguments(const std::vector<std::string>& arguments) {
+  if (arguments.size() != 2) {
+    PrintOut("Usage: " + (arguments.empty() ? std::string("orvik") : arguments.front()) + " [generic]");
+    return {};
+  }
+  const std::string& path = arguments[1];
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) {
+    PrintErr("Orvik: Generic config file (" + path + ") failed.");
+    return {};
+  }
+  return path;
+}
+
+void ReadConfiguration(const std::string& path, orvikData_t* data) {
+  const std::uintptr_t counter = MapCounter();
+  std::ifstream stream(path);
+  if (!stream) PrintErr("Orvik: Can't open generic config file: " + path);
+  PrintOut("Orvik: Begin parsing configuration file: " + path);
+  const double before = ReadCounter(counter);
+  parseGeneric(stream, data);
+  const double after = ReadCounter(counter);
+  PrintOut("Orvik: Done parsing configuration file: " + path);
+  std::ostringstream took;
+  took << "Orvik: Generic parsing took: " << (after - before) / COUNTS_PER_SECOND << " seconds.";
+  PrintOut(took.str());
+}
+
+void ConnectNotifications(orvikData_t* data) {
+  data->nmClient = new NM::NMClient();
+  data->eventChannel = data->nmClient->registerName(data->eventChannelName.c_str());
+  PrintOut("orvikData.eventChannel: " + std::to_string(data->eventChannel.Load()));
+  data->nmClient->subscribe(data->eventChannel);
+}
+
+void StartWorkers(orvikData_t* data) {
+  for (const worker_t& worker : FIRST_WORKERS) {
+    if (worker.init == Init_Timer) data->timerReady = 1;  // so that the barrier passes at once
+    StartWorker(worker, data);
+  }
+  InitMutexes(data);
+  for (const worker_t& worker : LATER_WORKERS) StartWorker(worker, data);
+  StartKeypad(data);
+}
+
+void PassStartBarrier(const orvikData_t* data) {
+  if (AnyEarlyWorkerRuns(data)) return;
+  do {
+    PrintOut("Wait state: " + RunningFlags(data));
+    std::this_thread::sleep_for(WORKER_PAUSE);
+    // ... while once it waits the blinker's lets it pass as well.
+  } while (!AnyEarlyWorkerRuns(data) && data->blinkerReady == 0);
+}
+
+void FinishStartUp(orvikData_t* data) {
+  InitOrvikData(data);
+  data->running = 1;
+  SetQMT740KeyPressed(data, 0);
+  PrintOut("Orvik: System Up");
+}

@@ -1,0 +1,86 @@
+#include "display/dials.h"
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <string>
+
+#include "compositing/drawing_objects.h"
+#include "compositing/layer.h"
+#include "core/mutex_guard.h"
+
+namespace {
+
+constexpr int LAYER_ID = 1;
+
+PGN_dimensions_t boomSize, swingSize;
+
+// What the last drawing showed; guarded by dialsMutex.
+struct shown_t {
+  double angle = std::numeric_limits<double>::quiet_NaN();
+  double swing = std::numeric_limits<double>::quiet_NaN();
+};
+shown_t shown;
+
+struct picture_t {
+  const char* path;
+  PGN_dimensions_t size;
+  double pivotX, pivotY, offsetX, offsetY;
+  double degrees;  // counter-clockwise
+};
+
+float Float(double value) {
+  return static_cast<float>(value);
+}
+
+// The picture turns about its pivot, from which its top left corner stands off.
+void DrawPicture(Compositing::Layer& layer, const picture_t& picture) {
+  Compositing::CompGraphImage image(picture.path);
+  layer.glPushAndTranslate(Float(picture.pivotX), Float(picture.pivotY), 0.0F);
+  layer.glRotate(Float(-picture.degrees), 0.0F, 0.0F, 1.0F);
+  layer.glPushAndTranslate(Float(-picture.offsetX), Float(-picture.offsetY), 0.0F);
+  image.DrawTexture(picture.size.width, picture.size.height);
+  layer.glPop();
+  layer.glPop();
+}
+
+void DrawDials(orvikData_t* data, Compositing::Layer& layer) {
+  const drawing_geometry_t& d = data->drawing;
+  shown = {data->angle, data->swing};
+  DrawPicture(layer,
+              {BOOM_PICTURE, boomSize, d.boomPivotX, d.boomPivotY, d.boomOffsetX, d.boomOffsetY, shown.angle});
+  DrawPicture(layer, {SWING_PICTURE, swingSize, d.swingPivotX, d.swingPivotY, d.swingOffsetX, d.swingOffsetY,
+                      -shown.swing});
+  layer.draw();
+}
+
+}  // namespace
+
+void ReadPictureSizes() {
+  GetPGNSize(BOOM_PICTURE, &boomSize);
+  GetPGNSize(SWING_PICTURE, &swingSize);
+}
+
+void InitLayer(orvikData_t* data) {
+  const MutexGuard guard(data->dialsMutex);
+  data->layers.push_back(std::make_unique<Compositing::Layer>(LAYER_ID, Compositing::LAYER_USER));
+  data->layer = data->layers.back().get();
+  data->layers.back()->setToCurrentLayer();
+}
+
+void ClearLayer(orvikData_t* data) {
+  const MutexGuard guard(data->dialsMutex);
+  shown = {};
+  if (Compositing::Layer* layer = data->layer; layer != nullptr) layer->draw();
+}
+
+void RefreshPageDials(orvikData_t* data) {
+  const MutexGuard guard(data->dialsMutex);
+  if (Compositing::Layer* layer = data->layer; layer != nullptr) DrawDials(data, *layer);
+}
+
+void UpdatePageDials(orvikData_t* data) {
+  const MutexGuard guard(data->dialsMutex);
+  if (data->angle == shown.angle && data->swing == shown.swing) return;
+  if (Compositing::Layer* layer = data->layer; layer != nullptr) DrawDials(data, *layer);
+}

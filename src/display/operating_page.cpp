@@ -1,0 +1,122 @@
+#include "display/operating_page.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string>
+
+#include <utf8.h>
+
+#include "core/mutex_guard.h"
+#include "display/text_widget.h"
+#include "parse/fields.h"
+
+namespace {
+
+constexpr const char* BLANK = " ";
+
+using grid_t = std::array<UTF8Line_t, GRID_LINES>;
+
+// What the line widgets show, as the dispatcher last left it.
+struct lines_display_t {
+  grid_t grid{};
+  int columns = -1;
+  bool wide = false;
+  std::array<TextWidget_t, GRID_LINES> std, widest;
+};
+lines_display_t linesDisplay;
+
+struct label_display_t {
+  TextWidget_t std, wide;
+};
+label_display_t mainErected, mainStowed, configErected, configStowed, flashMessage;
+
+bool IsWide(const orvikData_t* data) {
+  return data->expandFullWidth != 0;
+}
+
+// A code point that no text has (the host's are repaired before they come here) shows as a blank.
+void AppendCodePoint(std::uint32_t codePoint, std::string& text) {
+  try {
+    utf8::append(codePoint, std::back_inserter(text));
+  } catch (const utf8::exception&) {
+    text += BLANK;
+  }
+}
+
+std::string LineText(const UTF8Line_t& line, int columns) {
+  std::string text;
+  const auto shown = static_cast<std::size_t>(std::clamp(columns, 0, LINE_CELLS));
+  for (std::size_t i = 0; i < shown; ++i) AppendCodePoint(line.cells[i].codePoint, text);
+  return text.empty() ? BLANK : text;
+}
+
+grid_t CopyGrid(orvikData_t* data) {
+  const MutexGuard guard(data->displayMutex);
+  return data->utf8Display;
+}
+
+void ShowLine(orvikData_t* data, std::size_t line, const std::string& text, bool wide) {
+  const gauge_handles_t& g = data->gauges;
+  linesDisplay.std[line].Show(data, wide ? BLANK : text, SCREEN_TEXT_LEFT, g.operatingStd[line], g.wadStd[line],
+                              g.slateStd[line]);
+  linesDisplay.widest[line].Show(data, wide ? text : BLANK, SCREEN_TEXT_LEFT, g.operatingWide[line],
+                                 g.wadWide[line], g.slateWide[line]);
+}
+
+void ShowLabel(orvikData_t* data, label_display_t& label, const std::string& text, unsigned stdHandle,
+               unsigned wideHandle) {
+  const std::string shown = text.empty() ? BLANK : text;
+  label.std.Show(data, IsWide(data) ? BLANK : shown, SCREEN_TEXT_LEFT, stdHandle);
+  label.wide.Show(data, IsWide(data) ? shown : BLANK, SCREEN_TEXT_LEFT, wideHandle);
+}
+
+std::string FlashText(orvikData_t* data) {
+  const MutexGuard guard(data->displayMutex);
+  std::string text;
+  for (const unsigned codePoint : data->flashLine) AppendCodePoint(codePoint, text);
+  return text;
+}
+
+}  // namespace
+
+void DisplayLines(orvikData_t* data) {
+  const grid_t grid = CopyGrid(data);
+  const int columns = data->lcdColumns;
+  const bool wide = IsWide(data);
+  const bool all = columns != linesDisplay.columns || wide != linesDisplay.wide;
+  for (std::size_t line = 0; line < GRID_LINES; ++line) {
+    if (!all && SameUTF8Line(data, &grid[line], &linesDisplay.grid[line])) continue;
+    ShowLine(data, line, LineText(grid[line], columns), wide);
+  }
+  linesDisplay.grid = grid;
+  linesDisplay.columns = columns;
+  linesDisplay.wide = wide;
+}
+
+void DisplayErected(orvikData_t* data) {
+  ShowLabel(data, mainErected, ErectedText(data), data->gauges.mainErectedStd, data->gauges.mainErectedWide);
+}
+
+void DisplayStowed(orvikData_t* data) {
+  ShowLabel(data, mainStowed, StowedText(data), data->gauges.mainStowedStd, data->gauges.mainStowedWide);
+}
+
+void UpdatePageOperating(orvikData_t* data) {
+  DisplayLines(data);
+  DisplayCapacity(data);
+  DisplayLoad(data);
+  DisplayExtension(data);
+  DisplayAngle(data);
+  DisplayRadius(data);
+  DisplayUnits(data);
+  DisplaySwing(data);
+  DisplayErected(data);
+  DisplayStowed(data);
+}
+
+void UpdatePageConfig(orvikData_t* data) {
+  const gauge_handles_t& g = data->gauges;
+  ShowLabel(data, configErected, ErectedText(data), g.configErectedStd, g.configErectedWide);
+  ShowLabel(data, configStowed, StowedText(data), g.configStowedStd, g.configStowedWide);
+  ShowLabel(data, flashMessage, FlashText(data), g.flashMsgStd, g.flashMsgWide);
+}

@@ -1,0 +1,42 @@
+#include "display/system_message.h"
+
+#include "parse/fields.h"
+
+namespace {
+
+constexpr std::size_t NO_LANGUAGE = LANGUAGE_COUNT;
+
+// The language in which the lost link is on the screen; of the dispatcher's thread.
+std::size_t shownLanguage = NO_LANGUAGE;
+
+bool IsHostLost(const orvikData_t* data) {
+  return data->hostTimedOut != 0 && data->hostSeen == 0;
+}
+
+void ShowLostLink(orvikData_t* data) {
+  const std::size_t language = data->language;
+  if (language == shownLanguage && SystemTextShown()) return;
+  shownLanguage = language;
+  DisplayWatchdogMessage(data, std::string(LOST_LINK_TEXTS[language]));
+}
+
+}  // namespace
+
+const std::array<std::string_view, LANGUAGE_COUNT> LOST_LINK_TEXTS = {
+    "LOST COMMUNICATIONS WITH COMPUTER!",    "¡COMUNICACIÓN PERDIDA CON COMPUTADORA!",
+    "COMUNICAÇÃO PERDIDA COM O COMPUTADOR!", "与主机的通信已中断！",
+    "ПОТЕРЯНА СВЯЗЬ С КОМПЬЮТЕРОМ!",         "COMMUNICATION PERDUE AVEC L'ORDINATEUR!",
+};
+
+void DisplayWatchdogMessage(orvikData_t* data, const std::string& text) {
+  ShowSystemText(data, text);
+}
+
+void UpdateSystemMessage(orvikData_t* data) {
+  if (IsHostLost(data)) {
+    ShowLostLink(data);
+  } else if (data->hostSeen != 0) {
+    shownLanguage = NO_LANGUAGE;
+    if (SystemTextShown()) EndSystemText(data);
+  }
+}

@@ -1,0 +1,143 @@
+#include "pages/action_channel.h"
+
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include "platform/byte_order.h"
+#include "platform/threads.h"
+
+#include "core/console.h"
+#include "core/name_tables.h"
+#include "devio/digital_io.h"
+#include "display/dials.h"
+#include "hostlink/can_transport.h"
+#include "pages/key_report.h"
+#include "pages/page_tables.h"
+#include "services/dbshm.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds CLEAR_PAUSE{200};
+constexpr milliseconds FAULT_PAUSE{10};
+
+// Where the configuration gives a name no number, no action is meant by it.
+bool Means(const orvikData_t* data, std::uint32_t action, int actionId) {
+  const auto found = data->actionIds.find(std::string(ActionName(actionId)));
+  return found != data->actionIds.end() && static_cast<std::uint32_t>(found->second) == action;
+}
+
+bool ShowPage(orvikData_t* data, std::uint32_t action) {
+  for (const Page_t& page : data->target.pages) {
+    if (!Means(data, action, page.pageId)) continue;
+    data->currentPage = &page;
+    return true;
+  }
+  return false;
+}
+
+unsigned char ReadKeyCode(unsigned handle) {
+  double value = 0;
+  DBSHM::Read(handle, value);
+  return value >= 0 && value <= 255 ? static_cast<unsigned char>(value) : 0;
+}
+
+void DispatchExternalKey(orvikData_t* data) {
+  double keyState = 0;
+  double internalKey = 0;  // read with the others and not used
+  DBSHM::Read(data->variables.externalKeysEnabled, keyState);
+  DBSHM::Read(data->variables.internalSystemKeyCode, internalKey);
+  const unsigned char keyCode = ReadKeyCode(data->variables.externalSystemKeyCode);
+  if (keyState != 0 && keyCode != 0) {
+    MatrixDispatch(data, keyCode, KEY_PRESSED);
+  } else if (keyState != 0) {
+    ClearKeyReport(data);
+    MatrixDispatch(data, keyCode, KEY_RELEASED);
+  } else if (keyCode != 0) {
+    SetBeeperKeyPress(data);
+  }
+}
+
+void ClearLayerAndPause(orvikData_t* data) {
+  ClearLayer(data);
+  std::this_thread::sleep_for(CLEAR_PAUSE);
+}
+
+void Accept(orvikData_t* /*data*/) {}
+
+struct action_t {
+  int actionId;
+  void (*act)(orvikData_t*);
+};
+
+// In the order in which they are tried; the first match wins.
+constexpr action_t ACTIONS[] = {
+    {ACTION_IGNITION_ON, InitCANFilters},
+    {ACTION_IGNITION_OFF, Accept},
+    {ACTION_MAIN_ENABLE_INDEPTH, Accept},
+    {ACTION_MAIN_DISABLE_INDEPTH, Accept},
+    {ACTION_MAIN_ENABLE_INCLINOMETER, Accept},
+    {ACTION_MAIN_DISABLE_INCLINOMETER, Accept},
+    {ACTION_MAIN_ENABLE_HYDRAULICS, Accept},
+    {ACTION_MAIN_DISABLE_HYDRAULICS, Accept},
+    {ACTION_KEY_PRESS_CHANGED, DispatchExternalKey},
+    {ACTION_CLEAR_LAYER, ClearLayerAndPause},
+    {ACTION_PAGE_DIALS_REFRESH, RefreshPageDials},
+};
+
+// Registers and subscribes; the channel's number, which is the first word of each message for this receiver.
+int Subscribe(orvikData_t* data) {
+  auto* client = new NM::NMClient();
+  data->actionNmClient = client;
+  const int channel = client->registerName(data->actionChannelName.c_str());
+  client->subscribe(channel);
+  return channel;
+}
+
+// One message; false when the application is to exit.
+bool ReceiveAction(orvikData_t* data, NM::NMClient& client, int registration) {
+  std::array<char, ACTION_MESSAGE_SIZE> buffer{};
+  int channel = -1;
+  const int received = client.recvMsg(channel, buffer.data(), static_cast<int>(buffer.size()));
+  if (received < 0) std::this_thread::sleep_for(FAULT_PAUSE);  // without a manager: no reason to spin
+  if (received < 1) return true;
+  std::array<std::uint8_t, ACTION_MESSAGE_SIZE> message{};
+  std::copy(buffer.begin(), buffer.end(), message.begin());
+  if (platform::LoadLe32(message, 0) != static_cast<std::uint32_t>(registration)) return true;
+  return HandleAction(data, platform::LoadLe32(message, 4));
+}
+
+}  // namespace
+
+bool HandleAction(orvikData_t* data, std::uint32_t action) {
+  if (ShowPage(data, action)) return true;
+  if (Means(data, action, ACTION_EXIT_APPLICATION)) return false;
+  for (const action_t& entry : ACTIONS) {
+    if (!Means(data, action, entry.actionId)) continue;
+    entry.act(data);
+    return true;
+  }
+  PrintErr("Orvik: ERROR!  received unknown action " + std::to_string(action));
+  return true;
+}
+
+void* actionChannelThreadFn(void* record) {
+  auto* data = static_cast<orvikData_t*>(record);
+  const int registration = Subscribe(data);
+  DBSHM::Open();
+  data->actionReady = 1;
+  PrintOut("Orvik: Action channel initialization complete");
+  WaitForStart(data, data->actionExit);
+  NM::NMClient& client = *data->actionNmClient;
+  while (data->actionExit == 0 && ReceiveAction(data, client, registration)) {
+  }
+  PrintOut("Orvik: Receive Action thread EXIT");
+  data->actionReady = 0;
+  return nullptr;
+}
+
+int Init_ActionChannel(orvikData_t* data) {
+  return platform::StartDetachedThread({"Action Channel"}, actionChannelThreadFn, data);
+}

@@ -1,0 +1,73 @@
+#include "pages/display_transition.h"
+
+#include <string>
+
+#include "core/console.h"
+#include "core/name_tables.h"
+
+namespace {
+
+// What a request says when the page shown is not the one that it starts from.
+enum class WrongPage { kSilent, kError, kErrorUnlessMain };
+
+struct transition_t {
+  const char* from;  // null: the request has no transition
+  const char* to;
+  int requiredPage;
+  const char* event;
+  WrongPage onWrongPage;
+};
+
+// The index is the request. Request 2 never had a transition of its own.
+constexpr transition_t TRANSITIONS[] = {
+    {"WAD", "OPERATING", ACTION_PAGE_WAD, "orvik.WadToMain", WrongPage::kErrorUnlessMain},
+    {"CONFIG", "WAD", ACTION_PAGE_CONFIG, "orvik.ConfigToWad", WrongPage::kError},
+    {nullptr, nullptr, 0, nullptr, WrongPage::kSilent},
+    {"SLATE", "MAIN", ACTION_PAGE_SLATE, "orvik.SlateToMain", WrongPage::kSilent},
+    {"WAD", "CONFIG", ACTION_PAGE_WAD, "orvik.WadToConfig", WrongPage::kSilent},
+    {"SLATE", "CONFIG", ACTION_PAGE_SLATE, "orvik.SlateToConfig", WrongPage::kSilent},
+    {"OPERATING", "WAD", ACTION_PAGE_MAIN, "orvik.MainToWad", WrongPage::kSilent},
+    {"SLATE", "WAD", ACTION_PAGE_SLATE, "orvik.SlateToWAD", WrongPage::kSilent},
+};
+
+const transition_t* FindTransition(int request) {
+  if (request < 0 || request >= static_cast<int>(std::size(TRANSITIONS))) return nullptr;
+  const transition_t& transition = TRANSITIONS[request];
+  return transition.from == nullptr ? nullptr : &transition;
+}
+
+void RefuseTransition(const transition_t& transition, int pageId) {
+  if (transition.onWrongPage == WrongPage::kSilent) return;
+  if (transition.onWrongPage == WrongPage::kErrorUnlessMain && pageId == ACTION_PAGE_MAIN) {
+    PrintOut("WARNING!  INEFFICIENCY!  I am already on the " + std::string(ActionName(pageId)) + " page");
+  } else {
+    PrintErr("ERROR!  Not on proper page!");
+  }
+}
+
+}  // namespace
+
+void SetDisplayTransition(orvikData_t* data, int request) {
+  const int pageId = CurrentPageId(data);
+  const std::string pageName(ActionName(pageId));
+  const transition_t* transition = FindTransition(request);
+  if (transition == nullptr) {
+    PrintErr("ERROR! Received undefined transition request " + std::to_string(request) + " while on " +
+             pageName + " page");
+    return;
+  }
+  PrintOut(std::string("Received request to transition from ") + transition->from + " page to " +
+           transition->to + " page while on " + pageName + " page");
+  if (pageId == transition->requiredPage) {
+    PostEvent(data, transition->event);
+  } else {
+    RefuseTransition(*transition, pageId);
+  }
+}
+
+void SetSelectMode(orvikData_t* data, bool on) {
+  data->selectMode = on ? 1 : 0;
+  const int pageId = CurrentPageId(data);
+  if (on && pageId == ACTION_PAGE_MAIN) PostEvent(data, "orvik.MainToWad");
+  if (!on && pageId == ACTION_PAGE_WAD) PostEvent(data, "orvik.WadToMain");
+}

@@ -1,0 +1,53 @@
+#include "pages/key_dispatch.h"
+
+#include <string>
+
+#include "core/console.h"
+#include "core/name_tables.h"
+#include "devio/digital_io.h"
+#include "display/dials.h"
+#include "pages/key_commands.h"
+#include "pages/key_report.h"
+#include "pages/page_tables.h"
+
+namespace {
+
+constexpr int INFO_KEY = 18;
+constexpr int INFO_REPORT = 0xFF;
+
+void ReportPress(orvikData_t* data, const Pkey_t& key) {
+  data->lastPressedEvent = key.event;
+  SetQMT740KeyPressed(data, key.targetKey);
+  if (key.targetKey == INFO_KEY) data->keyReport2 = INFO_REPORT;
+}
+
+// False when the key has done all that it does.
+bool ReportHostKey(orvikData_t* data, const Pkey_t& key, unsigned char event) {
+  if (key.targetKey == 0) return event != KEY_RELEASED;
+  if (event == KEY_RELEASED) {
+    ClearKeyReport(data);  // even while another key is still held
+    return false;
+  }
+  if (event == KEY_PRESSED) {
+    ReportPress(data, key);
+  } else {
+    PrintOut("ERROR!  Unknown key event " + std::to_string(event));
+  }
+  return true;
+}
+
+void PostPageEvent(orvikData_t* data, const Pkey_t& key) {
+  SetBeeperKeyPress(data);
+  if (key.targetKey == 0 && key.event == EVENT_DIALS_TO_MAIN) ClearLayer(data);
+  PostEvent(data, std::string(EventName(key.event)));
+}
+
+}  // namespace
+
+void DispatchKey(orvikData_t* data, const Page_t* /*page*/, const Pkey_t* key, unsigned char event) {
+  if (!ReportHostKey(data, *key, event)) return;
+  if (key->event != EVENT_ID_NONE) PostPageEvent(data, *key);
+  if (key->command == 0) return;
+  SetBeeperKeyPress(data);
+  RunKeyCommand(data, key->command);
+}

@@ -1,0 +1,183 @@
+#include "pages/keypad_scanner.h"
+
+#include <chrono>
+#include <cstdio>
+#include <thread>
+
+#include "platform/device_io.h"
+#include "platform/threads.h"
+
+#include "core/console.h"
+#include "pages/page_tables.h"
+
+namespace KEYPAD {
+
+std::uint32_t ScanState = 0;
+button_flags_t ButtonData{};
+button_flags_t DebounceCountFlag{};
+button_flags_t DepressedButtons{};
+std::uint8_t NewKey = 0;
+std::uint8_t KeyHeld = 0;
+
+namespace {
+
+using std::chrono::microseconds;
+using std::chrono::milliseconds;
+
+constexpr std::uint64_t PAD_ADDRESS = 0x43FAC060;
+constexpr std::size_t PAD_SIZE = 16;
+constexpr std::uint32_t PAD_SETTING = 0x12121212;
+
+constexpr std::uint64_t PORT_ADDRESS = 0x43FA8000;
+constexpr std::size_t PORT_SIZE = 8;
+constexpr std::size_t CONTROL = 0;
+constexpr std::size_t STATUS = 2;
+constexpr std::size_t DIRECTION = 4;
+constexpr std::size_t DATA = 6;
+
+constexpr std::uint16_t ROWS = 0x000F;
+constexpr std::uint16_t COLUMNS = 0x0F00;
+
+// One column low at a time, the highest first.
+struct strobe_t {
+  std::uint16_t data;
+  std::size_t column;
+};
+constexpr strobe_t STROBES[] = {{0xF7FF, 3}, {0xFBFF, 2}, {0xFDFF, 1}, {0xFEFF, 0}};
+
+constexpr microseconds SETTLE{50};
+constexpr milliseconds CYCLE_PAUSE{1};
+
+// Only these exact codes count; the last one is keys 5 and 8 together.
+constexpr std::array<std::uint16_t, BUTTONS> SCAN_CODES = {0x0001, 0x0002, 0x0004, 0x0008, 0x0010,
+                                                           0x0020, 0x1000, 0x2000, 0x2010};
+
+constexpr layout_t LayoutOf(unsigned column) {
+  layout_t layout{};
+  for (unsigned rows = 0; rows <= ROWS; ++rows) {
+    layout[rows] = static_cast<std::uint16_t>((~rows & ROWS) << (4 * column));
+  }
+  return layout;
+}
+
+void SetUpPads() {
+  const std::uintptr_t pads = mmap_device_io(PAD_SIZE, PAD_ADDRESS);
+  if (pads == MAP_DEVICE_FAILED) return;
+  out32(pads + 4, PAD_SETTING);
+  out32(pads + 12, PAD_SETTING);
+}
+
+std::uintptr_t SetUpPort() {
+  const std::uintptr_t port = mmap_device_io(PORT_SIZE, PORT_ADDRESS);
+  if (port == MAP_DEVICE_FAILED) return port;
+  out16(port + CONTROL, ROWS);
+  out16(port + CONTROL, COLUMNS | ROWS);
+  out16(port + DATA, 0);
+  out16(port + DIRECTION, COLUMNS);
+  out16(port + STATUS, 0);
+  return port;
+}
+
+// Without privilege the hardware stays untouched, and no key is ever seen.
+std::uintptr_t SetUpHardware() {
+  if (ThreadCtl(_NTO_TCTL_IO, nullptr) == -1) {
+    std::perror("ThreadCtl");
+    return MAP_DEVICE_FAILED;
+  }
+  SetUpPads();
+  return SetUpPort();
+}
+
+std::uint16_t ReadColumn(std::uintptr_t port, const strobe_t& strobe) {
+  std::this_thread::sleep_for(SETTLE);
+  out16(port + DATA, strobe.data);
+  std::this_thread::sleep_for(SETTLE);
+  const std::uint16_t rows = in16(port + DATA) & ROWS;
+  return rows == ROWS ? std::uint16_t{0} : keypad_layouts[strobe.column][rows];
+}
+
+void DebounceButton(std::size_t button, PlainWord_t<std::int32_t>& counter) {
+  const bool seen = ButtonData[button] != 0;
+  const bool down = DebounceCountFlag[button] != 0;
+  if (seen != down) {
+    DebounceCountFlag[button] = seen ? 1 : 0;
+    counter = seen ? PRESS_TICKS : RELEASE_TICKS;
+  } else if (counter == 0) {
+    DepressedButtons[button] = seen ? 1 : 0;
+  }
+}
+
+// The higher number wins.
+std::uint8_t HighestPressed() {
+  for (std::uint8_t key = BUTTONS; key > 0; --key) {
+    if (DepressedButtons[key - 1U] != 0) return key;
+  }
+  return 0;
+}
+
+void ScanOnce(orvikData_t* data, std::uintptr_t port) {
+  FindButton(port == MAP_DEVICE_FAILED ? std::uint16_t{0} : ScanMatrix(port));
+  DebounceButtons(data);
+  DispatchChange(data);
+}
+
+}  // namespace
+
+const std::array<layout_t, 4> keypad_layouts = {LayoutOf(0), LayoutOf(1), LayoutOf(2), LayoutOf(3)};
+
+void ResetScanner(orvikData_t* data) {
+  ScanState = 0;
+  for (PlainWord_t<std::int32_t>& counter : data->countdown) counter = 0;
+  ButtonData = {};
+  DebounceCountFlag = {};
+  DepressedButtons = {};
+}
+
+std::uint16_t ScanMatrix(std::uintptr_t port) {
+  std::uint16_t scanCode = 0;
+  for (const strobe_t& strobe : STROBES) scanCode |= ReadColumn(port, strobe);
+  out16(port + DATA, COLUMNS);
+  return scanCode;
+}
+
+void FindButton(std::uint16_t scanCode) {
+  for (std::size_t i = 0; i < BUTTONS; ++i) ButtonData[i] = SCAN_CODES[i] == scanCode ? 1 : 0;
+}
+
+void DebounceButtons(orvikData_t* data) {
+  for (std::size_t i = 0; i < BUTTONS; ++i) DebounceButton(i, data->countdown[i]);
+  NewKey = HighestPressed();
+}
+
+void DispatchChange(orvikData_t* data) {
+  if (NewKey == KeyHeld) return;
+  // From one key straight to another there is a press and no release.
+  if (NewKey != 0) {
+    MatrixDispatch(data, NewKey, KEY_PRESSED);
+  } else {
+    MatrixDispatch(data, KeyHeld, KEY_RELEASED);
+  }
+  KeyHeld = NewKey;
+}
+
+void* keyPadScannerThreadFn(void* record) {
+  auto* data = static_cast<orvikData_t*>(record);
+  const std::uintptr_t port = SetUpHardware();
+  ResetScanner(data);
+  data->keypadReady = 1;
+  PrintOut("Orvik: Key scanner initialization complete");
+  WaitForStart(data, data->keypadExit);
+  while (data->keypadExit == 0) {
+    ScanOnce(data, port);
+    std::this_thread::sleep_for(CYCLE_PAUSE);
+  }
+  PrintOut("Orvik: Keypad scanner thread EXIT");
+  data->keypadReady = 0;
+  return nullptr;
+}
+
+int Init_KeyPad(orvikData_t* data) {
+  return platform::StartDetachedThread({"Key Pad Scanner"}, keyPadScannerThreadFn, data);
+}
+
+}  // namespace KEYPAD

@@ -1,0 +1,193 @@
+#include "pages/page_tables.h"
+
+#include <algorithm>
+#include <string>
+
+#include "core/console.h"
+#include "pages/key_dispatch.h"
+
+namespace {
+
+constexpr Pkey_t FILLER = {0, 0, 0, 0};
+
+// Host key codes of the bindings below.
+constexpr std::uint8_t NONE = 0;
+constexpr std::uint8_t WINCH = 2;
+constexpr std::uint8_t EXIT_ALARM_MAIN = 6;
+constexpr std::uint8_t SELECT_1 = 8;
+constexpr std::uint8_t POL_UP = 9;
+constexpr std::uint8_t PICK = 12;
+constexpr std::uint8_t SELECT_3 = 14;
+constexpr std::uint8_t SELECT_4 = 15;
+constexpr std::uint8_t SELECT_2 = 17;
+constexpr std::uint8_t INFO = 18;
+constexpr std::uint8_t TIRES = 19;
+constexpr std::uint8_t SWING_MODE = 21;
+
+constexpr std::array<Pkey_t, 2> SplashKeys = {{
+    FILLER,
+    {KD620_KEY8, NONE, EVENT_SPLASH_TO_SLATE, 0},
+}};
+
+constexpr std::array<Pkey_t, 2> SlateKeys = {{
+    FILLER,
+    {KD620_KEY8, NONE, EVENT_SLATE_TO_GAUGES, 0},
+}};
+
+constexpr std::array<Pkey_t, 9> OperatingKeys = {{
+    FILLER,
+    {KD620_KEY1, INFO, EVENT_MAIN_TO_WAD, 0},
+    {KD620_KEY2, NONE, 0, 0},
+    {KD620_KEY3, POL_UP, 0, 0},
+    {KD620_KEY4, TIRES, EVENT_MAIN_TO_WAD, 0},
+    {KD620_KEY5, SWING_MODE, EVENT_MAIN_TO_WAD, 0},
+    {KD620_KEY6, NONE, EVENT_MAIN_TO_DIALS, 0},
+    {KD620_KEY7, NONE, 0, 0},
+    {KD620_KEY8, NONE, 0, 0},
+}};
+
+// The select keys lie as the select fields do on the grid: 1 and 2 on the left, 3 and 4 on the right.
+constexpr std::array<Pkey_t, 9> WadKeys = {{
+    FILLER,
+    {KD620_KEY1, EXIT_ALARM_MAIN, 0, 0},
+    {KD620_KEY2, NONE, 0, 0},
+    {KD620_KEY3, INFO, 0, 0},
+    {KD620_KEY4, TIRES, 0, 0},
+    {KD620_KEY5, SELECT_1, 0, 0},
+    {KD620_KEY6, SELECT_3, 0, 0},
+    {KD620_KEY7, SELECT_2, 0, 0},
+    {KD620_KEY8, SELECT_4, 0, 0},
+}};
+
+constexpr std::array<Pkey_t, 9> ConfigKeys = {{
+    FILLER,
+    {KD620_KEY1, NONE, 0, 0},
+    {KD620_KEY2, PICK, 0, 0},
+    {KD620_KEY3, POL_UP, 0, 0},
+    {KD620_KEY4, NONE, 0, 0},
+    {KD620_KEY5, NONE, 0, 0},
+    {KD620_KEY6, WINCH, 0, 0},
+    {KD620_KEY7, NONE, EVENT_CONFIG_TO_MAIN, 0},
+    {KD620_KEY8, TIRES, 0, 0},
+}};
+
+constexpr std::array<Pkey_t, 2> DialsKeys = {{
+    FILLER,
+    {KD620_KEY7, NONE, EVENT_DIALS_TO_MAIN, 0},
+}};
+
+constexpr const char* TARGET_NAME = "Holten";
+
+// Time-out events lead to a page that shows the lost-link message; Main and Slate show it themselves.
+const std::array<page_definition_t, 6>& Definitions() {
+  static const std::array<page_definition_t, 6> definitions = {{
+      {ACTION_PAGE_SPLASH, EVENT_SPLASH_TO_SLATE, SplashKeys},
+      {ACTION_PAGE_SLATE, EVENT_ID_NONE, SlateKeys},
+      {ACTION_PAGE_MAIN, EVENT_ID_NONE, OperatingKeys},
+      {ACTION_PAGE_WAD, FindEventIndex("orvik.WadToMain"), WadKeys},
+      {ACTION_PAGE_CONFIG, EVENT_CONFIG_TO_MAIN, ConfigKeys},
+      {ACTION_PAGE_DIALS, EVENT_DIALS_TO_MAIN, DialsKeys},
+  }};
+  return definitions;
+}
+
+constexpr std::array<HostKey_t, HOST_KEYS> BuildKeyMap() {
+  std::array<HostKey_t, HOST_KEYS> map{};
+  for (std::uint32_t code = 0; code < HOST_KEYS - 1; ++code) map[code] = {code, KEY_BEEP_ONCE, 0, 0};
+  return map;
+}
+
+const Page_t* FindPage(const orvikData_t* data, int pageId) {
+  const auto& pages = data->target.pages;
+  const auto found =
+      std::find_if(pages.begin(), pages.end(), [pageId](const Page_t& page) { return page.pageId == pageId; });
+  return found == pages.end() ? nullptr : &*found;
+}
+
+const char* MaskMeaning(std::uint32_t mask) {
+  switch (mask) {
+    case KEY_NOT_VALID:
+      return "NOT VALID";
+    case KEY_NO_BEEP:
+      return "NO BEEP";
+    case KEY_BEEP_ONCE:
+      return "BEEP ONCE";
+    default:
+      return "Unknown!";
+  }
+}
+
+}  // namespace
+
+const std::array<HostKey_t, HOST_KEYS> qmt740KeyMap = BuildKeyMap();
+
+std::span<const page_definition_t> PageDefinitions() {
+  return Definitions();
+}
+
+void InitPages(orvikData_t* data) {
+  InitHoltenPages(data);
+}
+
+void InitHoltenPages(orvikData_t* data) {
+  if (data->target.pages.empty()) {
+    data->target.name = TARGET_NAME;
+    data->target.pages.reserve(PageDefinitions().size());  // pointers to pages must stay good
+    for (const page_definition_t& definition : PageDefinitions()) {
+      Page_t& page = data->target.pages.emplace_back();
+      page.pageId = definition.pageId;
+      page.timeOutEvent = definition.timeOutEvent;
+      PopulatePage(data, &page, definition.keys.data(), static_cast<int>(definition.keys.size()));
+    }
+  }
+  if (data->currentPage == nullptr) data->currentPage = FindPage(data, ACTION_PAGE_SPLASH);
+}
+
+void PopulatePage(orvikData_t* /*data*/, Page_t* page, const Pkey_t* keys, int count) {
+  std::vector<Pkey_t>().swap(page->keys);
+  if (count > 0) page->keys.assign(keys, keys + count);
+}
+
+void SetValidKeys(orvikData_t* data, const unsigned char* mask, int n) {
+  const auto count = static_cast<std::size_t>(std::clamp(n, 0, HOST_KEYS));
+  for (std::size_t i = 0; i < count; ++i) data->keyMasks[i] = mask[i];
+}
+
+void DumpValidKeys(orvikData_t* data, int n) {
+  PrintOut("Orvik: Dump Valid Keys");
+  const auto count = static_cast<std::size_t>(std::clamp(n, 0, HOST_KEYS));
+  for (std::size_t i = 0; i < count; ++i) {
+    PrintOut(std::string(TARGET_KEY_NAMES[i]) + " : " + MaskMeaning(data->keyMasks[i]));
+  }
+}
+
+void MatrixDispatch(orvikData_t* data, unsigned char platformKey, unsigned char keyEvent) {
+  if (data->target.pages.empty()) {
+    PrintErr("ERROR!  There are no pages");
+    return;
+  }
+  const int pageId = CurrentPageId(data);
+  const Page_t* page = FindPage(data, pageId);
+  if (page == nullptr) {
+    PrintErr("ERROR! I have no idea what the current page is " + std::to_string(pageId));
+    return;
+  }
+  DispatchPage(data, page, platformKey, keyEvent);
+}
+
+void DispatchPage(orvikData_t* data, const Page_t* page, unsigned char platformKey, unsigned char keyEvent) {
+  const std::string name(ActionName(page->pageId));
+  if (page->keys.empty()) {
+    PrintErr("ERROR! " + name + " page has no keys assigned to it");
+    return;
+  }
+  const auto found = std::find_if(page->keys.begin(), page->keys.end(), [platformKey](const Pkey_t& key) {
+    return key.platformKey != 0 && key.platformKey == platformKey;
+  });
+  if (found == page->keys.end()) {
+    PrintOut("NOTE.  Platform key code " + std::to_string(platformKey) + " has no function on the " + name +
+             " page");
+    return;
+  }
+  DispatchKey(data, page, &*found, keyEvent);
+}
