@@ -1,0 +1,164 @@
+#include "devio/digital_io.h"
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include <fcntl.h>
+
+#include "platform/byte_order.h"
+#include "platform/device.h"
+#include "platform/threads.h"
+
+#include "core/console.h"
+#include "core/mutex_guard.h"
+#include "services/dbshm.h"
+
+namespace {
+
+constexpr int PRIORITY = 11;
+constexpr int PAUSE_MS = 10;  // the loop's pace, and the slice in which a long beep looks for the stop
+constexpr int MS_PER_DURATION = 10;
+constexpr int MAX_DURATION = 60'000;  // ten minutes; the host's field holds 255
+
+constexpr int DURATION_SILENT = 0;
+constexpr int DURATION_CONTINUOUS = 255;
+constexpr int KEY_CLICK_DURATION = 5;
+
+constexpr std::uint16_t BEEPER_OUTPUT = 0x20;
+
+// What the database shows for the states that have a value.
+constexpr double IMAGE_SILENT = 0.0;
+constexpr double IMAGE_PULSE = 1.0;
+constexpr double IMAGE_CONTINUOUS = 2.0;
+
+void SwitchBeeper(const beeper_device_t& device, bool on) {
+  std::array<std::uint8_t, 8> command{};
+  platform::StoreLe16(command, 0, BEEPER_OUTPUT);
+  platform::StoreLeFloat(command, 4, on ? 1.0F : 0.0F);
+  device.write(command);
+}
+
+void ShowBeeper(const orvikData_t* data, double image) {
+  DBSHM::Write(data->variables.beepImage, image);
+}
+
+int BeepTime(orvikData_t* data) {
+  const MutexGuard lock(data->beeperMutex);
+  return std::clamp(data->beeperDuration, 0, MAX_DURATION) * MS_PER_DURATION;
+}
+
+// An alarm that the host has set during the beep stays.
+void EndSingleBeep(orvikData_t* data) {
+  const MutexGuard lock(data->beeperMutex);
+  if (data->beeperState == BEEPER_SINGLE) data->beeperState = BEEPER_SILENT;
+}
+
+void SetBeeperState(orvikData_t* data, int state, int duration) {
+  data->beeperState = state;
+  data->beeperDuration = duration;
+}
+
+int OpenDigitalIO() {
+  const int descriptor = platform::OpenDevice(DIGITAL_IO_DEVICE, O_RDWR);
+  if (descriptor < 1) {
+    PrintErr(std::string("ERRROR - UNABLE TO OPEN ") + DIGITAL_IO_DEVICE);
+  } else {
+    PrintOut("Digital I/O device opended");
+  }
+  return descriptor;
+}
+
+void SleepUnlessStopped(const orvikData_t* data, int milliseconds) {
+  for (; milliseconds > 0 && data->dioExit == 0; milliseconds -= PAUSE_MS) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(std::min(milliseconds, PAUSE_MS)));
+  }
+}
+
+void RunBeeper(orvikData_t* data, const beeper_device_t& device) {
+  if (!WaitForStart(data, data->dioExit)) return;
+  {
+    const MutexGuard lock(data->beeperMutex);
+    data->beeperState = BEEPER_SILENT;
+  }
+  while (data->dioExit == 0) BeeperStep(data, device);
+}
+
+void* DigitalIOThreadFn(void* argument) {
+  auto* data = static_cast<orvikData_t*>(argument);
+  // Without the device the thread carries on: the database still shows the beeper.
+  const int descriptor = OpenDigitalIO();
+  const beeper_device_t device{
+      [descriptor](const auto& command) { platform::WriteDevice(descriptor, command.data(), command.size()); },
+      [data](int milliseconds) { SleepUnlessStopped(data, milliseconds); }};
+  data->dioReady = 1;
+  PrintOut("Orvik: Digital_IO initialization complete");
+  RunBeeper(data, device);
+  SwitchBeeper(device, false);
+  if (descriptor >= 1) platform::CloseDevice(descriptor);
+  PrintOut("Orvik: DigitalIO thread EXIT");
+  data->dioReady = 0;
+  return nullptr;
+}
+
+}  // namespace
+
+int Init_DIO(orvikData_t* data) {
+  return platform::StartDetachedThread({"DigitalIO", PRIORITY}, DigitalIOThreadFn, data);
+}
+
+void SetBeeper(orvikData_t* data, int type, int duration) {
+  const MutexGuard lock(data->beeperMutex);
+  switch (type) {
+    case BEEPER_CONTINUOUS:
+    case BEEPER_SILENT:
+      return SetBeeperState(data, type, 0);
+    case BEEPER_SINGLE:
+      if (data->beeperState == BEEPER_CONTINUOUS || data->beeperState == BEEPER_PULSE) return;
+      return SetBeeperState(data, type, duration);
+    case BEEPER_PULSE:
+      return SetBeeperState(data, type, duration);
+    default:
+      PrintErr("Orvik: SetBeeper ERROR!  Unknown type " + std::to_string(type));
+  }
+}
+
+void SetBeeperDuration(orvikData_t* data, int duration) {
+  if (duration == DURATION_SILENT) {
+    SetBeeper(data, BEEPER_SILENT, 0);
+  } else if (duration == DURATION_CONTINUOUS) {
+    SetBeeper(data, BEEPER_CONTINUOUS, 0);
+  } else {
+    SetBeeper(data, BEEPER_PULSE, duration);
+  }
+}
+
+void SetBeeperKeyPress(orvikData_t* data) {
+  SetBeeper(data, BEEPER_SINGLE, KEY_CLICK_DURATION);
+}
+
+void BeeperStep(orvikData_t* data, const beeper_device_t& device) {
+  const int time = BeepTime(data);
+  switch (data->beeperState) {
+    case BEEPER_SINGLE:
+      SwitchBeeper(device, true);
+      device.sleep(time);
+      SwitchBeeper(device, false);
+      return EndSingleBeep(data);
+    case BEEPER_PULSE:
+      ShowBeeper(data, IMAGE_PULSE);
+      SwitchBeeper(device, true);
+      device.sleep(time);
+      SwitchBeeper(device, false);
+      return device.sleep(std::max(time, PAUSE_MS));  // a pulse of no length must not spin
+    case BEEPER_CONTINUOUS:
+      ShowBeeper(data, IMAGE_CONTINUOUS);
+      SwitchBeeper(device, true);
+      return device.sleep(PAUSE_MS);
+    default:
+      ShowBeeper(data, IMAGE_SILENT);
+      SwitchBeeper(device, false);
+      return device.sleep(PAUSE_MS);
+  }
+}
