@@ -15,4 +15,8 @@ std::string ResolveUnitPath(std::string_view path);
 // processes of one unit share it, and it keeps two units on one machine apart.
 std::string RuntimeDirectory();
 
+// Removes from the runtime directory what killed processes left there: sockets, names and shared objects whose
+// owners are gone. Everything that a living process holds stays. May be called at any time.
+void RemoveRuntimeLeftovers();
+
 }  // namespace platform

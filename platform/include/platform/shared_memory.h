@@ -35,6 +35,7 @@ void InitSharedLock(shared_lock_t& lock);
 // Says which slot the holder is about to write; the lock must be held.
 inline void MarkSlot(shared_lock_t& lock, std::uint32_t slot) {
   lock.slot.store(slot + 1, std::memory_order_relaxed);
+  std::atomic_signal_fence(std::memory_order_seq_cst);  // no byte of the slot is written before its mark
 }
 // Gives the lock back and clears the mark.
 void UnlockShared(shared_lock_t& lock);

@@ -1,0 +1,319 @@
+#include "connection.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <map>
+#include <utility>
+
+#include <poll.h>
+#include <sched.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "platform/messages.h"
+
+#include "channel.h"
+#include "runtime_socket.h"
+#include "thread_id.h"
+
+namespace platform {
+namespace {
+
+constexpr int kLastCoid = 0x00FF'FFFF;
+constexpr int kDefaultPriority = 10;  // Neutrino's, which a thread without real-time scheduling reports
+
+struct connection_t {
+  std::shared_ptr<Receiver> receiver;
+  Descriptor anchor;  // stands for the connection as a whole, whichever threads use it
+  std::vector<std::shared_ptr<Outgoing>> sockets;
+};
+
+struct SendTables {
+  std::mutex mutex;  // guards the rest
+  std::map<int, connection_t> connections;
+  int lastCoid = 0;
+};
+
+SendTables*& TablesPointer();
+SendTables& Tables() {
+  return *TablesPointer();
+}
+
+// The sockets of one thread, closed when the thread ends.
+class ThreadSockets {
+ public:
+  ThreadSockets() = default;
+  ~ThreadSockets();
+  ThreadSockets(const ThreadSockets&) = delete;
+  ThreadSockets& operator=(const ThreadSockets&) = delete;
+
+  Outgoing* Find(int coid) const {
+    for (const auto& socket : sockets_) {
+      if (socket->Coid() == coid) return socket.get();
+    }
+    return nullptr;
+  }
+  void Add(std::shared_ptr<Outgoing> socket) {
+    std::erase_if(sockets_, [](const auto& old) { return old->IsClosed(); });
+    sockets_.push_back(std::move(socket));
+  }
+  std::vector<std::shared_ptr<Outgoing>> TakeAll() { return std::exchange(sockets_, {}); }
+
+ private:
+  std::vector<std::shared_ptr<Outgoing>> sockets_;
+};
+
+thread_local ThreadSockets threadSockets;
+thread_local bool threadHasEnded = false;  // outlives threadSockets; other objects' destructors may still send
+
+ThreadSockets::~ThreadSockets() {
+  threadHasEnded = true;
+  SendTables& tables = Tables();
+  const std::lock_guard guard(tables.mutex);
+  for (const auto& socket : sockets_) {
+    const auto found = tables.connections.find(socket->Coid());
+    if (found != tables.connections.end()) std::erase(found->second.sockets, socket);
+    socket->Close();
+  }
+}
+
+// A forked child starts with no connection, as it does on Neutrino. What its parent had stays where it is,
+// referred to and not used: other threads of the parent may have been in the middle of it.
+void StartAfresh() {
+  struct parent_t {
+    SendTables* tables;
+    std::vector<std::shared_ptr<Outgoing>> sockets;
+  };
+  static std::vector<parent_t>& ofTheParent = *new std::vector<parent_t>;
+  ofTheParent.push_back({TablesPointer(), threadSockets.TakeAll()});
+  TablesPointer() = new SendTables;
+}
+
+SendTables*& TablesPointer() {
+  static SendTables* tables = [] {
+    AtForkInChild(StartAfresh);
+    return new SendTables;
+  }();
+  return tables;
+}
+
+int FailWith(int error) {
+  errno = error;
+  return -1;
+}
+
+std::shared_ptr<Receiver> FindReceiver(int coid) {
+  SendTables& tables = Tables();
+  const std::lock_guard guard(tables.mutex);
+  const auto found = tables.connections.find(coid);
+  return found != tables.connections.end() ? found->second.receiver : nullptr;
+}
+
+// Makes the calling thread's socket of a connection. Null with errno.
+std::shared_ptr<Outgoing> OpenOutgoing(int coid, Connect mode) {
+  const std::shared_ptr<Receiver> receiver = FindReceiver(coid);
+  if (receiver == nullptr || receiver->IsGone()) {
+    errno = receiver == nullptr ? EBADF : ESRCH;
+    return nullptr;
+  }
+  Descriptor socket;
+  do {
+    socket = ConnectToChannelSocket(receiver->Pid(), receiver->Chid(), mode);
+  } while (!socket && errno == EAGAIN && mode == Connect::kWait && !receiver->IsGone());
+  if (!socket) {
+    if (errno == EAGAIN && mode == Connect::kWait) errno = ESRCH;
+    return nullptr;
+  }
+  auto outgoing = std::make_shared<Outgoing>(coid, receiver, std::move(socket));
+  SendTables& tables = Tables();
+  const std::lock_guard guard(tables.mutex);
+  const auto found = tables.connections.find(coid);
+  if (found == tables.connections.end()) {
+    errno = EBADF;
+    return nullptr;
+  }
+  // A thread that is at its end has nowhere to keep its socket, and nothing would take it off the list.
+  if (threadHasEnded) return outgoing;
+  found->second.sockets.push_back(outgoing);
+  threadSockets.Add(outgoing);
+  return outgoing;
+}
+
+// Runs `use` on the calling thread's socket of the connection.
+template <class Use>
+auto WithSocket(int coid, Connect mode, Use&& use) -> decltype(use(std::declval<Outgoing&>())) {
+  if (!threadHasEnded) {
+    if (Outgoing* mine = threadSockets.Find(coid); mine != nullptr) return use(*mine);
+  }
+  const std::shared_ptr<Outgoing> made = OpenOutgoing(coid, mode);
+  if (made == nullptr) return -1;
+  return use(*made);
+}
+
+int SendHello(int socket, int coid) {
+  request_header_t header{};
+  header.kind = packet_kind_t::kHello;
+  header.coid = coid;
+  header.tid = CurrentThreadId();
+  return SendRecord(socket, &header, sizeof header, nullptr, 0, MSG_DONTWAIT);
+}
+
+// A number that no connection has; the tables' mutex is held.
+int NewCoid(SendTables& tables, unsigned index) {
+  int coid = 0;
+  do {
+    tables.lastCoid = tables.lastCoid < kLastCoid ? tables.lastCoid + 1 : 1;
+    coid = static_cast<int>(static_cast<unsigned>(tables.lastCoid) | (index & _NTO_SIDE_CHANNEL));
+  } while (tables.connections.contains(coid));
+  return coid;
+}
+
+void CloseConnection(connection_t& connection) {
+  for (const auto& socket : connection.sockets) socket->Close();
+  shutdown(connection.anchor.Get(), SHUT_RDWR);
+}
+
+}  // namespace
+
+Receiver::Receiver(pid_t pid, int chid)
+    : pid_(pid),
+      chid_(chid),
+      process_(Descriptor::Make([pid] { return static_cast<int>(syscall(SYS_pidfd_open, pid, 0)); })) {}
+
+bool Receiver::IsProcessGone() const {
+  if (!process_) return kill(pid_, 0) != 0 && errno == ESRCH;  // a system without process descriptors
+  pollfd process = {process_.Get(), POLLIN, 0};
+  return poll(&process, 1, 0) > 0;
+}
+
+request_header_t Outgoing::MakeHeader(packet_kind_t kind) {
+  request_header_t header{};
+  header.kind = kind;
+  header.sequence = ++sequence_;
+  header.coid = coid_;
+  header.tid = CurrentThreadId();
+  return header;
+}
+
+int Outgoing::Fail(int error) {
+  if (error == EPIPE || error == ECONNRESET || error == ENOTCONN) {
+    if (!closed_.load(std::memory_order_relaxed)) receiver_->SetGone();
+    error = ESRCH;
+  }
+  return FailWith(error);
+}
+
+// Blocks while the receiver's side is full of what it has not read yet.
+int Outgoing::SendAll(const request_header_t& header, const void* body, std::size_t bytes) {
+  while (SendRecord(socket_.Get(), &header, sizeof header, body, bytes, 0) != 0) {
+    if (errno == EINTR) continue;
+    if (errno != EAGAIN) return Fail(errno);
+    if (receiver_->IsGone()) return Fail(ECONNRESET);
+  }
+  return 0;
+}
+
+long Outgoing::AwaitReply(void* rmsg, std::size_t rbytes) {
+  int flags = 0;
+  for (;;) {
+    reply_header_t header{};
+    const received_t received = ReceiveRecord(socket_.Get(), &header, sizeof header, rmsg, rbytes, flags);
+    if (received.length == 0) return Fail(ECONNRESET);
+    if (received.length < 0) {
+      if (errno == EINTR) continue;
+      if (errno != EAGAIN) return Fail(errno);
+      if (flags != 0) return Fail(ECONNRESET);
+      if (receiver_->IsGone()) flags = MSG_DONTWAIT;  // one more look: it may have answered before it went
+      continue;
+    }
+    if (header.sequence != sequence_) continue;  // answers a message that nobody waits for any more
+    if (header.error != 0) return FailWith(header.error);
+    return static_cast<long>(header.status);
+  }
+}
+
+long Outgoing::RoundTrip(const void* smsg, std::size_t sbytes, void* rmsg, std::size_t rbytes) {
+  const std::lock_guard guard(use_);
+  if (!socket_) return FailWith(EBADF);
+  request_header_t header = MakeHeader(packet_kind_t::kMessage);
+  header.bytes = static_cast<std::uint32_t>(sbytes);
+  header.room = static_cast<std::uint32_t>(std::min<std::size_t>(rbytes, UINT32_MAX));
+  header.code = kDefaultPriority;
+  if (SendAll(header, smsg, sbytes) != 0) return -1;
+  return AwaitReply(rmsg, rbytes);
+}
+
+int Outgoing::Pulse(int code, int value) {
+  const std::lock_guard guard(use_);
+  if (!socket_) return FailWith(EBADF);
+  request_header_t header = MakeHeader(packet_kind_t::kPulse);
+  header.code = code;
+  header.value = value;
+  int result = 0;
+  do {
+    result = SendRecord(socket_.Get(), &header, sizeof header, nullptr, 0, MSG_DONTWAIT);
+  } while (result != 0 && errno == EINTR);
+  if (result == 0 || errno == EAGAIN) return result;
+  return Fail(errno == ENOBUFS ? EAGAIN : errno);
+}
+
+void Outgoing::Close() {
+  closed_.store(true, std::memory_order_relaxed);
+  shutdown(socket_.Get(), SHUT_RDWR);
+  const std::lock_guard guard(use_);
+  socket_.Close();
+}
+
+}  // namespace platform
+
+int ConnectAttach(std::uint32_t /*nd*/, pid_t pid, int chid, unsigned index, int /*flags*/) {
+  using namespace platform;
+  if (pid == 0) pid = getpid();
+  connection_t connection;
+  connection.anchor = ConnectToChannelSocket(pid, chid, Connect::kWait);
+  if (!connection.anchor) return -1;
+  connection.receiver = std::make_shared<Receiver>(pid, chid);
+
+  SendTables& tables = Tables();
+  const std::lock_guard guard(tables.mutex);
+  const int coid = NewCoid(tables, index);
+  if (SendHello(connection.anchor.Get(), coid) != 0) return FailWith(ESRCH);
+  tables.connections.emplace(coid, std::move(connection));
+  return coid;
+}
+
+int ConnectDetach(int coid) {
+  using namespace platform;
+  if (IsScoid(coid)) {
+    DetachClient(coid);
+    return 0;
+  }
+  SendTables& tables = Tables();
+  const std::lock_guard guard(tables.mutex);
+  auto entry = tables.connections.extract(coid);
+  if (entry.empty()) return FailWith(EBADF);
+  CloseConnection(entry.mapped());
+  return 0;
+}
+
+long MsgSend(int coid, const void* smsg, std::size_t sbytes, void* rmsg, std::size_t rbytes) {
+  using namespace platform;
+  if (sbytes > MAX_MESSAGE_SIZE) return FailWith(EMSGSIZE);
+  return WithSocket(coid, Connect::kWait,
+                    [&](Outgoing& socket) { return socket.RoundTrip(smsg, sbytes, rmsg, rbytes); });
+}
+
+int MsgSendPulse(int coid, int /*priority*/, int code, int value) {
+  using namespace platform;
+  if (code < INT8_MIN || code > INT8_MAX) return FailWith(EINVAL);
+  return WithSocket(coid, Connect::kDoNotWait, [&](Outgoing& socket) { return socket.Pulse(code, value); });
+}
+
+int getprio(pid_t tid) {
+  sched_param parameters{};
+  if (sched_getparam(tid, &parameters) != 0) return -1;
+  return parameters.sched_priority > 0 ? parameters.sched_priority : platform::kDefaultPriority;
+}

@@ -1,0 +1,81 @@
+#include "descriptor.h"
+
+#include <cerrno>
+#include <vector>
+
+#include <pthread.h>
+#include <unistd.h>
+
+namespace platform {
+namespace {
+
+// What a fork must know. The mutex guards the rest and is held across every fork.
+struct ForkState {
+  std::mutex mutex;
+  std::vector<int> descriptors;
+  std::vector<void (*)()> hooks;
+};
+
+void BeforeFork();
+void AfterForkInParent();
+void AfterForkInChild();
+
+ForkState& State() {
+  // Never destroyed: threads may still run while the process exits.
+  static ForkState& state = *[] {
+    auto* made = new ForkState;
+    pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
+    return made;
+  }();
+  return state;
+}
+
+void BeforeFork() {
+  State().mutex.lock();
+}
+
+void AfterForkInParent() {
+  State().mutex.unlock();
+}
+
+void AfterForkInChild() {
+  ForkState& state = State();
+  for (const int number : state.descriptors) close(number);
+  state.descriptors.clear();
+  state.mutex.unlock();
+  for (const auto hook : state.hooks) hook();
+}
+
+}  // namespace
+
+std::mutex& Descriptor::ForkMutex() {
+  return State().mutex;
+}
+
+Descriptor::Descriptor(int number) : number_(number) {
+  if (number >= 0) State().descriptors.push_back(number);
+}
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
+  if (this != &other) {
+    Close();
+    number_ = std::exchange(other.number_, -1);
+  }
+  return *this;
+}
+
+void Descriptor::Close() {
+  if (number_ < 0) return;
+  const int kept = errno;
+  const std::lock_guard guard(ForkMutex());
+  std::erase(State().descriptors, number_);
+  close(std::exchange(number_, -1));
+  errno = kept;
+}
+
+void AtForkInChild(void (*hook)()) {
+  const std::lock_guard guard(State().mutex);
+  State().hooks.push_back(hook);
+}
+
+}  // namespace platform

@@ -1,0 +1,191 @@
+#include "platform/device.h"
+
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "platform/board_state.h"
+#include "platform/byte_order.h"
+#include "platform/paths.h"
+
+namespace platform {
+namespace {
+
+constexpr std::string_view kOutputPath = "/dev/io_interface";
+constexpr std::string_view kPwmPath = "/dev/pwm0";
+
+constexpr std::size_t kOutputCommandSize = 8;
+constexpr std::uint16_t kBeeperOutput = 0x20;
+constexpr std::uint32_t kOn = std::bit_cast<std::uint32_t>(1.0F);
+constexpr std::uint32_t kOff = std::bit_cast<std::uint32_t>(0.0F);
+
+constexpr auto kPwmEnable = std::bit_cast<int>(0x8004'0505U);
+constexpr auto kPwmPeriod = std::bit_cast<int>(0x8004'0501U);
+constexpr auto kPwmDuty = std::bit_cast<int>(0x8004'0503U);
+
+enum class device_t { kOutput, kPwm };
+
+struct open_device_t {
+  device_t kind;
+  int flags;
+  std::shared_ptr<BoardMapping> board;
+};
+
+struct OpenDevices {
+  std::mutex mutex;                       // guards the rest
+  std::map<int, open_device_t> byNumber;  // descriptors of emulated devices
+};
+
+OpenDevices& Devices() {
+  static OpenDevices& devices = *new OpenDevices;
+  return devices;
+}
+
+std::optional<open_device_t> FindDevice(int descriptor) {
+  OpenDevices& devices = Devices();
+  const std::lock_guard guard(devices.mutex);
+  const auto found = devices.byNumber.find(descriptor);
+  if (found == devices.byNumber.end()) return std::nullopt;
+  return found->second;
+}
+
+std::optional<device_t> DeviceAt(std::string_view path) {
+  if (path == kOutputPath) return device_t::kOutput;
+  if (path == kPwmPath) return device_t::kPwm;
+  return std::nullopt;
+}
+
+// Callers take 0 for a failure.
+int AboveZero(int descriptor) {
+  if (descriptor != 0) return descriptor;
+  const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, 1);
+  close(descriptor);
+  return moved;
+}
+
+// The number is a real descriptor's, so that it cannot meet another one.
+int OpenEmulated(device_t kind, int flags) {
+  auto board = std::make_shared<BoardMapping>(BoardMapping::Role::kUser);
+  if (board->Get() == nullptr) {
+    errno = ENOENT;
+    return -1;
+  }
+  const int number = AboveZero(open("/dev/null", O_RDWR | O_CLOEXEC));
+  if (number < 0) return -1;
+  OpenDevices& devices = Devices();
+  const std::lock_guard guard(devices.mutex);
+  devices.byNumber.insert_or_assign(number, open_device_t{kind, flags, std::move(board)});
+  return number;
+}
+
+void Count(board_word_t& word) {
+  word.fetch_add(1, std::memory_order_relaxed);
+}
+
+// Stores a value and counts it when it is another one than before.
+void Set(board_word_t& word, board_word_t& changes, std::uint32_t value) {
+  if (word.exchange(value, std::memory_order_relaxed) != value) Count(changes);
+}
+
+std::optional<std::uint32_t> ParseBeeperCommand(std::span<const std::uint8_t> command) {
+  if (command.size() != kOutputCommandSize) return std::nullopt;
+  const std::uint32_t value = LoadLe32(command, 4);
+  if (LoadLe16(command, 0) != kBeeperOutput || LoadLe16(command, 2) != 0) return std::nullopt;
+  if (value != kOn && value != kOff) return std::nullopt;
+  return value;
+}
+
+ssize_t WriteOutput(board_state_t& board, std::span<const std::uint8_t> command) {
+  const auto value = ParseBeeperCommand(command);
+  if (!value) {
+    Count(board.outputRefused);
+    errno = EINVAL;
+    return -1;
+  }
+  Count(board.outputWrites);
+  Set(board.beeperValue, board.beeperChanges, *value);
+  return static_cast<ssize_t>(command.size());
+}
+
+struct pwm_command_t {
+  int command;
+  std::size_t bytes;
+  board_word_t board_state_t::*word;
+};
+constexpr std::array<pwm_command_t, 3> kPwmCommands = {{
+    {kPwmEnable, 0, &board_state_t::pwmEnabled},
+    {kPwmPeriod, 4, &board_state_t::pwmPeriod},
+    {kPwmDuty, 4, &board_state_t::pwmDuty},
+}};
+
+int ControlPwm(board_state_t& board, int command, const void* data, std::size_t bytes) {
+  for (const pwm_command_t& known : kPwmCommands) {
+    if (known.command != command) continue;
+    if (bytes != known.bytes || (bytes > 0 && data == nullptr)) {
+      Count(board.pwmRefused);
+      return EINVAL;
+    }
+    std::uint32_t value = 1;
+    if (bytes > 0) std::memcpy(&value, data, sizeof value);
+    Set(board.*known.word, board.pwmChanges, value);
+    return 0;
+  }
+  Count(board.pwmRefused);
+  return ENOTTY;
+}
+
+bool MayWrite(int flags) {
+  return (flags & O_ACCMODE) != O_RDONLY;
+}
+
+}  // namespace
+
+int OpenDevice(const char* path, int flags) {
+  if (const auto kind = DeviceAt(path)) return OpenEmulated(*kind, flags);
+  return AboveZero(open(ResolveUnitPath(path).c_str(), flags | O_CLOEXEC));
+}
+
+ssize_t WriteDevice(int descriptor, const void* data, std::size_t bytes) {
+  const auto device = FindDevice(descriptor);
+  if (!device) return write(descriptor, data, bytes);
+  if (!MayWrite(device->flags)) {
+    errno = EBADF;
+    return -1;
+  }
+  if (device->kind == device_t::kOutput) {
+    return WriteOutput(*device->board->Get(), {static_cast<const std::uint8_t*>(data), bytes});
+  }
+  Count(device->board->Get()->pwmRefused);
+  errno = EINVAL;
+  return -1;
+}
+
+int CloseDevice(int descriptor) {
+  {
+    OpenDevices& devices = Devices();
+    const std::lock_guard guard(devices.mutex);
+    devices.byNumber.erase(descriptor);
+  }
+  return close(descriptor);
+}
+
+}  // namespace platform
+
+int devctl(int descriptor, int command, void* data, std::size_t bytes, int* info) {
+  if (info != nullptr) *info = 0;
+  const auto device = platform::FindDevice(descriptor);
+  if (!device) return fcntl(descriptor, F_GETFD) < 0 ? EBADF : ENOTTY;
+  if (device->kind != platform::device_t::kPwm) return ENOTTY;
+  return platform::ControlPwm(*device->board->Get(), command, data, bytes);
+}

@@ -1,0 +1,216 @@
+// ChannelCreate, MsgReceive, MsgReply and the tables behind them.
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <vector>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "channel.h"
+#include "leftovers.h"
+
+namespace platform {
+namespace {
+
+// A receive id is a place in the table of client sockets and the generation of the message, 31 bits in all, so
+// that a reply to a message that was answered before, or whose sender is gone, meets nobody else.
+constexpr unsigned kSlotBits = 14;
+constexpr std::uint32_t kSlots = 1U << kSlotBits;
+constexpr std::uint32_t kGenerations = 1U << (31U - kSlotBits);
+constexpr int kFirstScoid = 0x0100'0000;
+constexpr int kLastScoid = 0x3FFF'FFFF;
+
+struct slot_t {
+  std::shared_ptr<incoming_t> incoming;
+  std::uint32_t generation = 0;  // kept over the sockets that had the place
+};
+
+struct ReceiveTables {
+  std::mutex mutex;  // guards the rest; taken last, never held over a system call that waits
+  std::map<int, std::shared_ptr<Channel>> channels;
+  std::vector<slot_t> slots;
+  std::vector<std::uint32_t> freeSlots;
+  int lastChid = 0;
+  int lastScoid = kFirstScoid;
+};
+
+// The socket files are the one thing that the system does not take back by itself.
+void RemoveSocketFiles();
+
+// A forked child starts with no channel. What its parent had stays where it is, referred to and not used: other
+// threads of the parent may have been in the middle of it.
+ReceiveTables*& TablesPointer() {
+  static ReceiveTables* tables = [] {
+    std::atexit(RemoveSocketFiles);
+    AtForkInChild([] {
+      static std::vector<ReceiveTables*>& ofTheParent = *new std::vector<ReceiveTables*>;
+      ofTheParent.push_back(TablesPointer());
+      TablesPointer() = new ReceiveTables;
+    });
+    return new ReceiveTables;
+  }();
+  return tables;
+}
+
+ReceiveTables& Tables() {
+  return *TablesPointer();
+}
+
+void RemoveSocketFiles() {
+  ReceiveTables& tables = Tables();
+  const std::lock_guard guard(tables.mutex);
+  for (const auto& [chid, channel] : tables.channels) unlink(channel->SocketPath().c_str());
+}
+
+std::shared_ptr<Channel> FindChannel(int chid) {
+  ReceiveTables& tables = Tables();
+  const std::lock_guard guard(tables.mutex);
+  const auto found = tables.channels.find(chid);
+  return found != tables.channels.end() ? found->second : nullptr;
+}
+
+std::shared_ptr<incoming_t> FindIncoming(int rcvid) {
+  ReceiveTables& tables = Tables();
+  const std::lock_guard guard(tables.mutex);
+  const std::uint32_t slot = static_cast<std::uint32_t>(rcvid) & (kSlots - 1);
+  return rcvid > 0 && slot < tables.slots.size() ? tables.slots[slot].incoming : nullptr;
+}
+
+// The message's sender, whose reply nobody but the caller owes any more.
+std::shared_ptr<incoming_t> TakeOwed(int rcvid) {
+  std::shared_ptr<incoming_t> incoming = FindIncoming(rcvid);
+  std::uint32_t generation = static_cast<std::uint32_t>(rcvid) >> kSlotBits;
+  if (incoming != nullptr && incoming->owed.compare_exchange_strong(generation, 0, std::memory_order_acq_rel)) {
+    return incoming;
+  }
+  errno = ESRCH;
+  return nullptr;
+}
+
+int Answer(int rcvid, long status, int error, const void* msg, std::size_t bytes) {
+  if (bytes > MAX_MESSAGE_SIZE) {
+    errno = EMSGSIZE;
+    return -1;
+  }
+  const std::shared_ptr<incoming_t> incoming = TakeOwed(rcvid);
+  if (incoming == nullptr) return -1;
+  reply_header_t header{};
+  header.status = status;
+  header.error = error;
+  header.sequence = incoming->sequence.load(std::memory_order_relaxed);
+  bytes = std::min<std::size_t>(bytes, incoming->room.load(std::memory_order_relaxed));
+  header.bytes = static_cast<std::uint32_t>(bytes);
+  // A sender that waits has room for its reply. Whoever has not is not waiting, and is not waited for.
+  if (SendRecord(incoming->socket.Get(), &header, sizeof header, msg, bytes, MSG_DONTWAIT) == 0) return 0;
+  const bool lackOfMeans = errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS;
+  shutdown(incoming->socket.Get(), SHUT_RDWR);
+  if (!lackOfMeans) errno = ESRCH;
+  return -1;
+}
+
+}  // namespace
+
+bool EnterIncoming(const std::shared_ptr<incoming_t>& incoming) {
+  ReceiveTables& tables = Tables();
+  const std::lock_guard guard(tables.mutex);
+  if (tables.freeSlots.empty()) {
+    if (tables.slots.size() == kSlots) return false;
+    tables.freeSlots.push_back(static_cast<std::uint32_t>(tables.slots.size()));
+    tables.slots.emplace_back();
+  }
+  incoming->slot = tables.freeSlots.back();
+  tables.freeSlots.pop_back();
+  incoming->generation = tables.slots[incoming->slot].generation;
+  tables.slots[incoming->slot].incoming = incoming;
+  return true;
+}
+
+void LeaveIncoming(const incoming_t& incoming) {
+  ReceiveTables& tables = Tables();
+  const std::lock_guard guard(tables.mutex);
+  tables.slots[incoming.slot] = {nullptr, incoming.generation};
+  tables.freeSlots.push_back(incoming.slot);
+}
+
+int ReceiveId(const incoming_t& incoming, std::uint32_t generation) {
+  return static_cast<int>((generation << kSlotBits) | incoming.slot);
+}
+
+int OweReply(incoming_t& incoming) {
+  incoming.generation = (incoming.generation + 1) % kGenerations;
+  if (incoming.generation == 0) incoming.generation = 1;
+  incoming.owed.store(incoming.generation, std::memory_order_release);
+  return ReceiveId(incoming, incoming.generation);
+}
+
+int NewScoid() {
+  ReceiveTables& tables = Tables();
+  const std::lock_guard guard(tables.mutex);
+  tables.lastScoid = tables.lastScoid < kLastScoid ? tables.lastScoid + 1 : kFirstScoid;
+  return tables.lastScoid;
+}
+
+bool IsScoid(int id) {
+  return id >= kFirstScoid && id <= kLastScoid;
+}
+
+void DetachClient(int scoid) {
+  ReceiveTables& tables = Tables();
+  const std::lock_guard guard(tables.mutex);
+  for (const slot_t& slot : tables.slots) {
+    if (slot.incoming != nullptr && slot.incoming->scoid.load(std::memory_order_relaxed) == scoid) {
+      shutdown(slot.incoming->socket.Get(), SHUT_RDWR);  // its receiver sees that and removes it
+    }
+  }
+}
+
+}  // namespace platform
+
+int ChannelCreate(unsigned flags) {
+  platform::ReceiveTables& tables = platform::Tables();
+  platform::RemoveRuntimeLeftoversOnce();
+  int chid = 0;
+  {
+    const std::lock_guard guard(tables.mutex);
+    chid = ++tables.lastChid;
+  }
+  auto channel = std::make_shared<platform::Channel>(chid, flags);
+  if (!channel->Open()) return -1;
+  const std::lock_guard guard(tables.mutex);
+  tables.channels.emplace(chid, std::move(channel));
+  return chid;
+}
+
+int ChannelDestroy(int chid) {
+  std::shared_ptr<platform::Channel> channel;
+  {
+    platform::ReceiveTables& tables = platform::Tables();
+    const std::lock_guard guard(tables.mutex);
+    auto entry = tables.channels.extract(chid);
+    if (!entry.empty()) channel = std::move(entry.mapped());
+  }
+  if (channel == nullptr) {
+    errno = EINVAL;
+    return -1;
+  }
+  channel->Close();
+  return 0;
+}
+
+int MsgReceive(int chid, void* msg, std::size_t bytes, _msg_info* info) {
+  const std::shared_ptr<platform::Channel> channel = platform::FindChannel(chid);
+  if (channel == nullptr) {
+    errno = ESRCH;
+    return -1;
+  }
+  return channel->Receive(msg, bytes, info);
+}
+
+int MsgReply(int rcvid, long status, const void* msg, std::size_t bytes) {
+  return platform::Answer(rcvid, status, 0, msg, bytes);
+}
+
+int MsgError(int rcvid, int error) {
+  return platform::Answer(rcvid, 0, error, nullptr, 0);
+}

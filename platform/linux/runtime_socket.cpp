@@ -1,0 +1,135 @@
+#include "runtime_socket.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "platform/paths.h"
+
+namespace platform {
+namespace {
+
+// How often a blocked sender looks whether the receiver's process is still there. Its end of the socket tells
+// at once in all cases but one: a child that has not yet run its fork hooks or its exec holds the socket too.
+constexpr timeval kLivenessCheck = {0, 100'000};
+constexpr int kSendBuffer = 1 << 20;  // the system cuts it to what it allows
+constexpr int kBacklog = 4096;
+
+// A socket address. A path too long for one goes through a descriptor of its directory.
+class SocketAddress {
+ public:
+  explicit SocketAddress(const std::string& path) {
+    address_.sun_family = AF_UNIX;
+    if (path.size() < sizeof address_.sun_path) {
+      path.copy(address_.sun_path, path.size());
+      return;
+    }
+    const auto slash = path.find_last_of('/');
+    const std::string directory = path.substr(0, slash);
+    directory_ = Descriptor::Make([&] { return open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC); });
+    std::snprintf(address_.sun_path, sizeof address_.sun_path, "/proc/self/fd/%d%s", directory_.Get(),
+                  path.c_str() + slash);
+  }
+  int Bind(int socket) const { return bind(socket, Generic(), sizeof address_); }
+  int Connect(int socket) const { return connect(socket, Generic(), sizeof address_); }
+
+ private:
+  const sockaddr* Generic() const { return reinterpret_cast<const sockaddr*>(&address_); }
+
+  sockaddr_un address_{};
+  Descriptor directory_;
+};
+
+Descriptor MakeSocket(int flags) {
+  return Descriptor::Make([flags] { return socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0); });
+}
+
+int ConnectRetrying(const SocketAddress& address, int socket) {
+  int result = 0;
+  do {
+    result = address.Connect(socket);
+  } while (result != 0 && errno == EINTR);
+  return result;
+}
+
+bool NobodyListens(int error) {
+  return error == ENOENT || error == ECONNREFUSED || error == ENOTSOCK;
+}
+
+void SetClientOptions(int socket) {
+  setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kSendBuffer, sizeof kSendBuffer);
+  setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &kLivenessCheck, sizeof kLivenessCheck);
+  setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &kLivenessCheck, sizeof kLivenessCheck);
+}
+
+}  // namespace
+
+std::string RuntimeFile(std::string_view prefix, std::string_view rest) {
+  std::string path = RuntimeDirectory();
+  if (!path.empty()) path.append("/").append(prefix).append(rest);
+  return path;
+}
+
+std::string EscapeFileName(std::string_view text) {
+  constexpr std::string_view kHex = "0123456789ABCDEF";
+  std::string escaped;
+  for (const char character : text) {
+    const auto byte = static_cast<unsigned char>(character);
+    if (byte > ' ' && byte < 0x7F && byte != '/' && byte != '%') {
+      escaped.push_back(character);
+    } else {
+      escaped.append({'%', kHex[byte >> 4U], kHex[byte & 0xFU]});
+    }
+  }
+  return escaped;
+}
+
+std::string ChannelFileName(pid_t pid, int chid) {
+  return std::to_string(pid) + "." + std::to_string(chid);
+}
+
+Descriptor ListenOnChannelSocket(int chid, std::string& path) {
+  const std::string file = ChannelFileName(getpid(), chid);
+  const std::string unfinished = RuntimeFile(UNFINISHED_CHANNEL_PREFIX, file);
+  path = RuntimeFile(CHANNEL_PREFIX, file);
+  if (path.empty() || unfinished.empty()) return {};
+
+  unlink(unfinished.c_str());
+  Descriptor socket = MakeSocket(SOCK_NONBLOCK);
+  if (!socket) return {};
+  // Under another name first: who meets a socket that is bound and not yet listening takes it for a dead one.
+  if (SocketAddress(unfinished).Bind(socket.Get()) != 0) return {};
+  if (listen(socket.Get(), kBacklog) == 0 && rename(unfinished.c_str(), path.c_str()) == 0) return socket;
+  const int error = errno;
+  unlink(unfinished.c_str());
+  errno = error;
+  return {};
+}
+
+Descriptor ConnectToChannelSocket(pid_t pid, int chid, Connect mode) {
+  const std::string path = RuntimeFile(CHANNEL_PREFIX, ChannelFileName(pid, chid));
+  if (path.empty()) return {};
+  Descriptor socket = MakeSocket(mode == Connect::kDoNotWait ? SOCK_NONBLOCK : 0);
+  if (!socket) return {};
+  SetClientOptions(socket.Get());
+  if (ConnectRetrying(SocketAddress(path), socket.Get()) != 0) {
+    if (NobodyListens(errno)) errno = ESRCH;
+    return {};
+  }
+  if (mode == Connect::kDoNotWait) fcntl(socket.Get(), F_SETFL, 0);
+  return socket;
+}
+
+bool IsSocketServed(const std::string& path) {
+  const Descriptor socket = MakeSocket(SOCK_NONBLOCK);
+  return !socket || ConnectRetrying(SocketAddress(path), socket.Get()) == 0 || !NobodyListens(errno);
+}
+
+}  // namespace platform

@@ -1,0 +1,131 @@
+// The eight-byte lock. Word 0 is a priority-inheriting futex: the holder's thread id and the kernel's flags.
+//
+// A free lock is taken and given back without the kernel, by one compare-and-exchange each. That the holder's
+// death is seen in the same moment, and not taken for the life of a later thread with the same id, is the work
+// of the kernel's robust list: from before it takes the lock until after it has given it back, a thread names
+// the lock as the operation that its list has pending. Where a system has no such list, the kernel still
+// refuses to wait for a thread that does not exist.
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "platform/shared_memory.h"
+
+#include "thread_id.h"
+
+#if defined(__SANITIZE_THREAD__)
+#include <sanitizer/tsan_interface.h>
+#else
+// Hand-overs go through the kernel, where ThreadSanitizer cannot see them; it is told of each.
+static void __tsan_acquire(void*) {}
+static void __tsan_release(void*) {}
+#endif
+
+namespace platform {
+namespace {
+
+robust_list_head* AskForRobustList() {
+  robust_list_head* head = nullptr;
+  std::size_t size = 0;
+  if (syscall(SYS_get_robust_list, 0, &head, &size) != 0 || size != sizeof *head) return nullptr;
+  return head;
+}
+
+// The C library's list head of the calling thread; the same address in a forked child. Null where there is
+// none.
+robust_list_head* RobustList() {
+  thread_local robust_list_head* const head = AskForRobustList();
+  return head;
+}
+
+// Tells the kernel which lock the calling thread is about to take, holds, or is giving back.
+void SetPending(const shared_lock_t* lock) {
+  robust_list_head* const head = RobustList();
+  if (head == nullptr) return;
+  std::uintptr_t entry = 0;
+  if (lock != nullptr) {
+    entry = reinterpret_cast<std::uintptr_t>(&lock->owner) - static_cast<std::uintptr_t>(head->futex_offset);
+    entry |= 1U;  // a priority-inheriting futex
+  }
+  // Only the kernel reads it, after the thread's death: what counts is the order of the instructions.
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  std::atomic_ref(head->list_op_pending)
+      .store(reinterpret_cast<robust_list*>(entry),
+             std::memory_order_relaxed);  // NOLINT(performance-no-int-to-ptr)
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+}
+
+int Futex(std::atomic<std::uint32_t>& word, int operation) {
+  return static_cast<int>(syscall(SYS_futex, &word, operation, 0, nullptr, nullptr, 0));
+}
+
+// A process that has ended and was not yet waited for still has an entry, in state Z.
+bool IsThreadGone(std::uint32_t tid) {
+  if (syscall(SYS_tkill, tid, 0) != 0 && errno == ESRCH) return true;
+  std::ifstream status("/proc/" + std::to_string(tid) + "/stat");
+  std::string line;
+  if (!std::getline(status, line)) return !status.is_open();
+  const auto name = line.rfind(')');
+  return name != std::string::npos && name + 2 < line.size() &&
+         (line[name + 2] == 'Z' || line[name + 2] == 'X');
+}
+
+// Takes the lock from a holder that died without the kernel marking it.
+bool TakeFromDead(shared_lock_t& lock, std::uint32_t self) {
+  std::uint32_t word = lock.owner.load(std::memory_order_relaxed);
+  const std::uint32_t holder = word & FUTEX_TID_MASK;
+  // A thread never waits for itself: its own id there is that of a dead thread that had it before.
+  if (holder == 0 || (holder != self && !IsThreadGone(holder))) return false;
+  const std::uint32_t taken = self | (word & FUTEX_WAITERS);
+  return lock.owner.compare_exchange_strong(word, taken, std::memory_order_acquire);
+}
+
+// Waits in the kernel until the lock is ours. Returns whether its last holder died.
+bool LockInKernel(shared_lock_t& lock, std::uint32_t self) {
+  while (Futex(lock.owner, FUTEX_LOCK_PI) != 0) {
+    // EINTR, EAGAIN (the holder is just dying) and EINVAL (the word changed meanwhile) pass by themselves.
+    if ((errno == ESRCH || errno == EDEADLK) && TakeFromDead(lock, self)) return true;
+  }
+  if ((lock.owner.load(std::memory_order_acquire) & FUTEX_OWNER_DIED) == 0) return false;
+  lock.owner.fetch_and(~static_cast<std::uint32_t>(FUTEX_OWNER_DIED), std::memory_order_relaxed);
+  return true;
+}
+
+}  // namespace
+
+void InitSharedLock(shared_lock_t& lock) {
+  lock.slot.store(0, std::memory_order_relaxed);
+  lock.owner.store(0, std::memory_order_release);
+}
+
+std::optional<std::uint32_t> LockShared(shared_lock_t& lock) {
+  const auto self = static_cast<std::uint32_t>(CurrentThreadId());
+  SetPending(&lock);
+  std::uint32_t word = 0;
+  const bool recovered =
+      !lock.owner.compare_exchange_strong(word, self, std::memory_order_acquire) && LockInKernel(lock, self);
+  __tsan_acquire(&lock);
+  // The mark stays until the lock is given back: should this holder die too, the next one must know as well.
+  const std::uint32_t mark = recovered ? lock.slot.load(std::memory_order_relaxed) : 0;
+  if (mark == 0) return std::nullopt;
+  return mark - 1;
+}
+
+void UnlockShared(shared_lock_t& lock) {
+  std::atomic_signal_fence(std::memory_order_seq_cst);  // what was written is whole before the mark goes
+  lock.slot.store(0, std::memory_order_relaxed);
+  __tsan_release(&lock);
+  auto word = static_cast<std::uint32_t>(CurrentThreadId());
+  if (!lock.owner.compare_exchange_strong(word, 0, std::memory_order_release)) {
+    Futex(lock.owner, FUTEX_UNLOCK_PI);
+  }
+  SetPending(nullptr);
+}
+
+}  // namespace platform

@@ -1,0 +1,132 @@
+#include "shared_object.h"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "platform/paths.h"
+#include "platform/shared_memory.h"
+
+#include "claim_file.h"
+#include "runtime_socket.h"
+
+namespace platform {
+namespace {
+
+// The objects that this process made and holds.
+struct OwnObjects {
+  std::mutex mutex;                         // guards the rest
+  std::map<std::string, ClaimFile> claims;  // by path of the claim file
+};
+
+OwnObjects*& OwnPointer() {
+  static OwnObjects* own = [] {
+    AtForkInChild([] {
+      static std::vector<OwnObjects*>& ofTheParent = *new std::vector<OwnObjects*>;
+      ofTheParent.push_back(OwnPointer());
+      OwnPointer() = new OwnObjects;
+    });
+    return new OwnObjects;
+  }();
+  return own;
+}
+
+// FNV-1a. All that matters is that two runtime directories of one machine differ.
+std::uint64_t HashOf(std::string_view text) {
+  std::uint64_t hash = 0xCBF2'9CE4'8422'2325U;
+  for (const char character : text) hash = (hash ^ static_cast<unsigned char>(character)) * 0x100'0000'01B3U;
+  return hash;
+}
+
+std::string CanonicalRuntimeDirectory() {
+  const std::string directory = RuntimeDirectory();
+  const std::unique_ptr<char, decltype(&std::free)> canonical(realpath(directory.c_str(), nullptr), &std::free);
+  return canonical != nullptr ? canonical.get() : directory;
+}
+
+// The name in the machine's one space of shared objects.
+std::string SystemName(std::string_view escapedName) {
+  std::array<char, 32> prefix{};
+  std::snprintf(prefix.data(), prefix.size(), "/orvik-%016llx-",
+                static_cast<unsigned long long>(HashOf(CanonicalRuntimeDirectory())));
+  return std::string(prefix.data()).append(escapedName);
+}
+
+std::string EscapedName(const char* name) {
+  return EscapeFileName(*name == '/' ? name + 1 : name);
+}
+
+std::string ClaimPath(const char* name) {
+  return RuntimeFile(SHARED_PREFIX, EscapedName(name));
+}
+
+int OpenByName(const char* name, int flags, mode_t mode) {
+  return shm_open(SystemName(EscapedName(name)).c_str(), flags | O_CLOEXEC, mode);
+}
+
+// Made exclusively: an object whose maker is dead is not in the way, whatever it holds.
+int MakeExclusively(const char* name, int flags, mode_t mode) {
+  auto claim = ClaimFile::Take(ClaimPath(name), std::to_string(getpid()));
+  if (!claim) return -1;
+  RemoveSharedMemory(EscapedName(name));
+  const int descriptor = OpenByName(name, flags, mode);
+  if (descriptor < 0) {
+    claim->Release();
+    return -1;
+  }
+  OwnObjects& own = *OwnPointer();
+  const std::lock_guard guard(own.mutex);
+  own.claims.insert_or_assign(ClaimPath(name), std::move(*claim));
+  return descriptor;
+}
+
+}  // namespace
+
+void RemoveSharedMemory(std::string_view escapedName) {
+  shm_unlink(SystemName(escapedName).c_str());
+}
+
+void RemoveOwnSharedObject(const char* name) {
+  OwnObjects& own = *OwnPointer();
+  const std::lock_guard guard(own.mutex);
+  auto claim = own.claims.extract(ClaimPath(name));
+  if (claim.empty()) return;
+  RemoveSharedMemory(EscapedName(name));
+  claim.mapped().Release();
+}
+
+int OpenSharedObject(const char* name, int flags, mode_t mode) {
+  if (RuntimeDirectory().empty()) return -1;
+  if ((flags & O_CREAT) == 0) return OpenByName(name, flags, mode);
+  if ((flags & O_EXCL) != 0) return MakeExclusively(name, flags, mode);
+  const int existing = OpenByName(name, flags & ~O_CREAT, mode);
+  return existing >= 0 || errno != ENOENT ? existing : MakeExclusively(name, flags | O_EXCL, mode);
+}
+
+int UnlinkSharedObject(const char* name) {
+  if (RuntimeDirectory().empty()) return -1;
+  const int result = shm_unlink(SystemName(EscapedName(name)).c_str());
+  const int error = errno;
+  {
+    OwnObjects& own = *OwnPointer();
+    const std::lock_guard guard(own.mutex);
+    auto claim = own.claims.extract(ClaimPath(name));
+    if (!claim.empty()) claim.mapped().Release();
+  }
+  ClaimFile::RemoveIfAbandoned(ClaimPath(name), [] {});
+  errno = error;
+  return result;
+}
+
+}  // namespace platform

@@ -1,0 +1,27 @@
+#include "thread_id.h"
+
+#include <unistd.h>
+
+#include "descriptor.h"
+
+namespace platform {
+namespace {
+
+thread_local pid_t cachedId = 0;
+
+pid_t AskForId() {
+  static const bool hooked = [] {
+    AtForkInChild([] { cachedId = 0; });
+    return true;
+  }();
+  static_cast<void>(hooked);
+  return cachedId = gettid();
+}
+
+}  // namespace
+
+pid_t CurrentThreadId() {
+  return cachedId != 0 ? cachedId : AskForId();
+}
+
+}  // namespace platform

@@ -1,0 +1,80 @@
+#include "platform/threads.h"
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstring>
+#include <memory>
+
+#include <pthread.h>
+
+namespace platform {
+namespace {
+
+constexpr std::size_t kNameSize = 16;  // with its terminating zero
+
+struct start_t {
+  void* (*body)(void*);
+  void* argument;
+  std::array<char, kNameSize> name{};
+};
+
+void* RunNamed(void* argument) {
+  const std::unique_ptr<start_t> start(static_cast<start_t*>(argument));
+  // By the thread itself: a detached thread may be gone before its creator could name it.
+  pthread_setname_np(pthread_self(), start->name.data());
+  return start->body(start->argument);
+}
+
+std::unique_ptr<start_t> MakeStart(const thread_attributes_t& attributes, void* (*body)(void*),
+                                   void* argument) {
+  auto start = std::make_unique<start_t>(start_t{body, argument});
+  if (attributes.name != nullptr) std::strncpy(start->name.data(), attributes.name, kNameSize - 1);
+  return start;
+}
+
+// SCHED_OTHER has no priorities here, so that what Neutrino takes is brought into this system's range.
+sched_param AllowedPriority(int priority) {
+  sched_param allowed{};
+  allowed.sched_priority =
+      std::clamp(priority, sched_get_priority_min(SCHED_OTHER), sched_get_priority_max(SCHED_OTHER));
+  return allowed;
+}
+
+// Blocks SIGUSR1 on the calling thread while it lives; threads made meanwhile inherit that.
+class UserSignalBlock {
+ public:
+  UserSignalBlock() {
+    sigset_t userSignal;
+    sigemptyset(&userSignal);
+    sigaddset(&userSignal, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &userSignal, &before_);
+  }
+  ~UserSignalBlock() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  UserSignalBlock(const UserSignalBlock&) = delete;
+  UserSignalBlock& operator=(const UserSignalBlock&) = delete;
+
+ private:
+  sigset_t before_{};
+};
+
+}  // namespace
+
+int StartDetachedThread(const thread_attributes_t& attributes, void* (*body)(void*), void* argument) {
+  pthread_attr_t settings;
+  if (const int error = pthread_attr_init(&settings); error != 0) return error;
+  const sched_param priority = AllowedPriority(attributes.priority);
+  pthread_attr_setdetachstate(&settings, PTHREAD_CREATE_DETACHED);
+  pthread_attr_setschedpolicy(&settings, SCHED_OTHER);
+  pthread_attr_setschedparam(&settings, &priority);
+
+  auto start = MakeStart(attributes, body, argument);
+  const UserSignalBlock block;
+  pthread_t thread{};
+  const int error = pthread_create(&thread, &settings, RunNamed, start.get());
+  if (error == 0) static_cast<void>(start.release());  // the new thread's now
+  pthread_attr_destroy(&settings);
+  return error;
+}
+
+}  // namespace platform
