@@ -1,0 +1,258 @@
+"""A whole desk for a test: the unit, the application and stations on the bus, all real processes."""
+
+import contextlib
+import http.client
+import json
+import os
+import pathlib
+import signal
+import socket
+import struct
+import subprocess
+import tempfile
+import threading
+import time
+
+REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
+BIN = pathlib.Path(os.environ.get("ORVIK_BIN", REPOSITORY / "build/release/bin"))
+CONFIG = REPOSITORY / "config"
+# Sanitizer builds are several times slower.
+PATIENCE = float(os.environ.get("ORVIK_PATIENCE", "1"))
+
+HOST_ID = 0x18FF00D0
+DISPLAY_ID = 0x18FF00D2
+
+
+def wait_for(condition, what, seconds=10.0):
+    """Polls until `condition` gives something true, and returns it."""
+    deadline = time.monotonic() + seconds * PATIENCE
+    while True:
+        result = condition()
+        if result:
+            return result
+        if time.monotonic() > deadline:
+            raise AssertionError(f"timed out waiting for {what}; last seen: {result!r}")
+        time.sleep(0.01)
+
+
+class Process:
+    """A child with its standard output and standard error kept line by line."""
+
+    def __init__(self, arguments, runtime, **environment):
+        env = dict(os.environ, ORVIK_RUNTIME_DIR=str(runtime), **environment)
+        self.name = pathlib.Path(arguments[0]).name
+        self.child = subprocess.Popen([str(a) for a in arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                      stderr=subprocess.PIPE, env=env)
+        self.out, self.err = [], []
+        self.readers = [threading.Thread(target=self._read, args=pair, daemon=True)
+                        for pair in ((self.child.stdout, self.out), (self.child.stderr, self.err))]
+        for reader in self.readers:
+            reader.start()
+
+    @staticmethod
+    def _read(stream, lines):
+        for line in stream:
+            lines.append(line.decode("utf-8", "replace").rstrip("\n"))
+
+    def wait_line(self, text, stream=None, seconds=10.0, count=1):
+        """Waits until `text` stands in `count` lines of a stream (default: standard output)."""
+        lines = self.out if stream is None else stream
+        return wait_for(lambda: [line for line in list(lines) if text in line][count - 1:], f"{self.name}: {text!r}",
+                        seconds)
+
+    def wait_exit(self, seconds=15.0):
+        status = self.child.wait(seconds * PATIENCE)
+        for reader in self.readers:
+            reader.join(5)
+        return status
+
+    def stop(self, number=signal.SIGTERM):
+        if self.child.poll() is None:
+            self.child.send_signal(number)
+            try:
+                self.child.wait(15 * PATIENCE)
+            except subprocess.TimeoutExpired:
+                self.child.kill()
+        self.wait_exit()
+
+    def dump(self):
+        print(f"--- {self.name} (exit {self.child.poll()}), standard output:", *self.out[-80:], sep="\n")
+        print(f"--- {self.name}, standard error:", *self.err[-80:], sep="\n")
+
+
+class Bus:
+    """A foreign station: speaks the socketcand protocol with nothing of ours."""
+
+    def __init__(self, address):
+        host, port = address.rsplit(":", 1)
+        self.socket = socket.create_connection((host, int(port)), 10)
+        self.buffer = b""
+        self._expect("hi")
+        self._say("< open can0 >", "ok")
+        self._say("< rawmode >", "ok")
+
+    def _message(self):
+        while b">" not in self.buffer:
+            received = self.socket.recv(65536)
+            assert received, "the bus closed the connection"
+            self.buffer += received
+        message, self.buffer = self.buffer.split(b">", 1)
+        return message.decode().strip(" <").split()
+
+    def _expect(self, word):
+        assert self._message()[0] == word
+
+    def _say(self, text, answer):
+        self.socket.sendall(text.encode())
+        self._expect(answer)
+
+    def send(self, identifier, data):
+        data = bytes(data)
+        text = " ".join(f"{byte:x}" for byte in data)
+        self.socket.sendall(f"< send {identifier:08X} {len(data)} {text} >".encode())
+
+    def send_message(self, message):
+        """A host message, cut into numbered frames."""
+        for frame in cut(message):
+            self.send(HOST_ID, frame)
+
+    def receive(self, seconds=5.0):
+        """The display's next frame."""
+        self.socket.settimeout(seconds * PATIENCE)
+        while True:
+            words = self._message()
+            if words[0] == "frame" and int(words[1], 16) == DISPLAY_ID:
+                return bytes.fromhex("".join(words[3:]))
+
+    def ask(self, message, frames=1):
+        self.send_message(message)
+        return [self.receive().hex(" ") for _ in range(frames)]
+
+    def close(self):
+        self.socket.close()
+
+
+def cut(message):
+    message = bytes(message)
+    rest = [message[i:i + 7] for i in range(6, len(message), 7)]
+    first = bytes([0, 1 + len(rest)]) + message[:6]
+    return [frame.ljust(8, b"\xff") for frame in [first] + [bytes([k + 1]) + part for k, part in enumerate(rest)]]
+
+
+def cmd2(capacity=14400, load=12300, radius=35.4, angle=62.1, extension=82.0, percent=0.85, parts=4, led=0, swing=0,
+         piston=0, rod=0):
+    lamps = struct.pack("<I", led)
+    return (bytes([2, 0]) + struct.pack(">6f", capacity, load, radius, angle, extension, percent) + bytes([parts]) +
+            lamps[:3] + struct.pack(">h", swing) + lamps[3:] + struct.pack(">2f", piston, rod))
+
+
+def sub_command(field, text):
+    text = text if isinstance(text, bytes) else text.encode()
+    return struct.pack(">HBB", len(text) + 2, 0, field) + text
+
+
+def cmd5(*fields):
+    body = b"".join(sub_command(field, text) for field, text in fields)
+    return bytes([5]) + struct.pack(">H", len(body)) + body
+
+
+class Desk:
+    """A unit in a runtime directory of its own, with free ports."""
+
+    def __init__(self, *options, orvik=True, **environment):
+        self.directory = tempfile.TemporaryDirectory(prefix="orvik-test-")
+        self.runtime = pathlib.Path(self.directory.name) / "run"
+        self.processes = []
+        self.environment = environment
+        self.unit = self.start_unit(*options)
+        self.orvik = self.start_orvik() if orvik else None
+
+    def start_unit(self, *options):
+        for name in ("http.address", "socketcand.address"):
+            with contextlib.suppress(FileNotFoundError):
+                (self.runtime / name).unlink()
+        unit = self.start(BIN / "unit", "run", "--no-orvik", "--no-host", "--config", CONFIG, "--http", "127.0.0.1:0",
+                          "--socketcand", "127.0.0.1:0", *options)
+        wait_for(lambda: self._ready(unit), "the panel", 20)
+        return unit
+
+    def _ready(self, unit):
+        assert unit.child.poll() is None, "the unit ended"
+        with contextlib.suppress(OSError, ValueError, http.client.HTTPException):
+            return self.get("/api/screen")["page"]
+        return None
+
+    def start_orvik(self, *arguments):
+        orvik = self.start(BIN / "orvik", *(arguments or [CONFIG / "generic.xml"]))
+        orvik.wait_line("Orvik: System Up", seconds=20)
+        return orvik
+
+    def start(self, *arguments):
+        process = Process(arguments, self.runtime, **self.environment)
+        self.processes.append(process)
+        return process
+
+    def run(self, *arguments, seconds=30):
+        process = self.start(*arguments)
+        status = process.wait_exit(seconds)
+        return status, "\n".join(process.out), "\n".join(process.err)
+
+    def address(self, name):
+        return (self.runtime / f"{name}.address").read_text().strip()
+
+    def request(self, method, path, body=None, headers=None):
+        connection = http.client.HTTPConnection(self.address("http"), timeout=20)
+        connection.request(method, path, body, headers or {})
+        response = connection.getresponse()
+        return response.status, response.read()
+
+    def get(self, path):
+        status, body = self.request("GET", path)
+        assert status == 200, (path, status, body[:200])
+        return json.loads(body)
+
+    def screen(self):
+        return self.get("/api/screen")
+
+    def widget(self, name):
+        return self.screen()["widgets"].get(name)
+
+    def widgets(self, *names):
+        shown = self.screen()["widgets"]
+        return [shown.get(f"orvikTextWidget{name}") for name in names]
+
+    def value(self, name):
+        for parameter in self.get("/api/database")["parameters"]:
+            if parameter["name"] == name:
+                return parameter["value"] if parameter["valid"] else None
+        raise AssertionError(f"no parameter {name}")
+
+    def bus(self):
+        return Bus(self.address("socketcand"))
+
+    def go_to(self, page, bus=None):
+        """Brings the screen from its start to a page by the host's requests."""
+        bus = bus or self.bus()
+        requests = {"Page.Main": 3, "Page.Wad": 7, "Page.Config": 5}
+
+        def step():
+            shown = self.screen()["page"]
+            if shown == "Page.Slate" and page in requests:
+                bus.send_message([7, 15, requests[page]])
+            elif shown != page:
+                bus.send_message([8, 1])  # any message: the splash page ends when the host is heard
+            return shown == page
+
+        deadline = time.monotonic() + 15 * PATIENCE
+        while not step():
+            assert time.monotonic() < deadline, f"the screen never came to {page}"
+            time.sleep(0.1)
+        return bus
+
+    def close(self, show=False):
+        for process in reversed(self.processes):
+            process.stop(signal.SIGKILL if process is self.orvik else signal.SIGTERM)
+        if show:
+            for process in self.processes:
+                process.dump()
+        self.directory.cleanup()

@@ -1,0 +1,96 @@
+"""Load and bad input: everything is counted, nothing is lost, nothing grows, nothing falls over."""
+
+import os
+import random
+import socket
+
+import pytest
+
+from desk import BIN, HOST_ID, PATIENCE, cmd2, cmd5, cut, wait_for
+
+SANITIZED = PATIENCE > 1
+MESSAGES = 10_000 if SANITIZED else 100_000
+
+
+def resident(process):
+    with open(f"/proc/{process.child.pid}/statm") as statm:
+        return int(statm.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
+
+
+def write_log(path, messages):
+    with open(path, "w") as log:
+        for i, message in enumerate(messages):
+            for frame in cut(message):
+                log.write(f"({1700000000 + i * 0.01:.6f}) can0 {HOST_ID:08X}#{frame.hex().upper()}\n")
+
+
+def total_commands(desk):
+    return desk.value("OrvikTotalHX7Commands") or 0
+
+
+def test_every_message_of_a_log_at_full_speed_is_counted(desk, tmp_path):
+    desk.go_to("Page.Main").close()
+    log = tmp_path / "load.log"
+    write_log(log, (cmd2(load=100 * (i % 9000)) for i in range(MESSAGES // 10)))
+    sizes = []
+    for _ in range(10):
+        before = total_commands(desk)
+        status, _, errors = desk.run(BIN / "hx7", "play", log, "--speed", "max", seconds=240)
+        assert status == 0, errors
+        wait_for(lambda: total_commands(desk) == before + MESSAGES // 10, f"{MESSAGES // 10} messages more than {before}", 60)
+        sizes.append((resident(desk.orvik), resident(desk.unit)))
+    if not SANITIZED:
+        for early, late in zip(sizes[1], sizes[-1]):
+            assert late < early + 4_000_000, f"memory grows: {sizes}"
+
+
+@pytest.mark.parametrize("seed", [1, 2])
+def test_noise_on_the_bus_changes_nothing_for_the_next_message(desk, seed):
+    chance = random.Random(seed)
+    bus = desk.go_to("Page.Main")
+    for _ in range(3000):
+        kind = chance.randrange(4)
+        if kind == 0:
+            bus.send(HOST_ID, chance.randbytes(chance.randrange(9)))
+        elif kind == 1:
+            bus.send(chance.randrange(1 << 29), chance.randbytes(8))
+        else:
+            # Any command but language, units, transitions and text geometry, with any content.
+            command = chance.choice([0, 1, 3, 5, 6, 8, 9, 200])
+            bus.send_message(bytes([command]) + chance.randbytes(chance.randrange(245)))
+    bus.send_message(cmd2(load=77700))
+    bus.send_message(cmd2(load=77700))  # the first one may end a message that noise left half done
+    wait_for(lambda: desk.widget("orvikTextWidgetLoad") == " 77,700", "the load after the noise", 30)
+    assert desk.orvik.child.poll() is None and desk.unit.child.poll() is None
+
+
+def test_malformed_requests_to_the_panel_are_answered(desk):
+    host, port = desk.address("http").rsplit(":", 1)
+    for method, path, body, headers, status in [
+        ("GET", "/nothing", None, {}, 404), ("POST", "/api/keys/9", b'{"down":true}', {}, 404),
+        ("POST", "/api/keys/1", b"{", {}, 400), ("POST", "/api/keys/1", b'{"down":7}', {}, 400),
+        ("POST", "/api/keys/1", b'{"down":true}', {"Origin": "http://elsewhere.example"}, 403),
+        ("POST", "/api/keys/1", b"x" * 3_000_000, {}, 413),
+    ]:
+        assert desk.request(method, path, body, headers)[0] == status, (method, path)
+    for noise in [b"\0" * 100, b"GET " + b"/" * 100_000 + b" HTTP/1.1\r\n\r\n", b"POST /api/keys/1 HTTP/1.1\r\nContent-Length: -5\r\n\r\n"]:
+        with socket.create_connection((host, int(port)), 5) as connection:
+            connection.sendall(noise)
+            connection.shutdown(socket.SHUT_WR)
+            connection.settimeout(10)
+            try:
+                while connection.recv(65536):
+                    pass
+            except ConnectionResetError:
+                pass
+    assert desk.get("/api/screen")["page"]
+
+
+def test_malformed_bus_clients_are_answered_and_bounded(desk):
+    host, port = desk.address("socketcand").rsplit(":", 1)
+    with socket.create_connection((host, int(port)), 5) as stray:
+        stray.settimeout(5)
+        stray.sendall(b"< open nowhere >< send >< send 1 9 0 >< what >" + b"<" + b"x" * 100_000)
+        assert b"hi" in stray.recv(65536)
+        bus = desk.bus()
+        assert bus.ask([7, 7]) == ["00 01 00 ff ff ff ff ff"]
