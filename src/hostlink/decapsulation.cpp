@@ -1,0 +1,107 @@
+#include "hostlink/decapsulation.h"
+
+#include <algorithm>
+#include <chrono>
+#include <span>
+#include <thread>
+
+#include "platform/threads.h"
+
+#include "core/console.h"
+
+namespace {
+
+constexpr std::chrono::milliseconds PACE(10);
+
+std::string HexBytes(std::span<const unsigned char> bytes) {
+  std::string line;
+  for (const unsigned char byte : bytes) line += "0x" + HexText(byte, 2) + " ";
+  return line;
+}
+
+}  // namespace
+
+bool Decapsulator::DecodeFrame(const CAN_packet_t2& packet) {
+  return decapState_ == WAITING ? DecodeFirstFrame(packet) : DecodeLaterFrame(packet);
+}
+
+bool Decapsulator::DecodeFirstFrame(const CAN_packet_t2& packet) {
+  packetNumber_ = packet.data[0];
+  numPacketsReceived_ = 0;
+  if (packetNumber_ != 0 || packet.data[1] == 0) return false;
+
+  numPacketsExpected_ = packet.data[1];
+  numPacketsReceived_ = 1;
+  writePosition_ = 0;
+  if (!FitsBlock()) {
+    PrintErr("Orvik: ERROR!  Message of " + std::to_string(numPacketsExpected_) +
+             " frames exceeds maximum of " + std::to_string(MAX_MESSAGE_FRAMES));
+  }
+  Append(packet, FRAME_SIZE - FIRST_FRAME_ROOM);
+  if (numPacketsExpected_ < 2) return true;
+  decapState_ = COLLECTING;
+  nextSequenceNumberExpected_ = 1;
+  return false;
+}
+
+bool Decapsulator::DecodeLaterFrame(const CAN_packet_t2& packet) {
+  packetNumber_ = packet.data[0];
+  if (packetNumber_ != nextSequenceNumberExpected_) {
+    decapState_ = WAITING;
+    return false;
+  }
+  Append(packet, FRAME_SIZE - LATER_FRAME_ROOM);
+  ++numPacketsReceived_;
+  if (numPacketsReceived_ < numPacketsExpected_) {
+    ++nextSequenceNumberExpected_;
+    return false;
+  }
+  decapState_ = WAITING;
+  return FitsBlock();
+}
+
+void Decapsulator::Append(const CAN_packet_t2& packet, std::size_t from) {
+  if (!FitsBlock()) return;
+  std::copy(packet.data.begin() + static_cast<std::ptrdiff_t>(from), packet.data.end(),
+            message_.bytes.begin() + static_cast<std::ptrdiff_t>(writePosition_));
+  writePosition_ += FRAME_SIZE - from;
+}
+
+int Init_Decapsulate(orvikData_t* data) {
+  data->decapHeartbeatEvent = FindEventId(data, "orvik.DecapsulateHeartbeatEvent");
+  return platform::StartDetachedThread({"Decapsulate"}, DecapsulateThreadFn, data);
+}
+
+void* DecapsulateThreadFn(void* record) {
+  auto* data = static_cast<orvikData_t*>(record);
+  Decapsulator decapsulator;
+  data->decapReady = 1;
+  PrintOut("Orvik: Decapsulator initialization complete");
+  WaitForStart(data, data->decapExit);
+  while (data->decapExit == 0) {
+    PostEventId(data, data->decapHeartbeatEvent);
+    std::this_thread::sleep_for(PACE);
+    DecapsulateQueuedFrames(data, decapsulator);
+  }
+  PrintOut("Orvik: Decapsulator thread EXIT");
+  data->decapReady = 0;
+  return nullptr;
+}
+
+void DecapsulateQueuedFrames(orvikData_t* data, Decapsulator& decapsulator) {
+  getCanPackets(data);
+  for (const CAN_packet_t2& packet : data->canWork) {
+    if (decapsulator.DecodeFrame(packet)) addDecapData(data, decapsulator.Message());
+  }
+  data->canWork.clear();
+}
+
+void DumpHexData(const unsigned char* bytes, int count) {
+  PrintOut(HexBytes({bytes, static_cast<std::size_t>(std::max(count, 0))}));
+}
+
+void DumpHexString(const std::string& bytes) {
+  std::string line = "DumpHexString(" + std::to_string(bytes.size()) + "): ";
+  for (const char c : bytes) line += HexBytes({reinterpret_cast<const unsigned char*>(&c), 1});
+  PrintOut(line);
+}

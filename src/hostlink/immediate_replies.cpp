@@ -1,0 +1,108 @@
+#include "hostlink/immediate_replies.h"
+
+#include <algorithm>
+#include <array>
+#include <span>
+
+#include "hostlink/can_transport.h"
+
+const std::string_view FD = __DATE__;
+
+namespace {
+
+using frame_t = std::array<std::uint8_t, FRAME_SIZE>;
+
+constexpr std::uint32_t KEY_INFO = 18;  // "Info": the host takes its status byte as a request for the info page
+constexpr std::size_t DAY_TENS_AT = 4;  // in the date
+
+void Send(orvikData_t* data, const frame_t& frame) {
+  TransmitCAN(data, DISPLAY_FRAME_ID, CAN_PORT, frame.data());
+}
+
+std::uint8_t FrameCount(std::size_t characters) {
+  const std::size_t later = characters <= FIRST_FRAME_ROOM ? 0 : characters - FIRST_FRAME_ROOM;
+  return static_cast<std::uint8_t>(1 + (later + LATER_FRAME_ROOM - 1) / LATER_FRAME_ROOM);
+}
+
+frame_t PaddedFrame() {
+  frame_t frame;
+  frame.fill(FRAME_PADDING);
+  return frame;
+}
+
+// The first frame of a text: its number, the number of frames, six characters.
+frame_t FirstFrame(std::string_view text) {
+  frame_t frame = PaddedFrame();
+  frame[0] = 0;
+  frame[1] = FrameCount(text.size());
+  const std::string_view part = text.substr(0, FIRST_FRAME_ROOM);
+  std::copy(part.begin(), part.end(), frame.begin() + 2);
+  return frame;
+}
+
+// Frame `number` (1 or more): its number and seven characters.
+frame_t LaterFrame(std::string_view text, std::uint8_t number) {
+  frame_t frame = PaddedFrame();
+  frame[0] = number;
+  const std::string_view part = text.substr(MessageRoom(number), LATER_FRAME_ROOM);
+  std::copy(part.begin(), part.end(), frame.begin() + 1);
+  return frame;
+}
+
+void SendText(orvikData_t* data, std::string_view text) {
+  Send(data, FirstFrame(text));
+  for (std::uint8_t number = 1; number < FrameCount(text.size()); ++number)
+    Send(data, LaterFrame(text, number));
+}
+
+void SendStatus(orvikData_t* data, std::uint8_t status) {
+  frame_t frame = PaddedFrame();
+  frame[0] = 0;
+  frame[1] = 1;
+  frame[2] = status;
+  Send(data, frame);
+}
+
+}  // namespace
+
+void ReturnKeyState(orvikData_t* data) {
+  const std::uint32_t key = getKeyData(data);
+  frame_t frame = PaddedFrame();
+  frame[0] = 0;
+  frame[1] = 1;
+  frame[2] = key == KEY_INFO ? std::uint8_t{0xFF} : data->keyStatus.Load();
+  frame[3] = static_cast<std::uint8_t>(key);
+  frame[4] = data->lastKeyAdded;
+  Send(data, frame);
+}
+
+void ReturnProgramName(orvikData_t* data) {
+  SendText(data, PN);
+}
+
+void ReturnProgramDate(orvikData_t* data) {
+  Send(data, data->programDate.frame1);
+  Send(data, data->programDate.frame2);
+}
+
+void ReturnFileID(orvikData_t* data) {
+  SendText(data, VR);
+}
+void ReturnLCDStatus(orvikData_t* data) {
+  SendStatus(data, 0);
+}
+void ReturnLEDBrightness(orvikData_t* data) {
+  SendStatus(data, 3);
+}
+
+program_date_t BuildProgramDate(std::string_view date) {
+  program_date_t frames{FirstFrame(date), LaterFrame(date, 1)};
+  if (date[DAY_TENS_AT] == ' ') frames.frame1[2 + DAY_TENS_AT] = '0';
+  return frames;
+}
+
+void InitProgramDate(orvikData_t* data) {
+  const program_date_t frames = BuildProgramDate(FD);
+  if (data->programDate.frame1 == frames.frame1 && data->programDate.frame2 == frames.frame2) return;
+  data->programDate = frames;
+}

@@ -1,0 +1,66 @@
+#include "parse/expand.h"
+
+#include <utf8.h>
+
+#include "core/console.h"
+#include "parse/full_width.h"
+
+namespace {
+
+constexpr unsigned FIRST_PRINTABLE = 0x20;
+constexpr unsigned FIRST_NON_ASCII = 0x80;
+
+unsigned ExpandedCodePoint(orvikData_t* data, unsigned codePoint) {
+  if (codePoint < FIRST_NON_ASCII && data->expandFullWidth == 1) {
+    ProcessSingleOctet(data, static_cast<unsigned char>(codePoint), &codePoint);
+  }
+  return codePoint;
+}
+
+}  // namespace
+
+void ExpandSubCommand(orvikData_t* data, const std::string& text, std::vector<unsigned>& codepoints) {
+  codepoints.reserve(codepoints.size() + text.size());
+  auto at = text.begin();
+  try {
+    while (at != text.end()) codepoints.push_back(ExpandedCodePoint(data, utf8::next(at, text.end())));
+  } catch (const utf8::exception&) {
+    PrintErr("***** PROGRAM LOGIC ERROR!  Text was not repaired before its expansion");
+  }
+}
+
+int ProcessSingleOctet(orvikData_t* data, unsigned char octet, unsigned* codePoint) {
+  if (octet < FIRST_PRINTABLE) {
+    ProcessValidNonPrintable(data, octet, codePoint);
+    return OCTET_NOT_EXPANDED;
+  }
+  if (octet >= FIRST_NON_ASCII) {
+    ProcessInvalidNonPrintable(data, octet, codePoint);
+    return OCTET_NOT_EXPANDED;
+  }
+  return ProcessExpandable(data, octet, codePoint);
+}
+
+int ProcessExpandable(orvikData_t* data, unsigned char octet, unsigned* codePoint) {
+  const FullWidthChar_t* entry = FindFullWidthChar(octet);
+  if (entry == nullptr) {
+    ProcessUnexpandable(data, octet, codePoint);
+    return OCTET_NOT_EXPANDED;
+  }
+  *codePoint = entry->codePoint;
+  return OCTET_EXPANDED;
+}
+
+void ProcessUnexpandable(orvikData_t* /*data*/, unsigned char octet, unsigned* /*codePoint*/) {
+  PrintOut("WARNING.  Unexpandable 0x" + HexText(octet));
+}
+
+void ProcessValidNonPrintable(orvikData_t* data, unsigned char octet, unsigned* codePoint) {
+  PrintOut("WARNING.  Valid NON_PRINTABLE 0x" + HexText(octet));
+  *codePoint = data->validNonPrintableChar;
+}
+
+void ProcessInvalidNonPrintable(orvikData_t* data, unsigned char octet, unsigned* codePoint) {
+  PrintErr("***** PROGRAM LOGIC ERROR!  Invalid non printable 0x" + HexText(octet));
+  *codePoint = data->invalidNonPrintableChar;
+}

@@ -1,0 +1,21 @@
+// The fullwidth form of each printable ASCII character (Unicode block Halfwidth and Fullwidth Forms).
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+struct FullWidthChar_t {
+  std::uint8_t octet;            // 0x20 to 0x7E
+  std::uint32_t codePoint;       // U+3000 for the blank, else octet + 0xFEE0
+  std::string_view unicodeName;  // a label only
+};
+
+constexpr std::size_t FULL_WIDTH_CHARS = 95;
+
+// In ascending order of octet.
+extern const std::array<FullWidthChar_t, FULL_WIDTH_CHARS> utf8_FullWidthCharMap;
+
+// The entry of an octet, null where it has none.
+const FullWidthChar_t* FindFullWidthChar(std::uint8_t octet);

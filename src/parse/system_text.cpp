@@ -1,0 +1,90 @@
+// The system's own text on the grid, and the keeping of the host's texts while it is shown.
+#include <algorithm>
+
+#include "core/mutex_guard.h"
+#include "parse/expand.h"
+#include "parse/fields.h"
+#include "parse/utf8_text.h"
+
+namespace {
+
+PlainWord_t<int> systemTextShown;                           // written under displayMutex
+std::array<std::vector<unsigned>, FIELD_COUNT> keptFields;  // under displayMutex
+
+void KeepFields() {
+  for (std::size_t i = 0; i < FIELD_COUNT; ++i) keptFields[i] = std::move(FIELDS[i].field->text);
+}
+
+void RestoreFields() {
+  for (std::size_t i = 0; i < FIELD_COUNT; ++i) FIELDS[i].field->text = std::move(keptFields[i]);
+}
+
+void ForgetKeptFields() {
+  for (std::vector<unsigned>& text : keptFields) std::vector<unsigned>().swap(text);
+}
+
+std::vector<unsigned> ExpandText(orvikData_t* data, std::string text) {
+  FixUTF8String(text);
+  std::vector<unsigned> codepoints;
+  ExpandSubCommand(data, text, codepoints);
+  return codepoints;
+}
+
+bool IsBlank(const orvikData_t* data, unsigned codePoint) {
+  return codePoint == ' ' || codePoint == data->blankChar || codePoint == data->spaceChar;
+}
+
+// Takes what does not fit into `columns` off the end, at the last blank that allows it.
+std::vector<unsigned> TakeRest(const orvikData_t* data, std::vector<unsigned>& text, std::size_t columns) {
+  if (text.size() <= columns) return {};
+  std::size_t cut = columns;
+  while (cut > 0 && !IsBlank(data, text[cut])) --cut;
+  const bool atBlank = cut > 0;
+  if (!atBlank) cut = columns;
+  const auto from = text.begin() + static_cast<std::ptrdiff_t>(atBlank ? cut + 1 : cut);
+  std::vector<unsigned> rest(from, text.end());
+  text.resize(cut);
+  return rest;
+}
+
+}  // namespace
+
+void StringToUTF8Display(orvikData_t* data, const std::string& text, unsigned char fieldId) {
+  const std::vector<unsigned> codepoints = ExpandText(data, text);
+  const MutexGuard guard(data->displayMutex);
+  ClearAllFields();
+  UpdateField(data, fieldId, codepoints);
+  FieldsToUTF8Lines(data);
+}
+
+void ShowSystemText(orvikData_t* data, const std::string& text) {
+  std::vector<unsigned> first = ExpandText(data, text);
+  const auto columns = static_cast<std::size_t>(std::max<int>(data->lcdColumns, 1));
+  const std::vector<unsigned> second = TakeRest(data, first, columns);
+
+  const MutexGuard guard(data->displayMutex);
+  if (systemTextShown == 0) KeepFields();
+  systemTextShown = 1;
+  ClearAllFields();
+  UpdateField(data, FIELD_LINE2_CENTER, first);
+  UpdateField(data, FIELD_LINE3_CENTER, second);
+  FieldsToUTF8Lines(data);
+}
+
+void EndSystemText(orvikData_t* data) {
+  const MutexGuard guard(data->displayMutex);
+  if (systemTextShown == 0) return;
+  systemTextShown = 0;
+  RestoreFields();
+  FieldsToUTF8Lines(data);
+}
+
+bool SystemTextShown() {
+  return systemTextShown != 0;
+}
+
+void HostTextArrived(orvikData_t* /*data*/) {
+  if (systemTextShown == 0) return;
+  systemTextShown = 0;
+  ForgetKeptFields();
+}

@@ -1,0 +1,84 @@
+#include "parse/utf8_text.h"
+
+#include <array>
+#include <cstdint>
+
+namespace {
+
+// What a lead byte announces.
+struct Lead_t {
+  std::size_t length;      // bytes of the whole sequence; 0 where no sequence begins so
+  std::uint32_t bits;      // the code point's bits that the lead byte carries
+  std::uint32_t smallest;  // below it the sequence is longer than the code point needs
+};
+
+Lead_t ReadLead(unsigned char c) {
+  if (c < 0x80) return {1, c, 0};
+  if ((c & 0xE0U) == 0xC0) return {2, c & 0x1FU, 0x80};
+  if ((c & 0xF0U) == 0xE0) return {3, c & 0x0FU, 0x800};
+  if ((c & 0xF8U) == 0xF0) return {4, c & 0x07U, 0x10000};
+  return {0, 0, 0};
+}
+
+bool IsContinuation(char c) {
+  return (static_cast<unsigned char>(c) & 0xC0U) == 0x80;
+}
+
+bool IsValidCodePoint(std::uint32_t codePoint, std::uint32_t smallest) {
+  const bool surrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
+  const bool nonCharacter = codePoint == 0xFFFE || codePoint == 0xFFFF;
+  return codePoint >= smallest && codePoint < 0x110000 && !surrogate && !nonCharacter;
+}
+
+// Whether the announced bytes, all of them there, make a character.
+bool IsWellFormed(std::string_view sequence, const Lead_t& lead) {
+  std::uint32_t codePoint = lead.bits;
+  for (const char c : sequence.substr(1)) {
+    if (!IsContinuation(c)) return false;
+    codePoint = (codePoint << 6U) | (static_cast<unsigned char>(c) & 0x3FU);
+  }
+  return IsValidCodePoint(codePoint, lead.smallest);
+}
+
+std::size_t CountContinuations(std::string_view text) {
+  std::size_t count = 0;
+  while (count < text.size() && IsContinuation(text[count])) ++count;
+  return count;
+}
+
+// Appends the repaired form of the sequence that `rest` begins with; returns the bytes that it took.
+std::size_t AppendRepaired(std::string_view rest, std::string& repaired) {
+  const Lead_t lead = ReadLead(static_cast<unsigned char>(rest.front()));
+  if (lead.length == 0) {
+    repaired.append(FULLWIDTH_QUESTION_MARK_OCTET);
+    return 1;
+  }
+  if (lead.length > rest.size()) {
+    // Two marks for a sequence that the end cuts off: hosts rely on seeing that the text was cut.
+    repaired.append(FULLWIDTH_QUESTION_MARK_OCTET).append(FULLWIDTH_QUESTION_MARK_OCTET);
+    return 1;
+  }
+  if (!IsWellFormed(rest.substr(0, lead.length), lead)) {
+    repaired.append(FULLWIDTH_QUESTION_MARK_OCTET);
+    return 1 + CountContinuations(rest.substr(1));
+  }
+  repaired.append(rest.substr(0, lead.length));
+  return lead.length;
+}
+
+}  // namespace
+
+void FixUTF8String(std::string& s) {
+  std::string repaired;
+  repaired.reserve(s.size());
+  std::string_view rest = s;
+  while (!rest.empty()) rest.remove_prefix(AppendRepaired(rest, repaired));
+  s = std::move(repaired);
+}
+
+void TrimSpaces(std::string& s) {
+  constexpr const char* SPACES = " \t";
+  const std::size_t last = s.find_last_not_of(SPACES);
+  s.erase(last == std::string::npos ? 0 : last + 1);
+  s.erase(0, s.find_first_not_of(SPACES));
+}
