@@ -1,0 +1,26 @@
+// Reads the frames of a candump -L log, one after the other, whatever else stands in the file.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <istream>
+#include <optional>
+
+#include "bus/can_frame.h"
+
+namespace host {
+
+class LogReader {
+ public:
+  explicit LogReader(std::istream& in) : in_(in) {}
+  // The next frame; empty at the end. Lines that are no frames are passed over and counted.
+  std::optional<bus::frame_t> Next();
+  std::uint64_t Skipped() const { return skipped_; }
+
+ private:
+  std::istream& in_;
+  std::array<char, 256> line_{};  // a frame's line has 80 characters at most; longer lines are no frames
+  std::uint64_t skipped_ = 0;
+};
+
+}  // namespace host

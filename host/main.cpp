@@ -1,0 +1,125 @@
+// hx7: the host load computer's end of the bus.
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+#include "host/commands.h"
+#include "host/errors.h"
+#include "host/send_plan.h"
+
+namespace {
+
+constexpr int kFailed = 1;
+constexpr int kCalledWrongly = 2;
+
+constexpr const char* kBusHelp =
+    "local: the unit that runs here; socketcan:INTERFACE: a CAN interface of the kernel; socketcand:HOST:PORT: "
+    "a "
+    "socketcand server";
+
+struct command_line_t {
+  host::send_options_t send;
+  host::play_options_t play;
+  host::watch_options_t watch;
+  host::record_options_t record;
+};
+
+void AddSend(CLI::App& app, host::send_options_t& options) {
+  CLI::App* command =
+      app.add_subcommand("send", "Send commands of the host by name, or raw messages and frames");
+  command->footer(
+      "Examples:\n"
+      "  hx7 send load=12300 radius=35.4 line1-center=\"HELLO\"\n"
+      "  hx7 send units=metric language=russian beeper=20\n"
+      "  hx7 send led=overload,a2b colors=green,dark,dark,yellow valid-keys=info,tires\n"
+      "  hx7 send program-name key-state\n"
+      "  hx7 send raw=040A frame=18FF00D0#0001060000000000\n\n"
+      "The display gets all operating values in one message. Those that a call does not name are sent as this "
+      "hx7\n"
+      "sent them last in this runtime directory (file hx7.values), at first as 0 with no lamp lit.");
+  command->add_option("--bus", options.bus, kBusHelp)->capture_default_str();
+  command->add_option("--timeout", options.timeout_s, "Seconds to wait for the display's answer")
+      ->capture_default_str()
+      ->check(CLI::Range(0.0, 3600.0));
+  command->add_flag("--neutral", options.neutral,
+                    "Begin with all operating values 0, not with those sent last");
+  command->add_flag_callback(
+      "--list",
+      [] {
+        std::cout << host::ListSendNames();
+        throw CLI::Success();
+      },
+      "Show all names with their values and units");
+  command->add_option("NAME=VALUE", options.arguments, "What to send, in order")->required();
+  command->callback([&options] { host::Send(options); });
+}
+
+void AddPlay(CLI::App& app, host::play_options_t& options) {
+  CLI::App* command = app.add_subcommand("play", "Play a log of candump -L onto the bus at its own pace");
+  command->footer(
+      "Plays every frame but those of the display's own identifier 18FF00D2, which the display on the bus "
+      "sends\n"
+      "itself; --all plays them too. Where the bus is lost it tries for 10 seconds to join it again.");
+  command->add_option("FILE", options.file, "The log; - is standard input")->required();
+  command->add_option("--bus", options.bus, kBusHelp)->capture_default_str();
+  command->add_option("--speed", options.speed, "Factor, such as 2 or 0.5; max ignores the time")
+      ->capture_default_str();
+  command->add_flag("--loop", options.loop, "Begin again at the end, until stopped");
+  command->add_flag("--all", options.all, "Play the display's frames too");
+  command->add_flag("--quiet", options.quiet, "Print nothing but errors");
+  command->callback([&options] { host::PlayFile(options); });
+}
+
+void AddWatch(CLI::App& app, host::watch_options_t& options) {
+  CLI::App* command = app.add_subcommand("watch", "Show both directions in words, live or from a log");
+  command->add_option("FILE", options.file,
+                      "A log of candump -L; - is standard input; without it, the live bus");
+  command->add_option("--bus", options.bus, kBusHelp)->capture_default_str();
+  command->add_flag("--json", options.json, "One JSON object a line");
+  command->add_flag("--changes", options.changes, "Only messages that differ from the last of their kind");
+  command->add_option("--seconds", options.seconds, "Stop by itself after that time")
+      ->check(CLI::PositiveNumber);
+  command->callback([&options] { host::Watch(options); });
+}
+
+void AddRecord(CLI::App& app, host::record_options_t& options) {
+  CLI::App* command = app.add_subcommand("record", "Record the bus as a log of candump -L");
+  command->add_option("FILE", options.file, "The log; - is standard output")->required();
+  command->add_option("--bus", options.bus, kBusHelp)->capture_default_str();
+  command->add_flag("--force", options.force, "Replace the file where it exists");
+  command->add_option("--seconds", options.seconds, "Stop by itself after that time")
+      ->check(CLI::PositiveNumber);
+  command->callback([&options] { host::Record(options); });
+}
+
+int Run(int argc, char** argv) {
+  CLI::App app{"hx7: the host load computer's end of the bus"};
+  command_line_t line;
+  app.set_version_flag("--version", "hx7 " ORVIK_VERSION);
+  app.footer("Exit status: 0 done, 1 failed, 2 called wrongly.\n`hx7 COMMAND --help` says more.");
+  app.require_subcommand(1);
+  AddSend(app, line.send);
+  AddPlay(app, line.play);
+  AddWatch(app, line.watch);
+  AddRecord(app, line.record);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : kCalledWrongly;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const host::usage_error& error) {
+    std::cerr << "hx7: " << error.what() << '\n';
+    return kCalledWrongly;
+  } catch (const std::exception& error) {
+    std::cerr << "hx7: " << error.what() << '\n';
+    return kFailed;
+  }
+}

@@ -1,0 +1,134 @@
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+
+#include <unistd.h>
+
+#include "host/commands.h"
+#include "host/errors.h"
+#include "host/log_reader.h"
+#include "host/player.h"
+#include "host/station.h"
+
+namespace host {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// 0 for "max".
+double ParseSpeed(const std::string& text) {
+  if (text == "max") return 0;
+  double speed = 0;
+  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), speed);
+  constexpr double kSlowest = 0.001;
+  constexpr double kFastest = 100'000;
+  if (error != std::errc() || stop != text.data() + text.size() || !(speed >= kSlowest && speed <= kFastest)) {
+    throw usage_error("--speed takes max or a factor from 0.001 to 100000, such as 2 for twice as fast");
+  }
+  return speed;
+}
+
+// A line on the terminal that is written over five times a second.
+class ProgressLine {
+ public:
+  explicit ProgressLine(bool shown) : shown_(shown) {}
+  void Show(std::chrono::microseconds position, std::uint64_t frames) {
+    constexpr std::chrono::milliseconds kPace{200};
+    if (!shown_ || Clock::now() < next_) return;
+    next_ = Clock::now() + kPace;
+    std::fprintf(stderr, "\r%9.1f s  %llu frames ", std::chrono::duration<double>(position).count(),
+                 static_cast<unsigned long long>(frames));
+  }
+  void Clear() const {
+    if (shown_) std::fputs("\r\033[K", stderr);
+  }
+
+ private:
+  const bool shown_;
+  Clock::time_point next_{};
+};
+
+class FilePlayer {
+ public:
+  FilePlayer(const play_options_t& options, const StopSignal& stop)
+      : options_(options),
+        stop_(stop),
+        station_(options.bus, stop),
+        schedule_(Clock::now(), ParseSpeed(options.speed)),
+        progress_(!options.quiet && ::isatty(STDERR_FILENO) != 0) {
+    station_.Drain();
+  }
+  void Run(std::istream& in);
+
+ private:
+  bool PlayOnce(std::istream& in);
+  void Summarise() const;
+
+  const play_options_t& options_;
+  const StopSignal& stop_;
+  Station station_;
+  Schedule schedule_;
+  ProgressLine progress_;
+  played_t played_;
+  std::uint64_t skipped_ = 0;
+};
+
+bool FilePlayer::PlayOnce(std::istream& in) {
+  LogReader reader(in);
+  const stage_t stage{.now = Clock::now,
+                      .waitUntil = [this](Clock::time_point when) { return stop_.WaitUntil(when); },
+                      .send =
+                          [this](const bus::frame_t& frame) {
+                            return station_.Send({&frame, 1});
+                          },
+                      .progress = [this](std::chrono::microseconds position,
+                                         std::uint64_t frames) { progress_.Show(position, frames); }};
+  const bool whole = Play([&reader] { return reader.Next(); }, schedule_, options_.all, stage, played_);
+  skipped_ += reader.Skipped();
+  return whole;
+}
+
+void FilePlayer::Summarise() const {
+  progress_.Clear();
+  if (options_.quiet) return;
+  std::fprintf(stderr,
+               "hx7: played %llu frames, %.1f s of the log; passed over %llu frames of the display and %llu "
+               "lines that are no frames\n",
+               static_cast<unsigned long long>(played_.frames),
+               std::chrono::duration<double>(schedule_.Position()).count(),
+               static_cast<unsigned long long>(played_.passedOver), static_cast<unsigned long long>(skipped_));
+}
+
+void FilePlayer::Run(std::istream& in) {
+  try {
+    while (PlayOnce(in) && options_.loop && played_.frames > 0) {
+      schedule_.Rewind();
+      in.clear();
+      in.seekg(0);
+      if (!in) throw failure(options_.file + " cannot be read again for --loop");
+    }
+  } catch (...) {
+    Summarise();
+    throw;
+  }
+  Summarise();
+  if (played_.frames == 0 && !stop_.Stopped())
+    throw failure(options_.file + " holds no frame to play; it should be a log of candump -L");
+}
+
+}  // namespace
+
+void PlayFile(const play_options_t& options) {
+  std::ifstream file;
+  if (options.file != "-") {
+    file.open(options.file);
+    if (!file) throw failure("cannot read " + options.file);
+  }
+  const StopSignal stop;
+  FilePlayer player(options, stop);
+  player.Run(options.file == "-" ? std::cin : file);
+}
+
+}  // namespace host

@@ -1,0 +1,56 @@
+// Plays recorded frames at the pace of their recording.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+#include "bus/can_frame.h"
+
+namespace host {
+
+// The time of the recorded frames on the clock of now. Every frame has an absolute time, reckoned from the
+// beginning in whole microseconds, so that errors of single waits never add up.
+class Schedule {
+ public:
+  using TimePoint = std::chrono::steady_clock::time_point;
+
+  // `speed` 2 plays in half the time; 0 is as fast as it goes: every frame is due at once.
+  Schedule(TimePoint begin, double speed) : begin_(begin), speed_(speed) {}
+  // When the next frame is due. A stamp that lies before the one before it (a clock that was set back) is due
+  // with it.
+  TimePoint Due(std::uint64_t stamp_us);
+  // Puts off all that follows, after a pause that was not in the recording.
+  void Shift(TimePoint::duration by) { begin_ += by; }
+  // The recording begins again, right behind its last frame.
+  void Rewind() { last_us_.reset(); }
+  // Recorded time played so far.
+  std::chrono::microseconds Position() const { return std::chrono::microseconds(position_us_); }
+
+ private:
+  TimePoint begin_;
+  double speed_;
+  std::uint64_t position_us_ = 0;
+  std::optional<std::uint64_t> last_us_;
+};
+
+// What the player needs of the world; a test gives it a clock of its own.
+struct stage_t {
+  std::function<Schedule::TimePoint()> now;
+  std::function<bool(Schedule::TimePoint)> waitUntil;  // false: stop
+  std::function<bool(const bus::frame_t&)> send;       // false: stop
+  std::function<void(std::chrono::microseconds position, std::uint64_t frames)> progress;
+};
+
+struct played_t {
+  std::uint64_t frames = 0;
+  std::uint64_t passedOver = 0;  // frames of the display
+};
+
+// Plays what `next` gives until it gives nothing (or the stage stops it), and adds to `played`. Frames of the
+// display itself are passed over unless `all` is set: the display that listens has its own to say.
+bool Play(const std::function<std::optional<bus::frame_t>()>& next, Schedule& schedule, bool all,
+          const stage_t& stage, played_t& played);
+
+}  // namespace host

@@ -1,0 +1,40 @@
+// This program's station on the bus, which comes back by itself when the bus was away for a while.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <thread>
+
+#include "bus/endpoint.h"
+#include "host/stop_signal.h"
+
+namespace host {
+
+class Station {
+ public:
+  // Opens the bus; throws failure. `stop` ends every wait.
+  Station(std::string bus, const StopSignal& stop);
+
+  // The frames of one message. When the bus is lost, says so on standard error and tries for ten seconds to
+  // join it again, then throws failure. False: stopped, and not sent.
+  bool Send(std::span<const bus::frame_t> frames);
+  // The next frame within about `timeout_ms`; false when there was none, or on a stop. Loss as above.
+  bool Receive(bus::frame_t& frame, int timeout_ms);
+  // From now on what comes is read and thrown away, so that a bus that is only written to never holds it
+  // against us. Receive is not called any more.
+  void Drain();
+
+ private:
+  bool Rejoin();
+  void StartDrain();
+
+  const std::string bus_;
+  const StopSignal& stop_;
+  std::unique_ptr<bus::Endpoint> endpoint_;
+  bool draining_ = false;
+  std::jthread drain_;  // uses endpoint_, so it ends first
+};
+
+}  // namespace host
