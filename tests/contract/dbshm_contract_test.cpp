@@ -1,0 +1,360 @@
+// What the parameter database must hold to between processes: whole values, validity, pulses, and a lock that
+// outlives its holder. Every second process is a real one: this program again, with "--child" and its part's
+// name.
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/clock.h"
+#include "platform/messages.h"
+#include "platform/shared_memory.h"
+
+#include "services/dbshm.h"
+
+namespace {
+
+using namespace dbshm_layout;
+
+constexpr unsigned CHARACTERS = 100, TAGGED = 101, TORN = 102, FIRST_TYPED = 110;
+constexpr int BROKEN = 3;  // a child's exit status for a value that nobody wrote
+
+std::uint8_t* At(std::size_t offset) {
+  return static_cast<std::uint8_t*>(DBSHM::getMemoryPtr()) + offset;
+}
+
+template <class T>
+void Poke(std::size_t offset, T value) {
+  std::memcpy(At(offset), &value, sizeof value);
+}
+
+template <class T>
+T Peek(std::size_t offset) {
+  T value;
+  std::memcpy(&value, At(offset), sizeof value);
+  return value;
+}
+
+constexpr std::size_t Slot(unsigned handle, std::size_t offset) {
+  return SLOTS_AT + SLOT_SIZE * handle + offset;
+}
+
+// --- Values of every type, written by one process and read by another
+
+void WriteTypes() {
+  DBSHM::Write(FIRST_TYPED, -1234.5678);
+  DBSHM::Write(FIRST_TYPED + 1, 0.25F);
+  DBSHM::Write(FIRST_TYPED + 2, true);
+  DBSHM::Write(FIRST_TYPED + 3, static_cast<signed char>(-128));
+  DBSHM::Write(FIRST_TYPED + 4, static_cast<unsigned char>(255));
+  DBSHM::Write(FIRST_TYPED + 5, -2'000'000'000);
+  DBSHM::Write(FIRST_TYPED + 6, 4'000'000'000U);
+  DBSHM::Write(FIRST_TYPED + 7, -9'000'000'000'000'000'000LL);
+  DBSHM::Write(FIRST_TYPED + 8, 18'000'000'000'000'000'000ULL);
+  DBSHM::Write(FIRST_TYPED + 9, "ABCDEFGH");
+}
+
+template <class T>
+bool Reads(unsigned handle, T expected) {
+  T value{};
+  return DBSHM::Read(handle, value) == 1 && value == expected;
+}
+
+bool ReadTypes() {
+  char characters[9]{};
+  return Reads(FIRST_TYPED, -1234.5678) && Reads(FIRST_TYPED + 1, 0.25F) && Reads(FIRST_TYPED + 2, true) &&
+         Reads(FIRST_TYPED + 3, static_cast<signed char>(-128)) &&
+         Reads(FIRST_TYPED + 4, static_cast<unsigned char>(255)) && Reads(FIRST_TYPED + 5, -2'000'000'000) &&
+         Reads(FIRST_TYPED + 6, 4'000'000'000U) && Reads(FIRST_TYPED + 7, -9'000'000'000'000'000'000LL) &&
+         Reads(FIRST_TYPED + 8, 18'000'000'000'000'000'000ULL) &&
+         DBSHM::Read(FIRST_TYPED + 9, characters) == 1 && std::strcmp(characters, "ABCDEFGH") == 0;
+}
+
+// --- What the children do
+
+const std::array<const char*, 4> PATTERNS = {"AAAAAAAA", "BBBBBBBB", "CCCCCCCC", "DDDDDDDD"};
+
+[[noreturn]] void WritePatternsForEver() {
+  for (unsigned i = 0;; ++i) {
+    DBSHM::Write(CHARACTERS, PATTERNS[i % PATTERNS.size()]);
+    DBSHM::Write(TAGGED, i % 1000, static_cast<double>(i % 1000), 100'000, true);
+  }
+}
+
+// A value that is read as good is one that somebody has written whole.
+bool IsWhole() {
+  char characters[9]{};
+  if (DBSHM::Read(CHARACTERS, characters) == 1 && characters != std::string(8, characters[0])) return false;
+  unsigned tag = 0;
+  double value = 0;
+  return DBSHM::Read(TAGGED, tag, value) == 0 || value == tag;
+}
+
+int ReadAndWriteBesideAnother() {
+  for (unsigned i = 0; i < 200'000; ++i) {
+    DBSHM::Write(CHARACTERS, PATTERNS[i % PATTERNS.size()]);
+    DBSHM::Write(TAGGED, i % 1000, static_cast<double>(i % 1000), 100'000, true);
+    if (!IsWhole()) return BROKEN;
+  }
+  return 0;
+}
+
+int CheckTypes() {
+  return ReadTypes() ? 0 : BROKEN;
+}
+
+// Dies with the lock held and half a value written.
+int DieWhileWriting() {
+  auto& lock = *reinterpret_cast<platform::shared_lock_t*>(At(LOCK_AT));
+  if (platform::LockShared(lock)) return BROKEN;
+  platform::MarkSlot(lock, TORN);
+  Poke<std::uint32_t>(Slot(TORN, VALUE_AT), 0xDEADBEEF);
+  kill(getpid(), SIGKILL);
+  return BROKEN;
+}
+
+// Kills one writer after another at a moment of chance; whoever comes next must find whole values, soon.
+int KillManyWriters() {
+  std::minstd_rand random(1);
+  for (int i = 0; i < 2000; ++i) {
+    const pid_t writer = fork();
+    if (writer == 0) WritePatternsForEver();
+    usleep(static_cast<useconds_t>(random() % 400));
+    kill(writer, SIGKILL);
+    if (!IsWhole()) return BROKEN;
+    waitpid(writer, nullptr, 0);
+    if (!IsWhole()) return BROKEN;
+  }
+  return 0;
+}
+
+const std::map<std::string, int (*)()> CHILDREN = {
+    {"check-types", CheckTypes},
+    {"die-while-writing", DieWhileWriting},
+    {"kill-many-writers", KillManyWriters},
+    {"read-and-write", ReadAndWriteBesideAnother},
+};
+
+pid_t StartChild(const char* part) {
+  std::string program = "/proc/self/exe", option = "--child", name = part;
+  std::array<char*, 4> arguments = {program.data(), option.data(), name.data(), nullptr};
+  pid_t child = -1;
+  posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments.data(), environ);
+  return child;
+}
+
+int ExitStatus(pid_t child) {
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+class Database : public testing::Test {
+ protected:
+  Database() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "orvik-test-XXXXXX").string();
+    directory_ = mkdtemp(pattern.data());
+    setenv("ORVIK_RUNTIME_DIR", directory_.c_str(), 1);
+    DBSHM::Init();
+  }
+  ~Database() override {
+    platform::UnlinkSharedObject(OBJECT_NAME);
+    std::filesystem::remove_all(directory_);
+  }
+
+  // The values of the pulses that wait, in order; a mark of the test's own ends them.
+  static std::vector<int> TakePulses() {
+    constexpr int END = 1;
+    MsgSendPulse(DBSHM::getCoid(), getprio(0), END, 0);
+    std::vector<int> values;
+    for (_pulse pulse{};
+         MsgReceive(DBSHM::getChid(), &pulse, sizeof pulse, nullptr) == 0 && pulse.code != END;) {
+      values.push_back(pulse.value.sival_int);
+    }
+    return values;
+  }
+
+ private:
+  std::string directory_;
+};
+
+TEST_F(Database, EveryTypeReachesAnotherProcess) {
+  WriteTypes();
+  EXPECT_TRUE(ReadTypes());
+  EXPECT_EQ(ExitStatus(StartChild("check-types")), 0);
+}
+
+TEST_F(Database, ValuesLieInTheObjectAsLaidOut) {
+  DBSHM::Write(2, 0x7BCDU, -1.0, 1, true);
+  EXPECT_EQ(Peek<std::uint32_t>(32 + 80), 0x7BCDU);
+  EXPECT_EQ(Peek<std::uint64_t>(32 + 80 + 8), 0xBFF0000000000000U);
+  EXPECT_EQ(Peek<std::uint32_t>(32 + 80 + 36), 0U);
+  DBSHM::Write(2, static_cast<unsigned char>(7));
+  EXPECT_EQ(Peek<std::uint64_t>(32 + 80 + 8), 0xBFF0000000000007U);  // one byte is replaced, the rest stays
+  EXPECT_EQ(Peek<std::uint32_t>(32 + 80 + 36), 1U);
+  EXPECT_EQ(Peek<std::int32_t>(8), DBSHM::getChid());
+  EXPECT_EQ(Peek<std::int32_t>(12), getpid());
+}
+
+TEST_F(Database, TwoProcessesAtOnceNeverReadAHalfWrittenValue) {
+  const pid_t one = StartChild("read-and-write");
+  const pid_t other = StartChild("read-and-write");
+  EXPECT_EQ(ExitStatus(one), 0);
+  EXPECT_EQ(ExitStatus(other), 0);
+}
+
+TEST_F(Database, AValueExpiresAfterItsTime) {
+  const std::uint64_t before = ClockCycles();
+  DBSHM::Write(5, 3U, 1.5, 20, true);
+  const std::uint64_t after = ClockCycles();
+  const auto expiry = Peek<std::uint64_t>(Slot(5, EXPIRY_AT));
+  EXPECT_GE(expiry, before + 20 * 66'500);
+  EXPECT_LE(expiry, after + 20 * 66'500);
+
+  double value = 0;
+  unsigned tag = 0;
+  Poke(Slot(5, EXPIRY_AT), ClockCycles() + CYCLES_PER_SECOND * 60);
+  EXPECT_EQ(DBSHM::Read(5, tag, value), 1);
+  EXPECT_EQ(value, 1.5);
+  EXPECT_EQ(tag, 3U);
+
+  Poke(Slot(5, EXPIRY_AT), ClockCycles() - 1);
+  EXPECT_EQ(DBSHM::Read(5, tag, value), 0);
+  EXPECT_EQ(value, 0.0);
+  EXPECT_EQ(tag, 0U);
+  EXPECT_EQ(Peek<std::uint64_t>(Slot(5, EXPIRY_AT)), 0U);
+
+  DBSHM::Write(5, 2.5, 0xFFFFFFFF, true);  // 49 days
+  EXPECT_TRUE(Reads(5, 2.5));
+  DBSHM::Write(5, 2.5, 1000, false);
+  EXPECT_EQ(DBSHM::Read(5, value), 0);
+  DBSHM::Write(5, 2.5);
+  EXPECT_TRUE(Reads(5, 2.5));
+}
+
+TEST_F(Database, AChangeSendsOnePulse) {
+  struct case_t {
+    const char* what;
+    std::function<void()> write;
+    std::size_t pulses;
+  };
+  const std::vector<case_t> cases = {
+      {"a first value", [] { DBSHM::Write(9, 1.0); }, 1},
+      {"the same", [] { DBSHM::Write(9, 1.0); }, 0},
+      {"the same in its first byte", [] { DBSHM::Write(9, static_cast<unsigned char>(0)); }, 0},
+      {"another", [] { DBSHM::Write(9, std::nan("")); }, 1},
+      {"the same that equals nothing", [] { DBSHM::Write(9, std::nan("")); }, 0},
+      {"another tag", [] { DBSHM::Write(9, 4U, std::nan(""), 0, false); }, 1},
+      {"the same tag", [] { DBSHM::Write(9, 4U, std::nan(""), 1000, true); }, 0},
+      {"characters", [] { DBSHM::Write(9, 4U, "12345678", 1000, true); }, 1},
+      {"the same characters", [] { DBSHM::Write(9, "12345678", 1000, true); }, 0},
+      {"a slot that asks for none", [] { DBSHM::Write(10, 1.0); }, 0},
+  };
+  Poke<std::uint32_t>(Slot(9, NOTIFY_AT), 4321);
+  for (const case_t& c : cases) {
+    c.write();
+    EXPECT_EQ(TakePulses(), std::vector<int>(c.pulses, 4321)) << c.what;
+  }
+}
+
+TEST_F(Database, HandlesBeyondTheLastAreRefused) {
+  DBSHM::Write(LAST_HANDLE, 1.0);
+  EXPECT_TRUE(Reads(LAST_HANDLE, 1.0));
+  for (const unsigned handle : {LAST_HANDLE + 1, 0xFFFFFFFFU}) {
+    double value = 5;
+    DBSHM::Write(handle, 1.0);
+    EXPECT_EQ(DBSHM::Read(handle, value), 0);
+    EXPECT_EQ(value, 0.0);
+  }
+}
+
+TEST_F(Database, NamesAreReadWithoutTrustInTheirTable) {
+  struct case_t {
+    unsigned handle;
+    std::string name;
+  };
+  const std::vector<case_t> entries = {
+      {11, "PlugA.Resistor"}, {12, "Version.Os.1"}, {13, "PlugA.Resistor"}, {14, std::string(NAME_SIZE, 'x')}};
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    Poke<std::uint32_t>(NAMES_AT + NAME_ENTRY_SIZE * i, entries[i].handle);
+    std::memcpy(At(NAMES_AT + NAME_ENTRY_SIZE * i + 4), entries[i].name.data(), entries[i].name.size());
+  }
+  for (const std::uint32_t last : {3U, 0xFFFFFFFFU}) {
+    Poke(LAST_NAME_AT, last);
+    DBSHM::makeParamMap();
+    EXPECT_EQ(DBSHM::getHandle("PlugA.Resistor"), 11U);
+    EXPECT_EQ(DBSHM::getHandle(std::string(NAME_SIZE, 'x')), 14U);
+  }
+  Poke(LAST_NAME_AT, 1U);
+  DBSHM::makeParamMap();
+  unsigned handle = 99;
+  EXPECT_EQ(DBSHM::getParameterHandle(std::string(NAME_SIZE, 'x'), handle), 0);
+  EXPECT_EQ(handle, 99U);
+  EXPECT_EQ(DBSHM::getDeviceHandle("Version.Os.1", handle), 1);
+  EXPECT_EQ(handle, 12U);
+  EXPECT_EQ(DBSHM::getHandle("absent"), 0U);
+}
+
+TEST_F(Database, AWriterKilledInTheMiddleLeavesAnInvalidValueAndAFreeLock) {
+  DBSHM::Write(TORN, 1.0);
+  DBSHM::Write(TORN + 1, 2.0);
+  EXPECT_EQ(ExitStatus(StartChild("die-while-writing")), -SIGKILL);
+  EXPECT_TRUE(Reads(TORN + 1, 2.0));
+  double value = 0;
+  EXPECT_EQ(DBSHM::Read(TORN, value), 0);
+  DBSHM::Write(TORN, 3.0);
+  EXPECT_TRUE(Reads(TORN, 3.0));
+}
+
+TEST_F(Database, AnyNumberOfKilledWritersBlocksNobody) {
+  EXPECT_EQ(ExitStatus(StartChild("kill-many-writers")), 0);
+  EXPECT_TRUE(IsWhole());
+}
+
+TEST_F(Database, WithoutADatabaseNothingIsReadOrWritten) {
+  const std::string message = "DBSHM_main Open() ERROR, could not open DBSHM.\n";
+  platform::UnlinkSharedObject(OBJECT_NAME);
+  testing::internal::CaptureStderr();
+  DBSHM::Open();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), message);
+  EXPECT_EQ(DBSHM::getMemoryPtr(), nullptr);
+  double value = 5;
+  DBSHM::Write(1, 1.0);
+  EXPECT_EQ(DBSHM::Read(1, value), 0);
+  EXPECT_EQ(value, 0.0);
+
+  // One that is still being made is shorter than the layout.
+  const int fd = platform::OpenSharedObject(OBJECT_NAME, O_RDWR | O_CREAT | O_EXCL, 0777);
+  ASSERT_GE(fd, 0);
+  EXPECT_EQ(ftruncate(fd, 4096), 0);
+  testing::internal::CaptureStderr();
+  DBSHM::Open();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), message);
+  close(fd);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc == 3 && std::string(argv[1]) == "--child") {
+    DBSHM::Open();
+    return CHILDREN.at(argv[2])();
+  }
+  testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}
