@@ -78,17 +78,20 @@ std::optional<ClaimFile> ClaimFile::TryLock(const std::string& path, Missing mis
 
 std::optional<ClaimFile> ClaimFile::Take(const std::string& path, const std::string& text) {
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    if (auto claim = TryLock(path, Missing::kCreate)) {
-      if (WriteText(claim->file_.Get(), text)) return claim;
-      const int error = errno;
-      claim->Release();
-      errno = error;
-      return std::nullopt;
-    }
-    if (errno != EEXIST || IsHeldForGood(path)) break;
+    if (auto claim = TryLock(path, Missing::kCreate)) return Complete(std::move(*claim), text);
+    if (errno != EEXIST) return std::nullopt;
+    if (IsHeldForGood(path)) break;
     std::this_thread::sleep_for(kPause);
   }
-  if (errno != EACCES) errno = EEXIST;
+  errno = EEXIST;
+  return std::nullopt;
+}
+
+std::optional<ClaimFile> ClaimFile::Complete(ClaimFile claim, const std::string& text) {
+  if (WriteText(claim.file_.Get(), text)) return claim;
+  const int error = errno;
+  claim.Release();
+  errno = error;
   return std::nullopt;
 }
 

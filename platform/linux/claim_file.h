@@ -37,6 +37,7 @@ class ClaimFile {
  private:
   enum class Missing { kCreate, kLeave };
   static std::optional<ClaimFile> TryLock(const std::string& path, Missing missing);
+  static std::optional<ClaimFile> Complete(ClaimFile claim, const std::string& text);
   ClaimFile(Descriptor file, std::string path) : file_(std::move(file)), path_(std::move(path)) {}
 
   Descriptor file_;

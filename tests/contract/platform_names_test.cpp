@@ -1,0 +1,87 @@
+// Names: one living holder, and nothing in the way after its death.
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <vector>
+
+#include "platform_server.h"
+
+namespace contract {
+namespace {
+
+class Names : public PlatformTest {};
+
+TEST_F(Names, ThatNobodyHoldsAreNotFound) {
+  EXPECT_EQ(name_open("Nobody", 0), -1);
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(name_open("No/body home%", 0), -1);
+  EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(Names, AreHeldByOneAtATime) {
+  name_attach_t* const first = name_attach(nullptr, "a name/with %", 0);
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(name_attach(nullptr, "a name/with %", 0), nullptr);
+  EXPECT_EQ(errno, EEXIST);
+  Child rival([] { return name_attach(nullptr, "a name/with %", 0) == nullptr && errno == EEXIST ? 0 : 1; });
+  EXPECT_EQ(rival.Result(), 0);
+
+  name_attach_t* const other = name_attach(nullptr, "a name", 0);
+  EXPECT_NE(other, nullptr);
+  const int coid = name_open("a name", 0);
+  EXPECT_GE(coid, 0);
+  EXPECT_EQ(name_attach(nullptr, "a name", 0), nullptr) << "looking a name up must not free it";
+
+  EXPECT_EQ(name_detach(first, 0), 0);
+  EXPECT_EQ(name_open("a name/with %", 0), -1);
+  EXPECT_EQ(errno, ENOENT);
+  name_attach_t* const again = name_attach(nullptr, "a name/with %", 0);
+  EXPECT_NE(again, nullptr);
+  EXPECT_EQ(name_close(coid), 0);
+  EXPECT_EQ(name_detach(again, 0), 0);
+  EXPECT_EQ(name_detach(other, 0), 0);
+}
+
+TEST_F(Names, OfKilledHoldersAreFreeAtOnce) {
+  const Signal held;
+  for (int round = 0; round < 30; ++round) {
+    const Signal ready;
+    Child holder([&] { return Server().Run(ready, held); });
+    ASSERT_TRUE(ready.Await());
+    const int coid = name_open(SERVER_NAME, 0);
+    EXPECT_EQ(MsgSend(coid, "E", 1, nullptr, 0), 1);
+    holder.Kill();
+    EXPECT_EQ(name_open(SERVER_NAME, 0), -1);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(name_close(coid), 0);
+  }
+}
+
+TEST_F(Names, AreTakenByExactlyOneOfManyAtTheSameTime) {
+  const Signal go;
+  const Signal won;
+  const Signal done;
+  const auto compete = [&] {
+    if (!go.Await()) return 3;
+    name_attach_t* const attach = name_attach(nullptr, SERVER_NAME, 0);
+    if (attach == nullptr) return errno == EEXIST ? 1 : 2;
+    won.Raise();
+    done.Await();
+    return name_detach(attach, 0);
+  };
+  std::vector<std::unique_ptr<Child>> rivals;
+  for (int i = 0; i < 6; ++i) rivals.push_back(std::make_unique<Child>(compete));
+  for (std::size_t i = 0; i < rivals.size(); ++i) go.Raise();
+  ASSERT_TRUE(won.Await());
+  // The winner waits for `done`, which it gets once all others have given up.
+  ASSERT_TRUE(Eventually([&] {
+    return std::count_if(rivals.begin(), rivals.end(), [](auto& rival) { return rival->HasEnded(); }) == 5;
+  }));
+  done.Raise();
+  int sum = 0;
+  for (auto& rival : rivals) sum += rival->Result();
+  EXPECT_EQ(sum, 5) << "one result 0 and five of 1";
+}
+
+}  // namespace
+}  // namespace contract

@@ -1,0 +1,119 @@
+// Processes, runtime directories and deadlines for the tests of the operating-system interfaces.
+//
+// A test forks its processes before it starts threads of its own: what runs in a child then is what would run
+// in a program of its own.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/messages.h"
+#include "platform/names.h"
+
+namespace contract {
+
+using namespace std::chrono_literals;
+constexpr auto DEADLINE = 20s;
+constexpr unsigned CHILD_LIFETIME_S = 110;  // no child outlives a test that failed
+
+// Waits for a condition that nothing announces. False after the deadline.
+template <class Condition>
+bool Eventually(Condition&& condition, std::chrono::milliseconds limit = DEADLINE) {
+  const auto end = std::chrono::steady_clock::now() + limit;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::sleep_for(1ms);
+  }
+  return true;
+}
+
+// One byte from one process to another.
+class Signal {
+ public:
+  Signal() { EXPECT_EQ(pipe(ends_.data()), 0); }
+  ~Signal() {
+    close(ends_[0]);
+    close(ends_[1]);
+  }
+  Signal(const Signal&) = delete;
+  Signal& operator=(const Signal&) = delete;
+
+  void Raise() const { EXPECT_EQ(write(ends_[1], "!", 1), 1); }
+  bool Await() const {
+    pollfd end = {ends_[0], POLLIN, 0};
+    char byte = 0;
+    const int limit = static_cast<int>(std::chrono::milliseconds(DEADLINE).count());
+    return poll(&end, 1, limit) == 1 && read(ends_[0], &byte, 1) == 1;
+  }
+
+ private:
+  std::array<int, 2> ends_{};
+};
+
+// A process that runs `body` and ends with its result; killed when the test is done with it.
+class Child {
+ public:
+  explicit Child(const std::function<int()>& body) : pid_(fork()) {
+    if (pid_ != 0) return;
+    alarm(CHILD_LIFETIME_S);
+    _exit(body());
+  }
+  ~Child() { Kill(); }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+
+  pid_t Pid() const { return pid_; }
+  void SignalWith(int signal) const { kill(pid_, signal); }
+  void Kill() {
+    if (pid_ <= 0) return;
+    kill(pid_, SIGKILL);
+    waitpid(std::exchange(pid_, -1), nullptr, 0);
+  }
+  // Whether the body has ended; Result then tells how.
+  bool HasEnded() {
+    if (pid_ > 0 && waitpid(pid_, &status_, WNOHANG) == pid_) pid_ = -1;
+    return pid_ < 0;
+  }
+  // The body's result, or -1 when it did not end by itself within the deadline.
+  int Result() {
+    return Eventually([&] { return HasEnded(); }) && WIFEXITED(status_) ? WEXITSTATUS(status_) : -1;
+  }
+
+ private:
+  pid_t pid_;
+  int status_ = SIGKILL;
+};
+
+// A runtime directory of its own for every test.
+class PlatformTest : public testing::Test {
+ protected:
+  PlatformTest() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "orvik-contract-XXXXXX").string();
+    directory_ = mkdtemp(pattern.data());
+    setenv("ORVIK_RUNTIME_DIR", directory_.c_str(), 1);
+  }
+  ~PlatformTest() override { std::filesystem::remove_all(directory_); }
+
+  std::size_t FilesInDirectory() const {
+    const std::filesystem::directory_iterator begin(directory_);
+    return static_cast<std::size_t>(std::distance(begin, std::filesystem::directory_iterator{}));
+  }
+  const std::string& Directory() const { return directory_; }
+
+ private:
+  std::string directory_;
+};
+
+}  // namespace contract
