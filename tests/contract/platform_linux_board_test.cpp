@@ -1,0 +1,238 @@
+// Linux: the emulated board. Keypad matrix, pads, counter, beeper and backlight.
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include <fcntl.h>
+
+#include "platform/board_state.h"
+#include "platform/clock.h"
+#include "platform/device.h"
+#include "platform/device_io.h"
+
+#include "platform_processes.h"
+
+namespace contract {
+namespace {
+
+using platform::BoardMapping;
+using platform::ReadKeypadRows;
+
+TEST(KeypadRows, ShowTheKeysHeldOnTheColumnsDrivenLow) {
+  struct case_t {
+    std::uint32_t keysHeld;
+    std::uint16_t direction;
+    std::uint16_t data;
+    std::uint16_t rows;
+  };
+  constexpr std::uint16_t kOut = 0x0F00;
+  const case_t cases[] = {
+      {0x00, kOut, 0x0000, 0xF},  // nothing held
+      {0x01, kOut, 0xFEFF, 0xE},  {0x02, kOut, 0xFEFF, 0xD},
+      {0x04, kOut, 0xFEFF, 0xB},  {0x08, kOut, 0xFEFF, 0x7},
+      {0x10, kOut, 0xFDFF, 0xE},  {0x20, kOut, 0xFDFF, 0xD},
+      {0x40, kOut, 0xF7FF, 0xE},  {0x80, kOut, 0xF7FF, 0xD},
+      {0xFF, kOut, 0xFBFF, 0xF},                                // no key closes column 10
+      {0x90, kOut, 0xFDFF, 0xE},                                // keys 5 and 8 show on their own columns
+      {0x90, kOut, 0xF7FF, 0xD},  {0x0F, kOut, 0xFEFF, 0x0},    // four rows at once
+      {0xFF, kOut, 0x0F00, 0xF},                                // no column low
+      {0x11, kOut, 0xFCFF, 0xE},                                // two columns low, one row
+      {0x21, kOut, 0x0000, 0xC},  {0x01, 0x0E00, 0xFEFF, 0xF},  // an input drives nothing
+      {0x100, kOut, 0x0000, 0xF},                               // there is no ninth key
+  };
+  for (const case_t& c : cases) {
+    EXPECT_EQ(ReadKeypadRows(c.keysHeld, c.direction, c.data), c.rows)
+        << std::hex << c.keysHeld << ' ' << c.direction << ' ' << c.data;
+  }
+}
+
+class Board : public PlatformTest {
+ protected:
+  platform::board_state_t& State() const { return *owner_.Get(); }
+
+  BoardMapping owner_{BoardMapping::Role::kOwner};
+};
+
+TEST_F(Board, AnswersTheScannersStrobesWithTheKeysHeld) {
+  ASSERT_EQ(ThreadCtl(_NTO_TCTL_IO, nullptr), 0);
+  const std::uintptr_t keypad = mmap_device_io(8, 0x43FA8000);
+  ASSERT_NE(keypad, MAP_DEVICE_FAILED);
+  out16(keypad, 0x000F);
+  out16(keypad, 0x0F0F);
+  out16(keypad + 6, 0);
+  out16(keypad + 4, 0x0F00);
+  out16(keypad + 2, 0);
+  State().keysHeld = 0x90;
+  const std::array<std::pair<std::uint16_t, unsigned>, 4> strobes = {
+      {{0xF7FF, 0xDU}, {0xFBFF, 0xFU}, {0xFDFF, 0xEU}, {0xFEFF, 0xFU}}};
+  for (const auto& [data, rows] : strobes) {
+    out16(keypad + 6, data);
+    EXPECT_EQ(in16(keypad + 6) & 0xFU, rows) << std::hex << data;
+    EXPECT_EQ(in16(keypad + 6) & 0xFFF0U, data & 0xFFF0U);
+  }
+  EXPECT_EQ(in16(keypad), 0x0F0F);
+  EXPECT_EQ(State().keypadDirection, 0x0F00U);
+}
+
+TEST_F(Board, KeepsItsPadsAndHasNothingElsewhere) {
+  ASSERT_EQ(ThreadCtl(_NTO_TCTL_IO, nullptr), 0);
+  const std::uintptr_t pads = mmap_device_io(16, 0x43FAC060);
+  ASSERT_NE(pads, MAP_DEVICE_FAILED);
+  out32(pads + 4, 0x12121212);
+  out32(pads + 12, 0x12121212);
+  EXPECT_EQ(in32(pads + 4), 0x12121212U);
+  EXPECT_EQ(State().padControl[1], 0x12121212U);
+  EXPECT_EQ(State().padControl[3], 0x12121212U);
+  EXPECT_EQ(State().padControl[0], 0U);
+  out32(pads + 16, 1);
+  EXPECT_EQ(in32(pads + 16), 0xFFFFFFFFU);
+  EXPECT_EQ(in16(pads), 0xFFFFU);
+  for (const auto& [bytes, address] : {std::pair<std::size_t, std::uint64_t>{9, 0x43FA8000},
+                                       {4, 0x43FA8006},
+                                       {4, 0x12345678},
+                                       {std::numeric_limits<std::size_t>::max(), 0x43FA8000}}) {
+    EXPECT_EQ(mmap_device_io(bytes, address), MAP_DEVICE_FAILED);
+    EXPECT_EQ(errno, ENXIO);
+  }
+  EXPECT_EQ(munmap_device_io(pads, 16), 0);
+  EXPECT_EQ(munmap_device_io(1, 16), -1);
+}
+
+TEST_F(Board, GivesItsRegistersToPrivilegedThreadsOnly) {
+  std::thread([] {
+    EXPECT_EQ(mmap_device_io(8, 0x43FA8000), MAP_DEVICE_FAILED);
+    EXPECT_EQ(errno, EPERM);
+    EXPECT_EQ(ThreadCtl(99, nullptr), -1);
+    EXPECT_EQ(ThreadCtl(_NTO_TCTL_IO, nullptr), 0);
+    EXPECT_NE(mmap_device_io(8, 0x43FA8000), MAP_DEVICE_FAILED);
+  }).join();
+}
+
+TEST_F(Board, CounterRunsAt32000ASecondAndCyclesAt66Point5Million) {
+  ASSERT_EQ(ThreadCtl(_NTO_TCTL_IO, nullptr), 0);
+  const std::uintptr_t counter = mmap_device_io(4, 0x53F90024);
+  ASSERT_NE(counter, MAP_DEVICE_FAILED);
+  // Against each other: both are read twice, and a reading lies between its neighbour's two.
+  const std::uint64_t cycles0 = ClockCycles();
+  const std::uint32_t count0 = in32(counter);
+  const std::uint64_t cycles1 = ClockCycles();
+  std::this_thread::sleep_for(50ms);
+  const std::uint64_t cycles2 = ClockCycles();
+  const std::uint32_t count1 = in32(counter);
+  const std::uint64_t cycles3 = ClockCycles();
+  const std::uint32_t counts = count1 - count0;
+  EXPECT_GE(counts + 1, (cycles2 - cycles1) * 32'000 / CYCLES_PER_SECOND);
+  EXPECT_LE(counts, (cycles3 - cycles0) * 32'000 / CYCLES_PER_SECOND + 1);
+  EXPECT_GE(cycles2 - cycles1, CYCLES_PER_SECOND / 20);
+}
+
+TEST_F(Board, BeeperTakesItsExactCommandAndCountsTheRest) {
+  const int device = platform::OpenDevice("/dev/io_interface", O_RDWR);
+  ASSERT_GT(device, 0);
+  using Command = std::vector<std::uint8_t>;
+  const Command on = {0x20, 0, 0, 0, 0x00, 0x00, 0x80, 0x3F};
+  const Command off = {0x20, 0, 0, 0, 0, 0, 0, 0};
+  EXPECT_EQ(platform::WriteDevice(device, on.data(), on.size()), 8);
+  EXPECT_EQ(State().beeperValue, 0x3F800000U);
+  EXPECT_EQ(platform::WriteDevice(device, on.data(), on.size()), 8);
+  EXPECT_EQ(platform::WriteDevice(device, off.data(), off.size()), 8);
+  EXPECT_EQ(State().beeperValue, 0U);
+  EXPECT_EQ(State().beeperChanges, 2U);
+  EXPECT_EQ(State().outputWrites, 3U);
+
+  const Command refused[] = {
+      {},
+      {0x20, 0, 0, 0, 0, 0, 0x80},
+      {0x20, 0, 0, 0, 0, 0, 0x80, 0x3F, 0},
+      {0x21, 0, 0, 0, 0, 0, 0x80, 0x3F},
+      {0x20, 1, 0, 0, 0, 0, 0x80, 0x3F},
+      {0x20, 0, 1, 0, 0, 0, 0x80, 0x3F},
+      {0x20, 0, 0, 0, 0, 0, 0x00, 0x40},
+      {0x00, 0x20, 0, 0, 0x3F, 0x80, 0, 0},
+  };
+  for (const Command& command : refused) {
+    EXPECT_EQ(platform::WriteDevice(device, command.data(), command.size()), -1);
+    EXPECT_EQ(errno, EINVAL);
+  }
+  EXPECT_EQ(State().outputRefused, std::size(refused));
+  EXPECT_EQ(State().outputWrites, 3U);
+  EXPECT_EQ(devctl(device, static_cast<int>(0x80040505U), nullptr, 0, nullptr), ENOTTY);
+  EXPECT_EQ(platform::CloseDevice(device), 0);
+}
+
+TEST_F(Board, BacklightTakesItsThreeCommandsAndCountsTheRest) {
+  const int device = platform::OpenDevice("/dev/pwm0", O_RDONLY);
+  ASSERT_GT(device, 0);
+  int period = 100;
+  int duty = 35;
+  EXPECT_EQ(devctl(device, static_cast<int>(0x80040505U), nullptr, 0, nullptr), 0);
+  EXPECT_EQ(devctl(device, static_cast<int>(0x80040501U), &period, sizeof period, nullptr), 0);
+  EXPECT_EQ(devctl(device, static_cast<int>(0x80040503U), &duty, sizeof duty, nullptr), 0);
+  EXPECT_EQ(devctl(device, static_cast<int>(0x80040503U), &duty, sizeof duty, nullptr), 0);
+  EXPECT_EQ(State().pwmEnabled, 1U);
+  EXPECT_EQ(State().pwmPeriod, 100U);
+  EXPECT_EQ(State().pwmDuty, 35U);
+  EXPECT_EQ(State().pwmChanges, 3U);
+  EXPECT_EQ(devctl(device, static_cast<int>(0x80040505U), &duty, sizeof duty, nullptr), EINVAL);
+  EXPECT_EQ(devctl(device, static_cast<int>(0x80040503U), &duty, 2, nullptr), EINVAL);
+  EXPECT_EQ(devctl(device, static_cast<int>(0x80040503U), nullptr, 4, nullptr), EINVAL);
+  EXPECT_EQ(devctl(device, static_cast<int>(0x80040502U), &duty, sizeof duty, nullptr), ENOTTY);
+  EXPECT_EQ(State().pwmRefused, 4U);
+  EXPECT_EQ(State().pwmDuty, 35U);
+  EXPECT_EQ(platform::CloseDevice(device), 0);
+  EXPECT_EQ(devctl(device, static_cast<int>(0x80040505U), nullptr, 0, nullptr), EBADF);
+}
+
+TEST_F(Board, IsThereOnceAndForOtherProcesses) {
+  EXPECT_EQ(BoardMapping(BoardMapping::Role::kOwner).Get(), nullptr);
+  State().keysHeld = 4;
+  Child user([] {
+    const BoardMapping board(BoardMapping::Role::kUser);
+    if (board.Get() == nullptr || board.Get()->keysHeld != 4) return 1;
+    board.Get()->beeperChanges = 12;
+    return 0;
+  });
+  EXPECT_EQ(user.Result(), 0);
+  EXPECT_EQ(State().beeperChanges, 12U);
+}
+
+class NoBoard : public PlatformTest {};
+
+TEST_F(NoBoard, MeansNoDevices) {
+  for (const char* path : {"/dev/io_interface", "/dev/pwm0"}) {
+    EXPECT_EQ(platform::OpenDevice(path, O_RDWR), -1);
+    EXPECT_EQ(errno, ENOENT);
+  }
+  EXPECT_EQ(BoardMapping(BoardMapping::Role::kUser).Get(), nullptr);
+  EXPECT_EQ(devctl(-1, 0, nullptr, 0, nullptr), EBADF);
+}
+
+TEST_F(NoBoard, OfAKilledOwnerIsInTheWay) {
+  const Signal up;
+  Child owner([&] {
+    const BoardMapping board(BoardMapping::Role::kOwner);
+    if (board.Get() == nullptr) return 1;
+    up.Raise();
+    for (;;) pause();
+  });
+  ASSERT_TRUE(up.Await());
+  owner.Kill();
+  const BoardMapping board(BoardMapping::Role::kOwner);
+  EXPECT_NE(board.Get(), nullptr);
+}
+
+TEST_F(NoBoard, IsNeededForOrdinaryFiles) {
+  setenv("ORVIK_ROOT", Directory().c_str(), 1);
+  const int file = platform::OpenDevice("/notes", O_RDWR | O_CREAT);
+  ASSERT_GT(file, 0);
+  EXPECT_EQ(platform::WriteDevice(file, "abc", 3), 3);
+  EXPECT_EQ(devctl(file, 1, nullptr, 0, nullptr), ENOTTY);
+  EXPECT_EQ(platform::CloseDevice(file), 0);
+  EXPECT_EQ(std::filesystem::file_size(Directory() + "/notes"), 3U);
+  unsetenv("ORVIK_ROOT");
+}
+
+}  // namespace
+}  // namespace contract

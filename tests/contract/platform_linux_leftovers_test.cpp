@@ -1,0 +1,257 @@
+// Linux: what stays in the runtime directory, in the process and in its children. Nothing that is not in use.
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include "platform/paths.h"
+#include "platform/shared_memory.h"
+#include "platform/threads.h"
+
+#include "platform_server.h"
+
+namespace contract {
+namespace {
+
+std::size_t OpenDescriptors() {
+  const std::filesystem::directory_iterator begin("/proc/self/fd");
+  return static_cast<std::size_t>(std::distance(begin, std::filesystem::directory_iterator{}));
+}
+
+class Leftovers : public PlatformTest {};
+
+// Uses all that makes files or descriptors, from several threads.
+void UseEverything() {
+  name_attach_t* const attach = name_attach(nullptr, "Everything", 0);
+  ASSERT_NE(attach, nullptr);
+  std::thread receiver([attach] {
+    char byte = 0;
+    for (int rcvid = 0; (rcvid = MsgReceive(attach->chid, &byte, 1, nullptr)) >= 0;) {
+      if (rcvid > 0) MsgReply(rcvid, 1, nullptr, 0);
+    }
+  });
+  const int coid = name_open("Everything", 0);
+  const std::vector<char> large(100000);
+  const auto send = [&] { EXPECT_EQ(MsgSend(coid, large.data(), large.size(), nullptr, 0), 1); };
+  for (int i = 0; i < 4; ++i) std::thread(send).join();
+  send();
+  EXPECT_EQ(name_close(coid), 0);
+  EXPECT_EQ(name_detach(attach, 0), 0);
+  receiver.join();
+  const int object = platform::OpenSharedObject("/Everything", O_RDWR | O_CREAT, 0600);
+  EXPECT_GE(object, 0);
+  close(object);
+  EXPECT_EQ(platform::UnlinkSharedObject("/Everything"), 0);
+}
+
+TEST_F(Leftovers, AreNoneAfterAnOrderlyUse) {
+  UseEverything();
+  const std::size_t before = OpenDescriptors();
+  for (int i = 0; i < 5; ++i) UseEverything();
+  EXPECT_EQ(OpenDescriptors(), before);
+  EXPECT_EQ(FilesInDirectory(), 0U);
+}
+
+TEST_F(Leftovers, OfAThreadThatEndsAreNone) {
+  const int chid = ChannelCreate(0);
+  const int coid = ConnectAttach(0, 0, chid, 0, 0);
+  const std::size_t before = OpenDescriptors();
+  for (int i = 0; i < 20; ++i) {
+    std::thread([&] { EXPECT_EQ(MsgSendPulse(coid, 10, 1, i), 0); }).join();
+    _pulse pulse{};
+    EXPECT_EQ(MsgReceive(chid, &pulse, sizeof pulse, nullptr), 0);
+  }
+  EXPECT_EQ(MsgSendPulse(coid, 10, 1, 0), 0);
+  _pulse pulse{};
+  EXPECT_EQ(MsgReceive(chid, &pulse, sizeof pulse, nullptr), 0);
+  // This thread's own socket, and the last thread's until the receiver looks again: two ends each.
+  EXPECT_LE(OpenDescriptors(), before + 4);
+  EXPECT_EQ(ConnectDetach(coid), 0);
+  EXPECT_EQ(ChannelDestroy(chid), 0);
+}
+
+TEST_F(Leftovers, OfAProcessThatExitsWithoutDetachingAreNone) {
+  Child careless([] {
+    const pid_t program = fork();
+    if (program == 0) {
+      static_cast<void>(ChannelCreate(0));
+      static_cast<void>(name_attach(nullptr, "Careless", 0));
+      exit(0);  // NOLINT(concurrency-mt-unsafe): with its exit handlers, which is what is tried
+    }
+    int status = -1;
+    waitpid(program, &status, 0);
+    return status;
+  });
+  EXPECT_EQ(careless.Result(), 0);
+  EXPECT_EQ(FilesInDirectory(), 0U);
+}
+
+class Holder {
+ public:
+  Holder()
+      : child_([this] {
+          const Signal held;
+          const int object = platform::OpenSharedObject("/Held", O_RDWR | O_CREAT, 0600);
+          return object >= 0 ? Server().Run(ready_, held) : 1;
+        }) {
+    EXPECT_TRUE(ready_.Await());
+  }
+  void Kill() { child_.Kill(); }
+
+ private:
+  Signal ready_;
+  Child child_;
+};
+
+TEST_F(Leftovers, OfKilledProcessesGoWithTheNextStartAndThoseInUseStay) {
+  const std::string inUse = "/InUse";
+  name_attach_t* const mine = name_attach(nullptr, "Mine", 0);
+  ASSERT_NE(mine, nullptr);
+  const int object = platform::OpenSharedObject(inUse.c_str(), O_RDWR | O_CREAT, 0600);
+  const std::size_t before = FilesInDirectory();
+  Holder().Kill();
+  EXPECT_GT(FilesInDirectory(), before);
+  Child next([] { return ChannelCreate(0) > 0 ? 0 : 1; });
+  EXPECT_EQ(next.Result(), 0);
+  platform::RemoveRuntimeLeftovers();
+  EXPECT_EQ(FilesInDirectory(), before);
+  EXPECT_EQ(platform::OpenSharedObject("/Held", O_RDWR, 0), -1);
+
+  const int again = platform::OpenSharedObject(inUse.c_str(), O_RDWR, 0);
+  EXPECT_GE(again, 0);
+  const int coid = name_open("Mine", 0);
+  EXPECT_GE(coid, 0);
+  name_close(coid);
+  close(again);
+  close(object);
+  EXPECT_EQ(platform::UnlinkSharedObject(inUse.c_str()), 0);
+  EXPECT_EQ(name_detach(mine, 0), 0);
+}
+
+TEST_F(Leftovers, InAForkedChildDoNotKeepADeadParentAlive) {
+  const Signal ready;
+  const Signal release;
+  Child parent([&] {
+    name_attach_t* const attach = name_attach(nullptr, SERVER_NAME, 0);
+    if (attach == nullptr) return 1;
+    char byte = 0;
+    const int held = ConnectAttach(0, 0, attach->chid, 0, 0);
+    MsgSendPulse(held, 10, 1, 1);
+    MsgReceive(attach->chid, &byte, 1, nullptr);
+    if (fork() == 0) {
+      alarm(CHILD_LIFETIME_S);
+      // Its parent's channel is not its own.
+      _exit(MsgReceive(attach->chid, &byte, 1, nullptr) == -1 && MsgSendPulse(held, 10, 1, 1) == -1 &&
+                    release.Await()
+                ? 0
+                : 1);
+    }
+    ready.Raise();
+    for (;;) MsgReceive(attach->chid, &byte, 1, nullptr);
+  });
+  ASSERT_TRUE(ready.Await());
+  const int coid = name_open(SERVER_NAME, 0);
+  std::thread killer([&] {
+    std::this_thread::sleep_for(10ms);
+    parent.Kill();
+  });
+  EXPECT_EQ(MsgSend(coid, "H", 1, nullptr, 0), -1);
+  EXPECT_EQ(errno, ESRCH);
+  killer.join();
+  EXPECT_EQ(name_open(SERVER_NAME, 0), -1);
+  name_attach_t* const successor = name_attach(nullptr, SERVER_NAME, 0);
+  EXPECT_NE(successor, nullptr);
+  name_detach(successor, 0);
+  name_close(coid);
+  release.Raise();
+}
+
+TEST_F(Leftovers, FromExecutedProgramsAreNoDescriptors) {
+  const int chid = ChannelCreate(0);
+  const int coid = ConnectAttach(0, 0, chid, 0, 0);
+  EXPECT_EQ(MsgSendPulse(coid, 10, 1, 1), 0);
+  // NOLINTNEXTLINE(cert-env33-c): what a shell command inherits is what is tried
+  EXPECT_EQ(std::system("ls -l /proc/self/fd | grep -q socket:"), 256) << "a socket went through exec";
+  ConnectDetach(coid);
+  ChannelDestroy(chid);
+}
+
+TEST_F(Leftovers, OfALongRuntimePathAreNoHindrance) {
+  const std::string deep = Directory() + "/" + std::string(120, 'd') + "/e";
+  setenv("ORVIK_RUNTIME_DIR", deep.c_str(), 1);
+  UseEverything();
+  struct stat status {};
+  ASSERT_EQ(stat(deep.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0700U);
+}
+
+TEST_F(Leftovers, ConnectionsWithGarbageAreDropped) {
+  name_attach_t* const attach = name_attach(nullptr, SERVER_NAME, 0);
+  ASSERT_NE(attach, nullptr);
+  const std::string path =
+      Directory() + "/channel." + std::to_string(getpid()) + "." + std::to_string(attach->chid);
+  const int garbage = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  ASSERT_EQ(connect(garbage, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  const std::vector<char> noise(4000, '\x7F');
+  for (const std::size_t size : {4000UL, 31UL, 1UL}) {
+    static_cast<void>(send(garbage, noise.data(), size, MSG_NOSIGNAL));
+  }
+  const int coid = name_open(SERVER_NAME, 0);
+  EXPECT_EQ(MsgSendPulse(coid, 10, 1, 77), 0);
+  _pulse pulse{};
+  EXPECT_EQ(MsgReceive(attach->chid, &pulse, sizeof pulse, nullptr), 0);
+  EXPECT_EQ(pulse.value.sival_int, 77);
+  char byte = 0;
+  EXPECT_LE(recv(garbage, &byte, 1, 0), 0);
+  close(garbage);
+  name_close(coid);
+  name_detach(attach, 0);
+}
+
+TEST(Paths, OfTheUnitAreUnderItsRoot) {
+  unsetenv("ORVIK_ROOT");
+  EXPECT_EQ(platform::ResolveUnitPath("/fs/etfs/a"), "/fs/etfs/a");
+  setenv("ORVIK_ROOT", "/tmp/unit/", 1);
+  EXPECT_EQ(platform::ResolveUnitPath("/fs/etfs/a"), "/tmp/unit/fs/etfs/a");
+  EXPECT_EQ(platform::ResolveUnitPath("config/a"), "config/a");
+  unsetenv("ORVIK_ROOT");
+}
+
+TEST(Threads, StartDetachedWithTheirNameAndWithoutTheUserSignal) {
+  struct seen_t {
+    Signal ended;
+    std::string name;
+    bool blocked = false;
+  } seen;
+  const auto body = [](void* argument) -> void* {
+    auto* const out = static_cast<seen_t*>(argument);
+    std::array<char, 16> name{};
+    pthread_getname_np(pthread_self(), name.data(), name.size());
+    sigset_t mask{};
+    pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+    out->name = name.data();
+    out->blocked = sigismember(&mask, SIGUSR1) == 1;
+    out->ended.Raise();
+    return nullptr;
+  };
+  EXPECT_EQ(platform::StartDetachedThread({.name = "Key Pad Scanner Thread", .priority = 11}, body, &seen), 0);
+  ASSERT_TRUE(seen.ended.Await());
+  EXPECT_EQ(seen.name, "Key Pad Scanner");
+  EXPECT_TRUE(seen.blocked);
+  sigset_t mask{};
+  pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+  EXPECT_EQ(sigismember(&mask, SIGUSR1), 0) << "the starting thread still gets it";
+}
+
+}  // namespace
+}  // namespace contract
