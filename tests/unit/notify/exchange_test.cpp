@@ -1,0 +1,142 @@
+#include "notify/exchange.h"
+
+#include <map>
+#include <string>
+
+#include "gmock/gmock.h"
+
+namespace unit {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// Counts the pulses of each client, and takes none beyond its room.
+class FakePulses : public PulsePort {
+ public:
+  bool Open(int /*client*/, int process, int /*chid*/) override { return process != UNREACHABLE; }
+  Result Send(int client) override {
+    if (room == 0) return Result::kFull;
+    --room;
+    ++sent[client];
+    return Result::kSent;
+  }
+  void Close(int client) override { sent.erase(client); }
+
+  static constexpr int UNREACHABLE = 666;
+  int room = 1'000'000;
+  std::map<int, int> sent;
+};
+
+class ExchangeTest : public ::testing::Test {
+ protected:
+  std::vector<std::uint8_t> Bytes(const std::string& text) { return {text.begin(), text.end()}; }
+  int Publish(int sender, const std::string& text) { return exchange.Publish(sender, channel, Bytes(text)); }
+  std::vector<std::string> FetchAll(int client) {
+    std::vector<std::string> texts;
+    while (const auto message = exchange.Fetch(client)) {
+      texts.emplace_back(message->payload->begin(), message->payload->end());
+    }
+    return texts;
+  }
+
+  FakePulses pulses;
+  Exchange exchange{{.messages = 4, .bytes = 20}, pulses};
+  int channel = exchange.RegisterName("events");
+  int alice = exchange.AddClient(10, 1, 1);
+  int bob = exchange.AddClient(11, 2, 1);
+  int carol = exchange.AddClient(11, 2, 2);
+};
+
+TEST_F(ExchangeTest, EverySubscriberButTheSenderGetsEachMessageInOrderWithOnePulse) {
+  for (const int client : {alice, bob, bob}) exchange.Subscribe(client, channel);
+  Publish(alice, "one");
+  Publish(bob, "two");
+  Publish(alice, "three");
+  EXPECT_THAT(FetchAll(alice), ElementsAre("two"));
+  EXPECT_THAT(FetchAll(bob), ElementsAre("one", "three"));
+  EXPECT_THAT(FetchAll(carol), IsEmpty());
+  EXPECT_EQ(pulses.sent, (std::map<int, int>{{alice, 1}, {bob, 2}}));
+}
+
+TEST_F(ExchangeTest, ANameHasOneNumberForAllAndNumbersStartAtOne) {
+  EXPECT_EQ(channel, 1);
+  EXPECT_EQ(exchange.RegisterName("actions"), 2);
+  EXPECT_EQ(exchange.RegisterName("events"), 1);
+  EXPECT_TRUE(exchange.HasChannel(2));
+  for (const int unknown : {-1, 0, 3}) EXPECT_FALSE(exchange.HasChannel(unknown)) << unknown;
+}
+
+TEST_F(ExchangeTest, AFullQueueLosesItsOldestMessagesAndNobodyElses) {
+  exchange.Subscribe(bob, channel);
+  exchange.Subscribe(carol, channel);
+  std::vector<int> room;
+  for (const char* text : {"a", "b", "c", "d", "e"}) {
+    room.push_back(Publish(alice, text));
+    exchange.Fetch(carol);
+  }
+  EXPECT_THAT(room, ElementsAre(3, 2, 1, 0, 0));
+  EXPECT_EQ(exchange.Lost(), 1U);
+  const std::vector<Loss_t> losses = exchange.TakeLosses();
+  ASSERT_EQ(losses.size(), 1U);
+  EXPECT_EQ(losses[0].client, bob);
+  EXPECT_EQ(losses[0].messages, 1U);
+  EXPECT_THAT(exchange.TakeLosses(), IsEmpty());
+  EXPECT_EQ(pulses.sent[bob], 4) << "a message that takes a lost one's place needs no pulse of its own";
+  EXPECT_THAT(FetchAll(bob), ElementsAre("b", "c", "d", "e"));
+}
+
+TEST_F(ExchangeTest, BytesBoundAQueueAsMessagesDo) {
+  exchange.Subscribe(bob, channel);
+  EXPECT_EQ(Publish(alice, "0123456789"), 1);
+  EXPECT_EQ(Publish(alice, "0123456789"), 0);
+  EXPECT_EQ(exchange.Lost(), 0U);
+  EXPECT_EQ(Publish(alice, "abc"), 0);
+  EXPECT_EQ(Publish(alice, std::string(30, 'x')), 0);
+  EXPECT_THAT(FetchAll(bob), ElementsAre(std::string(30, 'x')));
+  EXPECT_EQ(exchange.Lost(), 3U);
+}
+
+TEST_F(ExchangeTest, APulseThatFoundNoRoomIsOwedAndMadeGood) {
+  exchange.Subscribe(bob, channel);
+  pulses.room = 1;
+  Publish(alice, "a");
+  Publish(alice, "b");
+  Publish(alice, "c");
+  EXPECT_EQ(pulses.sent[bob], 1);
+  EXPECT_TRUE(exchange.AnyPulseOwed());
+
+  pulses.room = 1;
+  exchange.Fetch(bob);
+  EXPECT_EQ(pulses.sent[bob], 2) << "the fetch makes good what it can";
+
+  pulses.room = 10;
+  exchange.PayOwedPulses();
+  EXPECT_EQ(pulses.sent[bob], 3);
+  EXPECT_FALSE(exchange.AnyPulseOwed());
+}
+
+TEST_F(ExchangeTest, AConnectionThatEndsTakesItsClientsAndTheirQueuesAlong) {
+  for (const int client : {alice, bob, carol}) exchange.Subscribe(client, channel);
+  Publish(alice, "a");
+  exchange.RemoveConnection(11);
+  EXPECT_EQ(exchange.ClientCount(), 1U);
+  EXPECT_FALSE(exchange.Owns(11, bob));
+  EXPECT_TRUE(exchange.Owns(10, alice));
+  EXPECT_EQ(Publish(alice, "b"), 4) << "with no other subscriber there is all the room";
+  EXPECT_GT(exchange.AddClient(12, 3, 1), carol) << "an identity is not given again";
+}
+
+TEST_F(ExchangeTest, ClientsAndChannelsAreBounded) {
+  EXPECT_EQ(exchange.AddClient(12, FakePulses::UNREACHABLE, 1), -1);
+  while (exchange.ClientCount() < Exchange::MAX_CLIENTS) ASSERT_GT(exchange.AddClient(12, 3, 1), 0);
+  EXPECT_EQ(exchange.AddClient(12, 3, 1), 0);
+  for (std::size_t i = exchange.ChannelCount(); i < Exchange::MAX_CHANNELS; ++i) {
+    ASSERT_GT(exchange.RegisterName("channel " + std::to_string(i)), 0);
+  }
+  EXPECT_EQ(exchange.RegisterName("one more"), 0);
+  EXPECT_EQ(exchange.RegisterName("events"), 1);
+}
+
+}  // namespace
+}  // namespace unit

@@ -1,0 +1,51 @@
+#include "notify/heartbeats.h"
+
+#include <filesystem>
+#include <fstream>
+
+#include "gmock/gmock.h"
+
+namespace unit {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+TEST(HeartbeatMonitorTest, ReportsOnceWhenAWorkerFallsSilentAndOnceWhenItIsBack) {
+  const auto file =
+      std::filesystem::temp_directory_path() / ("heartbeats." + std::to_string(getpid()) + ".xml");
+  std::ofstream(file) << R"(<orvik-generic version="1"><App id="1" name="a"/><Events channel="Events">
+    <Event name="orvik.ParseHeartbeatEvent" id="70"/><Event name="orvik.DispatchHeartbeatEvent" id="300"/>
+    </Events></orvik-generic>)";
+  HeartbeatMonitor monitor;
+  EXPECT_EQ(monitor.Load(file), "");
+  std::filesystem::remove(file);
+  EXPECT_EQ(monitor.ChannelName(), "Events");
+  monitor.SetChannel(5);
+
+  HeartbeatMonitor::time_t now{1000s};
+  EXPECT_THAT(monitor.Check(now), IsEmpty()) << "nothing is expected of a worker that was never seen";
+  const std::vector<std::uint8_t> parse = {70, 0, 0, 0};
+  const std::vector<std::uint8_t> dispatch = {44, 1, 0, 0};
+  EXPECT_EQ(monitor.Note(5, parse, now), std::nullopt);
+  EXPECT_EQ(monitor.Note(5, dispatch, now), std::nullopt);
+  now += 1999ms;
+  EXPECT_THAT(monitor.Check(now), IsEmpty());
+  monitor.Note(5, dispatch, now);
+  monitor.Note(4, parse, now);                          // another channel
+  monitor.Note(5, std::vector<std::uint8_t>{70}, now);  // not an event number
+  now += 1ms;
+  EXPECT_THAT(monitor.Check(now), ElementsAre(HasSubstr("Parse")));
+  EXPECT_THAT(monitor.Check(now + 1s), IsEmpty());
+  EXPECT_THAT(monitor.Note(5, parse, now + 1s), ::testing::Optional(HasSubstr("Parse worker is back")));
+  EXPECT_EQ(monitor.Note(5, parse, now + 1s), std::nullopt);
+}
+
+TEST(HeartbeatMonitorTest, SaysWhatIsWrongWithTheFile) {
+  EXPECT_THAT(HeartbeatMonitor().Load("/nonexistent/generic.xml"), HasSubstr("/nonexistent/generic.xml: "));
+}
+
+}  // namespace
+}  // namespace unit

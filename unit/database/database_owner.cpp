@@ -1,0 +1,161 @@
+#include "database/database_owner.h"
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <stdexcept>
+#include <tuple>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/byte_order.h"
+#include "platform/messages.h"
+#include "platform/shared_memory.h"
+
+#include "services/dbshm.h"
+
+namespace unit {
+namespace {
+
+using namespace dbshm_layout;
+
+std::uint8_t* Memory() {
+  return static_cast<std::uint8_t*>(DBSHM::getMemoryPtr());
+}
+
+std::span<std::uint8_t> Object() {
+  return {Memory(), OBJECT_SIZE};
+}
+
+std::size_t EntryAt(std::size_t entry) {
+  return NAMES_AT + NAME_ENTRY_SIZE * entry;
+}
+
+// The first entry's handle is written last and is never 0: it says that the whole table stands.
+std::atomic_ref<std::uint32_t> CompleteMark(void* memory) {
+  return std::atomic_ref<std::uint32_t>(
+      *reinterpret_cast<std::uint32_t*>(static_cast<std::uint8_t*>(memory) + EntryAt(0)));
+}
+
+void WriteEntry(std::size_t entry, const Parameter_t& parameter) {
+  std::memcpy(Memory() + EntryAt(entry) + sizeof(std::uint32_t), parameter.name.c_str(),
+              parameter.name.size() + 1);
+  if (entry > 0) platform::StoreLe32(Object(), EntryAt(entry), parameter.handle);
+}
+
+void WriteNotifyValues(std::span<const Parameter_t> parameters) {
+  auto& lock = *reinterpret_cast<platform::shared_lock_t*>(Memory() + LOCK_AT);
+  std::ignore = platform::LockShared(lock);
+  for (const Parameter_t& parameter : parameters) {
+    const std::uint32_t value = parameter.notify ? parameter.handle : 0;
+    platform::StoreLe32(Object(), SLOTS_AT + SLOT_SIZE * parameter.handle + NOTIFY_AT, value);
+  }
+  platform::UnlockShared(lock);
+}
+
+void Fill(std::span<const Parameter_t> parameters) {
+  for (const Parameter_t& parameter : parameters) {
+    if (parameter.first) DBSHM::Write(parameter.handle, *parameter.first);
+  }
+  WriteNotifyValues(parameters);  // after the values, which nobody waits for yet
+  for (std::size_t i = 0; i < parameters.size(); ++i) WriteEntry(i, parameters[i]);
+  platform::StoreLe32(Object(), LAST_NAME_AT, static_cast<std::uint32_t>(parameters.size() - 1));
+  CompleteMark(Memory()).store(parameters[0].handle, std::memory_order_release);
+  DBSHM::makeParamMap();
+}
+
+// A mapping of the object for a look at it; null when there is none or it is too small.
+class Glance {
+ public:
+  Glance() {
+    const int descriptor = platform::OpenSharedObject(OBJECT_NAME, O_RDWR, 0);
+    if (descriptor < 0) return;
+    exists_ = true;
+    struct stat status {};
+    if (fstat(descriptor, &status) == 0 && std::cmp_greater_equal(status.st_size, OBJECT_SIZE)) {
+      void* mapped = mmap(nullptr, OBJECT_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
+      if (mapped != MAP_FAILED) memory_ = mapped;
+    }
+    close(descriptor);
+  }
+  ~Glance() {
+    if (memory_ != nullptr) munmap(memory_, OBJECT_SIZE);
+  }
+  Glance(const Glance&) = delete;
+  Glance& operator=(const Glance&) = delete;
+
+  bool Exists() const { return exists_; }
+  void* Get() const { return memory_; }
+
+ private:
+  bool exists_ = false;
+  void* memory_ = nullptr;
+};
+
+bool IsAlive(pid_t process) {
+  return process > 0 && (kill(process, 0) == 0 || errno == EPERM);
+}
+
+// An owner answers on the channel that the object names. (A process id alone may have gone to somebody else.)
+bool HasLivingOwner(void* memory) {
+  const std::span<const std::uint8_t> header(static_cast<const std::uint8_t*>(memory), SLOTS_AT);
+  const auto process = static_cast<pid_t>(platform::LoadLe32(header, PROCESS_AT));
+  const auto chid = static_cast<int>(platform::LoadLe32(header, CHANNEL_AT));
+  if (!IsAlive(process)) return false;
+  if (process == getpid()) return true;
+  const int coid = ConnectAttach(0, process, chid, _NTO_SIDE_CHANNEL, 0);
+  if (coid >= 0) ConnectDetach(coid);
+  return coid >= 0;
+}
+
+}  // namespace
+
+DatabaseState LookAtDatabase() {
+  const Glance glance;
+  if (!glance.Exists()) return DatabaseState::kNone;
+  if (glance.Get() == nullptr || !HasLivingOwner(glance.Get())) return DatabaseState::kOrphan;
+  const bool complete = CompleteMark(glance.Get()).load(std::memory_order_acquire) != 0;
+  return complete ? DatabaseState::kComplete : DatabaseState::kFilling;
+}
+
+void MakeDatabase(std::span<const Parameter_t> parameters) {
+  const DatabaseState state = LookAtDatabase();
+  if (state == DatabaseState::kFilling || state == DatabaseState::kComplete) {
+    throw std::runtime_error(
+        "another process owns the parameter database of this runtime directory; stop it first, or set "
+        "ORVIK_RUNTIME_DIR to another folder");
+  }
+  if (state == DatabaseState::kOrphan) platform::UnlinkSharedObject(OBJECT_NAME);
+  DBSHM::Init();
+  if (DBSHM::getMemoryPtr() == nullptr || DBSHM::getPid() != getpid()) {
+    throw std::runtime_error(
+        "cannot make the parameter database; is there room in shared memory (df /dev/shm)?");
+  }
+  Fill(parameters);
+  NoteDatabaseAttached();
+}
+
+void RemoveDatabase() {
+  platform::UnlinkSharedObject(OBJECT_NAME);
+  ChannelDestroy(DBSHM::getChid());
+}
+
+std::vector<Named_t> ReadNameTable() {
+  std::vector<Named_t> names;
+  const std::size_t last = platform::LoadLe32(Object(), LAST_NAME_AT);
+  for (std::size_t entry = 0; entry <= last && entry < NAME_ENTRIES; ++entry) {
+    const auto* text = reinterpret_cast<const char*>(Memory() + EntryAt(entry) + sizeof(std::uint32_t));
+    const std::size_t size = strnlen(text, NAME_SIZE);
+    const unsigned handle = platform::LoadLe32(Object(), EntryAt(entry));
+    if (size > 0 && size < NAME_SIZE && handle <= LAST_HANDLE)
+      names.push_back({std::string(text, size), handle});
+  }
+  return names;
+}
+
+}  // namespace unit

@@ -1,0 +1,189 @@
+#include "database/database_service.h"
+
+#include <array>
+#include <atomic>
+#include <bit>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <iostream>
+#include <limits>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <thread>
+#include <unordered_map>
+
+#include "platform/byte_order.h"
+#include "platform/messages.h"
+
+#include "database/database_owner.h"
+#include "health/notify_link.h"
+#include "services/dbshm.h"
+
+namespace unit {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int PULSE_CHANGED = 0;  // from the database's clients; its value is the handle
+constexpr int PULSE_STOP = 1;     // from the service itself
+constexpr auto LOOK_PERIOD = 250ms;
+constexpr std::size_t CHANGE_SIZE = 16;
+
+class DatabaseService : public Service {
+ public:
+  explicit DatabaseService(const Options_t& options) : file_(options.configDirectory + "/parameters.xml") {}
+  ~DatabaseService() override { DatabaseService::Stop(); }
+
+  void Start() override;
+  void Stop() override;
+  Status_t GetStatus() const override;
+
+ private:
+  // A parameter whose changes are published, and its value as it was published last.
+  struct Watched_t {
+    unsigned handle;
+    std::optional<std::uint64_t> published;
+  };
+
+  void ServePulses();
+  void LookAround();
+  bool PublishChange(Watched_t& watched);
+
+  const std::string file_;
+  std::size_t parameters_ = 0;
+  int chid_ = -1;  // the channel that the database's clients send their pulses to
+  int self_ = -1;  // connection to it
+  std::thread server_;
+  std::thread looker_;
+  std::atomic<bool> up_{false};
+  NotifyLink link_;
+
+  std::mutex watchedMutex_;  // guards the two below
+  std::vector<Watched_t> watched_;
+  std::unordered_map<unsigned, std::size_t> byHandle_;
+
+  std::mutex stopMutex_;  // guards stopping_
+  bool stopping_ = false;
+  std::condition_variable stopped_;
+
+  std::atomic<std::uint64_t> pulses_{0};
+  std::atomic<std::uint64_t> unknownPulses_{0};
+  std::atomic<std::uint64_t> published_{0};
+  std::atomic<std::uint64_t> missed_{0};  // changes that no pulse told of
+};
+
+void DatabaseService::Start() {
+  const std::vector<Parameter_t> parameters = ReadParameterFile(file_);
+  MakeDatabase(parameters);
+  parameters_ = parameters.size();
+  for (const Parameter_t& parameter : parameters) {
+    if (!parameter.notify) continue;
+    byHandle_.emplace(parameter.handle, watched_.size());
+    watched_.push_back({parameter.handle, std::nullopt});
+  }
+  chid_ = DBSHM::getChid();
+  self_ = ConnectAttach(0, 0, chid_, _NTO_SIDE_CHANNEL, 0);
+  if (self_ < 0) {
+    const int error = errno;
+    RemoveDatabase();
+    throw std::runtime_error(std::string("cannot connect to its own channel: ") + std::strerror(error));
+  }
+  stopping_ = false;
+  up_ = true;
+  server_ = std::thread([this] { ServePulses(); });
+  looker_ = std::thread([this] { LookAround(); });
+}
+
+void DatabaseService::Stop() {
+  if (self_ < 0) return;
+  {
+    const std::lock_guard lock(stopMutex_);
+    stopping_ = true;
+  }
+  stopped_.notify_all();
+  looker_.join();
+  // The channel may be full of pulses for a moment.
+  for (int tries = 0; tries < 100 && MsgSendPulse(self_, getprio(0), PULSE_STOP, 0) != 0; ++tries) {
+    if (errno != EAGAIN) break;
+    std::this_thread::sleep_for(10ms);
+  }
+  server_.join();
+  ConnectDetach(self_);
+  self_ = -1;
+  RemoveDatabase();
+}
+
+Status_t DatabaseService::GetStatus() const {
+  return {.name = "database",
+          .up = up_,
+          .detail = {},
+          .counters = {{"parameters", parameters_},
+                       {"pulses", pulses_},
+                       {"pulses.unknown", unknownPulses_},
+                       {"published", published_},
+                       {"missed", missed_}}};
+}
+
+void DatabaseService::ServePulses() {
+  while (up_) {
+    _pulse pulse{};
+    const int rcvid = MsgReceive(chid_, &pulse, sizeof pulse, nullptr);
+    if (rcvid > 0) {
+      MsgError(rcvid, ENOSYS);  // the database is read and written in memory; it takes no messages
+    } else if (rcvid < 0) {
+      if (errno == EINTR) continue;
+      std::cerr << "database: cannot receive any more: " << std::strerror(errno) << std::endl;
+      up_ = false;
+    } else if (pulse.code == PULSE_STOP) {
+      up_ = false;
+    } else if (pulse.code == PULSE_CHANGED) {
+      ++pulses_;
+      const std::lock_guard lock(watchedMutex_);
+      const auto found = byHandle_.find(static_cast<unsigned>(pulse.value.sival_int));
+      if (found == byHandle_.end()) {
+        ++unknownPulses_;
+      } else {
+        PublishChange(watched_[found->second]);
+      }
+    }
+  }
+}
+
+// A pulse that found the channel full is lost, and a value that expires sends none; both are found here.
+void DatabaseService::LookAround() {
+  std::unique_lock lock(stopMutex_);
+  while (!stopped_.wait_for(lock, LOOK_PERIOD, [this] { return stopping_; })) {
+    lock.unlock();
+    for (Watched_t& watched : watched_) {
+      const std::lock_guard guard(watchedMutex_);
+      if (PublishChange(watched)) ++missed_;
+    }
+    lock.lock();
+  }
+}
+
+// Publishes the value unless it is the one published last. A value that is not valid is published as a NaN.
+// What the manager does not take is tried again on the next look.
+bool DatabaseService::PublishChange(Watched_t& watched) {
+  double value = 0;
+  if (DBSHM::Read(watched.handle, value) == 0) value = std::numeric_limits<double>::quiet_NaN();
+  if (watched.published == std::bit_cast<std::uint64_t>(value)) return false;
+  std::array<std::uint8_t, CHANGE_SIZE> message{};
+  platform::StoreLe32(message, 0, watched.handle);
+  platform::StoreLeDouble(message, 8, value);
+  if (!link_.Publish(DATABASE_CHANNEL_NAME, std::span<const std::uint8_t>(message))) return false;
+  watched.published = std::bit_cast<std::uint64_t>(value);
+  ++published_;
+  return true;
+}
+
+}  // namespace
+
+std::unique_ptr<Service> MakeDatabaseService(const Options_t& options) {
+  return std::make_unique<DatabaseService>(options);
+}
+
+}  // namespace unit

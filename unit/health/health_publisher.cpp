@@ -1,0 +1,38 @@
+#include "health/health_publisher.h"
+
+#include <chrono>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+namespace unit {
+
+std::string FormatStatus(const Status_t& status) {
+  const nlohmann::json json = {
+      {"name", status.name}, {"up", status.up}, {"detail", status.detail}, {"counters", status.counters}};
+  return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+HealthPublisher::HealthPublisher(std::function<std::vector<Status_t>()> collect)
+    : collect_(std::move(collect)), thread_([this] { Run(); }) {}
+
+HealthPublisher::~HealthPublisher() {
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  wake_.notify_all();
+  thread_.join();
+}
+
+void HealthPublisher::Run() {
+  std::unique_lock lock(mutex_);
+  while (!stopping_) {
+    lock.unlock();
+    for (const Status_t& status : collect_()) link_.Publish(HEALTH_CHANNEL_NAME, FormatStatus(status));
+    lock.lock();
+    wake_.wait_for(lock, std::chrono::seconds(1), [this] { return stopping_; });
+  }
+}
+
+}  // namespace unit

@@ -1,0 +1,39 @@
+// Publishes the state of this process's services once a second on HEALTH_CHANNEL_NAME.
+#pragma once
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "health/notify_link.h"
+#include "service.h"
+
+namespace unit {
+
+// {"name":"j1939","up":true,"detail":"","counters":{"received":12}}
+std::string FormatStatus(const Status_t& status);
+
+// Owns its thread, which ends when the object does.
+class HealthPublisher {
+ public:
+  // `collect` gives what to publish; called on the publisher's thread until the destructor returns.
+  explicit HealthPublisher(std::function<std::vector<Status_t>()> collect);
+  ~HealthPublisher();
+  HealthPublisher(const HealthPublisher&) = delete;
+  HealthPublisher& operator=(const HealthPublisher&) = delete;
+
+ private:
+  void Run();
+
+  std::function<std::vector<Status_t>()> collect_;
+  NotifyLink link_;
+  std::mutex mutex_;  // guards stopping_
+  bool stopping_ = false;
+  std::condition_variable wake_;
+  std::thread thread_;
+};
+
+}  // namespace unit

@@ -1,0 +1,89 @@
+#include "j1939/conversation.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace unit {
+namespace {
+
+constexpr const char* OK = "< ok >";
+
+std::string_view TakeWord(std::string_view& text) {
+  text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+  const std::string_view word = text.substr(0, text.find_first_of(" \t\r\n"));
+  text.remove_prefix(word.size());
+  return word;
+}
+
+}  // namespace
+
+struct Conversation::Command_t {
+  std::string_view word;
+  bool needsBus;
+  Outcome_t (Conversation::*carry)(std::string_view message, std::string_view argument);
+};
+
+const Conversation::Command_t Conversation::COMMANDS[] = {
+    {"open", false, &Conversation::Open},
+    {"rawmode", true, &Conversation::RawMode},
+    {"bcmmode", true, &Conversation::BroadcastMode},
+    {"echo", false, &Conversation::Echo},
+    {"statistics", true, &Conversation::Statistics},
+    {"send", true, &Conversation::Send},
+};
+
+Conversation::Outcome_t Conversation::Take(std::string_view message) {
+  std::string_view inner = message;
+  if (inner.starts_with('<')) inner.remove_prefix(1);
+  if (inner.ends_with('>')) inner.remove_suffix(1);
+  const std::string_view word = TakeWord(inner);
+  const auto* command = std::ranges::find(COMMANDS, word, &Command_t::word);
+  if (command == std::end(COMMANDS)) return Refuse("unknown command");
+  if (command->needsBus && !open_) return Refuse("no bus open");
+  return (this->*command->carry)(message, TakeWord(inner));
+}
+
+Conversation::Outcome_t Conversation::Open(std::string_view /*message*/, std::string_view argument) {
+  if (argument != BUS_NAME) return Refuse("could not open bus");
+  open_ = true;
+  return {OK, {}};
+}
+
+Conversation::Outcome_t Conversation::RawMode(std::string_view /*message*/, std::string_view /*argument*/) {
+  raw_ = true;
+  return {OK, {}};
+}
+
+// The mode that a bus is opened in: no frames but those subscribed to, and nothing subscribes here.
+Conversation::Outcome_t Conversation::BroadcastMode(std::string_view /*message*/,
+                                                    std::string_view /*argument*/) {
+  raw_ = false;
+  return {OK, {}};
+}
+
+Conversation::Outcome_t Conversation::Echo(std::string_view message, std::string_view /*argument*/) {
+  return {std::string(message), {}};
+}
+
+Conversation::Outcome_t Conversation::Statistics(std::string_view /*message*/, std::string_view argument) {
+  unsigned period_ms = 0;
+  const char* end = argument.data() + argument.size();
+  const auto [stop, error] = std::from_chars(argument.data(), end, period_ms);
+  if (error != std::errc() || stop != end || period_ms > 3'600'000) return Refuse("bad statistics interval");
+  statistics_ = std::chrono::milliseconds(period_ms);
+  if (period_ms > 0) statistics_ = std::max(statistics_, SHORTEST_STATISTICS);
+  return {};  // the statistics themselves are the answer
+}
+
+Conversation::Outcome_t Conversation::Send(std::string_view message, std::string_view /*argument*/) {
+  std::optional<bus::frame_t> frame = bus::ParseSocketcandSend(message);
+  if (!frame) return Refuse("not a frame");
+  return {{}, frame};
+}
+
+Conversation::Outcome_t Conversation::Refuse(std::string_view why) {
+  ++refused_;
+  return {"< error " + std::string(why) + " >", {}};
+}
+
+}  // namespace unit

@@ -1,0 +1,55 @@
+// One station's side of the socketcand protocol: what it asks for and what it is answered.
+//
+// The protocol is that of the socketcand project: messages "< word ... >" in ASCII. After the greeting "< hi >"
+// a station opens the bus can0 and, to hear frames, goes into raw mode.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "bus/can_frame.h"
+
+namespace unit {
+
+class Conversation {
+ public:
+  static constexpr std::string_view GREETING = "< hi >";
+  static constexpr std::string_view BUS_NAME = "can0";
+  static constexpr std::chrono::milliseconds SHORTEST_STATISTICS{100};
+
+  // What follows from a message: what to answer (may be empty) and what to put on the bus.
+  struct Outcome_t {
+    std::string reply;
+    std::optional<bus::frame_t> frame;
+  };
+  Outcome_t Take(std::string_view message);
+
+  // In raw mode a station gets every frame of the others.
+  bool WantsFrames() const { return raw_; }
+  // How often it wants "< stat ... >"; zero: not at all.
+  std::chrono::milliseconds StatisticsPeriod() const { return statistics_; }
+  // Messages that were answered with an error.
+  std::uint64_t Refused() const { return refused_; }
+
+ private:
+  struct Command_t;
+  static const Command_t COMMANDS[];
+
+  Outcome_t Open(std::string_view message, std::string_view argument);
+  Outcome_t RawMode(std::string_view message, std::string_view argument);
+  Outcome_t BroadcastMode(std::string_view message, std::string_view argument);
+  Outcome_t Echo(std::string_view message, std::string_view argument);
+  Outcome_t Statistics(std::string_view message, std::string_view argument);
+  Outcome_t Send(std::string_view message, std::string_view argument);
+  Outcome_t Refuse(std::string_view why);
+
+  bool open_ = false;
+  bool raw_ = false;
+  std::chrono::milliseconds statistics_{0};
+  std::uint64_t refused_ = 0;
+};
+
+}  // namespace unit

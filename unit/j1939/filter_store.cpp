@@ -1,0 +1,65 @@
+#include "j1939/filter_store.h"
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+namespace unit {
+
+namespace {
+
+constexpr std::string_view STANDARD = "standard";
+constexpr std::string_view MULTIPACKET = "multipacket";
+
+}  // namespace
+
+// A line is "standard 18ff00d0 ffffff OrvikReceiveChannel"; one that is not is passed over.
+FilterStore::FilterStore(std::string file) : file_(std::move(file)) {
+  std::ifstream stream(file_);
+  for (std::string line; std::getline(stream, line) && Count() < MAX_FILTERS;) {
+    FilterRequest_t filter;
+    std::string reach;
+    std::istringstream fields(line);
+    if (!(fields >> reach >> std::hex >> filter.identifier >> filter.mask)) continue;
+    if (filter.identifier > LAST_IDENTIFIER || (reach != STANDARD && reach != MULTIPACKET)) continue;
+    if (fields.get() != ' ' || !std::getline(fields, filter.channelName) || filter.channelName.empty())
+      continue;
+    filter.reach = reach == STANDARD ? Reach::kStandard : Reach::kMultipacket;
+    filters_[filter.reach][filter.identifier] = filter;
+  }
+}
+
+bool FilterStore::Add(const FilterRequest_t& filter) {
+  std::map<std::uint32_t, FilterRequest_t>& table = filters_.at(filter.reach);
+  if (Count() >= MAX_FILTERS && !table.contains(filter.identifier)) return false;
+  table[filter.identifier] = filter;
+  Save();
+  return true;
+}
+
+std::size_t FilterStore::Count() const {
+  return All(Reach::kStandard).size() + All(Reach::kMultipacket).size();
+}
+
+void FilterStore::Remove() {
+  std::remove(file_.c_str());
+}
+
+// Written beside and renamed, so that a service killed meanwhile leaves the old file or the new one.
+void FilterStore::Save() const {
+  const std::string fresh = file_ + ".new";
+  {
+    std::ofstream stream(fresh, std::ios::trunc);
+    stream << std::hex;
+    for (const auto& [reach, table] : filters_) {
+      for (const auto& [identifier, filter] : table) {
+        stream << (reach == Reach::kStandard ? STANDARD : MULTIPACKET) << ' ' << identifier << ' '
+               << filter.mask << ' ' << filter.channelName << '\n';
+      }
+    }
+    if (!stream.flush()) return;
+  }
+  std::rename(fresh.c_str(), file_.c_str());
+}
+
+}  // namespace unit

@@ -1,0 +1,39 @@
+// The filters that the J1939 service has been asked for, kept in the runtime directory.
+//
+// The application asks once, when it starts. A service that was killed and started again finds the filters
+// here, and the display hears its host again.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "j1939/j1939_requests.h"
+
+namespace unit {
+
+// One thread at a time uses an object.
+class FilterStore {
+ public:
+  static constexpr std::size_t MAX_FILTERS = 1024;
+
+  // Takes over what a killed service left in `file`.
+  explicit FilterStore(std::string file);
+
+  // Enters or replaces a filter. False when there are too many.
+  bool Add(const FilterRequest_t& filter);
+  // By identifier; only standard and multi-packet filters are kept.
+  const std::map<std::uint32_t, FilterRequest_t>& All(Reach reach) const { return filters_.at(reach); }
+  bool Has(std::uint32_t identifier) const { return All(Reach::kStandard).contains(identifier); }
+  std::size_t Count() const;
+  // Forgets the file, at an orderly end.
+  void Remove();
+
+ private:
+  void Save() const;
+
+  const std::string file_;
+  std::map<Reach, std::map<std::uint32_t, FilterRequest_t>> filters_ = {{Reach::kStandard, {}},
+                                                                        {Reach::kMultipacket, {}}};
+};
+
+}  // namespace unit

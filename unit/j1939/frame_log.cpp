@@ -1,0 +1,39 @@
+#include "j1939/frame_log.h"
+
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+#include <stdexcept>
+
+namespace unit {
+
+FrameLog::FrameLog(const std::string& file, std::string interface)
+    : file_(file), interface_(std::move(interface)) {
+  if (file_.empty()) return;
+  stream_.open(file_, std::ios::trunc);
+  if (!stream_) {
+    throw std::runtime_error("cannot write the log " + file_ + ": " + std::strerror(errno) +
+                             "; choose another file with --record FILE");
+  }
+}
+
+void FrameLog::Write(const bus::frame_t& frame) {
+  const std::lock_guard lock(mutex_);
+  if (!stream_.is_open() || failed_) return;
+  stream_ << bus::FormatLogLine(frame, interface_) << '\n';
+  if (!stream_) ReportFailure();
+}
+
+void FrameLog::Flush() {
+  const std::lock_guard lock(mutex_);
+  if (!stream_.is_open() || failed_) return;
+  if (!stream_.flush()) ReportFailure();
+}
+
+void FrameLog::ReportFailure() {
+  failed_ = true;
+  std::cerr << "j1939: the log " << file_ << " cannot be written any more (is the disk full?); the bus goes on"
+            << std::endl;
+}
+
+}  // namespace unit

@@ -1,0 +1,41 @@
+// The requests of the J1939 service's clients, read from their messages (layout: hostlink/j1939_external.h).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <variant>
+
+namespace unit {
+
+enum class Reach { kStandard, kMultipacket, kFastpacket };
+
+// Frames with this identifier are to be delivered on the named channel.
+struct FilterRequest_t {
+  Reach reach = Reach::kStandard;
+  std::uint32_t identifier = 0;
+  std::uint32_t mask = 0;
+  std::string channelName;
+};
+
+// Data to be put on the bus; `data` points into the message.
+struct SendRequest_t {
+  Reach reach = Reach::kStandard;
+  std::uint32_t identifier = 0;
+  std::span<const std::uint8_t> data;
+};
+
+// Why a message is no request; a text for a person.
+struct RefusedRequest_t {
+  const char* why = "";
+};
+
+constexpr std::uint32_t CAN_PORT = 1;  // the display unit's only one
+constexpr std::uint32_t LAST_IDENTIFIER = 0x1FFFFFFF;
+constexpr std::size_t LARGEST_MULTIPACKET = 1785;  // SAE J1939-21: 255 packets of 7 bytes
+
+using j1939_request_t = std::variant<FilterRequest_t, SendRequest_t, RefusedRequest_t>;
+j1939_request_t ReadRequest(std::span<const std::uint8_t> message);
+
+}  // namespace unit

@@ -1,0 +1,269 @@
+#include "notify/notify_service.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <iostream>
+#include <mutex>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+#include <unordered_map>
+
+#include "platform/messages.h"
+#include "platform/names.h"
+
+#include "notify/exchange.h"
+#include "notify/heartbeats.h"
+#include "notify/requests.h"
+
+namespace unit {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::steady_clock;
+
+// Codes of the pulses that the service sends to itself, and of the one that its clients get.
+constexpr int PULSE_TICK = 1;
+constexpr int PULSE_STOP = 2;
+constexpr int PULSE_MESSAGE_WAITS = 1;
+constexpr auto TICK = 200ms;
+constexpr auto OWED_TICK = 5ms;
+constexpr auto REPORT_PERIOD = 1s;
+
+// The connections to the clients' own channels.
+class ClientPulses : public PulsePort {
+ public:
+  ~ClientPulses() override {
+    for (const auto& [client, coid] : connections_) ConnectDetach(coid);
+  }
+  bool Open(int client, int process, int chid) override {
+    const int coid = ConnectAttach(0, process, chid, _NTO_SIDE_CHANNEL, 0);
+    if (coid < 0) return false;
+    connections_[client] = coid;
+    return true;
+  }
+  Result Send(int client) override {
+    if (MsgSendPulse(connections_.at(client), getprio(0), PULSE_MESSAGE_WAITS, 0) == 0) return Result::kSent;
+    return errno == EAGAIN ? Result::kFull : Result::kGone;
+  }
+  void Close(int client) override {
+    ConnectDetach(connections_.at(client));
+    connections_.erase(client);
+  }
+
+ private:
+  std::unordered_map<int, int> connections_;
+};
+
+class NotifyService : public Service {
+ public:
+  explicit NotifyService(const Options_t& options)
+      : genericFile_(options.genericFile),
+        exchange_({options.queueMessages, options.queueBytes}, pulses_),
+        requests_(exchange_, [this](int channel, auto payload) { NoteEvent(channel, payload); }) {}
+  ~NotifyService() override { NotifyService::Stop(); }
+
+  void Start() override;
+  void Stop() override;
+  Status_t GetStatus() const override;
+
+ private:
+  void Serve();
+  void TakePulse(const _pulse& pulse);
+  void NoteEvent(int channel, std::span<const std::uint8_t> payload);
+  void Tick();
+  void ReportLosses(steady_clock::time_point now);
+  void Pace();
+  void AskForTicks();
+
+  const std::string genericFile_;
+  name_attach_t* attach_ = nullptr;
+  int self_ = -1;  // connection to the service's own channel
+  std::thread server_;
+  std::thread pacer_;
+  std::atomic<bool> up_{false};
+
+  mutable std::mutex mutex_;  // guards the four below: the server thread's, and read by GetStatus
+  HeartbeatMonitor heartbeats_;
+  ClientPulses pulses_;
+  Exchange exchange_;
+  RequestHandler requests_;
+
+  steady_clock::time_point nextReport_;  // the server thread's
+
+  std::mutex paceMutex_;  // guards the two below
+  bool stopping_ = false;
+  bool fast_ = false;  // a pulse is owed: tick at the short pace
+  std::condition_variable paceChanged_;
+};
+
+void NotifyService::Start() {
+  if (const std::string problem = heartbeats_.Load(genericFile_); !problem.empty()) {
+    std::cerr << "notify: the application's workers are not supervised: " << problem << std::endl;
+  } else {
+    heartbeats_.SetChannel(exchange_.RegisterName(heartbeats_.ChannelName()));
+  }
+  attach_ = name_attach(nullptr, NM_SERVER_NAME, 0);
+  if (attach_ == nullptr) {
+    const int error = errno;
+    throw std::runtime_error(
+        std::string("cannot take the name \"") + NM_SERVER_NAME + "\": " + std::strerror(error) +
+        (error == EEXIST ? "; another notification manager runs here, stop it first" : ""));
+  }
+  self_ = ConnectAttach(0, 0, attach_->chid, _NTO_SIDE_CHANNEL, 0);
+  if (self_ < 0) {
+    const int error = errno;
+    name_detach(attach_, 0);
+    attach_ = nullptr;
+    throw std::runtime_error(std::string("cannot connect to its own channel: ") + std::strerror(error));
+  }
+  stopping_ = false;
+  up_ = true;
+  server_ = std::thread([this] { Serve(); });
+  pacer_ = std::thread([this] { Pace(); });
+}
+
+void NotifyService::Stop() {
+  if (attach_ == nullptr) return;
+  {
+    const std::lock_guard lock(paceMutex_);
+    stopping_ = true;
+  }
+  paceChanged_.notify_all();
+  pacer_.join();
+  // A pulse that finds no room is tried again; should the channel be broken, taking the name away ends the
+  // server.
+  for (int tries = 0; tries < 100 && MsgSendPulse(self_, getprio(0), PULSE_STOP, 0) != 0; ++tries) {
+    if (errno != EAGAIN) break;
+    std::this_thread::sleep_for(10ms);
+  }
+  server_.join();
+  ConnectDetach(self_);
+  name_detach(attach_, 0);
+  attach_ = nullptr;
+}
+
+Status_t NotifyService::GetStatus() const {
+  const std::lock_guard lock(mutex_);
+  Status_t status{.name = "notify", .up = up_, .detail = {}, .counters = {}};
+  status.counters = {{"clients", exchange_.ClientCount()}, {"channels", exchange_.ChannelCount()},
+                     {"published", exchange_.Published()}, {"delivered", exchange_.Delivered()},
+                     {"lost", exchange_.Lost()},           {"cut", requests_.Cut()}};
+  for (std::size_t i = 1; i < REFUSALS; ++i) {
+    const auto refusal = static_cast<Refusal>(i);
+    status.counters[RefusalName(refusal)] = requests_.Refused(refusal);
+  }
+  for (const HeartbeatMonitor::Worker_t& worker : heartbeats_.Workers()) {
+    if (!worker.lastSeen) continue;
+    status.counters[std::string("worker.") + worker.name] = worker.missing ? 0 : 1;
+    if (!worker.missing) continue;
+    status.detail += (status.detail.empty() ? "no heartbeat from " : ", ") + std::string(worker.name);
+  }
+  return status;
+}
+
+void NotifyService::Serve() {
+  std::array<std::uint8_t, NM_MESSAGE_SIZE> request;
+  std::array<std::uint8_t, NM_MESSAGE_SIZE> reply;
+  static_assert(sizeof(_pulse) <= NM_MESSAGE_SIZE);
+  while (up_) {
+    _msg_info info{};
+    const int rcvid = MsgReceive(attach_->chid, request.data(), request.size(), &info);
+    if (rcvid < 0) {
+      if (errno == EINTR) continue;
+      std::cerr << "notify: cannot receive any more: " << std::strerror(errno) << std::endl;
+      up_ = false;
+    } else if (rcvid == 0) {
+      _pulse pulse;
+      std::memcpy(&pulse, request.data(), sizeof pulse);
+      TakePulse(pulse);
+    } else {
+      const auto received = static_cast<std::size_t>(std::max(info.msglen, 0));
+      const auto sent = static_cast<std::size_t>(std::max(info.srcmsglen, info.msglen));
+      std::size_t size = 0;
+      {
+        const std::lock_guard lock(mutex_);
+        size = requests_.Answer({std::span(request).first(received), sent, info.scoid}, reply);
+        if (exchange_.AnyPulseOwed()) AskForTicks();
+      }
+      MsgReply(rcvid, 0, reply.data(), size);  // a client that has gone meanwhile needs no answer
+    }
+  }
+}
+
+void NotifyService::TakePulse(const _pulse& pulse) {
+  switch (pulse.code) {
+    case PULSE_STOP:
+      up_ = false;
+      break;
+    case PULSE_TICK:
+      Tick();
+      break;
+    case _PULSE_CODE_DISCONNECT: {
+      const std::lock_guard lock(mutex_);
+      exchange_.RemoveConnection(pulse.scoid);
+      ConnectDetach(pulse.scoid);
+      break;
+    }
+    default:
+      break;
+  }
+}
+
+void NotifyService::NoteEvent(int channel, std::span<const std::uint8_t> payload) {
+  if (const auto line = heartbeats_.Note(channel, payload, steady_clock::now()))
+    std::cout << *line << std::endl;
+}
+
+void NotifyService::Tick() {
+  const std::lock_guard lock(mutex_);
+  const steady_clock::time_point now = steady_clock::now();
+  exchange_.PayOwedPulses();
+  if (exchange_.AnyPulseOwed()) AskForTicks();
+  for (const std::string& line : heartbeats_.Check(now)) std::cout << line << std::endl;
+  if (now >= nextReport_) ReportLosses(now);
+}
+
+void NotifyService::ReportLosses(steady_clock::time_point now) {
+  std::ostringstream line;
+  for (const Loss_t& loss : exchange_.TakeLosses()) {
+    line << (line.tellp() > 0 ? ", " : "notify: messages lost by clients that read too slowly: ")
+         << loss.messages << " by client " << loss.client << " (process " << loss.process << ")";
+  }
+  if (line.tellp() <= 0) return;
+  std::cerr << line.str() << std::endl;
+  nextReport_ = now + REPORT_PERIOD;
+}
+
+// Has the next tick come soon, because a pulse is owed.
+void NotifyService::AskForTicks() {
+  {
+    const std::lock_guard lock(paceMutex_);
+    if (fast_) return;
+    fast_ = true;
+  }
+  paceChanged_.notify_all();
+}
+
+// The pacer thread: makes the server look at the time, which a blocked receive does not.
+void NotifyService::Pace() {
+  std::unique_lock lock(paceMutex_);
+  while (!stopping_) {
+    if (!fast_) paceChanged_.wait_for(lock, TICK, [this] { return stopping_ || fast_; });
+    if (fast_) paceChanged_.wait_for(lock, OWED_TICK, [this] { return stopping_; });
+    fast_ = false;
+    MsgSendPulse(self_, getprio(0), PULSE_TICK, 0);  // one that finds no room is made good by the next
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<Service> MakeNotifyService(const Options_t& options) {
+  return std::make_unique<NotifyService>(options);
+}
+
+}  // namespace unit

@@ -1,0 +1,121 @@
+#include "notify/requests.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "platform/byte_order.h"
+
+namespace unit {
+namespace {
+
+std::int32_t LoadWord(std::span<const std::uint8_t> bytes, std::size_t at) {
+  return static_cast<std::int32_t>(platform::LoadLe32(bytes, at));
+}
+
+void StoreWord(std::span<std::uint8_t> bytes, std::size_t at, std::int32_t value) {
+  platform::StoreLe32(bytes, at, static_cast<std::uint32_t>(value));
+}
+
+}  // namespace
+
+const char* RefusalName(Refusal refusal) {
+  static constexpr std::array<const char*, REFUSALS> NAMES = {
+      "refused.none",       "refused.truncated-header", "refused.oversize",        "refused.bad-type",
+      "refused.bad-length", "refused.wrong-client",     "refused.unknown-channel", "refused.bad-name",
+      "refused.too-many",   "refused.no-pulse"};
+  return NAMES[static_cast<std::size_t>(refusal)];
+}
+
+const std::array<RequestHandler::operation_t, NM_FETCH + 1> RequestHandler::OPERATIONS = {
+    &RequestHandler::Connect, &RequestHandler::Register, &RequestHandler::Subscribe, &RequestHandler::Send,
+    &RequestHandler::Fetch};
+
+std::size_t RequestHandler::Answer(const Request_t& request, std::span<std::uint8_t, NM_MESSAGE_SIZE> reply) {
+  Parsed_t parsed{-1, -1, 0, -1, request.connection, {}};
+  Result_t result;
+  const Refusal refusal = Carry(request, parsed, result);
+  if (refusal != Refusal::kNone) {
+    ++refused_[static_cast<std::size_t>(refusal)];
+    result = Result_t{.channel = -1, .length = -static_cast<std::int32_t>(refusal), .client = parsed.client};
+  }
+  StoreWord(reply, NM_TYPE_AT, parsed.type);
+  StoreWord(reply, NM_CHANNEL_AT, result.channel);
+  StoreWord(reply, NM_LENGTH_AT, result.length);
+  StoreWord(reply, NM_CLIENT_AT, result.client);
+  if (!result.message.payload) return NM_HEADER_SIZE;
+  std::copy_n(result.message.payload->begin(), result.length, reply.begin() + NM_HEADER_SIZE);
+  return NM_HEADER_SIZE + static_cast<std::size_t>(result.length);
+}
+
+// Checks what all requests have in common, then does what this one asks for.
+Refusal RequestHandler::Carry(const Request_t& request, Parsed_t& parsed, Result_t& result) {
+  if (request.bytes.size() < NM_HEADER_SIZE) return Refusal::kTruncatedHeader;
+  parsed.type = LoadWord(request.bytes, NM_TYPE_AT);
+  parsed.channel = LoadWord(request.bytes, NM_CHANNEL_AT);
+  parsed.length = LoadWord(request.bytes, NM_LENGTH_AT);
+  parsed.client = LoadWord(request.bytes, NM_CLIENT_AT);
+  parsed.payload = request.bytes.subspan(NM_HEADER_SIZE);
+  if (request.sentBytes > NM_MESSAGE_SIZE) return Refusal::kOversize;
+  if (parsed.type < NM_CONNECT || parsed.type > NM_FETCH) return Refusal::kBadType;
+  if (parsed.length < 0) return Refusal::kBadLength;
+  if (parsed.type != NM_CONNECT && !exchange_.Owns(parsed.connection, parsed.client))
+    return Refusal::kWrongClient;
+  result.client = parsed.client;
+  return (this->*OPERATIONS[static_cast<std::size_t>(parsed.type)])(parsed, result);
+}
+
+Refusal RequestHandler::Connect(const Parsed_t& request, Result_t& result) {
+  // The connect request's length word is 0 although two words follow.
+  if (request.payload.size() < NM_CONNECT_SIZE - NM_HEADER_SIZE) return Refusal::kBadLength;
+  const int process = LoadWord(request.payload, NM_CONNECT_PID_AT - NM_HEADER_SIZE);
+  const int chid = LoadWord(request.payload, NM_CONNECT_CHID_AT - NM_HEADER_SIZE);
+  if (process <= 0 || chid <= 0) return Refusal::kNoPulse;
+  const int client = exchange_.AddClient(request.connection, process, chid);
+  if (client < 0) return Refusal::kNoPulse;
+  if (client == 0) return Refusal::kTooMany;
+  result.client = client;
+  return Refusal::kNone;
+}
+
+Refusal RequestHandler::Register(const Parsed_t& request, Result_t& result) {
+  if (std::cmp_greater(request.length, request.payload.size())) return Refusal::kBadLength;
+  const auto field = request.payload.first(static_cast<std::size_t>(request.length));
+  const auto end = std::ranges::find(field, std::uint8_t{0});
+  const auto size = static_cast<std::size_t>(end - field.begin());
+  if (end == field.end() || size > MAX_CHANNEL_NAME) return Refusal::kBadName;
+  std::string name(field.begin(), end);
+  const int channel = exchange_.RegisterName(name);
+  if (channel == 0) return Refusal::kTooMany;
+  result.channel = channel;
+  return Refusal::kNone;
+}
+
+Refusal RequestHandler::Subscribe(const Parsed_t& request, Result_t& result) {
+  if (!exchange_.HasChannel(request.channel)) return Refusal::kUnknownChannel;
+  exchange_.Subscribe(request.client, request.channel);
+  result.channel = request.channel;
+  return Refusal::kNone;
+}
+
+Refusal RequestHandler::Send(const Parsed_t& request, Result_t& result) {
+  if (!exchange_.HasChannel(request.channel)) return Refusal::kUnknownChannel;
+  if (std::cmp_not_equal(request.length, request.payload.size())) return Refusal::kBadLength;
+  onPublish_(request.channel, request.payload);
+  result.channel = request.channel;
+  result.length = exchange_.Publish(request.client, request.channel, request.payload);
+  return Refusal::kNone;
+}
+
+Refusal RequestHandler::Fetch(const Parsed_t& request, Result_t& result) {
+  std::optional<Message_t> message = exchange_.Fetch(request.client);
+  if (!message) return Refusal::kNone;
+  const std::size_t room = std::min<std::size_t>(static_cast<std::size_t>(request.length), NM_PAYLOAD_SIZE);
+  if (message->payload->size() > room) ++cut_;
+  result.channel = message->channel;
+  result.length = static_cast<std::int32_t>(std::min(room, message->payload->size()));
+  result.message = std::move(*message);
+  return Refusal::kNone;
+}
+
+}  // namespace unit

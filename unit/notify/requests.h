@@ -1,0 +1,85 @@
+// The requests of the notification manager's clients, read and answered (layout: services/nm_messages.h).
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <span>
+
+#include "notify/exchange.h"
+#include "services/nm_messages.h"
+
+namespace unit {
+
+// Why a request was refused. The reply's length word is the negative of the number.
+enum class Refusal : std::int32_t {
+  kNone = 0,
+  kTruncatedHeader = 1,  // fewer than 16 bytes
+  kOversize = 2,         // more than a message holds
+  kBadType = 3,
+  kBadLength = 4,       // negative, or not what the message carries
+  kWrongClient = 5,     // an identity that this connection was not given
+  kUnknownChannel = 6,  // a number that no name has
+  kBadName = 7,         // empty of a terminating zero, or longer than 127 bytes
+  kTooMany = 8,         // clients or channels
+  kNoPulse = 9,         // a connect request whose channel cannot be reached
+};
+constexpr std::size_t REFUSALS = 10;
+constexpr std::size_t MAX_CHANNEL_NAME = 127;
+
+// The name under which a refusal is counted: "refused.bad-type".
+const char* RefusalName(Refusal refusal);
+
+class RequestHandler {
+ public:
+  // Called with each event that was taken, before the reply.
+  using observer_t = std::function<void(int channel, std::span<const std::uint8_t> payload)>;
+
+  RequestHandler(Exchange& exchange, observer_t onPublish)
+      : exchange_(exchange), onPublish_(std::move(onPublish)) {}
+
+  // One request as it was received: `bytes` may be less than the `sentBytes` that the client sent.
+  struct Request_t {
+    std::span<const std::uint8_t> bytes;
+    std::size_t sentBytes;
+    int connection;
+  };
+  // Carries a request out and writes the reply. Returns the reply's size.
+  std::size_t Answer(const Request_t& request, std::span<std::uint8_t, NM_MESSAGE_SIZE> reply);
+
+  std::uint64_t Refused(Refusal refusal) const { return refused_[static_cast<std::size_t>(refusal)]; }
+  std::uint64_t Cut() const { return cut_; }
+
+ private:
+  struct Parsed_t {
+    std::int32_t type;
+    std::int32_t channel;
+    std::int32_t length;
+    std::int32_t client;
+    int connection;
+    std::span<const std::uint8_t> payload;
+  };
+  struct Result_t {
+    std::int32_t channel = -1;
+    std::int32_t length = 0;
+    std::int32_t client = -1;
+    Message_t message{};  // what a fetch brings
+  };
+  using operation_t = Refusal (RequestHandler::*)(const Parsed_t&, Result_t&);
+  static const std::array<operation_t, NM_FETCH + 1> OPERATIONS;
+
+  Refusal Carry(const Request_t& request, Parsed_t& parsed, Result_t& result);
+  Refusal Connect(const Parsed_t& request, Result_t& result);
+  Refusal Register(const Parsed_t& request, Result_t& result);
+  Refusal Subscribe(const Parsed_t& request, Result_t& result);
+  Refusal Send(const Parsed_t& request, Result_t& result);
+  Refusal Fetch(const Parsed_t& request, Result_t& result);
+
+  Exchange& exchange_;
+  observer_t onPublish_;
+  std::array<std::uint64_t, REFUSALS> refused_{};
+  std::uint64_t cut_ = 0;  // fetches whose room was smaller than the message
+};
+
+}  // namespace unit

@@ -1,0 +1,88 @@
+#include "program/child.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "program/stop_signals.h"
+
+namespace unit {
+namespace {
+
+constexpr int NOT_STARTED = 127;
+
+// Reading end, writing end.
+std::array<int, 2> MakePipe() {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+    throw std::runtime_error(std::string("cannot make a pipe: ") + std::strerror(errno));
+  }
+  return ends;
+}
+
+// In the child, between fork and exec: system calls only, since other threads' locks may be held.
+[[noreturn]] void BecomeProgram(const std::vector<char*>& arguments, pid_t parent, int out, int err) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != parent) _exit(NOT_STARTED);  // it died before the line above
+  setpgid(0, 0);
+  UnblockStopSignals();
+  const int null = open("/dev/null", O_RDONLY);
+  dup2(null, STDIN_FILENO);
+  dup2(out, STDOUT_FILENO);
+  dup2(err, STDERR_FILENO);
+  execv(arguments[0], arguments.data());
+  _exit(NOT_STARTED);
+}
+
+}  // namespace
+
+std::string Ending_t::Describe() const {
+  if (WIFSIGNALED(status)) {
+    const int signal = WTERMSIG(status);
+    return "was killed by signal " + std::to_string(signal) + " (" + strsignal(signal) + ")";
+  }
+  return "ended with status " + std::to_string(WEXITSTATUS(status));
+}
+
+Child::Child(const std::string& name, const std::vector<std::string>& arguments, LinePump& pump) {
+  std::vector<char*> raw;
+  for (const std::string& argument : arguments) raw.push_back(const_cast<char*>(argument.c_str()));
+  raw.push_back(nullptr);
+  const std::array<int, 2> out = MakePipe();
+  const std::array<int, 2> err = MakePipe();
+  const pid_t parent = getpid();
+  process_ = fork();
+  if (process_ == 0) BecomeProgram(raw, parent, out[1], err[1]);
+  const int error = errno;
+  close(out[1]);
+  close(err[1]);
+  pump.Add(out[0], name, stdout);
+  pump.Add(err[0], name, stderr);
+  if (process_ < 0) throw std::runtime_error("cannot start " + name + ": " + std::strerror(error));
+}
+
+Child::~Child() {
+  if (process_ < 0 || ending_) return;
+  kill(-process_, SIGKILL);
+  kill(process_, SIGKILL);  // its group may not be there yet
+  waitpid(process_, nullptr, 0);
+}
+
+void Child::Signal(int signal) const {
+  if (process_ > 0 && !ending_) kill(process_, signal);
+}
+
+std::optional<Ending_t> Child::TryReap() {
+  int status = 0;
+  if (!ending_ && waitpid(process_, &status, WNOHANG) == process_) ending_ = Ending_t{status};
+  return ending_;
+}
+
+}  // namespace unit

@@ -1,0 +1,44 @@
+// A program that runs as a child of this one.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+#include "program/lines.h"
+
+namespace unit {
+
+// How a child ended.
+struct Ending_t {
+  int status = 0;  // as waitpid gives it
+  bool IsSuccess() const { return status == 0; }
+  std::string Describe() const;  // "ended with status 1", "was killed by signal 11 (Segmentation fault)"
+};
+
+// All calls come from one thread, which must outlive the child: the kernel ends the child with the thread that
+// started it, even when this program is killed.
+class Child {
+ public:
+  // Starts `arguments[0]` in a process group of its own, so that a Ctrl-C meant for this program does not reach
+  // it. Its lines go to `pump`. Throws std::runtime_error.
+  Child(const std::string& name, const std::vector<std::string>& arguments, LinePump& pump);
+  // Kills the child if it still runs.
+  ~Child();
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+
+  pid_t Process() const { return process_; }
+  void Signal(int signal) const;
+  // How it ended, once it has. Does not block.
+  std::optional<Ending_t> TryReap();
+
+ private:
+  pid_t process_ = -1;
+  std::optional<Ending_t> ending_;
+};
+
+}  // namespace unit

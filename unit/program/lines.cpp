@@ -1,0 +1,98 @@
+#include "program/lines.h"
+
+#include <cerrno>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+namespace unit {
+
+void LineCutter::Feed(std::string_view bytes) {
+  buffer_ += bytes;
+}
+
+bool LineCutter::Next(std::string& line) {
+  const std::size_t end = buffer_.find('\n');
+  if (end > LONGEST && buffer_.size() > LONGEST) {
+    line = buffer_.substr(0, LONGEST) + " ...";
+    buffer_.erase(0, LONGEST);
+    return true;
+  }
+  if (end == std::string::npos) return false;
+  line = buffer_.substr(0, end);
+  buffer_.erase(0, end + 1);
+  return true;
+}
+
+std::string LineCutter::Rest() {
+  return std::exchange(buffer_, {});
+}
+
+LinePump::LinePump() {
+  if (pipe2(wake_.data(), O_CLOEXEC | O_NONBLOCK) != 0) wake_ = {-1, -1};
+  thread_ = std::thread([this] { Run(); });
+}
+
+// What the children have written by now is still shown.
+LinePump::~LinePump() {
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  close(wake_[1]);  // its other end becomes readable
+  thread_.join();
+  close(wake_[0]);
+  for (const Source_t& source : sources_) close(source.descriptor);
+}
+
+void LinePump::Add(int descriptor, const std::string& name, std::FILE* to) {
+  fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) | O_NONBLOCK);
+  {
+    const std::lock_guard lock(mutex_);
+    sources_.push_back({descriptor, name + " | ", to, {}});
+  }
+  [[maybe_unused]] const ssize_t written = write(wake_[1], "+", 1);
+}
+
+void LinePump::Run() {
+  for (bool last = false; !last;) {
+    std::vector<pollfd> polled = {{wake_[0], POLLIN, 0}};
+    {
+      const std::lock_guard lock(mutex_);
+      for (const Source_t& source : sources_) polled.push_back({source.descriptor, POLLIN, 0});
+    }
+    poll(polled.data(), polled.size(), -1);
+    std::array<char, 64> wakes{};
+    while (read(wake_[0], wakes.data(), wakes.size()) > 0) {
+    }
+    const std::lock_guard lock(mutex_);
+    last = stopping_;
+    for (Source_t& source : sources_) Read(source);
+    sources_.remove_if([](const Source_t& source) { return source.ended; });
+    std::fflush(stdout);
+  }
+}
+
+void LinePump::Read(Source_t& source) {
+  std::array<char, 4096> bytes;
+  ssize_t got = 0;
+  while ((got = read(source.descriptor, bytes.data(), bytes.size())) > 0) {
+    source.lines.Feed({bytes.data(), static_cast<std::size_t>(got)});
+    for (std::string line; source.lines.Next(line);) Show(source, line);
+  }
+  if (got < 0 && (errno == EAGAIN || errno == EINTR)) return;
+  if (const std::string rest = source.lines.Rest(); !rest.empty()) Show(source, rest);
+  close(source.descriptor);
+  source.ended = true;
+}
+
+// One call for the whole line, so that the lines of several programs never mix.
+void LinePump::Show(const Source_t& source, const std::string& line) {
+  const std::string text = source.prefix + line + "\n";
+  std::fwrite(text.data(), 1, text.size(), source.to);
+}
+
+}  // namespace unit

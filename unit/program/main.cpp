@@ -1,0 +1,144 @@
+// The command line of the program `unit`.
+#include <algorithm>
+#include <chrono>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "database/database_commands.h"
+#include "program/run.h"
+#include "program/run_folder.h"
+#include "program/status_command.h"
+#include "program/stop_signals.h"
+
+namespace {
+
+constexpr int CALLED_WRONGLY = 2;
+
+struct RunArguments_t {
+  std::vector<std::string> only;
+  std::vector<std::string> without;
+  std::string config;
+  bool noHost = false;
+  bool noOrvik = false;
+  unit::RunPlan_t plan;
+};
+
+struct DatabaseArguments_t {
+  std::vector<std::string> names;
+  std::string name;
+  std::string value;
+  std::string prefix;
+};
+
+void CheckBus(CLI::Option* option) {
+  option->check(
+      [](const std::string& bus) {
+        const bool known = bus == "local" || (bus.starts_with("socketcan:") && bus.size() > 10);
+        return known ? std::string() : "\"" + bus + "\" is no bus; use local or socketcan:IFACE";
+      },
+      "local|socketcan:IFACE");
+}
+
+CLI::App* AddRun(CLI::App& app, RunArguments_t& run, unsigned& seconds) {
+  CLI::App* command = app.add_subcommand("run", "Run the unit's services and the application until Ctrl-C");
+  unit::Options_t& options = run.plan.options;
+  const auto isPart = CLI::IsMember(unit::PartNames());
+  auto* only = command
+                   ->add_option("--only", run.only,
+                                "Run these alone (of notify, database, board, j1939, screen, "
+                                "panel, orvik, hx7), with commas between")
+                   ->delimiter(',')
+                   ->check(isPart);
+  command->add_option("--without", run.without, "Leave these out")
+      ->delimiter(',')
+      ->check(isPart)
+      ->excludes(only);
+  CheckBus(command->add_option("--bus", options.bus, "The CAN bus")->capture_default_str());
+  command->add_option("--http", options.httpAddress, "Where the front panel listens")->capture_default_str();
+  command->add_option("--socketcand", options.socketcandAddress, "Where the local bus listens")
+      ->capture_default_str();
+  command->add_option("--config", run.config, "The configuration's folder");
+  auto* noHost = command->add_flag("--no-host", run.noHost, "Run no host load computer");
+  command->add_flag("--no-orvik", run.noOrvik, "Run the services without the application");
+  auto* play = command->add_option("--play", run.plan.playFile, "Have hx7 play a bus log (candump -L)")
+                   ->check(CLI::ExistingFile)
+                   ->excludes(noHost);
+  command->add_flag("--loop", run.plan.loop, "Play it again and again")->needs(play);
+  command->add_option("--record", options.recordFile, "Write a log of the bus (candump -L)");
+  auto* limit =
+      command->add_option("--seconds", seconds, "Stop after so many seconds")->check(CLI::Range(1, 1'000'000));
+  command->add_option("--snapshot", run.plan.snapshotFile, "Write the picture as PNG before stopping")
+      ->needs(limit);
+  command->add_flag("--verbose", run.plan.verbose, "Show the counters of all services at the end");
+  return command;
+}
+
+int CarryRun(RunArguments_t& run, unsigned seconds) {
+  unit::RunPlan_t& plan = run.plan;
+  plan.parts.insert(run.only.begin(), run.only.end());
+  if (run.only.empty()) plan.parts.insert(unit::PartNames().begin(), unit::PartNames().end());
+  for (const std::string& part : run.without) plan.parts.erase(part);
+  if (run.noOrvik) plan.parts.erase("orvik");
+  if (run.noHost) plan.parts.erase("hx7");
+  if (seconds > 0) plan.seconds = seconds;
+  try {
+    plan.options.configDirectory = unit::FindConfig(run.config);
+  } catch (const std::exception& error) {
+    std::cerr << "unit run: " << error.what() << '\n';
+    return 1;
+  }
+  plan.options.genericFile = plan.options.configDirectory + "/generic.xml";
+  unit::BlockStopSignals();
+  return unit::Run(plan);
+}
+
+void AddDatabase(CLI::App& app, DatabaseArguments_t& arguments, int& result) {
+  CLI::App* db = app.add_subcommand("db", "Read and write the parameter database; a name may be shortened");
+  db->require_subcommand(1);
+  CLI::App* get = db->add_subcommand("get", "Print values");
+  get->add_option("NAME", arguments.names)->required();
+  get->callback([&] { result = unit::GetParameters(arguments.names); });
+  CLI::App* set = db->add_subcommand("set", "Write a value; - makes it not valid");
+  set->add_option("NAME", arguments.name)->required();
+  set->add_option("VALUE", arguments.value)->required();
+  set->callback([&] { result = unit::SetParameter(arguments.name, arguments.value); });
+  CLI::App* list = db->add_subcommand("list", "Print name, handle and value of all, or of those with a prefix");
+  list->add_option("PREFIX", arguments.prefix);
+  list->callback([&] { result = unit::ListParameters(arguments.prefix); });
+  CLI::App* watch = db->add_subcommand("watch", "Print values as they change, until Ctrl-C");
+  watch->add_option("NAME", arguments.names);
+  watch->callback([&] {
+    unit::BlockStopSignals();
+    result = unit::WatchParameters(arguments.names, [](auto time) { return !unit::StopRequested(time); });
+  });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app("The display unit around the application: its services, database, bus and front panel.", "unit");
+  app.set_version_flag("--version", std::string("unit ") + ORVIK_VERSION);
+  app.require_subcommand(1);
+  int result = 0;
+  unsigned seconds = 0;
+  RunArguments_t run;
+  DatabaseArguments_t database;
+  AddRun(app, run, seconds)->callback([&] { result = CarryRun(run, seconds); });
+  app.add_subcommand("status", "Show what runs here and how it is")->callback([&] {
+    result = unit::ShowStatus();
+  });
+  AddDatabase(app, database, result);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : CALLED_WRONGLY;
+  } catch (const std::exception& error) {
+    std::cerr << "unit: " << error.what() << '\n';
+    return 1;
+  }
+  return result;
+}

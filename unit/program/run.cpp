@@ -1,0 +1,218 @@
+#include "program/run.h"
+
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <ranges>
+#include <stdexcept>
+
+#include "platform/paths.h"
+
+#include "board/board_service.h"
+#include "database/database_service.h"
+#include "health/health_publisher.h"
+#include "j1939/j1939_service.h"
+#include "notify/notify_service.h"
+#include "panel/panel_service.h"
+#include "program/run_folder.h"
+#include "program/run_lock.h"
+#include "program/stop_signals.h"
+#include "program/supervisor.h"
+#include "screen/screen_service.h"
+
+namespace unit {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::steady_clock;
+
+constexpr auto STEP = 100ms;
+// The application goes to its splash page first and gives its threads up to five seconds.
+constexpr auto ORVIK_STOP_TIME = 6s;
+constexpr auto HOST_STOP_TIME = 2s;
+
+struct Part_t {
+  const char* name;
+  std::unique_ptr<Service> (*make)(const Options_t& options);
+};
+constexpr std::array<Part_t, 6> SERVICES = {{{"notify", MakeNotifyService},
+                                             {"database", MakeDatabaseService},
+                                             {"board", MakeBoardService},
+                                             {"j1939", MakeJ1939Service},
+                                             {"screen", MakeScreenService},
+                                             {"panel", MakePanelService}}};
+
+std::string ReadAddress(const char* file) {
+  std::ifstream stream(platform::RuntimeDirectory() + "/" + file);
+  std::string address;
+  std::getline(stream, address);
+  return address;
+}
+
+// Asked for while the services start.
+struct Stopped {};
+
+class UnitRun {
+ public:
+  explicit UnitRun(const RunPlan_t& plan) : plan_(plan) {}
+  ~UnitRun() { StopAll(); }
+  UnitRun(const UnitRun&) = delete;
+  UnitRun& operator=(const UnitRun&) = delete;
+
+  void Start();
+  void WaitForTheEnd();
+  std::string TakeSnapshot() const;
+  void StopAll();
+
+ private:
+  struct Running_t {
+    std::string name;
+    std::unique_ptr<Service> service;
+  };
+
+  bool Wants(const std::string& part) const { return plan_.parts.contains(part); }
+  void TakeLocks();
+  void StartService(const Part_t& part);
+  void StartPrograms();
+  std::vector<Status_t> Statuses() const;
+  void ShowCounters() const;
+
+  const RunPlan_t& plan_;
+  std::vector<RunLock> locks_;
+  std::vector<Running_t> services_;
+  Supervisor supervisor_;
+  std::unique_ptr<HealthPublisher> health_;
+};
+
+void UnitRun::Start() {
+  TakeLocks();
+  PrepareRoot(plan_.options.configDirectory);
+  for (const Part_t& part : SERVICES) {
+    if (Wants(part.name)) StartService(part);
+  }
+  health_ = std::make_unique<HealthPublisher>([this] { return Statuses(); });
+  StartPrograms();
+  if (Wants("panel")) std::cout << "unit: panel at http://" << ReadAddress("http.address") << "/" << std::endl;
+}
+
+void UnitRun::TakeLocks() {
+  for (const std::string& part : PartNames()) {
+    if (Wants(part)) locks_.emplace_back(part);
+  }
+}
+
+void UnitRun::StartService(const Part_t& part) {
+  if (StopRequested(0ms)) throw Stopped();
+  std::unique_ptr<Service> service = part.make(plan_.options);
+  try {
+    service->Start();
+  } catch (const std::exception& error) {
+    throw std::runtime_error(std::string(part.name) + ": " + error.what());
+  }
+  services_.push_back({part.name, std::move(service)});
+  std::cout << "unit: " << part.name << " is up";
+  if (services_.back().name == "j1939") {
+    const std::string address = ReadAddress("socketcand.address");
+    std::cout << ", bus " << plan_.options.bus;
+    if (plan_.options.bus == "local" && !address.empty()) std::cout << " (socketcand at " << address << ")";
+  }
+  std::cout << std::endl;
+}
+
+void UnitRun::StartPrograms() {
+  if (StopRequested(0ms)) throw Stopped();
+  if (Wants("orvik")) {
+    supervisor_.Start({.name = "orvik",
+                       .arguments = {FindProgram("orvik"), plan_.options.genericFile},
+                       .stopSignal = SIGUSR1,
+                       .stopTime = ORVIK_STOP_TIME,
+                       .endIsFailure = true});
+  }
+  if (Wants("hx7") && !plan_.playFile.empty()) {
+    std::vector<std::string> arguments = {FindProgram("hx7"), "play", plan_.playFile};
+    if (plan_.loop) arguments.emplace_back("--loop");
+    supervisor_.Start({.name = "hx7",
+                       .arguments = std::move(arguments),
+                       .stopSignal = SIGTERM,
+                       .stopTime = HOST_STOP_TIME,
+                       .endIsFailure = false});
+  }
+  supervisor_.Step();
+}
+
+std::vector<Status_t> UnitRun::Statuses() const {
+  std::vector<Status_t> statuses = supervisor_.Statuses();
+  for (const Running_t& running : services_) statuses.push_back(running.service->GetStatus());
+  return statuses;
+}
+
+void UnitRun::WaitForTheEnd() {
+  const auto end = steady_clock::now() + std::chrono::seconds(plan_.seconds.value_or(0));
+  while (!StopRequested(STEP)) {
+    supervisor_.Step();
+    if (plan_.seconds && steady_clock::now() >= end) return;
+  }
+}
+
+std::string UnitRun::TakeSnapshot() const {
+  if (plan_.snapshotFile.empty()) return {};
+  const std::string problem = SaveSnapshot(plan_.snapshotFile);
+  if (problem.empty()) std::cout << "unit: picture written to " << plan_.snapshotFile << std::endl;
+  return problem;
+}
+
+// The programs first, the host before the application; then the services, the last started first.
+void UnitRun::StopAll() {
+  if (locks_.empty()) return;
+  supervisor_.Stop();
+  health_.reset();
+  if (plan_.verbose) ShowCounters();
+  for (const Running_t& running : std::views::reverse(services_)) running.service->Stop();
+  while (!services_.empty()) services_.pop_back();
+  locks_.clear();
+  platform::RemoveRuntimeLeftovers();
+  std::cout << "unit: stopped" << std::endl;
+}
+
+void UnitRun::ShowCounters() const {
+  for (const Status_t& status : Statuses()) {
+    std::cout << "unit: " << status.name << ":";
+    for (const auto& [name, value] : status.counters) std::cout << ' ' << name << '=' << value;
+    std::cout << '\n';
+  }
+}
+
+}  // namespace
+
+const std::vector<std::string>& PartNames() {
+  static const std::vector<std::string> NAMES = {"notify", "database", "board", "j1939",
+                                                 "screen", "panel",    "orvik", "hx7"};
+  return NAMES;
+}
+
+int Run(const RunPlan_t& plan) {
+  if (platform::RuntimeDirectory().empty()) {
+    std::cerr
+        << "unit run: the runtime directory cannot be made; set ORVIK_RUNTIME_DIR to a folder of your own.\n";
+    return 1;
+  }
+  try {
+    UnitRun run(plan);
+    run.Start();
+    run.WaitForTheEnd();
+    const std::string problem = run.TakeSnapshot();
+    run.StopAll();
+    if (problem.empty()) return 0;
+    std::cerr << "unit run: no picture: " << problem << std::endl;
+  } catch (const Stopped&) {
+    return 0;
+  } catch (const std::exception& error) {
+    std::cerr << "unit run: " << error.what() << std::endl;
+  }
+  return 1;
+}
+
+}  // namespace unit

@@ -1,0 +1,29 @@
+// `unit run`: the unit's services in this process and the application beside it.
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "service.h"
+
+namespace unit {
+
+// In the order of starting: the services of this process, then the programs "orvik" and "hx7".
+const std::vector<std::string>& PartNames();
+
+struct RunPlan_t {
+  Options_t options;
+  std::set<std::string> parts;  // which of PartNames() to run
+  std::string playFile;         // a bus log for hx7 to play; empty: none
+  bool loop = false;
+  std::string snapshotFile;
+  std::optional<unsigned> seconds;  // until it stops by itself
+  bool verbose = false;
+};
+
+// Runs until a stop is asked for. BlockStopSignals has been called. Returns the program's exit status.
+int Run(const RunPlan_t& plan);
+
+}  // namespace unit

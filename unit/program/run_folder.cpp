@@ -1,0 +1,70 @@
+#include "program/run_folder.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <vector>
+
+#include "platform/paths.h"
+
+namespace unit {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* DATE_PROGRAM = "fs/etfs/app/orvik/bin/date";
+constexpr const char* RESOURCE_PROGRAMS = "fs/etfs/resources/bin";
+
+bool IsConfig(const fs::path& folder) {
+  std::error_code ignored;
+  return fs::is_directory(folder, ignored);
+}
+
+}  // namespace
+
+std::string ProgramFolder() {
+  return fs::read_symlink("/proc/self/exe").parent_path();
+}
+
+std::string FindConfig(const std::string& given) {
+  const char* environment = std::getenv("ORVIK_CONFIG");
+  if (!given.empty() || (environment != nullptr && *environment != '\0')) {
+    const std::string folder = given.empty() ? environment : given;
+    if (IsConfig(folder)) return folder;
+    throw std::runtime_error("there is no folder " + folder + "; name the configuration with --config DIR");
+  }
+  for (const fs::path& folder : {fs::path(ProgramFolder()) / ORVIK_CONFIG_FROM_BIN, fs::path("config")}) {
+    if (IsConfig(folder)) return fs::canonical(folder);
+  }
+  throw std::runtime_error("no configuration found; name its folder with --config DIR or in ORVIK_CONFIG");
+}
+
+std::string FindProgram(const std::string& name) {
+  const fs::path program = fs::path(ProgramFolder()) / name;
+  if (fs::exists(program)) return program;
+  throw std::runtime_error("there is no program " + program.string() +
+                           "; build it, or leave it out with --without " + name);
+}
+
+std::string PrepareRoot(const std::string& configDirectory) {
+  const fs::path root = fs::path(platform::RuntimeDirectory()) / "root";
+  const fs::path date = root / DATE_PROGRAM;
+  try {
+    const fs::path original = fs::path(configDirectory) / "root";
+    fs::create_directories(root);
+    if (fs::is_directory(original)) {
+      fs::copy(original, root, fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+    }
+    fs::create_directories(date.parent_path());
+    fs::create_directories(root / RESOURCE_PROGRAMS);
+    if (!fs::exists(date)) std::ofstream(date) << "#!/bin/sh\nexec date \"$@\"\n";
+    fs::permissions(date, fs::perms::owner_all);
+  } catch (const fs::filesystem_error& error) {
+    throw std::runtime_error(std::string("cannot prepare the unit's files: ") + error.what());
+  }
+  setenv("ORVIK_ROOT", root.c_str(), 1);
+  return root;
+}
+
+}  // namespace unit

@@ -1,0 +1,23 @@
+// Where a run finds its configuration, its programs and the unit's own files.
+#pragma once
+
+#include <string>
+
+namespace unit {
+
+// The folder of this executable.
+std::string ProgramFolder();
+
+// The configuration: `given` where it is not empty, else $ORVIK_CONFIG, else the repository's where this
+// executable stands in one of its build folders, else ./config. Throws std::runtime_error when it is not there.
+std::string FindConfig(const std::string& given);
+
+// A program beside this one: "orvik". Throws std::runtime_error when it is not there.
+std::string FindProgram(const std::string& name);
+
+// Makes $RUNTIME/root, in which the unit's absolute paths are looked up: the configuration's root/ with what
+// the application expects beside it. Returns its path; sets ORVIK_ROOT for this process and its children.
+// Throws std::runtime_error.
+std::string PrepareRoot(const std::string& configDirectory);
+
+}  // namespace unit

@@ -1,0 +1,63 @@
+#include "program/status_command.h"
+
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <string>
+
+#include <httplib.h>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/paths.h"
+
+namespace unit {
+namespace {
+
+constexpr int TIMEOUT_S = 3;
+constexpr int HTTP_OK = 200;
+
+void ShowEntry(const nlohmann::json& entry) {
+  const std::string name = entry.value("name", "?");
+  const std::string detail = entry.value("detail", "");
+  std::printf("%-20s %-5s %s\n", name.c_str(), entry.value("up", false) ? "up" : "DOWN", detail.c_str());
+}
+
+// The entries stand in an array, or in arrays that are members of an object.
+void ShowEntries(const nlohmann::json& json) {
+  for (const auto& item : json) {
+    if (item.is_object() && item.contains("name") && item.contains("up")) {
+      ShowEntry(item);
+    } else if (item.is_structured()) {
+      ShowEntries(item);
+    }
+  }
+}
+
+int SayNothingRuns(const std::string& directory) {
+  std::cout << "unit: nothing runs in " << directory << ". Start it with \"unit run\".\n";
+  return 1;
+}
+
+}  // namespace
+
+int ShowStatus() {
+  const std::string directory = platform::RuntimeDirectory();
+  std::ifstream file(directory + "/http.address");
+  std::string address;
+  if (!std::getline(file, address)) return SayNothingRuns(directory);
+  httplib::Client client("http://" + address);
+  client.set_connection_timeout(TIMEOUT_S);
+  client.set_read_timeout(TIMEOUT_S);
+  const httplib::Result result = client.Get("/api/health");
+  if (!result) return SayNothingRuns(directory);
+  const nlohmann::json json = nlohmann::json::parse(result->body, nullptr, false);
+  if (json.is_discarded()) {
+    std::cerr << "unit status: http://" << address << "/api/health does not answer as a front panel does.\n";
+    return 1;
+  }
+  ShowEntries(json);
+  return result->status == HTTP_OK ? 0 : 1;
+}
+
+}  // namespace unit

@@ -1,0 +1,38 @@
+#include "program/stop_signals.h"
+
+#include <csignal>
+#include <ctime>
+
+namespace unit {
+namespace {
+
+sigset_t StopSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) sigaddset(&signals, signal);
+  return signals;
+}
+
+}  // namespace
+
+void BlockStopSignals() {
+  const sigset_t signals = StopSignals();
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+void UnblockStopSignals() {
+  sigset_t none;
+  sigemptyset(&none);
+  pthread_sigmask(SIG_SETMASK, &none, nullptr);
+  std::signal(SIGPIPE, SIG_DFL);
+}
+
+bool StopRequested(std::chrono::milliseconds time) {
+  const sigset_t signals = StopSignals();
+  const std::timespec wait{.tv_sec = time.count() / 1000, .tv_nsec = time.count() % 1000 * 1'000'000};
+  const int signal = sigtimedwait(&signals, nullptr, &wait);
+  return signal > 0 && signal != SIGCHLD;
+}
+
+}  // namespace unit

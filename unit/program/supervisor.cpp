@@ -1,0 +1,105 @@
+#include "program/supervisor.h"
+
+#include <algorithm>
+#include <csignal>
+#include <iostream>
+#include <ranges>
+
+#include "program/stop_signals.h"
+
+namespace unit {
+
+using std::chrono::steady_clock;
+
+void Supervisor::Start(const Program_t& program) {
+  Run_t run;
+  run.program = program;
+  Launch(run);
+  const std::lock_guard lock(mutex_);
+  runs_.push_back(std::move(run));
+}
+
+void Supervisor::Launch(Run_t& run) {
+  run.child = std::make_unique<Child>(run.program.name, run.program.arguments, pump_);
+  run.started = steady_clock::now();
+  run.startAgain.reset();
+}
+
+void Supervisor::Step() {
+  const steady_clock::time_point now = steady_clock::now();
+  for (Run_t& run : runs_) {
+    if (run.child) {
+      if (const auto ending = run.child->TryReap()) {
+        TakeEnding(run, *ending);
+      } else if (!run.up) {
+        Note(run, true, "process " + std::to_string(run.child->Process()));
+      }
+    } else if (run.startAgain && now >= *run.startAgain) {
+      try {
+        Launch(run);
+      } catch (const std::exception& error) {
+        std::cerr << "unit: " << error.what() << std::endl;
+        run.startAgain = now + run.delay;
+      }
+    }
+  }
+}
+
+void Supervisor::TakeEnding(Run_t& run, const Ending_t& ending) {
+  const steady_clock::time_point now = steady_clock::now();
+  run.child.reset();
+  if (ending.IsSuccess()) {
+    std::cout << "unit: " << run.program.name << " has come to its end" << std::endl;
+    return Note(run, !run.program.endIsFailure, "has come to its end");
+  }
+  if (now - run.started >= STEADY_AFTER) run.delay = FIRST_DELAY;
+  run.startAgain = now + run.delay;
+  std::cerr << "unit: " << run.program.name << " " << ending.Describe() << "; starting it again in "
+            << run.delay.count() << " s" << std::endl;
+  Note(run, false, ending.Describe());
+  run.delay = std::min(run.delay * 2, LONGEST_DELAY);
+}
+
+void Supervisor::Stop() {
+  for (Run_t& run : std::views::reverse(runs_)) StopOne(run);
+  const std::lock_guard lock(mutex_);
+  runs_.clear();
+}
+
+void Supervisor::StopOne(Run_t& run) {
+  if (!run.child || run.child->TryReap()) return;
+  run.child->Signal(run.program.stopSignal);
+  if (WaitForEnd(*run.child, run.program.stopTime)) return;
+  std::cerr << "unit: " << run.program.name << " did not stop by itself; terminating it" << std::endl;
+  run.child->Signal(SIGTERM);
+  if (WaitForEnd(*run.child, TERMINATE_TIME)) return;
+  std::cerr << "unit: " << run.program.name << " does not react; killing it" << std::endl;
+  run.child.reset();
+}
+
+// Until the child has ended or the user has lost patience. True when it has ended.
+bool Supervisor::WaitForEnd(Child& child, std::chrono::milliseconds time) {
+  const auto deadline = steady_clock::now() + time;
+  while (!child.TryReap()) {
+    if (steady_clock::now() >= deadline || StopRequested(std::chrono::milliseconds(20))) break;
+  }
+  return child.TryReap().has_value();
+}
+
+void Supervisor::Note(Run_t& run, bool up, const std::string& detail) {
+  const std::lock_guard lock(mutex_);
+  run.ends += run.up && !up ? 1 : 0;
+  run.up = up;
+  run.detail = detail;
+}
+
+std::vector<Status_t> Supervisor::Statuses() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<Status_t> statuses;
+  for (const Run_t& run : runs_) {
+    statuses.push_back({run.program.name, run.up, run.detail, {{"ends", run.ends}}});
+  }
+  return statuses;
+}
+
+}  // namespace unit

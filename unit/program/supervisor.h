@@ -1,0 +1,67 @@
+// Keeps the child programs running: starts them, starts again what dies, and stops them in order.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "program/child.h"
+#include "program/lines.h"
+#include "service.h"
+
+namespace unit {
+
+// What to run and how to stop it.
+struct Program_t {
+  std::string name;                    // "orvik"
+  std::vector<std::string> arguments;  // the executable's path first
+  int stopSignal;
+  std::chrono::milliseconds stopTime;  // after which SIGTERM, then SIGKILL, follow
+  bool endIsFailure;                   // an end with status 0 leaves something missing
+};
+
+// All calls but Statuses come from the thread that made the object.
+class Supervisor {
+ public:
+  static constexpr std::chrono::seconds FIRST_DELAY{1};
+  static constexpr std::chrono::seconds LONGEST_DELAY{10};
+  static constexpr std::chrono::seconds STEADY_AFTER{30};  // a run of this length counts as a good start
+  static constexpr std::chrono::seconds TERMINATE_TIME{2};
+
+  // Starts a program. They are stopped in the reverse order. Throws std::runtime_error.
+  void Start(const Program_t& program);
+  // Looks after the children; called whenever one may have ended, and ten times a second.
+  void Step();
+  // Stops all. A further request to stop while it waits makes it go on to the next, harsher signal at once.
+  void Stop();
+  // "orvik" and "hx7" as services. Any thread.
+  std::vector<Status_t> Statuses() const;
+
+ private:
+  using time_t = std::chrono::steady_clock::time_point;
+  struct Run_t {
+    Program_t program;
+    std::unique_ptr<Child> child;  // null while it does not run
+    time_t started;
+    std::chrono::seconds delay{FIRST_DELAY};
+    std::optional<time_t> startAgain;
+    std::uint64_t ends = 0;
+    std::string detail;
+    bool up = false;
+  };
+
+  void Launch(Run_t& run);
+  void TakeEnding(Run_t& run, const Ending_t& ending);
+  static bool WaitForEnd(Child& child, std::chrono::milliseconds time);
+  void StopOne(Run_t& run);
+  void Note(Run_t& run, bool up, const std::string& detail);
+
+  LinePump pump_;
+  mutable std::mutex mutex_;  // guards the list, and what Statuses reads of its entries
+  std::vector<Run_t> runs_;
+};
+
+}  // namespace unit
