@@ -1,6 +1,4 @@
 // What the beeper does in each state, and the commands that reach its device.
-#include <fcntl.h>
-
 #include "platform/board_state.h"
 
 #include "devio/backlight.h"
@@ -87,32 +85,6 @@ TEST_F(BeeperTest, AnUnknownTypeIsReportedAndChangesNothing) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "Orvik: SetBeeper ERROR!  Unknown type 4\nOrvik: SetBeeper ERROR!  Unknown type -1\n");
   EXPECT_EQ(Step(), "on 200 off 200 ");
-}
-
-// The words of the board that the thread and the device commands are to bring to a value.
-bool BecomesEqual(const std::function<double()>& read, double value) {
-  for (int i = 0; i < 2000 && read() != value; ++i) usleep(5000);
-  return read() == value;
-}
-
-TEST_F(BeeperTest, TheThreadDrivesTheBoardUntilItIsStopped) {
-  const platform::BoardMapping board(platform::BoardMapping::Role::kOwner);
-  ASSERT_NE(board.Get(), nullptr);
-  const auto sounding = [&board] { return board.Get()->beeperValue.load() == 0x3F800000 ? 1.0 : 0.0; };
-  testing::internal::CaptureStdout();
-  ASSERT_EQ(Init_DIO(&record), 0);
-  EXPECT_TRUE(BecomesEqual([this] { return record.dioReady; }, 1));
-  record.running = 1;
-  EXPECT_TRUE(BecomesEqual([] { return Value(BEEP_IMAGE); }, 0.0));
-  SetBeeperDuration(&record, 255);
-  EXPECT_TRUE(BecomesEqual(sounding, 1.0));
-  SetBeeperDuration(&record, 254);  // the stop does not wait for the 2.54 s to pass
-  record.dioExit = 1;
-  EXPECT_TRUE(BecomesEqual([this] { return record.dioReady; }, 0));
-  EXPECT_EQ(sounding(), 0.0);
-  EXPECT_EQ(
-      testing::internal::GetCapturedStdout(),
-      "Digital I/O device opended\nOrvik: Digital_IO initialization complete\nOrvik: DigitalIO thread EXIT\n");
 }
 
 TEST_F(BeeperTest, TheBacklightIsAPercentage) {
