@@ -16,12 +16,14 @@ namespace bus {
 namespace {
 
 constexpr int kConnectTimeout_ms = 2000;  // to connect, and again for the greeting
+constexpr int kPartingTimeout_ms = 500;
 constexpr std::size_t kReadBytes = 16384;
 
 class SocketcandEndpoint : public Endpoint {
  public:
   SocketcandEndpoint(Descriptor socket, std::string address)
       : socket_(std::move(socket)), address_(std::move(address)) {}
+  ~SocketcandEndpoint() override;
   void Greet();
   Result Send(const frame_t& frame, int timeout_ms) override { return SendAll({&frame, 1}, timeout_ms); }
   Result SendAll(std::span<const frame_t> frames, int timeout_ms) override;
@@ -39,11 +41,26 @@ class SocketcandEndpoint : public Endpoint {
   Descriptor socket_;
   const std::string address_;
   std::string unsent_;           // sending thread: what the server has not taken yet
+  bool hasSent_ = false;         // sending thread
   SocketcandSplitter splitter_;  // receiving thread
   std::string message_;          // receiving thread
   Waker waker_;
   ProblemText problem_;
 };
+
+// A connection that is closed while bytes wait to be read is reset, and what was sent last may be lost with it.
+// So this says that nothing more will come, and reads until the server has read all and closed its side.
+SocketcandEndpoint::~SocketcandEndpoint() {
+  if (!hasSent_ || problem_.Any()) return;
+  const Deadline deadline(kPartingTimeout_ms);
+  if (Flush(deadline) != Result::kOk) return;
+  ::shutdown(socket_.Get(), SHUT_WR);
+  std::string message;
+  while (ReadMore(deadline) != Result::kDown && deadline.Left_ms() > 0) {
+    while (splitter_.Next(message)) {
+    }
+  }
+}
 
 Endpoint::Result SocketcandEndpoint::Down(const std::string& what) {
   problem_.Set(address_ + ": " + what);
@@ -71,6 +88,7 @@ Endpoint::Result SocketcandEndpoint::SendAll(std::span<const frame_t> frames, in
   const Deadline deadline(timeout_ms);
   Result result = Flush(deadline);
   if (result != Result::kOk) return result;
+  hasSent_ = true;
   for (const frame_t& frame : frames) unsent_ += FormatSocketcandSend(frame);
   const std::size_t whole = unsent_.size();
   result = Flush(deadline);

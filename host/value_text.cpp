@@ -57,11 +57,15 @@ std::optional<double> AnyNumber(std::string_view text) {
   return value;
 }
 
-std::string Shortest(double value) {
+// The shortest text that gives the same float again. Scaling costs a float's last digit, so a scaled value gets
+// the seven digits that are sure.
+std::string FloatText(const field_t& field, double value) {
+  constexpr int kSureDigits = 7;
   std::array<char, 64> text{};
-  const auto single = static_cast<float>(value);
+  char* const end = text.data() + text.size();
   const auto [stop, error] =
-      std::to_chars(text.data(), text.data() + text.size(), single, std::chars_format::fixed);
+      field.scale == 1.0 ? std::to_chars(text.data(), end, static_cast<float>(value), std::chars_format::fixed)
+                         : std::to_chars(text.data(), end, value, std::chars_format::general, kSureDigits);
   return error == std::errc() ? std::string(text.data(), stop) : std::to_string(value);
 }
 
@@ -141,7 +145,7 @@ std::string FormatValue(const field_t& field, double value) {
       text += (text.empty() ? "" : ",") + lamp;
     return text.empty() ? "none" : text;
   }
-  if (field.type == FieldType::kFloatBe) return Shortest(value);
+  if (field.type == FieldType::kFloatBe) return FloatText(field, value);
   const auto number = static_cast<int>(value);
   const std::string_view name = NameOf(field.names, static_cast<unsigned>(number));
   return name.empty() ? std::to_string(number) : std::string(name);

@@ -84,6 +84,22 @@ TEST(SocketcandEndpoint, InterruptEndsAWaitForEver) {
   waker.join();
 }
 
+// Closing a connection with unread bytes resets it, which can cost what was sent last.
+TEST(SocketcandEndpoint, LosesNothingThatItSentWhenItLeavesWithMuchUnread) {
+  SocketcandDesk desk;
+  std::string chatter;
+  for (int i = 0; i < 500; ++i) chatter += "< frame 123 1.000000 0011223344556677 >";
+  for (std::size_t round = 1; round <= 20; ++round) {
+    {
+      const auto endpoint = bus::OpenEndpoint(desk.Bus());
+      desk.WaitForClients(round);
+      desk.SendText(chatter);
+      for (int i = 0; i < 10; ++i) ASSERT_EQ(endpoint->Send(kKeyRequest, 1000), Result::kOk);
+    }
+    ASSERT_EQ(desk.WaitForFrames(10 * round).size(), 10 * round);
+  }
+}
+
 TEST(SocketcandEndpoint, HandsOutWhatCameBeforeTheServerWentAndThenStaysDown) {
   SocketcandDesk desk;
   const auto endpoint = bus::OpenEndpoint(desk.Bus());

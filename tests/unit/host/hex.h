@@ -1,0 +1,26 @@
+// Bytes as a person writes them down: "00 01 06".
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <span>
+#include <sstream>
+#include <string>
+#include <vector>
+
+inline std::vector<std::uint8_t> FromHex(const std::string& text) {
+  std::vector<std::uint8_t> bytes;
+  std::istringstream in(text);
+  for (unsigned byte = 0; in >> std::hex >> byte;) bytes.push_back(static_cast<std::uint8_t>(byte));
+  return bytes;
+}
+
+inline std::string ToHex(std::span<const std::uint8_t> bytes) {
+  std::string text;
+  for (const std::uint8_t byte : bytes) {
+    char digits[4];
+    std::snprintf(digits, sizeof digits, "%02X", byte);
+    text += (text.empty() ? "" : " ") + std::string(digits);
+  }
+  return text;
+}

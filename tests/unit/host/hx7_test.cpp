@@ -1,0 +1,219 @@
+// The program itself on a real TCP connection.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/unit/bus/socketcand_desk.h"
+#include "tests/unit/host/hex.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+std::string ReadFile(const std::filesystem::path& path) {
+  std::ostringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
+}
+
+// One run of hx7 in a folder of its own.
+class Hx7 : public testing::Test {
+ protected:
+  struct result_t {
+    int status;
+    std::string out;
+    std::string err;
+  };
+
+  Hx7() {
+    std::string pattern = std::filesystem::temp_directory_path() / "hx7-test-XXXXXX";
+    folder_ = ::mkdtemp(pattern.data());
+    ::setenv("ORVIK_RUNTIME_DIR", folder_.c_str(), 1);
+    ::setenv("TZ", "UTC", 1);
+  }
+  ~Hx7() override { std::filesystem::remove_all(folder_); }
+
+  pid_t Start(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), HX7_PROGRAM);
+    std::vector<char*> argv;
+    for (std::string& argument : arguments) argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    const pid_t child = ::fork();
+    if (child != 0) return child;
+    for (const auto& [name, fd] : {std::pair("out", 1), std::pair("err", 2)}) {
+      ::dup2(::open((folder_ / name).c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600), fd);
+    }
+    ::execv(argv[0], argv.data());
+    ::_exit(127);
+  }
+  result_t Finish(pid_t child) const {
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(folder_ / "out"), ReadFile(folder_ / "err")};
+  }
+  result_t Run(const std::vector<std::string>& arguments) const { return Finish(Start(arguments)); }
+  std::string WriteLog(const std::string& text) const {
+    std::ofstream(folder_ / "bus.log") << text;
+    return folder_ / "bus.log";
+  }
+
+  std::filesystem::path folder_;
+};
+
+std::vector<std::string> Data(const std::vector<bus::frame_t>& frames) {
+  std::vector<std::string> data;
+  for (const bus::frame_t& frame : frames) data.push_back(ToHex(frame.Bytes()));
+  return data;
+}
+
+TEST_F(Hx7, SendRemembersTheOperatingValuesOfTheCallBefore) {
+  SocketcandDesk desk;
+  EXPECT_EQ(Run({"send", "--bus", desk.Bus(), "load=12300", "parts-of-line=4"}).status, 0);
+  EXPECT_EQ(Run({"send", "--bus", desk.Bus(), "radius=35.5"}).status, 0);
+  EXPECT_EQ(Run({"send", "--bus", desk.Bus(), "--neutral", "operating-values"}).status, 0);
+  const auto frames = Data(desk.WaitForFrames(18));
+  ASSERT_EQ(frames.size(), 18U);
+  EXPECT_EQ(frames[1], "01 46 40 30 00 00 00 00");
+  EXPECT_EQ(frames[7], "01 46 40 30 00 42 0E 00");
+  EXPECT_EQ(frames[9], "03 00 00 00 00 00 00 04");
+  EXPECT_EQ(frames[13], "01 00 00 00 00 00 00 00");
+}
+
+TEST_F(Hx7, SendPrintsTheDisplaysAnswerOrSaysThatThereIsNone) {
+  SocketcandDesk desk([](const bus::frame_t& request) {
+    std::vector<bus::frame_t> answers;
+    if (request.data[3] == 3) {
+      answers = {{.identifier = 0x18FF00D2, .length = 8, .data = {0, 2, 'V', 'i', 's', 't', 'r', 'e'}},
+                 {.identifier = 0x18FF00D2, .length = 8, .data = {1, 'l', ' ', 255, 255, 255, 255, 255}}};
+    }
+    return answers;
+  });
+  const auto answered = Run({"send", "--bus", desk.Bus(), "program-name"});
+  EXPECT_EQ(answered.out, "program-name: \"Vistrel \"\n");
+  EXPECT_EQ(answered.status, 0);
+  const auto silent = Run({"send", "--bus", desk.Bus(), "--timeout", "0.05", "file-id", "units=metric"});
+  EXPECT_EQ(silent.status, 1);
+  EXPECT_THAT(silent.err, HasSubstr("does not answer file-id"));
+  EXPECT_EQ(desk.WaitForFrames(2).size(), 2U);  // nothing is sent behind a request that failed
+}
+
+TEST_F(Hx7, ExitStatusTellsAWrongCallFromAFailure) {
+  const std::pair<std::vector<std::string>, int> cases[] = {{{"--help"}, 0},
+                                                            {{"--version"}, 0},
+                                                            {{"send", "--list"}, 0},
+                                                            {{}, 2},
+                                                            {{"fly"}, 2},
+                                                            {{"send"}, 2},
+                                                            {{"send", "lod=1"}, 2},
+                                                            {{"play", "--speed", "0", "x"}, 1},
+                                                            {{"play", "/no/such/file"}, 1},
+                                                            {{"watch", "/no/such/file"}, 1},
+                                                            {{"watch", "--seconds", "-1"}, 2},
+                                                            {{"send", "--bus", "can0", "load=1"}, 1},
+                                                            {{"record", HX7_PROGRAM}, 2}};
+  for (const auto& [arguments, status] : cases) {
+    const auto result = Run(arguments);
+    EXPECT_EQ(result.status, status) << testing::PrintToString(arguments) << result.err;
+  }
+}
+
+TEST_F(Hx7, PlaysALogInOrderAndSaysWhatItPassedOver) {
+  SocketcandDesk desk;
+  const std::string log = WriteLog(
+      "(10.000000) can0 18FF00D0#0001060000000000\n(10.000500) can0 18FF00D2#0001000000FFFFFF\n"
+      "garbage\n(10.001000) vcan9 123#01\n(10.000000) can0 18FF00D0#000104FF\n");
+  const auto played = Run({"play", "--bus", desk.Bus(), log});
+  EXPECT_EQ(played.status, 0);
+  EXPECT_THAT(played.err, HasSubstr("played 3 frames"));
+  EXPECT_THAT(played.err, HasSubstr("1 frames of the display and 1 lines"));
+  EXPECT_THAT(Data(desk.WaitForFrames(3)), ElementsAre("00 01 06 00 00 00 00 00", "01", "00 01 04 FF"));
+  const auto quiet = Run({"play", "--bus", desk.Bus(), "--all", "--quiet", "--speed", "max", log});
+  EXPECT_EQ(quiet.err, "");
+  EXPECT_EQ(desk.WaitForFrames(7).size(), 7U);
+  EXPECT_EQ(Run({"play", "--bus", desk.Bus(), WriteLog("nothing\n")}).status, 1);
+}
+
+TEST_F(Hx7, PlayStopsAtOnceOnASignalInTheMiddleOfAPause) {
+  SocketcandDesk desk;
+  const std::string log = WriteLog("(1.0) can0 123#\n(3601.0) can0 123#\n");
+  const pid_t child = Start({"play", "--loop", "--bus", desk.Bus(), log});
+  EXPECT_EQ(desk.WaitForFrames(1).size(), 1U);
+  ::kill(child, SIGINT);
+  EXPECT_EQ(Finish(child).status, 0);
+}
+
+TEST_F(Hx7, PlayJoinsABusAgainThatWasLost) {
+  SocketcandDesk desk;
+  const std::string log = WriteLog("(1.0) can0 123#01\n(1.01) can0 123#02\n");
+  const pid_t child = Start({"play", "--loop", "--bus", desk.Bus(), log});
+  desk.WaitForFrames(4);
+  desk.DropClients();
+  desk.WaitForClients(2);
+  const std::size_t before = desk.WaitForFrames(0).size();
+  EXPECT_GT(desk.WaitForFrames(before + 10).size(), before + 9);
+  ::kill(child, SIGTERM);
+  const auto result = Finish(child);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.err, HasSubstr("lost the bus"));
+  EXPECT_THAT(result.err, HasSubstr("joined the bus again"));
+}
+
+TEST_F(Hx7, RecordsWhatWatchThenReadsAsItHappened) {
+  SocketcandDesk desk;
+  const std::string log = folder_ / "new.log";
+  const pid_t record = Start({"record", "--bus", desk.Bus(), log});
+  desk.WaitForClients(1);
+  desk.SendText(
+      "< frame 18FF00D0 1700000000.250000 0001060000000000 >< frame 18FF00D2 1700000000.251000 "
+      "0001001212FFFFFF >");
+  desk.SendText("< frame 123 1700000000.252000 01 >");
+  for (int i = 0; i < 500 && std::filesystem::file_size(log) < 100; ++i)
+    ::usleep(10'000);  // flushed each second
+  ::kill(record, SIGINT);
+  EXPECT_EQ(Finish(record).status, 0);
+  EXPECT_EQ(
+      ReadFile(log),
+      "(1700000000.250000) can0 18FF00D0#0001060000000000\n(1700000000.251000) can0 18FF00D2#0001001212FFFFFF\n"
+      "(1700000000.252000) can0 123#01\n");
+  EXPECT_EQ(Run({"watch", log}).out,
+            "22:13:20.250  host     CMD6      key-state\n"
+            "22:13:20.251  display  reply     key-state: status 0, key info, last-key info\n"
+            "22:13:20.252  other    123       01\n");
+  EXPECT_THAT(Run({"watch", "--json", log}).out,
+              HasSubstr(R"("values":{"status":0,"key":"info","last-key":"info"}})"));
+  EXPECT_EQ(Run({"record", "--bus", desk.Bus(), log}).status, 2);  // it exists
+}
+
+TEST_F(Hx7, WatchesTheLiveBusForAWhile) {
+  SocketcandDesk desk;
+  const pid_t watch = Start({"watch", "--changes", "--seconds", "0.5", "--bus", desk.Bus()});
+  desk.WaitForClients(1);
+  for (int i = 0; i < 3; ++i) desk.SendText("< frame 18FF00D0 1.000000 000104FFFFFFFFFF >");
+  const auto result = Finish(watch);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, "00:00:01.000  host     CMD4      beeper: continuous\n");
+}
+
+// The log that ships: whole, and with everything that it is there to show.
+TEST_F(Hx7, ReadsTheDemonstrationLogWithoutAFault) {
+  const auto result = Run({"watch", "--changes", DEMO_LOG});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.err, HasSubstr("broken: host 0, display 0; stray frames: host 0, display 0; too long: 0"));
+  EXPECT_THAT(result.out, testing::Not(HasSubstr("(!)")));
+  for (const char* part :
+       {"transition: slate-to-main", "led prealarm,", "overload", "a2b", "beeper: continuous",
+        "language: spanish", "language: portuguese", "language: chinese", "language: russian",
+        "language: french", "配重", "УЛОЖЕН", "units: metric", "load 6350 kgs", "swing-mode: f-arc"}) {
+    EXPECT_THAT(result.out, HasSubstr(part));
+  }
+}
+
+}  // namespace

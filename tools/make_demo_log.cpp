@@ -1,0 +1,300 @@
+// Writes the demonstration log: one lift of a mobile crane as its host load computer puts it on the bus, from
+// start-up over approach, lift, overload and two-block to all languages, both units and a lost link. It ends as
+// it begins, so that it can be played in a loop. The same file comes out every time.
+#include <array>
+#include <cmath>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <numbers>
+#include <string>
+#include <vector>
+
+#include "host/encode.h"
+#include "host/operating_values.h"
+#include "host/value_text.h"
+
+namespace {
+
+constexpr std::uint64_t kEpoch_us = 1'700'000'000'000'000;
+constexpr std::uint64_t kFrameTime_us = 560;  // of an extended frame at 250 kbit/s, stuff bits included
+constexpr int kTicksPerSecond = 100;
+constexpr int kValuesEvery = 10;   // ticks: 10 a second
+constexpr int kKeyStateEvery = 5;  // ticks: 20 a second
+constexpr double kEnd_s = 142;
+constexpr double kSilenceBegin_s = 112;
+constexpr double kSilenceEnd_s = 126;
+constexpr double kMetricBegin_s = 104;
+constexpr double kMetricEnd_s = 109;
+
+class DemoLog {
+ public:
+  explicit DemoLog(const std::string& path) : file_(path) {}
+  void At(double seconds) {
+    time_us_ = std::max(time_us_, kEpoch_us + static_cast<std::uint64_t>(std::llround(seconds * 1e6)));
+  }
+  void Put(const host::Message& message) {
+    for (bus::frame_t frame : host::Segment(message)) {
+      frame.time_us = time_us_;
+      time_us_ += kFrameTime_us;
+      file_ << bus::FormatLogLine(frame, "can0") << '\n';
+    }
+  }
+  bool Close() {
+    file_.close();
+    return !file_.fail();
+  }
+
+ private:
+  std::ofstream file_;
+  std::uint64_t time_us_ = kEpoch_us;
+};
+
+// A value over the time of the lift, straight lines between the points.
+struct point_t {
+  double at;
+  double value;
+};
+
+double Along(std::span<const point_t> points, double at) {
+  if (at <= points.front().at) return points.front().value;
+  for (std::size_t i = 1; i < points.size(); ++i) {
+    const point_t& from = points[i - 1];
+    const point_t& to = points[i];
+    if (at <= to.at) return from.value + (to.value - from.value) * (at - from.at) / (to.at - from.at);
+  }
+  return points.back().value;
+}
+
+constexpr double kBoomBase_ft = 35;    // length of the boom drawn in
+constexpr double kPivotOffset_ft = 3;  // from the boom's pivot to the centre of rotation
+constexpr double kHookBlock_lbs = 500;
+
+constexpr point_t kAngle_deg[] = {{10, 5},  {22, 62}, {44, 62},  {54, 48},
+                                  {56, 48}, {62, 60}, {129, 60}, {139, 5}};
+constexpr point_t kExtension_ft[] = {{12, 0}, {25, 45}, {129, 45}, {138, 0}};
+constexpr point_t kSwing_deg[] = {{26, 0}, {33, -75}, {96, -75}, {101, -40}, {129, -40}, {136, 0}};
+constexpr point_t kLoad_lbs[] = {{36, kHookBlock_lbs}, {42, 14000}, {126.5, 14000}, {129, kHookBlock_lbs}};
+// Rated capacity over the radius, boom fully rigged.
+constexpr point_t kCapacity_lbs[] = {{10, 80000}, {15, 61000}, {20, 46500}, {25, 36400},
+                                     {30, 29000}, {35, 23400}, {40, 19100}, {50, 13200},
+                                     {60, 9200},  {70, 6300},  {80, 4000},  {100, 1500}};
+
+constexpr double kTwoBlockBegin_s = 64;
+constexpr double kTwoBlockEnd_s = 69;
+constexpr double kPreAlarm_percent = 90;  // of the rated capacity
+constexpr double kOverload_percent = 100;
+
+double Rounded(double value, double step) {
+  return std::round(value / step) * step;
+}
+
+double Lamps(const std::string& names) {
+  return host::ParseValue(*host::FindField(host::OperatingValuesCommand(), "led"), names);
+}
+
+enum class Alarm { kNone, kPreAlarm, kOverload, kTwoBlock };
+
+struct crane_t {
+  double angle, extension, radius, swing, load, capacity;
+  double Percent() const { return 100 * load / capacity; }
+};
+
+crane_t CraneAt(double at) {
+  crane_t crane{};
+  crane.angle = Rounded(Along(kAngle_deg, at), 0.1);
+  crane.extension = Rounded(Along(kExtension_ft, at), 0.1);
+  crane.swing = Rounded(Along(kSwing_deg, at), 1);
+  crane.load = Rounded(Along(kLoad_lbs, at), 50);
+  const double radians = crane.angle * std::numbers::pi / 180;
+  crane.radius = Rounded((kBoomBase_ft + crane.extension) * std::cos(radians) - kPivotOffset_ft, 0.1);
+  crane.capacity = Rounded(Along(kCapacity_lbs, crane.radius), 100);
+  return crane;
+}
+
+Alarm AlarmOf(const crane_t& crane, double at) {
+  if (at >= kTwoBlockBegin_s && at < kTwoBlockEnd_s) return Alarm::kTwoBlock;
+  if (crane.Percent() >= kOverload_percent) return Alarm::kOverload;
+  return crane.Percent() >= kPreAlarm_percent ? Alarm::kPreAlarm : Alarm::kNone;
+}
+
+struct alarm_signs_t {
+  const char* lamps;
+  double beeper;
+  const char* text;  // on the display and as its flash message
+};
+
+const alarm_signs_t& SignsOf(Alarm alarm) {
+  static constexpr alarm_signs_t kSigns[] = {{"none", 0, nullptr},
+                                             {"prealarm", 20, "NEAR LIMIT"},
+                                             {"prealarm,overload,alarm", 255, "OVERLOAD"},
+                                             {"a2b,alarm", 255, "TWO-BLOCK"}};
+  return kSigns[static_cast<std::size_t>(alarm)];
+}
+
+constexpr std::array<const char*, 10> kTextFields = {"outriggers", "swing-text", "jib",        "aux",
+                                                     "pickpoint",  "winch",      "line4-left", "counterweight",
+                                                     "erected",    "stowed"};
+// By language number, in the order of the fields above. Chinese lines fit 24 columns of full width, the
+// others 40.
+constexpr std::array<std::array<const char*, kTextFields.size()>, 6> kTexts = {{
+    {"OUTRIGGERS EXTENDED", "360°", "NO JIB", "AUX HEAD OFF", "MAIN BOOM", "FRONT WINCH", "4 PARTS OF LINE",
+     "CWT 12,000", "ERECTED", "STOWED"},
+    {"ESTABILIZADORES FUERA", "360°", "SIN PLUMÍN", "CABEZAL AUX. NO", "PLUMA PRINCIPAL", "CABRESTANTE DEL.",
+     "4 RAMALES", "CONTRAPESO 12.000", "MONTADO", "PLEGADO"},
+    {"ESTABILIZADORES FORA", "360°", "SEM JIB", "CABEÇA AUX. NÃO", "LANÇA PRINCIPAL", "GUINCHO DIANTEIRO",
+     "4 PERNAS DE CABO", "CONTRAPESO 12.000", "MONTADO", "RECOLHIDO"},
+    {"支腿全伸", "360°", "无副臂", "无辅助头", "主臂", "前卷扬", "倍率4", "配重12000", "已安装", "已收存"},
+    {"ОПОРЫ ВЫДВИНУТЫ", "360°", "БЕЗ ГУСЬКА", "ВСПОМ. НЕТ", "СТРЕЛА", "ПЕРЕДНЯЯ ЛЕБЁДКА", "КРАТНОСТЬ 4",
+     "ПРОТИВОВЕС 12000", "УСТАНОВЛЕН", "УЛОЖЕН"},
+    {"STABILISATEURS SORTIS", "360°", "SANS FLÉCHETTE", "TÊTE AUX. NON", "FLÈCHE PRINCIPALE", "TREUIL AVANT",
+     "4 BRINS", "CONTREPOIDS 12000", "MONTÉE", "REPLIÉE"},
+}};
+
+host::Message TextsOf(std::size_t language, const char* alarm) {
+  std::vector<host::text_t> texts;
+  for (std::size_t i = 0; i < kTextFields.size(); ++i) {
+    texts.push_back({*host::FindTextField(kTextFields[i]), kTexts[language][i]});
+  }
+  if (alarm != nullptr) {
+    texts.push_back({*host::FindTextField("line4-center"), alarm});
+    texts.push_back({*host::FindTextField("flash-msg"), alarm});
+  }
+  return host::EncodeTexts(texts);
+}
+
+// What happens once, at its time.
+struct action_t {
+  double at;
+  std::function<void(DemoLog&)> act;
+};
+
+action_t Command(double at, const char* name, double value) {
+  return {at, [=](DemoLog& log) { log.Put(host::Encode(name, value)); }};
+}
+
+action_t Request(double at, const char* name) {
+  return {at, [=](DemoLog& log) { log.Put(host::Encode(name)); }};
+}
+
+action_t ValidKeys(double at, const char* keys) {
+  return {at, [=](DemoLog& log) { log.Put(host::EncodeKeyMasks(host::ParseKeyMasks(keys))); }};
+}
+
+// Tires, retracted, half, extended: 0 dark, 1 green, 2 yellow, 3 red.
+action_t Colors(double at, std::array<double, 4> colors) {
+  return {at, [=](DemoLog& log) { log.Put(host::Encode(*host::FindCommand("colors"), colors)); }};
+}
+
+action_t Texts(double at, std::size_t language) {
+  return {at, [=](DemoLog& log) { log.Put(TextsOf(language, nullptr)); }};
+}
+
+void AddStartUp(std::vector<action_t>& actions) {
+  double at = 0.2;
+  for (const char* name : {"program-name", "program-date", "file-id", "lcd-status", "led-brightness"}) {
+    actions.push_back(Request(at, name));
+    at += 0.1;
+  }
+  actions.insert(
+      actions.end(),
+      {Command(0.80, "protocol-version", 1), Command(0.85, "encryption", 1), Command(0.90, "language", 0),
+       Command(0.95, "units", 0), Command(1.00, "display-mode", 1), Command(1.05, "beeper", 0),
+       Command(1.10, "swing-mode", 0), Command(1.15, "erected-icon", 0), Command(1.20, "stowed-icon", 1),
+       Colors(1.25, {1, 0, 0, 1}), ValidKeys(1.30, "all"), Texts(1.40, 0)});
+  // The display shows its first pages for a few seconds and takes no notice until it is on the right one.
+  constexpr double kSlateToMain = 3;
+  for (double again = 1.5; again < 12; again += 1)
+    actions.push_back(Command(again, "transition", kSlateToMain));
+}
+
+void AddLift(std::vector<action_t>& actions) {
+  actions.insert(
+      actions.end(),
+      {Command(26.0, "swing-mode", 1),  // over the front, its arc, the side, all round; then the number again
+       Command(28.5, "swing-mode", 6), Command(30.5, "swing-mode", 3), Command(32.5, "swing-mode", 4),
+       Command(34.0, "swing-mode", 0), Colors(70.0, {3, 1, 0, 0}),  // back onto the tires, and out again
+       Colors(71.5, {2, 0, 2, 0}), Colors(73.0, {1, 0, 0, 1}), Command(73.5, "erected-icon", 1),
+       Command(74.5, "erected-icon", 0)});
+}
+
+void AddLanguages(std::vector<action_t>& actions) {
+  constexpr double kBegin = 76;
+  constexpr double kEach = 4;
+  for (std::size_t i = 1; i <= kTexts.size(); ++i) {
+    const std::size_t language = i % kTexts.size();  // Spanish to French, then English again
+    const double at = kBegin + kEach * static_cast<double>(i - 1);
+    actions.push_back(Command(at, "language", static_cast<double>(language)));
+    actions.push_back(Texts(at + 0.05, language));
+  }
+}
+
+std::vector<action_t> Actions() {
+  std::vector<action_t> actions;
+  AddStartUp(actions);
+  AddLift(actions);
+  AddLanguages(actions);
+  actions.insert(actions.end(), {Command(kMetricBegin_s, "units", 1), Command(kMetricEnd_s, "units", 0),
+                                 Command(kSilenceEnd_s, "language", 0), Command(kSilenceEnd_s, "units", 0),
+                                 Texts(kSilenceEnd_s, 0)});
+  return actions;
+}
+
+host::Message ValuesOf(const crane_t& crane, double at, Alarm alarm) {
+  const bool metric = at >= kMetricBegin_s && at < kMetricEnd_s;
+  const double weight = metric ? 0.45359237 : 1;
+  const double length = metric ? 0.3048 : 1;
+  const bool rigging = at >= 70 && at < 73;
+  host::OperatingValues values;
+  values.Set("capacity", Rounded(crane.capacity * weight, 1));
+  values.Set("load", Rounded(crane.load * weight, 1));
+  values.Set("radius", Rounded(crane.radius * length, 0.1));
+  values.Set("angle", crane.angle);
+  values.Set("extension", Rounded(crane.extension * length, 0.1));
+  values.Set("percent", Rounded(crane.Percent(), 0.1));
+  values.Set("parts-of-line", at < 34 || at >= 131 ? 2 : 4);
+  values.Set("swing", crane.swing);
+  values.Set("piston-pressure", Rounded(400 + crane.load * 0.09, 1));
+  values.Set("rod-pressure", Rounded(120 + crane.load * 0.01, 1));
+  const double lamps = Lamps(SignsOf(alarm).lamps) +
+                       Lamps("boom-mode,pick-main-boom,front-winch,counterweight") +
+                       Lamps(rigging ? "tires,outrigger-retracted,outrigger-half" : "outrigger-extended");
+  values.Set("led", lamps);
+  return values.Encode();
+}
+
+void WriteLift(DemoLog& log) {
+  const std::vector<action_t> actions = Actions();
+  Alarm shown = Alarm::kNone;
+  for (int tick = 0; tick < static_cast<int>(kEnd_s * kTicksPerSecond); ++tick) {
+    const double at = static_cast<double>(tick) / kTicksPerSecond;
+    if (at >= kSilenceBegin_s && at < kSilenceEnd_s) continue;
+    log.At(at);
+    for (const action_t& action : actions) {
+      if (std::lround(action.at * kTicksPerSecond) == tick) action.act(log);
+    }
+    const crane_t crane = CraneAt(at);
+    const Alarm alarm = AlarmOf(crane, at);
+    if (alarm != shown) {
+      log.Put(host::Encode("beeper", SignsOf(alarm).beeper));
+      log.Put(TextsOf(0, SignsOf(alarm).text));
+      shown = alarm;
+    }
+    if (tick % kKeyStateEvery == 0) log.Put(host::Encode("key-state"));
+    if (tick % kValuesEvery == 0) log.Put(ValuesOf(crane, at, alarm));
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::cerr << "Usage: make_demo_log FILE\n";
+    return 2;
+  }
+  DemoLog log(argv[1]);
+  WriteLift(log);
+  if (log.Close()) return 0;
+  std::cerr << "make_demo_log: cannot write " << argv[1] << '\n';
+  return 1;
+}
