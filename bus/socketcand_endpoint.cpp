@@ -16,7 +16,7 @@ namespace bus {
 namespace {
 
 constexpr int kConnectTimeout_ms = 2000;  // to connect, and again for the greeting
-constexpr int kPartingTimeout_ms = 500;
+constexpr int kPartingTimeout_ms = 2000;
 constexpr std::size_t kReadBytes = 16384;
 
 class SocketcandEndpoint : public Endpoint {

@@ -30,6 +30,8 @@ class SocketcandDesk {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const int small = 8192;  // so that a client meets a full connection soon
+    ::setsockopt(listener_, SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
     socklen_t size = sizeof address;
     void* generic = &address;
     ::bind(listener_, static_cast<sockaddr*>(generic), size);
@@ -63,6 +65,8 @@ class SocketcandDesk {
     const std::scoped_lock lock(mutex_);
     for (const auto& [fd, splitter] : clients_) ::send(fd, text.data(), text.size(), MSG_NOSIGNAL);
   }
+  // The server does nothing while this is held.
+  std::unique_lock<std::mutex> Hold() { return std::unique_lock(mutex_); }
   void DropClients() {
     const std::scoped_lock lock(mutex_);
     for (const auto& [fd, splitter] : clients_) ::close(fd);
@@ -92,7 +96,7 @@ class SocketcandDesk {
     ::send(fd, greeting_.data(), greeting_.size(), MSG_NOSIGNAL);
   }
   void Read(int fd) {
-    char bytes[4096];
+    char bytes[65536];
     const ssize_t got = ::recv(fd, bytes, sizeof bytes, MSG_DONTWAIT);
     if (got <= 0) {
       ::close(fd);
