@@ -1,7 +1,7 @@
 #include "compositing/drawing_objects.h"
 
 #include <array>
-#include <cstdio>
+#include <iostream>
 #include <utility>
 #include <vector>
 
@@ -22,8 +22,7 @@ DrawingObject::DrawingObject(const char* className) : layer_(Layer::getCurrentLa
   if (layer_ != nullptr) {
     objectId_ = layer_->addDrawingObj(this);
   } else {
-    std::printf("%s: No current layer - object not added\n", className);
-    std::fflush(stdout);
+    std::cout << std::string(className) + ": No current layer - object not added\n" << std::flush;
   }
 }
 

@@ -5,8 +5,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
-#include <cstring>
+#include <iostream>
 #include <thread>
 
 #include "platform/byte_order.h"
@@ -27,9 +26,8 @@ constexpr std::size_t RoundUpToWord(std::size_t length) {
   return (length + WORD - 1) / WORD * WORD;
 }
 
-void Print(std::FILE* stream, const std::string& line) {
-  std::fputs((line + '\n').c_str(), stream);
-  std::fflush(stream);
+void Print(std::ostream& stream, const std::string& line) {
+  stream << line + '\n' << std::flush;
 }
 
 // A layer that the compositor cannot draw must not go on showing an older picture as if it were the present
@@ -44,19 +42,19 @@ Layer::Layer(int id, LayerType_t type) : id_(id), queue_(QUEUE_SIZE) {
   coid_ = name_open(SERVER_NAME, 0);
   const int error = Announce(CMD_CREATE_LAYER, static_cast<int>(type));
   connected_ = error == 0;
-  if (!connected_) Print(stderr, "compGraphLib: MsgSend Error: " + std::to_string(error));
+  if (!connected_) Print(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(error));
 }
 
 Layer::~Layer() {
   const std::string prefix = "compGraphLib: Layer " + std::to_string(id_);
-  Print(stdout, prefix + " Destroy begin.");
+  Print(std::cout, prefix + " Destroy begin.");
   Layer* self = this;
   currentLayer.compare_exchange_strong(self, nullptr);
   for (const auto& [objectId, object] : objects_) object->layer_ = nullptr;
   const int error = Announce(CMD_DESTROY_LAYER, 0);
-  if (error != 0) Print(stderr, "compGraphLib: MsgSend Error on Layer Destory: " + std::to_string(error));
+  if (error != 0) Print(std::cerr, "compGraphLib: MsgSend Error on Layer Destory: " + std::to_string(error));
   if (coid_ >= 0) name_close(coid_);
-  Print(stdout, prefix + " Destroy completed.");
+  Print(std::cout, prefix + " Destroy completed.");
 }
 
 // Sends one record of its own, beside the queue. Returns 0, or why the compositor did not take it.
@@ -119,9 +117,9 @@ void Layer::SendFrame() {
   const reply_t reply = Send({queue_.data(), used_});
   if (reply.error != 0) {
     connected_ = false;
-    Print(stderr, "compGraphLib: MsgSend Error: " + std::to_string(reply.error));
+    Print(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(reply.error));
   } else if (reply.status != 0) {
-    Print(stdout, "compGraphLib: Draw Error: " + std::to_string(reply.status));
+    Print(std::cout, "compGraphLib: Draw Error: " + std::to_string(reply.status));
     HaltDrawing();
   }
 }
@@ -131,14 +129,14 @@ void Layer::SendFrame() {
 void Layer::Operate(operation_t operation, std::span<const float> arguments) {
   std::array<std::uint8_t, 4 * WORD> bytes{};
   for (std::size_t i = 0; i < arguments.size(); ++i) platform::StoreLeFloat(bytes, i * WORD, arguments[i]);
-  addCommandWithParameters(CMD_OPERATION, operation, 0, static_cast<int>(arguments.size_bytes()), bytes.data(),
-                           nullptr);
+  addCommandWithParameters(CMD_OPERATION, static_cast<int>(operation), 0,
+                           static_cast<int>(arguments.size_bytes()), bytes.data(), nullptr);
 }
 
 void Layer::OperateInt(operation_t operation, int argument) {
   std::array<std::uint8_t, WORD> bytes{};
   platform::StoreLe32(bytes, 0, static_cast<std::uint32_t>(argument));
-  addCommandWithParameters(CMD_OPERATION, operation, 0, bytes.size(), bytes.data(), nullptr);
+  addCommandWithParameters(CMD_OPERATION, static_cast<int>(operation), 0, bytes.size(), bytes.data(), nullptr);
 }
 
 void Layer::glPushAndTranslate(float x, float y, float z) {
@@ -216,7 +214,7 @@ void Layer::addCommand(cmd_t command, int firstArgument, int secondArgument, int
   if (used_ + record > QUEUE_SIZE) return;
   const auto room = std::span(queue_).subspan(used_);
   if (used_ + 2 * record > QUEUE_SIZE) {
-    Print(stdout, "LayerClient: command queue full");
+    Print(std::cout, "LayerClient: command queue full");
     StoreHeader(room, {CMD_END_FRAME, 0, 0, 0});  // not counted in used_: what follows overwrites it
     return;
   }

@@ -4,8 +4,8 @@
 #include <array>
 #include <atomic>
 #include <bit>
-#include <cstdio>
 #include <cstring>
+#include <iostream>
 #include <new>
 
 #include <fcntl.h>
@@ -134,8 +134,10 @@ void StoreValidity(std::uint8_t* slot, const validity_t& validity) {
 // Compared as bytes: a NaN that is written again is no change.
 template <class T>
 bool StoreIfDifferent(std::uint8_t* to, const T& value) {
-  if (std::memcmp(to, &value, sizeof(T)) == 0) return false;
-  Store(to, value);
+  using bytes_t = std::array<std::uint8_t, sizeof(T)>;
+  const auto bytes = std::bit_cast<bytes_t>(value);
+  if (Load<bytes_t>(to) == bytes) return false;
+  Store(to, bytes);
   return true;
 }
 
@@ -176,7 +178,7 @@ void DBSHM::Open() {
   Detach();
   const int fd = platform::OpenSharedObject(OBJECT_NAME, O_RDWR, 0);
   if (fd < 0 || !Map(fd)) {
-    std::fputs("DBSHM_main Open() ERROR, could not open DBSHM.\n", stderr);
+    std::cerr << "DBSHM_main Open() ERROR, could not open DBSHM.\n";
     return;
   }
   // Process 0 would be this one: the owner has not written its own id yet.
@@ -189,7 +191,7 @@ void DBSHM::Init() {
   if (fd < 0) return Open();
   Detach();
   if (ftruncate(fd, OBJECT_SIZE) != 0 || !Map(fd)) {
-    std::fputs("DBSHM_main Init() ERROR, could not create DBSHM.\n", stderr);
+    std::cerr << "DBSHM_main Init() ERROR, could not create DBSHM.\n";
     platform::UnlinkSharedObject(OBJECT_NAME);
     return;
   }

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
+#include <iostream>
 #include <string>
 
 #include <unistd.h>
@@ -44,13 +44,12 @@ bool Exchange(int coid, std::span<std::uint8_t> message, std::size_t bytes) {
 NMClient::NMClient() {
   chid_ = ChannelCreate(0);
   if (chid_ < 0) {
-    std::fputs("NM-Client: Error: Cannot create pulse server\n", stderr);
+    std::cerr << "NM-Client: Error: Cannot create pulse server\n";
     valid_ = false;
   }
   coid_ = name_open(NM_SERVER_NAME, 0);
   if (coid_ < 0) {
-    std::fputs((std::string("NM-Client: Error: Cannot attach to server name=") + NM_SERVER_NAME + "\n").c_str(),
-               stderr);
+    std::cerr << std::string("NM-Client: Error: Cannot attach to server name=") + NM_SERVER_NAME + "\n";
     valid_ = false;
   }
   if (chid_ >= 0) wakeCoid_ = ConnectAttach(0, 0, chid_, _NTO_SIDE_CHANNEL, 0);
@@ -105,7 +104,7 @@ int NMClient::recvMsg(int& channel, char* buf, int maxlen) {
   if (!isValid()) return -1;
   const int rcvid = MsgReceive(chid_, recvBuffer_.data(), recvBuffer_.size(), nullptr);
   if (rcvid != 0) {
-    std::fputs("NM-Client: Error: unexpected rcvid\n", stderr);
+    std::cerr << "NM-Client: Error: unexpected rcvid\n";
     // Nobody sends messages here; one that did must not wait for a reply for ever.
     if (rcvid > 0) MsgError(rcvid, ENOSYS);
     return -1;

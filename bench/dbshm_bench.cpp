@@ -1,0 +1,97 @@
+// What an access of the parameter database costs, beside the same work under the bare lock and under a
+// process-shared, robust, priority-inheriting pthread mutex.
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include <benchmark/benchmark.h>
+#include <pthread.h>
+#include <sys/mman.h>
+
+#include "platform/shared_memory.h"
+
+#include "services/dbshm.h"
+
+namespace {
+
+constexpr unsigned HANDLE = 100;
+
+void BM_Write(benchmark::State& state) {
+  double value = 0;
+  for (auto _ : state) DBSHM::Write(HANDLE, value += state.range(0) != 0 ? 1.0 : 0.0);
+}
+BENCHMARK(BM_Write)->ArgName("changing")->Arg(0)->Arg(1);
+
+void BM_WriteTimed(benchmark::State& state) {
+  for (auto _ : state) DBSHM::Write(HANDLE, 1.0, 1000, true);
+}
+BENCHMARK(BM_WriteTimed);
+
+void BM_Read(benchmark::State& state) {
+  DBSHM::Write(HANDLE, 1.0);
+  double value = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(DBSHM::Read(HANDLE, value));
+    benchmark::DoNotOptimize(value);
+  }
+}
+BENCHMARK(BM_Read);
+
+// Shared memory for one lock and one value.
+template <class Lock>
+struct Shared {
+  Lock lock;
+  double value;
+  static Shared& Map() {
+    void* memory = mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    return *static_cast<Shared*>(memory);
+  }
+  void CompareAndStore(double next) {
+    if (std::memcmp(&value, &next, sizeof next) != 0) std::memcpy(&value, &next, sizeof next);
+    benchmark::ClobberMemory();
+  }
+};
+
+void BM_BareLock(benchmark::State& state) {
+  auto& shared = Shared<platform::shared_lock_t>::Map();
+  platform::InitSharedLock(shared.lock);
+  double value = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(platform::LockShared(shared.lock));
+    shared.CompareAndStore(value += 1.0);
+    platform::UnlockShared(shared.lock);
+  }
+}
+BENCHMARK(BM_BareLock);
+
+void BM_RobustMutex(benchmark::State& state) {
+  auto& shared = Shared<pthread_mutex_t>::Map();
+  pthread_mutexattr_t attributes;
+  pthread_mutexattr_init(&attributes);
+  pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+  pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
+  pthread_mutexattr_setprotocol(&attributes, PTHREAD_PRIO_INHERIT);
+  pthread_mutex_init(&shared.lock, &attributes);
+  double value = 0;
+  for (auto _ : state) {
+    pthread_mutex_lock(&shared.lock);
+    shared.CompareAndStore(value += 1.0);
+    pthread_mutex_unlock(&shared.lock);
+  }
+}
+BENCHMARK(BM_RobustMutex);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::string directory = (std::filesystem::temp_directory_path() / "orvik-bench-XXXXXX").string();
+  if (mkdtemp(directory.data()) == nullptr) return EXIT_FAILURE;
+  setenv("ORVIK_RUNTIME_DIR", directory.c_str(), 1);
+  DBSHM::Init();
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  platform::UnlinkSharedObject(dbshm_layout::OBJECT_NAME);
+  std::filesystem::remove_all(directory);
+  return EXIT_SUCCESS;
+}

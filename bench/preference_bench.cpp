@@ -1,0 +1,59 @@
+// What reading the generic configuration costs, beside a library that builds a tree of it. Both look at every
+// element's name attribute.
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include <benchmark/benchmark.h>
+
+#include <pugixml.hpp>
+
+#include "services/preference_reader.h"
+
+namespace {
+
+std::string LoadDocument() {
+  std::ifstream file(ORVIK_CONFIG_DIRECTORY "/generic.xml");
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+void BM_PreferenceReader(benchmark::State& state) {
+  const std::string document = LoadDocument();
+  std::size_t elements = 0;
+  for (auto _ : state) {
+    std::istringstream stream(document);
+    PREF::Reader reader(stream);
+    reader.beginParsing();
+    for (auto* section = reader.getFirstChild(); section != nullptr; section = reader.getNextSibling()) {
+      for (auto* item = reader.getFirstChild(); item != nullptr; item = reader.getNextSibling()) {
+        benchmark::DoNotOptimize(item->getAttributeString("name"));
+        ++elements;
+      }
+    }
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(elements));
+}
+BENCHMARK(BM_PreferenceReader);
+
+void BM_Pugixml(benchmark::State& state) {
+  const std::string document = LoadDocument();
+  std::size_t elements = 0;
+  for (auto _ : state) {
+    pugi::xml_document tree;
+    tree.load_buffer(document.data(), document.size());
+    for (const auto section : tree.document_element()) {
+      for (const auto item : section) {
+        benchmark::DoNotOptimize(item.attribute("name").value());
+        ++elements;
+      }
+    }
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(elements));
+}
+BENCHMARK(BM_Pugixml);
+
+}  // namespace
+
+BENCHMARK_MAIN();
