@@ -1,0 +1,32 @@
+// The board's registers as the unit's other services see them.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "platform/board_state.h"
+
+#include "board/keys.h"
+
+namespace unit {
+
+struct board_view_t {
+  bool sounding = false;
+  std::uint32_t pulses = 0;  // times that the beeper began to sound
+  bool backlightEnabled = false;
+  std::uint32_t backlightPeriod = 0, backlightDuty = 0;  // the light is duty / period of its full strength
+  std::uint32_t backlightChanges = 0;
+  std::array<bool, KEY_COUNT> keys{};
+  std::uint32_t outputWrites = 0, outputRefused = 0, pwmRefused = 0;
+
+  bool operator==(const board_view_t&) const = default;
+};
+
+board_view_t ViewBoard(const platform::board_state_t& board);
+
+// {"beeper":{"sounding":false,"pulses":3},"backlight":{"enabled":true,"period":100,"duty":60,"changes":1},
+//  "keys":[false,...],"counters":{"outputWrites":9,"outputRefused":0,"pwmRefused":0}}
+std::string FormatBoard(const board_view_t& view);
+
+}  // namespace unit

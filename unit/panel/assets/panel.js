@@ -1,0 +1,403 @@
+// The front panel: shows the unit's screen as it changes, and presses its keys.
+
+const byId = (id) => document.getElementById(id);
+
+function setChip(id, state, text) {
+  const chip = byId(id);
+  chip.dataset.state = state;
+  chip.lastElementChild.textContent = text;
+}
+
+// --- Screen. It stands in a shadow tree, so that its styles and the page's do not meet.
+
+const SVG = 'http://www.w3.org/2000/svg';
+const FLASH_STYLE = `
+  svg { display: block; width: 100%; height: 100%; }
+  @keyframes flash { 50% { opacity: 0.25; } }
+  [data-flashing="1"] { animation: flash 1s steps(1) infinite; }
+  [data-flashing="2"] { animation: flash 0.5s steps(1) infinite; }
+  @media (prefers-reduced-motion: reduce) { [data-flashing] { animation: none; } }`;
+
+const shadow = byId('screen').attachShadow({ mode: 'open' });
+const screenState = { revision: -1, variables: {} };
+
+function parseSvg(text) {
+  const parsed = new DOMParser().parseFromString(text, 'image/svg+xml').documentElement;
+  return document.importNode(parsed, true);
+}
+
+function showScreen(state) {
+  const style = document.createElement('style');
+  style.textContent = FLASH_STYLE;
+  shadow.replaceChildren(style, parseSvg(state.svg));
+  screenState.revision = state.revision;
+  screenState.variables = state.variables;
+  byId('page').textContent = state.page;
+  byId('screen').setAttribute('aria-label', `The unit's screen, page ${state.title || state.page}`);
+  nameKeys();
+  showLink();
+}
+
+function changeElement(change) {
+  const element = shadow.getElementById(change.id);
+  if (!element) return;
+  for (const [name, value] of Object.entries(change.attributes)) {
+    if (value === null) element.removeAttribute(name);
+    else element.setAttribute(name, value);
+  }
+  if (change.content === undefined) return;
+  element.replaceChildren(...parseSvg(`<svg xmlns="${SVG}">${change.content}</svg>`).childNodes);
+}
+
+function changeScreen(change) {
+  if (change.revision <= screenState.revision) return;
+  if (change.previous !== screenState.revision) return reconnect();
+  screenState.revision = change.revision;
+  change.elements.forEach(changeElement);
+  Object.assign(screenState.variables, change.variables);
+  nameKeys();
+  showLink();
+}
+
+function showLink() {
+  const lamp = screenState.variables.OrvikHX7TimeOutLamp;
+  if (lamp === 1) setChip('link', 'good', 'Host link heard');
+  else if (lamp === 2) setChip('link', 'bad', 'Host link lost');
+  else setChip('link', 'unknown', 'Host link unknown');
+}
+
+// --- Keys
+
+const KEYS = 8;
+const buttons = new Map();
+const held = new Set(); // by this page
+let boardKeys = [];
+const sending = new Map(); // a key's last request, so that its release never overtakes its press
+
+function sendKey(key, down) {
+  const send = () => fetch(`/api/keys/${key}`, {
+    method: 'POST',
+    headers: { 'Content-Type': 'application/json' },
+    body: JSON.stringify({ down }),
+    keepalive: true,
+  }).catch(() => {});
+  sending.set(key, (sending.get(key) ?? Promise.resolve()).then(send));
+}
+
+function setKey(key, down) {
+  if (held.has(key) === down) return;
+  if (down) held.add(key);
+  else held.delete(key);
+  showKey(key);
+  sendKey(key, down);
+}
+
+function showKey(key) {
+  buttons.get(key).setAttribute('aria-pressed', String(held.has(key) || boardKeys[key - 1] === true));
+}
+
+function releaseAll() {
+  for (const key of [...held]) setKey(key, false);
+}
+
+function makeKey(key) {
+  const button = document.createElement('button');
+  button.type = 'button';
+  button.id = `key-${key}`;
+  button.textContent = key;
+  button.style.top = `${((40 + Math.floor((key - 1) / 2) * 100) / 480) * 100}%`;
+  button.addEventListener('pointerdown', (event) => {
+    if (event.button > 0) return;
+    button.setPointerCapture(event.pointerId);
+    setKey(key, true);
+  });
+  for (const name of ['pointerup', 'pointercancel', 'lostpointercapture']) {
+    button.addEventListener(name, () => setKey(key, false));
+  }
+  const activates = (event) => event.key === ' ' || event.key === 'Enter';
+  button.addEventListener('keydown', (event) => {
+    if (!activates(event)) return;
+    event.preventDefault();
+    setKey(key, true);
+  });
+  button.addEventListener('keyup', (event) => activates(event) && setKey(key, false));
+  button.addEventListener('blur', () => setKey(key, false));
+  button.addEventListener('contextmenu', (event) => event.preventDefault());
+  buttons.set(key, button);
+  byId(key % 2 ? 'keys-left' : 'keys-right').append(button);
+  showKey(key);
+}
+
+// The name that the page on the screen gives to the key.
+function nameKeys() {
+  for (const [key, button] of buttons) {
+    const label = shadow.querySelector(`[data-key="${key}"]`)?.textContent ?? '';
+    const name = label ? `Key ${key}, ${label}` : `Key ${key}`;
+    if (button.getAttribute('aria-label') !== name) button.setAttribute('aria-label', name);
+  }
+}
+
+function keyOfEvent(event) {
+  const typing = event.target instanceof HTMLInputElement;
+  if (typing || event.ctrlKey || event.altKey || event.metaKey) return 0;
+  const key = /^(?:Digit|Numpad)([1-8])$/.exec(event.code)?.[1] ?? (/^[1-8]$/.test(event.key) ? event.key : 0);
+  return Number(key);
+}
+
+addEventListener('keydown', (event) => {
+  const key = keyOfEvent(event);
+  if (key && !event.repeat) setKey(key, true);
+});
+addEventListener('keyup', (event) => {
+  const key = keyOfEvent(event);
+  if (key) setKey(key, false);
+});
+addEventListener('blur', releaseAll);
+addEventListener('pagehide', releaseAll);
+document.addEventListener('visibilitychange', () => document.hidden && releaseAll());
+
+// --- Beeper and backlight
+
+const CLICK_S = 0.05;
+let audio = null; // context and gain, once sound was asked for
+let lastPulses = null;
+
+function toggleSound() {
+  const button = byId('sound');
+  const on = button.getAttribute('aria-pressed') !== 'true';
+  button.setAttribute('aria-pressed', String(on));
+  button.textContent = on ? 'Sound on' : 'Sound off';
+  if (on && !audio) {
+    const context = new AudioContext();
+    const oscillator = new OscillatorNode(context, { type: 'square', frequency: 2400 });
+    const gain = new GainNode(context, { gain: 0 });
+    oscillator.connect(gain).connect(context.destination);
+    oscillator.start();
+    audio = { context, gain };
+  }
+  if (on) audio.context.resume();
+  else audio?.context.suspend();
+}
+byId('sound').addEventListener('click', toggleSound);
+
+function soundBeeper(sounding, clicked) {
+  if (!audio) return;
+  const { gain, context } = audio;
+  gain.gain.cancelScheduledValues(context.currentTime);
+  gain.gain.setValueAtTime(sounding || clicked ? 0.06 : 0, context.currentTime);
+  if (!sounding && clicked) gain.gain.setValueAtTime(0, context.currentTime + CLICK_S);
+}
+
+let signTimer = 0;
+function showBeeper({ sounding, pulses }) {
+  const clicked = lastPulses !== null && pulses > lastPulses;
+  lastPulses = pulses;
+  soundBeeper(sounding, clicked);
+  const sign = byId('beeper');
+  const show = (on) => {
+    sign.dataset.state = on ? 'on' : 'off';
+    sign.lastElementChild.textContent = on ? 'Sounding' : 'Silent';
+  };
+  clearTimeout(signTimer);
+  if (sounding || clicked) show(true);
+  // A click is shorter than the eye: its sign stays a little.
+  if (!sounding) signTimer = setTimeout(() => show(false), clicked ? 150 : 0);
+}
+
+const DARKEST = 0.15; // a dark screen is still a readable picture here
+
+function showBacklight({ enabled, period, duty }) {
+  const part = enabled && period > 0 ? Math.min(duty / period, 1) : 1;
+  byId('screen').style.filter = part < 1 ? `brightness(${DARKEST + (1 - DARKEST) * part})` : '';
+  byId('backlight').lastElementChild.textContent = enabled ? `Backlight ${Math.round(part * 100)} %` : 'Backlight --';
+}
+
+function showBoard(board) {
+  if (!board.beeper) return;
+  boardKeys = board.keys;
+  buttons.forEach((_, key) => showKey(key));
+  showBeeper(board.beeper);
+  showBacklight(board.backlight);
+}
+
+// --- Bus trace
+
+function rowOf(cells) {
+  const row = document.createElement('tr');
+  for (const [text, style] of cells) {
+    const cell = row.insertCell();
+    cell.textContent = text;
+    if (style) cell.className = style;
+  }
+  return row;
+}
+
+function timeOf(seconds) {
+  return new Date(seconds * 1000).toISOString().slice(11, 23);
+}
+
+function showBus(bus) {
+  if (!bus.frames) return;
+  const problems = (bus.refused ?? 0) + (bus.dropped ?? 0);
+  byId('bus-counts').textContent = `${bus.bus} ${bus.state}, ${bus.received} in, ${bus.sent} out` +
+    (problems ? `, ${problems} refused or lost` : '');
+  if (byId('bus-hold').getAttribute('aria-pressed') === 'true') return;
+  const rows = [...bus.frames].reverse().map((frame) => rowOf([
+    [timeOf(frame.time)],
+    [frame.direction === 'rx' ? '→' : '←'],
+    [frame.id],
+    [frame.data.replace(/..(?=.)/g, '$& ')],
+  ]));
+  byId('bus-rows').replaceChildren(...rows);
+}
+
+byId('bus-hold').addEventListener('click', ({ target }) => {
+  target.setAttribute('aria-pressed', String(target.getAttribute('aria-pressed') !== 'true'));
+});
+
+// --- Database
+
+const parameters = new Map(); // handle to its row
+
+function formatValue(value) {
+  return value === null ? 'not valid' : String(Math.round(value * 1e6) / 1e6);
+}
+
+function showParameters(list) {
+  parameters.clear();
+  const rows = list.map(({ name, handle, value, valid }) => {
+    const row = rowOf([[name], [handle, 'number'], [formatValue(value), valid ? 'number' : 'number invalid']]);
+    row.dataset.name = name.toLowerCase();
+    parameters.set(String(handle), row);
+    return row;
+  });
+  byId('database-rows').replaceChildren(...rows);
+  filterParameters();
+}
+
+function changeParameters(values) {
+  for (const [handle, value] of Object.entries(values)) {
+    const cell = parameters.get(handle)?.lastElementChild;
+    if (!cell) continue;
+    cell.textContent = formatValue(value);
+    cell.className = 'number fresh';
+    clearTimeout(cell.timer);
+    cell.timer = setTimeout(() => { cell.className = 'number'; }, 1000);
+  }
+}
+
+function filterParameters() {
+  const wanted = byId('filter').value.trim().toLowerCase();
+  let shown = 0;
+  for (const row of parameters.values()) {
+    row.hidden = !row.dataset.name.includes(wanted);
+    if (!row.hidden) ++shown;
+  }
+  byId('filter-count').textContent = `${shown} of ${parameters.size}`;
+}
+byId('filter').addEventListener('input', filterParameters);
+
+// --- Services
+
+function showHealth(health) {
+  if (!health.services) return;
+  const rows = health.services.map((service) => {
+    const row = rowOf([[service.name], [service.state, service.up ? '' : 'down'], [service.detail || '']]);
+    const counters = document.createElement('div');
+    counters.className = 'counters';
+    counters.textContent = Object.entries(service.counters ?? {}).map(([name, count]) => `${name} ${count}`).join(', ');
+    row.lastElementChild.append(counters);
+    return row;
+  });
+  byId('service-rows').replaceChildren(...rows);
+  const down = health.services.filter((service) => !service.up).map((service) => service.name);
+  if (health.up) setChip('health', 'good', 'All services up');
+  else setChip('health', 'bad', down.length ? `Down: ${down.join(', ')}` : health.problem || 'Services down');
+}
+
+// --- Tabs
+
+const tabs = [...document.querySelectorAll('[role="tab"]')];
+
+function selectTab(chosen) {
+  for (const tab of tabs) {
+    const selected = tab === chosen;
+    tab.setAttribute('aria-selected', String(selected));
+    tab.tabIndex = selected ? 0 : -1;
+    byId(tab.getAttribute('aria-controls')).hidden = !selected;
+  }
+}
+tabs.forEach((tab, i) => {
+  tab.addEventListener('click', () => selectTab(tab));
+  tab.addEventListener('keydown', (event) => {
+    const step = { ArrowRight: 1, ArrowLeft: -1 }[event.key];
+    if (!step) return;
+    const next = tabs[(i + step + tabs.length) % tabs.length];
+    selectTab(next);
+    next.focus();
+  });
+});
+
+// --- Stream. Reconnects by itself, also after the unit was started again; the first event is the full state.
+
+const SILENT_MS = 3000; // the unit sends a beat every second
+const RETRY_MS = 500;
+let stream = null;
+let silence = 0;
+let retry = 0;
+
+const handlers = {
+  screen: showScreen,
+  change: changeScreen,
+  board: showBoard,
+  bus: showBus,
+  parameters: (data) => showParameters(data.parameters),
+  database: changeParameters,
+  health: showHealth,
+  beat: () => {},
+};
+
+function heard() {
+  clearTimeout(silence);
+  silence = setTimeout(reconnect, SILENT_MS);
+  if (!byId('veil').hidden && screenState.revision < 0) return;
+  setChip('connection', 'good', 'Live');
+  byId('veil').hidden = true;
+}
+
+function lose() {
+  screenState.revision = -1;
+  byId('veil').hidden = false;
+  setChip('connection', 'bad', 'No connection');
+  setChip('link', 'unknown', 'Host link unknown');
+  setChip('health', 'unknown', 'Services unknown');
+  soundBeeper(false, false);
+  lastPulses = null;
+  held.clear();
+  boardKeys = [];
+  buttons.forEach((_, key) => showKey(key));
+}
+
+function reconnect() {
+  stream?.close();
+  stream = null;
+  clearTimeout(silence);
+  clearTimeout(retry);
+  lose();
+  retry = setTimeout(connect, RETRY_MS);
+}
+
+function connect() {
+  stream = new EventSource('/api/stream');
+  stream.onerror = reconnect;
+  silence = setTimeout(reconnect, SILENT_MS);
+  for (const [name, handle] of Object.entries(handlers)) {
+    stream.addEventListener(name, (event) => {
+      handle(JSON.parse(event.data));
+      if (stream) heard();
+    });
+  }
+}
+
+for (let key = 1; key <= KEYS; ++key) makeKey(key);
+connect();

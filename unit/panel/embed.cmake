@@ -1,0 +1,23 @@
+# Writes a C++ source that holds the files of ASSETS, named in FILES: cmake -DASSETS=... -DFILES=... -DOUTPUT=... -P
+set(types_html "text/html; charset=utf-8")
+set(types_css "text/css; charset=utf-8")
+set(types_js "text/javascript; charset=utf-8")
+string(REPLACE "," ";" files "${FILES}")
+set(arrays "")
+set(rows "")
+foreach(file ${files})
+  file(READ ${ASSETS}/${file} hex HEX)
+  string(REGEX REPLACE "(..)" "'\\\\x\\1'," bytes "${hex}")
+  string(REGEX REPLACE "[^a-z]" "_" name "${file}")
+  string(REGEX REPLACE ".*\\." "" extension "${file}")
+  set(path "/${file}")
+  if(file STREQUAL "index.html")
+    set(path "/")
+  endif()
+  string(APPEND arrays "constexpr char ${name}[] = {${bytes}};\n")
+  string(APPEND rows "    {\"${path}\", \"${types_${extension}}\", {${name}, sizeof ${name}}},\n")
+endforeach()
+list(LENGTH files count)
+file(WRITE ${OUTPUT} "#include \"panel/assets.h\"\n\n#include <array>\n\nnamespace unit {\nnamespace {\n\n${arrays}
+constexpr std::array<asset_t, ${count}> ASSETS{{\n${rows}}};\n\n}  // namespace\n
+std::span<const asset_t> Assets() { return ASSETS; }\n\n}  // namespace unit\n")

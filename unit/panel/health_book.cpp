@@ -1,0 +1,37 @@
+#include "panel/health_book.h"
+
+#include <nlohmann/json.hpp>
+
+namespace unit {
+
+using nlohmann::json;
+
+void HealthBook::Take(const std::string& message, time_t now) {
+  const json parsed = json::parse(message, nullptr, false);
+  if (!parsed.is_object() || !parsed.contains("name") || !parsed["name"].is_string()) return;
+  if (!parsed.contains("up") || !parsed["up"].is_boolean()) return;
+  const std::string name = parsed["name"];
+  const std::lock_guard lock(mutex_);
+  if (!entries_.contains(name) && entries_.size() >= MAX_ENTRIES) return;
+  entries_[name] = {message, parsed["up"], now};
+}
+
+HealthBook::report_t HealthBook::Report(const std::string& problem, time_t now) const {
+  json services = json::array();
+  bool up = problem.empty();
+  const std::lock_guard lock(mutex_);
+  for (const auto& [name, entry] : entries_) {
+    json service = json::parse(entry.json);
+    const bool silent = now - entry.heard > SILENT_AFTER;
+    const char* state = entry.up ? "up" : "down";
+    service["state"] = silent ? "silent" : state;
+    service["up"] = entry.up && !silent;
+    up = up && entry.up && !silent;
+    services.push_back(std::move(service));
+  }
+  json report = {{"up", up}, {"services", std::move(services)}};
+  if (!problem.empty()) report["problem"] = problem;
+  return {up, report.dump(-1, ' ', false, json::error_handler_t::replace)};
+}
+
+}  // namespace unit

@@ -1,0 +1,38 @@
+#include "panel/key_holder.h"
+
+namespace unit {
+
+// A board that was made anew since has lost its mark in the old mapping or is another object: the mapping is
+// taken for each use, which happens at the pace of fingers.
+platform::board_state_t* KeyHolder::Board() {
+  mapping_ = std::make_unique<platform::BoardMapping>(platform::BoardMapping::Role::kUser);
+  return mapping_->Get();
+}
+
+bool KeyHolder::Set(int key, bool held) {
+  const std::lock_guard lock(mutex_);
+  platform::board_state_t* board = Board();
+  if (board == nullptr) return false;
+  releases_.at(static_cast<std::size_t>(key - 1)).reset();
+  SetKeyHeld(*board, key, held);
+  return true;
+}
+
+bool KeyHolder::Press(int key, time_t now) {
+  if (!Set(key, true)) return false;
+  const std::lock_guard lock(mutex_);
+  releases_.at(static_cast<std::size_t>(key - 1)) = now + PRESS;
+  return true;
+}
+
+void KeyHolder::Step(time_t now) {
+  const std::lock_guard lock(mutex_);
+  for (int key = 1; key <= KEY_COUNT; ++key) {
+    std::optional<time_t>& release = releases_.at(static_cast<std::size_t>(key - 1));
+    if (!release || now < *release) continue;
+    release.reset();
+    if (platform::board_state_t* board = Board()) SetKeyHeld(*board, key, false);
+  }
+}
+
+}  // namespace unit

@@ -1,0 +1,156 @@
+#include "panel/panel_state.h"
+
+#include <cmath>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/byte_order.h"
+
+#include "database/attach.h"
+#include "screen/screen_requests.h"
+#include "services/dbshm.h"
+
+namespace unit {
+namespace {
+
+using namespace std::chrono_literals;
+using nlohmann::json;
+
+constexpr auto DATABASE_PERIOD = 100ms;
+constexpr auto HEALTH_PERIOD = 1s;
+constexpr const char* NO_MANAGER = "no notification manager";
+
+std::string Dump(const json& value) {
+  return value.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+json FiniteOrNull(double value) {
+  return std::isfinite(value) ? json(value) : json(nullptr);
+}
+
+}  // namespace
+
+PanelState::PanelState(StreamHub& hub, std::vector<Parameter_t> parameters)
+    : hub_(hub), parameters_(std::move(parameters)) {}
+
+void PanelState::TakeBoard(const std::string& message) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (board_ == message) return;
+    board_ = message;
+  }
+  hub_.Broadcast("board", message);
+}
+
+void PanelState::TakeBus(const std::string& message) {
+  {
+    const std::lock_guard lock(mutex_);
+    bus_ = message;
+  }
+  hub_.Broadcast("bus", message);
+}
+
+void PanelState::TakeScreen(const std::string& change) {
+  const json parsed = json::parse(change, nullptr, false);
+  if (!parsed.is_object()) return;
+  const bool follows =
+      parsed.value("previous", std::uint64_t{0}) == screenRevision_ && !parsed.value("page", true);
+  screenRevision_ = parsed.value("revision", std::uint64_t{0});
+  if (follows) {
+    hub_.Broadcast("change", change);
+  } else {
+    BroadcastScreen();
+  }
+}
+
+void PanelState::TakeReconnect() {
+  screenRevision_ = 0;
+  BroadcastScreen();
+}
+
+void PanelState::BroadcastScreen() {
+  std::string state;
+  if (hub_.Count() > 0 && AskScreen(SCREEN_REQUEST_STATE, state)) hub_.Broadcast("screen", state);
+}
+
+void PanelState::TakeDatabase(std::span<const std::uint8_t> message) {
+  constexpr std::size_t VALUE_AT = 8;
+  if (message.size() != VALUE_AT + sizeof(double)) return;
+  const std::lock_guard lock(mutex_);
+  changed_[platform::LoadLe32(message, 0)] = platform::LoadLeDouble(message, VALUE_AT);
+}
+
+void PanelState::Step(time_t now, bool connected) {
+  if (now >= nextDatabase_) {
+    nextDatabase_ = now + DATABASE_PERIOD;
+    std::unique_lock lock(mutex_);
+    const std::map<std::uint32_t, double> changed = std::exchange(changed_, {});
+    lock.unlock();
+    json values = json::object();
+    for (const auto& [handle, value] : changed) values[std::to_string(handle)] = FiniteOrNull(value);
+    if (!changed.empty()) hub_.Broadcast("database", Dump(values));
+  }
+  if (now >= nextHealth_) {
+    nextHealth_ = now + HEALTH_PERIOD;
+    hub_.Broadcast("health", Health(connected, now).json);
+  }
+}
+
+std::string PanelState::Board() const {
+  const std::lock_guard lock(mutex_);
+  return board_;
+}
+
+std::string PanelState::Bus() const {
+  const std::lock_guard lock(mutex_);
+  return bus_;
+}
+
+HealthBook::report_t PanelState::Health(bool connected, time_t now) const {
+  return health_.Report(connected ? "" : NO_MANAGER, now);
+}
+
+bool PanelState::Database(std::string& text) const {
+  if (!AttachDatabase(0)) return false;
+  json parameters = json::array();
+  for (const Parameter_t& parameter : parameters_) {
+    double value = 0;
+    const bool valid = DBSHM::Read(parameter.handle, value) == 1;
+    parameters.push_back({{"name", parameter.name},
+                          {"handle", parameter.handle},
+                          {"value", valid ? FiniteOrNull(value) : json(nullptr)},
+                          {"valid", valid}});
+  }
+  text = Dump({{"parameters", std::move(parameters)}});
+  return true;
+}
+
+std::string PanelState::FullState(bool connected) const {
+  std::string text, state;
+  if (AskScreen(SCREEN_REQUEST_STATE, state)) text += StreamHub::Format("screen", state);
+  text += StreamHub::Format("board", Board());
+  text += StreamHub::Format("bus", Bus());
+  if (Database(state)) text += StreamHub::Format("parameters", state);
+  return text + StreamHub::Format("health", Health(connected, std::chrono::steady_clock::now()).json);
+}
+
+std::string ErrorJson(const std::string& text) {
+  return Dump({{"error", text}});
+}
+
+bool ReadKeyRequest(const std::string& body, bool& down) {
+  const json parsed = json::parse(body, nullptr, false);
+  if (!parsed.is_object() || parsed.size() != 1 || !parsed.contains("down")) return false;
+  if (!parsed["down"].is_boolean()) return false;
+  down = parsed["down"];
+  return true;
+}
+
+std::string WithoutPicture(const std::string& state) {
+  json parsed = json::parse(state, nullptr, false);
+  if (parsed.is_object()) parsed.erase("svg");
+  return Dump(parsed);
+}
+
+}  // namespace unit

@@ -1,0 +1,74 @@
+#include "panel/stream_hub.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace unit {
+
+EventStream::Next EventStream::Wait(std::string& text, std::chrono::milliseconds beat) {
+  std::unique_lock lock(mutex_);
+  changed_.wait_for(lock, beat, [this] { return closed_ || full_ || !events_.empty(); });
+  if (closed_) return Next::kClosed;
+  if (std::exchange(full_, false)) return Next::kFull;
+  if (events_.empty()) return Next::kBeat;
+  for (const std::string& event : std::exchange(events_, {})) text += event;
+  bytes_ = 0;
+  return Next::kEvents;
+}
+
+void EventStream::Push(const std::string& event) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (bytes_ + event.size() > MAX_BYTES) {
+      events_.clear();
+      bytes_ = 0;
+      full_ = true;
+    } else {
+      events_.push_back(event);
+      bytes_ += event.size();
+    }
+  }
+  changed_.notify_one();
+}
+
+void EventStream::Close() {
+  {
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+  }
+  changed_.notify_one();
+}
+
+std::shared_ptr<EventStream> StreamHub::Open() {
+  const std::lock_guard lock(mutex_);
+  if (closed_ || streams_.size() >= MAX_STREAMS) return nullptr;
+  return streams_.emplace_back(std::make_shared<EventStream>());
+}
+
+void StreamHub::Release(const std::shared_ptr<EventStream>& stream) {
+  const std::lock_guard lock(mutex_);
+  std::erase(streams_, stream);
+}
+
+void StreamHub::Broadcast(const std::string& name, const std::string& data) {
+  const std::string event = Format(name, data);
+  const std::lock_guard lock(mutex_);
+  for (const auto& stream : streams_) stream->Push(event);
+}
+
+void StreamHub::CloseAll() {
+  const std::lock_guard lock(mutex_);
+  closed_ = true;
+  for (const auto& stream : streams_) stream->Close();
+}
+
+std::size_t StreamHub::Count() const {
+  const std::lock_guard lock(mutex_);
+  return streams_.size();
+}
+
+std::string StreamHub::Format(const std::string& name, const std::string& data) {
+  return "event: " + name + "\ndata: " + data + "\n\n";
+}
+
+}  // namespace unit

@@ -1,0 +1,61 @@
+// The open event streams of the front panel: each with a bounded queue, so that a slow reader delays nobody.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace unit {
+
+// One reader. Used by the thread that serves it, and filled by the hub.
+class EventStream {
+ public:
+  enum class Next { kEvents, kBeat, kFull, kClosed };
+
+  // Waits at most `beat` for events and appends them to `text`. kBeat: there were none. kFull: the reader must
+  // be given the full state, since it is new or fell behind and its events are gone.
+  Next Wait(std::string& text, std::chrono::milliseconds beat);
+
+ private:
+  friend class StreamHub;
+  static constexpr std::size_t MAX_BYTES = 2U << 20U;
+
+  void Push(const std::string& event);
+  void Close();
+
+  std::mutex mutex_;  // guards all below
+  std::condition_variable changed_;
+  std::deque<std::string> events_;
+  std::size_t bytes_ = 0;
+  bool full_ = true;
+  bool closed_ = false;
+};
+
+// Any thread.
+class StreamHub {
+ public:
+  static constexpr std::size_t MAX_STREAMS = 8;
+
+  // Null when MAX_STREAMS are open.
+  std::shared_ptr<EventStream> Open();
+  void Release(const std::shared_ptr<EventStream>& stream);
+  void Broadcast(const std::string& name, const std::string& data);
+  // Ends every stream; later ones are refused.
+  void CloseAll();
+  std::size_t Count() const;
+
+  // An event as it stands in a stream (HTML Living Standard, server-sent events). `data` is one line.
+  static std::string Format(const std::string& name, const std::string& data);
+
+ private:
+  mutable std::mutex mutex_;  // guards the two below
+  std::vector<std::shared_ptr<EventStream>> streams_;
+  bool closed_ = false;
+};
+
+}  // namespace unit

@@ -1,0 +1,288 @@
+#include "screen/design.h"
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+#include <string_view>
+
+namespace unit {
+namespace {
+
+namespace fs = std::filesystem;
+
+// librsvg and browsers draw or run these differently, or one of them not at all.
+constexpr std::array<std::string_view, 7> REFUSED_ELEMENTS{
+    "script", "foreignObject", "animate", "animateTransform", "animateMotion", "set", "textPath"};
+
+// Attributes that set a style property by value.
+struct style_attribute_t {
+  const char* attribute;
+  const char* property;
+};
+constexpr std::array<style_attribute_t, 4> STYLE_ATTRIBUTES{{{"data-fill", "fill"},
+                                                             {"data-stroke", "stroke"},
+                                                             {"data-opacity", "opacity"},
+                                                             {"data-weight", "font-weight"}}};
+
+Align ParseAlign(std::string_view text) {
+  if (text == "left") return Align::kLeft;
+  if (text == "center") return Align::kCenter;
+  if (text == "right") return Align::kRight;
+  throw std::runtime_error("data-align is left, center or right");
+}
+
+int ParseCount(const pugi::xml_attribute& attribute, int most) {
+  const double value = ParseNumbers(attribute.value(), 1).front();
+  if (value < 1 || value > most) {
+    throw std::runtime_error(std::string(attribute.name()) + " is 1 to " + std::to_string(most));
+  }
+  return static_cast<int>(value);
+}
+
+void ReadBox(live_element_t& element, const pugi::xml_attribute& attribute) {
+  const auto numbers = ParseNumbers(attribute.value(), 2);
+  element.place.x = numbers[0];
+  element.place.width = numbers[1];
+}
+
+void ReadTurn(live_element_t& element, const pugi::xml_attribute& attribute) {
+  const auto numbers = ParseNumbers(attribute.value(), 3);
+  element.turn = turn_t{numbers[0], numbers[1], numbers[2]};
+}
+
+void ReadBar(live_element_t& element, const pugi::xml_attribute& attribute) {
+  const auto numbers = ParseNumbers(attribute.value(), 2);
+  if (numbers[0] >= numbers[1]) throw std::runtime_error("data-bar is the low value and the high one");
+  element.bar = bar_t{numbers[0], numbers[1], element.node.attribute("width").as_double()};
+}
+
+using reader_t = void (*)(live_element_t&, const pugi::xml_attribute&);
+
+struct attribute_reader_t {
+  std::string_view name;
+  reader_t read;
+};
+
+constexpr std::array<attribute_reader_t, 16> READERS{{
+    {"data-widget", [](auto& e, const auto& a) { e.widget = a.value(); }},
+    {"data-background", [](auto& e, const auto& a) { e.background = a.value(); }},
+    {"data-var", [](auto& e, const auto& a) { e.variable = a.value(); }},
+    {"data-show", [](auto& e, const auto& a) { e.show = ValueRule(a.value(), false); }},
+    {"data-text", [](auto& e, const auto& a) { e.text = ValueRule(a.value()); }},
+    {"data-flash", [](auto& e, const auto& a) { e.flash = ValueRule(a.value()); }},
+    {"data-format", [](auto& e, const auto& a) { e.format = ValueFormat(a.value()); }},
+    {"data-scale", [](auto& e, const auto& a) { e.scale = ParseNumbers(a.value(), 1).front(); }},
+    {"data-turn", ReadTurn},
+    {"data-bar", ReadBar},
+    {"data-stale", [](auto& e, const auto& a) { e.stale = a.value(); }},
+    {"data-cells", [](auto& e, const auto& a) { e.place.cells = ParseCount(a, 200); }},
+    {"data-box", ReadBox},
+    {"data-max",
+     [](auto& e, const auto& a) { e.place.maximum = static_cast<std::size_t>(ParseCount(a, 200)); }},
+    {"data-align", [](auto& e, const auto& a) { e.place.fixed = ParseAlign(a.value()); }},
+    {"data-key", [](auto&, const auto&) {}},  // for the front panel: the key that this text names
+}};
+
+void ReadAttribute(live_element_t& element, const pugi::xml_attribute& attribute) {
+  const std::string_view name = attribute.name();
+  if (!name.starts_with("data-")) return;
+  for (const auto& style : STYLE_ATTRIBUTES) {
+    if (name == style.attribute) {
+      element.styles.emplace_back(style.property, ValueRule(attribute.value()));
+      return;
+    }
+  }
+  const auto reader =
+      std::find_if(READERS.begin(), READERS.end(), [&](const auto& known) { return known.name == name; });
+  if (reader == READERS.end()) throw std::runtime_error("unknown attribute " + std::string(name));
+  reader->read(element, attribute);
+}
+
+Align AlignOfAnchor(std::string_view anchor) {
+  if (anchor == "middle") return Align::kCenter;
+  return anchor == "end" ? Align::kRight : Align::kLeft;
+}
+
+void ReadBase(live_element_t& element) {
+  const pugi::xml_node node = element.node;
+  element.id = node.attribute("id").value();
+  element.baseText = node.text().get();
+  element.baseStyle = node.attribute("style").value();
+  element.baseTransform = node.attribute("transform").value();
+  element.baseHidden = std::string_view(node.attribute("display").value()) == "none";
+  element.place.x = node.attribute("x").as_double();
+  element.place.fontSize = node.attribute("font-size").as_double(16);
+}
+
+// An own text-anchor wins; a style sheet's is not looked at, so right-aligned classes are named here as well.
+void ReadAlign(live_element_t& element) {
+  const pugi::xml_attribute anchor = element.node.attribute("text-anchor");
+  const double middle = element.place.x + element.place.width / 2;
+  const double x = element.node.attribute("x").as_double(element.place.x);
+  if (anchor) {
+    element.align = AlignOfAnchor(anchor.value());
+  } else if (element.place.width > 0 && x > middle) {
+    element.align = Align::kRight;
+  }
+}
+
+void CheckElement(const live_element_t& element, const std::set<std::string>& widgets) {
+  for (const std::string& name : {element.widget, element.background}) {
+    if (!name.empty() && !widgets.contains(name)) {
+      throw std::runtime_error("the configuration has no widget " + name);
+    }
+  }
+  const bool follows = !element.show.Empty() || !element.text.Empty() || !element.flash.Empty() ||
+                       !element.styles.empty() || !element.format.Empty() || element.turn || element.bar;
+  if (follows && element.variable.empty()) throw std::runtime_error("follows a value but has no data-var");
+  if (element.place.cells > 0 && element.place.width <= 0)
+    throw std::runtime_error("data-cells needs data-box");
+  if (element.bar && element.bar->width <= 0) throw std::runtime_error("data-bar needs a width");
+  if (!element.IsText() && (!element.text.Empty() || !element.format.Empty())) {
+    throw std::runtime_error("data-text and data-format belong to a text element");
+  }
+}
+
+live_element_t ReadElement(pugi::xml_node node, const std::set<std::string>& widgets) {
+  live_element_t element;
+  element.node = node;
+  ReadBase(element);
+  for (const pugi::xml_attribute& attribute : node.attributes()) ReadAttribute(element, attribute);
+  if (element.widget.empty() && widgets.contains(element.id)) element.widget = element.id;
+  ReadAlign(element);
+  CheckElement(element, widgets);
+  return element;
+}
+
+bool IsLive(const live_element_t& element) {
+  return !element.widget.empty() || !element.background.empty() || !element.variable.empty();
+}
+
+std::string Describe(pugi::xml_node node) {
+  std::string text = "<" + std::string(node.name());
+  for (const char* attribute : {"id", "data-widget", "data-var"}) {
+    if (const auto found = node.attribute(attribute))
+      text += std::string(" ") + attribute + "=" + found.value();
+  }
+  return text + ">";
+}
+
+// Walks the drawing and keeps what changes. Live elements without an id get one, so that a change can name
+// them.
+class ElementCollector : public pugi::xml_tree_walker {
+ public:
+  ElementCollector(page_t& page, const std::set<std::string>& widgets) : page_(page), widgets_(widgets) {}
+
+  bool for_each(pugi::xml_node& node) override {
+    if (node.type() != pugi::node_element) return true;
+    try {
+      Collect(node);
+    } catch (const std::runtime_error& error) {
+      throw std::runtime_error(Describe(node) + ": " + error.what());
+    }
+    return true;
+  }
+
+ private:
+  void Collect(pugi::xml_node node) {
+    const std::string_view name = node.name();
+    if (std::find(REFUSED_ELEMENTS.begin(), REFUSED_ELEMENTS.end(), name) != REFUSED_ELEMENTS.end()) {
+      throw std::runtime_error("such elements are not drawn alike everywhere");
+    }
+    const std::string id = node.attribute("id").value();
+    if (!id.empty() && !ids_.insert(id).second) throw std::runtime_error("the id is taken already");
+    if (id == COMPOSITOR_ELEMENT) page_.compositor = node;
+    live_element_t element = ReadElement(node, widgets_);
+    if (!IsLive(element)) return;
+    if (element.id.empty()) {
+      element.id = "live-" + std::to_string(page_.elements.size());
+      node.append_attribute("id").set_value(element.id.c_str());
+    }
+    page_.elements.push_back(std::move(element));
+  }
+
+  page_t& page_;
+  const std::set<std::string>& widgets_;
+  std::set<std::string> ids_;
+};
+
+void ReadPageElement(page_t& page, pugi::xml_node root) {
+  const pugi::xml_node described = root.child("metadata").child("page");
+  page.name = described.attribute("name").value();
+  page.action = described.attribute("action").value();
+  page.title = described.attribute("title").value();
+  page.order = described.attribute("order").as_int(-1);
+  if (page.name.empty() || page.action.empty() || page.order < 0) {
+    throw std::runtime_error("<metadata> needs <page name=... action=... order=... title=...>");
+  }
+  for (const pugi::xml_node& transition : described.children("transition")) {
+    const std::string event = transition.attribute("event").value();
+    const std::string target = transition.attribute("page").value();
+    if (event.empty() || target.empty()) throw std::runtime_error("a transition needs event and page");
+    page.transitions.emplace(event, target);
+  }
+}
+
+page_t ReadPage(const fs::path& file, const std::set<std::string>& widgets) {
+  page_t page;
+  page.document = std::make_unique<pugi::xml_document>();
+  const pugi::xml_parse_result result = page.document->load_file(file.c_str());
+  if (!result) {
+    throw std::runtime_error(std::string(result.description()) + " at byte " + std::to_string(result.offset));
+  }
+  const pugi::xml_node root = page.document->document_element();
+  if (std::string_view(root.name()) != "svg") throw std::runtime_error("the root is not <svg>");
+  ReadPageElement(page, root);
+  ElementCollector collector(page, widgets);
+  page.document->traverse(collector);
+  return page;
+}
+
+}  // namespace
+
+page_t LoadPage(const fs::path& file, const std::set<std::string>& widgets) {
+  try {
+    return ReadPage(file, widgets);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(file.string() + ": " + error.what());
+  }
+}
+
+design_t LoadDesign(const fs::path& folder, const std::set<std::string>& widgets,
+                    std::vector<std::string>& problems) {
+  std::set<fs::path> files;  // in the order of their names, so that the messages are
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(folder, error)) {
+    if (entry.path().extension() == ".svg") files.insert(entry.path());
+  }
+  if (error) problems.push_back(folder.string() + ": " + error.message());
+  design_t design;
+  for (const fs::path& file : files) {
+    try {
+      page_t page = LoadPage(file, widgets);
+      const std::string name = page.name;
+      if (!design.emplace(name, std::move(page)).second) {
+        problems.push_back(file.string() + ": there is a page " + name + " already");
+      }
+    } catch (const std::runtime_error& refused) {
+      problems.emplace_back(refused.what());
+    }
+  }
+  return design;
+}
+
+std::vector<std::string> CheckDesign(const design_t& design) {
+  std::vector<std::string> problems;
+  std::map<int, std::string> orders;
+  for (const auto& [name, page] : design) {
+    for (const auto& [event, target] : page.transitions) {
+      if (!design.contains(target))
+        problems.push_back("page " + name + ": " + event + " leads to no page: " + target);
+    }
+    const auto [other, fresh] = orders.emplace(page.order, name);
+    if (!fresh) problems.push_back("pages " + other->second + " and " + name + " have one order");
+  }
+  return problems;
+}
+
+}  // namespace unit

@@ -1,0 +1,24 @@
+// Notices that a file of the screen design was written.
+#pragma once
+
+#include <filesystem>
+
+namespace unit {
+
+// Used by one thread.
+class DesignWatch {
+ public:
+  explicit DesignWatch(const std::filesystem::path& folder);
+  ~DesignWatch();
+  DesignWatch(const DesignWatch&) = delete;
+  DesignWatch& operator=(const DesignWatch&) = delete;
+
+  // Whether a file was written or moved into the folder since the last call. Does not block. Never true where
+  // the system gives no watch.
+  bool Changed();
+
+ private:
+  int descriptor_;
+};
+
+}  // namespace unit

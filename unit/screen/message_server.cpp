@@ -1,0 +1,71 @@
+#include "screen/message_server.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include "platform/messages.h"
+
+namespace unit {
+namespace {
+
+constexpr int PULSE_STOP = 1;
+
+// The pulse stands at the start of the receive buffer.
+int PulseCode(std::span<const std::uint8_t> buffer) {
+  _pulse pulse{};
+  std::memcpy(&pulse, buffer.data(), sizeof pulse);
+  return pulse.code;
+}
+
+}  // namespace
+
+MessageServer::MessageServer(const char* name, std::size_t capacity,
+                             std::function<reply_t(std::span<const std::uint8_t>)> answer)
+    : capacity_(std::max(capacity, sizeof(_pulse))),
+      answer_(std::move(answer)),
+      attach_(name_attach(nullptr, name, 0)),
+      self_(attach_ == nullptr ? -1 : ConnectAttach(0, 0, attach_->chid, _NTO_SIDE_CHANNEL, 0)) {
+  if (self_ < 0) {
+    if (attach_ != nullptr) name_detach(attach_, 0);
+    throw std::runtime_error(
+        std::string("the name \"") + name + "\" cannot be had: " + std::strerror(errno) +
+        ". Another unit runs in this runtime directory; stop it, or set ORVIK_RUNTIME_DIR to "
+        "another one.");
+  }
+  thread_ = std::thread([this] { Run(); });
+}
+
+MessageServer::~MessageServer() {
+  // A channel full of pulses drains as the thread goes on.
+  while (MsgSendPulse(self_, getprio(0), PULSE_STOP, 0) != 0 && errno == EAGAIN) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  thread_.join();
+  ConnectDetach(self_);
+  name_detach(attach_, 0);
+}
+
+void MessageServer::Run() {
+  std::vector<std::uint8_t> buffer(capacity_);
+  while (true) {
+    _msg_info info{};
+    const int rcvid = MsgReceive(attach_->chid, buffer.data(), buffer.size(), &info);
+    if (rcvid < 0) {
+      if (errno == EINTR) continue;
+      return;
+    }
+    if (rcvid == 0) {
+      if (PulseCode(buffer) == PULSE_STOP) return;
+      continue;
+    }
+    const reply_t reply = answer_({buffer.data(), static_cast<std::size_t>(std::max(info.msglen, 0))});
+    MsgReply(rcvid, reply.status, reply.bytes.data(), reply.bytes.size());
+  }
+}
+
+}  // namespace unit

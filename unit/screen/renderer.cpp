@@ -1,0 +1,55 @@
+#include "screen/renderer.h"
+
+#include <memory>
+#include <stdexcept>
+
+#include <cairo.h>
+#include <librsvg/rsvg.h>
+
+#include "screen/design.h"
+
+namespace unit {
+namespace {
+
+template <auto Release>
+struct releaser_t {
+  template <typename T>
+  void operator()(T* object) const {
+    Release(object);
+  }
+};
+
+using surface_t = std::unique_ptr<cairo_surface_t, releaser_t<cairo_surface_destroy>>;
+using context_t = std::unique_ptr<cairo_t, releaser_t<cairo_destroy>>;
+using handle_t = std::unique_ptr<RsvgHandle, releaser_t<g_object_unref>>;
+using error_t = std::unique_ptr<GError, releaser_t<g_error_free>>;
+
+[[noreturn]] void Fail(GError* error) {
+  const error_t owned(error);
+  throw std::runtime_error(std::string("the picture cannot be drawn: ") +
+                           (owned ? owned->message : "no reason given"));
+}
+
+cairo_status_t Append(void* closure, const unsigned char* data, unsigned length) {
+  static_cast<std::string*>(closure)->append(data, data + length);
+  return CAIRO_STATUS_SUCCESS;
+}
+
+}  // namespace
+
+std::string RenderPng(const std::string& svg, double scale) {
+  GError* error = nullptr;
+  const std::basic_string<guint8> bytes(svg.begin(), svg.end());
+  const handle_t handle(rsvg_handle_new_from_data(bytes.data(), bytes.size(), &error));
+  if (!handle) Fail(error);
+  const surface_t surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(SCREEN_WIDTH * scale),
+                                                     static_cast<int>(SCREEN_HEIGHT * scale)));
+  const context_t context(cairo_create(surface.get()));
+  const RsvgRectangle viewport{0, 0, SCREEN_WIDTH * scale, SCREEN_HEIGHT * scale};
+  if (rsvg_handle_render_document(handle.get(), context.get(), &viewport, &error) == FALSE) Fail(error);
+  std::string png;
+  if (cairo_surface_write_to_png_stream(surface.get(), Append, &png) != CAIRO_STATUS_SUCCESS) Fail(nullptr);
+  return png;
+}
+
+}  // namespace unit

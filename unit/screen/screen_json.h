@@ -1,0 +1,14 @@
+// The screen's state and changes as JSON.
+#pragma once
+
+#include <string>
+
+#include "screen/screen_model.h"
+
+namespace unit {
+
+std::string FormatState(const ScreenModel& model);
+// At most `limit` bytes: a change that would be longer becomes the demand to take the whole state.
+std::string FormatChange(const screen_change_t& change, std::size_t limit);
+
+}  // namespace unit

@@ -1,0 +1,116 @@
+// What the screen shows: the page, its widgets and variables, and what changed since somebody last asked.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "screen/drawing.h"
+#include "screen/element_view.h"
+#include "screen/message_reader.h"
+#include "screen/screen_names.h"
+
+namespace unit {
+
+// The service's own variable beside those of the database.
+constexpr const char* DATA_STATE_VARIABLE = "Screen.DataState";
+enum data_state_t : int { DATA_CURRENT = 1, DATA_LINK_LOST = 2, DATA_PROGRAM_SILENT = 3 };
+
+struct element_change_t {
+  std::string id;
+  std::map<std::string, std::optional<std::string>> attributes;
+  std::optional<std::string> content;  // the element's inside, as SVG
+};
+
+// What changed between two revisions.
+struct screen_change_t {
+  std::uint64_t revision = 0;
+  std::uint64_t previous = 0;
+  bool page = false;  // another page, or another design of it: take the whole picture anew
+  std::vector<element_change_t> elements;
+  std::map<std::string, std::string> widgets;
+  std::map<std::string, variable_value_t> variables;
+};
+
+struct screen_counters_t {
+  std::uint64_t commands = 0;
+  std::uint64_t unknownWidgets = 0;  // commands for a handle that the configuration does not give
+  std::uint64_t unknownEvents = 0;   // numbers without a name
+  std::uint64_t eventsIgnored = 0;   // transitions that do not start on the page shown
+  std::uint64_t pageChanges = 0;
+};
+
+// Not thread-safe; its owner locks it.
+class ScreenModel {
+ public:
+  // The page of the lowest order is shown first. Throws std::runtime_error when the design has no page.
+  ScreenModel(screen_names_t names, design_t design);
+
+  // Keeps the command until ProcessCommands. False when its widget is unknown. Once MAX_PENDING wait, all of
+  // them take effect at once.
+  bool Accept(screen_command_t command);
+  void ProcessCommands();
+  bool HasPending() const { return !pending_.empty(); }
+
+  // Names unknown to the design are kept too. Not a number and infinite count as not known.
+  void SetVariable(const std::string& name, variable_value_t value);
+  void SetDataState(data_state_t state);
+  // Follows the transition that the page shown has for the event. True when the page changed.
+  bool HandleEvent(std::uint32_t number);
+  void SetDrawing(drawing_t drawing);
+  // The pictures that drawings use, by their ids, as definitions of every page.
+  void SetPictures(drawing_t pictures);
+  // Takes the pages that were read anew; a page that is not among them stays as it is.
+  void ReplacePages(design_t pages);
+
+  const page_t& Page() const { return *page_; }
+  std::uint64_t Revision() const { return revision_; }
+  // Empty names, elements and page when nothing changed. Advances the revision when something did.
+  screen_change_t TakeChange();
+
+  // The page as an SVG document.
+  std::string Svg() const;
+  const std::map<std::string, variable_value_t>& Variables() const { return variables_; }
+  std::map<std::string, std::string> WidgetTexts() const;
+  const screen_names_t& Names() const { return names_; }
+  const screen_counters_t& Counters() const { return counters_; }
+
+  static constexpr std::size_t MAX_PENDING = 4096;
+
+ private:
+  void Apply(const screen_command_t& command);
+  void ShowPage(const std::string& name);
+  void RefreshAll();
+  void Refresh(std::size_t index);
+  void RefreshWidget(const std::string& name);
+  void RefreshVariable(const std::string& name);
+  void WriteDrawing();
+  void WritePictures();
+  bool IsCurrent() const;
+  element_input_t InputOf(const live_element_t& element) const;
+  const widget_t* FindWidget(const std::string& name) const;
+  element_change_t ChangeOf(std::size_t index) const;
+
+  screen_names_t names_;
+  design_t design_;
+  page_t* page_ = nullptr;
+  std::map<std::int32_t, widget_t> widgets_;  // by handle
+  std::map<std::string, variable_value_t> variables_;
+  std::vector<screen_command_t> pending_;
+  std::vector<element_view_t> views_;  // of the page's elements
+  drawing_t drawing_, pictures_;
+
+  std::uint64_t revision_ = 1;
+  bool pageChanged_ = false;
+  bool drawingChanged_ = false;
+  std::set<std::size_t> changedElements_;
+  std::set<std::int32_t> changedWidgets_;
+  std::set<std::string> changedVariables_;
+  screen_counters_t counters_;
+};
+
+}  // namespace unit

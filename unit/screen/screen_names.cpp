@@ -1,0 +1,41 @@
+#include "screen/screen_names.h"
+
+#include <stdexcept>
+
+#include <pugixml.hpp>
+
+namespace unit {
+
+screen_names_t LoadScreenNames(const std::string& genericFile) {
+  pugi::xml_document document;
+  const pugi::xml_parse_result result = document.load_file(genericFile.c_str());
+  const pugi::xml_node root = document.child("orvik-generic");
+  if (!result || !root) {
+    const std::string problem = result ? "no <orvik-generic> in it" : result.description();
+    throw std::runtime_error(genericFile + ": " + problem + ". Name the generic configuration with --config.");
+  }
+  screen_names_t names;
+  names.actionChannel = root.child("Actions").attribute("channel").value();
+  names.eventChannel = root.child("Events").attribute("channel").value();
+  for (const auto& node : root.child("Actions").children("Action")) {
+    names.actions.emplace(node.attribute("name").value(), node.attribute("id").as_uint());
+  }
+  for (const auto& node : root.child("Events").children("Event")) {
+    names.events.emplace(node.attribute("id").as_uint(), node.attribute("name").value());
+  }
+  for (const auto& node : root.child("ScreenApi").children("Object")) {
+    names.widgets.emplace(node.attribute("id").as_int(), node.attribute("name").value());
+  }
+  for (const auto& node : root.child("Variables").children("Variable")) {
+    names.variables.emplace(node.attribute("name").value(), node.attribute("var").value());
+  }
+  return names;
+}
+
+std::set<std::string> WidgetNames(const screen_names_t& names) {
+  std::set<std::string> widgets;
+  for (const auto& [handle, name] : names.widgets) widgets.insert(name);
+  return widgets;
+}
+
+}  // namespace unit

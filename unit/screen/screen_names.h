@@ -1,0 +1,24 @@
+// The names and numbers of the generic configuration that the screen service needs.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+
+namespace unit {
+
+struct screen_names_t {
+  std::string actionChannel, eventChannel;
+  std::map<std::string, std::uint32_t> actions;  // name to number
+  std::map<std::uint32_t, std::string> events;   // number to name
+  std::map<std::int32_t, std::string> widgets;   // handle to name
+  std::map<std::string, std::string> variables;  // name to the database's parameter name
+};
+
+// Throws std::runtime_error with the file's name when it cannot be read.
+screen_names_t LoadScreenNames(const std::string& genericFile);
+
+std::set<std::string> WidgetNames(const screen_names_t& names);
+
+}  // namespace unit

@@ -1,0 +1,101 @@
+// The running screen: the model with its lock, and what each of the service's threads does with it.
+//
+// | thread       | what it does                                                                       |
+// |--------------|------------------------------------------------------------------------------------|
+// | subscriber   | takes widget messages, events and changes of variables                             |
+// | compositor   | takes drawings and answers them                                                    |
+// | requests     | answers for the state and the picture; draws the picture outside the lock          |
+// | pace         | every 20 ms: overdue texts, state of the data, action, changes, changed design     |
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "health/notify_link.h"
+#include "health/subscriber.h"
+#include "screen/compositor.h"
+#include "screen/design_watch.h"
+#include "screen/line_limiter.h"
+#include "screen/message_server.h"
+#include "screen/picture_store.h"
+#include "screen/screen_model.h"
+#include "service.h"
+
+namespace unit {
+
+// Starts all threads when made and ends them when destroyed.
+class ScreenWorker {
+ public:
+  // Throws std::runtime_error when configuration or design cannot be read or a name is taken.
+  explicit ScreenWorker(const Options_t& options);
+  ~ScreenWorker();
+  ScreenWorker(const ScreenWorker&) = delete;
+  ScreenWorker& operator=(const ScreenWorker&) = delete;
+
+  Status_t GetStatus() const;
+
+ private:
+  using clock_t = std::chrono::steady_clock;
+
+  ScreenModel MakeModel(const Options_t& options);
+  // subscriber
+  void TakeMessage(std::size_t channel, std::span<const std::uint8_t> payload);
+  void TakeScreenMessage(std::span<const std::uint8_t> payload);
+  void TakeEvent(std::span<const std::uint8_t> payload);
+  void TakeVariable(std::span<const std::uint8_t> payload);
+  // compositor and requests
+  reply_t TakeDrawing(std::span<const std::uint8_t> message);
+  reply_t Answer(std::span<const std::uint8_t> message);
+  std::string Picture();
+  // pace
+  void Pace();
+  void Step(clock_t::time_point now);
+  void ApplyOverdue(clock_t::time_point now);
+  void UpdateDataState(clock_t::time_point now);
+  void PublishChange();
+  void PostAction(clock_t::time_point now);
+  void ReloadDesign(clock_t::time_point now);
+  void ReadVariables();
+  void Report(LineLimiter& limiter, const std::string& what);
+
+  const std::filesystem::path designFolder_;
+  NotifyLink link_;
+  DesignWatch watch_;  // the pace thread's
+
+  mutable std::mutex mutex_;  // guards all down to stopping_
+  ScreenModel model_;
+  PictureStore pictures_;
+  Compositor compositor_;
+  std::map<std::uint32_t, std::vector<std::string>> variablesByHandle_;
+  clock_t::time_point lastProgramMessage_{};
+  clock_t::time_point pendingSince_{};
+  std::uint64_t malformed_ = 0;
+  std::string designProblem_;
+  LineLimiter malformedLines_, unknownLines_;
+  bool wake_ = false;
+  bool stopping_ = false;
+  std::condition_variable wakePace_;
+
+  // The request thread's: the last picture and what it was drawn from.
+  std::string drawnSvg_, drawnPng_;
+
+  // The pace thread's.
+  std::string postedAction_;
+  clock_t::time_point nextPost_{}, nextRead_{}, reloadAt_{};
+
+  std::unique_ptr<Subscriber> subscriber_;
+  std::unique_ptr<MessageServer> compositorServer_, requestServer_;
+  std::thread pace_;
+};
+
+}  // namespace unit

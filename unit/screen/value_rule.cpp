@@ -1,0 +1,117 @@
+#include "screen/value_rule.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <stdexcept>
+
+namespace unit {
+namespace {
+
+[[noreturn]] void Refuse(std::string_view what, std::string_view text) {
+  throw std::runtime_error(std::string(what) + " \"" + std::string(text) + "\"");
+}
+
+double ParseNumber(std::string_view text) {
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc{} || end != text.data() + text.size() || !std::isfinite(value)) {
+    Refuse("not a number:", text);
+  }
+  return value;
+}
+
+value_match_t ParseMatch(std::string_view text) {
+  using Kind = value_match_t::Kind;
+  if (text == "*") return {Kind::kAnything};
+  if (text == "?") return {Kind::kUnknown};
+  const std::size_t dots = text.find("..");
+  if (dots == std::string_view::npos) {
+    const double value = ParseNumber(text);
+    return {Kind::kRange, value, value};
+  }
+  const std::string_view low = text.substr(0, dots);
+  const std::string_view high = text.substr(dots + 2);
+  constexpr double INFINITE = std::numeric_limits<double>::infinity();
+  const value_match_t match{Kind::kRange, low.empty() ? -INFINITE : ParseNumber(low),
+                            high.empty() ? INFINITE : ParseNumber(high)};
+  if (match.low >= match.high) Refuse("an empty range:", text);
+  return match;
+}
+
+}  // namespace
+
+bool value_match_t::Holds(const variable_value_t& value) const {
+  if (kind == Kind::kAnything) return true;
+  if (kind == Kind::kUnknown) return !value.has_value();
+  if (!value.has_value()) return false;
+  return low == high ? *value == low : *value >= low && *value < high;
+}
+
+ValueRule::ValueRule(std::string_view text, bool withTexts) {
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find(';'), text.size());
+    const std::string_view entry = text.substr(0, end);
+    const std::size_t colon = withTexts ? entry.find(':') : entry.size();
+    if (colon == std::string_view::npos) Refuse("no colon in the entry", entry);
+    entries_.push_back(
+        {ParseMatch(entry.substr(0, colon)), withTexts ? std::string(entry.substr(colon + 1)) : std::string()});
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  if (entries_.empty()) throw std::runtime_error("a rule without entries");
+}
+
+const std::string* ValueRule::Choose(const variable_value_t& value) const {
+  const auto found = std::find_if(entries_.begin(), entries_.end(),
+                                  [&](const entry_t& entry) { return entry.match.Holds(value); });
+  return found == entries_.end() ? nullptr : &found->text;
+}
+
+ValueFormat::ValueFormat(std::string_view text) {
+  const std::size_t open = text.find('{');
+  const std::size_t close = text.find('}');
+  if (open == std::string_view::npos || close == std::string_view::npos || close < open) {
+    Refuse("a format without {0}:", text);
+  }
+  const std::string_view place = text.substr(open + 1, close - open - 1);
+  const std::size_t point = std::min(place.find('.'), place.size());
+  const bool zeros = std::all_of(place.begin(), place.end(), [](char c) { return c == '0' || c == '.'; });
+  const std::size_t decimals = point == place.size() ? 0 : place.size() - point - 1;
+  if (!zeros || point == 0 || point > 9 || decimals > 9 || text.find('{', open + 1) != std::string_view::npos) {
+    Refuse("not a format:", text);
+  }
+  before_ = text.substr(0, open);
+  after_ = text.substr(close + 1);
+  integerDigits_ = static_cast<int>(point);
+  decimals_ = static_cast<int>(decimals);
+}
+
+std::string ValueFormat::Apply(double value) const {
+  // Beyond what a double counts exactly a number is noise; it also bounds the text.
+  if (!std::isfinite(value) || std::abs(value) > 1e15) return before_ + "--" + after_;
+  const double scale = std::pow(10.0, decimals_);
+  const double rounded = std::round(value * scale) / scale + 0.0;  // + 0.0: no "-0"
+  const int width = integerDigits_ + (decimals_ > 0 ? decimals_ + 1 : 0) + (rounded < 0 ? 1 : 0);
+  std::array<char, 64> number{};
+  std::snprintf(number.data(), number.size(), "%0*.*f", width, decimals_, rounded);
+  return before_ + number.data() + after_;
+}
+
+std::vector<double> ParseNumbers(std::string_view text, std::size_t count) {
+  std::vector<double> numbers;
+  std::string_view rest = text;
+  while (true) {
+    rest.remove_prefix(std::min(rest.find_first_not_of(" ,"), rest.size()));
+    if (rest.empty()) break;
+    const std::size_t end = std::min(rest.find_first_of(" ,"), rest.size());
+    numbers.push_back(ParseNumber(rest.substr(0, end)));
+    rest.remove_prefix(end);
+  }
+  if (numbers.size() != count) Refuse("not " + std::to_string(count) + " numbers:", text);
+  return numbers;
+}
+
+}  // namespace unit
