@@ -138,11 +138,12 @@ struct orvikData_t {
   std::string appName;
 
   // --- Locks.
-  pthread_mutex_t canMutex;      // canPackets
-  pthread_mutex_t decapMutex;    // decapData
-  pthread_mutex_t displayMutex;  // utf8Display, the 31 fields, the flash line, systemText
-  pthread_mutex_t beeperMutex;   // beeperState and beeperDuration together
-  pthread_mutex_t dialsMutex;    // what the dials page shows
+  pthread_mutex_t canMutex = PTHREAD_MUTEX_INITIALIZER;    // canPackets
+  pthread_mutex_t decapMutex = PTHREAD_MUTEX_INITIALIZER;  // decapData
+  pthread_mutex_t displayMutex =
+      PTHREAD_MUTEX_INITIALIZER;  // utf8Display, the 31 fields, the flash line, systemText
+  pthread_mutex_t beeperMutex = PTHREAD_MUTEX_INITIALIZER;  // beeperState and beeperDuration together
+  pthread_mutex_t dialsMutex = PTHREAD_MUTEX_INITIALIZER;   // what the dials page shows
 
   // --- Hand-over queues. The work arrays belong to their consumer.
   std::vector<CAN_packet_t2> canPackets;
