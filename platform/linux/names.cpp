@@ -34,7 +34,7 @@ void RemoveNameFiles();
 
 AttachedNames*& NamesPointer() {
   static AttachedNames* names = [] {
-    std::atexit(RemoveNameFiles);
+    static_cast<void>(std::atexit(RemoveNameFiles));
     AtForkInChild([] {
       static std::vector<AttachedNames*>& ofTheParent = *new std::vector<AttachedNames*>;
       ofTheParent.push_back(NamesPointer());

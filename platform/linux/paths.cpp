@@ -39,7 +39,7 @@ std::string ChosenDirectory(const std::string& path) {
 
 // /tmp is everybody's: a link that somebody else put there must not lead us astray.
 std::string FallbackDirectory() {
-  const std::string path = "/tmp/orvik-" + std::to_string(geteuid());
+  std::string path = "/tmp/orvik-" + std::to_string(geteuid());
   struct stat status {};
   if (!MakeDirectories(path) || lstat(path.c_str(), &status) != 0 || !IsOurDirectory(status)) return {};
   return path;

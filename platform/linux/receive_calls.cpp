@@ -42,7 +42,7 @@ void RemoveSocketFiles();
 // threads of the parent may have been in the middle of it.
 ReceiveTables*& TablesPointer() {
   static ReceiveTables* tables = [] {
-    std::atexit(RemoveSocketFiles);
+    static_cast<void>(std::atexit(RemoveSocketFiles));
     AtForkInChild([] {
       static std::vector<ReceiveTables*>& ofTheParent = *new std::vector<ReceiveTables*>;
       ofTheParent.push_back(TablesPointer());

@@ -1,9 +1,6 @@
 #include "runtime_socket.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <cstdio>
-#include <cstring>
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -34,8 +31,8 @@ class SocketAddress {
     const auto slash = path.find_last_of('/');
     const std::string directory = path.substr(0, slash);
     directory_ = Descriptor::Make([&] { return open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC); });
-    std::snprintf(address_.sun_path, sizeof address_.sun_path, "/proc/self/fd/%d%s", directory_.Get(),
-                  path.c_str() + slash);
+    const std::string shorter = "/proc/self/fd/" + std::to_string(directory_.Get()) + path.substr(slash);
+    shorter.copy(address_.sun_path, sizeof address_.sun_path - 1);
   }
   int Bind(int socket) const { return bind(socket, Generic(), sizeof address_); }
   int Connect(int socket) const { return connect(socket, Generic(), sizeof address_); }

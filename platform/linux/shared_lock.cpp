@@ -12,6 +12,7 @@
 #include <string>
 
 #include <linux/futex.h>
+#include <sched.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -19,12 +20,21 @@
 
 #include "thread_id.h"
 
-#if defined(__SANITIZE_THREAD__)
+#ifndef __has_feature
+#define __has_feature(feature) 0
+#endif
+#if defined(__SANITIZE_THREAD__) || __has_feature(thread_sanitizer)
 #include <sanitizer/tsan_interface.h>
-#else
 // Hand-overs go through the kernel, where ThreadSanitizer cannot see them; it is told of each.
-static void __tsan_acquire(void*) {}
-static void __tsan_release(void*) {}
+static void NoteAcquired(void* lock) {
+  __tsan_acquire(lock);
+}
+static void NoteReleased(void* lock) {
+  __tsan_release(lock);
+}
+#else
+static void NoteAcquired(void* /*lock*/) {}
+static void NoteReleased(void* /*lock*/) {}
 #endif
 
 namespace platform {
@@ -91,6 +101,7 @@ bool LockInKernel(shared_lock_t& lock, std::uint32_t self) {
   while (Futex(lock.owner, FUTEX_LOCK_PI) != 0) {
     // EINTR, EAGAIN (the holder is just dying) and EINVAL (the word changed meanwhile) pass by themselves.
     if ((errno == ESRCH || errno == EDEADLK) && TakeFromDead(lock, self)) return true;
+    if (errno != EINTR) sched_yield();
   }
   if ((lock.owner.load(std::memory_order_acquire) & FUTEX_OWNER_DIED) == 0) return false;
   lock.owner.fetch_and(~static_cast<std::uint32_t>(FUTEX_OWNER_DIED), std::memory_order_relaxed);
@@ -110,7 +121,7 @@ std::optional<std::uint32_t> LockShared(shared_lock_t& lock) {
   std::uint32_t word = 0;
   const bool recovered =
       !lock.owner.compare_exchange_strong(word, self, std::memory_order_acquire) && LockInKernel(lock, self);
-  __tsan_acquire(&lock);
+  NoteAcquired(&lock);
   // The mark stays until the lock is given back: should this holder die too, the next one must know as well.
   const std::uint32_t mark = recovered ? lock.slot.load(std::memory_order_relaxed) : 0;
   if (mark == 0) return std::nullopt;
@@ -120,7 +131,7 @@ std::optional<std::uint32_t> LockShared(shared_lock_t& lock) {
 void UnlockShared(shared_lock_t& lock) {
   std::atomic_signal_fence(std::memory_order_seq_cst);  // what was written is whole before the mark goes
   lock.slot.store(0, std::memory_order_relaxed);
-  __tsan_release(&lock);
+  NoteReleased(&lock);
   auto word = static_cast<std::uint32_t>(CurrentThreadId());
   if (!lock.owner.compare_exchange_strong(word, 0, std::memory_order_release)) {
     Futex(lock.owner, FUTEX_UNLOCK_PI);

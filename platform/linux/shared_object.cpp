@@ -1,14 +1,15 @@
 #include "shared_object.h"
 
-#include <array>
 #include <cerrno>
-#include <climits>
-#include <cstdio>
+#include <cstdint>
 #include <cstdlib>
+#include <iomanip>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <fcntl.h>
@@ -57,10 +58,10 @@ std::string CanonicalRuntimeDirectory() {
 
 // The name in the machine's one space of shared objects.
 std::string SystemName(std::string_view escapedName) {
-  std::array<char, 32> prefix{};
-  std::snprintf(prefix.data(), prefix.size(), "/orvik-%016llx-",
-                static_cast<unsigned long long>(HashOf(CanonicalRuntimeDirectory())));
-  return std::string(prefix.data()).append(escapedName);
+  std::ostringstream name;
+  name << "/orvik-" << std::hex << std::setw(16) << std::setfill('0') << HashOf(CanonicalRuntimeDirectory())
+       << '-' << escapedName;
+  return name.str();
 }
 
 std::string EscapedName(const char* name) {

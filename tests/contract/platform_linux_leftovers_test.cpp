@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -216,6 +217,35 @@ TEST_F(Leftovers, ConnectionsWithGarbageAreDropped) {
   close(garbage);
   name_close(coid);
   name_detach(attach, 0);
+}
+
+TEST_F(Leftovers, OfDescriptorsAreNotNeededToTurnClientsAway) {
+  const Signal ready;
+  const Signal held;
+  const Child server([&] {
+    const rlimit few = {40, 40};
+    return setrlimit(RLIMIT_NOFILE, &few) == 0 ? Server().Run(ready, held) : 1;
+  });
+  ASSERT_TRUE(ready.Await());
+  std::vector<int> connections;
+  int answered = 0;
+  for (int i = 0; i < 40; ++i) {
+    const int coid = name_open(SERVER_NAME, 0);
+    if (coid < 0) continue;
+    connections.push_back(coid);
+    const long result = MsgSend(coid, "E", 1, nullptr, 0);
+    EXPECT_TRUE(result == 1 || errno == ESRCH);
+    answered += result == 1 ? 1 : 0;
+  }
+  EXPECT_GT(answered, 5);
+  EXPECT_LT(answered, 40);
+  for (const int coid : connections) name_close(coid);
+  EXPECT_TRUE(Eventually([] {
+    const int coid = name_open(SERVER_NAME, 0);
+    const long result = MsgSend(coid, "E", 1, nullptr, 0);
+    name_close(coid);
+    return result == 1;
+  })) << "and serves again when it has descriptors";
 }
 
 TEST(Paths, OfTheUnitAreUnderItsRoot) {

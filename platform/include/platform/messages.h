@@ -3,7 +3,8 @@
 // A channel receives; a connection sends. MsgSend blocks until the receiver replies, a pulse never blocks its
 // sender. Any number of threads may use one connection at once; each gets the reply to its own message. A
 // receiver that dies fails every blocked and later send with ESRCH. All calls are thread-safe and return -1
-// with errno on failure.
+// with errno on failure: EBADF for a connection that is none. On Linux a signal does not end a wait, signal
+// handlers call none of these, and a forked child has none of its parent's channels and connections.
 #pragma once
 
 #include <csignal>
@@ -14,9 +15,10 @@
 
 // Channel flags.
 constexpr unsigned _NTO_CHF_FIXED_PRIORITY = 0x0001;
+// A pulse, whose value is the receive id, tells the receiver that whoever waits for its reply is gone.
 constexpr unsigned _NTO_CHF_UNBLOCK = 0x0002;
-constexpr unsigned _NTO_CHF_DISCONNECT =
-    0x0040;  // a pulse tells the receiver that its last connection of a client went
+// A pulse, whose scoid is the client's, tells the receiver that the whole of a client's connection is gone.
+constexpr unsigned _NTO_CHF_DISCONNECT = 0x0040;
 constexpr unsigned _NTO_SIDE_CHANNEL = 0x40000000;
 
 // Codes of the system's own pulses; a program's codes are 0 to 127.
@@ -63,10 +65,11 @@ int ConnectDetach(int coid);
 // are copied. Returns the status that the receiver gave to MsgReply.
 long MsgSend(int coid, const void* smsg, std::size_t sbytes, void* rmsg, std::size_t rbytes);
 // Waits for a message or pulse. Returns a receive id above 0 to be answered with MsgReply or MsgError, 0 for a
-// pulse
-// (`msg` then holds a _pulse), -1 on failure. A message longer than `bytes` is cut; `info` may be null.
+// pulse (`msg` then holds a _pulse), -1 on failure: ESRCH when there is no such channel any more. A message
+// longer than `bytes` is cut; `info` may be null. Any number of threads may wait on one channel.
 int MsgReceive(int chid, void* msg, std::size_t bytes, _msg_info* info);
-// Answers a message: the sender's MsgSend returns `status` and gets the bytes. ESRCH: the sender is gone.
+// Answers a message: the sender's MsgSend returns `status` and gets the bytes that it has room for. ESRCH: the
+// sender is gone, or was answered before. Never blocks. Any thread.
 int MsgReply(int rcvid, long status, const void* msg, std::size_t bytes);
 // Answers a message with an error: the sender's MsgSend returns -1 and errno is `error`.
 int MsgError(int rcvid, int error);

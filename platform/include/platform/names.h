@@ -7,8 +7,9 @@ struct name_attach_t {
 
 constexpr unsigned NAME_FLAG_ATTACH_GLOBAL = 0x2;
 
-// Makes a channel and gives it the name. A name that a living process holds fails with EEXIST; one left behind
-// by a dead process is taken over. Returns null on failure. `dpp` is null. Release with name_detach.
+// Makes a channel (with _NTO_CHF_DISCONNECT) and gives it the name. A name that a living process holds fails
+// with EEXIST; one left behind by a dead process is taken over. Returns null on failure. `dpp` is null. Release
+// with name_detach.
 name_attach_t* name_attach(void* dpp, const char* path, unsigned flags);
 int name_detach(name_attach_t* attach, unsigned flags);
 

@@ -11,9 +11,10 @@
 
 namespace platform {
 
-// As shm_open: opens or makes the object `name` ("/DBSHM"). On Linux the object belongs to the runtime
-// directory, so that two units on one machine do not meet. Returns a close-on-exec descriptor, or -1 with
-// errno.
+// As shm_open: opens or makes the object `name` ("/DBSHM"). Returns a close-on-exec descriptor, or -1 with
+// errno. On Linux the object belongs to the runtime directory, so that two units on one machine do not meet,
+// and to the process that made it: O_CREAT | O_EXCL fails with EEXIST while that process lives and makes the
+// object anew when it is dead.
 int OpenSharedObject(const char* name, int flags, mode_t mode);
 // As shm_unlink.
 int UnlinkSharedObject(const char* name);

@@ -1,0 +1,10 @@
+// Device registers: the system's own.
+#pragma once
+
+#include <cstdint>
+
+#include <hw/inout.h>
+#include <sys/mman.h>
+#include <sys/neutrino.h>
+
+constexpr std::uintptr_t MAP_DEVICE_FAILED = ~std::uintptr_t{0};

@@ -1,0 +1,20 @@
+#include "platform/paths.h"
+
+#include <cstdlib>
+
+namespace platform {
+
+std::string ResolveUnitPath(std::string_view path) {
+  const char* const root = std::getenv("ORVIK_ROOT");
+  if (root == nullptr || !path.starts_with('/')) return std::string(path);
+  return std::string(root).append(path);
+}
+
+// Channels, names and shared objects are the system's; nothing of them stands in a directory.
+std::string RuntimeDirectory() {
+  return {};
+}
+
+void RemoveRuntimeLeftovers() {}
+
+}  // namespace platform

@@ -1,0 +1,34 @@
+#include "platform/shared_memory.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+
+namespace platform {
+
+int OpenSharedObject(const char* name, int flags, mode_t mode) {
+  return shm_open(name, flags, mode);
+}
+
+int UnlinkSharedObject(const char* name) {
+  return shm_unlink(name);
+}
+
+void InitSharedLock(shared_lock_t& lock) {
+  pthread_mutexattr_t attributes;
+  pthread_mutexattr_init(&attributes);
+  pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+  pthread_mutexattr_setprotocol(&attributes, PTHREAD_PRIO_INHERIT);
+  pthread_mutex_init(&lock.mutex, &attributes);
+  pthread_mutexattr_destroy(&attributes);
+}
+
+std::optional<std::uint32_t> LockShared(shared_lock_t& lock) {
+  pthread_mutex_lock(&lock.mutex);
+  return std::nullopt;
+}
+
+void UnlockShared(shared_lock_t& lock) {
+  pthread_mutex_unlock(&lock.mutex);
+}
+
+}  // namespace platform
