@@ -3,15 +3,15 @@
 //
 // All integers are unsigned, 32 bits, little-endian:
 //
-// | offset | width | field             | meaning |
-// |--------|-------|-------------------|---------------------------------------------------------------------------|
-// | 0      | 4     | type              | j1939_type_t | | 4      | 4     | length            | 1808; filter
-// requests: 1808 + the name's length                           | | 8      | 4     | port              | CAN
-// port, always 1 from the display                                       | | 12     | 4     | identifier |
-// 29-bit extended identifier                                                | | 16     | 4     | dataLength /
-// mask | data bytes; filter requests: the identifier mask                          | | 20     | 1788  | data |
-// a standard frame uses the first 8 bytes                                   | | 1808   | n     | channelName |
-// filter requests: where matching frames go, no terminating zero            |
+// | offset | width | field             | meaning                                                        |
+// |--------|-------|-------------------|----------------------------------------------------------------|
+// | 0      | 4     | type              | j1939_type_t                                                   |
+// | 4      | 4     | length            | 1808; filter requests: 1808 + the name's length                |
+// | 8      | 4     | port              | CAN port, always 1 from the display                            |
+// | 12     | 4     | identifier        | 29-bit extended identifier                                     |
+// | 16     | 4     | dataLength / mask | data bytes; filter requests: the identifier mask               |
+// | 20     | 1788  | data              | a standard frame uses the first 8 bytes                        |
+// | 1808   | n     | channelName       | filter requests: where matching frames go, no terminating zero |
 #pragma once
 
 #include <cstddef>

@@ -105,6 +105,7 @@ void InitAllFields() {
   for (unsigned fid = 0; fid < FIELD_COUNT; ++fid) FIELDS[fid].field->fid = fid;
   fieldLast.fid = FIELD_COUNT;
   ClearAllFields();
+  ForgetSystemText();
 }
 
 void ClearField(Field_t& field) {

@@ -41,7 +41,8 @@ extern const std::array<FieldEntry_t, FIELD_COUNT> FIELDS;
 
 // --- Fields.
 
-// Numbers the fields and clears them. Once at each initialisation. Locked, unless no other thread runs yet.
+// Numbers the fields, clears them and forgets a system text. Once at each initialisation. Locked, unless no
+// other thread runs yet.
 void InitAllFields();
 void ClearField(Field_t& field);  // frees the text, keeps the number. Locked.
 void ClearAllFields();            // Locked.
@@ -86,6 +87,8 @@ void EndSystemText(orvikData_t* data);
 bool SystemTextShown();
 // The host's texts have just replaced all fields. Locked.
 void HostTextArrived(orvikData_t* data);
+// The fields start anew: nothing is shown over them and nothing kept. Locked.
+void ForgetSystemText();
 
 // --- Dumps on standard output. Locked.
 

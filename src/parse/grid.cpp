@@ -132,7 +132,9 @@ bool SameUTF8Line(const orvikData_t* data, const UTF8Line_t* a, const UTF8Line_t
 void DumpUTF8Line(const orvikData_t* data, const UTF8Line_t* line, int n) {
   PrintOut("UTF8Line " + std::to_string(n));
   for (std::size_t i = 0; i < ShownColumns(data); ++i) {
-    PrintOut("[" + std::to_string(i) + "] 0x" + HexText(line->cells[i].codePoint, 8));
+    std::string cell = "[";
+    cell.append(std::to_string(i)).append("] 0x").append(HexText(line->cells[i].codePoint, 8));
+    PrintOut(cell);
   }
 }
 

@@ -19,10 +19,6 @@ void RestoreFields() {
   for (std::size_t i = 0; i < FIELD_COUNT; ++i) FIELDS[i].field->text = std::move(keptFields[i]);
 }
 
-void ForgetKeptFields() {
-  for (std::vector<unsigned>& text : keptFields) std::vector<unsigned>().swap(text);
-}
-
 std::vector<unsigned> ExpandText(orvikData_t* data, std::string text) {
   FixUTF8String(text);
   std::vector<unsigned> codepoints;
@@ -84,7 +80,10 @@ bool SystemTextShown() {
 }
 
 void HostTextArrived(orvikData_t* /*data*/) {
-  if (systemTextShown == 0) return;
+  if (systemTextShown != 0) ForgetSystemText();
+}
+
+void ForgetSystemText() {
   systemTextShown = 0;
-  ForgetKeptFields();
+  for (std::vector<unsigned>& text : keptFields) std::vector<unsigned>().swap(text);
 }

@@ -69,6 +69,15 @@ TEST_F(SystemText, EndsAtOnceWhenTheHostSendsNewText) {
   EXPECT_EQ(Line(0), "n");
 }
 
+TEST_F(SystemText, IsForgottenWhenTheFieldsStartAnew) {
+  ShowSystemText(record, "message");
+  InitAllFields();
+  EXPECT_FALSE(SystemTextShown());
+  ShowSystemText(record, "start");
+  EndSystemText(record);
+  EXPECT_EQ(Line(0), "");
+}
+
 TEST_F(SystemText, IsSplitAtABlankWhenLongerThanALine) {
   struct Split_t {
     int columns;
