@@ -22,6 +22,14 @@ std::size_t FramesOf(const Message& message) {
   return frames;
 }
 
+// The display answers these as they come, before frames are joined; so they may stand between the frames of a
+// message.
+bool IsImmediateRequest(std::span<const std::uint8_t> data) {
+  if (data.size() < 3 || data[0] != 0 || data[1] != 1) return false;
+  const command_t* command = FindCommand(data.subspan(2));
+  return command != nullptr && command->reply.frames > 0;
+}
+
 }  // namespace
 
 void ReplyMatcher::GiveUp(std::uint64_t before_us) {
@@ -51,7 +59,7 @@ void Conversation::HearHost(const Message& message, utterance_t& utterance) {
   utterance.decoded = DecodeCommand(message, units_);
   const command_t* command = FindCommand(message);
   if (command == nullptr) return;
-  // The display answers only requests that fit one frame.
+  // A request of more than one frame gets no answer.
   if (command->reply.frames > 0 && FramesOf(message) == 1) replies_.Requested(*command, utterance.time_us);
   if (command->name == "units" && message.size() >= command->leastLength && message[2] <= 1)
     units_ = message[2];
@@ -73,7 +81,12 @@ std::optional<utterance_t> Conversation::Feed(const bus::frame_t& frame) {
   }
   Message message;
   const bool fromHost = utterance.speaker == Speaker::kHost;
-  if (!(fromHost ? host_ : display_).Feed(frame.Bytes(), message)) return std::nullopt;
+  if (fromHost && IsImmediateRequest(frame.Bytes())) {
+    ++counters_.requests;
+    message.assign(frame.Bytes().begin() + 2, frame.Bytes().end());
+  } else if (!(fromHost ? host_ : display_).Feed(frame.Bytes(), message)) {
+    return std::nullopt;
+  }
   if (fromHost) {
     HearHost(message, utterance);
   } else {

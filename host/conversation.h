@@ -47,7 +47,8 @@ class Conversation {
  public:
   struct counters_t {
     std::uint64_t frames = 0;
-    std::uint64_t others = 0;  // frames of neither the host nor the display
+    std::uint64_t others = 0;    // frames of neither the host nor the display
+    std::uint64_t requests = 0;  // messages that the display answers before it joins frames
   };
 
   // The next frame of the bus, in order of time. Something comes back when it completes a message.

@@ -47,8 +47,8 @@ void Station::Drain() {
 }
 
 bool Station::Rejoin() {
-  std::cerr << "hx7: lost the bus: " << endpoint_->Problem() << "; trying to join it again for "
-            << kRejoinPatience.count() << " s\n";
+  std::cerr << "hx7: lost the bus: " + endpoint_->Problem() + "; trying to join it again for " +
+                   std::to_string(kRejoinPatience.count()) + " s\n";
   drain_ = {};
   const auto end = Clock::now() + kRejoinPatience;
   for (;;) {

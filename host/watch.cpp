@@ -58,9 +58,10 @@ void Watcher::Summarise(std::uint64_t skippedLines) const {
   std::cerr << "hx7: " << conversation_.Counters().frames << " frames, " << conversation_.Counters().others
             << " of other stations";
   if (skippedLines > 0) std::cerr << ", " << skippedLines << " lines that are no frames";
-  std::cerr << "\nhx7: messages: host " << host.messages << ", display " << display.messages
-            << "; broken: host " << host.broken << ", display " << display.broken << "; stray frames: host "
-            << host.strays << ", display " << display.strays << "; too long: " << host.tooLong + display.tooLong
+  std::cerr << "\nhx7: messages: host " << host.messages + conversation_.Counters().requests << ", display "
+            << display.messages << "; broken: host " << host.broken << ", display " << display.broken
+            << "; stray frames: host " << host.strays << ", display " << display.strays
+            << "; too long: " << host.tooLong + display.tooLong
             << "; requests without an answer: " << conversation_.Unanswered() << '\n';
 }
 

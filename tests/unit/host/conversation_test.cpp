@@ -111,6 +111,17 @@ TEST(Conversation, ExpectsNoAnswerToARequestOfTwoFrames) {
               ElementsAre(testing::HasSubstr("nobody asked")));
 }
 
+TEST(Conversation, LetsRequestsStandBetweenTheFramesOfAMessage) {
+  host::Conversation conversation;
+  EXPECT_THAT(
+      Hear(conversation, {Frame(kHost, "00 02 04 14"), Frame(kHost, "00 01 06"), Frame(kHost, "01 FF")}),
+      ElementsAre("key-state", "beeper: 20 x 10 ms"));
+  EXPECT_THAT(
+      Hear(conversation, {Frame(kHost, "00 02 04 14"), Frame(kHost, "00 01 04 00"), Frame(kHost, "01 FF")}),
+      ElementsAre());
+  EXPECT_EQ(conversation.Host().broken, 1U);
+}
+
 TEST(Conversation, KeepsOtherStationsApart) {
   host::Conversation conversation;
   EXPECT_THAT(
