@@ -15,8 +15,8 @@ inline void PrintLine(std::FILE* stream, std::string_view line) {
   std::string whole;
   whole.reserve(line.size() + 1);
   whole.append(line).push_back('\n');
-  std::fwrite(whole.data(), 1, whole.size(), stream);
-  std::fflush(stream);
+  static_cast<void>(std::fwrite(whole.data(), 1, whole.size(), stream));
+  static_cast<void>(std::fflush(stream));
 }
 
 inline void PrintOut(std::string_view line) {
