@@ -84,8 +84,9 @@ Layer* Layer::getCurrentLayer() {
 
 int Layer::addDrawingObj(DrawingObject* object) {
   const std::lock_guard lock(mutex_);
-  objects_[++lastObjectId_] = object;
-  return lastObjectId_;
+  const int objectId = objects_.empty() ? 1 : objects_.rbegin()->first + 1;
+  objects_[objectId] = object;
+  return objectId;
 }
 
 void Layer::deleteDrawingObj(int objectId) {

@@ -42,7 +42,7 @@ class Layer {
   // The layer that new drawing objects join; null when there is none.
   void setToCurrentLayer();
   static Layer* getCurrentLayer();
-  // Returns the object's id, 1 or more and unique in the layer.
+  // Returns the object's id, 1 or more, which no other object of the layer has as long as this one is there.
   int addDrawingObj(DrawingObject* object);
   void deleteDrawingObj(int objectId);
 
@@ -107,11 +107,10 @@ class Layer {
   const int id_;
   int coid_ = -1;
   std::atomic<bool> connected_{false};
-  std::recursive_mutex mutex_;  // guards queue_, used_, objects_ and lastObjectId_
+  std::recursive_mutex mutex_;  // guards queue_, used_ and objects_
   std::vector<std::uint8_t> queue_;
   std::size_t used_ = 0;
   std::map<int, DrawingObject*> objects_;
-  int lastObjectId_ = 0;
 };
 
 }  // namespace Compositing
