@@ -1,6 +1,7 @@
 #include "host/encode.h"
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <cmath>
 #include <limits>
@@ -99,7 +100,11 @@ Message Encode(std::string_view command) {
 }
 
 Message EncodeKeyMasks(std::span<const std::uint8_t> masks) {
-  Message message = {kExtendedCommand, 1, static_cast<std::uint8_t>(masks.size())};
+  constexpr std::array<std::uint8_t, 2> kHead = {kExtendedCommand, 1};
+  Message message;
+  message.reserve(kHead.size() + 1 + masks.size());
+  message.assign(kHead.begin(), kHead.end());
+  message.push_back(static_cast<std::uint8_t>(masks.size()));
   message.insert(message.end(), masks.begin(), masks.end());
   return message;
 }
