@@ -14,6 +14,7 @@ if(ORVIK_FUZZ)
 endif()
 
 find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
 
 # The unit's services and the host are Linux programs with libraries of their own; a cross build makes the application.
 set(ORVIK_HAS_UNIT OFF)
