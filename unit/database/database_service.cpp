@@ -159,7 +159,8 @@ void DatabaseService::LookAround() {
     lock.unlock();
     for (Watched_t& watched : watched_) {
       const std::lock_guard guard(watchedMutex_);
-      if (PublishChange(watched)) ++missed_;
+      const bool isChange = watched.published.has_value();  // not the first time that it is published
+      if (PublishChange(watched) && isChange) ++missed_;
     }
     lock.lock();
   }

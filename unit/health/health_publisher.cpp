@@ -13,6 +13,17 @@ std::string FormatStatus(const Status_t& status) {
   return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
+std::vector<Status_t> WorkersOf(const Status_t& status) {
+  constexpr std::string_view PREFIX = "worker.";
+  std::vector<Status_t> workers;
+  for (const auto& [name, alive] : status.counters) {
+    if (!name.starts_with(PREFIX)) continue;
+    workers.push_back(
+        {"worker " + name.substr(PREFIX.size()), alive != 0, alive != 0 ? "" : "no heartbeat", {}});
+  }
+  return workers;
+}
+
 HealthPublisher::HealthPublisher(std::function<std::vector<Status_t>()> collect)
     : collect_(std::move(collect)), thread_([this] { Run(); }) {}
 
@@ -29,7 +40,10 @@ void HealthPublisher::Run() {
   std::unique_lock lock(mutex_);
   while (!stopping_) {
     lock.unlock();
-    for (const Status_t& status : collect_()) link_.Publish(HEALTH_CHANNEL_NAME, FormatStatus(status));
+    for (const Status_t& status : collect_()) {
+      link_.Publish(HEALTH_CHANNEL_NAME, FormatStatus(status));
+      for (const Status_t& worker : WorkersOf(status)) link_.Publish(HEALTH_CHANNEL_NAME, FormatStatus(worker));
+    }
     lock.lock();
     wake_.wait_for(lock, std::chrono::seconds(1), [this] { return stopping_; });
   }

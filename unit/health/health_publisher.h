@@ -13,6 +13,10 @@
 
 namespace unit {
 
+// The workers that a service supervises, as services of their own: each counter "worker.NAME" of a status, 1
+// while the worker is alive and 0 while it is missing, becomes a status with the name "worker NAME".
+std::vector<Status_t> WorkersOf(const Status_t& status);
+
 // {"name":"j1939","up":true,"detail":"","counters":{"received":12}}
 std::string FormatStatus(const Status_t& status);
 

@@ -14,7 +14,7 @@ namespace unit {
 // One thread at a time uses an object.
 class FilterStore {
  public:
-  static constexpr std::size_t MAX_FILTERS = 1024;
+  static constexpr std::size_t MAX_FILTERS = 256;
 
   // Takes over what a killed service left in `file`.
   explicit FilterStore(std::string file);

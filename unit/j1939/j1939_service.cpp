@@ -41,6 +41,7 @@ constexpr int SEND_TIMEOUT_MS = 2500;  // longer than a stalled station of the l
 constexpr auto REPORT_PERIOD = 100ms;
 constexpr auto RETRY_PERIOD = 500ms;
 constexpr auto COMPLAINT_PERIOD = 1s;
+constexpr const char* NOT_STARTED = "not started";
 constexpr const char* ADDRESS_FILE = "/socketcand.address";
 constexpr const char* FILTER_FILE = "/j1939.filters";
 constexpr std::string_view KERNEL_BUS = "socketcan:";
@@ -148,7 +149,7 @@ class J1939Service : public Service {
   std::shared_ptr<KernelTransport> transport_;
   delivery_t delivery_;
   std::unique_ptr<FilterStore> filters_;
-  std::string problem_ = "not started";  // what is wrong with the bus, empty while it is up
+  std::string problem_ = NOT_STARTED;  // what is wrong with the bus, empty while it is up
 
   std::atomic<bool> managerLost_{false};
   std::atomic<bool> stopping_{false};
@@ -231,7 +232,7 @@ void J1939Service::OpenLocalBus() {
   report_.SetUp(true);
 }
 
-// Opens the interface; what is wrong is reported once, until it changes.
+// Opens the interface. That it is not there is reported once: here at the start, else by LoseBus.
 void J1939Service::OpenKernelBus() {
   endpoint_t endpoint;
   std::shared_ptr<KernelTransport> transport;
@@ -249,9 +250,10 @@ void J1939Service::OpenKernelBus() {
     }
   }
   const std::lock_guard lock(mutex_);
-  if (problem.empty() && problem_ != "not started") {
+  const bool isFirst = problem_ == NOT_STARTED;
+  if (problem.empty() && !isFirst) {
     std::cout << "j1939: " << interface_ << " is up again" << std::endl;
-  } else if (!problem.empty() && problem != problem_) {
+  } else if (!problem.empty() && isFirst) {
     std::cerr << "j1939: " << problem << " (trying again twice a second)" << std::endl;
   }
   problem_ = problem;

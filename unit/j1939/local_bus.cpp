@@ -255,7 +255,9 @@ void LocalBus::Obey(Station_t& station, const std::string& message) {
 // Gives the frame to every station but its sender, of which null is the unit itself.
 void LocalBus::Broadcast(bus::frame_t frame, const Station_t* sender) {
   frame.time_us = RealTime_us();
-  const std::string text = bus::FormatSocketcandFrame(frame);
+  // The blank keeps python-can from losing a frame where a read ends within one: it drops the character before
+  // it.
+  const std::string text = " " + bus::FormatSocketcandFrame(frame);
   const time_t now = steady_clock::now();
   for (Station_t& station : stations_) {
     if (&station == sender || !station.conversation.WantsFrames()) continue;

@@ -80,9 +80,11 @@ std::optional<Message_t> Exchange::Fetch(int id) {
   return message;
 }
 
-void Exchange::PayOwedPulses() {
+bool Exchange::PayOwedPulses() {
   owed_ = false;
-  for (auto& [id, client] : clients_) Announce(id, client);
+  bool paid = false;
+  for (auto& [id, client] : clients_) paid = Announce(id, client) || paid;
+  return paid;
 }
 
 std::vector<Loss_t> Exchange::TakeLosses() {
@@ -107,20 +109,16 @@ bool Exchange::MakeRoom(Client_t& client, std::size_t bytes) {
   return lost_ == before;
 }
 
-// Sends a pulse for each message that has none yet.
-void Exchange::Announce(int id, Client_t& client) {
+// Sends a pulse for each message that has none yet. True when it sent any.
+bool Exchange::Announce(int id, Client_t& client) {
+  const std::size_t before = client.announced;
   while (client.announced < client.queue.size()) {
-    switch (pulses_.Send(id)) {
-      case PulsePort::Result::kSent:
-        ++client.announced;
-        break;
-      case PulsePort::Result::kFull:
-        owed_ = true;
-        return;
-      case PulsePort::Result::kGone:
-        return;  // its connection is about to end
-    }
+    const PulsePort::Result result = pulses_.Send(id);
+    if (result == PulsePort::Result::kFull) owed_ = true;
+    if (result != PulsePort::Result::kSent) break;  // kGone: its connection is about to end
+    ++client.announced;
   }
+  return client.announced > before;
 }
 
 std::size_t Exchange::RoomFor(const Client_t& client, std::size_t bytes) const {

@@ -78,9 +78,10 @@ class Exchange {
   // The client's oldest message.
   std::optional<Message_t> Fetch(int client);
 
-  // True while a message waits for which no pulse could be sent; PayOwedPulses tries again.
+  // True while a message waits for which no pulse could be sent; PayOwedPulses tries again, true when it sent
+  // one.
   bool AnyPulseOwed() const { return owed_; }
-  void PayOwedPulses();
+  bool PayOwedPulses();
 
   // What was lost since the last call, one entry a client.
   std::vector<Loss_t> TakeLosses();
@@ -108,7 +109,7 @@ class Exchange {
   };
 
   bool MakeRoom(Client_t& client, std::size_t bytes);
-  void Announce(int id, Client_t& client);
+  bool Announce(int id, Client_t& client);
   std::size_t RoomFor(const Client_t& client, std::size_t bytes) const;
 
   QueueLimits_t limits_;

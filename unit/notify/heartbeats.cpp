@@ -7,6 +7,17 @@
 #include "platform/byte_order.h"
 
 namespace unit {
+namespace {
+
+constexpr const char* EXIT_EVENT = "orvik.ExitApplication";
+
+std::optional<std::uint32_t> FindEvent(const pugi::xml_node& events, const char* name) {
+  const pugi::xml_node event = events.find_child_by_attribute("Event", "name", name);
+  if (!event) return std::nullopt;
+  return event.attribute("id").as_uint();
+}
+
+}  // namespace
 
 std::string HeartbeatMonitor::Load(const std::string& genericFile) {
   pugi::xml_document document;
@@ -14,10 +25,8 @@ std::string HeartbeatMonitor::Load(const std::string& genericFile) {
   if (!parsed) return genericFile + ": " + parsed.description();
   const pugi::xml_node events = document.child("orvik-generic").child("Events");
   channelName_ = events.attribute("channel").as_string();
-  for (Worker_t& worker : workers_) {
-    const pugi::xml_node event = events.find_child_by_attribute("Event", "name", worker.event);
-    if (event) worker.id = event.attribute("id").as_uint();
-  }
+  for (Worker_t& worker : workers_) worker.id = FindEvent(events, worker.event);
+  exitId_ = FindEvent(events, EXIT_EVENT);
   return channelName_.empty() ? genericFile + ": has no <Events channel=\"...\">" : std::string();
 }
 
@@ -25,12 +34,24 @@ std::optional<std::string> HeartbeatMonitor::Note(int channel, std::span<const s
                                                   time_t now) {
   if (channel != channel_ || payload.size() != sizeof(std::uint32_t)) return std::nullopt;
   const std::uint32_t event = platform::LoadLe32(payload, 0);
+  if (NoteEnd(event, now) || now < leavingUntil_) return std::nullopt;
   const auto worker = std::ranges::find_if(workers_, [event](const Worker_t& w) { return w.id == event; });
   if (worker == workers_.end()) return std::nullopt;
   worker->lastSeen = now;
   if (!worker->missing) return std::nullopt;
   worker->missing = false;
   return std::string("notify: the application's ") + worker->name + " worker is back";
+}
+
+// From its end on nothing is expected of the workers, until they are heard again after LEAVING_TIME.
+bool HeartbeatMonitor::NoteEnd(std::uint32_t event, time_t now) {
+  if (exitId_ != event) return false;
+  for (Worker_t& worker : workers_) {
+    worker.lastSeen.reset();
+    worker.missing = false;
+  }
+  leavingUntil_ = now + LEAVING_TIME;
+  return true;
 }
 
 std::vector<std::string> HeartbeatMonitor::Check(time_t now) {

@@ -16,6 +16,8 @@ class HeartbeatMonitor {
  public:
   using time_t = std::chrono::steady_clock::time_point;
   static constexpr std::chrono::seconds MISSING_AFTER{2};
+  // An application that announces its end has its workers stop within this time; none is missed for it.
+  static constexpr std::chrono::seconds LEAVING_TIME{6};
 
   struct Worker_t {
     const char* name;   // "Decapsulate", "Parse", "Dispatch"
@@ -31,7 +33,8 @@ class HeartbeatMonitor {
   const std::string& ChannelName() const { return channelName_; }
   void SetChannel(int channel) { channel_ = channel; }
 
-  // Looks at an event. Returns a line to print when it is the first after a pause that was reported.
+  // Looks at an event: a heartbeat, or the application's end. Returns a line to print when it is the first
+  // after a pause that was reported.
   std::optional<std::string> Note(int channel, std::span<const std::uint8_t> payload, time_t now);
   // Looks for workers that have fallen silent. Returns the lines to print.
   std::vector<std::string> Check(time_t now);
@@ -39,8 +42,12 @@ class HeartbeatMonitor {
   const std::array<Worker_t, 3>& Workers() const { return workers_; }
 
  private:
+  bool NoteEnd(std::uint32_t event, time_t now);
+
   std::string channelName_;
   int channel_ = 0;
+  std::optional<std::uint32_t> exitId_;
+  time_t leavingUntil_{};
   std::array<Worker_t, 3> workers_{{{"Decapsulate", "orvik.DecapsulateHeartbeatEvent", {}, {}},
                                     {"Parse", "orvik.ParseHeartbeatEvent", {}, {}},
                                     {"Dispatch", "orvik.DispatchHeartbeatEvent", {}, {}}}};

@@ -1,5 +1,6 @@
 #include "notify/notify_service.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -30,8 +31,8 @@ using std::chrono::steady_clock;
 constexpr int PULSE_TICK = 1;
 constexpr int PULSE_STOP = 2;
 constexpr int PULSE_MESSAGE_WAITS = 1;
-constexpr auto TICK = 200ms;
-constexpr auto OWED_TICK = 5ms;
+constexpr std::chrono::milliseconds TICK = 200ms;
+constexpr std::chrono::milliseconds OWED_TICK = 5ms;
 constexpr auto REPORT_PERIOD = 1s;
 
 // The connections to the clients' own channels.
@@ -79,6 +80,7 @@ class NotifyService : public Service {
   void ReportLosses(steady_clock::time_point now);
   void Pace();
   void AskForTicks();
+  void SetOwedDelay(bool paid);
 
   const std::string genericFile_;
   name_attach_t* attach_ = nullptr;
@@ -95,9 +97,10 @@ class NotifyService : public Service {
 
   steady_clock::time_point nextReport_;  // the server thread's
 
-  std::mutex paceMutex_;  // guards the two below
+  std::mutex paceMutex_;  // guards the three below
   bool stopping_ = false;
-  bool fast_ = false;  // a pulse is owed: tick at the short pace
+  bool fast_ = false;  // a pulse is owed: tick soon
+  std::chrono::milliseconds owedDelay_ = OWED_TICK;
   std::condition_variable paceChanged_;
 };
 
@@ -222,7 +225,8 @@ void NotifyService::NoteEvent(int channel, std::span<const std::uint8_t> payload
 void NotifyService::Tick() {
   const std::lock_guard lock(mutex_);
   const steady_clock::time_point now = steady_clock::now();
-  exchange_.PayOwedPulses();
+  const bool paid = exchange_.PayOwedPulses();
+  SetOwedDelay(paid);
   if (exchange_.AnyPulseOwed()) AskForTicks();
   for (const std::string& line : heartbeats_.Check(now)) std::cout << line << std::endl;
   if (now >= nextReport_) ReportLosses(now);
@@ -249,12 +253,18 @@ void NotifyService::AskForTicks() {
   paceChanged_.notify_all();
 }
 
+// A client that does not read at all is tried less and less often; its own fetch pays at once in any case.
+void NotifyService::SetOwedDelay(bool paid) {
+  const std::lock_guard lock(paceMutex_);
+  owedDelay_ = paid ? OWED_TICK : std::min(owedDelay_ * 2, TICK);
+}
+
 // The pacer thread: makes the server look at the time, which a blocked receive does not.
 void NotifyService::Pace() {
   std::unique_lock lock(paceMutex_);
   while (!stopping_) {
     if (!fast_) paceChanged_.wait_for(lock, TICK, [this] { return stopping_ || fast_; });
-    if (fast_) paceChanged_.wait_for(lock, OWED_TICK, [this] { return stopping_; });
+    if (fast_) paceChanged_.wait_for(lock, owedDelay_, [this] { return stopping_; });
     fast_ = false;
     MsgSendPulse(self_, getprio(0), PULSE_TICK, 0);  // one that finds no room is made good by the next
   }

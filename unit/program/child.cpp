@@ -37,6 +37,7 @@ std::array<int, 2> MakePipe() {
   dup2(null, STDIN_FILENO);
   dup2(out, STDOUT_FILENO);
   dup2(err, STDERR_FILENO);
+  close_range(STDERR_FILENO + 1, ~0U, 0);  // whatever a library opened without close-on-exec
   execv(arguments[0], arguments.data());
   _exit(NOT_STARTED);
 }

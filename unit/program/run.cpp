@@ -199,12 +199,11 @@ int Run(const RunPlan_t& plan) {
         << "unit run: the runtime directory cannot be made; set ORVIK_RUNTIME_DIR to a folder of your own.\n";
     return 1;
   }
+  UnitRun run(plan);
   try {
-    UnitRun run(plan);
     run.Start();
     run.WaitForTheEnd();
     const std::string problem = run.TakeSnapshot();
-    run.StopAll();
     if (problem.empty()) return 0;
     std::cerr << "unit run: no picture: " << problem << std::endl;
   } catch (const Stopped&) {
@@ -212,7 +211,7 @@ int Run(const RunPlan_t& plan) {
   } catch (const std::exception& error) {
     std::cerr << "unit run: " << error.what() << std::endl;
   }
-  return 1;
+  return 1;  // the run stops whatever it has started
 }
 
 }  // namespace unit

@@ -54,7 +54,7 @@ std::string PrepareRoot(const std::string& configDirectory) {
     const fs::path original = fs::path(configDirectory) / "root";
     fs::create_directories(root);
     if (fs::is_directory(original)) {
-      fs::copy(original, root, fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+      fs::copy(original, root, fs::copy_options::recursive | fs::copy_options::update_existing);
     }
     fs::create_directories(date.parent_path());
     fs::create_directories(root / RESOURCE_PROGRAMS);

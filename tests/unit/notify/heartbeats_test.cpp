@@ -18,6 +18,7 @@ TEST(HeartbeatMonitorTest, ReportsOnceWhenAWorkerFallsSilentAndOnceWhenItIsBack)
       std::filesystem::temp_directory_path() / ("heartbeats." + std::to_string(getpid()) + ".xml");
   std::ofstream(file) << R"(<orvik-generic version="1"><App id="1" name="a"/><Events channel="Events">
     <Event name="orvik.ParseHeartbeatEvent" id="70"/><Event name="orvik.DispatchHeartbeatEvent" id="300"/>
+    <Event name="orvik.ExitApplication" id="9"/>
     </Events></orvik-generic>)";
   HeartbeatMonitor monitor;
   EXPECT_EQ(monitor.Load(file), "");
@@ -41,6 +42,16 @@ TEST(HeartbeatMonitorTest, ReportsOnceWhenAWorkerFallsSilentAndOnceWhenItIsBack)
   EXPECT_THAT(monitor.Check(now + 1s), IsEmpty());
   EXPECT_THAT(monitor.Note(5, parse, now + 1s), ::testing::Optional(HasSubstr("Parse worker is back")));
   EXPECT_EQ(monitor.Note(5, parse, now + 1s), std::nullopt);
+
+  // The application ends as it should: its last heartbeats and its silence are nothing to report.
+  now += 1s;
+  monitor.Note(5, std::vector<std::uint8_t>{9, 0, 0, 0}, now);
+  monitor.Note(5, parse, now + 10ms);
+  EXPECT_THAT(monitor.Check(now + 5s), IsEmpty());
+  // Its next run is supervised as the first was.
+  now += 7s;
+  monitor.Note(5, parse, now);
+  EXPECT_THAT(monitor.Check(now + 2s), ElementsAre(HasSubstr("Parse")));
 }
 
 TEST(HeartbeatMonitorTest, SaysWhatIsWrongWithTheFile) {

@@ -1,0 +1,86 @@
+#include "database/parameter_list.h"
+
+#include <stdexcept>
+
+#include "database/database_commands.h"
+#include "gmock/gmock.h"
+
+namespace unit {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+TEST(ParameterListTest, ReadsNamesHandlesFirstValuesAndWhetherChangesArePublished) {
+  const auto parameters = ReadParameters(R"(<?xml version="1.0"?>
+    <!-- comment -->
+    <orvik-parameters version="1">
+      <Parameter name="OrvikTires" handle="1" first="-2.5" notify="1"/>
+      <Parameter name="Version.App.1" handle="9999" notify="0"/>
+      <Parameter name="Plain" handle="3"/>
+    </orvik-parameters>)",
+                                         "p.xml");
+  ASSERT_EQ(parameters.size(), 3U);
+  EXPECT_EQ(parameters[0].name, "OrvikTires");
+  EXPECT_EQ(parameters[0].handle, 1U);
+  EXPECT_EQ(parameters[0].first, -2.5);
+  EXPECT_TRUE(parameters[0].notify);
+  EXPECT_EQ(parameters[1].handle, 9999U);
+  EXPECT_EQ(parameters[1].first, std::nullopt);
+  EXPECT_FALSE(parameters[1].notify);
+  EXPECT_FALSE(parameters[2].notify);
+}
+
+TEST(ParameterListTest, AWrongListIsRefusedWithFileLineAndRemedy) {
+  const std::string longName(128, 'n');
+  struct {
+    std::string line2;
+    const char* text;
+  } const cases[] = {
+      {"<Parameter name=\"a\" handle=\"1\"", "p.xml:"},
+      {"", "has no <Parameter>"},
+      {"<Param name=\"a\" handle=\"1\"/>", "p.xml:2: <Param> is not known here"},
+      {"<Parameter handle=\"1\"/>", "p.xml:2: name must have 1 to 127 bytes"},
+      {"<Parameter name=\"" + longName + "\" handle=\"1\"/>", "has 128"},
+      {"<Parameter name=\"a\"/>", "p.xml:2: handle must be a number from 1 to 9999"},
+      {"<Parameter name=\"a\" handle=\"0\"/>", "handle must be"},
+      {"<Parameter name=\"a\" handle=\"10000\"/>", "is \"10000\""},
+      {"<Parameter name=\"a\" handle=\"1x\"/>", "is \"1x\""},
+      {"<Parameter name=\"a\" handle=\"-1\"/>", "handle must be"},
+      {"<Parameter name=\"a\" handle=\"1\" first=\"one\"/>", "first must be a number, is \"one\""},
+      {"<Parameter name=\"a\" handle=\"1\" first=\"inf\"/>", "first must be a number"},
+      {"<Parameter name=\"a\" handle=\"1\" first=\"\"/>", "leave it out"},
+      {"<Parameter name=\"a\" handle=\"1\" notify=\"yes\"/>", "notify must be 0 or 1"},
+      {"<Parameter name=\"a\" handle=\"1\" notfy=\"1\"/>", "attribute \"notfy\" is not known"},
+      {"<Parameter name=\"a\" handle=\"1\"/>\n<Parameter name=\"a\" handle=\"2\"/>",
+       "p.xml:3: name \"a\" stands on line 2 already"},
+      {"<Parameter name=\"a\" handle=\"1\"/>\n\n<Parameter name=\"b\" handle=\"1\"/>",
+       "p.xml:4: handle 1 stands on line 2 already"},
+  };
+  for (const auto& c : cases) {
+    try {
+      ReadParameters("<orvik-parameters version=\"1\">\n" + c.line2 + "\n</orvik-parameters>", "p.xml");
+      ADD_FAILURE() << c.line2;
+    } catch (const std::runtime_error& error) {
+      EXPECT_THAT(error.what(), HasSubstr(c.text)) << c.line2;
+      EXPECT_THAT(error.what(), StartsWith("p.xml:")) << c.line2;
+    }
+  }
+  for (const char* text : {"", "<other/>", "<orvik-parameters version=\"2\"/>", "not XML", "<a"}) {
+    EXPECT_THROW(ReadParameters(text, "p.xml"), std::runtime_error) << text;
+  }
+  EXPECT_THROW(ReadParameterFile("/nonexistent/p.xml"), std::runtime_error);
+}
+
+TEST(DatabaseCommandsTest, AShortenedNameMeansAllThatBeginWithItAndAWholeOneItself) {
+  const std::vector<std::string> names = {"OrvikLoad", "OrvikLoadLimit", "OrvikRadius"};
+  EXPECT_THAT(FindCandidates(names, "OrvikR"), ElementsAre("OrvikRadius"));
+  EXPECT_THAT(FindCandidates(names, "OrvikL"), ElementsAre("OrvikLoad", "OrvikLoadLimit"));
+  EXPECT_THAT(FindCandidates(names, "OrvikLoad"), ElementsAre("OrvikLoad"));
+  EXPECT_THAT(FindCandidates(names, "orvik"), IsEmpty());
+}
+
+}  // namespace
+}  // namespace unit
