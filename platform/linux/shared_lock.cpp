@@ -5,9 +5,8 @@
 // of the kernel's robust list: from before it takes the lock until after it has given it back, a thread names
 // the lock as the operation that its list has pending. Where a system has no such list, the kernel still
 // refuses to wait for a thread that does not exist.
+#include <bit>
 #include <cerrno>
-#include <csignal>
-#include <cstdio>
 #include <fstream>
 #include <string>
 
@@ -65,9 +64,7 @@ void SetPending(const shared_lock_t* lock) {
   }
   // Only the kernel reads it, after the thread's death: what counts is the order of the instructions.
   std::atomic_signal_fence(std::memory_order_seq_cst);
-  std::atomic_ref(head->list_op_pending)
-      .store(reinterpret_cast<robust_list*>(entry),
-             std::memory_order_relaxed);  // NOLINT(performance-no-int-to-ptr)
+  std::atomic_ref(head->list_op_pending).store(std::bit_cast<robust_list*>(entry), std::memory_order_relaxed);
   std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 

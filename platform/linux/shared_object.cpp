@@ -25,14 +25,27 @@
 namespace platform {
 namespace {
 
-// The objects that this process made and holds.
-struct OwnObjects {
-  std::mutex mutex;                         // guards the rest
-  std::map<std::string, ClaimFile> claims;  // by path of the claim file
+// An object that this process made and holds.
+struct own_object_t {
+  ClaimFile claim;
+  std::string systemName;
+
+  void Remove() {
+    shm_unlink(systemName.c_str());
+    claim.Release();
+  }
 };
+
+struct OwnObjects {
+  std::mutex mutex;                            // guards the rest
+  std::map<std::string, own_object_t> byPath;  // of the claim file
+};
+
+void RemoveOwnObjects();
 
 OwnObjects*& OwnPointer() {
   static OwnObjects* own = [] {
+    static_cast<void>(std::atexit(RemoveOwnObjects));
     AtForkInChild([] {
       static std::vector<OwnObjects*>& ofTheParent = *new std::vector<OwnObjects*>;
       ofTheParent.push_back(OwnPointer());
@@ -41,6 +54,14 @@ OwnObjects*& OwnPointer() {
     return new OwnObjects;
   }();
   return own;
+}
+
+// Memory is not the process's and would stay.
+void RemoveOwnObjects() {
+  OwnObjects& own = *OwnPointer();
+  const std::lock_guard guard(own.mutex);
+  for (auto& [path, object] : own.byPath) object.Remove();
+  own.byPath.clear();
 }
 
 // FNV-1a. All that matters is that two runtime directories of one machine differ.
@@ -88,7 +109,7 @@ int MakeExclusively(const char* name, int flags, mode_t mode) {
   }
   OwnObjects& own = *OwnPointer();
   const std::lock_guard guard(own.mutex);
-  own.claims.insert_or_assign(ClaimPath(name), std::move(*claim));
+  own.byPath.insert_or_assign(ClaimPath(name), own_object_t{std::move(*claim), SystemName(EscapedName(name))});
   return descriptor;
 }
 
@@ -101,10 +122,8 @@ void RemoveSharedMemory(std::string_view escapedName) {
 void RemoveOwnSharedObject(const char* name) {
   OwnObjects& own = *OwnPointer();
   const std::lock_guard guard(own.mutex);
-  auto claim = own.claims.extract(ClaimPath(name));
-  if (claim.empty()) return;
-  RemoveSharedMemory(EscapedName(name));
-  claim.mapped().Release();
+  auto object = own.byPath.extract(ClaimPath(name));
+  if (!object.empty()) object.mapped().Remove();
 }
 
 int OpenSharedObject(const char* name, int flags, mode_t mode) {
@@ -122,8 +141,8 @@ int UnlinkSharedObject(const char* name) {
   {
     OwnObjects& own = *OwnPointer();
     const std::lock_guard guard(own.mutex);
-    auto claim = own.claims.extract(ClaimPath(name));
-    if (!claim.empty()) claim.mapped().Release();
+    auto object = own.byPath.extract(ClaimPath(name));
+    if (!object.empty()) object.mapped().claim.Release();
   }
   ClaimFile::RemoveIfAbandoned(ClaimPath(name), [] {});
   errno = error;

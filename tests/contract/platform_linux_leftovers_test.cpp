@@ -84,6 +84,7 @@ TEST_F(Leftovers, OfAProcessThatExitsWithoutDetachingAreNone) {
     if (program == 0) {
       static_cast<void>(ChannelCreate(0));
       static_cast<void>(name_attach(nullptr, "Careless", 0));
+      static_cast<void>(platform::OpenSharedObject("/Careless", O_RDWR | O_CREAT, 0600));
       exit(0);  // NOLINT(concurrency-mt-unsafe): with its exit handlers, which is what is tried
     }
     int status = -1;
@@ -92,6 +93,7 @@ TEST_F(Leftovers, OfAProcessThatExitsWithoutDetachingAreNone) {
   });
   EXPECT_EQ(careless.Result(), 0);
   EXPECT_EQ(FilesInDirectory(), 0U);
+  EXPECT_EQ(platform::OpenSharedObject("/Careless", O_RDWR, 0), -1);
 }
 
 class Holder {

@@ -6,5 +6,3 @@
 #include <hw/inout.h>
 #include <sys/mman.h>
 #include <sys/neutrino.h>
-
-constexpr std::uintptr_t MAP_DEVICE_FAILED = ~std::uintptr_t{0};
