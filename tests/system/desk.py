@@ -39,7 +39,7 @@ class Process:
     """A child with its standard output and standard error kept line by line."""
 
     def __init__(self, arguments, runtime, **environment):
-        env = dict(os.environ, ORVIK_RUNTIME_DIR=str(runtime), **environment)
+        env = dict(os.environ, ORVIK_RUNTIME_DIR=str(runtime), ORVIK_ROOT=str(pathlib.Path(runtime) / "root"), **environment)
         self.name = pathlib.Path(arguments[0]).name
         self.child = subprocess.Popen([str(a) for a in arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                       stderr=subprocess.PIPE, env=env)
@@ -233,11 +233,11 @@ class Desk:
     def go_to(self, page, bus=None):
         """Brings the screen from its start to a page by the host's requests."""
         bus = bus or self.bus()
-        requests = {"Page.Main": 3, "Page.Wad": 7, "Page.Config": 5}
+        requests = {"Main": 3, "Wad": 7, "Config": 5}
 
         def step():
             shown = self.screen()["page"]
-            if shown == "Page.Slate" and page in requests:
+            if shown == "Slate" and page in requests:
                 bus.send_message([7, 15, requests[page]])
             elif shown != page:
                 bus.send_message([8, 1])  # any message: the splash page ends when the host is heard

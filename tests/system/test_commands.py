@@ -34,7 +34,7 @@ COMMANDS = [
 
 
 def test_each_command_changes_what_it_names(desk):
-    bus = desk.go_to("Page.Main")
+    bus = desk.go_to("Main")
     for message, variable, line in COMMANDS:
         if line:
             stream = getattr(desk.orvik, line[0])
@@ -47,7 +47,7 @@ def test_each_command_changes_what_it_names(desk):
 
 
 def test_operating_values_reach_the_database(desk):
-    bus = desk.go_to("Page.Main")
+    bus = desk.go_to("Main")
     bus.send_message(cmd2(capacity=12399, load=12350, piston=1500.5, rod=250.25, swing=-90))
     expected = {"OrvikCapacity": 12300, "OrvikLoad": 12400, "OrvikPistonPressure": 1500.5, "OrvikRodPressure": 250.25,
                 "OrvikSwing": -90}
@@ -55,7 +55,7 @@ def test_operating_values_reach_the_database(desk):
 
 
 def test_units_and_swing_modes_show_in_every_language(desk):
-    bus = desk.go_to("Page.Main")
+    bus = desk.go_to("Main")
     for language, units, texts in [(0, 0, ["lbs", "feet"]), (0, 1, ["kgs", "meters"]), (1, 0, ["libras", "pies"]),
                                    (1, 1, ["kilos", "metros"]), (5, 0, ["livres", "pieds"])]:
         bus.send_message([7, 13, language])
@@ -68,7 +68,7 @@ def test_units_and_swing_modes_show_in_every_language(desk):
 
 
 def test_labels_come_and_go_with_the_text_command(desk):
-    bus = desk.go_to("Page.Main")
+    bus = desk.go_to("Main")
     bus.send_message(cmd5((29, "MAIN BOOM"), (30, "JIB")))
     wait_for(lambda: desk.widgets("MainErectedStd", "MainStowedStd") == ["MAIN BOOM", "JIB"], "the labels")
     bus.send_message(cmd5((17, "HELLO")))

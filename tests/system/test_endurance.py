@@ -29,7 +29,7 @@ def total_commands(desk):
 
 
 def test_every_message_of_a_log_at_full_speed_is_counted(desk, tmp_path):
-    desk.go_to("Page.Main").close()
+    desk.go_to("Main").close()
     log = tmp_path / "load.log"
     write_log(log, (cmd2(load=100 * (i % 9000)) for i in range(MESSAGES // 10)))
     sizes = []
@@ -47,7 +47,7 @@ def test_every_message_of_a_log_at_full_speed_is_counted(desk, tmp_path):
 @pytest.mark.parametrize("seed", [1, 2])
 def test_noise_on_the_bus_changes_nothing_for_the_next_message(desk, seed):
     chance = random.Random(seed)
-    bus = desk.go_to("Page.Main")
+    bus = desk.go_to("Main")
     for _ in range(3000):
         kind = chance.randrange(4)
         if kind == 0:

@@ -48,7 +48,7 @@ def test_broken_sequences_lose_their_message_and_no_other(desk):
 
 
 def test_eleven_silent_seconds_and_the_first_frame_after_them(desk):
-    bus = desk.go_to("Page.Main")
+    bus = desk.go_to("Main")
     bus.send_message(cmd5((17, "HOST TEXT")))
 
     def shown():
@@ -62,4 +62,4 @@ def test_eleven_silent_seconds_and_the_first_frame_after_them(desk):
     wait_for(lambda: shown() == "HOST TEXT" and desk.value("OrvikHX7TimeOutLamp") == 1, "the recovery", 3)
     bus.send_message([7, 13, 4])
     wait_for(lambda: shown() == "ПОТЕРЯНА СВЯЗЬ С КОМПЬЮТЕРОМ!", "the message in Russian", 16)
-    assert desk.screen()["page"] == "Page.Main"
+    assert desk.screen()["page"] == "Main"

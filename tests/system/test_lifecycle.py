@@ -50,7 +50,7 @@ def test_start_and_orderly_end(desk):
     in_order(orvik.out, START)
     for thread in THREADS:
         orvik.wait_line(f"Orvik: {thread} initialization complete")
-    desk.go_to("Page.Main")
+    desk.go_to("Main")
     orvik.child.send_signal(signal.SIGUSR1)
     assert orvik.wait_exit() == 0
     in_order(orvik.out, ["received SIGUSR1", "Orvik: SIGUSR1 signal received while on page Page.Main",
@@ -61,27 +61,31 @@ def test_start_and_orderly_end(desk):
     assert sum("requesting" in line for line in orvik.out) == 1
     for thread in EXITS:
         assert f"Orvik: {thread} thread EXIT" in orvik.out
-    assert desk.screen()["page"] == "Page.Splash"
+    assert desk.screen()["page"] == "Splash"
 
 
 def test_termination_is_refused_elsewhere_and_granted_on_slate(desk):
     orvik = desk.orvik
-    bus = desk.go_to("Page.Wad")
+    bus = desk.go_to("Wad")
     orvik.child.send_signal(signal.SIGUSR1)
     orvik.wait_line("Orvik: NOT on terminatable page.  Ignoring request to terminate application", orvik.err)
     assert orvik.child.poll() is None
     bus.send_message([7, 15, 0])
-    wait_for(lambda: desk.screen()["page"] == "Page.Main", "Main")
+    wait_for(lambda: desk.screen()["page"] == "Main", "Main")
     orvik.child.send_signal(signal.SIGUSR1)
     assert orvik.wait_exit() == 0
 
 
 def test_an_application_started_again_finds_its_page(desk):
-    bus = desk.go_to("Page.Main")
+    bus = desk.go_to("Main")
     desk.orvik.stop(signal.SIGKILL)
     desk.orvik = desk.start_orvik()
-    bus.send_message([7, 15, 6])
-    wait_for(lambda: desk.screen()["page"] == "Page.Wad", "the page that the host asked for")
+
+    def moved():
+        bus.send_message([7, 15, 6])  # until the application knows that Main is shown
+        return desk.screen()["page"] == "Wad"
+
+    wait_for(moved, "the page that the host asked for")
 
 
 def test_slate_leads_to_splash_and_the_exit(desk):
@@ -89,7 +93,7 @@ def test_slate_leads_to_splash_and_the_exit(desk):
 
     def on_slate():
         bus.send_message([8, 1])
-        return desk.screen()["page"] == "Page.Slate"
+        return desk.screen()["page"] == "Slate"
 
     wait_for(on_slate, "Slate")
     desk.orvik.child.send_signal(signal.SIGUSR1)
@@ -142,7 +146,7 @@ def test_nothing_is_left_behind(tmp_path):
     before = set(os.listdir("/dev/shm"))
     desk = Desk()
     try:
-        desk.go_to("Page.Main")
+        desk.go_to("Main")
         desk.orvik.child.send_signal(signal.SIGUSR1)
         assert desk.orvik.wait_exit() == 0
         desk.unit.child.send_signal(signal.SIGINT)
@@ -158,4 +162,4 @@ def test_a_unit_killed_and_started_again_serves_a_new_application(desk):
     desk.orvik.stop(signal.SIGKILL)
     desk.unit = desk.start_unit()
     desk.orvik = desk.start_orvik()
-    desk.go_to("Page.Main")
+    desk.go_to("Main")
