@@ -126,7 +126,10 @@ bool ScreenModel::HandleEvent(std::uint32_t number) {
   }
   const auto transition = page_->transitions.find(name->second);
   if (transition == page_->transitions.end() || !design_.contains(transition->second)) {
-    ++counters_.eventsIgnored;
+    const bool leads = std::any_of(design_.begin(), design_.end(), [&](const auto& entry) {
+      return entry.second.transitions.contains(name->second);
+    });
+    if (leads) ++counters_.eventsIgnored;
     return false;
   }
   ShowPage(std::string(transition->second));

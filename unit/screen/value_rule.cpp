@@ -78,7 +78,8 @@ ValueFormat::ValueFormat(std::string_view text) {
   }
   const std::string_view place = text.substr(open + 1, close - open - 1);
   const std::size_t point = std::min(place.find('.'), place.size());
-  const bool zeros = std::all_of(place.begin(), place.end(), [](char c) { return c == '0' || c == '.'; });
+  const bool zeros = std::all_of(place.begin(), place.end(), [](char c) { return c == '0' || c == '.'; }) &&
+                     std::count(place.begin(), place.end(), '.') <= 1;
   const std::size_t decimals = point == place.size() ? 0 : place.size() - point - 1;
   if (!zeros || point == 0 || point > 9 || decimals > 9 || text.find('{', open + 1) != std::string_view::npos) {
     Refuse("not a format:", text);

@@ -1,0 +1,45 @@
+#include "panel/http_address.h"
+
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+namespace unit {
+namespace {
+
+TEST(HttpAddress, LoopbackAddressesAreTaken) {
+  for (const char* text : {"127.0.0.1:8740", "localhost:0", "[::1]:65535", "127.1.2.3:1"}) {
+    EXPECT_EQ(FormatHttpAddress(ParseHttpAddress(text)), text);
+  }
+}
+
+TEST(HttpAddress, EverythingElseIsRefused) {
+  for (const char* text :
+       {"", "127.0.0.1", ":8740", "0.0.0.0:8740", "192.168.0.2:80", "127.0.0.1:", "127.0.0.1:65536",
+        "127.0.0.1:-1", "127.0.0.1:80x", "[::]:80", "127.0.0.1.example.org:80", "[::1]", "127.1:80"}) {
+    EXPECT_THROW(ParseHttpAddress(text), std::runtime_error) << text;
+  }
+}
+
+TEST(HttpAddress, OnlyLoopbackNamesAreAnswered) {
+  for (const char* host : {"127.0.0.1:8740", "localhost", "localhost:1", "[::1]:8740"}) {
+    EXPECT_TRUE(IsLoopbackHost(host)) << host;
+  }
+  for (const char* host :
+       {"", "example.org", "localhost.example.org", "127.0.0.1.example.org:8740", "127.evil.0.1"}) {
+    EXPECT_FALSE(IsLoopbackHost(host)) << host;
+  }
+}
+
+TEST(HttpAddress, ChangesComeFromProgramsOrThePanelItself) {
+  constexpr const char* HOST = "127.0.0.1:8740";
+  EXPECT_TRUE(IsOwnOrigin("", HOST));
+  EXPECT_TRUE(IsOwnOrigin("http://127.0.0.1:8740", HOST));
+  for (const char* origin : {"null", "http://127.0.0.1:8741", "https://127.0.0.1:8740",
+                             "http://127.0.0.1:8740.example.org", "http://example.org"}) {
+    EXPECT_FALSE(IsOwnOrigin(origin, HOST)) << origin;
+  }
+}
+
+}  // namespace
+}  // namespace unit
