@@ -40,6 +40,8 @@ class DeviceThreads : public testing::Test {
     testing::internal::CaptureStdout();
   }
 
+  ~DeviceThreads() override { platform::UnlinkSharedObject(dbshm_layout::OBJECT_NAME); }
+
   static double Value(unsigned handle) {
     double value = 0;
     return DBSHM::Read(handle, value) == 1 ? value : -1.0;

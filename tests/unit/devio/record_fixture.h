@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include "platform/shared_memory.h"
+
 #include "core/orvik_data.h"
 #include "services/dbshm.h"
 #include "tests/unit/services/fake_service.h"
@@ -16,7 +18,10 @@ class RecordTest : public testing::Test {
     DBSHM::Init();
     pthread_mutex_init(&record.beeperMutex, nullptr);
   }
-  ~RecordTest() override { pthread_mutex_destroy(&record.beeperMutex); }
+  ~RecordTest() override {
+    pthread_mutex_destroy(&record.beeperMutex);
+    platform::UnlinkSharedObject(dbshm_layout::OBJECT_NAME);
+  }
 
   // The value as a double, -1.0 where it is not valid.
   static double Value(unsigned handle) {
