@@ -29,6 +29,9 @@ class Endpoint {
   virtual Result Receive(frame_t& frame, int timeout_ms) = 0;
   // Makes a blocked Receive return kTimeout. Any thread.
   virtual void Interrupt() = 0;
+  // Frames that came from the bus and were lost on the way to Receive, because it was not called often enough
+  // or could not read them. Any thread.
+  virtual std::uint64_t Lost() const { return 0; }
   // What the last kDown was, for a person: "vcan0: interface is down".
   virtual std::string Problem() const = 0;
 };

@@ -1,8 +1,11 @@
 // A raw CAN socket. The kernel reports what befalls the interface as socket errors (down, gone) and as error
 // frames (bus-off).
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 
@@ -21,6 +24,7 @@
 namespace bus {
 namespace {
 
+constexpr int kReceiveQueueBytes = 4 << 20;
 constexpr std::chrono::milliseconds kQueueRetry{1};  // a full transmit queue drains at some 100 us a frame
 
 class KernelEndpoint : public Endpoint {
@@ -30,6 +34,7 @@ class KernelEndpoint : public Endpoint {
   Result Send(const frame_t& frame, int timeout_ms) override;
   Result Receive(frame_t& frame, int timeout_ms) override;
   void Interrupt() override { waker_.Wake(); }
+  std::uint64_t Lost() const override { return lost_; }
   std::string Problem() const override { return problem_.Get(); }
 
  private:
@@ -40,6 +45,7 @@ class KernelEndpoint : public Endpoint {
   Descriptor socket_;
   const std::string interface_;
   Waker waker_;
+  std::atomic<std::uint32_t> lost_ = 0;
   ProblemText problem_;
 };
 
@@ -69,15 +75,32 @@ bool IsData(const can_frame& raw) {
   return (raw.can_id & (CAN_ERR_FLAG | CAN_RTR_FLAG)) == 0;
 }
 
-// The kernel's own stamp of the frame, which does not grow while this process waits for its turn.
-std::uint64_t StampOf(msghdr& header) {
+template <typename T>
+T ControlValue(cmsghdr* part) {
+  T value{};
+  std::memcpy(&value, CMSG_DATA(part), sizeof value);
+  return value;
+}
+
+// What the kernel says beside a frame: when it saw it, a stamp that does not grow while this process waits for
+// its turn, and how many frames the socket's queue had no room for since it was opened.
+struct aside_t {
+  std::uint64_t time_us = 0;
+  std::optional<std::uint32_t> lost;
+};
+
+aside_t ReadAside(msghdr& header) {
+  aside_t aside;
   for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part)) {
-    if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_TIMESTAMP) continue;
-    timeval stamp{};
-    std::memcpy(&stamp, CMSG_DATA(part), sizeof stamp);
-    return static_cast<std::uint64_t>(stamp.tv_sec) * 1'000'000U + static_cast<std::uint64_t>(stamp.tv_usec);
+    if (part->cmsg_level != SOL_SOCKET) continue;
+    if (part->cmsg_type == SO_RXQ_OVFL) aside.lost = ControlValue<std::uint32_t>(part);
+    if (part->cmsg_type != SCM_TIMESTAMP) continue;
+    const auto stamp = ControlValue<timeval>(part);
+    aside.time_us =
+        static_cast<std::uint64_t>(stamp.tv_sec) * 1'000'000U + static_cast<std::uint64_t>(stamp.tv_usec);
   }
-  return RealTime_us();
+  if (aside.time_us == 0) aside.time_us = RealTime_us();
+  return aside;
 }
 
 Endpoint::Result KernelEndpoint::Down(const std::string& what) {
@@ -107,7 +130,7 @@ Endpoint::Result KernelEndpoint::Send(const frame_t& frame, int timeout_ms) {
 
 // False with errno set, also when what came is not a classic frame (EBADMSG).
 bool KernelEndpoint::ReadFrame(can_frame& raw, std::uint64_t& time_us) {
-  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(timeval))> control{};
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(timeval)) + CMSG_SPACE(sizeof(std::uint32_t))> control{};
   iovec part{&raw, sizeof raw};
   msghdr header{};
   header.msg_iov = &part;
@@ -120,7 +143,9 @@ bool KernelEndpoint::ReadFrame(can_frame& raw, std::uint64_t& time_us) {
     errno = EBADMSG;
     return false;
   }
-  time_us = StampOf(header);
+  const aside_t aside = ReadAside(header);
+  time_us = aside.time_us;
+  if (aside.lost) lost_ = *aside.lost;
   return true;
 }
 
@@ -159,9 +184,12 @@ void Configure(int fd, const std::string& interface) {
   const can_err_mask_t errors = CAN_ERR_BUSOFF;
   const int on = 1;
   if (::setsockopt(fd, SOL_CAN_RAW, CAN_RAW_ERR_FILTER, &errors, sizeof errors) < 0 ||
-      ::setsockopt(fd, SOL_SOCKET, SO_TIMESTAMP, &on, sizeof on) < 0) {
+      ::setsockopt(fd, SOL_SOCKET, SO_TIMESTAMP, &on, sizeof on) < 0 ||
+      ::setsockopt(fd, SOL_SOCKET, SO_RXQ_OVFL, &on, sizeof on) < 0) {
     Refuse(interface, ErrorText(errno));
   }
+  // As much as the system allows, up to some seconds of a full bus.
+  ::setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &kReceiveQueueBytes, sizeof kReceiveQueueBytes);
 }
 
 void Bind(int fd, const std::string& interface) {

@@ -1,5 +1,6 @@
 // A client of a socketcand server: text messages in angle brackets over TCP.
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <stdexcept>
 
@@ -29,6 +30,7 @@ class SocketcandEndpoint : public Endpoint {
   Result SendAll(std::span<const frame_t> frames, int timeout_ms) override;
   Result Receive(frame_t& frame, int timeout_ms) override;
   void Interrupt() override { waker_.Wake(); }
+  std::uint64_t Lost() const override { return lost_; }
   std::string Problem() const override { return problem_.Get(); }
 
  private:
@@ -44,6 +46,7 @@ class SocketcandEndpoint : public Endpoint {
   bool hasSent_ = false;         // sending thread
   SocketcandSplitter splitter_;  // receiving thread
   std::string message_;          // receiving thread
+  std::atomic<std::uint64_t> lost_ = 0;
   Waker waker_;
   ProblemText problem_;
 };
@@ -120,6 +123,7 @@ Endpoint::Result SocketcandEndpoint::Receive(frame_t& frame, int timeout_ms) {
       if (frame.time_us == 0) frame.time_us = RealTime_us();
       return Result::kOk;
     }
+    lost_ = splitter_.Dropped();
     if (problem_.Any()) return Result::kDown;
     const Result result = ReadMore(deadline);
     if (result != Result::kOk) return result;

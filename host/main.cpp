@@ -57,9 +57,9 @@ void AddSend(CLI::App& app, host::send_options_t& options) {
 void AddPlay(CLI::App& app, host::play_options_t& options) {
   CLI::App* command = app.add_subcommand("play", "Play a log of candump -L onto the bus at its own pace");
   command->footer(
-      "Plays every frame but those of the display's own identifier 18FF00D2, which the display on the bus "
-      "sends\n"
-      "itself; --all plays them too. Where the bus is lost it tries for 10 seconds to join it again.");
+      "Plays every frame but those of the display's own identifier 18FF00D2, which the display on the\n"
+      "bus sends itself; --all plays them too. The interface that the log names does not matter. Where\n"
+      "the bus is lost, it tries for 10 seconds to join it again.");
   command->add_option("FILE", options.file, "The log; - is standard input")->required();
   command->add_option("--bus", options.bus, kBusHelp)->capture_default_str();
   command->add_option("--speed", options.speed, "Factor, such as 2 or 0.5; max ignores the time")

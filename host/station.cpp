@@ -54,7 +54,9 @@ bool Station::Rejoin() {
   for (;;) {
     if (!stop_.WaitUntil(Clock::now() + kRejoinPause)) return false;
     try {
-      endpoint_ = bus::OpenEndpoint(bus_);
+      auto joined = bus::OpenEndpoint(bus_);
+      lostBefore_ += endpoint_->Lost();
+      endpoint_ = std::move(joined);
       break;
     } catch (const std::runtime_error& error) {
       if (Clock::now() >= end) throw failure(std::string("the bus did not come back: ") + error.what());

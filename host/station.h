@@ -25,6 +25,8 @@ class Station {
   // From now on what comes is read and thrown away, so that a bus that is only written to never holds it
   // against us. Receive is not called any more.
   void Drain();
+  // Frames that came and were lost before they could be received.
+  std::uint64_t Lost() const { return lostBefore_ + endpoint_->Lost(); }
 
  private:
   bool Rejoin();
@@ -33,6 +35,7 @@ class Station {
   const std::string bus_;
   const StopSignal& stop_;
   std::unique_ptr<bus::Endpoint> endpoint_;
+  std::uint64_t lostBefore_ = 0;  // on connections that are gone
   bool draining_ = false;
   std::jthread drain_;  // uses endpoint_, so it ends first
 };

@@ -20,7 +20,8 @@ class Watcher {
  public:
   explicit Watcher(const watch_options_t& options) : options_(options) {}
   void Hear(const bus::frame_t& frame);
-  void Summarise(std::uint64_t skippedLines) const;
+  // What was not heard: lines of a log, or frames of the bus.
+  void Summarise(std::uint64_t lost, const char* what) const;
 
  private:
   bool IsNews(const utterance_t& utterance);
@@ -51,13 +52,13 @@ void Watcher::Hear(const bus::frame_t& frame) {
   std::cout << (options_.json ? JsonLine(*utterance) : WatchLine(*utterance)) << '\n';
 }
 
-void Watcher::Summarise(std::uint64_t skippedLines) const {
+void Watcher::Summarise(std::uint64_t lost, const char* what) const {
   std::cout.flush();
   const auto& host = conversation_.Host();
   const auto& display = conversation_.Display();
   std::cerr << "hx7: " << conversation_.Counters().frames << " frames, " << conversation_.Counters().others
             << " of other stations";
-  if (skippedLines > 0) std::cerr << ", " << skippedLines << " lines that are no frames";
+  if (lost > 0) std::cerr << ", " << lost << what;
   std::cerr << "\nhx7: messages: host " << host.messages + conversation_.Counters().requests << ", display "
             << display.messages << "; broken: host " << host.broken << ", display " << display.broken
             << "; stray frames: host " << host.strays << ", display " << display.strays
@@ -72,7 +73,7 @@ void WatchLog(std::istream& in, Watcher& watcher) {
     watcher.Hear(*frame);
     ++frames;
   }
-  watcher.Summarise(reader.Skipped());
+  watcher.Summarise(reader.Skipped(), " lines that are no frames");
   if (frames == 0) throw failure("there is no frame in it; it should be a log of candump -L");
 }
 
@@ -90,7 +91,7 @@ void WatchBus(const watch_options_t& options, Watcher& watcher) {
     std::cout.flush();  // all that came is shown before it waits
     if (station.Receive(frame, kWait_ms)) watcher.Hear(frame);
   }
-  watcher.Summarise(0);
+  watcher.Summarise(station.Lost(), " lost because they came too fast");
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -98,6 +99,7 @@ class SocketcandDesk {
   void Read(int fd) {
     char bytes[65536];
     const ssize_t got = ::recv(fd, bytes, sizeof bytes, MSG_DONTWAIT);
+    if (got < 0 && errno == EAGAIN) return;  // the number was that of a client that is gone
     if (got <= 0) {
       ::close(fd);
       clients_.erase(fd);

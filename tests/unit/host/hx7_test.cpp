@@ -194,7 +194,7 @@ TEST_F(Hx7, RecordsWhatWatchThenReadsAsItHappened) {
 
 TEST_F(Hx7, WatchesTheLiveBusForAWhile) {
   SocketcandDesk desk;
-  const pid_t watch = Start({"watch", "--changes", "--seconds", "0.5", "--bus", desk.Bus()});
+  const pid_t watch = Start({"watch", "--changes", "--seconds", "1", "--bus", desk.Bus()});
   desk.WaitForClients(1);
   for (int i = 0; i < 3; ++i) desk.SendText("< frame 18FF00D0 1.000000 000104FFFFFFFFFF >");
   const auto result = Finish(watch);
