@@ -176,7 +176,6 @@ struct orvikData_t {
   // --- Key report to the host.
   PlainWord_t<int> keyReport1;
   PlainWord_t<int> keyReport2;
-  PlainWord_t<std::uint8_t> lastKeyAdded;
   PlainWord_t<std::uint8_t> keyStatus;
 
   // --- Heartbeat events.

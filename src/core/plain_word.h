@@ -1,4 +1,4 @@
-// A word that threads share without a lock: read and written whole, in no order relative to other words.
+// A word that threads share without a lock: read and written whole.
 #pragma once
 
 #include <atomic>
@@ -22,8 +22,8 @@ class PlainWord_t {
   }
   operator T() const { return Load(); }  // NOLINT(google-explicit-constructor)
 
-  T Load() const { return value_.load(std::memory_order_relaxed); }
-  void Store(T value) { value_.store(value, std::memory_order_relaxed); }
+  T Load() const { return value_.load(std::memory_order_acquire); }
+  void Store(T value) { value_.store(value, std::memory_order_release); }
 
  private:
   std::atomic<T> value_{};

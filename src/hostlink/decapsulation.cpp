@@ -8,6 +8,7 @@
 #include "platform/threads.h"
 
 #include "core/console.h"
+#include "services/dbshm.h"
 
 namespace {
 
@@ -75,6 +76,7 @@ int Init_Decapsulate(orvikData_t* data) {
 void* DecapsulateThreadFn(void* record) {
   auto* data = static_cast<orvikData_t*>(record);
   Decapsulator decapsulator;
+  DBSHM::Open();
   data->decapReady = 1;
   PrintOut("Orvik: Decapsulator initialization complete");
   WaitForStart(data, data->decapExit);

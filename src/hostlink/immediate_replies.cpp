@@ -72,7 +72,7 @@ void ReturnKeyState(orvikData_t* data) {
   frame[1] = 1;
   frame[2] = key == KEY_INFO ? std::uint8_t{0xFF} : data->keyStatus.Load();
   frame[3] = static_cast<std::uint8_t>(key);
-  frame[4] = data->lastKeyAdded;
+  frame[4] = static_cast<std::uint8_t>(data->lastKey);
   Send(data, frame);
 }
 

@@ -11,6 +11,7 @@
 #include "core/operating_values.h"
 #include "devio/digital_io.h"
 #include "parse/commands.h"
+#include "services/dbshm.h"
 
 namespace {
 
@@ -101,6 +102,7 @@ int Init_Parse(orvikData_t* data) {
 
 void* ParseThreadFn(void* record) {
   auto* data = static_cast<orvikData_t*>(record);
+  DBSHM::Open();
   data->parseReady = 1;
   PrintOut("Orvik: Parser initialization complete");
   WaitForStart(data, data->parseExit);

@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstring>
 #include <iostream>
+#include <mutex>
 #include <new>
 
 #include <fcntl.h>
@@ -22,7 +23,7 @@ static_assert(std::endian::native == std::endian::little,
 
 using namespace dbshm_layout;
 
-void* DBSHM::dbshmSharedMemory = nullptr;
+std::atomic<void*> DBSHM::dbshmSharedMemory{nullptr};
 int DBSHM::dbshmFd = -1;
 int DBSHM::dbshmId = -1;
 std::map<std::string, unsigned> DBSHM::dbshmParameterMap;
@@ -174,9 +175,30 @@ characters_t CharactersOf(const char* value) {
 
 // --- Attaching
 
+namespace {
+
+bool IsSameObject(int one, int other) {
+  struct stat first {};
+  struct stat second {};
+  return fstat(one, &first) == 0 && fstat(other, &second) == 0 && first.st_dev == second.st_dev &&
+         first.st_ino == second.st_ino;
+}
+
+}  // namespace
+
+// Every worker opens the database as it starts, while others may be reading it: a view that shows the object
+// already is kept as it stands.
 void DBSHM::Open() {
-  Detach();
+  static std::mutex opening;
+  const std::lock_guard lock(opening);
   const int fd = platform::OpenSharedObject(OBJECT_NAME, O_RDWR, 0);
+  if (fd >= 0 && dbshmSharedMemory != nullptr) {
+    if (IsSameObject(fd, dbshmFd)) {
+      close(fd);
+      return;
+    }
+    Detach();
+  }
   if (fd < 0 || !Map(fd)) {
     std::cerr << "DBSHM_main Open() ERROR, could not open DBSHM.\n";
     return;

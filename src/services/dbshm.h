@@ -13,6 +13,7 @@
 // | 400,032 | 132 per entry  | name table: handle (4), zero-terminated name (128)        |
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -48,13 +49,14 @@ constexpr std::uint64_t CYCLES_PER_TIMEOUT_UNIT = 66'500;
 
 }  // namespace dbshm_layout
 
-// One view of the database a process. Open or Init comes first and once, before any thread uses the rest; after
-// that every call may come from any thread of the process. A value access holds the shared lock; the pulse for
-// a change is sent after it was given back and never blocks.
+// One view of the database a process. Every call may come from any thread of the process, but for Init, which
+// comes before any other. A value access holds the shared lock; the pulse for a change is sent after it was
+// given back and never blocks.
 class DBSHM {
  public:
-  // Attaches to the existing database and connects to its owner. Prints on standard error when there is none:
-  // reads are then not valid and writes are ignored.
+  // Attaches to the existing database and connects to its owner; nothing happens when the process shows that
+  // database already. Prints on standard error when there is none: reads are then not valid and writes are
+  // ignored.
   static void Open();
   // Makes the database, for the process that owns it; attaches when it exists already. The process id in the
   // header is written last: while it is 0 the database is not ready.
@@ -115,7 +117,7 @@ class DBSHM {
   static bool Map(int fd);
   static void Detach();
 
-  static void* dbshmSharedMemory;
+  static std::atomic<void*> dbshmSharedMemory;
   static int dbshmFd;
   static int dbshmId;  // connection to the owner's channel
   static std::map<std::string, unsigned> dbshmParameterMap;

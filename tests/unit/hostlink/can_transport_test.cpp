@@ -78,7 +78,7 @@ TEST_F(CanTransport, AnswersRequestsOfOneFrameAtOnce) {
   };
   InitProgramDate(record);
   record->keyStatus = 0x55;
-  record->lastKeyAdded = 9;
+  record->lastKey = 9;
   for (const Request_t& request : requests) {
     HostSends(request.request);
     for (const frame_t& reply : request.replies) EXPECT_EQ(NextFrame(), reply);
@@ -92,7 +92,7 @@ TEST_F(CanTransport, AnswersRequestsOfOneFrameAtOnce) {
 
 TEST_F(CanTransport, ReportsQueuedKeysOldestFirst) {
   record->keyStatus = 0x11;
-  record->lastKeyAdded = 18;
+  record->lastKey = 18;
   addKeyData(record, 4);
   addKeyData(record, 18);
   for (int i = 0; i < 3; ++i) HostSends({0, 1, 6});
