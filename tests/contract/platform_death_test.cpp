@@ -32,6 +32,7 @@ TEST_F(ServerDeath, BeforeItRepliesFailsEverySender) {
   constexpr int kSenders = 8;
   std::atomic<int> failed = 0;
   std::vector<std::thread> senders;
+  senders.reserve(kSenders);
   for (int i = 0; i < kSenders; ++i) {
     senders.emplace_back([&] {
       if (Ask(ask_t::kHold) == -1 && errno == ESRCH) ++failed;
@@ -77,6 +78,7 @@ TEST_F(ServerDeath, InAnyMomentFailsOrAnswersAndNeverHangs) {
     ASSERT_GE(coid, 0);
     std::atomic<int> wrong = 0;
     std::vector<std::thread> senders;
+    senders.reserve(4);
     for (int i = 0; i < 4; ++i) {
       senders.emplace_back([&, i] {
         std::vector<char> bytes(20 + static_cast<std::size_t>(i) * 30000, 'E');

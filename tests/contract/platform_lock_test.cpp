@@ -74,9 +74,11 @@ class Lock : public PlatformTest {
 TEST_F(Lock, AdmitsOneAtATimeOfThreadsAndProcesses) {
   constexpr int kTimes = 20000;
   std::vector<std::unique_ptr<Child>> processes;
+  processes.reserve(3);
   for (int i = 0; i < 3; ++i)
     processes.push_back(std::make_unique<Child>([this] { return StepTimes(kTimes); }));
   std::vector<std::thread> threads;
+  threads.reserve(3);
   for (int i = 0; i < 3; ++i) threads.emplace_back([this] { StepTimes(kTimes); });
   for (auto& thread : threads) thread.join();
   for (auto& process : processes) EXPECT_EQ(process->Result(), 0);

@@ -15,7 +15,8 @@ using Bytes = std::vector<std::uint8_t>;
 
 Bytes MakeMessage(std::size_t size, unsigned seed) {
   Bytes bytes(size);
-  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<std::uint8_t>(i * 31 + seed * 7 + (i >> 8U));
+  for (std::size_t i = 0; i < size; ++i)
+    bytes[i] = static_cast<std::uint8_t>(i * 31 + seed * std::size_t{7} + (i >> 8U));
   if (size > 0) bytes[0] = static_cast<std::uint8_t>(ask_t::kEcho);
   return bytes;
 }
@@ -61,6 +62,7 @@ TEST_F(Messages, OfManyThreadsOnOneConnectionGetEachItsOwnReply) {
   constexpr unsigned kRounds = 300;
   std::atomic<unsigned> right = 0;
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (unsigned id = 0; id < kThreads; ++id) {
     threads.emplace_back([&, id] {
       for (unsigned round = 0; round < kRounds; ++round) {
@@ -165,6 +167,7 @@ TEST_F(Channels, MayHaveSeveralReceivers) {
   constexpr int kSenders = 4;
   constexpr long kRounds = 200;
   std::vector<std::thread> receivers;
+  receivers.reserve(kReceivers);
   for (int i = 0; i < kReceivers; ++i) {
     receivers.emplace_back([&] {
       long value = 0;
@@ -174,6 +177,7 @@ TEST_F(Channels, MayHaveSeveralReceivers) {
     });
   }
   std::vector<std::thread> senders;
+  senders.reserve(kSenders);
   for (long id = 0; id < kSenders; ++id) {
     senders.emplace_back([&, id] {
       for (long round = 0; round < kRounds; ++round) {
@@ -199,6 +203,7 @@ TEST_F(Channels, WhenDestroyedWakeReceiversAndSenders) {
     if (MsgSend(coid_, "x", 1, nullptr, 0) == -1 && errno == ESRCH) ++failed;
   };
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int i = 0; i < 2; ++i) threads.emplace_back(receive);
   for (int i = 0; i < 2; ++i) threads.emplace_back(send);
   std::this_thread::sleep_for(20ms);  // lets them block; what is expected holds whether they do or not
@@ -267,6 +272,7 @@ TEST_F(Channels, TellThatAConnectionWentWhenAllOfItWent) {
 
 TEST_F(Channels, ServeAHundredConnectionsInTheOrderOfTheirPulses) {
   std::vector<int> connections;
+  connections.reserve(100);
   for (int i = 0; i < 100; ++i) connections.push_back(ConnectAttach(0, 0, chid_, 0, 0));
   for (const int coid : connections) ASSERT_EQ(MsgSendPulse(coid, 10, 1, coid), 0);
   for (const int coid : connections) EXPECT_EQ(ReceivePulse(chid_).value.sival_int, coid);

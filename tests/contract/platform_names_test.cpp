@@ -70,6 +70,7 @@ TEST_F(Names, AreTakenByExactlyOneOfManyAtTheSameTime) {
     return name_detach(attach, 0);
   };
   std::vector<std::unique_ptr<Child>> rivals;
+  rivals.reserve(6);
   for (int i = 0; i < 6; ++i) rivals.push_back(std::make_unique<Child>(compete));
   for (std::size_t i = 0; i < rivals.size(); ++i) go.Raise();
   ASSERT_TRUE(won.Await());
