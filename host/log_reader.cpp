@@ -6,7 +6,7 @@ namespace host {
 
 std::optional<bus::frame_t> LogReader::Next() {
   while (!in_.eof()) {
-    in_.getline(line_.data(), line_.size());
+    in_.getline(line_.data(), static_cast<std::streamsize>(line_.size()));
     const auto length = static_cast<std::size_t>(in_.gcount());
     const bool tooLong = in_.fail() && length > 0;
     if (in_.bad() || (in_.fail() && !tooLong)) return std::nullopt;

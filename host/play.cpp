@@ -1,8 +1,8 @@
-#include <array>
 #include <charconv>
-#include <cstdio>
 #include <fstream>
+#include <iomanip>
 #include <iostream>
+#include <sstream>
 
 #include <unistd.h>
 
@@ -30,6 +30,12 @@ double ParseSpeed(const std::string& text) {
   return speed;
 }
 
+std::string Seconds(std::chrono::microseconds time) {
+  std::ostringstream text;
+  text << std::fixed << std::setprecision(1) << std::chrono::duration<double>(time).count() << " s";
+  return text.str();
+}
+
 // A line on the terminal that is written over five times a second.
 class ProgressLine {
  public:
@@ -38,11 +44,10 @@ class ProgressLine {
     constexpr std::chrono::milliseconds kPace{200};
     if (!shown_ || Clock::now() < next_) return;
     next_ = Clock::now() + kPace;
-    std::fprintf(stderr, "\r%9.1f s  %llu frames ", std::chrono::duration<double>(position).count(),
-                 static_cast<unsigned long long>(frames));
+    std::cerr << "\r" + Seconds(position) + "  " + std::to_string(frames) + " frames ";
   }
   void Clear() const {
-    if (shown_) std::fputs("\r\033[K", stderr);
+    if (shown_) std::cerr << "\r\033[K";
   }
 
  private:
@@ -93,12 +98,9 @@ bool FilePlayer::PlayOnce(std::istream& in) {
 void FilePlayer::Summarise() const {
   progress_.Clear();
   if (options_.quiet) return;
-  std::fprintf(stderr,
-               "hx7: played %llu frames, %.1f s of the log; passed over %llu frames of the display and %llu "
-               "lines that are no frames\n",
-               static_cast<unsigned long long>(played_.frames),
-               std::chrono::duration<double>(schedule_.Position()).count(),
-               static_cast<unsigned long long>(played_.passedOver), static_cast<unsigned long long>(skipped_));
+  std::cerr << "hx7: played " << played_.frames << " frames, " << Seconds(schedule_.Position())
+            << " of the log; passed over " << played_.passedOver << " frames of the display and " << skipped_
+            << " lines that are no frames\n";
 }
 
 void FilePlayer::Run(std::istream& in) {

@@ -1,8 +1,9 @@
 #include "host/words.h"
 
 #include <array>
-#include <cstdio>
 #include <ctime>
+#include <iomanip>
+#include <sstream>
 
 #include "host/value_text.h"
 
@@ -28,20 +29,18 @@ std::string TimeOfDay(std::uint64_t time_us) {
   const auto seconds = static_cast<std::time_t>(time_us / kMicrosPerSecond);
   std::tm local{};
   ::localtime_r(&seconds, &local);
-  std::array<char, 16> text{};
-  std::strftime(text.data(), text.size(), "%H:%M:%S", &local);
-  std::array<char, 8> millis{};
-  std::snprintf(millis.data(), millis.size(), ".%03u",
-                static_cast<unsigned>(time_us % kMicrosPerSecond / 1000));
-  return std::string(text.data()) + millis.data();
+  std::ostringstream text;
+  text << std::put_time(&local, "%H:%M:%S") << '.' << std::setfill('0') << std::setw(3)
+       << time_us % kMicrosPerSecond / 1000;
+  return text.str();
 }
 
 // Of a frame of somebody else: its identifier stands where a command would.
 std::string OtherWords(const utterance_t& utterance) {
-  std::array<char, 16> identifier{};
-  std::snprintf(identifier.data(), identifier.size(), utterance.frame.extended ? "%08X" : "%03X",
-                utterance.frame.identifier);
-  return Padded(identifier.data(), kCommandWidth) + "  " + utterance.decoded.values[0].text;
+  std::ostringstream identifier;
+  identifier << std::hex << std::uppercase << std::setfill('0') << std::setw(utterance.frame.extended ? 8 : 3)
+             << utterance.frame.identifier;
+  return Padded(identifier.str(), kCommandWidth) + "  " + utterance.decoded.values[0].text;
 }
 
 }  // namespace

@@ -204,8 +204,7 @@ void AddStartUp(std::vector<action_t>& actions) {
        Colors(1.25, {1, 0, 0, 1}), ValidKeys(1.30, "all"), Texts(1.40, 0)});
   // The display shows its first pages for a few seconds and takes no notice until it is on the right one.
   constexpr double kSlateToMain = 3;
-  for (double again = 1.5; again < 12; again += 1)
-    actions.push_back(Command(again, "transition", kSlateToMain));
+  for (int again = 1; again < 12; ++again) actions.push_back(Command(again + 0.5, "transition", kSlateToMain));
 }
 
 void AddLift(std::vector<action_t>& actions) {

@@ -55,12 +55,12 @@ class SocketcandDesk {
   // The frames that came so far, once there are `count` of them or five seconds have passed.
   std::vector<bus::frame_t> WaitForFrames(std::size_t count) {
     std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, std::chrono::seconds(5), [&] { return frames_.size() >= count; });
+    changed_.wait_for(lock, std::chrono::seconds(20), [&] { return frames_.size() >= count; });
     return frames_;
   }
   void WaitForClients(std::size_t count) {
     std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, std::chrono::seconds(5), [&] { return ready_ >= count; });
+    changed_.wait_for(lock, std::chrono::seconds(20), [&] { return ready_ >= count; });
   }
   void SendText(const std::string& text) {
     const std::scoped_lock lock(mutex_);
