@@ -24,7 +24,7 @@ int Init_CAN(orvikData_t* data);
 // The thread's body; `record` is the orvikData_t. Ends at canExit; a receive that blocks is ended by
 // canNmClient->wakeReceiver().
 void* ReceiveCANThreadFn(void* record);
-// Handles one message of the service, at most once for each received: a host frame is answered at once where it
+// Handles one message of the service: a host frame is answered at once where it
 // asks for something that needs no parsing, else queued. Anything else, a message too short for a frame
 // included, is ignored. Receive thread.
 void HandleServiceMessage(orvikData_t* data, std::span<const std::uint8_t> message);
