@@ -167,6 +167,8 @@ struct orvikData_t {
   std::array<PlainWord_t<std::uint32_t>, HOST_KEYS> keyMasks;  // the mask words of the host key map
   PlainWord_t<std::uint8_t> lastPressedEvent;
   PlainWord_t<int> selectMode;
+  PlainWord_t<int>
+      splashShown;  // set by the action channel with each splash page, cleared by whoever waits for one
 
   // --- Host presence.
   PlainWord_t<int> hostSeen;

@@ -43,8 +43,9 @@ const exit_page_t* FindExitPage(int pageId) {
 // but it.
 void MoveToSplash(orvikData_t* data, const exit_page_t& page) {
   PrintOut(std::string(page.request) + page.event + " transition");
+  data->splashShown = 0;
   PostEvent(data, page.event);
-  while (CurrentPageId(data) != ACTION_PAGE_SPLASH) {
+  while (data->splashShown == 0 && CurrentPageId(data) != ACTION_PAGE_SPLASH) {
     PrintOut("Orvik: waiting...");
     std::this_thread::sleep_for(SPLASH_POLL);
   }

@@ -33,6 +33,7 @@ bool ShowPage(orvikData_t* data, std::uint32_t action) {
   for (const Page_t& page : data->target.pages) {
     if (!Means(data, action, page.pageId)) continue;
     data->currentPage = &page;
+    if (page.pageId == ACTION_PAGE_SPLASH) data->splashShown = 1;
     return true;
   }
   return false;
