@@ -87,7 +87,8 @@ KernelTransport::KernelTransport(const std::string& interface)
   // Bound to the display's address, so that the kernel answers transfers that are meant for it.
   receiver_ = OpenStation(interfaceIndex_, DISPLAY_FRAME_ID & 0xFFU, J1939_NO_PGN);
   const int on = 1;
-  if (setsockopt(receiver_.Get(), SOL_CAN_J1939, SO_J1939_PROMISC, &on, sizeof on) != 0) {
+  // The kernel gives the flag's value back, not 0.
+  if (setsockopt(receiver_.Get(), SOL_CAN_J1939, SO_J1939_PROMISC, &on, sizeof on) < 0) {
     Fail("cannot listen to all J1939 messages");
   }
 }
