@@ -1,6 +1,10 @@
 #include "health/notify_link.h"
 
+#include <utility>
+
 #include "platform/names.h"
+
+#include "service.h"
 
 namespace unit {
 
@@ -12,6 +16,18 @@ std::unique_ptr<NM::NMClient> ConnectToManager() {
   name_close(probe);
   if (!client->isValid()) client.reset();
   return client;
+}
+
+bool ManagerWatch::WasReplaced() {
+  const auto now = std::chrono::steady_clock::now();
+  if (now < nextLook_) return false;
+  nextLook_ = now + NotifyLink::RETRY;
+  if (client_ && client_->registerName(HEALTH_CHANNEL_NAME) < 1) {
+    client_.reset();
+    lost_ = true;
+  }
+  if (!client_) client_ = ConnectToManager();
+  return client_ && std::exchange(lost_, false);
 }
 
 bool NotifyLink::Publish(const char* channelName, std::span<const std::uint8_t> payload) {

@@ -19,6 +19,18 @@ namespace unit {
 // A connected client; null while nobody holds the manager's name or the manager does not take the client.
 std::unique_ptr<NM::NMClient> ConnectToManager();
 
+// Notices that the manager has been replaced. A client of the first one hears nothing any more. One thread.
+class ManagerWatch {
+ public:
+  // True once for each manager that took an earlier one's place. Looks at most once in NotifyLink::RETRY.
+  bool WasReplaced();
+
+ private:
+  std::unique_ptr<NM::NMClient> client_;
+  bool lost_ = false;
+  std::chrono::steady_clock::time_point nextLook_;
+};
+
 // Any thread may call.
 class NotifyLink {
  public:

@@ -14,6 +14,7 @@
 #include "board/board_service.h"
 #include "database/database_service.h"
 #include "health/health_publisher.h"
+#include "health/notify_link.h"
 #include "j1939/j1939_service.h"
 #include "notify/notify_service.h"
 #include "panel/panel_service.h"
@@ -151,8 +152,13 @@ std::vector<Status_t> UnitRun::Statuses() const {
 
 void UnitRun::WaitForTheEnd() {
   const auto end = steady_clock::now() + std::chrono::seconds(plan_.seconds.value_or(0));
+  ManagerWatch manager;
   while (!StopRequested(STEP)) {
     supervisor_.Step();
+    if (Wants("orvik") && manager.WasReplaced()) {
+      supervisor_.Restart("orvik",
+                          "the notification manager was started again, and the application is not heard");
+    }
     if (plan_.seconds && steady_clock::now() >= end) return;
   }
 }

@@ -60,6 +60,13 @@ void Supervisor::TakeEnding(Run_t& run, const Ending_t& ending) {
   run.delay = std::min(run.delay * 2, LONGEST_DELAY);
 }
 
+void Supervisor::Restart(const std::string& name, const std::string& why) {
+  const auto run = std::ranges::find(runs_, name, [](const Run_t& r) { return r.program.name; });
+  if (run == runs_.end() || !run->child) return;
+  std::cerr << "unit: " << why << "; " << name << " has to start again" << std::endl;
+  run->child->Signal(SIGTERM);
+}
+
 void Supervisor::Stop() {
   for (Run_t& run : std::views::reverse(runs_)) StopOne(run);
   const std::lock_guard lock(mutex_);

@@ -35,6 +35,8 @@ class Supervisor {
   void Start(const Program_t& program);
   // Looks after the children; called whenever one may have ended, and ten times a second.
   void Step();
+  // Has a program end and start again, as if it had died. For what it cannot recover from by itself.
+  void Restart(const std::string& name, const std::string& why);
   // Stops all. A further request to stop while it waits makes it go on to the next, harsher signal at once.
   void Stop();
   // "orvik" and "hx7" as services. Any thread.
