@@ -18,15 +18,21 @@ using namespace std::chrono_literals;
 using nlohmann::json;
 
 constexpr auto DATABASE_PERIOD = 100ms;
-constexpr auto HEALTH_PERIOD = 1s;
+constexpr auto SECOND = 1s;
 constexpr const char* NO_MANAGER = "no notification manager";
 
 std::string Dump(const json& value) {
   return value.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
-json FiniteOrNull(double value) {
-  return std::isfinite(value) ? json(value) : json(nullptr);
+// JSON has no infinities.
+json FiniteOrNull(const std::optional<double>& value) {
+  return value && std::isfinite(*value) ? json(*value) : json(nullptr);
+}
+
+std::optional<double> ReadParameter(unsigned handle) {
+  double value = 0;
+  return DBSHM::Read(handle, value) == 1 ? std::optional(value) : std::nullopt;
 }
 
 }  // namespace
@@ -82,19 +88,37 @@ void PanelState::TakeDatabase(std::span<const std::uint8_t> message) {
 }
 
 void PanelState::Step(time_t now, bool connected) {
-  if (now >= nextDatabase_) {
-    nextDatabase_ = now + DATABASE_PERIOD;
-    std::unique_lock lock(mutex_);
-    const std::map<std::uint32_t, double> changed = std::exchange(changed_, {});
-    lock.unlock();
-    json values = json::object();
-    for (const auto& [handle, value] : changed) values[std::to_string(handle)] = FiniteOrNull(value);
-    if (!changed.empty()) hub_.Broadcast("database", Dump(values));
-  }
-  if (now >= nextHealth_) {
-    nextHealth_ = now + HEALTH_PERIOD;
+  if (now >= nextSecond_) {
+    nextSecond_ = now + SECOND;
+    ReadParameters();
     hub_.Broadcast("health", Health(connected, now).json);
   }
+  if (now >= nextDatabase_) {
+    nextDatabase_ = now + DATABASE_PERIOD;
+    BroadcastParameters();
+  }
+}
+
+void PanelState::ReadParameters() {
+  if (hub_.Count() == 0 || !AttachDatabase(0)) return;
+  for (const Parameter_t& parameter : parameters_) {
+    const std::optional<double> value = ReadParameter(parameter.handle);
+    const auto [known, fresh] = read_.emplace(parameter.handle, value);
+    if (fresh || known->second == value) continue;
+    known->second = value;
+    const std::lock_guard lock(mutex_);
+    changed_[parameter.handle] = value;
+  }
+}
+
+void PanelState::BroadcastParameters() {
+  std::unique_lock lock(mutex_);
+  const auto changed = std::exchange(changed_, {});
+  lock.unlock();
+  if (changed.empty()) return;
+  json values = json::object();
+  for (const auto& [handle, value] : changed) values[std::to_string(handle)] = FiniteOrNull(value);
+  hub_.Broadcast("database", Dump(values));
 }
 
 std::string PanelState::Board() const {
@@ -115,12 +139,11 @@ bool PanelState::Database(std::string& text) const {
   if (!AttachDatabase(0)) return false;
   json parameters = json::array();
   for (const Parameter_t& parameter : parameters_) {
-    double value = 0;
-    const bool valid = DBSHM::Read(parameter.handle, value) == 1;
+    const std::optional<double> value = ReadParameter(parameter.handle);
     parameters.push_back({{"name", parameter.name},
                           {"handle", parameter.handle},
-                          {"value", valid ? FiniteOrNull(value) : json(nullptr)},
-                          {"valid", valid}});
+                          {"value", FiniteOrNull(value)},
+                          {"valid", value.has_value()}});
   }
   text = Dump({{"parameters", std::move(parameters)}});
   return true;

@@ -1,11 +1,11 @@
 // What the front panel knows of the unit, gathered from the channels that its services publish on.
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -31,7 +31,8 @@ class PanelState {
   // The subscriptions were made anew: what the streams show may be old.
   void TakeReconnect();
 
-  // Hands changed parameters to the streams ten times a second and the health once a second.
+  // Hands changed parameters to the streams ten times a second. Once a second it hands on the health, and reads
+  // all parameters, since most changes of validity and some parameters' values are not published.
   void Step(time_t now, bool connected);
 
   // JSON; empty objects until somebody published.
@@ -46,6 +47,8 @@ class PanelState {
 
  private:
   void BroadcastScreen();
+  void ReadParameters();
+  void BroadcastParameters();
 
   StreamHub& hub_;
   const std::vector<Parameter_t> parameters_;
@@ -54,9 +57,11 @@ class PanelState {
 
   mutable std::mutex mutex_;  // guards the three below
   std::string board_ = "{}", bus_ = "{}";
-  std::map<std::uint32_t, double> changed_;  // by handle
+  std::map<std::uint32_t, std::optional<double>> changed_;  // by handle; empty: not valid
 
-  time_t nextDatabase_{}, nextHealth_{};  // the pace thread's
+  // The pace thread's.
+  std::map<std::uint32_t, std::optional<double>> read_;
+  time_t nextDatabase_{}, nextSecond_{};
 };
 
 // An object with one member "error".

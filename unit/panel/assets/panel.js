@@ -280,9 +280,10 @@ function changeParameters(values) {
     const cell = parameters.get(handle)?.lastElementChild;
     if (!cell) continue;
     cell.textContent = formatValue(value);
-    cell.className = 'number fresh';
+    const settled = value === null ? 'number invalid' : 'number';
+    cell.className = `${settled} fresh`;
     clearTimeout(cell.timer);
-    cell.timer = setTimeout(() => { cell.className = 'number'; }, 1000);
+    cell.timer = setTimeout(() => { cell.className = settled; }, 1000);
   }
 }
 

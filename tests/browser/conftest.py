@@ -1,0 +1,48 @@
+import contextlib
+import pathlib
+import sys
+import tempfile
+
+import pytest
+from selenium import webdriver
+from selenium.webdriver.chrome.service import Service
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "system"))
+
+from desk import Desk  # noqa: E402
+from panel import Panel  # noqa: E402
+
+FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-dev-shm-usage",
+         "--disable-background-networking", "--disable-component-update", "--disable-sync", "--window-size=1280,890"]
+
+
+@pytest.fixture(scope="session")
+def driver():
+    with tempfile.TemporaryDirectory(prefix="orvik-browser-") as profile:
+        options = webdriver.ChromeOptions()
+        for flag in [*FLAGS, f"--user-data-dir={profile}"]:
+            options.add_argument(flag)
+        options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
+        browser = webdriver.Chrome(options=options, service=Service("/usr/bin/chromedriver"))
+        browser.set_script_timeout(30)
+        yield browser
+        browser.quit()
+
+
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport(item):
+    outcome = yield
+    setattr(item, "report_" + outcome.get_result().when, outcome.get_result())
+
+
+@pytest.fixture
+def open_panel(request, driver):
+    """Opens the front panel of a desk of its own; the lines of every process show when the test failed."""
+    with contextlib.ExitStack() as stack:
+        def make(**settings):
+            desk = Desk(**settings)
+            stack.callback(lambda: desk.close(show=getattr(request.node, "report_call", None) is None
+                                              or request.node.report_call.failed))
+            stack.callback(lambda: driver.get("about:blank"))
+            return Panel(driver, desk)
+        yield make

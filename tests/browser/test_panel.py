@@ -1,0 +1,107 @@
+"""The front panel in a browser, against a unit of real processes."""
+
+import re
+
+from desk import BIN, CONFIG, wait_for
+from selenium.webdriver.common.action_chains import ActionChains
+
+# Both pictures, drawn into canvases; gives the mean difference of a colour part and the greatest of a 16 x 16 tile.
+COMPARE = """
+  const done = arguments[arguments.length - 1];
+  const load = (path) => new Promise((resolve, reject) => {
+    const image = new Image();
+    image.onload = () => resolve(image);
+    image.onerror = () => reject(path);
+    image.src = path;
+  });
+  const pixels = (image) => {
+    const canvas = document.createElement('canvas');
+    canvas.width = 640; canvas.height = 480;
+    const context = canvas.getContext('2d');
+    context.drawImage(image, 0, 0, 640, 480);
+    return context.getImageData(0, 0, 640, 480).data;
+  };
+  Promise.all([load('/screen.png'), load('/screen.svg')]).then(([png, svg]) => {
+    const [a, b] = [pixels(png), pixels(svg)];
+    const tiles = new Array(40 * 30).fill(0);
+    let sum = 0;
+    for (let i = 0; i < a.length; i += 4) {
+      const difference = (Math.abs(a[i] - b[i]) + Math.abs(a[i + 1] - b[i + 1]) + Math.abs(a[i + 2] - b[i + 2])) / 3;
+      const x = (i / 4) % 640, y = Math.floor(i / 4 / 640);
+      tiles[Math.floor(y / 16) * 40 + Math.floor(x / 16)] += difference / 256;
+      sum += difference;
+    }
+    done([sum / (640 * 480), Math.max(...tiles)]);
+  }, (path) => done(String(path)));
+"""
+
+
+def test_what_the_host_sends_appears_without_a_reload(open_panel):
+    panel = open_panel()
+    bus = panel.desk.go_to("Main")
+    panel.open()
+    status, _, errors = panel.desk.run(BIN / "hx7", "send", "load=23400", "line1-left=ПРИВЕТ")
+    assert status == 0, errors
+    wait_for(lambda: panel.screen_text("orvikTextWidgetLoad") == "23,400", "the load on the screen")
+    wait_for(lambda: panel.screen_text("orvikTextWidgetLine1Std") == "ПРИВЕТ", "the line on the screen")
+    bus.send_message([7, 15, 6])  # to the working area page
+    wait_for(lambda: panel.find("#page").text == "Wad", "the other page")
+    assert panel.screen_text("orvikTextWidgetWadLoad") == "23,400"
+    assert not panel.was_reloaded()
+    assert panel.errors() == []
+
+
+def test_the_browser_draws_what_the_unit_draws(open_panel):
+    panel = open_panel()
+    panel.desk.go_to("Main")
+    status, _, errors = panel.desk.run(BIN / "hx7", "send", "load=8800", "line1-left=OUTRIGGERS", "line2-left=ОПОРЫ",
+                                       "line3-right=主臂")
+    assert status == 0, errors
+    panel.open()
+    wait_for(lambda: panel.screen_text("orvikTextWidgetLoad") == "8,800", "the load on the screen")
+    result = panel.driver.execute_async_script(COMPARE)
+    assert isinstance(result, list), f"{result} is no picture"
+    mean, worst = result
+    # Edges of glyphs and lines differ a little; a glyph in another place differs by far more.
+    assert mean < 4 and worst < 60, (mean, worst)
+
+
+def test_keys_are_held_by_mouse_and_keyboard(open_panel):
+    panel = open_panel(orvik=False)
+    panel.open()
+    ActionChains(panel.driver).click_and_hold(panel.find("#key-3")).perform()
+    panel.wait_keys(3)
+    ActionChains(panel.driver).key_down("7").key_down("2").perform()
+    panel.wait_keys(2, 3, 7)
+    assert panel.find("#key-7").get_attribute("aria-pressed") == "true"
+    ActionChains(panel.driver).release().key_up("7").perform()
+    panel.wait_keys(2)
+    panel.driver.execute_script("window.dispatchEvent(new Event('blur'))")
+    panel.wait_keys()
+
+
+def test_digits_typed_into_the_filter_press_no_key(open_panel):
+    panel = open_panel(orvik=False)
+    panel.open()
+    panel.find("#tab-database").click()
+    panel.find("#filter").send_keys("Version.Os.1")
+    wait_for(lambda: re.match(r"1 of \d+", panel.find("#filter-count").text), "the filtered list")
+    assert panel.keys_held() == []
+    assert panel.desk.run(BIN / "unit", "db", "set", "Version.Os.1", "9.5")[0] == 0
+    wait_for(lambda: "9.5" in panel.find("#database-rows").text, "the new value")
+
+
+def test_reconnects_by_itself_after_the_unit_was_restarted(open_panel):
+    panel = open_panel(orvik=False)
+    panel.open()
+    port = panel.desk.address("http").rsplit(":", 1)[1]
+    panel.desk.unit.stop()
+    wait_for(lambda: panel.find("#veil").is_displayed(), "the screen to be covered", 10)
+    panel.desk.start(BIN / "unit", "run", "--no-orvik", "--no-host", "--config", CONFIG, "--socketcand", "127.0.0.1:0",
+                     "--http", f"127.0.0.1:{port}")
+    panel.wait_live()
+    ActionChains(panel.driver).key_down("1").perform()
+    panel.wait_keys(1)
+    ActionChains(panel.driver).key_up("1").perform()
+    panel.wait_keys()
+    assert not panel.was_reloaded()
