@@ -22,6 +22,12 @@ constexpr auto PACE = 10ms;
 // Once a second too, for those that subscribed since the last change.
 constexpr auto REPEAT = 1s;
 
+// The application writes its outputs a hundred times a second, changed or not: the count of that is no change.
+bool ShowsChange(const board_view_t& view, board_view_t published) {
+  published.outputWrites = view.outputWrites;
+  return view != published;
+}
+
 // Owns the board's shared object; one thread looks at it and publishes what changed.
 class BoardService : public Service {
  public:
@@ -76,7 +82,7 @@ class BoardService : public Service {
       const board_view_t view = ViewBoard(board);
       const auto now = steady_clock::now();
       // What could not be published is tried again at the next look.
-      if ((view != published || now >= repeatAt) && link_.Publish(BOARD_CHANNEL_NAME, FormatBoard(view))) {
+      if ((ShowsChange(view, published) || now >= repeatAt) && link_.Publish(BOARD_CHANNEL_NAME, FormatBoard(view))) {
         published = view;
         repeatAt = now + REPEAT;
       }
