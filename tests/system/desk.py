@@ -5,6 +5,7 @@ import http.client
 import json
 import os
 import pathlib
+import re
 import signal
 import socket
 import struct
@@ -18,6 +19,9 @@ BIN = pathlib.Path(os.environ.get("ORVIK_BIN", REPOSITORY / "build/release/bin")
 CONFIG = REPOSITORY / "config"
 # Sanitizer builds are several times slower.
 PATIENCE = float(os.environ.get("ORVIK_PATIENCE", "1"))
+
+# What a sanitizer prints first; a process may go on after it.
+REPORT = re.compile(r"(Address|Leak|Thread)Sanitizer|runtime error:")
 
 HOST_ID = 0x18FF00D0
 DISPLAY_ID = 0x18FF00D2
@@ -252,7 +256,9 @@ class Desk:
     def close(self, show=False):
         for process in reversed(self.processes):
             process.stop(signal.SIGKILL if process is self.orvik else signal.SIGTERM)
-        if show:
+        found = [line for process in self.processes for line in process.err if REPORT.search(line)]
+        if show or found:
             for process in self.processes:
                 process.dump()
         self.directory.cleanup()
+        assert not found, f"a sanitizer reports: {found}"
