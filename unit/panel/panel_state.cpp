@@ -25,6 +25,18 @@ std::string Dump(const json& value) {
   return value.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
+// A message as one line; empty when it is no object.
+std::string ObjectOf(const std::string& message) {
+  const json parsed = json::parse(message, nullptr, false);
+  return parsed.is_object() ? Dump(parsed) : std::string();
+}
+
+// 0 where there is no such number.
+std::uint64_t NumberOf(const json& object, const char* name) {
+  const json value = object.value(name, json());
+  return value.is_number_unsigned() ? value.get<std::uint64_t>() : 0;
+}
+
 // JSON has no infinities.
 json FiniteOrNull(const std::optional<double>& value) {
   return value && std::isfinite(*value) ? json(*value) : json(nullptr);
@@ -41,30 +53,34 @@ PanelState::PanelState(StreamHub& hub, std::vector<Parameter_t> parameters)
     : hub_(hub), parameters_(std::move(parameters)) {}
 
 void PanelState::TakeBoard(const std::string& message) {
+  const std::string board = ObjectOf(message);
+  if (board.empty()) return;
   {
     const std::lock_guard lock(mutex_);
-    if (board_ == message) return;
-    board_ = message;
+    if (board_ == board) return;
+    board_ = board;
   }
-  hub_.Broadcast("board", message);
+  hub_.Broadcast("board", board);
 }
 
 void PanelState::TakeBus(const std::string& message) {
+  const std::string bus = ObjectOf(message);
+  if (bus.empty()) return;
   {
     const std::lock_guard lock(mutex_);
-    bus_ = message;
+    bus_ = bus;
   }
-  hub_.Broadcast("bus", message);
+  hub_.Broadcast("bus", bus);
 }
 
 void PanelState::TakeScreen(const std::string& change) {
   const json parsed = json::parse(change, nullptr, false);
   if (!parsed.is_object()) return;
   const bool follows =
-      parsed.value("previous", std::uint64_t{0}) == screenRevision_ && !parsed.value("page", true);
-  screenRevision_ = parsed.value("revision", std::uint64_t{0});
+      NumberOf(parsed, "previous") == screenRevision_ && parsed.value("page", json()) == json(false);
+  screenRevision_ = NumberOf(parsed, "revision");
   if (follows) {
-    hub_.Broadcast("change", change);
+    hub_.Broadcast("change", Dump(parsed));
   } else {
     BroadcastScreen();
   }

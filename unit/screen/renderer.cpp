@@ -8,8 +8,41 @@
 
 #include "screen/design.h"
 
+#ifndef __has_feature
+#define __has_feature(feature) 0
+#endif
+#if defined(__SANITIZE_THREAD__) || __has_feature(thread_sanitizer)
+extern "C" {
+void AnnotateIgnoreReadsBegin(const char* file, int line);
+void AnnotateIgnoreReadsEnd(const char* file, int line);
+void AnnotateIgnoreWritesBegin(const char* file, int line);
+void AnnotateIgnoreWritesEnd(const char* file, int line);
+}
+#endif
+
 namespace unit {
 namespace {
+
+// Pango hands its font lists over from a thread of its own with GLib's locks. The distribution's libraries are
+// not instrumented, so that ThreadSanitizer sees their memory but not the hand-over; it does not look in here.
+class LibraryScope {
+ public:
+#if defined(__SANITIZE_THREAD__) || __has_feature(thread_sanitizer)
+  LibraryScope() {
+    AnnotateIgnoreReadsBegin(__FILE__, __LINE__);
+    AnnotateIgnoreWritesBegin(__FILE__, __LINE__);
+  }
+  ~LibraryScope() {
+    AnnotateIgnoreWritesEnd(__FILE__, __LINE__);
+    AnnotateIgnoreReadsEnd(__FILE__, __LINE__);
+  }
+#else
+  LibraryScope() = default;
+  ~LibraryScope() = default;
+#endif
+  LibraryScope(const LibraryScope&) = delete;
+  LibraryScope& operator=(const LibraryScope&) = delete;
+};
 
 template <auto Release>
 struct releaser_t {
@@ -38,6 +71,7 @@ cairo_status_t Append(void* closure, const unsigned char* data, unsigned length)
 }  // namespace
 
 std::string RenderPng(const std::string& svg, double scale) {
+  const LibraryScope scope;
   GError* error = nullptr;
   const std::basic_string<guint8> bytes(svg.begin(), svg.end());
   const handle_t handle(rsvg_handle_new_from_data(bytes.data(), bytes.size(), &error));
