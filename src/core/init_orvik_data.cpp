@@ -48,7 +48,8 @@ version_t ReadVersion(orvikData_t* data, const std::string& group) {
     numbers[i] = ReadVersionNumber(data, "Version." + group + "." + std::to_string(i + 1), values[i]);
   }
   std::array<char, 64> text{};
-  std::snprintf(text.data(), text.size(), "%1d.%1d.%1d.%1d", numbers[0], numbers[1], numbers[2], numbers[3]);
+  static_cast<void>(std::snprintf(text.data(), text.size(), "%1d.%1d.%1d.%1d", numbers[0], numbers[1],
+                                  numbers[2], numbers[3]));
   return {text.data(), values[0] + values[1] / 10.0};
 }
 

@@ -21,7 +21,7 @@ void PrepareSignals() {
   sigemptyset(&terminate);
   sigaddset(&terminate, SIGUSR1);
   pthread_sigmask(SIG_BLOCK, &terminate, nullptr);
-  std::signal(SIGPIPE, SIG_IGN);
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
 }
 
 void StartUp(const std::string& path, orvikData_t* data) {
@@ -52,7 +52,7 @@ int main(int argc, char* argv[]) {
   SayGoodbye();
   if (!stopped) {
     // A thread that hangs still holds the record: the process ends under it, and nothing is taken apart before.
-    std::fflush(nullptr);
+    static_cast<void>(std::fflush(nullptr));
     _exit(EXIT_ORDERLY);
   }
   return EXIT_ORDERLY;

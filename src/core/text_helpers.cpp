@@ -33,5 +33,5 @@ void FormatDate(char* out, const char* in) {
   const int day = std::atoi(date.substr(4, 2).c_str());
   const int year = std::atoi(date.substr(9, 2).c_str());
   // "%02d/%02d/%02d"; the month of an unknown abbreviation is -1, which takes the same two places.
-  std::sprintf(out, "%02d/%02d/%02d", MonthToNum(date.c_str()), day, year);
+  static_cast<void>(std::sprintf(out, "%02d/%02d/%02d", MonthToNum(date.c_str()), day, year));
 }

@@ -25,26 +25,33 @@ void Dash(char* text, const char* dashes) {
   std::strcpy(text, dashes);
 }
 
+// What does not fit is cut; the formats' ranges keep that from happening.
+template <class Value>
+void Write(char* text, const char* format, Value value) {
+  static_cast<void>(std::snprintf(text, TEXT_SIZE, format, value));
+}
+
 // The sixth place from the right is a blank or digit, so the first three and the last three always exist.
-void FormatWithComma(int value, char* text) {
+void WriteWithComma(int value, char* text) {
   char scratch[TEXT_SIZE];
-  std::snprintf(scratch, sizeof scratch, "%6d", value);
-  std::snprintf(text, TEXT_SIZE, "%.3s,%.3s", scratch, scratch + 3);
+  Write(scratch, "%6d", value);
+  static_cast<void>(std::snprintf(text, TEXT_SIZE, "%.3s,%.3s", scratch, scratch + 3));
+}
+
+bool ShowsAsInt(double value, int minimum, bool zeroIfNegative) {
+  if (std::isnan(value) || static_cast<double>(minimum) > value || value >= INT_LIMIT) return false;
+  return value >= 0 || zeroIfNegative;
 }
 
 }  // namespace
 
 void FormatInt(double value, char* text, int minimum, bool zeroIfNegative) {
-  if (std::isnan(value) || static_cast<double>(minimum) > value || (value < 0 && !zeroIfNegative)) {
+  if (!ShowsAsInt(value, minimum, zeroIfNegative)) {
     Dash(text, INT_DASHES);
-  } else if (value < 0) {
-    std::snprintf(text, TEXT_SIZE, "% 7d", 0);
   } else if (value < COMMA_FROM) {
-    std::snprintf(text, TEXT_SIZE, "% 7d", static_cast<int>(value));
-  } else if (value < INT_LIMIT) {
-    FormatWithComma(static_cast<int>(value), text);
+    Write(text, "% 7d", value < 0 ? 0 : static_cast<int>(value));
   } else {
-    Dash(text, INT_DASHES);
+    WriteWithComma(static_cast<int>(value), text);
   }
   text[INT_PLACES] = '\0';
 }
@@ -53,7 +60,7 @@ void FormatDouble(double value, char* text, double minimum) {
   if (std::isnan(value) || value < minimum || value >= DOUBLE_LIMIT) {
     Dash(text, DOUBLE_DASHES);
   } else {
-    std::snprintf(text, TEXT_SIZE, value < WIDE_FROM ? "% 5.1f" : "%5.1f", value);
+    Write(text, value < WIDE_FROM ? "% 5.1f" : "%5.1f", value);
   }
   text[DOUBLE_PLACES] = '\0';
 }
@@ -61,7 +68,7 @@ void FormatDouble(double value, char* text, double minimum) {
 void FormatSwingStr(char* text, int degrees) {
   if (degrees == 360 || degrees == -360) degrees = 0;
   if (degrees > -360 && degrees < 360) {
-    std::snprintf(text, TEXT_SIZE, "% 5d", degrees);
+    Write(text, "% 5d", degrees);
   } else {
     Dash(text, DOUBLE_DASHES);
   }
@@ -69,7 +76,7 @@ void FormatSwingStr(char* text, int degrees) {
 }
 
 void FormatPartsOfLine(char* text, int parts) {
-  std::snprintf(text, TEXT_SIZE, "%2d", parts);
+  Write(text, "%2d", parts);
 }
 
 void InvalidNum(char* text, int length) {
