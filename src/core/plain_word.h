@@ -12,9 +12,8 @@ class PlainWord_t {
   constexpr PlainWord_t() = default;
   constexpr PlainWord_t(T value) : value_(value) {}  // NOLINT(google-explicit-constructor): stands for the T
   PlainWord_t(const PlainWord_t& other) : value_(other.Load()) {}
-  PlainWord_t& operator=(
-      const PlainWord_t& other) {  // NOLINT(cert-oop54-cpp,bugprone-unhandled-self-assignment):
-                                   // a word may be stored into itself
+  // A word may be stored into itself. NOLINTNEXTLINE(cert-oop54-cpp)
+  PlainWord_t& operator=(const PlainWord_t& other) {
     Store(other.Load());
     return *this;
   }
