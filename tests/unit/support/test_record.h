@@ -10,7 +10,6 @@
 const std::string& PrepareTestRuntime();
 
 // A parameter's value; NaN when it has none.
-double ParameterValue(unsigned handle);
 double ParameterValue(const std::string& name);
 
 // A record as InitOrvikData leaves it where no other folder is needed: mutexes made, English on a 4 × 40 grid,
