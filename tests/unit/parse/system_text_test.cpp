@@ -3,6 +3,8 @@
 #include "core/mutex_guard.h"
 #include "core/operating_values.h"
 #include "parse/fields.h"
+#include "parse/grid_text.h"
+#include "parse/utf8_text.h"
 #include "support/test_record.h"
 
 namespace {
@@ -18,15 +20,11 @@ class SystemText : public testing::Test {
     FieldsToUTF8Lines(record);
   }
 
-  // The shown cells of a line without the blanks around them; code points above 0xFF as "#".
+  // The shown cells of a line without the blanks around them.
   std::string Line(std::size_t line) {
-    std::string text;
-    for (int i = 0; i < record->lcdColumns; ++i) {
-      const auto c = record->utf8Display[line].cells[static_cast<std::size_t>(i)].codePoint;
-      text.push_back(c > 0xFF ? '#' : static_cast<char>(c));
-    }
-    text.erase(text.find_last_not_of(' ') + 1);
-    return text.substr(std::min(text.find_first_not_of(' '), text.size()));
+    std::string text = GridLine(record, line);
+    TrimSpaces(text);
+    return text;
   }
 
   void HostSends(unsigned codePoint) {
@@ -56,7 +54,7 @@ TEST_F(SystemText, ReplacesTheHostsTextUntilItEnds) {
   EXPECT_EQ(StowedText(record), "stowed");
 }
 
-TEST_F(SystemText, EndsAtOnceWhenTheHostSendsNewText) {
+TEST_F(SystemText, EndsAtOnceWhenTheHostSendsNewTextOrTheFieldsStartAnew) {
   ShowSystemText(record, "message");
   HostSends('n');
   EXPECT_FALSE(SystemTextShown());
@@ -67,11 +65,9 @@ TEST_F(SystemText, EndsAtOnceWhenTheHostSendsNewText) {
   ShowSystemText(record, "second");  // keeps the new text
   EndSystemText(record);
   EXPECT_EQ(Line(0), "n");
-}
 
-TEST_F(SystemText, IsForgottenWhenTheFieldsStartAnew) {
-  ShowSystemText(record, "message");
-  InitAllFields();
+  ShowSystemText(record, "third");
+  InitAllFields();  // the fields start anew: all is forgotten
   EXPECT_FALSE(SystemTextShown());
   ShowSystemText(record, "start");
   EndSystemText(record);
@@ -79,23 +75,15 @@ TEST_F(SystemText, IsForgottenWhenTheFieldsStartAnew) {
 }
 
 TEST_F(SystemText, IsSplitAtABlankWhenLongerThanALine) {
-  struct Split_t {
-    int columns;
-    std::string text;
-    std::string line2;
-    std::string line3;
-  };
-  const std::vector<Split_t> splits = {
-      {10, "abcd efghi", "abcd efghi", ""},
-      {10, "abcd efghij", "abcd", "efghij"},
-      {10, "abcdefghij klm", "abcdefghij", "klm"},
-      {10, "abcdefghijklm", "abcdefghij", "klm"},
-  };
-  for (const Split_t& split : splits) {
-    SetLCDResolution(record, 4, split.columns);
-    ShowSystemText(record, split.text);
-    EXPECT_EQ(Line(1), split.line2) << split.text;
-    EXPECT_EQ(Line(2), split.line3) << split.text;
+  const std::vector<std::array<std::string, 3>> splits = {{"abcd efghi", "abcd efghi", ""},
+                                                          {"abcd efghij", "abcd", "efghij"},
+                                                          {"abcdefghij klm", "abcdefghij", "klm"},
+                                                          {"abcdefghijklm", "abcdefghij", "klm"}};
+  SetLCDResolution(record, 4, 10);
+  for (const auto& [text, line2, line3] : splits) {
+    ShowSystemText(record, text);
+    EXPECT_EQ(Line(1), line2) << text;
+    EXPECT_EQ(Line(2), line3) << text;
     EndSystemText(record);
   }
 }
@@ -107,13 +95,6 @@ TEST_F(SystemText, IsWidenedInTheFullWidthLanguage) {
   EXPECT_EQ(record->utf8Display[1].cells[4].codePoint, 0x3000U);
   EXPECT_EQ(record->utf8Display[2].cells[7].codePoint, 0xFF23U);  // "COMPUTER!", (24 - 9) / 2 cells in
   EndSystemText(record);
-}
-
-TEST_F(SystemText, StringToUTF8DisplayLeavesOneFieldOnly) {
-  StringToUTF8Display(record, "bro\xC3ken", 27);
-  EXPECT_EQ(Line(0), "");
-  EXPECT_EQ(Line(3), "bro#ken");
-  EXPECT_FALSE(SystemTextShown());
 }
 
 }  // namespace

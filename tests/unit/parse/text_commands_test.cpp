@@ -1,18 +1,16 @@
 // The commands that carry text, byte for byte.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/command_counters.h"
 #include "core/operating_values.h"
 #include "parse/commands.h"
 #include "parse/fields.h"
+#include "parse/grid_text.h"
 #include "support/console_capture.h"
 #include "support/test_record.h"
 
 namespace {
 
 using namespace std::string_literals;
-using testing::ElementsAre;
 
 DecapData_t Message(const std::string& bytes) {
   DecapData_t message;
@@ -30,14 +28,6 @@ class TextCommands : public testing::Test {
 
   void Send(const std::string& bytes) { ParseMessage(record, Message(bytes)); }
 
-  std::string Line(std::size_t line) {
-    std::string text;
-    for (int i = 0; i < record->lcdColumns; ++i) {
-      text.push_back(static_cast<char>(record->utf8Display[line].cells[static_cast<std::size_t>(i)].codePoint));
-    }
-    return text;
-  }
-
   TestRecord record;
 };
 
@@ -49,26 +39,20 @@ TEST_F(TextCommands, FillTheFieldsAndRebuildTheGrid) {
       "\x00\x07\x00\x11HELLO"  // field 17, centre of line 1
       "\x00\x04\x00\x1EST"     // field 30, the stowed label
       "\x00\x03\x09\x11!"s);   // field 17 again
-  EXPECT_EQ(Line(0), "________________HELLO_!_________________");
-  EXPECT_EQ(Line(1), std::string(40, '_'));
+  EXPECT_EQ(GridLine(record, 0), "________________HELLO_!_________________");
+  EXPECT_EQ(GridLine(record, 1), std::string(40, '_'));
   EXPECT_EQ(StowedText(record), "ST");
   EXPECT_EQ(console.Out() + console.Err(), "");
 
-  Send("\x05\x00\x05\x00\x03\x00\x10X"s);  // what is not named is cleared
-  EXPECT_EQ(Line(0), "X_______________________________________");
-  EXPECT_EQ(StowedText(record), "");
-}
-
-TEST_F(TextCommands, RepairBrokenText) {
-  Send("\x05\x00\x06\x00\x04\x00\x10\xC3\x41"s);
-  EXPECT_THAT(fieldLine1Left.text, ElementsAre(0xFF1F, 'A'));
-}
-
-TEST_F(TextCommands, EndASystemText) {
   ShowSystemText(record, "LOST");
-  Send("\x05\x00\x05\x00\x03\x00\x10X"s);
+  Send("\x05\x00\x06\x00\x04\x00\x10\xC3X"s);  // what is not named is cleared, what is broken marked
   EXPECT_FALSE(SystemTextShown());
-  EXPECT_EQ(Line(0).front(), 'X');
+  EXPECT_EQ(GridLine(record, 0), "#X______________________________________");
+  EXPECT_EQ(StowedText(record), "");
+
+  // mainLen 253, subLen 251: 249 bytes of text, and the last of them is the block's last.
+  Send("\x05\x00\xFD\x00\xFB\x00\x1E"s + std::string(248, 'a') + "b");
+  EXPECT_EQ(StowedText(record), std::string(248, 'a') + "b");
 }
 
 struct Refused_t {
@@ -80,10 +64,9 @@ struct Refused_t {
 };
 
 TEST_F(TextCommands, RefuseBadLengths) {
-  const std::string failed = "Error!  ProcessSubCommand returned failure\n";
-  const auto sub = [&failed](int length) {
-    return "***** ERROR!  Cmd5 sub command length.  min=3, max=800, subLen=" + std::to_string(length) + "\n" +
-           failed;
+  const auto sub = [](int length) {
+    return "***** ERROR!  Cmd5 sub command length.  min=3, max=800, subLen=" + std::to_string(length) +
+           "\nError!  ProcessSubCommand returned failure\n";
   };
   const auto main = [](int length) {
     return "***** ERROR!  Cmd5 length.  min=5, max=802, subLen=" + std::to_string(length) + "\n";
@@ -99,7 +82,18 @@ TEST_F(TextCommands, RefuseBadLengths) {
       {"a text that ends behind the block", "\x05\x00\xFF\x00\xFC\x00\x10XY"s, "", sub(252), ""},
       {"a length that the end of the block cuts",
        "\x05\x01\x00\x00\xF9\x00\x00"s + std::string(247, '-') + "\x00"s, "", sub(0), ""},
+      {"flash of 0", "\x03\x00\x00\x07\x00\x4A"s, "WARNING, Flash message NULL length.\n", "", "old"},
+      {"flash of 1", "\x03\x00\x01\x07\x00\x4A"s,
+       "Orvik: ERROR! Flash message underrun, len=1, index=7, first=0x4a\n", "", "old"},
+      {"flash of 2", "\x03\x00\x02\x07\x00\x09"s,
+       "Orvik: ERROR! Flash message underrun, len=2, index=7, first=0x9\n", "", "old"},
+      {"flash of 801", "\x03\x03\x21\xFF\x00\x4A"s, "",
+       "Orvik: ERROR! Flash message overrun, len=801, index=255, first=0x4a\n", "old"},
+      {"flash behind the block", "\x03\x00\xFE\x07\x00\x4A"s, "",
+       "Orvik: ERROR! Flash message overrun, len=254, index=7, first=0x4a\n", "old"},
   };
+  Send("\x03\x00\x03\x00\x00X"s);
+  const std::vector<unsigned> flash = record->flashLine;
   for (const Refused_t& r : refused) {
     Send("\x05\x00\x07\x00\x05\x00\x10old"s);
     ConsoleCapture console;
@@ -107,28 +101,8 @@ TEST_F(TextCommands, RefuseBadLengths) {
     EXPECT_EQ(console.Out(), r.out) << r.what;
     EXPECT_EQ(console.Err(), r.err) << r.what;
     EXPECT_EQ(FieldToText(fieldLine1Left), r.left) << r.what;
+    EXPECT_EQ(record->flashLine, flash) << r.what;
   }
-}
-
-TEST_F(TextCommands, TakeATextThatFillsTheBlock) {
-  // mainLen 253, subLen 251: 249 bytes of text, and the last of them is the block's last.
-  ConsoleCapture console;
-  Send("\x05\x00\xFD\x00\xFB\x00\x1E"s + std::string(248, 'a') + "b");
-  EXPECT_EQ(StowedText(record), std::string(248, 'a') + "b");
-  EXPECT_EQ(console.Err(), "");
-}
-
-TEST_F(TextCommands, DumpWithTheSameChecks) {
-  const DecapData_t good = Message("\x05\x00\x06\x00\x04\x00\x10XY"s);
-  const DecapData_t bad = Message("\x05\x00\x04"s);
-  ConsoleCapture console;
-  MainCmd_t command{MessageView_t(good.bytes).From(1)};
-  DumpMainCmd(record, &command);
-  MainCmd_t badCommand{MessageView_t(bad.bytes).From(1)};
-  DumpMainCmd(record, &badCommand);
-  EXPECT_EQ(console.Out(), "DumpMainCmd: mainLen=6\nDumpSubCmd: subLen=4, fid=16, text=0x58 0x59 \n");
-  EXPECT_EQ(console.Err(), "***** ERROR!  Cmd5 length.  min=5, max=802, mainLen=4\n");
-  EXPECT_TRUE(fieldLine1Left.text.empty());
 }
 
 TEST_F(TextCommands, CentreTheFlashMessage) {
@@ -137,13 +111,9 @@ TEST_F(TextCommands, CentreTheFlashMessage) {
     std::string text;
     std::size_t blanks;
   };
-  const std::vector<Flash_t> flashes = {{0, "HELLO", 12},
-                                        {0, "HELLO!", 11},
-                                        {0, std::string(28, 'x'), 0},
-                                        {0, std::string(29, 'x'), 0},
-                                        {0, std::string(40, 'x'), 0},
-                                        {3, "HELLO", 8},
-                                        {3, std::string(21, 'x'), 0}};
+  const std::vector<Flash_t> flashes = {
+      {0, "HELLO", 12}, {0, "HELLO!", 11},           {0, std::string(28, 'x'), 0}, {0, std::string(40, 'x'), 0},
+      {3, "HELLO", 8},  {3, std::string(21, 'x'), 0}};
   for (const Flash_t& flash : flashes) {
     SetLanguage(record, flash.language);
     record->blankChar = '_';
@@ -153,29 +123,6 @@ TEST_F(TextCommands, CentreTheFlashMessage) {
               static_cast<std::ptrdiff_t>(flash.blanks));
     EXPECT_EQ(record->flashLine.back(),
               static_cast<unsigned char>(flash.text.back()) + (flash.language == 3 ? 0xFEE0U : 0U));
-  }
-}
-
-TEST_F(TextCommands, RefuseAFlashMessageOfABadLength) {
-  const std::vector<Refused_t> refused = {
-      {"0", "\x03\x00\x00\x07\x00\x4A"s, "WARNING, Flash message NULL length.\n", "", ""},
-      {"1", "\x03\x00\x01\x07\x00\x4A"s, "Orvik: ERROR! Flash message underrun, len=1, index=7, first=0x4a\n",
-       "", ""},
-      {"2", "\x03\x00\x02\x07\x00\x09"s, "Orvik: ERROR! Flash message underrun, len=2, index=7, first=0x9\n",
-       "", ""},
-      {"801", "\x03\x03\x21\xFF\x00\x4A"s, "",
-       "Orvik: ERROR! Flash message overrun, len=801, index=255, first=0x4a\n", ""},
-      {"behind the block", "\x03\x00\xFE\x07\x00\x4A"s, "",
-       "Orvik: ERROR! Flash message overrun, len=254, index=7, first=0x4a\n", ""},
-  };
-  Send("\x03\x00\x03\x00\x00X"s);
-  const std::vector<unsigned> before = record->flashLine;
-  for (const Refused_t& r : refused) {
-    ConsoleCapture console;
-    Send(r.message);
-    EXPECT_EQ(console.Out(), r.out) << r.what;
-    EXPECT_EQ(console.Err(), r.err) << r.what;
-    EXPECT_EQ(record->flashLine, before) << r.what;
   }
 }
 
