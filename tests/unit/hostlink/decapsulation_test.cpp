@@ -28,12 +28,6 @@ std::vector<std::vector<int>> Decode(Decapsulator& decapsulator, const std::vect
   return messages;
 }
 
-struct Conversation_t {
-  const char* what;
-  std::vector<frame_t> frames;
-  std::vector<std::vector<int>> messages;  // their first eight bytes
-};
-
 TEST(Decapsulator, JoinsFramesInSequenceAndDropsAllOthers) {
   const frame_t one = {0, 1, 5, 1, 2, 3, 4, 6};
   const frame_t first = {0, 3, 2, 10, 11, 12, 13, 14};
@@ -41,6 +35,11 @@ TEST(Decapsulator, JoinsFramesInSequenceAndDropsAllOthers) {
   const frame_t third = {2, 22, 23, 24, 25, 26, 27, 28};
   const std::vector<int> single = {5, 1, 2, 3, 4, 6, 0, 0};
   const std::vector<int> joined = {2, 10, 11, 12, 13, 14, 15, 16};
+  struct Conversation_t {
+    const char* what;
+    std::vector<frame_t> frames;
+    std::vector<std::vector<int>> messages;  // their first eight bytes
+  };
   const std::vector<Conversation_t> conversations = {
       {"one frame", {one}, {single}},
       {"three frames", {first, second, third}, {joined}},
@@ -110,17 +109,6 @@ TEST(DecapsulateQueuedFrames, SpreadsAMessageOverSeveralBatches) {
   }
   ASSERT_EQ(record->decapData.size(), 1U);
   EXPECT_EQ(record->decapData[0].bytes[19], 19);
-}
-
-TEST(DumpHex, PrintsEachByte) {
-  const std::array<unsigned char, 2> bytes = {0x05, 0xFF};
-  ConsoleCapture console;
-  DumpHexData(bytes.data(), 2);
-  DumpHexData(bytes.data(), 0);
-  DumpHexData(bytes.data(), -1);
-  DumpHexString("A\xC3");
-  DumpHexString("");
-  EXPECT_EQ(console.Out(), "0x05 0xff \n\n\nDumpHexString(2): 0x41 0xc3 \nDumpHexString(0): \n");
 }
 
 }  // namespace
