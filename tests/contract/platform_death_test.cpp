@@ -1,74 +1,58 @@
 // The death of either end, at every moment of a message.
 #include <array>
 #include <atomic>
-#include <cerrno>
 #include <cstring>
 #include <memory>
-#include <vector>
 
 #include "platform_server.h"
 
 namespace contract {
 namespace {
 
-class ServerDeath : public ServedTest {};
+class ServerDeath : public ServedTest {
+ protected:
+  static constexpr int SENDERS = 8;
 
-TEST_F(ServerDeath, BeforeItReceivesFailsTheSender) {
-  server_.SignalWith(SIGSTOP);
-  std::atomic<long> result = 0;
-  std::atomic<int> error = 0;
-  std::thread sender([&] {
-    result = Ask(ask_t::kEcho);
-    error = errno;
-  });
-  std::this_thread::sleep_for(20ms);  // lets it block; what is expected holds whether it does or not
-  server_.Kill();
-  sender.join();
-  EXPECT_EQ(result, -1);
-  EXPECT_EQ(error, ESRCH);
-}
-
-TEST_F(ServerDeath, BeforeItRepliesFailsEverySender) {
-  constexpr int kSenders = 8;
-  std::atomic<int> failed = 0;
-  std::vector<std::thread> senders;
-  senders.reserve(kSenders);
-  for (int i = 0; i < kSenders; ++i) {
-    senders.emplace_back([&] {
-      if (Ask(ask_t::kHold) == -1 && errno == ESRCH) ++failed;
-    });
+  // The server dies while all senders wait: each gets its error, and so does everybody who asks later.
+  template <class Wait>
+  void KillUnder(ask_t question, const Wait& untilTheyWait) {
+    std::atomic<int> failed = 0;
+    auto senders = StartThreads(SENDERS, [&](int) { failed += ErrorOf(Ask(question)) == ESRCH ? 1 : 0; });
+    untilTheyWait();
+    server_.Kill();
+    senders.clear();
+    EXPECT_EQ(failed, SENDERS);
+    const auto fails = [this] {
+      EXPECT_EQ(ErrorOf(Ask(ask_t::kEcho)), ESRCH);
+      EXPECT_EQ(ErrorOf(MsgSendPulse(coid_, 10, 1, 1)), ESRCH);
+    };
+    fails();
+    std::thread(fails).join();
   }
-  for (int i = 0; i < kSenders; ++i) ASSERT_TRUE(held_.Await());
-  server_.Kill();
-  for (auto& sender : senders) sender.join();
-  EXPECT_EQ(failed, kSenders);
+  // Lets the senders block; what is expected holds whether they do or not.
+  static void LetThemBlock() { std::this_thread::sleep_for(20ms); }
+};
+
+TEST_F(ServerDeath, BeforeItReceivesFailsTheSenders) {
+  server_.SignalWith(SIGSTOP);
+  KillUnder(ask_t::kEcho, LetThemBlock);
 }
 
-TEST_F(ServerDeath, FailsLaterSendsAndPulsesOfEveryThread) {
+TEST_F(ServerDeath, BeforeItRepliesFailsTheSenders) {
   EXPECT_EQ(Ask(ask_t::kEcho), 1);
-  server_.Kill();
-  const auto fails = [this] {
-    EXPECT_EQ(Ask(ask_t::kEcho), -1);
-    EXPECT_EQ(errno, ESRCH);
-    EXPECT_EQ(MsgSendPulse(coid_, 10, 1, 1), -1);
-    EXPECT_EQ(errno, ESRCH);
-  };
-  fails();
-  std::thread(fails).join();
+  KillUnder(ask_t::kHold, [this] {
+    for (int i = 0; i < SENDERS; ++i) EXPECT_TRUE(held_.Await());
+  });
 }
 
-TEST_F(ServerDeath, WhileASenderWaitsForRoomFailsIt) {
+TEST_F(ServerDeath, WhileSendersWaitForRoomFailsThem) {
   server_.SignalWith(SIGSTOP);
   while (MsgSendPulse(coid_, 10, 1, 0) == 0) continue;
   ASSERT_EQ(errno, EAGAIN);
-  std::thread killer([this] { server_.Kill(); });
-  EXPECT_EQ(Ask(ask_t::kEcho), -1);
-  EXPECT_EQ(errno, ESRCH);
-  killer.join();
+  KillUnder(ask_t::kEcho, LetThemBlock);
 }
 
 TEST_F(ServerDeath, InAnyMomentFailsOrAnswersAndNeverHangs) {
-  name_close(coid_);
   server_.Kill();
   for (int round = 0; round < 60; ++round) {
     const Signal ready;
@@ -77,22 +61,17 @@ TEST_F(ServerDeath, InAnyMomentFailsOrAnswersAndNeverHangs) {
     const int coid = name_open(SERVER_NAME, 0);
     ASSERT_GE(coid, 0);
     std::atomic<int> wrong = 0;
-    std::vector<std::thread> senders;
-    senders.reserve(4);
-    for (int i = 0; i < 4; ++i) {
-      senders.emplace_back([&, i] {
-        std::vector<char> bytes(20 + static_cast<std::size_t>(i) * 30000, 'E');
-        std::vector<char> reply(bytes.size());
-        long status = 0;
-        while ((status = MsgSend(coid, bytes.data(), bytes.size(), reply.data(), reply.size())) >= 0) {
-          if (reply != bytes) ++wrong;
-        }
-        if (errno != ESRCH) ++wrong;
-      });
-    }
+    auto senders = StartThreads(4, [&](int i) {
+      std::vector<char> bytes(20 + static_cast<std::size_t>(i) * 30000, 'E');
+      std::vector<char> reply(bytes.size());
+      while (MsgSend(coid, bytes.data(), bytes.size(), reply.data(), reply.size()) >= 0) {
+        if (reply != bytes) ++wrong;
+      }
+      if (errno != ESRCH) ++wrong;
+    });
     std::this_thread::sleep_for(std::chrono::microseconds(137 * round));
     server.Kill();
-    for (auto& sender : senders) sender.join();
+    senders.clear();
     EXPECT_EQ(wrong, 0);
     EXPECT_EQ(name_close(coid), 0);
   }
@@ -101,12 +80,9 @@ TEST_F(ServerDeath, InAnyMomentFailsOrAnswersAndNeverHangs) {
 // The test is the server here and its clients are killed.
 class ClientDeath : public PlatformTest {
  protected:
-  ClientDeath() : attach_(name_attach(nullptr, SERVER_NAME, 0)) {}
-  ~ClientDeath() override {
-    if (attach_ != nullptr) name_detach(attach_, 0);
-  }
+  ~ClientDeath() override { name_detach(attach_, 0); }
 
-  // A client process that sends one message and waits for its reply.
+  // A client process that sends a pulse and a message, and waits for its reply.
   std::unique_ptr<Child> StartClient(const Signal& about) const {
     return std::make_unique<Child>([&about] {
       const int coid = name_open(SERVER_NAME, 0);
@@ -120,6 +96,7 @@ class ClientDeath : public PlatformTest {
     int rcvid = -1;
     _pulse pulse{};
     _msg_info info{};
+    bool IsEndOf(int scoid) const { return pulse.code == _PULSE_CODE_DISCONNECT && pulse.scoid == scoid; }
   };
   got_t Receive() const {
     got_t got;
@@ -129,7 +106,7 @@ class ClientDeath : public PlatformTest {
     return got;
   }
 
-  name_attach_t* const attach_;
+  name_attach_t* const attach_ = name_attach(nullptr, SERVER_NAME, 0);
 };
 
 TEST_F(ClientDeath, AfterItsMessageWasReceivedIsToldByReplyAndPulse) {
@@ -140,11 +117,8 @@ TEST_F(ClientDeath, AfterItsMessageWasReceivedIsToldByReplyAndPulse) {
   ASSERT_GT(message.rcvid, 0);
   EXPECT_EQ(message.info.pid, client->Pid());
   client->Kill();
-  const got_t gone = Receive();
-  EXPECT_EQ(gone.pulse.code, _PULSE_CODE_DISCONNECT);
-  EXPECT_EQ(gone.pulse.scoid, message.info.scoid);
-  EXPECT_EQ(MsgReply(message.rcvid, 5, nullptr, 0), -1);
-  EXPECT_EQ(errno, ESRCH);
+  EXPECT_TRUE(Receive().IsEndOf(message.info.scoid));
+  EXPECT_EQ(ErrorOf(MsgReply(message.rcvid, 5, nullptr, 0)), ESRCH);
 }
 
 TEST_F(ClientDeath, BeforeItsMessageWasReceivedLeavesNothingBehind) {
@@ -152,16 +126,13 @@ TEST_F(ClientDeath, BeforeItsMessageWasReceivedLeavesNothingBehind) {
   const auto client = StartClient(about);
   ASSERT_TRUE(about.Await());
   client->Kill();
-  // What it had sent may still come; the pulse that tells of its end is the last.
-  int scoid = 0;
-  for (got_t got; (got = Receive()).rcvid != 0 || got.pulse.code != _PULSE_CODE_DISCONNECT;) {
-    ASSERT_GE(got.rcvid, 0);
-    scoid = got.rcvid > 0 ? got.info.scoid : got.pulse.scoid;
-    if (got.rcvid > 0) {
-      EXPECT_EQ(MsgReply(got.rcvid, 5, nullptr, 0), -1);
-    }
-  }
+  const int scoid = Receive().pulse.scoid;
   EXPECT_NE(scoid, 0);
+  // Its message may still come; the pulse that tells of its end is the last.
+  for (got_t got; !(got = Receive()).IsEndOf(scoid);) {
+    ASSERT_GT(got.rcvid, 0);
+    EXPECT_EQ(MsgReply(got.rcvid, 5, nullptr, 0), -1);
+  }
 }
 
 TEST_F(ClientDeath, OfManyDoesNotStopTheServiceOfOthers) {
@@ -172,8 +143,8 @@ TEST_F(ClientDeath, OfManyDoesNotStopTheServiceOfOthers) {
     ASSERT_TRUE(about.Await());
     if (round % 2 == 0) std::this_thread::sleep_for(std::chrono::microseconds(50 * round));
     victim->Kill();
-    int survivor = 0;
-    for (got_t got; got.pulse.code != _PULSE_CODE_DISCONNECT || got.pulse.scoid != survivor;) {
+    int survivor = -1;
+    for (got_t got; !got.IsEndOf(survivor);) {
       got = Receive();
       ASSERT_GE(got.rcvid, 0);
       if (got.rcvid > 0) MsgReply(got.rcvid, 5, nullptr, 0);

@@ -1,7 +1,6 @@
 // Linux: what stays in the runtime directory, in the process and in its children. Nothing that is not in use.
 #include <array>
 #include <cerrno>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -22,8 +21,7 @@ namespace contract {
 namespace {
 
 std::size_t OpenDescriptors() {
-  const std::filesystem::directory_iterator begin("/proc/self/fd");
-  return static_cast<std::size_t>(std::distance(begin, std::filesystem::directory_iterator{}));
+  return FilesIn("/proc/self/fd");
 }
 
 class Leftovers : public PlatformTest {};
@@ -32,7 +30,7 @@ class Leftovers : public PlatformTest {};
 void UseEverything() {
   name_attach_t* const attach = name_attach(nullptr, "Everything", 0);
   ASSERT_NE(attach, nullptr);
-  std::thread receiver([attach] {
+  const std::jthread receiver([attach] {
     char byte = 0;
     for (int rcvid = 0; (rcvid = MsgReceive(attach->chid, &byte, 1, nullptr)) >= 0;) {
       if (rcvid > 0) MsgReply(rcvid, 1, nullptr, 0);
@@ -40,15 +38,12 @@ void UseEverything() {
   });
   const int coid = name_open("Everything", 0);
   const std::vector<char> large(100000);
-  const auto send = [&] { EXPECT_EQ(MsgSend(coid, large.data(), large.size(), nullptr, 0), 1); };
-  for (int i = 0; i < 4; ++i) std::thread(send).join();
-  send();
+  const auto send = [&](int) { EXPECT_EQ(MsgSend(coid, large.data(), large.size(), nullptr, 0), 1); };
+  StartThreads(4, send).clear();
+  send(0);
   EXPECT_EQ(name_close(coid), 0);
   EXPECT_EQ(name_detach(attach, 0), 0);
-  receiver.join();
-  const int object = platform::OpenSharedObject("/Everything", O_RDWR | O_CREAT, 0600);
-  EXPECT_GE(object, 0);
-  close(object);
+  close(platform::OpenSharedObject("/Everything", O_RDWR | O_CREAT, 0600));
   EXPECT_EQ(platform::UnlinkSharedObject("/Everything"), 0);
 }
 
@@ -64,16 +59,17 @@ TEST_F(Leftovers, OfAThreadThatEndsAreNone) {
   const int chid = ChannelCreate(0);
   const int coid = ConnectAttach(0, 0, chid, 0, 0);
   const std::size_t before = OpenDescriptors();
+  const auto send = [coid] { EXPECT_EQ(MsgSendPulse(coid, 10, 1, 0), 0); };
   for (int i = 0; i < 20; ++i) {
-    std::thread([&] { EXPECT_EQ(MsgSendPulse(coid, 10, 1, i), 0); }).join();
-    _pulse pulse{};
-    EXPECT_EQ(MsgReceive(chid, &pulse, sizeof pulse, nullptr), 0);
+    std::thread(send).join();
+    ReceivePulse(chid);
   }
-  EXPECT_EQ(MsgSendPulse(coid, 10, 1, 0), 0);
-  _pulse pulse{};
-  EXPECT_EQ(MsgReceive(chid, &pulse, sizeof pulse, nullptr), 0);
+  send();
+  ReceivePulse(chid);
   // This thread's own socket, and the last thread's until the receiver looks again: two ends each.
   EXPECT_LE(OpenDescriptors(), before + 4);
+  // NOLINTNEXTLINE(cert-env33-c): what a shell command inherits is what is tried
+  EXPECT_EQ(std::system("ls -l /proc/self/fd | grep -q socket:"), 256) << "a socket went through exec";
   EXPECT_EQ(ConnectDetach(coid), 0);
   EXPECT_EQ(ChannelDestroy(chid), 0);
 }
@@ -96,45 +92,31 @@ TEST_F(Leftovers, OfAProcessThatExitsWithoutDetachingAreNone) {
   EXPECT_EQ(platform::OpenSharedObject("/Careless", O_RDWR, 0), -1);
 }
 
-class Holder {
- public:
-  Holder()
-      : child_([this] {
-          const Signal held;
-          const int object = platform::OpenSharedObject("/Held", O_RDWR | O_CREAT, 0600);
-          return object >= 0 ? Server().Run(ready_, held) : 1;
-        }) {
-    EXPECT_TRUE(ready_.Await());
-  }
-  void Kill() { child_.Kill(); }
-
- private:
-  Signal ready_;
-  Child child_;
-};
-
 TEST_F(Leftovers, OfKilledProcessesGoWithTheNextStartAndThoseInUseStay) {
-  const std::string inUse = "/InUse";
+  const auto open = [](const char* name, int flags) { return platform::OpenSharedObject(name, flags, 0600); };
   name_attach_t* const mine = name_attach(nullptr, "Mine", 0);
   ASSERT_NE(mine, nullptr);
-  const int object = platform::OpenSharedObject(inUse.c_str(), O_RDWR | O_CREAT, 0600);
+  const int object = open("/InUse", O_RDWR | O_CREAT);
   const std::size_t before = FilesInDirectory();
-  Holder().Kill();
+  const Signal ready;
+  Child killed([&] { return open("/Held", O_RDWR | O_CREAT) < 0 ? 1 : Server().Run(ready, ready); });
+  EXPECT_TRUE(ready.Await());
+  killed.Kill();
   EXPECT_GT(FilesInDirectory(), before);
   Child next([] { return ChannelCreate(0) > 0 ? 0 : 1; });
   EXPECT_EQ(next.Result(), 0);
   platform::RemoveRuntimeLeftovers();
   EXPECT_EQ(FilesInDirectory(), before);
-  EXPECT_EQ(platform::OpenSharedObject("/Held", O_RDWR, 0), -1);
+  EXPECT_EQ(open("/Held", O_RDWR), -1);
 
-  const int again = platform::OpenSharedObject(inUse.c_str(), O_RDWR, 0);
+  const int again = open("/InUse", O_RDWR);
   EXPECT_GE(again, 0);
   const int coid = name_open("Mine", 0);
   EXPECT_GE(coid, 0);
   name_close(coid);
   close(again);
   close(object);
-  EXPECT_EQ(platform::UnlinkSharedObject(inUse.c_str()), 0);
+  EXPECT_EQ(platform::UnlinkSharedObject("/InUse"), 0);
   EXPECT_EQ(name_detach(mine, 0), 0);
 }
 
@@ -161,29 +143,17 @@ TEST_F(Leftovers, InAForkedChildDoNotKeepADeadParentAlive) {
   });
   ASSERT_TRUE(ready.Await());
   const int coid = name_open(SERVER_NAME, 0);
-  std::thread killer([&] {
+  const std::jthread killer([&] {
     std::this_thread::sleep_for(10ms);
     parent.Kill();
   });
-  EXPECT_EQ(MsgSend(coid, "H", 1, nullptr, 0), -1);
-  EXPECT_EQ(errno, ESRCH);
-  killer.join();
+  EXPECT_EQ(ErrorOf(MsgSend(coid, "H", 1, nullptr, 0)), ESRCH);
   EXPECT_EQ(name_open(SERVER_NAME, 0), -1);
   name_attach_t* const successor = name_attach(nullptr, SERVER_NAME, 0);
   EXPECT_NE(successor, nullptr);
   name_detach(successor, 0);
   name_close(coid);
   release.Raise();
-}
-
-TEST_F(Leftovers, FromExecutedProgramsAreNoDescriptors) {
-  const int chid = ChannelCreate(0);
-  const int coid = ConnectAttach(0, 0, chid, 0, 0);
-  EXPECT_EQ(MsgSendPulse(coid, 10, 1, 1), 0);
-  // NOLINTNEXTLINE(cert-env33-c): what a shell command inherits is what is tried
-  EXPECT_EQ(std::system("ls -l /proc/self/fd | grep -q socket:"), 256) << "a socket went through exec";
-  ConnectDetach(coid);
-  ChannelDestroy(chid);
 }
 
 TEST_F(Leftovers, OfALongRuntimePathAreNoHindrance) {
@@ -211,9 +181,7 @@ TEST_F(Leftovers, ConnectionsWithGarbageAreDropped) {
   }
   const int coid = name_open(SERVER_NAME, 0);
   EXPECT_EQ(MsgSendPulse(coid, 10, 1, 77), 0);
-  _pulse pulse{};
-  EXPECT_EQ(MsgReceive(attach->chid, &pulse, sizeof pulse, nullptr), 0);
-  EXPECT_EQ(pulse.value.sival_int, 77);
+  EXPECT_EQ(ReceivePulse(attach->chid).value.sival_int, 77);
   char byte = 0;
   EXPECT_LE(recv(garbage, &byte, 1, 0), 0);
   close(garbage);
@@ -223,10 +191,9 @@ TEST_F(Leftovers, ConnectionsWithGarbageAreDropped) {
 
 TEST_F(Leftovers, OfDescriptorsAreNotNeededToTurnClientsAway) {
   const Signal ready;
-  const Signal held;
   const Child server([&] {
     const rlimit few = {40, 40};
-    return setrlimit(RLIMIT_NOFILE, &few) == 0 ? Server().Run(ready, held) : 1;
+    return setrlimit(RLIMIT_NOFILE, &few) == 0 ? Server().Run(ready, ready) : 1;
   });
   ASSERT_TRUE(ready.Await());
   std::vector<int> connections;
@@ -259,30 +226,30 @@ TEST(Paths, OfTheUnitAreUnderItsRoot) {
   unsetenv("ORVIK_ROOT");
 }
 
+bool IsUserSignalBlocked() {
+  sigset_t mask{};
+  pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+  return sigismember(&mask, SIGUSR1) == 1;
+}
+
 TEST(Threads, StartDetachedWithTheirNameAndWithoutTheUserSignal) {
   struct seen_t {
     Signal ended;
-    std::string name;
+    std::array<char, 16> name{};
     bool blocked = false;
   } seen;
   const auto body = [](void* argument) -> void* {
     auto* const out = static_cast<seen_t*>(argument);
-    std::array<char, 16> name{};
-    pthread_getname_np(pthread_self(), name.data(), name.size());
-    sigset_t mask{};
-    pthread_sigmask(SIG_BLOCK, nullptr, &mask);
-    out->name = name.data();
-    out->blocked = sigismember(&mask, SIGUSR1) == 1;
+    pthread_getname_np(pthread_self(), out->name.data(), out->name.size());
+    out->blocked = IsUserSignalBlocked();
     out->ended.Raise();
     return nullptr;
   };
   EXPECT_EQ(platform::StartDetachedThread({.name = "Key Pad Scanner Thread", .priority = 11}, body, &seen), 0);
   ASSERT_TRUE(seen.ended.Await());
-  EXPECT_EQ(seen.name, "Key Pad Scanner");
+  EXPECT_STREQ(seen.name.data(), "Key Pad Scanner");
   EXPECT_TRUE(seen.blocked);
-  sigset_t mask{};
-  pthread_sigmask(SIG_BLOCK, nullptr, &mask);
-  EXPECT_EQ(sigismember(&mask, SIGUSR1), 0) << "the starting thread still gets it";
+  EXPECT_FALSE(IsUserSignalBlocked()) << "the starting thread still gets it";
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 // Names: one living holder, and nothing in the way after its death.
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <memory>
-#include <vector>
 
 #include "platform_server.h"
 
@@ -11,31 +11,26 @@ namespace {
 
 class Names : public PlatformTest {};
 
-TEST_F(Names, ThatNobodyHoldsAreNotFound) {
-  EXPECT_EQ(name_open("Nobody", 0), -1);
-  EXPECT_EQ(errno, ENOENT);
-  EXPECT_EQ(name_open("No/body home%", 0), -1);
-  EXPECT_EQ(errno, ENOENT);
-}
-
 TEST_F(Names, AreHeldByOneAtATime) {
-  name_attach_t* const first = name_attach(nullptr, "a name/with %", 0);
+  constexpr const char* kOdd = "a name/with %";
+  const auto attach = [](const char* name) { return name_attach(nullptr, name, 0); };
+  EXPECT_EQ(ErrorOf(name_open(kOdd, 0)), ENOENT);
+  name_attach_t* const first = attach(kOdd);
   ASSERT_NE(first, nullptr);
-  EXPECT_EQ(name_attach(nullptr, "a name/with %", 0), nullptr);
+  EXPECT_EQ(attach(kOdd), nullptr);
   EXPECT_EQ(errno, EEXIST);
-  Child rival([] { return name_attach(nullptr, "a name/with %", 0) == nullptr && errno == EEXIST ? 0 : 1; });
+  Child rival([&] { return attach(kOdd) == nullptr && errno == EEXIST ? 0 : 1; });
   EXPECT_EQ(rival.Result(), 0);
 
-  name_attach_t* const other = name_attach(nullptr, "a name", 0);
+  name_attach_t* const other = attach("a name");
   EXPECT_NE(other, nullptr);
   const int coid = name_open("a name", 0);
   EXPECT_GE(coid, 0);
-  EXPECT_EQ(name_attach(nullptr, "a name", 0), nullptr) << "looking a name up must not free it";
+  EXPECT_EQ(attach("a name"), nullptr) << "looking a name up must not free it";
 
   EXPECT_EQ(name_detach(first, 0), 0);
-  EXPECT_EQ(name_open("a name/with %", 0), -1);
-  EXPECT_EQ(errno, ENOENT);
-  name_attach_t* const again = name_attach(nullptr, "a name/with %", 0);
+  EXPECT_EQ(ErrorOf(name_open(kOdd, 0)), ENOENT);
+  name_attach_t* const again = attach(kOdd);
   EXPECT_NE(again, nullptr);
   EXPECT_EQ(name_close(coid), 0);
   EXPECT_EQ(name_detach(again, 0), 0);
@@ -51,8 +46,7 @@ TEST_F(Names, OfKilledHoldersAreFreeAtOnce) {
     const int coid = name_open(SERVER_NAME, 0);
     EXPECT_EQ(MsgSend(coid, "E", 1, nullptr, 0), 1);
     holder.Kill();
-    EXPECT_EQ(name_open(SERVER_NAME, 0), -1);
-    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(ErrorOf(name_open(SERVER_NAME, 0)), ENOENT);
     EXPECT_EQ(name_close(coid), 0);
   }
 }
@@ -69,9 +63,8 @@ TEST_F(Names, AreTakenByExactlyOneOfManyAtTheSameTime) {
     done.Await();
     return name_detach(attach, 0);
   };
-  std::vector<std::unique_ptr<Child>> rivals;
-  rivals.reserve(6);
-  for (int i = 0; i < 6; ++i) rivals.push_back(std::make_unique<Child>(compete));
+  std::array<std::unique_ptr<Child>, 6> rivals;
+  for (auto& rival : rivals) rival = std::make_unique<Child>(compete);
   for (std::size_t i = 0; i < rivals.size(); ++i) go.Raise();
   ASSERT_TRUE(won.Await());
   // The winner waits for `done`, which it gets once all others have given up.

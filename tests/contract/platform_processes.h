@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -13,6 +14,7 @@
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -37,6 +39,25 @@ bool Eventually(Condition&& condition, std::chrono::milliseconds limit = DEADLIN
     std::this_thread::sleep_for(1ms);
   }
   return true;
+}
+
+// What a call failed with; 0 when it did not fail.
+inline int ErrorOf(long result) {
+  return result == -1 ? errno : 0;
+}
+
+// `count` threads that run `body` with their number; the vector's end waits for them.
+template <class Body>
+std::vector<std::jthread> StartThreads(int count, const Body& body) {
+  std::vector<std::jthread> threads;
+  for (int i = 0; i < count; ++i) threads.emplace_back(body, i);
+  return threads;
+}
+
+inline _pulse ReceivePulse(int chid) {
+  _pulse pulse{};
+  EXPECT_EQ(MsgReceive(chid, &pulse, sizeof pulse, nullptr), 0);
+  return pulse;
 }
 
 // One byte from one process to another.
@@ -96,6 +117,11 @@ class Child {
   int status_ = SIGKILL;
 };
 
+inline std::size_t FilesIn(const std::string& directory) {
+  const std::filesystem::directory_iterator begin(directory);
+  return static_cast<std::size_t>(std::distance(begin, std::filesystem::directory_iterator{}));
+}
+
 // A runtime directory of its own for every test.
 class PlatformTest : public testing::Test {
  protected:
@@ -106,10 +132,7 @@ class PlatformTest : public testing::Test {
   }
   ~PlatformTest() override { std::filesystem::remove_all(directory_); }
 
-  std::size_t FilesInDirectory() const {
-    const std::filesystem::directory_iterator begin(directory_);
-    return static_cast<std::size_t>(std::distance(begin, std::filesystem::directory_iterator{}));
-  }
+  std::size_t FilesInDirectory() const { return FilesIn(directory_); }
   const std::string& Directory() const { return directory_; }
 
  private:

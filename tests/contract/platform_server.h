@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <vector>
 
 #include "platform_processes.h"
@@ -14,62 +13,40 @@ constexpr const char* SERVER_NAME = "Contract";
 constexpr std::size_t LARGEST_MESSAGE = (1U << 20U) + (1U << 10U);
 
 enum class ask_t : std::uint8_t {
-  kEcho = 'E',    // the same bytes come back, their number is the status
-  kHold = 'H',    // no answer, ever
-  kError = 'R',   // the answer is the error EDOM
-  kPulses = 'P',  // the answer is the values of the pulses that came before, 4 bytes each
-  kExit = 'X',    // an answer, and an orderly end
+  kEcho = 'E',   // the same bytes come back, their number is the status
+  kHold = 'H',   // no answer, ever
+  kError = 'R',  // the answer is the error EDOM
 };
 
 class Server {
  public:
-  // Runs until asked to exit. Raises `ready` once it can be found, `held` for each message that it holds.
+  // Serves for ever. Raises `ready` once it can be found, `held` for each message that it holds.
   int Run(const Signal& ready, const Signal& held) {
     name_attach_t* const attach = name_attach(nullptr, SERVER_NAME, 0);
     if (attach == nullptr) return 1;
     ready.Raise();
-    while (Serve(attach->chid, held)) continue;
-    return name_detach(attach, 0) == 0 ? 0 : 2;
+    _msg_info info{};
+    for (int rcvid = 0; (rcvid = MsgReceive(attach->chid, buffer_.data(), buffer_.size(), &info)) >= 0;) {
+      if (rcvid > 0) Answer(rcvid, static_cast<std::size_t>(info.msglen), held);
+    }
+    return 2;
   }
 
  private:
-  bool Serve(int chid, const Signal& held) {
-    _msg_info info{};
-    const int rcvid = MsgReceive(chid, buffer_.data(), buffer_.size(), &info);
-    if (rcvid == 0) {
-      TakePulse();
-      return true;
-    }
-    if (rcvid < 0) return false;
-    return Answer(rcvid, static_cast<std::size_t>(info.msglen), held);
-  }
-
-  void TakePulse() {
-    _pulse pulse{};
-    std::memcpy(&pulse, buffer_.data(), sizeof pulse);
-    if (pulse.code >= 0) pulses_.push_back(pulse.value.sival_int);
-  }
-
-  bool Answer(int rcvid, std::size_t bytes, const Signal& held) {
+  void Answer(int rcvid, std::size_t bytes, const Signal& held) const {
     switch (bytes > 0 ? static_cast<ask_t>(buffer_[0]) : ask_t::kEcho) {
       case ask_t::kHold:
         held.Raise();
-        return true;
+        break;
       case ask_t::kError:
-        return MsgError(rcvid, EDOM) == 0;
-      case ask_t::kPulses:
-        return MsgReply(rcvid, 0, pulses_.data(), pulses_.size() * sizeof(int)) == 0;
-      case ask_t::kExit:
-        MsgReply(rcvid, 0, nullptr, 0);
-        return false;
+        MsgError(rcvid, EDOM);
+        break;
       default:
         MsgReply(rcvid, static_cast<long>(bytes), buffer_.data(), bytes);
-        return true;
     }
   }
 
   std::vector<std::uint8_t> buffer_ = std::vector<std::uint8_t>(LARGEST_MESSAGE);
-  std::vector<int> pulses_;
 };
 
 // The server in a process of its own, and the test's connection to it.
