@@ -49,6 +49,7 @@ class DatabaseService : public Service {
   };
 
   void ServePulses();
+  bool IsStopping();
   void LookAround();
   bool PublishChange(Watched_t& watched);
 
@@ -127,6 +128,11 @@ Status_t DatabaseService::GetStatus() const {
                        {"missed", missed_}}};
 }
 
+bool DatabaseService::IsStopping() {
+  const std::lock_guard lock(stopMutex_);
+  return stopping_;
+}
+
 void DatabaseService::ServePulses() {
   while (up_) {
     _pulse pulse{};
@@ -138,7 +144,7 @@ void DatabaseService::ServePulses() {
       std::cerr << "database: cannot receive any more: " << std::strerror(errno) << std::endl;
       up_ = false;
     } else if (pulse.code == PULSE_STOP) {
-      up_ = false;
+      if (IsStopping()) up_ = false;  // anybody may send a pulse with this code
     } else if (pulse.code == PULSE_CHANGED) {
       ++pulses_;
       const std::lock_guard lock(watchedMutex_);

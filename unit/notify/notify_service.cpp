@@ -74,6 +74,7 @@ class NotifyService : public Service {
 
  private:
   void Serve();
+  bool IsStopping();
   void TakePulse(const _pulse& pulse);
   void NoteEvent(int channel, std::span<const std::uint8_t> payload);
   void Tick();
@@ -198,10 +199,15 @@ void NotifyService::Serve() {
   }
 }
 
+bool NotifyService::IsStopping() {
+  const std::lock_guard lock(paceMutex_);
+  return stopping_;
+}
+
 void NotifyService::TakePulse(const _pulse& pulse) {
   switch (pulse.code) {
     case PULSE_STOP:
-      up_ = false;
+      if (IsStopping()) up_ = false;  // anybody may send a pulse with this code
       break;
     case PULSE_TICK:
       Tick();

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
@@ -14,13 +13,6 @@ namespace unit {
 namespace {
 
 constexpr int PULSE_STOP = 1;
-
-// The pulse stands at the start of the receive buffer.
-int PulseCode(std::span<const std::uint8_t> buffer) {
-  _pulse pulse{};
-  std::memcpy(&pulse, buffer.data(), sizeof pulse);
-  return pulse.code;
-}
 
 }  // namespace
 
@@ -41,10 +33,9 @@ MessageServer::MessageServer(const char* name, std::size_t capacity,
 }
 
 MessageServer::~MessageServer() {
-  // A channel full of pulses drains as the thread goes on.
-  while (MsgSendPulse(self_, getprio(0), PULSE_STOP, 0) != 0 && errno == EAGAIN) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
+  stopping_ = true;
+  // Where the channel has no room for the pulse, the thread has something to receive and looks at the flag.
+  MsgSendPulse(self_, getprio(0), PULSE_STOP, 0);
   thread_.join();
   ConnectDetach(self_);
   name_detach(attach_, 0);
@@ -52,7 +43,7 @@ MessageServer::~MessageServer() {
 
 void MessageServer::Run() {
   std::vector<std::uint8_t> buffer(capacity_);
-  while (true) {
+  while (!stopping_) {
     _msg_info info{};
     const int rcvid = MsgReceive(attach_->chid, buffer.data(), buffer.size(), &info);
     if (rcvid < 0) {
@@ -60,12 +51,19 @@ void MessageServer::Run() {
       return;
     }
     if (rcvid == 0) {
-      if (PulseCode(buffer) == PULSE_STOP) return;
+      TakePulse(buffer);
       continue;
     }
     const reply_t reply = answer_({buffer.data(), static_cast<std::size_t>(std::max(info.msglen, 0))});
     MsgReply(rcvid, reply.status, reply.bytes.data(), reply.bytes.size());
   }
+}
+
+// A stop pulse only ends the wait: anybody may send one, and the flag decides.
+void MessageServer::TakePulse(std::span<const std::uint8_t> buffer) {
+  _pulse pulse{};
+  std::memcpy(&pulse, buffer.data(), sizeof pulse);
+  if (pulse.code == _PULSE_CODE_DISCONNECT) ConnectDetach(pulse.scoid);
 }
 
 }  // namespace unit

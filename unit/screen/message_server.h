@@ -1,6 +1,7 @@
 // A thread that answers the messages sent to a name.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <span>
@@ -29,11 +30,13 @@ class MessageServer {
 
  private:
   void Run();
+  void TakePulse(std::span<const std::uint8_t> buffer);
 
   const std::size_t capacity_;
   const std::function<reply_t(std::span<const std::uint8_t>)> answer_;
   name_attach_t* attach_;
   int self_;  // a connection to the own channel, to end the wait
+  std::atomic<bool> stopping_{false};
   std::thread thread_;
 };
 
