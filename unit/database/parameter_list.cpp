@@ -86,7 +86,7 @@ void ListReader::CheckAttributes(const pugi::xml_node& node) const {
 }
 
 std::string ListReader::ReadName(const pugi::xml_node& node) {
-  const std::string name = node.attribute("name").as_string();
+  std::string name = node.attribute("name").as_string();
   if (name.empty() || name.size() >= dbshm_layout::NAME_SIZE) {
     Fail(node.offset_debug(), "name must have 1 to 127 bytes, has " + std::to_string(name.size()));
   }

@@ -10,7 +10,8 @@ namespace {
 
 std::string FormatIdentifier(const bus::frame_t& frame) {
   std::array<char, 12> text{};
-  std::snprintf(text.data(), text.size(), frame.extended ? "%08X" : "%03X", frame.identifier);
+  static_cast<void>(
+      std::snprintf(text.data(), text.size(), frame.extended ? "%08X" : "%03X", frame.identifier));
   return text.data();
 }
 

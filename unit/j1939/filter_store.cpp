@@ -1,6 +1,6 @@
 #include "j1939/filter_store.h"
 
-#include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -42,7 +42,8 @@ std::size_t FilterStore::Count() const {
 }
 
 void FilterStore::Remove() {
-  std::remove(file_.c_str());
+  std::error_code ignored;
+  std::filesystem::remove(file_, ignored);
 }
 
 // Written beside and renamed, so that a service killed meanwhile leaves the old file or the new one.
@@ -59,7 +60,8 @@ void FilterStore::Save() const {
     }
     if (!stream.flush()) return;
   }
-  std::rename(fresh.c_str(), file_.c_str());
+  std::error_code ignored;
+  std::filesystem::rename(fresh, file_, ignored);
 }
 
 }  // namespace unit

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <mutex>
@@ -197,7 +198,8 @@ void J1939Service::Stop() {
     filters_->Remove();
   }
   localBus_.reset();
-  if (!isKernelBus_) std::remove((platform::RuntimeDirectory() + ADDRESS_FILE).c_str());
+  std::error_code ignored;
+  if (!isKernelBus_) std::filesystem::remove(platform::RuntimeDirectory() + ADDRESS_FILE, ignored);
   log_->Flush();
 }
 

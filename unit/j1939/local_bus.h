@@ -50,9 +50,9 @@ class Descriptor {
 class LocalBus : public bus::Endpoint {
  public:
   static constexpr std::size_t MAX_STATIONS = 32;
-  static constexpr std::size_t OUTPUT_HIGH = 64 * 1024;  // bytes waiting for a station that stop the senders
-  static constexpr std::size_t OUTPUT_LOW = 32 * 1024;   // ... and let them go on
-  static constexpr std::size_t INBOX_HIGH = 2048;        // the same for the unit's own station, in frames
+  static constexpr std::size_t OUTPUT_HIGH = 65'536;  // bytes waiting for a station that stop the senders
+  static constexpr std::size_t OUTPUT_LOW = 32'768;   // ... and let them go on
+  static constexpr std::size_t INBOX_HIGH = 2048;     // the same for the unit's own station, in frames
   static constexpr std::size_t INBOX_LOW = 1024;
   static constexpr std::chrono::seconds STALL_LIMIT{2};
 

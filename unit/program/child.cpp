@@ -54,6 +54,7 @@ std::string Ending_t::Describe() const {
 
 Child::Child(const std::string& name, const std::vector<std::string>& arguments, LinePump& pump) {
   std::vector<char*> raw;
+  raw.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) raw.push_back(const_cast<char*>(argument.c_str()));
   raw.push_back(nullptr);
   const std::array<int, 2> out = MakePipe();

@@ -72,7 +72,7 @@ void LinePump::Run() {
     last = stopping_;
     for (Source_t& source : sources_) Read(source);
     sources_.remove_if([](const Source_t& source) { return source.ended; });
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
   }
 }
 
@@ -92,7 +92,7 @@ void LinePump::Read(Source_t& source) {
 // One call for the whole line, so that the lines of several programs never mix.
 void LinePump::Show(const Source_t& source, const std::string& line) {
   const std::string text = source.prefix + line + "\n";
-  std::fwrite(text.data(), 1, text.size(), source.to);
+  static_cast<void>(std::fwrite(text.data(), 1, text.size(), source.to));
 }
 
 }  // namespace unit

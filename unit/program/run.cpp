@@ -1,12 +1,12 @@
 #include "program/run.h"
 
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <fstream>
 #include <functional>
 #include <iostream>
 #include <memory>
-#include <ranges>
 #include <stdexcept>
 
 #include "platform/paths.h"
@@ -165,7 +165,7 @@ void UnitRun::WaitForTheEnd() {
 
 std::string UnitRun::TakeSnapshot() const {
   if (plan_.snapshotFile.empty()) return {};
-  const std::string problem = SaveSnapshot(plan_.snapshotFile);
+  std::string problem = SaveSnapshot(plan_.snapshotFile);
   if (problem.empty()) std::cout << "unit: picture written to " << plan_.snapshotFile << std::endl;
   return problem;
 }
@@ -176,8 +176,7 @@ void UnitRun::StopAll() {
   supervisor_.Stop();
   health_.reset();
   if (plan_.verbose) ShowCounters();
-  for (const Running_t& running : std::views::reverse(services_)) running.service->Stop();
-  while (!services_.empty()) services_.pop_back();
+  for (; !services_.empty(); services_.pop_back()) services_.back().service->Stop();
   locks_.clear();
   platform::RemoveRuntimeLeftovers();
   std::cout << "unit: stopped" << std::endl;

@@ -30,7 +30,7 @@ std::string ProgramFolder() {
 std::string FindConfig(const std::string& given) {
   const char* environment = std::getenv("ORVIK_CONFIG");
   if (!given.empty() || (environment != nullptr && *environment != '\0')) {
-    const std::string folder = given.empty() ? environment : given;
+    std::string folder = given.empty() ? environment : given;
     if (IsConfig(folder)) return folder;
     throw std::runtime_error("there is no folder " + folder + "; name the configuration with --config DIR");
   }

@@ -18,14 +18,14 @@ sigset_t StopSignals() {
 void BlockStopSignals() {
   const sigset_t signals = StopSignals();
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  std::signal(SIGPIPE, SIG_IGN);
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
 }
 
 void UnblockStopSignals() {
   sigset_t none;
   sigemptyset(&none);
   pthread_sigmask(SIG_SETMASK, &none, nullptr);
-  std::signal(SIGPIPE, SIG_DFL);
+  static_cast<void>(std::signal(SIGPIPE, SIG_DFL));
 }
 
 bool StopRequested(std::chrono::milliseconds time) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <csignal>
 #include <iostream>
-#include <ranges>
 
 #include "program/stop_signals.h"
 
@@ -68,7 +67,7 @@ void Supervisor::Restart(const std::string& name, const std::string& why) {
 }
 
 void Supervisor::Stop() {
-  for (Run_t& run : std::views::reverse(runs_)) StopOne(run);
+  for (auto run = runs_.rbegin(); run != runs_.rend(); ++run) StopOne(*run);
   const std::lock_guard lock(mutex_);
   runs_.clear();
 }

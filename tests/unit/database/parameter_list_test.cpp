@@ -8,10 +8,13 @@
 namespace unit {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::Field;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
+using ::testing::ThrowsMessage;
 
 TEST(ParameterListTest, ReadsNamesHandlesFirstValuesAndWhetherChangesArePublished) {
   const auto parameters = ReadParameters(R"(<?xml version="1.0"?>
@@ -22,15 +25,13 @@ TEST(ParameterListTest, ReadsNamesHandlesFirstValuesAndWhetherChangesArePublishe
       <Parameter name="Plain" handle="3"/>
     </orvik-parameters>)",
                                          "p.xml");
-  ASSERT_EQ(parameters.size(), 3U);
-  EXPECT_EQ(parameters[0].name, "OrvikTires");
-  EXPECT_EQ(parameters[0].handle, 1U);
-  EXPECT_EQ(parameters[0].first, -2.5);
-  EXPECT_TRUE(parameters[0].notify);
-  EXPECT_EQ(parameters[1].handle, 9999U);
-  EXPECT_EQ(parameters[1].first, std::nullopt);
-  EXPECT_FALSE(parameters[1].notify);
-  EXPECT_FALSE(parameters[2].notify);
+  const auto parameter = [](const char* name, unsigned handle, std::optional<double> first, bool notify) {
+    return AllOf(Field(&Parameter_t::name, name), Field(&Parameter_t::handle, handle),
+                 Field(&Parameter_t::first, first), Field(&Parameter_t::notify, notify));
+  };
+  EXPECT_THAT(parameters, ElementsAre(parameter("OrvikTires", 1, -2.5, true),
+                                      parameter("Version.App.1", 9999, std::nullopt, false),
+                                      parameter("Plain", 3, std::nullopt, false)));
 }
 
 TEST(ParameterListTest, AWrongListIsRefusedWithFileLineAndRemedy) {
@@ -60,13 +61,10 @@ TEST(ParameterListTest, AWrongListIsRefusedWithFileLineAndRemedy) {
        "p.xml:4: handle 1 stands on line 2 already"},
   };
   for (const auto& c : cases) {
-    try {
-      ReadParameters("<orvik-parameters version=\"1\">\n" + c.line2 + "\n</orvik-parameters>", "p.xml");
-      ADD_FAILURE() << c.line2;
-    } catch (const std::runtime_error& error) {
-      EXPECT_THAT(error.what(), HasSubstr(c.text)) << c.line2;
-      EXPECT_THAT(error.what(), StartsWith("p.xml:")) << c.line2;
-    }
+    const std::string list = "<orvik-parameters version=\"1\">\n" + c.line2 + "\n</orvik-parameters>";
+    EXPECT_THAT([&] { ReadParameters(list, "p.xml"); },
+                ThrowsMessage<std::runtime_error>(AllOf(StartsWith("p.xml:"), HasSubstr(c.text))))
+        << c.line2;
   }
   for (const char* text : {"", "<other/>", "<orvik-parameters version=\"2\"/>", "not XML", "<a"}) {
     EXPECT_THROW(ReadParameters(text, "p.xml"), std::runtime_error) << text;
