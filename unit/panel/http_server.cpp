@@ -19,6 +19,7 @@ constexpr std::size_t POOL = StreamHub::MAX_STREAMS + 8;
 constexpr std::size_t MAX_BODY = 1024;
 constexpr auto BEAT = 1s;
 constexpr const char* JSON = "application/json";
+constexpr const char* NO_BOARD = "no board runs in this runtime directory";
 
 enum http_status_t : int {
   HTTP_OK = 200,
@@ -163,7 +164,9 @@ void HttpServer::AddScreen() {
 
 void HttpServer::AddState() {
   server_->Get("/api/board", [this](const request_t&, response_t& response) {
-    response.set_content(parts_.state.Board(), JSON);
+    const std::string board = parts_.keys.View();
+    if (board.empty()) return Fail(response, HTTP_UNAVAILABLE, NO_BOARD);
+    response.set_content(board, JSON);
   });
   server_->Get("/api/bus", [this](const request_t&, response_t& response) {
     response.set_content(parts_.state.Bus(), JSON);
@@ -209,8 +212,7 @@ void HttpServer::HoldKey(const request_t& request, const std::string& body, resp
   if (!ReadKeyRequest(body, down)) {
     return Fail(response, HTTP_BAD_REQUEST, "the body is {\"down\":true} or {\"down\":false}");
   }
-  if (!parts_.keys.Set(key, down))
-    return Fail(response, HTTP_UNAVAILABLE, "no board runs in this runtime directory");
+  if (!parts_.keys.Set(key, down)) return Fail(response, HTTP_UNAVAILABLE, NO_BOARD);
   response.set_content("{}", JSON);
 }
 
@@ -218,7 +220,7 @@ void HttpServer::PressKey(const request_t& request, response_t& response) {
   int key = 0;
   if (!FindKey(request, response, key)) return;
   if (!parts_.keys.Press(key, std::chrono::steady_clock::now())) {
-    return Fail(response, HTTP_UNAVAILABLE, "no board runs in this runtime directory");
+    return Fail(response, HTTP_UNAVAILABLE, NO_BOARD);
   }
   response.set_content("{}", JSON);
 }

@@ -1,5 +1,7 @@
 #include "panel/key_holder.h"
 
+#include "board/board_view.h"
+
 namespace unit {
 
 // A board that was made anew since has lost its mark in the old mapping or is another object: the mapping is
@@ -23,6 +25,12 @@ bool KeyHolder::Press(int key, time_t now) {
   const std::lock_guard lock(mutex_);
   releases_.at(static_cast<std::size_t>(key - 1)) = now + PRESS;
   return true;
+}
+
+std::string KeyHolder::View() {
+  const std::lock_guard lock(mutex_);
+  const platform::board_state_t* board = Board();
+  return board == nullptr ? std::string() : FormatBoard(ViewBoard(*board));
 }
 
 void KeyHolder::Step(time_t now) {

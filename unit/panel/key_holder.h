@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 
 #include "platform/board_state.h"
 
@@ -23,6 +24,8 @@ class KeyHolder {
   bool Set(int key, bool held);
   // Holds the key now and releases it PRESS later. Pressed again meanwhile, it is held that much longer.
   bool Press(int key, time_t now);
+  // The board as it stands (see board/board_view.h), as JSON; empty when there is none.
+  std::string View();
   // Releases what is due. To be called every few milliseconds.
   void Step(time_t now);
 

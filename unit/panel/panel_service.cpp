@@ -3,9 +3,9 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
@@ -68,7 +68,7 @@ class PanelWorker {
     }
     std::error_code error;
     std::filesystem::rename(file + ".new", file, error);
-    if (error) std::fprintf(stderr, "panel: cannot write %s: %s\n", file.c_str(), error.message().c_str());
+    if (error) std::cerr << "panel: cannot write " + file + ": " + error.message() + "\n" << std::flush;
   }
 
   void Take(std::size_t channel, std::span<const std::uint8_t> payload) {

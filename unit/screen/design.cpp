@@ -276,8 +276,9 @@ std::vector<std::string> CheckDesign(const design_t& design) {
   std::map<int, std::string> orders;
   for (const auto& [name, page] : design) {
     for (const auto& [event, target] : page.transitions) {
-      if (!design.contains(target))
-        problems.push_back("page " + name + ": " + event + " leads to no page: " + target);
+      if (design.contains(target)) continue;
+      problems.push_back("page ");
+      problems.back().append(name).append(": ").append(event).append(" leads to no page: ").append(target);
     }
     const auto [other, fresh] = orders.emplace(page.order, name);
     if (!fresh) problems.push_back("pages " + other->second + " and " + name + " have one order");

@@ -96,7 +96,8 @@ std::string FormatPixels(double value, int decimals) {
   std::array<char, 48> text{};
   const double scale = std::pow(10.0, decimals);
   const double limited = std::clamp(value, -1e6, 1e6);
-  std::snprintf(text.data(), text.size(), "%.*f", decimals, std::round(limited * scale) / scale + 0.0);
+  static_cast<void>(
+      std::snprintf(text.data(), text.size(), "%.*f", decimals, std::round(limited * scale) / scale + 0.0));
   std::string number = text.data();
   if (decimals > 0) number.erase(number.find_last_not_of('0') + 1);
   if (number.back() == '.') number.pop_back();

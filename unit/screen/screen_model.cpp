@@ -143,7 +143,7 @@ void ScreenModel::ShowPage(const std::string& name) {
   RefreshAll();
 }
 
-void ScreenModel::ReplacePages(design_t pages) {
+void ScreenModel::ReplacePages(design_t&& pages) {
   const std::string shown = page_->name;
   for (auto& [name, page] : pages) design_.insert_or_assign(name, std::move(page));
   page_ = &design_.at(shown);

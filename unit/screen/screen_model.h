@@ -65,7 +65,7 @@ class ScreenModel {
   // The pictures that drawings use, by their ids, as definitions of every page.
   void SetPictures(drawing_t pictures);
   // Takes the pages that were read anew; a page that is not among them stays as it is.
-  void ReplacePages(design_t pages);
+  void ReplacePages(design_t&& pages);
 
   const page_t& Page() const { return *page_; }
   std::uint64_t Revision() const { return revision_; }

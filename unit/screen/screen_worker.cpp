@@ -1,7 +1,7 @@
 #include "screen/screen_worker.h"
 
 #include <array>
-#include <cstdio>
+#include <iostream>
 #include <stdexcept>
 #include <utility>
 
@@ -32,8 +32,7 @@ constexpr double LINK_LOST = 2.0;
 enum channel_index_t : std::size_t { SCREEN_MESSAGES = 0, DATABASE_CHANGES = 1, EVENTS = 2 };
 
 void Print(const std::string& line) {
-  std::fputs(("screen: " + line + "\n").c_str(), stderr);
-  std::fflush(stderr);
+  std::cerr << "screen: " + line + "\n" << std::flush;
 }
 
 variable_value_t ReadParameter(unsigned handle) {

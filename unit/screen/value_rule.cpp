@@ -97,7 +97,7 @@ std::string ValueFormat::Apply(double value) const {
   const double rounded = std::round(value * scale) / scale + 0.0;  // + 0.0: no "-0"
   const int width = integerDigits_ + (decimals_ > 0 ? decimals_ + 1 : 0) + (rounded < 0 ? 1 : 0);
   std::array<char, 64> number{};
-  std::snprintf(number.data(), number.size(), "%0*.*f", width, decimals_, rounded);
+  static_cast<void>(std::snprintf(number.data(), number.size(), "%0*.*f", width, decimals_, rounded));
   return before_ + number.data() + after_;
 }
 
