@@ -9,14 +9,6 @@
 
 namespace {
 
-bus::frame_t Frame(std::uint32_t identifier, const std::string& data, std::uint64_t time_us = 0) {
-  const auto bytes = FromHex(data);
-  bus::frame_t frame{
-      .identifier = identifier, .length = static_cast<std::uint8_t>(bytes.size()), .time_us = time_us};
-  std::ranges::copy(bytes, frame.data.begin());
-  return frame;
-}
-
 std::vector<std::string> Join(host::Reassembler& reassembler, const std::vector<const char*>& frames) {
   std::vector<std::string> messages;
   host::Message message;
@@ -65,60 +57,68 @@ TEST(Reassembler, TakesThirtySixFramesAndDropsMore) {
   }
 }
 
-constexpr std::uint32_t kHost = 0x18FF00D0;
-constexpr std::uint32_t kDisplay = 0x18FF00D2;
-constexpr const char* kStray = "NOBODY";
+// "D0 00 01 06": the last byte of the identifier, 18FF00xx, and the data.
+bus::frame_t Frame(const std::string& text, std::uint64_t time_us) {
+  const auto bytes = FromHex(text);
+  bus::frame_t frame{.identifier = 0x18FF0000U + bytes[0],
+                     .length = static_cast<std::uint8_t>(bytes.size() - 1),
+                     .time_us = time_us};
+  std::copy(bytes.begin() + 1, bytes.end(), frame.data.begin());
+  return frame;
+}
 
 TEST(Conversation, GivesEachReplyItsRequestAndNoticesWhatIsOutOfPlace) {
+  constexpr const char* kStray = "NOBODY";
   struct case_t {
     const char* what;
-    std::vector<bus::frame_t> frames;
+    std::vector<std::string> frames;
     std::vector<std::string> words;
-    std::uint64_t unanswered = 0, broken = 0, others = 0;
+    std::array<std::uint64_t, 3> counts;  // unanswered, broken, other stations
+    std::uint64_t lastAt_us = 0;          // of the last frame
   };
   const case_t cases[] = {
       {"replies of several frames, each to its request",
-       {Frame(kHost, "00 01 07 03"), Frame(kHost, "00 01 07 09"), Frame(kHost, "00 01 06"),
-        Frame(kDisplay, "00 02 56 69 73 74 72 65"), Frame(kDisplay, "01 6C 20 FF FF FF FF FF"),
-        Frame(kDisplay, "00 01 03 FF FF FF FF FF"), Frame(kDisplay, "00 01 FF 12 0A FF FF FF")},
+       {"D0 00 01 07 03", "D0 00 01 07 09", "D0 00 01 06", "D2 00 02 56 69 73 74 72 65",
+        "D2 01 6C 20 FF FF FF FF FF", "D2 00 01 03 FF FF FF FF FF", "D2 00 01 FF 12 0A FF FF FF"},
        {"program-name", "led-brightness", "key-state", "program-name: \"Vistrel \"", "led-brightness: 3",
-        "key-state: status 255, key info, last-key fly"}},
+        "key-state: status 255, key info, last-key fly"},
+       {0, 0, 0}},
       {"the file id is left out, a reply that nobody asked for, and one that comes too late",
-       {Frame(kHost, "00 01 07 05", 0), Frame(kHost, "00 01 07 07", 10),
-        Frame(kDisplay, "00 01 00 FF FF FF FF FF", 20), Frame(kDisplay, "00 01 00 00 00 FF FF FF", 30),
-        Frame(kHost, "00 01 06", 100), Frame(kDisplay, "00 01 00 00 00 FF FF FF", 1'000'200)},
+       {"D0 00 01 07 05", "D0 00 01 07 07", "D2 00 01 00 FF FF FF FF FF", "D2 00 01 00 00 00 FF FF FF",
+        "D0 00 01 06", "D2 00 01 00 00 00 FF FF FF"},
        {"file-id", "lcd-status", "lcd-status: 0", kStray, "key-state", kStray},
-       2},
+       {2, 0, 0},
+       1'000'200},
       {"the display answers no request of two frames",
-       {Frame(kHost, "00 02 06"), Frame(kHost, "01 FF"), Frame(kDisplay, "00 01 00 00 00")},
-       {"key-state", kStray}},
+       {"D0 00 02 06", "D0 01 FF", "D2 00 01 00 00 00"},
+       {"key-state", kStray},
+       {0, 0, 0}},
       {"a request between the frames of a message",
-       {Frame(kHost, "00 02 04 14"), Frame(kHost, "00 01 06"), Frame(kHost, "01 FF")},
-       {"key-state", "beeper: 20 x 10 ms"}},
+       {"D0 00 02 04 14", "D0 00 01 06", "D0 01 FF"},
+       {"key-state", "beeper: 20 x 10 ms"},
+       {0, 0, 0}},
       {"a message between the frames of a message",
-       {Frame(kHost, "00 02 04 14"), Frame(kHost, "00 01 04 00"), Frame(kHost, "01 FF")},
+       {"D0 00 02 04 14", "D0 00 01 04 00", "D0 01 FF"},
        {},
-       0,
-       1},
+       {0, 1, 0}},
       {"another station",
-       {Frame(kHost, "00 02 04 14"), Frame(0x18FF00D1, "00 01 06"), Frame(kHost, "01 FF")},
+       {"D0 00 02 04 14", "D1 00 01 06", "D0 01 FF"},
        {"unknown: bytes 00 01 06", "beeper: 20 x 10 ms"},
-       0,
-       0,
-       1}};
+       {0, 0, 1}}};
   for (const case_t& c : cases) {
     host::Conversation conversation;
     std::vector<std::string> words;
-    for (const bus::frame_t& frame : c.frames) {
-      const auto heard = conversation.Feed(frame);
+    for (const std::string& frame : c.frames) {
+      const auto heard = conversation.Feed(Frame(frame, &frame == &c.frames.back() ? c.lastAt_us : 0));
       if (!heard) continue;
-      words.push_back(host::InWords(heard->decoded));
-      if (words.back().find("nobody asked") != std::string::npos) words.back() = kStray;
+      const std::string said = host::InWords(heard->decoded);
+      words.push_back(said.find("nobody asked") == std::string::npos ? said : kStray);
     }
     EXPECT_EQ(words, c.words) << c.what;
-    EXPECT_EQ(conversation.Unanswered(), c.unanswered) << c.what;
-    EXPECT_EQ(conversation.Host().broken, c.broken) << c.what;
-    EXPECT_EQ(conversation.Counters().others, c.others) << c.what;
+    EXPECT_EQ(
+        (std::array{conversation.Unanswered(), conversation.Host().broken, conversation.Counters().others}),
+        c.counts)
+        << c.what;
   }
 }
 

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <sstream>
 
 #include <gmock/gmock.h>
 
@@ -26,34 +28,30 @@ host::plan_t Plan(const std::vector<std::string>& arguments) {
   return host::PlanSend(arguments, values);
 }
 
+std::vector<std::string> Words(const std::string& text) {
+  std::istringstream in(text);
+  return {std::istream_iterator<std::string>(in), {}};
+}
+
 TEST(SendPlan, SendsEachCommandByName) {
-  const std::pair<const char*, const char*> cases[] = {{"beeper=20", "00 01 04 14 FF FF FF FF"},
-                                                       {"beeper=continuous", "00 01 04 FF FF FF FF FF"},
-                                                       {"units=metric", "00 01 07 0B 01 FF FF FF"},
-                                                       {"units=0x02", "00 01 07 0B 02 FF FF FF"},
-                                                       {"language=russian", "00 01 07 0D 04 FF FF FF"},
-                                                       {"transition=wad-to-main", "00 01 07 0F 00 FF FF FF"},
-                                                       {"swing-mode=2", "00 01 07 13 02 FF FF FF"},
-                                                       {"swing-mode=360", "00 01 07 13 04 FF FF FF"},
-                                                       {"colors=1,0,dark,yellow", "00 01 07 12 01 00 00 02"},
-                                                       {"erected-icon=1", "00 01 07 10 01 FF FF FF"},
-                                                       {"stowed-icon=1", "00 01 07 11 01 FF FF FF"},
-                                                       {"protocol-version=1", "00 01 08 01 FF FF FF FF"},
-                                                       {"encryption=1", "00 01 09 01 FF FF FF FF"},
-                                                       {"select-mode=on", "00 01 07 0E 01 FF FF FF"},
-                                                       {"display-type=3", "00 01 07 0C 03 FF FF FF"},
-                                                       {"display-mode=units", "00 01 07 08 01 FF FF FF"},
-                                                       {"key-state", "00 01 06 FF FF FF FF FF"},
-                                                       {"program-name", "00 01 07 03 FF FF FF FF"},
-                                                       {"program-date", "00 01 07 04 FF FF FF FF"},
-                                                       {"file-id", "00 01 07 05 FF FF FF FF"},
-                                                       {"lcd-status", "00 01 07 07 FF FF FF FF"},
-                                                       {"led-brightness", "00 01 07 09 FF FF FF FF"},
-                                                       {"raw=0714", "00 01 07 14 FF FF FF FF"},
-                                                       {"frame=18FF00D0#0001", "00 01"},
-                                                       {"flash=A", "00 01 03 00 03 00 00 41"}};
-  for (const auto& [argument, frame] : cases)
-    EXPECT_THAT(FramesOf(Plan({argument})), ElementsAre(frame)) << argument;
+  // Arguments and the bytes of their messages; each fits one frame and is padded.
+  for (const std::string& word : Words(
+           "beeper=20:0414 beeper=continuous:04FF units=metric:070B01 units=0x02:070B02 "
+           "language=russian:070D04 "
+           "transition=wad-to-main:070F00 swing-mode=2:071302 swing-mode=360:071304 erected-icon=1:071001 "
+           "colors=1,0,dark,yellow:071201000002 stowed-icon=1:071101 protocol-version=1:0801 encryption=1:0901 "
+           "select-mode=on:070E01 display-type=3:070C03 display-mode=units:070801 key-state:06 "
+           "program-name:0703 "
+           "program-date:0704 file-id:0705 lcd-status:0707 led-brightness:0709 raw=0714:0714 "
+           "flash=A:030003000041")) {
+    const std::size_t colon = word.find(':');
+    std::string frame = "00 01";
+    for (std::size_t at = colon + 1; frame.size() < 23; at += 2) {
+      frame += " " + (at < word.size() ? word.substr(at, 2) : "FF");
+    }
+    EXPECT_THAT(FramesOf(Plan({word.substr(0, colon)})), ElementsAre(frame)) << word;
+  }
+  EXPECT_THAT(FramesOf(Plan({"frame=18FF00D0#0001"})), ElementsAre("00 01"));
   // 23 masks: boom mode (1) with 5, info (18) as usual.
   EXPECT_THAT(FramesOf(Plan({"valid-keys=boom-mode:5,info"})),
               ElementsAre("00 04 07 01 17 00 05 00", "01 00 00 00 00 00 00 00", "02 00 00 00 00 00 00 00",
@@ -76,30 +74,27 @@ TEST(SendPlan, GathersValuesAndTextsWhereTheFirstStands) {
 }
 
 TEST(SendPlan, RefusesWhatItCannotSendAndSaysWhatWouldBeRight) {
-  const std::pair<const char*, const char*> cases[] = {{"lod=3", "did you mean load?"},
-                                                       {"qqqqqqqq=3", "--list"},
-                                                       {"load", "load=..."},
-                                                       {"load=1x", "does not fit"},
-                                                       {"parts-of-line=256", "does not fit"},
-                                                       {"parts-of-line=1.5", "does not fit"},
-                                                       {"swing=40000", "does not fit"},
-                                                       {"led=overlod", "did you mean overload?"},
-                                                       {"led=0x100000000", "not a lamp"},
-                                                       {"units=metrik", "did you mean metric?"},
-                                                       {"colors=1,2,3", "takes 4 values"},
-                                                       {"key-state=1", "takes no value"},
-                                                       {"valid-keys=inf", "did you mean info?"},
-                                                       {"valid-keys=info:x", "does not fit"},
-                                                       {"texts=x", "name the field"},
-                                                       {"line1-left=", "a blank"},
-                                                       {"flash=", "a blank"},
-                                                       {"raw=", "one byte"},
-                                                       {"raw=0x07", "pairs"},
-                                                       {"frame=18FF00D0", "IDENTIFIER#DATA"},
-                                                       {"frame=123#R", "IDENTIFIER#DATA"}};
-  for (const auto& [argument, text] : cases) {
-    EXPECT_THAT([&] { Plan({argument}); }, testing::ThrowsMessage<host::usage_error>(HasSubstr(text)))
-        << argument;
+  const std::pair<const char*, const char*> cases[] = {
+      {"did you mean load?", "lod=3"},
+      {"did you mean overload?", "led=overlod"},
+      {"did you mean metric?", "units=metrik"},
+      {"did you mean info?", "valid-keys=inf"},
+      {"--list", "qqqqqqqq=3"},
+      {"load=...", "load"},
+      {"does not fit", "load=1x parts-of-line=256 parts-of-line=1.5 swing=40000 valid-keys=info:x"},
+      {"not a lamp", "led=0x100000000"},
+      {"takes 4 values", "colors=1,2,3"},
+      {"takes no value", "key-state=1"},
+      {"name the field", "texts=x"},
+      {"a blank", "line1-left= flash="},
+      {"one byte", "raw="},
+      {"pairs", "raw=0x07"},
+      {"IDENTIFIER#DATA", "frame=18FF00D0 frame=123#R"}};
+  for (const auto& [text, arguments] : cases) {
+    for (const std::string& argument : Words(arguments)) {
+      EXPECT_THAT([&] { Plan({argument}); }, testing::ThrowsMessage<host::usage_error>(HasSubstr(text)))
+          << argument;
+    }
   }
 }
 
@@ -107,7 +102,6 @@ TEST(OperatingValues, ComeBackFromTheirFileAndSurviveABrokenOne) {
   const auto directory = std::filesystem::temp_directory_path() / ("hx7-values-" + std::to_string(::getpid()));
   std::filesystem::create_directories(directory);
   host::OperatingValues values;
-  values.Set("load", 12345.678F);
   values.Set("percent", 85.5);
   values.Set("led", 0x80000002);
   values.Set("swing", -75);
