@@ -116,11 +116,13 @@ void PanelState::Step(time_t now, bool connected) {
 }
 
 void PanelState::ReadParameters() {
+  // With the first reader everything counts as changed: what he was given may be older than this look.
+  if (hub_.Count() == 0) read_.clear();
   if (hub_.Count() == 0 || !AttachDatabase(0)) return;
   for (const Parameter_t& parameter : parameters_) {
     const std::optional<double> value = ReadParameter(parameter.handle);
     const auto [known, fresh] = read_.emplace(parameter.handle, value);
-    if (fresh || known->second == value) continue;
+    if (!fresh && known->second == value) continue;
     known->second = value;
     const std::lock_guard lock(mutex_);
     changed_[parameter.handle] = value;
