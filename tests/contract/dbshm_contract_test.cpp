@@ -4,9 +4,7 @@
 #include <array>
 #include <cmath>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <random>
@@ -26,6 +24,7 @@
 #include "platform/shared_memory.h"
 
 #include "services/dbshm.h"
+#include "tests/unit/services/runtime_directory.h"
 
 namespace {
 
@@ -163,16 +162,10 @@ int ExitStatus(pid_t child) {
 
 class Database : public testing::Test {
  protected:
-  Database() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "orvik-test-XXXXXX").string();
-    directory_ = mkdtemp(pattern.data());
-    setenv("ORVIK_RUNTIME_DIR", directory_.c_str(), 1);
-    DBSHM::Init();
-  }
-  ~Database() override {
-    platform::UnlinkSharedObject(OBJECT_NAME);
-    std::filesystem::remove_all(directory_);
-  }
+  RuntimeDirectoryForTest directory_;
+
+  Database() { DBSHM::Init(); }
+  ~Database() override { platform::UnlinkSharedObject(OBJECT_NAME); }
 
   // The values of the pulses that wait, in order; a mark of the test's own ends them.
   static std::vector<int> TakePulses() {
@@ -185,9 +178,6 @@ class Database : public testing::Test {
     }
     return values;
   }
-
- private:
-  std::string directory_;
 };
 
 TEST_F(Database, EveryTypeReachesAnotherProcess) {

@@ -73,6 +73,7 @@ TEST_F(ServerDeath, InAnyMomentFailsOrAnswersAndNeverHangs) {
     server.Kill();
     senders.clear();
     EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(ErrorOf(name_open(SERVER_NAME, 0)), ENOENT) << "the name is free at once";
     EXPECT_EQ(name_close(coid), 0);
   }
 }

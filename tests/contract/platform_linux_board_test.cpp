@@ -1,7 +1,5 @@
 // Linux: the emulated board. Keypad matrix, pads, counter, beeper and backlight.
-#include <array>
 #include <cerrno>
-#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -77,6 +75,8 @@ TEST_F(Board, AnswersTheScannersStrobesWithTheKeysHeld) {
 }
 
 TEST_F(Board, KeepsItsPadsAndHasNothingElsewhere) {
+  EXPECT_EQ(BoardMapping(BoardMapping::Role::kOwner).Get(), nullptr) << "there is one owner";
+  EXPECT_EQ(BoardMapping(BoardMapping::Role::kUser).Get()->magic, State().magic);
   const std::uintptr_t pads = mmap_device_io(16, 0x43FAC060);
   ASSERT_NE(pads, MAP_DEVICE_FAILED);
   out32(pads + 4, 0x12121212);
@@ -186,20 +186,7 @@ TEST_F(Board, BacklightTakesItsThreeCommandsAndCountsTheRest) {
   EXPECT_EQ(devctl(device, ENABLE, nullptr, 0, nullptr), EBADF);
 }
 
-TEST_F(Board, IsThereOnceAndForOtherProcesses) {
-  EXPECT_EQ(BoardMapping(BoardMapping::Role::kOwner).Get(), nullptr);
-  State().keysHeld = 4;
-  Child user([] {
-    const BoardMapping board(BoardMapping::Role::kUser);
-    if (board.Get() == nullptr || board.Get()->keysHeld != 4) return 1;
-    board.Get()->beeperChanges = 12;
-    return 0;
-  });
-  EXPECT_EQ(user.Result(), 0);
-  EXPECT_EQ(State().beeperChanges, 12U);
-}
-
-class NoBoard : public PlatformTest {};
+using NoBoard = PlatformTest;
 
 TEST_F(NoBoard, MeansNoDevices) {
   for (const char* path : {"/dev/io_interface", "/dev/pwm0"}) {
@@ -207,17 +194,6 @@ TEST_F(NoBoard, MeansNoDevices) {
   }
   EXPECT_EQ(BoardMapping(BoardMapping::Role::kUser).Get(), nullptr);
   EXPECT_EQ(devctl(-1, 0, nullptr, 0, nullptr), EBADF);
-}
-
-TEST_F(NoBoard, IsNeededForOrdinaryFiles) {
-  setenv("ORVIK_ROOT", Directory().c_str(), 1);
-  const int file = platform::OpenDevice("/notes", O_RDWR | O_CREAT);
-  ASSERT_GT(file, 0);
-  EXPECT_EQ(platform::WriteDevice(file, "abc", 3), 3);
-  EXPECT_EQ(devctl(file, 1, nullptr, 0, nullptr), ENOTTY);
-  EXPECT_EQ(platform::CloseDevice(file), 0);
-  EXPECT_EQ(std::filesystem::file_size(Directory() + "/notes"), 3U);
-  unsetenv("ORVIK_ROOT");
 }
 
 }  // namespace

@@ -22,10 +22,6 @@ using platform::UnlockShared;
 
 constexpr const char* OBJECT = "/ContractLock";
 
-int MakeObject() {
-  return platform::OpenSharedObject(OBJECT, O_RDWR | O_CREAT | O_EXCL, 0600);
-}
-
 // What the processes share: a lock and counters that only its holder changes.
 struct shared_t {
   shared_lock_t lock;
@@ -36,7 +32,7 @@ struct shared_t {
 class Lock : public PlatformTest {
  protected:
   Lock() {
-    const int object = MakeObject();
+    const int object = platform::OpenSharedObject(OBJECT, O_RDWR | O_CREAT | O_EXCL, 0600);
     EXPECT_EQ(ftruncate(object, sizeof(shared_t)), 0);
     void* const memory = mmap(nullptr, sizeof(shared_t), PROT_READ | PROT_WRITE, MAP_SHARED, object, 0);
     close(object);
@@ -149,28 +145,6 @@ TEST_F(Lock, WorksInAForkedChildOfAThreadThatUsedIt) {
   StepTimes(1);
   EXPECT_EQ(shared_->first, 7);
   EXPECT_EQ(shared_->lock.slot, 0U);
-}
-
-class SharedObjects : public PlatformTest {};
-
-TEST_F(SharedObjects, AreMadeOnceAndMadeAnewAfterTheirMakerDied) {
-  const Signal made;
-  Child maker([&] {
-    if (ftruncate(MakeObject(), 100) != 0) return 1;
-    made.Raise();
-    for (;;) pause();
-  });
-  ASSERT_TRUE(made.Await());
-  const int theirs = platform::OpenSharedObject(OBJECT, O_RDWR, 0);
-  EXPECT_EQ(lseek(theirs, 0, SEEK_END), 100);
-  close(theirs);
-  EXPECT_EQ(ErrorOf(MakeObject()), EEXIST);
-  maker.Kill();
-  const int object = MakeObject();
-  EXPECT_EQ(lseek(object, 0, SEEK_END), 0);
-  close(object);
-  EXPECT_EQ(platform::UnlinkSharedObject(OBJECT), 0);
-  EXPECT_EQ(ErrorOf(platform::OpenSharedObject(OBJECT, O_RDWR, 0)), ENOENT);
 }
 
 }  // namespace

@@ -37,20 +37,6 @@ TEST_F(Names, AreHeldByOneAtATime) {
   EXPECT_EQ(name_detach(other, 0), 0);
 }
 
-TEST_F(Names, OfKilledHoldersAreFreeAtOnce) {
-  const Signal held;
-  for (int round = 0; round < 30; ++round) {
-    const Signal ready;
-    Child holder([&] { return Server().Run(ready, held); });
-    ASSERT_TRUE(ready.Await());
-    const int coid = name_open(SERVER_NAME, 0);
-    EXPECT_EQ(MsgSend(coid, "E", 1, nullptr, 0), 1);
-    holder.Kill();
-    EXPECT_EQ(ErrorOf(name_open(SERVER_NAME, 0)), ENOENT);
-    EXPECT_EQ(name_close(coid), 0);
-  }
-}
-
 TEST_F(Names, AreTakenByExactlyOneOfManyAtTheSameTime) {
   const Signal go;
   const Signal won;

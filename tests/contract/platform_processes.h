@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -23,6 +22,8 @@
 
 #include "platform/messages.h"
 #include "platform/names.h"
+
+#include "tests/unit/services/runtime_directory.h"
 
 namespace contract {
 
@@ -125,18 +126,11 @@ inline std::size_t FilesIn(const std::string& directory) {
 // A runtime directory of its own for every test.
 class PlatformTest : public testing::Test {
  protected:
-  PlatformTest() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "orvik-contract-XXXXXX").string();
-    directory_ = mkdtemp(pattern.data());
-    setenv("ORVIK_RUNTIME_DIR", directory_.c_str(), 1);
-  }
-  ~PlatformTest() override { std::filesystem::remove_all(directory_); }
-
-  std::size_t FilesInDirectory() const { return FilesIn(directory_); }
-  const std::string& Directory() const { return directory_; }
+  const std::string& Directory() const { return directory_.Path(); }
+  std::size_t FilesInDirectory() const { return FilesIn(Directory()); }
 
  private:
-  std::string directory_;
+  RuntimeDirectoryForTest directory_;
 };
 
 }  // namespace contract

@@ -1,17 +1,13 @@
 // A service at the other end of the real message path, which keeps what it was sent and answers as told.
 #pragma once
 
-#include <cerrno>
-#include <condition_variable>
 #include <cstdint>
-#include <cstdlib>
-#include <deque>
-#include <filesystem>
 #include <functional>
 #include <mutex>
-#include <span>
-#include <string>
+#include <stdexcept>
+#include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -19,23 +15,9 @@
 #include "platform/messages.h"
 #include "platform/names.h"
 
+#include "tests/unit/services/runtime_directory.h"
+
 using bytes_t = std::vector<std::uint8_t>;
-
-// A runtime directory of the test's own, removed at its end.
-class RuntimeDirectoryForTest {
- public:
-  RuntimeDirectoryForTest() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "orvik-test-XXXXXX").string();
-    path_ = mkdtemp(pattern.data());
-    setenv("ORVIK_RUNTIME_DIR", path_.c_str(), 1);
-  }
-  ~RuntimeDirectoryForTest() { std::filesystem::remove_all(path_); }
-  RuntimeDirectoryForTest(const RuntimeDirectoryForTest&) = delete;
-  RuntimeDirectoryForTest& operator=(const RuntimeDirectoryForTest&) = delete;
-
- private:
-  std::string path_;
-};
 
 class FakeService {
  public:
@@ -44,15 +26,9 @@ class FakeService {
   FakeService(const char* name, answer_t answer) : answer_(std::move(answer)) {
     attach_ = name_attach(nullptr, name, 0);
     if (attach_ == nullptr) throw std::runtime_error("cannot take the name of the service");
-    thread_ = std::thread([this] { Serve(); });
+    thread_ = std::jthread([this, chid = attach_->chid] { Serve(chid); });
   }
-  ~FakeService() {
-    const int coid = ConnectAttach(0, 0, attach_->chid, _NTO_SIDE_CHANNEL, 0);
-    MsgSendPulse(coid, getprio(0), 1, 0);
-    thread_.join();
-    ConnectDetach(coid);
-    name_detach(attach_, 0);
-  }
+  ~FakeService() { name_detach(attach_, 0); }
   FakeService(const FakeService&) = delete;
   FakeService& operator=(const FakeService&) = delete;
 
@@ -63,12 +39,11 @@ class FakeService {
   }
 
  private:
-  void Serve() {
+  void Serve(int chid) {
     bytes_t buffer(2U << 20U);
-    for (;;) {
-      _msg_info info{};
-      const int rcvid = MsgReceive(attach_->chid, buffer.data(), buffer.size(), &info);
-      if (rcvid <= 0) return;
+    _msg_info info{};
+    for (int rcvid = 0; (rcvid = MsgReceive(chid, buffer.data(), buffer.size(), &info)) >= 0;) {
+      if (rcvid == 0) continue;  // a client went
       const bytes_t request(buffer.begin(), buffer.begin() + info.msglen);
       {
         const std::lock_guard lock(mutex_);
@@ -83,7 +58,7 @@ class FakeService {
   name_attach_t* attach_ = nullptr;
   std::mutex mutex_;
   std::vector<bytes_t> requests_;
-  std::thread thread_;
+  std::jthread thread_;
 };
 
 // Little-endian words, one after another.

@@ -30,7 +30,7 @@ class NMClientTest : public testing::Test {
   bytes_t reply = Words({0, 5, 3, 0});
 };
 
-TEST_F(NMClientTest, AClientWithoutAServerReportsItAndStaysUnusable) {
+TEST_F(NMClientTest, WithoutAServerOrRefusedAClientIsUnusable) {
   testing::internal::CaptureStderr();
   NM::NMClient client;
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
@@ -42,36 +42,30 @@ TEST_F(NMClientTest, AClientWithoutAServerReportsItAndStaysUnusable) {
   EXPECT_EQ(client.subscribe(1), -1);
   EXPECT_EQ(client.sendMsg(1, buffer, 4), -1);
   EXPECT_EQ(client.recvMsg(channel, buffer, 4), -1);
-}
 
-TEST_F(NMClientTest, ARefusedConnectionMakesTheClientUnusable) {
-  const FakeService server(NM_SERVER_NAME, [](const bytes_t&) { return Words({0, -1, -1, 9}); });
-  const NM::NMClient client;
-  EXPECT_FALSE(client.isValid());
+  const FakeService refusing(NM_SERVER_NAME, [](const bytes_t&) { return Words({0, -1, -1, 9}); });
+  EXPECT_FALSE(NM::NMClient().isValid());
 }
 
 TEST_F(NMClientTest, EachRequestIsOneMessage) {
   FakeService server(NM_SERVER_NAME, Answer());
   NM::NMClient client;
   EXPECT_EQ(server.TakeRequests().at(0), Words({0, -1, 0, -1, getpid(), ownChid}));
-
-  EXPECT_EQ(client.registerName(""), 5);
-  EXPECT_EQ(server.TakeRequests().at(0), Words({1, -1, 1, CLIENT_ID}) + bytes_t{0});
-  EXPECT_EQ(client.registerName("Ab"), 5);
-  EXPECT_EQ(server.TakeRequests().at(0), Words({1, -1, 3, CLIENT_ID}) + Characters(std::string("Ab\0", 3)));
-  EXPECT_EQ(client.subscribe(5), 3);
-  EXPECT_EQ(server.TakeRequests().at(0), Words({2, 5, 0, CLIENT_ID}));
-  EXPECT_EQ(client.sendMsg(5, "\x01\x02\x03\x04", 4), 3);
-  EXPECT_EQ(server.TakeRequests().at(0), Words({3, 5, 4, CLIENT_ID}) + Characters("\x01\x02\x03\x04"));
-
+  const auto check = [&server](int result, int expected, const bytes_t& request) {
+    EXPECT_EQ(result, expected);
+    EXPECT_EQ(server.TakeRequests(), std::vector<bytes_t>{request});
+  };
+  check(client.registerName(""), 5, Words({1, -1, 1, CLIENT_ID}) + bytes_t{0});
+  check(client.registerName("Ab"), 5, Words({1, -1, 3, CLIENT_ID}) + bytes_t{'A', 'b', 0});
+  check(client.subscribe(5), 3, Words({2, 5, 0, CLIENT_ID}));
+  check(client.sendMsg(5, "\x01\x02\x03\x04", 4), 3, Words({3, 5, 4, CLIENT_ID}) + bytes_t{1, 2, 3, 4});
   client.wakeReceiver();
   int channel = 0;
   char buffer[8]{};
   reply = Words({4, 6, 2, CLIENT_ID}) + bytes_t{'h', 'i'};
-  EXPECT_EQ(client.recvMsg(channel, buffer, sizeof buffer), 2);
+  check(client.recvMsg(channel, buffer, sizeof buffer), 2, Words({4, -1, 8, CLIENT_ID}));
   EXPECT_EQ(channel, 6);
   EXPECT_STREQ(buffer, "hi");
-  EXPECT_EQ(server.TakeRequests().at(0), Words({4, -1, 8, CLIENT_ID}));
 }
 
 TEST_F(NMClientTest, WhatDoesNotFitAMessageIsNotSent) {
@@ -109,7 +103,7 @@ TEST_F(NMClientTest, AReplyThatClaimsTooMuchIsCut) {
 TEST_F(NMClientTest, AMessageOnThePulseChannelIsRefusedAndItsSenderGoesOn) {
   const FakeService server(NM_SERVER_NAME, Answer());
   NM::NMClient client;
-  std::thread sender([this] {
+  const std::jthread sender([this] {
     const int coid = ConnectAttach(0, 0, ownChid, _NTO_SIDE_CHANNEL, 0);
     EXPECT_EQ(MsgSend(coid, "x", 1, nullptr, 0), -1);
     ConnectDetach(coid);
@@ -119,7 +113,6 @@ TEST_F(NMClientTest, AMessageOnThePulseChannelIsRefusedAndItsSenderGoesOn) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(client.recvMsg(channel, buffer, 4), -1);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "NM-Client: Error: unexpected rcvid\n");
-  sender.join();
 }
 
 // Replies carry what the request carried, so that a mix-up of two threads' messages would show.
@@ -129,7 +122,7 @@ TEST_F(NMClientTest, ThreadsThatShareAClientGetTheirOwnResults) {
     return Words({3, 0, request.at(NM_HEADER_SIZE), 0});
   });
   NM::NMClient client;
-  std::vector<std::thread> threads;
+  std::vector<std::jthread> threads;
   for (char mark = 1; mark <= 4; ++mark) {
     threads.emplace_back([&client, mark] {
       const std::string data(static_cast<std::size_t>(mark) * 500, mark);
@@ -138,7 +131,6 @@ TEST_F(NMClientTest, ThreadsThatShareAClientGetTheirOwnResults) {
       }
     });
   }
-  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace
