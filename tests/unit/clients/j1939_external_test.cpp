@@ -12,50 +12,40 @@ namespace {
 
 constexpr std::size_t FRAME_END = 28;  // behind the eight data bytes
 
-bytes_t Head(const std::array<char, 2000>& message, std::size_t length) {
+using message_t = std::array<char, 2000>;
+
+message_t Untouched() {
+  message_t message;
+  message.fill('#');
+  return message;
+}
+
+bytes_t Head(const message_t& message, std::size_t length) {
   return {message.begin(), message.begin() + static_cast<std::ptrdiff_t>(length)};
 }
 
-TEST(J1939External, AFilterRequestEndsWithTheName) {
-  struct case_t {
-    void (*build)(unsigned, unsigned, unsigned, const std::string&, char*);
-    std::int64_t type;
-  };
-  for (const auto& [build, type] : {case_t{J1939External::setFilter, 0},
-                                    {J1939External::setMultipacketFilter, 3},
-                                    {J1939External::setFastpacketFilter, 5}}) {
-    std::array<char, 2000> message;
-    message.fill('#');
+TEST(J1939External, ARequestFillsItsPartOfTheBufferAlone) {
+  using Api = J1939External;
+  for (const auto& [build, type] :
+       {std::pair{&Api::setFilter, 0}, {&Api::setMultipacketFilter, 3}, {&Api::setFastpacketFilter, 5}}) {
+    message_t message = Untouched();
     build(0x18FF00D0, 0x00FFFFFF, 1, "OrvikReceiveChannel", message.data());
     EXPECT_EQ(Head(message, 20), Words({type, 1827, 1, 0x18FF00D0, 0x00FFFFFF}));
     EXPECT_EQ(std::string(message.data() + 1806, 23), "##OrvikReceiveChannel##");
   }
-}
-
-TEST(J1939External, ATransmissionLeavesTheRestOfTheBuffer) {
-  struct case_t {
-    void (*build)(unsigned, unsigned, unsigned, const std::uint8_t*, char*);
-    std::int64_t type;
-  };
-  const std::array<std::uint8_t, 8> data{0, 1, 7, 255, 4, 5, 6, 128};
-  for (const auto& [build, type] : {case_t{J1939External::sendMsg, 1},
-                                    {J1939External::sendRawMsg, 2},
-                                    {J1939External::sendMultipacketMsg, 4},
-                                    {J1939External::sendFastpacketMsg, 6}}) {
-    std::array<char, 2000> message;
-    message.fill('#');
+  const std::array<std::uint8_t, 2000> data{0, 1, 7, 255, 4, 5, 6, 128};
+  for (const auto& [build, type] : {std::pair{&Api::sendMsg, 1},
+                                    {&Api::sendRawMsg, 2},
+                                    {&Api::sendMultipacketMsg, 4},
+                                    {&Api::sendFastpacketMsg, 6}}) {
+    message_t message = Untouched();
     build(0x98FF00D2, 8, 1, data.data(), message.data());
     EXPECT_EQ(Head(message, FRAME_END),
-              Words({type, 1808, 1, 0x98FF00D2, 8}) + bytes_t(data.begin(), data.end()));
+              Words({type, 1808, 1, 0x98FF00D2, 8}) + bytes_t(data.begin(), data.begin() + 8));
     EXPECT_EQ(std::string(message.data() + FRAME_END, 4), "####");
   }
-}
-
-TEST(J1939External, DataIsBoundedByTheMessage) {
-  std::array<char, 2000> message;
-  message.fill('#');
-  const std::array<std::uint8_t, 2000> data{};
-  J1939External::sendMultipacketMsg(1, 2000, 1, data.data(), message.data());
+  message_t message = Untouched();
+  Api::sendMultipacketMsg(1, 2000, 1, data.data(), message.data());
   EXPECT_EQ(message[1807], 0);
   EXPECT_EQ(message[1808], '#');
 }
@@ -79,10 +69,8 @@ TEST(J1939External, AFrameGoesToTheChannelOfItsOwnFilterAlone) {
   }
   EXPECT_TRUE(manager.TakeRequests().empty());
 
-  struct case_t {
-    std::uint8_t dlc, delivered;
-  };
-  for (const auto& [dlc, delivered] : {case_t{0, 8}, {1, 1}, {8, 8}, {200, 8}}) {
+  using lengths_t = std::pair<std::uint8_t, std::uint8_t>;
+  for (const auto& [dlc, delivered] : {lengths_t{0, 8}, {1, 1}, {8, 8}, {200, 8}}) {
     const CAN_packet_t2 frame{.canID = 0x300, .dlc = dlc, .data = {1, 2, 3, 4, 5, 6, 7, 8}};
     EXPECT_EQ(table.CheckRxPacket(&frame), 0);
     EXPECT_EQ(table.LastResult(), 4);

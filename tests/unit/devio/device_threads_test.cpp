@@ -30,54 +30,44 @@ bool ABlinkerBlinks(orvikData_t& record, const std::function<bool()>& condition)
       40);
 }
 
-// The record outlives the test: nothing orders a detached thread's last look at it before its end.
-class DeviceThreads : public testing::Test {
+// This record outlives the test: nothing orders a detached thread's last look at it before its end.
+class DeviceThreads : public RecordTest {
  protected:
   DeviceThreads() {
-    DBSHM::Init();
     pthread_mutex_init(&record.beeperMutex, nullptr);
     record.variables.beepImage = BEEP_IMAGE;
-    testing::internal::CaptureStdout();
   }
-
-  ~DeviceThreads() override { platform::UnlinkSharedObject(dbshm_layout::OBJECT_NAME); }
-
-  static double Value(unsigned handle) {
-    double value = 0;
-    return DBSHM::Read(handle, value) == 1 ? value : -1.0;
-  }
-
-  RuntimeDirectoryForTest directory;
-  platform::BoardMapping board{platform::BoardMapping::Role::kOwner};
   static inline orvikData_t& record = *new orvikData_t;
 };
 
 TEST_F(DeviceThreads, WorkBehindTheGateUntilTheyAreStopped) {
+  const platform::BoardMapping board(platform::BoardMapping::Role::kOwner);
   ASSERT_NE(board.Get(), nullptr);
+  testing::internal::CaptureStdout();
   ASSERT_EQ(Init_DIO(&record), 0);
-  ASSERT_TRUE(Becomes([] { return record.dioReady == 1; }));
+  ASSERT_TRUE(Becomes([&] { return record.dioReady == 1; }));
   ASSERT_EQ(InitBlinkerThread(&record), 0);
-  ASSERT_TRUE(Becomes([] { return record.blinkerReady == 1; }));
+  ASSERT_TRUE(Becomes([&] { return record.blinkerReady == 1; }));
   ASSERT_EQ(Init_Timer(&record), 0);
-  ASSERT_TRUE(Becomes([] { return record.timerReady == 1; }));
+  ASSERT_TRUE(Becomes([&] { return record.timerReady == 1; }));
   record.countdown[4] = 3;
   record.beeperState = BEEPER_CONTINUOUS;
   EXPECT_EQ(Value(BEEP_IMAGE), -1.0);
 
   record.running = 1;
-  EXPECT_TRUE(Becomes([] { return Value(BEEP_IMAGE) == 0.0; }));  // silent, whatever the state was before
-  EXPECT_TRUE(Becomes([] { return record.countdown[4] == 0; }));
-  EXPECT_TRUE(ABlinkerBlinks(record, [] { return Value(BLINKING) == 1.0; }));
+  EXPECT_TRUE(Becomes([&] { return Value(BEEP_IMAGE) == 0.0; }));  // silent, whatever the state was before
+  EXPECT_TRUE(Becomes([&] { return record.countdown[4] == 0; }));
+  EXPECT_TRUE(ABlinkerBlinks(record, [&] { return Value(BLINKING) == 1.0; }));
   SetBeeperDuration(&record, 255);
-  EXPECT_TRUE(Becomes([this] { return board.Get()->beeperValue == ONE_AS_FLOAT; }));
+  EXPECT_TRUE(Becomes([&] { return board.Get()->beeperValue == ONE_AS_FLOAT; }));
 
   record.timerExit = 1;
-  EXPECT_TRUE(Becomes([] { return record.timerReady == 0; }));
+  EXPECT_TRUE(Becomes([&] { return record.timerReady == 0; }));
   record.blinkerExit = 1;
-  EXPECT_TRUE(Becomes([] { return record.blinkerReady == 0; }));
+  EXPECT_TRUE(Becomes([&] { return record.blinkerReady == 0; }));
   SetBeeperDuration(&record, 254);  // the stop does not wait for such a beep to end
   record.dioExit = 1;
-  EXPECT_TRUE(Becomes([] { return record.dioReady == 0; }));
+  EXPECT_TRUE(Becomes([&] { return record.dioReady == 0; }));
   EXPECT_EQ(board.Get()->beeperValue, 0U);
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "Digital I/O device opended\nOrvik: Digital_IO initialization complete\n"

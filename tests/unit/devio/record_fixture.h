@@ -1,8 +1,6 @@
 // A record as main makes it, beside a database of the test's own.
 #pragma once
 
-#include <memory>
-
 #include <gtest/gtest.h>
 #include <pthread.h>
 

@@ -20,30 +20,21 @@ TEST(Timer, DifferencesAreNormalised) {
   struct case_t {
     std::timespec start, end;
     std::int64_t nanoseconds;
-    std::timespec difference;
   };
-  for (auto [start, end, nanoseconds, difference] : {
-           case_t{{1, 0}, {3, 5}, 2'000'000'005, {2, 5}},
-           {{1, 999'999'999}, {2, 0}, 1, {0, 1}},
-           {{2, 0}, {1, 500'000'000}, -500'000'000, {-1, 500'000'000}},
-           {{5, 7}, {5, 7}, 0, {0, 0}},
-       }) {
-    std::timespec result{};
-    EXPECT_EQ(ElaspedNanoSeconds(&start, &end, &result), nanoseconds);
-    EXPECT_EQ(result.tv_sec, difference.tv_sec);
-    EXPECT_EQ(result.tv_nsec, difference.tv_nsec);
+  for (auto [start, end, nanoseconds] : {case_t{{1, 0}, {3, 5}, 2'000'000'005},
+                                         {{1, 999'999'999}, {2, 0}, 1},
+                                         {{2, 0}, {1, 500'000'000}, -500'000'000}}) {
+    std::timespec difference{};
+    EXPECT_EQ(ElaspedNanoSeconds(&start, &end, &difference), nanoseconds);
+    EXPECT_EQ(difference.tv_sec * std::int64_t{1'000'000'000} + difference.tv_nsec, nanoseconds);
+    EXPECT_GE(difference.tv_nsec, 0);
   }
 }
 
 TEST(Timer, ATickIsDueAfterTenMillisecondsOrWhenTheClockWasSet) {
-  EXPECT_FALSE(IsTickDue(0));
-  EXPECT_FALSE(IsTickDue(9'999'999));
-  EXPECT_TRUE(IsTickDue(10'000'000));
-  EXPECT_TRUE(IsTickDue(std::int64_t{1} << 32));
-  EXPECT_TRUE(IsTickDue(-1));
-}
-
-TEST(Timer, TheClockSetBackEndsTheWaitAtOnce) {
+  for (const auto& [elapsed, due] : {std::pair{9'999'999, false}, {10'000'000, true}, {-1, true}}) {
+    EXPECT_EQ(IsTickDue(elapsed), due) << elapsed;
+  }
   std::timespec future{};
   clock_gettime(CLOCK_REALTIME, &future);
   future.tv_sec += 3600;
