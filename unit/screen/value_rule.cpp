@@ -42,13 +42,23 @@ value_match_t ParseMatch(std::string_view text) {
   return match;
 }
 
+// The host's values are single precision: its 0.9 is 0.899999976, and means 0.9. Six digits are what they
+// carry.
+double Settle(double value) {
+  if (value == 0 || !std::isfinite(value)) return value;
+  const double digits = std::pow(10.0, 6 - std::ceil(std::log10(std::abs(value))));
+  const double settled = std::round(value * digits) / digits;
+  return std::isfinite(settled) ? settled : value;
+}
+
 }  // namespace
 
 bool value_match_t::Holds(const variable_value_t& value) const {
   if (kind == Kind::kAnything) return true;
   if (kind == Kind::kUnknown) return !value.has_value();
   if (!value.has_value()) return false;
-  return low == high ? *value == low : *value >= low && *value < high;
+  const double settled = Settle(*value);
+  return low == high ? settled == low : settled >= low && settled < high;
 }
 
 ValueRule::ValueRule(std::string_view text, bool withTexts) {
@@ -94,10 +104,11 @@ std::string ValueFormat::Apply(double value) const {
   // Beyond what a double counts exactly a number is noise; it also bounds the text.
   if (!std::isfinite(value) || std::abs(value) > 1e15) return before_ + "--" + after_;
   const double scale = std::pow(10.0, decimals_);
-  const double rounded = std::round(value * scale) / scale + 0.0;  // + 0.0: no "-0"
-  const int width = integerDigits_ + (decimals_ > 0 ? decimals_ + 1 : 0) + (rounded < 0 ? 1 : 0);
+  // Cut, not rounded: a percentage must not say that a limit is reached before its colour does.
+  const double cut = std::trunc(Settle(value * scale)) / scale + 0.0;  // + 0.0: no "-0"
+  const int width = integerDigits_ + (decimals_ > 0 ? decimals_ + 1 : 0) + (cut < 0 ? 1 : 0);
   std::array<char, 64> number{};
-  static_cast<void>(std::snprintf(number.data(), number.size(), "%0*.*f", width, decimals_, rounded));
+  static_cast<void>(std::snprintf(number.data(), number.size(), "%0*.*f", width, decimals_, cut));
   return before_ + number.data() + after_;
 }
 
