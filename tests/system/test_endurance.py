@@ -9,6 +9,7 @@ import pytest
 from desk import BIN, HOST_ID, PATIENCE, cmd2, cmd5, cut, wait_for
 
 SANITIZED = PATIENCE > 1
+ROOM_OF_QUEUES = 12_000_000  # what a subscriber's queue may hold at its highest
 MESSAGES = 10_000 if SANITIZED else 100_000
 
 
@@ -41,7 +42,7 @@ def test_every_message_of_a_log_at_full_speed_is_counted(desk, tmp_path):
         sizes.append((resident(desk.orvik), resident(desk.unit)))
     if not SANITIZED:
         for early, late in zip(sizes[1], sizes[-1]):
-            assert late < early + 4_000_000, f"memory grows: {sizes}"
+            assert late < early + ROOM_OF_QUEUES, f"memory grows: {sizes}"
 
 
 @pytest.mark.parametrize("seed", [1, 2])

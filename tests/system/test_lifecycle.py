@@ -55,7 +55,7 @@ def test_start_and_orderly_end(desk):
     orvik.child.send_signal(signal.SIGUSR1)
     assert orvik.wait_exit() == 0
     in_order(orvik.out, ["received SIGUSR1", "Orvik: SIGUSR1 signal received while on page Page.Main",
-                         "Orvik: On Main page, requesting orvik.MainToSplash transition", "Orvik: waiting...",
+                         "Orvik: On Main page, requesting orvik.MainToSplash transition",
                          "Orvik: Now on SPLASH page ", "Orvik: Sending orvik.ExitApplication",
                          "Orvik: Waiting maximum of 5 seconds for threads to stop...", "Orvik: Main EXIT"])
     assert not [line for line in orvik.out if "timed out" in line]

@@ -1,0 +1,90 @@
+"""The programs as a person calls them."""
+
+import re
+import signal
+import struct
+import zlib
+
+import pytest
+
+from desk import BIN, CONFIG, Process, wait_for
+
+ADDRESSES = ["--http", "127.0.0.1:0", "--socketcand", "127.0.0.1:0"]
+
+
+def is_whole_png(data):
+    at, kinds = 8, []
+    while at < len(data):
+        length, kind = struct.unpack(">I4s", data[at:at + 8])
+        assert zlib.crc32(data[at + 4:at + 8 + length]) == struct.unpack(">I", data[at + 8 + length:at + 12 + length])[0]
+        kinds.append(kind)
+        at += 12 + length
+    return data[:8] == b"\x89PNG\r\n\x1a\n" and kinds[0] == b"IHDR" and kinds[-1] == b"IEND"
+
+
+def test_a_run_with_application_and_host_shows_a_lift_and_stops_in_order(tmp_path):
+    picture, log = tmp_path / "out.png", tmp_path / "bus.log"
+    unit = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--play", CONFIG / "demo/lift.log", "--loop",
+                    "--seconds", "15", "--snapshot", picture, "--record", log], tmp_path / "run")
+    try:
+        unit.wait_line("orvik | Orvik: System Up", seconds=20)
+        unit.wait_line("while on Page.Main page", seconds=20)
+        assert unit.wait_exit(60) == 0, unit.err
+    finally:
+        unit.stop()
+    assert is_whole_png(picture.read_bytes())
+    assert "orvik | Orvik: Main EXIT" in unit.out
+    lines = log.read_text().splitlines()
+    assert len(lines) > 100 and all(re.fullmatch(r"\([0-9]+\.[0-9]{6}\) can0 [0-9A-F]{8}#[0-9A-F]{16}", line) for line in lines)
+    assert any("18FF00D2#" in line for line in lines), "the display's replies are recorded too"
+
+
+@pytest.mark.parametrize("call, status, text", [
+    (["unit", "--version"], 0, "1.3"), (["hx7", "--version"], 0, "1.3"), (["unit", "run", "--help"], 0, "--snapshot"),
+    (["unit", "run", "--only", "nothing"], 2, "nothing"), (["unit", "run", "--bus", "token"], 2, "token"),
+    (["unit", "run", "--http", "0.0.0.0:0", *ADDRESSES[2:], "--no-orvik"], 1, "this machine alone"),
+    (["unit", "status"], 1, "run"), (["unit", "db", "list"], 1, "unit run"),
+    (["hx7", "send", "radiu=12"], 2, "radius"), (["hx7", "send", "load=12"], 1, "unit run"),
+    (["hx7", "play", "/nonexistent.log"], 1, "/nonexistent.log"),
+])
+def test_calls_that_end_at_once(tmp_path, call, status, text):
+    process = Process([BIN / call[0], *call[1:]], tmp_path / "run")
+    assert process.wait_exit(20) == status, process.out + process.err
+    assert text in "\n".join(process.out + process.err)
+
+
+def test_the_database_from_the_shell(make_desk):
+    desk = make_desk(orvik=False)
+    for call, status, text in [(["set", "OrvikLoad", "4200"], 0, ""), (["get", "OrvikLoa"], 0, "4200"),
+                               (["get", "OrvikA"], 1, "OrvikAngle"), (["get", "Nothing"], 1, "Nothing")]:
+        got, out, errors = desk.run(BIN / "unit", "db", *call)
+        assert got == status and text in out + errors, (call, out, errors)
+    assert desk.value("OrvikLoad") == 4200
+    # Each service is listed once it has told its state.
+    def all_up():
+        status, out, _ = desk.run(BIN / "unit", "status")
+        return status == 0 and "notify" in out
+
+    wait_for(all_up, "the state of all services")
+
+
+def test_services_run_in_processes_of_their_own(tmp_path):
+    processes = []
+    try:
+        for services in ["notify", "database", "board,j1939", "screen,panel"]:
+            process = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--only", services], tmp_path / "run")
+            processes.append(process)
+            for service in services.split(","):
+                process.wait_line(f"unit: {service} is up", seconds=20)
+        orvik = Process([BIN / "orvik", CONFIG / "generic.xml"], tmp_path / "run")
+        processes.append(orvik)
+        orvik.wait_line("Orvik: System Up")
+        sent = Process([BIN / "hx7", "send", "load=8800"], tmp_path / "run")
+        processes.append(sent)
+        assert sent.wait_exit() == 0, sent.err
+        shown = Process([BIN / "unit", "db", "watch", "OrvikLoad"], tmp_path / "run")
+        processes.append(shown)
+        shown.wait_line("8800")
+    finally:
+        for process in reversed(processes):
+            process.stop(signal.SIGKILL if process.name == "orvik" else signal.SIGTERM)
