@@ -82,7 +82,8 @@ class BoardService : public Service {
       const board_view_t view = ViewBoard(board);
       const auto now = steady_clock::now();
       // What could not be published is tried again at the next look.
-      if ((ShowsChange(view, published) || now >= repeatAt) && link_.Publish(BOARD_CHANNEL_NAME, FormatBoard(view))) {
+      if ((ShowsChange(view, published) || now >= repeatAt) &&
+          link_.Publish(BOARD_CHANNEL_NAME, FormatBoard(view))) {
         published = view;
         repeatAt = now + REPEAT;
       }

@@ -1,4 +1,5 @@
-// These need CAN in the kernel with vcan0 and vcan1 up, and the right to change the latter: run under tools/can-kernel.
+// These need CAN in the kernel with vcan0 and vcan1 up, and the right to change the latter: run under
+// tools/can-kernel.
 #include <gmock/gmock.h>
 #include <linux/can.h>
 #include <linux/can/raw.h>
@@ -17,7 +18,8 @@ using Result = bus::Endpoint::Result;
 class KernelEndpoint : public testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(::if_nametoindex("vcan0") != 0 && ::if_nametoindex("vcan1") != 0) << "run under tools/can-kernel";
+    ASSERT_TRUE(::if_nametoindex("vcan0") != 0 && ::if_nametoindex("vcan1") != 0)
+        << "run under tools/can-kernel";
   }
 };
 
