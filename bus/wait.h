@@ -1,34 +1,14 @@
-// What both kinds of station are made of: a descriptor that closes itself, a deadline, and a wait on a socket
-// that another thread can end. Inside this folder only.
+// What both kinds of station are made of: a deadline, and a wait on a socket that another thread can end.
+// Inside this folder only.
 #pragma once
 
 #include <chrono>
 #include <mutex>
 #include <string>
-#include <utility>
 
-#include <unistd.h>
+#include "bus/descriptor.h"
 
 namespace bus {
-
-class Descriptor {
- public:
-  explicit Descriptor(int fd = -1) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-  Descriptor& operator=(Descriptor&& other) noexcept {
-    std::swap(fd_, other.fd_);
-    return *this;
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Get() const { return fd_; }
-
- private:
-  int fd_;
-};
 
 // A moment `timeout_ms` from now; negative: never.
 class Deadline {

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "bus/descriptor.h"
 #include "j1939/j1939_requests.h"
 #include "j1939/local_bus.h"
 
@@ -37,9 +38,9 @@ class KernelTransport {
   int SendingSocket(std::uint8_t source);
 
   unsigned interfaceIndex_ = 0;
-  Descriptor receiver_;
-  std::mutex mutex_;                            // guards senders_
-  std::map<std::uint8_t, Descriptor> senders_;  // by source address
+  bus::Descriptor receiver_;
+  std::mutex mutex_;                                 // guards senders_
+  std::map<std::uint8_t, bus::Descriptor> senders_;  // by source address
 };
 
 }  // namespace unit

@@ -23,28 +23,11 @@
 #include <poll.h>
 
 #include "bus/can_frame.h"
+#include "bus/descriptor.h"
 #include "bus/endpoint.h"
 #include "j1939/conversation.h"
 
 namespace unit {
-
-// A descriptor that closes itself.
-class Descriptor {
- public:
-  explicit Descriptor(int fd = -1) : fd_(fd) {}
-  ~Descriptor();
-  Descriptor(Descriptor&& other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
-  Descriptor& operator=(Descriptor&& other) noexcept {
-    std::swap(fd_, other.fd_);
-    return *this;
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Get() const { return fd_; }
-
- private:
-  int fd_;
-};
 
 // As an endpoint it is the unit's own station: Send and Receive are for one thread each, Interrupt for any.
 class LocalBus : public bus::Endpoint {
@@ -76,7 +59,7 @@ class LocalBus : public bus::Endpoint {
   using time_t = std::chrono::steady_clock::time_point;
 
   struct Station_t {
-    Descriptor socket;
+    bus::Descriptor socket;
     Conversation conversation;
     bus::SocketcandSplitter splitter;
     std::string output;
@@ -104,8 +87,8 @@ class LocalBus : public bus::Endpoint {
   bool IsCongested() const { return inboxFull_ || AnyStationFull(); }
   void Wake();
 
-  Descriptor listener_;
-  Descriptor wake_;
+  bus::Descriptor listener_;
+  bus::Descriptor wake_;
   std::string address_;
   std::thread thread_;
   std::atomic<bool> stopping_{false};

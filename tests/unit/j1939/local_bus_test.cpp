@@ -70,7 +70,7 @@ class Client {
   bool IsClosed() { return Next().empty(); }
 
  private:
-  Descriptor socket_;
+  bus::Descriptor socket_;
   bus::SocketcandSplitter splitter_;
 };
 
