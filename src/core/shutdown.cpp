@@ -20,14 +20,6 @@ constexpr int ANNOUNCED_SECONDS = 5;
 constexpr int STOP_PASSES = 4;  // fewer than announced; both are as they are
 constexpr milliseconds SPLASH_POLL{100};
 
-// A page from which the application may end, and how it gets to the splash page from there.
-struct exit_page_t {
-  int pageId;
-  const char* request;
-  const char* event;
-  void (*announce)(std::string_view);
-};
-
 constexpr exit_page_t EXIT_PAGES[] = {
     {ACTION_PAGE_SLATE, "Orvik: On Slate page, requesting ", "orvik.SlateToSplash", PrintErr},
     {ACTION_PAGE_MAIN, "Orvik: On Main page, requesting ", "orvik.MainToSplash", PrintOut},
@@ -88,6 +80,10 @@ void sigUSR1_handler(int signo) {
   } else {
     WriteLine("unknown signal %ld received\n");
   }
+}
+
+std::span<const exit_page_t> ExitPages() {
+  return EXIT_PAGES;
 }
 
 void WaitForTermination(orvikData_t* data) {

@@ -16,8 +16,7 @@ constexpr std::chrono::seconds PACE(1);
 
 void LeaveSplashPage(orvikData_t* data) {
   if (data->hostSeen == 0 || data->running == 0 || CurrentPageId(data) != ACTION_PAGE_SPLASH) return;
-  PostEvent(data, "orvik.SplashToSlate");
-  PostEvent(data, "orvik.SplashToGauges");
+  for (const char* event : SPLASH_EVENTS) PostEvent(data, event);
 }
 
 void PostTimeOutEvent(orvikData_t* data) {

@@ -8,6 +8,8 @@ constexpr double HX7_LINKED = 1.0;
 constexpr double HX7_LOST = 2.0;
 // The tick without host traffic on which the link counts as lost; watchdogSeconds stays there.
 constexpr int WATCHDOG_LIMIT_SECONDS = 11;
+// What is posted on the splash page once the host is heard, in this order.
+constexpr const char* SPLASH_EVENTS[] = {"orvik.SplashToSlate", "orvik.SplashToGauges"};
 
 // Starts the thread, "HX7watchdog". Returns 0, or the error number of the failed start.
 int Init_Watchdog(orvikData_t* data);

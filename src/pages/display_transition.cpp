@@ -7,17 +7,6 @@
 
 namespace {
 
-// What a request says when the page shown is not the one that it starts from.
-enum class WrongPage { kSilent, kError, kErrorUnlessMain };
-
-struct transition_t {
-  const char* from;  // null: the request has no transition
-  const char* to;
-  int requiredPage;
-  const char* event;
-  WrongPage onWrongPage;
-};
-
 // The index is the request. Request 2 never had a transition of its own.
 constexpr transition_t TRANSITIONS[] = {
     {"WAD", "OPERATING", ACTION_PAGE_WAD, "orvik.WadToMain", WrongPage::kErrorUnlessMain},
@@ -28,6 +17,11 @@ constexpr transition_t TRANSITIONS[] = {
     {"SLATE", "CONFIG", ACTION_PAGE_SLATE, "orvik.SlateToConfig", WrongPage::kSilent},
     {"OPERATING", "WAD", ACTION_PAGE_MAIN, "orvik.MainToWad", WrongPage::kSilent},
     {"SLATE", "WAD", ACTION_PAGE_SLATE, "orvik.SlateToWAD", WrongPage::kSilent},
+};
+
+constexpr select_transition_t SELECT_TRANSITIONS[] = {
+    {true, ACTION_PAGE_MAIN, "orvik.MainToWad"},
+    {false, ACTION_PAGE_WAD, "orvik.WadToMain"},
 };
 
 const transition_t* FindTransition(int request) {
@@ -46,6 +40,14 @@ void RefuseTransition(const transition_t& transition, int pageId) {
 }
 
 }  // namespace
+
+std::span<const transition_t> DisplayTransitions() {
+  return TRANSITIONS;
+}
+
+std::span<const select_transition_t> SelectTransitions() {
+  return SELECT_TRANSITIONS;
+}
 
 void SetDisplayTransition(orvikData_t* data, int request) {
   const int pageId = CurrentPageId(data);
@@ -68,6 +70,7 @@ void SetDisplayTransition(orvikData_t* data, int request) {
 void SetSelectMode(orvikData_t* data, bool on) {
   data->selectMode = on ? 1 : 0;
   const int pageId = CurrentPageId(data);
-  if (on && pageId == ACTION_PAGE_MAIN) PostEvent(data, "orvik.MainToWad");
-  if (!on && pageId == ACTION_PAGE_WAD) PostEvent(data, "orvik.WadToMain");
+  for (const select_transition_t& transition : SELECT_TRANSITIONS) {
+    if (transition.on == on && transition.page == pageId) PostEvent(data, transition.event);
+  }
 }

@@ -1,7 +1,32 @@
 // Page changes that the host asks for.
 #pragma once
 
+#include <span>
+
 #include "core/orvik_data.h"
+
+// What a request says when the page shown is not the one that it starts from.
+enum class WrongPage { kSilent, kError, kErrorUnlessMain };
+
+struct transition_t {
+  const char* from;  // null: the request has no transition
+  const char* to;
+  int requiredPage;
+  const char* event;
+  WrongPage onWrongPage;
+};
+
+// The requests of the host; the index is the request.
+std::span<const transition_t> DisplayTransitions();
+
+struct select_transition_t {
+  bool on;
+  int page;
+  const char* event;
+};
+
+// Where select mode leads when it is set on or off.
+std::span<const select_transition_t> SelectTransitions();
 
 // Request 0 to 7 of the host's transition command: prints it and posts its event when the current page is the
 // one that it starts from. Request 2 has no transition and counts as undefined, like any other number. Parse

@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 
 #include "database/database_commands.h"
+#include "program/event_commands.h"
 #include "program/run.h"
 #include "program/run_folder.h"
 #include "program/status_command.h"
@@ -32,6 +33,12 @@ struct DatabaseArguments_t {
   std::string name;
   std::string value;
   std::string prefix;
+};
+
+struct EventArguments_t {
+  std::string config;
+  std::string name;
+  bool all = false;
 };
 
 void CheckBus(CLI::Option* option) {
@@ -117,6 +124,25 @@ void AddDatabase(CLI::App& app, DatabaseArguments_t& arguments, int& result) {
   });
 }
 
+void AddEvents(CLI::App& app, EventArguments_t& arguments, int& result) {
+  CLI::App* events = app.add_subcommand("events", "Post and watch what application and screen tell each other");
+  events->require_subcommand(1);
+  events->add_option("--config", arguments.config, "The configuration's folder");
+  const auto generic = [&] { return unit::FindConfig(arguments.config) + "/generic.xml"; };
+  CLI::App* list = events->add_subcommand("list", "Print the names of all, or of those with a prefix");
+  list->add_option("PREFIX", arguments.name);
+  list->callback([&, generic] { result = unit::ListEvents(generic(), arguments.name); });
+  CLI::App* post = events->add_subcommand("post", "Post an event or an action; its name may be shortened");
+  post->add_option("NAME", arguments.name)->required();
+  post->callback([&, generic] { result = unit::PostEvent(generic(), arguments.name); });
+  CLI::App* watch = events->add_subcommand("watch", "Print them as they are posted, until Ctrl-C");
+  watch->add_flag("--all", arguments.all, "Heartbeats and repetitions too");
+  watch->callback([&, generic] {
+    unit::BlockStopSignals();
+    result = unit::WatchEvents(generic(), arguments.all, [](auto time) { return !unit::StopRequested(time); });
+  });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -132,6 +158,8 @@ int main(int argc, char** argv) {
     result = unit::ShowStatus();
   });
   AddDatabase(app, database, result);
+  EventArguments_t events;
+  AddEvents(app, events, result);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -221,6 +221,12 @@ void ReadPageElement(page_t& page, pugi::xml_node root) {
     if (event.empty() || target.empty()) throw std::runtime_error("a transition needs event and page");
     page.transitions.emplace(event, target);
   }
+  for (const pugi::xml_node& notice : described.children("notice")) {
+    const std::string variable = notice.attribute("var").value();
+    const std::string action = notice.attribute("action").value();
+    if (variable.empty() || action.empty()) throw std::runtime_error("a notice needs var and action");
+    page.notices.emplace(variable, action);
+  }
 }
 
 page_t ReadPage(const fs::path& file, const std::set<std::string>& widgets) {

@@ -63,6 +63,7 @@ struct page_t {
   std::string title;
   int order = 0;                                   // the page of the lowest order is shown first
   std::map<std::string, std::string> transitions;  // event name to page name
+  std::map<std::string, std::string> notices;      // variable to the action posted when its value changes
   std::unique_ptr<pugi::xml_document> document;
   std::vector<live_element_t> elements;
   pugi::xml_node compositor;  // null when the page has no layer of drawings

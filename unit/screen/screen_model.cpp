@@ -107,9 +107,16 @@ void ScreenModel::SetVariable(const std::string& name, variable_value_t value) {
   if (value && !std::isfinite(*value)) value.reset();
   variable_value_t& kept = variables_[name];
   if (kept == value) return;
+  // The first value that is heard of is no change.
+  if (kept) NoteChange(name);
   kept = value;
   changedVariables_.insert(name);
   RefreshVariable(name);
+}
+
+void ScreenModel::NoteChange(const std::string& variable) {
+  const auto notice = page_->notices.find(variable);
+  if (notice != page_->notices.end() && notices_.size() < MAX_NOTICES) notices_.push_back(notice->second);
 }
 
 void ScreenModel::SetDataState(data_state_t state) {

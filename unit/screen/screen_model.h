@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "screen/drawing.h"
@@ -61,6 +62,9 @@ class ScreenModel {
   void SetDataState(data_state_t state);
   // Follows the transition that the page shown has for the event. True when the page changed.
   bool HandleEvent(std::uint32_t number);
+  // The actions that changed values call for by the page shown, oldest first; at most MAX_NOTICES are kept.
+  std::vector<std::string> TakeNotices() { return std::exchange(notices_, {}); }
+  bool HasNotices() const { return !notices_.empty(); }
   void SetDrawing(drawing_t drawing);
   // The pictures that drawings use, by their ids, as definitions of every page.
   void SetPictures(drawing_t pictures);
@@ -80,10 +84,12 @@ class ScreenModel {
   const screen_counters_t& Counters() const { return counters_; }
 
   static constexpr std::size_t MAX_PENDING = 4096;
+  static constexpr std::size_t MAX_NOTICES = 64;
 
  private:
   void Apply(const screen_command_t& command);
   void ShowPage(const std::string& name);
+  void NoteChange(const std::string& variable);
   void RefreshAll();
   void Refresh(std::size_t index);
   void RefreshWidget(const std::string& name);
@@ -101,6 +107,7 @@ class ScreenModel {
   std::map<std::int32_t, widget_t> widgets_;  // by handle
   std::map<std::string, variable_value_t> variables_;
   std::vector<screen_command_t> pending_;
+  std::vector<std::string> notices_;
   std::vector<element_view_t> views_;  // of the page's elements
   drawing_t drawing_, pictures_;
 

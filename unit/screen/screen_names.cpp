@@ -4,6 +4,8 @@
 
 #include <pugixml.hpp>
 
+#include "platform/byte_order.h"
+
 namespace unit {
 
 screen_names_t LoadScreenNames(const std::string& genericFile) {
@@ -30,6 +32,13 @@ screen_names_t LoadScreenNames(const std::string& genericFile) {
     names.variables.emplace(node.attribute("name").value(), node.attribute("var").value());
   }
   return names;
+}
+
+std::array<std::uint8_t, 8> ActionMessage(int channel, std::uint32_t action) {
+  std::array<std::uint8_t, 8> message{};
+  platform::StoreLe32(message, 0, static_cast<std::uint32_t>(channel));
+  platform::StoreLe32(message, 4, action);
+  return message;
 }
 
 std::set<std::string> WidgetNames(const screen_names_t& names) {

@@ -1,6 +1,7 @@
 // The names and numbers of the generic configuration that the screen service needs.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <set>
@@ -18,6 +19,10 @@ struct screen_names_t {
 
 // Throws std::runtime_error with the file's name when it cannot be read.
 screen_names_t LoadScreenNames(const std::string& genericFile);
+
+// What the action channel carries: the number of the channel itself, then the action, 32 bits each,
+// little-endian.
+std::array<std::uint8_t, 8> ActionMessage(int channel, std::uint32_t action);
 
 std::set<std::string> WidgetNames(const screen_names_t& names);
 

@@ -122,6 +122,9 @@ void ScreenWorker::TakeVariable(std::span<const std::uint8_t> payload) {
   if (found == variablesByHandle_.end()) return;
   for (const std::string& name : found->second)
     model_.SetVariable(name, platform::LoadLeDouble(payload, VALUE_AT));
+  if (!model_.HasNotices()) return;
+  wake_ = true;
+  wakePace_.notify_all();
 }
 
 // The mutex is held.
@@ -201,7 +204,8 @@ void ScreenWorker::Step(clock_t::time_point now) {
   }
   UpdateDataState(now);
   ReloadDesign(now);
-  PostAction(now);
+  PostPage(now);
+  PostNotices();
   PublishChange();
 }
 
@@ -229,23 +233,29 @@ void ScreenWorker::PublishChange() {
   link_.Publish(SCREEN_CHANGES_CHANNEL_NAME, FormatChange(change, NM_PAYLOAD_SIZE));
 }
 
+bool ScreenWorker::PostAction(const std::string& action) {
+  const screen_names_t& names = model_.Names();  // constant
+  const auto number = names.actions.find(action);
+  if (number == names.actions.end() || names.actionChannel.empty()) return false;
+  const int channel = link_.NumberOf(names.actionChannel.c_str());
+  return channel >= 0 && link_.Publish(names.actionChannel.c_str(), ActionMessage(channel, number->second));
+}
+
 // Once a second too, so that an application that starts late, or again, finds its page.
-void ScreenWorker::PostAction(clock_t::time_point now) {
+void ScreenWorker::PostPage(clock_t::time_point now) {
   std::unique_lock lock(mutex_);
   const std::string action = model_.Page().action;
   lock.unlock();
-  if (action == postedAction_ && now < nextPost_) return;
-  const screen_names_t& names = model_.Names();  // constant
-  const auto number = names.actions.find(action);
-  if (number == names.actions.end() || names.actionChannel.empty()) return;
-  const int channel = link_.NumberOf(names.actionChannel.c_str());
-  if (channel < 0) return;
-  std::array<std::uint8_t, 8> message{};
-  platform::StoreLe32(message, 0, static_cast<std::uint32_t>(channel));
-  platform::StoreLe32(message, 4, number->second);
-  if (!link_.Publish(names.actionChannel.c_str(), message)) return;
+  if ((action == postedAction_ && now < nextPost_) || !PostAction(action)) return;
   postedAction_ = action;
   nextPost_ = now + POST_PERIOD;
+}
+
+void ScreenWorker::PostNotices() {
+  std::unique_lock lock(mutex_);
+  const std::vector<std::string> actions = model_.TakeNotices();
+  lock.unlock();
+  for (const std::string& action : actions) PostAction(action);
 }
 
 void ScreenWorker::ReloadDesign(clock_t::time_point now) {

@@ -63,7 +63,9 @@ class ScreenWorker {
   void ApplyOverdue(clock_t::time_point now);
   void UpdateDataState(clock_t::time_point now);
   void PublishChange();
-  void PostAction(clock_t::time_point now);
+  bool PostAction(const std::string& action);
+  void PostPage(clock_t::time_point now);
+  void PostNotices();
   void ReloadDesign(clock_t::time_point now);
   void ReadVariables();
   void Report(LineLimiter& limiter, const std::string& what);

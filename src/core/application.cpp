@@ -1,0 +1,56 @@
+#include "core/application.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <thread>
+
+#include <unistd.h>
+
+#include "core/console.h"
+#include "core/startup.h"
+
+namespace {
+
+// SIGUSR1 stays pending until main waits for it, so that none is missed; workers never see it. A console that
+// is gone must not end the display.
+void PrepareSignals() {
+  sigset_t terminate;
+  sigemptyset(&terminate);
+  sigaddset(&terminate, SIGUSR1);
+  pthread_sigmask(SIG_BLOCK, &terminate, nullptr);
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+}
+
+void StartUp(const std::string& path, orvikData_t* data) {
+  ReadConfiguration(path, data);
+  ConnectNotifications(data);
+  StartWorkers(data);
+  PassStartBarrier(data);
+  FinishStartUp(data);
+}
+
+void SayGoodbye() {
+  PrintOut("Orvik: Main EXIT");
+  std::this_thread::sleep_for(std::chrono::seconds{1});
+}
+
+}  // namespace
+
+int RunApplication(orvikData_t* data, const std::vector<std::string>& arguments) {
+  PrepareSignals();
+  orvikStop = 0;
+  BeginStartUp();
+  const std::string path = CheckArguments(arguments);
+  if (path.empty()) return EXIT_BAD_CALL;
+  StartUp(path, data);
+  WaitForTermination(data);
+  const bool stopped = StopWorkers(data);
+  SayGoodbye();
+  if (!stopped) {
+    // A thread that hangs still holds the record: the process ends under it, and nothing is taken apart before.
+    static_cast<void>(std::fflush(nullptr));
+    _exit(EXIT_ORDERLY);
+  }
+  return EXIT_ORDERLY;
+}

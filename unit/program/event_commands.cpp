@@ -1,0 +1,136 @@
+#include "program/event_commands.h"
+
+#include <algorithm>
+#include <array>
+#include <iostream>
+#include <map>
+#include <vector>
+
+#include "platform/byte_order.h"
+
+#include "database/database_commands.h"
+#include "health/notify_link.h"
+#include "health/subscriber.h"
+#include "screen/screen_names.h"
+
+namespace unit {
+namespace {
+
+constexpr std::chrono::milliseconds WATCH_PERIOD{200};
+
+enum class kind_t { kEvent, kAction };
+
+struct notice_t {
+  kind_t kind;
+  std::uint32_t number;
+};
+using notices_t = std::map<std::string, notice_t>;  // by name
+
+notices_t CollectNotices(const screen_names_t& names) {
+  notices_t notices;
+  for (const auto& [number, name] : names.events) notices.emplace(name, notice_t{kind_t::kEvent, number});
+  for (const auto& [name, number] : names.actions) notices.emplace(name, notice_t{kind_t::kAction, number});
+  return notices;
+}
+
+const char* KindName(kind_t kind) {
+  return kind == kind_t::kEvent ? "event " : "action";
+}
+
+int SayNobodyListens() {
+  std::cerr << "unit events: no notification manager here. Start one with \"unit run\", or set "
+               "ORVIK_RUNTIME_DIR to the folder of the running unit.\n";
+  return 1;
+}
+
+// The one that a (shortened) name means; says so when there is none or more than one.
+notices_t::const_iterator Complete(const notices_t& notices, const std::string& name) {
+  std::vector<std::string> all;
+  for (const auto& entry : notices) all.push_back(entry.first);
+  const auto candidates = FindCandidates(all, name);
+  if (candidates.size() == 1) return notices.find(std::string(candidates[0]));
+  std::cerr << "unit events: \"" << name << "\" is " << (candidates.empty() ? "no" : "more than one")
+            << " event or action; \"unit events list\" shows all.\n";
+  return notices.end();
+}
+
+bool Publish(const screen_names_t& names, const notice_t& notice) {
+  NotifyLink link;
+  if (notice.kind == kind_t::kEvent) {
+    std::array<std::uint8_t, 4> message{};
+    platform::StoreLe32(message, 0, notice.number);
+    return link.Publish(names.eventChannel.c_str(), message);
+  }
+  const int channel = link.NumberOf(names.actionChannel.c_str());
+  if (channel < 0) return false;
+  return link.Publish(names.actionChannel.c_str(), ActionMessage(channel, notice.number));
+}
+
+// Turns messages of the two channels into lines.
+class NoticePrinter {
+ public:
+  NoticePrinter(const screen_names_t& names, bool all) : all_(all) {
+    for (const auto& [name, notice] : CollectNotices(names)) {
+      names_[static_cast<std::size_t>(notice.kind)].emplace(notice.number, name);
+    }
+  }
+
+  void Take(kind_t kind, std::span<const std::uint8_t> payload) {
+    const std::size_t numberAt = kind == kind_t::kEvent ? 0 : 4;
+    if (payload.size() != numberAt + 4) return;
+    const std::uint32_t number = platform::LoadLe32(payload, numberAt);
+    const auto& known = names_[static_cast<std::size_t>(kind)];
+    const auto found = known.find(number);
+    const std::string name = found == known.end() ? std::to_string(number) : found->second;
+    if (all_ || !IsRoutine(kind, name)) std::cout << KindName(kind) << ' ' << name << std::endl;
+  }
+
+ private:
+  bool IsRoutine(kind_t kind, const std::string& name) {
+    if (kind == kind_t::kEvent) return name.ends_with("HeartbeatEvent");
+    const bool repeated = name == lastAction_ && name.starts_with("Page.");
+    lastAction_ = name;
+    return repeated;
+  }
+
+  const bool all_;
+  std::array<std::map<std::uint32_t, std::string>, 2> names_;  // by kind and number
+  std::string lastAction_;
+};
+
+}  // namespace
+
+int ListEvents(const std::string& genericFile, const std::string& prefix) {
+  for (const auto& [name, notice] : CollectNotices(LoadScreenNames(genericFile))) {
+    if (name.starts_with(prefix)) std::cout << KindName(notice.kind) << ' ' << name << '\n';
+  }
+  return 0;
+}
+
+int PostEvent(const std::string& genericFile, const std::string& name) {
+  const screen_names_t names = LoadScreenNames(genericFile);
+  const notices_t notices = CollectNotices(names);
+  const auto found = Complete(notices, name);
+  if (found == notices.end()) return 1;
+  if (!Publish(names, found->second)) return SayNobodyListens();
+  std::cout << KindName(found->second.kind) << ' ' << found->first << '\n';
+  return 0;
+}
+
+int WatchEvents(const std::string& genericFile, bool all,
+                const std::function<bool(std::chrono::milliseconds)>& pause) {
+  const screen_names_t names = LoadScreenNames(genericFile);
+  if (!ConnectToManager()) return SayNobodyListens();
+  NoticePrinter printer(names, all);
+  const Subscriber subscriber(
+      {names.eventChannel, names.actionChannel},
+      [&printer](std::size_t channel, std::span<const std::uint8_t> payload) {
+        printer.Take(channel == 0 ? kind_t::kEvent : kind_t::kAction, payload);
+      },
+      [] { std::cerr << "unit events: watching; Ctrl-C ends it." << std::endl; });
+  while (pause(WATCH_PERIOD)) {
+  }
+  return 0;
+}
+
+}  // namespace unit
