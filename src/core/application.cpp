@@ -12,16 +12,6 @@
 
 namespace {
 
-// SIGUSR1 stays pending until main waits for it, so that none is missed; workers never see it. A console that
-// is gone must not end the display.
-void PrepareSignals() {
-  sigset_t terminate;
-  sigemptyset(&terminate);
-  sigaddset(&terminate, SIGUSR1);
-  pthread_sigmask(SIG_BLOCK, &terminate, nullptr);
-  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
-}
-
 void StartUp(const std::string& path, orvikData_t* data) {
   ReadConfiguration(path, data);
   ConnectNotifications(data);
@@ -37,8 +27,16 @@ void SayGoodbye() {
 
 }  // namespace
 
+// Workers never see SIGUSR1, and none is missed. A console that is gone must not end the display.
+void PrepareSignals() {
+  sigset_t terminate;
+  sigemptyset(&terminate);
+  sigaddset(&terminate, SIGUSR1);
+  pthread_sigmask(SIG_BLOCK, &terminate, nullptr);
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+}
+
 int RunApplication(orvikData_t* data, const std::vector<std::string>& arguments) {
-  PrepareSignals();
   orvikStop = 0;
   BeginStartUp();
   const std::string path = CheckArguments(arguments);

@@ -15,7 +15,8 @@ using Node = PREF::Reader::Node;
 
 // The first of two equal names keeps its value.
 void ReadNamedId(Node& node, name_map_t& ids) {
-  ids.emplace(node.getAttributeString("name"), node.getAttributeInt("id"));
+  const std::string name = node.getAttributeString("name");
+  ids.emplace(name, node.getAttributeInt("id"));
 }
 
 void ReadActionsChannel(Node& node, orvikData_t* data) {

@@ -3,6 +3,7 @@
 #include "core/application.h"
 
 int main(int argc, char* argv[]) {
+  PrepareSignals();
   orvikData_t data;
   return RunApplication(&data, {argv, argv + argc});
 }

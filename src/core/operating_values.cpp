@@ -57,12 +57,13 @@ void Store(PlainWord_t<Value>& word, unsigned handle, Value value) {
 
 }  // namespace
 
+// The sums with 0.0 make no difference but to a negative zero, which the database would take for a change.
 void SetCapacity(orvikData_t* data, double value) {
-  Store(data->capacity, data->variables.capacity, HUNDRED * std::trunc(value / HUNDRED));
+  Store(data->capacity, data->variables.capacity, HUNDRED * std::trunc(value / HUNDRED) + 0.0);
 }
 
 void SetLoad(orvikData_t* data, double value) {
-  Store(data->load, data->variables.load, HUNDRED * std::trunc((value + HUNDRED / 2) / HUNDRED));
+  Store(data->load, data->variables.load, HUNDRED * std::trunc((value + HUNDRED / 2) / HUNDRED) + 0.0);
 }
 
 void SetRadius(orvikData_t* data, double value) {

@@ -152,8 +152,9 @@ struct orvikData_t {
   std::vector<DecapData_t> decapWork;
   KeyQueue_t keyData;
   PlainWord_t<std::int16_t> lastKey;
-  PlainWord_t<std::uint32_t> canPacketsDropped;  // frames refused by a full canPackets
-  PlainWord_t<std::uint32_t> decapDataDropped;   // messages refused by a full decapData
+  PlainWord_t<std::int16_t>& lastKeyAdded = lastKey;  // as the key-state reply calls it
+  PlainWord_t<std::uint32_t> canPacketsDropped;       // frames refused by a full canPackets
+  PlainWord_t<std::uint32_t> decapDataDropped;        // messages refused by a full decapData
 
   // --- Versions.
   std::string loaderVersion, osVersion, appVersion;
@@ -166,6 +167,7 @@ struct orvikData_t {
   PlainWord_t<const Page_t*> currentPage{nullptr};
   std::array<PlainWord_t<std::uint32_t>, HOST_KEYS> keyMasks;  // the mask words of the host key map
   PlainWord_t<std::uint8_t> lastPressedEvent;
+  PlainWord_t<const char*> lastPressedEventName{""};  // an entry of EVENT_ID_NAMES
   PlainWord_t<int> selectMode;
   PlainWord_t<int>
       splashShown;  // set by the action channel with each splash page, cleared by whoever waits for one
@@ -191,6 +193,7 @@ struct orvikData_t {
 
   // --- Display and device settings.
   PlainWord_t<int> lcdRows, lcdColumns, lcdSize;
+  PlainWord_t<int>& lcdCells = lcdSize;  // as the bounds of the text commands call it
   PlainWord_t<std::uint32_t> spaceChar, blankChar, underscoreChar, validNonPrintableChar,
       invalidNonPrintableChar;
   PlainWord_t<int> expandFullWidth;
@@ -211,6 +214,9 @@ struct orvikData_t {
   // --- Countdown words, in units of 10 ms: the keypad scanner's debounce counters, lowered by the timer
   // thread.
   std::array<PlainWord_t<std::int32_t>, 9> countdown;
+  PlainWord_t<std::int32_t>&countdown1 = countdown[0], &countdown2 = countdown[1], &countdown3 = countdown[2];
+  PlainWord_t<std::int32_t>&countdown4 = countdown[3], &countdown5 = countdown[4], &countdown6 = countdown[5];
+  PlainWord_t<std::int32_t>&countdown7 = countdown[6], &countdown8 = countdown[7], &countdown9 = countdown[8];
 
   // --- Presentation. Clients are made anew at each initialisation; the earlier ones stay until the record
   // ends, since another thread may still be using one.

@@ -3,9 +3,9 @@
 
 #include <atomic>
 
-// Reads and writes like the plain T that it holds. The accesses are relaxed atomics: no thread ever sees half a
-// value, and nothing may be concluded from one word about another. Counting up is not atomic as a whole; a word
-// has one writer, or a lost update must not matter.
+// Reads and writes like the plain T that it holds. No thread ever sees half a value, and who has read a
+// word sees what its writer wrote before (release stores, acquire loads). Counting up is not atomic as a whole;
+// a word has one writer, or a lost update must not matter.
 template <class T>
 class PlainWord_t {
  public:
@@ -25,6 +25,8 @@ class PlainWord_t {
 
   T Load() const { return value_.load(std::memory_order_acquire); }
   void Store(T value) { value_.store(value, std::memory_order_release); }
+  // Stores `to` unless another thread has stored something else since `from` was read.
+  bool Replace(T from, T to) { return value_.compare_exchange_strong(from, to, std::memory_order_acq_rel); }
 
  private:
   std::atomic<T> value_{};

@@ -20,7 +20,7 @@ constexpr int VALUE_ATTRIBUTE = SCREEN_TEXT_RIGHT;
 struct value_display_t {
   double previousRaw = NEVER;
   double previousRounded = NEVER;
-  TextWidget_t widget;
+  TextWidget_t previousStr;
 };
 
 // The integer part as an unsigned word holds it: nothing below 0, nothing above its range; NaN stays.
@@ -67,7 +67,7 @@ void DisplayValue(orvikData_t* data, value_display_t& display, const value_forma
   display.previousRounded = rounded;
   char text[8];
   FormatValue(format, value, text);
-  display.widget.Show(data, text, VALUE_ATTRIBUTE, mainHandle, wadHandle);
+  display.previousStr.Show(data, text, VALUE_ATTRIBUTE, mainHandle, wadHandle);
 }
 
 constexpr std::array<std::string_view, 7> SWING_MODES = {"", "FRONT", "REAR", "SIDE", "360", "-N/A-", "F-ARC"};
@@ -105,7 +105,7 @@ unit_texts_t UnitTexts(const orvikData_t* data) {
 
 // Of the dispatcher's thread.
 value_display_t capacityDisplay, loadDisplay, extensionDisplay, angleDisplay, radiusDisplay;
-TextWidget_t unitsWeightWidget, unitsDistanceWidget, swingWidget;
+TextWidget_t unitsWeightPreviousStr, unitsDistancePreviousStr, swingPreviousStr;
 
 }  // namespace
 
@@ -159,12 +159,12 @@ void DisplayRadius(orvikData_t* data) {
 void DisplayUnits(orvikData_t* data) {
   const unit_texts_t texts = UnitTexts(data);
   const gauge_handles_t& gauges = data->gauges;
-  unitsWeightWidget.Show(data, std::string(texts.weight), SCREEN_TEXT_CENTER, gauges.unitsWeight,
-                         gauges.wadUnitsWeight);
-  unitsDistanceWidget.Show(data, std::string(texts.distance), SCREEN_TEXT_LEFT, gauges.unitsDistance,
-                           gauges.wadUnitsDistance);
+  unitsWeightPreviousStr.Show(data, std::string(texts.weight), SCREEN_TEXT_CENTER, gauges.unitsWeight,
+                              gauges.wadUnitsWeight);
+  unitsDistancePreviousStr.Show(data, std::string(texts.distance), SCREEN_TEXT_LEFT, gauges.unitsDistance,
+                                gauges.wadUnitsDistance);
 }
 
 void DisplaySwing(orvikData_t* data) {
-  swingWidget.Show(data, SwingText(data), VALUE_ATTRIBUTE, data->gauges.swing, data->gauges.wadSwing);
+  swingPreviousStr.Show(data, SwingText(data), VALUE_ATTRIBUTE, data->gauges.swing, data->gauges.wadSwing);
 }

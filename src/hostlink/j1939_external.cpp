@@ -103,6 +103,7 @@ int J1939External::ExternalStandardCAN::CheckRxPacket(const void* frame) {
   const bool hasLength = packet.dlc >= 1 && packet.dlc <= FRAME_SIZE;
   std::array<char, J1939_MESSAGE_SIZE> message{};
   sendMsg(packet.canID, hasLength ? packet.dlc : FRAME_SIZE, DELIVERY_PORT, packet.data.data(), message.data());
+  std::copy(packet.data.begin(), packet.data.end(), message.begin() + J1939_DATA_AT);  // always all eight
   lastResult_ = client_.sendMsg(found->second.channel, message.data(), static_cast<int>(message.size()));
   return 0;
 }

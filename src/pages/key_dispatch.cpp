@@ -17,6 +17,7 @@ constexpr int INFO_REPORT = 0xFF;
 
 void ReportPress(orvikData_t* data, const Pkey_t& key) {
   data->lastPressedEvent = key.event;
+  data->lastPressedEventName = EventName(key.event).data();
   SetQMT740KeyPressed(data, key.targetKey);
   if (key.targetKey == INFO_KEY) data->keyReport2 = INFO_REPORT;
 }

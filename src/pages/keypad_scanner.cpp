@@ -41,9 +41,10 @@ constexpr std::uint16_t COLUMNS = 0x0F00;
 // One column low at a time, the highest first.
 struct strobe_t {
   std::uint16_t data;
-  std::size_t column;
+  const layout_t* layout;
 };
-constexpr strobe_t STROBES[] = {{0xF7FF, 3}, {0xFBFF, 2}, {0xFDFF, 1}, {0xFEFF, 0}};
+constexpr strobe_t STROBES[] = {
+    {0xF7FF, &keypad_layout3}, {0xFBFF, &keypad_layout2}, {0xFDFF, &keypad_layout1}, {0xFEFF, &keypad_layout}};
 
 constexpr microseconds SETTLE{50};
 constexpr milliseconds CYCLE_PAUSE{1};
@@ -93,7 +94,7 @@ std::uint16_t ReadColumn(std::uintptr_t port, const strobe_t& strobe) {
   out16(port + DATA, strobe.data);
   std::this_thread::sleep_for(SETTLE);
   const std::uint16_t rows = in16(port + DATA) & ROWS;
-  return rows == ROWS ? std::uint16_t{0} : keypad_layouts[strobe.column][rows];
+  return rows == ROWS ? std::uint16_t{0} : (*strobe.layout)[rows];
 }
 
 void DebounceButton(std::size_t button, PlainWord_t<std::int32_t>& counter) {
@@ -123,7 +124,10 @@ void ScanOnce(orvikData_t* data, std::uintptr_t port) {
 
 }  // namespace
 
-const std::array<layout_t, 4> keypad_layouts = {LayoutOf(0), LayoutOf(1), LayoutOf(2), LayoutOf(3)};
+const layout_t keypad_layout = LayoutOf(0);
+const layout_t keypad_layout1 = LayoutOf(1);
+const layout_t keypad_layout2 = LayoutOf(2);
+const layout_t keypad_layout3 = LayoutOf(3);
 
 void ResetScanner(orvikData_t* data) {
   ScanState = 0;

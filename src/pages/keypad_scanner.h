@@ -26,7 +26,7 @@ constexpr std::int32_t RELEASE_TICKS = 6;
 // Scan code bits for the row pattern (four bits, active low) of columns 0 to 3. Column n is driven by bit 8 + n
 // of the port's data register; its rows make up digit n of the scan code.
 using layout_t = std::array<std::uint16_t, 16>;
-extern const std::array<layout_t, 4> keypad_layouts;
+extern const layout_t keypad_layout, keypad_layout1, keypad_layout2, keypad_layout3;
 
 // Starts the thread "Key Pad Scanner"; 0 on success, else an error number.
 int Init_KeyPad(orvikData_t* data);

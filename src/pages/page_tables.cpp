@@ -181,9 +181,8 @@ void DispatchPage(orvikData_t* data, const Page_t* page, unsigned char platformK
     PrintErr("ERROR! " + name + " page has no keys assigned to it");
     return;
   }
-  const auto found = std::find_if(page->keys.begin(), page->keys.end(), [platformKey](const Pkey_t& key) {
-    return key.platformKey != 0 && key.platformKey == platformKey;
-  });
+  const auto found = std::find_if(page->keys.begin(), page->keys.end(),
+                                  [platformKey](const Pkey_t& key) { return key.platformKey == platformKey; });
   if (found == page->keys.end()) {
     PrintOut("NOTE.  Platform key code " + std::to_string(platformKey) + " has no function on the " + name +
              " page");

@@ -53,14 +53,16 @@ std::size_t AppendRepaired(std::string_view rest, std::string& repaired) {
     repaired.append(FULLWIDTH_QUESTION_MARK_OCTET);
     return 1;
   }
-  if (lead.length > rest.size()) {
+  const std::size_t following = CountContinuations(rest.substr(1));
+  const bool tooShort = lead.length > rest.size();
+  if (tooShort && following == rest.size() - 1) {
     // Two marks for a sequence that the end cuts off: hosts rely on seeing that the text was cut.
     repaired.append(FULLWIDTH_QUESTION_MARK_OCTET).append(FULLWIDTH_QUESTION_MARK_OCTET);
     return 1;
   }
-  if (!IsWellFormed(rest.substr(0, lead.length), lead)) {
+  if (tooShort || !IsWellFormed(rest.substr(0, lead.length), lead)) {
     repaired.append(FULLWIDTH_QUESTION_MARK_OCTET);
-    return 1 + CountContinuations(rest.substr(1));
+    return 1 + following;
   }
   repaired.append(rest.substr(0, lead.length));
   return lead.length;

@@ -27,6 +27,7 @@ std::atomic<void*> DBSHM::dbshmSharedMemory{nullptr};
 int DBSHM::dbshmFd = -1;
 int DBSHM::dbshmId = -1;
 std::map<std::string, unsigned> DBSHM::dbshmParameterMap;
+pthread_t DBSHM::eventThread{};
 
 namespace {
 

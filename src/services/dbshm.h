@@ -121,4 +121,5 @@ class DBSHM {
   static int dbshmFd;
   static int dbshmId;  // connection to the owner's channel
   static std::map<std::string, unsigned> dbshmParameterMap;
+  static pthread_t eventThread;  // of an owner that serves the change pulses; a client has none
 };

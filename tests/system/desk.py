@@ -120,13 +120,20 @@ class Bus:
         for frame in cut(message):
             self.send(HOST_ID, frame)
 
-    def receive(self, seconds=5.0):
-        """The display's next frame."""
+    def receive_any(self, seconds=5.0):
+        """The next frame, whosever it is: identifier and data."""
         self.socket.settimeout(seconds * PATIENCE)
         while True:
             words = self._message()
-            if words[0] == "frame" and int(words[1], 16) == DISPLAY_ID:
-                return bytes.fromhex("".join(words[3:]))
+            if words[0] == "frame":
+                return int(words[1], 16), bytes.fromhex("".join(words[3:]))
+
+    def receive(self, seconds=5.0):
+        """The display's next frame."""
+        while True:
+            identifier, data = self.receive_any(seconds)
+            if identifier == DISPLAY_ID:
+                return data
 
     def ask(self, message, frames=1):
         self.send_message(message)
@@ -163,11 +170,12 @@ def cmd5(*fields):
 class Desk:
     """A unit in a runtime directory of its own, with free ports."""
 
-    def __init__(self, *options, orvik=True, **environment):
+    def __init__(self, *options, orvik=True, program="orvik", **environment):
         self.directory = tempfile.TemporaryDirectory(prefix="orvik-test-")
         self.runtime = pathlib.Path(self.directory.name) / "run"
         self.processes = []
         self.environment = environment
+        self.program = BIN / program
         self.unit = self.start_unit(*options)
         self.orvik = self.start_orvik() if orvik else None
 
@@ -187,7 +195,7 @@ class Desk:
         return None
 
     def start_orvik(self, *arguments):
-        orvik = self.start(BIN / "orvik", *(arguments or [CONFIG / "generic.xml"]))
+        orvik = self.start(self.program, *(arguments or [CONFIG / "generic.xml"]))
         orvik.wait_line("Orvik: System Up", seconds=20)
         return orvik
 
@@ -233,6 +241,55 @@ class Desk:
 
     def bus(self):
         return Bus(self.address("socketcand"))
+
+    def key(self, number, down):
+        body = json.dumps({"down": down})
+        status, answer = self.request("POST", f"/api/keys/{number}", body)
+        assert status == 200, (number, status, answer)
+
+    @contextlib.contextmanager
+    def held(self, *keys):
+        for key in keys:
+            self.key(key, True)
+        yield
+        for key in keys:
+            self.key(key, False)
+
+    def press(self, *keys):
+        """A press and a release, each as long as a finger's."""
+        with self.held(*keys):
+            time.sleep(0.12 * PATIENCE)
+        time.sleep(0.15 * PATIENCE)
+
+    def beeps(self):
+        return self.get("/api/board")["beeper"]["pulses"]
+
+    def post(self, name):
+        status, _, errors = self.run(BIN / "unit", "events", "--config", CONFIG, "post", name)
+        assert status == 0, errors
+
+    def page_of_orvik(self, bus):
+        """The page that the application takes for the current one."""
+        question = "undefined transition request 99 while on Page."
+        asked = sum(question in line for line in self.orvik.err)
+        bus.send_message([7, 15, 99])
+        line = self.orvik.wait_line(question, self.orvik.err, count=asked + 1)[-1]
+        return line.split()[-2].removeprefix("Page.")
+
+    def move_to(self, page, bus):
+        """Brings screen and application from whichever page to this one, by events and a host that is heard."""
+        to_main = {"Slate": "orvik.SlateToMain", "Wad": "orvik.WadToMain", "Config": "orvik.ConfigToMain",
+                   "Dials": "orvik.DialsToMain"}
+        from_main = {"Splash": "orvik.MainToSplash", "Slate": "orvik.MainToSplash", "Wad": "orvik.MainToWad",
+                     "Config": "orvik.MainToConfig", "Dials": "orvik.MainToDials"}
+        while (shown := self.screen()["page"]) != page:
+            if shown == "Splash":
+                bus.send_message([8, 1])
+            else:
+                self.post(from_main[page] if shown == "Main" else to_main[shown])
+            wait_for(lambda: self.screen()["page"] != shown, f"another page than {shown}")
+        if page != "Splash":  # where asking would end it
+            wait_for(lambda: self.page_of_orvik(bus) == page, f"the application's page {page}")
 
     def go_to(self, page, bus=None):
         """Brings the screen from its start to a page by the host's requests."""

@@ -48,7 +48,8 @@ TEST(FixUTF8String, MarksEachIllFormedSequence) {
       {"cut after its only byte", "a\xC3", "a??"},
       {"cut after its second byte of three", "a\xE4\xB8", "a???"},
       {"cut after its third byte of four", "a\xF0\x9F\x98", "a????"},
-      {"cut by the end although it cannot follow", "\xE4"s + "A", "??A"},
+      {"a byte that does not follow, near the end", "\xE4"s + "A", "?A"},
+      {"the same behind a continuation", "\xF0\x80"s + "A", "?A"},
   };
   for (const Repair_t& repair : repairs) {
     std::string text = repair.text;
