@@ -138,6 +138,7 @@ int ControlPwm(board_state_t& board, int command, const void* data, std::size_t 
     }
     std::uint32_t value = 1;
     if (bytes > 0) std::memcpy(&value, data, sizeof value);
+    Count(board.pwmCommands);
     Set(board.*known.word, board.pwmChanges, value);
     return 0;
   }

@@ -1,6 +1,7 @@
 """A whole desk for a test: the unit, the application and stations on the bus, all real processes."""
 
 import contextlib
+import ctypes
 import http.client
 import json
 import os
@@ -82,6 +83,30 @@ class Process:
     def dump(self):
         print(f"--- {self.name} (exit {self.child.poll()}), standard output:", *self.out[-80:], sep="\n")
         print(f"--- {self.name}, standard error:", *self.err[-80:], sep="\n")
+
+
+LIBC = ctypes.CDLL(None, use_errno=True)
+PTRACE_SEIZE, PTRACE_INTERRUPT, PTRACE_DETACH, WAIT_ALL = 0x4206, 0x4207, 17, 0x40000000
+
+
+def trace(request, thread):
+    if LIBC.ptrace(request, thread, None, None) != 0:
+        raise OSError(ctypes.get_errno(), f"ptrace {request:#x} of thread {thread}")
+
+
+@contextlib.contextmanager
+def frozen_thread(process, name):
+    """Halts one thread of a process, as if it hung."""
+    tasks = pathlib.Path(f"/proc/{process.child.pid}/task")
+    thread = next(int(task.name) for task in tasks.iterdir() if (task / "comm").read_text().strip() == name)
+    trace(PTRACE_SEIZE, thread)
+    trace(PTRACE_INTERRUPT, thread)
+    os.waitpid(thread, WAIT_ALL)
+    try:
+        yield thread
+    finally:
+        with contextlib.suppress(OSError):  # it may have ended with its process
+            trace(PTRACE_DETACH, thread)
 
 
 class Bus:

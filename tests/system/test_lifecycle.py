@@ -1,11 +1,14 @@
 """Start, end, and what is refused."""
 
+import json
 import os
 import re
 import signal
 import time
 
-from desk import BIN, CONFIG, Desk, Process, wait_for
+import pytest
+
+from desk import BIN, CONFIG, WAIT_ALL, Desk, Process, frozen_thread, wait_for
 
 START = [
     "Orvik: Product: QMT740VGA, Version: Rev. 01.003.0109, Compile Date: ",
@@ -111,6 +114,57 @@ def test_slate_leads_to_splash_and_the_exit(desk):
     desk.orvik.wait_line("Orvik: On Slate page, requesting orvik.SlateToSplash transition")
     desk.orvik.wait_line("Orvik: Now on SPLASH page ", desk.orvik.err)
     assert desk.orvik.wait_exit() == 0
+
+
+def flood(desk, bus):
+    del bus
+    desk.start(BIN / "hx7", "play", CONFIG / "demo/lift.log", "--speed", "max", "--loop")
+
+
+# What goes on while the end is asked for.
+STATES = {
+    "a silent bus and a blocked receive": lambda desk, bus: bus.close(),
+    "a beeper asleep in a beep of 2.5 s": lambda desk, bus: (bus.send_message([4, 250]),
+                                                            wait_for(lambda: desk.beeps() == 1, "the beep")),
+    "a bus at full speed": flood,
+    "a key that is held": lambda desk, bus: desk.key(3, True),
+    "text that is drawn anew each time": lambda desk, bus: bus.send_message([7, 13, 3]),
+}
+
+
+@pytest.mark.parametrize("state", STATES)
+def test_orderly_end_with(desk, state):
+    bus = desk.go_to("Main")
+    STATES[state](desk, bus)
+    desk.orvik.child.send_signal(signal.SIGUSR1)
+    assert desk.orvik.wait_exit() == 0
+    assert "Orvik: Main timed out!" not in desk.orvik.out
+    assert {line for line in desk.orvik.out if line.endswith("thread EXIT")} == {f"Orvik: {name} thread EXIT" for name in EXITS}
+
+
+def test_a_thread_that_hangs_does_not_keep_the_process(desk):
+    desk.go_to("Main")
+    with frozen_thread(desk.orvik, "Blinker") as thread:
+        desk.orvik.child.send_signal(signal.SIGUSR1)
+        desk.orvik.wait_line("Orvik: Main timed out!", seconds=20)
+        os.waitpid(thread, WAIT_ALL)  # it ends with the process alone
+    assert desk.orvik.wait_exit() == 0
+    assert "Orvik: Blinker thread EXIT" not in desk.orvik.out
+    assert desk.orvik.out[-1] == "Orvik: Main EXIT"
+
+
+@pytest.mark.parametrize("worker", ["Decapsulate", "Parse", "Dispatch"])
+def test_a_worker_that_hangs_is_reported(desk, worker):
+    def health(up=False):
+        status, body = desk.request("GET", "/api/health")
+        return status, [service["name"] for service in json.loads(body)["services"] if service["up"] == up]
+
+    wait_for(lambda: f"worker {worker}" in health(up=True)[1], "the first heartbeat")
+    with frozen_thread(desk.orvik, worker):
+        desk.unit.wait_line(f"notify: no heartbeat of the application's {worker} worker for 2 s", desk.unit.err)
+        wait_for(lambda: health() == (503, [f"worker {worker}"]), f"{worker} alone to be down")
+    desk.unit.wait_line(f"notify: the application's {worker} worker is back")
+    wait_for(lambda: health() == (200, []), "everything up again")
 
 
 def test_wrong_calls(make_desk, tmp_path):

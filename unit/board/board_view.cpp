@@ -15,6 +15,7 @@ board_view_t ViewBoard(const platform::board_state_t& board) {
   view.backlightPeriod = board.pwmPeriod;
   view.backlightDuty = board.pwmDuty;
   view.backlightChanges = board.pwmChanges;
+  view.backlightCommands = board.pwmCommands;
   const std::uint32_t held = board.keysHeld;
   for (std::size_t i = 0; i < view.keys.size(); ++i) view.keys.at(i) = (held >> i & 1U) != 0;
   view.outputWrites = board.outputWrites;
@@ -29,7 +30,8 @@ std::string FormatBoard(const board_view_t& view) {
                                 {{"enabled", view.backlightEnabled},
                                  {"period", view.backlightPeriod},
                                  {"duty", view.backlightDuty},
-                                 {"changes", view.backlightChanges}}},
+                                 {"changes", view.backlightChanges},
+                                 {"commands", view.backlightCommands}}},
                                {"keys", view.keys},
                                {"counters",
                                 {{"outputWrites", view.outputWrites},

@@ -234,7 +234,7 @@ void NotifyService::Tick() {
   const bool paid = exchange_.PayOwedPulses();
   SetOwedDelay(paid);
   if (exchange_.AnyPulseOwed()) AskForTicks();
-  for (const std::string& line : heartbeats_.Check(now)) std::cout << line << std::endl;
+  for (const std::string& line : heartbeats_.Check(now)) std::cerr << line << std::endl;
   if (now >= nextReport_) ReportLosses(now);
 }
 

@@ -33,6 +33,7 @@ struct board_state_t {
   board_word_t pwmPeriod;      // command 0x80040501
   board_word_t pwmDuty;        // command 0x80040503
   board_word_t pwmChanges;     // times that period, duty or enable changed
+  board_word_t pwmCommands;    // commands taken by /dev/pwm0
   board_word_t pwmRefused;     // unknown commands or wrong lengths
 };
 
