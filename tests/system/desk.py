@@ -160,6 +160,14 @@ class Bus:
             if identifier == DISPLAY_ID:
                 return data
 
+    def pass_over(self):
+        """Reads what has come and forgets it: a station that does not read is taken off the bus."""
+        self.socket.setblocking(False)
+        with contextlib.suppress(BlockingIOError):
+            while self.socket.recv(65536):
+                pass
+        self.socket.setblocking(True)
+
     def ask(self, message, frames=1):
         self.send_message(message)
         return [self.receive().hex(" ") for _ in range(frames)]

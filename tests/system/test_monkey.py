@@ -1,0 +1,151 @@
+"""Keys, frames and page changes at random, all at once: nothing may be lost, doubled or stuck, or reported."""
+
+import os
+import random
+import signal
+import threading
+import time
+
+from desk import BIN, CONFIG, PATIENCE, cmd2, cmd5, wait_for
+from test_keys import KEYS, Finger
+
+SECONDS = float(os.environ.get("ORVIK_MONKEY_SECONDS", "15"))
+SEED = int(os.environ.get("ORVIK_MONKEY_SEED", str(random.SystemRandom().randrange(1 << 32))))
+PACE = 1.0 if PATIENCE == 1 else 2.5  # a sanitizer's threads see a key later
+
+
+class Monkey:
+    """Actors on threads of their own. What one of them throws ends all, and shows."""
+
+    def __init__(self, desk):
+        self.desk = desk
+        self.over = threading.Event()
+        self.failures = []
+        self.presses = []   # in order: the host key codes that each press may have given, 0 for none
+        self.received = []  # what the host was told
+        self.watch = desk.start(BIN / "unit", "events", "--config", CONFIG, "watch")
+        self.watch.wait_line("watching", self.watch.err)
+
+    def run(self, seconds):
+        threads = [threading.Thread(target=self._act, args=(actor, random.Random(SEED + number)))
+                   for number, actor in enumerate([self.press_keys, self.send_frames, self.change_pages, self.ask_keys])]
+        for thread in threads:
+            thread.start()
+        self.over.wait(seconds)
+        self.over.set()
+        for thread in threads:
+            thread.join()
+        if self.failures:
+            raise self.failures[0]
+
+    def _act(self, actor, chance):
+        try:
+            actor(chance)
+        except Exception as failure:  # shown by run
+            self.failures.append(failure)
+            self.over.set()
+
+    def press_keys(self, chance):
+        finger = Finger(self.desk)
+        seen = len(self.watch.out)
+        while not self.over.is_set():
+            before, seen = seen, len(self.watch.out)
+            keys = chance.sample(range(1, 9), chance.choice([1, 1, 1, 1, 2]))
+            short = chance.random() < 0.1
+            for key in keys:
+                finger.move((key, True))
+            time.sleep(0.001 if short else PACE * chance.uniform(0.1, 0.25))
+            for key in keys:
+                finger.move((key, False))
+            time.sleep(PACE * chance.uniform(0.12, 0.25))
+            certain = len(keys) == 1 and not short
+            for key in keys:
+                # The page may have changed since a moment before the press.
+                codes = {KEYS.get(page, {}).get(key, (0, None))[0] for page in self.pages_since(before)}
+                self.presses.append(codes if certain else codes | {0})
+
+    def pages_since(self, start):
+        lines = list(self.watch.out)
+
+        def pages(part):
+            names = [line.removeprefix("action Page.") for line in part]
+            return [name for name in names if name in KEYS or name == "Splash"]
+
+        return set((pages(lines[:start])[-1:] or ["Main"]) + pages(lines[start:]))
+
+    def send_frames(self, chance):
+        bus = self.desk.bus()
+        while not self.over.wait(0.005):
+            bus.pass_over()
+            kind = chance.randrange(8)
+            if kind == 0:
+                bus.send(0x18FF00D0, chance.randbytes(chance.randrange(9)))
+            elif kind == 1:
+                bus.send(chance.randrange(1 << 29), chance.randbytes(8))
+            elif kind == 2:
+                bus.send_message(cmd5((chance.randrange(1, 31), chance.choice(["LOAD", "ЛЕБЁДКА", "主臂", "É"]) * 3)))
+            elif kind == 3:
+                bus.send_message([4, chance.choice([0, 1, 5, 255])])
+            elif kind == 4:
+                bus.send_message([7, 13, chance.randrange(6)])
+            elif kind == 5:
+                bus.send_message(bytes([chance.choice([1, 3, 5, 8, 9, 200])]) + chance.randbytes(chance.randrange(245)))
+            else:
+                bus.send_message(cmd2(load=100 * chance.randrange(9000), led=chance.randrange(1 << 32)))
+
+    def change_pages(self, chance):
+        bus = self.desk.bus()
+        while not self.over.wait(chance.uniform(0.2, 1.5)):
+            bus.pass_over()
+            if chance.random() < 0.7:
+                bus.send_message([7, 15, chance.randrange(9)])
+            elif chance.random() < 0.5:
+                bus.send_message([7, 14, chance.randrange(2)])
+            else:
+                self.desk.post(chance.choice(["orvik.MainToSplash", "orvik.MainToConfig", "orvik.DialsToMain",
+                                              "orvik.ConfigToMain", "orvik.WadToMain", "Page.Dials.Refresh",
+                                              "IgnitionOn"]))
+
+    def ask_keys(self, _):
+        bus = self.desk.bus()
+        while not self.over.wait(0.05):
+            self.take_keys(bus)
+
+    def take_keys(self, bus):
+        bus.send_message([6])
+        while True:
+            reply = bus.receive()
+            if reply[:2] == b"\0\1" and reply[5:] == b"\xff\xff\xff":
+                break
+        if reply[3]:
+            self.received.append(reply[3])
+        return reply[3]
+
+
+def is_explained(received, presses):
+    """Whether each press gave one of its codes, in order, and nothing else was received."""
+    places = {0}
+    for codes in presses:
+        places = {place + 1 for place in places if place < len(received) and received[place] in codes} | (
+            places if 0 in codes else set())
+    return len(received) in places
+
+
+def test_a_monkey_at_keys_and_bus(desk):
+    print(f"ORVIK_MONKEY_SEED={SEED} ORVIK_MONKEY_SECONDS={SECONDS:g}")
+    desk.go_to("Main").close()
+    monkey = Monkey(desk)
+    monkey.run(SECONDS)
+    bus = desk.bus()
+    while monkey.take_keys(bus):
+        pass
+    assert is_explained(monkey.received, monkey.presses), f"{monkey.received} are not of {monkey.presses}"
+    assert len(monkey.received) >= SECONDS / PACE / 5, "the monkey hardly pressed a key that counts"
+    for page in ("Slate", "Wad", "Dials", "Config", "Main"):
+        desk.move_to(page, bus)
+    bus.send_message([7, 13, 0])
+    bus.send_message(cmd2(load=77700))
+    wait_for(lambda: desk.widget("orvikTextWidgetLoad") == " 77,700", "the load after all that")
+    desk.orvik.child.send_signal(signal.SIGUSR1)
+    assert desk.orvik.wait_exit() == 0
+    assert "Orvik: Main timed out!" not in desk.orvik.out
