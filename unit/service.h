@@ -15,7 +15,11 @@ struct Options_t {
   std::string httpAddress = "127.0.0.1:8740";         // port 0: any free one
   std::string socketcandAddress = "127.0.0.1:29536";  // port 0: any free one
   std::string recordFile;                             // candump -L log of the bus; empty: none
-  std::size_t queueMessages = 4096;                   // notification manager: bound of one subscriber's queue
+  std::string keysDevice;            // evdev device of the front keys; empty: the panel's alone
+  std::string keyMapFile;            // which of its keys is which front key; empty: KeyMap::Default()
+  std::string beeperDevice;          // evdev device that sounds; empty: none
+  std::string backlightDirectory;    // sysfs folder of the display's light; empty: none
+  std::size_t queueMessages = 4096;  // notification manager: bound of one subscriber's queue
   std::size_t queueBytes = 8U << 20U;
 };
 

@@ -80,6 +80,16 @@ BoardMapping::~BoardMapping() {
   munmap(state_, sizeof *state_);
 }
 
+board_word_t& KeysHeldBy(board_state_t& board, key_source_t source) {
+  return board.keysHeld.at(static_cast<std::size_t>(source));
+}
+
+std::uint32_t KeysHeld(const board_state_t& board) {
+  std::uint32_t held = 0;
+  for (const board_word_t& word : board.keysHeld) held |= word.load(std::memory_order_relaxed);
+  return held;
+}
+
 std::uint16_t ReadKeypadRows(std::uint32_t keysHeld, std::uint16_t direction, std::uint16_t data) {
   const auto drivenLow = static_cast<std::uint16_t>(direction & ~data);
   std::uint16_t pulledDown = 0;

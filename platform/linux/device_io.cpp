@@ -93,7 +93,7 @@ board_word_t* PadRegister(board_state_t& state, std::uintptr_t address) {
 std::uint16_t ReadKeypadData(const board_state_t& state) {
   const auto direction = static_cast<std::uint16_t>(state.keypadDirection.load(std::memory_order_relaxed));
   const auto data = static_cast<std::uint16_t>(state.keypadData.load(std::memory_order_relaxed));
-  const std::uint16_t rows = ReadKeypadRows(state.keysHeld.load(std::memory_order_relaxed), direction, data);
+  const std::uint16_t rows = ReadKeypadRows(KeysHeld(state), direction, data);
   const auto inputs = static_cast<std::uint16_t>(kRowMask & ~direction);
   return static_cast<std::uint16_t>((data & ~inputs) | (rows & inputs));
 }

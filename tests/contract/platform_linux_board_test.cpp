@@ -64,7 +64,8 @@ TEST_F(Board, AnswersTheScannersStrobesWithTheKeysHeld) {
   ASSERT_NE(keypad, MAP_DEVICE_FAILED);
   out16(keypad, 0x0F0F);
   out16(keypad + 4, 0x0F00);
-  State().keysHeld = 0x90;
+  KeysHeldBy(State(), platform::key_source_t::kPanel) = 0x80;
+  KeysHeldBy(State(), platform::key_source_t::kKeyDevice) = 0x10;
   for (const auto& [data, rows] :
        {std::pair{0xF7FFU, 0xDU}, {0xFBFFU, 0xFU}, {0xFDFFU, 0xEU}, {0xFEFFU, 0xFU}}) {
     out16(keypad + 6, static_cast<std::uint16_t>(data));

@@ -9,7 +9,9 @@
 
 #include "platform/board_state.h"
 
+#include "board/board_outputs.h"
 #include "board/board_view.h"
+#include "board/key_device.h"
 #include "health/notify_link.h"
 
 namespace unit {
@@ -28,10 +30,16 @@ bool ShowsChange(const board_view_t& view, board_view_t published) {
   return view != published;
 }
 
-// Owns the board's shared object; one thread looks at it and publishes what changed.
+void AddProblem(std::string& detail, const char* part, const std::string& problem) {
+  if (problem.empty()) return;
+  detail += (detail.empty() ? "" : "; ") + std::string(part) + ": " + problem;
+}
+
+// Owns the board's shared object; one thread looks at it and publishes what changed. Where the options name
+// real parts, these follow it on threads of their own.
 class BoardService : public Service {
  public:
-  BoardService() = default;
+  explicit BoardService(const Options_t& options) : options_(options) {}
   ~BoardService() override { BoardService::Stop(); }
 
   void Start() override {
@@ -44,6 +52,7 @@ class BoardService : public Service {
           "set "
           "ORVIK_RUNTIME_DIR to another one.");
     }
+    StartParts(*mapping_->Get());
     stopping_ = false;
     thread_ = std::thread([this, board = mapping_->Get()] { Watch(*board); });
   }
@@ -52,6 +61,9 @@ class BoardService : public Service {
     {
       const std::lock_guard lock(mutex_);
       stopping_ = true;
+      // At once: the watch may have to wait for the notification manager.
+      keys_.reset();
+      outputs_.reset();
     }
     wake_.notify_all();
     if (thread_.joinable()) thread_.join();
@@ -69,10 +81,22 @@ class BoardService : public Service {
                        {"pwmChanges", view.backlightChanges},
                        {"pwmRefused", view.pwmRefused},
                        {"beeperPulses", view.pulses}};
+    if (keys_) AddProblem(status.detail, "keys", keys_->Problem());
+    if (outputs_) AddProblem(status.detail, "beeper", outputs_->BeeperProblem());
+    if (outputs_) AddProblem(status.detail, "backlight", outputs_->BacklightProblem());
     return status;
   }
 
  private:
+  void StartParts(platform::board_state_t& board) {
+    if (!options_.keysDevice.empty()) {
+      KeyMap map = options_.keyMapFile.empty() ? KeyMap::Default() : KeyMap::Read(options_.keyMapFile);
+      keys_ = std::make_unique<KeyDevice>(options_.keysDevice, std::move(map), board);
+    }
+    if (options_.beeperDevice.empty() && options_.backlightDirectory.empty()) return;
+    outputs_ = std::make_unique<BoardOutputs>(options_.beeperDevice, options_.backlightDirectory, board);
+  }
+
   void Watch(const platform::board_state_t& board) {
     board_view_t published;
     steady_clock::time_point repeatAt{};
@@ -92,9 +116,12 @@ class BoardService : public Service {
     }
   }
 
+  const Options_t options_;
   NotifyLink link_;
-  mutable std::mutex mutex_;  // guards the two below
+  mutable std::mutex mutex_;  // guards the four below
   std::unique_ptr<platform::BoardMapping> mapping_;
+  std::unique_ptr<KeyDevice> keys_;        // null: the panel's keys alone
+  std::unique_ptr<BoardOutputs> outputs_;  // null: neither beeper nor backlight
   bool stopping_ = false;
   std::condition_variable wake_;
   std::thread thread_;
@@ -102,8 +129,8 @@ class BoardService : public Service {
 
 }  // namespace
 
-std::unique_ptr<Service> MakeBoardService(const Options_t&) {
-  return std::make_unique<BoardService>();
+std::unique_ptr<Service> MakeBoardService(const Options_t& options) {
+  return std::make_unique<BoardService>(options);
 }
 
 }  // namespace unit

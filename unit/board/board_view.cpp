@@ -16,7 +16,7 @@ board_view_t ViewBoard(const platform::board_state_t& board) {
   view.backlightDuty = board.pwmDuty;
   view.backlightChanges = board.pwmChanges;
   view.backlightCommands = board.pwmCommands;
-  const std::uint32_t held = board.keysHeld;
+  const std::uint32_t held = platform::KeysHeld(board);
   for (std::size_t i = 0; i < view.keys.size(); ++i) view.keys.at(i) = (held >> i & 1U) != 0;
   view.outputWrites = board.outputWrites;
   view.outputRefused = board.outputRefused;

@@ -2,13 +2,13 @@
 
 namespace unit {
 
-void SetKeyHeld(platform::board_state_t& board, int key, bool held) {
+void SetKeyHeld(platform::board_state_t& board, platform::key_source_t source, int key, bool held) {
   if (!IsKey(key)) return;
-  const std::uint32_t bit = 1U << static_cast<unsigned>(key - 1);
+  platform::board_word_t& word = platform::KeysHeldBy(board, source);
   if (held) {
-    board.keysHeld.fetch_or(bit);
+    word.fetch_or(KeyBit(key));
   } else {
-    board.keysHeld.fetch_and(~bit);
+    word.fetch_and(~KeyBit(key));
   }
 }
 

@@ -13,7 +13,12 @@ constexpr bool IsKey(int key) {
   return key >= 1 && key <= KEY_COUNT;
 }
 
-// Holds or releases key 1 to 8; others are ignored. Any thread, any process that maps the board.
-void SetKeyHeld(platform::board_state_t& board, int key, bool held);
+// Bit of key 1 to 8 in a word of held keys.
+constexpr std::uint32_t KeyBit(int key) {
+  return 1U << static_cast<unsigned>(key - 1);
+}
+
+// Has a source hold or release key 1 to 8; others are ignored. Any thread, any process that maps the board.
+void SetKeyHeld(platform::board_state_t& board, platform::key_source_t source, int key, bool held);
 
 }  // namespace unit

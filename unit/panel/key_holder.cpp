@@ -16,7 +16,7 @@ bool KeyHolder::Set(int key, bool held) {
   platform::board_state_t* board = Board();
   if (board == nullptr) return false;
   releases_.at(static_cast<std::size_t>(key - 1)).reset();
-  SetKeyHeld(*board, key, held);
+  SetKeyHeld(*board, platform::key_source_t::kPanel, key, held);
   return true;
 }
 
@@ -39,7 +39,8 @@ void KeyHolder::Step(time_t now) {
     std::optional<time_t>& release = releases_.at(static_cast<std::size_t>(key - 1));
     if (!release || now < *release) continue;
     release.reset();
-    if (platform::board_state_t* board = Board()) SetKeyHeld(*board, key, false);
+    if (platform::board_state_t* board = Board())
+      SetKeyHeld(*board, platform::key_source_t::kPanel, key, false);
   }
 }
 

@@ -50,6 +50,17 @@ void CheckBus(CLI::Option* option) {
       "local|socketcan:IFACE");
 }
 
+void AddParts(CLI::App& command, unit::Options_t& options) {
+  auto* keys =
+      command.add_option("--keys", options.keysDevice, "Front keys: an input device (/dev/input/event...)");
+  command
+      .add_option("--key-map", options.keyMapFile, "Which of its keys is which front key: lines like KEY_F1 1")
+      ->check(CLI::ExistingFile)
+      ->needs(keys);
+  command.add_option("--beeper", options.beeperDevice, "Beeper: an input device that sounds");
+  command.add_option("--backlight", options.backlightDirectory, "Backlight: a folder of /sys/class/backlight");
+}
+
 CLI::App* AddRun(CLI::App& app, RunArguments_t& run, unsigned& seconds) {
   CLI::App* command = app.add_subcommand("run", "Run the unit's services and the application until Ctrl-C");
   unit::Options_t& options = run.plan.options;
@@ -69,6 +80,7 @@ CLI::App* AddRun(CLI::App& app, RunArguments_t& run, unsigned& seconds) {
   command->add_option("--socketcand", options.socketcandAddress, "Where the local bus listens")
       ->capture_default_str();
   command->add_option("--config", run.config, "The configuration's folder");
+  AddParts(*command, options);
   auto* noHost = command->add_flag("--no-host", run.noHost, "Run no host load computer");
   command->add_flag("--no-orvik", run.noOrvik, "Run the services without the application");
   auto* play = command->add_option("--play", run.plan.playFile, "Have hx7 play a bus log (candump -L)")

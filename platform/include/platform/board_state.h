@@ -7,19 +7,25 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 namespace platform {
 
 constexpr const char* BOARD_OBJECT_NAME = "/OrvikBoard";
-constexpr std::uint32_t BOARD_MAGIC = 0x4F42'0001;
+constexpr std::uint32_t BOARD_MAGIC = 0x4F42'0002;
 
 using board_word_t = std::atomic<std::uint32_t>;
 static_assert(board_word_t::is_always_lock_free);
 
+// Who can hold the front keys. Each has a word of its own: a key is held while anyone holds it, and nobody's
+// release lifts the finger of another.
+enum class key_source_t : std::size_t { kPanel, kKeyDevice };
+constexpr std::size_t KEY_SOURCES = 2;
+
 struct board_state_t {
-  board_word_t magic;          // BOARD_MAGIC once the board is up
-  board_word_t keysHeld;       // bit n-1 is set while front key n is held
+  board_word_t magic;                              // BOARD_MAGIC once the board is up
+  std::array<board_word_t, KEY_SOURCES> keysHeld;  // by key_source_t; bit n-1 is set while it holds front key n
   board_word_t keypadControl;  // the keypad port's four registers, 16 bits each, as last written
   board_word_t keypadStatus;
   board_word_t keypadDirection;
@@ -54,6 +60,11 @@ class BoardMapping {
   board_state_t* state_ = nullptr;
   bool owner_ = false;
 };
+
+// The word of one source.
+board_word_t& KeysHeldBy(board_state_t& board, key_source_t source);
+// The keys that anyone holds; bit n-1 for front key n.
+std::uint32_t KeysHeld(const board_state_t& board);
 
 // The row bits (low four, active low) that the keypad port shows for the keys held and the columns driven low.
 std::uint16_t ReadKeypadRows(std::uint32_t keysHeld, std::uint16_t direction, std::uint16_t data);

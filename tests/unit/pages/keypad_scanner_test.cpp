@@ -32,7 +32,7 @@ class Scanner : public testing::Test {
   void Hold(std::initializer_list<int> keys) {
     std::uint32_t held = 0;
     for (const int key : keys) held |= 1U << (key - 1);
-    board_.Get()->keysHeld = held;
+    board_.Get()->keysHeld[0] = held;
   }
 
   void Scan(int ticks) {

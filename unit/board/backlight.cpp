@@ -1,0 +1,98 @@
+#include "board/backlight.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <fstream>
+#include <stdexcept>
+#include <system_error>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "bus/descriptor.h"
+
+namespace unit {
+namespace {
+
+constexpr const char* kMaximumFile = "/max_brightness";
+constexpr const char* kStrengthFile = "/brightness";
+constexpr const char* kPowerFile = "/bl_power";
+
+[[noreturn]] void Refuse(const std::string& path, int error) {
+  const char* const remedy = error == EACCES || error == EPERM ? "; let this user write it" : "";
+  throw std::runtime_error(path + ": " + std::generic_category().message(error) + remedy);
+}
+
+}  // namespace
+
+std::uint32_t Brightness(std::uint32_t most, std::uint32_t period, std::uint32_t duty) {
+  if (period == 0 || duty == 0) return 0;
+  const std::uint64_t share = std::uint64_t{most} * std::min(duty, period);
+  return std::max(1U, static_cast<std::uint32_t>((share + period / 2) / period));
+}
+
+Backlight::Backlight(std::string directory) : directory_(std::move(directory)) {
+  try {
+    most_ = ReadMaximum();
+    CheckWritable(kStrengthFile);
+    if (::access((directory_ + kPowerFile).c_str(), F_OK) == 0) CheckWritable(kPowerFile);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(std::string("backlight: ") + error.what() +
+                             ". Give --backlight a folder of /sys/class/backlight that this user may write.");
+  }
+}
+
+std::uint32_t Backlight::ReadMaximum() const {
+  const std::string path = directory_ + kMaximumFile;
+  std::ifstream file(path);
+  if (!file) Refuse(path, errno);
+  std::string text;
+  std::getline(file, text);
+  std::uint32_t most = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), most);
+  if (error != std::errc() || end != text.data() + text.size() || most == 0) {
+    throw std::runtime_error(path + ": holds no number above 0");
+  }
+  return most;
+}
+
+void Backlight::CheckWritable(const std::string& file) const {
+  if (::access((directory_ + file).c_str(), W_OK) != 0) Refuse(directory_ + file, errno);
+}
+
+// The kernel takes a value with one write.
+void Backlight::Write(const std::string& file, std::uint32_t value) const {
+  const std::string path = directory_ + file;
+  const bus::Descriptor descriptor(::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
+  const std::string text = std::to_string(value) + "\n";
+  if (descriptor.Get() < 0 || ::write(descriptor.Get(), text.data(), text.size()) < 0) Refuse(path, errno);
+}
+
+void Backlight::Follow(bool enabled, std::uint32_t period, std::uint32_t duty, time_t now) {
+  // The application enables the PWM first and sets period and duty just after: in between the light would go
+  // out.
+  const bool isSettled = enabled && wasEnabled_;
+  wasEnabled_ = enabled;
+  if (!isSettled || period == 0 || now < nextTry_) return;
+  try {
+    if (!problem_.empty()) most_ = ReadMaximum();  // the driver may be another one since
+    Apply(period, duty);
+    problem_.clear();
+  } catch (const std::runtime_error& error) {
+    problem_ = error.what();
+    isPowered_ = false;
+    strength_.reset();
+    nextTry_ = now + RETRY;
+  }
+}
+
+void Backlight::Apply(std::uint32_t period, std::uint32_t duty) {
+  if (!isPowered_ && ::access((directory_ + kPowerFile).c_str(), F_OK) == 0) Write(kPowerFile, 0);
+  isPowered_ = true;
+  const std::uint32_t strength = Brightness(most_, period, duty);
+  if (strength_ != strength) Write(kStrengthFile, strength);
+  strength_ = strength;
+}
+
+}  // namespace unit
