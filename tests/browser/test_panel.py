@@ -105,3 +105,30 @@ def test_reconnects_by_itself_after_the_unit_was_restarted(open_panel):
     ActionChains(panel.driver).key_up("1").perform()
     panel.wait_keys()
     assert not panel.was_reloaded()
+
+
+# Keeps the nodes that decide how loud the page is.
+LISTEN = """
+  window.gains = [];
+  window.GainNode = class extends GainNode { constructor(...given) { super(...given); window.gains.push(this); } };
+"""
+
+
+def test_beeper_and_backlight_are_seen_and_heard(open_panel):
+    panel = open_panel(program="orvik_bound")
+    bus = panel.desk.go_to("Main")
+    script = panel.driver.execute_cdp_cmd("Page.addScriptToEvaluateOnNewDocument", {"source": LISTEN})
+    panel.open()
+    wait_for(lambda: panel.find("#backlight").text == "Backlight 100 %", "full light")
+    panel.desk.press(8)
+    wait_for(lambda: panel.find("#backlight").text == "Backlight 95 %", "less light")
+    light = panel.driver.execute_script("return document.getElementById('screen').style.filter")
+    assert 0.9 < float(re.fullmatch(r"brightness\((.*)\)", light)[1]) < 1, light
+    panel.find("#sound").click()
+    for duration, sign, loud in [(255, "Sounding", True), (0, "Silent", False)]:
+        bus.send_message([4, duration])
+        wait_for(lambda: panel.find("#beeper").text == sign, sign)
+        wait_for(lambda: panel.driver.execute_script(
+            "return gains[0].context.state === 'running' && (gains[0].gain.value > 0) === arguments[0]", loud), sign)
+    panel.driver.execute_cdp_cmd("Page.removeScriptToEvaluateOnNewDocument", script)
+    assert panel.errors() == []
