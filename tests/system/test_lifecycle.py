@@ -222,7 +222,7 @@ def test_nothing_is_left_behind():
         assert desk.orvik.wait_exit() == 0
         desk.unit.child.send_signal(signal.SIGINT)
         assert desk.unit.wait_exit() == 0
-        assert [name for name in os.listdir(desk.runtime) if not re.fullmatch(r".*\.(lock|json)|root", name)] == []
+        assert [name for name in os.listdir(desk.runtime) if not re.fullmatch(r".*\.(lock|json)|root|blackbox", name)] == []
         assert [path for path in objects if os.path.exists(path)] == []
     finally:
         desk.close()

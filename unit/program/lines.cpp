@@ -10,28 +10,7 @@
 
 namespace unit {
 
-void LineCutter::Feed(std::string_view bytes) {
-  buffer_ += bytes;
-}
-
-bool LineCutter::Next(std::string& line) {
-  const std::size_t end = buffer_.find('\n');
-  if (end > LONGEST && buffer_.size() > LONGEST) {
-    line = buffer_.substr(0, LONGEST) + " ...";
-    buffer_.erase(0, LONGEST);
-    return true;
-  }
-  if (end == std::string::npos) return false;
-  line = buffer_.substr(0, end);
-  buffer_.erase(0, end + 1);
-  return true;
-}
-
-std::string LineCutter::Rest() {
-  return std::exchange(buffer_, {});
-}
-
-LinePump::LinePump() {
+LinePump::LinePump(RollingLog& log) : log_(log) {
   if (pipe2(wake_.data(), O_CLOEXEC | O_NONBLOCK) != 0) wake_ = {-1, -1};
   thread_ = std::thread([this] { Run(); });
 }
@@ -52,7 +31,7 @@ void LinePump::Add(int descriptor, const std::string& name, std::FILE* to) {
   fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) | O_NONBLOCK);
   {
     const std::lock_guard lock(mutex_);
-    sources_.push_back({descriptor, name + " | ", to, {}});
+    sources_.push_back({descriptor, name, to, {}});
   }
   [[maybe_unused]] const ssize_t written = write(wake_[1], "+", 1);
 }
@@ -91,7 +70,8 @@ void LinePump::Read(Source_t& source) {
 
 // One call for the whole line, so that the lines of several programs never mix.
 void LinePump::Show(const Source_t& source, const std::string& line) {
-  const std::string text = source.prefix + line + "\n";
+  log_.WriteStamped(source.name, line);
+  const std::string text = source.name + " | " + line + "\n";
   static_cast<void>(std::fwrite(text.data(), 1, text.size(), source.to));
 }
 

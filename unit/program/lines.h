@@ -6,31 +6,19 @@
 #include <list>
 #include <mutex>
 #include <string>
-#include <string_view>
 #include <thread>
+
+#include "blackbox/line_cutter.h"
+#include "blackbox/rolling_log.h"
 
 namespace unit {
 
-// Cuts a stream of bytes into lines. A line of more than LONGEST bytes is cut, so that nothing grows without
-// bound.
-class LineCutter {
- public:
-  static constexpr std::size_t LONGEST = 2000;
-  void Feed(std::string_view bytes);
-  // The next whole line, without its end; false when there is none yet.
-  bool Next(std::string& line);
-  // What stands without a line end at the end of the stream.
-  std::string Rest();
-
- private:
-  std::string buffer_;
-};
-
 // Reads the pipes of all children on one thread, which ends when the object does, and writes their lines
-// ("orvik | Orvik: System Up") to standard output or standard error.
+// ("orvik | Orvik: System Up") to standard output or standard error, and to the black box.
 class LinePump {
  public:
-  LinePump();
+  // `log` must outlive this.
+  explicit LinePump(RollingLog& log);
   ~LinePump();
   LinePump(const LinePump&) = delete;
   LinePump& operator=(const LinePump&) = delete;
@@ -41,7 +29,7 @@ class LinePump {
  private:
   struct Source_t {
     int descriptor;
-    std::string prefix;
+    std::string name;
     std::FILE* to;
     LineCutter lines;
     bool ended = false;
@@ -49,8 +37,9 @@ class LinePump {
 
   void Run();
   void Read(Source_t& source);
-  static void Show(const Source_t& source, const std::string& line);
+  void Show(const Source_t& source, const std::string& line);
 
+  RollingLog& log_;
   std::array<int, 2> wake_{-1, -1};
   std::mutex mutex_;  // guards the two below
   std::list<Source_t> sources_;

@@ -8,8 +8,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include "bundle/bundle.h"
 #include "database/database_commands.h"
 #include "program/event_commands.h"
+#include "program/replay.h"
 #include "program/run.h"
 #include "program/run_folder.h"
 #include "program/status_command.h"
@@ -33,6 +35,11 @@ struct DatabaseArguments_t {
   std::string name;
   std::string value;
   std::string prefix;
+};
+
+struct ReplayArguments_t {
+  unit::replay_options_t options;
+  unit::RunPlan_t plan;
 };
 
 struct EventArguments_t {
@@ -155,6 +162,31 @@ void AddEvents(CLI::App& app, EventArguments_t& arguments, int& result) {
   });
 }
 
+void AddBundle(CLI::App& app, std::string& file, ReplayArguments_t& replay, unsigned& seconds, int& result) {
+  CLI::App* make = app.add_subcommand("bundle", "Pack all that a report needs into one file");
+  make->add_option("FILE", file, "The archive to write, such as report.tar.gz")->required();
+  make->callback([&] { result = unit::MakeBundle(file); });
+  CLI::App* show = app.add_subcommand("replay", "Show a bundle again on a unit of its own configuration");
+  show->add_option("FILE", replay.options.file, "The bundle")->required()->check(CLI::ExistingFile);
+  show->add_option("--speed", replay.plan.speed, "Factor, such as 2 or 0.5; max ignores the time")
+      ->capture_default_str();
+  show->add_flag("--check", replay.options.check,
+                 "Stop at the end and compare the screen with the recorded one");
+  unit::Options_t& options = replay.plan.options;
+  show->add_option("--http", options.httpAddress, "Where the front panel listens")->capture_default_str();
+  show->add_option("--socketcand", options.socketcandAddress, "Where the local bus listens")
+      ->capture_default_str();
+  auto* limit = show->add_option("--seconds", seconds, "Stop after so many seconds");
+  show->add_option("--snapshot", replay.plan.snapshotFile, "Write the picture as PNG before stopping")
+      ->needs(limit);
+  show->callback([&] {
+    replay.plan.parts.insert(unit::PartNames().begin(), unit::PartNames().end());
+    if (seconds > 0) replay.plan.seconds = seconds;
+    unit::BlockStopSignals();
+    result = unit::Replay(replay.options, replay.plan);
+  });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -170,6 +202,9 @@ int main(int argc, char** argv) {
     result = unit::ShowStatus();
   });
   AddDatabase(app, database, result);
+  std::string bundle;
+  ReplayArguments_t replay;
+  AddBundle(app, bundle, replay, seconds, result);
   EventArguments_t events;
   AddEvents(app, events, result);
   try {

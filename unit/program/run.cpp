@@ -9,8 +9,12 @@
 #include <memory>
 #include <stdexcept>
 
+#include <nlohmann/json.hpp>
+
 #include "platform/paths.h"
 
+#include "blackbox/rolling_log.h"
+#include "blackbox/tee.h"
 #include "board/board_service.h"
 #include "database/database_service.h"
 #include "health/health_publisher.h"
@@ -34,6 +38,9 @@ constexpr auto STEP = 100ms;
 // The application goes to its splash page first and gives its threads up to five seconds.
 constexpr auto ORVIK_STOP_TIME = 6s;
 constexpr auto HOST_STOP_TIME = 2s;
+// The host waits for an application that listens, so that its first words are heard, but not for ever.
+constexpr auto HOST_PATIENCE = 5s;
+constexpr std::size_t LINES_KEPT = 1U << 20U;  // bytes, twice
 
 struct Part_t {
   const char* name;
@@ -77,25 +84,35 @@ class UnitRun {
   bool Wants(const std::string& part) const { return plan_.parts.contains(part); }
   void TakeLocks();
   void StartService(const Part_t& part);
-  void StartPrograms();
+  void StartOrvik();
+  void StartHost();
+  bool HostMayStart() const;
+  void WriteRunFile() const;
   std::vector<Status_t> Statuses() const;
   void ShowCounters() const;
 
   const RunPlan_t& plan_;
+  steady_clock::time_point started_;
+  bool hostStarted_ = false;
   std::vector<RunLock> locks_;
   std::vector<Running_t> services_;
-  Supervisor supervisor_;
+  RollingLog lines_{"lines", LINES_KEPT};
+  Tee out_{std::cout, "unit", lines_};
+  Tee err_{std::cerr, "unit", lines_};
+  Supervisor supervisor_{lines_};
   std::unique_ptr<HealthPublisher> health_;
 };
 
 void UnitRun::Start() {
   TakeLocks();
+  WriteRunFile();
   PrepareRoot(plan_.options.configDirectory);
   for (const Part_t& part : SERVICES) {
     if (Wants(part.name)) StartService(part);
   }
   health_ = std::make_unique<HealthPublisher>([this] { return Statuses(); });
-  StartPrograms();
+  StartOrvik();
+  started_ = steady_clock::now();
   if (Wants("panel")) std::cout << "unit: panel at http://" << ReadAddress("http.address") << "/" << std::endl;
 }
 
@@ -123,7 +140,18 @@ void UnitRun::StartService(const Part_t& part) {
   std::cout << std::endl;
 }
 
-void UnitRun::StartPrograms() {
+// For those who ask later what ran here.
+void UnitRun::WriteRunFile() const {
+  std::ofstream(platform::RuntimeDirectory() + "/run.json")
+      << nlohmann::json{{"config", plan_.options.configDirectory},
+                        {"bus", plan_.options.bus},
+                        {"play", plan_.playFile},
+                        {"parts", plan_.parts}}
+             .dump()
+      << '\n';
+}
+
+void UnitRun::StartOrvik() {
   if (StopRequested(0ms)) throw Stopped();
   if (Wants("orvik")) {
     supervisor_.Start({.name = "orvik",
@@ -132,8 +160,22 @@ void UnitRun::StartPrograms() {
                        .stopTime = ORVIK_STOP_TIME,
                        .endIsFailure = true});
   }
+  supervisor_.Step();
+}
+
+// Once the application's parser beats, it has its receive filters and hears the bus.
+bool UnitRun::HostMayStart() const {
+  if (!Wants("orvik") || !Wants("notify") || steady_clock::now() - started_ > HOST_PATIENCE) return true;
+  const std::map<std::string, std::uint64_t> counters = services_.front().service->GetStatus().counters;
+  const auto parser = counters.find("worker.Parse");
+  return parser != counters.end() && parser->second != 0;
+}
+
+void UnitRun::StartHost() {
+  if (hostStarted_ || !HostMayStart()) return;
+  hostStarted_ = true;
   if (Wants("hx7") && !plan_.playFile.empty()) {
-    std::vector<std::string> arguments = {FindProgram("hx7"), "play", plan_.playFile};
+    std::vector<std::string> arguments = {FindProgram("hx7"), "play", plan_.playFile, "--speed", plan_.speed};
     if (plan_.loop) arguments.emplace_back("--loop");
     supervisor_.Start({.name = "hx7",
                        .arguments = std::move(arguments),
@@ -154,7 +196,9 @@ void UnitRun::WaitForTheEnd() {
   const auto end = steady_clock::now() + std::chrono::seconds(plan_.seconds.value_or(0));
   ManagerWatch manager;
   while (!StopRequested(STEP)) {
+    StartHost();
     supervisor_.Step();
+    if (plan_.untilPlayed && supervisor_.HasEnded("hx7")) return;
     if (Wants("orvik") && manager.WasReplaced()) {
       supervisor_.Restart("orvik",
                           "the notification manager was started again, and the application is not heard");
@@ -208,9 +252,11 @@ int Run(const RunPlan_t& plan) {
   try {
     run.Start();
     run.WaitForTheEnd();
-    const std::string problem = run.TakeSnapshot();
+    std::string problem = run.TakeSnapshot();
+    if (!problem.empty()) problem.insert(0, "no picture: ");
+    if (problem.empty() && plan.atEnd) problem = plan.atEnd();
     if (problem.empty()) return 0;
-    std::cerr << "unit run: no picture: " << problem << std::endl;
+    std::cerr << "unit run: " << problem << std::endl;
   } catch (const Stopped&) {
     return 0;
   } catch (const std::exception& error) {

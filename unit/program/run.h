@@ -1,6 +1,7 @@
 // `unit run`: the unit's services in this process and the application beside it.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
@@ -18,6 +19,9 @@ struct RunPlan_t {
   std::set<std::string> parts;  // which of PartNames() to run
   std::string playFile;         // a bus log for hx7 to play; empty: none
   bool loop = false;
+  std::string speed = "1";             // of playing
+  bool untilPlayed = false;            // stop when the log has come to its end
+  std::function<std::string()> atEnd;  // called before the services stop; what is wrong, empty when nothing is
   std::string snapshotFile;
   std::optional<unsigned> seconds;  // until it stops by itself
   bool verbose = false;

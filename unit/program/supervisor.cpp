@@ -66,6 +66,11 @@ void Supervisor::Restart(const std::string& name, const std::string& why) {
   run->child->Signal(SIGTERM);
 }
 
+bool Supervisor::HasEnded(const std::string& name) const {
+  const auto run = std::ranges::find(runs_, name, [](const Run_t& r) { return r.program.name; });
+  return run != runs_.end() && !run->child && !run->startAgain;
+}
+
 void Supervisor::Stop() {
   for (auto run = runs_.rbegin(); run != runs_.rend(); ++run) StopOne(*run);
   const std::lock_guard lock(mutex_);

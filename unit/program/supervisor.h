@@ -31,12 +31,16 @@ class Supervisor {
   static constexpr std::chrono::seconds STEADY_AFTER{30};  // a run of this length counts as a good start
   static constexpr std::chrono::seconds TERMINATE_TIME{2};
 
+  // The children's lines go to `log` too, which must outlive this.
+  explicit Supervisor(RollingLog& log) : pump_(log) {}
   // Starts a program. They are stopped in the reverse order. Throws std::runtime_error.
   void Start(const Program_t& program);
   // Looks after the children; called whenever one may have ended, and ten times a second.
   void Step();
   // Has a program end and start again, as if it had died. For what it cannot recover from by itself.
   void Restart(const std::string& name, const std::string& why);
+  // It has come to its end and is not started again.
+  bool HasEnded(const std::string& name) const;
   // Stops all. A further request to stop while it waits makes it go on to the next, harsher signal at once.
   void Stop();
   // "orvik" and "hx7" as services. Any thread.

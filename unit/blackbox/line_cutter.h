@@ -1,0 +1,24 @@
+// Cuts a stream of bytes into lines.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace unit {
+
+// A line of more than LONGEST bytes is cut, so that nothing grows without bound.
+class LineCutter {
+ public:
+  static constexpr std::size_t LONGEST = 2000;
+  void Feed(std::string_view bytes);
+  // The next whole line, without its end; false when there is none yet.
+  bool Next(std::string& line);
+  // What stands without a line end at the end of the stream.
+  std::string Rest();
+
+ private:
+  std::string buffer_;
+};
+
+}  // namespace unit
