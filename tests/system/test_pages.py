@@ -77,3 +77,22 @@ def test_silence_leads_every_page_to_one_that_shows_it(make_desk):
         target = "Slate" if page == "Splash" else "Main"
         wait_for(lambda: desk.screen()["page"] == target, f"{target} after the time-out on {page}", 20)
         assert desk.value("OrvikHX7TimeOutLamp") == 2
+
+
+def test_actions_of_the_screen_service(desk):
+    bus = desk.go_to("Main")
+    ignored = ["IgnitionOff", "Page.Main.Enable.InDepth", "Page.Main.Disable.InDepth", "Page.Main.Enable.Inclinometer",
+               "Page.Main.Disable.Inclinometer", "Page.Main.Enable.Hydraulics", "Page.Main.Disable.Hydraulics",
+               "Orvik.ClearLayer", "Page.Dials.Refresh", "KeyPressChanged"]
+    seen = len(desk.orvik.out), len(desk.orvik.err)
+    for action in ignored:
+        desk.post(action)
+    for action, stream, line in [("IgnitionOn", desk.orvik.out, "InitCANFilters: hx7NumFilters=56, sizeof=56"),
+                                 ("Page.Engine", desk.orvik.err, "Orvik: ERROR!  received unknown action 19")]:
+        before = stream.count(line)
+        desk.post(action)
+        wait_for(lambda: stream.count(line) == before + 1, line)
+    assert (len(desk.orvik.out), len(desk.orvik.err)) == (seen[0] + 1, seen[1] + 1), "the others are taken without a word"
+    assert bus.ask([7, 7]) == ["00 01 00 ff ff ff ff ff"], "the filters are there again"
+    desk.post("ExitApplication")
+    desk.orvik.wait_line("Orvik: Receive Action thread EXIT")

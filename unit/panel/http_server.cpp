@@ -1,11 +1,15 @@
 #include "panel/http_server.h"
 
 #include <chrono>
+#include <fstream>
+#include <functional>
 #include <stdexcept>
 #include <utility>
 
 #include <httplib.h>
 #include <sys/socket.h>
+
+#include "platform/paths.h"
 
 #include "panel/assets.h"
 #include "screen/screen_requests.h"
@@ -63,6 +67,21 @@ void AnswerFromScreen(screen_request_t request, const char* type, httplib::Respo
   response.set_content(result, type);
 }
 
+void AskHost(const std::function<httplib::Result(httplib::Client&)>& ask, httplib::Response& response) {
+  std::string address;
+  std::getline(std::ifstream(platform::RuntimeDirectory() + "/hx7.address"), address);
+  if (address.empty()) {
+    return Fail(response, HTTP_UNAVAILABLE, "no host simulator runs here; start one with hx7 simulate --http 127.0.0.1:0");
+  }
+  httplib::Client host("http://" + address);
+  host.set_connection_timeout(1s);
+  host.set_read_timeout(2s);
+  const httplib::Result result = ask(host);
+  if (!result) return Fail(response, HTTP_UNAVAILABLE, "the host simulator at " + address + " does not answer");
+  response.status = result->status;
+  response.set_content(result->body, JSON);
+}
+
 }  // namespace
 
 HttpServer::HttpServer(const http_address_t& address, panel_parts_t parts)
@@ -72,6 +91,7 @@ HttpServer::HttpServer(const http_address_t& address, panel_parts_t parts)
   AddScreen();
   AddState();
   AddKeys();
+  AddHost();
   Bind();
   thread_ = std::thread([this] { server_->listen_after_bind(); });
 }
@@ -195,6 +215,22 @@ void HttpServer::AddKeys() {
                   std::string body;
                   if (ReadBody(request, read, body)) PressKey(request, response);
                 });
+}
+
+// The host simulator has a port of its own; its controls go through here, so that the page asks nobody else.
+void HttpServer::AddHost() {
+  server_->Get("/api/host/state", [](const request_t&, response_t& response) {
+    AskHost([](httplib::Client& host) { return host.Get("/api/state"); }, response);
+  });
+  for (const std::string path : {"do", "controls"}) {
+    server_->Post("/api/host/" + path,
+                  [path](const request_t& request, response_t& response, const auto& read) {
+                    std::string body;
+                    if (!ReadBody(request, read, body)) return;
+                    AskHost([&](httplib::Client& host) { return host.Post("/api/" + path, body, JSON); },
+                            response);
+                  });
+  }
 }
 
 bool HttpServer::FindKey(const request_t& request, response_t& response, int& key) const {

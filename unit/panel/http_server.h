@@ -51,6 +51,7 @@ class HttpServer {
   void AddScreen();
   void AddState();
   void AddKeys();
+  void AddHost();
   bool Admit(const request_t& request, response_t& response);
   void ServeStream(response_t& response);
   void PressKey(const request_t& request, response_t& response);

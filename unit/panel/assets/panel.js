@@ -138,7 +138,7 @@ function nameKeys() {
 }
 
 function keyOfEvent(event) {
-  const typing = event.target instanceof HTMLInputElement;
+  const typing = event.target instanceof HTMLInputElement || event.target instanceof HTMLSelectElement;
   if (typing || event.ctrlKey || event.altKey || event.metaKey) return 0;
   const key = /^(?:Digit|Numpad)([1-8])$/.exec(event.code)?.[1] ?? (/^[1-8]$/.test(event.key) ? event.key : 0);
   return Number(key);

@@ -1,0 +1,67 @@
+"""Key moments of scenarios, as pictures and as screen states.
+
+ORVIK_WRITE_GOLDEN=1 writes the golden files anew (tools/rewrite-golden does it). What differs is shown in a report,
+golden-report/index.html in the build folder.
+"""
+
+import json
+import os
+import pathlib
+import time
+
+import pytest
+
+from desk import BIN, CONFIG, wait_for
+from pictures import MEAN_TOLERANCE, TILE_TOLERANCE, Report, compare, differences, png_of, state_of
+
+FILES = pathlib.Path(__file__).resolve().parents[1] / "golden"
+WRITE = bool(os.environ.get("ORVIK_WRITE_GOLDEN"))
+SEED = "7"
+
+# Name: scenario, seconds of crane time.
+MOMENTS = {}
+
+
+@pytest.fixture(scope="session")
+def report():
+    return Report(BIN.parent / "golden-report")
+
+
+def settled(desk, wanted):
+    """The screen's state once it is the wanted one, or has stood still for a while."""
+    last, since = None, time.monotonic()
+
+    def look():
+        nonlocal last, since
+        state = state_of(desk.screen())
+        if state != last:
+            last, since = state, time.monotonic()
+        return state if state == wanted or time.monotonic() - since > 1 else None
+
+    return wait_for(look, "the screen to stand still", 20)
+
+
+@pytest.mark.parametrize("moment", MOMENTS)
+def test_the_screen_at(make_desk, report, moment):
+    scenario, seconds = MOMENTS[moment]
+    desk = make_desk(FONTCONFIG_FILE=str(FILES / "fonts.conf"))
+    desk.go_to("Main").close()
+    status, _, errors = desk.run(BIN / "hx7", "simulate", "--scenario", CONFIG / "scenarios" / f"{scenario}.scenario",
+                                 "--seed", SEED, "--speed", "max", "--seconds-of-crane", str(seconds), seconds=60)
+    assert status == 0, errors
+    state_file, picture_file = FILES / f"{moment}.json", FILES / f"{moment}.png"
+    wanted = json.loads(state_file.read_text()) if state_file.exists() else None
+    state = settled(desk, None if WRITE else wanted)
+    picture = desk.request("GET", "/screen.png")[1]
+    if WRITE:
+        state_file.write_text(json.dumps(state, indent=1, ensure_ascii=False, sort_keys=True) + "\n")
+        picture_file.write_bytes(picture)
+        return
+    assert wanted, f"no golden files of {moment}; tools/rewrite-golden makes them"
+    golden = picture_file.read_bytes()
+    mean, worst, difference = compare(golden, picture)
+    changes = differences(wanted, state)
+    if changes or mean > MEAN_TOLERANCE or worst > TILE_TOLERANCE:
+        report.add(moment, golden, picture, png_of(difference), changes)
+        pytest.fail(f"{moment} differs: {changes}, picture by {mean:.2f} on the whole and {worst:.0f} in the worst place; "
+                    f"see {report.file}, or run tools/rewrite-golden if it is meant to")
