@@ -16,8 +16,9 @@ const std::vector<std::string>& PartNames();
 struct RunPlan_t {
   Options_t options;
   std::set<std::string> parts;  // which of PartNames() to run
-  std::string playFile;         // a bus log for hx7 to play; empty: none
-  bool loop = false;
+  std::string playFile;         // a bus log for hx7 to play; empty: it simulates a crane
+  bool loop = false;            // of the log
+  std::string scenario;         // of the simulated crane; empty: its usual one
   std::string snapshotFile;
   std::optional<unsigned> seconds;  // until it stops by itself
   bool verbose = false;
