@@ -6,6 +6,8 @@
 #include "host/commands.h"
 #include "host/errors.h"
 #include "host/send_plan.h"
+#include "simulate/actions.h"
+#include "simulate/simulate.h"
 
 namespace {
 
@@ -22,6 +24,7 @@ struct command_line_t {
   host::play_options_t play;
   host::watch_options_t watch;
   host::record_options_t record;
+  simulate::options_t simulate;
 };
 
 void AddSend(CLI::App& app, host::send_options_t& options) {
@@ -92,6 +95,40 @@ void AddRecord(CLI::App& app, host::record_options_t& options) {
   command->callback([&options] { host::Record(options); });
 }
 
+void AddSimulate(CLI::App& app, simulate::options_t& options) {
+  CLI::App* command = app.add_subcommand("simulate", "Run a crane and its host load computer on the bus");
+  command->footer(
+      "A scenario is a text file with a time in seconds and an action a line; docs/simulator.md says more.\n"
+      "Actions, also those of --interactive and of POST /api/do:\n" +
+      simulate::ListActions());
+  command->add_option("--scenario", options.scenario,
+                      "A name of --list, or a file; without it a normal lift, and nothing when --interactive");
+  command->add_option("--chart", options.chart, "Load chart, a file; without it the standard one");
+  command->add_option("--seed", options.seed, "Of the sensors' trembling; the same seed, the same bytes")
+      ->capture_default_str();
+  command->add_option("--speed", options.speed, "Factor, such as 2 or 0.5; max is as fast as the bus takes it")
+      ->capture_default_str();
+  command
+      ->add_option("--seconds-of-crane", options.secondsOfCrane,
+                   "Stop by itself after that time of the crane, whatever the speed")
+      ->check(CLI::Range(0.01, 1e9));
+  command->add_flag("--loop", options.loop, "Begin the scenario again at its end");
+  command->add_flag("--interactive", options.interactive,
+                    "Take actions from the terminal, until quit or the end of the input");
+  command->add_option("--http", options.http, "Take them over HTTP here too, such as 127.0.0.1:8741");
+  command->add_option("--bus", options.bus, kBusHelp)->capture_default_str();
+  command->add_option("--config", options.config, "The configuration's folder, with scenarios and charts");
+  command->add_flag("--quiet", options.quiet, "Print nothing but errors");
+  command->add_flag_callback(
+      "--list",
+      [&options] {
+        std::cout << simulate::ListScenarios(options.config);
+        throw CLI::Success();
+      },
+      "Show the scenarios");
+  command->callback([&options] { simulate::Simulate(options); });
+}
+
 int Run(int argc, char** argv) {
   CLI::App app{"hx7: the host load computer's end of the bus"};
   command_line_t line;
@@ -102,6 +139,7 @@ int Run(int argc, char** argv) {
   AddPlay(app, line.play);
   AddWatch(app, line.watch);
   AddRecord(app, line.record);
+  AddSimulate(app, line.simulate);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -94,6 +94,11 @@ CLI::App* AddRun(CLI::App& app, RunArguments_t& run, unsigned& seconds) {
                    ->check(CLI::ExistingFile)
                    ->excludes(noHost);
   command->add_flag("--loop", run.plan.loop, "Play it again and again")->needs(play);
+  command
+      ->add_option("--scenario", run.plan.scenario,
+                   "What hx7 simulates, a name of `hx7 simulate --list` or a file; without it a normal lift")
+      ->excludes(noHost)
+      ->excludes(play);
   command->add_option("--record", options.recordFile, "Write a log of the bus (candump -L)");
   auto* limit =
       command->add_option("--seconds", seconds, "Stop after so many seconds")->check(CLI::Range(1, 1'000'000));

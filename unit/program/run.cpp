@@ -88,6 +88,8 @@ class UnitRun {
   void StartHost();
   bool HostMayStart() const;
   void WriteRunFile() const;
+  bool HasHost() const;
+  std::vector<std::string> HostArguments() const;
   std::vector<Status_t> Statuses() const;
   void ShowCounters() const;
 
@@ -174,16 +176,32 @@ bool UnitRun::HostMayStart() const {
 void UnitRun::StartHost() {
   if (hostStarted_ || !HostMayStart()) return;
   hostStarted_ = true;
-  if (Wants("hx7") && !plan_.playFile.empty()) {
-    std::vector<std::string> arguments = {FindProgram("hx7"), "play", plan_.playFile, "--speed", plan_.speed};
-    if (plan_.loop) arguments.emplace_back("--loop");
+  if (Wants("hx7") && HasHost()) {
     supervisor_.Start({.name = "hx7",
-                       .arguments = std::move(arguments),
+                       .arguments = HostArguments(),
                        .stopSignal = SIGTERM,
                        .stopTime = HOST_STOP_TIME,
                        .endIsFailure = false});
   }
   supervisor_.Step();
+}
+
+// On a real bus there is a real host, so that a simulated one must be asked for.
+bool UnitRun::HasHost() const {
+  return plan_.options.bus == "local" || !plan_.playFile.empty() || !plan_.scenario.empty();
+}
+
+std::vector<std::string> UnitRun::HostArguments() const {
+  std::vector<std::string> arguments = {FindProgram("hx7")};
+  if (!plan_.playFile.empty()) {
+    arguments.insert(arguments.end(), {"play", plan_.playFile, "--speed", plan_.speed});
+    if (plan_.loop) arguments.emplace_back("--loop");
+    return arguments;
+  }
+  arguments.insert(arguments.end(), {"simulate", "--bus", plan_.options.bus, "--config",
+                                     plan_.options.configDirectory, "--http", "127.0.0.1:0"});
+  if (!plan_.scenario.empty()) arguments.insert(arguments.end(), {"--scenario", plan_.scenario});
+  return arguments;
 }
 
 std::vector<Status_t> UnitRun::Statuses() const {

@@ -16,10 +16,11 @@ const std::vector<std::string>& PartNames();
 
 struct RunPlan_t {
   Options_t options;
-  std::set<std::string> parts;  // which of PartNames() to run
-  std::string playFile;         // a bus log for hx7 to play; empty: none
-  bool loop = false;
-  std::string speed = "1";             // of playing
+  std::set<std::string> parts;         // which of PartNames() to run
+  std::string playFile;                // a bus log for hx7 to play; empty: it simulates a crane
+  bool loop = false;                   // of the log
+  std::string speed = "1";             // of the log
+  std::string scenario;                // of the simulated crane; empty: its usual one
   bool untilPlayed = false;            // stop when the log has come to its end
   std::function<std::string()> atEnd;  // called before the services stop; what is wrong, empty when nothing is
   std::string snapshotFile;

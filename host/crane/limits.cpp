@@ -1,0 +1,57 @@
+#include "crane/limits.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace crane {
+namespace {
+
+struct margins_t {
+  double around;  // when set at the present value
+  bool bothSides;
+  double backBy;  // so that a value on the limit does not chatter
+};
+constexpr std::array<margins_t, kQuantityNames.size()> kMargins = {
+    {{5, true, 0.3}, {1.5, false, 0.1}, {1.5, false, 0.1}, {15, true, 1}}};
+
+const margins_t& MarginsOf(Quantity quantity) {
+  return kMargins[static_cast<std::size_t>(quantity)];
+}
+
+double Rounded(double value) {
+  constexpr double kPerUnit = 10;
+  return std::round(value * kPerUnit) / kPerUnit;
+}
+
+bool IsBeyond(const limit_t& limit, double value, double inside) {
+  return (limit.least && value < *limit.least + inside) || (limit.most && value > *limit.most - inside);
+}
+
+}  // namespace
+
+void Limits::Set(Quantity quantity, const limit_t& limit) {
+  At(quantity) = {limit, false};
+}
+
+void Limits::SetAround(Quantity quantity, double value) {
+  const margins_t& margins = MarginsOf(quantity);
+  limit_t limit{.least = {}, .most = Rounded(value + margins.around)};
+  if (margins.bothSides) limit.least = Rounded(value - margins.around);
+  Set(quantity, limit);
+}
+
+void Limits::Clear(Quantity quantity) {
+  At(quantity) = {};
+}
+
+void Limits::Check(Quantity quantity, double value) {
+  if (std::isnan(value)) return;
+  watched_t& watched = At(quantity);
+  watched.tripped = IsBeyond(watched.limit, value, watched.tripped ? MarginsOf(quantity).backBy : 0);
+}
+
+bool Limits::AnyTripped() const {
+  return std::ranges::any_of(watched_, &watched_t::tripped);
+}
+
+}  // namespace crane

@@ -1,0 +1,224 @@
+#include "crane/load_chart.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <istream>
+#include <sstream>
+
+namespace crane {
+namespace {
+
+constexpr double kKilogramsPerPound = 0.45359237;
+constexpr double kMetresPerFoot = 0.3048;
+constexpr std::size_t kMostTables = 100;
+constexpr std::size_t kMostCells = 10'000;  // of one configuration
+
+std::vector<std::string> WordsOf(const std::string& line) {
+  std::istringstream stream(line.substr(0, line.find('#')));
+  std::vector<std::string> words;
+  for (std::string word; stream >> word;) words.push_back(word);
+  return words;
+}
+
+// Where a value lies among rising points: between `low` and `low + 1`, at `part` of the way.
+struct place_t {
+  std::size_t low;
+  double part;
+};
+
+std::optional<place_t> Locate(const std::vector<double>& points, double value) {
+  constexpr double kAlmost = 1e-9;  // a boom that stands at its end does not stand beyond it
+  if (points.empty() || !(value >= points.front() - kAlmost && value <= points.back() + kAlmost))
+    return std::nullopt;
+  const auto above = std::ranges::upper_bound(points, value);
+  const auto high = static_cast<std::size_t>(above - points.begin());
+  if (high == 0) return place_t{0, 0};
+  if (high == points.size()) return place_t{high - 1, 0};
+  return place_t{high - 1, (value - points[high - 1]) / (points[high] - points[high - 1])};
+}
+
+}  // namespace
+
+class ChartParser {
+ public:
+  ChartParser(LoadChart& chart, const std::string& file) : chart_(chart), file_(file) {}
+  void Take(const std::string& line);
+  void Finish();
+
+ private:
+  using table_t = LoadChart::table_t;
+  using words_t = std::vector<std::string>;
+
+  [[noreturn]] void Refuse(std::size_t line, const std::string& why) const {
+    throw chart_error(file_ + ":" + std::to_string(line) + ": " + why);
+  }
+  [[noreturn]] void Refuse(const std::string& why) const { Refuse(line_, why); }
+  double Number(const std::string& word) const;
+  void TakeName(const words_t& words);
+  void TakeUnits(const words_t& words);
+  void BeginTable(const words_t& words);
+  void TakeAttribute(table_t& table, const std::string& word) const;
+  void TakeLengths(const words_t& words);
+  void TakeRow(const words_t& words);
+  void CheckTable() const;
+
+  LoadChart& chart_;
+  const std::string& file_;
+  std::size_t line_ = 0;
+  double metres_ = 0;  // of the file's unit of length; 0: not said yet
+  double kilograms_ = 0;
+};
+
+double ChartParser::Number(const std::string& word) const {
+  double value = 0;
+  const auto [stop, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+  constexpr double kMost = 1e6;
+  if (error != std::errc() || stop != word.data() + word.size() || !(value > 0 && value <= kMost)) {
+    Refuse("\"" + word + "\" is not a number from above 0 to 1000000");
+  }
+  return value;
+}
+
+void ChartParser::TakeName(const words_t& words) {
+  for (std::size_t i = 1; i < words.size(); ++i) chart_.name_ += (i > 1 ? " " : "") + words[i];
+  constexpr std::size_t kMost = 20;  // beside its label on a line of the display
+  if (chart_.name_.empty() || chart_.name_.size() > kMost) Refuse("a name has 1 to 20 characters");
+}
+
+void ChartParser::TakeUnits(const words_t& words) {
+  const bool imperial = words.size() == 2 && words[1] == "imperial";
+  if (!imperial && (words.size() != 2 || words[1] != "metric")) Refuse("units are metric or imperial");
+  metres_ = imperial ? kMetresPerFoot : 1;
+  kilograms_ = imperial ? kKilogramsPerPound : 1;
+}
+
+void ChartParser::TakeAttribute(table_t& table, const std::string& word) const {
+  const std::size_t equals = word.find('=');
+  const std::string name = word.substr(0, equals);
+  const std::string value = equals == std::string::npos ? "" : word.substr(equals + 1);
+  if (name == "base") {
+    if (const auto base = IndexOf(kBaseNames, value)) {
+      table.base = static_cast<Base>(*base);
+      return;
+    }
+  } else if (name == "counterweight" && (value == "on" || value == "off")) {
+    table.counterweight = value == "on";
+    return;
+  } else if (name == "hook") {
+    table.anyHook = false;
+    const auto jib = IndexOf(kJibNames, value);
+    if (jib && IsErected(static_cast<Jib>(*jib))) table.jib = static_cast<Jib>(*jib);
+    if (table.jib || value == "boom") return;
+  } else if (name == "arc" && value == "front") {
+    table.frontOnly = true;
+    return;
+  }
+  Refuse("\"" + word +
+         "\" is no attribute; use base=tires|retracted|half|extended, counterweight=on|off, "
+         "hook=boom|long-0|short-0|..., arc=front");
+}
+
+void ChartParser::BeginTable(const words_t& words) {
+  if (metres_ == 0) Refuse("units metric or units imperial must stand before the first configuration");
+  CheckTable();
+  if (chart_.tables_.size() == kMostTables) Refuse("more than 100 configurations");
+  table_t table;
+  table.line = line_;
+  for (std::size_t i = 1; i < words.size(); ++i) TakeAttribute(table, words[i]);
+  chart_.tables_.push_back(std::move(table));
+}
+
+void ChartParser::TakeLengths(const words_t& words) {
+  if (chart_.tables_.empty()) Refuse("lengths belong behind a configuration");
+  table_t& table = chart_.tables_.back();
+  if (!table.lengths.empty()) Refuse("this configuration has its lengths already");
+  if (words.size() < 2) Refuse("no lengths");
+  for (std::size_t i = 1; i < words.size(); ++i) {
+    const double length = Number(words[i]) * metres_;
+    if (!table.lengths.empty() && length <= table.lengths.back()) Refuse("the lengths do not rise");
+    table.lengths.push_back(length);
+  }
+}
+
+void ChartParser::TakeRow(const words_t& words) {
+  if (chart_.tables_.empty() || chart_.tables_.back().lengths.empty()) {
+    Refuse("\"" + words[0] +
+           "\" is not expected here: name, units, configuration, lengths, and then the rows, each a radius "
+           "and its capacities");
+  }
+  table_t& table = chart_.tables_.back();
+  const double radius = Number(words[0]) * metres_;
+  if (!table.radii.empty() && radius <= table.radii.back()) Refuse("the radii do not rise");
+  if (words.size() != table.lengths.size() + 1) {
+    Refuse("a row has a radius and " + std::to_string(table.lengths.size()) + " capacities, this one has " +
+           std::to_string(words.size() - 1));
+  }
+  if (table.capacities.size() + words.size() > kMostCells) Refuse("more than 10000 capacities");
+  table.radii.push_back(radius);
+  for (std::size_t i = 1; i < words.size(); ++i) {
+    table.capacities.push_back(words[i] == "-" ? 0 : Number(words[i]) * kilograms_);
+  }
+}
+
+void ChartParser::CheckTable() const {
+  if (chart_.tables_.empty()) return;
+  const table_t& last = chart_.tables_.back();
+  if (last.radii.empty()) Refuse(last.line, "this configuration has no capacities");
+}
+
+void ChartParser::Take(const std::string& line) {
+  ++line_;
+  const words_t words = WordsOf(line);
+  if (words.empty()) return;
+  if (words[0] == "name") return TakeName(words);
+  if (words[0] == "units") return TakeUnits(words);
+  if (words[0] == "configuration") return BeginTable(words);
+  if (words[0] == "lengths") return TakeLengths(words);
+  TakeRow(words);
+}
+
+void ChartParser::Finish() {
+  if (chart_.tables_.empty()) Refuse("the file holds no configuration");
+  CheckTable();
+}
+
+LoadChart LoadChart::Parse(std::istream& in, const std::string& file) {
+  LoadChart chart;
+  ChartParser parser(chart, file);
+  for (std::string line; std::getline(in, line);) parser.Take(line);
+  parser.Finish();
+  return chart;
+}
+
+const LoadChart::table_t* LoadChart::Find(const conditions_t& conditions) const {
+  const bool front = conditions.area == Area::kFront || conditions.area == Area::kFrontArc;
+  const auto found = std::ranges::find_if(tables_, [&](const table_t& table) {
+    return (!table.base || *table.base == conditions.base) &&
+           (!table.counterweight || *table.counterweight == conditions.counterweight) &&
+           (table.anyHook || table.jib == conditions.jib) && (!table.frontOnly || front);
+  });
+  return found == tables_.end() ? nullptr : &*found;
+}
+
+double LoadChart::Capacity(const conditions_t& conditions, double radius, double length) const {
+  const table_t* table = Find(conditions);
+  if (table == nullptr) return 0;
+  const auto row = Locate(table->radii, radius);
+  const auto column = Locate(table->lengths, length);
+  if (!row || !column) return 0;
+  double capacity = 0;
+  for (const unsigned corner : {0U, 1U, 2U, 3U}) {
+    const bool lower = (corner & 2U) != 0;
+    const bool right = (corner & 1U) != 0;
+    const double weight = (lower ? row->part : 1 - row->part) * (right ? column->part : 1 - column->part);
+    if (weight == 0) continue;
+    const double cell =
+        table->capacities[(row->low + (lower ? 1 : 0)) * table->lengths.size() + column->low + (right ? 1 : 0)];
+    if (cell == 0) return 0;
+    capacity += weight * cell;
+  }
+  return capacity;
+}
+
+}  // namespace crane

@@ -1,0 +1,68 @@
+// The load chart: what the crane may lift, over radius and boom length, as it is rigged. Read from a text file:
+//
+//   name Standard 50                       what the chart is called
+//   units metric                           metres and kilograms, or imperial: feet and pounds
+//   configuration base=extended counterweight=on hook=boom
+//   lengths  10.7  18.3  25.9  33.5        boom lengths, rising
+//   3.0     50000 30000     -     -        a radius, then a capacity for each length; - where there is none
+//   3.5     46000 ...                      radii rise
+//
+// A configuration's attributes are base (tires, retracted, half, extended), counterweight (on, off), hook
+// (boom, or the erected jib: long-0, short-0, long-15, ...) and arc (front: over the front alone). One that is
+// not named is any. The first configuration that fits is the one that holds. # begins a comment.
+#pragma once
+
+#include <iosfwd>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "crane/words.h"
+
+namespace crane {
+
+// "FILE:LINE: what is wrong".
+struct chart_error : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+struct conditions_t {
+  Base base = Base::kTires;
+  bool counterweight = true;
+  std::optional<Jib> jib;  // the erected jib that the hook hangs from; empty: the boom
+  Area area = Area::kFront;
+};
+
+class LoadChart {
+ public:
+  // Throws chart_error.
+  static LoadChart Parse(std::istream& in, const std::string& file);
+
+  const std::string& Name() const { return name_; }
+  std::size_t Configurations() const { return tables_.size(); }
+  // In kilograms; between the rows and columns on a straight line. 0 outside of them, where one of the
+  // neighbours has no capacity, and where no configuration fits.
+  double Capacity(const conditions_t& conditions, double radius, double length) const;
+  bool Has(const conditions_t& conditions) const { return Find(conditions) != nullptr; }
+
+ private:
+  friend class ChartParser;
+  struct table_t {
+    std::optional<Base> base;
+    std::optional<bool> counterweight;
+    bool anyHook = true;
+    std::optional<Jib> jib;
+    bool frontOnly = false;
+    std::size_t line = 0;
+    std::vector<double> lengths;
+    std::vector<double> radii;
+    std::vector<double> capacities;  // row by row; 0 where there is none
+  };
+  const table_t* Find(const conditions_t& conditions) const;
+
+  std::string name_;
+  std::vector<table_t> tables_;
+};
+
+}  // namespace crane

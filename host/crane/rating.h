@@ -1,0 +1,22 @@
+// What the crane may lift as it is now, and how near the load is to it.
+#pragma once
+
+#include <cstdint>
+
+#include "crane/crane.h"
+#include "crane/load_chart.h"
+
+namespace crane {
+
+// The rated capacity in kilograms for everything that hangs at the sheaves: the chart's, less what a jib or an
+// auxiliary head takes off, never more than the rope carries, and half of it for people.
+double RatedCapacity(const LoadChart& chart, const Crane& crane);
+
+// Of `load` in `capacity`, in percent; at most 999, which is also what any load is without a capacity.
+double PercentOf(double load, double capacity);
+
+enum class Level : std::uint8_t { kNormal, kPreAlarm, kOverload };
+// From 90 % of the rated capacity and from 100 %.
+Level LevelOf(double percent);
+
+}  // namespace crane

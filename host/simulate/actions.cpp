@@ -1,0 +1,352 @@
+#include "simulate/actions.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+
+#include "host/errors.h"
+#include "host/send_plan.h"
+#include "host/value_text.h"
+
+namespace simulate {
+namespace {
+
+using host::usage_error;
+using words_t = std::span<const std::string>;
+
+struct action_row_t {
+  std::string_view word;
+  std::string_view arguments;
+  std::string_view about;
+  std::size_t least;  // arguments
+  std::size_t most;
+  action_t (*parse)(words_t);
+};
+constexpr std::size_t kAnyNumber = 1000;
+
+[[noreturn]] void Refuse(const std::string& text, const std::string& right,
+                         std::span<const std::string_view> names = {}) {
+  const std::string_view nearest = host::Nearest(text, names);
+  throw usage_error("\"" + text + "\" is not " + right +
+                    (nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?"));
+}
+
+std::string OneOf(std::span<const std::string_view> names) {
+  std::string text = "one of";
+  for (const std::string_view name : names) text.append(" ").append(name);
+  return text;
+}
+
+std::size_t ParseName(std::span<const std::string_view> names, const std::string& word) {
+  const auto index = crane::IndexOf(names, word);
+  if (!index) Refuse(word, OneOf(names), names);
+  return *index;
+}
+
+template <typename E, std::size_t N>
+E ParseEnum(const std::array<std::string_view, N>& names, const std::string& word) {
+  return static_cast<E>(ParseName(names, word));
+}
+
+bool ParseSwitch(const std::string& word) {
+  static constexpr std::array<std::string_view, 2> kNames = {"off", "on"};
+  return ParseName(kNames, word) == 1;
+}
+
+struct unit_t {
+  std::string_view name;
+  double factor;  // to the first of its kind
+};
+constexpr std::array<unit_t, 2> kLengthUnits = {{{"m", 1}, {"ft", 0.3048}}};
+constexpr std::array<unit_t, 4> kWeightUnits = {
+    {{"kg", 1}, {"t", 1000}, {"lbs", 0.45359237}, {"lb", 0.45359237}}};
+constexpr std::array<unit_t, 1> kDegrees = {{{"deg", 1}}};
+constexpr std::array<unit_t, 1> kSeconds = {{{"s", 1}}};
+constexpr std::array<unit_t, 1> kSpeed = {{{"m/s", 1}}};
+
+double ParseNumber(const std::string& word, double least, double most, std::span<const unit_t> units) {
+  double value = 0;
+  const char* const end = word.data() + word.size();
+  const auto [stop, error] = std::from_chars(word.data(), end, value);
+  const std::string_view unit(stop, static_cast<std::size_t>(end - stop));
+  const auto found = std::ranges::find(units, unit, &unit_t::name);
+  if (error == std::errc() && found != units.end()) value *= found->factor;
+  const bool known = error == std::errc() && (unit.empty() || found != units.end());
+  if (known && value >= least && value <= most) return value;
+  std::array<char, 128> right{};
+  std::snprintf(right.data(), right.size(), "a number from %g to %g %s", least, most,
+                units.empty() ? "" : std::string(units.front().name).c_str());
+  Refuse(word, right.data());
+}
+
+int ParseWhole(const std::string& word, int least, int most) {
+  int value = 0;
+  const char* const end = word.data() + word.size();
+  const auto [stop, error] = std::from_chars(word.data(), end, value);
+  if (error == std::errc() && stop == end && value >= least && value <= most) return value;
+  Refuse(word, "a whole number from " + std::to_string(least) + " to " + std::to_string(most));
+}
+
+constexpr double kMostHeight = 60;
+constexpr double kMostRadius = 60;
+
+double ParseAngle(const std::string& word) {
+  return ParseNumber(word, crane::kMeasures.leastAngle, crane::kMeasures.mostAngle, kDegrees);
+}
+double ParseBoomLength(const std::string& word) {
+  return ParseNumber(word, crane::kMeasures.shortest, crane::kMeasures.longest, kLengthUnits);
+}
+double ParseSwing(const std::string& word) {
+  return ParseNumber(word, -360, 360, kDegrees);
+}
+
+// Changes one thing of the rigging.
+template <typename T>
+action_t Rigging(T crane::rigging_t::*member, T value) {
+  return [=](stage_t& stage) {
+    crane::rigging_t rigging = stage.computer.Crane().Rigging();
+    rigging.*member = value;
+    stage.computer.Crane().Rig(rigging);
+  };
+}
+
+action_t ParseBase(words_t words) {
+  return [base = ParseEnum<crane::Base>(crane::kBaseNames, words[0])](stage_t& stage) {
+    stage.computer.Crane().MoveBase(base);
+  };
+}
+
+action_t ParseBoom(words_t words) {
+  static constexpr std::array<std::string_view, 2> kNames = {"angle", "length"};
+  if (ParseName(kNames, words[0]) == 0) {
+    return [angle = ParseAngle(words[1])](stage_t& stage) { stage.computer.Crane().MoveAngle(angle); };
+  }
+  return [length = ParseBoomLength(words[1])](stage_t& stage) { stage.computer.Crane().MoveLength(length); };
+}
+
+action_t ParseSwingAction(words_t words) {
+  return [swing = ParseSwing(words[0])](stage_t& stage) { stage.computer.Crane().MoveSwing(swing); };
+}
+
+action_t ParseHoist(words_t words) {
+  if (words[0] == "stop") return [](stage_t& stage) { stage.computer.Crane().StopHoist(); };
+  const bool hold = words[0] == "hold";
+  if (hold && words.size() < 2) throw usage_error("hoist hold needs a height");
+  const double height = ParseNumber(words[hold ? 1 : 0], 0, kMostHeight, kLengthUnits);
+  if (hold) return [height](stage_t& stage) { stage.computer.Crane().HoldHook(height); };
+  return [height](stage_t& stage) { stage.computer.Crane().HoistTo(height); };
+}
+
+action_t ParseLoad(words_t words) {
+  constexpr double kMost = 100'000;
+  return [load = ParseNumber(words[0], 0, kMost, kWeightUnits)](stage_t& stage) {
+    stage.computer.Crane().SetLoad(load);
+  };
+}
+
+action_t ParseStop(words_t) {
+  return [](stage_t& stage) { stage.computer.Crane().StopAll(); };
+}
+
+action_t ParseWind(words_t words) {
+  constexpr double kMost = 40;
+  return [wind = ParseNumber(words[0], 0, kMost, kSpeed)](stage_t& stage) {
+    stage.computer.TheSensors().SetWind(wind);
+  };
+}
+
+action_t ParseCounterweight(words_t words) {
+  return Rigging(&crane::rigging_t::counterweight, ParseSwitch(words[0]));
+}
+action_t ParseJib(words_t words) {
+  return Rigging(&crane::rigging_t::jib, ParseEnum<crane::Jib>(crane::kJibNames, words[0]));
+}
+action_t ParsePick(words_t words) {
+  return Rigging(&crane::rigging_t::pick, ParseEnum<crane::Pick>(crane::kPickNames, words[0]));
+}
+action_t ParseWinch(words_t words) {
+  return Rigging(&crane::rigging_t::winch, ParseEnum<crane::Winch>(crane::kWinchNames, words[0]));
+}
+action_t ParseAuxHead(words_t words) {
+  return Rigging(&crane::rigging_t::auxHead, ParseSwitch(words[0]));
+}
+action_t ParseManBasket(words_t words) {
+  return Rigging(&crane::rigging_t::manBasket, ParseSwitch(words[0]));
+}
+action_t ParseBoomMode(words_t words) {
+  static constexpr std::array<std::string_view, 2> kNames = {"together", "manual"};
+  return Rigging(&crane::rigging_t::manualBoom, ParseName(kNames, words[0]) == 1);
+}
+action_t ParseParts(words_t words) {
+  return Rigging(&crane::rigging_t::parts, ParseWhole(words[0], 1, crane::kMostParts));
+}
+
+std::optional<double> ParseSide(const std::string& word, crane::Quantity quantity) {
+  if (word == "none") return std::nullopt;
+  if (quantity == crane::Quantity::kAngle) return ParseAngle(word);
+  if (quantity == crane::Quantity::kSwing) return ParseSwing(word);
+  return ParseNumber(word, 0, kMostRadius, kLengthUnits);
+}
+
+action_t ParseLimit(words_t words) {
+  const auto quantity = ParseEnum<crane::Quantity>(crane::kQuantityNames, words[0]);
+  if (words[1] == "off") return [quantity](stage_t& stage) { stage.computer.Limits().Clear(quantity); };
+  crane::limit_t limit;
+  if (words.size() > 2) {
+    limit = {ParseSide(words[1], quantity), ParseSide(words[2], quantity)};
+  } else {
+    limit = {std::nullopt, ParseSide(words[1], quantity)};
+  }
+  return [quantity, limit](stage_t& stage) { stage.computer.Limits().Set(quantity, limit); };
+}
+
+action_t ParseFault(words_t words) {
+  const auto fault = ParseEnum<Fault>(kFaultNames, words[0]);
+  const bool on = words.size() < 2 || ParseSwitch(words[1]);
+  return [fault, on](stage_t& stage) { stage.computer.TheSensors().SetFault(fault, on); };
+}
+
+std::uint8_t ParseProtocolName(std::span<const host::number_name_t> table, const std::string& word) {
+  if (const auto number = host::NumberOf(table, word)) return *number;
+  std::vector<std::string_view> names;
+  std::ranges::transform(table, std::back_inserter(names), &host::number_name_t::name);
+  Refuse(word, OneOf(names), names);
+}
+
+action_t ParseKey(words_t words) {
+  const std::uint8_t key = ParseProtocolName(host::HostKeyNames().subspan(1), words[0]);
+  return [key](stage_t& stage) { stage.computer.Press(key); };
+}
+
+action_t ParsePress(words_t words) {
+  constexpr int kFrontKeys = 8;
+  return [key = ParseWhole(words[0], 1, kFrontKeys)](stage_t& stage) { stage.pressFrontKey(key); };
+}
+
+action_t ParseLanguage(words_t words) {
+  const auto table = host::FindCommand("language")->fields[0].names;
+  return [language = ParseProtocolName(table, words[0])](stage_t& stage) {
+    stage.computer.Settings().language = language;
+  };
+}
+
+action_t ParseUnits(words_t words) {
+  const auto table = host::FindCommand("units")->fields[0].names;
+  const auto units = static_cast<Units>(ParseProtocolName(table, words[0]));
+  return [units](stage_t& stage) { stage.computer.Settings().units = units; };
+}
+
+action_t ParseSilence(words_t words) {
+  constexpr double kMost = 3600;
+  return
+      [time = ParseNumber(words[0], 0, kMost, kSeconds)](stage_t& stage) { stage.computer.FallSilent(time); };
+}
+
+action_t ParseRestart(words_t) {
+  return [](stage_t& stage) { stage.computer.Restart(); };
+}
+
+action_t ParseTraffic(words_t words) {
+  static constexpr std::array<std::string_view, 2> kNames = {"usual", "full"};
+  const bool full = ParseName(kNames, words[0]) == 1;
+  return [full](stage_t& stage) { stage.computer.SetFullTraffic(full); };
+}
+
+action_t ParseSend(words_t words) {
+  host::OperatingValues neutral;
+  host::PlanSend(words, neutral);  // throws where something is wrong
+  return [arguments = std::vector<std::string>(words.begin(), words.end())](stage_t& stage) {
+    stage.computer.Send(arguments);
+  };
+}
+
+action_t ParseSay(words_t words) {
+  std::string text;
+  for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
+  return [text](stage_t& stage) { stage.say(text); };
+}
+
+constexpr action_row_t kActions[] = {
+    {"base", "tires|retracted|half|extended", "what the crane stands on; outriggers take seconds", 1, 1,
+     ParseBase},
+    {"boom", "angle DEGREES | length METRES", "the boom to an angle or a length", 2, 2, ParseBoom},
+    {"swing", "DEGREES", "to the right of the front, negative to the left", 1, 1, ParseSwingAction},
+    {"hoist", "HEIGHT | hold HEIGHT | stop", "the hook over the ground; hold follows the boom", 1, 2,
+     ParseHoist},
+    {"load", "KILOGRAMS", "on the hook, beside its block", 1, 1, ParseLoad},
+    {"stop", "", "every movement", 0, 0, ParseStop},
+    {"wind", "METRES-A-SECOND", "in which the load sways", 1, 1, ParseWind},
+    {"counterweight", "on|off", "", 1, 1, ParseCounterweight},
+    {"jib", "absent|stowed|long-0|short-0|long-15|...", "the lattice jib", 1, 1, ParseJib},
+    {"pick", "main-boom|aux|fly", "where the hook hangs", 1, 1, ParsePick},
+    {"winch", "front|rear", "", 1, 1, ParseWinch},
+    {"aux-head", "on|off", "", 1, 1, ParseAuxHead},
+    {"man-basket", "on|off", "", 1, 1, ParseManBasket},
+    {"boom-mode", "together|manual", "how the sections telescope", 1, 1, ParseBoomMode},
+    {"parts", "NUMBER", "parts of line", 1, 1, ParseParts},
+    {"limit", "angle|radius|extension|swing [LEAST|none] MOST | ... off", "the operator's limits", 2, 3,
+     ParseLimit},
+    {"fault", "load-cell|angle-sensor|length-sensor|swing-sensor|two-block-switch [on|off]", "of a sensor", 1,
+     2, ParseFault},
+    {"key", "NAME", "what the host does when the display reports this key", 1, 1, ParseKey},
+    {"press", "NUMBER", "a front key of the display that runs here", 1, 1, ParsePress},
+    {"language", "english|spanish|portuguese|chinese|russian|french", "", 1, 1, ParseLanguage},
+    {"units", "imperial|metric", "", 1, 1, ParseUnits},
+    {"silence", "SECONDS", "the link is cut; the crane moves on", 1, 1, ParseSilence},
+    {"restart", "", "the host goes down and comes up with its start-up conversation", 0, 0, ParseRestart},
+    {"traffic", "usual|full", "full: as much as a host can put on the bus", 1, 1, ParseTraffic},
+    {"send", "COMMAND=VALUE...", "any command by name, as hx7 send takes it", 1, kAnyNumber, ParseSend},
+    {"say", "TEXT", "a line for whoever watches", 1, kAnyNumber, ParseSay},
+};
+
+std::vector<std::string_view> ActionNames() {
+  std::vector<std::string_view> names;
+  std::ranges::transform(kActions, std::back_inserter(names), &action_row_t::word);
+  return names;
+}
+
+}  // namespace
+
+std::vector<std::string> SplitWords(std::string_view text) {
+  std::vector<std::string> words;
+  bool inWord = false;
+  bool inQuotes = false;
+  for (const char c : text) {
+    if (c == '"') {
+      inQuotes = !inQuotes;
+    } else if (!inQuotes && (c == '#' && !inWord)) {
+      break;
+    } else if (!inQuotes && (c == ' ' || c == '\t' || c == '\r')) {
+      inWord = false;
+      continue;
+    }
+    if (!inWord) words.emplace_back();
+    inWord = true;
+    if (c != '"') words.back().push_back(c);
+  }
+  if (inQuotes) throw usage_error("a quote \" does not end");
+  return words;
+}
+
+action_t ParseAction(std::span<const std::string> words) {
+  const auto* row = std::ranges::find(kActions, words[0], &action_row_t::word);
+  if (row == std::end(kActions)) Refuse(words[0], "an action; hx7 simulate --help lists them", ActionNames());
+  const words_t arguments = words.subspan(1);
+  if (arguments.size() < row->least || arguments.size() > row->most) {
+    throw usage_error(std::string(row->word) + " takes " +
+                      (row->most == 0 ? "nothing" : std::string(row->arguments)));
+  }
+  return row->parse(arguments);
+}
+
+std::string ListActions() {
+  std::string text;
+  for (const action_row_t& row : kActions) {
+    text.append("  ").append(row.word).append(" ").append(row.arguments);
+    if (!row.about.empty()) text.append("\n      ").append(row.about);
+    text += "\n";
+  }
+  return text;
+}
+
+}  // namespace simulate

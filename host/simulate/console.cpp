@@ -1,0 +1,81 @@
+#include "simulate/console.h"
+
+#include <array>
+#include <iomanip>
+#include <iostream>
+#include <sstream>
+
+#include <poll.h>
+#include <unistd.h>
+
+#include "host/errors.h"
+
+namespace simulate {
+namespace {
+
+constexpr std::size_t kMostLine = 4096;
+
+bool CanRead() {
+  pollfd wait{STDIN_FILENO, POLLIN, 0};
+  return ::poll(&wait, 1, 0) > 0;
+}
+
+}  // namespace
+
+bool Console::Take(const std::string& line, const LoadComputer& computer) {
+  if (line.size() > kMostLine) {
+    std::cerr << "hx7: a line has 4096 characters at most\n";
+    return true;
+  }
+  if (line == "quit" || line == "exit") return false;
+  if (line.find_first_not_of(" \t\r") == std::string::npos) return true;
+  if (line == "help") {
+    std::cout << ListActions() << "  scenario NAME | none\n  status\n  quit\n" << std::flush;
+  } else if (line == "status") {
+    std::cout << DescribeState(computer.State()) << std::flush;
+  } else {
+    try {
+      if (!queue_.Push(ParseControl(line, shelf_))) std::cerr << "hx7: too many commands at once\n";
+    } catch (const host::usage_error& error) {
+      std::cerr << "hx7: " << error.what() << "; help lists all\n";
+    }
+  }
+  return true;
+}
+
+bool Console::Step(const LoadComputer& computer) {
+  while (CanRead()) {
+    std::array<char, 4096> bytes{};
+    const ssize_t count = ::read(STDIN_FILENO, bytes.data(), bytes.size());
+    if (count <= 0) return false;
+    for (const char c : std::string_view(bytes.data(), static_cast<std::size_t>(count))) {
+      if (c != '\n') {
+        if (line_.size() <= kMostLine) line_.push_back(c);
+        continue;
+      }
+      const std::string line = std::exchange(line_, {});
+      if (!Take(line, computer)) return false;
+    }
+  }
+  return true;
+}
+
+std::string DescribeState(const state_t& state) {
+  std::ostringstream text;
+  const measured_t& now = state.measured;
+  text << std::fixed << std::setprecision(1) << "time " << state.time_s << " s";
+  if (!state.scenario.empty()) text << ", scenario " << state.scenario;
+  if (state.silent) text << ", silent";
+  text << "\nboom angle " << now.angle << " deg, length " << state.length << " m, radius " << now.radius
+       << " m, swing " << now.swing << " deg\nhook " << state.hookHeight << " m, " << state.rigging.parts
+       << " parts of line, load " << std::setprecision(0) << now.load << " kg of " << now.capacity << " kg, "
+       << std::setprecision(1) << now.percent << " %\nbase " << crane::NameOf(crane::kBaseNames, state.base)
+       << (state.baseMoves ? " (moving)" : "") << ", view " << kViewNames[static_cast<std::size_t>(state.view)]
+       << "\nlamps";
+  for (const std::string& lamp : state.lamps) text << ' ' << lamp;
+  text << '\n';
+  for (const auto& [field, shown] : state.texts) text << "  " << field << ": " << shown << '\n';
+  return text.str();
+}
+
+}  // namespace simulate

@@ -1,0 +1,29 @@
+// Commands on the terminal: lines of standard input, read without waiting.
+#pragma once
+
+#include <string>
+
+#include "simulate/control.h"
+
+namespace simulate {
+
+class Console {
+ public:
+  Console(ControlQueue& queue, const Shelf& shelf) : queue_(queue), shelf_(shelf) {}
+  // Takes what has been typed since the last call. `help` and `status` are answered on standard output,
+  // mistakes on standard error. False when the input has ended or said `quit`; every line before that has been
+  // taken.
+  bool Step(const LoadComputer& computer);
+
+ private:
+  bool Take(const std::string& line, const LoadComputer& computer);
+
+  ControlQueue& queue_;
+  const Shelf& shelf_;
+  std::string line_;  // not ended yet
+};
+
+// The state in a few lines for a person.
+std::string DescribeState(const state_t& state);
+
+}  // namespace simulate

@@ -1,0 +1,38 @@
+#include "simulate/control.h"
+
+#include "host/errors.h"
+
+namespace simulate {
+
+control_t ParseControl(std::string_view text, const Shelf& shelf) {
+  const std::vector<std::string> words = SplitWords(text);
+  if (words.empty()) throw host::usage_error("there is no action");
+  if (words[0] != "scenario") return ParseAction(words);
+  if (words.size() != 2) throw host::usage_error("scenario takes a name, or none");
+  return words[1] == "none" ? scenario_t{} : shelf.NamedScenario(words[1]);
+}
+
+bool ControlQueue::Push(control_t control) {
+  constexpr std::size_t kMost = 256;
+  const std::scoped_lock lock(mutex_);
+  if (waiting_.size() >= kMost) return false;
+  waiting_.push_back(std::move(control));
+  return true;
+}
+
+std::vector<control_t> ControlQueue::Take() {
+  const std::scoped_lock lock(mutex_);
+  return std::exchange(waiting_, {});
+}
+
+void StateBoard::Show(state_t state) {
+  const std::scoped_lock lock(mutex_);
+  state_ = std::move(state);
+}
+
+state_t StateBoard::Get() const {
+  const std::scoped_lock lock(mutex_);
+  return state_;
+}
+
+}  // namespace simulate

@@ -1,0 +1,102 @@
+#include "simulate/scenario.h"
+
+#include <charconv>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+
+#include "host/errors.h"
+
+namespace simulate {
+namespace {
+
+constexpr std::int64_t kLoopPause_ms = 5000;
+constexpr std::size_t kMostLines = 100'000;
+constexpr double kMost_s = 1'000'000;
+constexpr const char* kRepeat = "repeat";
+
+// "2.5" or "+10".
+std::int64_t ParseTime(const std::string& word, std::int64_t last_ms) {
+  const bool relative = word.starts_with('+');
+  const char* const begin = word.data() + (relative ? 1 : 0);
+  const char* const end = word.data() + word.size();
+  double seconds = 0;
+  const auto [stop, error] = std::from_chars(begin, end, seconds);
+  if (error != std::errc() || stop != end || !(seconds >= 0 && seconds <= kMost_s)) {
+    throw host::usage_error("\"" + word +
+                            "\" is no time; a line begins with seconds, such as 2.5, or +10 after the last");
+  }
+  const std::int64_t time_ms = std::llround(seconds * 1000) + (relative ? last_ms : 0);
+  if (time_ms < last_ms) throw host::usage_error("the time " + word + " is before that of the line above");
+  return time_ms;
+}
+
+class ScenarioParser {
+ public:
+  explicit ScenarioParser(scenario_t& scenario) : scenario_(scenario) {}
+  void Take(const std::string& line);
+
+ private:
+  scenario_t& scenario_;
+  std::int64_t last_ms_ = 0;
+};
+
+void ScenarioParser::Take(const std::string& line) {
+  if (scenario_.about.empty() && line.starts_with("# ")) scenario_.about = line.substr(2);
+  const std::vector<std::string> words = SplitWords(line);
+  if (words.empty()) return;
+  if (scenario_.repeat_ms) throw host::usage_error("nothing may follow repeat");
+  if (scenario_.lines.size() == kMostLines) throw host::usage_error("more than 100000 lines");
+  last_ms_ = ParseTime(words[0], last_ms_);
+  if (words.size() < 2) throw host::usage_error("a time without an action");
+  if (words[1] != kRepeat) {
+    scenario_.lines.push_back({last_ms_, ParseAction(std::span(words).subspan(1))});
+  } else if (last_ms_ == 0 || words.size() > 2) {
+    throw host::usage_error("repeat takes nothing, and a time above 0");
+  } else {
+    scenario_.repeat_ms = last_ms_;
+  }
+}
+
+}  // namespace
+
+scenario_t ParseScenario(std::istream& in, const std::string& file) {
+  scenario_t scenario{.name = std::filesystem::path(file).stem(), .about = {}, .lines = {}, .repeat_ms = {}};
+  ScenarioParser parser(scenario);
+  std::size_t number = 0;
+  for (std::string line; std::getline(in, line);) {
+    ++number;
+    try {
+      parser.Take(line);
+    } catch (const host::usage_error& error) {
+      throw host::usage_error(file + ":" + std::to_string(number) + ": " + error.what());
+    }
+  }
+  return scenario;
+}
+
+scenario_t LoadScenario(const std::string& path) {
+  std::ifstream file(path);
+  if (!file) throw host::failure("cannot read " + path);
+  return ParseScenario(file, path);
+}
+
+ScenarioPlayer::ScenarioPlayer(scenario_t scenario, bool loop, std::int64_t begin_ms)
+    : scenario_(std::move(scenario)), begin_ms_(begin_ms) {
+  if (loop && !scenario_.repeat_ms && !scenario_.lines.empty()) {
+    scenario_.repeat_ms = scenario_.lines.back().time_ms + kLoopPause_ms;
+  }
+}
+
+void ScenarioPlayer::Step(std::int64_t now_ms, stage_t& stage) {
+  if (scenario_.repeat_ms && now_ms - begin_ms_ >= *scenario_.repeat_ms) {
+    begin_ms_ = now_ms;
+    next_ = 0;
+  }
+  const auto& lines = scenario_.lines;
+  for (; next_ < lines.size() && lines[next_].time_ms <= now_ms - begin_ms_; ++next_) {
+    lines[next_].action(stage);
+  }
+}
+
+}  // namespace simulate

@@ -1,0 +1,77 @@
+#include "simulate/shelf.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "host/errors.h"
+#include "host/value_text.h"
+
+namespace simulate {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kScenarios = "scenarios";
+constexpr const char* kSuffix = ".scenario";
+constexpr const char* kStandardChart = "charts/standard.chart";
+
+std::string FindConfig(const std::string& given) {
+  const char* environment = std::getenv("ORVIK_CONFIG");
+  if (!given.empty()) return given;
+  if (environment != nullptr && *environment != '\0') return environment;
+  const fs::path program = fs::read_symlink("/proc/self/exe").parent_path();
+  for (const fs::path& folder : {program / ORVIK_CONFIG_FROM_BIN, fs::path("config")}) {
+    if (fs::is_directory(folder)) return fs::canonical(folder);
+  }
+  throw host::failure("no configuration found; name its folder with --config DIR or in ORVIK_CONFIG");
+}
+
+}  // namespace
+
+Shelf::Shelf(const std::string& config) : folder_(FindConfig(config)) {
+  if (!fs::is_directory(fs::path(folder_) / kScenarios)) {
+    throw host::failure("there are no scenarios in " + folder_ + "; name the configuration with --config DIR");
+  }
+}
+
+std::vector<std::string> Shelf::ScenarioNames() const {
+  std::vector<std::string> names;
+  for (const fs::directory_entry& entry : fs::directory_iterator(fs::path(folder_) / kScenarios)) {
+    if (entry.path().extension() == kSuffix) names.push_back(entry.path().stem());
+  }
+  std::ranges::sort(names);
+  return names;
+}
+
+scenario_t Shelf::NamedScenario(const std::string& name) const {
+  const std::vector<std::string> names = ScenarioNames();
+  if (std::ranges::find(names, name) != names.end()) {
+    return LoadScenario(fs::path(folder_) / kScenarios / (name + kSuffix));
+  }
+  const std::vector<std::string_view> candidates(names.begin(), names.end());
+  const std::string_view nearest = host::Nearest(name, candidates);
+  throw host::usage_error(
+      "there is no scenario \"" + name + "\"; " +
+      (nearest.empty() ? "`hx7 simulate --list` shows all"
+                       : "did you mean " + std::string(nearest) + "? (`hx7 simulate --list` shows all)"));
+}
+
+scenario_t Shelf::Scenario(const std::string& nameOrFile) const {
+  const bool isFile = nameOrFile.find_first_of("/.") != std::string::npos;
+  return isFile ? LoadScenario(nameOrFile) : NamedScenario(nameOrFile);
+}
+
+crane::LoadChart Shelf::Chart(const std::string& file) const {
+  const std::string path = file.empty() ? (fs::path(folder_) / kStandardChart).string() : file;
+  std::ifstream in(path);
+  if (!in) throw host::failure("cannot read the load chart " + path);
+  try {
+    return crane::LoadChart::Parse(in, path);
+  } catch (const crane::chart_error& error) {
+    throw host::usage_error(error.what());
+  }
+}
+
+}  // namespace simulate

@@ -1,0 +1,33 @@
+// Where scenarios and load charts lie: in the configuration's folders `scenarios` and `charts`.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "crane/load_chart.h"
+#include "simulate/scenario.h"
+
+namespace simulate {
+
+constexpr std::string_view kUsualScenario = "normal-lift";
+
+class Shelf {
+ public:
+  // The folder is the given one, else $ORVIK_CONFIG, else the repository's where this program stands in one of
+  // its build folders, else ./config. Throws host::failure where it is not there.
+  explicit Shelf(const std::string& config);
+
+  std::vector<std::string> ScenarioNames() const;
+  // By a name of the above. Throws host::usage_error, with the nearest name.
+  scenario_t NamedScenario(const std::string& name) const;
+  // By a name or, where it has a slash or a dot, by its file.
+  scenario_t Scenario(const std::string& nameOrFile) const;
+  // A file; empty: the standard chart. Throws host::failure, and host::usage_error for a mistake in it.
+  crane::LoadChart Chart(const std::string& file) const;
+
+ private:
+  std::string folder_;
+};
+
+}  // namespace simulate

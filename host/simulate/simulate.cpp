@@ -1,0 +1,189 @@
+#include "simulate/simulate.h"
+
+#include <charconv>
+#include <chrono>
+#include <iostream>
+#include <memory>
+
+#include "host/errors.h"
+#include "host/station.h"
+#include "simulate/console.h"
+#include "simulate/http_control.h"
+
+namespace simulate {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+constexpr auto kBehind = 1s;       // after which what was missed is left out
+constexpr auto kShowState = 50ms;  // of real time
+constexpr int kMostFrames = 1000;  // taken from the bus in one step at full speed
+
+// 0 for "max".
+double ParseSpeed(const std::string& text) {
+  if (text == "max") return 0;
+  double speed = 0;
+  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), speed);
+  constexpr double kSlowest = 0.001;
+  constexpr double kFastest = 1000;
+  if (error != std::errc() || stop != text.data() + text.size() || !(speed >= kSlowest && speed <= kFastest)) {
+    throw host::usage_error("--speed takes max or a factor from 0.001 to 1000, such as 2 for twice as fast");
+  }
+  return speed;
+}
+
+// The steps' real times: each reckoned from the beginning, so that nothing adds up.
+class Pace {
+ public:
+  explicit Pace(double speed) : speed_(speed), begin_(Clock::now()) {}
+  bool IsMax() const { return speed_ == 0; }
+  Clock::time_point Due(std::int64_t tick) {
+    const std::chrono::duration<double, std::milli> passed(static_cast<double>(tick * kTick_ms) / speed_);
+    const auto due = begin_ + std::chrono::duration_cast<Clock::duration>(passed);
+    const auto behind = Clock::now() - due;
+    if (behind < kBehind) return due;
+    begin_ += behind;  // the machine slept: no burst
+    return due + behind;
+  }
+
+ private:
+  double speed_;
+  Clock::time_point begin_;
+};
+
+scenario_t FirstScenario(const options_t& options, const Shelf& shelf) {
+  if (!options.scenario.empty()) return shelf.Scenario(options.scenario);
+  return options.interactive ? scenario_t{} : shelf.NamedScenario(std::string(kUsualScenario));
+}
+
+class Simulation {
+ public:
+  Simulation(const options_t& options, const host::StopSignal& stop);
+  void Run();
+
+ private:
+  bool Step();
+  void Carry(control_t control);
+  bool Transmit(const transmission_t& transmission);
+  void Listen(Clock::time_point until);
+  void ListenAtOnce();
+  void ShowState();
+  void Say(const std::string& text) const;
+
+  const options_t& options_;
+  const host::StopSignal& stop_;
+  const Shelf shelf_;
+  LoadComputer computer_;
+  ScenarioPlayer scenario_;
+  Pace pace_;
+  host::Station station_;
+  ControlQueue controls_;
+  StateBoard board_;
+  FrontKeys frontKeys_;
+  stage_t stage_;
+  std::unique_ptr<Console> console_;
+  std::unique_ptr<HttpControl> http_;
+  Clock::time_point shown_{};
+};
+
+Simulation::Simulation(const options_t& options, const host::StopSignal& stop)
+    : options_(options),
+      stop_(stop),
+      shelf_(options.config),
+      computer_(shelf_.Chart(options.chart), options.seed),
+      scenario_(FirstScenario(options, shelf_), options.loop),
+      pace_(ParseSpeed(options.speed)),
+      station_(options.bus, stop),
+      stage_{computer_, [this](int key) { frontKeys_.Press(key); },
+             [this](const std::string& text) { Say(text); }} {
+  if (options.interactive) console_ = std::make_unique<Console>(controls_, shelf_);
+  if (!options.http.empty()) http_ = std::make_unique<HttpControl>(options.http, controls_, board_, shelf_);
+}
+
+void Simulation::Say(const std::string& text) const {
+  if (!options_.quiet) std::cout << text << std::endl;
+}
+
+void Simulation::Carry(control_t control) {
+  if (auto* action = std::get_if<action_t>(&control)) return (*action)(stage_);
+  if (auto* scenario = std::get_if<scenario_t>(&control)) {
+    scenario_ = ScenarioPlayer(std::move(*scenario), options_.loop, computer_.Now_ms());
+    return;
+  }
+  scenario_ = ScenarioPlayer({}, false);
+  for (const action_t& action : std::get<by_hand_t>(control).actions) action(stage_);
+}
+
+// Every message of the simulation goes out through here, whole. False when a stop came first.
+bool Simulation::Transmit(const transmission_t& transmission) {
+  return station_.Send(transmission);
+}
+
+void Simulation::ListenAtOnce() {
+  bus::frame_t frame;
+  for (int i = 0; i < kMostFrames && station_.Receive(frame, 0); ++i) computer_.Hear(frame);
+}
+
+void Simulation::Listen(Clock::time_point until) {
+  bus::frame_t frame;
+  for (;;) {
+    const auto left = std::chrono::floor<std::chrono::milliseconds>(until - Clock::now());
+    if (left < 1ms || stop_.Stopped()) break;
+    if (station_.Receive(frame, static_cast<int>(left.count()))) computer_.Hear(frame);
+  }
+  stop_.WaitUntil(until);
+}
+
+void Simulation::ShowState() {
+  if (!http_ || Clock::now() - shown_ < kShowState) return;
+  shown_ = Clock::now();
+  state_t state = computer_.State();
+  state.scenario = scenario_.Scenario().name;
+  board_.Show(std::move(state));
+}
+
+bool Simulation::Step() {
+  const bool go = !console_ || console_->Step(computer_);
+  for (control_t& control : controls_.Take()) Carry(std::move(control));
+  scenario_.Step(computer_.Now_ms(), stage_);
+  for (const transmission_t& transmission : computer_.Step()) {
+    if (!Transmit(transmission)) return false;
+  }
+  ShowState();
+  return go;
+}
+
+void Simulation::Run() {
+  const std::int64_t end_ms =
+      options_.secondsOfCrane ? static_cast<std::int64_t>(*options_.secondsOfCrane * 1000) : 0;
+  for (std::int64_t tick = 1; !stop_.Stopped() && (end_ms == 0 || computer_.Now_ms() < end_ms); ++tick) {
+    if (!Step()) return;
+    if (pace_.IsMax()) {
+      ListenAtOnce();
+    } else {
+      Listen(pace_.Due(tick));
+    }
+  }
+}
+
+}  // namespace
+
+void Simulate(const options_t& options) {
+  const host::StopSignal stop;
+  Simulation(options, stop).Run();
+}
+
+std::string ListScenarios(const std::string& config) {
+  const Shelf shelf(config);
+  std::string text;
+  for (const std::string& name : shelf.ScenarioNames()) {
+    constexpr std::size_t kWidth = 24;
+    std::string row = name;
+    row.resize(std::max(row.size() + 1, kWidth), ' ');
+    text += row + shelf.NamedScenario(name).about + "\n";
+  }
+  return text;
+}
+
+}  // namespace simulate

@@ -1,0 +1,150 @@
+#include "simulate/state_json.h"
+
+#include <array>
+#include <cmath>
+
+#include <nlohmann/json.hpp>
+
+#include "host/errors.h"
+#include "host/protocol.h"
+
+namespace simulate {
+namespace {
+
+using json = nlohmann::json;
+
+json Known(double value) {
+  return std::isfinite(value) ? json(value) : json(nullptr);
+}
+
+json CraneJson(const state_t& state) {
+  const measured_t& now = state.measured;
+  return {{"angle", Known(now.angle)},
+          {"length", state.length},
+          {"extension", Known(now.extension)},
+          {"radius", Known(now.radius)},
+          {"swing", Known(now.swing)},
+          {"hook", state.hookHeight},
+          {"head", state.sheaveHeight},
+          {"load", Known(now.load)},
+          {"net_load", state.netLoad},
+          {"capacity", Known(now.capacity)},
+          {"percent", Known(now.percent)},
+          {"piston", Known(now.piston)},
+          {"rod", Known(now.rod)},
+          {"wind", state.wind},
+          {"at_rest", state.atRest}};
+}
+
+json RiggingJson(const state_t& state) {
+  const crane::rigging_t& rigging = state.rigging;
+  return {{"base", crane::NameOf(crane::kBaseNames, state.base)},
+          {"base_moves", state.baseMoves},
+          {"counterweight", rigging.counterweight},
+          {"jib", crane::NameOf(crane::kJibNames, rigging.jib)},
+          {"pick", crane::NameOf(crane::kPickNames, rigging.pick)},
+          {"winch", crane::NameOf(crane::kWinchNames, rigging.winch)},
+          {"aux_head", rigging.auxHead},
+          {"man_basket", rigging.manBasket},
+          {"boom_mode", rigging.manualBoom ? "manual" : "together"},
+          {"parts", rigging.parts}};
+}
+
+json LimitsJson(const state_t& state) {
+  json limits = json::object();
+  for (std::size_t i = 0; i < state.limits.size(); ++i) {
+    const crane::limit_t& limit = state.limits[i];
+    limits[std::string(crane::kQuantityNames[i])] = {
+        {"least", limit.least ? json(*limit.least) : json(nullptr)},
+        {"most", limit.most ? json(*limit.most) : json(nullptr)}};
+  }
+  return limits;
+}
+
+// Where the sliders end.
+json RangesJson() {
+  constexpr double kMostSwing = 180;
+  constexpr double kMostLoad = 50'000;
+  constexpr double kMostHook = 40;
+  return {{"angle", {crane::kMeasures.leastAngle, crane::kMeasures.mostAngle}},
+          {"length", {crane::kMeasures.shortest, crane::kMeasures.longest}},
+          {"swing", {-kMostSwing, kMostSwing}},
+          {"load", {0, kMostLoad}},
+          {"hoist", {0, kMostHook}}};
+}
+
+std::string NameOfNumber(std::string_view command, unsigned number) {
+  return std::string(host::NameOf(host::FindCommand(command)->fields[0].names, number));
+}
+
+json ParseObject(const std::string& body) {
+  json parsed = json::parse(body, nullptr, false);
+  if (!parsed.is_object()) throw host::usage_error("the body is not a JSON object");
+  return parsed;
+}
+
+struct axis_t {
+  const char* name;
+  const char* action;
+};
+constexpr std::array<axis_t, 5> kAxes = {{{"angle", "boom angle"},
+                                          {"length", "boom length"},
+                                          {"swing", "swing"},
+                                          {"load", "load"},
+                                          {"hoist", "hoist"}}};
+
+action_t ReadAxis(const std::string& name, const json& value) {
+  for (const axis_t& axis : kAxes) {
+    if (name != axis.name) continue;
+    if (!value.is_number()) throw host::usage_error(name + " takes a number");
+    return ParseAction(SplitWords(std::string(axis.action) + " " + value.dump()));
+  }
+  throw host::usage_error("\"" + name + "\" is no control; they are angle, length, swing, load and hoist");
+}
+
+}  // namespace
+
+std::string StateJson(const state_t& state, std::span<const std::string> scenarios) {
+  json texts = json::object();
+  for (const auto& [field, text] : state.texts) texts[field] = text;
+  const json all = {{"time", state.time_s},
+                    {"scenario", state.scenario},
+                    {"scenarios", scenarios},
+                    {"crane", CraneJson(state)},
+                    {"configuration", RiggingJson(state)},
+                    {"limits", LimitsJson(state)},
+                    {"lamps", state.lamps},
+                    {"language", NameOfNumber("language", state.settings.language)},
+                    {"units", NameOfNumber("units", static_cast<unsigned>(state.settings.units))},
+                    {"swing_shown", kSwingShownNames[static_cast<std::size_t>(state.settings.swing)]},
+                    {"view", kViewNames[static_cast<std::size_t>(state.view)]},
+                    {"info_page", state.infoPage},
+                    {"texts", texts},
+                    {"silent", state.silent},
+                    {"faults", {{"available", kFaultNames}, {"present", state.faults}}},
+                    {"ranges", RangesJson()},
+                    {"display", {{"replies", state.replies}, {"file_id", state.displayFileId}}}};
+  return all.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+std::string ErrorJson(const std::string& text) {
+  return json{{"error", text}}.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+control_t ReadDo(const std::string& body, const Shelf& shelf) {
+  const json request = ParseObject(body);
+  if (request.size() != 1 || !request.contains("do") || !request["do"].is_string()) {
+    throw host::usage_error(R"(the body is {"do":"ACTION"}, such as {"do":"boom angle 45"})");
+  }
+  return ParseControl(request["do"].get<std::string>(), shelf);
+}
+
+control_t ReadControls(const std::string& body) {
+  const json request = ParseObject(body);
+  by_hand_t byHand;
+  for (const auto& [name, value] : request.items()) byHand.actions.push_back(ReadAxis(name, value));
+  if (byHand.actions.empty()) throw host::usage_error(R"(name a control, such as {"angle":45})");
+  return byHand;
+}
+
+}  // namespace simulate

@@ -1,0 +1,21 @@
+// The state as JSON, and the requests that change it.
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "simulate/control.h"
+
+namespace simulate {
+
+// What GET /api/state answers. Numbers that are not known are null.
+std::string StateJson(const state_t& state, std::span<const std::string> scenarios);
+std::string ErrorJson(const std::string& text);
+
+// {"do":"boom angle 45"}. Throws host::usage_error.
+control_t ReadDo(const std::string& body, const Shelf& shelf);
+// {"angle":45,"load":5000}: targets of angle, length, swing, load and hoist, in degrees, metres and kilograms,
+// at least one. Throws host::usage_error.
+control_t ReadControls(const std::string& body);
+
+}  // namespace simulate
