@@ -195,10 +195,12 @@ void Page::Calibration() {
 }
 
 texts_t Page::Make() {
-  using part_t = void (Page::*)();
+  using part_t = void (*)(Page&);
   static constexpr std::array<part_t, kViewNames.size()> kParts = {
-      &Page::Operating, &Page::Info, &Page::BaseMenu, &Page::Swing, &Page::Calibration, &Page::Operating};
-  (this->*kParts[static_cast<std::size_t>(page_.dialogue.Shown())])();
+      [](Page& page) { page.Operating(); },   [](Page& page) { page.Info(); },
+      [](Page& page) { page.BaseMenu(); },    [](Page& page) { page.Swing(); },
+      [](Page& page) { page.Calibration(); }, [](Page& page) { page.Operating(); }};
+  kParts[static_cast<std::size_t>(page_.dialogue.Shown())](*this);
   PutLabels();
   return std::move(texts_);
 }
