@@ -28,46 +28,47 @@ constexpr std::uint32_t kBabbleIdentifier = 0x18FF00D1;  // next to the host's
 constexpr std::uint8_t kFirstUnknown = 10;
 constexpr std::uint8_t kTextCommand = 5;
 
-// A message of three frames at least, since a single frame can neither be missed in part nor change places.
-const Message& LongMessage(const Message& message) {
-  static const Message VALUES = Encode(OperatingValuesCommand(), std::vector<double>(11, 0.0));
-  constexpr std::size_t kLong = 14;
-  return message.size() > kLong ? message : VALUES;
+// Three frames at least: a single frame can neither be missed in part nor change places.
+frames_t Lengthened(std::span<const bus::frame_t> message) {
+  constexpr std::size_t kLong = 3;
+  if (message.size() >= kLong) return {message.begin(), message.end()};
+  return Segment(
+      Encode(OperatingValuesCommand(), std::vector<double>(OperatingValuesCommand().fields.size(), 0.0)));
 }
 
 std::size_t Pick(std::mt19937_64& chance, std::size_t from, std::size_t to) {
   return from + chance() % (to - from + 1);
 }
 
-frames_t MissFrame(const Message& message, std::mt19937_64& chance) {
-  frames_t frames = Segment(LongMessage(message));
+frames_t MissFrame(std::span<const bus::frame_t> message, std::mt19937_64& chance) {
+  frames_t frames = Lengthened(message);
   frames.erase(frames.begin() + static_cast<std::ptrdiff_t>(Pick(chance, 0, frames.size() - 1)));
   return frames;
 }
 
-frames_t RepeatFrame(const Message& message, std::mt19937_64& chance) {
-  frames_t frames = Segment(LongMessage(message));
+frames_t RepeatFrame(std::span<const bus::frame_t> message, std::mt19937_64& chance) {
+  frames_t frames = Lengthened(message);
   const auto at = static_cast<std::ptrdiff_t>(Pick(chance, 0, frames.size() - 1));
   const bus::frame_t twice = frames[static_cast<std::size_t>(at)];
   frames.insert(frames.begin() + at, twice);
   return frames;
 }
 
-frames_t SwapFrames(const Message& message, std::mt19937_64& chance) {
-  frames_t frames = Segment(LongMessage(message));
+frames_t SwapFrames(std::span<const bus::frame_t> message, std::mt19937_64& chance) {
+  frames_t frames = Lengthened(message);
   const std::size_t at = Pick(chance, 1, frames.size() - 2);
   std::swap(frames[at], frames[at + 1]);
   return frames;
 }
 
-frames_t SendOversize(const Message& /*message*/, std::mt19937_64& /*chance*/) {
+frames_t SendOversize(std::span<const bus::frame_t> /*message*/, std::mt19937_64& /*chance*/) {
   Message message(6 + 7 * (kOversizeFrames - 1), 'X');
   message[0] = kTextCommand;
   return Segment(message);
 }
 
 // A text command that says it is longer or shorter than anything the display takes.
-frames_t SpoilLength(const Message& /*message*/, std::mt19937_64& chance) {
+frames_t SpoilLength(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
   constexpr std::array<std::uint16_t, 5> kLengths = {0, 1, 4, 803, 0xFFFF};
   const std::uint16_t length = kLengths[Pick(chance, 0, kLengths.size() - 1)];
   Message message = EncodeTexts(std::array<text_t, 1>{{{17, "BAD LENGTH"}}});
@@ -76,7 +77,7 @@ frames_t SpoilLength(const Message& /*message*/, std::mt19937_64& chance) {
   return Segment(message);
 }
 
-frames_t SpoilText(const Message& /*message*/, std::mt19937_64& chance) {
+frames_t SpoilText(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
   constexpr std::array<std::string_view, 4> kTexts = {"A\xC3\x28", "\xE4\xB8", "\xED\xA0\x80", "\xF8\x88\x80"};
   const std::string_view text = kTexts[Pick(chance, 0, kTexts.size() - 1)];
   Message message = EncodeTexts(std::array<text_t, 1>{{{17, "BROKEN UTF8 "}}});
@@ -84,11 +85,11 @@ frames_t SpoilText(const Message& /*message*/, std::mt19937_64& chance) {
   return Segment(message);
 }
 
-frames_t SendUnknown(const Message& /*message*/, std::mt19937_64& chance) {
+frames_t SendUnknown(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
   return Segment(Message{static_cast<std::uint8_t>(Pick(chance, kFirstUnknown, 0xFF))});
 }
 
-frames_t Babble(const Message& /*message*/, std::mt19937_64& chance) {
+frames_t Babble(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
   frames_t frames(kBabbleFrames);
   for (bus::frame_t& frame : frames) {
     frame.identifier = kBabbleIdentifier;
@@ -98,7 +99,7 @@ frames_t Babble(const Message& /*message*/, std::mt19937_64& chance) {
   return frames;
 }
 
-using spoiler_t = frames_t (*)(const Message&, std::mt19937_64&);
+using spoiler_t = frames_t (*)(std::span<const bus::frame_t>, std::mt19937_64&);
 constexpr std::array<spoiler_t, kFaults> kSpoilers = {MissFrame,   RepeatFrame, SwapFrames,  SendOversize,
                                                       SpoilLength, SpoilText,   SendUnknown, Babble};
 
@@ -139,16 +140,15 @@ bool Injector::Draw(Fault& fault) {
   return true;
 }
 
-std::vector<bus::frame_t> Injector::Spoil(Fault fault, const Message& message) {
+std::vector<bus::frame_t> Injector::Spoil(Fault fault, std::span<const bus::frame_t> message) {
   ++counts_[static_cast<std::size_t>(fault)];
   return kSpoilers[static_cast<std::size_t>(fault)](message, chance_);
 }
 
-std::vector<bus::frame_t> Injector::Apply(const Message& message) {
+std::vector<bus::frame_t> Injector::Apply(std::span<const bus::frame_t> message) {
   std::vector<bus::frame_t> frames;
   if (Fault fault{}; Draw(fault)) frames = Spoil(fault, message);
-  const std::vector<bus::frame_t> good = Segment(message);
-  frames.insert(frames.end(), good.begin(), good.end());
+  frames.insert(frames.end(), message.begin(), message.end());
   return frames;
 }
 

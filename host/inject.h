@@ -42,9 +42,9 @@ class Injector {
   // `rate` is the part of all messages that is spoiled, 0 to 1. Without faults nothing ever is.
   Injector(std::vector<Fault> faults, double rate, std::uint64_t seed);
 
-  // What goes onto the bus for a message: its frames, or those of the message spoiled by one of the faults that
-  // can befall it, followed by the good message, so that the display can be seen to recover.
-  std::vector<bus::frame_t> Apply(const Message& message);
+  // What goes onto the bus for a message's frames: these, and before them at times those of a bad message by
+  // one of the faults, so that the display can be seen to recover.
+  std::vector<bus::frame_t> Apply(std::span<const bus::frame_t> message);
   // Spoils the next message by this fault, whatever the rate.
   void Ask(Fault fault) { asked_.push_back(fault); }
 
@@ -54,7 +54,7 @@ class Injector {
 
  private:
   bool Draw(Fault& fault);
-  std::vector<bus::frame_t> Spoil(Fault fault, const Message& message);
+  std::vector<bus::frame_t> Spoil(Fault fault, std::span<const bus::frame_t> message);
 
   const std::vector<Fault> faults_;
   const double rate_;

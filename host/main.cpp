@@ -5,6 +5,7 @@
 
 #include "host/commands.h"
 #include "host/errors.h"
+#include "host/inject.h"
 #include "host/send_plan.h"
 #include "simulate/actions.h"
 #include "simulate/simulate.h"
@@ -95,6 +96,14 @@ void AddRecord(CLI::App& app, host::record_options_t& options) {
   command->callback([&options] { host::Record(options); });
 }
 
+std::string ListFaults() {
+  std::string text;
+  for (const host::fault_t& fault : host::Faults()) {
+    text += (text.empty() ? "" : "; ") + std::string(fault.name) + ": " + std::string(fault.about);
+  }
+  return text;
+}
+
 void AddSimulate(CLI::App& app, simulate::options_t& options) {
   CLI::App* command = app.add_subcommand("simulate", "Run a crane and its host load computer on the bus");
   command->footer(
@@ -116,6 +125,11 @@ void AddSimulate(CLI::App& app, simulate::options_t& options) {
   command->add_flag("--interactive", options.interactive,
                     "Take actions from the terminal, until quit or the end of the input");
   command->add_option("--http", options.http, "Take them over HTTP here too, such as 127.0.0.1:8741");
+  command->add_option("--inject", options.inject,
+                      "Be a bad host: faults with commas between, or all. " + ListFaults());
+  command->add_option("--inject-rate", options.injectRate, "Part of the messages that a bad one precedes")
+      ->check(CLI::Range(0.0, 1.0))
+      ->capture_default_str();
   command->add_option("--bus", options.bus, kBusHelp)->capture_default_str();
   command->add_option("--config", options.config, "The configuration's folder, with scenarios and charts");
   command->add_flag("--quiet", options.quiet, "Print nothing but errors");

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "host/errors.h"
+#include "host/inject.h"
 #include "host/station.h"
 #include "simulate/console.h"
 #include "simulate/http_control.h"
@@ -63,6 +64,7 @@ class Simulation {
   void Run();
 
  private:
+  void Drive();
   bool Step();
   void Carry(control_t control);
   bool Transmit(const transmission_t& transmission);
@@ -80,6 +82,7 @@ class Simulation {
   host::Station station_;
   ControlQueue controls_;
   StateBoard board_;
+  host::Injector injector_;
   FrontKeys frontKeys_;
   stage_t stage_;
   std::unique_ptr<Console> console_;
@@ -95,6 +98,8 @@ Simulation::Simulation(const options_t& options, const host::StopSignal& stop)
       scenario_(FirstScenario(options, shelf_), options.loop),
       pace_(ParseSpeed(options.speed)),
       station_(options.bus, stop),
+      injector_(options.inject.empty() ? std::vector<host::Fault>() : host::ParseFaults(options.inject),
+                options.injectRate, options.seed),
       stage_{computer_, [this](int key) { frontKeys_.Press(key); },
              [this](const std::string& text) { Say(text); }} {
   if (options.interactive) console_ = std::make_unique<Console>(controls_, shelf_);
@@ -117,7 +122,7 @@ void Simulation::Carry(control_t control) {
 
 // Every message of the simulation goes out through here, whole. False when a stop came first.
 bool Simulation::Transmit(const transmission_t& transmission) {
-  return station_.Send(transmission);
+  return station_.Send(injector_.Apply(transmission));
 }
 
 void Simulation::ListenAtOnce() {
@@ -155,6 +160,11 @@ bool Simulation::Step() {
 }
 
 void Simulation::Run() {
+  Drive();
+  if (!options_.inject.empty()) std::cerr << "hx7: " + injector_.Summary() + "\n";
+}
+
+void Simulation::Drive() {
   const std::int64_t end_ms =
       options_.secondsOfCrane ? static_cast<std::int64_t>(*options_.secondsOfCrane * 1000) : 0;
   for (std::int64_t tick = 1; !stop_.Stopped() && (end_ms == 0 || computer_.Now_ms() < end_ms); ++tick) {

@@ -19,6 +19,8 @@ struct options_t {
   bool interactive = false;
   std::string http;  // where to listen; empty: nowhere
   bool quiet = false;
+  std::string inject;        // names of faults, or "all"; empty: a good host
+  double injectRate = 0.05;  // part of the messages that a bad one precedes
 };
 
 // Runs until a stop signal, the end of the crane's time or, driven by hand, of the input. Throws host::failure

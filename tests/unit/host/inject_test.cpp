@@ -29,7 +29,7 @@ joined_t Join(const std::vector<bus::frame_t>& frames) {
 std::vector<bus::frame_t> Send(Injector& injector, int messages) {
   std::vector<bus::frame_t> frames;
   for (int i = 0; i < messages; ++i) {
-    const auto more = injector.Apply(Encode("beeper", i % 256));
+    const auto more = injector.Apply(Segment(Encode("beeper", i % 256)));
     frames.insert(frames.end(), more.begin(), more.end());
   }
   return frames;
@@ -54,8 +54,8 @@ TEST(Injector, EachFaultSpoilsAsItsNameSaysAndLosesOneGoodMessageAtMost) {
     for (std::uint64_t seed = 0; seed < 50; ++seed) {
       Injector injector({}, 0, seed);
       injector.Ask(ParseFaults(c.name).front());
-      auto frames = injector.Apply(good);
-      const auto next = injector.Apply(good);
+      auto frames = injector.Apply(Segment(good));
+      const auto next = injector.Apply(Segment(good));
       frames.insert(frames.end(), next.begin(), next.end());
       const joined_t joined = Join(frames);
       EXPECT_TRUE(c.spoils(joined)) << c.name << ", seed " << seed;
