@@ -18,8 +18,8 @@ void Axis::Place(double position) {
 void Axis::Step(double dt) {
   const double distance = target_ - position_;
   const double change = pace_.acceleration * dt;
-  // The speed from which it can still stop in time.
-  const double stopping = std::sqrt(2 * pace_.acceleration * std::abs(distance));
+  // The speed from which it can still stop in time, this step's way included.
+  const double stopping = std::sqrt(change * change + 2 * pace_.acceleration * std::abs(distance)) - change;
   const double wanted = std::copysign(std::min(pace_.speed, stopping), distance);
   speed_ += std::clamp(wanted - speed_, -change, change);
   position_ += speed_ * dt;

@@ -145,11 +145,12 @@ void LoadComputer::SendValues() {
 }
 
 void LoadComputer::SendFullTraffic() {
-  const auto settled = Settled();
   if (Every(kFullValues_ms)) SendValues();
   if (Every(kFullTexts_ms)) outbox_.Send(FullTexts());
   if (Every(kKeyState_ms)) outbox_.Request("key-state");
-  if (Every(kValues_ms)) outbox_.Send(settled[static_cast<std::size_t>(now_ms_ / kValues_ms) % settled.size()]);
+  if (!Every(kValues_ms)) return;
+  const auto settled = Settled();
+  outbox_.Send(settled[static_cast<std::size_t>(now_ms_ / kValues_ms) % settled.size()]);
 }
 
 void LoadComputer::SetFullTraffic(bool full) {

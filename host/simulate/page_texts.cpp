@@ -1,8 +1,11 @@
 #include "simulate/page_texts.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
+
+#include "hostlink/frame_layout.h"
 
 namespace simulate {
 namespace {
@@ -46,6 +49,7 @@ class Page {
   void PutRow(unsigned line, Text label, std::string value);
   void PutChoice(unsigned choice, Text name, std::string state);
   void PutLabels();
+  void KeepWhatFits();
   void Operating();
   void Alarm();
   void Info();
@@ -194,6 +198,18 @@ void Page::Calibration() {
   PutRow(4, Text::kPiston, Bar(now.piston));
 }
 
+// The labels go first. With the words and numbers as they are nothing has to.
+void Page::KeepWhatFits() {
+  std::size_t room = MessageRoom(MAX_MESSAGE_FRAMES) - host::kTextsBegin;
+  const auto tooMuch = std::ranges::find_if(texts_, [&](const host::text_t& text) {
+    const std::size_t size = host::kTextHeader + text.text.size();
+    if (size > room) return true;
+    room -= size;
+    return false;
+  });
+  texts_.erase(tooMuch, texts_.end());
+}
+
 texts_t Page::Make() {
   using part_t = void (*)(Page&);
   static constexpr std::array<part_t, kViewNames.size()> kParts = {
@@ -202,6 +218,7 @@ texts_t Page::Make() {
       [](Page& page) { page.Calibration(); }, [](Page& page) { page.Operating(); }};
   kParts[static_cast<std::size_t>(page_.dialogue.Shown())](*this);
   PutLabels();
+  KeepWhatFits();
   return std::move(texts_);
 }
 
