@@ -17,7 +17,8 @@ namespace bus {
 namespace {
 
 constexpr int kConnectTimeout_ms = 2000;  // to connect, and again for the greeting
-constexpr int kPartingTimeout_ms = 2000;
+constexpr int kPartingTimeout_ms = 2000;  // of a server that says nothing more
+constexpr int kPartingLimit_ms = 60'000;  // of one that works off what it was sent
 constexpr std::size_t kReadBytes = 16384;
 
 class SocketcandEndpoint : public Endpoint {
@@ -52,14 +53,15 @@ class SocketcandEndpoint : public Endpoint {
 };
 
 // A connection that is closed while bytes wait to be read is reset, and what was sent last may be lost with it.
-// So this says that nothing more will come, and reads until the server has read all and closed its side.
+// So this says that nothing more will come, and reads until the server has read all and closed its side. A
+// server that goes on sending is still at it: seconds of frames fit into the connection.
 SocketcandEndpoint::~SocketcandEndpoint() {
   if (!hasSent_ || problem_.Any()) return;
-  const Deadline deadline(kPartingTimeout_ms);
-  if (Flush(deadline) != Result::kOk) return;
+  if (Flush(Deadline(kPartingTimeout_ms)) != Result::kOk) return;
   ::shutdown(socket_.Get(), SHUT_WR);
+  const Deadline limit(kPartingLimit_ms);
   std::string message;
-  while (ReadMore(deadline) != Result::kDown && deadline.Left_ms() > 0) {
+  while (ReadMore(Deadline(kPartingTimeout_ms)) == Result::kOk && limit.Left_ms() > 0) {
     while (splitter_.Next(message)) {
     }
   }

@@ -83,8 +83,9 @@ void Crane::Rig(const rigging_t& rigging) {
   rope_.Place(RopeFor(std::min(height, SheaveHeight() - kParkedDrop)));
 }
 
+// A hook on the ground goes no further; the rope is slack.
 double Crane::HookDrop() const {
-  return (rope_.Position() - Length()) / rigging_.parts;
+  return std::min((rope_.Position() - Length()) / rigging_.parts, SheaveHeight());
 }
 
 double Crane::HookSpeed() const {

@@ -133,11 +133,24 @@ TEST(LoadComputer, PassesPreAlarmAndOverloadInItsScenario) {
   EXPECT_EQ(beeps, (std::vector<double>{0, 50, 255, 0, 50, 0})) << "silenced at 255, back over the pre-alarm";
 }
 
+TEST(LoadComputer, LiftsWithoutAnAlarmInItsUsualScenario) {
+  HostRun run(1, Shelf(CONFIG).NamedScenario(std::string(kUsualScenario)));
+  double most = 0;
+  for (const said_t& said : run.Pass(390)) {
+    if (said.Is("operating-values")) most = std::max(most, said.Value("percent"));
+    if (said.Is("beeper")) {
+      EXPECT_EQ(said.Value(), 0) << said.time_ms;
+    }
+  }
+  EXPECT_GT(most, 50);
+  EXPECT_LT(most, 90);
+}
+
 TEST(LoadComputer, TwoBlocksTwiceInItsScenario) {
   HostRun run(1, Shelf(CONFIG).NamedScenario("two-block"));
   int times = 0;
   bool lit = false;
-  for (const said_t& said : run.Pass(139)) {
+  for (const said_t& said : run.Pass(167)) {
     if (!said.Is("operating-values")) continue;
     times += HasLamp(&said, "a2b") && !lit ? 1 : 0;
     lit = HasLamp(&said, "a2b");
