@@ -132,3 +132,27 @@ def test_beeper_and_backlight_are_seen_and_heard(open_panel):
             "return gains[0].context.state === 'running' && (gains[0].gain.value > 0) === arguments[0]", loud), sign)
     panel.driver.execute_cdp_cmd("Page.removeScriptToEvaluateOnNewDocument", script)
     assert panel.errors() == []
+
+
+def test_the_host_tab_drives_the_crane(open_panel):
+    panel = open_panel()
+    desk = panel.desk
+    panel.open()
+    panel.find("#tab-host").click()
+    wait_for(lambda: "no host simulator runs here" in panel.find("#host-problem").text, "what is missing")
+    host = desk.start(BIN / "hx7", "simulate", "--config", CONFIG, "--http", "127.0.0.1:0", "--speed", "10")
+    angle = wait_for(lambda: panel.driver.execute_script(
+        "const slider = document.getElementById('axis-angle'); return slider.disabled ? null : slider"), "the sliders")
+    assert not panel.find("#host-problem").is_displayed()
+    panel.driver.execute_script("arguments[0].value = 40; arguments[0].dispatchEvent(new Event('change'))", angle)
+    wait_for(lambda: abs(desk.get("/api/host/state")["crane"]["angle"] - 40) < 0.5, "the boom at 40 degrees", 20)
+    wait_for(lambda: abs(float(desk.widget("orvikTextWidgetAngle") or 0) - 40) < 1, "the angle on the screen")
+    panel.find("[data-fault=angle-sensor]").click()
+    wait_for(lambda: panel.find("[data-fault=angle-sensor]").get_attribute("aria-pressed") == "true", "the fault")
+    panel.find("#action").send_keys("language russian\n")
+    wait_for(lambda: desk.value("OrvikLanguage") == 4, "Russian")
+    panel.find("#action").send_keys("bom angle 20\n")
+    wait_for(lambda: "bom" in panel.find("#host-problem").text, "what was wrong")
+    assert panel.keys_held() == []
+    host.stop()
+    wait_for(lambda: "no host simulator runs here" in panel.find("#host-problem").text, "the host's end")
