@@ -111,8 +111,8 @@ std::span<const fault_t, kFaults> Faults() {
 
 std::vector<Fault> ParseFaults(std::string_view text) {
   std::vector<Fault> faults;
-  std::vector<std::string_view> names;
-  for (const fault_t& fault : kFaultTable) names.push_back(fault.name);
+  std::vector<std::string_view> names(kFaults);
+  std::ranges::transform(kFaultTable, names.begin(), &fault_t::name);
   if (text == "all") text = {};
   for (const std::string_view name : text.empty() ? names : Split(text, ',')) {
     const auto found = std::ranges::find(names, name);

@@ -1,12 +1,12 @@
 #include "blackbox/rolling_log.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
 #include <iostream>
 #include <sstream>
 #include <utility>
@@ -75,10 +75,10 @@ void RollingLog::Write(std::string_view line) {
 void RollingLog::WriteStamped(std::string_view name, std::string_view line) {
   std::timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
-  std::array<char, 48> stamp{};
-  std::snprintf(stamp.data(), stamp.size(), "%lld.%06ld ", static_cast<long long>(now.tv_sec),
-                now.tv_nsec / 1000);
-  Write(stamp.data() + std::string(name) + " " + std::string(line));
+  std::ostringstream text;
+  text << now.tv_sec << '.' << std::setfill('0') << std::setw(6) << now.tv_nsec / 1000 << ' ' << name << ' '
+       << line;
+  Write(text.view());
 }
 
 }  // namespace unit
