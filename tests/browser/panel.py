@@ -11,6 +11,7 @@ class Panel:
         self.url = f"http://{desk.address('http')}/"
 
     def open(self):
+        self.driver.get_log("browser")  # what another page left
         self.driver.get(self.url)
         self.wait_live()
         # Gone after a reload.
