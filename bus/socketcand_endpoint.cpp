@@ -17,7 +17,7 @@ namespace bus {
 namespace {
 
 constexpr int kConnectTimeout_ms = 2000;  // to connect, and again for the greeting
-constexpr int kPartingTimeout_ms = 2000;  // of a server that says nothing more
+constexpr int kPartingTimeout_ms = 5000;  // of a server that says nothing; the unit's may pause for two seconds
 constexpr int kPartingLimit_ms = 60'000;  // of one that works off what it was sent
 constexpr std::size_t kReadBytes = 16384;
 

@@ -36,9 +36,9 @@ constexpr bool IsLong(Jib jib) {
 }
 // Of an erected jib against the boom, in degrees downwards; 0 otherwise.
 constexpr double OffsetOf(Jib jib) {
-  constexpr double kStep_deg = 15;
-  return IsErected(jib) ? kStep_deg * ((static_cast<unsigned>(jib) - static_cast<unsigned>(Jib::kLong0)) / 2)
-                        : 0;
+  constexpr unsigned kStep_deg = 15;
+  if (!IsErected(jib)) return 0;
+  return kStep_deg * ((static_cast<unsigned>(jib) - static_cast<unsigned>(Jib::kLong0)) / 2);
 }
 
 // The index of a name in one of the arrays above; empty when it is none of them.

@@ -1,12 +1,10 @@
 #include "simulate/actions.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
 
 #include "host/errors.h"
 #include "host/send_plan.h"
-#include "host/value_text.h"
+#include "simulate/arguments.h"
 
 namespace simulate {
 namespace {
@@ -23,69 +21,6 @@ struct action_row_t {
   action_t (*parse)(words_t);
 };
 constexpr std::size_t kAnyNumber = 1000;
-
-[[noreturn]] void Refuse(const std::string& text, const std::string& right,
-                         std::span<const std::string_view> names = {}) {
-  const std::string_view nearest = host::Nearest(text, names);
-  throw usage_error("\"" + text + "\" is not " + right +
-                    (nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?"));
-}
-
-std::string OneOf(std::span<const std::string_view> names) {
-  std::string text = "one of";
-  for (const std::string_view name : names) text.append(" ").append(name);
-  return text;
-}
-
-std::size_t ParseName(std::span<const std::string_view> names, const std::string& word) {
-  const auto index = crane::IndexOf(names, word);
-  if (!index) Refuse(word, OneOf(names), names);
-  return *index;
-}
-
-template <typename E, std::size_t N>
-E ParseEnum(const std::array<std::string_view, N>& names, const std::string& word) {
-  return static_cast<E>(ParseName(names, word));
-}
-
-bool ParseSwitch(const std::string& word) {
-  static constexpr std::array<std::string_view, 2> kNames = {"off", "on"};
-  return ParseName(kNames, word) == 1;
-}
-
-struct unit_t {
-  std::string_view name;
-  double factor;  // to the first of its kind
-};
-constexpr std::array<unit_t, 2> kLengthUnits = {{{"m", 1}, {"ft", 0.3048}}};
-constexpr std::array<unit_t, 4> kWeightUnits = {
-    {{"kg", 1}, {"t", 1000}, {"lbs", 0.45359237}, {"lb", 0.45359237}}};
-constexpr std::array<unit_t, 1> kDegrees = {{{"deg", 1}}};
-constexpr std::array<unit_t, 1> kSeconds = {{{"s", 1}}};
-constexpr std::array<unit_t, 1> kSpeed = {{{"m/s", 1}}};
-
-double ParseNumber(const std::string& word, double least, double most, std::span<const unit_t> units) {
-  double value = 0;
-  const char* const end = word.data() + word.size();
-  const auto [stop, error] = std::from_chars(word.data(), end, value);
-  const std::string_view unit(stop, static_cast<std::size_t>(end - stop));
-  const auto found = std::ranges::find(units, unit, &unit_t::name);
-  if (error == std::errc() && found != units.end()) value *= found->factor;
-  const bool known = error == std::errc() && (unit.empty() || found != units.end());
-  if (known && value >= least && value <= most) return value;
-  std::array<char, 128> right{};
-  std::snprintf(right.data(), right.size(), "a number from %g to %g %s", least, most,
-                units.empty() ? "" : std::string(units.front().name).c_str());
-  Refuse(word, right.data());
-}
-
-int ParseWhole(const std::string& word, int least, int most) {
-  int value = 0;
-  const char* const end = word.data() + word.size();
-  const auto [stop, error] = std::from_chars(word.data(), end, value);
-  if (error == std::errc() && stop == end && value >= least && value <= most) return value;
-  Refuse(word, "a whole number from " + std::to_string(least) + " to " + std::to_string(most));
-}
 
 constexpr double kMostHeight = 60;
 constexpr double kMostRadius = 60;
@@ -206,13 +141,6 @@ action_t ParseFault(words_t words) {
   return [fault, on](stage_t& stage) { stage.computer.TheSensors().SetFault(fault, on); };
 }
 
-std::uint8_t ParseProtocolName(std::span<const host::number_name_t> table, const std::string& word) {
-  if (const auto number = host::NumberOf(table, word)) return *number;
-  std::vector<std::string_view> names;
-  std::ranges::transform(table, std::back_inserter(names), &host::number_name_t::name);
-  Refuse(word, OneOf(names), names);
-}
-
 action_t ParseKey(words_t words) {
   const std::uint8_t key = ParseProtocolName(host::HostKeyNames().subspan(1), words[0]);
   return [key](stage_t& stage) { stage.computer.Press(key); };
@@ -330,7 +258,8 @@ std::vector<std::string> SplitWords(std::string_view text) {
 
 action_t ParseAction(std::span<const std::string> words) {
   const auto* row = std::ranges::find(kActions, words[0], &action_row_t::word);
-  if (row == std::end(kActions)) Refuse(words[0], "an action; hx7 simulate --help lists them", ActionNames());
+  if (row == std::end(kActions))
+    RefuseWord(words[0], "an action; hx7 simulate --help lists them", ActionNames());
   const words_t arguments = words.subspan(1);
   if (arguments.size() < row->least || arguments.size() > row->most) {
     throw usage_error(std::string(row->word) + " takes " +

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 
 #include "hostlink/frame_layout.h"
 
@@ -23,11 +23,12 @@ constexpr std::array<Text, 4> kLimitTexts = {Text::kAngle, Text::kRadius, Text::
 
 std::string Number(double value, int digits) {
   if (std::isnan(value)) return "---";
-  std::array<char, 32> text{};
-  // Adding 0 takes the sign off a negative zero.
   const double scale = std::pow(10, digits);
-  std::snprintf(text.data(), text.size(), "%.*f", digits, std::round(value * scale) / scale + 0.0);
-  return text.data();
+  const double rounded = std::round(value * scale) / scale + 0.0;  // which takes the sign off a negative zero
+  std::array<char, 64> text{};
+  const auto [stop, error] =
+      std::to_chars(text.data(), text.data() + text.size(), rounded, std::chars_format::fixed, digits);
+  return error == std::errc() ? std::string(text.data(), stop) : "---";
 }
 
 template <typename E, std::size_t N>

@@ -180,6 +180,7 @@ void Simulation::Drive() {
 }  // namespace
 
 void Simulate(const options_t& options) {
+  if (!options.http.empty()) ParseLoopbackAddress(options.http);  // before anything is on the bus
   const host::StopSignal stop;
   Simulation(options, stop).Run();
 }

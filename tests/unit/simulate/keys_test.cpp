@@ -1,4 +1,7 @@
 // The answers of the host to its keys, as the display gets to see them.
+#include <fstream>
+#include <sstream>
+
 #include <gmock/gmock.h>
 #include <utf8.h>
 
@@ -177,6 +180,17 @@ TEST(Keys, ShowSwingInThreeWaysAndReturn) {
   }
   run.Do("key calibration");
   EXPECT_EQ(TextOf(LastOf(run.Pass(0.3), "texts"), "line1-center"), "CALIBRATION");
+}
+
+TEST(Keys, AreDescribedAsTheyAre) {
+  std::ostringstream page;
+  page << std::ifstream(DOCUMENT).rdbuf();
+  for (const Dialogue::reaction_t& reaction : Dialogue::Reactions()) {
+    const std::string row = "| " + std::to_string(reaction.key) + " | `" +
+                            std::string(host::NameOf(host::HostKeyNames(), reaction.key)) + "` | " +
+                            std::string(reaction.about) + " |\n";
+    EXPECT_THAT(page.str(), HasSubstr(row));
+  }
 }
 
 // The display's grid has 40 columns, 24 in Chinese; what is on the right covers what is on the left.

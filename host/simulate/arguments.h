@@ -1,0 +1,42 @@
+// Reads the arguments of actions: names, switches, and numbers with or without a unit. All throw
+// host::usage_error that says what would be right, and the nearest name.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "host/protocol.h"
+
+namespace simulate {
+
+[[noreturn]] void RefuseWord(const std::string& word, const std::string& right,
+                             std::span<const std::string_view> names = {});
+
+// The index of a name.
+std::size_t ParseName(std::span<const std::string_view> names, const std::string& word);
+template <typename E, std::size_t N>
+E ParseEnum(const std::array<std::string_view, N>& names, const std::string& word) {
+  return static_cast<E>(ParseName(names, word));
+}
+bool ParseSwitch(const std::string& word);  // on, off
+std::uint8_t ParseProtocolName(std::span<const host::number_name_t> table, const std::string& word);
+
+struct unit_t {
+  std::string_view name;
+  double factor;  // to the first of its kind, in which a number without a unit is
+};
+constexpr std::array<unit_t, 2> kLengthUnits = {{{"m", 1}, {"ft", 0.3048}}};
+constexpr std::array<unit_t, 4> kWeightUnits = {
+    {{"kg", 1}, {"t", 1000}, {"lbs", 0.45359237}, {"lb", 0.45359237}}};
+constexpr std::array<unit_t, 1> kDegrees = {{{"deg", 1}}};
+constexpr std::array<unit_t, 1> kSeconds = {{{"s", 1}}};
+constexpr std::array<unit_t, 1> kSpeed = {{{"m/s", 1}}};
+
+// The limits are inclusive and in the first unit.
+double ParseNumber(const std::string& word, double least, double most, std::span<const unit_t> units);
+int ParseWhole(const std::string& word, int least, int most);
+
+}  // namespace simulate

@@ -1,0 +1,197 @@
+"""The simulated host on the real display: by scenarios, by hand and over HTTP."""
+
+import http.client
+import json
+import os
+import re
+
+import pytest
+
+from desk import BIN, CONFIG, Desk, Process, wait_for
+
+ADDRESSES = ["--http", "127.0.0.1:0", "--socketcand", "127.0.0.1:0"]
+
+
+def simulate(desk, *arguments):
+    return desk.start(BIN / "hx7", "simulate", "--config", CONFIG, *arguments)
+
+
+def lines(desk):
+    """All texts of the grid, whichever set of line widgets shows them."""
+    shown = desk.widgets(*(f"Line{n}{kind}" for n in range(1, 5) for kind in ("Std", "Wide")))
+    return re.sub(r"\s+", " ", " ".join(text or "" for text in shown))
+
+
+def wait_text(desk, text, seconds=15):
+    return wait_for(lambda: text in lines(desk), f"the text {text!r}", seconds)
+
+
+class Host:
+    """The simulator's HTTP."""
+
+    def __init__(self, desk):
+        wait_for((desk.runtime / "hx7.address").exists, "hx7.address")
+        self.address = desk.address("hx7")
+
+    def request(self, method, path, body=None, **headers):
+        connection = http.client.HTTPConnection(self.address, timeout=20)
+        connection.request(method, path, body, headers)
+        response = connection.getresponse()
+        return response.status, json.loads(response.read() or b"{}")
+
+    def state(self):
+        status, state = self.request("GET", "/api/state")
+        assert status == 200
+        return state
+
+    def do(self, action):
+        status, answer = self.request("POST", "/api/do", json.dumps({"do": action}))
+        assert status == 200, answer
+
+
+def test_a_run_shows_a_crane_at_work_and_answers_the_front_keys(tmp_path):
+    unit = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES], tmp_path / "run")
+    desk = Desk.__new__(Desk)
+    desk.runtime = tmp_path / "run"
+    try:
+        unit.wait_line("unit: panel at", seconds=20)
+        unit.wait_line("while on Page.Main page", seconds=20)
+        wait_for(lambda: desk.value("OrvikLoad") == 500, "the hook block's weight")
+        wait_for(lambda: desk.value("OrvikOutriggerExtended") == 1, "the outriggers")
+        wait_text(desk, "OUTRIGGERS EXTENDED")
+        host = Host(desk)
+        assert host.state()["scenario"] == "normal-lift"
+        desk.press(1)
+        wait_text(desk, "INFO 1/4")
+        assert desk.screen()["page"] == "Wad"
+        desk.press(3)
+        wait_text(desk, "EXTENSION OFF")
+        desk.press(5)
+        wait_for(lambda: desk.value("OrvikAngleAlarmSet") == 1, "the limit of the angle")
+        desk.press(1)
+        wait_for(lambda: desk.screen()["page"] == "Main", "the operating page")
+        wait_text(desk, "PARTS OF LINE")
+        desk.press(3)
+        wait_for(lambda: desk.value("OrvikPartsOfLine") == 5, "one part of line more")
+        desk.press(4)
+        wait_text(desk, "RETRACTED")
+        desk.press(6)
+        wait_text(desk, "OUTRIGGERS HALF")
+        wait_for(lambda: desk.screen()["page"] == "Main", "the operating page")
+        desk.press(5)
+        wait_text(desk, "SWING AREA")
+        wait_for(lambda: desk.screen()["page"] == "Main", "the operating page by itself")
+    except BaseException:
+        unit.dump()
+        raise
+    finally:
+        unit.stop()
+    assert not (tmp_path / "run" / "hx7.address").exists()
+    assert unit.child.returncode == 0
+
+
+def test_an_overload_lights_its_lamps_and_sounds(desk):
+    simulate(desk, "--scenario", "overload", "--speed", "4")
+    wait_for(lambda: desk.value("OrvikPreAlarm") == 1, "the pre-alarm", 30)
+    wait_for(lambda: desk.value("OrvikOverload") == 1, "the overload")
+    wait_text(desk, "OVERLOAD")
+    wait_for(lambda: desk.get("/api/board")["beeper"]["sounding"], "the beeper")
+    wait_text(desk, "SILENCED")
+    wait_for(lambda: desk.value("OrvikOverload") == 0, "the end of the overload", 20)
+
+
+def test_the_language_tour_shows_texts_of_every_language(desk):
+    words = {0: "MAIN BOOM", 1: "PLUMA PRINCIPAL", 2: "LANÇA PRINCIPAL", 3: "主臂", 4: "СТРЕЛА", 5: "FLÈCHE PRINCIPALE"}
+    seen = set()
+
+    def look():
+        language = desk.value("OrvikLanguage")
+        if words[int(language)] in lines(desk):
+            seen.add(language)
+        return len(seen) == len(words)
+
+    simulate(desk, "--scenario", "language-tour", "--speed", "2")
+    wait_for(look, "all languages", 70)
+
+
+def test_by_hand_on_the_terminal_with_a_lost_link_and_a_restart(desk, tmp_path):
+    pipe = tmp_path / "commands"
+    os.mkfifo(pipe)
+    host = desk.start("sh", "-c", f"exec '{BIN}/hx7' simulate --config '{CONFIG}' --interactive < '{pipe}'")
+    with open(pipe, "w", buffering=1) as terminal:
+        wait_for(lambda: desk.screen()["page"] == "Main", "the operating page")
+        terminal.write("laod 5000\nhelp\nload 5000\nlanguage french\nstatus\n")
+        host.wait_line('"laod" is not an action', host.err)
+        host.wait_line("the hook over the ground")
+        host.wait_line("base tires, view operating")
+        wait_for(lambda: desk.value("OrvikLoad") == 11500, "five tons and the hook block")
+        wait_text(desk, "FLÈCHE PRINCIPALE")
+        terminal.write("silence 15\n")
+        wait_for(lambda: desk.value("OrvikHX7TimeOutLamp") == 2, "the lost link", 14)
+        wait_for(lambda: desk.value("OrvikHX7TimeOutLamp") == 1, "the link", 8)
+        wait_text(desk, "FLÈCHE PRINCIPALE")
+        terminal.write("restart\nscenario overlod\n")
+        host.wait_line("did you mean overload?", host.err)
+        terminal.write("press 1\n")
+        wait_text(desk, "INFO 1/4")
+    assert host.wait_exit() == 0, "the end of the input ends it"
+
+
+def test_over_http(desk):
+    process = simulate(desk, "--http", "127.0.0.1:0", "--scenario", "normal-lift")
+    host = Host(desk)
+    wait_for(lambda: host.state()["display"]["file_id"].startswith("Rev."), "the display's answers")
+    status, answer = host.request("POST", "/api/controls", json.dumps({"angle": 30, "load": 4000, "swing": -20}))
+    assert status == 200, answer
+    wait_for(lambda: abs(desk.value("OrvikAngle") - 30) < 0.1 and desk.value("OrvikSwing") == -20, "the boom", 30)
+    assert host.state()["scenario"] == "", "who drives by hand ends the scenario"
+    host.do("fault angle-sensor")
+    wait_for(lambda: host.state()["faults"]["present"] == ["angle-sensor"], "the fault")
+    wait_text(desk, "SENSOR FAULT")
+    for path, body, headers, expected in [
+            ("/api/do", '{"do":"boom angel 45"}', {}, 400), ("/api/do", "no", {}, 400),
+            ("/api/do", '{"do":"scenario ../x"}', {}, 400), ("/api/controls", '{"angle":"x"}', {}, 400),
+            ("/api/do", '{"do":"stop"}', {"Host": "example.org"}, 403),
+            ("/api/do", '{"do":"stop"}', {"Origin": "http://example.org"}, 403),
+            ("/api/do", '{"do":"' + "x" * 5000 + '"}', {}, 413), ("/api/nothing", "{}", {}, 404)]:
+        status, answer = host.request("POST", path, body, **headers)
+        assert status == expected and answer["error"], (path, body, status, answer)
+    assert host.request("GET", "/api/state", **{"Host": "example.org"})[0] == 403
+    process.stop()
+    assert process.child.returncode == 0
+    assert not (desk.runtime / "hx7.address").exists()
+
+
+def test_two_runs_with_the_same_seed_put_the_same_bytes_on_the_bus(make_desk, tmp_path):
+    def run(name, seed, orvik, frames):
+        log = tmp_path / name
+        desk = make_desk("--record", log, orvik=orvik)
+        status, _, errors = desk.run(BIN / "hx7", "simulate", "--config", CONFIG, "--speed", "max", "--seconds-of-crane", "600",
+                                     "--seed", seed, seconds=90)
+        assert status == 0, errors
+
+        def sent():
+            return [line.split()[2] for line in log.read_text().splitlines() if "18FF00D0#" in line]
+
+        wait_for(lambda: len(sent()) >= frames, "what the unit has not worked off yet", 30)
+        desk.unit.stop()
+        return sent()
+
+    first = run("first.log", "3", False, 45000)
+    assert first == run("second.log", "3", True, len(first)), "with a display that answers and without one"
+    assert first != run("third.log", "4", False, 45000)
+
+
+@pytest.mark.parametrize("arguments, status, text", [
+    (["--list"], 0, "worst-case-traffic"), (["--help"], 0, "two-block-switch"),
+    (["--scenario", "overlod"], 2, "did you mean overload?"), (["--scenario", "./none.scenario"], 1, "cannot read"),
+    (["--chart", "/none"], 1, "cannot read the load chart"), (["--chart", CONFIG / "generic.xml"], 2, "generic.xml:1:"),
+    (["--speed", "0"], 2, "--speed takes max or a factor"), (["--http", "0.0.0.0:80"], 2, "this machine alone"),
+    (["--config", "/none"], 1, "no scenarios in /none"), (["--seconds-of-crane", "-1"], 2, "--seconds-of-crane"),
+    ([], 1, "unit run"),
+])
+def test_calls_that_end_at_once(tmp_path, arguments, status, text):
+    config = [] if "--config" in arguments else ["--config", CONFIG]
+    process = Process([BIN / "hx7", "simulate", *config, *arguments], tmp_path / "run")
+    assert process.wait_exit(20) == status, process.out + process.err
+    assert text in "\n".join(process.out + process.err)
