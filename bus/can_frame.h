@@ -1,5 +1,4 @@
-// A CAN frame on the desk's bus and its text forms: a line of candump's log and a message of the socketcand
-// protocol.
+// A CAN frame on the desk's bus and its text forms: a line of a log and a message of the socketcand protocol.
 #pragma once
 
 #include <array>
@@ -31,6 +30,17 @@ struct log_line_t {
 };
 std::optional<log_line_t> ParseLogLine(std::string_view line);
 std::string FormatLogLine(const frame_t& frame, std::string_view interface);
+
+// A line of any log that is read here; empty when it is not a data frame. Identifiers and data are hexadecimal.
+//
+// | Written by                              | Line                                                            |
+// |-----------------------------------------|-----------------------------------------------------------------|
+// | candump -L and -l, canutils of others   | as ParseLogLine                                                 |
+// | candump -ta and -tz, with -x as well    | (1436509052.249713)  vcan0  18FF00D0   [8]  00 01 06 00 ...     |
+// | candump -tA: the machine's zone of time | (2015-07-10 08:17:32.249713)  vcan0  18FF00D0   [8]  00 01 ...  |
+// | python-can's and log2asc's ASC          | 0.249713 1  18FF00D0x  Rx   d 8 00 01 06 00 ...                 |
+// | python-can's CSV, data in base64        | 1436509052.249713,0x18ff00d0,1,0,0,8,AAEGAAAAAAA=               |
+std::optional<frame_t> ParseAnyLogLine(std::string_view line);
 
 // socketcand: "< send 18FF00D0 8 0 1 6 0 0 0 0 0 >" from a client, "< frame 18FF00D2 1436509052.249713
 // 0001060000000000 >" to it (raw mode). Both take and give one message with its brackets; identifiers of eight

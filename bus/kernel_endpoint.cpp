@@ -153,7 +153,6 @@ Endpoint::Result KernelEndpoint::Receive(frame_t& frame, int timeout_ms) {
   if (problem_.Any()) return Result::kDown;
   const Deadline deadline(timeout_ms);
   for (;;) {
-    if (WaitReadable(socket_.Get(), waker_, deadline) != Wait::kReady) return Result::kTimeout;
     can_frame raw{};
     std::uint64_t time_us = 0;
     if (ReadFrame(raw, time_us)) {
@@ -163,6 +162,9 @@ Endpoint::Result KernelEndpoint::Receive(frame_t& frame, int timeout_ms) {
       return Result::kOk;
     }
     if (errno != EAGAIN && errno != EINTR && errno != EBADMSG) return DownBy(errno);
+    // Only now: on a full bus one call a frame is enough.
+    if (errno == EAGAIN && WaitReadable(socket_.Get(), waker_, deadline) != Wait::kReady)
+      return Result::kTimeout;
   }
 }
 
@@ -188,8 +190,9 @@ void Configure(int fd, const std::string& interface) {
       ::setsockopt(fd, SOL_SOCKET, SO_RXQ_OVFL, &on, sizeof on) < 0) {
     Refuse(interface, ErrorText(errno));
   }
-  // As much as the system allows, up to some seconds of a full bus.
-  ::setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &kReceiveQueueBytes, sizeof kReceiveQueueBytes);
+  // Some seconds of a full bus; without the right to that, as much as the system allows.
+  if (::setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &kReceiveQueueBytes, sizeof kReceiveQueueBytes) < 0)
+    ::setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &kReceiveQueueBytes, sizeof kReceiveQueueBytes);
 }
 
 void Bind(int fd, const std::string& interface) {

@@ -10,6 +10,7 @@
 #include <sys/socket.h>
 
 #include "bus/can_frame.h"
+#include "bus/echo_window.h"
 #include "bus/stations.h"
 #include "bus/wait.h"
 
@@ -20,6 +21,7 @@ constexpr int kConnectTimeout_ms = 2000;  // to connect, and again for the greet
 constexpr int kPartingTimeout_ms = 5000;  // of a server that says nothing; the unit's may pause for two seconds
 constexpr int kPartingLimit_ms = 60'000;  // of one that works off what it was sent
 constexpr std::size_t kReadBytes = 16384;
+constexpr std::string_view kEcho = "< echo >";
 
 class SocketcandEndpoint : public Endpoint {
  public:
@@ -43,8 +45,9 @@ class SocketcandEndpoint : public Endpoint {
 
   Descriptor socket_;
   const std::string address_;
-  std::string unsent_;           // sending thread: what the server has not taken yet
-  bool hasSent_ = false;         // sending thread
+  std::string unsent_;    // sending thread: what the server has not taken yet
+  bool hasSent_ = false;  // sending thread
+  EchoWindow window_;
   SocketcandSplitter splitter_;  // receiving thread
   std::string message_;          // receiving thread
   std::atomic<std::uint64_t> lost_ = 0;
@@ -69,6 +72,7 @@ SocketcandEndpoint::~SocketcandEndpoint() {
 
 Endpoint::Result SocketcandEndpoint::Down(const std::string& what) {
   problem_.Set(address_ + ": " + what);
+  window_.Release();
   return Result::kDown;
 }
 
@@ -93,13 +97,17 @@ Endpoint::Result SocketcandEndpoint::SendAll(std::span<const frame_t> frames, in
   const Deadline deadline(timeout_ms);
   Result result = Flush(deadline);
   if (result != Result::kOk) return result;
+  if (!window_.WaitForRoom(deadline)) return Result::kTimeout;
   hasSent_ = true;
   for (const frame_t& frame : frames) unsent_ += FormatSocketcandSend(frame);
+  const bool echo = window_.IsDue(frames.size());
+  if (echo) unsent_ += kEcho;
   const std::size_t whole = unsent_.size();
   result = Flush(deadline);
   if (result != Result::kTimeout) return result;
   if (unsent_.size() < whole) return Result::kOk;
   unsent_.clear();
+  if (echo) window_.TakeBack();
   return Result::kTimeout;
 }
 
@@ -120,6 +128,7 @@ Endpoint::Result SocketcandEndpoint::Receive(frame_t& frame, int timeout_ms) {
   for (;;) {
     while (splitter_.Next(message_)) {
       const auto parsed = ParseSocketcandFrame(message_);
+      if (!parsed && message_ == kEcho) window_.Answered();
       if (!parsed) continue;
       frame = *parsed;
       if (frame.time_us == 0) frame.time_us = RealTime_us();

@@ -2,6 +2,7 @@
 // standard output and what befell it on standard error, and throws failure or usage_error.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -42,5 +43,15 @@ struct record_options_t {
   std::optional<double> seconds;
 };
 void Record(const record_options_t& options);
+
+struct diff_options_t {
+  std::string a;
+  std::string b;
+  bool json = false;
+  std::uint64_t limit = 20;  // differences that are printed; 0: all
+};
+// True where the display shows the same in both logs. Throws usage_error where one cannot be read, so that
+// status 1 means a difference and nothing else.
+bool Diff(const diff_options_t& options);
 
 }  // namespace host

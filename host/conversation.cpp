@@ -73,7 +73,8 @@ void Conversation::HearDisplay(const Message& message, utterance_t& utterance) {
 
 std::optional<utterance_t> Conversation::Feed(const bus::frame_t& frame) {
   ++counters_.frames;
-  utterance_t utterance{.time_us = frame.time_us, .speaker = SpeakerOf(frame), .frame = frame, .decoded = {}};
+  utterance_t utterance{
+      .time_us = frame.time_us, .speaker = SpeakerOf(frame), .frame = frame, .message = {}, .decoded = {}};
   if (utterance.speaker == Speaker::kOther) {
     ++counters_.others;
     utterance.decoded = DecodeUnknown(frame.Bytes(), "");
@@ -92,6 +93,7 @@ std::optional<utterance_t> Conversation::Feed(const bus::frame_t& frame) {
   } else {
     HearDisplay(message, utterance);
   }
+  utterance.message = std::move(message);
   return utterance;
 }
 

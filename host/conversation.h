@@ -39,6 +39,7 @@ struct utterance_t {
   std::uint64_t time_us = 0;  // of its last frame
   Speaker speaker = Speaker::kOther;
   bus::frame_t frame;                  // that last frame; all there is of another speaker
+  Message message = {};                // with the padding of its last frame; empty of another speaker
   const command_t* answers = nullptr;  // of the display: the request
   decoded_t decoded;
 };

@@ -1,8 +1,23 @@
 #include "host/log_reader.h"
 
 #include <limits>
+#include <string_view>
+
+#include "host/errors.h"
 
 namespace host {
+namespace {
+
+// The head of an ASC log.
+void CheckHead(std::string_view line) {
+  if (!line.starts_with("base ")) return;
+  if (!line.starts_with("base hex") || line.find("relative") != std::string_view::npos) {
+    throw failure("this log counts otherwise (\"" + std::string(line.substr(0, line.find('\r'))) +
+                  "\"); write it again with base hex and absolute timestamps");
+  }
+}
+
+}  // namespace
 
 std::optional<bus::frame_t> LogReader::Next() {
   while (!in_.eof()) {
@@ -13,8 +28,10 @@ std::optional<bus::frame_t> LogReader::Next() {
     if (tooLong) {
       in_.clear();
       in_.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
-    } else if (const auto line = bus::ParseLogLine(line_.data())) {
-      return line->frame;
+    } else if (const auto frame = bus::ParseAnyLogLine(line_.data())) {
+      return frame;
+    } else {
+      CheckHead(line_.data());
     }
     const bool blank = !tooLong && line_[0] == '\0';
     if (!blank) ++skipped_;

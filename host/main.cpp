@@ -26,6 +26,8 @@ struct command_line_t {
   host::watch_options_t watch;
   host::record_options_t record;
   simulate::options_t simulate;
+  host::diff_options_t diff;
+  int status = 0;
 };
 
 void AddSend(CLI::App& app, host::send_options_t& options) {
@@ -59,8 +61,12 @@ void AddSend(CLI::App& app, host::send_options_t& options) {
 }
 
 void AddPlay(CLI::App& app, host::play_options_t& options) {
-  CLI::App* command = app.add_subcommand("play", "Play a log of candump -L onto the bus at its own pace");
+  CLI::App* command = app.add_subcommand("play", "Play a log onto the bus at its own pace");
   command->footer(
+      "Reads logs of candump -L and -l, what candump -ta, -tz and -tA print, and the log, ASC and CSV files "
+      "of\n"
+      "python-can (ASC of log2asc too). What is no data frame is passed over and counted.\n"
+      "On a terminal the space bar halts and goes on. A process that was stopped goes on where it was.\n"
       "Plays every frame but those of the display's own identifier 18FF00D2, which the display on the\n"
       "bus sends itself; --all plays them too. The interface that the log names does not matter. Where\n"
       "the bus is lost, it tries for 10 seconds to join it again.");
@@ -77,7 +83,7 @@ void AddPlay(CLI::App& app, host::play_options_t& options) {
 void AddWatch(CLI::App& app, host::watch_options_t& options) {
   CLI::App* command = app.add_subcommand("watch", "Show both directions in words, live or from a log");
   command->add_option("FILE", options.file,
-                      "A log of candump -L; - is standard input; without it, the live bus");
+                      "A log, as play reads it; - is standard input; without it, the live bus");
   command->add_option("--bus", options.bus, kBusHelp)->capture_default_str();
   command->add_flag("--json", options.json, "One JSON object a line");
   command->add_flag("--changes", options.changes, "Only messages that differ from the last of their kind");
@@ -143,6 +149,20 @@ void AddSimulate(CLI::App& app, simulate::options_t& options) {
   command->callback([&options] { simulate::Simulate(options); });
 }
 
+void AddDiff(CLI::App& app, host::diff_options_t& options, int& status) {
+  CLI::App* command = app.add_subcommand("diff", "Say where two logs differ in what the display shows");
+  command->footer(
+      "Compares what the screen would show one after the other: rounded values, texts, lamps with their\n"
+      "colours, icons, units, language, beeper, swing, page requests and a lost link. When it is shown, and\n"
+      "how often it is sent again, does not matter. Exit status: 0 the same, 1 different, 2 called wrongly\n"
+      "or a log cannot be read.");
+  command->add_option("A", options.a, "A log")->required();
+  command->add_option("B", options.b, "Another log")->required();
+  command->add_flag("--json", options.json, "One JSON object a difference");
+  command->add_option("--limit", options.limit, "Differences to print; 0 prints all")->capture_default_str();
+  command->callback([&options, &status] { status = host::Diff(options) ? 0 : kFailed; });
+}
+
 int Run(int argc, char** argv) {
   CLI::App app{"hx7: the host load computer's end of the bus"};
   command_line_t line;
@@ -154,12 +174,13 @@ int Run(int argc, char** argv) {
   AddWatch(app, line.watch);
   AddRecord(app, line.record);
   AddSimulate(app, line.simulate);
+  AddDiff(app, line.diff, line.status);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : kCalledWrongly;
   }
-  return 0;
+  return line.status;
 }
 
 }  // namespace

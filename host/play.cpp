@@ -1,4 +1,5 @@
 #include <charconv>
+#include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <iostream>
@@ -9,6 +10,7 @@
 #include "host/commands.h"
 #include "host/errors.h"
 #include "host/log_reader.h"
+#include "host/play_control.h"
 #include "host/player.h"
 #include "host/station.h"
 
@@ -40,11 +42,16 @@ std::string Seconds(std::chrono::microseconds time) {
 class ProgressLine {
  public:
   explicit ProgressLine(bool shown) : shown_(shown) {}
-  void Show(std::chrono::microseconds position, std::uint64_t frames) {
+  bool Due() const { return shown_ && Clock::now() >= next_; }
+  void Show(const std::string& text) {
     constexpr std::chrono::milliseconds kPace{200};
-    if (!shown_ || Clock::now() < next_) return;
     next_ = Clock::now() + kPace;
-    std::cerr << "\r" + Seconds(position) + "  " + std::to_string(frames) + " frames ";
+    text_ = text;
+    if (shown_) std::cerr << "\r\033[K" + text_;
+  }
+  // What holds the log, behind the text that stands.
+  void ShowPaused(bool paused) const {
+    if (shown_) std::cerr << "\r\033[K" + text_ + (paused ? "  paused, space goes on" : "");
   }
   void Clear() const {
     if (shown_) std::cerr << "\r\033[K";
@@ -52,8 +59,17 @@ class ProgressLine {
 
  private:
   const bool shown_;
+  std::string text_;
   Clock::time_point next_{};
 };
+
+// Bytes of a file; 0 where it is no file or has none.
+std::uintmax_t SizeOf(const std::string& file) {
+  std::error_code error;
+  const std::uintmax_t size =
+      std::filesystem::is_regular_file(file, error) ? std::filesystem::file_size(file, error) : 0;
+  return error ? 0 : size;
+}
 
 class FilePlayer {
  public:
@@ -62,13 +78,16 @@ class FilePlayer {
         stop_(stop),
         station_(options.bus, stop),
         schedule_(Clock::now(), ParseSpeed(options.speed)),
-        progress_(!options.quiet && ::isatty(STDERR_FILENO) != 0) {
+        progress_(!options.quiet && ::isatty(STDERR_FILENO) != 0),
+        control_(stop, options.file != "-", [this](bool paused) { progress_.ShowPaused(paused); }),
+        size_(SizeOf(options.file)) {
     station_.Drain();
   }
   void Run(std::istream& in);
 
  private:
   bool PlayOnce(std::istream& in);
+  void ShowProgress(std::istream& in);
   void Summarise() const;
 
   const play_options_t& options_;
@@ -76,20 +95,34 @@ class FilePlayer {
   Station station_;
   Schedule schedule_;
   ProgressLine progress_;
+  PlayControl control_;
+  const std::uintmax_t size_;
   played_t played_;
   std::uint64_t skipped_ = 0;
 };
 
+// "12.3 s  45 %  1234 frames"
+void FilePlayer::ShowProgress(std::istream& in) {
+  if (!progress_.Due()) return;
+  std::string text = Seconds(schedule_.Position());
+  if (size_ > 0) {
+    const auto at = static_cast<std::streamoff>(in.tellg());
+    text += "  " + std::to_string(at < 0 ? 100 : static_cast<std::uintmax_t>(at) * 100 / size_) + " %";
+  }
+  progress_.Show(text + "  " + std::to_string(played_.frames) + " frames");
+}
+
 bool FilePlayer::PlayOnce(std::istream& in) {
   LogReader reader(in);
   const stage_t stage{.now = Clock::now,
-                      .waitUntil = [this](Clock::time_point when) { return stop_.WaitUntil(when); },
+                      .waitUntil = [this](Clock::time_point when) { return control_.WaitUntil(when); },
                       .send =
                           [this](const bus::frame_t& frame) {
-                            return station_.Send({&frame, 1});
+                            const bool sent = station_.Send({&frame, 1});
+                            control_.Sent();
+                            return sent;
                           },
-                      .progress = [this](std::chrono::microseconds position,
-                                         std::uint64_t frames) { progress_.Show(position, frames); }};
+                      .progress = [this, &in] { ShowProgress(in); }};
   const bool whole = Play([&reader] { return reader.Next(); }, schedule_, options_.all, stage, played_);
   skipped_ += reader.Skipped();
   return whole;
@@ -117,7 +150,9 @@ void FilePlayer::Run(std::istream& in) {
   }
   Summarise();
   if (played_.frames == 0 && !stop_.Stopped())
-    throw failure(options_.file + " holds no frame to play; it should be a log of candump -L");
+    throw failure(
+        options_.file +
+        " holds no frame to play; it should be a log of candump -L or another that `hx7 play --help` names");
 }
 
 }  // namespace

@@ -15,19 +15,19 @@ Schedule::TimePoint Schedule::Due(std::uint64_t stamp_us) {
 bool Play(const std::function<std::optional<bus::frame_t>()>& next, Schedule& schedule, bool all,
           const stage_t& stage, played_t& played) {
   while (const auto frame = next()) {
-    if (!stage.waitUntil(schedule.Due(frame->time_us))) return false;
+    const auto held = stage.waitUntil(schedule.Due(frame->time_us));
+    if (!held) return false;
+    schedule.Shift(*held);
     if (!all && frame->extended && frame->identifier == DISPLAY_FRAME_ID) {
       ++played.passedOver;
       continue;
     }
     const auto before = stage.now();
     if (!stage.send(*frame)) return false;
-    // Where the bus was away for a while, the recording goes on from here instead of catching up in one burst.
-    constexpr std::chrono::milliseconds kPause{500};
     const auto took = stage.now() - before;
-    if (took > kPause) schedule.Shift(took);
+    if (took > kBusAway) schedule.Shift(took);
     ++played.frames;
-    stage.progress(schedule.Position(), played.frames);
+    stage.progress();
   }
   return true;
 }

@@ -35,12 +35,17 @@ class Schedule {
   std::optional<std::uint64_t> last_us_;
 };
 
+// A frame that took longer than this to send found the bus away. The recording goes on from there instead of
+// catching up in one burst.
+constexpr std::chrono::milliseconds kBusAway{500};
+
 // What the player needs of the world; a test gives it a clock of its own.
 struct stage_t {
   std::function<Schedule::TimePoint()> now;
-  std::function<bool(Schedule::TimePoint)> waitUntil;  // false: stop
-  std::function<bool(const bus::frame_t&)> send;       // false: stop
-  std::function<void(std::chrono::microseconds position, std::uint64_t frames)> progress;
+  // Waits until then and as much longer as somebody holds the log, which is what it gives back; empty: stop.
+  std::function<std::optional<Schedule::TimePoint::duration>(Schedule::TimePoint)> waitUntil;
+  std::function<bool(const bus::frame_t&)> send;  // false: stop
+  std::function<void()> progress;                 // after each frame
 };
 
 struct played_t {

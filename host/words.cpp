@@ -25,16 +25,6 @@ std::string Padded(std::string text, int width) {
   return text;
 }
 
-std::string TimeOfDay(std::uint64_t time_us) {
-  const auto seconds = static_cast<std::time_t>(time_us / kMicrosPerSecond);
-  std::tm local{};
-  ::localtime_r(&seconds, &local);
-  std::ostringstream text;
-  text << std::put_time(&local, "%H:%M:%S") << '.' << std::setfill('0') << std::setw(3)
-       << time_us % kMicrosPerSecond / 1000;
-  return text.str();
-}
-
 // Of a frame of somebody else: its identifier stands where a command would.
 std::string OtherWords(const utterance_t& utterance) {
   std::ostringstream identifier;
@@ -48,6 +38,16 @@ std::string OtherWords(const utterance_t& utterance) {
 std::string_view SpeakerName(Speaker speaker) {
   constexpr std::array<std::string_view, 3> kNames = {"host", "display", "other"};
   return kNames[static_cast<std::size_t>(speaker)];
+}
+
+std::string TimeOfDay(std::uint64_t time_us) {
+  const auto seconds = static_cast<std::time_t>(time_us / kMicrosPerSecond);
+  std::tm local{};
+  ::localtime_r(&seconds, &local);
+  std::ostringstream text;
+  text << std::put_time(&local, "%H:%M:%S") << '.' << std::setfill('0') << std::setw(3)
+       << time_us % kMicrosPerSecond / 1000;
+  return text.str();
 }
 
 std::string InWords(const decoded_t& decoded) {

@@ -14,7 +14,10 @@ std::string_view SpeakerName(Speaker speaker);
 // "operating-values: load 12300 lbs, radius 35.4 feet, led prealarm,a2b".
 std::string InWords(const decoded_t& decoded);
 
-// "14:05:12.345  host     CMD7.11  units: metric"; times of the machine's own zone.
+// "14:05:12.345" in the machine's own zone.
+std::string TimeOfDay(std::uint64_t time_us);
+
+// "14:05:12.345  host     CMD7.11  units: metric".
 std::string WatchLine(const utterance_t& utterance);
 
 // {"time":1436509052.249713,"from":"host","command":"CMD7.11","name":"units","values":{"units":"metric"}}; a

@@ -75,6 +75,20 @@ TEST(SocketcandEndpoint, LosesNothingThatItSentWhenItLeavesAServerThatIsSlow) {
   EXPECT_EQ(desk.WaitForFrames(sent).size(), sent);
 }
 
+TEST(SocketcandEndpoint, DoesNotRunAheadOfItsServer) {
+  SocketcandDesk desk;
+  const auto endpoint = bus::OpenEndpoint(desk.Bus());
+  std::size_t sent = 0;
+  while (endpoint->Send(kKeyRequest, 100) == Result::kOk) ++sent;
+  EXPECT_EQ(sent, 512U);
+  EXPECT_EQ(desk.WaitForFrames(sent).size(), sent);
+  desk.SendText("< echo >");
+  bus::frame_t frame;
+  EXPECT_EQ(endpoint->Receive(frame, 200), Result::kTimeout);
+  while (endpoint->Send(kKeyRequest, 100) == Result::kOk) ++sent;
+  EXPECT_EQ(sent, 640U);
+}
+
 TEST(SocketcandEndpoint, HandsOutTheFramesThatCameBeforeTheServerWentAndThenStaysDown) {
   SocketcandDesk desk;
   const auto endpoint = bus::OpenEndpoint(desk.Bus());

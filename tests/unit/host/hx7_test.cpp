@@ -164,6 +164,50 @@ TEST_F(Hx7, PlayJoinsABusAgainThatWasLostAndStopsAtOnceOnASignalInTheMiddleOfAPa
   EXPECT_EQ(Finish(paused).status, 0);
 }
 
+TEST_F(Hx7, PlayGoesOnWhereItWasAfterItsProcessWasStopped) {
+  SocketcandDesk desk;
+  std::string log;
+  for (int i = 0; i < 100; ++i) log += "(1." + std::to_string(100 + i * 5) + ") can0 123#\n";
+  const pid_t child = Start({"play", "--bus", desk.Bus(), WriteLog(log)});
+  desk.WaitForFrames(10);
+  ::kill(child, SIGSTOP);
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, WUNTRACED), child);
+  ::usleep(700'000);  // longer than all that is left of the log
+  const std::size_t before = desk.WaitForFrames(0).size();
+  ::kill(child, SIGCONT);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(Finish(child).status, 0);
+  const auto took = std::chrono::steady_clock::now() - begin;
+  EXPECT_GT(took, std::chrono::milliseconds(5 * (100 - static_cast<int>(before)) - 60));  // no burst
+  EXPECT_EQ(desk.WaitForFrames(100).size(), 100U);
+}
+
+TEST_F(Hx7, DiffTellsADifferenceFromATrouble) {
+  const auto write = [this](const char* name, const std::string& text) {
+    std::ofstream(folder_ / name) << text;
+    return (folder_ / name).string();
+  };
+  const std::string a =
+      write("a.log", "(10.0) can0 18FF00D0#0001070B01FFFFFF\n(11.0) can0 18FF00D0#0001040AFFFFFFFF\n");
+  // Later, twice, and with a request between.
+  const std::string b = write("b.log",
+                              "(90.0) can1 18FF00D0#0001070B01FFFFFF\n(90.1) can1 18FF00D0#0001070B01FFFFFF\n"
+                              "(90.2) can1 18FF00D0#000106FFFFFFFFFF\n(99.0) can1 18FF00D0#0001040AFFFFFFFF\n");
+  const std::string c =
+      write("c.log", "(10.0) can0 18FF00D0#0001070B01FFFFFF\n(21.5) can0 18FF00D0#0001040AFFFFFFFF\n");
+  const auto same = Run({"diff", a, b});
+  EXPECT_EQ(same.status, 0) << same.out << same.err;
+  EXPECT_EQ(same.out, "");
+  EXPECT_THAT(same.err, HasSubstr("differences: 0"));
+  const auto lost = Run({"diff", a, c});
+  EXPECT_EQ(lost.status, 1);
+  EXPECT_EQ(lost.out, "A 00:00:10.000  B 00:00:20.000\n  link: nothing | lost\n");
+  EXPECT_THAT(Run({"diff", "--json", c, a}).out, HasSubstr(R"("shown":{"link":{"a":"lost")"));
+  EXPECT_EQ(Run({"diff", a, folder_ / "none.log"}).status, 2);
+  EXPECT_EQ(Run({"diff", a, write("empty.log", "nothing\n")}).status, 2);
+}
+
 TEST_F(Hx7, RecordsWhatWatchThenReadsAsItHappened) {
   SocketcandDesk desk;
   const std::string log = folder_ / "new.log";

@@ -17,23 +17,26 @@ struct World {
   TimePoint now = kBegin;
   std::chrono::microseconds sendTakes{0};
   std::size_t stopAfter = 1'000'000;
+  std::size_t holdAt = 1'000'000;  // frames after which somebody holds the log
+  TimePoint::duration holdFor{};
   std::vector<std::int64_t> sentAt_us;
 
   host::stage_t Stage() {
     return {
         .now = [this] { return now; },
-        .waitUntil =
-            [this](TimePoint when) {
-              now = std::max(now, when);
-              return sentAt_us.size() < stopAfter;
-            },
+        .waitUntil = [this](TimePoint when) -> std::optional<TimePoint::duration> {
+          if (sentAt_us.size() >= stopAfter) return std::nullopt;
+          const auto held = sentAt_us.size() == holdAt ? holdFor : TimePoint::duration{};
+          now = std::max(now, when + held);
+          return held;
+        },
         .send =
             [this](const bus::frame_t&) {
               sentAt_us.push_back(std::chrono::duration_cast<std::chrono::microseconds>(now - kBegin).count());
               now += sendTakes;
               return true;
             },
-        .progress = [](std::chrono::microseconds, std::uint64_t) {}};
+        .progress = [] {}};
   }
 };
 
@@ -88,6 +91,13 @@ TEST(Play, GoesOnFromWhereTheBusWasLost) {
   };
   host::Play(Frames({0, 10'000, 20'000}), schedule, false, stage, played);
   EXPECT_THAT(world.sentAt_us, ElementsAre(0, 8'010'000, 8'020'000));
+}
+
+TEST(Play, PutsOffAllThatFollowsAfterAPause) {
+  World world;
+  world.holdAt = 2;
+  world.holdFor = 5s;
+  EXPECT_THAT(PlayAll(world, 2, {0, 10'000, 20'000, 30'000}), ElementsAre(0, 5'000, 5'010'000, 5'015'000));
 }
 
 TEST(Play, LoopsWithoutAGapAndStopsWhenTold) {

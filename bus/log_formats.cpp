@@ -1,0 +1,159 @@
+// Log lines of other programs than candump -L.
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdlib>
+#include <ctime>
+
+#include "bus/can_frame.h"
+#include "bus/text_fields.h"
+
+namespace bus {
+namespace {
+
+constexpr std::uint32_t kMostExtended = 0x1FFFFFFF;
+constexpr std::uint32_t kMostStandard = 0x7FF;
+constexpr std::uint64_t kMicrosPerSecond = 1'000'000;
+
+bool SetIdentifier(std::string_view digits, bool extended, frame_t& frame) {
+  const auto value = ParseNumber<std::uint32_t>(digits, 16);
+  if (!value || *value > (extended ? kMostExtended : kMostStandard)) return false;
+  frame.identifier = *value;
+  frame.extended = extended;
+  return true;
+}
+
+// Seconds with as many digits behind the point as a program may print; what is below a microsecond is cut off.
+bool SetStamp(std::string_view seconds, frame_t& frame) {
+  constexpr std::size_t kDigits = 6;
+  const std::size_t point = seconds.find('.');
+  if (point == std::string_view::npos) return false;
+  const auto stamp = ParseStamp(seconds.substr(0, point + 1 + kDigits));
+  frame.time_us = stamp.value_or(0);
+  return stamp.has_value();
+}
+
+// "2015-07-10" and "08:17:32.249713", in the machine's own zone.
+bool SetLocalTime(std::string_view date, std::string_view time, frame_t& frame) {
+  const std::size_t point = std::min(time.find('.'), time.size());
+  const std::string text = std::string(date) + " " + std::string(time.substr(0, point));
+  std::tm local{};
+  const char* const end = ::strptime(text.c_str(), "%Y-%m-%d %H:%M:%S", &local);
+  if (end == nullptr || *end != '\0' || !SetStamp("0" + std::string(time.substr(point)), frame)) return false;
+  local.tm_isdst = -1;
+  const std::time_t seconds = ::mktime(&local);
+  if (seconds < 0) return false;
+  frame.time_us += static_cast<std::uint64_t>(seconds) * kMicrosPerSecond;
+  return true;
+}
+
+bool ReadData(FieldReader& fields, std::uint8_t length, frame_t& frame) {
+  if (length > frame.data.size()) return false;
+  while (frame.length < length) {
+    const std::string_view word = fields.Next();
+    if (word.size() != 2 || !ParseHexBytes(word, frame)) return false;
+  }
+  return true;
+}
+
+// "(STAMP)", or "(DATE TIME)" in two words.
+bool ReadBracketedStamp(FieldReader& fields, frame_t& frame) {
+  std::string_view first = fields.Next();
+  first.remove_prefix(1);
+  if (first.ends_with(')')) return SetStamp(first.substr(0, first.size() - 1), frame);
+  const std::string_view second = fields.Next();
+  return second.ends_with(')') && SetLocalTime(first, second.substr(0, second.size() - 1), frame);
+}
+
+// candump's lines for the eye. A classic frame's length has one digit ("[8]"), that of CAN FD two ("[08]").
+std::optional<frame_t> ParseCandumpLine(std::string_view line) {
+  constexpr std::size_t kLengthWidth = 3;
+  FieldReader fields(line);
+  frame_t frame;
+  if (!ReadBracketedStamp(fields, frame)) return std::nullopt;
+  fields.Next();  // the interface
+  std::string_view identifier = fields.Next();
+  if (identifier == "RX" || identifier == "TX") {  // -x: direction and two flags
+    fields.Next();
+    fields.Next();
+    identifier = fields.Next();
+  }
+  const std::string_view length = fields.Next();
+  if (!ParseIdentifier(identifier, 3, frame) || length.size() != kLengthWidth || !length.starts_with('[') ||
+      !length.ends_with(']')) {
+    return std::nullopt;
+  }
+  const auto bytes = ParseNumber<std::uint8_t>(length.substr(1, 1), 10);
+  if (!bytes || !ReadData(fields, *bytes, frame)) return std::nullopt;
+  const std::string_view rest = fields.Next();
+  if (!rest.empty() && !rest.starts_with('\'')) return std::nullopt;  // "remote request"; -a adds 'letters'
+  return frame;
+}
+
+// What follows the data, such as the frame's duration, is not looked at.
+std::optional<frame_t> ParseAscLine(std::string_view line) {
+  FieldReader fields(line);
+  frame_t frame;
+  if (!SetStamp(fields.Next(), frame)) return std::nullopt;
+  fields.Next();  // the channel
+  std::string_view identifier = fields.Next();
+  const bool extended = identifier.ends_with('x');
+  if (extended) identifier.remove_suffix(1);
+  fields.Next();  // the direction
+  if (!SetIdentifier(identifier, extended, frame) || fields.Next() != "d") return std::nullopt;
+  const auto length = ParseNumber<std::uint8_t>(fields.Next(), 16);
+  if (!length || !ReadData(fields, *length, frame)) return std::nullopt;
+  return frame;
+}
+
+// RFC 4648, section 4; false for other letters and for more bytes than a frame has.
+bool ReadBase64(std::string_view text, frame_t& frame) {
+  constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  while (text.ends_with('=')) text.remove_suffix(1);
+  std::uint32_t bits = 0;
+  unsigned held = 0;
+  for (const char letter : text) {
+    const std::size_t value = kAlphabet.find(letter);
+    if (value == std::string_view::npos) return false;
+    bits = bits << 6U | static_cast<std::uint32_t>(value);
+    held += 6;
+    if (held < 8) continue;
+    held -= 8;
+    if (frame.length == frame.data.size()) return false;
+    frame.data[frame.length++] = static_cast<std::uint8_t>(bits >> held);
+  }
+  return true;
+}
+
+// timestamp,arbitration_id,extended,remote,error,dlc,data
+std::optional<frame_t> ParseCsvLine(std::string_view line) {
+  constexpr std::string_view kHexPrefix = "0x";
+  std::array<std::string_view, 7> columns;
+  while (line.ends_with('\r')) line.remove_suffix(1);
+  for (std::string_view& column : columns) {
+    const std::size_t comma = std::min(line.find(','), line.size());
+    column = line.substr(0, comma);
+    line.remove_prefix(std::min(comma + 1, line.size()));
+  }
+  const auto& [stamp, identifier, extended, remote, error, length, data] = columns;
+  frame_t frame;
+  if (remote != "0" || error != "0" || !identifier.starts_with(kHexPrefix) || !SetStamp(stamp, frame) ||
+      !SetIdentifier(identifier.substr(kHexPrefix.size()), extended == "1", frame) ||
+      !ReadBase64(data, frame) || length != std::to_string(frame.length)) {
+    return std::nullopt;
+  }
+  return frame;
+}
+
+}  // namespace
+
+std::optional<frame_t> ParseAnyLogLine(std::string_view line) {
+  line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+  if (line.starts_with('(')) {
+    const auto logged = ParseLogLine(line);
+    return logged ? logged->frame : ParseCandumpLine(line);
+  }
+  return line.find(',') == std::string_view::npos ? ParseAscLine(line) : ParseCsvLine(line);
+}
+
+}  // namespace bus

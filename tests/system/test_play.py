@@ -1,0 +1,92 @@
+"""`hx7 play` on a whole desk: what a log leaves on the screen, however fast it was played, and the pause key."""
+
+import os
+import pty
+import sys
+import time
+
+from desk import BIN, CONFIG, REPOSITORY, wait_for
+
+sys.path.insert(0, str(REPOSITORY / "bench"))
+from replay_pace import make_log  # noqa: E402
+
+MINUTES = 10
+
+
+def received(desk):
+    services = {service["name"]: service["counters"] for service in desk.get("/api/health")["services"]}
+    return services["j1939"]["received"]
+
+
+def settled(desk):
+    """What stands on the screen once it stands still."""
+    def state():
+        screen = desk.screen()
+        return screen["page"], screen["widgets"], {name: value for name, value in screen["variables"].items()
+                                                   if name.startswith("Orvik")}
+
+    def same_for_a_while():
+        before = state()
+        time.sleep(0.5)
+        return before if state() == before else None
+
+    return wait_for(same_for_a_while, "a screen that stands still", 20)
+
+
+def test_a_log_at_full_speed_leaves_the_same_screen_as_at_its_own_pace(make_desk, tmp_path):
+    log = tmp_path / "ten-minutes.log"
+    frames = len(make_log(log, MINUTES * 60))
+    shown = []
+    for speed in ("60", "max"):
+        desk = make_desk()
+        status, _, errors = desk.run(BIN / "hx7", "play", "--speed", speed, log, seconds=60)
+        assert (status, f"played {frames} frames, 600.0 s" in errors) == (0, True), errors
+        wait_for(lambda: received(desk) == frames, "every frame", 30)
+        shown.append(settled(desk))
+    assert shown[0] == shown[1]
+    assert shown[0][0] == "Main"
+
+
+class Terminal:
+    """hx7 on a terminal of its own."""
+
+    def __init__(self, *arguments):
+        self.child, self.screen = pty.fork()
+        if self.child == 0:
+            os.execv(arguments[0], [str(argument) for argument in arguments])
+        self.text = ""
+
+    def shows(self, words, what):
+        def read():
+            self.text += os.read(self.screen, 4096).decode("utf-8", "replace")
+            return words in self.text
+        wait_for(read, what)
+        self.text = ""
+
+    def type(self, keys):
+        os.write(self.screen, keys.encode())
+
+
+def test_space_halts_a_log_and_goes_on_and_the_progress_says_where_it_is(desk, monkeypatch):
+    monkeypatch.setenv("ORVIK_RUNTIME_DIR", str(desk.runtime))
+    bus = desk.bus()
+    terminal = Terminal(BIN / "hx7", "play", CONFIG / "demo/lift.log")
+    terminal.shows(" %  ", "the share of the file")
+    terminal.type(" ")
+    terminal.shows("paused", "the pause")
+    bus.pass_over()
+    time.sleep(0.5)  # the log has 80 frames a second
+    bus.pass_over()
+    bus.socket.settimeout(0.3)
+    try:
+        assert not bus.socket.recv(1), "a frame came in a pause"
+    except TimeoutError:
+        pass
+    terminal.type(" ")
+    terminal.shows(" frames", "the progress again")
+    bus.receive_any()
+    terminal.type("\x03")
+    begin = time.monotonic()
+    _, status = os.waitpid(terminal.child, 0)
+    assert os.waitstatus_to_exitcode(status) == 0
+    assert time.monotonic() - begin < 2

@@ -1,0 +1,231 @@
+#include <algorithm>
+#include <sstream>
+#include <vector>
+
+#include "host/protocol.h"
+#include "hostlink/frame_layout.h"
+#include "tools/dissector_tables.h"
+
+namespace tables {
+namespace {
+
+using host::command_t;
+using host::field_t;
+using host::FieldType;
+
+constexpr std::uint32_t kExtendedFlag = 0x80000000;  // a DBC marks 29-bit identifiers so
+constexpr unsigned kBitsPerByte = 8;
+constexpr std::size_t kMessageBegin = FRAME_SIZE - FIRST_FRAME_ROOM;  // message byte 0 in the first frame
+
+// One signal, and all that other sections say of it.
+struct signal_t {
+  std::string name;
+  std::string multiplex;  // "M", "m7M", "m11"
+  std::string selector;   // SG_MUL_VAL_: the signal that selects it; empty where it is the only one
+  unsigned selected = 0;
+  std::string place;  // "24|8@1+"
+  double factor = 1.0;
+  std::string unit;
+  bool isFloat = false;
+  std::span<const host::number_name_t> names = {};
+  std::string comment = {};
+};
+
+std::string Identifier(std::string_view name) {
+  std::string text(name);
+  std::ranges::replace(text, '-', '_');
+  return text;
+}
+
+std::string BytePlace(std::size_t frameByte) {
+  return std::to_string(frameByte * kBitsPerByte) + "|8@1+";
+}
+
+// Big-endian: the place is that of the highest bit.
+std::string FloatPlace(std::size_t frameByte) {
+  return std::to_string(frameByte * kBitsPerByte + kBitsPerByte - 1) + "|32@0-";
+}
+
+const char* UnitText(host::Unit unit) {
+  switch (unit) {
+    case host::Unit::kDegrees:
+      return "deg";
+    case host::Unit::kPercent:
+      return "%";
+    case host::Unit::kTenMilliseconds:
+      return "x 10 ms";
+    default:
+      return "";
+  }
+}
+
+// Whether the whole field stands in the first frame, as a value that a DBC knows.
+bool CanBeSaid(const field_t& field) {
+  const bool known = field.type == FieldType::kU8 || field.type == FieldType::kFloatBe;
+  return known && field.offset + field.size <= FIRST_FRAME_ROOM;
+}
+
+std::string SignalName(const command_t& command, const field_t& field) {
+  if (&command == &host::OperatingValuesCommand()) return Identifier(field.name);
+  if (command.fields.size() == 1) return Identifier(command.name);
+  return Identifier(command.name) + "_" + Identifier(field.name);
+}
+
+void AddCommand(const command_t& command, std::vector<signal_t>& signals) {
+  const bool sub = command.sub != host::kNoSub;
+  const auto selected = static_cast<unsigned>(sub ? command.sub : command.number);
+  for (const field_t& field : command.fields) {
+    if (!CanBeSaid(field)) continue;
+    const std::size_t at = kMessageBegin + field.offset;
+    const bool isFloat = field.type == FieldType::kFloatBe;
+    signals.push_back({.name = SignalName(command, field),
+                       .multiplex = "m" + std::to_string(selected),
+                       .selector = sub ? "subcommand" : "command",
+                       .selected = selected,
+                       .place = isFloat ? FloatPlace(at) : BytePlace(at),
+                       .factor = 1.0 / field.scale,
+                       .unit = UnitText(field.unit),
+                       .isFloat = isFloat,
+                       .names = field.names,
+                       .comment = std::string(command.about)});
+  }
+}
+
+std::vector<signal_t> HostSignals() {
+  std::vector<signal_t> signals = {
+      {.name = "sequence",
+       .multiplex = "M",
+       .selector = {},
+       .place = BytePlace(0),
+       .unit = {},
+       .comment =
+           "0 in a message's first frame, then 1, 2, ...; the other frames carry on what the first began"},
+      {.name = "frames",
+       .multiplex = "m0",
+       .selector = "sequence",
+       .place = BytePlace(1),
+       .unit = {},
+       .comment = "frames of the message"},
+      {.name = "command",
+       .multiplex = "m0M",
+       .selector = "sequence",
+       .place = BytePlace(kMessageBegin),
+       .unit = {}},
+      {.name = "subcommand",
+       .multiplex = "m7M",
+       .selector = "command",
+       .selected = host::kExtendedCommand,
+       .place = BytePlace(kMessageBegin + 1),
+       .unit = {}}};
+  for (const command_t& command : host::Commands()) AddCommand(command, signals);
+  return signals;
+}
+
+// Replies carry no number of the request that they answer; only the usual one is said.
+std::vector<signal_t> DisplaySignals() {
+  std::vector<signal_t> signals = {
+      {.name = "sequence", .multiplex = "M", .selector = {}, .place = BytePlace(0), .unit = {}},
+      {.name = "frames", .multiplex = "m0", .selector = "sequence", .place = BytePlace(1), .unit = {}}};
+  const command_t* request = host::FindCommand("key-state");
+  for (const field_t& field : request->reply.fields) {
+    signals.push_back({.name = "key_state_" + Identifier(field.name),
+                       .multiplex = "m0",
+                       .selector = "sequence",
+                       .place = BytePlace(kMessageBegin + field.offset),
+                       .unit = {},
+                       .names = field.names,
+                       .comment = "where the frame answers key-state; a reply does not say what it answers"});
+  }
+  return signals;
+}
+
+struct frame_signals_t {
+  std::uint32_t identifier;
+  const char* name;
+  const char* sender;
+  const char* receiver;
+  const char* comment;
+  std::vector<signal_t> signals;
+};
+
+std::string Number(const frame_signals_t& frame) {
+  return std::to_string(frame.identifier | kExtendedFlag);
+}
+
+void PutFrame(const frame_signals_t& frame, std::ostream& out) {
+  out << "BO_ " << Number(frame) << ' ' << frame.name << ": " << FRAME_SIZE << ' ' << frame.sender << '\n';
+  for (const signal_t& signal : frame.signals) {
+    out << " SG_ " << signal.name << ' ' << signal.multiplex << " : " << signal.place << " (" << signal.factor
+        << ",0) [" << (signal.isFloat ? "0|0" : "0|255") << "] \"" << signal.unit << "\" " << frame.receiver
+        << '\n';
+  }
+  out << '\n';
+}
+
+void PutComments(const frame_signals_t& frame, std::ostream& out) {
+  out << "CM_ BO_ " << Number(frame) << " \"" << frame.comment << "\";\n";
+  for (const signal_t& signal : frame.signals) {
+    if (!signal.comment.empty())
+      out << "CM_ SG_ " << Number(frame) << ' ' << signal.name << " \"" << signal.comment << "\";\n";
+  }
+}
+
+void PutValues(const frame_signals_t& frame, std::ostream& out) {
+  for (const signal_t& signal : frame.signals) {
+    if (signal.names.empty()) continue;
+    out << "VAL_ " << Number(frame) << ' ' << signal.name;
+    for (const auto& [number, name] : signal.names) out << ' ' << int{number} << " \"" << name << '"';
+    out << " ;\n";
+  }
+}
+
+// The names of the commands themselves.
+void PutCommandNames(const frame_signals_t& frame, std::ostream& out) {
+  for (const bool sub : {false, true}) {
+    out << "VAL_ " << Number(frame) << (sub ? " subcommand" : " command");
+    for (const command_t& command : host::Commands()) {
+      if ((command.sub != host::kNoSub) == sub)
+        out << ' ' << (sub ? command.sub : int{command.number}) << " \"" << command.name << '"';
+    }
+    if (!sub) out << ' ' << int{host::kExtendedCommand} << " \"extended\"";
+    out << " ;\n";
+  }
+}
+
+void PutFloatTypes(const frame_signals_t& frame, std::ostream& out) {
+  for (const signal_t& signal : frame.signals) {
+    if (signal.isFloat) out << "SIG_VALTYPE_ " << Number(frame) << ' ' << signal.name << " : 1;\n";
+  }
+}
+
+void PutSelectors(const frame_signals_t& frame, std::ostream& out) {
+  for (const signal_t& signal : frame.signals) {
+    if (signal.selector.empty()) continue;
+    out << "SG_MUL_VAL_ " << Number(frame) << ' ' << signal.name << ' ' << signal.selector << ' '
+        << signal.selected << '-' << signal.selected << ";\n";
+  }
+}
+
+}  // namespace
+
+std::string DbcText() {
+  const std::vector<frame_signals_t> frames = {
+      {HOST_FRAME_ID, "HostToDisplay", "HX7", "Orvik",
+       "One frame of a command. Only what stands whole in a message's first frame is described here; for the "
+       "rest "
+       "join the frames, as docs/host-protocol.md says.",
+       HostSignals()},
+      {DISPLAY_FRAME_ID, "DisplayToHost", "Orvik", "HX7", "One frame of a reply.", DisplaySignals()}};
+  std::ostringstream out;
+  out << "VERSION \"\"\n\nNS_ :\n\tCM_\n\tVAL_\n\tSIG_VALTYPE_\n\tSG_MUL_VAL_\n\nBS_:\n\nBU_: HX7 Orvik\n\n";
+  for (const auto& frame : frames) PutFrame(frame, out);
+  out << "CM_ \"The host protocol of the Orvik display. Made by make_dissector_tables; do not edit.\";\n";
+  for (const auto& frame : frames) PutComments(frame, out);
+  PutCommandNames(frames[0], out);
+  for (const auto& frame : frames) PutValues(frame, out);
+  for (const auto& frame : frames) PutFloatTypes(frame, out);
+  for (const auto& frame : frames) PutSelectors(frame, out);
+  return out.str();
+}
+
+}  // namespace tables

@@ -1,0 +1,131 @@
+#include <sstream>
+
+#include "host/protocol.h"
+#include "hostlink/frame_layout.h"
+#include "tools/dissector_tables.h"
+
+namespace tables {
+namespace {
+
+using host::command_t;
+using host::field_t;
+using host::FieldType;
+using host::Unit;
+
+const char* TypeName(FieldType type) {
+  switch (type) {
+    case FieldType::kI16Be:
+      return "i16";
+    case FieldType::kFloatBe:
+      return "float";
+    case FieldType::kLamps:
+      return "lamps";
+    case FieldType::kKeyMasks:
+      return "key_masks";
+    case FieldType::kText:
+      return "text";
+    default:
+      return "u8";
+  }
+}
+
+const char* UnitName(Unit unit) {
+  switch (unit) {
+    case Unit::kWeight:
+      return "weight";
+    case Unit::kLength:
+      return "length";
+    case Unit::kDegrees:
+      return "deg";
+    case Unit::kPercent:
+      return "%";
+    case Unit::kTenMilliseconds:
+      return "x 10 ms";
+    default:
+      return "";
+  }
+}
+
+const char* LayoutName(host::Layout layout) {
+  switch (layout) {
+    case host::Layout::kTexts:
+      return "texts";
+    case host::Layout::kFlash:
+      return "flash";
+    default:
+      return "fields";
+  }
+}
+
+// The protocol's names and texts have no characters that Lua would want escaped, but quotes may come.
+std::string Quoted(std::string_view text) {
+  std::string quoted = "\"";
+  for (const char c : text) {
+    if (c == '"' || c == '\\') quoted += '\\';
+    quoted += c;
+  }
+  return quoted + "\"";
+}
+
+std::string Names(std::span<const host::number_name_t> names) {
+  std::string text = "{";
+  for (const auto& [number, name] : names) {
+    text += (text.size() > 1 ? ", [" : " [") + std::to_string(number) + "] = " + Quoted(name);
+  }
+  return text + " }";
+}
+
+std::string List(std::span<const std::string_view> names) {
+  std::string text = "{\n";
+  for (std::size_t i = 0; i < names.size(); ++i)
+    text += "    [" + std::to_string(i) + "] = " + Quoted(names[i]) + ",\n";
+  return text + "  }";
+}
+
+std::string Field(const field_t& field) {
+  std::ostringstream text;
+  text << "{ name = " << Quoted(field.name) << ", type = \"" << TypeName(field.type)
+       << "\", offset = " << int{field.offset} << ", size = " << int{field.size};
+  if (field.unit != Unit::kNone) text << ", unit = \"" << UnitName(field.unit) << '"';
+  if (field.scale != 1.0) text << ", scale = " << field.scale;
+  if (!field.names.empty()) text << ",\n          names = " << Names(field.names);
+  text << " }";
+  return text.str();
+}
+
+std::string Fields(std::span<const field_t> fields) {
+  std::string text = "{";
+  for (const field_t& field : fields) text += "\n        " + Field(field) + ",";
+  return text + (fields.empty() ? "}" : "\n      }");
+}
+
+std::string Command(const command_t& command) {
+  std::ostringstream text;
+  text << "    { number = " << int{command.number} << ", sub = " << command.sub
+       << ", name = " << Quoted(command.name) << ", least = " << int{command.leastLength} << ", layout = \""
+       << LayoutName(command.layout) << "\",\n"
+       << "      about = " << Quoted(command.about) << ",\n      fields = " << Fields(command.fields) << ",\n";
+  if (command.reply.frames > 0) {
+    text << "      reply_frames = " << int{command.reply.frames}
+         << ",\n      reply = " << Fields(command.reply.fields) << ",\n";
+  }
+  text << "    },\n";
+  return text.str();
+}
+
+}  // namespace
+
+std::string LuaText() {
+  std::ostringstream text;
+  text << "-- The host protocol as host/protocol.cpp has it. Made by make_dissector_tables; do not edit.\n"
+       << "return {\n  host_id = 0x" << std::hex << std::uppercase << HOST_FRAME_ID << ",\n  display_id = 0x"
+       << DISPLAY_FRAME_ID << std::dec << ",\n  most_frames = " << MAX_MESSAGE_FRAMES
+       << ",\n  extended_command = " << int{host::kExtendedCommand} << ",\n  commands = {\n";
+  for (const command_t& command : host::Commands()) text << Command(command);
+  text << "  },\n  text_fields = " << List(host::TextFieldNames()) << ",\n  lamps = " << List(host::LampNames())
+       << ",\n  keys = " << Names(host::HostKeyNames()) << ",\n  key_masks = " << Names(host::KeyMaskNames())
+       << ",\n}\n";
+  return text.str();
+}
+
+}  // namespace tables

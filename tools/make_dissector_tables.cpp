@@ -1,0 +1,46 @@
+// Writes the files that describe the host protocol to other programs, or checks that they are what it would
+// write: make_dissector_tables [--check] REPOSITORY
+#include <array>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "tools/dissector_tables.h"
+
+namespace {
+
+struct file_t {
+  const char* name;
+  std::string (*text)();
+};
+constexpr std::array<file_t, 2> kFiles = {
+    {{"/tools/wireshark/orvik_tables.lua", tables::LuaText}, {"/config/orvik.dbc", tables::DbcText}}};
+
+bool Check(const std::string& name, const std::string& text) {
+  std::ostringstream held;
+  held << std::ifstream(name, std::ios::binary).rdbuf();
+  if (held.str() == text) return true;
+  std::cerr << name << " is not what host/protocol.cpp says; write it again with make_dissector_tables\n";
+  return false;
+}
+
+bool Write(const std::string& name, const std::string& text) {
+  std::ofstream file(name, std::ios::binary);
+  if (file << text && file.flush()) return true;
+  std::cerr << "cannot write " << name << '\n';
+  return false;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const bool check = argc == 3 && std::string_view(argv[1]) == "--check";
+  if (argc != 2 && !check) {
+    std::cerr << "usage: make_dissector_tables [--check] REPOSITORY\n";
+    return 2;
+  }
+  bool good = true;
+  for (const file_t& file : kFiles)
+    good = (check ? Check : Write)(std::string(argv[argc - 1]) + file.name, file.text()) && good;
+  return good ? 0 : 1;
+}
