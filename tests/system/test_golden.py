@@ -25,7 +25,7 @@ MOMENTS = {
     "link-lost": ("normal-lift", 50, "silence"),
     "pre-alarm": ("overload", 40, None),
     "overload": ("overload", 45, None),
-    "two-block": ("two-block", 70, None),
+    "two-block": ("two-block", 62, None),
     "jib-at-30-degrees": ("configuration-change", 83, None),
     "operating-limit-passed": ("configuration-change", 112, None),
     "information-english": ("language-tour", 32, None),
