@@ -38,7 +38,8 @@ constexpr bool IsLong(Jib jib) {
 constexpr double OffsetOf(Jib jib) {
   constexpr unsigned kStep_deg = 15;
   if (!IsErected(jib)) return 0;
-  return kStep_deg * ((static_cast<unsigned>(jib) - static_cast<unsigned>(Jib::kLong0)) / 2);
+  const unsigned step = (static_cast<unsigned>(jib) - static_cast<unsigned>(Jib::kLong0)) / 2;
+  return kStep_deg * step;
 }
 
 // The index of a name in one of the arrays above; empty when it is none of them.

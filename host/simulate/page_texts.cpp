@@ -101,9 +101,12 @@ void Page::PutChoice(unsigned choice, Text name, std::string state) {
   Put(field + "-lineb", std::move(state));
 }
 
+// Which jib stands where.
 void Page::PutLabels() {
-  Put("erected", Text::kErected);
-  Put("stowed", Text::kStowed);
+  constexpr const char* kNone = "-";
+  const crane::Jib jib = Crane().Rigging().jib;
+  Put("erected", crane::IsErected(jib) ? Jib() : kNone);
+  Put("stowed", jib == crane::Jib::kStowed ? std::string(Say(Text::kFly, language_)) : kNone);
 }
 
 // An alarm or a notice has the last line for itself.

@@ -35,8 +35,6 @@ constexpr std::array<words_t, static_cast<std::size_t>(Text::kCount)> kWords = {
     {"# PARTS OF LINE", "# RAMALES", "# PERNAS DE CABO", "倍率#", "КРАТНОСТЬ #", "# BRINS"},
     {"COUNTERWEIGHT", "CONTRAPESO", "CONTRAPESO", "有配重", "ПРОТИВОВЕС", "CONTREPOIDS"},
     {"NO COUNTERWEIGHT", "SIN CONTRAPESO", "SEM CONTRAPESO", "无配重", "БЕЗ ПРОТИВОВЕСА", "SANS CONTREPOIDS"},
-    {"ERECTED", "MONTADO", "MONTADO", "已安装", "УСТАНОВЛЕН", "MONTÉE"},
-    {"STOWED", "PLEGADO", "RECOLHIDO", "已收存", "УЛОЖЕН", "REPLIÉE"},
     {"MAN BASKET", "CESTA", "CESTO", "载人吊篮", "ЛЮЛЬКА", "NACELLE"},
     {"NO MAN BASKET", "SIN CESTA", "SEM CESTO", "无吊篮", "БЕЗ ЛЮЛЬКИ", "SANS NACELLE"},
     {"BOOM TOGETHER", "PLUMA SINCR.", "LANÇA SINCR.", "同步伸缩", "СИНХРОННО", "FLÈCHE SYNCHRO"},

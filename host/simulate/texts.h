@@ -36,8 +36,6 @@ enum class Text : std::uint8_t {
   kPartsOfLine,  // "#" is the number
   kCounterweight,
   kNoCounterweight,
-  kErected,
-  kStowed,
   kManBasket,
   kNoManBasket,
   kBoomTogether,

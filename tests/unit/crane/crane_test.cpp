@@ -170,7 +170,7 @@ TEST(Limits, TripBeyondAndHoldUntilTheValueIsBack) {
                                          {std::nan(""), true},
                                          {c.inside + 1.5 * (c.inside < 0) - 1.5 * (c.inside > 9), false}}) {
       limits.Check(c.quantity, value);
-      EXPECT_EQ(limits.IsTripped(c.quantity), tripped) << kQuantityNames[static_cast<int>(c.quantity)] << value;
+      EXPECT_EQ(limits.IsTripped(c.quantity), tripped) << NameOf(kQuantityNames, c.quantity) << value;
     }
     limits.Check(c.quantity, c.beyond);
     limits.Clear(c.quantity);

@@ -51,7 +51,7 @@ TEST(State, TellsEverythingThatThePanelShows) {
   EXPECT_EQ(state["limits"]["radius"]["most"], 12.0);
   EXPECT_EQ(state["language"], "russian");
   EXPECT_EQ(state["faults"]["present"], nlohmann::json({"angle-sensor"}));
-  EXPECT_EQ(state["texts"]["stowed"], "УЛОЖЕН");
+  EXPECT_EQ(state["texts"]["stowed"], "ГУСЁК");
   EXPECT_EQ(state["configuration"]["base"], "tires");
   EXPECT_EQ(state["scenarios"].size(), 2U);
 }

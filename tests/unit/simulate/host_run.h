@@ -93,7 +93,7 @@ inline std::size_t CountOf(const std::vector<said_t>& said, std::string_view com
 inline std::string TextOf(const said_t* said, std::string_view field) {
   if (said == nullptr) return {};
   const host::Message& m = said->message;
-  const std::size_t end = host::kTextsBegin + (m[1] << 8 | m[2]);
+  const std::size_t end = host::kTextsBegin + static_cast<std::size_t>(m[1] << 8 | m[2]);
   for (std::size_t at = host::kTextsBegin; at + host::kTextHeader <= end;) {
     const std::size_t length = static_cast<std::size_t>(m[at] << 8 | m[at + 1]);
     if (m[at + host::kTextFieldAt] == *host::FindTextField(field)) {
