@@ -48,13 +48,13 @@ const char* Explain(int status) {
   return status == kTooLarge ? "the body is larger than any request here" : "the request cannot be understood";
 }
 
-// Pages of this machine may: the front panel has a port of its own.
+// The front panel's page comes through the panel.
 bool Admit(const httplib::Request& request, httplib::Response& response) {
-  if (!NamesLoopback(request.get_header_value("Host"))) {
+  if (!bus::IsLoopbackHost(request.get_header_value("Host"))) {
     Fail(response, kForbidden, "the simulator answers to the names of this machine's loopback only");
     return false;
   }
-  if (request.has_header("Origin") && !IsLoopbackOrigin(request.get_header_value("Origin"))) {
+  if (!bus::IsOwnOrigin(request.get_header_value("Origin"), request.get_header_value("Host"))) {
     Fail(response, kForbidden, "requests from other origins are refused");
     return false;
   }
@@ -63,9 +63,17 @@ bool Admit(const httplib::Request& request, httplib::Response& response) {
 
 }  // namespace
 
+bus::http_address_t ReadHttpAddress(const std::string& text) {
+  try {
+    return bus::ParseHttpAddress(text);
+  } catch (const std::runtime_error& error) {
+    throw host::usage_error(error.what());
+  }
+}
+
 HttpControl::HttpControl(const std::string& address, ControlQueue& controls, const StateBoard& board,
                          const Shelf& shelf)
-    : address_(ParseLoopbackAddress(address)),
+    : address_(ReadHttpAddress(address)),
       controls_(controls),
       board_(board),
       shelf_(shelf),
@@ -98,12 +106,8 @@ void HttpControl::Configure() {
   });
   server_->set_default_headers({{"Cache-Control", "no-store"}, {"X-Content-Type-Options", "nosniff"}});
   server_->set_pre_routing_handler([](const request_t& request, response_t& response) {
-    if (!Admit(request, response)) return httplib::Server::HandlerResponse::Handled;
-    // The front panel's page comes from another port of this machine.
-    if (request.has_header("Origin")) {
-      response.set_header("Access-Control-Allow-Origin", request.get_header_value("Origin"));
-    }
-    return httplib::Server::HandlerResponse::Unhandled;
+    return Admit(request, response) ? httplib::Server::HandlerResponse::Unhandled
+                                    : httplib::Server::HandlerResponse::Handled;
   });
   server_->set_error_handler([](const request_t& request, response_t& response) {
     if (!response.body.empty()) return;
@@ -136,7 +140,7 @@ void HttpControl::Take(const std::function<control_t()>& read, response_t& respo
 }
 
 void HttpControl::Bind() {
-  const std::string wanted = FormatAddress(address_);
+  const std::string wanted = bus::FormatHttpAddress(address_);
   if (address_.port == 0) {
     address_.port = server_->bind_to_any_port(address_.host);
   } else if (!server_->bind_to_port(address_.host, address_.port)) {
@@ -154,7 +158,7 @@ void HttpControl::WriteAddress() const {
   const std::filesystem::path path = InRuntime(kAddressFile);
   std::filesystem::path part = path;
   part += ".part";
-  std::ofstream(part) << FormatAddress(address_) << '\n';
+  std::ofstream(part) << bus::FormatHttpAddress(address_) << '\n';
   std::error_code error;
   std::filesystem::rename(part, path, error);
   if (error) std::cerr << "hx7: cannot write " + path.string() + ": " + error.message() + "\n";

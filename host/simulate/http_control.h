@@ -9,8 +9,8 @@
 #include <string>
 #include <thread>
 
+#include "bus/http_address.h"
 #include "simulate/control.h"
-#include "simulate/loopback_address.h"
 
 namespace httplib {
 class Server;
@@ -19,6 +19,9 @@ struct Response;
 }  // namespace httplib
 
 namespace simulate {
+
+// An address of this machine alone, such as 127.0.0.1:8741. Throws host::usage_error.
+bus::http_address_t ReadHttpAddress(const std::string& text);
 
 // GET /api/state, POST /api/do and POST /api/controls; state_json.h says what they carry. A mistake is answered
 // with 400 and {"error":...}, a request from elsewhere with 403, a large body with 413, and 503 while 256
@@ -42,7 +45,7 @@ class HttpControl {
   void WriteAddress() const;
   void Take(const std::function<control_t()>& read, response_t& response);
 
-  loopback_address_t address_;
+  bus::http_address_t address_;
   ControlQueue& controls_;
   const StateBoard& board_;
   const Shelf& shelf_;

@@ -182,7 +182,7 @@ void Simulation::Drive() {
 }  // namespace
 
 void Simulate(const options_t& options) {
-  if (!options.http.empty()) ParseLoopbackAddress(options.http);  // before anything is on the bus
+  if (!options.http.empty()) ReadHttpAddress(options.http);  // before anything is on the bus
   const host::StopSignal stop;
   Simulation(options, stop).Run();
 }

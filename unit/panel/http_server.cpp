@@ -71,7 +71,8 @@ void AskHost(const std::function<httplib::Result(httplib::Client&)>& ask, httpli
   std::string address;
   std::getline(std::ifstream(platform::RuntimeDirectory() + "/hx7.address"), address);
   if (address.empty()) {
-    return Fail(response, HTTP_UNAVAILABLE, "no host simulator runs here; start one with hx7 simulate --http 127.0.0.1:0");
+    return Fail(response, HTTP_UNAVAILABLE,
+                "no host simulator runs here; start one with hx7 simulate --http 127.0.0.1:0");
   }
   httplib::Client host("http://" + address);
   host.set_connection_timeout(1s);
@@ -84,7 +85,7 @@ void AskHost(const std::function<httplib::Result(httplib::Client&)>& ask, httpli
 
 }  // namespace
 
-HttpServer::HttpServer(const http_address_t& address, panel_parts_t parts)
+HttpServer::HttpServer(const bus::http_address_t& address, panel_parts_t parts)
     : address_(address), parts_(std::move(parts)), server_(std::make_unique<httplib::Server>()) {
   Configure();
   AddAssets();
@@ -131,7 +132,7 @@ void HttpServer::Configure() {
 }
 
 void HttpServer::Bind() {
-  const std::string wanted = FormatHttpAddress(address_);
+  const std::string wanted = bus::FormatHttpAddress(address_);
   if (address_.port == 0) {
     address_.port = server_->bind_to_any_port(address_.host);
   } else if (!server_->bind_to_port(address_.host, address_.port)) {
@@ -149,9 +150,9 @@ bool HttpServer::Admit(const request_t& request, response_t& response) {
   ++requests_;
   const std::string host = request.get_header_value("Host");
   const bool reads = request.method == "GET" || request.method == "HEAD";
-  if (!IsLoopbackHost(host)) {
+  if (!bus::IsLoopbackHost(host)) {
     Fail(response, HTTP_FORBIDDEN, "the front panel answers to the names of this machine's loopback only");
-  } else if (!reads && !IsOwnOrigin(request.get_header_value("Origin"), host)) {
+  } else if (!reads && !bus::IsOwnOrigin(request.get_header_value("Origin"), host)) {
     Fail(response, HTTP_FORBIDDEN, "requests that change something are refused from other origins");
   } else {
     return true;
@@ -223,13 +224,12 @@ void HttpServer::AddHost() {
     AskHost([](httplib::Client& host) { return host.Get("/api/state"); }, response);
   });
   for (const std::string path : {"do", "controls"}) {
-    server_->Post("/api/host/" + path,
-                  [path](const request_t& request, response_t& response, const auto& read) {
-                    std::string body;
-                    if (!ReadBody(request, read, body)) return;
-                    AskHost([&](httplib::Client& host) { return host.Post("/api/" + path, body, JSON); },
-                            response);
-                  });
+    server_->Post(
+        "/api/host/" + path, [path](const request_t& request, response_t& response, const auto& read) {
+          std::string body;
+          if (!ReadBody(request, read, body)) return;
+          AskHost([&](httplib::Client& host) { return host.Post("/api/" + path, body, JSON); }, response);
+        });
   }
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <thread>
 
-#include "panel/http_address.h"
+#include "bus/http_address.h"
 #include "panel/key_holder.h"
 #include "panel/panel_state.h"
 #include "panel/stream_hub.h"
@@ -32,12 +32,12 @@ struct panel_parts_t {
 class HttpServer {
  public:
   // Throws std::runtime_error when the address cannot be had.
-  HttpServer(const http_address_t& address, panel_parts_t parts);
+  HttpServer(const bus::http_address_t& address, panel_parts_t parts);
   ~HttpServer();
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
 
-  const http_address_t& Address() const { return address_; }
+  const bus::http_address_t& Address() const { return address_; }
   std::uint64_t Requests() const { return requests_; }
   std::uint64_t Refused() const { return refused_; }
 
@@ -58,7 +58,7 @@ class HttpServer {
   void HoldKey(const request_t& request, const std::string& body, response_t& response);
   bool FindKey(const request_t& request, response_t& response, int& key) const;
 
-  http_address_t address_;
+  bus::http_address_t address_;
   panel_parts_t parts_;
   std::unique_ptr<httplib::Server> server_;
   std::atomic<std::uint64_t> requests_{0}, refused_{0};

@@ -32,7 +32,7 @@ class PanelWorker {
  public:
   explicit PanelWorker(const Options_t& options)
       : state_(hub_, ReadParameterFile(options.configDirectory + "/parameters.xml")),
-        server_(ParseHttpAddress(options.httpAddress),
+        server_(bus::ParseHttpAddress(options.httpAddress),
                 {state_, hub_, keys_, [this] { return connected_.load(); }}),
         subscriber_(
             {SCREEN_CHANGES_CHANNEL_NAME, BOARD_CHANNEL_NAME, BUS_CHANNEL_NAME, HEALTH_CHANNEL_NAME,
@@ -52,7 +52,7 @@ class PanelWorker {
   PanelWorker& operator=(const PanelWorker&) = delete;
 
   Status_t GetStatus() const {
-    Status_t status{"panel", true, "http://" + FormatHttpAddress(server_.Address()) + "/", {}};
+    Status_t status{"panel", true, "http://" + bus::FormatHttpAddress(server_.Address()) + "/", {}};
     status.counters = {
         {"requests", server_.Requests()}, {"refused", server_.Refused()}, {"streams", hub_.Count()}};
     return status;
@@ -64,7 +64,7 @@ class PanelWorker {
     const std::string file = platform::RuntimeDirectory() + ADDRESS_FILE;
     {
       std::ofstream stream(file + ".new", std::ios::trunc);
-      stream << FormatHttpAddress(server_.Address()) << '\n';
+      stream << bus::FormatHttpAddress(server_.Address()) << '\n';
     }
     std::error_code error;
     std::filesystem::rename(file + ".new", file, error);

@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 
 #include "host/errors.h"
-#include "simulate/loopback_address.h"
 #include "simulate/state_json.h"
 #include "tests/unit/simulate/host_run.h"
 
@@ -54,20 +53,6 @@ TEST(State, TellsEverythingThatThePanelShows) {
   EXPECT_EQ(state["texts"]["stowed"], "ГУСЁК");
   EXPECT_EQ(state["configuration"]["base"], "tires");
   EXPECT_EQ(state["scenarios"].size(), 2U);
-}
-
-TEST(Address, IsOfThisMachineAlone) {
-  EXPECT_EQ(FormatAddress(ParseLoopbackAddress("[::1]:80")), "[::1]:80");
-  EXPECT_EQ(ParseLoopbackAddress("localhost:0").port, 0);
-  for (const char* text : {"", "127.0.0.1", "0.0.0.0:80", "127.0.0.1:x", "127.0.0.1:65536",
-                           "::1:80:", "127.0.0.1.example.org:80", "example.org:80"}) {
-    EXPECT_THROW(ParseLoopbackAddress(text), host::usage_error) << text;
-  }
-  EXPECT_TRUE(NamesLoopback("127.0.0.1:5"));
-  EXPECT_FALSE(NamesLoopback("example.org"));
-  EXPECT_TRUE(IsLoopbackOrigin("http://localhost:8740"));
-  EXPECT_FALSE(IsLoopbackOrigin("http://127.0.0.1.example.org"));
-  EXPECT_FALSE(IsLoopbackOrigin("null"));
 }
 
 }  // namespace

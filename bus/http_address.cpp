@@ -1,16 +1,16 @@
-#include "panel/http_address.h"
+#include "bus/http_address.h"
 
 #include <algorithm>
 #include <charconv>
 #include <stdexcept>
 
-namespace unit {
+namespace bus {
 namespace {
 
 constexpr int MOST_PORT = 65535;
 
 [[noreturn]] void Refuse(const std::string& text, const std::string& why) {
-  throw std::runtime_error("--http " + text + ": " + why + ". Use for example 127.0.0.1:8740.");
+  throw std::runtime_error("--http " + text + ": " + why + "; use for example 127.0.0.1:8740");
 }
 
 // Host and port, apart at the last colon; an IPv6 address stands in brackets.
@@ -49,7 +49,7 @@ http_address_t ParseHttpAddress(const std::string& text) {
   if (error != std::errc{} || stop != end || address.port < 0 || address.port > MOST_PORT) {
     Refuse(text, "the port is 0 to 65535");
   }
-  if (!IsLoopbackName(address.host)) Refuse(text, "the front panel is for this machine alone");
+  if (!IsLoopbackName(address.host)) Refuse(text, "it is for this machine alone");
   return address;
 }
 
@@ -68,4 +68,4 @@ bool IsOwnOrigin(std::string_view origin, std::string_view host) {
   return origin.starts_with(SCHEME) && origin.substr(SCHEME.size()) == host;
 }
 
-}  // namespace unit
+}  // namespace bus

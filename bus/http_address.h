@@ -1,10 +1,10 @@
-// The address that the front panel listens on, and who may ask it.
+// The addresses that the front panel and the host simulator listen on over HTTP, and who may ask them.
 #pragma once
 
 #include <string>
 #include <string_view>
 
-namespace unit {
+namespace bus {
 
 struct http_address_t {
   std::string host;  // "127.0.0.1", "::1" or "localhost"
@@ -12,16 +12,16 @@ struct http_address_t {
 };
 
 // Reads "127.0.0.1:8740", "localhost:0" or "[::1]:8740". Throws std::runtime_error for anything else, and for a
-// host that is not the loopback: the panel has no passwords.
+// host that is not the loopback: there are no passwords.
 http_address_t ParseHttpAddress(const std::string& text);
 // As it stands in a URL.
 std::string FormatHttpAddress(const http_address_t& address);
 
-// Whether a Host header names the loopback: a page from elsewhere could otherwise reach the panel under a name
+// Whether a Host header names the loopback: a page from elsewhere could otherwise come in under a name
 // of its own.
 bool IsLoopbackHost(std::string_view host);
 
-// Whether a request that changes something may do so: programs send no Origin, pages of the panel its own.
+// Whether a request that changes something may do so: programs send no Origin, pages from here their own.
 bool IsOwnOrigin(std::string_view origin, std::string_view host);
 
-}  // namespace unit
+}  // namespace bus

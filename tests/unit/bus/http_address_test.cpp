@@ -1,10 +1,10 @@
-#include "panel/http_address.h"
+#include "bus/http_address.h"
 
 #include <stdexcept>
 
 #include <gtest/gtest.h>
 
-namespace unit {
+namespace bus {
 namespace {
 
 TEST(HttpAddress, LoopbackAddressesAreTaken) {
@@ -31,7 +31,7 @@ TEST(HttpAddress, OnlyLoopbackNamesAreAnswered) {
   }
 }
 
-TEST(HttpAddress, ChangesComeFromProgramsOrThePanelItself) {
+TEST(HttpAddress, ChangesComeFromProgramsOrTheOwnPages) {
   constexpr const char* HOST = "127.0.0.1:8740";
   EXPECT_TRUE(IsOwnOrigin("", HOST));
   EXPECT_TRUE(IsOwnOrigin("http://127.0.0.1:8740", HOST));
@@ -42,4 +42,4 @@ TEST(HttpAddress, ChangesComeFromProgramsOrThePanelItself) {
 }
 
 }  // namespace
-}  // namespace unit
+}  // namespace bus
