@@ -33,16 +33,20 @@ Station::Station(std::string bus, const StopSignal& stop)
     : bus_(std::move(bus)), stop_(stop), endpoint_(Open(bus_)) {}
 
 void Station::StartDrain() {
-  drain_ = std::jthread([endpoint = endpoint_.get()](const std::stop_token& end) {
+  drain_ = std::jthread([this, endpoint = endpoint_.get()](const std::stop_token& end) {
     const std::stop_callback wake(end, [endpoint] { endpoint->Interrupt(); });
     bus::frame_t frame;
-    while (!end.stop_requested() && endpoint->Receive(frame, -1) != Result::kDown) {
+    while (!end.stop_requested()) {
+      const Result result = endpoint->Receive(frame, -1);
+      if (result == Result::kDown) return;
+      if (result == Result::kOk && hear_) hear_(frame);
     }
   });
 }
 
-void Station::Drain() {
+void Station::Drain(hear_t hear) {
   draining_ = true;
+  hear_ = std::move(hear);
   StartDrain();
 }
 

@@ -22,9 +22,10 @@ class Station {
   bool Send(std::span<const bus::frame_t> frames);
   // The next frame within about `timeout_ms`; false when there was none, or on a stop. Loss as above.
   bool Receive(bus::frame_t& frame, int timeout_ms);
-  // From now on what comes is read and thrown away, so that a bus that is only written to never holds it
-  // against us. Receive is not called any more.
-  void Drain();
+  // From now on a thread of the station reads what comes and hands it to `hear` (empty: throws it away), so
+  // that a sender who has no time to listen is never held up by the bus. Receive is not called any more.
+  using hear_t = std::function<void(const bus::frame_t&)>;
+  void Drain(hear_t hear = {});
   // Frames that came and were lost before they could be received.
   std::uint64_t Lost() const { return lostBefore_ + endpoint_->Lost(); }
 
@@ -37,6 +38,7 @@ class Station {
   std::unique_ptr<bus::Endpoint> endpoint_;
   std::uint64_t lostBefore_ = 0;  // on connections that are gone
   bool draining_ = false;
+  hear_t hear_;         // the draining thread's
   std::jthread drain_;  // uses endpoint_, so it ends first
 };
 

@@ -4,6 +4,9 @@
 #include <chrono>
 #include <iostream>
 #include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
 
 #include "host/errors.h"
 #include "host/inject.h"
@@ -19,7 +22,6 @@ using namespace std::chrono_literals;
 
 constexpr auto kBehind = 1s;       // after which what was missed is left out
 constexpr auto kShowState = 50ms;  // of real time
-constexpr int kMostFrames = 1000;  // taken from the bus in one step at full speed
 
 // 0 for "max".
 double ParseSpeed(const std::string& text) {
@@ -53,6 +55,25 @@ class Pace {
   Clock::time_point begin_;
 };
 
+// What the station heard, on its way to the thread that runs the crane. Where that falls behind, what came
+// first is kept: keys are answered in their order.
+class Inbox {
+ public:
+  void Put(const bus::frame_t& frame) {
+    const std::scoped_lock lock(mutex_);
+    if (frames_.size() < kMostFrames) frames_.push_back(frame);
+  }
+  std::vector<bus::frame_t> Take() {
+    const std::scoped_lock lock(mutex_);
+    return std::exchange(frames_, {});
+  }
+
+ private:
+  static constexpr std::size_t kMostFrames = 65'536;
+  std::mutex mutex_;
+  std::vector<bus::frame_t> frames_;  // guarded by mutex_
+};
+
 scenario_t FirstScenario(const options_t& options, const Shelf& shelf) {
   if (!options.scenario.empty()) return shelf.Scenario(options.scenario);
   return options.interactive ? scenario_t{} : shelf.NamedScenario(std::string(kUsualScenario));
@@ -68,8 +89,7 @@ class Simulation {
   bool Step();
   void Carry(control_t control);
   bool Transmit(const transmission_t& transmission);
-  void Listen(Clock::time_point until);
-  void ListenAtOnce();
+  void Listen();
   void ShowState();
   void Say(const std::string& text) const;
 
@@ -79,6 +99,7 @@ class Simulation {
   LoadComputer computer_;
   ScenarioPlayer scenario_;
   Pace pace_;
+  Inbox inbox_;
   host::Station station_;
   ControlQueue controls_;
   StateBoard board_;
@@ -102,6 +123,7 @@ Simulation::Simulation(const options_t& options, const host::StopSignal& stop)
                 options.injectRate, options.seed),
       stage_{computer_, [this](int key) { frontKeys_.Press(key); },
              [this](const std::string& text) { Say(text); }} {
+  station_.Drain([this](const bus::frame_t& frame) { inbox_.Put(frame); });
   if (options.interactive) console_ = std::make_unique<Console>(controls_, shelf_);
   if (!options.http.empty()) http_ = std::make_unique<HttpControl>(options.http, controls_, board_, shelf_);
 }
@@ -125,21 +147,8 @@ bool Simulation::Transmit(const transmission_t& transmission) {
   return station_.Send(injector_.Apply(transmission));
 }
 
-void Simulation::ListenAtOnce() {
-  bus::frame_t frame;
-  for (int i = 0; i < kMostFrames && station_.Receive(frame, 0); ++i) computer_.Hear(frame);
-}
-
-// What has come is taken even when there is no time left: a station that never listens is held up by the bus.
-void Simulation::Listen(Clock::time_point until) {
-  ListenAtOnce();
-  bus::frame_t frame;
-  for (;;) {
-    const auto left = std::chrono::floor<std::chrono::milliseconds>(until - Clock::now());
-    if (left < 1ms || stop_.Stopped()) break;
-    if (station_.Receive(frame, static_cast<int>(left.count()))) computer_.Hear(frame);
-  }
-  stop_.WaitUntil(until);
+void Simulation::Listen() {
+  for (const bus::frame_t& frame : inbox_.Take()) computer_.Hear(frame);
 }
 
 void Simulation::ShowState() {
@@ -171,11 +180,8 @@ void Simulation::Drive() {
       options_.secondsOfCrane ? static_cast<std::int64_t>(*options_.secondsOfCrane * 1000) : 0;
   for (std::int64_t tick = 1; !stop_.Stopped() && (end_ms == 0 || computer_.Now_ms() < end_ms); ++tick) {
     if (!Step()) return;
-    if (pace_.IsMax()) {
-      ListenAtOnce();
-    } else {
-      Listen(pace_.Due(tick));
-    }
+    if (!pace_.IsMax()) stop_.WaitUntil(pace_.Due(tick));
+    Listen();
   }
 }
 

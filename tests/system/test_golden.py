@@ -46,7 +46,7 @@ def then(desk, event):
     if event == "dials":
         desk.press(6)
     elif event == "silence":
-        wait_for(lambda: desk.value("OrvikHX7TimeOutLamp") == 2, "the time-out", 20)
+        wait_for(lambda: desk.screen()["variables"]["Screen.DataState"] == 2, "the lost link on the screen", 20)
 
 
 @pytest.fixture(scope="session")
