@@ -18,10 +18,12 @@ TILE_TOLERANCE = 30.0
 UNSTEADY = ("RealTimeClock", "OrvikTotalHX7Commands", "Screen.DataState", "OrvikBeepImage")
 
 
-def state_of(screen):
-    """What of a screen's state is compared."""
-    return {"page": screen["page"], "widgets": screen["widgets"],
-            "variables": {name: value for name, value in screen["variables"].items() if not name.startswith(UNSTEADY)}}
+def state_of(screen, design):
+    """What of a screen's state is compared: what its page shows. `design` is the page's SVG document."""
+    return {"page": screen["page"],
+            "widgets": {name: text for name, text in screen["widgets"].items() if f'"{name}"' in design},
+            "variables": {name: value for name, value in screen["variables"].items()
+                          if f'"{name}"' in design and not name.startswith(UNSTEADY)}}
 
 
 def flatten(state):

@@ -60,7 +60,8 @@ def settled(desk, wanted):
 
     def look():
         nonlocal last, since
-        state = state_of(desk.screen())
+        screen = desk.screen()
+        state = state_of(screen, (CONFIG / "screen" / f"{screen['page'].lower()}.svg").read_text())
         if state != last:
             last, since = state, time.monotonic()
         return state if state == wanted or time.monotonic() - since > 1 else None
