@@ -87,6 +87,7 @@ class Process:
 
 LIBC = ctypes.CDLL(None, use_errno=True)
 PTRACE_SEIZE, PTRACE_INTERRUPT, PTRACE_DETACH, WAIT_ALL = 0x4206, 0x4207, 17, 0x40000000
+CLOCK_NANOSLEEP = {"x86_64": "230", "aarch64": "115"}
 
 
 def trace(request, thread):
@@ -94,14 +95,25 @@ def trace(request, thread):
         raise OSError(ctypes.get_errno(), f"ptrace {request:#x} of thread {thread}")
 
 
-@contextlib.contextmanager
-def frozen_thread(process, name):
-    """Halts one thread of a process, as if it hung."""
-    tasks = pathlib.Path(f"/proc/{process.child.pid}/task")
-    thread = next(int(task.name) for task in tasks.iterdir() if (task / "comm").read_text().strip() == name)
+def freeze(task):
+    """Halts a thread. False, and it goes on, where it was not in its pause and may hold what others wait for."""
+    thread = int(task.name)
     trace(PTRACE_SEIZE, thread)
     trace(PTRACE_INTERRUPT, thread)
     os.waitpid(thread, WAIT_ALL)
+    if (task / "syscall").read_text().split()[0] == CLOCK_NANOSLEEP[os.uname().machine]:
+        return True
+    trace(PTRACE_DETACH, thread)
+    return False
+
+
+@contextlib.contextmanager
+def frozen_thread(process, name):
+    """Halts one thread of a process in its pause, as if it hung."""
+    tasks = pathlib.Path(f"/proc/{process.child.pid}/task")
+    task = next(task for task in tasks.iterdir() if (task / "comm").read_text().strip() == name)
+    wait_for(lambda: freeze(task), f"thread {name} in its pause")
+    thread = int(task.name)
     try:
         yield thread
     finally:
