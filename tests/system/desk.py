@@ -287,6 +287,14 @@ class Desk:
     def bus(self):
         return Bus(self.address("socketcand"))
 
+    def counters(self, service):
+        """What a service counts; each tells of itself once a second."""
+        def told():
+            _, body = self.request("GET", "/api/health")  # 503 while something is slow to start
+            return next((each["counters"] for each in json.loads(body)["services"] if each["name"] == service), None)
+
+        return wait_for(told, f"the service {service} to tell of itself")
+
     def key(self, number, down):
         body = json.dumps({"down": down})
         status, answer = self.request("POST", f"/api/keys/{number}", body)

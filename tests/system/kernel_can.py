@@ -1,6 +1,5 @@
 """The unit on a kernel's CAN interface, beside the tools of other people. Runs inside the user-mode kernel."""
 
-import json
 import socket
 import subprocess
 import time
@@ -71,8 +70,7 @@ def screen_of(desk):
 
 
 def received(desk):
-    _, body = desk.request("GET", "/api/health")  # 503 while something is slow to start
-    return {service["name"]: service["counters"] for service in json.loads(body)["services"]}["j1939"]["received"]
+    return desk.counters("j1939")["received"]
 
 
 def test_canplayer_and_hx7_leave_the_same_screen_of_the_same_log(desk, tmp_path):

@@ -14,8 +14,7 @@ MINUTES = 10
 
 
 def received(desk):
-    services = {service["name"]: service["counters"] for service in desk.get("/api/health")["services"]}
-    return services["j1939"]["received"]
+    return desk.counters("j1939")["received"]
 
 
 def settled(desk):
