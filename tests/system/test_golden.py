@@ -26,17 +26,10 @@ MOMENTS = {
     "pre-alarm": ("overload", 40, None),
     "overload": ("overload", 45, None),
     "two-block": ("two-block", 62, None),
-    "jib-at-30-degrees": ("configuration-change", 83, None),
-    "operating-limit-passed": ("configuration-change", 112, None),
-    "information-english": ("language-tour", 32, None),
-    "operating-spanish": ("language-tour", 36, None),
     "information-chinese-metric": ("language-tour", 59, None),
     "operating-russian": ("language-tour", 66, None),
-    "information-french": ("language-tour", 82, None),
     "menu-of-limits": ("every-key", 60, None),
-    "menu-of-outriggers": ("every-key", 85, None),
     "configuration": ("every-key", 116.5, None),
-    "calibration": ("every-key", 136, None),
 }
 # Fast enough to wait for, slow enough that pages change within the scenario's pauses.
 SPEED = "20"
