@@ -24,14 +24,8 @@ std::string UnitText(Unit unit, units_t units) {
       return units && *units < kWeights.size() ? kWeights[*units] : "";
     case Unit::kLength:
       return units && *units < kLengths.size() ? kLengths[*units] : "";
-    case Unit::kDegrees:
-      return "deg";
-    case Unit::kPercent:
-      return "%";
-    case Unit::kTenMilliseconds:
-      return "x 10 ms";
     default:
-      return "";
+      return UnitName(unit);
   }
 }
 

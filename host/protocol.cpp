@@ -391,4 +391,21 @@ std::optional<std::uint8_t> NumberOf(std::span<const number_name_t> names, std::
   return found->number;
 }
 
+const char* UnitName(Unit unit) {
+  switch (unit) {
+    case Unit::kWeight:
+      return "weight";
+    case Unit::kLength:
+      return "length";
+    case Unit::kDegrees:
+      return "deg";
+    case Unit::kPercent:
+      return "%";
+    case Unit::kTenMilliseconds:
+      return "x 10 ms";
+    default:
+      return "";
+  }
+}
+
 }  // namespace host

@@ -28,6 +28,9 @@ enum class FieldType : std::uint8_t {
 // What a number counts. Weights and lengths are in the units that the host has set.
 enum class Unit : std::uint8_t { kNone, kWeight, kLength, kDegrees, kPercent, kTenMilliseconds };
 
+// "weight", "length", "deg", "%", "x 10 ms"; empty for none.
+const char* UnitName(Unit unit);
+
 struct number_name_t {
   std::uint8_t number;
   std::string_view name;

@@ -29,23 +29,6 @@ const char* TypeName(FieldType type) {
   }
 }
 
-const char* UnitName(Unit unit) {
-  switch (unit) {
-    case Unit::kWeight:
-      return "weight";
-    case Unit::kLength:
-      return "length";
-    case Unit::kDegrees:
-      return "deg";
-    case Unit::kPercent:
-      return "%";
-    case Unit::kTenMilliseconds:
-      return "x 10 ms";
-    default:
-      return "";
-  }
-}
-
 const char* LayoutName(host::Layout layout) {
   switch (layout) {
     case host::Layout::kTexts:
@@ -86,7 +69,7 @@ std::string Field(const field_t& field) {
   std::ostringstream text;
   text << "{ name = " << Quoted(field.name) << ", type = \"" << TypeName(field.type)
        << "\", offset = " << int{field.offset} << ", size = " << int{field.size};
-  if (field.unit != Unit::kNone) text << ", unit = \"" << UnitName(field.unit) << '"';
+  if (field.unit != Unit::kNone) text << ", unit = \"" << host::UnitName(field.unit) << '"';
   if (field.scale != 1.0) text << ", scale = " << field.scale;
   if (!field.names.empty()) text << ",\n          names = " << Names(field.names);
   text << " }";
