@@ -11,7 +11,6 @@
 #include "database/database_commands.h"
 #include "health/notify_link.h"
 #include "health/subscriber.h"
-#include "screen/screen_names.h"
 
 namespace unit {
 namespace {
@@ -105,6 +104,12 @@ int ListEvents(const std::string& genericFile, const std::string& prefix) {
     if (name.starts_with(prefix)) std::cout << KindName(notice.kind) << ' ' << name << '\n';
   }
   return 0;
+}
+
+bool PublishEvent(const screen_names_t& names, const std::string& name) {
+  const notices_t notices = CollectNotices(names);
+  const auto found = notices.find(name);
+  return found != notices.end() && found->second.kind == kind_t::kEvent && Publish(names, found->second);
 }
 
 int PostEvent(const std::string& genericFile, const std::string& name) {

@@ -8,10 +8,15 @@
 #include <functional>
 #include <string>
 
+#include "screen/screen_names.h"
+
 namespace unit {
 
 // Prints the names of all events and actions, or of those with the prefix.
 int ListEvents(const std::string& genericFile, const std::string& prefix);
+
+// Publishes an event by its whole name. False while there is no such event or no manager.
+bool PublishEvent(const screen_names_t& names, const std::string& name);
 
 // Publishes an event as the application would, or an action as the screen service would.
 int PostEvent(const std::string& genericFile, const std::string& name);

@@ -7,9 +7,12 @@
 #include <stdexcept>
 #include <thread>
 
+#include <nlohmann/json.hpp>
+
 #include "platform/paths.h"
 
 #include "bundle/bundle.h"
+#include "program/event_commands.h"
 #include "screen/screen_requests.h"
 
 namespace unit {
@@ -56,6 +59,16 @@ std::string CompareAtTheEnd(const std::string& recorded) {
   return "the screen does not show what was recorded";
 }
 
+// The application leaves its splash page up to a second after it first hears the host, and refuses the pages
+// that the host asks for until then. That second is chance, so the log begins on the page after it.
+bool LeaveSplashPage(const screen_names_t& names) {
+  std::string shown;
+  if (!AskScreen(SCREEN_REQUEST_STATE, shown)) return false;
+  if (nlohmann::json::parse(shown).value("page", "") != "Splash") return true;
+  PublishEvent(names, "orvik.SplashToSlate");
+  return false;
+}
+
 }  // namespace
 
 int Replay(const replay_options_t& options, RunPlan_t plan) {
@@ -71,6 +84,7 @@ int Replay(const replay_options_t& options, RunPlan_t plan) {
     plan.options.genericFile = plan.options.configDirectory + "/generic.xml";
     plan.playFile = folder / BUNDLE_BUS;
     plan.untilPlayed = options.check;
+    plan.hostMayStart = [names = LoadScreenNames(plan.options.genericFile)] { return LeaveSplashPage(names); };
     if (options.check) plan.atEnd = [&recorded] { return CompareAtTheEnd(recorded); };
     return Run(plan);
   } catch (const std::exception& error) {

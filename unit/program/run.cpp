@@ -170,7 +170,8 @@ bool UnitRun::HostMayStart() const {
   if (!Wants("orvik") || !Wants("notify") || steady_clock::now() - started_ > HOST_PATIENCE) return true;
   const std::map<std::string, std::uint64_t> counters = services_.front().service->GetStatus().counters;
   const auto parser = counters.find("worker.Parse");
-  return parser != counters.end() && parser->second != 0;
+  if (parser == counters.end() || parser->second == 0) return false;
+  return !plan_.hostMayStart || plan_.hostMayStart();
 }
 
 void UnitRun::StartHost() {

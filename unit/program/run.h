@@ -22,6 +22,7 @@ struct RunPlan_t {
   std::string speed = "1";             // of the log
   std::string scenario;                // of the simulated crane; empty: its usual one
   bool untilPlayed = false;            // stop when the log has come to its end
+  std::function<bool()> hostMayStart;  // asked every 100 ms, for a while, once the application listens
   std::function<std::string()> atEnd;  // called before the services stop; what is wrong, empty when nothing is
   std::string snapshotFile;
   std::optional<unsigned> seconds;  // until it stops by itself
