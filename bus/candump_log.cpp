@@ -10,13 +10,11 @@ std::optional<log_line_t> ParseLogLine(std::string_view line) {
   const std::string_view text = fields.Next();
   const std::string_view direction = fields.Next();  // "T" or "R" where the log was made with candump -x
   const std::size_t hash = text.find('#');
-  if (stamp.size() < 3 || stamp.front() != '(' || stamp.back() != ')' || hash == std::string_view::npos) {
+  const auto time = ParseLogStamp(stamp);
+  if (hash == std::string_view::npos || !fields.Next().empty() ||
+      (!direction.empty() && direction != "T" && direction != "R")) {
     return std::nullopt;
   }
-  if (!fields.Next().empty() || (!direction.empty() && direction != "T" && direction != "R")) {
-    return std::nullopt;
-  }
-  const auto time = ParseStamp(stamp.substr(1, stamp.size() - 2));
   log_line_t result{.frame = {}, .interface = interface};
   if (!time || !ParseIdentifier(text.substr(0, hash), 3, result.frame) ||
       !ParseHexBytes(text.substr(hash + 1), result.frame)) {
@@ -27,8 +25,8 @@ std::optional<log_line_t> ParseLogLine(std::string_view line) {
 }
 
 std::string FormatLogLine(const frame_t& frame, std::string_view interface) {
-  std::string line = "(" + FormatStamp(frame.time_us) + ") ";
-  line.append(interface).append(" ").append(FormatIdentifier(frame)).append("#");
+  std::string line = FormatLogStamp(frame.time_us);
+  line.append(" ").append(interface).append(" ").append(FormatIdentifier(frame)).append("#");
   AppendHexBytes(line, frame.Bytes());
   return line;
 }

@@ -83,4 +83,13 @@ std::optional<std::uint64_t> ParseStamp(std::string_view text) {
   return *seconds * kMicrosPerSecond + *part;
 }
 
+std::string FormatLogStamp(std::uint64_t time_us) {
+  return "(" + FormatStamp(time_us) + ")";
+}
+
+std::optional<std::uint64_t> ParseLogStamp(std::string_view text) {
+  if (!text.starts_with('(') || !text.ends_with(')')) return std::nullopt;
+  return ParseStamp(text.substr(1, text.size() - 2));
+}
+
 }  // namespace bus

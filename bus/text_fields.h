@@ -47,5 +47,8 @@ void AppendHexBytes(std::string& text, std::span<const std::uint8_t> bytes);
 // Seconds and six digits of microseconds: "1436509052.249713".
 std::string FormatStamp(std::uint64_t time_us);
 std::optional<std::uint64_t> ParseStamp(std::string_view text);
+// The same between brackets, as candump -L writes it.
+std::string FormatLogStamp(std::uint64_t time_us);
+std::optional<std::uint64_t> ParseLogStamp(std::string_view text);
 
 }  // namespace bus

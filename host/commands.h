@@ -20,6 +20,7 @@ void Send(const send_options_t& options);
 struct play_options_t {
   std::string bus = "local";
   std::string file;
+  std::string keysFile;  // front keys to press beside it; empty: none
   std::string speed = "1";
   bool loop = false;
   bool quiet = false;

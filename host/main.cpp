@@ -74,6 +74,8 @@ void AddPlay(CLI::App& app, host::play_options_t& options) {
   command->add_option("--bus", options.bus, kBusHelp)->capture_default_str();
   command->add_option("--speed", options.speed, "Factor, such as 2 or 0.5; max ignores the time")
       ->capture_default_str();
+  command->add_option("--keys", options.keysFile,
+                      "Press the front keys that a unit noted beside the log (its bundle's keys.log)");
   command->add_flag("--loop", options.loop, "Begin again at the end, until stopped");
   command->add_flag("--all", options.all, "Play the display's frames too");
   command->add_flag("--quiet", options.quiet, "Print nothing but errors");

@@ -3,12 +3,17 @@
 #include <fstream>
 #include <iomanip>
 #include <iostream>
+#include <span>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 #include <unistd.h>
 
+#include "bus/key_log.h"
 #include "host/commands.h"
 #include "host/errors.h"
+#include "host/front_keys.h"
 #include "host/log_reader.h"
 #include "host/play_control.h"
 #include "host/player.h"
@@ -71,13 +76,58 @@ std::uintmax_t SizeOf(const std::string& file) {
   return error ? 0 : size;
 }
 
+// Faster than recorded, the display still takes real time: for what came before a press, half a second is
+// plenty, and it notices a change after two to six ticks of 10 ms.
+constexpr std::chrono::milliseconds kDisplayCatchesUp{500};
+constexpr std::chrono::milliseconds kKeySettles{100};
+
+std::vector<bus::key_change_t> ReadKeys(const std::string& file) {
+  std::vector<bus::key_change_t> keys;
+  if (file.empty()) return keys;
+  std::ifstream in(file);
+  if (!in) throw failure("cannot read " + file);
+  for (std::string line; std::getline(in, line);) {
+    if (const auto change = bus::ParseKeyLine(line)) keys.push_back(*change);
+  }
+  if (keys.empty()) {
+    throw failure(file + " holds no key; it should have lines such as " + bus::FormatKeyLine({0, 3, true}));
+  }
+  return keys;
+}
+
+// A log's frames with the keys between them. Keys from before its first frame are left out.
+class Recording {
+ public:
+  Recording(std::istream& in, std::span<const bus::key_change_t> keys) : reader_(in), keys_(keys) {
+    frame_ = reader_.Next();
+    while (!keys_.empty() && (!frame_ || keys_.front().time_us < frame_->time_us)) keys_ = keys_.subspan(1);
+  }
+  std::optional<happening_t> Next() {
+    if (!keys_.empty() && (!frame_ || keys_.front().time_us <= frame_->time_us)) {
+      const bus::key_change_t change = keys_.front();
+      keys_ = keys_.subspan(1);
+      return change;
+    }
+    if (!frame_) return std::nullopt;
+    return std::exchange(frame_, reader_.Next());
+  }
+  std::uint64_t Skipped() const { return reader_.Skipped(); }
+
+ private:
+  LogReader reader_;
+  std::span<const bus::key_change_t> keys_;
+  std::optional<bus::frame_t> frame_;
+};
+
 class FilePlayer {
  public:
   FilePlayer(const play_options_t& options, const StopSignal& stop)
       : options_(options),
         stop_(stop),
         station_(options.bus, stop),
-        schedule_(Clock::now(), ParseSpeed(options.speed)),
+        keys_(ReadKeys(options.keysFile)),
+        speed_(ParseSpeed(options.speed)),
+        schedule_(Clock::now(), speed_),
         progress_(!options.quiet && ::isatty(STDERR_FILENO) != 0),
         control_(stop, options.file != "-", [this](bool paused) { progress_.ShowPaused(paused); }),
         size_(SizeOf(options.file)) {
@@ -87,12 +137,16 @@ class FilePlayer {
 
  private:
   bool PlayOnce(std::istream& in);
+  std::optional<Clock::duration> MoveKey(const bus::key_change_t& change);
   void ShowProgress(std::istream& in);
   void Summarise() const;
 
   const play_options_t& options_;
   const StopSignal& stop_;
   Station station_;
+  const std::vector<bus::key_change_t> keys_;
+  FrontKeys frontKeys_;
+  const double speed_;
   Schedule schedule_;
   ProgressLine progress_;
   PlayControl control_;
@@ -112,8 +166,18 @@ void FilePlayer::ShowProgress(std::istream& in) {
   progress_.Show(text + "  " + std::to_string(played_.frames) + " frames");
 }
 
+std::optional<Clock::duration> FilePlayer::MoveKey(const bus::key_change_t& change) {
+  const auto start = Clock::now();
+  const bool asRecorded = speed_ > 0 && speed_ <= 1;
+  if (!asRecorded && change.down && !control_.WaitUntil(start + kDisplayCatchesUp)) return std::nullopt;
+  frontKeys_.Hold(change.key, change.down);
+  if (asRecorded) return Clock::duration::zero();
+  if (!control_.WaitUntil(Clock::now() + kKeySettles)) return std::nullopt;
+  return Clock::now() - start;
+}
+
 bool FilePlayer::PlayOnce(std::istream& in) {
-  LogReader reader(in);
+  Recording recording(in, keys_);
   const stage_t stage{.now = Clock::now,
                       .waitUntil = [this](Clock::time_point when) { return control_.WaitUntil(when); },
                       .send =
@@ -122,9 +186,10 @@ bool FilePlayer::PlayOnce(std::istream& in) {
                             control_.Sent();
                             return sent;
                           },
-                      .progress = [this, &in] { ShowProgress(in); }};
-  const bool whole = Play([&reader] { return reader.Next(); }, schedule_, options_.all, stage, played_);
-  skipped_ += reader.Skipped();
+                      .progress = [this, &in] { ShowProgress(in); },
+                      .moveKey = [this](const bus::key_change_t& change) { return MoveKey(change); }};
+  const bool whole = Play([&recording] { return recording.Next(); }, schedule_, options_.all, stage, played_);
+  skipped_ += recording.Skipped();
   return whole;
 }
 

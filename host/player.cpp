@@ -12,22 +12,45 @@ Schedule::TimePoint Schedule::Due(std::uint64_t stamp_us) {
   return begin_ + std::chrono::round<TimePoint::duration>(since);
 }
 
-bool Play(const std::function<std::optional<bus::frame_t>()>& next, Schedule& schedule, bool all,
+namespace {
+
+using put_off_t = std::optional<Schedule::TimePoint::duration>;
+
+// Each gives back what all that follows is put off by; empty: stop.
+put_off_t PlayFrame(const bus::frame_t& frame, bool all, const stage_t& stage, played_t& played) {
+  if (!all && frame.extended && frame.identifier == DISPLAY_FRAME_ID) {
+    ++played.passedOver;
+    return put_off_t{0};
+  }
+  const auto before = stage.now();
+  if (!stage.send(frame)) return std::nullopt;
+  const auto took = stage.now() - before;
+  ++played.frames;
+  stage.progress();
+  return took > kBusAway ? took : Schedule::TimePoint::duration::zero();
+}
+
+put_off_t PlayHappening(const happening_t& happening, bool all, const stage_t& stage, played_t& played) {
+  const auto* key = std::get_if<bus::key_change_t>(&happening);
+  return key != nullptr ? stage.moveKey(*key)
+                        : PlayFrame(std::get<bus::frame_t>(happening), all, stage, played);
+}
+
+std::uint64_t TimeOf(const happening_t& happening) {
+  return std::visit([](const auto& what) { return what.time_us; }, happening);
+}
+
+}  // namespace
+
+bool Play(const std::function<std::optional<happening_t>()>& next, Schedule& schedule, bool all,
           const stage_t& stage, played_t& played) {
-  while (const auto frame = next()) {
-    const auto held = stage.waitUntil(schedule.Due(frame->time_us));
+  while (const auto happening = next()) {
+    const put_off_t held = stage.waitUntil(schedule.Due(TimeOf(*happening)));
     if (!held) return false;
     schedule.Shift(*held);
-    if (!all && frame->extended && frame->identifier == DISPLAY_FRAME_ID) {
-      ++played.passedOver;
-      continue;
-    }
-    const auto before = stage.now();
-    if (!stage.send(*frame)) return false;
-    const auto took = stage.now() - before;
-    if (took > kBusAway) schedule.Shift(took);
-    ++played.frames;
-    stage.progress();
+    const put_off_t later = PlayHappening(*happening, all, stage, played);
+    if (!later) return false;
+    schedule.Shift(*later);
   }
   return true;
 }

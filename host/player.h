@@ -1,12 +1,14 @@
-// Plays recorded frames at the pace of their recording.
+// Plays recorded frames, and the front keys noted beside them, at the pace of their recording.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <variant>
 
 #include "bus/can_frame.h"
+#include "bus/key_log.h"
 
 namespace host {
 
@@ -39,6 +41,8 @@ class Schedule {
 // catching up in one burst.
 constexpr std::chrono::milliseconds kBusAway{500};
 
+using happening_t = std::variant<bus::frame_t, bus::key_change_t>;
+
 // What the player needs of the world; a test gives it a clock of its own.
 struct stage_t {
   std::function<Schedule::TimePoint()> now;
@@ -46,6 +50,8 @@ struct stage_t {
   std::function<std::optional<Schedule::TimePoint::duration>(Schedule::TimePoint)> waitUntil;
   std::function<bool(const bus::frame_t&)> send;  // false: stop
   std::function<void()> progress;                 // after each frame
+  // Moves a key; gives back what all that follows is put off by; empty: stop.
+  std::function<std::optional<Schedule::TimePoint::duration>(const bus::key_change_t&)> moveKey;
 };
 
 struct played_t {
@@ -55,7 +61,7 @@ struct played_t {
 
 // Plays what `next` gives until it gives nothing (or the stage stops it), and adds to `played`. Frames of the
 // display itself are passed over unless `all` is set: the display that listens has its own to say.
-bool Play(const std::function<std::optional<bus::frame_t>()>& next, Schedule& schedule, bool all,
+bool Play(const std::function<std::optional<happening_t>()>& next, Schedule& schedule, bool all,
           const stage_t& stage, played_t& played);
 
 }  // namespace host

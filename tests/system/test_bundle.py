@@ -36,6 +36,8 @@ def report(make_desk, tmp_path):
     bus.send_message(cmd5((17, "ОПОРЫ")))
     wait_for(lambda: desk.widget("orvikTextWidgetLoad") == " 45,600", "the load")
     wait_for(lambda: "ОПОРЫ" in (desk.widget("orvikTextWidgetLine1Std") or ""), "the text")
+    desk.press(6)
+    wait_for(lambda: desk.screen()["page"] == "Dials", "the page that the operator chose")
     path = tmp_path / "report.tar.gz"
     status, out, errors = desk.run(BIN / "unit", "bundle", path)
     assert status == 0 and errors == "" and "without state/host.json" not in out, (out, errors)
@@ -48,6 +50,7 @@ def test_a_bundle_holds_what_a_report_needs(report):
     assert json.loads(content["state/screen.json"])["widgets"]["orvikTextWidgetLoad"] == " 45,600"
     assert content["state/screen.png"].startswith(b"\x89PNG")
     assert b"18FF00D0#0006020046" in content["bus.log"]
+    assert [line.split()[1:] for line in content["keys.log"].splitlines()] == [[b"key", b"6", b"down"], [b"key", b"6", b"up"]]
     assert b" unit unit: screen is up" in content["lines.log"]
     assert {"about.json", "config/generic.xml", "config/screen/main.svg", "state/database.json", "state/board.json",
             "state/health.json"} <= set(content)

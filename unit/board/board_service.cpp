@@ -9,9 +9,12 @@
 
 #include "platform/board_state.h"
 
+#include "blackbox/rolling_log.h"
 #include "board/board_outputs.h"
 #include "board/board_view.h"
 #include "board/key_device.h"
+#include "bus/key_log.h"
+#include "bus/wait.h"
 #include "health/notify_link.h"
 
 namespace unit {
@@ -23,6 +26,7 @@ using std::chrono::steady_clock;
 constexpr auto PACE = 10ms;
 // Once a second too, for those that subscribed since the last change.
 constexpr auto REPEAT = 1s;
+constexpr std::size_t KEYS_KEPT = 64U << 10U;  // bytes, twice: some 4,000 changes
 
 // The application writes its outputs a hundred times a second, changed or not: the count of that is no change.
 bool ShowsChange(const board_view_t& view, board_view_t published) {
@@ -97,6 +101,15 @@ class BoardService : public Service {
     outputs_ = std::make_unique<BoardOutputs>(options_.beeperDevice, options_.backlightDirectory, board);
   }
 
+  void NoteKeys(const std::array<bool, KEY_COUNT>& keys) {
+    for (int key = 1; key <= KEY_COUNT; ++key) {
+      const auto at = static_cast<std::size_t>(key - 1);
+      if (keys[at] == noted_[at]) continue;
+      keyLog_.Write(bus::FormatKeyLine({.time_us = bus::RealTime_us(), .key = key, .down = keys[at]}));
+    }
+    noted_ = keys;
+  }
+
   void Watch(const platform::board_state_t& board) {
     board_view_t published;
     steady_clock::time_point repeatAt{};
@@ -104,6 +117,7 @@ class BoardService : public Service {
     while (!stopping_) {
       lock.unlock();
       const board_view_t view = ViewBoard(board);
+      NoteKeys(view.keys);
       const auto now = steady_clock::now();
       // What could not be published is tried again at the next look.
       if ((ShowsChange(view, published) || now >= repeatAt) &&
@@ -118,6 +132,9 @@ class BoardService : public Service {
 
   const Options_t options_;
   NotifyLink link_;
+  // The watch's: what the black box knows of the keys.
+  RollingLog keyLog_{"keys", KEYS_KEPT};
+  std::array<bool, KEY_COUNT> noted_{};
   mutable std::mutex mutex_;  // guards the four below
   std::unique_ptr<platform::BoardMapping> mapping_;
   std::unique_ptr<KeyDevice> keys_;        // null: the panel's keys alone

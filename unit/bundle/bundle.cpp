@@ -142,6 +142,7 @@ int MakeBundle(const std::string& file) {
   std::vector<std::string> missing;
   bundle[BUNDLE_ABOUT] = About(run).dump(2) + "\n";
   bundle[BUNDLE_BUS] = ReadBlackBox("bus");
+  bundle[BUNDLE_KEYS] = ReadBlackBox("keys");
   bundle[BUNDLE_LINES] = ReadBlackBox("lines");
   if (run.empty() && bundle[BUNDLE_LINES].empty()) {
     std::cerr << "unit bundle: no unit ran in " << platform::RuntimeDirectory()

@@ -1,6 +1,6 @@
-// What an engineer attaches to a report, in one file: the last of the bus and of every process's lines, the
-// picture, the screen's state, the database, the board, the services' health, the configuration and the
-// versions.
+// What an engineer attaches to a report, in one file: the last of the bus, of the front keys and of every
+// process's lines, the picture, the screen's state, the database, the board, the services' health, the
+// configuration and the versions.
 #pragma once
 
 #include <string>
@@ -14,6 +14,7 @@ namespace unit {
 // BUNDLE_CONFIG.
 constexpr const char* BUNDLE_ABOUT = "about.json";  // when and of what it was made
 constexpr const char* BUNDLE_BUS = "bus.log";       // candump -L
+constexpr const char* BUNDLE_KEYS = "keys.log";     // front keys, "(SECONDS) key 3 down"
 constexpr const char* BUNDLE_LINES = "lines.log";   // "SECONDS PROCESS LINE"
 constexpr const char* BUNDLE_SCREEN = "state/screen.json";
 constexpr const char* BUNDLE_CONFIG = "config/";

@@ -35,9 +35,13 @@ void Unpack(const archive_t& bundle, const fs::path& folder) {
   }
 }
 
-const std::string& Part(const archive_t& bundle, const char* name, const char* what) {
+bool HasPart(const archive_t& bundle, const char* name) {
   const auto found = bundle.find(name);
-  if (found != bundle.end() && !found->second.empty()) return found->second;
+  return found != bundle.end() && !found->second.empty();
+}
+
+const std::string& Part(const archive_t& bundle, const char* name, const char* what) {
+  if (HasPart(bundle, name)) return bundle.at(name);
   throw std::runtime_error(std::string("there is no ") + what + " in it (" + name + ")");
 }
 
@@ -83,6 +87,7 @@ int Replay(const replay_options_t& options, RunPlan_t plan) {
     plan.options.configDirectory = folder / "config";
     plan.options.genericFile = plan.options.configDirectory + "/generic.xml";
     plan.playFile = folder / BUNDLE_BUS;
+    if (HasPart(bundle, BUNDLE_KEYS)) plan.keysFile = folder / BUNDLE_KEYS;
     plan.untilPlayed = options.check;
     plan.hostMayStart = [names = LoadScreenNames(plan.options.genericFile)] { return LeaveSplashPage(names); };
     if (options.check) plan.atEnd = [&recorded] { return CompareAtTheEnd(recorded); };

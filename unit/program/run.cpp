@@ -196,6 +196,7 @@ std::vector<std::string> UnitRun::HostArguments() const {
   std::vector<std::string> arguments = {FindProgram("hx7")};
   if (!plan_.playFile.empty()) {
     arguments.insert(arguments.end(), {"play", plan_.playFile, "--speed", plan_.speed});
+    if (!plan_.keysFile.empty()) arguments.insert(arguments.end(), {"--keys", plan_.keysFile});
     if (plan_.loop) arguments.emplace_back("--loop");
     return arguments;
   }

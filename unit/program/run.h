@@ -18,6 +18,7 @@ struct RunPlan_t {
   Options_t options;
   std::set<std::string> parts;         // which of PartNames() to run
   std::string playFile;                // a bus log for hx7 to play; empty: it simulates a crane
+  std::string keysFile;                // front keys to press beside it; empty: none
   bool loop = false;                   // of the log
   std::string speed = "1";             // of the log
   std::string scenario;                // of the simulated crane; empty: its usual one

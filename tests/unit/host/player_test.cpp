@@ -36,17 +36,19 @@ struct World {
               now += sendTakes;
               return true;
             },
-        .progress = [] {}};
+        .progress = [] {},
+        .moveKey = {}};
   }
 };
 
-std::function<std::optional<bus::frame_t>()> Frames(std::vector<std::uint64_t> stamps_us) {
-  return [stamps = std::deque(stamps_us.begin(), stamps_us.end())]() mutable -> std::optional<bus::frame_t> {
-    if (stamps.empty()) return std::nullopt;
-    const bus::frame_t frame{.identifier = 1, .time_us = stamps.front()};
-    stamps.pop_front();
-    return frame;
-  };
+std::function<std::optional<host::happening_t>()> Frames(std::vector<std::uint64_t> stamps_us) {
+  return
+      [stamps = std::deque(stamps_us.begin(), stamps_us.end())]() mutable -> std::optional<host::happening_t> {
+        if (stamps.empty()) return std::nullopt;
+        const bus::frame_t frame{.identifier = 1, .time_us = stamps.front()};
+        stamps.pop_front();
+        return frame;
+      };
 }
 
 std::vector<std::int64_t> PlayAll(World& world, double speed, const std::vector<std::uint64_t>& stamps_us) {

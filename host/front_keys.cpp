@@ -1,0 +1,52 @@
+#include "host/front_keys.h"
+
+#include <chrono>
+#include <fstream>
+#include <iostream>
+
+#include <httplib.h>
+
+#include "platform/paths.h"
+
+namespace host {
+namespace {
+
+constexpr const char* kPanelAddressFile = "/http.address";
+constexpr std::chrono::seconds kPatience{1};
+constexpr int kKeys = 8;
+
+constexpr std::uint32_t Bit(int key) {
+  return 1U << static_cast<unsigned>(key);
+}
+
+}  // namespace
+
+FrontKeys::~FrontKeys() {
+  for (int key = 1; key <= kKeys; ++key) {
+    if ((held_ & Bit(key)) != 0) Hold(key, false);
+  }
+}
+
+bool FrontKeys::Hold(int key, bool down) {
+  held_ = down ? held_ | Bit(key) : held_ & ~Bit(key);
+  return Post(key, "", down ? R"({"down":true})" : R"({"down":false})");
+}
+
+bool FrontKeys::Press(int key) {
+  return Post(key, "/press", "");
+}
+
+bool FrontKeys::Post(int key, const std::string& path, const std::string& body) {
+  std::string address;
+  std::getline(std::ifstream(platform::RuntimeDirectory() + kPanelAddressFile), address);
+  httplib::Client panel("http://" + address);
+  panel.set_connection_timeout(kPatience);
+  panel.set_read_timeout(kPatience);
+  if (!address.empty() && panel.Post("/api/keys/" + std::to_string(key) + path, body, "application/json")) {
+    return true;
+  }
+  std::cerr << "hx7: key " << key << " is not pressed; no panel runs here\n";
+  return false;
+}
+
+}  // namespace host
