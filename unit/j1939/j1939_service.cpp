@@ -51,11 +51,6 @@ std::string InterfaceOf(const std::string& bus) {
   return bus.starts_with(KERNEL_BUS) ? bus.substr(KERNEL_BUS.size()) : std::string(Conversation::BUS_NAME);
 }
 
-std::uint64_t RealTime_us() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(now).count());
-}
-
 // One line on standard error a second at most; what comes between is counted into the next line.
 class Complaints {
  public:
@@ -456,7 +451,7 @@ void J1939Service::SendFrame(const SendRequest_t& request) {
                      .extended = true,
                      .length = static_cast<std::uint8_t>(request.data.size()),
                      .data = {},
-                     .time_us = RealTime_us()};
+                     .time_us = bus::RealTime_us()};
   std::ranges::copy(request.data, frame.data.begin());
   const endpoint_t endpoint = Endpoint();
   const auto result = endpoint ? endpoint->Send(frame, SEND_TIMEOUT_MS) : bus::Endpoint::Result::kDown;
