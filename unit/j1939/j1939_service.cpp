@@ -5,9 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <mutex>
 #include <stdexcept>
@@ -19,6 +16,7 @@
 #include "platform/byte_order.h"
 #include "platform/paths.h"
 
+#include "bus/address_file.h"
 #include "bus/endpoint.h"
 #include "health/notify_link.h"
 #include "hostlink/frame_layout.h"
@@ -43,7 +41,6 @@ constexpr auto REPORT_PERIOD = 100ms;
 constexpr auto RETRY_PERIOD = 500ms;
 constexpr auto COMPLAINT_PERIOD = 1s;
 constexpr const char* NOT_STARTED = "not started";
-constexpr const char* ADDRESS_FILE = "/socketcand.address";
 constexpr const char* FILTER_FILE = "/j1939.filters";
 constexpr std::string_view KERNEL_BUS = "socketcan:";
 
@@ -193,8 +190,7 @@ void J1939Service::Stop() {
     filters_->Remove();
   }
   localBus_.reset();
-  std::error_code ignored;
-  if (!isKernelBus_) std::filesystem::remove(platform::RuntimeDirectory() + ADDRESS_FILE, ignored);
+  if (!isKernelBus_) bus::RemoveAddressFile(bus::BUS_ADDRESS_FILE);
   log_->Flush();
 }
 
@@ -217,12 +213,9 @@ bool J1939Service::Pause(std::chrono::milliseconds time) {
 
 void J1939Service::OpenLocalBus() {
   localBus_ = std::make_shared<LocalBus>(options_.socketcandAddress);
-  const std::string file = platform::RuntimeDirectory() + ADDRESS_FILE;
-  {
-    std::ofstream stream(file + ".new", std::ios::trunc);
-    stream << localBus_->Address() << '\n';
+  if (!bus::WriteAddressFile(bus::BUS_ADDRESS_FILE, localBus_->Address())) {
+    throw std::runtime_error("cannot write the bus's address into " + platform::RuntimeDirectory());
   }
-  if (std::rename((file + ".new").c_str(), file.c_str()) != 0) throw std::runtime_error("cannot write " + file);
   const std::lock_guard lock(mutex_);
   endpoint_ = localBus_;
   problem_.clear();

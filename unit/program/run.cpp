@@ -3,11 +3,11 @@
 #include <array>
 #include <chrono>
 #include <csignal>
-#include <fstream>
 #include <functional>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <tuple>
 
 #include <nlohmann/json.hpp>
 
@@ -16,6 +16,8 @@
 #include "blackbox/rolling_log.h"
 #include "blackbox/tee.h"
 #include "board/board_service.h"
+#include "bus/address_file.h"
+#include "bus/whole_file.h"
 #include "database/database_service.h"
 #include "health/health_publisher.h"
 #include "health/notify_link.h"
@@ -52,13 +54,6 @@ constexpr std::array<Part_t, 6> SERVICES = {{{"notify", MakeNotifyService},
                                              {"j1939", MakeJ1939Service},
                                              {"screen", MakeScreenService},
                                              {"panel", MakePanelService}}};
-
-std::string ReadAddress(const char* file) {
-  std::ifstream stream(platform::RuntimeDirectory() + "/" + file);
-  std::string address;
-  std::getline(stream, address);
-  return address;
-}
 
 // Asked for while the services start.
 struct Stopped {};
@@ -115,7 +110,9 @@ void UnitRun::Start() {
   health_ = std::make_unique<HealthPublisher>([this] { return Statuses(); });
   StartOrvik();
   started_ = steady_clock::now();
-  if (Wants("panel")) std::cout << "unit: panel at http://" << ReadAddress("http.address") << "/" << std::endl;
+  if (Wants("panel")) {
+    std::cout << "unit: panel at http://" << bus::ReadAddressFile(bus::PANEL_ADDRESS_FILE) << "/" << std::endl;
+  }
 }
 
 void UnitRun::TakeLocks() {
@@ -135,7 +132,7 @@ void UnitRun::StartService(const Part_t& part) {
   services_.push_back({part.name, std::move(service)});
   std::cout << "unit: " << part.name << " is up";
   if (services_.back().name == "j1939") {
-    const std::string address = ReadAddress("socketcand.address");
+    const std::string address = bus::ReadAddressFile(bus::BUS_ADDRESS_FILE);
     std::cout << ", bus " << plan_.options.bus;
     if (plan_.options.bus == "local" && !address.empty()) std::cout << " (socketcand at " << address << ")";
   }
@@ -144,13 +141,11 @@ void UnitRun::StartService(const Part_t& part) {
 
 // For those who ask later what ran here.
 void UnitRun::WriteRunFile() const {
-  std::ofstream(platform::RuntimeDirectory() + "/run.json")
-      << nlohmann::json{{"config", plan_.options.configDirectory},
-                        {"bus", plan_.options.bus},
-                        {"play", plan_.playFile},
-                        {"parts", plan_.parts}}
-             .dump()
-      << '\n';
+  const nlohmann::json run = {{"config", plan_.options.configDirectory},
+                              {"bus", plan_.options.bus},
+                              {"play", plan_.playFile},
+                              {"parts", plan_.parts}};
+  std::ignore = bus::ReplaceFile(platform::RuntimeDirectory() + "/run.json", run.dump() + "\n");
 }
 
 void UnitRun::StartOrvik() {
