@@ -12,6 +12,7 @@
 #include "host/inject.h"
 #include "host/station.h"
 #include "simulate/console.h"
+#include "simulate/front_keys.h"
 #include "simulate/http_control.h"
 
 namespace simulate {

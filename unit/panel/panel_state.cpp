@@ -176,10 +176,6 @@ std::string PanelState::FullState(bool connected) const {
   return text + StreamHub::Format("health", Health(connected, std::chrono::steady_clock::now()).json);
 }
 
-std::string ErrorJson(const std::string& text) {
-  return Dump({{"error", text}});
-}
-
 bool ReadKeyRequest(const std::string& body, bool& down) {
   const json parsed = json::parse(body, nullptr, false);
   if (!parsed.is_object() || parsed.size() != 1 || !parsed.contains("down")) return false;
