@@ -3,14 +3,12 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <mutex>
-#include <stdexcept>
 #include <thread>
-#include <utility>
 
 #include "health/subscriber.h"
 #include "panel/http_server.h"
 #include "screen/screen_requests.h"
+#include "worker_service.h"
 
 namespace unit {
 namespace {
@@ -86,37 +84,10 @@ class PanelWorker {
   std::thread pace_;
 };
 
-class PanelService : public Service {
- public:
-  explicit PanelService(Options_t options) : options_(std::move(options)) {}
-
-  void Start() override {
-    auto worker = std::make_unique<PanelWorker>(options_);
-    const std::lock_guard lock(mutex_);
-    worker_ = std::move(worker);
-  }
-
-  void Stop() override {
-    std::unique_ptr<PanelWorker> worker;
-    const std::lock_guard lock(mutex_);
-    worker.swap(worker_);
-  }
-
-  Status_t GetStatus() const override {
-    const std::lock_guard lock(mutex_);
-    return worker_ ? worker_->GetStatus() : Status_t{"panel", false, "stopped", {}};
-  }
-
- private:
-  const Options_t options_;
-  mutable std::mutex mutex_;  // guards worker_
-  std::unique_ptr<PanelWorker> worker_;
-};
-
 }  // namespace
 
 std::unique_ptr<Service> MakePanelService(const Options_t& options) {
-  return std::make_unique<PanelService>(options);
+  return std::make_unique<WorkerService<PanelWorker>>("panel", options);
 }
 
 }  // namespace unit
