@@ -85,6 +85,8 @@ class Dialogue {
   void SelectBase(unsigned choice);
   void ToggleLimit(unsigned choice);
 
+  // Something that is there or not; `on` and `off` say which.
+  void Toggle(bool crane::rigging_t::*part, Text on, Text off);
   void ToggleBoomMode();
   void NextWinch();
   void ToggleCounterweight();
