@@ -59,8 +59,8 @@ class Dialogue {
   std::optional<Text> Notice() const { return notice_; }
   // The select keys choose something.
   bool HasMenu() const;
-  // What brings a display that has just been started from Slate to the page shown.
-  std::string_view RequestFromSlate() const;
+  // Asks for what brings a display that has just been started from Slate to the page shown.
+  void LeadFromSlate();
 
   // One for each host key. `about` is what the operator sees.
   struct reaction_t {

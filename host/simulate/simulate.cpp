@@ -97,6 +97,7 @@ class Simulation {
   const options_t& options_;
   const host::StopSignal& stop_;
   const Shelf shelf_;
+  const double speed_;
   LoadComputer computer_;
   ScenarioPlayer scenario_;
   Pace pace_;
@@ -116,9 +117,10 @@ Simulation::Simulation(const options_t& options, const host::StopSignal& stop)
     : options_(options),
       stop_(stop),
       shelf_(options.config),
-      computer_(shelf_.Chart(options.chart), options.seed),
+      speed_(ParseSpeed(options.speed)),
+      computer_(shelf_.Chart(options.chart), options.seed, speed_),
       scenario_(FirstScenario(options, shelf_), options.loop),
-      pace_(ParseSpeed(options.speed)),
+      pace_(speed_),
       station_(options.bus, stop),
       injector_(options.inject.empty() ? std::vector<host::Fault>() : host::ParseFaults(options.inject),
                 options.injectRate, options.seed),
