@@ -142,6 +142,15 @@ def test_orderly_end_with(desk, state):
     assert {line for line in desk.orvik.out if line.endswith("thread EXIT")} == {f"Orvik: {name} thread EXIT" for name in EXITS}
 
 
+def test_an_application_that_refuses_to_end_is_terminated_at_once(make_desk):
+    desk = make_desk(orvik=False)
+    desk.orvik = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik")
+    desk.orvik.wait_line("Orvik: System Up", seconds=20)
+    desk.orvik.child.send_signal(signal.SIGTERM)  # on the splash page
+    assert desk.orvik.wait_exit() == 0
+    assert "unit: orvik refuses to stop; terminating it" in desk.orvik.err
+
+
 def test_a_thread_that_hangs_does_not_keep_the_process(desk):
     desk.go_to("Main")
     with frozen_thread(desk.orvik, "Blinker") as thread:

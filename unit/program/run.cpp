@@ -39,6 +39,8 @@ using std::chrono::steady_clock;
 constexpr auto STEP = 100ms;
 // The application goes to its splash page first and gives its threads up to five seconds.
 constexpr auto ORVIK_STOP_TIME = 6s;
+// It ends from its main and slate pages alone.
+constexpr const char* ORVIK_REFUSAL = "NOT on terminatable page";
 constexpr auto HOST_STOP_TIME = 2s;
 // The host waits for an application that listens, so that its first words are heard, but not for ever.
 constexpr auto HOST_PATIENCE = 5s;
@@ -155,6 +157,7 @@ void UnitRun::StartOrvik() {
                        .arguments = {FindProgram("orvik"), plan_.options.genericFile},
                        .stopSignal = SIGUSR1,
                        .stopTime = ORVIK_STOP_TIME,
+                       .refusal = ORVIK_REFUSAL,
                        .endIsFailure = true});
   }
   supervisor_.Step();
@@ -177,6 +180,7 @@ void UnitRun::StartHost() {
                        .arguments = HostArguments(),
                        .stopSignal = SIGTERM,
                        .stopTime = HOST_STOP_TIME,
+                       .refusal = {},
                        .endIsFailure = false});
   }
   supervisor_.Step();
