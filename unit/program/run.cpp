@@ -15,6 +15,7 @@
 
 #include "blackbox/rolling_log.h"
 #include "blackbox/tee.h"
+#include "board/beeper_word.h"
 #include "board/board_service.h"
 #include "bus/address_file.h"
 #include "bus/whole_file.h"
@@ -158,7 +159,8 @@ void UnitRun::StartOrvik() {
                        .stopSignal = SIGUSR1,
                        .stopTime = ORVIK_STOP_TIME,
                        .refusal = ORVIK_REFUSAL,
-                       .endIsFailure = true});
+                       .endIsFailure = true,
+                       .tidyUp = SilenceBeeper});
   }
   supervisor_.Step();
 }
@@ -181,7 +183,8 @@ void UnitRun::StartHost() {
                        .stopSignal = SIGTERM,
                        .stopTime = HOST_STOP_TIME,
                        .refusal = {},
-                       .endIsFailure = false});
+                       .endIsFailure = false,
+                       .tidyUp = {}});
   }
   supervisor_.Step();
 }

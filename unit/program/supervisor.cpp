@@ -47,7 +47,7 @@ void Supervisor::Step() {
 
 void Supervisor::TakeEnding(Run_t& run, const Ending_t& ending) {
   const steady_clock::time_point now = steady_clock::now();
-  run.child.reset();
+  ForgetChild(run);
   if (ending.IsSuccess()) {
     std::cout << "unit: " << run.program.name << " has come to its end" << std::endl;
     return Note(run, !run.program.endIsFailure, "has come to its end");
@@ -76,7 +76,7 @@ void Supervisor::Stop() {
   for (auto run = runs_.rbegin(); run != runs_.rend(); ++run) {
     if (!run->child) continue;
     EndChild(*run);
-    run->child.reset();  // kills it where it still runs
+    ForgetChild(*run);
   }
   const std::lock_guard lock(mutex_);
   runs_.clear();
@@ -95,6 +95,12 @@ void Supervisor::EndChild(Run_t& run) {
   run.child->Signal(SIGTERM);
   if (WaitForEnd(run, TERMINATE_TIME)) return;
   std::cerr << "unit: " << name << " does not react; killing it" << std::endl;
+}
+
+// Kills it where it still runs.
+void Supervisor::ForgetChild(Run_t& run) {
+  run.child.reset();
+  if (run.program.tidyUp) run.program.tidyUp();
 }
 
 // Until the child has ended, has said that it will not, or the user has lost patience. True when it has ended.

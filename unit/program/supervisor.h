@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -22,6 +23,7 @@ struct Program_t {
   std::chrono::milliseconds stopTime;  // after which SIGTERM, then SIGKILL, follow
   std::string refusal;                 // of the line that says that it will not stop; empty: it always tries to
   bool endIsFailure;                   // an end with status 0 leaves something missing
+  std::function<void()> tidyUp;        // what it may have left on; after each of its ends. May be empty
 };
 
 // All calls but Statuses come from the thread that made the object.
@@ -63,6 +65,7 @@ class Supervisor {
 
   void Launch(Run_t& run);
   void TakeEnding(Run_t& run, const Ending_t& ending);
+  static void ForgetChild(Run_t& run);
   static bool WaitForEnd(Run_t& run, std::chrono::milliseconds time);
   static void EndChild(Run_t& run);
   void Note(Run_t& run, bool up, const std::string& detail);
