@@ -19,6 +19,7 @@
 #include "board/board_service.h"
 #include "bus/address_file.h"
 #include "bus/whole_file.h"
+#include "database/attach.h"
 #include "database/database_service.h"
 #include "health/health_publisher.h"
 #include "health/notify_link.h"
@@ -101,6 +102,7 @@ class UnitRun {
   Tee err_{std::cerr, "unit", lines_};
   Supervisor supervisor_{lines_};
   std::unique_ptr<HealthPublisher> health_;
+  std::optional<DatabaseWatch> database_;  // looks from before the application's start
 };
 
 void UnitRun::Start() {
@@ -111,6 +113,7 @@ void UnitRun::Start() {
     if (Wants(part.name)) StartService(part);
   }
   health_ = std::make_unique<HealthPublisher>([this] { return Statuses(); });
+  database_.emplace();
   StartOrvik();
   started_ = steady_clock::now();
   if (Wants("panel")) {
@@ -223,6 +226,9 @@ void UnitRun::WaitForTheEnd() {
     if (Wants("orvik") && manager.WasReplaced()) {
       supervisor_.Restart("orvik",
                           "the notification manager was started again, and the application is not heard");
+    }
+    if (Wants("orvik") && database_->WasReplaced()) {
+      supervisor_.Restart("orvik", "there is another parameter database, which the application does not know");
     }
     if (plan_.seconds && steady_clock::now() >= end) return;
   }
