@@ -9,11 +9,11 @@
 #include <CLI/CLI.hpp>
 
 #include "bundle/bundle.h"
+#include "bus/installation.h"
 #include "database/database_commands.h"
 #include "program/event_commands.h"
 #include "program/replay.h"
 #include "program/run.h"
-#include "program/run_folder.h"
 #include "program/status_command.h"
 #include "program/stop_signals.h"
 
@@ -117,7 +117,7 @@ int CarryRun(RunArguments_t& run, unsigned seconds) {
   if (run.noHost) plan.parts.erase("hx7");
   if (seconds > 0) plan.seconds = seconds;
   try {
-    plan.options.configDirectory = unit::FindConfig(run.config);
+    plan.options.configDirectory = bus::FindConfigFolder(run.config);
   } catch (const std::exception& error) {
     std::cerr << "unit run: " << error.what() << '\n';
     return 1;
@@ -152,7 +152,7 @@ void AddEvents(CLI::App& app, EventArguments_t& arguments, int& result) {
   CLI::App* events = app.add_subcommand("events", "Post and watch what application and screen tell each other");
   events->require_subcommand(1);
   events->add_option("--config", arguments.config, "The configuration's folder");
-  const auto generic = [&] { return unit::FindConfig(arguments.config) + "/generic.xml"; };
+  const auto generic = [&] { return bus::FindConfigFolder(arguments.config) + "/generic.xml"; };
   CLI::App* list = events->add_subcommand("list", "Print the names of all, or of those with a prefix");
   list->add_option("PREFIX", arguments.name);
   list->callback([&, generic] { result = unit::ListEvents(generic(), arguments.name); });
