@@ -1,4 +1,3 @@
-#include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
@@ -13,24 +12,14 @@
 #include "host/play_control.h"
 #include "host/player.h"
 #include "host/station.h"
+#include "host/value_text.h"
 
 namespace host {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// 0 for "max".
-double ParseSpeed(const std::string& text) {
-  if (text == "max") return 0;
-  double speed = 0;
-  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), speed);
-  constexpr double kSlowest = 0.001;
-  constexpr double kFastest = 100'000;
-  if (error != std::errc() || stop != text.data() + text.size() || !(speed >= kSlowest && speed <= kFastest)) {
-    throw usage_error("--speed takes max or a factor from 0.001 to 100000, such as 2 for twice as fast");
-  }
-  return speed;
-}
+constexpr double kFastest = 100'000;
 
 std::string Seconds(std::chrono::microseconds time) {
   std::ostringstream text;
@@ -77,7 +66,7 @@ class FilePlayer {
       : options_(options),
         stop_(stop),
         station_(options.bus, stop),
-        schedule_(Clock::now(), ParseSpeed(options.speed)),
+        schedule_(Clock::now(), ParseSpeed(options.speed, kFastest)),
         progress_(!options.quiet && ::isatty(STDERR_FILENO) != 0),
         control_(stop, options.file != "-", [this](bool paused) { progress_.ShowPaused(paused); }),
         size_(SizeOf(options.file)) {

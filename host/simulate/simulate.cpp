@@ -1,6 +1,5 @@
 #include "simulate/simulate.h"
 
-#include <charconv>
 #include <chrono>
 #include <iostream>
 #include <memory>
@@ -11,6 +10,7 @@
 #include "host/errors.h"
 #include "host/inject.h"
 #include "host/station.h"
+#include "host/value_text.h"
 #include "simulate/console.h"
 #include "simulate/front_keys.h"
 #include "simulate/http_control.h"
@@ -21,21 +21,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
+constexpr double kFastest = 1000;
 constexpr auto kBehind = 1s;       // after which what was missed is left out
 constexpr auto kShowState = 50ms;  // of real time
-
-// 0 for "max".
-double ParseSpeed(const std::string& text) {
-  if (text == "max") return 0;
-  double speed = 0;
-  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), speed);
-  constexpr double kSlowest = 0.001;
-  constexpr double kFastest = 1000;
-  if (error != std::errc() || stop != text.data() + text.size() || !(speed >= kSlowest && speed <= kFastest)) {
-    throw host::usage_error("--speed takes max or a factor from 0.001 to 1000, such as 2 for twice as fast");
-  }
-  return speed;
-}
 
 // The steps' real times: each reckoned from the beginning, so that nothing adds up.
 class Pace {
@@ -117,7 +105,7 @@ Simulation::Simulation(const options_t& options, const host::StopSignal& stop)
     : options_(options),
       stop_(stop),
       shelf_(options.config),
-      speed_(ParseSpeed(options.speed)),
+      speed_(host::ParseSpeed(options.speed, kFastest)),
       computer_(shelf_.Chart(options.chart), options.seed, speed_),
       scenario_(FirstScenario(options, shelf_), options.loop),
       pace_(speed_),
