@@ -25,7 +25,8 @@ void AwaitAnswer(const step_t& step, Station& station, Conversation& conversatio
   for (bus::frame_t frame; Clock::now() < end;) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
     if (!station.Receive(frame, static_cast<int>(left.count()))) break;
-    frame.time_us = bus::RealTime_us();  // one clock for the requests and the answers, whatever the server's says
+    // One clock for the requests and the answers, whatever the server's says.
+    frame.time_us = bus::RealTime_us();
     const auto heard = conversation.Feed(frame);
     if (!heard || heard->answers != step.request) continue;
     std::cout << InWords(heard->decoded) << std::endl;

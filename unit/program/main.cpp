@@ -68,6 +68,19 @@ void AddParts(CLI::App& command, unit::Options_t& options) {
   command.add_option("--backlight", options.backlightDirectory, "Backlight: a folder of /sys/class/backlight");
 }
 
+void AddHost(CLI::App& command, RunArguments_t& run) {
+  auto* noHost = command.add_flag("--no-host", run.noHost, "Run no host load computer");
+  auto* play = command.add_option("--play", run.plan.playFile, "Have hx7 play a bus log (candump -L)")
+                   ->check(CLI::ExistingFile)
+                   ->excludes(noHost);
+  command.add_flag("--loop", run.plan.loop, "Play it again and again")->needs(play);
+  command
+      .add_option("--scenario", run.plan.scenario,
+                  "What hx7 simulates, a name of `hx7 simulate --list` or a file; without it a normal lift")
+      ->excludes(noHost)
+      ->excludes(play);
+}
+
 CLI::App* AddRun(CLI::App& app, RunArguments_t& run, unsigned& seconds) {
   CLI::App* command = app.add_subcommand("run", "Run the unit's services and the application until Ctrl-C");
   unit::Options_t& options = run.plan.options;
@@ -88,17 +101,8 @@ CLI::App* AddRun(CLI::App& app, RunArguments_t& run, unsigned& seconds) {
       ->capture_default_str();
   command->add_option("--config", run.config, "The configuration's folder");
   AddParts(*command, options);
-  auto* noHost = command->add_flag("--no-host", run.noHost, "Run no host load computer");
   command->add_flag("--no-orvik", run.noOrvik, "Run the services without the application");
-  auto* play = command->add_option("--play", run.plan.playFile, "Have hx7 play a bus log (candump -L)")
-                   ->check(CLI::ExistingFile)
-                   ->excludes(noHost);
-  command->add_flag("--loop", run.plan.loop, "Play it again and again")->needs(play);
-  command
-      ->add_option("--scenario", run.plan.scenario,
-                   "What hx7 simulates, a name of `hx7 simulate --list` or a file; without it a normal lift")
-      ->excludes(noHost)
-      ->excludes(play);
+  AddHost(*command, run);
   command->add_option("--record", options.recordFile, "Write a log of the bus (candump -L)");
   auto* limit =
       command->add_option("--seconds", seconds, "Stop after so many seconds")->check(CLI::Range(1, 1'000'000));
