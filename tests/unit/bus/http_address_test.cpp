@@ -1,8 +1,8 @@
-#include "http/address.h"
-
 #include <stdexcept>
 
 #include <gtest/gtest.h>
+
+#include "http/address.h"
 
 namespace http {
 namespace {
