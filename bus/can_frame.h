@@ -22,6 +22,9 @@ struct frame_t {
   std::span<const std::uint8_t> Bytes() const { return {data.data(), length}; }
 };
 
+// The present as a frame's stamp: microseconds of the real-time clock.
+std::uint64_t RealTime_us();
+
 // candump -L: "(1436509052.249713) vcan0 18FF00D0#0001060000000000". Eight hexadecimal digits are a 29-bit
 // identifier, three an 11-bit one. Empty when the line is not a data frame.
 struct log_line_t {

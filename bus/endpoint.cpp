@@ -1,24 +1,19 @@
 #include "bus/endpoint.h"
 
-#include <fstream>
 #include <stdexcept>
 
-#include "platform/paths.h"
-
+#include "bus/address_file.h"
 #include "bus/stations.h"
 #include "bus/wait.h"
 
 namespace bus {
 namespace {
 
-constexpr const char* kAddressFile = "socketcand.address";
 constexpr const char* kDefaultAddress = "127.0.0.1:29536";
 
 std::string LocalAddress() {
-  std::string address;
-  std::ifstream file(platform::RuntimeDirectory() + "/" + kAddressFile);
-  if (file >> address) return address;
-  return kDefaultAddress;
+  const std::string address = ReadAddressFile(BUS_ADDRESS_FILE);
+  return address.empty() ? kDefaultAddress : address;
 }
 
 // The part after "KIND:"; false when the description is of another kind.

@@ -11,17 +11,7 @@
 namespace bus {
 namespace {
 
-constexpr std::uint32_t kMostExtended = 0x1FFFFFFF;
-constexpr std::uint32_t kMostStandard = 0x7FF;
 constexpr std::uint64_t kMicrosPerSecond = 1'000'000;
-
-bool SetIdentifier(std::string_view digits, bool extended, frame_t& frame) {
-  const auto value = ParseNumber<std::uint32_t>(digits, 16);
-  if (!value || *value > (extended ? kMostExtended : kMostStandard)) return false;
-  frame.identifier = *value;
-  frame.extended = extended;
-  return true;
-}
 
 // Seconds with as many digits behind the point as a program may print; what is below a microsecond is cut off.
 bool SetStamp(std::string_view seconds, frame_t& frame) {

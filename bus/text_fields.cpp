@@ -31,14 +31,18 @@ std::string_view FieldReader::Next() {
   return word;
 }
 
-bool ParseIdentifier(std::string_view text, std::size_t leastDigits, frame_t& frame) {
-  const auto value = ParseNumber<std::uint32_t>(text, 16);
-  const bool extended = text.size() == kExtendedDigits;
+bool SetIdentifier(std::string_view digits, bool extended, frame_t& frame) {
+  const auto value = ParseNumber<std::uint32_t>(digits, 16);
   if (!value || *value > (extended ? kMostExtended : kMostStandard)) return false;
-  if (!extended && (text.size() < leastDigits || text.size() > kStandardDigits)) return false;
   frame.identifier = *value;
   frame.extended = extended;
   return true;
+}
+
+bool ParseIdentifier(std::string_view text, std::size_t leastDigits, frame_t& frame) {
+  const bool extended = text.size() == kExtendedDigits;
+  if (!extended && (text.size() < leastDigits || text.size() > kStandardDigits)) return false;
+  return SetIdentifier(text, extended, frame);
 }
 
 std::string FormatIdentifier(const frame_t& frame) {

@@ -33,6 +33,8 @@ std::optional<T> ParseNumber(std::string_view text, int base) {
   return value;
 }
 
+// Hexadecimal digits of a 29-bit or an 11-bit identifier. False when they are no number or too large a one.
+bool SetIdentifier(std::string_view digits, bool extended, frame_t& frame);
 // Eight hexadecimal digits are a 29-bit identifier; fewer, from `leastDigits` to three, an 11-bit one. False
 // when the text is neither (an error frame's identifier has more than 29 bits).
 bool ParseIdentifier(std::string_view text, std::size_t leastDigits, frame_t& frame);

@@ -51,7 +51,5 @@ class ProblemText {
 };
 
 std::string ErrorText(int error);
-// Microseconds of the real-time clock.
-std::uint64_t RealTime_us();
 
 }  // namespace bus

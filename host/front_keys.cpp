@@ -1,17 +1,15 @@
 #include "host/front_keys.h"
 
 #include <chrono>
-#include <fstream>
 #include <iostream>
 
 #include <httplib.h>
 
-#include "platform/paths.h"
+#include "bus/address_file.h"
 
 namespace host {
 namespace {
 
-constexpr const char* kPanelAddressFile = "/http.address";
 constexpr std::chrono::seconds kPatience{1};
 constexpr int kKeys = 8;
 
@@ -37,8 +35,7 @@ bool FrontKeys::Press(int key) {
 }
 
 bool FrontKeys::Post(int key, const std::string& path, const std::string& body) {
-  std::string address;
-  std::getline(std::ifstream(platform::RuntimeDirectory() + kPanelAddressFile), address);
+  const std::string address = bus::ReadAddressFile(bus::PANEL_ADDRESS_FILE);
   httplib::Client panel("http://" + address);
   panel.set_connection_timeout(kPatience);
   panel.set_read_timeout(kPatience);

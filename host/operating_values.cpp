@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "bus/whole_file.h"
 #include "host/errors.h"
 #include "host/value_text.h"
 
@@ -53,17 +54,12 @@ OperatingValues LoadOperatingValues(const std::string& directory) {
 }
 
 void SaveOperatingValues(const std::string& directory, const OperatingValues& values) {
-  const auto path = std::filesystem::path(directory) / kFileName;
-  auto part = path;
-  part += ".part";
-  std::ofstream file(part);
+  const std::filesystem::path path = std::filesystem::path(directory) / kFileName;
+  std::string text;
   for (const field_t& field : OperatingValuesCommand().fields) {
-    file << field.name << '=' << FormatValue(field, values.Get(field.name)) << '\n';
+    text += std::string(field.name) + "=" + FormatValue(field, values.Get(field.name)) + "\n";
   }
-  file.close();
-  std::error_code error;
-  if (file) std::filesystem::rename(part, path, error);
-  if (!file || error) throw failure("cannot keep the values in " + path.string());
+  if (!bus::ReplaceFile(path, text)) throw failure("cannot keep the values in " + path.string());
 }
 
 }  // namespace host

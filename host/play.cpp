@@ -1,4 +1,3 @@
-#include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
@@ -18,24 +17,14 @@
 #include "host/play_control.h"
 #include "host/player.h"
 #include "host/station.h"
+#include "host/value_text.h"
 
 namespace host {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// 0 for "max".
-double ParseSpeed(const std::string& text) {
-  if (text == "max") return 0;
-  double speed = 0;
-  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), speed);
-  constexpr double kSlowest = 0.001;
-  constexpr double kFastest = 100'000;
-  if (error != std::errc() || stop != text.data() + text.size() || !(speed >= kSlowest && speed <= kFastest)) {
-    throw usage_error("--speed takes max or a factor from 0.001 to 100000, such as 2 for twice as fast");
-  }
-  return speed;
-}
+constexpr double kFastest = 100'000;
 
 std::string Seconds(std::chrono::microseconds time) {
   std::ostringstream text;
@@ -126,7 +115,7 @@ class FilePlayer {
         stop_(stop),
         station_(options.bus, stop),
         keys_(ReadKeys(options.keysFile)),
-        speed_(ParseSpeed(options.speed)),
+        speed_(ParseSpeed(options.speed, kFastest)),
         schedule_(Clock::now(), speed_),
         progress_(!options.quiet && ::isatty(STDERR_FILENO) != 0),
         control_(stop, options.file != "-", [this](bool paused) { progress_.ShowPaused(paused); }),

@@ -18,33 +18,49 @@ std::string InterfaceOf(const std::string& bus) {
   return bus.starts_with(kKernel) ? bus.substr(kKernel.size()) : "can0";
 }
 
-struct recorded_t {
-  std::uint64_t frames = 0;
-  std::uint64_t lost = 0;
-};
+constexpr std::chrono::seconds kFlushPace{1};
+constexpr std::chrono::seconds kDrainLimit{2};
+constexpr int kWait_ms = 100;
 
-recorded_t RecordTo(std::ostream& out, const record_options_t& options) {
-  constexpr std::chrono::seconds kFlushPace{1};
-  constexpr int kWait_ms = 100;
-  const std::string interface = InterfaceOf(options.bus);
-  const StopSignal stop;
-  Station station(options.bus, stop);
-  recorded_t recorded;
-  auto flush = Clock::now() + kFlushPace;
-  const auto end = Clock::now() + std::chrono::duration<double>(options.seconds.value_or(0));
-  while (!stop.Stopped() && (!options.seconds || Clock::now() < end)) {
-    bus::frame_t frame;
-    if (station.Receive(frame, kWait_ms)) {
-      out << bus::FormatLogLine(frame, interface) << '\n';
-      ++recorded.frames;
+class Recording {
+ public:
+  Recording(std::ostream& out, const record_options_t& options)
+      : out_(out), options_(options), interface_(InterfaceOf(options.bus)), station_(options.bus, stop_) {}
+
+  void Run() {
+    auto flush = Clock::now() + kFlushPace;
+    const auto end = Clock::now() + std::chrono::duration<double>(options_.seconds.value_or(0));
+    while (!stop_.Stopped() && (!options_.seconds || Clock::now() < end)) {
+      bus::frame_t frame;
+      if (station_.Receive(frame, kWait_ms)) Write(frame);
+      if (Clock::now() < flush) continue;
+      flush = Clock::now() + kFlushPace;
+      if (!out_.flush()) return;
     }
-    if (Clock::now() < flush) continue;
-    flush = Clock::now() + kFlushPace;
-    if (!out.flush()) break;
+    Drain();
   }
-  recorded.lost = station.Lost();
-  return recorded;
-}
+  std::uint64_t Frames() const { return frames_; }
+  std::uint64_t Lost() const { return station_.Lost(); }
+
+ private:
+  void Write(const bus::frame_t& frame) {
+    out_ << bus::FormatLogLine(frame, interface_) << '\n';
+    ++frames_;
+  }
+
+  // What came before the end belongs into the log; a bus that never falls silent does not put the end off.
+  void Drain() {
+    const auto limit = Clock::now() + kDrainLimit;
+    for (bus::frame_t frame; Clock::now() < limit && station_.TakeWaiting(frame);) Write(frame);
+  }
+
+  std::ostream& out_;
+  const record_options_t& options_;
+  const std::string interface_;
+  const StopSignal stop_;
+  Station station_;
+  std::uint64_t frames_ = 0;
+};
 
 }  // namespace
 
@@ -57,11 +73,13 @@ void Record(const record_options_t& options) {
   if (toFile) file.open(options.file);
   if (toFile && !file) throw failure("cannot write " + options.file);
   std::ostream& out = toFile ? file : std::cout;
-  const recorded_t recorded = RecordTo(out, options);
+  Recording recording(out, options);
+  recording.Run();
   if (!out.flush()) throw failure("cannot write " + options.file + " any further");
-  std::cerr << "hx7: recorded " << recorded.frames << " frames";
-  if (recorded.lost > 0)
-    std::cerr << ", lost " << recorded.lost << " that came faster than they could be written";
+  std::cerr << "hx7: recorded " << recording.Frames() << " frames";
+  if (recording.Lost() > 0) {
+    std::cerr << ", lost " << recording.Lost() << " that came faster than they could be written";
+  }
   std::cerr << '\n';
 }
 

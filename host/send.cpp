@@ -15,23 +15,18 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-std::uint64_t Now_us() {
-  return static_cast<std::uint64_t>(
-      std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())
-          .count());
-}
-
 // Listens to the whole bus meanwhile, because another host's requests get their answers on the same identifier.
 void AwaitAnswer(const step_t& step, Station& station, Conversation& conversation, double timeout_s) {
   for (bus::frame_t frame : step.frames) {
-    frame.time_us = Now_us();
+    frame.time_us = bus::RealTime_us();
     conversation.Feed(frame);
   }
   const auto end = Clock::now() + std::chrono::duration<double>(timeout_s);
   for (bus::frame_t frame; Clock::now() < end;) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
     if (!station.Receive(frame, static_cast<int>(left.count()))) break;
-    frame.time_us = Now_us();  // one clock for the requests and the answers, whatever the server's says
+    // One clock for the requests and the answers, whatever the server's says.
+    frame.time_us = bus::RealTime_us();
     const auto heard = conversation.Feed(frame);
     if (!heard || heard->answers != step.request) continue;
     std::cout << InWords(heard->decoded) << std::endl;

@@ -151,6 +151,18 @@ std::string FormatValue(const field_t& field, double value) {
   return name.empty() ? std::to_string(number) : std::string(name);
 }
 
+double ParseSpeed(const std::string& text, double fastest) {
+  if (text == "max") return 0;
+  constexpr double kSlowest = 0.001;
+  double speed = 0;
+  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), speed);
+  if (error == std::errc() && stop == text.data() + text.size() && speed >= kSlowest && speed <= fastest) {
+    return speed;
+  }
+  throw usage_error("--speed takes max or a factor from 0.001 to " + std::to_string(std::llround(fastest)) +
+                    ", such as 2 for twice as fast");
+}
+
 std::vector<std::uint8_t> ParseKeyMasks(std::string_view text) {
   if (text == "all") return std::vector<std::uint8_t>(kHostKeys, kBeepOnce);
   std::vector<std::uint8_t> masks(kHostKeys, 0);

@@ -20,6 +20,9 @@ double ParseValue(const field_t& field, std::string_view text);
 // The value's name where it has one, else the shortest number that reads back the same. Lamps by name, "none".
 std::string FormatValue(const field_t& field, double value);
 
+// A factor of time from 0.001 to `fastest`; 0 for "max". Throws usage_error.
+double ParseSpeed(const std::string& text, double fastest);
+
 // Masks of the 23 host keys from "info,tires:no-beep", "all" or "none"; keys that are not named are not valid.
 std::vector<std::uint8_t> ParseKeyMasks(std::string_view text);
 // "info tires:no-beep": the keys that are valid, with their mask unless it is the usual one.

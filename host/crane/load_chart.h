@@ -40,7 +40,6 @@ class LoadChart {
   static LoadChart Parse(std::istream& in, const std::string& file);
 
   const std::string& Name() const { return name_; }
-  std::size_t Configurations() const { return tables_.size(); }
   // In kilograms; between the rows and columns on a straight line. 0 outside of them, where one of the
   // neighbours has no capacity, and where no configuration fits.
   double Capacity(const conditions_t& conditions, double radius, double length) const;

@@ -26,7 +26,6 @@ constexpr std::array<std::string_view, 8> kJibNames = {"absent",  "stowed",   "l
                                                        "long-15", "short-15", "long-30", "short-30"};
 constexpr std::array<std::string_view, 3> kPickNames = {"main-boom", "aux", "fly"};
 constexpr std::array<std::string_view, 2> kWinchNames = {"front", "rear"};
-constexpr std::array<std::string_view, 4> kAreaNames = {"front", "front-arc", "side", "rear"};
 
 constexpr bool IsErected(Jib jib) {
   return jib >= Jib::kLong0;

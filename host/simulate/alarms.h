@@ -23,7 +23,6 @@ class Bell {
   // Until another alarm comes. False when nothing sounded.
   bool Silence();
   Alarm Now() const { return now_; }
-  bool IsSilenced() const { return silenced_; }
   // As command 4 takes it: 0 silent, 255 continuous, otherwise the length of a pulse and its pause in 10 ms.
   std::uint8_t Beeper() const;
 

@@ -33,9 +33,9 @@ bool Dialogue::HasMenu() const {
   return view_ == View::kBaseMenu || (view_ == View::kInfo && infoPage_ == kLimitsPage);
 }
 
-std::string_view Dialogue::RequestFromSlate() const {
-  if (view_ == View::kOperating) return "slate-to-main";
-  return view_ == View::kConfiguration ? "slate-to-config" : "slate-to-wad";
+void Dialogue::LeadFromSlate() {
+  if (view_ == View::kOperating) return Transition("slate-to-main");
+  Transition(view_ == View::kConfiguration ? "slate-to-config" : "slate-to-wad");
 }
 
 void Dialogue::Transition(std::string_view name) {

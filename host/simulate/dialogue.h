@@ -59,8 +59,8 @@ class Dialogue {
   std::optional<Text> Notice() const { return notice_; }
   // The select keys choose something.
   bool HasMenu() const;
-  // What brings a display that has just been started from Slate to the page shown.
-  std::string_view RequestFromSlate() const;
+  // Asks for what brings a display that has just been started from Slate to the page shown.
+  void LeadFromSlate();
 
   // One for each host key. `about` is what the operator sees.
   struct reaction_t {
@@ -85,6 +85,8 @@ class Dialogue {
   void SelectBase(unsigned choice);
   void ToggleLimit(unsigned choice);
 
+  // Something that is there or not; `on` and `off` say which.
+  void Toggle(bool crane::rigging_t::*part, Text on, Text off);
   void ToggleBoomMode();
   void NextWinch();
   void ToggleCounterweight();

@@ -40,11 +40,15 @@ std::span<const Dialogue::reaction_t> Dialogue::Reactions() {
   return kReactions;
 }
 
-void Dialogue::ToggleBoomMode() {
+void Dialogue::Toggle(bool crane::rigging_t::*part, Text on, Text off) {
   crane::rigging_t rigging = cab_.crane.Rigging();
-  rigging.manualBoom = !rigging.manualBoom;
+  rigging.*part = !(rigging.*part);
   cab_.crane.Rig(rigging);
-  Tell(rigging.manualBoom ? Text::kBoomManual : Text::kBoomTogether);
+  Tell(rigging.*part ? on : off);
+}
+
+void Dialogue::ToggleBoomMode() {
+  Toggle(&crane::rigging_t::manualBoom, Text::kBoomManual, Text::kBoomTogether);
 }
 
 void Dialogue::NextWinch() {
@@ -56,10 +60,7 @@ void Dialogue::NextWinch() {
 }
 
 void Dialogue::ToggleCounterweight() {
-  crane::rigging_t rigging = cab_.crane.Rigging();
-  rigging.counterweight = !rigging.counterweight;
-  cab_.crane.Rig(rigging);
-  Tell(rigging.counterweight ? Text::kCounterweight : Text::kNoCounterweight);
+  Toggle(&crane::rigging_t::counterweight, Text::kCounterweight, Text::kNoCounterweight);
 }
 
 void Dialogue::ToggleStowed() {
@@ -162,10 +163,7 @@ void Dialogue::NextSwing() {
 }
 
 void Dialogue::ToggleManBasket() {
-  crane::rigging_t rigging = cab_.crane.Rigging();
-  rigging.manBasket = !rigging.manBasket;
-  cab_.crane.Rig(rigging);
-  Tell(rigging.manBasket ? Text::kManBasket : Text::kNoManBasket);
+  Toggle(&crane::rigging_t::manBasket, Text::kManBasket, Text::kNoManBasket);
 }
 
 }  // namespace simulate

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "host/send_plan.h"
 #include "host/value_text.h"
@@ -16,11 +17,13 @@ constexpr std::int64_t kKeyState_ms = 50;  // 20 a second
 constexpr std::int64_t kGreeting_ms = 50;  // between the messages of the start-up conversation
 constexpr std::int64_t kRefresh_ms = 1000;
 constexpr std::int64_t kBoot_ms = 2000;
-// A display that has just been started is asked for its page each second. Later once in a while, since it may
-// be started anew at any time and then waits to be asked.
+// A display that has just been started waits to be asked for its page, and may be so busy or so late that it
+// misses the first requests.
 constexpr std::int64_t kPage_ms = 1000;
-constexpr std::int64_t kPageEager_ms = 12'000;
 constexpr std::int64_t kPageLater_ms = 10'000;
+constexpr std::int64_t kDisplayStart_ms = 12'000;
+// One that has not answered for so long may have been started anew: twenty requests for the key state.
+constexpr std::int64_t kDisplayAway_ms = 1000;
 constexpr std::int64_t kFullValues_ms = 20;
 constexpr std::int64_t kFullTexts_ms = 50;
 
@@ -47,8 +50,9 @@ bool IsBeeper(unsigned key) {
 
 }  // namespace
 
-LoadComputer::LoadComputer(crane::LoadChart chart, std::uint32_t seed)
+LoadComputer::LoadComputer(crane::LoadChart chart, std::uint32_t seed, double speed)
     : chart_(std::move(chart)),
+      speed_(speed),
       sensors_(seed),
       cab_{crane_, limits_, bell_, settings_, measured_},
       dialogue_(cab_, outbox_) {}
@@ -131,12 +135,17 @@ void LoadComputer::Refresh() {
   if (!IsBeeper(turn->first) || bell_.Beeper() != 0) turn->second.clear();
 }
 
+// The crane's time in which that much of the display's passes.
+std::int64_t LoadComputer::OfDisplay(std::int64_t time_ms) const {
+  if (speed_ == 0) return std::numeric_limits<std::int64_t>::max();
+  return std::llround(static_cast<double>(time_ms) * speed_);
+}
+
 void LoadComputer::AskForPage() {
-  const bool eager = now_ms_ - begin_ms_ <= kPageEager_ms;
-  if (!Every(eager ? kPage_ms : kPageLater_ms)) return;
-  const auto number =
-      host::NumberOf(host::FindCommand("transition")->fields[0].names, dialogue_.RequestFromSlate());
-  outbox_.Send("transition", *number);
+  const std::int64_t asked_ms = now_ms_ - askedFrom_ms_;
+  if (asked_ms > OfDisplay(kDisplayStart_ms)) return;
+  if (!Every(asked_ms <= kDisplayStart_ms ? kPage_ms : kPageLater_ms)) return;
+  dialogue_.LeadFromSlate();
 }
 
 void LoadComputer::SendValues() {
@@ -172,6 +181,7 @@ void LoadComputer::Restart() {
   // On a whole look, so that the paces stay in step.
   begin_ms_ = (now_ms_ + kBoot_ms) / kValues_ms * kValues_ms;
   silentUntil_ms_ = begin_ms_;
+  askedFrom_ms_ = begin_ms_;
 }
 
 void LoadComputer::Send(std::span<const std::string> arguments) {
@@ -205,6 +215,8 @@ void LoadComputer::Hear(const bus::frame_t& frame) {
   constexpr std::size_t kFileIdFrames = 3;
   constexpr std::size_t kFileIdSize = 16;
   if (!frame.extended || frame.identifier != DISPLAY_FRAME_ID) return;
+  if (now_ms_ - heard_ms_ > OfDisplay(kDisplayAway_ms)) askedFrom_ms_ = now_ms_;
+  heard_ms_ = now_ms_;
   host::Message reply;
   if (!display_.Feed(frame.Bytes(), reply)) return;
   ++replies_;

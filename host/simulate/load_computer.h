@@ -25,7 +25,9 @@ constexpr std::int64_t kTick_ms = 10;
 
 class LoadComputer {
  public:
-  LoadComputer(crane::LoadChart chart, std::uint32_t seed);
+  // The display lives in real time: `speed` says how much faster than that the crane's passes; 0 where nobody
+  // can say.
+  LoadComputer(crane::LoadChart chart, std::uint32_t seed, double speed = 1);
   LoadComputer(const LoadComputer&) = delete;
   LoadComputer& operator=(const LoadComputer&) = delete;
 
@@ -57,6 +59,7 @@ class LoadComputer {
   using message_t = host::Message;
 
   bool Every(std::int64_t period_ms) const { return (now_ms_ - begin_ms_) % period_ms == 0; }
+  std::int64_t OfDisplay(std::int64_t time_ms) const;
   void Greet();
   void Look();
   void Converse();
@@ -72,6 +75,7 @@ class LoadComputer {
   page_t Page() const { return {cab_, dialogue_, sensors_, chart_}; }
 
   const crane::LoadChart chart_;
+  const double speed_;
   crane::Crane crane_;
   crane::Limits limits_;
   Sensors sensors_;
@@ -89,6 +93,8 @@ class LoadComputer {
   std::int64_t now_ms_ = 0;
   std::int64_t begin_ms_ = 0;  // of the conversation
   std::int64_t silentUntil_ms_ = 0;
+  std::int64_t heard_ms_ = 0;      // when the display was heard last
+  std::int64_t askedFrom_ms_ = 0;  // since when the display is asked for its page
   bool fullTraffic_ = false;
   unsigned refreshed_ = 0;
   // What was last sent of each command that only changes now and then; the key is command and sub-command.

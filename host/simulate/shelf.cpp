@@ -1,10 +1,11 @@
 #include "simulate/shelf.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 
+#include "bus/installation.h"
 #include "host/errors.h"
 #include "host/value_text.h"
 
@@ -18,14 +19,11 @@ constexpr const char* kSuffix = ".scenario";
 constexpr const char* kStandardChart = "charts/standard.chart";
 
 std::string FindConfig(const std::string& given) {
-  const char* environment = std::getenv("ORVIK_CONFIG");
-  if (!given.empty()) return given;
-  if (environment != nullptr && *environment != '\0') return environment;
-  const fs::path program = fs::read_symlink("/proc/self/exe").parent_path();
-  for (const fs::path& folder : {program / ORVIK_CONFIG_FROM_BIN, fs::path("config")}) {
-    if (fs::is_directory(folder)) return fs::canonical(folder);
+  try {
+    return bus::FindConfigFolder(given);
+  } catch (const std::runtime_error& error) {
+    throw host::failure(error.what());
   }
-  throw host::failure("no configuration found; name its folder with --config DIR or in ORVIK_CONFIG");
 }
 
 }  // namespace

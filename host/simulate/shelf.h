@@ -14,8 +14,7 @@ constexpr std::string_view kUsualScenario = "normal-lift";
 
 class Shelf {
  public:
-  // The folder is the given one, else $ORVIK_CONFIG, else the repository's where this program stands in one of
-  // its build folders, else ./config. Throws host::failure where it is not there.
+  // The folder is the one that bus::FindConfigFolder finds. Throws host::failure where there are no scenarios.
   explicit Shelf(const std::string& config);
 
   std::vector<std::string> ScenarioNames() const;

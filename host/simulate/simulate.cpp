@@ -1,6 +1,5 @@
 #include "simulate/simulate.h"
 
-#include <charconv>
 #include <chrono>
 #include <iostream>
 #include <memory>
@@ -11,8 +10,10 @@
 #include "host/errors.h"
 #include "host/inject.h"
 #include "host/station.h"
+#include "host/value_text.h"
 #include "simulate/console.h"
 #include "simulate/http_control.h"
+#include "simulate/key_presses.h"
 
 namespace simulate {
 namespace {
@@ -20,21 +21,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
+constexpr double kFastest = 1000;
 constexpr auto kBehind = 1s;       // after which what was missed is left out
 constexpr auto kShowState = 50ms;  // of real time
-
-// 0 for "max".
-double ParseSpeed(const std::string& text) {
-  if (text == "max") return 0;
-  double speed = 0;
-  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), speed);
-  constexpr double kSlowest = 0.001;
-  constexpr double kFastest = 1000;
-  if (error != std::errc() || stop != text.data() + text.size() || !(speed >= kSlowest && speed <= kFastest)) {
-    throw host::usage_error("--speed takes max or a factor from 0.001 to 1000, such as 2 for twice as fast");
-  }
-  return speed;
-}
 
 // The steps' real times: each reckoned from the beginning, so that nothing adds up.
 class Pace {
@@ -96,6 +85,7 @@ class Simulation {
   const options_t& options_;
   const host::StopSignal& stop_;
   const Shelf shelf_;
+  const double speed_;
   LoadComputer computer_;
   ScenarioPlayer scenario_;
   Pace pace_;
@@ -104,7 +94,7 @@ class Simulation {
   ControlQueue controls_;
   StateBoard board_;
   host::Injector injector_;
-  FrontKeys frontKeys_;
+  KeyPresses keyPresses_;
   stage_t stage_;
   std::unique_ptr<Console> console_;
   std::unique_ptr<HttpControl> http_;
@@ -115,13 +105,14 @@ Simulation::Simulation(const options_t& options, const host::StopSignal& stop)
     : options_(options),
       stop_(stop),
       shelf_(options.config),
-      computer_(shelf_.Chart(options.chart), options.seed),
+      speed_(host::ParseSpeed(options.speed, kFastest)),
+      computer_(shelf_.Chart(options.chart), options.seed, speed_),
       scenario_(FirstScenario(options, shelf_), options.loop),
-      pace_(ParseSpeed(options.speed)),
+      pace_(speed_),
       station_(options.bus, stop),
       injector_(options.inject.empty() ? std::vector<host::Fault>() : host::ParseFaults(options.inject),
                 options.injectRate, options.seed),
-      stage_{computer_, [this](int key) { frontKeys_.Press(key); },
+      stage_{computer_, [this](int key) { keyPresses_.Press(key); },
              [this](const std::string& text) { Say(text); }} {
   station_.Drain([this](const bus::frame_t& frame) { inbox_.Put(frame); });
   if (options.interactive) console_ = std::make_unique<Console>(controls_, shelf_);

@@ -127,10 +127,6 @@ std::string StateJson(const state_t& state, std::span<const std::string> scenari
   return all.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
-std::string ErrorJson(const std::string& text) {
-  return json{{"error", text}}.dump(-1, ' ', false, json::error_handler_t::replace);
-}
-
 control_t ReadDo(const std::string& body, const Shelf& shelf) {
   const json request = ParseObject(body);
   if (request.size() != 1 || !request.contains("do") || !request["do"].is_string()) {

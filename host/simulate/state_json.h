@@ -10,7 +10,6 @@ namespace simulate {
 
 // What GET /api/state answers. Numbers that are not known are null.
 std::string StateJson(const state_t& state, std::span<const std::string> scenarios);
-std::string ErrorJson(const std::string& text);
 
 // {"do":"boom angle 45"}. Throws host::usage_error.
 control_t ReadDo(const std::string& body, const Shelf& shelf);

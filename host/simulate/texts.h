@@ -11,7 +11,6 @@ constexpr unsigned kLanguages = 6;  // English, Spanish, Portuguese, Chinese, Ru
 // Columns of the display's grid; Chinese characters are wider.
 constexpr unsigned kColumns = 40;
 constexpr unsigned kChineseColumns = 24;
-constexpr unsigned kChinese = 3;
 
 enum class Text : std::uint8_t {
   kOnTires,

@@ -19,9 +19,6 @@ constexpr double Length(double metres, Units units) {
 constexpr double Pressure(double bar, Units units) {
   return units == Units::kMetric ? bar : bar * kPsiPerBar;
 }
-constexpr const char* WeightUnit(Units units) {
-  return units == Units::kMetric ? "kg" : "lbs";
-}
 constexpr const char* LengthUnit(Units units) {
   return units == Units::kMetric ? "m" : "ft";
 }

@@ -2,19 +2,18 @@
 
 #include <cerrno>
 #include <charconv>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include <unistd.h>
 
 #include "platform/messages.h"
 
 #include "claim_file.h"
+#include "process_tables.h"
 #include "runtime_socket.h"
 
 namespace platform {
@@ -32,21 +31,12 @@ struct AttachedNames {
 
 void RemoveNameFiles();
 
-AttachedNames*& NamesPointer() {
-  static AttachedNames* names = [] {
-    static_cast<void>(std::atexit(RemoveNameFiles));
-    AtForkInChild([] {
-      static std::vector<AttachedNames*>& ofTheParent = *new std::vector<AttachedNames*>;
-      ofTheParent.push_back(NamesPointer());
-      NamesPointer() = new AttachedNames;
-    });
-    return new AttachedNames;
-  }();
-  return names;
+AttachedNames& Names() {
+  return TablesOfThisProcess<AttachedNames, RemoveNameFiles>();
 }
 
 void RemoveNameFiles() {
-  AttachedNames& names = *NamesPointer();
+  AttachedNames& names = Names();
   const std::lock_guard guard(names.mutex);
   for (auto& [attach, attached] : names.names) attached.claim.Release();
 }
@@ -69,14 +59,14 @@ std::optional<target_t> ParseTarget(const std::string& text) {
 name_attach_t* Enter(int chid, ClaimFile claim) {
   auto attach = std::make_unique<name_attach_t>(name_attach_t{chid});
   name_attach_t* const result = attach.get();
-  AttachedNames& names = *NamesPointer();
+  AttachedNames& names = Names();
   const std::lock_guard guard(names.mutex);
   names.names.emplace(result, attached_t{std::move(attach), std::move(claim)});
   return result;
 }
 
 std::optional<attached_t> Leave(const name_attach_t* attach) {
-  AttachedNames& names = *NamesPointer();
+  AttachedNames& names = Names();
   const std::lock_guard guard(names.mutex);
   auto entry = names.names.extract(attach);
   if (entry.empty()) return std::nullopt;

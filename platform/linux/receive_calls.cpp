@@ -1,7 +1,6 @@
 // ChannelCreate, MsgReceive, MsgReply and the tables behind them.
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <vector>
 
 #include <sys/socket.h>
@@ -9,6 +8,7 @@
 
 #include "channel.h"
 #include "leftovers.h"
+#include "process_tables.h"
 
 namespace platform {
 namespace {
@@ -38,23 +38,9 @@ struct ReceiveTables {
 // The socket files are the one thing that the system does not take back by itself.
 void RemoveSocketFiles();
 
-// A forked child starts with no channel. What its parent had stays where it is, referred to and not used: other
-// threads of the parent may have been in the middle of it.
-ReceiveTables*& TablesPointer() {
-  static ReceiveTables* tables = [] {
-    static_cast<void>(std::atexit(RemoveSocketFiles));
-    AtForkInChild([] {
-      static std::vector<ReceiveTables*>& ofTheParent = *new std::vector<ReceiveTables*>;
-      ofTheParent.push_back(TablesPointer());
-      TablesPointer() = new ReceiveTables;
-    });
-    return new ReceiveTables;
-  }();
-  return tables;
-}
-
+// A forked child starts with no channel.
 ReceiveTables& Tables() {
-  return *TablesPointer();
+  return TablesOfThisProcess<ReceiveTables, RemoveSocketFiles>();
 }
 
 void RemoveSocketFiles() {

@@ -10,7 +10,6 @@
 #include <sstream>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -20,6 +19,7 @@
 #include "platform/shared_memory.h"
 
 #include "claim_file.h"
+#include "process_tables.h"
 #include "runtime_socket.h"
 
 namespace platform {
@@ -43,22 +43,13 @@ struct OwnObjects {
 
 void RemoveOwnObjects();
 
-OwnObjects*& OwnPointer() {
-  static OwnObjects* own = [] {
-    static_cast<void>(std::atexit(RemoveOwnObjects));
-    AtForkInChild([] {
-      static std::vector<OwnObjects*>& ofTheParent = *new std::vector<OwnObjects*>;
-      ofTheParent.push_back(OwnPointer());
-      OwnPointer() = new OwnObjects;
-    });
-    return new OwnObjects;
-  }();
-  return own;
+OwnObjects& Own() {
+  return TablesOfThisProcess<OwnObjects, RemoveOwnObjects>();
 }
 
 // Memory is not the process's and would stay.
 void RemoveOwnObjects() {
-  OwnObjects& own = *OwnPointer();
+  OwnObjects& own = Own();
   const std::lock_guard guard(own.mutex);
   for (auto& [path, object] : own.byPath) object.Remove();
   own.byPath.clear();
@@ -107,7 +98,7 @@ int MakeExclusively(const char* name, int flags, mode_t mode) {
     claim->Release();
     return -1;
   }
-  OwnObjects& own = *OwnPointer();
+  OwnObjects& own = Own();
   const std::lock_guard guard(own.mutex);
   own.byPath.insert_or_assign(ClaimPath(name), own_object_t{std::move(*claim), SystemName(EscapedName(name))});
   return descriptor;
@@ -120,7 +111,7 @@ void RemoveSharedMemory(std::string_view escapedName) {
 }
 
 void RemoveOwnSharedObject(const char* name) {
-  OwnObjects& own = *OwnPointer();
+  OwnObjects& own = Own();
   const std::lock_guard guard(own.mutex);
   auto object = own.byPath.extract(ClaimPath(name));
   if (!object.empty()) object.mapped().Remove();
@@ -139,7 +130,7 @@ int UnlinkSharedObject(const char* name) {
   const int result = shm_unlink(SystemName(EscapedName(name)).c_str());
   const int error = errno;
   {
-    OwnObjects& own = *OwnPointer();
+    OwnObjects& own = Own();
     const std::lock_guard guard(own.mutex);
     auto object = own.byPath.extract(ClaimPath(name));
     if (!object.empty()) object.mapped().claim.Release();

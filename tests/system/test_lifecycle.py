@@ -2,6 +2,7 @@
 
 import json
 import os
+import pathlib
 import re
 import signal
 import time
@@ -140,6 +141,24 @@ def test_orderly_end_with(desk, state):
     assert desk.orvik.wait_exit() == 0
     assert "Orvik: Main timed out!" not in desk.orvik.out
     assert {line for line in desk.orvik.out if line.endswith("thread EXIT")} == {f"Orvik: {name} thread EXIT" for name in EXITS}
+
+
+@pytest.mark.parametrize("killed", [False, True])
+def test_an_alarm_ends_with_the_application(make_desk, killed):
+    desk = make_desk(orvik=False)
+    desk.orvik = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik")
+    desk.orvik.wait_line("Orvik: System Up", seconds=20)
+    bus = desk.bus()
+    desk.move_to("Wad", bus)  # where the application refuses to end
+    bus.send_message([4, 255])
+    wait_for(lambda: desk.get("/api/board")["beeper"]["sounding"], "the alarm")
+    unit = desk.orvik.child.pid
+    if killed:
+        os.kill(int(pathlib.Path(f"/proc/{unit}/task/{unit}/children").read_text()), signal.SIGKILL)
+    desk.orvik.child.send_signal(signal.SIGTERM)
+    assert desk.orvik.wait_exit() == 0
+    assert killed or "unit: orvik refuses to stop; terminating it" in desk.orvik.err
+    wait_for(lambda: not desk.get("/api/board")["beeper"]["sounding"], "silence")
 
 
 def test_a_thread_that_hangs_does_not_keep_the_process(desk):

@@ -7,7 +7,7 @@ import zlib
 
 import pytest
 
-from desk import BIN, CONFIG, Process, wait_for
+from desk import BIN, CONFIG, Desk, Process, wait_for
 
 ADDRESSES = ["--http", "127.0.0.1:0", "--socketcand", "127.0.0.1:0"]
 
@@ -68,23 +68,29 @@ def test_the_database_from_the_shell(make_desk):
     wait_for(all_up, "the state of all services")
 
 
-def test_services_run_in_processes_of_their_own(tmp_path):
-    processes = []
+def test_services_run_in_processes_of_their_own_and_follow_a_new_database(tmp_path):
+    desk = Desk.__new__(Desk)
+    desk.runtime, processes = tmp_path / "run", {}
+
+    def run(part, line):
+        processes[part] = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--only", part], desk.runtime)
+        processes[part].wait_line(line, seconds=20)
+
+    def send(load):
+        sent = Process([BIN / "hx7", "send", f"load={load}"], desk.runtime)
+        assert sent.wait_exit() == 0, sent.err
+        wait_for(lambda: desk.value("OrvikLoad") == load and desk.screen()["variables"]["OrvikLoad"] == load, f"load {load}")
+
     try:
         for services in ["notify", "database", "board,j1939", "screen,panel"]:
-            process = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--only", services], tmp_path / "run")
-            processes.append(process)
-            for service in services.split(","):
-                process.wait_line(f"unit: {service} is up", seconds=20)
-        orvik = Process([BIN / "orvik", CONFIG / "generic.xml"], tmp_path / "run")
-        processes.append(orvik)
-        orvik.wait_line("Orvik: System Up")
-        sent = Process([BIN / "hx7", "send", "load=8800"], tmp_path / "run")
-        processes.append(sent)
-        assert sent.wait_exit() == 0, sent.err
-        shown = Process([BIN / "unit", "db", "watch", "OrvikLoad"], tmp_path / "run")
-        processes.append(shown)
-        shown.wait_line("8800")
+            run(services, f"unit: {services.split(',')[-1]} is up")
+        run("orvik", "Orvik: System Up")
+        send(8800)
+        processes["database"].stop(signal.SIGKILL)
+        run("database", "unit: database is up")
+        processes["orvik"].wait_line("orvik has to start again", processes["orvik"].err)
+        processes["orvik"].wait_line("Orvik: System Up", count=2, seconds=20)
+        send(9900)
     finally:
-        for process in reversed(processes):
-            process.stop(signal.SIGKILL if process.name == "orvik" else signal.SIGTERM)
+        for process in reversed(processes.values()):
+            process.stop()

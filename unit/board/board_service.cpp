@@ -13,8 +13,8 @@
 #include "board/board_outputs.h"
 #include "board/board_view.h"
 #include "board/key_device.h"
+#include "bus/can_frame.h"
 #include "bus/key_log.h"
-#include "bus/wait.h"
 #include "health/notify_link.h"
 
 namespace unit {

@@ -19,6 +19,7 @@
 #include "platform/paths.h"
 
 #include "blackbox/rolling_log.h"
+#include "bus/address_file.h"
 
 namespace unit {
 namespace {
@@ -59,12 +60,12 @@ json ReadRun() {
 }
 
 void AddState(archive_t& bundle, std::vector<std::string>& missing) {
-  const auto address = ReadFile(platform::RuntimeDirectory() + "/http.address");
-  if (!address) {
+  const std::string address = bus::ReadAddressFile(bus::PANEL_ADDRESS_FILE);
+  if (address.empty()) {
     missing.emplace_back("state (the unit does not run)");
     return;
   }
-  httplib::Client client("http://" + address->substr(0, address->find('\n')));
+  httplib::Client client("http://" + address);
   client.set_connection_timeout(TIMEOUT_S);
   client.set_read_timeout(TIMEOUT_S);
   for (const state_file_t& file : STATE_FILES) {

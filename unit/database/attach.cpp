@@ -1,8 +1,8 @@
 #include "database/attach.h"
 
-#include <chrono>
-#include <mutex>
+#include <optional>
 #include <thread>
+#include <utility>
 
 #include "database/database_owner.h"
 #include "services/dbshm.h"
@@ -10,29 +10,65 @@
 namespace unit {
 namespace {
 
-std::mutex attachMutex;  // guards attached
-bool attached = false;
+using namespace std::chrono_literals;
+using std::chrono::steady_clock;
+
+std::shared_mutex viewMutex;  // guards all below, and that what is attached stays so
+unsigned number = 0;          // of the database that is attached; 0: none
+bool isOwner = false;
+std::optional<object_id_t> attached;
+steady_clock::time_point nextLook;
+
+// With the mutex held in either way.
+bool NeedsLook() {
+  return !isOwner && (number == 0 || steady_clock::now() >= nextLook);
+}
+
+// With the mutex held alone. What is attached stays while there is nothing better, also when its owner is dead.
+void Look() {
+  nextLook = steady_clock::now() + DatabaseView::LOOK_PERIOD;
+  const std::optional<object_id_t> there = IdentifyDatabase();
+  if (!there || there == attached) return;
+  DBSHM::Open();
+  if (DBSHM::getMemoryPtr() == nullptr) return;
+  attached = there;
+  ++number;
+}
 
 }  // namespace
 
 void NoteDatabaseAttached() {
-  const std::lock_guard lock(attachMutex);
-  attached = true;
+  const std::lock_guard lock(viewMutex);
+  isOwner = true;
+  ++number;
+}
+
+DatabaseView::DatabaseView() : lock_(viewMutex) {
+  if (!NeedsLook()) return;
+  lock_.unlock();
+  {
+    const std::lock_guard alone(viewMutex);
+    if (NeedsLook()) Look();
+  }
+  lock_.lock();
+}
+
+unsigned DatabaseView::Number() const {
+  return number;
+}
+
+bool DatabaseWatch::WasReplaced() {
+  const unsigned now = DatabaseView().Number();
+  return now != std::exchange(number_, now);
 }
 
 bool AttachDatabase(int timeout_ms) {
-  using namespace std::chrono_literals;
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
-  const std::lock_guard lock(attachMutex);
-  while (!attached) {
-    if (LookAtDatabase() == DatabaseState::kComplete) {
-      DBSHM::Open();
-      attached = DBSHM::getMemoryPtr() != nullptr;
-    }
-    if (attached || std::chrono::steady_clock::now() >= deadline) break;
+  const auto deadline = steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+  while (DatabaseView().Number() == 0) {
+    if (steady_clock::now() >= deadline) return false;
     std::this_thread::sleep_for(10ms);
   }
-  return attached;
+  return true;
 }
 
 }  // namespace unit

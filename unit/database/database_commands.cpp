@@ -131,6 +131,7 @@ int WatchParameters(std::span<const std::string> names,
   if (!Attach()) return 1;
   const auto found = CompleteAll(names);
   if (!found) return 1;
+  const unsigned database = DatabaseView().Number();
   std::map<unsigned, std::string> shown;
   unsigned turn = 0;
   do {
@@ -141,7 +142,8 @@ int WatchParameters(std::span<const std::string> names,
       std::cout << named.name << ' ' << value << std::endl;
       last = std::move(value);
     }
-    if (++turn % OWNER_CHECK == 0 && LookAtDatabase() != DatabaseState::kComplete) {
+    if (++turn % OWNER_CHECK != 0) continue;
+    if (LookAtDatabase() != DatabaseState::kComplete || DatabaseView().Number() != database) {
       std::cerr << "unit db: the database's owner has ended.\n";
       return 1;
     }

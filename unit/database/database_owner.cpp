@@ -77,7 +77,9 @@ class Glance {
     if (descriptor < 0) return;
     exists_ = true;
     struct stat status {};
-    if (fstat(descriptor, &status) == 0 && std::cmp_greater_equal(status.st_size, OBJECT_SIZE)) {
+    const bool known = fstat(descriptor, &status) == 0;
+    id_ = {status.st_dev, status.st_ino};
+    if (known && std::cmp_greater_equal(status.st_size, OBJECT_SIZE)) {
       void* mapped = mmap(nullptr, OBJECT_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
       if (mapped != MAP_FAILED) memory_ = mapped;
     }
@@ -91,10 +93,12 @@ class Glance {
 
   bool Exists() const { return exists_; }
   void* Get() const { return memory_; }
+  object_id_t Id() const { return id_; }
 
  private:
   bool exists_ = false;
   void* memory_ = nullptr;
+  object_id_t id_{};
 };
 
 bool IsAlive(pid_t process) {
@@ -115,12 +119,25 @@ bool HasLivingOwner(void* memory) {
 
 }  // namespace
 
-DatabaseState LookAtDatabase() {
-  const Glance glance;
+namespace {
+
+DatabaseState StateOf(const Glance& glance) {
   if (!glance.Exists()) return DatabaseState::kNone;
   if (glance.Get() == nullptr || !HasLivingOwner(glance.Get())) return DatabaseState::kOrphan;
   const bool complete = CompleteMark(glance.Get()).load(std::memory_order_acquire) != 0;
   return complete ? DatabaseState::kComplete : DatabaseState::kFilling;
+}
+
+}  // namespace
+
+DatabaseState LookAtDatabase() {
+  return StateOf(Glance());
+}
+
+std::optional<object_id_t> IdentifyDatabase() {
+  const Glance glance;
+  if (StateOf(glance) != DatabaseState::kComplete) return std::nullopt;
+  return glance.Id();
 }
 
 void MakeDatabase(std::span<const Parameter_t> parameters) {

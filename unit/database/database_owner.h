@@ -1,8 +1,12 @@
 // Making the shared object, filling it and taking it away again: what only the owner of the database does.
 #pragma once
 
+#include <optional>
 #include <span>
+#include <string>
 #include <vector>
+
+#include <sys/types.h>
 
 #include "database/parameter_list.h"
 
@@ -32,7 +36,16 @@ enum class DatabaseState {
 };
 DatabaseState LookAtDatabase();
 
-// Tells AttachDatabase that this process made the database itself.
+// What tells an object from the next one of the same name.
+struct object_id_t {
+  dev_t device;
+  ino_t number;
+  bool operator==(const object_id_t&) const = default;
+};
+// The database that LookAtDatabase finds complete; empty where it finds none.
+std::optional<object_id_t> IdentifyDatabase();
+
+// Tells DatabaseView that this process made the database itself.
 void NoteDatabaseAttached();
 
 }  // namespace unit

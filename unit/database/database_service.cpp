@@ -49,6 +49,7 @@ class DatabaseService : public Service {
   };
 
   void ServePulses();
+  void TakeChange(unsigned handle);
   bool IsStopping();
   void LookAround();
   bool PublishChange(Watched_t& watched);
@@ -106,11 +107,8 @@ void DatabaseService::Stop() {
   }
   stopped_.notify_all();
   looker_.join();
-  // The channel may be full of pulses for a moment.
-  for (int tries = 0; tries < 100 && MsgSendPulse(self_, getprio(0), PULSE_STOP, 0) != 0; ++tries) {
-    if (errno != EAGAIN) break;
-    std::this_thread::sleep_for(10ms);
-  }
+  // Where the channel has no room for the pulse, the thread has something to receive and looks at the flag.
+  MsgSendPulse(self_, getprio(0), PULSE_STOP, 0);
   server_.join();
   ConnectDetach(self_);
   self_ = -1;
@@ -134,27 +132,29 @@ bool DatabaseService::IsStopping() {
 }
 
 void DatabaseService::ServePulses() {
-  while (up_) {
+  while (!IsStopping()) {
     _pulse pulse{};
     const int rcvid = MsgReceive(chid_, &pulse, sizeof pulse, nullptr);
     if (rcvid > 0) {
       MsgError(rcvid, ENOSYS);  // the database is read and written in memory; it takes no messages
-    } else if (rcvid < 0) {
-      if (errno == EINTR) continue;
+    } else if (rcvid == 0) {
+      if (pulse.code == PULSE_CHANGED) TakeChange(static_cast<unsigned>(pulse.value.sival_int));
+    } else if (errno != EINTR) {
       std::cerr << "database: cannot receive any more: " << std::strerror(errno) << std::endl;
-      up_ = false;
-    } else if (pulse.code == PULSE_STOP) {
-      if (IsStopping()) up_ = false;  // anybody may send a pulse with this code
-    } else if (pulse.code == PULSE_CHANGED) {
-      ++pulses_;
-      const std::lock_guard lock(watchedMutex_);
-      const auto found = byHandle_.find(static_cast<unsigned>(pulse.value.sival_int));
-      if (found == byHandle_.end()) {
-        ++unknownPulses_;
-      } else {
-        PublishChange(watched_[found->second]);
-      }
+      break;
     }
+  }
+  up_ = false;
+}
+
+void DatabaseService::TakeChange(unsigned handle) {
+  ++pulses_;
+  const std::lock_guard lock(watchedMutex_);
+  const auto found = byHandle_.find(handle);
+  if (found == byHandle_.end()) {
+    ++unknownPulses_;
+  } else {
+    PublishChange(watched_[found->second]);
   }
 }
 

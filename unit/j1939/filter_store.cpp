@@ -3,6 +3,9 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <tuple>
+
+#include "bus/whole_file.h"
 
 namespace unit {
 
@@ -46,22 +49,17 @@ void FilterStore::Remove() {
   std::filesystem::remove(file_, ignored);
 }
 
-// Written beside and renamed, so that a service killed meanwhile leaves the old file or the new one.
+// The filters work without the file too: it is for a service that comes after this one.
 void FilterStore::Save() const {
-  const std::string fresh = file_ + ".new";
-  {
-    std::ofstream stream(fresh, std::ios::trunc);
-    stream << std::hex;
-    for (const auto& [reach, table] : filters_) {
-      for (const auto& [identifier, filter] : table) {
-        stream << (reach == Reach::kStandard ? STANDARD : MULTIPACKET) << ' ' << identifier << ' '
-               << filter.mask << ' ' << filter.channelName << '\n';
-      }
+  std::ostringstream text;
+  text << std::hex;
+  for (const auto& [reach, table] : filters_) {
+    for (const auto& [identifier, filter] : table) {
+      text << (reach == Reach::kStandard ? STANDARD : MULTIPACKET) << ' ' << identifier << ' ' << filter.mask
+           << ' ' << filter.channelName << '\n';
     }
-    if (!stream.flush()) return;
   }
-  std::error_code ignored;
-  std::filesystem::rename(fresh, file_, ignored);
+  std::ignore = bus::ReplaceFile(file_, text.str());
 }
 
 }  // namespace unit

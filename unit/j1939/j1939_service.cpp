@@ -5,9 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <mutex>
 #include <stdexcept>
@@ -19,6 +16,7 @@
 #include "platform/byte_order.h"
 #include "platform/paths.h"
 
+#include "bus/address_file.h"
 #include "bus/endpoint.h"
 #include "health/notify_link.h"
 #include "hostlink/frame_layout.h"
@@ -43,17 +41,11 @@ constexpr auto REPORT_PERIOD = 100ms;
 constexpr auto RETRY_PERIOD = 500ms;
 constexpr auto COMPLAINT_PERIOD = 1s;
 constexpr const char* NOT_STARTED = "not started";
-constexpr const char* ADDRESS_FILE = "/socketcand.address";
 constexpr const char* FILTER_FILE = "/j1939.filters";
 constexpr std::string_view KERNEL_BUS = "socketcan:";
 
 std::string InterfaceOf(const std::string& bus) {
   return bus.starts_with(KERNEL_BUS) ? bus.substr(KERNEL_BUS.size()) : std::string(Conversation::BUS_NAME);
-}
-
-std::uint64_t RealTime_us() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(now).count());
 }
 
 // One line on standard error a second at most; what comes between is counted into the next line.
@@ -198,8 +190,7 @@ void J1939Service::Stop() {
     filters_->Remove();
   }
   localBus_.reset();
-  std::error_code ignored;
-  if (!isKernelBus_) std::filesystem::remove(platform::RuntimeDirectory() + ADDRESS_FILE, ignored);
+  if (!isKernelBus_) bus::RemoveAddressFile(bus::BUS_ADDRESS_FILE);
   log_->Flush();
 }
 
@@ -222,12 +213,9 @@ bool J1939Service::Pause(std::chrono::milliseconds time) {
 
 void J1939Service::OpenLocalBus() {
   localBus_ = std::make_shared<LocalBus>(options_.socketcandAddress);
-  const std::string file = platform::RuntimeDirectory() + ADDRESS_FILE;
-  {
-    std::ofstream stream(file + ".new", std::ios::trunc);
-    stream << localBus_->Address() << '\n';
+  if (!bus::WriteAddressFile(bus::BUS_ADDRESS_FILE, localBus_->Address())) {
+    throw std::runtime_error("cannot write the bus's address into " + platform::RuntimeDirectory());
   }
-  if (std::rename((file + ".new").c_str(), file.c_str()) != 0) throw std::runtime_error("cannot write " + file);
   const std::lock_guard lock(mutex_);
   endpoint_ = localBus_;
   problem_.clear();
@@ -456,7 +444,7 @@ void J1939Service::SendFrame(const SendRequest_t& request) {
                      .extended = true,
                      .length = static_cast<std::uint8_t>(request.data.size()),
                      .data = {},
-                     .time_us = RealTime_us()};
+                     .time_us = bus::RealTime_us()};
   std::ranges::copy(request.data, frame.data.begin());
   const endpoint_t endpoint = Endpoint();
   const auto result = endpoint ? endpoint->Send(frame, SEND_TIMEOUT_MS) : bus::Endpoint::Result::kDown;

@@ -24,11 +24,6 @@ constexpr int SOCKET_BUFFER = 256 * 1024;  // what the kernel holds for a statio
 constexpr int BACKLOG = 16;
 constexpr std::size_t FIRST_STATION = 2;  // its place among the polled descriptors
 
-std::uint64_t RealTime_us() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(now).count());
-}
-
 std::string Name(const sockaddr* address, socklen_t size) {
   std::array<char, NI_MAXHOST> host{};
   std::array<char, NI_MAXSERV> port{};
@@ -250,7 +245,7 @@ void LocalBus::Obey(Station_t& station, const std::string& message) {
 
 // Gives the frame to every station but its sender, of which null is the unit itself.
 void LocalBus::Broadcast(bus::frame_t frame, const Station_t* sender) {
-  frame.time_us = RealTime_us();
+  frame.time_us = bus::RealTime_us();
   // The blank keeps python-can from losing a frame where a read ends within one: it drops the character before
   // it.
   const std::string text = " " + bus::FormatSocketcandFrame(frame);

@@ -139,12 +139,8 @@ void NotifyService::Stop() {
   }
   paceChanged_.notify_all();
   pacer_.join();
-  // A pulse that finds no room is tried again; should the channel be broken, taking the name away ends the
-  // server.
-  for (int tries = 0; tries < 100 && MsgSendPulse(self_, getprio(0), PULSE_STOP, 0) != 0; ++tries) {
-    if (errno != EAGAIN) break;
-    std::this_thread::sleep_for(10ms);
-  }
+  // Where the channel has no room for the pulse, the thread has something to receive and looks at the flag.
+  MsgSendPulse(self_, getprio(0), PULSE_STOP, 0);
   server_.join();
   ConnectDetach(self_);
   name_detach(attach_, 0);
@@ -174,13 +170,13 @@ void NotifyService::Serve() {
   std::array<std::uint8_t, NM_MESSAGE_SIZE> request;
   std::array<std::uint8_t, NM_MESSAGE_SIZE> reply;
   static_assert(sizeof(_pulse) <= NM_MESSAGE_SIZE);
-  while (up_) {
+  while (!IsStopping()) {
     _msg_info info{};
     const int rcvid = MsgReceive(attach_->chid, request.data(), request.size(), &info);
     if (rcvid < 0) {
       if (errno == EINTR) continue;
       std::cerr << "notify: cannot receive any more: " << std::strerror(errno) << std::endl;
-      up_ = false;
+      break;
     } else if (rcvid == 0) {
       _pulse pulse;
       std::memcpy(&pulse, request.data(), sizeof pulse);
@@ -197,6 +193,7 @@ void NotifyService::Serve() {
       MsgReply(rcvid, 0, reply.data(), size);  // a client that has gone meanwhile needs no answer
     }
   }
+  up_ = false;
 }
 
 bool NotifyService::IsStopping() {
@@ -206,9 +203,6 @@ bool NotifyService::IsStopping() {
 
 void NotifyService::TakePulse(const _pulse& pulse) {
   switch (pulse.code) {
-    case PULSE_STOP:
-      if (IsStopping()) up_ = false;  // anybody may send a pulse with this code
-      break;
     case PULSE_TICK:
       Tick();
       break;

@@ -3,19 +3,12 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <iostream>
-#include <mutex>
-#include <stdexcept>
 #include <thread>
-#include <utility>
-
-#include "platform/paths.h"
 
 #include "health/subscriber.h"
 #include "panel/http_server.h"
 #include "screen/screen_requests.h"
+#include "worker_service.h"
 
 namespace unit {
 namespace {
@@ -24,7 +17,6 @@ using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
 constexpr auto PACE = 20ms;
-constexpr const char* ADDRESS_FILE = "/http.address";
 
 // All parts of the running panel. The subscriber's thread takes what the other services publish, the pace
 // thread releases keys and hands changes on, the server's threads answer.
@@ -32,19 +24,15 @@ class PanelWorker {
  public:
   explicit PanelWorker(const Options_t& options)
       : state_(hub_, ReadParameterFile(options.configDirectory + "/parameters.xml")),
-        server_(bus::ParseHttpAddress(options.httpAddress),
+        server_(http::ParseAddress(options.httpAddress),
                 {state_, hub_, keys_, [this] { return connected_.load(); }}),
         subscriber_(
             {SCREEN_CHANGES_CHANNEL_NAME, BOARD_CHANNEL_NAME, BUS_CHANNEL_NAME, HEALTH_CHANNEL_NAME,
              DATABASE_CHANNEL_NAME},
             [this](std::size_t channel, auto payload) { Take(channel, payload); },
             [this] { state_.TakeReconnect(); }),
-        pace_([this] { Pace(); }) {
-    WriteAddress();
-  }
+        pace_([this] { Pace(); }) {}
   ~PanelWorker() {
-    std::error_code ignored;
-    std::filesystem::remove(platform::RuntimeDirectory() + ADDRESS_FILE, ignored);
     stopping_ = true;
     pace_.join();
   }
@@ -52,25 +40,14 @@ class PanelWorker {
   PanelWorker& operator=(const PanelWorker&) = delete;
 
   Status_t GetStatus() const {
-    Status_t status{"panel", true, "http://" + bus::FormatHttpAddress(server_.Address()) + "/", {}};
-    status.counters = {
-        {"requests", server_.Requests()}, {"refused", server_.Refused()}, {"streams", hub_.Count()}};
-    return status;
+    const http::LocalServer& server = server_.Server();
+    return {"panel",
+            true,
+            "http://" + http::FormatAddress(server.Address()) + "/",
+            {{"requests", server.Requests()}, {"refused", server.Refused()}, {"streams", hub_.Count()}}};
   }
 
  private:
-  void WriteAddress() const {
-    // Moved into place, so that nobody reads half an address.
-    const std::string file = platform::RuntimeDirectory() + ADDRESS_FILE;
-    {
-      std::ofstream stream(file + ".new", std::ios::trunc);
-      stream << bus::FormatHttpAddress(server_.Address()) << '\n';
-    }
-    std::error_code error;
-    std::filesystem::rename(file + ".new", file, error);
-    if (error) std::cerr << "panel: cannot write " + file + ": " + error.message() + "\n" << std::flush;
-  }
-
   void Take(std::size_t channel, std::span<const std::uint8_t> payload) {
     const std::string text(payload.begin(), payload.end());
     switch (channel) {
@@ -107,37 +84,10 @@ class PanelWorker {
   std::thread pace_;
 };
 
-class PanelService : public Service {
- public:
-  explicit PanelService(Options_t options) : options_(std::move(options)) {}
-
-  void Start() override {
-    auto worker = std::make_unique<PanelWorker>(options_);
-    const std::lock_guard lock(mutex_);
-    worker_ = std::move(worker);
-  }
-
-  void Stop() override {
-    std::unique_ptr<PanelWorker> worker;
-    const std::lock_guard lock(mutex_);
-    worker.swap(worker_);
-  }
-
-  Status_t GetStatus() const override {
-    const std::lock_guard lock(mutex_);
-    return worker_ ? worker_->GetStatus() : Status_t{"panel", false, "stopped", {}};
-  }
-
- private:
-  const Options_t options_;
-  mutable std::mutex mutex_;  // guards worker_
-  std::unique_ptr<PanelWorker> worker_;
-};
-
 }  // namespace
 
 std::unique_ptr<Service> MakePanelService(const Options_t& options) {
-  return std::make_unique<PanelService>(options);
+  return std::make_unique<WorkerService<PanelWorker>>("panel", options);
 }
 
 }  // namespace unit

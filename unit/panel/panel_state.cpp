@@ -117,8 +117,9 @@ void PanelState::Step(time_t now, bool connected) {
 
 void PanelState::ReadParameters() {
   // With the first reader everything counts as changed: what he was given may be older than this look.
-  if (hub_.Count() == 0) read_.clear();
-  if (hub_.Count() == 0 || !AttachDatabase(0)) return;
+  if (hub_.Count() == 0) return read_.clear();
+  const DatabaseView database;
+  if (database.Number() == 0) return;
   for (const Parameter_t& parameter : parameters_) {
     const std::optional<double> value = ReadParameter(parameter.handle);
     const auto [known, fresh] = read_.emplace(parameter.handle, value);
@@ -154,7 +155,8 @@ HealthBook::report_t PanelState::Health(bool connected, time_t now) const {
 }
 
 bool PanelState::Database(std::string& text) const {
-  if (!AttachDatabase(0)) return false;
+  const DatabaseView database;
+  if (database.Number() == 0) return false;
   json parameters = json::array();
   for (const Parameter_t& parameter : parameters_) {
     const std::optional<double> value = ReadParameter(parameter.handle);
@@ -174,10 +176,6 @@ std::string PanelState::FullState(bool connected) const {
   text += StreamHub::Format("bus", Bus());
   if (Database(state)) text += StreamHub::Format("parameters", state);
   return text + StreamHub::Format("health", Health(connected, std::chrono::steady_clock::now()).json);
-}
-
-std::string ErrorJson(const std::string& text) {
-  return Dump({{"error", text}});
 }
 
 bool ReadKeyRequest(const std::string& body, bool& down) {

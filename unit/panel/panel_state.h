@@ -64,8 +64,6 @@ class PanelState {
   time_t nextDatabase_{}, nextSecond_{};
 };
 
-// An object with one member "error".
-std::string ErrorJson(const std::string& text);
 // Reads {"down":true}. False when it is anything else.
 bool ReadKeyRequest(const std::string& body, bool& down);
 // The screen service's state without the picture: page, title, widgets, variables.

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -52,7 +53,8 @@ std::string Ending_t::Describe() const {
   return "ended with status " + std::to_string(WEXITSTATUS(status));
 }
 
-Child::Child(const std::string& name, const std::vector<std::string>& arguments, LinePump& pump) {
+Child::Child(const std::string& name, const std::vector<std::string>& arguments, LinePump& pump,
+             std::shared_ptr<LineWatch> watch) {
   std::vector<char*> raw;
   raw.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) raw.push_back(const_cast<char*>(argument.c_str()));
@@ -66,7 +68,7 @@ Child::Child(const std::string& name, const std::vector<std::string>& arguments,
   close(out[1]);
   close(err[1]);
   pump.Add(out[0], name, stdout);
-  pump.Add(err[0], name, stderr);
+  pump.Add(err[0], name, stderr, std::move(watch));
   if (process_ < 0) throw std::runtime_error("cannot start " + name + ": " + std::strerror(error));
 }
 

@@ -1,7 +1,7 @@
 // A program that runs as a child of this one.
 #pragma once
 
-#include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,8 +24,9 @@ struct Ending_t {
 class Child {
  public:
   // Starts `arguments[0]` in a process group of its own, so that a Ctrl-C meant for this program does not reach
-  // it. Its lines go to `pump`. Throws std::runtime_error.
-  Child(const std::string& name, const std::vector<std::string>& arguments, LinePump& pump);
+  // it. Its lines go to `pump`, and those of standard error to `watch` too. Throws std::runtime_error.
+  Child(const std::string& name, const std::vector<std::string>& arguments, LinePump& pump,
+        std::shared_ptr<LineWatch> watch);
   // Kills the child if it still runs.
   ~Child();
   Child(const Child&) = delete;

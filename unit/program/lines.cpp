@@ -27,11 +27,11 @@ LinePump::~LinePump() {
   for (const Source_t& source : sources_) close(source.descriptor);
 }
 
-void LinePump::Add(int descriptor, const std::string& name, std::FILE* to) {
+void LinePump::Add(int descriptor, const std::string& name, std::FILE* to, std::shared_ptr<LineWatch> watch) {
   fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) | O_NONBLOCK);
   {
     const std::lock_guard lock(mutex_);
-    sources_.push_back({descriptor, name, to, {}});
+    sources_.push_back({descriptor, name, to, std::move(watch), {}});
   }
   [[maybe_unused]] const ssize_t written = write(wake_[1], "+", 1);
 }
@@ -71,6 +71,7 @@ void LinePump::Read(Source_t& source) {
 // One call for the whole line, so that the lines of several programs never mix.
 void LinePump::Show(const Source_t& source, const std::string& line) {
   log_.WriteStamped(source.name, line);
+  if (source.watch) source.watch->Note(line);
   const std::string text = source.name + " | " + line + "\n";
   static_cast<void>(std::fwrite(text.data(), 1, text.size(), source.to));
 }

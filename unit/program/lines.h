@@ -2,16 +2,35 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <list>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "blackbox/line_cutter.h"
 #include "blackbox/rolling_log.h"
 
 namespace unit {
+
+// Looks out for a line of a program. Any thread.
+class LineWatch {
+ public:
+  // Notes lines that contain `text`; an empty one none.
+  explicit LineWatch(std::string text) : text_(std::move(text)) {}
+  void Note(const std::string& line) {
+    if (!text_.empty() && line.find(text_) != std::string::npos) seen_ = true;
+  }
+  bool WasSeen() const { return seen_; }
+  void Forget() { seen_ = false; }
+
+ private:
+  const std::string text_;
+  std::atomic<bool> seen_{false};
+};
 
 // Reads the pipes of all children on one thread, which ends when the object does, and writes their lines
 // ("orvik | Orvik: System Up") to standard output or standard error, and to the black box.
@@ -23,14 +42,15 @@ class LinePump {
   LinePump(const LinePump&) = delete;
   LinePump& operator=(const LinePump&) = delete;
 
-  // Takes the reading end of a pipe over. Any thread.
-  void Add(int descriptor, const std::string& name, std::FILE* to);
+  // Takes the reading end of a pipe over; `watch` (may be null) is given each line. Any thread.
+  void Add(int descriptor, const std::string& name, std::FILE* to, std::shared_ptr<LineWatch> watch = {});
 
  private:
   struct Source_t {
     int descriptor;
     std::string name;
     std::FILE* to;
+    std::shared_ptr<LineWatch> watch;
     LineCutter lines;
     bool ended = false;
   };

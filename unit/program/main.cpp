@@ -9,11 +9,11 @@
 #include <CLI/CLI.hpp>
 
 #include "bundle/bundle.h"
+#include "bus/installation.h"
 #include "database/database_commands.h"
 #include "program/event_commands.h"
 #include "program/replay.h"
 #include "program/run.h"
-#include "program/run_folder.h"
 #include "program/status_command.h"
 #include "program/stop_signals.h"
 
@@ -68,6 +68,19 @@ void AddParts(CLI::App& command, unit::Options_t& options) {
   command.add_option("--backlight", options.backlightDirectory, "Backlight: a folder of /sys/class/backlight");
 }
 
+void AddHost(CLI::App& command, RunArguments_t& run) {
+  auto* noHost = command.add_flag("--no-host", run.noHost, "Run no host load computer");
+  auto* play = command.add_option("--play", run.plan.playFile, "Have hx7 play a bus log (candump -L)")
+                   ->check(CLI::ExistingFile)
+                   ->excludes(noHost);
+  command.add_flag("--loop", run.plan.loop, "Play it again and again")->needs(play);
+  command
+      .add_option("--scenario", run.plan.scenario,
+                  "What hx7 simulates, a name of `hx7 simulate --list` or a file; without it a normal lift")
+      ->excludes(noHost)
+      ->excludes(play);
+}
+
 CLI::App* AddRun(CLI::App& app, RunArguments_t& run, unsigned& seconds) {
   CLI::App* command = app.add_subcommand("run", "Run the unit's services and the application until Ctrl-C");
   unit::Options_t& options = run.plan.options;
@@ -88,17 +101,8 @@ CLI::App* AddRun(CLI::App& app, RunArguments_t& run, unsigned& seconds) {
       ->capture_default_str();
   command->add_option("--config", run.config, "The configuration's folder");
   AddParts(*command, options);
-  auto* noHost = command->add_flag("--no-host", run.noHost, "Run no host load computer");
   command->add_flag("--no-orvik", run.noOrvik, "Run the services without the application");
-  auto* play = command->add_option("--play", run.plan.playFile, "Have hx7 play a bus log (candump -L)")
-                   ->check(CLI::ExistingFile)
-                   ->excludes(noHost);
-  command->add_flag("--loop", run.plan.loop, "Play it again and again")->needs(play);
-  command
-      ->add_option("--scenario", run.plan.scenario,
-                   "What hx7 simulates, a name of `hx7 simulate --list` or a file; without it a normal lift")
-      ->excludes(noHost)
-      ->excludes(play);
+  AddHost(*command, run);
   command->add_option("--record", options.recordFile, "Write a log of the bus (candump -L)");
   auto* limit =
       command->add_option("--seconds", seconds, "Stop after so many seconds")->check(CLI::Range(1, 1'000'000));
@@ -117,7 +121,7 @@ int CarryRun(RunArguments_t& run, unsigned seconds) {
   if (run.noHost) plan.parts.erase("hx7");
   if (seconds > 0) plan.seconds = seconds;
   try {
-    plan.options.configDirectory = unit::FindConfig(run.config);
+    plan.options.configDirectory = bus::FindConfigFolder(run.config);
   } catch (const std::exception& error) {
     std::cerr << "unit run: " << error.what() << '\n';
     return 1;
@@ -152,7 +156,7 @@ void AddEvents(CLI::App& app, EventArguments_t& arguments, int& result) {
   CLI::App* events = app.add_subcommand("events", "Post and watch what application and screen tell each other");
   events->require_subcommand(1);
   events->add_option("--config", arguments.config, "The configuration's folder");
-  const auto generic = [&] { return unit::FindConfig(arguments.config) + "/generic.xml"; };
+  const auto generic = [&] { return bus::FindConfigFolder(arguments.config) + "/generic.xml"; };
   CLI::App* list = events->add_subcommand("list", "Print the names of all, or of those with a prefix");
   list->add_option("PREFIX", arguments.name);
   list->callback([&, generic] { result = unit::ListEvents(generic(), arguments.name); });

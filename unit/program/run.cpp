@@ -3,11 +3,11 @@
 #include <array>
 #include <chrono>
 #include <csignal>
-#include <fstream>
 #include <functional>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <tuple>
 
 #include <nlohmann/json.hpp>
 
@@ -15,7 +15,11 @@
 
 #include "blackbox/rolling_log.h"
 #include "blackbox/tee.h"
+#include "board/beeper_word.h"
 #include "board/board_service.h"
+#include "bus/address_file.h"
+#include "bus/whole_file.h"
+#include "database/attach.h"
 #include "database/database_service.h"
 #include "health/health_publisher.h"
 #include "health/notify_link.h"
@@ -37,6 +41,8 @@ using std::chrono::steady_clock;
 constexpr auto STEP = 100ms;
 // The application goes to its splash page first and gives its threads up to five seconds.
 constexpr auto ORVIK_STOP_TIME = 6s;
+// It ends from its main and slate pages alone.
+constexpr const char* ORVIK_REFUSAL = "NOT on terminatable page";
 constexpr auto HOST_STOP_TIME = 2s;
 // The host waits for an application that listens, so that its first words are heard, but not for ever.
 constexpr auto HOST_PATIENCE = 5s;
@@ -52,13 +58,6 @@ constexpr std::array<Part_t, 6> SERVICES = {{{"notify", MakeNotifyService},
                                              {"j1939", MakeJ1939Service},
                                              {"screen", MakeScreenService},
                                              {"panel", MakePanelService}}};
-
-std::string ReadAddress(const char* file) {
-  std::ifstream stream(platform::RuntimeDirectory() + "/" + file);
-  std::string address;
-  std::getline(stream, address);
-  return address;
-}
 
 // Asked for while the services start.
 struct Stopped {};
@@ -103,6 +102,7 @@ class UnitRun {
   Tee err_{std::cerr, "unit", lines_};
   Supervisor supervisor_{lines_};
   std::unique_ptr<HealthPublisher> health_;
+  std::optional<DatabaseWatch> database_;  // looks from before the application's start
 };
 
 void UnitRun::Start() {
@@ -113,9 +113,12 @@ void UnitRun::Start() {
     if (Wants(part.name)) StartService(part);
   }
   health_ = std::make_unique<HealthPublisher>([this] { return Statuses(); });
+  database_.emplace();
   StartOrvik();
   started_ = steady_clock::now();
-  if (Wants("panel")) std::cout << "unit: panel at http://" << ReadAddress("http.address") << "/" << std::endl;
+  if (Wants("panel")) {
+    std::cout << "unit: panel at http://" << bus::ReadAddressFile(bus::PANEL_ADDRESS_FILE) << "/" << std::endl;
+  }
 }
 
 void UnitRun::TakeLocks() {
@@ -135,7 +138,7 @@ void UnitRun::StartService(const Part_t& part) {
   services_.push_back({part.name, std::move(service)});
   std::cout << "unit: " << part.name << " is up";
   if (services_.back().name == "j1939") {
-    const std::string address = ReadAddress("socketcand.address");
+    const std::string address = bus::ReadAddressFile(bus::BUS_ADDRESS_FILE);
     std::cout << ", bus " << plan_.options.bus;
     if (plan_.options.bus == "local" && !address.empty()) std::cout << " (socketcand at " << address << ")";
   }
@@ -144,13 +147,11 @@ void UnitRun::StartService(const Part_t& part) {
 
 // For those who ask later what ran here.
 void UnitRun::WriteRunFile() const {
-  std::ofstream(platform::RuntimeDirectory() + "/run.json")
-      << nlohmann::json{{"config", plan_.options.configDirectory},
-                        {"bus", plan_.options.bus},
-                        {"play", plan_.playFile},
-                        {"parts", plan_.parts}}
-             .dump()
-      << '\n';
+  const nlohmann::json run = {{"config", plan_.options.configDirectory},
+                              {"bus", plan_.options.bus},
+                              {"play", plan_.playFile},
+                              {"parts", plan_.parts}};
+  std::ignore = bus::ReplaceFile(platform::RuntimeDirectory() + "/run.json", run.dump() + "\n");
 }
 
 void UnitRun::StartOrvik() {
@@ -160,7 +161,9 @@ void UnitRun::StartOrvik() {
                        .arguments = {FindProgram("orvik"), plan_.options.genericFile},
                        .stopSignal = SIGUSR1,
                        .stopTime = ORVIK_STOP_TIME,
-                       .endIsFailure = true});
+                       .refusal = ORVIK_REFUSAL,
+                       .endIsFailure = true,
+                       .tidyUp = SilenceBeeper});
   }
   supervisor_.Step();
 }
@@ -182,7 +185,9 @@ void UnitRun::StartHost() {
                        .arguments = HostArguments(),
                        .stopSignal = SIGTERM,
                        .stopTime = HOST_STOP_TIME,
-                       .endIsFailure = false});
+                       .refusal = {},
+                       .endIsFailure = false,
+                       .tidyUp = {}});
   }
   supervisor_.Step();
 }
@@ -222,6 +227,9 @@ void UnitRun::WaitForTheEnd() {
     if (Wants("orvik") && manager.WasReplaced()) {
       supervisor_.Restart("orvik",
                           "the notification manager was started again, and the application is not heard");
+    }
+    if (Wants("orvik") && database_->WasReplaced()) {
+      supervisor_.Restart("orvik", "there is another parameter database, which the application does not know");
     }
     if (plan_.seconds && steady_clock::now() >= end) return;
   }

@@ -4,9 +4,10 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
-#include <vector>
 
 #include "platform/paths.h"
+
+#include "bus/installation.h"
 
 namespace unit {
 namespace {
@@ -16,32 +17,10 @@ namespace fs = std::filesystem;
 constexpr const char* DATE_PROGRAM = "fs/etfs/app/orvik/bin/date";
 constexpr const char* RESOURCE_PROGRAMS = "fs/etfs/resources/bin";
 
-bool IsConfig(const fs::path& folder) {
-  std::error_code ignored;
-  return fs::is_directory(folder, ignored);
-}
-
 }  // namespace
 
-std::string ProgramFolder() {
-  return fs::read_symlink("/proc/self/exe").parent_path();
-}
-
-std::string FindConfig(const std::string& given) {
-  const char* environment = std::getenv("ORVIK_CONFIG");
-  if (!given.empty() || (environment != nullptr && *environment != '\0')) {
-    std::string folder = given.empty() ? environment : given;
-    if (IsConfig(folder)) return folder;
-    throw std::runtime_error("there is no folder " + folder + "; name the configuration with --config DIR");
-  }
-  for (const fs::path& folder : {fs::path(ProgramFolder()) / ORVIK_CONFIG_FROM_BIN, fs::path("config")}) {
-    if (IsConfig(folder)) return fs::canonical(folder);
-  }
-  throw std::runtime_error("no configuration found; name its folder with --config DIR or in ORVIK_CONFIG");
-}
-
 std::string FindProgram(const std::string& name) {
-  const fs::path program = fs::path(ProgramFolder()) / name;
+  const fs::path program = fs::path(bus::ProgramFolder()) / name;
   if (fs::exists(program)) return program;
   throw std::runtime_error("there is no program " + program.string() +
                            "; build it, or leave it out with --without " + name);

@@ -1,16 +1,9 @@
-// Where a run finds its configuration, its programs and the unit's own files.
+// Where a run finds its programs and the unit's own files.
 #pragma once
 
 #include <string>
 
 namespace unit {
-
-// The folder of this executable.
-std::string ProgramFolder();
-
-// The configuration: `given` where it is not empty, else $ORVIK_CONFIG, else the repository's where this
-// executable stands in one of its build folders, else ./config. Throws std::runtime_error when it is not there.
-std::string FindConfig(const std::string& given);
 
 // A program beside this one: "orvik". Throws std::runtime_error when it is not there.
 std::string FindProgram(const std::string& name);

@@ -1,7 +1,6 @@
 #include "program/status_command.h"
 
 #include <cstdio>
-#include <fstream>
 #include <iostream>
 #include <string>
 
@@ -10,6 +9,8 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/paths.h"
+
+#include "bus/address_file.h"
 
 namespace unit {
 namespace {
@@ -34,23 +35,21 @@ void ShowEntries(const nlohmann::json& json) {
   }
 }
 
-int SayNothingRuns(const std::string& directory) {
-  std::cout << "unit: nothing runs in " << directory << ". Start it with \"unit run\".\n";
+int SayNothingRuns() {
+  std::cout << "unit: nothing runs in " << platform::RuntimeDirectory() << ". Start it with \"unit run\".\n";
   return 1;
 }
 
 }  // namespace
 
 int ShowStatus() {
-  const std::string directory = platform::RuntimeDirectory();
-  std::ifstream file(directory + "/http.address");
-  std::string address;
-  if (!std::getline(file, address)) return SayNothingRuns(directory);
+  const std::string address = bus::ReadAddressFile(bus::PANEL_ADDRESS_FILE);
+  if (address.empty()) return SayNothingRuns();
   httplib::Client client("http://" + address);
   client.set_connection_timeout(TIMEOUT_S);
   client.set_read_timeout(TIMEOUT_S);
   const httplib::Result result = client.Get("/api/health");
-  if (!result) return SayNothingRuns(directory);
+  if (!result) return SayNothingRuns();
   const nlohmann::json json = nlohmann::json::parse(result->body, nullptr, false);
   if (json.is_discarded()) {
     std::cerr << "unit status: http://" << address << "/api/health does not answer as a front panel does.\n";

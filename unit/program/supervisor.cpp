@@ -19,7 +19,8 @@ void Supervisor::Start(const Program_t& program) {
 }
 
 void Supervisor::Launch(Run_t& run) {
-  run.child = std::make_unique<Child>(run.program.name, run.program.arguments, pump_);
+  run.refusal = std::make_shared<LineWatch>(run.program.refusal);
+  run.child = std::make_unique<Child>(run.program.name, run.program.arguments, pump_, run.refusal);
   run.started = steady_clock::now();
   run.startAgain.reset();
 }
@@ -46,7 +47,7 @@ void Supervisor::Step() {
 
 void Supervisor::TakeEnding(Run_t& run, const Ending_t& ending) {
   const steady_clock::time_point now = steady_clock::now();
-  run.child.reset();
+  ForgetChild(run);
   if (ending.IsSuccess()) {
     std::cout << "unit: " << run.program.name << " has come to its end" << std::endl;
     return Note(run, !run.program.endIsFailure, "has come to its end");
@@ -72,29 +73,44 @@ bool Supervisor::HasEnded(const std::string& name) const {
 }
 
 void Supervisor::Stop() {
-  for (auto run = runs_.rbegin(); run != runs_.rend(); ++run) StopOne(*run);
+  for (auto run = runs_.rbegin(); run != runs_.rend(); ++run) {
+    if (!run->child) continue;
+    EndChild(*run);
+    ForgetChild(*run);
+  }
   const std::lock_guard lock(mutex_);
   runs_.clear();
 }
 
-void Supervisor::StopOne(Run_t& run) {
-  if (!run.child || run.child->TryReap()) return;
+void Supervisor::EndChild(Run_t& run) {
+  const std::string& name = run.program.name;
+  if (run.child->TryReap()) return;
+  run.refusal->Forget();
   run.child->Signal(run.program.stopSignal);
-  if (WaitForEnd(*run.child, run.program.stopTime)) return;
-  std::cerr << "unit: " << run.program.name << " did not stop by itself; terminating it" << std::endl;
+  if (WaitForEnd(run, run.program.stopTime)) return;
+  const bool refused = run.refusal->WasSeen();
+  std::cerr << "unit: " << name << (refused ? " refuses to stop" : " did not stop by itself")
+            << "; terminating it" << std::endl;
+  run.refusal->Forget();
   run.child->Signal(SIGTERM);
-  if (WaitForEnd(*run.child, TERMINATE_TIME)) return;
-  std::cerr << "unit: " << run.program.name << " does not react; killing it" << std::endl;
-  run.child.reset();
+  if (WaitForEnd(run, TERMINATE_TIME)) return;
+  std::cerr << "unit: " << name << " does not react; killing it" << std::endl;
 }
 
-// Until the child has ended or the user has lost patience. True when it has ended.
-bool Supervisor::WaitForEnd(Child& child, std::chrono::milliseconds time) {
+// Kills it where it still runs.
+void Supervisor::ForgetChild(Run_t& run) {
+  run.child.reset();
+  if (run.program.tidyUp) run.program.tidyUp();
+}
+
+// Until the child has ended, has said that it will not, or the user has lost patience. True when it has ended.
+bool Supervisor::WaitForEnd(Run_t& run, std::chrono::milliseconds time) {
   const auto deadline = steady_clock::now() + time;
-  while (!child.TryReap()) {
-    if (steady_clock::now() >= deadline || StopRequested(std::chrono::milliseconds(20))) break;
+  while (!run.child->TryReap()) {
+    if (run.refusal->WasSeen() || steady_clock::now() >= deadline) break;
+    if (StopRequested(std::chrono::milliseconds(20))) break;
   }
-  return child.TryReap().has_value();
+  return run.child->TryReap().has_value();
 }
 
 void Supervisor::Note(Run_t& run, bool up, const std::string& detail) {

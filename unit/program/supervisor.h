@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -20,7 +21,9 @@ struct Program_t {
   std::vector<std::string> arguments;  // the executable's path first
   int stopSignal;
   std::chrono::milliseconds stopTime;  // after which SIGTERM, then SIGKILL, follow
+  std::string refusal;                 // of the line that says that it will not stop; empty: it always tries to
   bool endIsFailure;                   // an end with status 0 leaves something missing
+  std::function<void()> tidyUp;        // what it may have left on; after each of its ends. May be empty
 };
 
 // All calls but Statuses come from the thread that made the object.
@@ -51,6 +54,7 @@ class Supervisor {
   struct Run_t {
     Program_t program;
     std::unique_ptr<Child> child;  // null while it does not run
+    std::shared_ptr<LineWatch> refusal;
     time_t started;
     std::chrono::seconds delay{FIRST_DELAY};
     std::optional<time_t> startAgain;
@@ -61,8 +65,9 @@ class Supervisor {
 
   void Launch(Run_t& run);
   void TakeEnding(Run_t& run, const Ending_t& ending);
-  static bool WaitForEnd(Child& child, std::chrono::milliseconds time);
-  void StopOne(Run_t& run);
+  static void ForgetChild(Run_t& run);
+  static bool WaitForEnd(Run_t& run, std::chrono::milliseconds time);
+  static void EndChild(Run_t& run);
   void Note(Run_t& run, bool up, const std::string& detail);
 
   LinePump pump_;

@@ -273,9 +273,12 @@ void ScreenWorker::ReloadDesign(clock_t::time_point now) {
 
 // Values can cease to be valid without a message, and messages can be lost by a full queue.
 void ScreenWorker::ReadVariables() {
-  if (!AttachDatabase(0)) return;
+  const DatabaseView database;
+  if (database.Number() == 0) return;
   const std::lock_guard lock(mutex_);
-  if (variablesByHandle_.empty()) {
+  if (database.Number() != readDatabase_) {
+    readDatabase_ = database.Number();
+    variablesByHandle_.clear();
     for (const auto& [name, parameter] : model_.Names().variables) {
       unsigned handle = 0;
       if (DBSHM::getParameterHandle(parameter, handle) == 1) variablesByHandle_[handle].push_back(name);

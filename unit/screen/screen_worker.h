@@ -79,6 +79,7 @@ class ScreenWorker {
   PictureStore pictures_;
   Compositor compositor_;
   std::map<std::uint32_t, std::vector<std::string>> variablesByHandle_;
+  unsigned readDatabase_ = 0;  // from which the handles are
   clock_t::time_point lastProgramMessage_{};
   clock_t::time_point pendingSince_{};
   std::uint64_t malformed_ = 0;

@@ -1,15 +1,15 @@
-#include "bus/http_address.h"
-
 #include <stdexcept>
 
 #include <gtest/gtest.h>
 
-namespace bus {
+#include "http/address.h"
+
+namespace http {
 namespace {
 
 TEST(HttpAddress, LoopbackAddressesAreTaken) {
   for (const char* text : {"127.0.0.1:8740", "localhost:0", "[::1]:65535", "127.1.2.3:1"}) {
-    EXPECT_EQ(FormatHttpAddress(ParseHttpAddress(text)), text);
+    EXPECT_EQ(FormatAddress(ParseAddress(text)), text);
   }
 }
 
@@ -17,7 +17,7 @@ TEST(HttpAddress, EverythingElseIsRefused) {
   for (const char* text :
        {"", "127.0.0.1", ":8740", "0.0.0.0:8740", "192.168.0.2:80", "127.0.0.1:", "127.0.0.1:65536",
         "127.0.0.1:-1", "127.0.0.1:80x", "[::]:80", "127.0.0.1.example.org:80", "[::1]", "127.1:80"}) {
-    EXPECT_THROW(ParseHttpAddress(text), std::runtime_error) << text;
+    EXPECT_THROW(ParseAddress(text), std::runtime_error) << text;
   }
 }
 
@@ -42,4 +42,4 @@ TEST(HttpAddress, ChangesComeFromProgramsOrTheOwnPages) {
 }
 
 }  // namespace
-}  // namespace bus
+}  // namespace http

@@ -13,8 +13,10 @@
 #include <thread>
 #include <vector>
 
+#include <linux/sockios.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -65,6 +67,13 @@ class SocketcandDesk {
   void SendText(const std::string& text) {
     const std::scoped_lock lock(mutex_);
     for (const auto& [fd, splitter] : clients_) ::send(fd, text.data(), text.size(), MSG_NOSIGNAL);
+  }
+  // Until what was sent waits with the clients, whether they read it or not.
+  void WaitUntilDelivered() {
+    const std::scoped_lock lock(mutex_);
+    for (const auto& [fd, splitter] : clients_) {
+      for (int underWay = 1; underWay > 0;) ::ioctl(fd, SIOCOUTQ, &underWay);
+    }
   }
   // The server does nothing while this is held.
   std::unique_lock<std::mutex> Hold() { return std::unique_lock(mutex_); }

@@ -213,13 +213,14 @@ TEST_F(Hx7, RecordsWhatWatchThenReadsAsItHappened) {
   const std::string log = folder_ / "new.log";
   const pid_t record = Start({"record", "--bus", desk.Bus(), log});
   desk.WaitForClients(1);
+  ::kill(record, SIGSTOP);  // what it is sent now waits until it is to end
   desk.SendText(
       "< frame 18FF00D0 1700000000.250000 0001060000000000 >< frame 18FF00D2 1700000000.251000 "
       "0001001212FFFFFF >");
   desk.SendText("< frame 123 1700000000.252000 01 >");
-  for (int i = 0; i < 500 && std::filesystem::file_size(log) < 100; ++i)
-    ::usleep(10'000);  // flushed each second
+  desk.WaitUntilDelivered();
   ::kill(record, SIGINT);
+  ::kill(record, SIGCONT);
   EXPECT_EQ(Finish(record).status, 0);
   EXPECT_EQ(
       ReadFile(log),

@@ -1,6 +1,7 @@
 // The load computer's pace, alarms and readouts.
 #include <cmath>
 
+#include "hostlink/frame_layout.h"
 #include "tests/unit/simulate/host_run.h"
 
 namespace simulate {
@@ -24,9 +25,11 @@ TEST(LoadComputer, TalksAtAHostsPace) {
   const auto said = run.Pass(60);
   EXPECT_EQ(CountOf(said, "operating-values"), 600U);
   EXPECT_EQ(CountOf(said, "key-state"), 1200U);
-  EXPECT_EQ(CountOf(said, "transition"), 6U);
+  EXPECT_EQ(CountOf(said, "transition"), 0U) << "a display that was there from the beginning has its page";
   EXPECT_LE(CountOf(said, "texts"), 8U) << "texts are said again now and then, and when they change";
   EXPECT_GE(CountOf(said, "units"), 5U) << "for a display that was started meanwhile";
+  run.computer.Hear({.identifier = DISPLAY_FRAME_ID, .length = 8, .data = {}});
+  EXPECT_EQ(CountOf(run.Pass(60), "transition"), 12U) << "one that comes late is asked for its page";
 }
 
 TEST(LoadComputer, FallsSilentAndRestarts) {

@@ -1,10 +1,10 @@
-#include "bus/http_address.h"
+#include "http/address.h"
 
 #include <algorithm>
 #include <charconv>
 #include <stdexcept>
 
-namespace bus {
+namespace http {
 namespace {
 
 constexpr int MOST_PORT = 65535;
@@ -39,12 +39,12 @@ bool IsLoopbackName(std::string_view host) {
 
 }  // namespace
 
-http_address_t ParseHttpAddress(const std::string& text) {
+address_t ParseAddress(const std::string& text) {
   const std::string_view host = HostPart(text);
   if (host.size() >= text.size()) Refuse(text, "it has no port");
   const char* begin = text.data() + host.size() + 1;
   const char* end = text.data() + text.size();
-  http_address_t address{std::string(Unbracket(host)), -1};
+  address_t address{std::string(Unbracket(host)), -1};
   const auto [stop, error] = std::from_chars(begin, end, address.port);
   if (error != std::errc{} || stop != end || address.port < 0 || address.port > MOST_PORT) {
     Refuse(text, "the port is 0 to 65535");
@@ -53,7 +53,7 @@ http_address_t ParseHttpAddress(const std::string& text) {
   return address;
 }
 
-std::string FormatHttpAddress(const http_address_t& address) {
+std::string FormatAddress(const address_t& address) {
   const bool ipv6 = address.host.find(':') != std::string::npos;
   return (ipv6 ? "[" + address.host + "]" : address.host) + ":" + std::to_string(address.port);
 }
@@ -68,4 +68,4 @@ bool IsOwnOrigin(std::string_view origin, std::string_view host) {
   return origin.starts_with(SCHEME) && origin.substr(SCHEME.size()) == host;
 }
 
-}  // namespace bus
+}  // namespace http

@@ -4,18 +4,18 @@
 #include <string>
 #include <string_view>
 
-namespace bus {
+namespace http {
 
-struct http_address_t {
+struct address_t {
   std::string host;  // "127.0.0.1", "::1" or "localhost"
   int port = 0;      // 0: any free one
 };
 
 // Reads "127.0.0.1:8740", "localhost:0" or "[::1]:8740". Throws std::runtime_error for anything else, and for a
 // host that is not the loopback: there are no passwords.
-http_address_t ParseHttpAddress(const std::string& text);
+address_t ParseAddress(const std::string& text);
 // As it stands in a URL.
-std::string FormatHttpAddress(const http_address_t& address);
+std::string FormatAddress(const address_t& address);
 
 // Whether a Host header names the loopback: a page from elsewhere could otherwise come in under a name
 // of its own.
@@ -24,4 +24,4 @@ bool IsLoopbackHost(std::string_view host);
 // Whether a request that changes something may do so: programs send no Origin, pages from here their own.
 bool IsOwnOrigin(std::string_view origin, std::string_view host);
 
-}  // namespace bus
+}  // namespace http

@@ -1,0 +1,39 @@
+#include "simulate/key_presses.h"
+
+#include <iostream>
+
+namespace simulate {
+namespace {
+
+constexpr std::size_t kMostPresses = 16;
+
+}  // namespace
+
+KeyPresses::~KeyPresses() {
+  thread_.request_stop();
+  wake_.notify_all();
+}
+
+void KeyPresses::Press(int key) {
+  const std::scoped_lock lock(mutex_);
+  if (waiting_.size() >= kMostPresses) {
+    std::cerr << "hx7: press " << key << " is dropped; the panel does not answer\n";
+    return;
+  }
+  waiting_.push_back(key);
+  if (!thread_.joinable()) thread_ = std::jthread([this](const std::stop_token& stop) { Work(stop); });
+  wake_.notify_all();
+}
+
+void KeyPresses::Work(const std::stop_token& stop) {
+  for (;;) {
+    std::unique_lock lock(mutex_);
+    if (!wake_.wait(lock, stop, [this] { return !waiting_.empty(); })) return;
+    const int key = waiting_.front();
+    waiting_.pop_front();
+    lock.unlock();
+    keys_.Press(key);
+  }
+}
+
+}  // namespace simulate

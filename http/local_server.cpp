@@ -1,0 +1,142 @@
+#include "http/local_server.h"
+
+#include <chrono>
+#include <iostream>
+#include <stdexcept>
+#include <utility>
+
+#include <httplib.h>
+#include <sys/socket.h>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/paths.h"
+
+#include "bus/address_file.h"
+
+namespace http {
+namespace {
+
+using namespace std::chrono_literals;
+
+// A restarted server takes its port again at once; two running ones must not share it.
+void SetSocketOptions(int descriptor) {
+  const int on = 1;
+  ::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+}
+
+// A request may come without a body and without saying so, which would be waited for. False when the body is
+// too large; the answer then stands.
+bool ReadBody(const request_t& request, const httplib::ContentReader& read, std::size_t most,
+              std::string& body) {
+  if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding")) return true;
+  return read([&body, most](const char* data, std::size_t length) {
+    body.append(data, length);
+    return body.size() <= most;
+  });
+}
+
+std::string Explain(int status, const std::string& guide) {
+  if (status == NOT_FOUND) return "there is nothing here; " + guide;
+  return status == TOO_LARGE ? "the body is larger than any request here" : "the request cannot be understood";
+}
+
+std::string ErrorJson(const std::string& text) {
+  return nlohmann::json{{"error", text}}.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+}  // namespace
+
+void Fail(response_t& response, status_t status, const std::string& text) {
+  response.status = status;
+  response.set_content(ErrorJson(text), JSON);
+}
+
+LocalServer::LocalServer(server_options_t options)
+    : options_(std::move(options)), server_(std::make_unique<httplib::Server>()) {
+  Configure();
+}
+
+LocalServer::~LocalServer() {
+  if (!thread_.joinable()) return;
+  bus::RemoveAddressFile(options_.addressFile);
+  // stop() is without effect until the loop runs.
+  while (!server_->is_running()) std::this_thread::sleep_for(1ms);
+  server_->stop();
+  thread_.join();
+}
+
+void LocalServer::Configure() {
+  server_->new_task_queue = [threads = options_.threads] { return new httplib::ThreadPool(threads); };
+  server_->set_keep_alive_max_count(1);
+  server_->set_read_timeout(2s);
+  server_->set_write_timeout(2s);
+  server_->set_payload_max_length(options_.mostBody);
+  server_->set_tcp_nodelay(true);
+  server_->set_socket_options([](int descriptor) { SetSocketOptions(descriptor); });
+  httplib::Headers headers = {{"Cache-Control", "no-store"}, {"X-Content-Type-Options", "nosniff"}};
+  headers.insert(options_.headers.begin(), options_.headers.end());
+  server_->set_default_headers(std::move(headers));
+  server_->set_pre_routing_handler([this](const request_t& request, response_t& response) {
+    return Admit(request, response) ? httplib::Server::HandlerResponse::Unhandled
+                                    : httplib::Server::HandlerResponse::Handled;
+  });
+  server_->set_error_handler([this](const request_t& request, response_t& response) {
+    if (!response.body.empty()) return;
+    const std::string why = Explain(response.status, options_.guide);
+    response.set_content(ErrorJson(request.method + " " + request.path + ": " + why), JSON);
+  });
+}
+
+bool LocalServer::Admit(const request_t& request, response_t& response) {
+  ++requests_;
+  const std::string host = request.get_header_value("Host");
+  const bool reads = request.method == "GET" || request.method == "HEAD";
+  if (!IsLoopbackHost(host)) {
+    Fail(response, FORBIDDEN, options_.name + " answers to the names of this machine's loopback only");
+  } else if (!reads && !IsOwnOrigin(request.get_header_value("Origin"), host)) {
+    Fail(response, FORBIDDEN, "requests that change something are refused from other origins");
+  } else {
+    return true;
+  }
+  ++refused_;
+  return false;
+}
+
+void LocalServer::Get(const std::string& path, get_t answer) {
+  server_->Get(path, std::move(answer));
+}
+
+void LocalServer::Post(const std::string& path, post_t answer) {
+  server_->Post(path, [answer = std::move(answer), most = options_.mostBody](
+                          const request_t& request, response_t& response, const auto& read) {
+    std::string body;
+    if (ReadBody(request, read, most, body)) answer(request, body, response);
+  });
+}
+
+void LocalServer::Listen(const address_t& address) {
+  address_ = address;
+  Bind();
+  thread_ = std::thread([this] { server_->listen_after_bind(); });
+  if (!bus::WriteAddressFile(options_.addressFile, FormatAddress(address_))) {
+    std::cerr << options_.name + " cannot write its address into " + platform::RuntimeDirectory() + "\n";
+  }
+}
+
+void LocalServer::Bind() {
+  const std::string wanted = FormatAddress(address_);
+  if (address_.port == 0) {
+    address_.port = server_->bind_to_any_port(address_.host);
+  } else if (!server_->bind_to_port(address_.host, address_.port)) {
+    address_.port = -1;
+  }
+  if (address_.port < 0) {
+    throw std::runtime_error(
+        options_.name + " cannot listen on " + wanted +
+        ", most likely because another program does; choose another port with --http, or port 0 for any free "
+        "one");
+  }
+}
+
+}  // namespace http

@@ -1,0 +1,28 @@
+// Tables that belong to one process.
+#pragma once
+
+#include <cstdlib>
+#include <vector>
+
+#include "descriptor.h"
+
+namespace platform {
+
+// The tables of this process, made by their first use; AT_EXIT is called at its orderly end. A forked child
+// starts with empty ones: what its parent had stays where it is, referred to and not used, since other threads
+// of the parent may have been in the middle of it.
+template <class Tables, void (*AT_EXIT)()>
+Tables& TablesOfThisProcess() {
+  static std::vector<Tables*>& ofTheParents = *new std::vector<Tables*>;
+  static Tables* tables = [] {
+    static_cast<void>(std::atexit(AT_EXIT));
+    AtForkInChild([] {
+      ofTheParents.push_back(tables);
+      tables = new Tables;
+    });
+    return new Tables;
+  }();
+  return *tables;
+}
+
+}  // namespace platform

@@ -1,0 +1,44 @@
+// A service whose parts are one object: made at the start, destroyed at the stop.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "service.h"
+
+namespace unit {
+
+// Worker(options) starts everything or throws std::runtime_error, ~Worker() ends it, and Worker::GetStatus()
+// may come from any thread in between.
+template <class Worker>
+class WorkerService : public Service {
+ public:
+  WorkerService(std::string name, Options_t options) : name_(std::move(name)), options_(std::move(options)) {}
+
+  void Start() override {
+    auto worker = std::make_unique<Worker>(options_);
+    const std::lock_guard lock(mutex_);
+    worker_ = std::move(worker);
+  }
+
+  void Stop() override {
+    std::unique_ptr<Worker> worker;  // ends without the lock, since it may take a while
+    const std::lock_guard lock(mutex_);
+    worker.swap(worker_);
+  }
+
+  Status_t GetStatus() const override {
+    const std::lock_guard lock(mutex_);
+    return worker_ ? worker_->GetStatus() : Status_t{name_, false, "stopped", {}};
+  }
+
+ private:
+  const std::string name_;
+  const Options_t options_;
+  mutable std::mutex mutex_;  // guards worker_
+  std::unique_ptr<Worker> worker_;
+};
+
+}  // namespace unit
