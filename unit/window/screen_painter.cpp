@@ -1,5 +1,6 @@
 #include "window/screen_painter.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -52,11 +53,12 @@ void ScreenPainter::Wake() {
 }
 
 void ScreenPainter::SetSize(int width, int height) {
+  const place_t size = FitPicture(std::min(width, WIDEST), height);
   {
     const std::lock_guard lock(mutex_);
-    if (width == width_ && height == height_) return;
-    width_ = width;
-    height_ = height;
+    if (size.width == width_ && size.height == height_) return;
+    width_ = size.width;
+    height_ = size.height;
     changed_ = true;
   }
   wake_.notify_all();

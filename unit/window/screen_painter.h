@@ -27,13 +27,14 @@ class ScreenPainter {
   static constexpr std::chrono::milliseconds SHORTEST{40};  // from one picture to the next
   static constexpr std::chrono::milliseconds LOOK{1000};
   static constexpr std::chrono::milliseconds SILENCE{3000};
+  static constexpr int WIDEST = 2048;  // what every graphics processor takes
 
   ScreenPainter();
   ~ScreenPainter();
   ScreenPainter(const ScreenPainter&) = delete;
   ScreenPainter& operator=(const ScreenPainter&) = delete;
 
-  // The size of the pictures to come, in pixels. Any thread.
+  // The size of the pictures to come, in pixels; at most WIDEST and its three quarters. Any thread.
   void SetSize(int width, int height);
   // The picture to show now; another object for each. One that says that nothing is known while the screen
   // service gives no picture or has been silent for SILENCE: never an old number. May have another size than

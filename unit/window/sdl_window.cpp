@@ -159,13 +159,15 @@ place_t SdlWindow::PicturePlace() const {
 void SdlWindow::Show(const std::shared_ptr<const pixels_t>& picture, double brightness) {
   const auto shade = static_cast<std::uint8_t>(std::lround(brightness * 255));
   if (picture != shown_) Upload(picture);
-  if (!texture_ || (!stale_ && shade == shade_)) return;
-  SDL_SetTextureColorMod(texture_.get(), shade, shade, shade);
+  if (!stale_ && shade == shade_) return;
   const place_t place = PicturePlace();
   const SDL_Rect target{place.x, place.y, place.width, place.height};
   SDL_SetRenderDrawColor(renderer_.get(), 0, 0, 0, SDL_ALPHA_OPAQUE);
   SDL_RenderClear(renderer_.get());
-  SDL_RenderCopy(renderer_.get(), texture_.get(), nullptr, &target);
+  if (texture_) {  // else there is no memory for it, and nothing is better than an old picture
+    SDL_SetTextureColorMod(texture_.get(), shade, shade, shade);
+    SDL_RenderCopy(renderer_.get(), texture_.get(), nullptr, &target);
+  }
   SDL_RenderPresent(renderer_.get());
   shade_ = shade;
   stale_ = false;
