@@ -19,13 +19,14 @@ struct Options_t {
   std::string keyMapFile;            // which of its keys is which front key; empty: KeyMap::Default()
   std::string beeperDevice;          // evdev device that sounds; empty: none
   std::string backlightDirectory;    // sysfs folder of the display's light; empty: none
+  bool fullscreen = false;           // of the native window, where that is run
   std::size_t queueMessages = 4096;  // notification manager: bound of one subscriber's queue
   std::size_t queueBytes = 8U << 20U;
 };
 
 // A service's own view of itself. Each service publishes it once a second, as JSON, on HEALTH_CHANNEL_NAME.
 struct Status_t {
-  std::string name;  // "notify", "database", "j1939", "screen", "board", "panel"
+  std::string name;  // "notify", "database", "j1939", "screen", "board", "panel", "window"
   bool up = false;
   std::string detail;  // one line for a person, empty when there is nothing to say
   std::map<std::string, std::uint64_t> counters;

@@ -1,6 +1,7 @@
 // A service whose parts are one object: made at the start, destroyed at the stop.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -10,15 +11,19 @@
 
 namespace unit {
 
-// Worker(options) starts everything or throws std::runtime_error, ~Worker() ends it, and Worker::GetStatus()
+// Making a Worker starts everything or throws std::runtime_error, ~Worker() ends it, and Worker::GetStatus()
 // may come from any thread in between.
 template <class Worker>
 class WorkerService : public Service {
  public:
-  WorkerService(std::string name, Options_t options) : name_(std::move(name)), options_(std::move(options)) {}
+  using make_t = std::function<std::unique_ptr<Worker>()>;
+
+  WorkerService(std::string name, make_t make) : name_(std::move(name)), make_(std::move(make)) {}
+  WorkerService(std::string name, const Options_t& options)
+      : WorkerService(std::move(name), [options] { return std::make_unique<Worker>(options); }) {}
 
   void Start() override {
-    auto worker = std::make_unique<Worker>(options_);
+    auto worker = make_();
     const std::lock_guard lock(mutex_);
     worker_ = std::move(worker);
   }
@@ -36,7 +41,7 @@ class WorkerService : public Service {
 
  private:
   const std::string name_;
-  const Options_t options_;
+  const make_t make_;
   mutable std::mutex mutex_;  // guards worker_
   std::unique_ptr<Worker> worker_;
 };

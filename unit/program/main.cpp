@@ -27,6 +27,7 @@ struct RunArguments_t {
   std::string config;
   bool noHost = false;
   bool noOrvik = false;
+  bool window = false;
   unit::RunPlan_t plan;
 };
 
@@ -40,6 +41,7 @@ struct DatabaseArguments_t {
 struct ReplayArguments_t {
   unit::replay_options_t options;
   unit::RunPlan_t plan;
+  bool window = false;
 };
 
 struct EventArguments_t {
@@ -88,7 +90,7 @@ CLI::App* AddRun(CLI::App& app, RunArguments_t& run, unsigned& seconds) {
   auto* only = command
                    ->add_option("--only", run.only,
                                 "Run these alone (of notify, database, board, j1939, screen, "
-                                "panel, orvik, hx7), with commas between")
+                                "panel, window, orvik, hx7), with commas between")
                    ->delimiter(',')
                    ->check(isPart);
   command->add_option("--without", run.without, "Leave these out")
@@ -101,6 +103,9 @@ CLI::App* AddRun(CLI::App& app, RunArguments_t& run, unsigned& seconds) {
       ->capture_default_str();
   command->add_option("--config", run.config, "The configuration's folder");
   AddParts(*command, options);
+  command->add_flag("--window", run.window, "Show the screen in a window; keys 1 to 8 press there");
+  command->add_flag("--fullscreen", options.fullscreen,
+                    "Show it on the whole display, with a desktop or without");
   command->add_flag("--no-orvik", run.noOrvik, "Run the services without the application");
   AddHost(*command, run);
   command->add_option("--record", options.recordFile, "Write a log of the bus (candump -L)");
@@ -114,8 +119,8 @@ CLI::App* AddRun(CLI::App& app, RunArguments_t& run, unsigned& seconds) {
 
 int CarryRun(RunArguments_t& run, unsigned seconds) {
   unit::RunPlan_t& plan = run.plan;
-  plan.parts.insert(run.only.begin(), run.only.end());
-  if (run.only.empty()) plan.parts.insert(unit::PartNames().begin(), unit::PartNames().end());
+  plan.parts = run.only.empty() ? unit::UsualParts() : std::set<std::string>(run.only.begin(), run.only.end());
+  if (run.window || plan.options.fullscreen) plan.parts.insert(unit::WINDOW_PART);
   for (const std::string& part : run.without) plan.parts.erase(part);
   if (run.noOrvik) plan.parts.erase("orvik");
   if (run.noHost) plan.parts.erase("hx7");
@@ -181,6 +186,7 @@ void AddBundle(CLI::App& app, std::string& file, ReplayArguments_t& replay, unsi
       ->capture_default_str();
   show->add_flag("--check", replay.options.check,
                  "Stop at the end and compare the screen with the recorded one");
+  show->add_flag("--window", replay.window, "Show the screen in a window");
   unit::Options_t& options = replay.plan.options;
   show->add_option("--http", options.httpAddress, "Where the front panel listens")->capture_default_str();
   show->add_option("--socketcand", options.socketcandAddress, "Where the local bus listens")
@@ -189,7 +195,8 @@ void AddBundle(CLI::App& app, std::string& file, ReplayArguments_t& replay, unsi
   show->add_option("--snapshot", replay.plan.snapshotFile, "Write the picture as PNG before stopping")
       ->needs(limit);
   show->callback([&] {
-    replay.plan.parts.insert(unit::PartNames().begin(), unit::PartNames().end());
+    replay.plan.parts = unit::UsualParts();
+    if (replay.window) replay.plan.parts.insert(unit::WINDOW_PART);
     if (seconds > 0) replay.plan.seconds = seconds;
     unit::BlockStopSignals();
     result = unit::Replay(replay.options, replay.plan);

@@ -31,6 +31,7 @@
 #include "program/stop_signals.h"
 #include "program/supervisor.h"
 #include "screen/screen_service.h"
+#include "window/window_service.h"
 
 namespace unit {
 namespace {
@@ -52,12 +53,18 @@ struct Part_t {
   const char* name;
   std::unique_ptr<Service> (*make)(const Options_t& options);
 };
-constexpr std::array<Part_t, 6> SERVICES = {{{"notify", MakeNotifyService},
+
+std::unique_ptr<Service> MakeWindow(const Options_t& options) {
+  return MakeWindowService(options, RequestStop);
+}
+
+constexpr std::array<Part_t, 7> SERVICES = {{{"notify", MakeNotifyService},
                                              {"database", MakeDatabaseService},
                                              {"board", MakeBoardService},
                                              {"j1939", MakeJ1939Service},
                                              {"screen", MakeScreenService},
-                                             {"panel", MakePanelService}}};
+                                             {"panel", MakePanelService},
+                                             {WINDOW_PART, MakeWindow}}};
 
 // Asked for while the services start.
 struct Stopped {};
@@ -265,9 +272,15 @@ void UnitRun::ShowCounters() const {
 }  // namespace
 
 const std::vector<std::string>& PartNames() {
-  static const std::vector<std::string> NAMES = {"notify", "database", "board", "j1939",
-                                                 "screen", "panel",    "orvik", "hx7"};
+  static const std::vector<std::string> NAMES = {"notify", "database",  "board", "j1939", "screen",
+                                                 "panel",  WINDOW_PART, "orvik", "hx7"};
   return NAMES;
+}
+
+std::set<std::string> UsualParts() {
+  std::set<std::string> parts(PartNames().begin(), PartNames().end());
+  parts.erase(WINDOW_PART);
+  return parts;
 }
 
 int Run(const RunPlan_t& plan) {

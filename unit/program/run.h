@@ -13,6 +13,9 @@ namespace unit {
 
 // In the order of starting: the services of this process, then the programs "orvik" and "hx7".
 const std::vector<std::string>& PartNames();
+// Those that run where nobody names any: all but the native window.
+std::set<std::string> UsualParts();
+constexpr const char* WINDOW_PART = "window";
 
 struct RunPlan_t {
   Options_t options;

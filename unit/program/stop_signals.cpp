@@ -3,6 +3,8 @@
 #include <csignal>
 #include <ctime>
 
+#include <unistd.h>
+
 namespace unit {
 namespace {
 
@@ -33,6 +35,10 @@ bool StopRequested(std::chrono::milliseconds time) {
   const std::timespec wait{.tv_sec = time.count() / 1000, .tv_nsec = time.count() % 1000 * 1'000'000};
   const int signal = sigtimedwait(&signals, nullptr, &wait);
   return signal > 0 && signal != SIGCHLD;
+}
+
+void RequestStop() {
+  kill(getpid(), SIGTERM);
 }
 
 }  // namespace unit

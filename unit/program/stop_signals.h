@@ -14,5 +14,7 @@ void UnblockStopSignals();
 // Waits at most `time`, or until a child has ended. True when a stop has been asked for; each request counts
 // once.
 bool StopRequested(std::chrono::milliseconds time);
+// Asks for a stop as Ctrl-C does. Any thread.
+void RequestStop();
 
 }  // namespace unit

@@ -76,22 +76,42 @@ cairo_status_t Append(void* closure, const unsigned char* data, unsigned length)
   return CAIRO_STATUS_SUCCESS;
 }
 
-}  // namespace
-
-std::string RenderPng(const std::string& svg, double scale) {
-  [[maybe_unused]] const LibraryScope scope;
+// On the whole of the surface.
+void Draw(const std::string& svg, const std::string& style, cairo_surface_t& surface) {
   GError* error = nullptr;
   const std::basic_string<guint8> bytes(svg.begin(), svg.end());
   const handle_t handle(rsvg_handle_new_from_data(bytes.data(), bytes.size(), &error));
   if (!handle) Fail(error);
+  const std::basic_string<guint8> css(style.begin(), style.end());
+  if (rsvg_handle_set_stylesheet(handle.get(), css.data(), css.size(), &error) == FALSE) Fail(error);
+  const context_t context(cairo_create(&surface));
+  const RsvgRectangle viewport{0, 0, static_cast<double>(cairo_image_surface_get_width(&surface)),
+                               static_cast<double>(cairo_image_surface_get_height(&surface))};
+  if (rsvg_handle_render_document(handle.get(), context.get(), &viewport, &error) == FALSE) Fail(error);
+  cairo_surface_flush(&surface);
+}
+
+}  // namespace
+
+std::string RenderPng(const std::string& svg, double scale) {
+  [[maybe_unused]] const LibraryScope scope;
   const surface_t surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(SCREEN_WIDTH * scale),
                                                      static_cast<int>(SCREEN_HEIGHT * scale)));
-  const context_t context(cairo_create(surface.get()));
-  const RsvgRectangle viewport{0, 0, SCREEN_WIDTH * scale, SCREEN_HEIGHT * scale};
-  if (rsvg_handle_render_document(handle.get(), context.get(), &viewport, &error) == FALSE) Fail(error);
+  Draw(svg, {}, *surface);
   std::string png;
   if (cairo_surface_write_to_png_stream(surface.get(), Append, &png) != CAIRO_STATUS_SUCCESS) Fail(nullptr);
   return png;
+}
+
+pixels_t RenderPixels(const std::string& svg, int width, int height, const std::string& style) {
+  [[maybe_unused]] const LibraryScope scope;
+  pixels_t pixels{width, height, {}};
+  pixels.values.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+  // cairo's format is this very one: 32 bits a pixel in the machine's order, rows without a gap.
+  const surface_t surface(cairo_image_surface_create_for_data(
+      reinterpret_cast<unsigned char*>(pixels.values.data()), CAIRO_FORMAT_RGB24, width, height, width * 4));
+  Draw(svg, style, *surface);
+  return pixels;
 }
 
 }  // namespace unit

@@ -13,15 +13,15 @@
 namespace platform {
 
 constexpr const char* BOARD_OBJECT_NAME = "/OrvikBoard";
-constexpr std::uint32_t BOARD_MAGIC = 0x4F42'0002;
+constexpr std::uint32_t BOARD_MAGIC = 0x4F42'0003;
 
 using board_word_t = std::atomic<std::uint32_t>;
 static_assert(board_word_t::is_always_lock_free);
 
 // Who can hold the front keys. Each has a word of its own: a key is held while anyone holds it, and nobody's
 // release lifts the finger of another.
-enum class key_source_t : std::size_t { kPanel, kKeyDevice };
-constexpr std::size_t KEY_SOURCES = 2;
+enum class key_source_t : std::size_t { kPanel, kKeyDevice, kWindow };
+constexpr std::size_t KEY_SOURCES = 3;
 
 struct board_state_t {
   board_word_t magic;                              // BOARD_MAGIC once the board is up

@@ -1,0 +1,160 @@
+"""The native window on a real X server: picture, keys, brightness, sound and end."""
+
+import array
+import io
+import os
+import subprocess
+
+import pytest
+from PIL import Image, ImageEnhance
+from Xlib import XK, X
+from Xlib.display import Display
+from Xlib.ext import xtest
+from Xlib.protocol.event import ClientMessage
+
+from desk import BIN, CONFIG, wait_for
+from pictures import MEAN_TOLERANCE, TILE_TOLERANCE, compare, png_of
+
+WHOLE = (0, 0, 640, 480)
+VEIL_RED = (0xFF, 0x5A, 0x5F)
+
+
+class Screen:
+    """An X server without a window manager, as a person sees and uses it."""
+
+    def __init__(self, name):
+        self.environment = {"DISPLAY": name, "SDL_RENDER_DRIVER": "software", "SDL_AUDIODRIVER": "dummy"}
+        self.display = Display(name)
+        self.root = self.display.screen().root
+
+    def find_window(self, unit):
+        unit.wait_line("window is up")
+        windows = self.root.query_tree().children
+        self.window = next(window for window in windows if window.get_wm_name() == "Orvik display unit")
+        self.focus(self.window)
+
+    def focus(self, window):
+        self.display.set_input_focus(window, X.RevertToParent, X.CurrentTime)
+        self.display.sync()
+
+    def key(self, name, down=True):
+        code = self.display.keysym_to_keycode(XK.string_to_keysym(name))
+        xtest.fake_input(self.display, X.KeyPress if down else X.KeyRelease, code)
+        self.display.sync()
+
+    def close_window(self):
+        protocols, delete = (self.display.intern_atom(name) for name in ("WM_PROTOCOLS", "WM_DELETE_WINDOW"))
+        self.window.send_event(ClientMessage(window=self.window, client_type=protocols, data=(32, [delete, 0, 0, 0, 0])))
+        self.display.sync()
+
+    def picture(self):
+        size = self.window.get_geometry()
+        data = self.window.get_image(0, 0, size.width, size.height, X.ZPixmap, 0xFFFFFFFF).data
+        return Image.frombytes("RGB", (size.width, size.height), data, "raw", "BGRX")
+
+    def wait_picture(self, desk, place, share=1.0):
+        """Until this part of the window shows the unit's screen at this share of its brightness, and nothing lies beside."""
+        def alike():
+            png = Image.open(io.BytesIO(desk.request("GET", "/screen.png")[1])).convert("RGB")
+            shown = self.picture()
+            part = shown.crop(place).resize(png.size, Image.BOX)
+            mean, tile, _ = compare(png_of(ImageEnhance.Brightness(png).enhance(share)), png_of(part))
+            shown.paste((0, 0, 0), place)
+            # Glyphs that are drawn larger have other edges.
+            return shown.getbbox() is None and mean <= 2 * MEAN_TOLERANCE and tile <= TILE_TOLERANCE
+
+        wait_for(alike, f"the screen at {place}", 20)
+
+
+@pytest.fixture
+def screen():
+    reading, writing = os.pipe()
+    server = subprocess.Popen(["Xvfb", "-displayfd", str(writing), "-screen", "0", "1000x720x24", "-nolisten", "tcp"],
+                              pass_fds=[writing], stderr=subprocess.DEVNULL)
+    os.close(writing)
+    with os.fdopen(reading) as number:
+        yield Screen(":" + number.readline().strip())
+    server.terminate()
+    server.wait()
+
+
+def wait_held(desk, *keys):
+    wait_for(lambda: [n + 1 for n, down in enumerate(desk.get("/api/board")["keys"]) if down] == list(keys), f"keys {keys}")
+
+
+def test_the_picture_fills_every_size_and_is_as_bright_as_the_backlight(make_desk, screen):
+    desk = make_desk("--window", program="orvik_bound", **screen.environment)
+    screen.find_window(desk.unit)
+    desk.go_to("Main").send_message([7, 13, 3])
+    screen.wait_picture(desk, WHOLE)
+    screen.window.configure(x=0, y=0, width=1000, height=600)
+    screen.wait_picture(desk, (100, 0, 900, 600))
+    for duty in (95, 90):
+        desk.press(8)  # darker, in the bindings of this program
+        wait_for(lambda: desk.get("/api/board")["backlight"]["duty"] == duty, f"{duty} %")
+    screen.wait_picture(desk, (100, 0, 900, 600), 0.15 + 0.85 * 0.9)
+
+
+def test_keys_are_held_beside_the_panels_while_the_window_has_the_keyboard(make_desk, screen):
+    desk = make_desk("--window", orvik=False, **screen.environment)
+    screen.find_window(desk.unit)
+    for key, down, held in [("1", True, [1]), ("KP_8", True, [1, 8]), ("8", True, [1, 8]), ("KP_8", False, [1, 8]),
+                            ("9", True, [1, 8]), ("8", False, [1])]:
+        screen.key(key, down)
+        wait_held(desk, *held)
+    desk.key(1, True)
+    desk.key(2, True)
+    screen.focus(screen.root)
+    desk.key(1, False)
+    wait_held(desk, 2)
+    screen.key("1", False)
+    screen.focus(screen.window)
+    screen.key("3")
+    wait_held(desk, 2, 3)
+    screen.close_window()
+    assert desk.unit.wait_exit() == 0
+
+
+def test_fullscreen_stays_until_control_c(make_desk, screen):
+    desk = make_desk("--fullscreen", orvik=False, **screen.environment)
+    screen.find_window(desk.unit)
+    screen.wait_picture(desk, (20, 0, 980, 720))
+    screen.key("Escape")
+    screen.key("4")
+    wait_held(desk, 4)
+    screen.key("Control_L")
+    screen.key("c")
+    assert desk.unit.wait_exit() == 0
+
+
+def test_the_beeper_is_heard(make_desk, screen, tmp_path):
+    sound = tmp_path / "sound"
+    desk = make_desk("--window", **screen.environment | {"SDL_AUDIODRIVER": "disk", "SDL_DISKAUDIOFILE": str(sound)})
+    bus = desk.go_to("Main")
+    tone = ([1] * 10 + [-1] * 10) * 51  # 2400 Hz of 48,000
+
+    def hears(*waves):
+        whole = sound.read_bytes()
+        signs = [(sample > 0) - (sample < 0) for sample in array.array("f", whole[:len(whole) // 4 * 4])[-1000:]]
+        return signs in waves
+
+    for message, waves in [([4, 0], [[0] * 1000]), ([4, 255], [tone[n:n + 1000] for n in range(20)]), ([4, 0], [[0] * 1000])]:
+        bus.send_message(message)
+        wait_for(lambda: hears(*waves), f"the sound of {message}")
+
+
+def test_a_window_of_its_own_process_never_keeps_an_old_picture(make_desk, screen):
+    desk = make_desk(orvik=False, SDL_VIDEODRIVER="x11", DISPLAY=":none")
+    alone = (BIN / "unit", "run", "--only", "window", "--config", CONFIG)
+    status, _, errors = desk.run(*alone)
+    assert status == 1 and "set DISPLAY" in errors
+    desk.environment = screen.environment
+    window = desk.start(*alone)
+    screen.find_window(window)
+    screen.wait_picture(desk, WHOLE)
+    desk.unit.child.kill()
+    wait_for(lambda: VEIL_RED in set(screen.picture().getdata()), "the veil")
+    desk.start_unit()
+    screen.wait_picture(desk, WHOLE)
+    screen.key("Escape")
+    assert window.wait_exit() == 0

@@ -1,0 +1,22 @@
+#include "window/beep_tone.h"
+
+#include <algorithm>
+
+namespace unit {
+
+static_assert(BeepTone::WAVE % 2 == 0 && BeepTone::WAVE * BeeperDevice::TONE_HERTZ == BeepTone::SAMPLE_RATE,
+              "the halves of a wave have to be equal, and a second to hold whole waves");
+
+void BeepTone::Fill(std::span<float> samples, bool on) {
+  if (!on) {
+    std::ranges::fill(samples, 0.0F);
+    position_ = 0;
+    return;
+  }
+  for (float& sample : samples) {
+    sample = position_ < WAVE / 2 ? LEVEL : -LEVEL;
+    position_ = (position_ + 1) % WAVE;
+  }
+}
+
+}  // namespace unit

@@ -1,0 +1,41 @@
+#include "window/picture_rules.h"
+
+#include <algorithm>
+
+namespace unit {
+namespace {
+
+constexpr double DARKEST = 0.15;
+
+// At the end of each period, for half of it.
+bool IsDim(std::chrono::milliseconds time, std::chrono::milliseconds period) {
+  return time % period >= period / 2;
+}
+
+}  // namespace
+
+place_t FitPicture(int windowWidth, int windowHeight) {
+  const int width = std::max(1, std::min(windowWidth, windowHeight * PICTURE_WIDTH / PICTURE_HEIGHT));
+  const int height = std::max(1, std::min(windowHeight, windowWidth * PICTURE_HEIGHT / PICTURE_WIDTH));
+  return {(windowWidth - width) / 2, (windowHeight - height) / 2, width, height};
+}
+
+double PictureBrightness(const board_view_t& board) {
+  if (!board.backlightEnabled || board.backlightPeriod == 0) return 1;
+  const double part = std::min(1.0, double{1} * board.backlightDuty / board.backlightPeriod);
+  return DARKEST + (1 - DARKEST) * part;
+}
+
+bool HasFlash(const std::string& svg) {
+  return svg.find("data-flashing=") != std::string::npos;
+}
+
+std::string FlashStyle(const std::string& svg, std::chrono::milliseconds time) {
+  if (!HasFlash(svg)) return {};
+  std::string style;
+  if (IsDim(time, 4 * FLASH_STEP)) style += R"([data-flashing="1"]{opacity:0.25!important})";
+  if (IsDim(time, 2 * FLASH_STEP)) style += R"([data-flashing="2"]{opacity:0.25!important})";
+  return style;
+}
+
+}  // namespace unit

@@ -1,0 +1,130 @@
+#include "window/screen_painter.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include "screen/screen_requests.h"
+#include "window/picture_rules.h"
+
+namespace unit {
+namespace {
+
+constexpr const char* VEIL = R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 640 480">
+<rect width="640" height="480" fill="#0b0f14"/>
+<g font-family="B612, DejaVu Sans, sans-serif" text-anchor="middle">
+<text x="320" y="232" font-size="26" font-weight="bold" fill="#ff5a5f">No picture</text>
+<text x="320" y="268" font-size="18" fill="#8fa3b5">What the unit shows is not known. Trying again.</text>
+</g></svg>)";
+
+std::chrono::milliseconds Milliseconds(ScreenPainter::clock_t::time_point time) {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch());
+}
+
+}  // namespace
+
+ScreenPainter::ScreenPainter()
+    : veil_(std::make_shared<pixels_t>(RenderPixels(VEIL, PICTURE_WIDTH, PICTURE_HEIGHT))),
+      problem_("not asked for yet"),
+      width_(PICTURE_WIDTH),
+      height_(PICTURE_HEIGHT) {
+  thread_ = std::thread([this] { Run(); });
+  subscriber_ = std::make_unique<Subscriber>(
+      std::vector<std::string>{SCREEN_CHANGES_CHANNEL_NAME}, [this](auto, auto) { Wake(); },
+      [this] { Wake(); });
+}
+
+ScreenPainter::~ScreenPainter() {
+  subscriber_.reset();
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  wake_.notify_all();
+  thread_.join();
+}
+
+void ScreenPainter::Wake() {
+  {
+    const std::lock_guard lock(mutex_);
+    changed_ = true;
+  }
+  wake_.notify_all();
+}
+
+void ScreenPainter::SetSize(int width, int height) {
+  const place_t size = FitPicture(std::min(width, WIDEST), height);
+  {
+    const std::lock_guard lock(mutex_);
+    if (size.width == width_ && size.height == height_) return;
+    width_ = size.width;
+    height_ = size.height;
+    changed_ = true;
+  }
+  wake_.notify_all();
+}
+
+ScreenPainter::picture_t ScreenPainter::Latest(clock_t::time_point now) const {
+  const std::lock_guard lock(mutex_);
+  return picture_ && now - heard_ < SILENCE ? picture_ : veil_;
+}
+
+std::string ScreenPainter::Problem(clock_t::time_point now) const {
+  const std::lock_guard lock(mutex_);
+  if (!picture_) return problem_;
+  return now - heard_ < SILENCE ? std::string() : "the screen service is silent";
+}
+
+void ScreenPainter::Run() {
+  std::unique_lock lock(mutex_);
+  while (!stopping_) {
+    changed_ = false;
+    const int width = width_, height = height_;
+    lock.unlock();
+    Step(width, height);
+    lock.lock();
+    wake_.wait_until(lock, look_ + SHORTEST, [this] { return stopping_; });
+    wake_.wait_until(lock, NextLook(), [this] { return stopping_ || changed_; });
+  }
+}
+
+void ScreenPainter::Step(int width, int height) {
+  look_ = clock_t::now();
+  Source_t source;
+  if (!AskScreen(SCREEN_REQUEST_SVG, source.svg)) return Lose(source.svg);
+  source.style = FlashStyle(source.svg, Milliseconds(look_));
+  source.width = width;
+  source.height = height;
+  Draw(std::move(source));
+}
+
+// What the screen shows is known again as of the question, not of the end of the drawing.
+void ScreenPainter::Draw(Source_t source) {
+  picture_t picture;
+  if (source != drawn_) {
+    try {
+      picture = std::make_shared<pixels_t>(RenderPixels(source.svg, source.width, source.height, source.style));
+    } catch (const std::runtime_error& error) {
+      return Lose(error.what());
+    }
+    drawn_ = std::move(source);
+    ++pictures_;
+  }
+  const std::lock_guard lock(mutex_);
+  if (picture) picture_ = std::move(picture);
+  heard_ = look_;
+}
+
+void ScreenPainter::Lose(const std::string& problem) {
+  drawn_ = {};
+  const std::lock_guard lock(mutex_);
+  picture_.reset();
+  problem_ = problem;
+}
+
+ScreenPainter::clock_t::time_point ScreenPainter::NextLook() const {
+  if (!HasFlash(drawn_.svg)) return look_ + LOOK;
+  return look_ + FLASH_STEP - Milliseconds(look_) % FLASH_STEP;
+}
+
+}  // namespace unit

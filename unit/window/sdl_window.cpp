@@ -1,0 +1,244 @@
+#include "window/sdl_window.h"
+
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <span>
+#include <stdexcept>
+
+#include <SDL.h>
+
+#include "window/beep_tone.h"
+
+namespace unit {
+namespace {
+
+constexpr const char* TITLE = "Orvik display unit";
+constexpr int SMALLEST_WIDTH = 160, SMALLEST_HEIGHT = 120;
+constexpr std::uint16_t SAMPLES_AHEAD = 512;  // 11 ms, about the pace of the board's other outputs
+constexpr int KEYPAD_SHIFT = 8;
+
+// SDL falls back to drivers that show nothing. What the environment names goes before these.
+constexpr const char* REAL_DISPLAYS = "x11,wayland,KMSDRM";
+
+void SetHints(bool fullscreen) {
+  const std::array<std::array<const char*, 2>, 6> hints = {{
+      {SDL_HINT_NO_SIGNAL_HANDLERS, "1"},  // SIGINT and SIGTERM are the program's
+      {SDL_HINT_VIDEODRIVER, REAL_DISPLAYS},
+      {SDL_HINT_APP_NAME, TITLE},
+      {SDL_HINT_RENDER_SCALE_QUALITY, "linear"},
+      {SDL_HINT_VIDEO_X11_NET_WM_BYPASS_COMPOSITOR, "0"},  // it is no game
+      // A display unit never goes dark by itself; a desk may.
+      {SDL_HINT_VIDEO_ALLOW_SCREENSAVER, fullscreen ? "0" : "1"},
+  }};
+  for (const auto& [name, value] : hints) SDL_SetHintWithPriority(name, value, SDL_HINT_DEFAULT);
+}
+
+std::unique_ptr<SdlPart> OpenVideo(bool fullscreen) {
+  SetHints(fullscreen);
+  try {
+    return std::make_unique<SdlPart>(SDL_INIT_VIDEO);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(
+        std::string("no display can be opened (") + error.what() +
+        "). In a desktop session set DISPLAY or WAYLAND_DISPLAY; on a unit without a desktop "
+        "let this user read and write /dev/dri (group video) and read /dev/input (group "
+        "input). Without the window the front panel shows the screen.");
+  }
+}
+
+[[noreturn]] void FailToOpen() {
+  throw std::runtime_error(std::string("the window cannot be made: ") + SDL_GetError() +
+                           ". SDL_RENDER_DRIVER=software does without the graphics processor.");
+}
+
+// The bit of a digit 1 to 8 of the keyboard or its keypad, by the key's place; 0 for any other key.
+std::uint32_t FingerOf(SDL_Scancode code) {
+  if (code >= SDL_SCANCODE_1 && code <= SDL_SCANCODE_8) return KeyBit(code - SDL_SCANCODE_1 + 1);
+  if (code >= SDL_SCANCODE_KP_1 && code <= SDL_SCANCODE_KP_8) {
+    return KeyBit(code - SDL_SCANCODE_KP_1 + 1) << KEYPAD_SHIFT;
+  }
+  return 0;
+}
+
+}  // namespace
+
+SdlPart::SdlPart(std::uint32_t flag) : flag_(flag) {
+  SDL_ClearError();
+  if (SDL_InitSubSystem(flag) != 0) throw std::runtime_error(SDL_GetError());
+}
+
+SdlPart::~SdlPart() {
+  SDL_QuitSubSystem(flag_);
+}
+
+// --- Window
+
+void SdlWindow::Release::operator()(SDL_Window* window) const {
+  SDL_DestroyWindow(window);
+}
+
+void SdlWindow::Release::operator()(SDL_Renderer* renderer) const {
+  SDL_DestroyRenderer(renderer);
+}
+
+void SdlWindow::Release::operator()(SDL_Texture* texture) const {
+  SDL_DestroyTexture(texture);
+}
+
+SdlWindow::SdlWindow(bool fullscreen) : fullscreen_(fullscreen), video_(OpenVideo(fullscreen)) {
+  SDL_Rect size{0, 0, PICTURE_WIDTH, PICTURE_HEIGHT};
+  // An X server without a window manager leaves it in the size that it was made with.
+  if (fullscreen) SDL_GetDisplayBounds(0, &size);
+  const std::uint32_t kind = fullscreen ? SDL_WINDOW_FULLSCREEN_DESKTOP : SDL_WINDOW_RESIZABLE;
+  window_.reset(SDL_CreateWindow(TITLE, SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, size.w, size.h,
+                                 kind | SDL_WINDOW_ALLOW_HIGHDPI));
+  if (!window_) FailToOpen();
+  renderer_.reset(SDL_CreateRenderer(window_.get(), -1, 0));
+  if (!renderer_) FailToOpen();
+  SDL_SetWindowMinimumSize(window_.get(), SMALLEST_WIDTH, SMALLEST_HEIGHT);
+  SDL_StopTextInput();  // an input method would swallow digits
+  if (fullscreen) SDL_ShowCursor(SDL_DISABLE);
+}
+
+SdlWindow::~SdlWindow() = default;
+
+bool SdlWindow::TakeEvents() {
+  bool end = false;
+  SDL_Event event;
+  while (SDL_PollEvent(&event) != 0) end = Take(event) || end;
+  return end;
+}
+
+bool SdlWindow::Take(const SDL_Event& event) {
+  switch (event.type) {
+    case SDL_QUIT:
+      return true;
+    case SDL_WINDOWEVENT:
+      stale_ = true;  // moved, uncovered, another size
+      if (event.window.event == SDL_WINDOWEVENT_FOCUS_LOST) fingers_ = 0;
+      break;
+    case SDL_RENDER_TARGETS_RESET:
+    case SDL_RENDER_DEVICE_RESET:
+      texture_.reset();
+      shown_.reset();
+      break;
+    case SDL_KEYDOWN:
+      return TakeKey(event.key);
+    case SDL_KEYUP:
+      fingers_ &= ~FingerOf(event.key.keysym.scancode);
+      break;
+    default:
+      break;
+  }
+  return false;
+}
+
+// A console that SDL shows on hands Ctrl-C to the window alone, and a unit has no other way out: its front keys
+// are no Escape.
+bool SdlWindow::TakeKey(const SDL_KeyboardEvent& key) {
+  const unsigned modifiers = key.keysym.mod;
+  if (key.repeat != 0) return false;
+  if ((modifiers & (KMOD_CTRL | KMOD_ALT | KMOD_GUI)) != 0) {
+    return (modifiers & KMOD_CTRL) != 0 && key.keysym.sym == SDLK_c;
+  }
+  fingers_ |= FingerOf(key.keysym.scancode);
+  return !fullscreen_ && key.keysym.sym == SDLK_ESCAPE;
+}
+
+std::uint32_t SdlWindow::KeysHeld() const {
+  return (fingers_ | fingers_ >> KEYPAD_SHIFT) & 0xFFU;
+}
+
+place_t SdlWindow::PicturePlace() const {
+  int width = PICTURE_WIDTH, height = PICTURE_HEIGHT;
+  SDL_GetRendererOutputSize(renderer_.get(), &width, &height);
+  return FitPicture(width, height);
+}
+
+void SdlWindow::Show(const std::shared_ptr<const pixels_t>& picture, double brightness) {
+  const auto shade = static_cast<std::uint8_t>(std::lround(brightness * 255));
+  if (picture != shown_) Upload(picture);
+  if (!stale_ && shade == shade_) return;
+  const place_t place = PicturePlace();
+  const SDL_Rect target{place.x, place.y, place.width, place.height};
+  SDL_SetRenderDrawColor(renderer_.get(), 0, 0, 0, SDL_ALPHA_OPAQUE);
+  SDL_RenderClear(renderer_.get());
+  if (texture_) {  // else there is no memory for it, and nothing is better than an old picture
+    SDL_SetTextureColorMod(texture_.get(), shade, shade, shade);
+    SDL_RenderCopy(renderer_.get(), texture_.get(), nullptr, &target);
+  }
+  SDL_RenderPresent(renderer_.get());
+  shade_ = shade;
+  stale_ = false;
+}
+
+void SdlWindow::Upload(const std::shared_ptr<const pixels_t>& picture) {
+  if (!texture_ || !shown_ || shown_->width != picture->width || shown_->height != picture->height) {
+    texture_.reset(SDL_CreateTexture(renderer_.get(), SDL_PIXELFORMAT_RGB888, SDL_TEXTUREACCESS_STREAMING,
+                                     picture->width, picture->height));
+  }
+  shown_ = picture;
+  stale_ = true;
+  if (!texture_) return;
+  SDL_UpdateTexture(texture_.get(), nullptr, picture->values.data(),
+                    picture->width * static_cast<int>(sizeof picture->values[0]));
+}
+
+std::string SdlWindow::Driver() const {
+  return SDL_GetCurrentVideoDriver();
+}
+
+// --- Speaker
+
+struct SdlSpeaker::Tone_t {
+  std::atomic<bool> on{false};
+  BeepTone tone;  // the audio thread's
+
+  static void Fill(void* self, Uint8* bytes, int size) {
+    auto& tone = *static_cast<Tone_t*>(self);
+    const std::span samples(reinterpret_cast<float*>(bytes), static_cast<std::size_t>(size) / sizeof(float));
+    tone.tone.Fill(samples, tone.on);
+  }
+};
+
+SdlSpeaker::SdlSpeaker() : tone_(std::make_unique<Tone_t>()) {}
+
+SdlSpeaker::~SdlSpeaker() {
+  if (device_ != 0) SDL_CloseAudioDevice(device_);
+}
+
+void SdlSpeaker::Sound(bool on, time_t now) {
+  tone_->on = on;
+  if (now < nextLook_) return;
+  nextLook_ = now + RETRY;
+  try {
+    LookAfter();
+    problem_.clear();
+  } catch (const std::runtime_error& error) {
+    problem_ = error.what();
+  }
+}
+
+// Without a device SDL's drivers are not asked to open one: they would tell the terminal at length.
+void SdlSpeaker::LookAfter() {
+  if (device_ != 0 && SDL_GetAudioDeviceStatus(device_) == SDL_AUDIO_STOPPED) {
+    SDL_CloseAudioDevice(device_);
+    device_ = 0;
+  }
+  if (device_ != 0) return;
+  if (!audio_) audio_ = std::make_unique<SdlPart>(SDL_INIT_AUDIO);
+  if (SDL_GetNumAudioDevices(0) == 0) throw std::runtime_error("no audio device");
+  SDL_AudioSpec wanted{};
+  wanted.freq = BeepTone::SAMPLE_RATE;
+  wanted.format = AUDIO_F32SYS;
+  wanted.channels = 1;
+  wanted.samples = SAMPLES_AHEAD;
+  wanted.callback = Tone_t::Fill;
+  wanted.userdata = tone_.get();
+  device_ = SDL_OpenAudioDevice(nullptr, 0, &wanted, nullptr, 0);
+  if (device_ == 0) throw std::runtime_error(SDL_GetError());
+  SDL_PauseAudioDevice(device_, 0);
+}
+
+}  // namespace unit
