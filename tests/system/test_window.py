@@ -23,7 +23,8 @@ class Screen:
     """An X server without a window manager, as a person sees and uses it."""
 
     def __init__(self, name):
-        self.environment = {"DISPLAY": name, "SDL_RENDER_DRIVER": "software", "SDL_AUDIODRIVER": "dummy"}
+        self.environment = {"DISPLAY": name, "SDL_AUDIODRIVER": "dummy", "SDL_RENDER_DRIVER": "software",
+                            "SDL_FRAMEBUFFER_ACCELERATION": "0"}  # no driver of a graphics processor
         self.display = Display(name)
         self.root = self.display.screen().root
 

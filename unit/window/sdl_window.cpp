@@ -74,6 +74,10 @@ SdlPart::~SdlPart() {
 
 // --- Window
 
+SdlWindow::Library::~Library() {
+  SDL_Quit();
+}
+
 void SdlWindow::Release::operator()(SDL_Window* window) const {
   SDL_DestroyWindow(window);
 }
@@ -86,7 +90,7 @@ void SdlWindow::Release::operator()(SDL_Texture* texture) const {
   SDL_DestroyTexture(texture);
 }
 
-SdlWindow::SdlWindow(bool fullscreen) : fullscreen_(fullscreen), video_(OpenVideo(fullscreen)) {
+SdlWindow::SdlWindow(bool fullscreen) : fullscreen_(fullscreen), library_(), video_(OpenVideo(fullscreen)) {
   SDL_Rect size{0, 0, PICTURE_WIDTH, PICTURE_HEIGHT};
   // An X server without a window manager leaves it in the size that it was made with.
   if (fullscreen) SDL_GetDisplayBounds(0, &size);

@@ -34,6 +34,7 @@ class SdlPart {
   const std::uint32_t flag_;
 };
 
+// One at a time, and alive longer than any speaker.
 class SdlWindow {
  public:
   // `fullscreen`: takes the whole display and hides the pointer. Throws std::runtime_error with what is wrong
@@ -68,7 +69,12 @@ class SdlWindow {
   bool TakeKey(const SDL_KeyboardEvent& key);
   void Upload(const std::shared_ptr<const pixels_t>& picture);
 
+  struct Library {  // gives back what SDL keeps beside its parts
+    ~Library();
+  };
+
   const bool fullscreen_;
+  const Library library_;
   const std::unique_ptr<SdlPart> video_;
   std::unique_ptr<SDL_Window, Release> window_;
   std::unique_ptr<SDL_Renderer, Release> renderer_;
