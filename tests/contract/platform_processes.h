@@ -23,7 +23,7 @@
 #include "platform/messages.h"
 #include "platform/names.h"
 
-#include "tests/unit/services/runtime_directory.h"
+#include "tests/unit/support/runtime_directory.h"
 
 namespace contract {
 

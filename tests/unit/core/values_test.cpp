@@ -1,9 +1,10 @@
+// What the record is given: values, their rounding and their formats, and the names of the configuration.
 #include <array>
-#include <cmath>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
-#include "core/command_counters.h"
+#include "core/generic_config.h"
 #include "core/operating_values.h"
 #include "support/console_capture.h"
 #include "support/test_record.h"
@@ -56,46 +57,6 @@ TEST(Setters, TakeTheGridAndItsBlankFromLanguageAndSystemVersion) {
   }
 }
 
-TEST(Setters, RefuseIllegalUnitsAndLanguages) {
-  TestRecord record;
-  SetLanguage(record, 4);
-  SetUnits(record, 1);
-  ConsoleCapture console;
-  SetLanguage(record, 6);
-  SetUnits(record, 2);
-  EXPECT_EQ(console.Err(), "Orvik: ERROR!  Illegal language id 6\nOrvik: ERROR!  Illegal units id 2\n");
-  EXPECT_EQ(record->language, 4);
-  EXPECT_EQ(record->units, 1);
-}
-
-TEST(LampWord, GivesTheValueWhereAnyBitOfTheMaskIsSet) {
-  TestRecord record;
-  struct case_t {
-    unsigned word;
-    int mask, value;
-    double expected;
-  };
-  for (const case_t& c : {case_t{4, 4, 7, 7.0},
-                          {0, 4, 7, 0.0},
-                          {0x80000000U, static_cast<int>(0x80000000U), 1, 1.0},
-                          {0x0C, 0x06, -3, -3.0}}) {
-    SetLEDState(record, c.word);
-    EXPECT_EQ(GetLEDState(record, c.mask, c.value), c.expected);
-  }
-}
-
-TEST(CommandCounters, PublishTheTotalAndPrintNameAndCount) {
-  TestRecord record;
-  CommandCounts[COUNT_TOTAL_CMDS] = 41;
-  CommandCounts[26] = 7;
-  IncrementCommandCounter(record, COUNT_TOTAL_CMDS);
-  IncrementCommandCounter(record, 31);  // outside the table
-  EXPECT_EQ(ParameterValue("OrvikTotalHX7Commands"), 42.0);
-  ConsoleCapture console;
-  DumpCommandCounter(26);
-  EXPECT_EQ(console.Out(), "CMD8    - Set Command Protocol Version : 7\n");
-}
-
 TEST(Dates, AreReformattedAndUnknownMonthsAreMinusOne) {
   struct case_t {
     const char *in, *out;
@@ -112,6 +73,31 @@ TEST(Dates, AreReformattedAndUnknownMonthsAreMinusOne) {
   std::array<char, 4> text{};
   StringToCharArray(text.data(), "longer than that", 4);
   EXPECT_STREQ(text.data(), "lon");
+}
+
+TEST(GenericConfiguration, FillsIdentityAndNamesInAnyOrderOfSections) {
+  TestRecord record;
+  record->variableHandles.clear();
+  std::istringstream stream(R"(<?xml version="1.0"?><!-- names -->
+    <orvik-generic CT-version="1" createdBy="me" version="2" xml-date="d"><App id="7" name="N"/>
+    <Events channel="E"><Event name="e" id="4"/><Event name="e" id="5"/><Action name="no" id="1"/></Events>
+    <Unknown><Action name="no" id="1"/></Unknown><Action name="no" id="1"/>
+    <ScreenApi><Object name="w" id="9"/></ScreenApi>
+    <Variables><Variable name="load" var="OrvikLoad"/><Variable name="x" var="NoSuchParameter"/></Variables>
+    <Actions channel="A"><Action name="a" id="3"/></Actions></orvik-generic>)");
+  ConsoleCapture console;
+  parseGeneric(stream, record);
+  EXPECT_EQ(console.Err(), "");
+  EXPECT_EQ(record->ctVersion + record->createdBy + record->configVersion + record->xmlDate, "1me2d");
+  EXPECT_EQ(record->appId, 7);
+  EXPECT_EQ(record->appName, "N");
+  EXPECT_EQ(record->eventChannelName, "E");
+  EXPECT_EQ(record->actionChannelName, "A");
+  EXPECT_EQ(record->eventIds, (name_map_t{{"e", 4}}));
+  EXPECT_EQ(record->actionIds, (name_map_t{{"a", 3}}));
+  EXPECT_EQ(record->screenObjectIds, (name_map_t{{"w", 9}}));
+  EXPECT_EQ(record->variableHandles.size(), 1U);
+  EXPECT_EQ(record->variableHandles.at("load"), static_cast<int>(record->variables.load));
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include "database/attach.h"
 #include "gmock/gmock.h"
 #include "services/dbshm.h"
-#include "tests/unit/services/runtime_directory.h"
+#include "tests/unit/support/runtime_directory.h"
 
 namespace unit {
 namespace {

@@ -5,7 +5,6 @@
 #include <fstream>
 #include <map>
 #include <optional>
-#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -158,25 +157,6 @@ TEST_F(PageFlow, WhateverAsksForAPageGetsOneThatTheApplicationKnows) {
         std::any_of(PageDefinitions().begin(), PageDefinitions().end(),
                     [&](const page_definition_t& page) { return ActionName(page.pageId) == action; });
     EXPECT_TRUE(known) << what << ": the application has no page " << action;
-  }
-}
-
-TEST_F(PageFlow, EveryPageIsReachedFromEveryOther) {
-  std::map<std::string, std::set<std::string>> steps;
-  for (const ask_t& ask : AllAsks()) {
-    if (const auto target = LeadsTo(ask)) steps[DesignOf(ask.page)->name].insert(*target);
-  }
-  for (const auto& [start, page] : design_) {
-    std::set<std::string> reached;
-    std::vector<std::string> open{start};
-    while (!open.empty()) {
-      const std::string name = open.back();
-      open.pop_back();
-      for (const std::string& next : steps[name]) {
-        if (reached.insert(next).second) open.push_back(next);
-      }
-    }
-    EXPECT_EQ(reached.size(), design_.size()) << "from " << start;
   }
 }
 

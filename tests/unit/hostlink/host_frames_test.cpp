@@ -1,13 +1,90 @@
+// What becomes of the host's frames: an answer, a place in the queue, a message.
+#include <gmock/gmock.h>
+
+#include "platform/byte_order.h"
+
+#include "core/command_counters.h"
+#include "hostlink/can_transport.h"
 #include "hostlink/decapsulation.h"
-
-#include <gtest/gtest.h>
-
+#include "hostlink/immediate_replies.h"
+#include "hostlink/j1939_external.h"
 #include "support/console_capture.h"
 #include "support/test_record.h"
 
 namespace {
 
+using testing::ElementsAre;
 using frame_t = std::array<std::uint8_t, 8>;
+
+// A delivery of the J1939 service.
+std::vector<std::uint8_t> Delivery(std::uint32_t identifier, const frame_t& bytes) {
+  std::vector<std::uint8_t> message(J1939_MESSAGE_SIZE, 0xEE);
+  platform::StoreLe32(message, 12, identifier);
+  std::copy(bytes.begin(), bytes.end(), message.begin() + 20);
+  return message;
+}
+
+class CanTransport : public testing::Test {
+ protected:
+  CanTransport() {
+    for (auto& count : CommandCounts) count = 0;
+    record->watchdogSeconds = 5;
+  }
+
+  void HostSends(const frame_t& bytes) { HandleServiceMessage(record, Delivery(0x18FF00D0, bytes)); }
+
+  TestRecord record;
+};
+
+TEST_F(CanTransport, CountsTheRequestsOfOneFrameAndQueuesNone) {
+  const ConsoleCapture console;  // nobody takes the answers
+  const std::pair<frame_t, std::size_t> requests[] = {{{0, 1, 6}, 6},     {{0, 1, 7, 3}, 9},
+                                                      {{0, 1, 7, 4}, 10}, {{0, 1, 7, 5}, 11},
+                                                      {{0, 1, 7, 7}, 13}, {{0, 1, 7, 9}, 15}};
+  for (const auto& [request, counter] : requests) {
+    HostSends(request);
+    EXPECT_EQ(CommandCounts[counter], 1U);
+  }
+  EXPECT_TRUE(record->canPackets.empty());
+  EXPECT_EQ(CommandCounts[COUNT_TOTAL_PKTS], 0U);
+  EXPECT_EQ(record->hostSeen, 1);
+  EXPECT_EQ(record->watchdogSeconds, 0);
+}
+
+TEST_F(CanTransport, QueuesAllOtherHostFrames) {
+  const std::vector<frame_t> frames = {{0, 2, 6},    {1, 6},    {0, 1, 7, 8}, {0, 1, 7, 0},
+                                       {0, 1, 5, 3}, {1, 1, 6}, {0, 0, 6},    {255, 255, 255}};
+  for (const auto& frame : frames) HostSends(frame);
+  ASSERT_EQ(record->canPackets.size(), frames.size());
+  for (std::size_t i = 0; i < frames.size(); ++i) {
+    EXPECT_EQ(record->canPackets[i].data, frames[i]);
+    EXPECT_EQ(record->canPackets[i].canID, 0x18FF00D0U);
+    EXPECT_EQ(record->canPackets[i].dlc, 0);
+  }
+  EXPECT_EQ(CommandCounts[COUNT_TOTAL_PKTS], frames.size());
+}
+
+TEST_F(CanTransport, IgnoresOtherIdentifiersAndMessagesTooShortForAFrame) {
+  for (const std::uint32_t identifier : {0x18FF00D1U, 0x18FF00D2U, 0x1CFF00D0U, 0U}) {
+    HandleServiceMessage(record, Delivery(identifier, {0, 1, 5}));
+  }
+  const auto message = Delivery(HOST_FRAME_ID, {0, 1, 5});
+  for (const std::size_t size : {0U, 1U, 12U, 27U})
+    HandleServiceMessage(record, std::span(message).first(size));
+  EXPECT_TRUE(record->canPackets.empty());
+  EXPECT_EQ(record->hostSeen, 0);
+  EXPECT_EQ(record->watchdogSeconds, 5);
+
+  HandleServiceMessage(record, std::span(message).first(28));
+  EXPECT_EQ(record->canPackets.size(), 1U);
+}
+
+TEST(ProgramDate, AlwaysHasADayOfTwoDigits) {
+  const program_date_t early = BuildProgramDate("Sep  7 2026");
+  EXPECT_THAT(early.frame1, ElementsAre(0, 2, 'S', 'e', 'p', ' ', '0', '7'));
+  EXPECT_THAT(early.frame2, ElementsAre(1, ' ', '2', '0', '2', '6', 0xFF, 0xFF));
+  EXPECT_THAT(BuildProgramDate("Aug 27 2013").frame1, ElementsAre(0, 2, 'A', 'u', 'g', ' ', '2', '7'));
+}
 
 CAN_packet_t2 Packet(const frame_t& bytes) {
   CAN_packet_t2 packet;
