@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include "host/errors.h"
 #include "host/reassembly.h"
 
 namespace host {
@@ -66,36 +65,17 @@ TEST(Injector, EachFaultSpoilsAsItsNameSaysAndLosesOneGoodMessageAtMost) {
   }
 }
 
-TEST(Injector, KeepsItsRateAndFollowsItsSeed) {
-  Injector first(ParseFaults("all"), 0.1, 7);
-  Injector again(ParseFaults("all"), 0.1, 7);
-  Injector other(ParseFaults("all"), 0.1, 8);
-  const auto data = [](const std::vector<bus::frame_t>& frames) {
-    std::vector<std::uint8_t> bytes;
-    for (const bus::frame_t& frame : frames) bytes.insert(bytes.end(), frame.data.begin(), frame.data.end());
-    return bytes;
-  };
-  const auto sent = data(Send(first, 2000));
-  EXPECT_EQ(sent, data(Send(again, 2000)));
-  EXPECT_NE(sent, data(Send(other, 2000)));
+TEST(Injector, KeepsItsRate) {
+  Injector injector(ParseFaults("all"), 0.1, 7);
+  Send(injector, 2000);
   std::uint64_t faults = 0;
   for (std::size_t i = 0; i < kFaults; ++i) {
-    EXPECT_GT(first.Count(static_cast<Fault>(i)), 0U) << Faults()[i].name;
-    faults += first.Count(static_cast<Fault>(i));
+    EXPECT_GT(injector.Count(static_cast<Fault>(i)), 0U) << Faults()[i].name;
+    faults += injector.Count(static_cast<Fault>(i));
   }
   EXPECT_NEAR(static_cast<double>(faults), 200.0, 60.0);
   Injector none({}, 1, 1);
   EXPECT_EQ(Join(Send(none, 100)).messages.size(), 100U);
-  EXPECT_EQ(none.Summary(), "injected no faults");
-}
-
-TEST(Injector, SaysWhichFaultWasMeant) {
-  try {
-    ParseFaults("babble,mising-frame");
-    FAIL();
-  } catch (const usage_error& error) {
-    EXPECT_STREQ(error.what(), "there is no fault \"mising-frame\"; did you mean missing-frame?");
-  }
 }
 
 }  // namespace

@@ -1,25 +1,44 @@
-#include "host/decode.h"
+// The host's messages: into bytes and frames, and back into words.
+#include <set>
 
 #include <gmock/gmock.h>
 
+#include "host/decode.h"
+#include "host/encode.h"
+#include "host/errors.h"
+#include "host/operating_values.h"
 #include "host/words.h"
 #include "tests/unit/host/hex.h"
 
 namespace {
 
+using host::Message;
+using testing::ElementsAre;
+
 std::string Words(const char* message, host::units_t units = {}) {
   return host::InWords(host::DecodeCommand(FromHex(message), units));
 }
 
-TEST(Decode, PutsEveryLayoutIntoWords) {
+// The floats are written by hand; the swing lies between the lamps' bits.
+TEST(OperatingValues, AreEncodedAndPutIntoWords) {
+  constexpr const char* kMessage =
+      "02 00 46 EA 60 00 46 40 30 00 42 0E 00 00 C0 00 00 00 3F 00 00 00 3E CC 49 BA 04 05 00 01 FF B5 80 "
+      "3F 80 00 00 BF 80 00 00";
+  host::OperatingValues values;
+  const std::pair<const char*, double> numbers[] = {
+      {"capacity", 30000}, {"load", 12300},        {"radius", 35.5},     {"angle", -2},
+      {"extension", 0.5},  {"percent", 39.9},      {"parts-of-line", 4}, {"led", 0x80010005},
+      {"swing", -75},      {"piston-pressure", 1}, {"rod-pressure", -1}};
+  for (const auto& [name, number] : numbers) values.Set(name, number);
+  EXPECT_EQ(ToHex(values.Encode()), kMessage);
   EXPECT_EQ(
-      Words(
-          "02 00 46 EA 60 00 46 40 30 00 42 0E 00 00 C0 00 00 00 3F 00 00 00 3E CC 49 BA 04 05 00 01 FF B5 80 "
-          "3F 80 00 00 BF 80 00 00",
-          1),
-      "operating-values: capacity 30000 kgs, load 12300 kgs, radius 35.5 meters, angle -2 deg, extension 0.5 "
-      "meters, percent 39.9 %, parts-of-line 4, led prealarm,a2b,tires,swing-alarm-tripped, swing -75 deg, "
-      "piston-pressure 1, rod-pressure -1");
+      Words(kMessage, 1),
+      "operating-values: capacity 30000 kgs, load 12300 kgs, radius 35.5 meters, angle -2 deg, extension "
+      "0.5 meters, percent 39.9 %, parts-of-line 4, led prealarm,a2b,tires,swing-alarm-tripped, swing -75 "
+      "deg, piston-pressure 1, rod-pressure -1");
+}
+
+TEST(Decode, PutsEveryLayoutIntoWords) {
   const std::pair<const char*, const char*> cases[] = {
       {"05 00 0F 00 07 00 11 48 45 4C 4C 4F 00 04 00 1D C2 B0 FF FF",
        "texts: line1-center \"HELLO\", erected \"°\""},
@@ -56,12 +75,50 @@ TEST(Words, GiveJsonWithNumbersNamesAndLists) {
        R"(CMD7.18","name":"colors","values":{"tires":"green","retracted":"dark","half":9,"extended":"red")"},
       {"07 01 02 7F 7F", R"(CMD7.1","name":"valid-keys","values":{"valid-keys":["none","boom-mode"])"}};
   for (const auto& [message, json] : cases) {
-    const host::utterance_t heard{.time_us = 1500000,
-                                  .speaker = host::Speaker::kHost,
-                                  .frame = {},
-                                  .decoded = host::DecodeCommand(FromHex(message), {})};
+    host::utterance_t heard{.time_us = 1500000, .speaker = host::Speaker::kHost, .frame = {}, .decoded = {}};
+    heard.decoded = host::DecodeCommand(FromHex(message), {});
     EXPECT_EQ(host::JsonLine(heard), R"({"time":1.5,"from":"host","command":")" + std::string(json) + "}}");
   }
+}
+
+TEST(Encode, WhatDoesNotFitBecomesTheNearestThatDoesOrIsRefused) {
+  EXPECT_EQ(ToHex(host::Encode("beeper", 300)), "04 FF");
+  EXPECT_EQ(ToHex(host::Encode("beeper", -1)), "04 00");
+  host::OperatingValues values;
+  values.Set("swing", -40000);
+  EXPECT_EQ(ToHex(values.Encode()).substr(90, 5), "80 00");
+  using texts_t = std::vector<host::text_t>;
+  EXPECT_EQ(host::EncodeTexts(texts_t{{0, std::string(244, 'x')}}).size(), 251U) << "the display's block";
+  EXPECT_THROW(host::EncodeTexts(texts_t{{0, std::string(245, 'x')}}), host::usage_error);
+  EXPECT_THROW(host::EncodeTexts(texts_t{{0, "a"}, {1, ""}}), host::usage_error);
+}
+
+TEST(Segment, PadsTheLastFrameAndKnowsItsBounds) {
+  const auto frames = [](const Message& message) {
+    std::vector<std::string> texts;
+    for (const bus::frame_t& frame : host::Segment(message)) texts.push_back(ToHex(frame.Bytes()));
+    return texts;
+  };
+  EXPECT_THAT(frames({6}), ElementsAre("00 01 06 FF FF FF FF FF"));
+  EXPECT_THAT(frames({1, 2, 3, 4, 5, 6}), ElementsAre("00 01 01 02 03 04 05 06"));
+  EXPECT_THAT(frames({1, 2, 3, 4, 5, 6, 7}), ElementsAre("00 02 01 02 03 04 05 06", "01 07 FF FF FF FF FF FF"));
+  EXPECT_EQ(host::Segment(Message(6 + 7 * 254)).size(), 255U);
+  EXPECT_THROW(host::Segment(Message(6 + 7 * 254 + 1)), host::usage_error);
+  EXPECT_THROW(host::Segment(Message{}), host::usage_error);
+}
+
+// A name that two things had would send the one that is looked for first.
+TEST(ProtocolTable, NamesAreUniqueAndFieldsLieInsideTheirMessages) {
+  std::set<std::string_view> names;
+  for (const host::command_t& command : host::Commands()) {
+    EXPECT_TRUE(names.insert(command.name).second) << command.name;
+    for (const host::field_t& field : command.fields)
+      EXPECT_LE(field.offset + field.size, command.leastLength) << command.name;
+    EXPECT_EQ(host::FindCommand(command.number, command.sub), &command);
+  }
+  for (const host::field_t& field : host::OperatingValuesCommand().fields)
+    EXPECT_TRUE(names.insert(field.name).second);
+  for (const std::string_view name : host::TextFieldNames()) EXPECT_TRUE(names.insert(name).second) << name;
 }
 
 }  // namespace
