@@ -1,14 +1,18 @@
+// The notification manager without its message path: queues and pulses, and the requests' bytes.
 #include "notify/exchange.h"
 
 #include <map>
 #include <string>
 
 #include "gmock/gmock.h"
+#include "notify/requests.h"
 
 namespace unit {
 namespace {
 
+using bytes_t = std::vector<std::uint8_t>;
 using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 
 // Counts the pulses of each client, and takes none beyond its room.
@@ -30,7 +34,7 @@ class FakePulses : public PulsePort {
 
 class ExchangeTest : public ::testing::Test {
  protected:
-  std::vector<std::uint8_t> Bytes(const std::string& text) { return {text.begin(), text.end()}; }
+  bytes_t Bytes(const std::string& text) { return {text.begin(), text.end()}; }
   int Publish(int sender, const std::string& text) { return exchange.Publish(sender, channel, Bytes(text)); }
   std::vector<std::string> FetchAll(int client) {
     std::vector<std::string> texts;
@@ -136,6 +140,93 @@ TEST_F(ExchangeTest, ClientsAndChannelsAreBounded) {
   }
   EXPECT_EQ(exchange.RegisterName("one more"), 0);
   EXPECT_EQ(exchange.RegisterName("events"), 1);
+}
+
+constexpr int CONNECTION = 7;
+
+class RequestsTest : public ::testing::Test {
+ protected:
+  RequestsTest() {
+    // Connect: process 258, channel 3; then register "ab". Both come as the client sends them.
+    Ask({0, 0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 255, 255, 255, 255, 2, 1, 0, 0, 3, 0, 0, 0});
+    Ask({1, 0, 0, 0, 255, 255, 255, 255, 3, 0, 0, 0, 1, 0, 0, 0, 'a', 'b', 0});
+  }
+  bytes_t Ask(const bytes_t& request, std::size_t sent = 0, int connection = CONNECTION) {
+    std::array<std::uint8_t, NM_MESSAGE_SIZE> reply{};
+    const std::size_t size = handler.Answer({request, sent == 0 ? request.size() : sent, connection}, reply);
+    return {reply.begin(), reply.begin() + static_cast<std::ptrdiff_t>(size)};
+  }
+
+  FakePulses pulses;
+  Exchange exchange{{.messages = 300, .bytes = 1000}, pulses};
+  int observed = 0;
+  RequestHandler handler{exchange, [this](int, std::span<const std::uint8_t>) { ++observed; }};
+};
+
+TEST_F(RequestsTest, AFetchGetsNoMoreThanItHasRoomFor) {
+  Ask({0, 0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 255, 255, 255, 255, 2, 1, 0, 0, 4, 0, 0, 0});
+  Ask({2, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0});
+  Ask({3, 0, 0, 0, 1, 0, 0, 0, 4, 0, 0, 0, 1, 0, 0, 0, 9, 8, 7, 6});
+  EXPECT_THAT(Ask({4, 0, 0, 0, 255, 255, 255, 255, 2, 0, 0, 0, 2, 0, 0, 0}),
+              ElementsAreArray({4, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 2, 0, 0, 0, 9, 8}));
+  EXPECT_EQ(handler.Cut(), 1U);
+}
+
+TEST_F(RequestsTest, ARequestThatIsWrongIsRefusedAndCountedByItsCause) {
+  bytes_t longName = {1, 0, 0, 0, 255, 255, 255, 255, 129, 0, 0, 0, 1, 0, 0, 0};
+  longName.insert(longName.end(), 128, 'n');
+  longName.push_back(0);
+  const auto connect = [](const bytes_t& words) {
+    bytes_t request = {0, 0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 255, 255, 255, 255};
+    request.insert(request.end(), words.begin(), words.end());
+    return request;
+  };
+  struct {
+    const char* what;
+    Refusal cause;
+    bytes_t request;
+    std::size_t sent = 0;
+  } const cases[] = {
+      {"empty", Refusal::kTruncatedHeader, {}},
+      {"half a header", Refusal::kTruncatedHeader, {3, 0, 0, 0, 1, 0, 0, 0}},
+      {"sent more than was received", Refusal::kOversize, bytes_t(NM_MESSAGE_SIZE, 3), 20'000},
+      {"type -1", Refusal::kBadType, {255, 255, 255, 255, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}},
+      {"type 5", Refusal::kBadType, {5, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}},
+      {"connect without its words", Refusal::kBadLength, connect({1, 0, 0, 0})},
+      {"connect with an unreachable channel", Refusal::kNoPulse, connect({154, 2, 0, 0, 1, 0, 0, 0})},
+      {"connect with channel 0", Refusal::kNoPulse, connect({1, 0, 0, 0, 0, 0, 0, 0})},
+      {"identity never given", Refusal::kWrongClient, {3, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 9, 0, 0, 0}},
+      {"identity -1", Refusal::kWrongClient, {4, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 255, 255, 255, 255}},
+      {"channel 0", Refusal::kUnknownChannel, {2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}},
+      {"channel 2", Refusal::kUnknownChannel, {3, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}},
+      {"length beyond the payload", Refusal::kBadLength, {3, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 1, 0, 0, 0, 1}},
+      {"payload beyond the length",
+       Refusal::kBadLength,
+       {3, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 2}},
+      {"negative length", Refusal::kBadLength, {3, 0, 0, 0, 1, 0, 0, 0, 255, 255, 255, 255, 1, 0, 0, 0}},
+      {"negative room", Refusal::kBadLength, {4, 0, 0, 0, 0, 0, 0, 0, 255, 255, 255, 255, 1, 0, 0, 0}},
+      {"name without its zero", Refusal::kBadName, {1, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 1, 0, 0, 0, 'a', 'b'}},
+      {"name of length 0", Refusal::kBadName, {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}},
+      {"name of 128 bytes", Refusal::kBadName, longName},
+  };
+  for (const auto& c : cases) {
+    const std::uint64_t before = handler.Refused(c.cause);
+    const bytes_t reply = Ask(c.request, c.sent);
+    ASSERT_EQ(reply.size(), NM_HEADER_SIZE) << c.what;
+    EXPECT_THAT(bytes_t(reply.begin() + 4, reply.begin() + 12),
+                ElementsAreArray({255, 255, 255, 255, 256 - static_cast<int>(c.cause), 255, 255, 255}))
+        << c.what;
+    EXPECT_EQ(handler.Refused(c.cause), before + 1) << c.what;
+  }
+  EXPECT_EQ(observed, 0);
+}
+
+TEST_F(RequestsTest, AnIdentityIsGoodOnItsOwnConnectionOnly) {
+  const bytes_t subscribe = {2, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0};
+  Ask(subscribe, 0, CONNECTION + 1);
+  EXPECT_EQ(handler.Refused(Refusal::kWrongClient), 1U);
+  Ask(subscribe);
+  EXPECT_EQ(handler.Refused(Refusal::kWrongClient), 1U);
 }
 
 }  // namespace

@@ -54,9 +54,5 @@ TEST(HeartbeatMonitorTest, ReportsOnceWhenAWorkerFallsSilentAndOnceWhenItIsBack)
   EXPECT_THAT(monitor.Check(now + 2s), ElementsAre(HasSubstr("Parse")));
 }
 
-TEST(HeartbeatMonitorTest, SaysWhatIsWrongWithTheFile) {
-  EXPECT_THAT(HeartbeatMonitor().Load("/nonexistent/generic.xml"), HasSubstr("/nonexistent/generic.xml: "));
-}
-
 }  // namespace
 }  // namespace unit
