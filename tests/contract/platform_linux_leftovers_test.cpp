@@ -15,7 +15,7 @@
 #include "platform/shared_memory.h"
 #include "platform/threads.h"
 
-#include "platform_server.h"
+#include "platform_processes.h"
 
 namespace contract {
 namespace {
@@ -72,24 +72,6 @@ TEST_F(Leftovers, OfAThreadThatEndsAreNone) {
   EXPECT_EQ(std::system("ls -l /proc/self/fd | grep -q socket:"), 256) << "a socket went through exec";
   EXPECT_EQ(ConnectDetach(coid), 0);
   EXPECT_EQ(ChannelDestroy(chid), 0);
-}
-
-TEST_F(Leftovers, OfAProcessThatExitsWithoutDetachingAreNone) {
-  Child careless([] {
-    const pid_t program = fork();
-    if (program == 0) {
-      static_cast<void>(ChannelCreate(0));
-      static_cast<void>(name_attach(nullptr, "Careless", 0));
-      static_cast<void>(platform::OpenSharedObject("/Careless", O_RDWR | O_CREAT, 0600));
-      exit(0);  // NOLINT(concurrency-mt-unsafe): with its exit handlers, which is what is tried
-    }
-    int status = -1;
-    waitpid(program, &status, 0);
-    return status;
-  });
-  EXPECT_EQ(careless.Result(), 0);
-  EXPECT_EQ(FilesInDirectory(), 0U);
-  EXPECT_EQ(platform::OpenSharedObject("/Careless", O_RDWR, 0), -1);
 }
 
 TEST_F(Leftovers, OfKilledProcessesGoWithTheNextStartAndThoseInUseStay) {
