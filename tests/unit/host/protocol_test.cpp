@@ -1,4 +1,4 @@
-// The host's messages: into bytes and frames, and back into words.
+// The host's messages: into bytes and frames, back into words, and spoilt on purpose.
 #include <set>
 
 #include <gmock/gmock.h>
@@ -6,7 +6,9 @@
 #include "host/decode.h"
 #include "host/encode.h"
 #include "host/errors.h"
+#include "host/inject.h"
 #include "host/operating_values.h"
+#include "host/reassembly.h"
 #include "host/words.h"
 #include "tests/unit/host/hex.h"
 
@@ -119,6 +121,55 @@ TEST(ProtocolTable, NamesAreUniqueAndFieldsLieInsideTheirMessages) {
   for (const host::field_t& field : host::OperatingValuesCommand().fields)
     EXPECT_TRUE(names.insert(field.name).second);
   for (const std::string_view name : host::TextFieldNames()) EXPECT_TRUE(names.insert(name).second) << name;
+}
+
+// What the display would join of the frames: the messages, and what broke.
+struct joined_t {
+  std::vector<Message> messages;
+  host::Reassembler::counters_t counters;
+};
+
+joined_t Join(const std::vector<bus::frame_t>& frames) {
+  host::Reassembler reassembler;
+  joined_t joined;
+  for (const bus::frame_t& frame : frames) {
+    Message message;
+    if (frame.identifier == 0x18FF00D0 && reassembler.Feed(frame.Bytes(), message))
+      joined.messages.push_back(message);
+  }
+  joined.counters = reassembler.Counters();
+  return joined;
+}
+
+TEST(Injector, EachFaultSpoilsAsItsNameSaysAndLosesOneGoodMessageAtMost) {
+  struct case_t {
+    const char* name;
+    std::function<bool(const joined_t&)> spoils;
+  };
+  const Message good = host::Encode("units", 1);
+  for (const case_t& c : {
+           case_t{"missing-frame", [](const auto& j) { return j.counters.broken + j.counters.strays > 0; }},
+           {"repeated-frame", [](const auto& j) { return j.counters.broken + j.counters.strays > 0; }},
+           {"wrong-sequence", [](const auto& j) { return j.counters.broken > 0; }},
+           {"oversize", [](const auto& j) { return j.counters.tooLong > 0; }},
+           {"bad-length", [](const auto& j) { return j.messages.front()[0] == 5; }},
+           {"broken-utf8", [](const auto& j) { return j.messages.front()[0] == 5; }},
+           {"unknown-command", [](const auto& j) { return j.messages.front()[0] > 9; }},
+           {"babble", [](const auto& j) { return j.messages.size() == 2; }},
+       }) {
+    for (std::uint64_t seed = 0; seed < 50; ++seed) {
+      host::Injector injector({}, 0, seed);
+      injector.Ask(host::ParseFaults(c.name).front());
+      auto frames = injector.Apply(host::Segment(good));
+      const auto next = injector.Apply(host::Segment(good));
+      frames.insert(frames.end(), next.begin(), next.end());
+      const joined_t joined = Join(frames);
+      EXPECT_TRUE(c.spoils(joined)) << c.name << ", seed " << seed;
+      ASSERT_FALSE(joined.messages.empty()) << c.name;
+      EXPECT_EQ(joined.messages.back()[0], good[0]) << c.name << ", seed " << seed;
+      EXPECT_EQ(injector.Summary(), std::string("injected 1 faults: ") + c.name + " 1");
+    }
+  }
 }
 
 }  // namespace
