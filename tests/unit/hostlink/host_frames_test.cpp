@@ -1,15 +1,19 @@
-// What becomes of the host's frames: an answer, a place in the queue, a message.
+// What becomes of the host's frames: an answer, a place in the queue, a message; and of their absence.
 #include <gmock/gmock.h>
 
 #include "platform/byte_order.h"
 
 #include "core/command_counters.h"
+#include "core/name_tables.h"
 #include "hostlink/can_transport.h"
 #include "hostlink/decapsulation.h"
 #include "hostlink/immediate_replies.h"
 #include "hostlink/j1939_external.h"
+#include "hostlink/watchdog.h"
+#include "services/nm_messages.h"
 #include "support/console_capture.h"
 #include "support/test_record.h"
+#include "tests/unit/services/fake_service.h"
 
 namespace {
 
@@ -174,18 +178,68 @@ TEST(Decapsulator, TakesWhatFitsTheBlockAndConsumesTheFramesOfWhatDoesNot) {
   EXPECT_EQ(Decode(decapsulator, {{0, 1, 9, 9, 9, 9, 9, 9}}, 1).size(), 1U);
 }
 
-TEST(DecapsulateQueuedFrames, SpreadsAMessageOverSeveralBatches) {
-  TestRecord record;
-  Decapsulator decapsulator;
-  const auto frames = CountingMessage(3);
-  for (const frame_t& frame : frames) {
-    EXPECT_TRUE(record->decapData.empty());
-    addCanPacket(record, Packet(frame));
-    DecapsulateQueuedFrames(record, decapsulator);
-    EXPECT_TRUE(record->canWork.empty());
+constexpr const char* LINK_STATE = "OrvikHX7TimeOutLamp";
+
+class Watchdog : public testing::Test {
+ protected:
+  Watchdog() {
+    record.ConnectEvents("orvik.Events");
+    manager.TakeRequests();
+    record->eventIds = {
+        {"orvik.SplashToSlate", 101}, {"orvik.SplashToGauges", 102}, {"orvik.ConfigToMain", 103}};
+    record->currentPage = &page;
   }
-  ASSERT_EQ(record->decapData.size(), 1U);
-  EXPECT_EQ(record->decapData[0].bytes[19], 19);
+
+  void Tick(int times) {
+    for (int i = 0; i < times; ++i) WatchdogTick(record);
+  }
+
+  // The events posted since the last call, in order.
+  std::vector<unsigned> Events() {
+    std::vector<unsigned> ids;
+    for (const bytes_t& request : manager.TakeRequests()) {
+      ids.push_back(platform::LoadLe32(request, NM_HEADER_SIZE));
+    }
+    return ids;
+  }
+
+  TestRecord record;
+  FakeService manager{NM_SERVER_NAME, [](const bytes_t&) { return Words({0, 6, 1, 1}); }};
+  Page_t page{ACTION_PAGE_CONFIG, EVENT_CONFIG_TO_MAIN, 0, {}};
+};
+
+TEST_F(Watchdog, CountsTheLinkAsLostOnTheEleventhTick) {
+  record->hostSeen = 1;
+  Tick(10);
+  EXPECT_EQ(ParameterValue(LINK_STATE), 1.0);
+  EXPECT_EQ(record->hostTimedOut, 0);
+  EXPECT_TRUE(Events().empty());
+
+  Tick(1);
+  EXPECT_EQ(ParameterValue(LINK_STATE), 2.0);
+  EXPECT_EQ(record->hostTimedOut, 1);
+  EXPECT_EQ(record->hostSeen, 0);
+  EXPECT_EQ(Events(), (std::vector<unsigned>{103}));
+  Tick(3);  // again every second, and the count stays
+  EXPECT_EQ(record->watchdogSeconds, 11);
+  EXPECT_EQ(Events(), (std::vector<unsigned>{103, 103, 103}));
+
+  record->watchdogSeconds = 0;  // one host frame
+  record->hostSeen = 1;
+  Tick(1);
+  EXPECT_EQ(ParameterValue(LINK_STATE), 1.0);
+  EXPECT_EQ(record->hostTimedOut, 0);
+  EXPECT_TRUE(Events().empty());
+}
+
+TEST_F(Watchdog, PostsNoTimeOutEventWhereThereIsNone) {
+  page.timeOutEvent = EVENT_ID_NONE;
+  Tick(12);
+  page.timeOutEvent = EVENT_MAIN_TO_WAD;  // which the configuration does not number
+  Tick(1);
+  record->currentPage = nullptr;
+  Tick(1);
+  EXPECT_TRUE(Events().empty());
 }
 
 }  // namespace
