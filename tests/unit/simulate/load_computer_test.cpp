@@ -1,6 +1,5 @@
 // The load computer's pace, alarms and readouts.
 #include <cmath>
-#include <tuple>
 
 #include "tests/unit/simulate/host_run.h"
 
@@ -113,22 +112,6 @@ TEST(LoadComputer, SoundsEachAlarmInItsWay) {
   EXPECT_EQ(LastOf(run.Pass(1), "beeper")->Value(), 0) << "silenced";
   run.Do("fault two-block-switch");
   EXPECT_EQ(LastOf(run.Pass(1), "beeper")->Value(), 10) << "another alarm sounds";
-}
-
-// 50 is the pre-alarm, 255 the overload, 10 the two-block; whoever silences one hears the next.
-TEST(LoadComputer, BeepsInItsScenariosAsTheyTell) {
-  const std::tuple<const char*, double, std::vector<double>> cases[] = {
-      {"normal-lift", 390, {0}},
-      {"overload", 60, {0, 50, 255, 0, 50, 0}},
-      {"two-block", 167, {0, 10, 0, 10, 0}}};
-  for (const auto& [name, seconds, expected] : cases) {
-    HostRun run(1, Shelf(CONFIG).NamedScenario(name));
-    std::vector<double> beeps;
-    for (const said_t& said : run.Pass(seconds)) {
-      if (said.Is("beeper") && (beeps.empty() || beeps.back() != said.Value())) beeps.push_back(said.Value());
-    }
-    EXPECT_EQ(beeps, expected) << name;
-  }
 }
 
 TEST(LoadComputer, FillsTheBusAtItsFastest) {

@@ -64,13 +64,10 @@ TEST(Scenario, SaysWhereAMistakeStandsAndWhatWouldBeRight) {
       {"5 repeat\n6 stop", "2: nothing may follow repeat"},
   };
   for (const auto& [text, problem] : cases) {
-    try {
-      Parse(text);
-      ADD_FAILURE() << "taken: " << text;
-    } catch (const host::usage_error& error) {
-      EXPECT_THAT(error.what(), testing::StartsWith("some/a.scenario:"));
-      EXPECT_THAT(error.what(), testing::HasSubstr(problem)) << text;
-    }
+    EXPECT_THAT([&] { Parse(text); },
+                testing::ThrowsMessage<host::usage_error>(
+                    testing::AllOf(testing::StartsWith("some/a.scenario:"), testing::HasSubstr(problem))))
+        << text;
   }
 }
 
