@@ -1,12 +1,9 @@
-// Beeper, backlight, blinkers and timer, a step at a time.
+// Beeper, blinkers and timer, a step at a time.
 #include <functional>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "platform/board_state.h"
-
-#include "devio/backlight.h"
 #include "devio/blinkers.h"
 #include "devio/digital_io.h"
 #include "devio/timer.h"
@@ -81,23 +78,6 @@ TEST_F(Beeper, DoesNotLoseAnAlarmThatIsSetDuringAClick) {
   duringSleep = [this] { SetBeeper(record, BEEPER_CONTINUOUS, 0); };
   EXPECT_EQ(Step(), "on 50 off ");
   EXPECT_EQ(record->beeperState, BEEPER_CONTINUOUS);
-}
-
-TEST(Backlight, IsAPercentage) {
-  TestRecord record;
-  {
-    ConsoleCapture console;
-    backlight(50);
-    EXPECT_EQ(console.Err(), "ERRROR - UNABLE TO OPEN /dev/pwm0!\n");
-  }
-  const platform::BoardMapping board(platform::BoardMapping::Role::kOwner);
-  ASSERT_NE(board.Get(), nullptr);
-  for (const auto& [percent, duty] : {std::pair{55, 55U}, {250, 100U}, {-5, 0U}}) {
-    SetBrightness(record, percent);
-    EXPECT_EQ(record->brightness, percent);
-    EXPECT_EQ(ParameterValue("OrvikBrightness"), percent);
-    EXPECT_EQ(board.Get()->pwmDuty, duty);
-  }
 }
 
 class Blinkers : public testing::Test {

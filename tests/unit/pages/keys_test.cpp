@@ -98,24 +98,6 @@ TEST_F(Scanner, WantsTwoTicksForAPressAndSixForARelease) {
   EXPECT_EQ(KEYPAD::KeyHeld, 0);
 }
 
-TEST_F(Scanner, LookUpReportsWhatItDoesNotFind) {
-  ConsoleCapture console;
-  Page_t stranger;
-  stranger.pageId = ACTION_PAGE_VIDEO;
-  record->currentPage = &stranger;
-  MatrixDispatch(record, 1, KEY_PRESSED);
-  record->currentPage = &record->target.pages[0];
-  record->target.pages[0].keys.clear();
-  MatrixDispatch(record, 1, KEY_PRESSED);
-  record->target.pages.clear();
-  MatrixDispatch(record, 1, KEY_PRESSED);
-  record->currentPage = nullptr;
-  EXPECT_EQ(console.Err(),
-            "ERROR! I have no idea what the current page is 20\n"
-            "ERROR! Page.Slate page has no keys assigned to it\n"
-            "ERROR!  There are no pages\n");
-}
-
 TEST(PageTables, BuildTheSetOnceAndSetMasksWithinTheMap) {
   TestRecord record;
   InitPages(record);

@@ -106,13 +106,7 @@ TEST_F(Commands, AreRefusedForBadLengths) {
     return "***** ERROR!  Cmd5 sub command length.  min=3, max=800, subLen=" + std::to_string(length) +
            "\nError!  ProcessSubCommand returned failure\n";
   };
-  const auto main = [](int length) {
-    return "***** ERROR!  Cmd5 length.  min=5, max=802, subLen=" + std::to_string(length) + "\n";
-  };
   const std::vector<Refused_t> refused = {
-      {"nothing at all", "\x05\x00\x00"s, "WARNING, IGNORING CMD5 NULL LENGTH\n", "", "old"},
-      {"4 bytes", "\x05\x00\x04\x00\x03\x00\x10X"s, "", main(4), "old"},
-      {"803 bytes", "\x05\x03\x23\x00\x03\x00\x10X"s, "", main(803), "old"},
       {"802 bytes, all but one text absent", "\x05\x03\x22\x00\x03\x00\x10X"s, "", sub(0), "X"},
       {"a text of no bytes", "\x05\x00\x06\x00\x02\x00\x10\x00\x00"s, "", sub(2), ""},
       {"a second text of no bytes", "\x05\x00\x09\x00\x03\x00\x10X\x00\x02\x00\x10"s, "", sub(2), "X"},
@@ -120,13 +114,8 @@ TEST_F(Commands, AreRefusedForBadLengths) {
       {"a text that ends behind the block", "\x05\x00\xFF\x00\xFC\x00\x10XY"s, "", sub(252), ""},
       {"a length that the end of the block cuts",
        "\x05\x01\x00\x00\xF9\x00\x00"s + std::string(247, '-') + "\x00"s, "", sub(0), ""},
-      {"flash of 0", "\x03\x00\x00\x07\x00\x4A"s, "WARNING, Flash message NULL length.\n", "", "old"},
       {"flash of 1", "\x03\x00\x01\x07\x00\x4A"s,
        "Orvik: ERROR! Flash message underrun, len=1, index=7, first=0x4a\n", "", "old"},
-      {"flash of 2", "\x03\x00\x02\x07\x00\x09"s,
-       "Orvik: ERROR! Flash message underrun, len=2, index=7, first=0x9\n", "", "old"},
-      {"flash of 801", "\x03\x03\x21\xFF\x00\x4A"s, "",
-       "Orvik: ERROR! Flash message overrun, len=801, index=255, first=0x4a\n", "old"},
       {"flash behind the block", "\x03\x00\xFE\x07\x00\x4A"s, "",
        "Orvik: ERROR! Flash message overrun, len=254, index=7, first=0x4a\n", "old"},
   };

@@ -218,24 +218,9 @@ class SystemText : public Fields {
   }
 };
 
-TEST_F(SystemText, ReplacesTheHostsTextUntilItEnds) {
-  ShowSystemText(record, "LOST COMMUNICATIONS WITH COMPUTER!");
-  EXPECT_TRUE(SystemTextShown());
-  EXPECT_EQ(Text(0), "");
-  EXPECT_EQ(Text(1), "LOST COMMUNICATIONS WITH COMPUTER!");
-  EXPECT_EQ(StowedText(record), "");
-
-  ShowSystemText(record, "again");  // keeps what it kept first
-  EXPECT_EQ(Text(1), "again");
-  EndSystemText(record);
-  EXPECT_FALSE(SystemTextShown());
-  EXPECT_EQ(Text(0), "host");
-  EXPECT_EQ(Text(1), "");
-  EXPECT_EQ(StowedText(record), "stowed");
-}
-
 TEST_F(SystemText, EndsAtOnceWhenTheHostSendsNewTextOrTheFieldsStartAnew) {
   ShowSystemText(record, "message");
+  EXPECT_EQ(StowedText(record), "");
   HostSends("n");
   EXPECT_FALSE(SystemTextShown());
   EXPECT_EQ(Text(0), "n");

@@ -87,17 +87,6 @@ text_place_t Place(double x, double width, int cells = 0, double fontSize = 16) 
 }
 
 const text_place_t CELLS = Place(100, 400, 40);  // 10 pixels a column
-const text_place_t PLAIN = Place(100, 400);
-
-TEST(TextLayout, EachGlyphStandsInTheMiddleOfItsColumnWhateverItsFont) {
-  const text_layout_t layout = LayOut("A Я", CELLS, Align::kLeft);
-  EXPECT_EQ(layout.anchor, "middle");
-  ASSERT_EQ(layout.runs.size(), 2U);
-  EXPECT_EQ(layout.runs[0].text, "A");
-  EXPECT_EQ(layout.runs[0].x, 105);
-  EXPECT_EQ(layout.runs[1].text, "Я");
-  EXPECT_EQ(layout.runs[1].x, 125);
-}
 
 TEST(TextLayout, CellsAlignWholeTextsAndCutWhatGoesBeyondTheLast) {
   EXPECT_EQ(LayOut("ABC", CELLS, Align::kRight).runs.front().x, 475);
@@ -114,20 +103,8 @@ TEST(TextLayout, AFullWidthGlyphShrinksIntoANarrowColumn) {
   EXPECT_FALSE(LayOut("主", wide, Align::kLeft).runs[0].fontSize);
 }
 
-TEST(TextLayout, ProportionalTextFollowsTheMessageUnlessTheDesignFixesIt) {
-  const text_layout_t right = LayOut("  12,300", PLAIN, Align::kRight);
-  EXPECT_EQ(right.anchor, "end");
-  EXPECT_EQ(right.x, 500);
-  EXPECT_EQ(right.runs.front().text, "12,300");
-  EXPECT_EQ(LayOut("lbs", PLAIN, Align::kCenter).x, 300);
-  text_place_t fixed = PLAIN;
-  fixed.fixed = Align::kLeft;
-  EXPECT_EQ(LayOut("lbs", fixed, Align::kRight).anchor, "start");
-  EXPECT_TRUE(LayOut("   ", PLAIN, Align::kLeft).runs.empty());
-}
-
 TEST(TextLayout, ALongTextIsCutByCharactersNotBytes) {
-  text_place_t place = PLAIN;
+  text_place_t place = Place(100, 400);
   place.maximum = 4;
   EXPECT_EQ(LayOut("Лебёдка", place, Align::kLeft).runs.front().text, "Леб…");
   EXPECT_EQ(LayOut("Леб.", place, Align::kLeft).runs.front().text, "Леб.");
