@@ -24,7 +24,7 @@
 #include "platform/shared_memory.h"
 
 #include "services/dbshm.h"
-#include "tests/unit/support/runtime_directory.h"
+#include "tests/unit/support/test_folder.h"
 
 namespace {
 

@@ -24,7 +24,7 @@
 #include "platform/messages.h"
 #include "platform/names.h"
 
-#include "tests/unit/support/runtime_directory.h"
+#include "tests/unit/support/test_folder.h"
 
 namespace contract {
 
@@ -127,7 +127,7 @@ inline std::size_t FilesIn(const std::string& directory) {
 // A runtime directory of its own for every test.
 class PlatformTest : public testing::Test {
  protected:
-  const std::string& Directory() const { return directory_.Path(); }
+  std::string Directory() const { return directory_.Path(); }
   std::size_t FilesInDirectory() const { return FilesIn(Directory()); }
 
  private:

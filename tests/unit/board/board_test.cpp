@@ -11,6 +11,7 @@
 #include "board/key_map.h"
 #include "board/keys.h"
 #include "board/sound_follower.h"
+#include "tests/unit/support/test_folder.h"
 
 namespace unit {
 namespace {
@@ -90,38 +91,30 @@ TEST(Brightness, IsTheShareRoundedAndNeverDarkByRounding) {
 class BacklightFolder : public testing::Test {
  protected:
   BacklightFolder() {
-    std::string name = testing::TempDir() + "orvik-backlight-XXXXXX";
-    EXPECT_NE(mkdtemp(name.data()), nullptr);
-    folder_ = name;
-    Write("max_brightness", "200\n");
-    Write("brightness", "40\n");
+    folder_.Write("max_brightness", "200\n");
+    folder_.Write("brightness", "40\n");
   }
-  ~BacklightFolder() override { std::filesystem::remove_all(folder_); }
 
-  void Write(const std::string& file, const std::string& text) const {
-    std::ofstream(folder_ + "/" + file) << text;
-  }
   std::string Read(const std::string& file) const {
     std::string line;
-    std::getline(std::ifstream(folder_ + "/" + file) >> std::ws, line);
+    std::getline(std::ifstream(folder_.Path() / file) >> std::ws, line);
     return line;
   }
-  void Remove(const std::string& file) const { std::filesystem::remove_all(folder_ + "/" + file); }
 
-  std::string folder_;
+  TestFolder folder_;
 };
 
 TEST_F(BacklightFolder, FollowsFromTheEnableOnAndWritesChangesAlone) {
-  Write("bl_power", "4\n");
-  Backlight light(folder_);
+  folder_.Write("bl_power", "4\n");
+  Backlight light(folder_.Path());
   const Backlight::time_t now{};
   light.Follow(false, 100, 50, now);
   light.Follow(true, 100, 0, now);  // enabled just now: the duty is still to come
   EXPECT_EQ(Read("brightness") + Read("bl_power"), "404");
   light.Follow(true, 100, 50, now);
   EXPECT_EQ(Read("brightness") + Read("bl_power"), "1000");
-  Write("brightness", "7\n");
-  Write("bl_power", "4\n");
+  folder_.Write("brightness", "7\n");
+  folder_.Write("bl_power", "4\n");
   light.Follow(true, 100, 50, now);
   EXPECT_EQ(Read("brightness") + Read("bl_power"), "74") << "nothing changed, nothing is written";
   light.Follow(true, 100, 0, now);
@@ -129,14 +122,14 @@ TEST_F(BacklightFolder, FollowsFromTheEnableOnAndWritesChangesAlone) {
 }
 
 TEST_F(BacklightFolder, ReportsALightThatGoesAndTriesAgain) {
-  Backlight light(folder_);
+  Backlight light(folder_.Path());
   Backlight::time_t now{};
   light.Follow(true, 100, 100, now);
-  Remove("brightness");
+  std::filesystem::remove(folder_.Path() / "brightness");
   light.Follow(true, 100, 100, now);
   EXPECT_THAT(light.Problem(), HasSubstr("brightness: No such file"));
-  Write("brightness", "0\n");
-  Write("max_brightness", "10\n");
+  folder_.Write("brightness", "0\n");
+  folder_.Write("max_brightness", "10\n");
   light.Follow(true, 100, 100, now += 999ms);
   EXPECT_EQ(Read("brightness"), "0");
   light.Follow(true, 100, 100, now += 1ms);
@@ -146,8 +139,8 @@ TEST_F(BacklightFolder, ReportsALightThatGoesAndTriesAgain) {
 
 TEST_F(BacklightFolder, RefusesARangeThatIsNone) {
   for (const char* text : {"", "0\n", "-5\n", "5 5\n", "99999999999\n"}) {
-    Write("max_brightness", text);
-    EXPECT_THAT([this] { const Backlight light(folder_); },
+    folder_.Write("max_brightness", text);
+    EXPECT_THAT([this] { const Backlight light(folder_.Path()); },
                 testing::ThrowsMessage<std::runtime_error>(HasSubstr("holds no number above 0")))
         << text;
   }

@@ -11,7 +11,7 @@
 #include "database/database_owner.h"
 #include "database/parameter_list.h"
 #include "services/dbshm.h"
-#include "tests/unit/support/runtime_directory.h"
+#include "tests/unit/support/test_folder.h"
 
 namespace unit {
 namespace {

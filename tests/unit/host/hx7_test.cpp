@@ -1,7 +1,4 @@
 // The program itself on a real TCP connection.
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <sstream>
 
@@ -13,6 +10,7 @@
 
 #include "tests/unit/bus/socketcand_desk.h"
 #include "tests/unit/host/hex.h"
+#include "tests/unit/support/test_folder.h"
 
 namespace {
 
@@ -34,13 +32,7 @@ class Hx7 : public testing::Test {
     std::string err;
   };
 
-  Hx7() {
-    std::string pattern = std::filesystem::temp_directory_path() / "hx7-test-XXXXXX";
-    folder_ = ::mkdtemp(pattern.data());
-    ::setenv("ORVIK_RUNTIME_DIR", folder_.c_str(), 1);
-    ::setenv("TZ", "UTC", 1);
-  }
-  ~Hx7() override { std::filesystem::remove_all(folder_); }
+  Hx7() { ::setenv("TZ", "UTC", 1); }
 
   pid_t Start(std::vector<std::string> arguments) const {
     arguments.insert(arguments.begin(), HX7_PROGRAM);
@@ -50,7 +42,7 @@ class Hx7 : public testing::Test {
     const pid_t child = ::fork();
     if (child != 0) return child;
     for (const auto& [name, fd] : {std::pair("out", 1), std::pair("err", 2)}) {
-      ::dup2(::open((folder_ / name).c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600), fd);
+      ::dup2(::open((folder_.Path() / name).c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600), fd);
     }
     ::execv(argv[0], argv.data());
     ::_exit(127);
@@ -58,15 +50,15 @@ class Hx7 : public testing::Test {
   result_t Finish(pid_t child) const {
     int status = 0;
     ::waitpid(child, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(folder_ / "out"), ReadFile(folder_ / "err")};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(folder_.Path() / "out"),
+            ReadFile(folder_.Path() / "err")};
   }
   result_t Run(const std::vector<std::string>& arguments) const { return Finish(Start(arguments)); }
   std::string WriteLog(const std::string& text, const char* name = "bus.log") const {
-    std::ofstream(folder_ / name) << text;
-    return folder_ / name;
+    return folder_.Write(name, text);
   }
 
-  std::filesystem::path folder_;
+  RuntimeDirectoryForTest folder_;
 };
 
 std::vector<std::string> Data(const std::vector<bus::frame_t>& frames) {
@@ -198,7 +190,7 @@ TEST_F(Hx7, DiffTellsADifferenceFromATrouble) {
 
 TEST_F(Hx7, RecordsWhatWatchThenReadsAsItHappened) {
   SocketcandDesk desk;
-  const std::string log = folder_ / "new.log";
+  const std::string log = folder_.Path() / "new.log";
   const pid_t record = Start({"record", "--bus", desk.Bus(), log});
   desk.WaitForClients(1);
   desk.SendText(

@@ -1,10 +1,8 @@
 // The parts of the J1939 service without a bus: requests, filters, stations' words, pace and report.
-#include <filesystem>
 #include <fstream>
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
@@ -15,6 +13,7 @@
 #include "j1939/j1939_requests.h"
 #include "j1939/pacing.h"
 #include "services/nm_messages.h"
+#include "tests/unit/support/test_folder.h"
 
 namespace unit {
 namespace {
@@ -75,8 +74,8 @@ TEST(J1939RequestsTest, AMalformedRequestIsRefused) {
 
 class FilterStoreTest : public ::testing::Test {
  protected:
-  ~FilterStoreTest() override { std::filesystem::remove(file); }
-  const std::string file = std::filesystem::temp_directory_path() / ("filters." + std::to_string(getpid()));
+  const TestFolder folder;
+  const std::string file = folder.Path() / "filters";
 };
 
 TEST_F(FilterStoreTest, AServiceThatWasKilledFindsItsFiltersAgain) {

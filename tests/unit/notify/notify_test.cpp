@@ -1,7 +1,5 @@
 // The notification manager without its message path: queues and pulses, the requests' bytes, and
 // who has stopped.
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <string>
 
@@ -9,6 +7,7 @@
 #include "notify/exchange.h"
 #include "notify/heartbeats.h"
 #include "notify/requests.h"
+#include "tests/unit/support/test_folder.h"
 
 namespace unit {
 namespace {
@@ -235,15 +234,14 @@ TEST_F(RequestsTest, AnIdentityIsGoodOnItsOwnConnectionOnly) {
 }
 
 TEST(HeartbeatMonitorTest, ReportsOnceWhenAWorkerFallsSilentAndOnceWhenItIsBack) {
-  const auto file =
-      std::filesystem::temp_directory_path() / ("heartbeats." + std::to_string(getpid()) + ".xml");
-  std::ofstream(file) << R"(<orvik-generic version="1"><App id="1" name="a"/><Events channel="Events">
+  const TestFolder folder;
+  const std::string file =
+      folder.Write("generic.xml", R"(<orvik-generic version="1"><App id="1" name="a"/><Events channel="Events">
     <Event name="orvik.ParseHeartbeatEvent" id="70"/><Event name="orvik.DispatchHeartbeatEvent" id="300"/>
     <Event name="orvik.ExitApplication" id="9"/>
-    </Events></orvik-generic>)";
+    </Events></orvik-generic>)");
   HeartbeatMonitor monitor;
   EXPECT_EQ(monitor.Load(file), "");
-  std::filesystem::remove(file);
   EXPECT_EQ(monitor.ChannelName(), "Events");
   monitor.SetChannel(5);
 

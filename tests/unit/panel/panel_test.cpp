@@ -90,31 +90,9 @@ TEST_F(PanelStateTest, HandsOnChangesThatFollowEachOtherOnly) {
   }
 }
 
-TEST(KeyRequest, IsAnObjectWithOneFlag) {
-  bool down = false;
-  EXPECT_TRUE(ReadKeyRequest(R"( {"down" : true} )", down) && down);
-  EXPECT_TRUE(ReadKeyRequest(R"({"down":false})", down) && !down);
-  for (const char* text :
-       {"", "true", R"({"down":1})", R"({"up":true})", R"({"down":true,"more":1})", R"([{"down":true}])"}) {
-    EXPECT_FALSE(ReadKeyRequest(text, down)) << text;
-  }
-}
-
 using Next = EventStream::Next;
 
-constexpr auto NO_WAIT = 0ms;
 constexpr auto LONG = 10s;
-
-TEST(StreamHub, ANewReaderIsGivenTheFullStateFirst) {
-  StreamHub hub;
-  const auto stream = hub.Open();
-  hub.Broadcast("board", "{}");
-  std::string text;
-  EXPECT_EQ(stream->Wait(text, LONG), Next::kFull);
-  EXPECT_EQ(stream->Wait(text, LONG), Next::kEvents);
-  EXPECT_EQ(text, "event: board\ndata: {}\n\n");
-  EXPECT_EQ(stream->Wait(text, NO_WAIT), Next::kBeat);
-}
 
 TEST(StreamHub, AReaderThatFallsBehindStartsAnewAndDelaysNobody) {
   StreamHub hub;

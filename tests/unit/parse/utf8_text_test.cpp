@@ -116,4 +116,18 @@ TEST(ExpandSubCommand, WidensAsciiInTheFullWidthLanguageOnly) {
   }
 }
 
+TEST(ExpandSubCommand, WidensEachPrintableCharacterToItsOwn) {
+  TestRecord record;
+  SetLanguage(record, 3);
+  std::string printable;
+  std::vector<unsigned> expected;
+  for (unsigned c = '!'; c <= '~'; ++c) {
+    printable.push_back(static_cast<char>(c));
+    expected.push_back(c - '!' + 0xFF01);
+  }
+  std::vector<unsigned> codepoints;
+  ExpandSubCommand(record, printable, codepoints);
+  EXPECT_EQ(codepoints, expected);
+}
+
 }  // namespace

@@ -1,9 +1,6 @@
 // The design's files, and the document that follows commands, events and variables.
 #include "screen/screen_model.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <limits>
 #include <memory>
 #include <set>
@@ -16,6 +13,7 @@
 
 #include "screen/design.h"
 #include "screen/renderer.h"
+#include "tests/unit/support/test_folder.h"
 
 namespace unit {
 namespace {
@@ -25,26 +23,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::ThrowsMessage;
-
-// A folder of small pages, removed when destroyed.
-class TestFolder {
- public:
-  TestFolder() {
-    std::string name = std::filesystem::temp_directory_path() / "orvik-design-XXXXXX";
-    path_ = mkdtemp(name.data());
-  }
-  ~TestFolder() { std::filesystem::remove_all(path_); }
-  TestFolder(const TestFolder&) = delete;
-  TestFolder& operator=(const TestFolder&) = delete;
-
-  const std::filesystem::path& Path() const { return path_; }
-  void Write(const std::string& file, const std::string& content) const {
-    std::ofstream(path_ / file) << content;
-  }
-
- private:
-  std::filesystem::path path_;
-};
 
 std::string Page(const std::string& name, int order, const std::string& content,
                  const std::string& transitions) {

@@ -11,7 +11,7 @@
 #include "core/operating_values.h"
 #include "display/handles.h"
 #include "services/dbshm.h"
-#include "support/runtime_directory.h"
+#include "support/test_folder.h"
 
 namespace {
 
