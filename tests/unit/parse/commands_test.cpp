@@ -59,8 +59,11 @@ TEST_F(Commands, CountThemselves) {
     EXPECT_EQ(CommandCounts[COUNT_TOTAL_CMDS], 1U);
   }
   for (auto& count : CommandCounts) count = 0;
-  for (const char* uncounted : {"\x07\x12\x01", "\x07\x13\x01"}) Send(uncounted);
+  for (const char* uncounted : {"\x07\x12\x02\x03\x04\x05", "\x07\x13\x01"}) Send(uncounted);
   EXPECT_EQ(Counts(), "");
+  const outrigger_colors_t& colors = record->outriggerColors;
+  EXPECT_EQ((std::vector<int>{colors.tires, colors.retracted, colors.half, colors.extended}),
+            (std::vector{2, 3, 4, 5}));
 }
 
 TEST_F(Commands, ValidKeysBeyondTheMapAreReportedAndLeftOut) {
