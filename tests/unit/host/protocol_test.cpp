@@ -1,8 +1,11 @@
 // The host's messages: into bytes and frames, back into words, and spoilt on purpose.
+#include <algorithm>
+#include <array>
 #include <set>
 
 #include <gmock/gmock.h>
 
+#include "host/conversation.h"
 #include "host/decode.h"
 #include "host/encode.h"
 #include "host/errors.h"
@@ -169,6 +172,50 @@ TEST(Injector, EachFaultSpoilsAsItsNameSaysAndLosesOneGoodMessageAtMost) {
       EXPECT_EQ(joined.messages.back()[0], good[0]) << c.name << ", seed " << seed;
       EXPECT_EQ(injector.Summary(), std::string("injected 1 faults: ") + c.name + " 1");
     }
+  }
+}
+
+// "D0 00 01 06": the last byte of the identifier, 18FF00xx, and the data.
+bus::frame_t Frame(const std::string& text, std::uint64_t time_us) {
+  const auto bytes = FromHex(text);
+  const auto length = static_cast<std::uint8_t>(bytes.size() - 1);
+  bus::frame_t frame{.identifier = 0x18FF0000U + bytes[0], .length = length, .time_us = time_us};
+  std::copy(bytes.begin() + 1, bytes.end(), frame.data.begin());
+  return frame;
+}
+
+TEST(Conversation, GivesEachReplyItsRequestAndNoticesWhatIsOutOfPlace) {
+  struct {
+    const char* what;
+    std::vector<const char*> frames;  // 300 ms apart
+    std::vector<std::string> words;
+    std::array<std::uint64_t, 3> counts;  // unanswered, broken, other stations
+  } const cases[] = {{"replies of several frames, each to its request",
+                      {"D0 00 01 06", "D0 00 01 07 03", "D2 00 02 56 69", "D2 01 6C 20 FF"},
+                      {"key-state", "program-name", "program-name: \"Vi"},
+                      {1, 0, 0}},
+                     {"a reply that comes too late, to a request between the frames of a message",
+                      {"D0 00 02 04 14", "D0 00 01 07 07", "D0 01 FF", "D0 01 FF", "D0 01 FF", "D2 00 01 00"},
+                      {"lcd-status", "beeper: 20 x 10 ms", "unknown: "},
+                      {1, 0, 0}},
+                     {"a message and another station between the frames of a message",
+                      {"D0 00 02 04 14", "D1 00 01 06", "D0 00 01 04 00", "D0 01 FF"},
+                      {"unknown: bytes 00 01 06"},
+                      {0, 1, 1}}};
+  for (const auto& c : cases) {
+    host::Conversation conversation;
+    std::vector<std::string> words;
+    std::uint64_t now_us = 0;
+    for (const char* frame : c.frames) {
+      const auto heard = conversation.Feed(Frame(frame, now_us += 300'000));
+      if (heard) words.push_back(host::InWords(heard->decoded));
+    }
+    ASSERT_EQ(words.size(), c.words.size()) << c.what;
+    for (std::size_t i = 0; i < words.size(); ++i)
+      EXPECT_THAT(words[i], testing::StartsWith(c.words[i])) << c.what;
+    const auto counts =
+        std::array{conversation.Unanswered(), conversation.Host().broken, conversation.Counters().others};
+    EXPECT_EQ(counts, c.counts) << c.what;
   }
 }
 

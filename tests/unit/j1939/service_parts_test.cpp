@@ -36,9 +36,8 @@ TEST(J1939RequestsTest, TheTypeTellsWhatItIsFor) {
                                             Reach::kFastpacket};
   for (std::uint8_t type = 0; type < REACHES.size(); ++type) {
     const bool isFilter = type == 0 || type == 3 || type == 5;
-    const bytes_t message = Message({type, 0, 0, 0, static_cast<std::uint8_t>(isFilter ? 0x11 : 0),
-                                     static_cast<std::uint8_t>(isFilter ? 7 : 0), 0, 0, 1},
-                                    isFilter ? "x" : "");
+    const std::uint8_t length = isFilter ? 0x11 : 0x10;  // 1808 and the name
+    const bytes_t message = Message({type, 0, 0, 0, length, 7, 0, 0, 1}, isFilter ? "x" : "");
     const j1939_request_t request = ReadRequest(message);
     ASSERT_EQ(request.index(), isFilter ? 0U : 1U) << int{type};
     EXPECT_EQ(isFilter ? std::get<0>(request).reach : std::get<1>(request).reach, REACHES[type]);
