@@ -139,7 +139,7 @@ bool Becomes(const std::function<bool()>& condition, int polls = 4000) {
 
 TEST_F(Blinkers, AreSteppedByTheirThreadUntilItIsStopped) {
   // This record outlives the test: nothing orders a detached thread's last look at it before its end.
-  auto& data = *new orvikData_t;
+  static auto& data = *new orvikData_t;
   const ConsoleCapture console;
   ASSERT_EQ(InitBlinkerThread(&data), 0);
   ASSERT_TRUE(Becomes([&] { return data.blinkerReady == 1; }));

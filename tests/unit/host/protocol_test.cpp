@@ -190,18 +190,19 @@ TEST(Conversation, GivesEachReplyItsRequestAndNoticesWhatIsOutOfPlace) {
     std::vector<const char*> frames;  // 300 ms apart
     std::vector<std::string> words;
     std::array<std::uint64_t, 3> counts;  // unanswered, broken, other stations
-  } const cases[] = {{"replies of several frames, each to its request",
-                      {"D0 00 01 06", "D0 00 01 07 03", "D2 00 02 56 69", "D2 01 6C 20 FF"},
-                      {"key-state", "program-name", "program-name: \"Vi"},
-                      {1, 0, 0}},
-                     {"a reply that comes too late, to a request between the frames of a message",
-                      {"D0 00 02 04 14", "D0 00 01 07 07", "D0 01 FF", "D0 01 FF", "D0 01 FF", "D2 00 01 00"},
-                      {"lcd-status", "beeper: 20 x 10 ms", "unknown: "},
-                      {1, 0, 0}},
-                     {"a message and another station between the frames of a message",
-                      {"D0 00 02 04 14", "D1 00 01 06", "D0 00 01 04 00", "D0 01 FF"},
-                      {"unknown: bytes 00 01 06"},
-                      {0, 1, 1}}};
+  } const cases[] = {
+      {"a reply of one frame passes a request over whose reply has two",
+       {"D0 00 01 07 03", "D0 00 01 06", "D2 00 01 00 12 0A", "D2 00 02 56 69", "D2 01 6C 20 FF"},
+       {"program-name", "key-state", "key-state: status 0, key info, last-key fly", "unknown: "},
+       {1, 0, 0}},
+      {"a reply that comes too late, to a request between the frames of a message",
+       {"D0 00 02 04 14", "D0 00 01 07 07", "D0 01 FF", "D0 01 FF", "D0 01 FF", "D2 00 01 00"},
+       {"lcd-status", "beeper: 20 x 10 ms", "unknown: "},
+       {1, 0, 0}},
+      {"a message and another station between the frames of a message",
+       {"D0 00 02 04 14", "D1 00 01 06", "D0 00 01 04 00", "D0 01 FF"},
+       {"unknown: bytes 00 01 06"},
+       {0, 1, 1}}};
   for (const auto& c : cases) {
     host::Conversation conversation;
     std::vector<std::string> words;
