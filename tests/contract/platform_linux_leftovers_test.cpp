@@ -74,6 +74,24 @@ TEST_F(Leftovers, OfAThreadThatEndsAreNone) {
   EXPECT_EQ(ChannelDestroy(chid), 0);
 }
 
+TEST_F(Leftovers, OfAProcessThatExitsWithoutDetachingAreNone) {
+  Child careless([] {
+    const pid_t program = fork();
+    if (program == 0) {
+      static_cast<void>(ChannelCreate(0));
+      static_cast<void>(name_attach(nullptr, "Careless", 0));
+      static_cast<void>(platform::OpenSharedObject("/Careless", O_RDWR | O_CREAT, 0600));
+      exit(0);  // NOLINT(concurrency-mt-unsafe): with its exit handlers, which is what is tried
+    }
+    int status = -1;
+    waitpid(program, &status, 0);
+    return status;
+  });
+  EXPECT_EQ(careless.Result(), 0);
+  EXPECT_EQ(FilesInDirectory(), 0U);
+  EXPECT_EQ(platform::OpenSharedObject("/Careless", O_RDWR, 0), -1);
+}
+
 TEST_F(Leftovers, OfKilledProcessesGoWithTheNextStartAndThoseInUseStay) {
   const auto open = [](const char* name, int flags) { return platform::OpenSharedObject(name, flags, 0600); };
   name_attach_t* const mine = name_attach(nullptr, "Mine", 0);

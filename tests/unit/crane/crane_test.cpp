@@ -265,7 +265,7 @@ TEST(LoadChart, SaysWhereAMistakeStands) {
       {"name a name that is much too long for a line\n", ":1: a name has"},
   };
   for (const auto& [text, problem] : cases) {
-    EXPECT_THAT([&] { Parse(text); },
+    EXPECT_THAT([text = text] { Parse(text); },
                 testing::ThrowsMessage<chart_error>(testing::StartsWith(std::string("small.chart") + problem)))
         << text;
   }

@@ -88,6 +88,16 @@ text_place_t Place(double x, double width, int cells = 0, double fontSize = 16) 
 
 const text_place_t CELLS = Place(100, 400, 40);  // 10 pixels a column
 
+TEST(TextLayout, EachGlyphStandsInTheMiddleOfItsColumnWhateverItsFont) {
+  const text_layout_t layout = LayOut("A Я", CELLS, Align::kLeft);
+  EXPECT_EQ(layout.anchor, "middle");
+  ASSERT_EQ(layout.runs.size(), 2U);
+  EXPECT_EQ(layout.runs[0].text, "A");
+  EXPECT_EQ(layout.runs[0].x, 105);
+  EXPECT_EQ(layout.runs[1].text, "Я");
+  EXPECT_EQ(layout.runs[1].x, 125);
+}
+
 TEST(TextLayout, CellsAlignWholeTextsAndCutWhatGoesBeyondTheLast) {
   EXPECT_EQ(LayOut("ABC", CELLS, Align::kRight).runs.front().x, 475);
   EXPECT_EQ(LayOut("ABC", CELLS, Align::kCenter).runs.front().x, 285);  // column 18: rounded down
@@ -101,6 +111,19 @@ TEST(TextLayout, AFullWidthGlyphShrinksIntoANarrowColumn) {
   EXPECT_EQ(layout.runs[1].fontSize, 10);
   const text_place_t wide = Place(0, 480, 24, 19);
   EXPECT_FALSE(LayOut("主", wide, Align::kLeft).runs[0].fontSize);
+}
+
+TEST(TextLayout, ProportionalTextFollowsTheMessageUnlessTheDesignFixesIt) {
+  const text_place_t plain = Place(100, 400);
+  const text_layout_t right = LayOut("  12,300", plain, Align::kRight);
+  EXPECT_EQ(right.anchor, "end");
+  EXPECT_EQ(right.x, 500);
+  EXPECT_EQ(right.runs.front().text, "12,300");
+  EXPECT_EQ(LayOut("lbs", plain, Align::kCenter).x, 300);
+  text_place_t fixed = plain;
+  fixed.fixed = Align::kLeft;
+  EXPECT_EQ(LayOut("lbs", fixed, Align::kRight).anchor, "start");
+  EXPECT_TRUE(LayOut("   ", plain, Align::kLeft).runs.empty());
 }
 
 TEST(TextLayout, ALongTextIsCutByCharactersNotBytes) {

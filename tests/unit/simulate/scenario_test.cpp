@@ -64,7 +64,7 @@ TEST(Scenario, SaysWhereAMistakeStandsAndWhatWouldBeRight) {
       {"5 repeat\n6 stop", "2: nothing may follow repeat"},
   };
   for (const auto& [text, problem] : cases) {
-    EXPECT_THAT([&] { Parse(text); },
+    EXPECT_THAT([text = text] { Parse(text); },
                 testing::ThrowsMessage<host::usage_error>(
                     testing::AllOf(testing::StartsWith("some/a.scenario:"), testing::HasSubstr(problem))))
         << text;
