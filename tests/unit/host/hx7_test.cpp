@@ -61,18 +61,12 @@ class Hx7 : public testing::Test {
   RuntimeDirectoryForTest folder_;
 };
 
-std::vector<std::string> Data(const std::vector<bus::frame_t>& frames) {
-  std::vector<std::string> data;
-  for (const bus::frame_t& frame : frames) data.push_back(ToHex(frame.Bytes()));
-  return data;
-}
-
 TEST_F(Hx7, SendRemembersTheOperatingValuesOfTheCallBefore) {
   SocketcandDesk desk;
   EXPECT_EQ(Run({"send", "--bus", desk.Bus(), "load=12300", "parts-of-line=4"}).status, 0);
   EXPECT_EQ(Run({"send", "--bus", desk.Bus(), "radius=35.5"}).status, 0);
   EXPECT_EQ(Run({"send", "--bus", desk.Bus(), "--neutral", "operating-values"}).status, 0);
-  const auto frames = Data(desk.WaitForFrames(18));
+  const auto frames = ToHex(desk.WaitForFrames(18));
   ASSERT_EQ(frames.size(), 18U);
   EXPECT_EQ(frames[1], "01 46 40 30 00 00 00 00");
   EXPECT_EQ(frames[7], "01 46 40 30 00 42 0E 00");
@@ -123,7 +117,7 @@ TEST_F(Hx7, PlaysALogInOrderAndSaysWhatItPassedOver) {
   EXPECT_EQ(played.status, 0);
   EXPECT_THAT(played.err, HasSubstr("played 3 frames"));
   EXPECT_THAT(played.err, HasSubstr("1 frames of the display and 2 lines"));
-  EXPECT_THAT(Data(desk.WaitForFrames(3)), ElementsAre("00 01 06 00 00 00 00 00", "01", "00 01 04 FF"));
+  EXPECT_THAT(ToHex(desk.WaitForFrames(3)), ElementsAre("00 01 06 00 00 00 00 00", "01", "00 01 04 FF"));
   const auto quiet = Run({"play", "--bus", desk.Bus(), "--all", "--quiet", "--speed", "max", log});
   EXPECT_EQ(quiet.err, "");
   EXPECT_EQ(desk.WaitForFrames(7).size(), 7U);

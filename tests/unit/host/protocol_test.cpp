@@ -99,14 +99,10 @@ TEST(Encode, WhatDoesNotFitBecomesTheNearestThatDoesOrIsRefused) {
 }
 
 TEST(Segment, PadsTheLastFrameAndKnowsItsBounds) {
-  const auto frames = [](const Message& message) {
-    std::vector<std::string> texts;
-    for (const bus::frame_t& frame : host::Segment(message)) texts.push_back(ToHex(frame.Bytes()));
-    return texts;
-  };
-  EXPECT_THAT(frames({6}), ElementsAre("00 01 06 FF FF FF FF FF"));
-  EXPECT_THAT(frames({1, 2, 3, 4, 5, 6}), ElementsAre("00 01 01 02 03 04 05 06"));
-  EXPECT_THAT(frames({1, 2, 3, 4, 5, 6, 7}), ElementsAre("00 02 01 02 03 04 05 06", "01 07 FF FF FF FF FF FF"));
+  EXPECT_THAT(ToHex(host::Segment({6})), ElementsAre("00 01 06 FF FF FF FF FF"));
+  EXPECT_THAT(ToHex(host::Segment({1, 2, 3, 4, 5, 6})), ElementsAre("00 01 01 02 03 04 05 06"));
+  EXPECT_THAT(ToHex(host::Segment({1, 2, 3, 4, 5, 6, 7})),
+              ElementsAre("00 02 01 02 03 04 05 06", "01 07 FF FF FF FF FF FF"));
   EXPECT_EQ(host::Segment(Message(6 + 7 * 254)).size(), 255U);
   EXPECT_THROW(host::Segment(Message(6 + 7 * 254 + 1)), host::usage_error);
   EXPECT_THROW(host::Segment(Message{}), host::usage_error);

@@ -170,9 +170,14 @@ class RequestsTest : public ::testing::Test {
 TEST_F(RequestsTest, AFetchGetsNoMoreThanItHasRoomFor) {
   Ask({0, 0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 255, 255, 255, 255, 2, 1, 0, 0, 4, 0, 0, 0});
   Ask({2, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0});
-  Ask({3, 0, 0, 0, 1, 0, 0, 0, 4, 0, 0, 0, 1, 0, 0, 0, 9, 8, 7, 6});
+  // Room for 1000 / 4 = 250 messages of this size, one of which is taken.
+  EXPECT_THAT(Ask({3, 0, 0, 0, 1, 0, 0, 0, 4, 0, 0, 0, 1, 0, 0, 0, 9, 8, 7, 6}),
+              ElementsAreArray({3, 0, 0, 0, 1, 0, 0, 0, 249, 0, 0, 0, 1, 0, 0, 0}));
   EXPECT_THAT(Ask({4, 0, 0, 0, 255, 255, 255, 255, 2, 0, 0, 0, 2, 0, 0, 0}),
               ElementsAreArray({4, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 2, 0, 0, 0, 9, 8}));
+  EXPECT_THAT(Ask({4, 0, 0, 0, 255, 255, 255, 255, 0, 40, 0, 0, 2, 0, 0, 0}),
+              ElementsAreArray({4, 0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 2, 0, 0, 0}))
+      << "nothing waits";
   EXPECT_EQ(handler.Cut(), 1U);
 }
 

@@ -91,6 +91,12 @@ TEST_F(Commands, FillTheFieldsWithTheirTextUpToTheEndOfTheBlock) {
   EXPECT_EQ(StowedText(record), "ST");
   EXPECT_EQ(console.Out() + console.Err(), "");
 
+  ShowSystemText(record, "LOST");
+  Send("\x05\x00\x06\x00\x04\x00\x10\xC3X"s);  // what is not named is cleared, what is broken marked
+  EXPECT_FALSE(SystemTextShown());
+  EXPECT_EQ(GridLine(record, 0), "#X______________________________________");
+  EXPECT_EQ(StowedText(record), "");
+
   // mainLen 253, subLen 251: 249 bytes of text, and the last of them is the block's last.
   Send("\x05\x00\xFD\x00\xFB\x00\x1E"s + std::string(248, 'a') + "b");
   EXPECT_EQ(StowedText(record), std::string(248, 'a') + "b");
