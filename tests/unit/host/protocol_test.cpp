@@ -99,9 +99,9 @@ TEST(Encode, WhatDoesNotFitBecomesTheNearestThatDoesOrIsRefused) {
 }
 
 TEST(Segment, PadsTheLastFrameAndKnowsItsBounds) {
-  EXPECT_THAT(ToHex(host::Segment({6})), ElementsAre("00 01 06 FF FF FF FF FF"));
-  EXPECT_THAT(ToHex(host::Segment({1, 2, 3, 4, 5, 6})), ElementsAre("00 01 01 02 03 04 05 06"));
-  EXPECT_THAT(ToHex(host::Segment({1, 2, 3, 4, 5, 6, 7})),
+  EXPECT_THAT(ToHex(host::Segment(Message{6})), ElementsAre("00 01 06 FF FF FF FF FF"));
+  EXPECT_THAT(ToHex(host::Segment(Message{1, 2, 3, 4, 5, 6})), ElementsAre("00 01 01 02 03 04 05 06"));
+  EXPECT_THAT(ToHex(host::Segment(Message{1, 2, 3, 4, 5, 6, 7})),
               ElementsAre("00 02 01 02 03 04 05 06", "01 07 FF FF FF FF FF FF"));
   EXPECT_EQ(host::Segment(Message(6 + 7 * 254)).size(), 255U);
   EXPECT_THROW(host::Segment(Message(6 + 7 * 254 + 1)), host::usage_error);
