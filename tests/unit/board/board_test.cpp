@@ -9,7 +9,6 @@
 
 #include "board/backlight.h"
 #include "board/key_map.h"
-#include "board/keys.h"
 #include "board/sound_follower.h"
 #include "tests/unit/support/test_folder.h"
 
@@ -17,7 +16,6 @@ namespace unit {
 namespace {
 
 using namespace std::chrono_literals;
-using platform::key_source_t;
 using testing::HasSubstr;
 
 KeyMap Parse(const std::string& text) {
@@ -169,18 +167,6 @@ TEST(SoundFollower, FollowsTheBeeperAndMakesUpForABeepBetweenTwoLooks) {
     const SoundFollower::time_t now{std::chrono::milliseconds(look.at_ms)};
     EXPECT_EQ(follower.Follow(look.sounding, look.pulses, now), look.sounds) << look.at_ms;
   }
-}
-
-TEST(FrontKeys, AreHeldWhileAnySourceHoldsThem) {
-  platform::board_state_t board{};
-  SetKeyHeld(board, key_source_t::kPanel, 3, true);
-  SetKeyHeld(board, key_source_t::kKeyDevice, 3, true);
-  SetKeyHeld(board, key_source_t::kPanel, 3, false);
-  EXPECT_EQ(KeysHeld(board), 0x04U);
-  SetKeyHeld(board, key_source_t::kPanel, 8, true);
-  SetKeyHeld(board, key_source_t::kPanel, 9, true);
-  SetKeyHeld(board, key_source_t::kKeyDevice, 3, false);
-  EXPECT_EQ(KeysHeld(board), 0x80U);
 }
 
 }  // namespace

@@ -165,6 +165,16 @@ TEST_F(Fields, SurviveAnyGeometry) {
   }
 }
 
+TEST_F(Fields, LinesAreTheSameWhereTheirShownCellsAre) {
+  UTF8Line_t a;
+  UTF8Line_t b;
+  SetLCDResolution(record, 4, 24);
+  b.cells[24].codePoint = 1;
+  EXPECT_TRUE(SameUTF8Line(record, &a, &b));
+  b.cells[23].codePoint = 1;
+  EXPECT_FALSE(SameUTF8Line(record, &a, &b));
+}
+
 TEST_F(Fields, GiveStowedAndErectedTextAsUTF8) {
   Put(29, "Aufgerichtet \xE4\xB8\xAD\xF0\x9F\x98\x80");
   EXPECT_EQ(ErectedText(record), "Aufgerichtet \xE4\xB8\xAD\xF0\x9F\x98\x80");
