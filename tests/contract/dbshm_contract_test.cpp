@@ -24,7 +24,7 @@
 #include "platform/shared_memory.h"
 
 #include "services/dbshm.h"
-#include "tests/unit/services/runtime_directory.h"
+#include "tests/unit/support/test_folder.h"
 
 namespace {
 
@@ -201,10 +201,12 @@ TEST_F(Database, ValuesLieInTheObjectAsLaidOut) {
   EXPECT_EQ(DBSHM::getMemoryPtr(), view) << "others are reading it";
 }
 
-TEST_F(Database, TwoProcessesAtOnceNeverReadAHalfWrittenValue) {
+TEST_F(Database, ProcessesAtOnceAndAnyNumberOfKilledOnesLeaveWholeValuesAndBlockNobody) {
   for (const pid_t child : {StartChild("read-and-write"), StartChild("read-and-write")}) {
     EXPECT_EQ(ExitStatus(child), 0);
   }
+  EXPECT_EQ(ExitStatus(StartChild("kill-many-writers")), 0);
+  EXPECT_TRUE(IsWhole());
 }
 
 TEST_F(Database, AValueExpiresAfterItsTime) {
@@ -308,11 +310,6 @@ TEST_F(Database, AWriterKilledInTheMiddleLeavesAnInvalidValueAndAFreeLock) {
   EXPECT_EQ(DBSHM::Read(TORN, value), 0);
   DBSHM::Write(TORN, 3.0);
   EXPECT_TRUE(Reads(TORN, 3.0));
-}
-
-TEST_F(Database, AnyNumberOfKilledWritersBlocksNobody) {
-  EXPECT_EQ(ExitStatus(StartChild("kill-many-writers")), 0);
-  EXPECT_TRUE(IsWhole());
 }
 
 TEST_F(Database, WithoutADatabaseNothingIsReadOrWritten) {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <memory>
 
-#include "platform_server.h"
+#include "platform_processes.h"
 
 namespace contract {
 namespace {

@@ -15,7 +15,7 @@
 #include "platform/shared_memory.h"
 #include "platform/threads.h"
 
-#include "platform_server.h"
+#include "platform_processes.h"
 
 namespace contract {
 namespace {

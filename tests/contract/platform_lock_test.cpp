@@ -118,22 +118,6 @@ TEST_F(Lock, OfAKilledHolderGoesToAWaiter) {
   EXPECT_EQ(got, 9);
 }
 
-TEST_F(Lock, SurvivesHundredsOfKilledHoldersAndWaiters) {
-  const auto stepForEver = [this]() -> int {
-    for (;;) Step();
-  };
-  const Child bystander(stepForEver);
-  for (int round = 0; round < 300; ++round) {
-    const Child victim(stepForEver);
-    std::this_thread::sleep_for(std::chrono::microseconds(53 * (round % 40)));
-  }
-  // Whoever is next repairs what the last victim left.
-  Step();
-  if (LockShared(shared_->lock)) shared_->second = shared_->first;
-  EXPECT_EQ(shared_->first, shared_->second);
-  UnlockShared(shared_->lock);
-}
-
 TEST_F(Lock, WorksInAForkedChildOfAThreadThatUsedIt) {
   StepTimes(3);
   Child child([this] {

@@ -1,3 +1,4 @@
+// Where programs meet: a station's connection to its bus, and the addresses of what answers over HTTP.
 #include "bus/endpoint.h"
 
 #include <future>
@@ -5,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include "http/address.h"
 #include "tests/unit/bus/socketcand_desk.h"
 
 namespace {
@@ -31,31 +33,6 @@ TEST(OpenEndpoint, SaysWhatIsWrongAndWhatToDo) {
   EXPECT_NE(ErrorOf("socketcan:nosuchcan"), "");
   SocketcandDesk stranger({}, "220 mail ready\r\n");
   EXPECT_THAT(ErrorOf(stranger.Bus()), HasSubstr("Is it a socketcand server?"));
-}
-
-TEST(SocketcandEndpoint, SendsAndReceivesFramesWithTheServersStamp) {
-  SocketcandDesk desk([](const bus::frame_t&) {
-    return std::vector{bus::frame_t{.identifier = 0x18FF00D2, .length = 1, .data = {7}, .time_us = 5}};
-  });
-  const auto endpoint = bus::OpenEndpoint(desk.Bus());
-  const std::array frames{kKeyRequest, kKeyRequest, kKeyRequest};
-  ASSERT_EQ(endpoint->SendAll(frames, 1000), Result::kOk);
-  EXPECT_EQ(desk.WaitForFrames(3).size(), 3U);
-  bus::frame_t frame;
-  for (int i = 0; i < 3; ++i) {
-    ASSERT_EQ(endpoint->Receive(frame, 5000), Result::kOk);
-    EXPECT_EQ(bus::FormatSocketcandFrame(frame), "< frame 18FF00D2 0.000005 07 >");
-  }
-  EXPECT_EQ(endpoint->Receive(frame, 0), Result::kTimeout);
-}
-
-TEST(SocketcandEndpoint, InterruptEndsAWaitForEver) {
-  SocketcandDesk desk;
-  const auto endpoint = bus::OpenEndpoint(desk.Bus());
-  std::thread waker([&] { endpoint->Interrupt(); });
-  bus::frame_t frame;
-  EXPECT_EQ(endpoint->Receive(frame, -1), Result::kTimeout);
-  waker.join();
 }
 
 // Closing a connection with unread bytes resets it, which costs what the server has not taken yet.
@@ -103,6 +80,37 @@ TEST(SocketcandEndpoint, HandsOutTheFramesThatCameBeforeTheServerWentAndThenStay
   EXPECT_EQ(endpoint->Receive(frame, 5000), Result::kDown);
   EXPECT_EQ(endpoint->Send(kKeyRequest, 100), Result::kDown);
   EXPECT_THAT(endpoint->Problem(), HasSubstr("closed the connection"));
+}
+
+TEST(HttpAddress, IsOneOfTheLoopback) {
+  for (const char* text : {"127.0.0.1:8740", "localhost:0", "[::1]:65535", "127.1.2.3:1"}) {
+    EXPECT_EQ(http::FormatAddress(http::ParseAddress(text)), text);
+  }
+  for (const char* text :
+       {"", "127.0.0.1", ":8740", "0.0.0.0:8740", "192.168.0.2:80", "127.0.0.1:", "127.0.0.1:65536",
+        "127.0.0.1:-1", "127.0.0.1:80x", "[::]:80", "127.0.0.1.example.org:80", "[::1]", "127.1:80"}) {
+    EXPECT_THROW(http::ParseAddress(text), std::runtime_error) << text;
+  }
+}
+
+TEST(HttpAddress, OnlyLoopbackNamesAreAnswered) {
+  for (const char* host : {"127.0.0.1:8740", "localhost", "localhost:1", "[::1]:8740"}) {
+    EXPECT_TRUE(http::IsLoopbackHost(host)) << host;
+  }
+  for (const char* host :
+       {"", "example.org", "localhost.example.org", "127.0.0.1.example.org:8740", "127.evil.0.1"}) {
+    EXPECT_FALSE(http::IsLoopbackHost(host)) << host;
+  }
+}
+
+TEST(HttpAddress, ChangesComeFromProgramsOrTheOwnPages) {
+  constexpr const char* HOST = "127.0.0.1:8740";
+  EXPECT_TRUE(http::IsOwnOrigin("", HOST));
+  EXPECT_TRUE(http::IsOwnOrigin("http://127.0.0.1:8740", HOST));
+  for (const char* origin : {"null", "http://127.0.0.1:8741", "https://127.0.0.1:8740",
+                             "http://127.0.0.1:8740.example.org", "http://example.org"}) {
+    EXPECT_FALSE(http::IsOwnOrigin(origin, HOST)) << origin;
+  }
 }
 
 }  // namespace

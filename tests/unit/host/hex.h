@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "bus/can_frame.h"
+
 inline std::vector<std::uint8_t> FromHex(const std::string& text) {
   std::vector<std::uint8_t> bytes;
   std::istringstream in(text);
@@ -23,4 +25,10 @@ inline std::string ToHex(std::span<const std::uint8_t> bytes) {
     text += (text.empty() ? "" : " ") + std::string(digits);
   }
   return text;
+}
+
+inline std::vector<std::string> ToHex(const std::vector<bus::frame_t>& frames) {
+  std::vector<std::string> texts;
+  for (const bus::frame_t& frame : frames) texts.push_back(ToHex(frame.Bytes()));
+  return texts;
 }

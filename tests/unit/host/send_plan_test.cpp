@@ -1,7 +1,5 @@
 #include "host/send_plan.h"
 
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <sstream>
 
@@ -9,6 +7,7 @@
 
 #include "host/errors.h"
 #include "tests/unit/host/hex.h"
+#include "tests/unit/support/test_folder.h"
 
 namespace {
 
@@ -99,20 +98,18 @@ TEST(SendPlan, RefusesWhatItCannotSendAndSaysWhatWouldBeRight) {
 }
 
 TEST(OperatingValues, ComeBackFromTheirFileAndSurviveABrokenOne) {
-  const auto directory = std::filesystem::temp_directory_path() / ("hx7-values-" + std::to_string(::getpid()));
-  std::filesystem::create_directories(directory);
+  const TestFolder folder;
   host::OperatingValues values;
   values.Set("percent", 85.5);
   values.Set("led", 0x80000002);
   values.Set("swing", -75);
-  host::SaveOperatingValues(directory, values);
-  EXPECT_EQ(ToHex(host::LoadOperatingValues(directory).Encode()), ToHex(values.Encode()));
+  host::SaveOperatingValues(folder.Path(), values);
+  EXPECT_EQ(ToHex(host::LoadOperatingValues(folder.Path()).Encode()), ToHex(values.Encode()));
 
-  std::ofstream(directory / "hx7.values") << "load\nradius=abc\nnothing=1\nangle=60\n=\n\xFF\xFE";
-  values = host::LoadOperatingValues(directory);
+  folder.Write("hx7.values", "load\nradius=abc\nnothing=1\nangle=60\n=\n\xFF\xFE");
+  values = host::LoadOperatingValues(folder.Path());
   EXPECT_EQ(values.Get("angle"), 60);
   EXPECT_EQ(values.Get("radius"), 0);
-  std::filesystem::remove_all(directory);
 }
 
 }  // namespace

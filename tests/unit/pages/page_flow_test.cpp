@@ -1,11 +1,9 @@
 // Where every page change leads that a key, the host, its silence or the end of the program can ask for: by the
 // tables of the application and the transitions of the screen design, which docs/pages.md shows.
-#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <map>
 #include <optional>
-#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -82,25 +80,22 @@ std::vector<ask_t> AllAsks() {
 
 class PageFlow : public testing::Test {
  protected:
-  PageFlow() : names_(unit::LoadScreenNames(REPOSITORY + "/config/generic.xml")) {
+  PageFlow() {
+    const unit::screen_names_t names = unit::LoadScreenNames(REPOSITORY + "/config/generic.xml");
     std::vector<std::string> problems;
-    design_ = unit::LoadDesign(REPOSITORY + "/config/screen", unit::WidgetNames(names_), problems);
+    design_ = unit::LoadDesign(REPOSITORY + "/config/screen", unit::WidgetNames(names), problems);
     EXPECT_TRUE(problems.empty()) << problems.front();
     for (const auto& [name, page] : design_) pageByAction_[page.action] = &page;
   }
 
-  const unit::page_t* DesignOf(int pageId) const {
-    const auto found = pageByAction_.find(std::string(ActionName(pageId)));
-    return found == pageByAction_.end() ? nullptr : found->second;
-  }
+  const unit::page_t& DesignOf(int pageId) const { return *pageByAction_.at(std::string(ActionName(pageId))); }
 
   // The name of the page that the ask leads to; nothing when it leads nowhere.
   std::optional<std::string> LeadsTo(const ask_t& ask) const {
-    const unit::page_t* page = DesignOf(ask.page);
+    const auto& transitions = DesignOf(ask.page).transitions;
     for (const std::string& event : ask.events) {
-      if (page == nullptr) break;
-      const auto transition = page->transitions.find(event);
-      if (transition != page->transitions.end()) return transition->second;
+      const auto transition = transitions.find(event);
+      if (transition != transitions.end()) return transition->second;
     }
     return std::nullopt;
   }
@@ -115,7 +110,7 @@ class PageFlow : public testing::Test {
   std::string Table() const {
     std::ostringstream text;
     text << "| |";
-    for (const page_definition_t& page : PageDefinitions()) text << " " << DesignOf(page.pageId)->name << " |";
+    for (const page_definition_t& page : PageDefinitions()) text << " " << DesignOf(page.pageId).name << " |";
     text << "\n|---|";
     for (std::size_t i = 0; i < PageDefinitions().size(); ++i) text << "---|";
     text << "\n";
@@ -133,52 +128,9 @@ class PageFlow : public testing::Test {
     return text.str();
   }
 
-  unit::screen_names_t names_;
   unit::design_t design_;
   std::map<std::string, const unit::page_t*> pageByAction_;
 };
-
-TEST_F(PageFlow, WhateverAsksForAPageGetsOneThatTheApplicationKnows) {
-  for (const page_definition_t& page : PageDefinitions()) {
-    ASSERT_NE(DesignOf(page.pageId), nullptr) << ActionName(page.pageId);
-  }
-  for (const ask_t& ask : AllAsks()) {
-    const std::string what = ask.how + " on " + std::string(ActionName(ask.page));
-    for (const std::string& event : ask.events) {
-      const bool published = std::any_of(names_.events.begin(), names_.events.end(),
-                                         [&](const auto& known) { return known.second == event; });
-      EXPECT_TRUE(published) << what << ": " << event;
-    }
-    if (ask.events.empty()) continue;
-    const auto target = LeadsTo(ask);
-    ASSERT_TRUE(target) << what << ": " << ask.events.front() << " leads nowhere";
-    const std::string& action = design_.at(*target).action;
-    EXPECT_TRUE(names_.actions.contains(action)) << what << ": the application never hears of " << action;
-    const bool known =
-        std::any_of(PageDefinitions().begin(), PageDefinitions().end(),
-                    [&](const page_definition_t& page) { return ActionName(page.pageId) == action; });
-    EXPECT_TRUE(known) << what << ": the application has no page " << action;
-  }
-}
-
-TEST_F(PageFlow, EveryPageIsReachedFromEveryOther) {
-  std::map<std::string, std::set<std::string>> steps;
-  for (const ask_t& ask : AllAsks()) {
-    if (const auto target = LeadsTo(ask)) steps[DesignOf(ask.page)->name].insert(*target);
-  }
-  for (const auto& [start, page] : design_) {
-    std::set<std::string> reached;
-    std::vector<std::string> open{start};
-    while (!open.empty()) {
-      const std::string name = open.back();
-      open.pop_back();
-      for (const std::string& next : steps[name]) {
-        if (reached.insert(next).second) open.push_back(next);
-      }
-    }
-    EXPECT_EQ(reached.size(), design_.size()) << "from " << start;
-  }
-}
 
 TEST_F(PageFlow, TheDocumentShowsTheTablesThatTheProgramsUse) {
   const std::string file = REPOSITORY + "/docs/pages.md";

@@ -1,28 +1,33 @@
+// The commands of the host: what they count, what they are refused for, and where their text goes.
 #include "parse/commands.h"
 
 #include <gtest/gtest.h>
 
 #include "core/command_counters.h"
 #include "core/operating_values.h"
-#include "parse/parse_thread.h"
+#include "parse/fields.h"
+#include "parse/grid_text.h"
 #include "support/console_capture.h"
 #include "support/test_record.h"
 
 namespace {
 
-// The message of a command; bytes that are not given are 0xA5, as if an earlier message had left them.
-DecapData_t Message(const std::vector<int>& bytes) {
-  DecapData_t message;
-  message.bytes.fill(0xA5);
-  std::size_t at = 0;
-  for (const int byte : bytes) message.bytes[at++] = static_cast<std::uint8_t>(byte);
-  return message;
-}
+using namespace std::string_literals;
 
 class Commands : public testing::Test {
  protected:
   Commands() {
-    for (auto& count : CommandCounts) count = 0;
+    InitAllFields();
+    record->blankChar = '_';
+    record->spaceChar = '_';
+  }
+
+  // Bytes that are not given are `rest`, as if an earlier message had left them.
+  void Send(const std::string& bytes, std::uint8_t rest = 0) {
+    DecapData_t message;
+    message.bytes.fill(rest);
+    std::copy(bytes.begin(), bytes.end(), message.bytes.begin());
+    ParseMessage(record, message);
   }
 
   // The counters that are not 0, but for TOTAL CMDS, as "index:count ".
@@ -39,104 +44,122 @@ class Commands : public testing::Test {
   TestRecord record;
 };
 
-TEST_F(Commands, SetOperatingValuesFromTheirBytes) {
-  ParseMessage(record, Message({2,    0xEE,                 // CMD2, a byte that means nothing
-                                0x46, 0x41, 0xBC, 0x00,     // capacity 12399.0, rounded down
-                                0x46, 0x40, 0xF8, 0x00,     // load 12350.0, rounded half up
-                                0x42, 0x0D, 0x99, 0x9A,     // radius 35.4
-                                0xC1, 0x28, 0x00, 0x00,     // angle -10.5
-                                0x41, 0xFC, 0x00, 0x00,     // extension 31.5
-                                0x3F, 0x59, 0x99, 0x9A,     // 0.85 of the safe working load
-                                6,                          // parts of line
-                                0x78, 0x56, 0x34,           // lamps, bits 0 to 23
-                                0xFF, 0x38,                 // swing -200 degrees
-                                0x12,                       // lamps, bits 24 to 31
-                                0x43, 0x48, 0x00, 0x00,     // piston pressure 200.0
-                                0x42, 0xC8, 0x80, 0x00}));  // rod pressure 100.25
-  EXPECT_EQ(record->capacity, 12300.0);
-  EXPECT_EQ(record->load, 12400.0);
-  EXPECT_FLOAT_EQ(static_cast<float>(record->radius), 35.4F);
-  EXPECT_EQ(record->angle, -10.5);
-  EXPECT_EQ(record->extension, 31.5);
-  EXPECT_FLOAT_EQ(static_cast<float>(record->percentSafeWorkingLoad), 0.85F);
-  EXPECT_EQ(record->partsOfLine, 6);
-  EXPECT_EQ(record->ledState, 0x12345678U);
-  EXPECT_EQ(record->swing, -200.0);
-  EXPECT_EQ(record->pistonPressure, 200.0);
-  EXPECT_EQ(record->rodPressure, 100.25);
-  EXPECT_EQ(Counts(), "2:1 ");
-  EXPECT_EQ(ParameterValue("OrvikTotalHX7Commands"), 1.0);
-}
-
 TEST_F(Commands, CountThemselves) {
   // Each command, and the one counter that it moves.
-  const std::vector<std::pair<std::vector<int>, int>> counted = {
-      {{0}, 0},         {{1}, 1},         {{4, 20}, 4}, {{6}, 6},        {{8, 7}, 26}, {{9, 200}, 26},
-      {{10}, 28},       {{255}, 28},      {{7, 0}, 25}, {{7, 1, 0}, 7},  {{7, 3}, 9},  {{7, 4}, 10},
+  const std::vector<std::pair<std::vector<char>, int>> counted = {
+      {{0}, 0},         {{1}, 1},         {{4, 20}, 4}, {{6}, 6},        {{8, 7}, 26}, {{9, 100}, 26},
+      {{10}, 28},       {{'\xFF'}, 28},   {{7, 0}, 25}, {{7, 1, 0}, 7},  {{7, 3}, 9},  {{7, 4}, 10},
       {{7, 5}, 11},     {{7, 6, 12}, 12}, {{7, 7}, 13}, {{7, 8, 0}, 14}, {{7, 9}, 15}, {{7, 11, 2}, 17},
       {{7, 13, 6}, 19}, {{7, 20}, 25},    {{7, 21}, 25}};
   const ConsoleCapture console;
   for (const auto& [bytes, counter] : counted) {
     for (auto& count : CommandCounts) count = 0;
-    ParseMessage(record, Message(bytes));
+    Send({bytes.begin(), bytes.end()}, 0xA5);
     EXPECT_EQ(Counts(), std::to_string(counter) + ":1 ") << testing::PrintToString(bytes);
     EXPECT_EQ(CommandCounts[COUNT_TOTAL_CMDS], 1U);
   }
   for (auto& count : CommandCounts) count = 0;
-  for (const int uncounted : {18, 19}) ParseMessage(record, Message({7, uncounted, 1, 2, 3, 4}));
+  for (const char* uncounted : {"\x07\x12\x02\x03\x04\x05", "\x07\x13\x01"}) Send(uncounted);
   EXPECT_EQ(Counts(), "");
-}
-
-TEST_F(Commands, SetWhatTheyName) {
-  const ConsoleCapture console;
-  for (const DecapData_t& message :
-       {Message({4, 20}), Message({8, 7}), Message({9, 8}), Message({7, 2, 9}), Message({7, 8, 3}),
-        Message({7, 11, 1}), Message({7, 12, 5}), Message({7, 13, 3}), Message({7, 16, 4}), Message({7, 17, 6}),
-        Message({7, 18, 2, 3, 4, 5}), Message({7, 19, 6})}) {
-    ParseMessage(record, message);
-  }
-  const orvikData_t& data = *record.Get();
-  EXPECT_EQ(std::vector<int>({data.beeperState, data.beeperDuration, data.commandProtocolVersion}),
-            std::vector({3, 20, 7}));
-  EXPECT_EQ(std::vector<int>({data.dynamicEncryptionMethod, data.brightnessAdjustEnabled, data.displayMode}),
-            std::vector({8, 1, 3}));
-  EXPECT_EQ(std::vector<int>({data.units, data.displayType, data.language, data.lcdColumns}),
-            std::vector({1, 5, 3, 24}));
-  EXPECT_EQ(std::vector<int>({data.erectedIcon, data.stowedIcon, data.swingMode}), std::vector({4, 6, 6}));
-  EXPECT_EQ(std::vector<int>({data.outriggerColors.tires, data.outriggerColors.extended}), std::vector({2, 5}));
-
-  ParseMessage(record, Message({7, 10, 255}));
-  EXPECT_EQ(record->beeperState, 0);
-  ParseMessage(record, Message({7, 11, 9}));  // refused
-  EXPECT_EQ(record->units, 1);
+  const outrigger_colors_t& colors = record->outriggerColors;
+  EXPECT_EQ((std::vector<int>{colors.tires, colors.retracted, colors.half, colors.extended}),
+            (std::vector{2, 3, 4, 5}));
 }
 
 TEST_F(Commands, ValidKeysBeyondTheMapAreReportedAndLeftOut) {
   const auto masks = [this](std::size_t i) { return unsigned{record->keyMasks[i]}; };
   for (auto& mask : record->keyMasks) mask = 0x7F;
-  ParseMessage(record, Message({7, 1, 3, 0, 1, 0x7F, 9}));
+  Send("\x07\x01\x03\x00\x01\x7F\x09"s);
   EXPECT_EQ(std::vector({masks(0), masks(1), masks(2), masks(3)}), std::vector({0U, 1U, 0x7FU, 0x7FU}));
 
   ConsoleCapture console;
-  ParseMessage(record, Message({7, 1, 255, 5}));
+  Send("\x07\x01\xFF\x05", 0xA5);
   EXPECT_EQ(record->keyMasks[0], 5U);
   EXPECT_EQ(record->keyMasks[23], 0xA5U);
   EXPECT_EQ(console.Err(), "***** ERROR!  Valid keys count.  max=24, count=255\n");
 }
 
-TEST_F(Commands, QueuedMessagesAreHandledInOrderAndKeepTheWatchdogQuiet) {
-  record->watchdogSeconds = 9;
-  ParseQueuedMessages(record);  // nothing waits: no sign of life
-  EXPECT_EQ(record->watchdogSeconds, 9);
+TEST_F(Commands, FillTheFieldsWithTheirTextUpToTheEndOfTheBlock) {
+  ConsoleCapture console;
+  Send(
+      "\x05"
+      "\x00\x14"               // mainLen 20
+      "\x00\x07\x00\x11HELLO"  // field 17, centre of line 1
+      "\x00\x04\x00\x1EST"     // field 30, the stowed label
+      "\x00\x03\x09\x11!"s);   // field 17 again
+  EXPECT_EQ(GridLine(record, 0), "________________HELLO_!_________________");
+  EXPECT_EQ(StowedText(record), "ST");
+  EXPECT_EQ(console.Out() + console.Err(), "");
 
-  addDecapData(record, Message({7, 19, 1}));
-  addDecapData(record, Message({7, 19, 2}));
-  ParseQueuedMessages(record);
-  EXPECT_EQ(record->swingMode, 2);
-  EXPECT_EQ(record->watchdogSeconds, 0);
-  EXPECT_EQ(CommandCounts[COUNT_TOTAL_CMDS], 2U);
-  ParseQueuedMessages(record);
-  EXPECT_EQ(CommandCounts[COUNT_TOTAL_CMDS], 2U);
+  ShowSystemText(record, "LOST");
+  Send("\x05\x00\x06\x00\x04\x00\x10\xC3X"s);  // what is not named is cleared, what is broken marked
+  EXPECT_FALSE(SystemTextShown());
+  EXPECT_EQ(GridLine(record, 0), "#X______________________________________");
+  EXPECT_EQ(StowedText(record), "");
+
+  // mainLen 253, subLen 251: 249 bytes of text, and the last of them is the block's last.
+  Send("\x05\x00\xFD\x00\xFB\x00\x1E"s + std::string(248, 'a') + "b");
+  EXPECT_EQ(StowedText(record), std::string(248, 'a') + "b");
+}
+
+struct Refused_t {
+  const char* what;
+  std::string message;
+  std::string out;
+  std::string err;
+  std::string left;  // the first field's text afterwards
+};
+
+TEST_F(Commands, AreRefusedForBadLengths) {
+  const auto sub = [](int length) {
+    return "***** ERROR!  Cmd5 sub command length.  min=3, max=800, subLen=" + std::to_string(length) +
+           "\nError!  ProcessSubCommand returned failure\n";
+  };
+  const std::vector<Refused_t> refused = {
+      {"802 bytes, all but one text absent", "\x05\x03\x22\x00\x03\x00\x10X"s, "", sub(0), "X"},
+      {"a text of no bytes", "\x05\x00\x06\x00\x02\x00\x10\x00\x00"s, "", sub(2), ""},
+      {"a second text of no bytes", "\x05\x00\x09\x00\x03\x00\x10X\x00\x02\x00\x10"s, "", sub(2), "X"},
+      {"a text of 801 bytes", "\x05\x00\x06\x03\x21\x00\x10XY"s, "", sub(801), ""},
+      {"a text that ends behind the block", "\x05\x00\xFF\x00\xFC\x00\x10XY"s, "", sub(252), ""},
+      {"a length that the end of the block cuts",
+       "\x05\x01\x00\x00\xF9\x00\x00"s + std::string(247, '-') + "\x00"s, "", sub(0), ""},
+      {"flash of 1", "\x03\x00\x01\x07\x00\x4A"s,
+       "Orvik: ERROR! Flash message underrun, len=1, index=7, first=0x4a\n", "", "old"},
+      {"flash behind the block", "\x03\x00\xFE\x07\x00\x4A"s, "",
+       "Orvik: ERROR! Flash message overrun, len=254, index=7, first=0x4a\n", "old"},
+  };
+  Send("\x03\x00\x03\x00\x00X"s);
+  const std::vector<unsigned> flash = record->flashLine;
+  for (const Refused_t& r : refused) {
+    Send("\x05\x00\x07\x00\x05\x00\x10old"s);
+    ConsoleCapture console;
+    Send(r.message);
+    EXPECT_EQ(console.Out(), r.out) << r.what;
+    EXPECT_EQ(console.Err(), r.err) << r.what;
+    EXPECT_EQ(FieldToText(fieldLine1Left), r.left) << r.what;
+    EXPECT_EQ(record->flashLine, flash) << r.what;
+  }
+}
+
+TEST_F(Commands, CentreTheFlashMessage) {
+  struct Flash_t {
+    int language;
+    std::string text;
+    std::size_t blanks;
+  };
+  const std::vector<Flash_t> flashes = {
+      {0, "HELLO", 12}, {0, "HELLO!", 11},           {0, std::string(28, 'x'), 0}, {0, std::string(40, 'x'), 0},
+      {3, "HELLO", 8},  {3, std::string(21, 'x'), 0}};
+  for (const Flash_t& flash : flashes) {
+    SetLanguage(record, flash.language);
+    record->blankChar = '_';
+    Send("\x03\x00"s + static_cast<char>(flash.text.size() + 2) + "\x05\x00"s + flash.text);
+    ASSERT_EQ(record->flashLine.size(), flash.blanks + flash.text.size());
+    EXPECT_EQ(std::count(record->flashLine.begin(), record->flashLine.end(), '_'),
+              static_cast<std::ptrdiff_t>(flash.blanks));
+    EXPECT_EQ(record->flashLine.back(),
+              static_cast<unsigned char>(flash.text.back()) + (flash.language == 3 ? 0xFEE0U : 0U));
+  }
 }
 
 }  // namespace

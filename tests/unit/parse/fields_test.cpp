@@ -1,10 +1,13 @@
+// The fields of the host's text on the grid, and the system's own text over them.
 #include "parse/fields.h"
 
 #include <gtest/gtest.h>
 #include <utf8.h>
 
+#include "core/mutex_guard.h"
 #include "core/operating_values.h"
 #include "parse/grid_text.h"
+#include "parse/utf8_text.h"
 #include "support/console_capture.h"
 #include "support/test_record.h"
 
@@ -170,8 +173,6 @@ TEST_F(Fields, LinesAreTheSameWhereTheirShownCellsAre) {
   EXPECT_TRUE(SameUTF8Line(record, &a, &b));
   b.cells[23].codePoint = 1;
   EXPECT_FALSE(SameUTF8Line(record, &a, &b));
-  SetLCDResolution(record, 4, 0);
-  EXPECT_TRUE(SameUTF8Line(record, &a, &b));
 }
 
 TEST_F(Fields, GiveStowedAndErectedTextAsUTF8) {
@@ -186,6 +187,77 @@ TEST_F(Fields, DumpTheFlashTextByItsLowBytesOnEveryUpdate) {
   ConsoleCapture console;
   Put(28, "Hi \xD1\x81\xC2\xB0\x09");
   EXPECT_EQ(console.Out(), "Flash, fid=28, size=6\n    'Hi A0x00b0, 0x0009, '\n");
+}
+
+// The system's own text over that of a host, which has filled two fields.
+class SystemText : public Fields {
+ protected:
+  SystemText() {
+    record->spaceChar = ' ';
+    record->blankChar = ' ';
+    Put(16, "host");
+    Put(30, "stowed");
+    FieldsToUTF8Lines(record);
+  }
+
+  // The shown cells of a line without the blanks around them.
+  std::string Text(std::size_t line) {
+    std::string text = Line(line);
+    TrimSpaces(text);
+    return text;
+  }
+
+  void HostSends(const std::string& text) {
+    const MutexGuard guard(record->displayMutex);
+    ClearAllFields();
+    Put(16, text);
+    FieldsToUTF8Lines(record);
+    HostTextArrived(record);
+  }
+};
+
+TEST_F(SystemText, EndsAtOnceWhenTheHostSendsNewTextOrTheFieldsStartAnew) {
+  ShowSystemText(record, "message");
+  EXPECT_EQ(StowedText(record), "");
+  HostSends("n");
+  EXPECT_FALSE(SystemTextShown());
+  EXPECT_EQ(Text(0), "n");
+  EndSystemText(record);  // nothing comes back
+  EXPECT_EQ(Text(0), "n");
+
+  ShowSystemText(record, "second");  // keeps the new text
+  EndSystemText(record);
+  EXPECT_EQ(Text(0), "n");
+
+  ShowSystemText(record, "third");
+  InitAllFields();  // the fields start anew: all is forgotten
+  EXPECT_FALSE(SystemTextShown());
+  ShowSystemText(record, "start");
+  EndSystemText(record);
+  EXPECT_EQ(Text(0), "");
+}
+
+TEST_F(SystemText, IsSplitAtABlankWhenLongerThanALine) {
+  const std::vector<std::array<std::string, 3>> splits = {{"abcd efghi", "abcd efghi", ""},
+                                                          {"abcd efghij", "abcd", "efghij"},
+                                                          {"abcdefghij klm", "abcdefghij", "klm"},
+                                                          {"abcdefghijklm", "abcdefghij", "klm"}};
+  SetLCDResolution(record, 4, 10);
+  for (const auto& [text, line2, line3] : splits) {
+    ShowSystemText(record, text);
+    EXPECT_EQ(Text(1), line2) << text;
+    EXPECT_EQ(Text(2), line3) << text;
+    EndSystemText(record);
+  }
+}
+
+TEST_F(SystemText, IsWidenedInTheFullWidthLanguage) {
+  SetLanguage(record, 3);
+  ShowSystemText(record, "LOST COMMUNICATIONS WITH COMPUTER!");
+  EXPECT_EQ(record->utf8Display[1].cells[0].codePoint, 0xFF2CU);  // "L": 24 characters, the whole line
+  EXPECT_EQ(record->utf8Display[1].cells[4].codePoint, 0x3000U);
+  EXPECT_EQ(record->utf8Display[2].cells[7].codePoint, 0xFF23U);  // "COMPUTER!", (24 - 9) / 2 cells in
+  EndSystemText(record);
 }
 
 }  // namespace

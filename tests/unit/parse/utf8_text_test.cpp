@@ -1,3 +1,4 @@
+// Text of the host: repaired, trimmed, widened.
 #include "parse/utf8_text.h"
 
 #include <random>
@@ -6,6 +7,11 @@
 
 #include <gtest/gtest.h>
 #include <utf8.h>
+
+#include "core/operating_values.h"
+#include "parse/expand.h"
+#include "support/console_capture.h"
+#include "support/test_record.h"
 
 namespace {
 
@@ -81,6 +87,47 @@ TEST(TrimSpaces, RemovesBlanksAndTabsFromBothEndsOnly) {
     TrimSpaces(s);
     EXPECT_EQ(s, trimmed);
   }
+}
+
+TEST(ExpandSubCommand, WidensAsciiInTheFullWidthLanguageOnly) {
+  struct Text_t {
+    int language;
+    std::string text;
+    std::vector<unsigned> codepoints;
+    std::string out;
+  };
+  const std::vector<Text_t> texts = {
+      {0, "A\t\x7F \xC2\xB0\xE4\xB8\xAD", {1, 0x41, 0x09, 0x7F, 0x20, 0xB0, 0x4E2D}, ""},
+      {3, "A ~\xC2\xB0\xF0\x9F\x98\x80", {1, 0xFF21, 0x3000, 0xFF5E, 0xB0, 0x1F600}, ""},
+      {3,
+       "\t\x1F\x7F",
+       {1, 0xFF5B, 0xFF5B, 0x7F},
+       "WARNING.  Valid NON_PRINTABLE 0x9\nWARNING.  Valid NON_PRINTABLE 0x1f\nWARNING.  Unexpandable 0x7f\n"},
+      {0, "ab\xC3", {1, 'a', 'b'}, ""}};  // was not repaired
+  TestRecord record;
+  for (const Text_t& text : texts) {
+    SetLanguage(record, text.language);
+    ConsoleCapture console;
+    std::vector<unsigned> codepoints = {1};  // appends
+    ExpandSubCommand(record, text.text, codepoints);
+    EXPECT_EQ(codepoints, text.codepoints);
+    EXPECT_EQ(console.Out(), text.out);
+    EXPECT_EQ(console.Err().empty(), text.text.back() != '\xC3');
+  }
+}
+
+TEST(ExpandSubCommand, WidensEachPrintableCharacterToItsOwn) {
+  TestRecord record;
+  SetLanguage(record, 3);
+  std::string printable;
+  std::vector<unsigned> expected;
+  for (unsigned c = '!'; c <= '~'; ++c) {
+    printable.push_back(static_cast<char>(c));
+    expected.push_back(c - '!' + 0xFF01);
+  }
+  std::vector<unsigned> codepoints;
+  ExpandSubCommand(record, printable, codepoints);
+  EXPECT_EQ(codepoints, expected);
 }
 
 }  // namespace

@@ -1,19 +1,96 @@
+// The design's files, and the document that follows commands, events and variables.
 #include "screen/screen_model.h"
 
 #include <limits>
 #include <memory>
+#include <set>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "test_design.h"
+#include "screen/design.h"
+#include "screen/renderer.h"
+#include "tests/unit/support/test_folder.h"
 
 namespace unit {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::Not;
+using testing::ThrowsMessage;
+
+std::string Page(const std::string& name, int order, const std::string& content,
+                 const std::string& transitions) {
+  return R"(<svg xmlns="http://www.w3.org/2000/svg"><metadata><page name=")" + name + R"(" action="Page.)" +
+         name + R"(" order=")" + std::to_string(order) + R"(" title="T">)" + transitions +
+         "</page></metadata>" + content + "</svg>";
+}
+
+TEST(Design, MistakesAreReportedWithFileAndElement) {
+  const std::pair<const char*, const char*> mistakes[] = {
+      {R"(<text data-widget="Unknown"/>)", "no widget Unknown"},
+      {R"(<rect data-var="A" data-fil="1:red"/>)", "unknown attribute data-fil"},
+      {R"(<rect data-fill="1:red"/>)", "has no data-var"},
+      {R"(<rect data-var="A" data-fill="red"/>)", "no colon"},
+      {R"(<rect data-var="A" data-bar="0 1"/>)", "data-bar needs a width"},
+      {R"(<rect data-var="A" data-text="1:x"/>)", "belong to a text"},
+      {R"(<text id="Known" data-cells="40"/>)", "data-cells needs data-box"},
+      {R"(<text id="Known" data-cells="0" data-box="0 9"/>)", "1 to 200"},
+      {R"(<g id="a"/><g id="a"/>)", "taken"},
+      {"<script/>", "not drawn alike"},
+      {"<g>", "at byte"},
+  };
+  const TestFolder folder;
+  for (const auto& [content, message] : mistakes) {
+    folder.Write("page.svg", Page("P", 0, content, ""));
+    EXPECT_THAT([&] { LoadPage(folder.Path() / "page.svg", {"Known"}); },
+                ThrowsMessage<std::runtime_error>(AllOf(HasSubstr("page.svg"), HasSubstr(message))))
+        << content;
+  }
+}
+
+TEST(Design, AFolderGivesItsGoodPagesAndReportsTheOthers) {
+  const TestFolder folder;
+  folder.Write("a.svg", Page("A", 0, "", R"(<transition event="e" page="Nowhere"/>)"));
+  folder.Write("b.svg", Page("A", 1, "", ""));
+  folder.Write("c.svg", "<svg/>");
+  folder.Write("d.svg", Page("D", 0, "", ""));
+  folder.Write("notes.txt", "no page");
+  std::vector<std::string> problems;
+  const design_t design = LoadDesign(folder.Path(), {}, problems);
+  EXPECT_EQ(design.size(), 2U);
+  EXPECT_EQ(problems.size(), 2U);
+  EXPECT_THAT(CheckDesign(design), testing::UnorderedElementsAre(HasSubstr("Nowhere"), HasSubstr("one order")));
+}
+
+// The product's own design beside its configuration.
+TEST(ProductDesign, FitsTheConfigurationAndIsDrawn) {
+  const screen_names_t names = LoadScreenNames(SOURCE_FOLDER "/config/generic.xml");
+  std::vector<std::string> problems;
+  const design_t design = LoadDesign(SOURCE_FOLDER "/config/screen", WidgetNames(names), problems);
+  EXPECT_THAT(problems, IsEmpty());
+  EXPECT_THAT(CheckDesign(design), IsEmpty());
+  std::set<std::string> events;
+  for (const auto& [number, name] : names.events) events.insert(name);
+  for (const auto& [name, page] : design) {
+    EXPECT_TRUE(names.actions.contains(page.action)) << page.action;
+    for (const auto& [event, target] : page.transitions) EXPECT_TRUE(events.contains(event)) << event;
+    for (const live_element_t& element : page.elements) {
+      const std::string& variable = element.variable;
+      EXPECT_TRUE(variable.empty() || variable == DATA_STATE_VARIABLE || names.variables.contains(variable))
+          << name << ": " << variable;
+    }
+    std::ostringstream svg;
+    page.document->print(svg);
+    EXPECT_THAT(RenderPng(svg.str()), testing::StartsWith("\x89PNG")) << name;
+  }
+  EXPECT_THROW(RenderPng("<svg"), std::runtime_error);
+}
 
 constexpr const char* MAIN = R"svg(
   <text id="Load" x="90" y="20" text-anchor="end" data-box="10 80" data-stale="----">----</text>
@@ -49,13 +126,18 @@ class Screen : public testing::Test {
     return LoadDesign(folder_.Path(), WidgetNames(Names()), problems_);
   }
 
-  void SetText(std::int32_t handle, const std::string& text, std::uint32_t attribute = SCREEN_TEXT_RIGHT) {
+  void SetText(std::int32_t handle, const std::string& text) {
     screen_command_t command;
     command.target = handle;
     command.operation = SCREEN_SET_TEXT;
-    command.number = attribute;
+    command.number = SCREEN_TEXT_RIGHT;
     command.text = text;
     model_->Accept(command);
+  }
+  screen_change_t Show(const std::string& text) {
+    SetText(LOAD, text);
+    model_->ProcessCommands();
+    return model_->TakeChange();
   }
 
   // The attribute of a changed element; "-" when it is removed or not there.
@@ -72,7 +154,7 @@ class Screen : public testing::Test {
   std::unique_ptr<ScreenModel> model_;
 };
 
-TEST_F(Screen, TextsTakeEffectTogetherAtProcessCommands) {
+TEST_F(Screen, TextsTakeEffectTogetherAtProcessCommandsAndOnce) {
   SetText(LOAD, " 12,300");
   EXPECT_TRUE(model_->TakeChange().elements.empty());
   model_->Accept({});  // process commands
@@ -81,16 +163,8 @@ TEST_F(Screen, TextsTakeEffectTogetherAtProcessCommands) {
   EXPECT_EQ(change.elements[0].content, "12,300");
   EXPECT_EQ(change.widgets.at("Load"), " 12,300");
   EXPECT_EQ(change.revision, change.previous + 1);
-  EXPECT_TRUE(model_->TakeChange().elements.empty());
-}
-
-TEST_F(Screen, EqualTextsChangeNothing) {
-  SetText(LOAD, "1");
-  model_->ProcessCommands();
-  model_->TakeChange();
-  SetText(LOAD, "1");
-  model_->ProcessCommands();
-  EXPECT_TRUE(model_->TakeChange().elements.empty());
+  EXPECT_TRUE(Show(" 12,300").elements.empty());
+  EXPECT_EQ(Show("<b>&").elements.front().content, "&lt;b&gt;&amp;") << "references, not elements";
 }
 
 TEST_F(Screen, ManyCommandsWithoutAnEndTakeEffectAtTheBound) {
@@ -107,24 +181,19 @@ TEST_F(Screen, UnknownHandlesAreCountedAndChangeNothing) {
   EXPECT_TRUE(model_->TakeChange().elements.empty());
 }
 
-TEST_F(Screen, AWidgetKeepsItsTextWhileAnotherPageIsShown) {
-  EXPECT_TRUE(model_->HandleEvent(MAIN_TO_WAD));
-  SetText(LOAD, "500");
-  SetText(HIDDEN_FROM_PAGES, "kept");
-  model_->ProcessCommands();
-  EXPECT_TRUE(model_->HandleEvent(WAD_TO_MAIN));
-  EXPECT_THAT(model_->Svg(), HasSubstr(">500</text>"));
-  EXPECT_EQ(model_->WidgetTexts().at("Elsewhere"), "kept");
-}
-
-TEST_F(Screen, OnlyEventsOfThePageShownChangeIt) {
-  EXPECT_FALSE(model_->HandleEvent(WAD_TO_MAIN));
-  EXPECT_FALSE(model_->HandleEvent(HEARTBEAT));
-  EXPECT_FALSE(model_->HandleEvent(4711));
+TEST_F(Screen, OnlyEventsOfThePageShownChangeItAndWidgetsKeepTheirTexts) {
+  for (const std::uint32_t event : {std::uint32_t{WAD_TO_MAIN}, std::uint32_t{HEARTBEAT}, 4711U}) {
+    EXPECT_FALSE(model_->HandleEvent(event));
+  }
   EXPECT_EQ(model_->Page().name, "Main");
   EXPECT_TRUE(model_->HandleEvent(MAIN_TO_WAD));
   EXPECT_EQ(model_->Page().name, "Wad");
   EXPECT_TRUE(model_->TakeChange().page);
+  SetText(HIDDEN_FROM_PAGES, "kept");
+  Show("500");
+  EXPECT_TRUE(model_->HandleEvent(WAD_TO_MAIN));
+  EXPECT_THAT(model_->Svg(), HasSubstr(">500</text>"));
+  EXPECT_EQ(model_->WidgetTexts().at("Elsewhere"), "kept");
 }
 
 TEST_F(Screen, ElementsFollowTheirVariable) {
@@ -138,20 +207,14 @@ TEST_F(Screen, ElementsFollowTheirVariable) {
   EXPECT_EQ(Attribute(model_->TakeChange(), "lamp", "display"), "none");
   model_->SetVariable("Part", 7.0);
   EXPECT_EQ(Attribute(model_->TakeChange(), "bar", "width"), "120");
-}
-
-TEST_F(Screen, ABadNumberIsNotAValue) {
-  model_->SetVariable("Part", 0.6);
-  model_->TakeChange();
   model_->SetVariable("Part", std::numeric_limits<double>::quiet_NaN());
-  const screen_change_t change = model_->TakeChange();
-  EXPECT_EQ(Attribute(change, "bar", "width"), "0");
-  EXPECT_FALSE(change.variables.at("Part").has_value());
+  const screen_change_t unknown = model_->TakeChange();
+  EXPECT_EQ(Attribute(unknown, "bar", "width"), "0");
+  EXPECT_FALSE(unknown.variables.at("Part").has_value());
 }
 
 TEST_F(Screen, DataThatAreNotCurrentShowDashes) {
-  SetText(LOAD, "12,300");
-  model_->ProcessCommands();
+  Show("12,300");
   model_->SetVariable("Lamp", 1.0);
   model_->SetDataState(DATA_LINK_LOST);
   const screen_change_t change = model_->TakeChange();
@@ -182,8 +245,7 @@ TEST_F(Screen, WidgetsMoveTurnHideAndChangeColour) {
 }
 
 TEST_F(Screen, AChangedDesignReplacesItsPageAndABrokenOneDoesNot) {
-  SetText(LOAD, "77");
-  model_->ProcessCommands();
+  Show("77");
   folder_.Write("main.svg", Page("Main", 0, R"(<text id="Load" x="1" y="1"/><circle r="4"/>)", ""));
   folder_.Write("wad.svg", "<svg");
   model_->ReplacePages(Load());
@@ -192,12 +254,6 @@ TEST_F(Screen, AChangedDesignReplacesItsPageAndABrokenOneDoesNot) {
   EXPECT_THAT(model_->Svg(), HasSubstr(">77</text>"));
   EXPECT_TRUE(model_->TakeChange().page);
   EXPECT_FALSE(model_->HandleEvent(MAIN_TO_WAD)) << "the changed page has no transitions any more";
-}
-
-TEST_F(Screen, TextsAreWrittenAsReferencesNotAsElements) {
-  SetText(LOAD, "<b>&");
-  model_->ProcessCommands();
-  EXPECT_EQ(model_->TakeChange().elements.front().content, "&lt;b&gt;&amp;");
 }
 
 }  // namespace

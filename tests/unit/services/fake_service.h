@@ -15,7 +15,7 @@
 #include "platform/messages.h"
 #include "platform/names.h"
 
-#include "tests/unit/services/runtime_directory.h"
+#include "tests/unit/support/test_folder.h"
 
 using bytes_t = std::vector<std::uint8_t>;
 

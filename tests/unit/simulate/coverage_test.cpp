@@ -72,32 +72,5 @@ TEST(Coverage, EveryHostKeyIsAnswered) {
   }
 }
 
-TEST(Determinism, TheSameSeedPutsTheSameBytesOnTheBus) {
-  const Shelf shelf(CONFIG);
-  for (const char* name : {"normal-lift", "every-key", "host-restart"}) {
-    HostRun one(7, shelf.NamedScenario(name));
-    HostRun two(7, shelf.NamedScenario(name));
-    HostRun other(8, shelf.NamedScenario(name));
-    const bus::frame_t reply{.identifier = 0x18FF00D2, .length = 8, .data = {0, 1, 0, 0, 18, 255, 255, 255}};
-    one.Pass(kTime_s);
-    for (int part = 0; part < kTime_s; ++part) {
-      two.computer.Hear(reply);  // a display that answers, and presses nothing
-      two.Pass(1);
-    }
-    other.Pass(kTime_s);
-    EXPECT_TRUE(one.Bytes() == two.Bytes()) << name;
-    EXPECT_FALSE(one.Bytes() == other.Bytes()) << name;
-    EXPECT_GT(one.Bytes().size(), 300'000U);
-  }
-  HostRun left;
-  HostRun pressed;
-  left.Pass(3);
-  pressed.Pass(3);
-  pressed.computer.Hear({.identifier = 0x18FF00D2, .length = 8, .data = {0, 1, 255, 18, 18, 255, 255, 255}});
-  left.Pass(1);
-  pressed.Pass(1);
-  EXPECT_FALSE(left.Bytes() == pressed.Bytes()) << "a key steers";
-}
-
 }  // namespace
 }  // namespace simulate

@@ -46,16 +46,20 @@ class HostRun {
   }
   // Carries out an action by its words.
   void Do(std::string_view words) { ParseAction(SplitWords(words))(stage_); }
-  // Every byte put on the bus so far.
-  const std::string& Bytes() const { return bytes_; }
+  // Lets it stand on its outriggers with the hook over the ground and the boom at 60 degrees, `length` metres
+  // long.
+  void Raise(const char* length) {
+    for (const char* action : {"base extended", "boom angle 60", "hoist hold 2"}) Do(action);
+    Pass(40);
+    Do(std::string("boom length ") + length);
+    Pass(40);
+  }
 
  private:
   void Join(const transmission_t& transmission, std::vector<said_t>& said) {
     host::Message message;
     for (std::size_t i = 0; i < transmission.size(); ++i) {
-      const auto data = transmission[i].Bytes();
-      bytes_.append(data.begin(), data.end());
-      const bool whole = reassembler_.Feed(data, message);
+      const bool whole = reassembler_.Feed(transmission[i].Bytes(), message);
       EXPECT_EQ(whole, i + 1 == transmission.size()) << "one message a transmission";
       if (whole) said.push_back({computer.Now_ms(), message});
     }
@@ -73,7 +77,6 @@ class HostRun {
   stage_t stage_{computer, [this](int key) { presses.push_back(key); },
                  [this](const std::string& text) { lines.push_back(text); }};
   host::Reassembler reassembler_;
-  std::string bytes_;
 };
 
 inline const said_t* LastOf(const std::vector<said_t>& said, std::string_view command) {

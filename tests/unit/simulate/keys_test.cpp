@@ -1,6 +1,8 @@
 // The answers of the host to its keys, as the display gets to see them.
+#include <cmath>
 #include <fstream>
 #include <sstream>
+#include <tuple>
 
 #include <gmock/gmock.h>
 #include <utf8.h>
@@ -12,14 +14,6 @@ namespace simulate {
 namespace {
 
 using testing::HasSubstr;
-using testing::StartsWith;
-
-constexpr double kWadToConfig = 4;
-
-bool Asked(const std::vector<said_t>& said, double transition) {
-  return std::ranges::any_of(
-      said, [&](const said_t& one) { return one.Is("transition") && one.Value() == transition; });
-}
 
 TEST(Keys, ChangeTheRiggingWithItsLampAndText) {
   struct {
@@ -56,12 +50,7 @@ TEST(Keys, ChangeTheRiggingWithItsLampAndText) {
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.before) + " then " + c.key);
     HostRun run;
-    run.Do("base extended");
-    run.Do("boom angle 60");
-    run.Do("hoist hold 2");
-    run.Pass(30);
-    run.Do("boom length 24");
-    run.Pass(30);
+    run.Raise("24");
     for (const std::string_view key : host::Split(c.before, ',')) {
       if (!key.empty()) run.Do("key " + std::string(key));
     }
@@ -77,109 +66,95 @@ TEST(Keys, ChangeTheRiggingWithItsLampAndText) {
   }
 }
 
-TEST(Keys, CountPartsOfLineRound) {
-  HostRun run;
-  const std::pair<const char*, int> presses[] = {{"pol-up", 5},   {"pol-up", 6},    {"pol-down", 5},
-                                                 {"pol-down", 4}, {"pol-down", 3},  {"pol-down", 2},
-                                                 {"pol-down", 1}, {"pol-down", 12}, {"pol-up", 1}};
-  run.Pass(2);
-  for (const auto& [key, parts] : presses) {
-    run.Do(std::string("key ") + key);
-    const auto said = run.Pass(0.3);
-    EXPECT_EQ(LastOf(said, "operating-values")->Value("parts-of-line"), parts);
-    EXPECT_EQ(TextOf(LastOf(said, "texts"), "line4-left"), std::to_string(parts) + " PARTS OF LINE");
-  }
-}
-
-TEST(Keys, LeadThroughInformationAndBack) {
-  HostRun run;
-  run.Pass(2);
-  run.Do("key info");
-  auto said = run.Pass(0.3);
-  EXPECT_TRUE(Asked(said, 6)) << "main to wad";
-  EXPECT_EQ(TextOf(LastOf(said, "texts"), "line1-center"), "INFO 1/4");
-  run.Do("key info");
-  said = run.Pass(0.3);
-  EXPECT_EQ(LastOf(said, "select-mode")->Value(), 1);
-  EXPECT_EQ(TextOf(LastOf(said, "texts"), "select1-lineb"), "OFF");
-  EXPECT_EQ(LastOf(said, "valid-keys")->message[3 + 8], 0x7F) << "the select keys are good here";
-  for (const char* key : {"select-1", "select-2", "select-3", "select-4"}) run.Do(std::string("key ") + key);
-  said = run.Pass(0.3);
+// What was last said of a text field, of a lamp ("lit", "dark"), or of a command or value.
+std::string LastSaid(const std::vector<said_t>& said, const std::string& what) {
+  if (host::FindTextField(what)) return TextOf(LastOf(said, "texts"), what);
   const said_t* values = LastOf(said, "operating-values");
-  for (const char* lamp : {"angle-alarm-set", "radius-alarm-set", "extension-alarm-set", "swing-alarm-set"}) {
-    EXPECT_TRUE(HasLamp(values, lamp)) << lamp;
+  if (std::ranges::find(host::LampNames(), what) != host::LampNames().end()) {
+    return HasLamp(values, what) ? "lit" : "dark";
   }
-  EXPECT_EQ(TextOf(LastOf(said, "texts"), "select1-lineb"), "0.0 / 10.0");
-  EXPECT_EQ(TextOf(LastOf(said, "texts"), "select4-lineb"), "-15.0 / 15.0");
-  run.Do("key select-4");
-  said = run.Pass(0.3);
-  EXPECT_FALSE(HasLamp(LastOf(said, "operating-values"), "swing-alarm-set"));
-  run.Do("key exit-alarm-main");
-  said = run.Pass(0.3);
-  EXPECT_EQ(LastOf(said, "select-mode")->Value(), 0) << "which leads the display to Main";
-  EXPECT_FALSE(Asked(said, 0));
-  EXPECT_EQ(TextOf(LastOf(said, "texts"), "winch"), "FRONT WINCH");
-  run.Do("key info");
-  run.Pass(0.3);
-  run.Do("key exit-alarm-main");
-  EXPECT_TRUE(Asked(run.Pass(0.3), 0)) << "wad to main";
+  const said_t* command = LastOf(said, what);
+  if (command == nullptr && what != "parts-of-line") return "nothing";
+  return std::to_string(std::lround(command != nullptr ? command->Value() : values->Value(what)));
 }
 
-TEST(Keys, ChooseWhatTheCraneStandsOn) {
-  const struct {
-    const char* select;
-    const char* base;
-    const char* lamp;
-  } cases[] = {{"select-1", "ON TIRES", "tires"},
-               {"select-2", "OUTRIGGERS RETRACTED", "outrigger-retracted"},
-               {"select-3", "OUTRIGGERS HALF", "outrigger-half"},
-               {"select-4", "OUTRIGGERS EXTENDED", "outrigger-extended"}};
-  for (const auto& c : cases) {
-    for (const char* key : {"tires", "outrigger"}) {
-      HostRun run;
-      run.Pass(2);
-      run.Do(std::string("key ") + key);
-      EXPECT_EQ(TextOf(LastOf(run.Pass(0.3), "texts"), "select4-linea"), "EXTENDED");
-      run.Do(std::string("key ") + c.select);
-      const auto said = run.Pass(11);
-      EXPECT_EQ(TextOf(LastOf(said, "texts"), "outriggers"), c.base);
-      EXPECT_TRUE(HasLamp(LastOf(said, "operating-values"), c.lamp));
-      EXPECT_EQ(LastOf(said, "colors")
-                    ->Value(std::string_view(c.lamp).substr(std::string_view(c.lamp).find('-') + 1)),
-                1)
-          << "green";
+struct answer_t {
+  const char* key;  // or "" for more of the same answer
+  const char* what;
+  const char* said;
+};
+
+void Converse(HostRun& run, const std::vector<answer_t>& conversation, double seconds = 0.3) {
+  std::vector<said_t> said;
+  for (const answer_t& step : conversation) {
+    if (*step.key != '\0') {
+      run.Do(std::string("key ") + step.key);
+      said = run.Pass(seconds);
     }
+    EXPECT_EQ(LastSaid(said, step.what), step.said) << "after " << step.key << " of " << step.what;
   }
 }
 
-TEST(Keys, LeadToTheConfigurationPageAndBack) {
-  HostRun run;
-  run.Pass(2);
-  run.Do("key tires");
-  run.Pass(0.3);
-  run.Do("key tires");
-  EXPECT_TRUE(Asked(run.Pass(0.3), kWadToConfig)) << "wad to config";
-  run.Do("key exit-alarm-config");
-  const auto said = run.Pass(1.5);
-  EXPECT_TRUE(Asked(said, 1)) << "config to wad";
-  EXPECT_EQ(LastOf(said, "select-mode")->Value(), 0) << "and then to Main";
+// Transitions: 0 wad to main, 1 config to wad, 4 wad to config, 6 main to wad.
+TEST(Keys, LeadThroughTextsAndPagesAndBack) {
+  const std::vector<answer_t> conversations[] = {
+      {{"pol-up", "parts-of-line", "5"},
+       {"", "line4-left", "5 PARTS OF LINE"},
+       {"pol-up", "parts-of-line", "6"},
+       {"pol-down", "parts-of-line", "5"},
+       {"pol-down", "parts-of-line", "4"},
+       {"pol-down", "parts-of-line", "3"},
+       {"pol-down", "parts-of-line", "2"},
+       {"pol-down", "parts-of-line", "1"},
+       {"pol-down", "parts-of-line", "12"},
+       {"pol-up", "line4-left", "1 PARTS OF LINE"}},
+      {{"info", "transition", "6"},
+       {"", "line1-center", "INFO 1/4"},
+       {"info", "select-mode", "1"},
+       {"", "select1-lineb", "OFF"},
+       {"select-1", "angle-alarm-set", "lit"},
+       {"select-2", "radius-alarm-set", "lit"},
+       {"select-3", "extension-alarm-set", "lit"},
+       {"select-4", "swing-alarm-set", "lit"},
+       {"", "select1-lineb", "0.0 / 10.0"},
+       {"", "select4-lineb", "-15.0 / 15.0"},
+       {"select-4", "swing-alarm-set", "dark"},
+       {"exit-alarm-main", "select-mode", "0"},  // which leads the display to Main
+       {"", "transition", "nothing"},
+       {"", "winch", "FRONT WINCH"}},
+      {{"info", "transition", "6"}, {"exit-alarm-main", "transition", "0"}},
+      {{"tires", "select4-linea", "EXTENDED"}, {"select-1", "tires", "lit"}, {"", "outriggers", "ON TIRES"}},
+      {{"tires", "transition", "6"}, {"tires", "transition", "4"}, {"exit-alarm-config", "transition", "1"}},
+      {{"calibration", "line1-center", "CALIBRATION"}},
+  };
+  for (const auto& conversation : conversations) {
+    HostRun run;
+    run.Pass(2);
+    Converse(run, conversation);
+  }
 }
 
-TEST(Keys, ShowSwingInThreeWaysAndReturn) {
+TEST(Keys, ChooseTheOutriggersAndTheWayToShowTheSwing) {
   HostRun run;
-  run.Do("base extended");
+  run.Raise("20");
   run.Do("swing 90");
   run.Pass(30);
-  for (const auto& [text, mode] :
-       {std::pair{"SWING AREA", 3}, {"ARC OF THE CHART", 4}, {"SWING IN DEGREES", 0}}) {
-    run.Do("key swing-mode");
-    const auto said = run.Pass(1);
-    EXPECT_EQ(TextOf(LastOf(said, "texts"), "line2-center"), text);
-    EXPECT_EQ(LastOf(said, "swing-mode")->Value(), mode) << text;
-    EXPECT_TRUE(Asked(run.Pass(2), 0)) << "back by itself";
+  Converse(run,
+           {{"swing-mode", "line2-center", "SWING AREA"},
+            {"", "swing-mode", "3"},
+            {"swing-mode", "line2-center", "ARC OF THE CHART"},
+            {"", "swing-mode", "4"},
+            {"swing-mode", "line2-center", "SWING IN DEGREES"},
+            {"", "swing-mode", "0"}},
+           1);
+  EXPECT_EQ(LastSaid(run.Pass(2), "transition"), "0") << "back by itself";
+  for (const auto& [key, base, lamp] : {std::tuple("select-2", "OUTRIGGERS RETRACTED", "outrigger-retracted"),
+                                        {"select-3", "OUTRIGGERS HALF", "outrigger-half"},
+                                        {"select-4", "OUTRIGGERS EXTENDED", "outrigger-extended"}}) {
+    run.Do("key outrigger");
+    run.Pass(0.3);
+    Converse(run, {{key, "outriggers", base}, {"", lamp, "lit"}, {"", "select-mode", "0"}}, 11);
   }
-  run.Do("key calibration");
-  EXPECT_EQ(TextOf(LastOf(run.Pass(0.3), "texts"), "line1-center"), "CALIBRATION");
 }
 
 TEST(Keys, AreDescribedAsTheyAre) {

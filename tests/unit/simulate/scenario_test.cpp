@@ -1,9 +1,11 @@
-// Scenario files: their times, and their mistakes.
+// What a scenario file or a request from outside may say: its time, and its mistakes.
 #include <sstream>
 
 #include <gmock/gmock.h>
 
 #include "host/errors.h"
+#include "simulate/control.h"
+#include "simulate/state_json.h"
 #include "tests/unit/simulate/host_run.h"
 
 namespace simulate {
@@ -62,13 +64,10 @@ TEST(Scenario, SaysWhereAMistakeStandsAndWhatWouldBeRight) {
       {"5 repeat\n6 stop", "2: nothing may follow repeat"},
   };
   for (const auto& [text, problem] : cases) {
-    try {
-      Parse(text);
-      ADD_FAILURE() << "taken: " << text;
-    } catch (const host::usage_error& error) {
-      EXPECT_THAT(error.what(), testing::StartsWith("some/a.scenario:"));
-      EXPECT_THAT(error.what(), testing::HasSubstr(problem)) << text;
-    }
+    EXPECT_THAT([text = text] { Parse(text); },
+                testing::ThrowsMessage<host::usage_error>(
+                    testing::AllOf(testing::StartsWith("some/a.scenario:"), testing::HasSubstr(problem))))
+        << text;
   }
 }
 
@@ -82,16 +81,29 @@ TEST(Scenario, TakesOtherUnits) {
   EXPECT_NEAR(run.computer.Crane().NetLoad(), 4535.9237, 1e-9);
 }
 
-TEST(Shelf, NamesTheNearestScenario) {
+TEST(Requests, AreReadOrRefused) {
   const Shelf shelf(CONFIG);
-  EXPECT_THROW(shelf.Scenario("/nonexistent.scenario"), host::failure);
-  EXPECT_THROW(Shelf("/nonexistent"), host::failure);
-  try {
-    shelf.Scenario("overlaod");
-    ADD_FAILURE();
-  } catch (const host::usage_error& error) {
-    EXPECT_THAT(error.what(), testing::HasSubstr("did you mean overload?"));
+  EXPECT_TRUE(std::holds_alternative<action_t>(ReadDo(R"({"do":"boom angle 45"})", shelf)));
+  EXPECT_EQ(std::get<scenario_t>(ReadDo(R"({"do":"scenario overload"})", shelf)).name, "overload");
+  EXPECT_EQ(std::get<scenario_t>(ReadDo(R"({"do":"scenario none"})", shelf)).lines.size(), 0U);
+  EXPECT_EQ(std::get<by_hand_t>(ReadControls(R"({"angle":45,"load":5000.5,"swing":-20})")).actions.size(), 3U);
+  for (const char* body : {"", "[]", "{}", "{", R"({"do":5})", R"({"do":""})", R"({"do":"fly away"})",
+                           R"({"do":"stop","more":1})", R"({"do":"scenario ../../etc/passwd"})"}) {
+    EXPECT_THROW(ReadDo(body, shelf), host::usage_error) << body;
   }
+  for (const char* body :
+       {"{}", R"({"angle":"45"})", R"({"angle":1000})", R"({"height":4})", R"({"load":-1})"}) {
+    EXPECT_THROW(ReadControls(body), host::usage_error) << body;
+  }
+}
+
+TEST(Requests, AreBounded) {
+  ControlQueue queue;
+  int taken = 0;
+  while (taken < 1000 && queue.Push(by_hand_t{})) ++taken;
+  EXPECT_EQ(taken, 256);
+  EXPECT_EQ(queue.Take().size(), 256U);
+  EXPECT_TRUE(queue.Push(by_hand_t{}));
 }
 
 }  // namespace

@@ -3,19 +3,29 @@
 
 #include <string>
 
+#include <gtest/gtest.h>
+
 // Catches what is printed from its making until Out or Err first asks; both then give the text of that time.
 class ConsoleCapture {
  public:
-  ConsoleCapture();
-  ~ConsoleCapture();
+  ConsoleCapture() {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+  }
+  ~ConsoleCapture() { Stop(); }
   ConsoleCapture(const ConsoleCapture&) = delete;
   ConsoleCapture& operator=(const ConsoleCapture&) = delete;
 
-  const std::string& Out();
-  const std::string& Err();
+  const std::string& Out() { return Stop(), out_; }
+  const std::string& Err() { return Stop(), err_; }
 
  private:
-  void Stop();
+  void Stop() {
+    if (!running_) return;
+    running_ = false;
+    out_ = testing::internal::GetCapturedStdout();
+    err_ = testing::internal::GetCapturedStderr();
+  }
 
   bool running_ = true;
   std::string out_;

@@ -1,8 +1,6 @@
 #include "support/test_record.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
 #include <limits>
 #include <span>
 #include <stdexcept>
@@ -13,31 +11,9 @@
 #include "core/operating_values.h"
 #include "display/handles.h"
 #include "services/dbshm.h"
+#include "support/test_folder.h"
 
 namespace {
-
-// A directory that goes with the process.
-class RuntimeDirectory {
- public:
-  RuntimeDirectory() {
-    std::string path = (std::filesystem::temp_directory_path() / "orvik-test-XXXXXX").string();
-    if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("cannot make a directory for the test");
-    path_ = path;
-    setenv("ORVIK_RUNTIME_DIR", path.c_str(), 1);
-  }
-  ~RuntimeDirectory() {
-    platform::UnlinkSharedObject(dbshm_layout::OBJECT_NAME);
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  RuntimeDirectory(const RuntimeDirectory&) = delete;
-  RuntimeDirectory& operator=(const RuntimeDirectory&) = delete;
-
-  const std::string& Path() const { return path_; }
-
- private:
-  std::string path_;
-};
 
 // Handles from 1 on: handle 0 is what an unknown name gets.
 void FillNameTable() {
@@ -53,18 +29,21 @@ void FillNameTable() {
   DBSHM::makeParamMap();
 }
 
-}  // namespace
-
-const std::string& PrepareTestRuntime() {
-  static const RuntimeDirectory directory;
-  static const bool databaseMade = [] {
+struct runtime_t {
+  runtime_t() {
     DBSHM::Init();
     if (DBSHM::getMemoryPtr() == nullptr) throw std::runtime_error("no parameter database for the test");
     FillNameTable();
-    return true;
-  }();
-  static_cast<void>(databaseMade);
-  return directory.Path();
+  }
+  ~runtime_t() { platform::UnlinkSharedObject(dbshm_layout::OBJECT_NAME); }
+
+  RuntimeDirectoryForTest directory;
+};
+
+}  // namespace
+
+void PrepareTestRuntime() {
+  static const runtime_t runtime;
 }
 
 double ParameterValue(const std::string& name) {

@@ -6,8 +6,8 @@
 #include "core/orvik_data.h"
 
 // Gives this process a runtime directory of its own (removed at its end) and makes the parameter database
-// there, with every parameter of the application. Once, however often it is called; returns the directory.
-const std::string& PrepareTestRuntime();
+// there, with every parameter of the application. Once, however often it is called.
+void PrepareTestRuntime();
 
 // A parameter's value; NaN when it has none.
 double ParameterValue(const std::string& name);

@@ -1,14 +1,15 @@
-#include "pages/keypad_scanner.h"
-
-#include <vector>
-
+// The front keys from the port to the look-up on the page, and the actions that stand for keys and pages.
 #include <gtest/gtest.h>
 
 #include "platform/board_state.h"
 #include "platform/device_io.h"
 
+#include "core/name_tables.h"
 #include "devio/timer.h"
+#include "pages/action_channel.h"
+#include "pages/keypad_scanner.h"
 #include "pages/page_tables.h"
+#include "services/dbshm.h"
 #include "support/console_capture.h"
 #include "support/test_record.h"
 
@@ -17,7 +18,7 @@ namespace {
 // The scanner on the emulated port, with the timer's ticks given by hand.
 class Scanner : public testing::Test {
  protected:
-  Scanner() : runtime_(PrepareTestRuntime()), board_(platform::BoardMapping::Role::kOwner) {
+  Scanner() : board_(platform::BoardMapping::Role::kOwner) {
     ThreadCtl(_NTO_TCTL_IO, nullptr);
     port_ = mmap_device_io(8, 0x43FA8000);
     out16(port_ + 4, 0x0F00);
@@ -44,9 +45,8 @@ class Scanner : public testing::Test {
     }
   }
 
-  const std::string& runtime_;
+  TestRecord record;  // makes the runtime directory in which the board lies
   platform::BoardMapping board_;
-  TestRecord record;
   std::uintptr_t port_;
 };
 
@@ -98,39 +98,6 @@ TEST_F(Scanner, WantsTwoTicksForAPressAndSixForARelease) {
   EXPECT_EQ(KEYPAD::KeyHeld, 0);
 }
 
-TEST_F(Scanner, GoesFromOneKeyToTheNextWithoutARelease) {
-  ConsoleCapture console;
-  Hold({3});
-  Scan(3);
-  Hold({4});
-  Scan(8);
-  Hold({});
-  Scan(8);
-  // The page binds no key, so that each dispatch leaves its note.
-  EXPECT_EQ(console.Out(),
-            "NOTE.  Platform key code 3 has no function on the Page.Slate page\n"
-            "NOTE.  Platform key code 4 has no function on the Page.Slate page\n"
-            "NOTE.  Platform key code 4 has no function on the Page.Slate page\n");
-}
-
-TEST_F(Scanner, LookUpReportsWhatItDoesNotFind) {
-  ConsoleCapture console;
-  Page_t stranger;
-  stranger.pageId = ACTION_PAGE_VIDEO;
-  record->currentPage = &stranger;
-  MatrixDispatch(record, 1, KEY_PRESSED);
-  record->currentPage = &record->target.pages[0];
-  record->target.pages[0].keys.clear();
-  MatrixDispatch(record, 1, KEY_PRESSED);
-  record->target.pages.clear();
-  MatrixDispatch(record, 1, KEY_PRESSED);
-  record->currentPage = nullptr;
-  EXPECT_EQ(console.Err(),
-            "ERROR! I have no idea what the current page is 20\n"
-            "ERROR! Page.Slate page has no keys assigned to it\n"
-            "ERROR!  There are no pages\n");
-}
-
 TEST(PageTables, BuildTheSetOnceAndSetMasksWithinTheMap) {
   TestRecord record;
   InitPages(record);
@@ -139,16 +106,58 @@ TEST(PageTables, BuildTheSetOnceAndSetMasksWithinTheMap) {
   InitPages(record);
   EXPECT_EQ(record->target.pages.data(), first);
   EXPECT_EQ(record->target.pages.size(), 6U);
-  for (auto& mask : record->keyMasks) mask = KEY_BEEP_ONCE;
   const std::array<unsigned char, 30> masks = {0, 1, 0x33};
-  SetValidKeys(record, masks.data(), 3);
-  ConsoleCapture console;
-  DumpValidKeys(record, 4);
-  EXPECT_EQ(console.Out(),
-            "Orvik: Dump Valid Keys\nKey None : NOT VALID\nBoom Mode : NO BEEP\nWinch : Unknown!\n"
-            "Counterweight : BEEP ONCE\n");
   SetValidKeys(record, masks.data(), 30);
+  EXPECT_EQ(record->keyMasks[2], 0x33U);
   EXPECT_EQ(record->keyMasks[23], 0U);
+}
+
+// A record with all pages; the number of an action is its index and 100.
+class Actions : public testing::Test {
+ protected:
+  Actions() {
+    for (std::size_t i = 1; i < ACTION_NAME_COUNT; ++i) {
+      data->actionIds[std::string(ACTION_ID_NAMES[i])] = static_cast<int>(i) + 100;
+    }
+    InitPages(data);
+    for (auto& mask : data->keyMasks) mask = KEY_BEEP_ONCE;
+  }
+
+  void Show(int pageId) { HandleAction(data, static_cast<std::uint32_t>(pageId) + 100); }
+
+  TestRecord data;
+};
+
+TEST_F(Actions, ActionsActInTheirOrder) {
+  ConsoleCapture console;
+  Show(ACTION_PAGE_WAD);
+  EXPECT_EQ(CurrentPageId(data), ACTION_PAGE_WAD);
+  Show(ACTION_PAGE_ENGINE);  // a page without keys is no page of the set
+  EXPECT_EQ(CurrentPageId(data), ACTION_PAGE_WAD);
+  data->actionIds["ExitApplication"] = 100 + ACTION_PAGE_MAIN;
+  EXPECT_TRUE(HandleAction(data, 100 + ACTION_PAGE_MAIN)) << "a number that names a page too acts as the page";
+  data->actionIds["ExitApplication"] = 300;
+  EXPECT_FALSE(HandleAction(data, 300));
+  EXPECT_EQ(console.Err(), "Orvik: ERROR!  received unknown action 119\n");
+}
+
+TEST_F(Actions, ExternalKeysFollowTheirThreeVariables) {
+  struct case_t {
+    double enabled, code;
+    std::uint32_t queued;
+    int held, beeper;
+  };
+  Show(ACTION_PAGE_WAD);
+  for (const case_t& c :
+       {case_t{1, 3, 18, 18, 2}, {1, 0, 0, 0, 1}, {0, 3, 0, 0, 2}, {0, 0, 0, 0, 1}, {1, 1e9, 0, 0, 1}}) {
+    DBSHM::Write(data->variables.externalKeysEnabled, c.enabled);
+    DBSHM::Write(data->variables.externalSystemKeyCode, c.code);
+    data->beeperState = 1;
+    HandleAction(data, 100 + ACTION_KEY_PRESS_CHANGED);
+    EXPECT_EQ(getKeyData(data), c.queued);
+    EXPECT_EQ(data->keyStatus, c.held);
+    EXPECT_EQ(data->beeperState, c.beeper);
+  }
 }
 
 }  // namespace

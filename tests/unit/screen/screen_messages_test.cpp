@@ -1,10 +1,12 @@
-#include "screen/compositor.h"
-
+// What clients of the screen service may send: the records of a layer, and the messages to widgets.
 #include <bit>
 #include <cstring>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "screen/compositor.h"
+#include "screen/message_reader.h"
 
 namespace unit {
 namespace {
@@ -115,18 +117,16 @@ TEST_F(CompositorTest, OnlyAnUnknownLayerOrAMessageWithoutARecordIsRefused) {
   EXPECT_EQ(Draw({START, END}), compositor_reply_t::kUnknownLayer);
 }
 
-struct bad_record_t {
-  const char* why;
-  bytes_t record;
-  bool counted;  // as a refused operation; else as a place without a record
-};
-
 TEST_F(CompositorTest, ABadRecordIsCountedAndTheRestOfTheFrameIsDrawn) {
   bytes_t tooLong = CIRCLE;
   tooLong[27] = 0x7F;
   bytes_t oddLength = CIRCLE;
   oddLength[24] = 3;
-  const std::vector<bad_record_t> cases{
+  struct {
+    const char* why;
+    bytes_t record;
+    bool counted;  // as a refused operation; else as a place without a record
+  } const cases[] = {
       {"parameters without a header", bytes_t(40, 0x11), false},
       {"data beyond the message", tooLong, false},
       {"a length that is no multiple of four", oddLength, false},
@@ -157,6 +157,45 @@ TEST_F(CompositorTest, DepthAndSizeOfAFrameAreBounded) {
   EXPECT_EQ(Draw(records), compositor_reply_t::kOk);
   EXPECT_EQ(compositor_.Drawing().size(), Compositor::MAX_ELEMENTS);
   EXPECT_EQ(compositor_.Counters().operationsRefused, 20U);
+}
+
+TEST(ScreenMessage, MovesRotationsAndColours) {
+  const auto move = ReadScreenMessage(bytes_t{7, 0, 0, 0, 1, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 76, 0, 0, 0});
+  ASSERT_TRUE(move);
+  EXPECT_EQ(move->place, (std::array<std::int32_t, 2>{-1, 76}));
+  const auto turn = ReadScreenMessage(
+      bytes_t{7, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0xB4, 0x42, 0, 0, 0x80, 0x3F, 0, 0, 0, 0xC0});  // 90, 1, -2
+  ASSERT_TRUE(turn);
+  EXPECT_EQ(turn->parts, (std::array<float, 4>{90, 1, -2, 0}));
+  const auto color = ReadScreenMessage(bytes_t{7,    0,    0, 0, 7, 0, 0, 0, 1, 0,    0, 0, 0,    0,
+                                               0x80, 0x3F, 0, 0, 0, 0, 0, 0, 0, 0x3F, 0, 0, 0x80, 0x3F});
+  ASSERT_TRUE(color);
+  EXPECT_EQ(color->number, 1U);
+  EXPECT_EQ(color->parts, (std::array<float, 4>{1, 0, 0.5, 1}));
+}
+
+TEST(ScreenMessage, WhatIsNoWholeMessageIsRefused) {
+  const std::pair<const char*, bytes_t> cases[] = {
+      {"empty", {}},
+      {"shorter than its header", {1, 0, 0, 0, 4, 0, 0}},
+      {"an operation that does not exist", {1, 0, 0, 0, 9, 0, 0, 0}},
+      {"an operation beyond every table", {1, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF}},
+      {"a text without attribute", {1, 0, 0, 0, 0, 0, 0, 0}},
+      {"a text without even its end", {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
+      {"a text without its end", {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 'a'}},
+      {"an attribute that does not exist", {1, 0, 0, 0, 0, 0, 0, 0, 3, 0, 0, 0, 'a', 0}},
+      {"a move without y", {1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0}},
+      {"a move with more than y", {1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0}},
+      {"a show with an argument", {1, 0, 0, 0, 5, 0, 0, 0, 1, 0, 0, 0}},
+      {"a rotation by no number", {1, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0xC0, 0x7F, 0, 0, 0, 0, 0, 0, 0, 0}},
+      {"a colour of a part that does not exist",
+       {1, 0, 0, 0, 7, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
+  };
+  for (const auto& [why, message] : cases) EXPECT_FALSE(ReadScreenMessage(message)) << why;
+  bytes_t longText(SCREEN_MESSAGE_SIZE + 1, 'a');
+  std::fill_n(longText.begin(), 12, std::uint8_t{0});
+  longText.back() = 0;
+  EXPECT_FALSE(ReadScreenMessage(longText)) << "longer than any message";
 }
 
 }  // namespace

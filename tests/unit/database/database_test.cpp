@@ -1,9 +1,17 @@
-#include "database/parameter_list.h"
-
+// The list of parameters, the database that its owner makes of it, and names on the command line.
+#include <csignal>
 #include <stdexcept>
 
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "database/attach.h"
 #include "database/database_commands.h"
-#include "gmock/gmock.h"
+#include "database/database_owner.h"
+#include "database/parameter_list.h"
+#include "services/dbshm.h"
+#include "tests/unit/support/test_folder.h"
 
 namespace unit {
 namespace {
@@ -78,6 +86,58 @@ TEST(DatabaseCommandsTest, AShortenedNameMeansAllThatBeginWithItAndAWholeOneItse
   EXPECT_THAT(FindCandidates(names, "OrvikL"), ElementsAre("OrvikLoad", "OrvikLoadLimit"));
   EXPECT_THAT(FindCandidates(names, "OrvikLoad"), ElementsAre("OrvikLoad"));
   EXPECT_THAT(FindCandidates(names, "orvik"), IsEmpty());
+}
+
+const std::vector<Parameter_t> PARAMETERS = {{"OrvikTires", 7, 2.5, true},
+                                             {"OrvikLoad", 1, std::nullopt, false}};
+
+// Whether `body`, in a process of its own, says yes.
+template <class Body>
+bool InProcess(const Body& body) {
+  const pid_t child = fork();
+  if (child == 0) _exit(body() ? 0 : 1);
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+class DatabaseOwnerTest : public ::testing::Test {
+ protected:
+  RuntimeDirectoryForTest directory;
+};
+
+TEST_F(DatabaseOwnerTest, OthersFindNamesAndFirstValuesInACompleteDatabase) {
+  EXPECT_EQ(LookAtDatabase(), DatabaseState::kNone);
+  MakeDatabase(PARAMETERS);
+  EXPECT_EQ(LookAtDatabase(), DatabaseState::kComplete);
+  EXPECT_TRUE(InProcess([] {
+    DBSHM::Open();  // as another program: what the fork brought along is not used
+    double tires = 0;
+    double load = 1;
+    return DBSHM::getHandle("OrvikTires") == 7 && DBSHM::Read(7, tires) == 1 && tires == 2.5 &&
+           DBSHM::Read(1, load) == 0 && ReadNameTable().size() == 2;
+  }));
+  EXPECT_TRUE(InProcess([] {
+    EXPECT_THROW(MakeDatabase(PARAMETERS), std::runtime_error);
+    return !testing::Test::HasFailure();
+  })) << "a living owner keeps its database";
+  RemoveDatabase();
+  EXPECT_EQ(LookAtDatabase(), DatabaseState::kNone);
+}
+
+TEST_F(DatabaseOwnerTest, TheDatabaseOfAKilledOwnerIsMadeAnew) {
+  EXPECT_FALSE(InProcess([] {
+    MakeDatabase(PARAMETERS);
+    DBSHM::Write(7, 99.0);
+    return raise(SIGKILL) == 0;
+  }));
+  EXPECT_NE(LookAtDatabase(), DatabaseState::kComplete);
+  MakeDatabase(PARAMETERS);
+  double tires = 0;
+  EXPECT_EQ(DBSHM::Read(7, tires), 1);
+  EXPECT_EQ(tires, 2.5);
+  EXPECT_TRUE(AttachDatabase(0)) << "the owner is attached to its own";
+  RemoveDatabase();
 }
 
 }  // namespace

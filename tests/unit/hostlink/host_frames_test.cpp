@@ -1,0 +1,245 @@
+// What becomes of the host's frames: an answer, a place in the queue, a message; and of their absence.
+#include <gmock/gmock.h>
+
+#include "platform/byte_order.h"
+
+#include "core/command_counters.h"
+#include "core/name_tables.h"
+#include "hostlink/can_transport.h"
+#include "hostlink/decapsulation.h"
+#include "hostlink/immediate_replies.h"
+#include "hostlink/j1939_external.h"
+#include "hostlink/watchdog.h"
+#include "services/nm_messages.h"
+#include "support/console_capture.h"
+#include "support/test_record.h"
+#include "tests/unit/services/fake_service.h"
+
+namespace {
+
+using testing::ElementsAre;
+using frame_t = std::array<std::uint8_t, 8>;
+
+// A delivery of the J1939 service.
+std::vector<std::uint8_t> Delivery(std::uint32_t identifier, const frame_t& bytes) {
+  std::vector<std::uint8_t> message(J1939_MESSAGE_SIZE, 0xEE);
+  platform::StoreLe32(message, 12, identifier);
+  std::copy(bytes.begin(), bytes.end(), message.begin() + 20);
+  return message;
+}
+
+class CanTransport : public testing::Test {
+ protected:
+  CanTransport() {
+    for (auto& count : CommandCounts) count = 0;
+    record->watchdogSeconds = 5;
+  }
+
+  void HostSends(const frame_t& bytes) { HandleServiceMessage(record, Delivery(0x18FF00D0, bytes)); }
+
+  TestRecord record;
+};
+
+TEST_F(CanTransport, CountsTheRequestsOfOneFrameAndQueuesNone) {
+  const ConsoleCapture console;  // nobody takes the answers
+  const std::pair<frame_t, std::size_t> requests[] = {{{0, 1, 6}, 6},     {{0, 1, 7, 3}, 9},
+                                                      {{0, 1, 7, 4}, 10}, {{0, 1, 7, 5}, 11},
+                                                      {{0, 1, 7, 7}, 13}, {{0, 1, 7, 9}, 15}};
+  for (const auto& [request, counter] : requests) {
+    HostSends(request);
+    EXPECT_EQ(CommandCounts[counter], 1U);
+  }
+  EXPECT_TRUE(record->canPackets.empty());
+  EXPECT_EQ(CommandCounts[COUNT_TOTAL_PKTS], 0U);
+  EXPECT_EQ(record->hostSeen, 1);
+  EXPECT_EQ(record->watchdogSeconds, 0);
+}
+
+TEST_F(CanTransport, QueuesAllOtherHostFrames) {
+  const std::vector<frame_t> frames = {{0, 2, 6},    {1, 6},    {0, 1, 7, 8}, {0, 1, 7, 0},
+                                       {0, 1, 5, 3}, {1, 1, 6}, {0, 0, 6},    {255, 255, 255}};
+  for (const auto& frame : frames) HostSends(frame);
+  ASSERT_EQ(record->canPackets.size(), frames.size());
+  for (std::size_t i = 0; i < frames.size(); ++i) {
+    EXPECT_EQ(record->canPackets[i].data, frames[i]);
+    EXPECT_EQ(record->canPackets[i].canID, 0x18FF00D0U);
+    EXPECT_EQ(record->canPackets[i].dlc, 0);
+  }
+  EXPECT_EQ(CommandCounts[COUNT_TOTAL_PKTS], frames.size());
+}
+
+TEST_F(CanTransport, IgnoresOtherIdentifiersAndMessagesTooShortForAFrame) {
+  for (const std::uint32_t identifier : {0x18FF00D1U, 0x18FF00D2U, 0x1CFF00D0U, 0U}) {
+    HandleServiceMessage(record, Delivery(identifier, {0, 1, 5}));
+  }
+  const auto message = Delivery(HOST_FRAME_ID, {0, 1, 5});
+  for (const std::size_t size : {0U, 1U, 12U, 27U})
+    HandleServiceMessage(record, std::span(message).first(size));
+  EXPECT_TRUE(record->canPackets.empty());
+  EXPECT_EQ(record->hostSeen, 0);
+  EXPECT_EQ(record->watchdogSeconds, 5);
+
+  HandleServiceMessage(record, std::span(message).first(28));
+  EXPECT_EQ(record->canPackets.size(), 1U);
+}
+
+TEST(ProgramDate, AlwaysHasADayOfTwoDigits) {
+  const program_date_t early = BuildProgramDate("Sep  7 2026");
+  EXPECT_THAT(early.frame1, ElementsAre(0, 2, 'S', 'e', 'p', ' ', '0', '7'));
+  EXPECT_THAT(early.frame2, ElementsAre(1, ' ', '2', '0', '2', '6', 0xFF, 0xFF));
+  EXPECT_THAT(BuildProgramDate("Aug 27 2013").frame1, ElementsAre(0, 2, 'A', 'u', 'g', ' ', '2', '7'));
+}
+
+CAN_packet_t2 Packet(const frame_t& bytes) {
+  CAN_packet_t2 packet;
+  packet.canID = HOST_FRAME_ID;
+  packet.data = bytes;
+  return packet;
+}
+
+// The first `size` bytes of each message that the frames complete.
+std::vector<std::vector<int>> Decode(Decapsulator& decapsulator, const std::vector<frame_t>& frames,
+                                     std::size_t size) {
+  std::vector<std::vector<int>> messages;
+  for (const frame_t& frame : frames) {
+    if (!decapsulator.DecodeFrame(Packet(frame))) continue;
+    const auto& bytes = decapsulator.Message().bytes;
+    messages.emplace_back(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
+  }
+  return messages;
+}
+
+TEST(Decapsulator, JoinsFramesInSequenceAndDropsAllOthers) {
+  const frame_t one = {0, 1, 5, 1, 2, 3, 4, 6};
+  const frame_t first = {0, 3, 2, 10, 11, 12, 13, 14};
+  const frame_t second = {1, 15, 16, 17, 18, 19, 20, 21};
+  const frame_t third = {2, 22, 23, 24, 25, 26, 27, 28};
+  const std::vector<int> single = {5, 1, 2, 3, 4, 6, 0, 0};
+  const std::vector<int> joined = {2, 10, 11, 12, 13, 14, 15, 16};
+  struct Conversation_t {
+    const char* what;
+    std::vector<frame_t> frames;
+    std::vector<std::vector<int>> messages;  // their first eight bytes
+  };
+  const std::vector<Conversation_t> conversations = {
+      {"one frame", {one}, {single}},
+      {"three frames", {first, second, third}, {joined}},
+      {"two messages", {one, first, second, third}, {single, joined}},
+      {"a later frame while waiting", {second, third}, {}},
+      {"a frame count of 0", {{0, 0, 5, 1, 2, 3, 4, 6}, second}, {}},
+      {"a gap", {first, third, second}, {}},
+      {"a repeated frame", {first, second, second, third}, {}},
+      {"a first frame while collecting is dropped too", {first, one, second, third}, {}},
+      {"and the next message is whole again", {first, one, one}, {single}},
+  };
+  for (const Conversation_t& c : conversations) {
+    Decapsulator decapsulator;
+    EXPECT_EQ(Decode(decapsulator, c.frames, 8), c.messages) << c.what;
+    EXPECT_FALSE(decapsulator.IsCollecting()) << c.what;
+  }
+}
+
+TEST(Decapsulator, LeavesWhatAnEarlierMessageLeftBehindTheMessage) {
+  Decapsulator decapsulator;
+  const auto messages =
+      Decode(decapsulator,
+             {{0, 2, 1, 2, 3, 4, 5, 6}, {1, 7, 8, 9, 10, 11, 12, 13}, {0, 1, 21, 22, 23, 24, 25, 26}}, 14);
+  ASSERT_EQ(messages.size(), 2U);
+  EXPECT_EQ(messages[1], (std::vector<int>{21, 22, 23, 24, 25, 26, 7, 8, 9, 10, 11, 12, 13, 0}));
+}
+
+// The frames of a message whose bytes count up from 0.
+std::vector<frame_t> CountingMessage(std::uint8_t frames) {
+  std::vector<frame_t> message;
+  std::uint8_t byte = 0;
+  for (std::uint8_t number = 0; number < frames; ++number) {
+    frame_t frame{number};
+    if (number == 0) frame[1] = frames;
+    for (std::size_t i = number == 0 ? 2 : 1; i < frame.size(); ++i) frame[i] = byte++;
+    message.push_back(frame);
+  }
+  return message;
+}
+
+TEST(Decapsulator, TakesWhatFitsTheBlockAndConsumesTheFramesOfWhatDoesNot) {
+  Decapsulator decapsulator;
+  const auto longest = Decode(decapsulator, CountingMessage(36), 252);
+  ASSERT_EQ(longest.size(), 1U);
+  EXPECT_EQ(longest[0][250], 250);
+  EXPECT_EQ(longest[0][251], 0);
+
+  for (const std::uint8_t frames : {std::uint8_t{37}, std::uint8_t{255}}) {
+    ConsoleCapture console;
+    EXPECT_TRUE(Decode(decapsulator, CountingMessage(frames), 1).empty());
+    EXPECT_FALSE(decapsulator.IsCollecting());
+    EXPECT_EQ(console.Err(),
+              "Orvik: ERROR!  Message of " + std::to_string(frames) + " frames exceeds maximum of 36\n");
+  }
+  EXPECT_EQ(Decode(decapsulator, {{0, 1, 9, 9, 9, 9, 9, 9}}, 1).size(), 1U);
+}
+
+constexpr const char* LINK_STATE = "OrvikHX7TimeOutLamp";
+
+class Watchdog : public testing::Test {
+ protected:
+  Watchdog() {
+    record.ConnectEvents("orvik.Events");
+    manager.TakeRequests();
+    record->eventIds = {
+        {"orvik.SplashToSlate", 101}, {"orvik.SplashToGauges", 102}, {"orvik.ConfigToMain", 103}};
+    record->currentPage = &page;
+  }
+
+  void Tick(int times) {
+    for (int i = 0; i < times; ++i) WatchdogTick(record);
+  }
+
+  // The events posted since the last call, in order.
+  std::vector<unsigned> Events() {
+    std::vector<unsigned> ids;
+    for (const bytes_t& request : manager.TakeRequests()) {
+      ids.push_back(platform::LoadLe32(request, NM_HEADER_SIZE));
+    }
+    return ids;
+  }
+
+  TestRecord record;
+  FakeService manager{NM_SERVER_NAME, [](const bytes_t&) { return Words({0, 6, 1, 1}); }};
+  Page_t page{ACTION_PAGE_CONFIG, EVENT_CONFIG_TO_MAIN, 0, {}};
+};
+
+TEST_F(Watchdog, CountsTheLinkAsLostOnTheEleventhTick) {
+  record->hostSeen = 1;
+  Tick(10);
+  EXPECT_EQ(ParameterValue(LINK_STATE), 1.0);
+  EXPECT_EQ(record->hostTimedOut, 0);
+  EXPECT_TRUE(Events().empty());
+
+  Tick(1);
+  EXPECT_EQ(ParameterValue(LINK_STATE), 2.0);
+  EXPECT_EQ(record->hostTimedOut, 1);
+  EXPECT_EQ(record->hostSeen, 0);
+  EXPECT_EQ(Events(), (std::vector<unsigned>{103}));
+  Tick(3);  // again every second, and the count stays
+  EXPECT_EQ(record->watchdogSeconds, 11);
+  EXPECT_EQ(Events(), (std::vector<unsigned>{103, 103, 103}));
+
+  record->watchdogSeconds = 0;  // one host frame
+  record->hostSeen = 1;
+  Tick(1);
+  EXPECT_EQ(ParameterValue(LINK_STATE), 1.0);
+  EXPECT_EQ(record->hostTimedOut, 0);
+  EXPECT_TRUE(Events().empty());
+}
+
+TEST_F(Watchdog, PostsNoTimeOutEventWhereThereIsNone) {
+  page.timeOutEvent = EVENT_ID_NONE;
+  Tick(12);
+  page.timeOutEvent = EVENT_MAIN_TO_WAD;  // which the configuration does not number
+  Tick(1);
+  record->currentPage = nullptr;
+  Tick(1);
+  EXPECT_TRUE(Events().empty());
+}
+
+}  // namespace
