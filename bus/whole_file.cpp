@@ -12,7 +12,9 @@ bool ReplaceFile(const std::string& path, const std::string& text) {
   file.close();
   std::error_code error;
   if (file) std::filesystem::rename(fresh, path, error);
-  return file && !error;
+  if (file && !error) return true;
+  std::filesystem::remove(fresh, error);
+  return false;
 }
 
 }  // namespace bus

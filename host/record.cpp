@@ -22,9 +22,9 @@ constexpr std::chrono::seconds kFlushPace{1};
 constexpr std::chrono::seconds kDrainLimit{2};
 constexpr int kWait_ms = 100;
 
-class Recording {
+class BusRecorder {
  public:
-  Recording(std::ostream& out, const record_options_t& options)
+  BusRecorder(std::ostream& out, const record_options_t& options)
       : out_(out), options_(options), interface_(InterfaceOf(options.bus)), station_(options.bus, stop_) {}
 
   void Run() {
@@ -73,12 +73,12 @@ void Record(const record_options_t& options) {
   if (toFile) file.open(options.file);
   if (toFile && !file) throw failure("cannot write " + options.file);
   std::ostream& out = toFile ? file : std::cout;
-  Recording recording(out, options);
-  recording.Run();
+  BusRecorder recorder(out, options);
+  recorder.Run();
   if (!out.flush()) throw failure("cannot write " + options.file + " any further");
-  std::cerr << "hx7: recorded " << recording.Frames() << " frames";
-  if (recording.Lost() > 0) {
-    std::cerr << ", lost " << recording.Lost() << " that came faster than they could be written";
+  std::cerr << "hx7: recorded " << recorder.Frames() << " frames";
+  if (recorder.Lost() > 0) {
+    std::cerr << ", lost " << recorder.Lost() << " that came faster than they could be written";
   }
   std::cerr << '\n';
 }

@@ -221,8 +221,13 @@ class Desk:
         self.processes = []
         self.environment = environment
         self.program = BIN / program
-        self.unit = self.start_unit(*options)
-        self.orvik = self.start_orvik() if orvik else None
+        self.orvik = None
+        try:
+            self.unit = self.start_unit(*options)
+            self.orvik = self.start_orvik() if orvik else None
+        except BaseException:
+            self.close(show=True)
+            raise
 
     def start_unit(self, *options):
         for name in ("http.address", "socketcand.address"):
