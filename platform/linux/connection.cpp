@@ -27,7 +27,7 @@ constexpr int kDefaultPriority = 10;  // Neutrino's, which a thread without real
 
 struct connection_t {
   std::shared_ptr<Receiver> receiver;
-  Descriptor anchor;  // stands for the connection as a whole, whichever threads use it
+  std::shared_ptr<Outgoing> anchor;  // stands for the connection as a whole, whichever threads use it
   std::vector<std::shared_ptr<Outgoing>> sockets;
 };
 
@@ -112,6 +112,13 @@ std::shared_ptr<Receiver> FindReceiver(int coid) {
   return found != tables.connections.end() ? found->second.receiver : nullptr;
 }
 
+std::shared_ptr<Outgoing> FindAnchor(int coid) {
+  SendTables& tables = Tables();
+  const std::lock_guard guard(tables.mutex);
+  const auto found = tables.connections.find(coid);
+  return found != tables.connections.end() ? found->second.anchor : nullptr;
+}
+
 // Makes the calling thread's socket of a connection. Null with errno.
 std::shared_ptr<Outgoing> OpenOutgoing(int coid, Connect mode) {
   const std::shared_ptr<Receiver> receiver = FindReceiver(coid);
@@ -173,7 +180,7 @@ int NewCoid(SendTables& tables, unsigned index) {
 
 void CloseConnection(connection_t& connection) {
   for (const auto& socket : connection.sockets) socket->Close();
-  shutdown(connection.anchor.Get(), SHUT_RDWR);
+  connection.anchor->Close();
 }
 
 }  // namespace
@@ -272,16 +279,16 @@ void Outgoing::Close() {
 int ConnectAttach(std::uint32_t /*nd*/, pid_t pid, int chid, unsigned index, int /*flags*/) {
   using namespace platform;
   if (pid == 0) pid = getpid();
-  connection_t connection;
-  connection.anchor = ConnectToChannelSocket(pid, chid, Connect::kWait);
-  if (!connection.anchor) return -1;
-  connection.receiver = std::make_shared<Receiver>(pid, chid);
+  Descriptor socket = ConnectToChannelSocket(pid, chid, Connect::kWait);
+  if (!socket) return -1;
+  auto receiver = std::make_shared<Receiver>(pid, chid);
 
   SendTables& tables = Tables();
   const std::lock_guard guard(tables.mutex);
   const int coid = NewCoid(tables, index);
-  if (SendHello(connection.anchor.Get(), coid) != 0) return FailWith(ESRCH);
-  tables.connections.emplace(coid, std::move(connection));
+  if (SendHello(socket.Get(), coid) != 0) return FailWith(ESRCH);
+  auto anchor = std::make_shared<Outgoing>(coid, receiver, std::move(socket));
+  tables.connections.emplace(coid, connection_t{std::move(receiver), std::move(anchor), {}});
   return coid;
 }
 
@@ -309,7 +316,13 @@ long MsgSend(int coid, const void* smsg, std::size_t sbytes, void* rmsg, std::si
 int MsgSendPulse(int coid, int /*priority*/, int code, int value) {
   using namespace platform;
   if (code < INT8_MIN || code > INT8_MAX) return FailWith(EINVAL);
-  return WithSocket(coid, Connect::kDoNotWait, [&](Outgoing& socket) { return socket.Pulse(code, value); });
+  const int sent =
+      WithSocket(coid, Connect::kDoNotWait, [&](Outgoing& socket) { return socket.Pulse(code, value); });
+  if (sent == 0 || errno != ESRCH) return sent;
+  // Somebody may have removed the channel's socket file, so that a thread's first pulse finds no way of its
+  // own.
+  const std::shared_ptr<Outgoing> anchor = FindAnchor(coid);
+  return anchor != nullptr ? anchor->Pulse(code, value) : FailWith(ESRCH);
 }
 
 int getprio(pid_t tid) {

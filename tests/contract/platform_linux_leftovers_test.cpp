@@ -1,7 +1,9 @@
 // Linux: what stays in the runtime directory, in the process and in its children. Nothing that is not in use.
 #include <array>
 #include <cerrno>
+#include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <fcntl.h>
@@ -155,6 +157,18 @@ TEST_F(Leftovers, InAForkedChildDoNotKeepADeadParentAlive) {
   name_detach(successor, 0);
   name_close(coid);
   release.Raise();
+}
+
+TEST_F(Leftovers, ThatSomebodyRemovedLetAPulseThrough) {
+  const int chid = ChannelCreate(0);
+  const int coid = ConnectAttach(0, 0, chid, 0, 0);
+  std::filesystem::remove_all(platform::RuntimeDirectory());
+  std::thread([coid] {
+    EXPECT_EQ(MsgSendPulse(coid, 10, 7, 0), 0) << "a stop has to wake its receiver";
+  }).join();
+  EXPECT_EQ(ReceivePulse(chid).code, 7);
+  ConnectDetach(coid);
+  ChannelDestroy(chid);
 }
 
 TEST_F(Leftovers, OfALongRuntimePathAreNoHindrance) {

@@ -25,7 +25,8 @@ Bytes MakeMessage(std::size_t size, unsigned seed) {
 class Messages : public ServedTest {};
 
 TEST_F(Messages, ComeBackWholeOrCutToTheRoomOfTheSenderInEverySize) {
-  for (const std::size_t size : {0UL, 1UL, 20UL, 1824UL, 65535UL, 65536UL, 65537UL, LARGEST_MESSAGE}) {
+  for (const std::size_t size :
+       std::initializer_list<std::size_t>{0, 1, 20, 1824, 65535, 65536, 65537, LARGEST_MESSAGE}) {
     for (const std::size_t room : {size, std::min<std::size_t>(size, 10)}) {
       const Bytes sent = MakeMessage(size, 1);
       Bytes got(room + 16, 0xEE);
