@@ -5,9 +5,12 @@
 #include <cmath>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <random>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -146,11 +149,16 @@ const std::map<std::string, int (*)()> CHILDREN = {
     {"read-and-write", ReadAndWriteBesideAnother},
 };
 
+// Through the emulator where this program runs in one: the kernel cannot start it by itself.
 pid_t StartChild(const char* part) {
-  std::string program = "/proc/self/exe", option = "--child", name = part;
-  std::array<char*, 4> arguments = {program.data(), option.data(), name.data(), nullptr};
+  std::istringstream emulator(EMULATOR);
+  std::vector<std::string> words(std::istream_iterator<std::string>(emulator), {});
+  words.insert(words.end(), {std::filesystem::read_symlink("/proc/self/exe"), "--child", part});
+  std::vector<char*> arguments;
+  for (std::string& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
   pid_t child = -1;
-  posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments.data(), environ);
+  posix_spawnp(&child, arguments[0], nullptr, nullptr, arguments.data(), environ);
   return child;
 }
 
