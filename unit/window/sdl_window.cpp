@@ -144,7 +144,8 @@ bool SdlWindow::TakeKey(const SDL_KeyboardEvent& key) {
   const unsigned modifiers = key.keysym.mod;
   if (key.repeat != 0) return false;
   if ((modifiers & (KMOD_CTRL | KMOD_ALT | KMOD_GUI)) != 0) {
-    return (modifiers & KMOD_CTRL) != 0 && key.keysym.sym == SDLK_c;
+    // By its place too: a Cyrillic layout has no such letter.
+    return (modifiers & KMOD_CTRL) != 0 && (key.keysym.sym == SDLK_c || key.keysym.scancode == SDL_SCANCODE_C);
   }
   fingers_ |= FingerOf(key.keysym.scancode);
   return !fullscreen_ && key.keysym.sym == SDLK_ESCAPE;
