@@ -121,7 +121,9 @@ int KillManyWriters() {
   std::minstd_rand random(1);
   for (int i = 0; i < 2000; ++i) {
     const pid_t writer = fork();
-    for (unsigned step = 0; writer == 0; ++step) WritePattern(step);
+    if (writer == 0) {
+      for (unsigned step = 0;; ++step) WritePattern(step);
+    }
     usleep(static_cast<useconds_t>(random() % 400));
     kill(writer, SIGKILL);
     if (!IsWhole()) return BROKEN;
@@ -222,8 +224,8 @@ TEST_F(Database, AValueExpiresAfterItsTime) {
   DBSHM::Write(5, 3U, 1.5, 20, true);
   const std::uint64_t after = ClockCycles();
   const auto expiry = Peek<std::uint64_t>(Slot(5, EXPIRY_AT));
-  EXPECT_GE(expiry, before + 20 * 66'500);
-  EXPECT_LE(expiry, after + 20 * 66'500);
+  EXPECT_GE(expiry, before + std::uint64_t{20} * 66'500);
+  EXPECT_LE(expiry, after + std::uint64_t{20} * 66'500);
 
   double value = 0;
   unsigned tag = 0;

@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include <gtest/gtest.h>
 #include <linux/sockios.h>
 #include <netinet/in.h>
 #include <poll.h>
@@ -37,8 +38,8 @@ class SocketcandDesk {
     ::setsockopt(listener_, SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
     socklen_t size = sizeof address;
     void* generic = &address;
-    ::bind(listener_, static_cast<sockaddr*>(generic), size);
-    ::listen(listener_, 4);
+    EXPECT_EQ(::bind(listener_, static_cast<sockaddr*>(generic), size), 0);
+    EXPECT_EQ(::listen(listener_, 4), 0);
     ::getsockname(listener_, static_cast<sockaddr*>(generic), &size);
     port_ = ntohs(address.sin_port);
     thread_ = std::thread([this] { Serve(); });

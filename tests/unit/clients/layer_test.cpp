@@ -2,6 +2,7 @@
 #include "compositing/layer.h"
 
 #include <functional>
+#include <iostream>
 #include <memory>
 #include <string>
 
@@ -214,8 +215,7 @@ TEST_F(LayerTest, AThreadWhoseFrameIsRefusedStopsForGood) {
     });
     Layer layer(LAYER_ID, LAYER_USER);
     layer.draw();
-    std::puts("returned");
-    std::fflush(stdout);
+    std::cout << "returned" << std::endl;
     _exit(0);
   }
   close(output[1]);

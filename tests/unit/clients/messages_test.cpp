@@ -140,7 +140,7 @@ class ScreenApiTest : public testing::Test {
 bytes_t Published(FakeService& server) {
   const auto requests = server.TakeRequests();
   if (requests.empty()) return {};
-  const bytes_t message(requests[0].begin() + NM_HEADER_SIZE, requests[0].end());
+  bytes_t message(requests[0].begin() + NM_HEADER_SIZE, requests[0].end());
   const auto size = static_cast<std::int64_t>(message.size());
   EXPECT_EQ(requests, std::vector<bytes_t>{Words({NM_SEND, CHANNEL, size, 1}) + message});
   return message;

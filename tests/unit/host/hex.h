@@ -21,7 +21,7 @@ inline std::string ToHex(std::span<const std::uint8_t> bytes) {
   std::string text;
   for (const std::uint8_t byte : bytes) {
     char digits[4];
-    std::snprintf(digits, sizeof digits, "%02X", byte);
+    static_cast<void>(std::snprintf(digits, sizeof digits, "%02X", byte));
     text += (text.empty() ? "" : " ") + std::string(digits);
   }
   return text;

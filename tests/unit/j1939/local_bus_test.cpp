@@ -75,8 +75,9 @@ class Client {
 
 std::string Numbered(unsigned number) {
   std::array<char, 64> text{};
-  std::snprintf(text.data(), text.size(), "< send 18FF00D0 4 %x %x %x %x >", number >> 24U & 255U,
-                number >> 16U & 255U, number >> 8U & 255U, number & 255U);
+  static_cast<void>(std::snprintf(text.data(), text.size(), "< send 18FF00D0 4 %x %x %x %x >",
+                                  number >> 24U & 255U, number >> 16U & 255U, number >> 8U & 255U,
+                                  number & 255U));
   return text.data();
 }
 

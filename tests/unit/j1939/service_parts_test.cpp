@@ -34,7 +34,7 @@ TEST(J1939RequestsTest, TheTypeTellsWhatItIsFor) {
   constexpr std::array<Reach, 7> REACHES = {Reach::kStandard,    Reach::kStandard,    Reach::kStandard,
                                             Reach::kMultipacket, Reach::kMultipacket, Reach::kFastpacket,
                                             Reach::kFastpacket};
-  for (std::uint8_t type = 0; type < REACHES.size(); ++type) {
+  for (std::uint8_t type = 0; type < std::uint8_t{REACHES.size()}; ++type) {
     const bool isFilter = type == 0 || type == 3 || type == 5;
     const std::uint8_t length = isFilter ? 0x11 : 0x10;  // 1808 and the name
     const bytes_t message = Message({type, 0, 0, 0, length, 7, 0, 0, 1}, isFilter ? "x" : "");

@@ -18,7 +18,7 @@ void AddWord(bytes_t& bytes, std::uint32_t word) {
   for (unsigned shift = 0; shift < 32; shift += 8) bytes.push_back(static_cast<std::uint8_t>(word >> shift));
 }
 
-bytes_t Record(std::uint32_t command, std::uint32_t first, std::vector<float> floats = {},
+bytes_t Record(std::uint32_t command, std::uint32_t first, const std::vector<float>& floats = {},
                std::uint32_t layer = 1) {
   bytes_t record;
   for (const std::uint32_t word : {0x55AA55AAU, 0U, command, first, layer, 0U}) AddWord(record, word);
