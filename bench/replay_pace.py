@@ -20,9 +20,9 @@ sys.path.insert(0, str(REPOSITORY / "tests/system"))
 ROUND = 142.0  # seconds after which the demonstration log may begin again
 
 
-def make_log(path, seconds):
-    """Writes the log; gives back its stamps in seconds from 0."""
-    lines = [line.split(" ", 1) for line in open(REPOSITORY / "config/demo/lift.log")]
+def make_log(demo, path, seconds):
+    """Joins the demonstration log to one of that length; gives back its stamps in seconds from 0."""
+    lines = [line.split(" ", 1) for line in open(demo)]
     begin = float(lines[0][0].strip("()"))
     stamps = []
     with open(path, "w") as log:
@@ -47,7 +47,7 @@ def main():
     unit = desk.Desk(orvik=False)
     try:
         with tempfile.NamedTemporaryFile(suffix=".log") as log:
-            stamps = make_log(log.name, options.minutes * 60)
+            stamps = make_log(desk.DEMO_LOG, log.name, options.minutes * 60)
             bus = unit.bus()
             player = unit.start(desk.BIN / "hx7", "play", "--speed", str(options.speed), log.name)
             heard = []

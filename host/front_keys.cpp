@@ -25,25 +25,24 @@ FrontKeys::~FrontKeys() {
   }
 }
 
-bool FrontKeys::Hold(int key, bool down) {
+void FrontKeys::Hold(int key, bool down) {
   held_ = down ? held_ | Bit(key) : held_ & ~Bit(key);
-  return Post(key, "", down ? R"({"down":true})" : R"({"down":false})");
+  Post(key, "", down ? R"({"down":true})" : R"({"down":false})");
 }
 
-bool FrontKeys::Press(int key) {
-  return Post(key, "/press", "");
+void FrontKeys::Press(int key) {
+  Post(key, "/press", "");
 }
 
-bool FrontKeys::Post(int key, const std::string& path, const std::string& body) {
+void FrontKeys::Post(int key, const std::string& path, const std::string& body) {
   const std::string address = bus::ReadAddressFile(bus::PANEL_ADDRESS_FILE);
   httplib::Client panel("http://" + address);
   panel.set_connection_timeout(kPatience);
   panel.set_read_timeout(kPatience);
   if (!address.empty() && panel.Post("/api/keys/" + std::to_string(key) + path, body, "application/json")) {
-    return true;
+    return;
   }
   std::cerr << "hx7: key " << key << " is not pressed; no panel runs here\n";
-  return false;
 }
 
 }  // namespace host

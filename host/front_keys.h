@@ -14,13 +14,13 @@ class FrontKeys {
   FrontKeys(const FrontKeys&) = delete;
   FrontKeys& operator=(const FrontKeys&) = delete;
 
-  // Each moves key 1 to 8 and returns when the panel has it, after a second at the latest. False, with one
-  // line on standard error, when no panel takes it.
-  bool Hold(int key, bool down);
-  bool Press(int key);  // down and up again, as long as a finger's press
+  // Each moves key 1 to 8 and returns when the panel has it, after a second at the latest. A line on standard
+  // error says when no panel takes it.
+  void Hold(int key, bool down);
+  void Press(int key);  // down and up again, as long as a finger's press
 
  private:
-  bool Post(int key, const std::string& path, const std::string& body);
+  static void Post(int key, const std::string& path, const std::string& body);
 
   std::uint32_t held_ = 0;  // a bit a key
 };

@@ -18,6 +18,7 @@ import time
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 BIN = pathlib.Path(os.environ.get("ORVIK_BIN", REPOSITORY / "build/release/bin"))
 CONFIG = REPOSITORY / "config"
+DEMO_LOG = BIN.parent / "demo/lift.log"
 # Sanitizer builds are several times slower.
 PATIENCE = float(os.environ.get("ORVIK_PATIENCE", "1"))
 

@@ -6,7 +6,7 @@ import time
 
 import pytest
 
-from desk import BIN, CONFIG, cmd2, cut, wait_for
+from desk import BIN, DEMO_LOG, cmd2, cut, wait_for
 
 FRAMES = 3000  # of the demonstration log: 40 seconds of it, played faster than that
 
@@ -75,7 +75,7 @@ def received(desk):
 
 def test_canplayer_and_hx7_leave_the_same_screen_of_the_same_log(desk, tmp_path):
     log = tmp_path / "demo.log"
-    log.write_text("".join(open(CONFIG / "demo/lift.log").readlines()[:FRAMES]))
+    log.write_text("".join(open(DEMO_LOG).readlines()[:FRAMES]))
     recorded = tmp_path / "recorded.log"
     before = received(desk)
     recorder = desk.start(BIN / "hx7", "record", "--bus", "socketcan:vcan0", recorded)

@@ -10,7 +10,7 @@ import subprocess
 import can
 import pytest
 
-from desk import BIN, CONFIG, DISPLAY_ID, HOST_ID, PATIENCE, REPOSITORY, cmd2, cmd5, cut, sub_command, wait_for
+from desk import BIN, CONFIG, DEMO_LOG, DISPLAY_ID, HOST_ID, PATIENCE, REPOSITORY, cmd2, cmd5, cut, sub_command, wait_for
 
 DISSECTOR = REPOSITORY / "tools/wireshark/orvik.lua"
 BEGIN = 1700000000.0
@@ -201,7 +201,7 @@ def test_wireshark_counts_broken_sequences_and_matches_replies(tmp_path):
 
 
 def test_wireshark_filters_by_value():
-    log = CONFIG / "demo/lift.log"
+    log = DEMO_LOG
     loads = [message["values"]["load"] for message in watch(log) if message["command"] == "CMD2"]
     for limit in (1000, 10000):
         found = tshark(log, "-Y", f"orvik.load > {limit}", "-T", "fields", "-e", "orvik.load").split()
@@ -215,7 +215,7 @@ def frames_of(log):
 
 
 def test_logs_go_from_and_to_python_can_and_log2asc(tmp_path):
-    log = CONFIG / "demo/lift.log"
+    log = DEMO_LOG
     messages = list(can.CanutilsLogReader(str(log)))[:2000]
     assert (messages[0].arbitration_id, messages[0].is_extended_id, messages[0].timestamp) == (HOST_ID, True, BEGIN)
     reference = tmp_path / "reference.log"

@@ -9,7 +9,7 @@ import time
 
 import pytest
 
-from desk import BIN, CONFIG, WAIT_ALL, Desk, Process, frozen_thread, wait_for
+from desk import BIN, CONFIG, DEMO_LOG, WAIT_ALL, Desk, Process, frozen_thread, wait_for
 
 START = [
     "Orvik: Product: QMT740VGA, Version: Rev. 01.003.0109, Compile Date: ",
@@ -119,7 +119,7 @@ def test_slate_leads_to_splash_and_the_exit(desk):
 
 def flood(desk, bus):
     del bus
-    desk.start(BIN / "hx7", "play", CONFIG / "demo/lift.log", "--speed", "max", "--loop")
+    desk.start(BIN / "hx7", "play", DEMO_LOG, "--speed", "max", "--loop")
 
 
 # What goes on while the end is asked for.

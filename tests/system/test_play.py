@@ -5,7 +5,7 @@ import pty
 import sys
 import time
 
-from desk import BIN, CONFIG, REPOSITORY, wait_for
+from desk import BIN, DEMO_LOG, REPOSITORY, wait_for
 
 sys.path.insert(0, str(REPOSITORY / "bench"))
 from replay_pace import make_log  # noqa: E402
@@ -34,7 +34,7 @@ def settled(desk):
 
 def test_a_log_at_full_speed_leaves_the_same_screen_as_at_its_own_pace(make_desk, tmp_path):
     log = tmp_path / "ten-minutes.log"
-    frames = len(make_log(log, MINUTES * 60))
+    frames = len(make_log(DEMO_LOG, log, MINUTES * 60))
     shown = []
     for speed in ("60", "max"):
         desk = make_desk()
@@ -69,7 +69,7 @@ class Terminal:
 def test_space_halts_a_log_and_goes_on_and_the_progress_says_where_it_is(desk, monkeypatch):
     monkeypatch.setenv("ORVIK_RUNTIME_DIR", str(desk.runtime))
     bus = desk.bus()
-    terminal = Terminal(BIN / "hx7", "play", CONFIG / "demo/lift.log")
+    terminal = Terminal(BIN / "hx7", "play", DEMO_LOG)
     terminal.shows(" %  ", "the share of the file")
     terminal.type(" ")
     terminal.shows("paused", "the pause")

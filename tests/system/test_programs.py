@@ -7,7 +7,7 @@ import zlib
 
 import pytest
 
-from desk import BIN, CONFIG, Desk, Process, wait_for
+from desk import BIN, CONFIG, DEMO_LOG, Desk, Process, wait_for
 
 ADDRESSES = ["--http", "127.0.0.1:0", "--socketcand", "127.0.0.1:0"]
 
@@ -24,7 +24,7 @@ def is_whole_png(data):
 
 def test_a_run_with_application_and_host_shows_a_lift_and_stops_in_order(tmp_path):
     picture, log = tmp_path / "out.png", tmp_path / "bus.log"
-    unit = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--play", CONFIG / "demo/lift.log", "--loop",
+    unit = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--play", DEMO_LOG, "--loop",
                     "--seconds", "15", "--snapshot", picture, "--record", log], tmp_path / "run")
     try:
         unit.wait_line("orvik | Orvik: System Up", seconds=20)
