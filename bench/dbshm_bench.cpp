@@ -12,7 +12,7 @@
 
 #include "platform/shared_memory.h"
 
-#include "services/dbshm.h"
+#include "src/services/dbshm.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include <pugixml.hpp>
 
-#include "services/preference_reader.h"
+#include "src/services/preference_reader.h"
 
 namespace {
 

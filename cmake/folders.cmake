@@ -1,5 +1,5 @@
-# One library a folder. Its include root is the repository's part that it stands in (src/, unit/, host/), so that an
-# include names the folder it reaches into: #include "core/orvik_data.h".
+# One library a folder. The include root is the repository, so that an include names the tree and the folder that it
+# reaches into: #include "src/core/orvik_data.h".
 
 # orvik_folder(NAME SOURCES... [LINKS LIBRARIES...])
 # Makes the static library NAME of the current folder's SOURCES. LINKS are the only folders it may include from.
@@ -7,11 +7,11 @@ function(orvik_folder name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS;PRIVATE_LINKS")
   if(arg_SOURCES)
     add_library(${name} STATIC ${arg_SOURCES})
-    target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}/..)
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE orvik_options ${arg_PRIVATE_LINKS})
   else()
     add_library(${name} INTERFACE)
-    target_include_directories(${name} INTERFACE ${CMAKE_CURRENT_SOURCE_DIR}/..)
+    target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} INTERFACE ${arg_LINKS})
   endif()
 endfunction()

@@ -11,13 +11,13 @@
 
 #include "platform/byte_order.h"
 
-#include "core/operating_values.h"
-#include "hostlink/can_transport.h"
-#include "hostlink/decapsulation.h"
-#include "hostlink/j1939_external.h"
-#include "parse/fields.h"
-#include "parse/parse_thread.h"
-#include "support/test_record.h"
+#include "src/core/operating_values.h"
+#include "src/hostlink/can_transport.h"
+#include "src/hostlink/decapsulation.h"
+#include "src/hostlink/j1939_external.h"
+#include "src/parse/fields.h"
+#include "src/parse/parse_thread.h"
+#include "tests/unit/support/test_record.h"
 
 namespace {
 

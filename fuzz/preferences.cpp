@@ -4,7 +4,7 @@
 #include <sstream>
 #include <string>
 
-#include "services/preference_reader.h"
+#include "src/services/preference_reader.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include "host/errors.h"
 #include "host/inject.h"
 #include "host/send_plan.h"
-#include "simulate/actions.h"
-#include "simulate/simulate.h"
+#include "host/simulate/actions.h"
+#include "host/simulate/simulate.h"
 
 namespace {
 

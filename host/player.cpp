@@ -1,6 +1,6 @@
 #include "host/player.h"
 
-#include "hostlink/frame_layout.h"
+#include "src/hostlink/frame_layout.h"
 
 namespace host {
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <utility>
 
-#include "hostlink/frame_layout.h"
+#include "src/hostlink/frame_layout.h"
 
 namespace host {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "hostlink/frame_layout.h"
+#include "src/hostlink/frame_layout.h"
 
 namespace host {
 namespace {

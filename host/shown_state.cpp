@@ -9,7 +9,7 @@
 
 #include "host/encode.h"
 #include "host/value_text.h"
-#include "hostlink/frame_layout.h"
+#include "src/hostlink/frame_layout.h"
 
 namespace host {
 namespace {

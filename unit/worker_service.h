@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-#include "service.h"
+#include "unit/service.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "crane/axis.h"
+#include "host/crane/axis.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "crane/crane.h"
+#include "host/crane/crane.h"
 
 #include <algorithm>
 #include <cmath>

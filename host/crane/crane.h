@@ -4,9 +4,9 @@
 
 #include <optional>
 
-#include "crane/axis.h"
-#include "crane/geometry.h"
-#include "crane/words.h"
+#include "host/crane/axis.h"
+#include "host/crane/geometry.h"
+#include "host/crane/words.h"
 
 namespace crane {
 

@@ -1,4 +1,4 @@
-#include "crane/geometry.h"
+#include "host/crane/geometry.h"
 
 #include <cmath>
 #include <numbers>

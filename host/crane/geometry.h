@@ -2,7 +2,7 @@
 // Metres, kilograms, degrees, bar. Angles are of the boom over the horizontal.
 #pragma once
 
-#include "crane/words.h"
+#include "host/crane/words.h"
 
 namespace crane {
 

@@ -1,4 +1,4 @@
-#include "crane/limits.h"
+#include "host/crane/limits.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "crane/load_chart.h"
+#include "host/crane/load_chart.h"
 
 #include <algorithm>
 #include <charconv>

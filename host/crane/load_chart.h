@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "crane/words.h"
+#include "host/crane/words.h"
 
 namespace crane {
 

@@ -1,4 +1,4 @@
-#include "crane/rating.h"
+#include "host/crane/rating.h"
 
 #include <algorithm>
 

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "crane/crane.h"
-#include "crane/load_chart.h"
+#include "host/crane/crane.h"
+#include "host/crane/load_chart.h"
 
 namespace crane {
 

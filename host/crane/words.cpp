@@ -1,4 +1,4 @@
-#include "crane/words.h"
+#include "host/crane/words.h"
 
 #include <algorithm>
 

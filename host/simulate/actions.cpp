@@ -1,10 +1,10 @@
-#include "simulate/actions.h"
+#include "host/simulate/actions.h"
 
 #include <algorithm>
 
 #include "host/errors.h"
 #include "host/send_plan.h"
-#include "simulate/arguments.h"
+#include "host/simulate/arguments.h"
 
 namespace simulate {
 namespace {

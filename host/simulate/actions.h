@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "simulate/load_computer.h"
+#include "host/simulate/load_computer.h"
 
 namespace simulate {
 

@@ -1,9 +1,9 @@
-#include "simulate/alarms.h"
+#include "host/simulate/alarms.h"
 
 #include <array>
 #include <cmath>
 
-#include "crane/rating.h"
+#include "host/crane/rating.h"
 
 namespace simulate {
 namespace {

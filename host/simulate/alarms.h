@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <optional>
 
-#include "crane/limits.h"
-#include "simulate/sensors.h"
-#include "simulate/texts.h"
+#include "host/crane/limits.h"
+#include "host/simulate/sensors.h"
+#include "host/simulate/texts.h"
 
 namespace simulate {
 

@@ -1,4 +1,4 @@
-#include "simulate/arguments.h"
+#include "host/simulate/arguments.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include <sstream>
 #include <vector>
 
-#include "crane/words.h"
+#include "host/crane/words.h"
 #include "host/errors.h"
 #include "host/value_text.h"
 

@@ -1,4 +1,4 @@
-#include "simulate/console.h"
+#include "host/simulate/console.h"
 
 #include <array>
 #include <iomanip>

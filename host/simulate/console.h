@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "simulate/control.h"
+#include "host/simulate/control.h"
 
 namespace simulate {
 

@@ -1,4 +1,4 @@
-#include "simulate/control.h"
+#include "host/simulate/control.h"
 
 #include "host/errors.h"
 

@@ -9,8 +9,8 @@
 #include <variant>
 #include <vector>
 
-#include "simulate/scenario.h"
-#include "simulate/shelf.h"
+#include "host/simulate/scenario.h"
+#include "host/simulate/shelf.h"
 
 namespace simulate {
 

@@ -1,4 +1,4 @@
-#include "simulate/dialogue.h"
+#include "host/simulate/dialogue.h"
 
 #include <algorithm>
 

@@ -7,12 +7,12 @@
 #include <span>
 #include <string_view>
 
-#include "crane/crane.h"
-#include "crane/limits.h"
-#include "simulate/alarms.h"
-#include "simulate/outbox.h"
-#include "simulate/sensors.h"
-#include "simulate/units.h"
+#include "host/crane/crane.h"
+#include "host/crane/limits.h"
+#include "host/simulate/alarms.h"
+#include "host/simulate/outbox.h"
+#include "host/simulate/sensors.h"
+#include "host/simulate/units.h"
 
 namespace simulate {
 

@@ -1,4 +1,4 @@
-#include "simulate/http_control.h"
+#include "host/simulate/http_control.h"
 
 #include <stdexcept>
 
@@ -6,7 +6,7 @@
 
 #include "bus/address_file.h"
 #include "host/errors.h"
-#include "simulate/state_json.h"
+#include "host/simulate/state_json.h"
 
 namespace simulate {
 namespace {

@@ -4,8 +4,8 @@
 #include <functional>
 #include <string>
 
+#include "host/simulate/control.h"
 #include "http/local_server.h"
-#include "simulate/control.h"
 
 namespace simulate {
 

@@ -1,4 +1,4 @@
-#include "simulate/key_presses.h"
+#include "host/simulate/key_presses.h"
 
 #include <iostream>
 

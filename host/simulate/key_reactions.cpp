@@ -1,7 +1,7 @@
 // The host keys, one by one.
 #include <array>
 
-#include "simulate/dialogue.h"
+#include "host/simulate/dialogue.h"
 
 namespace simulate {
 namespace {

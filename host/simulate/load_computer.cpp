@@ -1,13 +1,13 @@
-#include "simulate/load_computer.h"
+#include "host/simulate/load_computer.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
 #include "host/send_plan.h"
+#include "host/simulate/signals.h"
 #include "host/value_text.h"
-#include "hostlink/frame_layout.h"
-#include "simulate/signals.h"
+#include "src/hostlink/frame_layout.h"
 
 namespace simulate {
 namespace {

@@ -13,11 +13,11 @@
 
 #include "host/operating_values.h"
 #include "host/reassembly.h"
-#include "simulate/dialogue.h"
-#include "simulate/outbox.h"
-#include "simulate/page_texts.h"
-#include "simulate/sensors.h"
-#include "simulate/state.h"
+#include "host/simulate/dialogue.h"
+#include "host/simulate/outbox.h"
+#include "host/simulate/page_texts.h"
+#include "host/simulate/sensors.h"
+#include "host/simulate/state.h"
 
 namespace simulate {
 

@@ -1,11 +1,11 @@
-#include "simulate/page_texts.h"
+#include "host/simulate/page_texts.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 
-#include "hostlink/frame_layout.h"
+#include "src/hostlink/frame_layout.h"
 
 namespace simulate {
 namespace {

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "crane/load_chart.h"
+#include "host/crane/load_chart.h"
 #include "host/encode.h"
-#include "simulate/dialogue.h"
+#include "host/simulate/dialogue.h"
 
 namespace simulate {
 

@@ -1,4 +1,4 @@
-#include "simulate/scenario.h"
+#include "host/simulate/scenario.h"
 
 #include <charconv>
 #include <cmath>

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "simulate/actions.h"
+#include "host/simulate/actions.h"
 
 namespace simulate {
 

@@ -1,10 +1,10 @@
-#include "simulate/sensors.h"
+#include "host/simulate/sensors.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
-#include "crane/rating.h"
+#include "host/crane/rating.h"
 
 namespace simulate {
 namespace {

@@ -7,8 +7,8 @@
 #include <random>
 #include <string_view>
 
-#include "crane/crane.h"
-#include "crane/load_chart.h"
+#include "host/crane/crane.h"
+#include "host/crane/load_chart.h"
 
 namespace simulate {
 

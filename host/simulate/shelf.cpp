@@ -1,4 +1,4 @@
-#include "simulate/shelf.h"
+#include "host/simulate/shelf.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "crane/load_chart.h"
-#include "simulate/scenario.h"
+#include "host/crane/load_chart.h"
+#include "host/simulate/scenario.h"
 
 namespace simulate {
 

@@ -1,11 +1,11 @@
-#include "simulate/signals.h"
+#include "host/simulate/signals.h"
 
 #include <algorithm>
 #include <cassert>
 #include <cmath>
 #include <string_view>
 
-#include "crane/rating.h"
+#include "host/crane/rating.h"
 
 namespace simulate {
 namespace {

@@ -4,9 +4,9 @@
 #include <array>
 #include <cstdint>
 
-#include "crane/load_chart.h"
+#include "host/crane/load_chart.h"
 #include "host/operating_values.h"
-#include "simulate/dialogue.h"
+#include "host/simulate/dialogue.h"
 
 namespace simulate {
 

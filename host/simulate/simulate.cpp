@@ -1,4 +1,4 @@
-#include "simulate/simulate.h"
+#include "host/simulate/simulate.h"
 
 #include <chrono>
 #include <iostream>
@@ -9,11 +9,11 @@
 
 #include "host/errors.h"
 #include "host/inject.h"
+#include "host/simulate/console.h"
+#include "host/simulate/http_control.h"
+#include "host/simulate/key_presses.h"
 #include "host/station.h"
 #include "host/value_text.h"
-#include "simulate/console.h"
-#include "simulate/http_control.h"
-#include "simulate/key_presses.h"
 
 namespace simulate {
 namespace {

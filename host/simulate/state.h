@@ -7,10 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include "crane/crane.h"
-#include "crane/limits.h"
-#include "simulate/dialogue.h"
-#include "simulate/sensors.h"
+#include "host/crane/crane.h"
+#include "host/crane/limits.h"
+#include "host/simulate/dialogue.h"
+#include "host/simulate/sensors.h"
 
 namespace simulate {
 

@@ -1,4 +1,4 @@
-#include "simulate/state_json.h"
+#include "host/simulate/state_json.h"
 
 #include <array>
 #include <cmath>

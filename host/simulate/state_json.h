@@ -4,7 +4,7 @@
 #include <span>
 #include <string>
 
-#include "simulate/control.h"
+#include "host/simulate/control.h"
 
 namespace simulate {
 

@@ -1,4 +1,4 @@
-#include "simulate/texts.h"
+#include "host/simulate/texts.h"
 
 #include <array>
 

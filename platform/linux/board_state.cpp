@@ -8,10 +8,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/linux/descriptor.h"
+#include "platform/linux/shared_object.h"
 #include "platform/shared_memory.h"
-
-#include "descriptor.h"
-#include "shared_object.h"
 
 namespace platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "channel.h"
+#include "platform/linux/channel.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,7 +10,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "runtime_socket.h"
+#include "platform/linux/runtime_socket.h"
 
 namespace platform {
 namespace {

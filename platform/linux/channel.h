@@ -16,10 +16,9 @@
 #include <unordered_map>
 #include <utility>
 
+#include "platform/linux/descriptor.h"
+#include "platform/linux/packet.h"
 #include "platform/messages.h"
-
-#include "descriptor.h"
-#include "packet.h"
 
 namespace platform {
 

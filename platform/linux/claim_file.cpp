@@ -1,4 +1,4 @@
-#include "claim_file.h"
+#include "platform/linux/claim_file.h"
 
 #include <array>
 #include <cerrno>

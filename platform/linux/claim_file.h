@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "descriptor.h"
+#include "platform/linux/descriptor.h"
 
 namespace platform {
 

@@ -1,4 +1,4 @@
-#include "connection.h"
+#include "platform/linux/connection.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,11 +13,10 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "platform/linux/channel.h"
+#include "platform/linux/runtime_socket.h"
+#include "platform/linux/thread_id.h"
 #include "platform/messages.h"
-
-#include "channel.h"
-#include "runtime_socket.h"
-#include "thread_id.h"
 
 namespace platform {
 namespace {

@@ -8,8 +8,8 @@
 
 #include <sys/types.h>
 
-#include "descriptor.h"
-#include "packet.h"
+#include "platform/linux/descriptor.h"
+#include "platform/linux/packet.h"
 
 namespace platform {
 

@@ -1,4 +1,4 @@
-#include "descriptor.h"
+#include "platform/linux/descriptor.h"
 
 #include <cerrno>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "leftovers.h"
+#include "platform/linux/leftovers.h"
 
 #include <cerrno>
 #include <charconv>
@@ -10,11 +10,10 @@
 
 #include <unistd.h>
 
+#include "platform/linux/claim_file.h"
+#include "platform/linux/runtime_socket.h"
+#include "platform/linux/shared_object.h"
 #include "platform/paths.h"
-
-#include "claim_file.h"
-#include "runtime_socket.h"
-#include "shared_object.h"
 
 namespace platform {
 namespace {

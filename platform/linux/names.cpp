@@ -10,11 +10,10 @@
 
 #include <unistd.h>
 
+#include "platform/linux/claim_file.h"
+#include "platform/linux/process_tables.h"
+#include "platform/linux/runtime_socket.h"
 #include "platform/messages.h"
-
-#include "claim_file.h"
-#include "process_tables.h"
-#include "runtime_socket.h"
 
 namespace platform {
 namespace {

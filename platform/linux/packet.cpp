@@ -1,4 +1,4 @@
-#include "packet.h"
+#include "platform/linux/packet.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +11,7 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
-#include "descriptor.h"
+#include "platform/linux/descriptor.h"
 
 namespace platform {
 namespace {

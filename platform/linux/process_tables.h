@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "descriptor.h"
+#include "platform/linux/descriptor.h"
 
 namespace platform {
 

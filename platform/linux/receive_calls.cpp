@@ -6,9 +6,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "channel.h"
-#include "leftovers.h"
-#include "process_tables.h"
+#include "platform/linux/channel.h"
+#include "platform/linux/leftovers.h"
+#include "platform/linux/process_tables.h"
 
 namespace platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "runtime_socket.h"
+#include "platform/linux/runtime_socket.h"
 
 #include <cerrno>
 

@@ -13,7 +13,7 @@
 
 #include <sys/types.h>
 
-#include "descriptor.h"
+#include "platform/linux/descriptor.h"
 
 namespace platform {
 

@@ -15,9 +15,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "platform/linux/thread_id.h"
 #include "platform/shared_memory.h"
-
-#include "thread_id.h"
 
 #ifndef __has_feature
 #define __has_feature(feature) 0

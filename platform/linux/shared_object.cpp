@@ -1,4 +1,4 @@
-#include "shared_object.h"
+#include "platform/linux/shared_object.h"
 
 #include <cerrno>
 #include <cstdint>
@@ -15,12 +15,11 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "platform/linux/claim_file.h"
+#include "platform/linux/process_tables.h"
+#include "platform/linux/runtime_socket.h"
 #include "platform/paths.h"
 #include "platform/shared_memory.h"
-
-#include "claim_file.h"
-#include "process_tables.h"
-#include "runtime_socket.h"
 
 namespace platform {
 namespace {

@@ -1,8 +1,8 @@
-#include "thread_id.h"
+#include "platform/linux/thread_id.h"
 
 #include <unistd.h>
 
-#include "descriptor.h"
+#include "platform/linux/descriptor.h"
 
 namespace platform {
 namespace {

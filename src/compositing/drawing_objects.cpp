@@ -1,4 +1,4 @@
-#include "compositing/drawing_objects.h"
+#include "src/compositing/drawing_objects.h"
 
 #include <array>
 #include <iostream>
@@ -7,7 +7,7 @@
 
 #include "platform/byte_order.h"
 
-#include "compositing/layer.h"
+#include "src/compositing/layer.h"
 
 namespace Compositing {
 

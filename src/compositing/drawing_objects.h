@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "compositing/compositor_messages.h"
+#include "src/compositing/compositor_messages.h"
 
 namespace Compositing {
 

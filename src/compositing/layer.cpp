@@ -1,4 +1,4 @@
-#include "compositing/layer.h"
+#include "src/compositing/layer.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +12,7 @@
 #include "platform/messages.h"
 #include "platform/names.h"
 
-#include "compositing/drawing_objects.h"
+#include "src/compositing/drawing_objects.h"
 
 namespace Compositing {
 

@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "compositing/compositor_messages.h"
+#include "src/compositing/compositor_messages.h"
 
 namespace Compositing {
 

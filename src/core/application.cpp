@@ -1,4 +1,4 @@
-#include "core/application.h"
+#include "src/core/application.h"
 
 #include <chrono>
 #include <csignal>
@@ -7,8 +7,8 @@
 
 #include <unistd.h>
 
-#include "core/console.h"
-#include "core/startup.h"
+#include "src/core/console.h"
+#include "src/core/startup.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // Blocks SIGUSR1, which then stays pending until RunApplication waits for it, and ignores SIGPIPE. The first
 // thing that main does.

@@ -1,9 +1,9 @@
-#include "core/command_counters.h"
+#include "src/core/command_counters.h"
 
 #include <string>
 
-#include "core/console.h"
-#include "services/dbshm.h"
+#include "src/core/console.h"
+#include "src/services/dbshm.h"
 
 std::array<PlainWord_t<std::uint32_t>, COMMAND_COUNTERS> CommandCounts;
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 constexpr std::size_t COMMAND_COUNTERS = 31;
 constexpr unsigned char COUNT_CMD7_UNRECOGNIZED = 25;

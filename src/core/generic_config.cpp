@@ -1,13 +1,13 @@
-#include "core/generic_config.h"
+#include "src/core/generic_config.h"
 
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
-#include "core/console.h"
-#include "services/dbshm.h"
-#include "services/preference_reader.h"
+#include "src/core/console.h"
+#include "src/services/dbshm.h"
+#include "src/services/preference_reader.h"
 
 namespace {
 

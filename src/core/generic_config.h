@@ -3,7 +3,7 @@
 
 #include <istream>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // Reads a document with root `orvik-generic` into the record's name maps and identity. The database must be
 // open, since the variables' handles are looked up here. Every fault is reported on standard error; what was

@@ -6,16 +6,16 @@
 #include <sstream>
 #include <string>
 
-#include "core/console.h"
-#include "core/operating_values.h"
-#include "core/startup.h"
-#include "devio/backlight.h"
-#include "devio/digital_io.h"
-#include "display/handles.h"
-#include "display/init_display.h"
-#include "hostlink/immediate_replies.h"
-#include "pages/page_tables.h"
-#include "services/dbshm.h"
+#include "src/core/console.h"
+#include "src/core/operating_values.h"
+#include "src/core/startup.h"
+#include "src/devio/backlight.h"
+#include "src/devio/digital_io.h"
+#include "src/display/handles.h"
+#include "src/display/init_display.h"
+#include "src/hostlink/immediate_replies.h"
+#include "src/pages/page_tables.h"
+#include "src/services/dbshm.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "core/key_queue.h"
+#include "src/core/key_queue.h"
 
 namespace {
 

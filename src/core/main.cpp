@@ -1,6 +1,6 @@
 // The display application's process.
 
-#include "core/application.h"
+#include "src/core/application.h"
 
 int main(int argc, char* argv[]) {
   PrepareSignals();

@@ -1,4 +1,4 @@
-#include "core/name_tables.h"
+#include "src/core/name_tables.h"
 
 #include <algorithm>
 

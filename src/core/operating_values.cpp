@@ -1,11 +1,11 @@
-#include "core/operating_values.h"
+#include "src/core/operating_values.h"
 
 #include <cmath>
 #include <string>
 
-#include "core/console.h"
-#include "core/name_tables.h"
-#include "services/dbshm.h"
+#include "src/core/console.h"
+#include "src/core/name_tables.h"
+#include "src/services/dbshm.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 // Called on the parse thread for host commands, on the key threads for key commands, and at initialisation.
 #pragma once
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 void SetCapacity(orvikData_t* data, double value);  // rounded down to a multiple of 100
 void SetLoad(orvikData_t* data,

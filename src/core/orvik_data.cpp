@@ -1,4 +1,4 @@
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 #include <array>
 #include <chrono>
@@ -6,9 +6,9 @@
 
 #include "platform/byte_order.h"
 
-#include "compositing/layer.h"
-#include "core/name_tables.h"
-#include "screenapi/screen_api.h"
+#include "src/compositing/layer.h"
+#include "src/core/name_tables.h"
+#include "src/screenapi/screen_api.h"
 
 PlainWord_t<int> orvikStop;
 

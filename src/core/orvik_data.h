@@ -17,12 +17,12 @@
 
 #include <pthread.h>
 
-#include "core/key_queue.h"
-#include "core/page_types.h"
-#include "core/plain_word.h"
-#include "core/text_types.h"
-#include "hostlink/frame_layout.h"
-#include "services/nm_client.h"
+#include "src/core/key_queue.h"
+#include "src/core/page_types.h"
+#include "src/core/plain_word.h"
+#include "src/core/text_types.h"
+#include "src/hostlink/frame_layout.h"
+#include "src/services/nm_client.h"
 
 class ScreenApi;
 namespace Compositing {

@@ -1,8 +1,8 @@
 #include <string>
 
-#include "core/console.h"
-#include "core/mutex_guard.h"
-#include "core/orvik_data.h"
+#include "src/core/console.h"
+#include "src/core/mutex_guard.h"
+#include "src/core/orvik_data.h"
 
 namespace {
 

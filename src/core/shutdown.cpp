@@ -7,9 +7,9 @@
 
 #include <unistd.h>
 
-#include "core/console.h"
-#include "core/name_tables.h"
-#include "core/startup.h"
+#include "src/core/console.h"
+#include "src/core/name_tables.h"
+#include "src/core/startup.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "core/startup.h"
+#include "src/core/startup.h"
 
 #include <chrono>
 #include <cstdint>
@@ -12,21 +12,21 @@
 #include "platform/device_io.h"
 #include "platform/paths.h"
 
-#include "core/console.h"
-#include "core/generic_config.h"
-#include "devio/blinkers.h"
-#include "devio/digital_io.h"
-#include "devio/timer.h"
-#include "display/dispatcher.h"
-#include "hostlink/can_transport.h"
-#include "hostlink/decapsulation.h"
-#include "hostlink/immediate_replies.h"
-#include "hostlink/watchdog.h"
-#include "pages/action_channel.h"
-#include "pages/key_report.h"
-#include "pages/keypad_scanner.h"
-#include "parse/parse_thread.h"
-#include "services/dbshm.h"
+#include "src/core/console.h"
+#include "src/core/generic_config.h"
+#include "src/devio/blinkers.h"
+#include "src/devio/digital_io.h"
+#include "src/devio/timer.h"
+#include "src/display/dispatcher.h"
+#include "src/hostlink/can_transport.h"
+#include "src/hostlink/decapsulation.h"
+#include "src/hostlink/immediate_replies.h"
+#include "src/hostlink/watchdog.h"
+#include "src/pages/action_channel.h"
+#include "src/pages/key_report.h"
+#include "src/pages/keypad_scanner.h"
+#include "src/parse/parse_thread.h"
+#include "src/services/dbshm.h"
 
 namespace {
 

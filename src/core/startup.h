@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // Exit statuses of the process.
 constexpr int EXIT_ORDERLY = 0;

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 namespace {
 

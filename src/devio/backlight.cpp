@@ -1,4 +1,4 @@
-#include "devio/backlight.h"
+#include "src/devio/backlight.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -8,8 +8,8 @@
 
 #include "platform/device.h"
 
-#include "core/console.h"
-#include "services/dbshm.h"
+#include "src/core/console.h"
+#include "src/services/dbshm.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The brightness of the screen.
 #pragma once
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 constexpr const char* BACKLIGHT_DEVICE = "/dev/pwm0";
 

@@ -1,4 +1,4 @@
-#include "devio/blinkers.h"
+#include "src/devio/blinkers.h"
 
 #include <chrono>
 #include <mutex>
@@ -7,8 +7,8 @@
 
 #include "platform/threads.h"
 
-#include "core/console.h"
-#include "services/dbshm.h"
+#include "src/core/console.h"
+#include "src/services/dbshm.h"
 
 std::array<Blinker_t, BLINKER_COUNT> blinkers;
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 struct Blinker_t {
   std::uint32_t handle = 0;    // database parameter that receives the value

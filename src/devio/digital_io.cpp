@@ -1,4 +1,4 @@
-#include "devio/digital_io.h"
+#include "src/devio/digital_io.h"
 
 #include <algorithm>
 #include <chrono>
@@ -11,9 +11,9 @@
 #include "platform/device.h"
 #include "platform/threads.h"
 
-#include "core/console.h"
-#include "core/mutex_guard.h"
-#include "services/dbshm.h"
+#include "src/core/console.h"
+#include "src/core/mutex_guard.h"
+#include "src/services/dbshm.h"
 
 namespace {
 

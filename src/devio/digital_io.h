@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // Beeper states of the record, and the type argument of SetBeeper.
 enum beeper_state_t : int {

@@ -1,11 +1,11 @@
-#include "devio/timer.h"
+#include "src/devio/timer.h"
 
 #include <chrono>
 #include <thread>
 
 #include "platform/threads.h"
 
-#include "core/console.h"
+#include "src/core/console.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <ctime>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // Starts the thread "Timer". Returns 0 or an error number.
 int Init_Timer(orvikData_t* data);

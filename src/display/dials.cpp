@@ -1,13 +1,13 @@
-#include "display/dials.h"
+#include "src/display/dials.h"
 
 #include <cmath>
 #include <limits>
 #include <memory>
 #include <string>
 
-#include "compositing/drawing_objects.h"
-#include "compositing/layer.h"
-#include "core/mutex_guard.h"
+#include "src/compositing/drawing_objects.h"
+#include "src/compositing/layer.h"
+#include "src/core/mutex_guard.h"
 
 namespace {
 

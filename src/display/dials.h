@@ -1,7 +1,7 @@
 // The drawing layer and the dials page's pictures of boom and swing.
 #pragma once
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 struct PGN_dimensions_t {
   int width = 0;

@@ -1,4 +1,4 @@
-#include "display/dispatcher.h"
+#include "src/display/dispatcher.h"
 
 #include <chrono>
 #include <string>
@@ -6,14 +6,14 @@
 
 #include "platform/threads.h"
 
-#include "core/console.h"
-#include "core/name_tables.h"
-#include "core/operating_values.h"
-#include "display/dials.h"
-#include "display/operating_page.h"
-#include "display/system_message.h"
-#include "screenapi/screen_api.h"
-#include "services/dbshm.h"
+#include "src/core/console.h"
+#include "src/core/name_tables.h"
+#include "src/core/operating_values.h"
+#include "src/display/dials.h"
+#include "src/display/operating_page.h"
+#include "src/display/system_message.h"
+#include "src/screenapi/screen_api.h"
+#include "src/services/dbshm.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The thread that owns the screen: lamps to the database, the current page to the screen service, every 10 ms.
 #pragma once
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // Starts the thread "Dispatch"; 0 on success, else an error number.
 int Init_Dispatch(orvikData_t* data);

@@ -1,8 +1,8 @@
-#include "display/handles.h"
+#include "src/display/handles.h"
 
 #include <string>
 
-#include "core/console.h"
+#include "src/core/console.h"
 
 const line_names_t OPERATING_LINE_WIDGET_NAMES_STD = {"orvikTextWidgetLine1Std", "orvikTextWidgetLine2Std",
                                                       "orvikTextWidgetLine3Std", "orvikTextWidgetLine4Std"};

@@ -4,7 +4,7 @@
 #include <array>
 #include <string_view>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 using line_names_t = std::array<std::string_view, GRID_LINES>;  // lines 1 to 4
 

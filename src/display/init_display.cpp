@@ -1,14 +1,14 @@
-#include "display/init_display.h"
+#include "src/display/init_display.h"
 
 #include <algorithm>
 #include <atomic>
 #include <memory>
 
-#include "core/mutex_guard.h"
-#include "display/dials.h"
-#include "display/system_message.h"
-#include "parse/fields.h"
-#include "screenapi/screen_api.h"
+#include "src/core/mutex_guard.h"
+#include "src/display/dials.h"
+#include "src/display/system_message.h"
+#include "src/parse/fields.h"
+#include "src/screenapi/screen_api.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "display/number_format.h"
+#include "src/display/number_format.h"
 
 #include <cmath>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "display/operating_page.h"
+#include "src/display/operating_page.h"
 
 #include <algorithm>
 #include <iterator>
@@ -6,9 +6,9 @@
 
 #include <utf8.h>
 
-#include "core/mutex_guard.h"
-#include "display/text_widget.h"
-#include "parse/fields.h"
+#include "src/core/mutex_guard.h"
+#include "src/display/text_widget.h"
+#include "src/parse/fields.h"
 
 namespace {
 

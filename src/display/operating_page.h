@@ -8,8 +8,8 @@
 #include <array>
 #include <string_view>
 
-#include "core/name_tables.h"
-#include "core/orvik_data.h"
+#include "src/core/name_tables.h"
+#include "src/core/orvik_data.h"
 
 using unit_names_t = std::array<std::array<std::string_view, LANGUAGE_COUNT>, 2>;  // [units][language]
 extern const unit_names_t UNITS_WEIGHT;

@@ -3,10 +3,10 @@
 #include <limits>
 #include <string>
 
-#include "core/console.h"
-#include "display/number_format.h"
-#include "display/operating_page.h"
-#include "display/text_widget.h"
+#include "src/core/console.h"
+#include "src/display/number_format.h"
+#include "src/display/operating_page.h"
+#include "src/display/text_widget.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
-#include "display/system_message.h"
+#include "src/display/system_message.h"
 
-#include "parse/fields.h"
+#include "src/parse/fields.h"
 
 namespace {
 

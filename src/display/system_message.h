@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "core/name_tables.h"
-#include "core/orvik_data.h"
+#include "src/core/name_tables.h"
+#include "src/core/orvik_data.h"
 
 extern const std::array<std::string_view, LANGUAGE_COUNT> LOST_LINK_TEXTS;
 constexpr const char* START_UP_TEXT = " Display View: System Initializing...";

@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "core/orvik_data.h"
-#include "screenapi/screen_api.h"
-#include "screenapi/screen_messages.h"
+#include "src/core/orvik_data.h"
+#include "src/screenapi/screen_api.h"
+#include "src/screenapi/screen_messages.h"
 
 // Keeps the last text sent and sends a different one to each of the handles.
 class TextWidget_t {

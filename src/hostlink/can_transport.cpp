@@ -1,4 +1,4 @@
-#include "hostlink/can_transport.h"
+#include "src/hostlink/can_transport.h"
 
 #include <algorithm>
 #include <chrono>
@@ -8,10 +8,10 @@
 #include "platform/byte_order.h"
 #include "platform/threads.h"
 
-#include "core/command_counters.h"
-#include "core/console.h"
-#include "hostlink/immediate_replies.h"
-#include "hostlink/j1939_external.h"
+#include "src/core/command_counters.h"
+#include "src/core/console.h"
+#include "src/hostlink/immediate_replies.h"
+#include "src/hostlink/j1939_external.h"
 
 constexpr std::array<std::uint32_t, 14> hx7RxFilters = {
     0x18FF00D0, 0x18FF0CD6, 0x18FF4101, 0x18FF0AD4, 0x18FF0BD4, 0x18FF3400, 0x18FF3500,

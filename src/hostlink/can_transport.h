@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <span>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // The channel on which the service delivers what the filters let through.
 constexpr const char* orvikRxChName = "OrvikReceiveChannel";

@@ -1,4 +1,4 @@
-#include "hostlink/decapsulation.h"
+#include "src/hostlink/decapsulation.h"
 
 #include <algorithm>
 #include <chrono>
@@ -7,8 +7,8 @@
 
 #include "platform/threads.h"
 
-#include "core/console.h"
-#include "services/dbshm.h"
+#include "src/core/console.h"
+#include "src/services/dbshm.h"
 
 namespace {
 

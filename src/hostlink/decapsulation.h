@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // The decoder of one stream of frames (frame_layout.h). Not thread-safe.
 class Decapsulator {

@@ -1,10 +1,10 @@
-#include "hostlink/immediate_replies.h"
+#include "src/hostlink/immediate_replies.h"
 
 #include <algorithm>
 #include <array>
 #include <span>
 
-#include "hostlink/can_transport.h"
+#include "src/hostlink/can_transport.h"
 
 const std::string_view FD = __DATE__;
 

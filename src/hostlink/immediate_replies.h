@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // The program's name (8 characters, the last a blank), its version (16), and the date of its build in the
 // compiler's form, "Aug 27 2013" (11; a day below 10 has a blank in front).

@@ -1,4 +1,4 @@
-#include "hostlink/j1939_external.h"
+#include "src/hostlink/j1939_external.h"
 
 #include <algorithm>
 #include <array>
@@ -7,7 +7,7 @@
 
 #include "platform/byte_order.h"
 
-#include "hostlink/frame_layout.h"
+#include "src/hostlink/frame_layout.h"
 
 namespace {
 

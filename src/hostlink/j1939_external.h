@@ -19,7 +19,7 @@
 #include <map>
 #include <string>
 
-#include "services/nm_client.h"
+#include "src/services/nm_client.h"
 
 constexpr const char* J1939_CHANNEL_NAME = "j1939 External API";
 

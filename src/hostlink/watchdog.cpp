@@ -1,4 +1,4 @@
-#include "hostlink/watchdog.h"
+#include "src/hostlink/watchdog.h"
 
 #include <chrono>
 #include <string>
@@ -6,9 +6,9 @@
 
 #include "platform/threads.h"
 
-#include "core/console.h"
-#include "core/name_tables.h"
-#include "services/dbshm.h"
+#include "src/core/console.h"
+#include "src/core/name_tables.h"
+#include "src/services/dbshm.h"
 
 namespace {
 

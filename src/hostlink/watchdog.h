@@ -1,7 +1,7 @@
 // The watchdog of the host link: says in the database and by page events when the host has fallen silent.
 #pragma once
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // Values of the database variable hx7LinkState.
 constexpr double HX7_LINKED = 1.0;

@@ -1,4 +1,4 @@
-#include "pages/action_channel.h"
+#include "src/pages/action_channel.h"
 
 #include <chrono>
 #include <string>
@@ -7,14 +7,14 @@
 #include "platform/byte_order.h"
 #include "platform/threads.h"
 
-#include "core/console.h"
-#include "core/name_tables.h"
-#include "devio/digital_io.h"
-#include "display/dials.h"
-#include "hostlink/can_transport.h"
-#include "pages/key_report.h"
-#include "pages/page_tables.h"
-#include "services/dbshm.h"
+#include "src/core/console.h"
+#include "src/core/name_tables.h"
+#include "src/devio/digital_io.h"
+#include "src/display/dials.h"
+#include "src/hostlink/can_transport.h"
+#include "src/pages/key_report.h"
+#include "src/pages/page_tables.h"
+#include "src/services/dbshm.h"
 
 namespace {
 

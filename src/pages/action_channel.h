@@ -3,7 +3,7 @@
 
 #include <span>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // Starts the thread "Action Channel"; 0 on success, else an error number.
 int Init_ActionChannel(orvikData_t* data);

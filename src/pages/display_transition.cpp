@@ -1,9 +1,9 @@
-#include "pages/display_transition.h"
+#include "src/pages/display_transition.h"
 
 #include <string>
 
-#include "core/console.h"
-#include "core/name_tables.h"
+#include "src/core/console.h"
+#include "src/core/name_tables.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <span>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // What a request says when the page shown is not the one that it starts from.
 enum class WrongPage { kSilent, kError, kErrorUnlessMain };

@@ -1,4 +1,4 @@
-#include "pages/key_commands.h"
+#include "src/pages/key_commands.h"
 
 #include <algorithm>
 #include <atomic>
@@ -10,17 +10,17 @@
 
 #include <unistd.h>
 
-#include "core/command_counters.h"
-#include "core/console.h"
-#include "core/name_tables.h"
-#include "core/operating_values.h"
-#include "devio/backlight.h"
-#include "devio/blinkers.h"
-#include "display/dials.h"
-#include "hostlink/can_transport.h"
-#include "pages/page_tables.h"
-#include "screenapi/screen_api.h"
-#include "services/dbshm.h"
+#include "src/core/command_counters.h"
+#include "src/core/console.h"
+#include "src/core/name_tables.h"
+#include "src/core/operating_values.h"
+#include "src/devio/backlight.h"
+#include "src/devio/blinkers.h"
+#include "src/display/dials.h"
+#include "src/hostlink/can_transport.h"
+#include "src/pages/page_tables.h"
+#include "src/screenapi/screen_api.h"
+#include "src/services/dbshm.h"
 
 namespace {
 

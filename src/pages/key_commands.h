@@ -1,7 +1,7 @@
 // The local commands that a key binding may carry: CMD_NAMES is their table of names.
 #pragma once
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // Runs a command on the calling key thread. A number without a command is reported on standard error.
 void RunKeyCommand(orvikData_t* data, unsigned command);

@@ -1,14 +1,14 @@
-#include "pages/key_dispatch.h"
+#include "src/pages/key_dispatch.h"
 
 #include <string>
 
-#include "core/console.h"
-#include "core/name_tables.h"
-#include "devio/digital_io.h"
-#include "display/dials.h"
-#include "pages/key_commands.h"
-#include "pages/key_report.h"
-#include "pages/page_tables.h"
+#include "src/core/console.h"
+#include "src/core/name_tables.h"
+#include "src/devio/digital_io.h"
+#include "src/display/dials.h"
+#include "src/pages/key_commands.h"
+#include "src/pages/key_report.h"
+#include "src/pages/page_tables.h"
 
 namespace {
 

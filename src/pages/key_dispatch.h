@@ -1,7 +1,7 @@
 // The end of every key path: the report to the host, the page event and the local command of a binding.
 #pragma once
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // `event` is KEY_PRESSED or KEY_RELEASED; any other is reported and then treated as neither. Keypad scanner and
 // action channel, at the same time if need be.

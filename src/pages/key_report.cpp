@@ -1,10 +1,10 @@
-#include "pages/key_report.h"
+#include "src/pages/key_report.h"
 
 #include <string>
 
-#include "core/console.h"
-#include "devio/digital_io.h"
-#include "pages/page_tables.h"
+#include "src/core/console.h"
+#include "src/devio/digital_io.h"
+#include "src/pages/page_tables.h"
 
 namespace {
 

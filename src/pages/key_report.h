@@ -2,7 +2,7 @@
 // itself.
 #pragma once
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // A host key went down: 0 none, 1 to 22 a host key. A valid key is queued for the host, reported as held, and
 // clicks unless its mask says not to; any other number is reported on standard error. Key threads; main once at

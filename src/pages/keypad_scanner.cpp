@@ -1,4 +1,4 @@
-#include "pages/keypad_scanner.h"
+#include "src/pages/keypad_scanner.h"
 
 #include <chrono>
 #include <cstdio>
@@ -7,8 +7,8 @@
 #include "platform/device_io.h"
 #include "platform/threads.h"
 
-#include "core/console.h"
-#include "pages/page_tables.h"
+#include "src/core/console.h"
+#include "src/pages/page_tables.h"
 
 namespace KEYPAD {
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 namespace KEYPAD {
 

@@ -1,10 +1,10 @@
-#include "pages/page_tables.h"
+#include "src/pages/page_tables.h"
 
 #include <algorithm>
 #include <string>
 
-#include "core/console.h"
-#include "pages/key_dispatch.h"
+#include "src/core/console.h"
+#include "src/pages/key_dispatch.h"
 
 namespace {
 

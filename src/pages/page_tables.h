@@ -3,8 +3,8 @@
 
 #include <span>
 
-#include "core/name_tables.h"
-#include "core/orvik_data.h"
+#include "src/core/name_tables.h"
+#include "src/core/orvik_data.h"
 
 // What SetValidKeys stores for a host key, and what follows for a press of it.
 constexpr std::uint32_t KEY_NOT_VALID = 0;     // nothing: not queued, not reported

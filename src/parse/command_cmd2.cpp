@@ -1,8 +1,8 @@
 #include <array>
 
-#include "core/command_counters.h"
-#include "core/operating_values.h"
-#include "parse/commands.h"
+#include "src/core/command_counters.h"
+#include "src/core/operating_values.h"
+#include "src/parse/commands.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "core/command_counters.h"
-#include "core/console.h"
-#include "core/mutex_guard.h"
-#include "parse/commands.h"
-#include "parse/expand.h"
-#include "parse/utf8_text.h"
+#include "src/core/command_counters.h"
+#include "src/core/console.h"
+#include "src/core/mutex_guard.h"
+#include "src/parse/commands.h"
+#include "src/parse/expand.h"
+#include "src/parse/utf8_text.h"
 
 namespace {
 

@@ -2,13 +2,13 @@
 #include <algorithm>
 #include <array>
 
-#include "core/command_counters.h"
-#include "core/console.h"
-#include "core/operating_values.h"
-#include "devio/digital_io.h"
-#include "pages/display_transition.h"
-#include "pages/page_tables.h"
-#include "parse/commands.h"
+#include "src/core/command_counters.h"
+#include "src/core/console.h"
+#include "src/core/operating_values.h"
+#include "src/devio/digital_io.h"
+#include "src/pages/display_transition.h"
+#include "src/pages/page_tables.h"
+#include "src/parse/commands.h"
 
 namespace {
 

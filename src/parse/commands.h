@@ -3,8 +3,8 @@
 // Whatever is malformed is reported on the console and dropped; the host gets no answer.
 #pragma once
 
-#include "core/orvik_data.h"
-#include "parse/message_view.h"
+#include "src/core/orvik_data.h"
+#include "src/parse/message_view.h"
 
 // Handles one message by its command number, byte 0. Counts it in any case.
 void ParseMessage(orvikData_t* data, const DecapData_t& message);

@@ -1,9 +1,9 @@
-#include "parse/expand.h"
+#include "src/parse/expand.h"
 
 #include <utf8.h>
 
-#include "core/console.h"
-#include "parse/full_width.h"
+#include "src/core/console.h"
+#include "src/parse/full_width.h"
 
 namespace {
 

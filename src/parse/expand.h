@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // What a classifier made of an octet.
 enum octet_class_t : int { OCTET_NOT_EXPANDED = 1, OCTET_EXPANDED = 3 };

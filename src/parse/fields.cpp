@@ -1,4 +1,4 @@
-#include "parse/fields.h"
+#include "src/parse/fields.h"
 
 #include <algorithm>
 #include <iterator>
@@ -6,9 +6,9 @@
 
 #include <utf8.h>
 
-#include "core/console.h"
-#include "core/mutex_guard.h"
-#include "parse/utf8_text.h"
+#include "src/core/console.h"
+#include "src/core/mutex_guard.h"
+#include "src/parse/utf8_text.h"
 
 Field_t fieldLCD, fieldOutriggers, fieldJib, fieldCounterweight, fieldPick, fieldSwing, fieldAux, fieldWinch;
 Field_t fieldSelect1A, fieldSelect1B, fieldSelect2A, fieldSelect2B;

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 constexpr std::size_t FIELD_COUNT = 31;
 constexpr unsigned FIELD_LINE2_CENTER = 20;

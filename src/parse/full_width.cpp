@@ -1,4 +1,4 @@
-#include "parse/full_width.h"
+#include "src/parse/full_width.h"
 
 #include <algorithm>
 

@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <functional>
 
-#include "core/console.h"
-#include "parse/fields.h"
+#include "src/core/console.h"
+#include "src/parse/fields.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "parse/parse_thread.h"
+#include "src/parse/parse_thread.h"
 
 #include <array>
 #include <chrono>
@@ -6,12 +6,12 @@
 
 #include "platform/threads.h"
 
-#include "core/command_counters.h"
-#include "core/console.h"
-#include "core/operating_values.h"
-#include "devio/digital_io.h"
-#include "parse/commands.h"
-#include "services/dbshm.h"
+#include "src/core/command_counters.h"
+#include "src/core/console.h"
+#include "src/core/operating_values.h"
+#include "src/devio/digital_io.h"
+#include "src/parse/commands.h"
+#include "src/services/dbshm.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The parse thread: takes the host's messages from the queue and hands each to its command.
 #pragma once
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // Looks the heartbeat event up and starts the thread. Returns 0, or the error number of the failed start.
 int Init_Parse(orvikData_t* data);

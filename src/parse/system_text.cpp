@@ -1,10 +1,10 @@
 // The system's own text on the grid, and the keeping of the host's texts while it is shown.
 #include <algorithm>
 
-#include "core/mutex_guard.h"
-#include "parse/expand.h"
-#include "parse/fields.h"
-#include "parse/utf8_text.h"
+#include "src/core/mutex_guard.h"
+#include "src/parse/expand.h"
+#include "src/parse/fields.h"
+#include "src/parse/utf8_text.h"
 
 namespace {
 

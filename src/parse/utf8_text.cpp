@@ -1,4 +1,4 @@
-#include "parse/utf8_text.h"
+#include "src/parse/utf8_text.h"
 
 #include <array>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "screenapi/screen_api.h"
+#include "src/screenapi/screen_api.h"
 
 #include <algorithm>
 #include <cstring>

@@ -7,8 +7,8 @@
 #include <mutex>
 #include <string>
 
-#include "screenapi/screen_messages.h"
-#include "services/nm_client.h"
+#include "src/screenapi/screen_messages.h"
+#include "src/services/nm_client.h"
 
 // Each operation builds one message (screen_messages.h) in the object's one buffer and publishes it at once;
 // the service applies what it has received at processCommands. Any thread may call any operation: the buffer

@@ -1,4 +1,4 @@
-#include "services/dbshm.h"
+#include "src/services/dbshm.h"
 
 #include <algorithm>
 #include <array>

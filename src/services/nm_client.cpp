@@ -1,4 +1,4 @@
-#include "services/nm_client.h"
+#include "src/services/nm_client.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -7,7 +7,7 @@
 #include <mutex>
 #include <span>
 
-#include "services/nm_messages.h"
+#include "src/services/nm_messages.h"
 
 namespace NM {
 

@@ -1,4 +1,4 @@
-#include "services/preference_reader.h"
+#include "src/services/preference_reader.h"
 
 #include <algorithm>
 #include <array>

@@ -26,7 +26,7 @@
 #include "platform/messages.h"
 #include "platform/shared_memory.h"
 
-#include "services/dbshm.h"
+#include "src/services/dbshm.h"
 #include "tests/unit/support/test_folder.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <memory>
 
-#include "platform_processes.h"
+#include "tests/contract/platform_processes.h"
 
 namespace contract {
 namespace {

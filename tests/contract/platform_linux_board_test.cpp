@@ -11,7 +11,7 @@
 #include "platform/device.h"
 #include "platform/device_io.h"
 
-#include "platform_processes.h"
+#include "tests/contract/platform_processes.h"
 
 namespace contract {
 namespace {

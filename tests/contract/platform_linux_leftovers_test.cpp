@@ -17,7 +17,7 @@
 #include "platform/shared_memory.h"
 #include "platform/threads.h"
 
-#include "platform_processes.h"
+#include "tests/contract/platform_processes.h"
 
 namespace contract {
 namespace {

@@ -10,7 +10,7 @@
 
 #include "platform/shared_memory.h"
 
-#include "platform_processes.h"
+#include "tests/contract/platform_processes.h"
 
 namespace contract {
 namespace {

@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform_processes.h"
+#include "tests/contract/platform_processes.h"
 
 namespace contract {
 namespace {

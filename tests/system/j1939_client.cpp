@@ -10,8 +10,8 @@
 
 #include "platform/byte_order.h"
 
-#include "core/console.h"
-#include "hostlink/j1939_external.h"
+#include "src/core/console.h"
+#include "src/hostlink/j1939_external.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 // + n runs command n, and front keys 7 and 8 make the screen brighter and darker.
 #include <algorithm>
 
-#include "core/application.h"
-#include "core/name_tables.h"
-#include "pages/page_tables.h"
+#include "src/core/application.h"
+#include "src/core/name_tables.h"
+#include "src/pages/page_tables.h"
 
 namespace {
 

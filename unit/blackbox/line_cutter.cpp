@@ -1,4 +1,4 @@
-#include "blackbox/line_cutter.h"
+#include "unit/blackbox/line_cutter.h"
 
 #include <utility>
 

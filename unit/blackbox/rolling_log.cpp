@@ -1,4 +1,4 @@
-#include "blackbox/rolling_log.h"
+#include "unit/blackbox/rolling_log.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,10 +1,10 @@
-#include "blackbox/tee.h"
+#include "unit/blackbox/tee.h"
 
 #include <mutex>
 #include <streambuf>
 #include <utility>
 
-#include "blackbox/line_cutter.h"
+#include "unit/blackbox/line_cutter.h"
 
 namespace unit {
 

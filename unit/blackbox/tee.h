@@ -5,7 +5,7 @@
 #include <ostream>
 #include <string>
 
-#include "blackbox/rolling_log.h"
+#include "unit/blackbox/rolling_log.h"
 
 namespace unit {
 

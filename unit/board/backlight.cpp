@@ -1,4 +1,4 @@
-#include "board/backlight.h"
+#include "unit/board/backlight.h"
 
 #include <algorithm>
 #include <cerrno>

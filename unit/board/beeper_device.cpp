@@ -1,4 +1,4 @@
-#include "board/beeper_device.h"
+#include "unit/board/beeper_device.h"
 
 #include <stdexcept>
 

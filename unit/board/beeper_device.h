@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-#include "board/input_device.h"
+#include "unit/board/input_device.h"
 
 namespace unit {
 

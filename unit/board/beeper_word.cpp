@@ -1,4 +1,4 @@
-#include "board/beeper_word.h"
+#include "unit/board/beeper_word.h"
 
 #include <bit>
 

@@ -1,6 +1,6 @@
-#include "board/board_outputs.h"
+#include "unit/board/board_outputs.h"
 
-#include "board/board_view.h"
+#include "unit/board/board_view.h"
 
 namespace unit {
 

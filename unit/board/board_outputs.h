@@ -14,9 +14,9 @@
 
 #include "platform/board_state.h"
 
-#include "board/backlight.h"
-#include "board/beeper_device.h"
-#include "board/sound_follower.h"
+#include "unit/board/backlight.h"
+#include "unit/board/beeper_device.h"
+#include "unit/board/sound_follower.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "board/board_service.h"
+#include "unit/board/board_service.h"
 
 #include <atomic>
 #include <chrono>
@@ -9,13 +9,13 @@
 
 #include "platform/board_state.h"
 
-#include "blackbox/rolling_log.h"
-#include "board/board_outputs.h"
-#include "board/board_view.h"
-#include "board/key_device.h"
 #include "bus/can_frame.h"
 #include "bus/key_log.h"
-#include "health/notify_link.h"
+#include "unit/blackbox/rolling_log.h"
+#include "unit/board/board_outputs.h"
+#include "unit/board/board_view.h"
+#include "unit/board/key_device.h"
+#include "unit/health/notify_link.h"
 
 namespace unit {
 namespace {

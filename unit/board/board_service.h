@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "service.h"
+#include "unit/service.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "board/board_view.h"
+#include "unit/board/board_view.h"
 
 #include <bit>
 

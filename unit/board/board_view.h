@@ -7,7 +7,7 @@
 
 #include "platform/board_state.h"
 
-#include "board/keys.h"
+#include "unit/board/keys.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "board/input_device.h"
+#include "unit/board/input_device.h"
 
 #include <array>
 #include <cerrno>

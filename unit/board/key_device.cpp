@@ -1,4 +1,4 @@
-#include "board/key_device.h"
+#include "unit/board/key_device.h"
 
 #include <array>
 #include <cerrno>

@@ -14,8 +14,8 @@
 
 #include "platform/board_state.h"
 
-#include "board/input_device.h"
-#include "board/key_map.h"
+#include "unit/board/input_device.h"
+#include "unit/board/key_map.h"
 
 namespace unit {
 

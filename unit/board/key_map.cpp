@@ -1,4 +1,4 @@
-#include "board/key_map.h"
+#include "unit/board/key_map.h"
 
 #include <charconv>
 #include <filesystem>
@@ -9,7 +9,7 @@
 
 #include <libevdev/libevdev.h>
 
-#include "board/keys.h"
+#include "unit/board/keys.h"
 
 namespace unit {
 namespace {

@@ -1,4 +1,4 @@
-#include "board/keys.h"
+#include "unit/board/keys.h"
 
 namespace unit {
 

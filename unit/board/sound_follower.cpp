@@ -1,4 +1,4 @@
-#include "board/sound_follower.h"
+#include "unit/board/sound_follower.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "bundle/archive.h"
+#include "unit/bundle/archive.h"
 
 #include <ctime>
 #include <filesystem>

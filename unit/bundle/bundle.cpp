@@ -1,4 +1,4 @@
-#include "bundle/bundle.h"
+#include "unit/bundle/bundle.h"
 
 #include <algorithm>
 #include <array>
@@ -18,8 +18,8 @@
 
 #include "platform/paths.h"
 
-#include "blackbox/rolling_log.h"
 #include "bus/address_file.h"
+#include "unit/blackbox/rolling_log.h"
 
 namespace unit {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "bundle/archive.h"
+#include "unit/bundle/archive.h"
 
 namespace unit {
 

@@ -1,11 +1,11 @@
-#include "database/attach.h"
+#include "unit/database/attach.h"
 
 #include <optional>
 #include <thread>
 #include <utility>
 
-#include "database/database_owner.h"
-#include "services/dbshm.h"
+#include "src/services/dbshm.h"
+#include "unit/database/database_owner.h"
 
 namespace unit {
 namespace {

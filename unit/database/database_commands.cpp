@@ -1,4 +1,4 @@
-#include "database/database_commands.h"
+#include "unit/database/database_commands.h"
 
 #include <algorithm>
 #include <array>
@@ -9,9 +9,9 @@
 #include <map>
 #include <optional>
 
-#include "database/attach.h"
-#include "database/database_owner.h"
-#include "services/dbshm.h"
+#include "src/services/dbshm.h"
+#include "unit/database/attach.h"
+#include "unit/database/database_owner.h"
 
 namespace unit {
 namespace {

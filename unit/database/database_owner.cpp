@@ -1,4 +1,4 @@
-#include "database/database_owner.h"
+#include "unit/database/database_owner.h"
 
 #include <atomic>
 #include <cerrno>
@@ -17,7 +17,7 @@
 #include "platform/messages.h"
 #include "platform/shared_memory.h"
 
-#include "services/dbshm.h"
+#include "src/services/dbshm.h"
 
 namespace unit {
 namespace {

@@ -8,7 +8,7 @@
 
 #include <sys/types.h>
 
-#include "database/parameter_list.h"
+#include "unit/database/parameter_list.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "database/database_service.h"
+#include "unit/database/database_service.h"
 
 #include <array>
 #include <atomic>
@@ -18,9 +18,9 @@
 #include "platform/byte_order.h"
 #include "platform/messages.h"
 
-#include "database/database_owner.h"
-#include "health/notify_link.h"
-#include "services/dbshm.h"
+#include "src/services/dbshm.h"
+#include "unit/database/database_owner.h"
+#include "unit/health/notify_link.h"
 
 namespace unit {
 namespace {

@@ -1,4 +1,4 @@
-#include "database/parameter_list.h"
+#include "unit/database/parameter_list.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +11,7 @@
 
 #include <pugixml.hpp>
 
-#include "services/dbshm.h"
+#include "src/services/dbshm.h"
 
 namespace unit {
 namespace {

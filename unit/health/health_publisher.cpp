@@ -1,4 +1,4 @@
-#include "health/health_publisher.h"
+#include "unit/health/health_publisher.h"
 
 #include <chrono>
 #include <utility>

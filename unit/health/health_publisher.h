@@ -8,8 +8,8 @@
 #include <thread>
 #include <vector>
 
-#include "health/notify_link.h"
-#include "service.h"
+#include "unit/health/notify_link.h"
+#include "unit/service.h"
 
 namespace unit {
 

@@ -1,10 +1,10 @@
-#include "health/notify_link.h"
+#include "unit/health/notify_link.h"
 
 #include <utility>
 
 #include "platform/names.h"
 
-#include "service.h"
+#include "unit/service.h"
 
 namespace unit {
 

@@ -1,10 +1,10 @@
-#include "health/subscriber.h"
+#include "unit/health/subscriber.h"
 
 #include <algorithm>
 #include <array>
 #include <utility>
 
-#include "health/notify_link.h"
+#include "unit/health/notify_link.h"
 
 namespace unit {
 

@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "services/nm_client.h"
+#include "src/services/nm_client.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "j1939/bus_report.h"
+#include "unit/j1939/bus_report.h"
 
 #include <array>
 #include <cstdio>

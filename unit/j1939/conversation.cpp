@@ -1,4 +1,4 @@
-#include "j1939/conversation.h"
+#include "unit/j1939/conversation.h"
 
 #include <algorithm>
 #include <charconv>

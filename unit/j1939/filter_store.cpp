@@ -1,4 +1,4 @@
-#include "j1939/filter_store.h"
+#include "unit/j1939/filter_store.h"
 
 #include <filesystem>
 #include <fstream>

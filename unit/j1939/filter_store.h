@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-#include "j1939/j1939_requests.h"
+#include "unit/j1939/j1939_requests.h"
 
 namespace unit {
 

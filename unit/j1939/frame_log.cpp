@@ -1,4 +1,4 @@
-#include "j1939/frame_log.h"
+#include "unit/j1939/frame_log.h"
 
 #include <cerrno>
 #include <cstring>

@@ -6,8 +6,8 @@
 #include <mutex>
 #include <string>
 
-#include "blackbox/rolling_log.h"
 #include "bus/can_frame.h"
+#include "unit/blackbox/rolling_log.h"
 
 namespace unit {
 

@@ -1,11 +1,11 @@
-#include "j1939/j1939_requests.h"
+#include "unit/j1939/j1939_requests.h"
 
 #include <algorithm>
 #include <array>
 
 #include "platform/byte_order.h"
 
-#include "hostlink/j1939_external.h"
+#include "src/hostlink/j1939_external.h"
 
 namespace unit {
 namespace {

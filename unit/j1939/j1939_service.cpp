@@ -1,4 +1,4 @@
-#include "j1939/j1939_service.h"
+#include "unit/j1939/j1939_service.h"
 
 #include <algorithm>
 #include <array>
@@ -18,16 +18,16 @@
 
 #include "bus/address_file.h"
 #include "bus/endpoint.h"
-#include "health/notify_link.h"
-#include "hostlink/frame_layout.h"
-#include "hostlink/j1939_external.h"
-#include "j1939/bus_report.h"
-#include "j1939/filter_store.h"
-#include "j1939/frame_log.h"
-#include "j1939/j1939_requests.h"
-#include "j1939/kernel_transport.h"
-#include "j1939/local_bus.h"
-#include "j1939/pacing.h"
+#include "src/hostlink/frame_layout.h"
+#include "src/hostlink/j1939_external.h"
+#include "unit/health/notify_link.h"
+#include "unit/j1939/bus_report.h"
+#include "unit/j1939/filter_store.h"
+#include "unit/j1939/frame_log.h"
+#include "unit/j1939/j1939_requests.h"
+#include "unit/j1939/kernel_transport.h"
+#include "unit/j1939/local_bus.h"
+#include "unit/j1939/pacing.h"
 
 namespace unit {
 namespace {

@@ -1,4 +1,4 @@
-#include "j1939/kernel_transport.h"
+#include "unit/j1939/kernel_transport.h"
 
 #include <cerrno>
 #include <cstring>
@@ -12,7 +12,7 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 
-#include "hostlink/frame_layout.h"
+#include "src/hostlink/frame_layout.h"
 
 namespace unit {
 namespace {

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "bus/descriptor.h"
-#include "j1939/j1939_requests.h"
-#include "j1939/local_bus.h"
+#include "unit/j1939/j1939_requests.h"
+#include "unit/j1939/local_bus.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "j1939/local_bus.h"
+#include "unit/j1939/local_bus.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -25,7 +25,7 @@
 #include "bus/can_frame.h"
 #include "bus/descriptor.h"
 #include "bus/endpoint.h"
-#include "j1939/conversation.h"
+#include "unit/j1939/conversation.h"
 
 namespace unit {
 

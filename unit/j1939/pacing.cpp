@@ -1,4 +1,4 @@
-#include "j1939/pacing.h"
+#include "unit/j1939/pacing.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "notify/exchange.h"
+#include "unit/notify/exchange.h"
 
 #include <algorithm>
 #include <limits>

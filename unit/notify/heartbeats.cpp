@@ -1,4 +1,4 @@
-#include "notify/heartbeats.h"
+#include "unit/notify/heartbeats.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "notify/notify_service.h"
+#include "unit/notify/notify_service.h"
 
 #include <algorithm>
 #include <array>
@@ -17,9 +17,9 @@
 #include "platform/messages.h"
 #include "platform/names.h"
 
-#include "notify/exchange.h"
-#include "notify/heartbeats.h"
-#include "notify/requests.h"
+#include "unit/notify/exchange.h"
+#include "unit/notify/heartbeats.h"
+#include "unit/notify/requests.h"
 
 namespace unit {
 namespace {

@@ -1,4 +1,4 @@
-#include "notify/requests.h"
+#include "unit/notify/requests.h"
 
 #include <algorithm>
 #include <string>

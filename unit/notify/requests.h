@@ -7,8 +7,8 @@
 #include <functional>
 #include <span>
 
-#include "notify/exchange.h"
-#include "services/nm_messages.h"
+#include "src/services/nm_messages.h"
+#include "unit/notify/exchange.h"
 
 namespace unit {
 

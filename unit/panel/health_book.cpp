@@ -1,4 +1,4 @@
-#include "panel/health_book.h"
+#include "unit/panel/health_book.h"
 
 #include <nlohmann/json.hpp>
 

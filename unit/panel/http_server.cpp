@@ -1,4 +1,4 @@
-#include "panel/http_server.h"
+#include "unit/panel/http_server.h"
 
 #include <chrono>
 #include <functional>
@@ -7,8 +7,8 @@
 #include <httplib.h>
 
 #include "bus/address_file.h"
-#include "panel/assets.h"
-#include "screen/screen_requests.h"
+#include "unit/panel/assets.h"
+#include "unit/screen/screen_requests.h"
 
 namespace unit {
 namespace {

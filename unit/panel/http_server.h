@@ -5,9 +5,9 @@
 #include <string>
 
 #include "http/local_server.h"
-#include "panel/key_holder.h"
-#include "panel/panel_state.h"
-#include "panel/stream_hub.h"
+#include "unit/panel/key_holder.h"
+#include "unit/panel/panel_state.h"
+#include "unit/panel/stream_hub.h"
 
 namespace unit {
 

@@ -1,6 +1,6 @@
-#include "panel/key_holder.h"
+#include "unit/panel/key_holder.h"
 
-#include "board/board_view.h"
+#include "unit/board/board_view.h"
 
 namespace unit {
 

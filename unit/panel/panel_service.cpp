@@ -1,14 +1,14 @@
-#include "panel/panel_service.h"
+#include "unit/panel/panel_service.h"
 
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <thread>
 
-#include "health/subscriber.h"
-#include "panel/http_server.h"
-#include "screen/screen_requests.h"
-#include "worker_service.h"
+#include "unit/health/subscriber.h"
+#include "unit/panel/http_server.h"
+#include "unit/screen/screen_requests.h"
+#include "unit/worker_service.h"
 
 namespace unit {
 namespace {

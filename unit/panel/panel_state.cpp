@@ -1,4 +1,4 @@
-#include "panel/panel_state.h"
+#include "unit/panel/panel_state.h"
 
 #include <cmath>
 #include <utility>
@@ -7,9 +7,9 @@
 
 #include "platform/byte_order.h"
 
-#include "database/attach.h"
-#include "screen/screen_requests.h"
-#include "services/dbshm.h"
+#include "src/services/dbshm.h"
+#include "unit/database/attach.h"
+#include "unit/screen/screen_requests.h"
 
 namespace unit {
 namespace {

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "database/parameter_list.h"
-#include "panel/health_book.h"
-#include "panel/stream_hub.h"
+#include "unit/database/parameter_list.h"
+#include "unit/panel/health_book.h"
+#include "unit/panel/stream_hub.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "panel/stream_hub.h"
+#include "unit/panel/stream_hub.h"
 
 #include <algorithm>
 #include <utility>

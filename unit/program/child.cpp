@@ -1,4 +1,4 @@
-#include "program/child.h"
+#include "unit/program/child.h"
 
 #include <array>
 #include <cerrno>
@@ -12,7 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "program/stop_signals.h"
+#include "unit/program/stop_signals.h"
 
 namespace unit {
 namespace {

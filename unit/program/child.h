@@ -8,7 +8,7 @@
 
 #include <sys/types.h>
 
-#include "program/lines.h"
+#include "unit/program/lines.h"
 
 namespace unit {
 

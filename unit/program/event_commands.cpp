@@ -1,4 +1,4 @@
-#include "program/event_commands.h"
+#include "unit/program/event_commands.h"
 
 #include <algorithm>
 #include <array>
@@ -8,9 +8,9 @@
 
 #include "platform/byte_order.h"
 
-#include "database/database_commands.h"
-#include "health/notify_link.h"
-#include "health/subscriber.h"
+#include "unit/database/database_commands.h"
+#include "unit/health/notify_link.h"
+#include "unit/health/subscriber.h"
 
 namespace unit {
 namespace {

@@ -1,4 +1,4 @@
-#include "program/lines.h"
+#include "unit/program/lines.h"
 
 #include <cerrno>
 #include <utility>

@@ -11,8 +11,8 @@
 #include <thread>
 #include <utility>
 
-#include "blackbox/line_cutter.h"
-#include "blackbox/rolling_log.h"
+#include "unit/blackbox/line_cutter.h"
+#include "unit/blackbox/rolling_log.h"
 
 namespace unit {
 

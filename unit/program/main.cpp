@@ -8,14 +8,14 @@
 
 #include <CLI/CLI.hpp>
 
-#include "bundle/bundle.h"
 #include "bus/installation.h"
-#include "database/database_commands.h"
-#include "program/event_commands.h"
-#include "program/replay.h"
-#include "program/run.h"
-#include "program/status_command.h"
-#include "program/stop_signals.h"
+#include "unit/bundle/bundle.h"
+#include "unit/database/database_commands.h"
+#include "unit/program/event_commands.h"
+#include "unit/program/replay.h"
+#include "unit/program/run.h"
+#include "unit/program/status_command.h"
+#include "unit/program/stop_signals.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "program/replay.h"
+#include "unit/program/replay.h"
 
 #include <chrono>
 #include <filesystem>
@@ -11,9 +11,9 @@
 
 #include "platform/paths.h"
 
-#include "bundle/bundle.h"
-#include "program/event_commands.h"
-#include "screen/screen_requests.h"
+#include "unit/bundle/bundle.h"
+#include "unit/program/event_commands.h"
+#include "unit/screen/screen_requests.h"
 
 namespace unit {
 namespace {

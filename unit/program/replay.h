@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "program/run.h"
+#include "unit/program/run.h"
 
 namespace unit {
 

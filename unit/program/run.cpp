@@ -1,4 +1,4 @@
-#include "program/run.h"
+#include "unit/program/run.h"
 
 #include <array>
 #include <chrono>
@@ -13,25 +13,25 @@
 
 #include "platform/paths.h"
 
-#include "blackbox/rolling_log.h"
-#include "blackbox/tee.h"
-#include "board/beeper_word.h"
-#include "board/board_service.h"
 #include "bus/address_file.h"
 #include "bus/whole_file.h"
-#include "database/attach.h"
-#include "database/database_service.h"
-#include "health/health_publisher.h"
-#include "health/notify_link.h"
-#include "j1939/j1939_service.h"
-#include "notify/notify_service.h"
-#include "panel/panel_service.h"
-#include "program/run_folder.h"
-#include "program/run_lock.h"
-#include "program/stop_signals.h"
-#include "program/supervisor.h"
-#include "screen/screen_service.h"
-#include "window/window_service.h"
+#include "unit/blackbox/rolling_log.h"
+#include "unit/blackbox/tee.h"
+#include "unit/board/beeper_word.h"
+#include "unit/board/board_service.h"
+#include "unit/database/attach.h"
+#include "unit/database/database_service.h"
+#include "unit/health/health_publisher.h"
+#include "unit/health/notify_link.h"
+#include "unit/j1939/j1939_service.h"
+#include "unit/notify/notify_service.h"
+#include "unit/panel/panel_service.h"
+#include "unit/program/run_folder.h"
+#include "unit/program/run_lock.h"
+#include "unit/program/stop_signals.h"
+#include "unit/program/supervisor.h"
+#include "unit/screen/screen_service.h"
+#include "unit/window/window_service.h"
 
 namespace unit {
 namespace {

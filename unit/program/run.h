@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "service.h"
+#include "unit/service.h"
 
 namespace unit {
 

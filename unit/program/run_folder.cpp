@@ -1,4 +1,4 @@
-#include "program/run_folder.h"
+#include "unit/program/run_folder.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "program/run_lock.h"
+#include "unit/program/run_lock.h"
 
 #include <array>
 #include <cerrno>

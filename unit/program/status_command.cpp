@@ -1,4 +1,4 @@
-#include "program/status_command.h"
+#include "unit/program/status_command.h"
 
 #include <cstdio>
 #include <iostream>

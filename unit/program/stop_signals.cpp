@@ -1,4 +1,4 @@
-#include "program/stop_signals.h"
+#include "unit/program/stop_signals.h"
 
 #include <csignal>
 #include <ctime>

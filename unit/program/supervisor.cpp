@@ -1,10 +1,10 @@
-#include "program/supervisor.h"
+#include "unit/program/supervisor.h"
 
 #include <algorithm>
 #include <csignal>
 #include <iostream>
 
-#include "program/stop_signals.h"
+#include "unit/program/stop_signals.h"
 
 namespace unit {
 

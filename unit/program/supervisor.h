@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "program/child.h"
-#include "program/lines.h"
-#include "service.h"
+#include "unit/program/child.h"
+#include "unit/program/lines.h"
+#include "unit/service.h"
 
 namespace unit {
 

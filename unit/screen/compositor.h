@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "screen/drawing.h"
-#include "screen/record_reader.h"
-#include "screen/shape_path.h"
+#include "unit/screen/drawing.h"
+#include "unit/screen/record_reader.h"
+#include "unit/screen/shape_path.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "screen/design.h"
+#include "unit/screen/design.h"
 
 #include <algorithm>
 #include <array>

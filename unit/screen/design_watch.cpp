@@ -1,4 +1,4 @@
-#include "screen/design_watch.h"
+#include "unit/screen/design_watch.h"
 
 #include <array>
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "screen/design.h"
+#include "unit/screen/design.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "screen/message_reader.h"
+#include "unit/screen/message_reader.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,7 +6,7 @@
 
 #include "platform/byte_order.h"
 
-#include "screen/text_layout.h"
+#include "unit/screen/text_layout.h"
 
 namespace unit {
 namespace {

@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include "screenapi/screen_messages.h"
+#include "src/screenapi/screen_messages.h"
 
 namespace unit {
 

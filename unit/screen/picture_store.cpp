@@ -1,4 +1,4 @@
-#include "screen/picture_store.h"
+#include "unit/screen/picture_store.h"
 
 #include <algorithm>
 #include <array>

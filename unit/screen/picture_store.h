@@ -7,8 +7,8 @@
 #include <span>
 #include <string>
 
-#include "screen/drawing.h"
-#include "screen/shape_path.h"
+#include "unit/screen/drawing.h"
+#include "unit/screen/shape_path.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "screen/record_reader.h"
+#include "unit/screen/record_reader.h"
 
 #include <algorithm>
 #include <optional>

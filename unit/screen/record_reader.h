@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "compositing/compositor_messages.h"
+#include "src/compositing/compositor_messages.h"
 
 namespace unit {
 

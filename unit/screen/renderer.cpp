@@ -1,4 +1,4 @@
-#include "screen/renderer.h"
+#include "unit/screen/renderer.h"
 
 #include <memory>
 #include <stdexcept>
@@ -6,7 +6,7 @@
 #include <cairo.h>
 #include <librsvg/rsvg.h>
 
-#include "screen/design.h"
+#include "unit/screen/design.h"
 
 #ifndef __has_feature
 #define __has_feature(feature) 0

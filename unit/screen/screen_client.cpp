@@ -7,8 +7,8 @@
 #include "platform/messages.h"
 #include "platform/names.h"
 
-#include "screen/screen_requests.h"
-#include "screen/screen_service.h"
+#include "unit/screen/screen_requests.h"
+#include "unit/screen/screen_service.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "screen/screen_json.h"
+#include "unit/screen/screen_json.h"
 
 #include <nlohmann/json.hpp>
 

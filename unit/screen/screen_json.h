@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "screen/screen_model.h"
+#include "unit/screen/screen_model.h"
 
 namespace unit {
 

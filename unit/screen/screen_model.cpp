@@ -1,4 +1,4 @@
-#include "screen/screen_model.h"
+#include "unit/screen/screen_model.h"
 
 #include <algorithm>
 #include <cmath>

@@ -10,10 +10,10 @@
 #include <utility>
 #include <vector>
 
-#include "screen/drawing.h"
-#include "screen/element_view.h"
-#include "screen/message_reader.h"
-#include "screen/screen_names.h"
+#include "unit/screen/drawing.h"
+#include "unit/screen/element_view.h"
+#include "unit/screen/message_reader.h"
+#include "unit/screen/screen_names.h"
 
 namespace unit {
 

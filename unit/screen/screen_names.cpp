@@ -1,4 +1,4 @@
-#include "screen/screen_names.h"
+#include "unit/screen/screen_names.h"
 
 #include <stdexcept>
 

@@ -1,7 +1,7 @@
-#include "screen/screen_service.h"
+#include "unit/screen/screen_service.h"
 
-#include "screen/screen_worker.h"
-#include "worker_service.h"
+#include "unit/screen/screen_worker.h"
+#include "unit/worker_service.h"
 
 namespace unit {
 

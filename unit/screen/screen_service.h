@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "service.h"
+#include "unit/service.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "screen/screen_worker.h"
+#include "unit/screen/screen_worker.h"
 
 #include <array>
 #include <iostream>
@@ -7,13 +7,13 @@
 
 #include "platform/byte_order.h"
 
-#include "compositing/compositor_messages.h"
-#include "database/attach.h"
-#include "screen/renderer.h"
-#include "screen/screen_json.h"
-#include "screen/screen_requests.h"
-#include "services/dbshm.h"
-#include "services/nm_messages.h"
+#include "src/compositing/compositor_messages.h"
+#include "src/services/dbshm.h"
+#include "src/services/nm_messages.h"
+#include "unit/database/attach.h"
+#include "unit/screen/renderer.h"
+#include "unit/screen/screen_json.h"
+#include "unit/screen/screen_requests.h"
 
 namespace unit {
 namespace {

@@ -21,15 +21,15 @@
 #include <thread>
 #include <vector>
 
-#include "health/notify_link.h"
-#include "health/subscriber.h"
-#include "screen/compositor.h"
-#include "screen/design_watch.h"
-#include "screen/line_limiter.h"
-#include "screen/message_server.h"
-#include "screen/picture_store.h"
-#include "screen/screen_model.h"
-#include "service.h"
+#include "unit/health/notify_link.h"
+#include "unit/health/subscriber.h"
+#include "unit/screen/compositor.h"
+#include "unit/screen/design_watch.h"
+#include "unit/screen/line_limiter.h"
+#include "unit/screen/message_server.h"
+#include "unit/screen/picture_store.h"
+#include "unit/screen/screen_model.h"
+#include "unit/service.h"
 
 namespace unit {
 

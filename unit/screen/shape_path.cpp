@@ -1,11 +1,11 @@
-#include "screen/shape_path.h"
+#include "unit/screen/shape_path.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 
-#include "compositing/compositor_messages.h"
-#include "screen/element_view.h"
+#include "src/compositing/compositor_messages.h"
+#include "unit/screen/element_view.h"
 
 namespace unit {
 namespace {

@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include "screen/drawing.h"
+#include "unit/screen/drawing.h"
 
 namespace unit {
 

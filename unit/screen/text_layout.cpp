@@ -1,4 +1,4 @@
-#include "screen/text_layout.h"
+#include "unit/screen/text_layout.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "screen/value_rule.h"
+#include "unit/screen/value_rule.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "window/beep_tone.h"
+#include "unit/window/beep_tone.h"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 
 #include <span>
 
-#include "board/beeper_device.h"
+#include "unit/board/beeper_device.h"
 
 namespace unit {
 

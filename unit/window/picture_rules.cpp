@@ -1,4 +1,4 @@
-#include "window/picture_rules.h"
+#include "unit/window/picture_rules.h"
 
 #include <algorithm>
 

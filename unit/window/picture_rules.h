@@ -7,8 +7,8 @@
 #include <chrono>
 #include <string>
 
-#include "board/board_view.h"
-#include "screen/design.h"
+#include "unit/board/board_view.h"
+#include "unit/screen/design.h"
 
 namespace unit {
 

@@ -1,11 +1,11 @@
-#include "window/screen_painter.h"
+#include "unit/window/screen_painter.h"
 
 #include <algorithm>
 #include <stdexcept>
 #include <utility>
 
-#include "screen/screen_requests.h"
-#include "window/picture_rules.h"
+#include "unit/screen/screen_requests.h"
+#include "unit/window/picture_rules.h"
 
 namespace unit {
 namespace {

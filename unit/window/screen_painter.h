@@ -14,8 +14,8 @@
 #include <string>
 #include <thread>
 
-#include "health/subscriber.h"
-#include "screen/renderer.h"
+#include "unit/health/subscriber.h"
+#include "unit/screen/renderer.h"
 
 namespace unit {
 

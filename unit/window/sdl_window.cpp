@@ -1,4 +1,4 @@
-#include "window/sdl_window.h"
+#include "unit/window/sdl_window.h"
 
 #include <array>
 #include <atomic>
@@ -8,7 +8,7 @@
 
 #include <SDL.h>
 
-#include "window/beep_tone.h"
+#include "unit/window/beep_tone.h"
 
 namespace unit {
 namespace {

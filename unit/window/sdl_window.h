@@ -10,8 +10,8 @@
 #include <memory>
 #include <string>
 
-#include "screen/renderer.h"
-#include "window/picture_rules.h"
+#include "unit/screen/renderer.h"
+#include "unit/window/picture_rules.h"
 
 struct SDL_Window;
 struct SDL_Renderer;

@@ -1,4 +1,4 @@
-#include "window/window_service.h"
+#include "unit/window/window_service.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -12,11 +12,11 @@
 
 #include "platform/board_state.h"
 
-#include "board/board_view.h"
-#include "board/sound_follower.h"
-#include "window/screen_painter.h"
-#include "window/sdl_window.h"
-#include "worker_service.h"
+#include "unit/board/board_view.h"
+#include "unit/board/sound_follower.h"
+#include "unit/window/screen_painter.h"
+#include "unit/window/sdl_window.h"
+#include "unit/worker_service.h"
 
 namespace unit {
 namespace {

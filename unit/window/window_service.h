@@ -7,7 +7,7 @@
 #include <functional>
 #include <memory>
 
-#include "service.h"
+#include "unit/service.h"
 
 namespace unit {
 

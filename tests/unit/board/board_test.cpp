@@ -7,10 +7,10 @@
 
 #include <gmock/gmock.h>
 
-#include "board/backlight.h"
-#include "board/key_map.h"
-#include "board/sound_follower.h"
 #include "tests/unit/support/test_folder.h"
+#include "unit/board/backlight.h"
+#include "unit/board/key_map.h"
+#include "unit/board/sound_follower.h"
 
 namespace unit {
 namespace {

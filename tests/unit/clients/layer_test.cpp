@@ -1,5 +1,5 @@
 // The drawing layer's command queue and its frames, byte by byte.
-#include "compositing/layer.h"
+#include "src/compositing/layer.h"
 
 #include <functional>
 #include <iostream>
@@ -10,7 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "compositing/drawing_objects.h"
+#include "src/compositing/drawing_objects.h"
 #include "tests/unit/services/fake_service.h"
 
 namespace {

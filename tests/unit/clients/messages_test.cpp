@@ -8,11 +8,11 @@
 
 #include "platform/byte_order.h"
 
-#include "hostlink/frame_layout.h"
-#include "hostlink/j1939_external.h"
-#include "screenapi/screen_api.h"
-#include "services/nm_client.h"
-#include "services/nm_messages.h"
+#include "src/hostlink/frame_layout.h"
+#include "src/hostlink/j1939_external.h"
+#include "src/screenapi/screen_api.h"
+#include "src/services/nm_client.h"
+#include "src/services/nm_messages.h"
 #include "tests/unit/services/fake_service.h"
 
 namespace {

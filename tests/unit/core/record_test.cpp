@@ -7,11 +7,11 @@
 
 #include <gtest/gtest.h>
 
-#include "core/generic_config.h"
-#include "core/operating_values.h"
-#include "core/orvik_data.h"
-#include "support/console_capture.h"
-#include "support/test_record.h"
+#include "src/core/generic_config.h"
+#include "src/core/operating_values.h"
+#include "src/core/orvik_data.h"
+#include "tests/unit/support/console_capture.h"
+#include "tests/unit/support/test_record.h"
 
 namespace {
 

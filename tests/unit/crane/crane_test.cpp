@@ -1,14 +1,14 @@
 // The crane's geometry, movements and load charts against values worked out by hand.
-#include "crane/crane.h"
+#include "host/crane/crane.h"
 
 #include <cmath>
 #include <sstream>
 
 #include <gmock/gmock.h>
 
-#include "crane/limits.h"
-#include "crane/load_chart.h"
-#include "crane/rating.h"
+#include "host/crane/limits.h"
+#include "host/crane/load_chart.h"
+#include "host/crane/rating.h"
 
 namespace crane {
 namespace {

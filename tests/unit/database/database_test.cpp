@@ -6,12 +6,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "database/attach.h"
-#include "database/database_commands.h"
-#include "database/database_owner.h"
-#include "database/parameter_list.h"
-#include "services/dbshm.h"
+#include "src/services/dbshm.h"
 #include "tests/unit/support/test_folder.h"
+#include "unit/database/attach.h"
+#include "unit/database/database_commands.h"
+#include "unit/database/database_owner.h"
+#include "unit/database/parameter_list.h"
 
 namespace unit {
 namespace {

@@ -4,12 +4,12 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "devio/blinkers.h"
-#include "devio/digital_io.h"
-#include "devio/timer.h"
-#include "services/dbshm.h"
-#include "support/console_capture.h"
-#include "support/test_record.h"
+#include "src/devio/blinkers.h"
+#include "src/devio/digital_io.h"
+#include "src/devio/timer.h"
+#include "src/services/dbshm.h"
+#include "tests/unit/support/console_capture.h"
+#include "tests/unit/support/test_record.h"
 
 namespace {
 

@@ -5,12 +5,12 @@
 
 #include <gtest/gtest.h>
 
-#include "core/operating_values.h"
-#include "display/dispatcher.h"
-#include "display/handles.h"
-#include "display/number_format.h"
-#include "display/operating_page.h"
-#include "support/test_record.h"
+#include "src/core/operating_values.h"
+#include "src/display/dispatcher.h"
+#include "src/display/handles.h"
+#include "src/display/number_format.h"
+#include "src/display/operating_page.h"
+#include "tests/unit/support/test_record.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 
 #include <gmock/gmock.h>
 
-#include "display/number_format.h"
-#include "display/operating_page.h"
 #include "host/diff_lines.h"
 #include "host/encode.h"
+#include "src/display/number_format.h"
+#include "src/display/operating_page.h"
 #include "tests/unit/host/hex.h"
 
 namespace {

@@ -3,17 +3,17 @@
 
 #include "platform/byte_order.h"
 
-#include "core/command_counters.h"
-#include "core/name_tables.h"
-#include "hostlink/can_transport.h"
-#include "hostlink/decapsulation.h"
-#include "hostlink/immediate_replies.h"
-#include "hostlink/j1939_external.h"
-#include "hostlink/watchdog.h"
-#include "services/nm_messages.h"
-#include "support/console_capture.h"
-#include "support/test_record.h"
+#include "src/core/command_counters.h"
+#include "src/core/name_tables.h"
+#include "src/hostlink/can_transport.h"
+#include "src/hostlink/decapsulation.h"
+#include "src/hostlink/immediate_replies.h"
+#include "src/hostlink/j1939_external.h"
+#include "src/hostlink/watchdog.h"
+#include "src/services/nm_messages.h"
 #include "tests/unit/services/fake_service.h"
+#include "tests/unit/support/console_capture.h"
+#include "tests/unit/support/test_record.h"
 
 namespace {
 

@@ -1,13 +1,12 @@
-#include "j1939/local_bus.h"
+#include "unit/j1939/local_bus.h"
 
 #include <cerrno>
 #include <thread>
 
 #include <arpa/inet.h>
+#include <gmock/gmock.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include "gmock/gmock.h"
 
 namespace unit {
 namespace {

@@ -6,14 +6,14 @@
 
 #include <nlohmann/json.hpp>
 
-#include "hostlink/j1939_external.h"
-#include "j1939/bus_report.h"
-#include "j1939/conversation.h"
-#include "j1939/filter_store.h"
-#include "j1939/j1939_requests.h"
-#include "j1939/pacing.h"
-#include "services/nm_messages.h"
+#include "src/hostlink/j1939_external.h"
+#include "src/services/nm_messages.h"
 #include "tests/unit/support/test_folder.h"
+#include "unit/j1939/bus_report.h"
+#include "unit/j1939/conversation.h"
+#include "unit/j1939/filter_store.h"
+#include "unit/j1939/j1939_requests.h"
+#include "unit/j1939/pacing.h"
 
 namespace unit {
 namespace {

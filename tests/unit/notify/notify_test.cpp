@@ -3,11 +3,12 @@
 #include <map>
 #include <string>
 
-#include "gmock/gmock.h"
-#include "notify/exchange.h"
-#include "notify/heartbeats.h"
-#include "notify/requests.h"
+#include <gmock/gmock.h>
+
 #include "tests/unit/support/test_folder.h"
+#include "unit/notify/exchange.h"
+#include "unit/notify/heartbeats.h"
+#include "unit/notify/requests.h"
 
 namespace unit {
 namespace {

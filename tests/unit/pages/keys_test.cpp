@@ -4,14 +4,14 @@
 #include "platform/board_state.h"
 #include "platform/device_io.h"
 
-#include "core/name_tables.h"
-#include "devio/timer.h"
-#include "pages/action_channel.h"
-#include "pages/keypad_scanner.h"
-#include "pages/page_tables.h"
-#include "services/dbshm.h"
-#include "support/console_capture.h"
-#include "support/test_record.h"
+#include "src/core/name_tables.h"
+#include "src/devio/timer.h"
+#include "src/pages/action_channel.h"
+#include "src/pages/keypad_scanner.h"
+#include "src/pages/page_tables.h"
+#include "src/services/dbshm.h"
+#include "tests/unit/support/console_capture.h"
+#include "tests/unit/support/test_record.h"
 
 namespace {
 

@@ -10,13 +10,13 @@
 
 #include <gtest/gtest.h>
 
-#include "core/name_tables.h"
-#include "core/startup.h"
-#include "hostlink/watchdog.h"
-#include "pages/display_transition.h"
-#include "pages/page_tables.h"
-#include "screen/design.h"
-#include "screen/screen_names.h"
+#include "src/core/name_tables.h"
+#include "src/core/startup.h"
+#include "src/hostlink/watchdog.h"
+#include "src/pages/display_transition.h"
+#include "src/pages/page_tables.h"
+#include "unit/screen/design.h"
+#include "unit/screen/screen_names.h"
 
 namespace {
 

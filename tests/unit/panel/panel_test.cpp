@@ -1,9 +1,9 @@
 // What the panel keeps and hands on: who is well, the last states, and a stream for each reader.
 #include <gmock/gmock.h>
 
-#include "panel/health_book.h"
-#include "panel/panel_state.h"
-#include "panel/stream_hub.h"
+#include "unit/panel/health_book.h"
+#include "unit/panel/panel_state.h"
+#include "unit/panel/stream_hub.h"
 
 namespace unit {
 namespace {

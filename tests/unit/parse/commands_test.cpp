@@ -1,14 +1,14 @@
 // The commands of the host: what they count, what they are refused for, and where their text goes.
-#include "parse/commands.h"
+#include "src/parse/commands.h"
 
 #include <gtest/gtest.h>
 
-#include "core/command_counters.h"
-#include "core/operating_values.h"
-#include "parse/fields.h"
-#include "parse/grid_text.h"
-#include "support/console_capture.h"
-#include "support/test_record.h"
+#include "src/core/command_counters.h"
+#include "src/core/operating_values.h"
+#include "src/parse/fields.h"
+#include "tests/unit/parse/grid_text.h"
+#include "tests/unit/support/console_capture.h"
+#include "tests/unit/support/test_record.h"
 
 namespace {
 

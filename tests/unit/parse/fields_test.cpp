@@ -1,15 +1,15 @@
 // The fields of the host's text on the grid, and the system's own text over them.
-#include "parse/fields.h"
+#include "src/parse/fields.h"
 
 #include <gtest/gtest.h>
 #include <utf8.h>
 
-#include "core/mutex_guard.h"
-#include "core/operating_values.h"
-#include "parse/grid_text.h"
-#include "parse/utf8_text.h"
-#include "support/console_capture.h"
-#include "support/test_record.h"
+#include "src/core/mutex_guard.h"
+#include "src/core/operating_values.h"
+#include "src/parse/utf8_text.h"
+#include "tests/unit/parse/grid_text.h"
+#include "tests/unit/support/console_capture.h"
+#include "tests/unit/support/test_record.h"
 
 namespace {
 

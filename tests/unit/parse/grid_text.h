@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // The first `count` cells of a line as text; an untouched cell is ".", one above U+00FF is "#".
 inline std::string GridCells(const orvikData_t* data, std::size_t line, int count) {

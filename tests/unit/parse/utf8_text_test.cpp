@@ -1,5 +1,5 @@
 // Text of the host: repaired, trimmed, widened.
-#include "parse/utf8_text.h"
+#include "src/parse/utf8_text.h"
 
 #include <random>
 #include <string>
@@ -8,10 +8,10 @@
 #include <gtest/gtest.h>
 #include <utf8.h>
 
-#include "core/operating_values.h"
-#include "parse/expand.h"
-#include "support/console_capture.h"
-#include "support/test_record.h"
+#include "src/core/operating_values.h"
+#include "src/parse/expand.h"
+#include "tests/unit/support/console_capture.h"
+#include "tests/unit/support/test_record.h"
 
 namespace {
 

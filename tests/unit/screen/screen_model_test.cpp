@@ -1,5 +1,5 @@
 // The design's files, and the document that follows commands, events and variables.
-#include "screen/screen_model.h"
+#include "unit/screen/screen_model.h"
 
 #include <limits>
 #include <memory>
@@ -11,9 +11,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "screen/design.h"
-#include "screen/renderer.h"
 #include "tests/unit/support/test_folder.h"
+#include "unit/screen/design.h"
+#include "unit/screen/renderer.h"
 
 namespace unit {
 namespace {

@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "screen/text_layout.h"
-#include "screen/value_rule.h"
+#include "unit/screen/text_layout.h"
+#include "unit/screen/value_rule.h"
 
 namespace unit {
 namespace {

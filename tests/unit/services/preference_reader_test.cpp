@@ -1,5 +1,5 @@
 // What the preference document reader accepts, hands out and refuses.
-#include "services/preference_reader.h"
+#include "src/services/preference_reader.h"
 
 #include <sstream>
 #include <string>

@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "host/reassembly.h"
-#include "simulate/scenario.h"
-#include "simulate/shelf.h"
+#include "host/simulate/scenario.h"
+#include "host/simulate/shelf.h"
 
 namespace simulate {
 

@@ -4,8 +4,8 @@
 #include <gmock/gmock.h>
 
 #include "host/errors.h"
-#include "simulate/control.h"
-#include "simulate/state_json.h"
+#include "host/simulate/control.h"
+#include "host/simulate/state_json.h"
 #include "tests/unit/simulate/host_run.h"
 
 namespace simulate {

@@ -1,4 +1,4 @@
-#include "support/test_record.h"
+#include "tests/unit/support/test_record.h"
 
 #include <algorithm>
 #include <limits>
@@ -8,10 +8,10 @@
 #include "platform/byte_order.h"
 #include "platform/shared_memory.h"
 
-#include "core/operating_values.h"
-#include "display/handles.h"
-#include "services/dbshm.h"
-#include "support/test_folder.h"
+#include "src/core/operating_values.h"
+#include "src/display/handles.h"
+#include "src/services/dbshm.h"
+#include "tests/unit/support/test_folder.h"
 
 namespace {
 

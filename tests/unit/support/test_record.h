@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "core/orvik_data.h"
+#include "src/core/orvik_data.h"
 
 // Gives this process a runtime directory of its own (removed at its end) and makes the parameter database
 // there, with every parameter of the application. Once, however often it is called.

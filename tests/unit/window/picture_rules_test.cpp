@@ -1,10 +1,10 @@
-#include "window/picture_rules.h"
+#include "unit/window/picture_rules.h"
 
 #include <array>
 
 #include <gmock/gmock.h>
 
-#include "screen/renderer.h"
+#include "unit/screen/renderer.h"
 
 namespace unit {
 namespace {
