@@ -5,7 +5,7 @@
 
 #include <utf8.h>
 
-#include "src/parse/utf8_text.h"
+#include "src/text/utf8_text.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t size) {
   const std::string text(input, input + size);

@@ -15,7 +15,7 @@
 #include "src/hostlink/can_transport.h"
 #include "src/hostlink/decapsulation.h"
 #include "src/hostlink/j1939_external.h"
-#include "src/parse/fields.h"
+#include "src/text/fields.h"
 #include "src/parse/parse_thread.h"
 #include "tests/unit/support/test_record.h"
 

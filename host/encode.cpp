@@ -9,7 +9,7 @@
 #include "platform/byte_order.h"
 
 #include "host/errors.h"
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 
 namespace host {
 namespace {

@@ -1,6 +1,6 @@
 #include "host/player.h"
 
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 
 namespace host {
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <utility>
 
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 
 namespace host {
 

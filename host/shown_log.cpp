@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 
 namespace host {
 namespace {

@@ -9,7 +9,7 @@
 
 #include "host/encode.h"
 #include "host/value_text.h"
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 
 namespace host {
 namespace {

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "host/protocol.h"
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 #include "tools/dissector_tables.h"
 
 namespace tables {

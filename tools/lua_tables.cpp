@@ -1,7 +1,7 @@
 #include <sstream>
 
 #include "host/protocol.h"
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 #include "tools/dissector_tables.h"
 
 namespace tables {

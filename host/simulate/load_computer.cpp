@@ -7,7 +7,7 @@
 #include "host/send_plan.h"
 #include "host/simulate/signals.h"
 #include "host/value_text.h"
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 
 namespace simulate {
 namespace {

@@ -5,7 +5,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 
 namespace simulate {
 namespace {

@@ -21,7 +21,7 @@
 #include "src/core/page_types.h"
 #include "src/core/plain_word.h"
 #include "src/core/text_types.h"
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 #include "src/services/nm_client.h"
 
 class ScreenApi;

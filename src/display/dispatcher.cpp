@@ -9,7 +9,7 @@
 #include "src/core/console.h"
 #include "src/core/name_tables.h"
 #include "src/core/operating_values.h"
-#include "src/display/dials.h"
+#include "src/dials/dials.h"
 #include "src/display/operating_page.h"
 #include "src/display/system_message.h"
 #include "src/screenapi/screen_api.h"

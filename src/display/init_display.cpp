@@ -5,9 +5,9 @@
 #include <memory>
 
 #include "src/core/mutex_guard.h"
-#include "src/display/dials.h"
+#include "src/dials/dials.h"
 #include "src/display/system_message.h"
-#include "src/parse/fields.h"
+#include "src/text/fields.h"
 #include "src/screenapi/screen_api.h"
 
 namespace {

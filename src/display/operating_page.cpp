@@ -8,7 +8,7 @@
 
 #include "src/core/mutex_guard.h"
 #include "src/display/text_widget.h"
-#include "src/parse/fields.h"
+#include "src/text/fields.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "src/display/system_message.h"
 
-#include "src/parse/fields.h"
+#include "src/text/fields.h"
 
 namespace {
 

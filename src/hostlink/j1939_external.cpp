@@ -7,7 +7,7 @@
 
 #include "platform/byte_order.h"
 
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "src/core/console.h"
 #include "src/core/name_tables.h"
 #include "src/devio/digital_io.h"
-#include "src/display/dials.h"
+#include "src/dials/dials.h"
 #include "src/hostlink/can_transport.h"
 #include "src/pages/key_report.h"
 #include "src/pages/page_tables.h"

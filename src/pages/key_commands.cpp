@@ -16,7 +16,7 @@
 #include "src/core/operating_values.h"
 #include "src/devio/backlight.h"
 #include "src/devio/blinkers.h"
-#include "src/display/dials.h"
+#include "src/dials/dials.h"
 #include "src/hostlink/can_transport.h"
 #include "src/pages/page_tables.h"
 #include "src/screenapi/screen_api.h"

@@ -18,7 +18,7 @@
 
 #include "bus/address_file.h"
 #include "bus/endpoint.h"
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 #include "src/hostlink/j1939_external.h"
 #include "unit/health/notify_link.h"
 #include "unit/j1939/bus_report.h"

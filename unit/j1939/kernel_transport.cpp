@@ -12,7 +12,7 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 
 namespace unit {
 namespace {

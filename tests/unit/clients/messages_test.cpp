@@ -8,7 +8,7 @@
 
 #include "platform/byte_order.h"
 
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 #include "src/hostlink/j1939_external.h"
 #include "src/screenapi/screen_api.h"
 #include "src/services/nm_client.h"

@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "src/core/name_tables.h"
-#include "src/core/startup.h"
+#include "src/startup/startup.h"
 #include "src/hostlink/watchdog.h"
 #include "src/pages/display_transition.h"
 #include "src/pages/page_tables.h"

@@ -5,7 +5,7 @@
 
 #include "src/core/command_counters.h"
 #include "src/core/operating_values.h"
-#include "src/parse/fields.h"
+#include "src/text/fields.h"
 #include "tests/unit/parse/grid_text.h"
 #include "tests/unit/support/console_capture.h"
 #include "tests/unit/support/test_record.h"

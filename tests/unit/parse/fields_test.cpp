@@ -1,12 +1,12 @@
 // The fields of the host's text on the grid, and the system's own text over them.
-#include "src/parse/fields.h"
+#include "src/text/fields.h"
 
 #include <gtest/gtest.h>
 #include <utf8.h>
 
 #include "src/core/mutex_guard.h"
 #include "src/core/operating_values.h"
-#include "src/parse/utf8_text.h"
+#include "src/text/utf8_text.h"
 #include "tests/unit/parse/grid_text.h"
 #include "tests/unit/support/console_capture.h"
 #include "tests/unit/support/test_record.h"

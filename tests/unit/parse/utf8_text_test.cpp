@@ -1,5 +1,5 @@
 // Text of the host: repaired, trimmed, widened.
-#include "src/parse/utf8_text.h"
+#include "src/text/utf8_text.h"
 
 #include <random>
 #include <string>
@@ -9,7 +9,7 @@
 #include <utf8.h>
 
 #include "src/core/operating_values.h"
-#include "src/parse/expand.h"
+#include "src/text/expand.h"
 #include "tests/unit/support/console_capture.h"
 #include "tests/unit/support/test_record.h"
 

@@ -1,7 +1,7 @@
 // The load computer's pace, alarms and readouts.
 #include <cmath>
 
-#include "src/hostlink/frame_layout.h"
+#include "src/core/frame_layout.h"
 #include "tests/unit/simulate/host_run.h"
 
 namespace simulate {

@@ -1,4 +1,4 @@
-#include "src/display/dials.h"
+#include "src/dials/dials.h"
 
 #include <cmath>
 #include <limits>

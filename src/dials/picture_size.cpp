@@ -6,7 +6,7 @@
 #include "platform/byte_order.h"
 #include "platform/paths.h"
 
-#include "src/display/dials.h"
+#include "src/dials/dials.h"
 
 namespace {
 

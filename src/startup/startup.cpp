@@ -1,4 +1,4 @@
-#include "src/core/startup.h"
+#include "src/startup/startup.h"
 
 #include <chrono>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "src/core/application.h"
+#include "src/startup/application.h"
 
 #include <chrono>
 #include <csignal>
@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "src/core/console.h"
-#include "src/core/startup.h"
+#include "src/startup/startup.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The display application's process.
 
-#include "src/core/application.h"
+#include "src/startup/application.h"
 
 int main(int argc, char* argv[]) {
   PrepareSignals();

@@ -1,4 +1,4 @@
-#include "src/parse/full_width.h"
+#include "src/text/full_width.h"
 
 #include <algorithm>
 

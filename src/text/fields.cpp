@@ -1,4 +1,4 @@
-#include "src/parse/fields.h"
+#include "src/text/fields.h"
 
 #include <algorithm>
 #include <iterator>
@@ -8,7 +8,7 @@
 
 #include "src/core/console.h"
 #include "src/core/mutex_guard.h"
-#include "src/parse/utf8_text.h"
+#include "src/text/utf8_text.h"
 
 Field_t fieldLCD, fieldOutriggers, fieldJib, fieldCounterweight, fieldPick, fieldSwing, fieldAux, fieldWinch;
 Field_t fieldSelect1A, fieldSelect1B, fieldSelect2A, fieldSelect2B;

@@ -1,4 +1,4 @@
-#include "src/parse/utf8_text.h"
+#include "src/text/utf8_text.h"
 
 #include <array>
 #include <cstdint>

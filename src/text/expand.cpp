@@ -1,9 +1,9 @@
-#include "src/parse/expand.h"
+#include "src/text/expand.h"
 
 #include <utf8.h>
 
 #include "src/core/console.h"
-#include "src/parse/full_width.h"
+#include "src/text/full_width.h"
 
 namespace {
 

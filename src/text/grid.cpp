@@ -3,7 +3,7 @@
 #include <functional>
 
 #include "src/core/console.h"
-#include "src/parse/fields.h"
+#include "src/text/fields.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 
 #include "src/core/console.h"
 #include "src/core/name_tables.h"
-#include "src/core/startup.h"
+#include "src/startup/startup.h"
 
 namespace {
 

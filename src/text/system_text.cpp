@@ -2,9 +2,9 @@
 #include <algorithm>
 
 #include "src/core/mutex_guard.h"
-#include "src/parse/expand.h"
-#include "src/parse/fields.h"
-#include "src/parse/utf8_text.h"
+#include "src/text/expand.h"
+#include "src/text/fields.h"
+#include "src/text/utf8_text.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 #include "src/core/console.h"
 #include "src/core/mutex_guard.h"
 #include "src/parse/commands.h"
-#include "src/parse/expand.h"
-#include "src/parse/utf8_text.h"
+#include "src/text/expand.h"
+#include "src/text/utf8_text.h"
 
 namespace {
 

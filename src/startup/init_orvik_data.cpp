@@ -8,7 +8,7 @@
 
 #include "src/core/console.h"
 #include "src/core/operating_values.h"
-#include "src/core/startup.h"
+#include "src/startup/startup.h"
 #include "src/devio/backlight.h"
 #include "src/devio/digital_io.h"
 #include "src/display/handles.h"
