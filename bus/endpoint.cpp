@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "bus/address_file.h"
+#include "base/address_file.h"
 #include "bus/stations.h"
 #include "bus/wait.h"
 

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <string>
 
-#include "bus/descriptor.h"
+#include "base/descriptor.h"
 
 namespace bus {
 

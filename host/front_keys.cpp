@@ -5,7 +5,7 @@
 
 #include <httplib.h>
 
-#include "bus/address_file.h"
+#include "base/address_file.h"
 
 namespace host {
 namespace {

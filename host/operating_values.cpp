@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "bus/whole_file.h"
+#include "base/whole_file.h"
 #include "host/errors.h"
 #include "host/value_text.h"
 

@@ -4,7 +4,7 @@
 
 #include <httplib.h>
 
-#include "bus/address_file.h"
+#include "base/address_file.h"
 #include "host/errors.h"
 #include "host/simulate/state_json.h"
 

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "bus/installation.h"
+#include "base/installation.h"
 #include "host/errors.h"
 #include "host/value_text.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "bus/descriptor.h"
+#include "base/descriptor.h"
 
 namespace unit {
 

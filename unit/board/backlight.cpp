@@ -10,7 +10,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "bus/descriptor.h"
+#include "base/descriptor.h"
 
 namespace unit {
 namespace {

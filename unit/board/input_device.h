@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "bus/descriptor.h"
+#include "base/descriptor.h"
 
 struct libevdev;
 

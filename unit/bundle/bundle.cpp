@@ -18,7 +18,7 @@
 
 #include "platform/paths.h"
 
-#include "bus/address_file.h"
+#include "base/address_file.h"
 #include "unit/blackbox/rolling_log.h"
 
 namespace unit {

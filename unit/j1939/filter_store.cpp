@@ -5,7 +5,7 @@
 #include <sstream>
 #include <tuple>
 
-#include "bus/whole_file.h"
+#include "base/whole_file.h"
 
 namespace unit {
 

@@ -16,7 +16,7 @@
 #include "platform/byte_order.h"
 #include "platform/paths.h"
 
-#include "bus/address_file.h"
+#include "base/address_file.h"
 #include "bus/endpoint.h"
 #include "src/core/frame_layout.h"
 #include "src/hostlink/j1939_external.h"

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "bus/descriptor.h"
+#include "base/descriptor.h"
 #include "unit/j1939/j1939_requests.h"
 #include "unit/j1939/local_bus.h"
 

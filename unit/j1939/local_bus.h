@@ -23,7 +23,7 @@
 #include <poll.h>
 
 #include "bus/can_frame.h"
-#include "bus/descriptor.h"
+#include "base/descriptor.h"
 #include "bus/endpoint.h"
 #include "unit/j1939/conversation.h"
 

@@ -6,7 +6,7 @@
 
 #include <httplib.h>
 
-#include "bus/address_file.h"
+#include "base/address_file.h"
 #include "unit/panel/assets.h"
 #include "unit/screen/screen_requests.h"
 

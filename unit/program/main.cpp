@@ -8,7 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "bus/installation.h"
+#include "base/installation.h"
 #include "unit/bundle/bundle.h"
 #include "unit/database/database_commands.h"
 #include "unit/program/event_commands.h"

@@ -13,8 +13,8 @@
 
 #include "platform/paths.h"
 
-#include "bus/address_file.h"
-#include "bus/whole_file.h"
+#include "base/address_file.h"
+#include "base/whole_file.h"
 #include "unit/blackbox/rolling_log.h"
 #include "unit/blackbox/tee.h"
 #include "unit/board/beeper_word.h"

@@ -7,7 +7,7 @@
 
 #include "platform/paths.h"
 
-#include "bus/installation.h"
+#include "base/installation.h"
 
 namespace unit {
 namespace {

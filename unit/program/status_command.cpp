@@ -10,7 +10,7 @@
 
 #include "platform/paths.h"
 
-#include "bus/address_file.h"
+#include "base/address_file.h"
 
 namespace unit {
 namespace {

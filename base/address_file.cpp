@@ -1,11 +1,11 @@
-#include "bus/address_file.h"
+#include "base/address_file.h"
 
 #include <filesystem>
 #include <fstream>
 
 #include "platform/paths.h"
 
-#include "bus/whole_file.h"
+#include "base/whole_file.h"
 
 namespace bus {
 namespace {

@@ -6,8 +6,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "platform/linux/channel.h"
-#include "platform/linux/leftovers.h"
+#include "platform/linux/messages/channel.h"
+#include "platform/linux/messages/leftovers.h"
 #include "platform/linux/process_tables.h"
 
 namespace platform {

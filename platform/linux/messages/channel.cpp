@@ -1,4 +1,4 @@
-#include "platform/linux/channel.h"
+#include "platform/linux/messages/channel.h"
 
 #include <algorithm>
 #include <cerrno>

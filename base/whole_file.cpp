@@ -1,4 +1,4 @@
-#include "bus/whole_file.h"
+#include "base/whole_file.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,4 +1,4 @@
-#include "platform/linux/packet.h"
+#include "platform/linux/messages/packet.h"
 
 #include <algorithm>
 #include <array>

@@ -17,7 +17,7 @@
 #include <utility>
 
 #include "platform/linux/descriptor.h"
-#include "platform/linux/packet.h"
+#include "platform/linux/messages/packet.h"
 #include "platform/messages.h"
 
 namespace platform {

@@ -1,4 +1,4 @@
-#include "bus/installation.h"
+#include "base/installation.h"
 
 #include <cstdlib>
 #include <filesystem>

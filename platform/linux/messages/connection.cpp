@@ -1,4 +1,4 @@
-#include "platform/linux/connection.h"
+#include "platform/linux/messages/connection.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,7 +13,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "platform/linux/channel.h"
+#include "platform/linux/messages/channel.h"
 #include "platform/linux/runtime_socket.h"
 #include "platform/linux/thread_id.h"
 #include "platform/messages.h"

@@ -1,4 +1,4 @@
-#include "platform/linux/leftovers.h"
+#include "platform/linux/messages/leftovers.h"
 
 #include <cerrno>
 #include <charconv>
@@ -12,7 +12,7 @@
 
 #include "platform/linux/claim_file.h"
 #include "platform/linux/runtime_socket.h"
-#include "platform/linux/shared_object.h"
+#include "platform/linux/memory/shared_object.h"
 #include "platform/paths.h"
 
 namespace platform {

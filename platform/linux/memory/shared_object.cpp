@@ -1,4 +1,4 @@
-#include "platform/linux/shared_object.h"
+#include "platform/linux/memory/shared_object.h"
 
 #include <cerrno>
 #include <cstdint>

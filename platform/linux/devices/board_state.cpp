@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "platform/linux/descriptor.h"
-#include "platform/linux/shared_object.h"
+#include "platform/linux/memory/shared_object.h"
 #include "platform/shared_memory.h"
 
 namespace platform {

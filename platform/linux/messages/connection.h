@@ -9,7 +9,7 @@
 #include <sys/types.h>
 
 #include "platform/linux/descriptor.h"
-#include "platform/linux/packet.h"
+#include "platform/linux/messages/packet.h"
 
 namespace platform {
 
