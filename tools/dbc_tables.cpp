@@ -2,7 +2,7 @@
 #include <sstream>
 #include <vector>
 
-#include "host/protocol.h"
+#include "host/protocol/protocol.h"
 #include "src/core/frame_layout.h"
 #include "tools/dissector_tables.h"
 

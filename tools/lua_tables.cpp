@@ -1,6 +1,6 @@
 #include <sstream>
 
-#include "host/protocol.h"
+#include "host/protocol/protocol.h"
 #include "src/core/frame_layout.h"
 #include "tools/dissector_tables.h"
 

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "host/encode.h"
-#include "host/operating_values.h"
-#include "host/value_text.h"
+#include "host/protocol/encode.h"
+#include "host/protocol/operating_values.h"
+#include "host/protocol/value_text.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "host/errors.h"
-#include "host/send_plan.h"
+#include "host/protocol/errors.h"
+#include "host/protocol/send_plan.h"
 #include "host/simulate/arguments.h"
 
 namespace simulate {

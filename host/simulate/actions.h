@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/simulate/load_computer.h"
+#include "host/load_computer/load_computer.h"
 
 namespace simulate {
 

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "host/crane/words.h"
-#include "host/errors.h"
-#include "host/value_text.h"
+#include "host/protocol/errors.h"
+#include "host/protocol/value_text.h"
 
 namespace simulate {
 namespace {

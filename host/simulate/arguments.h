@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/protocol.h"
+#include "host/protocol/protocol.h"
 
 namespace simulate {
 

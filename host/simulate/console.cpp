@@ -8,7 +8,7 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include "host/errors.h"
+#include "host/protocol/errors.h"
 
 namespace simulate {
 namespace {

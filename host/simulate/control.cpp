@@ -1,6 +1,6 @@
 #include "host/simulate/control.h"
 
-#include "host/errors.h"
+#include "host/protocol/errors.h"
 
 namespace simulate {
 

@@ -5,7 +5,7 @@
 #include <httplib.h>
 
 #include "base/address_file.h"
-#include "host/errors.h"
+#include "host/protocol/errors.h"
 #include "host/simulate/state_json.h"
 
 namespace simulate {

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <thread>
 
-#include "host/front_keys.h"
+#include "host/link/front_keys.h"
 
 namespace simulate {
 

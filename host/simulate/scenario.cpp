@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "host/errors.h"
+#include "host/protocol/errors.h"
 
 namespace simulate {
 namespace {

@@ -6,8 +6,8 @@
 #include <stdexcept>
 
 #include "base/installation.h"
-#include "host/errors.h"
-#include "host/value_text.h"
+#include "host/protocol/errors.h"
+#include "host/protocol/value_text.h"
 
 namespace simulate {
 namespace {

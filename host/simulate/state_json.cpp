@@ -5,8 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/errors.h"
-#include "host/protocol.h"
+#include "host/protocol/errors.h"
+#include "host/protocol/protocol.h"
 
 namespace simulate {
 namespace {

@@ -6,9 +6,9 @@
 
 #include <gmock/gmock.h>
 
-#include "host/errors.h"
-#include "host/log_reader.h"
-#include "host/player.h"
+#include "host/protocol/errors.h"
+#include "host/log/log_reader.h"
+#include "host/log/player.h"
 
 namespace {
 

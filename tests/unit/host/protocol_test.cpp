@@ -5,14 +5,14 @@
 
 #include <gmock/gmock.h>
 
-#include "host/conversation.h"
-#include "host/decode.h"
-#include "host/encode.h"
-#include "host/errors.h"
-#include "host/inject.h"
-#include "host/operating_values.h"
-#include "host/reassembly.h"
-#include "host/words.h"
+#include "host/protocol/conversation.h"
+#include "host/protocol/decode.h"
+#include "host/protocol/encode.h"
+#include "host/protocol/errors.h"
+#include "host/link/inject.h"
+#include "host/protocol/operating_values.h"
+#include "host/protocol/reassembly.h"
+#include "host/protocol/words.h"
 #include "tests/unit/host/hex.h"
 
 namespace {

@@ -1,11 +1,11 @@
-#include "host/send_plan.h"
+#include "host/protocol/send_plan.h"
 
 #include <iterator>
 #include <sstream>
 
 #include <gmock/gmock.h>
 
-#include "host/errors.h"
+#include "host/protocol/errors.h"
 #include "tests/unit/host/hex.h"
 #include "tests/unit/support/test_folder.h"
 

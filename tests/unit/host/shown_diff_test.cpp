@@ -1,12 +1,12 @@
-#include "host/shown_diff.h"
+#include "host/shown/shown_diff.h"
 
 #include <cmath>
 #include <limits>
 
 #include <gmock/gmock.h>
 
-#include "host/diff_lines.h"
-#include "host/encode.h"
+#include "host/shown/diff_lines.h"
+#include "host/protocol/encode.h"
 #include "src/display/number_format.h"
 #include "src/display/operating_page.h"
 #include "tests/unit/host/hex.h"

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/reassembly.h"
+#include "host/protocol/reassembly.h"
 #include "host/simulate/scenario.h"
 #include "host/simulate/shelf.h"
 

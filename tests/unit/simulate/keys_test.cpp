@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 #include <utf8.h>
 
-#include "host/value_text.h"
+#include "host/protocol/value_text.h"
 #include "tests/unit/simulate/host_run.h"
 
 namespace simulate {

@@ -1,0 +1,82 @@
+#include <fstream>
+#include <iostream>
+
+#include "host/commands/commands.h"
+#include "host/shown/diff_lines.h"
+#include "host/protocol/errors.h"
+#include "host/shown/shown_diff.h"
+
+namespace host {
+namespace {
+
+std::ifstream OpenLog(const std::string& name) {
+  std::ifstream file(name);
+  if (!file) throw usage_error("cannot read " + name);
+  return file;
+}
+
+class Comparison {
+ public:
+  explicit Comparison(const diff_options_t& options)
+      : options_(options),
+        files_{OpenLog(options.a), OpenLog(options.b)},
+        logs_{ShownLog(files_[0]), ShownLog(files_[1])} {}
+  bool Run();
+
+ private:
+  ShownDiff::Source Source(std::size_t side);
+  void Print(const difference_t& difference) const;
+  void Summarise() const;
+
+  const diff_options_t& options_;
+  std::array<std::ifstream, kSides> files_;
+  std::array<ShownLog, kSides> logs_;
+  std::array<std::uint64_t, kSides> states_{};
+  std::uint64_t differences_ = 0;
+};
+
+ShownDiff::Source Comparison::Source(std::size_t side) {
+  return [this, side] {
+    auto next = logs_[side].Next();
+    if (next) ++states_[side];
+    return next;
+  };
+}
+
+void Comparison::Print(const difference_t& difference) const {
+  if (options_.limit > 0 && differences_ > options_.limit) return;
+  std::cout << (options_.json ? DifferenceJson(difference) + "\n" : DifferenceLines(difference));
+}
+
+void Comparison::Summarise() const {
+  std::cout.flush();
+  if (options_.limit > 0 && differences_ > options_.limit) {
+    std::cerr << "hx7: " << differences_ - options_.limit << " more differences; --limit 0 prints them all\n";
+  }
+  std::cerr << "hx7: A: " << logs_[0].Frames() << " frames, " << states_[0]
+            << " states; B: " << logs_[1].Frames() << " frames, " << states_[1]
+            << " states; differences: " << differences_ << '\n';
+}
+
+bool Comparison::Run() {
+  ShownDiff diff(Source(0), Source(1));
+  while (const auto difference = diff.Next()) {
+    ++differences_;
+    Print(*difference);
+  }
+  for (std::size_t side = 0; side < kSides; ++side) {
+    if (logs_[side].Frames() == 0)
+      throw usage_error((side == 0 ? options_.a : options_.b) +
+                        " holds no frame; it should be a log that `hx7 play` reads");
+  }
+  Summarise();
+  return differences_ == 0;
+}
+
+}  // namespace
+
+bool Diff(const diff_options_t& options) {
+  return Comparison(options).Run();
+}
+
+}  // namespace host

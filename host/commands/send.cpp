@@ -1,0 +1,54 @@
+#include <chrono>
+#include <iostream>
+
+#include "platform/paths.h"
+
+#include "host/commands/commands.h"
+#include "host/protocol/conversation.h"
+#include "host/protocol/errors.h"
+#include "host/protocol/send_plan.h"
+#include "host/link/station.h"
+#include "host/protocol/words.h"
+
+namespace host {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Listens to the whole bus meanwhile, because another host's requests get their answers on the same identifier.
+void AwaitAnswer(const step_t& step, Station& station, Conversation& conversation, double timeout_s) {
+  for (bus::frame_t frame : step.frames) {
+    frame.time_us = bus::RealTime_us();
+    conversation.Feed(frame);
+  }
+  const auto end = Clock::now() + std::chrono::duration<double>(timeout_s);
+  for (bus::frame_t frame; Clock::now() < end;) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+    if (!station.Receive(frame, static_cast<int>(left.count()))) break;
+    // One clock for the requests and the answers, whatever the server's says.
+    frame.time_us = bus::RealTime_us();
+    const auto heard = conversation.Feed(frame);
+    if (!heard || heard->answers != step.request) continue;
+    std::cout << InWords(heard->decoded) << std::endl;
+    return;
+  }
+  throw failure("the display does not answer " + std::string(step.request->name) + "; is it running?");
+}
+
+}  // namespace
+
+void Send(const send_options_t& options) {
+  const std::string directory = platform::RuntimeDirectory();
+  OperatingValues values = options.neutral ? OperatingValues() : LoadOperatingValues(directory);
+  const plan_t plan = PlanSend(options.arguments, values);
+  const StopSignal stop;
+  Station station(options.bus, stop);
+  Conversation conversation;
+  for (const step_t& step : plan.steps) {
+    if (!station.Send(step.frames)) return;
+    if (step.request != nullptr) AwaitAnswer(step, station, conversation, options.timeout_s);
+  }
+  if (plan.sendsValues) SaveOperatingValues(directory, values);
+}
+
+}  // namespace host

@@ -1,0 +1,108 @@
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <map>
+
+#include "host/commands/commands.h"
+#include "host/protocol/errors.h"
+#include "host/log/log_reader.h"
+#include "host/link/station.h"
+#include "host/protocol/words.h"
+
+namespace host {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Prints the conversation as it goes on, and at the end what it was made of.
+class Watcher {
+ public:
+  explicit Watcher(const watch_options_t& options) : options_(options) {}
+  void Hear(const bus::frame_t& frame);
+  // What was not heard: lines of a log, or frames of the bus.
+  void Summarise(std::uint64_t lost, const char* what) const;
+
+ private:
+  bool IsNews(const utterance_t& utterance);
+
+  const watch_options_t& options_;
+  Conversation conversation_;
+  std::map<std::string, std::string>
+      last_;  // words by kind, of at most some 60 kinds and those of other stations
+};
+
+bool Watcher::IsNews(const utterance_t& utterance) {
+  constexpr std::size_t kMostKinds = 4096;
+  if (!options_.changes) return true;
+  if (last_.size() > kMostKinds) last_.clear();
+  const std::string kind = utterance.speaker == Speaker::kOther
+                               ? std::to_string(utterance.frame.identifier)
+                               : utterance.decoded.command + utterance.decoded.name;
+  std::string words = InWords(utterance.decoded);
+  std::string& last = last_[std::string(SpeakerName(utterance.speaker)) + kind];
+  if (last == words) return false;
+  last = std::move(words);
+  return true;
+}
+
+void Watcher::Hear(const bus::frame_t& frame) {
+  const auto utterance = conversation_.Feed(frame);
+  if (!utterance || !IsNews(*utterance)) return;
+  std::cout << (options_.json ? JsonLine(*utterance) : WatchLine(*utterance)) << '\n';
+}
+
+void Watcher::Summarise(std::uint64_t lost, const char* what) const {
+  std::cout.flush();
+  const auto& host = conversation_.Host();
+  const auto& display = conversation_.Display();
+  std::cerr << "hx7: " << conversation_.Counters().frames << " frames, " << conversation_.Counters().others
+            << " of other stations";
+  if (lost > 0) std::cerr << ", " << lost << what;
+  std::cerr << "\nhx7: messages: host " << host.messages + conversation_.Counters().requests << ", display "
+            << display.messages << "; broken: host " << host.broken << ", display " << display.broken
+            << "; stray frames: host " << host.strays << ", display " << display.strays
+            << "; too long: " << host.tooLong + display.tooLong
+            << "; requests without an answer: " << conversation_.Unanswered() << '\n';
+}
+
+void WatchLog(std::istream& in, Watcher& watcher) {
+  LogReader reader(in);
+  std::uint64_t frames = 0;
+  while (const auto frame = reader.Next()) {
+    watcher.Hear(*frame);
+    ++frames;
+  }
+  watcher.Summarise(reader.Skipped(), " lines that are no frames");
+  if (frames == 0) throw failure("there is no frame in it; it should be a log of candump -L");
+}
+
+void WatchBus(const watch_options_t& options, Watcher& watcher) {
+  constexpr int kWait_ms = 100;
+  const StopSignal stop;
+  Station station(options.bus, stop);
+  const auto end = Clock::now() + std::chrono::duration<double>(options.seconds.value_or(0));
+  while (!stop.Stopped() && (!options.seconds || Clock::now() < end)) {
+    bus::frame_t frame;
+    if (station.Receive(frame, 0)) {
+      watcher.Hear(frame);
+      continue;
+    }
+    std::cout.flush();  // all that came is shown before it waits
+    if (station.Receive(frame, kWait_ms)) watcher.Hear(frame);
+  }
+  watcher.Summarise(station.Lost(), " lost because they came too fast");
+}
+
+}  // namespace
+
+void Watch(const watch_options_t& options) {
+  Watcher watcher(options);
+  if (options.file.empty()) return WatchBus(options, watcher);
+  if (options.file == "-") return WatchLog(std::cin, watcher);
+  std::ifstream file(options.file);
+  if (!file) throw failure("cannot read " + options.file);
+  WatchLog(file, watcher);
+}
+
+}  // namespace host

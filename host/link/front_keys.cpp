@@ -1,0 +1,48 @@
+#include "host/link/front_keys.h"
+
+#include <chrono>
+#include <iostream>
+
+#include <httplib.h>
+
+#include "base/address_file.h"
+
+namespace host {
+namespace {
+
+constexpr std::chrono::seconds kPatience{1};
+constexpr int kKeys = 8;
+
+constexpr std::uint32_t Bit(int key) {
+  return 1U << static_cast<unsigned>(key);
+}
+
+}  // namespace
+
+FrontKeys::~FrontKeys() {
+  for (int key = 1; key <= kKeys; ++key) {
+    if ((held_ & Bit(key)) != 0) Hold(key, false);
+  }
+}
+
+void FrontKeys::Hold(int key, bool down) {
+  held_ = down ? held_ | Bit(key) : held_ & ~Bit(key);
+  Post(key, "", down ? R"({"down":true})" : R"({"down":false})");
+}
+
+void FrontKeys::Press(int key) {
+  Post(key, "/press", "");
+}
+
+void FrontKeys::Post(int key, const std::string& path, const std::string& body) {
+  const std::string address = bus::ReadAddressFile(bus::PANEL_ADDRESS_FILE);
+  httplib::Client panel("http://" + address);
+  panel.set_connection_timeout(kPatience);
+  panel.set_read_timeout(kPatience);
+  if (!address.empty() && panel.Post("/api/keys/" + std::to_string(key) + path, body, "application/json")) {
+    return;
+  }
+  std::cerr << "hx7: key " << key << " is not pressed; no panel runs here\n";
+}
+
+}  // namespace host

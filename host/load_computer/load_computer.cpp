@@ -1,0 +1,261 @@
+#include "host/load_computer/load_computer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "host/protocol/send_plan.h"
+#include "host/load_computer/signals.h"
+#include "host/protocol/value_text.h"
+#include "src/core/frame_layout.h"
+
+namespace simulate {
+namespace {
+
+constexpr std::int64_t kValues_ms = 100;   // 10 a second
+constexpr std::int64_t kKeyState_ms = 50;  // 20 a second
+constexpr std::int64_t kGreeting_ms = 50;  // between the messages of the start-up conversation
+constexpr std::int64_t kRefresh_ms = 1000;
+constexpr std::int64_t kBoot_ms = 2000;
+// A display that has just been started waits to be asked for its page, and may be so busy or so late that it
+// misses the first requests.
+constexpr std::int64_t kPage_ms = 1000;
+constexpr std::int64_t kPageLater_ms = 10'000;
+constexpr std::int64_t kDisplayStart_ms = 12'000;
+// One that has not answered for so long may have been started anew: twenty requests for the key state.
+constexpr std::int64_t kDisplayAway_ms = 1000;
+constexpr std::int64_t kFullValues_ms = 20;
+constexpr std::int64_t kFullTexts_ms = 50;
+
+// The start-up conversation before the settings follow. A request has no value.
+struct greeting_t {
+  std::string_view command;
+  int value;
+};
+constexpr int kRequest = -1;
+constexpr greeting_t kGreetings[] = {{"protocol-version", 1},      {"encryption", 1},
+                                     {"program-name", kRequest},   {"program-date", kRequest},
+                                     {"file-id", kRequest},        {"lcd-status", kRequest},
+                                     {"led-brightness", kRequest}, {"display-type", 0},
+                                     {"display-mode", 1},          {"beeper", 0}};
+constexpr std::int64_t kGreeted_ms = kGreeting_ms * static_cast<std::int64_t>(std::size(kGreetings) + 1);
+
+unsigned KeyOf(const host::Message& message) {
+  return message[0] == host::kExtendedCommand ? 0x700U | message[1] : message[0];
+}
+
+bool IsBeeper(unsigned key) {
+  return key == 4;
+}
+
+}  // namespace
+
+LoadComputer::LoadComputer(crane::LoadChart chart, std::uint32_t seed, double speed)
+    : chart_(std::move(chart)),
+      speed_(speed),
+      sensors_(seed),
+      cab_{crane_, limits_, bell_, settings_, measured_},
+      dialogue_(cab_, outbox_) {}
+
+std::vector<transmission_t> LoadComputer::Step() {
+  now_ms_ += kTick_ms;
+  crane_.Step(static_cast<double>(kTick_ms) / 1000);
+  dialogue_.Step(now_ms_);
+  if (Every(kValues_ms)) Look();
+  if (now_ms_ < silentUntil_ms_) {
+    outbox_.Clear();
+  } else if (fullTraffic_) {
+    SendFullTraffic();
+  } else {
+    Converse();
+  }
+  return outbox_.Take();
+}
+
+void LoadComputer::Look() {
+  measured_ = sensors_.Read(crane_, chart_);
+  limits_.Check(crane::Quantity::kAngle, measured_.angle);
+  limits_.Check(crane::Quantity::kRadius, measured_.radius);
+  limits_.Check(crane::Quantity::kExtension, measured_.extension);
+  limits_.Check(crane::Quantity::kSwing, measured_.swing);
+  bell_.Ring(AlarmOf(measured_, limits_, sensors_.AnyFault()));
+}
+
+void LoadComputer::Converse() {
+  const std::int64_t since_ms = now_ms_ - begin_ms_;
+  if (since_ms < kGreeted_ms) return Greet();
+  if (Every(kValues_ms)) SendChanges();
+  if (Every(kRefresh_ms)) Refresh();
+  AskForPage();
+  if (Every(kKeyState_ms)) outbox_.Request("key-state");
+  if (Every(kValues_ms)) SendValues();
+}
+
+void LoadComputer::Greet() {
+  if (!Every(kGreeting_ms)) return;
+  const auto number = static_cast<std::size_t>((now_ms_ - begin_ms_) / kGreeting_ms);
+  if (number == 0 || number > std::size(kGreetings)) return;
+  const greeting_t& greeting = kGreetings[number - 1];
+  if (greeting.value == kRequest) return outbox_.Request(greeting.command);
+  outbox_.Send(greeting.command, greeting.value);
+}
+
+// What stands as it is until it changes, in the order in which the display needs it: the language before texts.
+std::vector<host::Message> LoadComputer::Settled() const {
+  const crane::Jib jib = crane_.Rigging().jib;
+  return {host::Encode("language", settings_.language),
+          host::Encode("units", static_cast<double>(settings_.units)),
+          ValidKeys(),
+          host::Encode(*host::FindCommand("colors"), ColorsOf(crane_)),
+          host::Encode("swing-mode", SwingModeOf(cab_, chart_)),
+          host::Encode("erected-icon", crane::IsErected(jib) ? 1 : 0),
+          host::Encode("stowed-icon", jib == crane::Jib::kStowed ? 1 : 0),
+          host::EncodeTexts(TextsOf(Page())),
+          host::EncodeFlash(FlashOf(Page())),
+          host::Encode("beeper", bell_.Beeper())};
+}
+
+void LoadComputer::SendIfNew(const message_t& message) {
+  message_t& last = sent_[KeyOf(message)];
+  if (last == message) return;
+  last = message;
+  outbox_.Send(message);
+}
+
+void LoadComputer::SendChanges() {
+  for (const message_t& message : Settled()) SendIfNew(message);
+}
+
+// One setting a second is said again in turn: a display that was started anew knows none. A silent beeper is
+// left alone, because that would cut a key's beep short.
+void LoadComputer::Refresh() {
+  if (sent_.empty()) return;
+  refreshed_ = (refreshed_ + 1) % static_cast<unsigned>(sent_.size());
+  const auto turn = std::next(sent_.begin(), refreshed_);
+  if (!IsBeeper(turn->first) || bell_.Beeper() != 0) turn->second.clear();
+}
+
+// The crane's time in which that much of the display's passes.
+std::int64_t LoadComputer::OfDisplay(std::int64_t time_ms) const {
+  if (speed_ == 0) return std::numeric_limits<std::int64_t>::max();
+  return std::llround(static_cast<double>(time_ms) * speed_);
+}
+
+void LoadComputer::AskForPage() {
+  const std::int64_t asked_ms = now_ms_ - askedFrom_ms_;
+  if (asked_ms > OfDisplay(kDisplayStart_ms)) return;
+  if (!Every(asked_ms <= kDisplayStart_ms ? kPage_ms : kPageLater_ms)) return;
+  dialogue_.LeadFromSlate();
+}
+
+void LoadComputer::SendValues() {
+  FillValues(cab_, values_);
+  outbox_.Send(values_.Encode());
+}
+
+void LoadComputer::SendFullTraffic() {
+  if (Every(kFullValues_ms)) SendValues();
+  if (Every(kFullTexts_ms)) outbox_.Send(FullTexts());
+  if (Every(kKeyState_ms)) outbox_.Request("key-state");
+  if (!Every(kValues_ms)) return;
+  const auto settled = Settled();
+  outbox_.Send(settled[static_cast<std::size_t>(now_ms_ / kValues_ms) % settled.size()]);
+}
+
+void LoadComputer::SetFullTraffic(bool full) {
+  fullTraffic_ = full;
+  sent_.clear();
+}
+
+void LoadComputer::FallSilent(double seconds) {
+  silentUntil_ms_ = now_ms_ + std::llround(seconds * 1000);
+  sent_.clear();  // what changes meanwhile is not heard
+}
+
+void LoadComputer::Restart() {
+  limits_.ClearAll();
+  bell_ = {};
+  fullTraffic_ = false;
+  dialogue_.Reset();
+  sent_.clear();
+  // On a whole look, so that the paces stay in step.
+  begin_ms_ = (now_ms_ + kBoot_ms) / kValues_ms * kValues_ms;
+  silentUntil_ms_ = begin_ms_;
+  askedFrom_ms_ = begin_ms_;
+}
+
+void LoadComputer::Send(std::span<const std::string> arguments) {
+  for (host::step_t& step : host::PlanSend(arguments, values_).steps) outbox_.Send(std::move(step.frames));
+}
+
+// The select keys are good for menus alone.
+host::Message LoadComputer::ValidKeys() const {
+  constexpr std::uint8_t kSelectKeys[] = {8, 17, 14, 15};
+  std::vector<std::uint8_t> masks = host::ParseKeyMasks("all");
+  if (!dialogue_.HasMenu()) {
+    for (const std::uint8_t key : kSelectKeys) masks[key] = 0;
+  }
+  return host::EncodeKeyMasks(masks);
+}
+
+// Four bytes for each field: as many as 36 frames carry.
+host::Message LoadComputer::FullTexts() const {
+  std::vector<host::text_t> texts;
+  for (std::uint8_t field = 0; field < host::TextFieldNames().size(); ++field) {
+    const auto letter = static_cast<char>('A' + (now_ms_ / kFullTexts_ms + field) % 26);
+    texts.push_back({field, std::string(4, letter)});
+  }
+  return host::EncodeTexts(texts);
+}
+
+// The answers to the requests have no number of their own. None but a key state's has a host key's number in
+// the place of the key, so that no key is lost or invented where an answer was missed.
+void LoadComputer::Hear(const bus::frame_t& frame) {
+  constexpr std::size_t kKeyAt = 1;
+  constexpr std::size_t kFileIdFrames = 3;
+  constexpr std::size_t kFileIdSize = 16;
+  if (!frame.extended || frame.identifier != DISPLAY_FRAME_ID) return;
+  if (now_ms_ - heard_ms_ > OfDisplay(kDisplayAway_ms)) askedFrom_ms_ = now_ms_;
+  heard_ms_ = now_ms_;
+  host::Message reply;
+  if (!display_.Feed(frame.Bytes(), reply)) return;
+  ++replies_;
+  if (reply.size() == FIRST_FRAME_ROOM) Press(reply[kKeyAt]);
+  if (reply.size() == MessageRoom(kFileIdFrames)) fileId_.assign(reply.begin(), reply.begin() + kFileIdSize);
+}
+
+state_t LoadComputer::State() const {
+  state_t state{.time_s = static_cast<double>(now_ms_) / 1000,
+                .scenario = {},
+                .measured = measured_,
+                .length = crane_.Length(),
+                .hookHeight = crane_.HookHeight(),
+                .sheaveHeight = crane_.SheaveHeight(),
+                .netLoad = crane_.NetLoad(),
+                .wind = sensors_.Wind(),
+                .rigging = crane_.Rigging(),
+                .base = crane_.WantedBase(),
+                .baseMoves = crane_.BaseMoves(),
+                .atRest = crane_.AtRest(),
+                .limits = {},
+                .lamps = host::LampsOf(LampsOf(cab_)),
+                .faults = {},
+                .settings = settings_,
+                .view = dialogue_.Shown(),
+                .infoPage = dialogue_.InfoPage(),
+                .silent = now_ms_ < silentUntil_ms_,
+                .texts = {},
+                .replies = replies_,
+                .displayFileId = fileId_};
+  for (unsigned i = 0; i < state.limits.size(); ++i)
+    state.limits[i] = limits_.Get(static_cast<crane::Quantity>(i));
+  for (unsigned i = 0; i < kFaultNames.size(); ++i) {
+    if (sensors_.HasFault(static_cast<Fault>(i))) state.faults.emplace_back(kFaultNames[i]);
+  }
+  for (const host::text_t& text : TextsOf(Page())) {
+    state.texts.emplace_back(host::TextFieldNames()[text.field], text.text);
+  }
+  return state;
+}
+
+}  // namespace simulate

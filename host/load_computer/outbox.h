@@ -1,0 +1,28 @@
+// What the load computer has to say, message by message, until somebody puts it on the bus.
+#pragma once
+
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "host/protocol/encode.h"
+
+namespace simulate {
+
+// The frames of one message. They go out together and in order.
+using transmission_t = std::vector<bus::frame_t>;
+
+class Outbox {
+ public:
+  void Send(const host::Message& message) { transmissions_.push_back(host::Segment(message)); }
+  void Send(std::string_view command, double value) { Send(host::Encode(command, value)); }
+  void Request(std::string_view command) { Send(host::Encode(command)); }
+  void Send(transmission_t transmission) { transmissions_.push_back(std::move(transmission)); }
+  std::vector<transmission_t> Take() { return std::exchange(transmissions_, {}); }
+  void Clear() { transmissions_.clear(); }
+
+ private:
+  std::vector<transmission_t> transmissions_;
+};
+
+}  // namespace simulate

@@ -1,0 +1,136 @@
+#include "host/load_computer/signals.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <string_view>
+
+#include "host/crane/rating.h"
+
+namespace simulate {
+namespace {
+
+constexpr double kGreen = 1;
+constexpr double kYellow = 2;
+constexpr double kRed = 3;
+constexpr double kUnknownSwing = 32767;  // a whole number has no NaN; this one is beyond what is shown
+
+// The protocol's swing modes.
+enum SwingMode : std::uint8_t { kNumber, kFront, kRear, kSide, kAllRound, kNotAvailable, kFrontArc };
+constexpr std::array<SwingMode, 4> kAreaModes = {kFront, kFrontArc, kSide, kRear};
+
+std::uint32_t Lamp(std::string_view name) {
+  const auto names = host::LampNames();
+  const auto found = std::ranges::find(names, name);
+  assert(found != names.end());
+  return 1U << static_cast<unsigned>(found - names.begin());
+}
+
+// Gathers lamps by name.
+class LampWord {
+ public:
+  void Add(std::string_view name, bool lit) {
+    if (lit) word_ |= Lamp(name);
+  }
+  // The lamp that is so many bits above the named one.
+  void AddFrom(std::string_view name, unsigned above) { word_ |= Lamp(name) << above; }
+  std::uint32_t Get() const { return word_; }
+
+ private:
+  std::uint32_t word_ = 0;
+};
+
+void AddRigging(const crane::rigging_t& rigging, LampWord& lamps) {
+  lamps.Add("rear-winch", rigging.winch == crane::Winch::kRear);
+  lamps.Add("front-winch", rigging.winch == crane::Winch::kFront);
+  lamps.Add("counterweight", rigging.counterweight);
+  lamps.Add("stowed", rigging.jib == crane::Jib::kStowed);
+  lamps.Add("boom-mode", rigging.manualBoom);
+  lamps.Add("aux-head", rigging.auxHead);
+  lamps.Add("man-basket", rigging.manBasket);
+  // The erected jibs and the picks stand in the lamp word in the order of their enumerations.
+  if (crane::IsErected(rigging.jib)) {
+    lamps.AddFrom("jib-long-fly-0",
+                  static_cast<unsigned>(rigging.jib) - static_cast<unsigned>(crane::Jib::kLong0));
+  }
+  lamps.AddFrom("pick-main-boom", static_cast<unsigned>(rigging.pick));
+}
+
+void AddAlarms(const cab_t& cab, LampWord& lamps) {
+  const crane::Level level =
+      std::isnan(cab.measured.percent) ? crane::Level::kNormal : crane::LevelOf(cab.measured.percent);
+  lamps.Add("prealarm", level != crane::Level::kNormal);
+  lamps.Add("overload", level == crane::Level::kOverload);
+  lamps.Add("a2b", cab.measured.twoBlock);
+  lamps.Add("alarm", cab.bell.Now() != Alarm::kNone);
+  // Each quantity has two lamps, set and tripped, in the order of the enumeration.
+  for (unsigned i = 0; i < crane::kQuantityNames.size(); ++i) {
+    const auto quantity = static_cast<crane::Quantity>(i);
+    if (cab.limits.IsSet(quantity)) lamps.AddFrom("angle-alarm-set", 2 * i);
+    if (cab.limits.IsTripped(quantity)) lamps.AddFrom("angle-alarm-tripped", 2 * i);
+  }
+}
+
+void AddBase(const crane::Crane& crane, LampWord& lamps) {
+  const auto colors = ColorsOf(crane);
+  for (unsigned i = 0; i < colors.size(); ++i) {
+    if (colors[i] != 0) lamps.AddFrom("tires", i);
+  }
+}
+
+}  // namespace
+
+std::uint32_t LampsOf(const cab_t& cab) {
+  LampWord lamps;
+  AddAlarms(cab, lamps);
+  AddRigging(cab.crane.Rigging(), lamps);
+  AddBase(cab.crane, lamps);
+  return lamps.Get();
+}
+
+std::array<double, 4> ColorsOf(const crane::Crane& crane) {
+  std::array<double, 4> colors{};
+  const auto wanted = static_cast<std::size_t>(crane.WantedBase());
+  const auto stands = static_cast<std::size_t>(crane.SafeBase());
+  if (crane.BaseMoves() && stands != wanted) colors[stands] = kRed;
+  colors[wanted] = crane.BaseMoves() ? kYellow : kGreen;
+  return colors;
+}
+
+unsigned SwingModeOf(const cab_t& cab, const crane::LoadChart& chart) {
+  if (cab.settings.swing == SwingShown::kNumber) return kNumber;
+  const crane::Area area = cab.crane.Over();
+  if (cab.settings.swing == SwingShown::kArea) return kAreaModes[static_cast<std::size_t>(area)];
+  crane::conditions_t conditions{.base = cab.crane.SafeBase(),
+                                 .counterweight = cab.crane.Rigging().counterweight,
+                                 .jib = {},
+                                 .area = crane::Area::kRear};
+  if (cab.crane.Rigging().pick == crane::Pick::kFly) conditions.jib = cab.crane.Rigging().jib;
+  const bool tires = conditions.base == crane::Base::kTires;
+  if (chart.Has(conditions)) {
+    conditions.area = area;
+    // On tires the chart over the front is another than the one all round.
+    const bool front = area == crane::Area::kFront || area == crane::Area::kFrontArc;
+    return tires && front ? kFrontArc : kAllRound;
+  }
+  conditions.area = area;
+  return chart.Has(conditions) ? kFrontArc : kNotAvailable;
+}
+
+void FillValues(const cab_t& cab, host::OperatingValues& values) {
+  const measured_t& now = cab.measured;
+  const Units units = cab.settings.units;
+  values.Set("capacity", Weight(now.capacity, units));
+  values.Set("load", Weight(now.load, units));
+  values.Set("radius", Length(now.radius, units));
+  values.Set("angle", now.angle);
+  values.Set("extension", Length(now.extension, units));
+  values.Set("percent", now.percent);
+  values.Set("parts-of-line", cab.crane.Rigging().parts);
+  values.Set("led", LampsOf(cab));
+  values.Set("swing", std::isnan(now.swing) ? kUnknownSwing : std::round(now.swing));
+  values.Set("piston-pressure", Pressure(now.piston, units));
+  values.Set("rod-pressure", Pressure(now.rod, units));
+}
+
+}  // namespace simulate

@@ -1,0 +1,42 @@
+// How the simulated crane and its load computer are at one moment, for people and for the panel.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/crane/crane.h"
+#include "host/crane/limits.h"
+#include "host/load_computer/dialogue.h"
+#include "host/load_computer/sensors.h"
+
+namespace simulate {
+
+struct state_t {
+  double time_s = 0;  // of the crane
+  std::string scenario;
+  measured_t measured;  // as the display is told, but in metres, kilograms, degrees and bar
+  double length = 0;
+  double hookHeight = 0;
+  double sheaveHeight = 0;
+  double netLoad = 0;
+  double wind = 0;
+  crane::rigging_t rigging;
+  crane::Base base = crane::Base::kTires;
+  bool baseMoves = false;
+  bool atRest = true;
+  std::array<crane::limit_t, crane::kQuantityNames.size()> limits;
+  std::vector<std::string> lamps;
+  std::vector<std::string> faults;  // that are in
+  settings_t settings;
+  View view = View::kOperating;
+  unsigned infoPage = 0;
+  bool silent = false;                                     // the host says nothing for a while
+  std::vector<std::pair<std::string, std::string>> texts;  // field and text
+  std::uint64_t replies = 0;                               // frames' messages that the display has answered
+  std::string displayFileId;                               // as the display told it; empty before
+};
+
+}  // namespace simulate

@@ -1,0 +1,121 @@
+#include "host/log/play_control.h"
+
+#include <array>
+#include <atomic>
+#include <csignal>
+
+#include <poll.h>
+#include <unistd.h>
+
+#include "host/log/player.h"
+
+namespace host {
+namespace {
+
+constexpr std::chrono::milliseconds kSlice{50};  // between two looks at keyboard and signal
+
+std::atomic<bool> continued = false;
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+void NoteContinue(int /*signal*/) {
+  continued = true;
+}
+
+void HandleContinue(void (*handler)(int)) {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  ::sigaction(SIGCONT, &action, nullptr);
+}
+
+// In the background the terminal is somebody else's: reading or setting it would stop the process.
+bool InForeground() {
+  return ::isatty(STDIN_FILENO) != 0 && ::tcgetpgrp(STDIN_FILENO) == ::getpgrp();
+}
+
+}  // namespace
+
+Keyboard::Keyboard(bool wanted) {
+  listening_ = wanted && InForeground() && ::tcgetattr(STDIN_FILENO, &before_) == 0;
+  Resume();
+}
+
+Keyboard::~Keyboard() {
+  if (listening_ && InForeground()) ::tcsetattr(STDIN_FILENO, TCSADRAIN, &before_);
+}
+
+void Keyboard::Resume() {
+  if (!listening_ || !InForeground()) return;
+  termios single = before_;
+  single.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+  single.c_cc[VMIN] = 0;  // read what there is, never wait
+  single.c_cc[VTIME] = 0;
+  ::tcsetattr(STDIN_FILENO, TCSADRAIN, &single);
+}
+
+bool Keyboard::SpaceHit() {
+  pollfd input{STDIN_FILENO, POLLIN, 0};
+  if (!listening_ || ::poll(&input, 1, 0) <= 0 || !InForeground()) return false;
+  std::array<char, 64> keys{};
+  const ssize_t count = ::read(STDIN_FILENO, keys.data(), keys.size());
+  if (count <= 0) listening_ = false;  // the terminal is gone
+  bool hit = false;
+  for (ssize_t i = 0; i < count; ++i) hit ^= keys[static_cast<std::size_t>(i)] == ' ';
+  return hit;
+}
+
+PlayControl::PlayControl(const StopSignal& stop, bool keys, std::function<void(bool)> showPaused)
+    : stop_(stop), keyboard_(keys), showPaused_(std::move(showPaused)) {
+  continued = false;
+  HandleContinue(NoteContinue);
+}
+
+PlayControl::~PlayControl() {
+  HandleContinue(SIG_DFL);
+}
+
+// Since the process was last seen running, where it was stopped after that.
+PlayControl::Clock::duration PlayControl::Stoppage() {
+  const auto now = Clock::now();
+  const auto since = now - lastAlive_;
+  lastAlive_ = now;
+  if (!continued.exchange(false)) return {};
+  keyboard_.Resume();
+  return since;
+}
+
+std::optional<PlayControl::Clock::duration> PlayControl::HoldWhilePaused() {
+  const auto begin = Clock::now();
+  showPaused_(true);
+  bool stopped = false;
+  do {
+    stopped = !stop_.WaitUntil(Clock::now() + kSlice);
+    Stoppage();  // a process that is stopped while it is paused is paused all the same
+  } while (!stopped && !keyboard_.SpaceHit());
+  showPaused_(false);
+  if (stopped) return std::nullopt;
+  return Clock::now() - begin;
+}
+
+std::optional<PlayControl::Clock::duration> PlayControl::WaitUntil(Clock::time_point when) {
+  Clock::duration held{};
+  for (;;) {
+    held += Stoppage();
+    if (keyboard_.SpaceHit()) {
+      const auto paused = HoldWhilePaused();
+      if (!paused) return std::nullopt;
+      held += *paused;
+    }
+    const auto now = Clock::now();
+    const bool due = now >= when + held;
+    if (!stop_.WaitUntil(due ? now : std::min(when + held, now + kSlice))) return std::nullopt;
+    if (due) return held;
+  }
+}
+
+void PlayControl::Sent() {
+  const auto now = Clock::now();
+  if (now - lastAlive_ > kBusAway) continued = false;
+  lastAlive_ = now;
+}
+
+}  // namespace host

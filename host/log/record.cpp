@@ -1,0 +1,86 @@
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+
+#include "host/commands/commands.h"
+#include "host/protocol/errors.h"
+#include "host/link/station.h"
+
+namespace host {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// The name that the log's lines carry: that of the interface, or of the one bus that a socketcand server has.
+std::string InterfaceOf(const std::string& bus) {
+  constexpr std::string_view kKernel = "socketcan:";
+  return bus.starts_with(kKernel) ? bus.substr(kKernel.size()) : "can0";
+}
+
+constexpr std::chrono::seconds kFlushPace{1};
+constexpr std::chrono::seconds kDrainLimit{2};
+constexpr int kWait_ms = 100;
+
+class BusRecorder {
+ public:
+  BusRecorder(std::ostream& out, const record_options_t& options)
+      : out_(out), options_(options), interface_(InterfaceOf(options.bus)), station_(options.bus, stop_) {}
+
+  void Run() {
+    auto flush = Clock::now() + kFlushPace;
+    const auto end = Clock::now() + std::chrono::duration<double>(options_.seconds.value_or(0));
+    while (!stop_.Stopped() && (!options_.seconds || Clock::now() < end)) {
+      bus::frame_t frame;
+      if (station_.Receive(frame, kWait_ms)) Write(frame);
+      if (Clock::now() < flush) continue;
+      flush = Clock::now() + kFlushPace;
+      if (!out_.flush()) return;
+    }
+    Drain();
+  }
+  std::uint64_t Frames() const { return frames_; }
+  std::uint64_t Lost() const { return station_.Lost(); }
+
+ private:
+  void Write(const bus::frame_t& frame) {
+    out_ << bus::FormatLogLine(frame, interface_) << '\n';
+    ++frames_;
+  }
+
+  // What came before the end belongs into the log; a bus that never falls silent does not put the end off.
+  void Drain() {
+    const auto limit = Clock::now() + kDrainLimit;
+    for (bus::frame_t frame; Clock::now() < limit && station_.TakeWaiting(frame);) Write(frame);
+  }
+
+  std::ostream& out_;
+  const record_options_t& options_;
+  const std::string interface_;
+  const StopSignal stop_;
+  Station station_;
+  std::uint64_t frames_ = 0;
+};
+
+}  // namespace
+
+void Record(const record_options_t& options) {
+  std::ofstream file;
+  const bool toFile = options.file != "-";
+  if (toFile && !options.force && std::filesystem::exists(options.file)) {
+    throw usage_error(options.file + " exists already; name another file, or replace it with --force");
+  }
+  if (toFile) file.open(options.file);
+  if (toFile && !file) throw failure("cannot write " + options.file);
+  std::ostream& out = toFile ? file : std::cout;
+  BusRecorder recorder(out, options);
+  recorder.Run();
+  if (!out.flush()) throw failure("cannot write " + options.file + " any further");
+  std::cerr << "hx7: recorded " << recorder.Frames() << " frames";
+  if (recorder.Lost() > 0) {
+    std::cerr << ", lost " << recorder.Lost() << " that came faster than they could be written";
+  }
+  std::cerr << '\n';
+}
+
+}  // namespace host

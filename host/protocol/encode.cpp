@@ -1,0 +1,150 @@
+#include "host/protocol/encode.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <cmath>
+#include <limits>
+
+#include "platform/byte_order.h"
+
+#include "host/protocol/errors.h"
+#include "src/core/frame_layout.h"
+
+namespace host {
+namespace {
+
+constexpr std::size_t kMostFrames = 255;
+constexpr std::size_t kMostMessageBytes = MessageRoom(MAX_MESSAGE_FRAMES);
+constexpr std::size_t kLampBytesApart = 5;  // from bits 0 to 7 to bits 24 to 31
+
+template <typename T>
+T Fit(double value) {
+  constexpr double kLeast = std::numeric_limits<T>::min();
+  constexpr double kMost = std::numeric_limits<T>::max();
+  return std::isnan(value) ? T{0} : static_cast<T>(std::clamp(std::round(value), kLeast, kMost));
+}
+
+void StoreLamps(std::span<std::uint8_t> message, std::size_t at, std::uint32_t word) {
+  for (unsigned i = 0; i < 3; ++i) message[at + i] = static_cast<std::uint8_t>(word >> (8U * i));
+  message[at + kLampBytesApart] = static_cast<std::uint8_t>(word >> 24U);
+}
+
+std::uint32_t LoadLamps(std::span<const std::uint8_t> message, std::size_t at) {
+  std::uint32_t word = static_cast<std::uint32_t>(message[at + kLampBytesApart]) << 24U;
+  for (unsigned i = 0; i < 3; ++i) word |= static_cast<std::uint32_t>(message[at + i]) << (8U * i);
+  return word;
+}
+
+void AppendText(Message& message, std::uint8_t field, std::string_view text) {
+  if (text.empty()) throw usage_error("a text needs one character at least; send a blank to show nothing");
+  const std::size_t begin = message.size();
+  if (text.size() > kMostMessageBytes - std::min(kMostMessageBytes, begin + kTextHeader)) {
+    throw usage_error("the texts do not fit into one message of " + std::to_string(kMostMessageBytes) +
+                      " bytes");
+  }
+  message.resize(begin + kTextHeader);
+  platform::StoreBe16(message, begin, static_cast<std::uint16_t>(text.size() + kTextHeader - kTextLengthBytes));
+  message[begin + kTextFieldAt] = field;
+  message.insert(message.end(), text.begin(), text.end());
+}
+
+}  // namespace
+
+void StoreNumber(const field_t& field, double value, std::span<std::uint8_t> message) {
+  const double scaled = value * field.scale;
+  switch (field.type) {
+    case FieldType::kI16Be:
+      return platform::StoreBe16(message, field.offset, static_cast<std::uint16_t>(Fit<std::int16_t>(scaled)));
+    case FieldType::kFloatBe:
+      return platform::StoreBeFloat(message, field.offset, static_cast<float>(scaled));
+    case FieldType::kLamps:
+      return StoreLamps(message, field.offset, Fit<std::uint32_t>(scaled));
+    default:
+      message[field.offset] = Fit<std::uint8_t>(scaled);
+  }
+}
+
+double LoadNumber(const field_t& field, std::span<const std::uint8_t> message) {
+  switch (field.type) {
+    case FieldType::kI16Be:
+      return static_cast<std::int16_t>(platform::LoadBe16(message, field.offset)) / field.scale;
+    case FieldType::kFloatBe:
+      return platform::LoadBeFloat(message, field.offset) / field.scale;
+    case FieldType::kLamps:
+      return LoadLamps(message, field.offset) / field.scale;
+    default:
+      return message[field.offset] / field.scale;
+  }
+}
+
+Message Encode(const command_t& command, std::span<const double> values) {
+  assert(values.size() == command.fields.size());
+  Message message(command.leastLength, 0);
+  message[0] = command.number;
+  if (command.sub != kNoSub) message[1] = static_cast<std::uint8_t>(command.sub);
+  for (std::size_t i = 0; i < values.size(); ++i) StoreNumber(command.fields[i], values[i], message);
+  return message;
+}
+
+Message Encode(std::string_view command, double value) {
+  const command_t* found = FindCommand(command);
+  assert(found != nullptr);
+  return Encode(*found, {&value, 1});
+}
+
+Message Encode(std::string_view command) {
+  const command_t* found = FindCommand(command);
+  assert(found != nullptr);
+  return Encode(*found);
+}
+
+Message EncodeKeyMasks(std::span<const std::uint8_t> masks) {
+  constexpr std::array<std::uint8_t, 2> kHead = {kExtendedCommand, 1};
+  Message message;
+  message.reserve(kHead.size() + 1 + masks.size());
+  message.assign(kHead.begin(), kHead.end());
+  message.push_back(static_cast<std::uint8_t>(masks.size()));
+  message.insert(message.end(), masks.begin(), masks.end());
+  return message;
+}
+
+Message EncodeTexts(std::span<const text_t> texts) {
+  if (texts.empty()) throw usage_error("a text command needs one text at least");
+  Message message(kTextsBegin, 0);
+  message[0] = TextsCommand().number;
+  for (const text_t& text : texts) AppendText(message, text.field, text.text);
+  platform::StoreBe16(message, 1, static_cast<std::uint16_t>(message.size() - kTextsBegin));
+  return message;
+}
+
+Message EncodeFlash(std::string_view text) {
+  Message message = {FlashCommand().number};
+  AppendText(message, 0, text);
+  return message;
+}
+
+std::vector<bus::frame_t> Segment(std::span<const std::uint8_t> message) {
+  if (message.empty()) throw usage_error("a message needs one byte at least");
+  std::size_t count = 1;
+  while (MessageRoom(count) < message.size()) ++count;
+  if (count > kMostFrames) {
+    throw usage_error("a message has " + std::to_string(MessageRoom(kMostFrames)) + " bytes at most");
+  }
+  std::vector<bus::frame_t> frames(count);
+  for (std::size_t k = 0; k < count; ++k) {
+    bus::frame_t& frame = frames[k];
+    frame.identifier = HOST_FRAME_ID;
+    frame.length = FRAME_SIZE;
+    frame.data.fill(FRAME_PADDING);
+    frame.data[0] = static_cast<std::uint8_t>(k);
+    if (k == 0) frame.data[1] = static_cast<std::uint8_t>(count);
+    const std::size_t room = k == 0 ? FIRST_FRAME_ROOM : LATER_FRAME_ROOM;
+    const std::size_t part = std::min(room, message.size());
+    std::copy_n(message.begin(), part, frame.data.begin() + static_cast<std::ptrdiff_t>(FRAME_SIZE - room));
+    message = message.subspan(part);
+  }
+  return frames;
+}
+
+}  // namespace host

@@ -1,0 +1,49 @@
+#include "host/protocol/reassembly.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "src/core/frame_layout.h"
+
+namespace host {
+
+bool Reassembler::Deliver(Message& message) {
+  received_ = 0;
+  if (expected_ > MAX_MESSAGE_FRAMES) {
+    ++counters_.tooLong;
+    return false;
+  }
+  ++counters_.messages;
+  message = std::move(message_);
+  message_.clear();
+  return true;
+}
+
+bool Reassembler::Begin(std::span<const std::uint8_t> data, Message& message) {
+  if (data[0] != 0 || data[1] == 0) {
+    ++counters_.strays;
+    return false;
+  }
+  expected_ = data[1];
+  received_ = 1;
+  message_.assign(data.begin() + 2, data.end());
+  return expected_ < 2 && Deliver(message);
+}
+
+bool Reassembler::Feed(std::span<const std::uint8_t> frame, Message& message) {
+  // The display reads eight bytes of every frame, zeros where it was shorter.
+  std::array<std::uint8_t, FRAME_SIZE> data{};
+  std::copy_n(frame.begin(), std::min(frame.size(), data.size()), data.begin());
+  if (received_ == 0) return Begin(data, message);
+  if (data[0] != received_) {
+    received_ = 0;
+    ++counters_.broken;
+    return false;
+  }
+  message_.insert(message_.end(), data.begin() + 1, data.end());
+  ++received_;
+  return received_ >= expected_ && Deliver(message);
+}
+
+}  // namespace host

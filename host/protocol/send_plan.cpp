@@ -1,0 +1,233 @@
+#include "host/protocol/send_plan.h"
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+
+#include "host/protocol/encode.h"
+#include "host/protocol/errors.h"
+#include "host/protocol/value_text.h"
+
+namespace host {
+namespace {
+
+constexpr std::string_view kRaw = "raw";
+constexpr std::string_view kFrame = "frame";
+
+struct argument_t {
+  std::string_view name;
+  std::optional<std::string_view> value;
+};
+
+argument_t TakeApart(std::string_view text) {
+  const std::size_t equals = text.find('=');
+  if (equals == std::string_view::npos) return {text, std::nullopt};
+  return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+std::vector<std::string_view> AllNames() {
+  std::vector<std::string_view> names{kRaw, kFrame};
+  for (const command_t& command : Commands()) names.push_back(command.name);
+  for (const field_t& field : OperatingValuesCommand().fields) names.push_back(field.name);
+  names.insert(names.end(), TextFieldNames().begin(), TextFieldNames().end());
+  return names;
+}
+
+[[noreturn]] void RefuseName(std::string_view name) {
+  const auto names = AllNames();
+  const std::string_view nearest = Nearest(name, names);
+  throw usage_error("there is no \"" + std::string(name) + "\"; " +
+                    (nearest.empty()
+                         ? "`hx7 send --list` shows all names"
+                         : "did you mean " + std::string(nearest) + "? (`hx7 send --list` shows all)"));
+}
+
+std::string_view NeedValue(const argument_t& argument) {
+  if (!argument.value)
+    throw usage_error(std::string(argument.name) + " needs a value: " + std::string(argument.name) + "=...");
+  return *argument.value;
+}
+
+Message ParseHexMessage(std::string_view text) {
+  Message message;
+  for (; !text.empty(); text.remove_prefix(2)) {
+    std::uint8_t byte = 0;
+    const auto [stop, error] =
+        std::from_chars(text.data(), text.data() + std::min<std::size_t>(2, text.size()), byte, 16);
+    if (text.size() < 2 || error != std::errc() || stop != text.data() + 2) {
+      throw usage_error("raw takes pairs of hexadecimal digits, such as raw=0714");
+    }
+    message.push_back(byte);
+  }
+  return message;
+}
+
+bus::frame_t ParseFrame(std::string_view text) {
+  const auto line = bus::ParseLogLine("(0.0) can0 " + std::string(text));
+  if (!line) throw usage_error("frame takes IDENTIFIER#DATA, such as frame=18FF00D0#0001060000000000");
+  return line->frame;
+}
+
+Message EncodeArgument(const command_t& command, const argument_t& argument) {
+  if (command.layout == Layout::kFlash) return EncodeFlash(NeedValue(argument));
+  if (command.layout == Layout::kTexts) {
+    throw usage_error("name the field of the text, such as line1-center=\"HELLO\"");
+  }
+  if (command.fields.empty()) {
+    if (argument.value) throw usage_error(std::string(command.name) + " takes no value");
+    return Encode(command);
+  }
+  if (command.fields[0].type == FieldType::kKeyMasks) return EncodeKeyMasks(ParseKeyMasks(NeedValue(argument)));
+  const auto parts = Split(NeedValue(argument), ',');
+  if (parts.size() != command.fields.size()) {
+    throw usage_error(std::string(command.name) + " takes " + std::to_string(command.fields.size()) + " value" +
+                      (command.fields.size() == 1 ? "" : "s with commas between"));
+  }
+  std::vector<double> values;
+  for (std::size_t i = 0; i < parts.size(); ++i) values.push_back(ParseValue(command.fields[i], parts[i]));
+  return Encode(command, values);
+}
+
+// Works the arguments off one by one; the two messages that gather several arguments are made at the end.
+class Planner {
+ public:
+  explicit Planner(OperatingValues& values) : values_(values) {}
+  void Take(const argument_t& argument);
+  plan_t Finish();
+
+ private:
+  step_t& Gather(std::optional<std::size_t>& step);
+
+  OperatingValues& values_;
+  plan_t plan_;
+  std::vector<text_t> texts_;
+  std::optional<std::size_t> valuesStep_;
+  std::optional<std::size_t> textsStep_;
+};
+
+step_t& Planner::Gather(std::optional<std::size_t>& step) {
+  if (!step) {
+    step = plan_.steps.size();
+    plan_.steps.emplace_back();
+  }
+  return plan_.steps[*step];
+}
+
+void Planner::Take(const argument_t& argument) {
+  if (argument.name == kRaw) {
+    plan_.steps.push_back({Segment(ParseHexMessage(NeedValue(argument)))});
+  } else if (argument.name == kFrame) {
+    plan_.steps.push_back({{ParseFrame(NeedValue(argument))}});
+  } else if (const field_t* field = FindField(OperatingValuesCommand(), argument.name)) {
+    Gather(valuesStep_);
+    values_.Set(field->name, ParseValue(*field, NeedValue(argument)));
+  } else if (const auto text = FindTextField(argument.name)) {
+    Gather(textsStep_);
+    texts_.push_back({*text, std::string(NeedValue(argument))});
+  } else if (const command_t* command = FindCommand(argument.name)) {
+    if (command == &OperatingValuesCommand() && !argument.value) {
+      Gather(valuesStep_);
+    } else {
+      plan_.steps.push_back(
+          {Segment(EncodeArgument(*command, argument)), command->reply.frames > 0 ? command : nullptr});
+    }
+  } else {
+    RefuseName(argument.name);
+  }
+}
+
+plan_t Planner::Finish() {
+  if (valuesStep_) Gather(valuesStep_).frames = Segment(values_.Encode());
+  if (textsStep_) Gather(textsStep_).frames = Segment(EncodeTexts(texts_));
+  plan_.sendsValues = valuesStep_.has_value();
+  return std::move(plan_);
+}
+
+}  // namespace
+
+plan_t PlanSend(std::span<const std::string> arguments, OperatingValues& values) {
+  Planner planner(values);
+  for (const std::string& text : arguments) {
+    const argument_t argument = TakeApart(text);
+    try {
+      planner.Take(argument);
+    } catch (const usage_error& error) {
+      throw usage_error(text + ": " + error.what());
+    }
+  }
+  return planner.Finish();
+}
+
+namespace {
+
+const char* UnitWords(Unit unit) {
+  switch (unit) {
+    case Unit::kWeight:
+      return "lbs or kgs as units says";
+    case Unit::kLength:
+      return "feet or meters as units says";
+    case Unit::kDegrees:
+      return "degrees";
+    case Unit::kPercent:
+      return "%";
+    case Unit::kTenMilliseconds:
+      return "in steps of 10 ms";
+    default:
+      return "";
+  }
+}
+
+std::string FieldWords(const field_t& field) {
+  std::string words;
+  for (const std::string& part : {std::string(UnitWords(field.unit)), std::string(field.range),
+                                  field.names.empty() ? "" : ListNames(field.names)}) {
+    if (!part.empty()) words += (words.empty() ? "" : "; ") + part;
+  }
+  return words;
+}
+
+std::string Row(std::string_view name, const std::string& words) {
+  constexpr std::size_t kWidth = 20;
+  std::string row = "  " + std::string(name);
+  row.resize(std::max(row.size() + 1, kWidth), ' ');
+  return row + words + "\n";
+}
+
+void ListOther(const command_t& command, std::string& text) {
+  if (command.layout == Layout::kTexts || &command == &OperatingValuesCommand()) return;
+  std::string words(command.about);
+  if (command.layout == Layout::kFlash) words += "; a text";
+  if (!command.fields.empty()) {
+    const std::string values = FieldWords(command.fields[0]);
+    words += command.fields.size() > 1 ? "; of each: " + values : values.empty() ? "" : "; " + values;
+  }
+  if (command.reply.frames > 0) words += "; prints the answer";
+  text +=
+      Row(std::string(command.name) + (command.fields.empty() && command.layout == Layout::kFields ? "" : "="),
+          words);
+}
+
+}  // namespace
+
+std::string ListSendNames() {
+  std::string text =
+      "Operating values (all that a call names travel together; those not named stay as they were):\n";
+  for (const field_t& field : OperatingValuesCommand().fields) {
+    text += Row(std::string(field.name) + "=", FieldWords(field));
+  }
+  text += Row(OperatingValuesCommand().name, "sends them again as they are");
+  text += "  Lamps:";
+  for (const std::string_view lamp : LampNames()) text.append(" ").append(lamp);
+  text += "\n\nTexts (all that a call names travel together; those not named become empty):\n ";
+  for (const std::string_view name : TextFieldNames()) text.append(" ").append(name);
+  text += "\n\nCommands:\n";
+  for (const command_t& command : Commands()) ListOther(command, text);
+  text += Row("raw=", "a message of any bytes, in hexadecimal; cut into frames");
+  text += Row("frame=", "one frame of any identifier, as IDENTIFIER#DATA");
+  text += "\nHost keys:";
+  for (const number_name_t& key : HostKeyNames()) text.append(" ").append(key.name);
+  text += "\nMasks of valid-keys: " + ListNames(KeyMaskNames()) + " or 0 to 255\n";
+  return text;
+}
+
+}  // namespace host

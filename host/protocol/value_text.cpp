@@ -1,0 +1,264 @@
+#include "host/protocol/value_text.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <iterator>
+#include <limits>
+#include <numeric>
+#include <optional>
+#include <utility>
+
+#include <utf8.h>
+
+#include "host/protocol/errors.h"
+
+namespace host {
+namespace {
+
+constexpr std::size_t kHostKeys = 23;
+constexpr std::uint8_t kBeepOnce = 127;
+
+struct limits_t {
+  double least;
+  double most;
+};
+
+limits_t LimitsOf(FieldType type) {
+  switch (type) {
+    case FieldType::kI16Be:
+      return {-32768, 32767};
+    case FieldType::kFloatBe:
+      return {-std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()};
+    case FieldType::kLamps:
+      return {0, 4294967295.0};
+    default:
+      return {0, 255};
+  }
+}
+
+template <typename T>
+std::optional<T> WholeNumber(std::string_view text, int base) {
+  T value{};
+  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);
+  if (error != std::errc() || stop != text.data() + text.size()) return std::nullopt;
+  return value;
+}
+
+std::optional<double> AnyNumber(std::string_view text) {
+  if (text.starts_with("0x") || text.starts_with("0X")) {
+    const auto value = WholeNumber<std::uint32_t>(text.substr(2), 16);
+    return value ? std::optional<double>(*value) : std::nullopt;
+  }
+  double value = 0;
+  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (text.empty() || error != std::errc() || stop != text.data() + text.size()) return std::nullopt;
+  return value;
+}
+
+// The shortest text that gives the same float again. Scaling costs a float's last digit, so a scaled value gets
+// the seven digits that are sure.
+std::string FloatText(const field_t& field, double value) {
+  constexpr int kSureDigits = 7;
+  std::array<char, 64> text{};
+  char* const end = text.data() + text.size();
+  const auto [stop, error] =
+      field.scale == 1.0 ? std::to_chars(text.data(), end, static_cast<float>(value), std::chars_format::fixed)
+                         : std::to_chars(text.data(), end, value, std::chars_format::general, kSureDigits);
+  return error == std::errc() ? std::string(text.data(), stop) : std::to_string(value);
+}
+
+std::string Suggestion(std::string_view name, std::span<const std::string_view> names) {
+  const std::string_view nearest = Nearest(name, names);
+  return nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?";
+}
+
+std::vector<std::string_view> NamesOnly(std::span<const number_name_t> names) {
+  std::vector<std::string_view> only;
+  std::ranges::transform(names, std::back_inserter(only), &number_name_t::name);
+  return only;
+}
+
+std::uint32_t ParseLamps(std::string_view text) {
+  if (text == "none") return 0;
+  if (text == "all") return 0xFFFFFFFF;
+  std::uint32_t word = 0;
+  for (const std::string_view name : Split(text, ',')) {
+    const auto* const lamp = std::ranges::find(LampNames(), name).base();
+    const auto bit = static_cast<unsigned>(lamp - LampNames().data());
+    if (bit >= LampNames().size()) {
+      throw usage_error("\"" + std::string(name) + "\" is not a lamp" + Suggestion(name, LampNames()));
+    }
+    word |= 1U << bit;
+  }
+  return word;
+}
+
+[[noreturn]] void RefuseValue(const field_t& field, std::string_view text) {
+  std::string right = field.names.empty() ? std::string(field.range) : ListNames(field.names);
+  if (right.empty()) right = "a number";
+  throw usage_error("\"" + std::string(text) + "\" does not fit; expected " + right +
+                    Suggestion(text, NamesOnly(field.names)));
+}
+
+void ParseKeyMask(std::string_view text, std::vector<std::uint8_t>& masks) {
+  const auto parts = Split(text, ':');
+  const auto key = NumberOf(HostKeyNames(), parts[0]);
+  if (!key) {
+    throw usage_error("\"" + std::string(parts[0]) + "\" is not a host key" +
+                      Suggestion(parts[0], NamesOnly(HostKeyNames())));
+  }
+  constexpr field_t kMask{.name = "mask", .range = "0 to 255"};
+  std::uint8_t mask = kBeepOnce;
+  if (parts.size() > 1) {
+    const auto named = NumberOf(KeyMaskNames(), parts[1]);
+    mask = named ? *named : static_cast<std::uint8_t>(ParseValue(kMask, parts[1]));
+  }
+  masks[*key] = mask;
+}
+
+}  // namespace
+
+const field_t* FindField(const command_t& command, std::string_view name) {
+  const auto found = std::ranges::find(command.fields, name, &field_t::name);
+  return found == command.fields.end() ? nullptr : &*found;
+}
+
+double ParseValue(const field_t& field, std::string_view text) {
+  if (const auto named = NumberOf(field.names, text)) return *named;
+  const auto number = AnyNumber(text);
+  if (!number) {
+    if (field.type == FieldType::kLamps) return ParseLamps(text);
+    RefuseValue(field, text);
+  }
+  const limits_t limits = LimitsOf(field.type);
+  const bool whole = field.type == FieldType::kFloatBe || std::trunc(*number) == *number;
+  if (*number < limits.least || *number > limits.most || !whole) RefuseValue(field, text);
+  return *number;
+}
+
+std::string FormatValue(const field_t& field, double value) {
+  if (field.type == FieldType::kLamps) {
+    std::string text;
+    for (const std::string& lamp : LampsOf(static_cast<std::uint32_t>(value)))
+      text += (text.empty() ? "" : ",") + lamp;
+    return text.empty() ? "none" : text;
+  }
+  if (field.type == FieldType::kFloatBe) return FloatText(field, value);
+  const auto number = static_cast<int>(value);
+  const std::string_view name = NameOf(field.names, static_cast<unsigned>(number));
+  return name.empty() ? std::to_string(number) : std::string(name);
+}
+
+double ParseSpeed(const std::string& text, double fastest) {
+  if (text == "max") return 0;
+  constexpr double kSlowest = 0.001;
+  double speed = 0;
+  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), speed);
+  if (error == std::errc() && stop == text.data() + text.size() && speed >= kSlowest && speed <= fastest) {
+    return speed;
+  }
+  throw usage_error("--speed takes max or a factor from 0.001 to " + std::to_string(std::llround(fastest)) +
+                    ", such as 2 for twice as fast");
+}
+
+std::vector<std::uint8_t> ParseKeyMasks(std::string_view text) {
+  if (text == "all") return std::vector<std::uint8_t>(kHostKeys, kBeepOnce);
+  std::vector<std::uint8_t> masks(kHostKeys, 0);
+  if (text == "none") return masks;
+  for (const std::string_view part : Split(text, ',')) ParseKeyMask(part, masks);
+  return masks;
+}
+
+std::string FormatKeyMasks(std::span<const std::uint8_t> masks) {
+  std::string text;
+  for (unsigned key = 0; key < masks.size(); ++key) {
+    const std::uint8_t mask = masks[key];
+    if (mask == 0) continue;
+    const std::string_view name = NameOf(HostKeyNames(), key);
+    text.append(text.empty() ? "" : " ").append(name.empty() ? std::to_string(key) : std::string(name));
+    if (mask == kBeepOnce) continue;
+    const std::string_view known = NameOf(KeyMaskNames(), mask);
+    text.append(":").append(known.empty() ? std::to_string(mask) : std::string(known));
+  }
+  return text.empty() ? "none" : text;
+}
+
+std::vector<std::string> LampsOf(std::uint32_t word) {
+  std::vector<std::string> lamps;
+  for (unsigned bit = 0; bit < LampNames().size(); ++bit) {
+    if ((word >> bit & 1U) != 0) lamps.emplace_back(LampNames()[bit]);
+  }
+  return lamps;
+}
+
+std::string ListNames(std::span<const number_name_t> names) {
+  std::string text;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (i > 0) text += i + 1 == names.size() ? " or " : ", ";
+    text.append(names[i].name).append(" (").append(std::to_string(names[i].number)).append(")");
+  }
+  return text;
+}
+
+std::vector<std::string_view> Split(std::string_view text, char separator) {
+  std::vector<std::string_view> parts;
+  for (;;) {
+    const std::size_t end = text.find(separator);
+    parts.push_back(text.substr(0, end));
+    if (end == std::string_view::npos) return parts;
+    text.remove_prefix(end + 1);
+  }
+}
+
+namespace {
+
+// Letters to insert, take out or replace (Levenshtein), one row of the table at a time.
+std::size_t Distance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i);
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+      diagonal = std::exchange(row[j], std::min({replaced, row[j] + 1, row[j - 1] + 1}));
+    }
+  }
+  return row[b.size()];
+}
+
+}  // namespace
+
+std::string_view Nearest(std::string_view name, std::span<const std::string_view> candidates) {
+  constexpr std::size_t kMostLetters = 64;
+  if (name.empty() || name.size() > kMostLetters) return {};
+  std::string_view best;
+  std::size_t least = 1 + std::max<std::size_t>(1, name.size() / 3);  // further away it is another word
+  for (const std::string_view candidate : candidates) {
+    const std::size_t distance = candidate.starts_with(name) ? 1 : Distance(name, candidate);
+    if (distance >= least) continue;
+    least = distance;
+    best = candidate;
+  }
+  return best;
+}
+
+std::string Printable(std::string_view text) {
+  std::string valid;
+  utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(valid));
+  std::string safe;
+  for (const char c : valid) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7F) {
+      constexpr std::string_view kDigits = "0123456789ABCDEF";
+      safe.append("\\x").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 0xFU]);
+    } else {
+      if (c == '"' || c == '\\') safe.push_back('\\');
+      safe.push_back(c);
+    }
+  }
+  return safe;
+}
+
+}  // namespace host

@@ -1,0 +1,65 @@
+#include <cmath>
+
+#include <nlohmann/json.hpp>
+
+#include "host/protocol/words.h"
+
+namespace host {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr double kMicrosPerSecond = 1e6;
+
+Json ValueJson(const value_t& value) {
+  if (!value.parts.empty()) return value.parts;
+  if (value.number && std::isfinite(*value.number)) {
+    // As the words say it: a float's shortest form, not the digits that a double makes of it.
+    const Json number = Json::parse(value.text, nullptr, false);
+    return number.is_number() ? number : Json(*value.number);
+  }
+  return value.text;
+}
+
+void Add(Json& values, const std::string& name, Json value) {
+  if (!values.contains(name)) {
+    values[name] = std::move(value);
+    return;
+  }
+  Json& held = values[name];
+  if (!held.is_array()) held = Json::array({held});
+  held.push_back(std::move(value));
+}
+
+void AddFrame(Json& line, const bus::frame_t& frame) {
+  line["identifier"] = frame.identifier;
+  line["extended"] = frame.extended;
+  line["data"] = frame.Bytes();
+}
+
+void AddMessage(Json& line, const decoded_t& decoded) {
+  line["command"] = decoded.command;
+  line["name"] = decoded.name;
+  Json values = Json::object();
+  for (const value_t& value : decoded.values) {
+    Add(values, value.name.empty() ? decoded.name : value.name, ValueJson(value));
+  }
+  line["values"] = values;
+  if (!decoded.problem.empty()) line["problem"] = decoded.problem;
+}
+
+}  // namespace
+
+std::string JsonLine(const utterance_t& utterance) {
+  Json line;
+  line["time"] = static_cast<double>(utterance.time_us) / kMicrosPerSecond;
+  line["from"] = SpeakerName(utterance.speaker);
+  if (utterance.speaker == Speaker::kOther) {
+    AddFrame(line, utterance.frame);
+  } else {
+    AddMessage(line, utterance.decoded);
+  }
+  return line.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace host

@@ -1,0 +1,133 @@
+#include "host/shown/shown_diff.h"
+
+#include <algorithm>
+#include <set>
+#include <span>
+
+namespace host {
+namespace {
+
+constexpr std::size_t kMostAhead = 1024;
+
+// What one name shows through some states, each text once, and since when.
+struct step_t {
+  std::string text;
+  std::uint64_t time_us;
+};
+
+std::string TextOf(const shown_t& shown, const std::string& name) {
+  const auto found = shown.find(name);
+  return found == shown.end() ? "" : found->second;
+}
+
+std::vector<step_t> StepsOf(const std::string& name, const shown_at_t& before,
+                            std::span<const shown_at_t> states) {
+  std::vector<step_t> steps = {{TextOf(*before.shown, name), before.time_us}};
+  for (const shown_at_t& state : states) {
+    std::string text = TextOf(*state.shown, name);
+    if (text != steps.back().text) steps.push_back({std::move(text), state.time_us});
+  }
+  return steps;
+}
+
+using side_states_t = std::array<std::vector<shown_at_t>, kSides>;
+
+std::set<std::string> NamesIn(const side_states_t& states) {
+  std::set<std::string> names;
+  for (const auto& side : states) {
+    for (const shown_at_t& state : side) {
+      for (const auto& [name, text] : *state.shown) names.insert(name);
+    }
+  }
+  return names;
+}
+
+// Where one side has no further text, it goes on showing its last.
+std::optional<shown_otherwise_t> Compare(const std::string& name, const std::vector<step_t>& a,
+                                         const std::vector<step_t>& b) {
+  for (std::size_t i = 0; i < std::max(a.size(), b.size()); ++i) {
+    const step_t& inA = a[std::min(i, a.size() - 1)];
+    const step_t& inB = b[std::min(i, b.size() - 1)];
+    if (inA.text != inB.text) return shown_otherwise_t{name, {inA.text, inB.text}, {inA.time_us, inB.time_us}};
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+bool ShownDiff::Fill(std::size_t side, std::size_t states) {
+  while (ahead_[side].size() < states) {
+    auto next = sources_[side]();
+    if (!next) return false;
+    ahead_[side].push_back(std::move(*next));
+  }
+  return true;
+}
+
+void ShownDiff::PassEqual() {
+  for (;;) {
+    const bool a = Fill(0, 1);
+    const bool b = Fill(1, 1);
+    if (!a || !b || !ahead_[0].front().ShowsAs(ahead_[1].front())) return;
+    for (std::size_t side = 0; side < kSides; ++side) {
+      before_[side] = std::move(ahead_[side].front());
+      ahead_[side].pop_front();
+    }
+  }
+}
+
+// A common state whose distances from here add up to `sum`.
+std::optional<ShownDiff::meeting_t> ShownDiff::MeetAt(std::size_t sum) {
+  for (std::size_t a = sum >= kMostAhead ? sum - kMostAhead + 1 : 0; a <= std::min(sum, kMostAhead - 1); ++a) {
+    const std::size_t b = sum - a;
+    if (a >= ahead_[0].size() || b >= ahead_[1].size()) continue;
+    if (ahead_[0][a].ShowsAs(ahead_[1][b])) return meeting_t{{a, b}};
+  }
+  return std::nullopt;
+}
+
+ShownDiff::meeting_t ShownDiff::Meet() {
+  for (std::size_t sum = 1; sum <= 2 * (kMostAhead - 1); ++sum) {
+    const std::size_t reach = std::min(sum + 1, kMostAhead);
+    Fill(0, reach);
+    Fill(1, reach);
+    if (const auto meeting = MeetAt(sum)) return *meeting;
+    if (sum >= ahead_[0].size() + ahead_[1].size()) break;  // both logs end before
+  }
+  return {{ahead_[0].size(), ahead_[1].size()}};
+}
+
+difference_t ShownDiff::Describe(const meeting_t& meeting) const {
+  side_states_t states;
+  difference_t difference;
+  for (std::size_t side = 0; side < kSides; ++side) {
+    const auto begin = ahead_[side].begin();
+    states[side].assign(begin, begin + static_cast<std::ptrdiff_t>(meeting.at[side]));
+    difference.states[side] = states[side].size();
+    difference.time_us[side] = states[side].empty() ? before_[side].time_us : states[side].front().time_us;
+  }
+  side_states_t all = states;
+  for (std::size_t side = 0; side < kSides; ++side) all[side].push_back(before_[side]);
+  for (const std::string& name : NamesIn(all)) {
+    if (auto otherwise =
+            Compare(name, StepsOf(name, before_[0], states[0]), StepsOf(name, before_[1], states[1])))
+      difference.shown.push_back(std::move(*otherwise));
+  }
+  return difference;
+}
+
+std::optional<difference_t> ShownDiff::Next() {
+  PassEqual();
+  if (ahead_[0].empty() && ahead_[1].empty()) return std::nullopt;
+  const meeting_t meeting = Meet();
+  difference_t difference = Describe(meeting);
+  for (std::size_t side = 0; side < kSides; ++side) {
+    for (std::size_t i = 0; i < meeting.at[side]; ++i) {
+      before_[side] = std::move(ahead_[side].front());
+      ahead_[side].pop_front();
+    }
+  }
+  return difference;
+}
+
+}  // namespace host

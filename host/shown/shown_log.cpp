@@ -1,0 +1,58 @@
+#include "host/shown/shown_log.h"
+
+#include <utility>
+
+#include "src/core/frame_layout.h"
+
+namespace host {
+namespace {
+
+constexpr std::uint64_t kSilence_us = 11'000'000;  // the display says so after ten seconds, one later at most
+constexpr std::uint64_t kNoticed_us = 10'000'000;
+
+std::size_t HashOf(const shown_t& shown) {
+  constexpr std::size_t kFactor = 1'000'003;
+  std::size_t hash = 0;
+  for (const auto& [name, text] : shown) {
+    hash = (hash * kFactor + std::hash<std::string>()(name)) * kFactor + std::hash<std::string>()(text);
+  }
+  return hash;
+}
+
+bool IsHosts(const bus::frame_t& frame) {
+  return frame.extended && frame.identifier == HOST_FRAME_ID;
+}
+
+}  // namespace
+
+std::optional<shown_at_t> ShownLog::Changed(std::uint64_t time_us) {
+  if (state_.Shown() == *last_) return std::nullopt;
+  last_ = std::make_shared<shown_t>(state_.Shown());
+  return shown_at_t{time_us, last_, HashOf(*last_)};
+}
+
+// Notes a frame of the host: when the display had noticed the silence before it, where it was long enough.
+std::optional<std::uint64_t> ShownLog::Hear(const bus::frame_t& frame) {
+  const std::uint64_t before_us = heard_us_.value_or(frame.time_us);
+  heard_us_ = frame.time_us;
+  const bool lost = frame.time_us >= before_us + kSilence_us;
+  state_.SetLinkLost(lost);
+  if (!lost) return std::nullopt;
+  return before_us + kNoticed_us;
+}
+
+std::optional<shown_at_t> ShownLog::Next() {
+  for (;;) {
+    const auto frame = kept_ ? std::exchange(kept_, std::nullopt) : reader_.Next();
+    if (!frame) return std::nullopt;
+    if (const auto lost_us = IsHosts(*frame) ? Hear(*frame) : std::nullopt) {
+      kept_ = frame;
+      return Changed(*lost_us);
+    }
+    const auto heard = conversation_.Feed(*frame);
+    if (heard && heard->speaker == Speaker::kHost) state_.Apply(heard->message);
+    if (auto changed = Changed(frame->time_us)) return changed;
+  }
+}
+
+}  // namespace host

@@ -1,0 +1,249 @@
+#include "host/shown/shown_state.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+#include "platform/byte_order.h"
+
+#include "host/protocol/encode.h"
+#include "host/protocol/value_text.h"
+#include "src/core/frame_layout.h"
+
+namespace host {
+namespace {
+
+using Block = ShownState::Block;
+
+constexpr std::string_view kDashes = "-----";
+constexpr double kHundred = 100.0;
+
+std::string Printed(const char* format, double value) {
+  std::array<char, 64> text{};  // a float has 39 places at most
+  static_cast<void>(std::snprintf(text.data(), text.size(), format, value));
+  return text.data();
+}
+
+std::string ShownCapacity(double value) {
+  return ShownWeight(kHundred * std::trunc(value / kHundred));
+}
+std::string ShownLoad(double value) {
+  return ShownWeight(kHundred * std::trunc((value + kHundred / 2) / kHundred));
+}
+std::string ShownPercent(double value) {
+  return std::isfinite(value) ? Printed("%.0f", value) : std::string(kDashes);
+}
+std::string ShownPressure(double value) {
+  return std::isfinite(value) ? Printed("%.1f", value) : std::string(kDashes);
+}
+std::string ShownCount(double value) {
+  return Printed("%.0f", value);
+}
+
+struct value_form_t {
+  std::string_view field;
+  std::string (*text)(double);
+};
+constexpr std::array<value_form_t, 9> kValueForms = {{{"capacity", ShownCapacity},
+                                                      {"load", ShownLoad},
+                                                      {"radius", ShownLength},
+                                                      {"angle", ShownAngle},
+                                                      {"extension", ShownLength},
+                                                      {"percent", ShownPercent},
+                                                      {"parts-of-line", ShownCount},
+                                                      {"piston-pressure", ShownPressure},
+                                                      {"rod-pressure", ShownPressure}}};
+
+// The lamps that show a colour of CMD7.18, with its field's name.
+struct colored_lamp_t {
+  std::string_view lamp;
+  std::string_view color;
+};
+constexpr std::array<colored_lamp_t, 4> kColoredLamps = {{{"tires", "tires"},
+                                                          {"outrigger-retracted", "retracted"},
+                                                          {"outrigger-half", "half"},
+                                                          {"outrigger-extended", "extended"}}};
+
+struct effect_t {
+  std::string_view command;
+  void (ShownState::*show)(const command_t& command, Block block);
+};
+constexpr std::array<effect_t, 14> kEffects = {{{"operating-values", &ShownState::ShowOperatingValues},
+                                                {"texts", &ShownState::ShowTexts},
+                                                {"flash", &ShownState::ShowFlash},
+                                                {"beeper", &ShownState::ShowBeeper},
+                                                {"beep-duration", &ShownState::ShowBeeper},
+                                                {"units", &ShownState::ShowKnownNumber},
+                                                {"language", &ShownState::ShowKnownNumber},
+                                                {"transition", &ShownState::ShowKnownNumber},
+                                                {"select-mode", &ShownState::ShowSwitch},
+                                                {"display-mode", &ShownState::ShowSwitch},
+                                                {"erected-icon", &ShownState::ShowNumber},
+                                                {"stowed-icon", &ShownState::ShowNumber},
+                                                {"colors", &ShownState::ShowColors},
+                                                {"swing-mode", &ShownState::ShowSwingMode}}};
+
+std::string FieldText(const field_t& field, Block block) {
+  return FormatValue(field, LoadNumber(field, block));
+}
+
+}  // namespace
+
+std::string ShownWeight(double value) {
+  constexpr double kMost = 1'000'000;
+  constexpr double kComma = 1000;
+  // Less than a hundred below 0 still cuts to 0; what is further below shows 0 as well.
+  if (std::isnan(value) || value >= kMost) return std::string(kDashes);
+  const double whole = std::trunc(std::max(value, 0.0) / kHundred) * kHundred;
+  if (whole < kComma) return Printed("%.0f", whole);
+  return Printed("%.0f", std::trunc(whole / kComma)) + Printed(",%03.0f", std::fmod(whole, kComma));
+}
+
+std::string ShownLength(double value) {
+  constexpr double kMost = 1000;
+  if (std::isnan(value)) return std::string(kDashes);
+  const double tenths = value < 0 ? 0 : std::trunc((value + 0.05) / 0.1) * 0.1;
+  return tenths >= kMost ? std::string(kDashes) : Printed("%.1f", tenths);
+}
+
+std::string ShownAngle(double value) {
+  constexpr double kLeast = -20;
+  constexpr double kMost = 1000;
+  const double tenths = std::trunc((value + 0.05) / 0.1) * 0.1;
+  return tenths >= kLeast && tenths < kMost ? Printed("%.1f", tenths) : std::string(kDashes);
+}
+
+std::string ShownSwing(int degrees) {
+  constexpr int kTurn = 360;
+  if (std::abs(degrees) > kTurn) return std::string(kDashes);
+  return std::to_string(degrees % kTurn);
+}
+
+void ShownState::Apply(std::span<const std::uint8_t> message) {
+  const command_t* command = FindCommand(message);
+  if (command == nullptr) return;
+  const auto effect = std::ranges::find(kEffects, command->name, &effect_t::command);
+  if (effect == kEffects.end()) return;
+  // The display reads its whole block, zeros where the message was shorter.
+  std::array<std::uint8_t, MAX_MESSAGE_SIZE> block{};
+  std::copy_n(message.begin(), std::min(message.size(), block.size()), block.begin());
+  (this->*effect->show)(*command, block);
+}
+
+void ShownState::SetLinkLost(bool lost) {
+  if (lost) {
+    shown_["link"] = "lost";
+  } else {
+    shown_.erase("link");
+  }
+}
+
+void ShownState::ShowOperatingValues(const command_t& command, Block block) {
+  for (const value_form_t& form : kValueForms) {
+    shown_[std::string(form.field)] = form.text(LoadNumber(*FindField(command, form.field), block));
+  }
+  lamps_ = static_cast<std::uint32_t>(LoadNumber(*FindField(command, "led"), block));
+  swing_ = static_cast<int>(LoadNumber(*FindField(command, "swing"), block));
+  swingHeard_ = true;
+  ShowSwing();
+  ShowLamps();
+}
+
+void ShownState::ShowSwing() {
+  if (!swingWord_.empty()) {
+    shown_["swing"] = swingWord_;
+  } else if (swingHeard_) {
+    shown_["swing"] = ShownSwing(swing_);
+  } else {
+    shown_.erase("swing");
+  }
+}
+
+void ShownState::ShowSwingMode(const command_t& command, Block block) {
+  const std::string mode = FieldText(command.fields[0], block);
+  swingWord_ = mode == "number" ? "" : mode;
+  ShowSwing();
+}
+
+void ShownState::ShowLamps() {
+  Forget("lamp ");
+  for (const std::string& lamp : LampsOf(lamps_)) {
+    const auto colored = std::ranges::find(kColoredLamps, lamp, &colored_lamp_t::lamp);
+    std::string light = "lit";
+    if (colored != kColoredLamps.end()) {
+      const auto color = colors_.find(std::string(colored->color));
+      light = color == colors_.end() ? "green" : color->second;  // green until the host sets another
+    }
+    shown_["lamp " + lamp] = light;
+  }
+}
+
+void ShownState::ShowColors(const command_t& command, Block block) {
+  for (const field_t& field : command.fields) colors_[std::string(field.name)] = FieldText(field, block);
+  ShowLamps();
+}
+
+void ShownState::ShowBeeper(const command_t& command, Block block) {
+  const field_t& field = command.fields[0];
+  const double duration = LoadNumber(field, block);
+  const bool named = !NameOf(field.names, static_cast<unsigned>(duration)).empty();
+  shown_["beeper"] = FormatValue(field, duration) + (named ? "" : " x 10 ms");
+}
+
+void ShownState::ShowSwitch(const command_t& command, Block block) {
+  const field_t& field = command.fields[0];
+  shown_[std::string(command.name)] = FormatValue(field, LoadNumber(field, block) != 0 ? 1 : 0);
+}
+
+void ShownState::ShowNumber(const command_t& command, Block block) {
+  shown_[std::string(command.name)] = FieldText(command.fields[0], block);
+}
+
+void ShownState::ShowKnownNumber(const command_t& command, Block block) {
+  const field_t& field = command.fields[0];
+  const std::string_view name = NameOf(field.names, static_cast<unsigned>(LoadNumber(field, block)));
+  if (!name.empty()) shown_[command.name == "transition" ? "page-request" : std::string(command.name)] = name;
+}
+
+// One text sub-command at the head of what is left of the block; false where the display stops as well.
+bool ShownState::ShowText(Block text) {
+  constexpr std::size_t kLeast = 3;
+  const std::size_t length = text.size() < kTextHeader ? 0 : platform::LoadBe16(text, 0);
+  if (length < kLeast || length + kTextLengthBytes > text.size()) return false;
+  const std::uint8_t field = text[kTextFieldAt];
+  if (field >= TextFieldNames().size()) return true;
+  std::string& shown = shown_["text " + std::string(TextFieldNames()[field])];
+  if (!shown.empty()) shown += ' ';
+  const Block letters = text.subspan(kTextHeader, length + kTextLengthBytes - kTextHeader);
+  shown += Printable(std::string(letters.begin(), letters.end()));
+  return true;
+}
+
+void ShownState::ShowTexts(const command_t& /*command*/, Block block) {
+  constexpr std::size_t kLeast = 5;
+  const std::size_t length = platform::LoadBe16(block, 1);
+  if (length < kLeast) return;
+  Forget("text ");
+  const Block texts = block.subspan(kTextsBegin);
+  for (std::size_t at = 0; at < std::min(length, texts.size());) {
+    if (!ShowText(texts.subspan(at))) return;
+    at += platform::LoadBe16(texts, at) + kTextLengthBytes;
+  }
+}
+
+// The byte in the field's place means nothing here.
+void ShownState::ShowFlash(const command_t& /*command*/, Block block) {
+  constexpr std::size_t kLeast = 3;
+  const Block text = block.subspan(1);
+  const std::size_t length = platform::LoadBe16(text, 0);
+  if (length < kLeast || length + kTextLengthBytes > text.size()) return;
+  const Block letters = text.subspan(kTextHeader, length + kTextLengthBytes - kTextHeader);
+  shown_["flash"] = Printable(std::string(letters.begin(), letters.end()));
+}
+
+void ShownState::Forget(std::string_view prefix) {
+  std::erase_if(shown_, [prefix](const auto& entry) { return entry.first.starts_with(prefix); });
+}
+
+}  // namespace host
