@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "unit/health/notify_link.h"
-#include "unit/service.h"
+#include "unit/service/service.h"
 
 namespace unit {
 

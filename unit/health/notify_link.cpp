@@ -4,7 +4,7 @@
 
 #include "platform/names.h"
 
-#include "unit/service.h"
+#include "unit/service/service.h"
 
 namespace unit {
 

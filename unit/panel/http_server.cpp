@@ -8,7 +8,7 @@
 
 #include "base/address_file.h"
 #include "unit/panel/assets.h"
-#include "unit/screen/screen_requests.h"
+#include "unit/screen/client/screen_requests.h"
 
 namespace unit {
 namespace {

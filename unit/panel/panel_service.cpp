@@ -7,8 +7,8 @@
 
 #include "unit/health/subscriber.h"
 #include "unit/panel/http_server.h"
-#include "unit/screen/screen_requests.h"
-#include "unit/worker_service.h"
+#include "unit/screen/client/screen_requests.h"
+#include "unit/service/worker_service.h"
 
 namespace unit {
 namespace {

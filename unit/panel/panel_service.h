@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "unit/service.h"
+#include "unit/service/service.h"
 
 namespace unit {
 

@@ -9,7 +9,7 @@
 
 #include "src/services/dbshm.h"
 #include "unit/database/attach.h"
-#include "unit/screen/screen_requests.h"
+#include "unit/screen/client/screen_requests.h"
 
 namespace unit {
 namespace {

@@ -8,7 +8,7 @@
 #include <functional>
 #include <string>
 
-#include "unit/screen/screen_names.h"
+#include "unit/screen/design/screen_names.h"
 
 namespace unit {
 

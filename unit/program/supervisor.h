@@ -11,7 +11,7 @@
 
 #include "unit/program/child.h"
 #include "unit/program/lines.h"
-#include "unit/service.h"
+#include "unit/service/service.h"
 
 namespace unit {
 

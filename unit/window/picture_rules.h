@@ -8,7 +8,7 @@
 #include <string>
 
 #include "unit/board/board_view.h"
-#include "unit/screen/design.h"
+#include "unit/screen/design/design.h"
 
 namespace unit {
 

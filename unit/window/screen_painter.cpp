@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "unit/screen/screen_requests.h"
+#include "unit/screen/client/screen_requests.h"
 #include "unit/window/picture_rules.h"
 
 namespace unit {

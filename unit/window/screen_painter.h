@@ -15,7 +15,7 @@
 #include <thread>
 
 #include "unit/health/subscriber.h"
-#include "unit/screen/renderer.h"
+#include "unit/screen/render/renderer.h"
 
 namespace unit {
 

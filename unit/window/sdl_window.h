@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-#include "unit/screen/renderer.h"
+#include "unit/screen/render/renderer.h"
 #include "unit/window/picture_rules.h"
 
 struct SDL_Window;

@@ -16,7 +16,7 @@
 #include "unit/board/sound_follower.h"
 #include "unit/window/screen_painter.h"
 #include "unit/window/sdl_window.h"
-#include "unit/worker_service.h"
+#include "unit/service/worker_service.h"
 
 namespace unit {
 namespace {

@@ -7,7 +7,7 @@
 #include <functional>
 #include <memory>
 
-#include "unit/service.h"
+#include "unit/service/service.h"
 
 namespace unit {
 

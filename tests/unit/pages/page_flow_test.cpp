@@ -15,8 +15,8 @@
 #include "src/hostlink/watchdog.h"
 #include "src/pages/display_transition.h"
 #include "src/pages/page_tables.h"
-#include "unit/screen/design.h"
-#include "unit/screen/screen_names.h"
+#include "unit/screen/design/design.h"
+#include "unit/screen/design/screen_names.h"
 
 namespace {
 

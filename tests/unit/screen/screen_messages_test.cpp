@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "unit/screen/compositor.h"
-#include "unit/screen/message_reader.h"
+#include "unit/screen/compositor/compositor.h"
+#include "unit/screen/design/message_reader.h"
 
 namespace unit {
 namespace {

@@ -1,5 +1,5 @@
 // The design's files, and the document that follows commands, events and variables.
-#include "unit/screen/screen_model.h"
+#include "unit/screen/design/screen_model.h"
 
 #include <limits>
 #include <memory>
@@ -12,8 +12,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/unit/support/test_folder.h"
-#include "unit/screen/design.h"
-#include "unit/screen/renderer.h"
+#include "unit/screen/design/design.h"
+#include "unit/screen/render/renderer.h"
 
 namespace unit {
 namespace {

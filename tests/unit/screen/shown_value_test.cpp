@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "unit/screen/text_layout.h"
-#include "unit/screen/value_rule.h"
+#include "unit/screen/design/text_layout.h"
+#include "unit/screen/design/value_rule.h"
 
 namespace unit {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-#include "unit/screen/renderer.h"
+#include "unit/screen/render/renderer.h"
 
 namespace unit {
 namespace {

@@ -1,11 +1,11 @@
-#include "unit/screen/shape_path.h"
+#include "unit/screen/compositor/shape_path.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 
 #include "src/compositing/compositor_messages.h"
-#include "unit/screen/element_view.h"
+#include "unit/screen/design/element_view.h"
 
 namespace unit {
 namespace {

@@ -10,10 +10,10 @@
 #include <utility>
 #include <vector>
 
-#include "unit/screen/drawing.h"
-#include "unit/screen/element_view.h"
-#include "unit/screen/message_reader.h"
-#include "unit/screen/screen_names.h"
+#include "unit/screen/design/drawing.h"
+#include "unit/screen/design/element_view.h"
+#include "unit/screen/design/message_reader.h"
+#include "unit/screen/design/screen_names.h"
 
 namespace unit {
 

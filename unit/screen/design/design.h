@@ -14,8 +14,8 @@
 
 #include <pugixml.hpp>
 
-#include "unit/screen/text_layout.h"
-#include "unit/screen/value_rule.h"
+#include "unit/screen/design/text_layout.h"
+#include "unit/screen/design/value_rule.h"
 
 namespace unit {
 

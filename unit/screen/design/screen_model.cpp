@@ -1,4 +1,4 @@
-#include "unit/screen/screen_model.h"
+#include "unit/screen/design/screen_model.h"
 
 #include <algorithm>
 #include <cmath>

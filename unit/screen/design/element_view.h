@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "unit/screen/design.h"
+#include "unit/screen/design/design.h"
 
 namespace unit {
 

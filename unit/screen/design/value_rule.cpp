@@ -1,4 +1,4 @@
-#include "unit/screen/value_rule.h"
+#include "unit/screen/design/value_rule.h"
 
 #include <algorithm>
 #include <array>

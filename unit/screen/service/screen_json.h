@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "unit/screen/screen_model.h"
+#include "unit/screen/design/screen_model.h"
 
 namespace unit {
 

@@ -1,7 +1,7 @@
-#include "unit/screen/screen_service.h"
+#include "unit/screen/service/screen_service.h"
 
-#include "unit/screen/screen_worker.h"
-#include "unit/worker_service.h"
+#include "unit/screen/service/screen_worker.h"
+#include "unit/service/worker_service.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "unit/screen/screen_worker.h"
+#include "unit/screen/service/screen_worker.h"
 
 #include <array>
 #include <iostream>
@@ -11,9 +11,9 @@
 #include "src/services/dbshm.h"
 #include "src/services/nm_messages.h"
 #include "unit/database/attach.h"
-#include "unit/screen/renderer.h"
-#include "unit/screen/screen_json.h"
-#include "unit/screen/screen_requests.h"
+#include "unit/screen/render/renderer.h"
+#include "unit/screen/service/screen_json.h"
+#include "unit/screen/client/screen_requests.h"
 
 namespace unit {
 namespace {

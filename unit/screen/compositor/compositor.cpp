@@ -1,4 +1,4 @@
-#include "unit/screen/compositor.h"
+#include "unit/screen/compositor/compositor.h"
 
 #include <cmath>
 #include <numbers>
@@ -6,7 +6,7 @@
 
 #include "platform/byte_order.h"
 
-#include "unit/screen/element_view.h"
+#include "unit/screen/design/element_view.h"
 
 namespace unit {
 namespace {

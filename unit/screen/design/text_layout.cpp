@@ -1,4 +1,4 @@
-#include "unit/screen/text_layout.h"
+#include "unit/screen/design/text_layout.h"
 
 #include <algorithm>
 #include <array>

@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include "unit/screen/drawing.h"
+#include "unit/screen/design/drawing.h"
 
 namespace unit {
 

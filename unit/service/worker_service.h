@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-#include "unit/service.h"
+#include "unit/service/service.h"
 
 namespace unit {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "unit/service.h"
+#include "unit/service/service.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "unit/screen/renderer.h"
+#include "unit/screen/render/renderer.h"
 
 #include <memory>
 #include <stdexcept>
@@ -6,7 +6,7 @@
 #include <cairo.h>
 #include <librsvg/rsvg.h>
 
-#include "unit/screen/design.h"
+#include "unit/screen/design/design.h"
 
 #ifndef __has_feature
 #define __has_feature(feature) 0

@@ -1,4 +1,4 @@
-#include "unit/screen/picture_store.h"
+#include "unit/screen/compositor/picture_store.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "unit/screen/design.h"
+#include "unit/screen/design/design.h"
 
 #include <algorithm>
 #include <array>

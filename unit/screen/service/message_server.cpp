@@ -1,4 +1,4 @@
-#include "unit/screen/message_server.h"
+#include "unit/screen/service/message_server.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "unit/screen/message_reader.h"
+#include "unit/screen/design/message_reader.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,7 +6,7 @@
 
 #include "platform/byte_order.h"
 
-#include "unit/screen/text_layout.h"
+#include "unit/screen/design/text_layout.h"
 
 namespace unit {
 namespace {

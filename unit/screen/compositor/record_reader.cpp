@@ -1,4 +1,4 @@
-#include "unit/screen/record_reader.h"
+#include "unit/screen/compositor/record_reader.h"
 
 #include <algorithm>
 #include <optional>

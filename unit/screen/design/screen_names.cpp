@@ -1,4 +1,4 @@
-#include "unit/screen/screen_names.h"
+#include "unit/screen/design/screen_names.h"
 
 #include <stdexcept>
 

@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "unit/screen/drawing.h"
-#include "unit/screen/record_reader.h"
-#include "unit/screen/shape_path.h"
+#include "unit/screen/design/drawing.h"
+#include "unit/screen/compositor/record_reader.h"
+#include "unit/screen/compositor/shape_path.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "unit/screen/element_view.h"
+#include "unit/screen/design/element_view.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "unit/screen/screen_json.h"
+#include "unit/screen/service/screen_json.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,4 +1,4 @@
-#include "unit/screen/design_watch.h"
+#include "unit/screen/design/design_watch.h"
 
 #include <array>
 

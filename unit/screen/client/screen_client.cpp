@@ -7,8 +7,8 @@
 #include "platform/messages.h"
 #include "platform/names.h"
 
-#include "unit/screen/screen_requests.h"
-#include "unit/screen/screen_service.h"
+#include "unit/screen/client/screen_requests.h"
+#include "unit/screen/service/screen_service.h"
 
 namespace unit {
 
