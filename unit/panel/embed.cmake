@@ -18,6 +18,6 @@ foreach(file ${files})
   string(APPEND rows "    {\"${path}\", \"${types_${extension}}\", {${name}, sizeof ${name}}},\n")
 endforeach()
 list(LENGTH files count)
-file(WRITE ${OUTPUT} "#include \"panel/assets.h\"\n\n#include <array>\n\nnamespace unit {\nnamespace {\n\n${arrays}
+file(WRITE ${OUTPUT} "#include \"unit/panel/assets.h\"\n\n#include <array>\n\nnamespace unit {\nnamespace {\n\n${arrays}
 constexpr std::array<asset_t, ${count}> ASSETS{{\n${rows}}};\n\n}  // namespace\n
 std::span<const asset_t> Assets() { return ASSETS; }\n\n}  // namespace unit\n")
