@@ -3,7 +3,8 @@
 #include <stdexcept>
 
 #include "base/address_file.h"
-#include "bus/stations.h"
+#include "bus/kernel_endpoint.h"
+#include "bus/socketcand_endpoint.h"
 #include "bus/wait.h"
 
 namespace bus {

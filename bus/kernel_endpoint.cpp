@@ -1,3 +1,5 @@
+#include "bus/kernel_endpoint.h"
+
 // A raw CAN socket. The kernel reports what befalls the interface as socket errors (down, gone) and as error
 // frames (bus-off).
 #include <algorithm>
@@ -18,7 +20,6 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 
-#include "bus/stations.h"
 #include "bus/wait.h"
 
 namespace bus {

@@ -1,3 +1,5 @@
+#include "bus/socketcand_endpoint.h"
+
 // A client of a socketcand server: text messages in angle brackets over TCP.
 #include <array>
 #include <atomic>
@@ -11,7 +13,7 @@
 
 #include "bus/can_frame.h"
 #include "bus/echo_window.h"
-#include "bus/stations.h"
+#include "bus/socketcand_text.h"
 #include "bus/wait.h"
 
 namespace bus {

@@ -1,4 +1,5 @@
-#include "bus/can_frame.h"
+#include "bus/socketcand_text.h"
+
 #include "bus/text_fields.h"
 
 namespace bus {

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "bus/log_lines.h"
 #include "host/protocol/encode.h"
 #include "host/protocol/operating_values.h"
 #include "host/protocol/value_text.h"

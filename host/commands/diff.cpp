@@ -1,9 +1,10 @@
+#include "host/commands/diff.h"
+
 #include <fstream>
 #include <iostream>
 
-#include "host/commands/commands.h"
-#include "host/shown/diff_lines.h"
 #include "host/protocol/errors.h"
+#include "host/shown/diff_lines.h"
 #include "host/shown/shown_diff.h"
 
 namespace host {

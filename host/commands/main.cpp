@@ -3,9 +3,13 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/commands/commands.h"
-#include "host/protocol/errors.h"
+#include "host/commands/diff.h"
+#include "host/commands/send.h"
+#include "host/commands/watch.h"
 #include "host/link/inject.h"
+#include "host/log/play.h"
+#include "host/log/record.h"
+#include "host/protocol/errors.h"
 #include "host/protocol/send_plan.h"
 #include "host/simulate/actions.h"
 #include "host/simulate/simulate.h"

@@ -1,13 +1,14 @@
+#include "host/commands/send.h"
+
 #include <chrono>
 #include <iostream>
 
 #include "platform/paths.h"
 
-#include "host/commands/commands.h"
+#include "host/link/station.h"
 #include "host/protocol/conversation.h"
 #include "host/protocol/errors.h"
 #include "host/protocol/send_plan.h"
-#include "host/link/station.h"
 #include "host/protocol/words.h"
 
 namespace host {

@@ -1,13 +1,14 @@
+#include "host/commands/watch.h"
+
 #include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <map>
 
-#include "host/commands/commands.h"
-#include "host/protocol/errors.h"
-#include "host/log/log_reader.h"
 #include "host/link/station.h"
+#include "host/log/log_reader.h"
+#include "host/protocol/errors.h"
 #include "host/protocol/words.h"
 
 namespace host {

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <limits>
 
-#include "host/protocol/send_plan.h"
 #include "host/load_computer/signals.h"
+#include "host/protocol/send_plan.h"
 #include "host/protocol/value_text.h"
 #include "src/core/frame_layout.h"
 

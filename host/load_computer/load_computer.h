@@ -11,13 +11,13 @@
 #include <string>
 #include <vector>
 
-#include "host/protocol/operating_values.h"
-#include "host/protocol/reassembly.h"
 #include "host/load_computer/dialogue.h"
 #include "host/load_computer/outbox.h"
 #include "host/load_computer/page_texts.h"
 #include "host/load_computer/sensors.h"
 #include "host/load_computer/state.h"
+#include "host/protocol/operating_values.h"
+#include "host/protocol/reassembly.h"
 
 namespace simulate {
 

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "host/crane/load_chart.h"
-#include "host/protocol/encode.h"
 #include "host/load_computer/dialogue.h"
+#include "host/protocol/encode.h"
 
 namespace simulate {
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "host/crane/load_chart.h"
-#include "host/protocol/operating_values.h"
 #include "host/load_computer/dialogue.h"
+#include "host/protocol/operating_values.h"
 
 namespace simulate {
 

@@ -3,6 +3,7 @@
 #include <limits>
 #include <string_view>
 
+#include "bus/log_lines.h"
 #include "host/protocol/errors.h"
 
 namespace host {

@@ -1,3 +1,5 @@
+#include "host/log/play.h"
+
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
@@ -10,13 +12,12 @@
 #include <unistd.h>
 
 #include "bus/key_log.h"
-#include "host/commands/commands.h"
-#include "host/protocol/errors.h"
 #include "host/link/front_keys.h"
+#include "host/link/station.h"
 #include "host/log/log_reader.h"
 #include "host/log/play_control.h"
 #include "host/log/player.h"
-#include "host/link/station.h"
+#include "host/protocol/errors.h"
 #include "host/protocol/value_text.h"
 
 namespace host {

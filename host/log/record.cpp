@@ -1,11 +1,13 @@
+#include "host/log/record.h"
+
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 
-#include "host/commands/commands.h"
-#include "host/protocol/errors.h"
+#include "bus/log_lines.h"
 #include "host/link/station.h"
+#include "host/protocol/errors.h"
 
 namespace host {
 namespace {

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <optional>
 
+#include "bus/log_lines.h"
 #include "host/protocol/encode.h"
 #include "host/protocol/errors.h"
 #include "host/protocol/value_text.h"

@@ -6,8 +6,8 @@
 #include <memory>
 #include <optional>
 
-#include "host/protocol/conversation.h"
 #include "host/log/log_reader.h"
+#include "host/protocol/conversation.h"
 #include "host/shown/shown_state.h"
 
 namespace host {

@@ -7,13 +7,13 @@
 #include <utility>
 #include <vector>
 
-#include "host/protocol/errors.h"
 #include "host/link/inject.h"
+#include "host/link/station.h"
+#include "host/protocol/errors.h"
+#include "host/protocol/value_text.h"
 #include "host/simulate/console.h"
 #include "host/simulate/http_control.h"
 #include "host/simulate/key_presses.h"
-#include "host/link/station.h"
-#include "host/protocol/value_text.h"
 
 namespace simulate {
 namespace {

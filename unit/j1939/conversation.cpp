@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "bus/socketcand_text.h"
+
 namespace unit {
 namespace {
 

@@ -5,6 +5,8 @@
 #include <iostream>
 #include <stdexcept>
 
+#include "bus/log_lines.h"
+
 namespace unit {
 namespace {
 

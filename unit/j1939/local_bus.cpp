@@ -14,6 +14,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "bus/socketcand_text.h"
+
 namespace unit {
 namespace {
 

@@ -22,9 +22,10 @@
 
 #include <poll.h>
 
-#include "bus/can_frame.h"
 #include "base/descriptor.h"
+#include "bus/can_frame.h"
 #include "bus/endpoint.h"
+#include "bus/socketcand_text.h"
 #include "unit/j1939/conversation.h"
 
 namespace unit {

@@ -8,6 +8,7 @@
 
 #include "base/address_file.h"
 #include "unit/panel/assets.h"
+#include "unit/screen/client/screen_client.h"
 #include "unit/screen/client/screen_requests.h"
 
 namespace unit {

@@ -9,6 +9,7 @@
 
 #include "src/services/dbshm.h"
 #include "unit/database/attach.h"
+#include "unit/screen/client/screen_client.h"
 #include "unit/screen/client/screen_requests.h"
 
 namespace unit {

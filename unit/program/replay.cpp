@@ -13,6 +13,7 @@
 
 #include "unit/bundle/bundle.h"
 #include "unit/program/event_commands.h"
+#include "unit/screen/client/screen_client.h"
 #include "unit/screen/client/screen_requests.h"
 
 namespace unit {

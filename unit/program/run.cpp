@@ -30,6 +30,7 @@
 #include "unit/program/run_lock.h"
 #include "unit/program/stop_signals.h"
 #include "unit/program/supervisor.h"
+#include "unit/screen/client/screen_client.h"
 #include "unit/screen/service/screen_service.h"
 #include "unit/window/window_service.h"
 

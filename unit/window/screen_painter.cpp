@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "unit/screen/client/screen_client.h"
 #include "unit/screen/client/screen_requests.h"
 #include "unit/window/picture_rules.h"
 

@@ -14,9 +14,9 @@
 
 #include "unit/board/board_view.h"
 #include "unit/board/sound_follower.h"
+#include "unit/service/worker_service.h"
 #include "unit/window/screen_painter.h"
 #include "unit/window/sdl_window.h"
-#include "unit/service/worker_service.h"
 
 namespace unit {
 namespace {

@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include "bus/log_lines.h"
+#include "bus/socketcand_text.h"
+
 namespace {
 
 using bus::frame_t;

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "bus/endpoint.h"
+#include "bus/socketcand_text.h"
 
 namespace {
 

@@ -22,6 +22,7 @@
 #include <unistd.h>
 
 #include "bus/can_frame.h"
+#include "bus/socketcand_text.h"
 
 class SocketcandDesk {
  public:

@@ -6,9 +6,10 @@
 
 #include <gmock/gmock.h>
 
-#include "host/protocol/errors.h"
+#include "bus/log_lines.h"
 #include "host/log/log_reader.h"
 #include "host/log/player.h"
+#include "host/protocol/errors.h"
 
 namespace {
 

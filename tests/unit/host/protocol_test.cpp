@@ -5,11 +5,11 @@
 
 #include <gmock/gmock.h>
 
+#include "host/link/inject.h"
 #include "host/protocol/conversation.h"
 #include "host/protocol/decode.h"
 #include "host/protocol/encode.h"
 #include "host/protocol/errors.h"
-#include "host/link/inject.h"
 #include "host/protocol/operating_values.h"
 #include "host/protocol/reassembly.h"
 #include "host/protocol/words.h"

@@ -5,10 +5,11 @@
 
 #include <gmock/gmock.h>
 
-#include "host/shown/diff_lines.h"
 #include "host/protocol/encode.h"
+#include "host/shown/diff_lines.h"
 #include "src/display/number_format.h"
 #include "src/display/operating_page.h"
+#include "src/display/value_widgets.h"
 #include "tests/unit/host/hex.h"
 
 namespace {

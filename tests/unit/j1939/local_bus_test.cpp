@@ -8,6 +8,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "bus/log_lines.h"
+#include "bus/socketcand_text.h"
+
 namespace unit {
 namespace {
 

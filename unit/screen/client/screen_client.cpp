@@ -1,3 +1,5 @@
+#include "unit/screen/client/screen_client.h"
+
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -6,9 +8,6 @@
 #include "platform/byte_order.h"
 #include "platform/messages.h"
 #include "platform/names.h"
-
-#include "unit/screen/client/screen_requests.h"
-#include "unit/screen/service/screen_service.h"
 
 namespace unit {
 

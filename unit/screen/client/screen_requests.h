@@ -31,8 +31,4 @@ enum screen_request_t : std::uint32_t {
 
 constexpr std::size_t SCREEN_REPLY_SIZE = 1U << 20U;
 
-// Asks the screen service of this runtime directory. False and what is wrong in `result` when there is no
-// answer. Blocks for the answer, some 30 ms for a picture.
-bool AskScreen(screen_request_t request, std::string& result);
-
 }  // namespace unit

@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "unit/screen/design/drawing.h"
 #include "unit/screen/compositor/record_reader.h"
 #include "unit/screen/compositor/shape_path.h"
+#include "unit/screen/design/drawing.h"
 
 namespace unit {
 

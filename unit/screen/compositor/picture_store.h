@@ -7,8 +7,8 @@
 #include <span>
 #include <string>
 
-#include "unit/screen/design/drawing.h"
 #include "unit/screen/compositor/shape_path.h"
+#include "unit/screen/design/drawing.h"
 
 namespace unit {
 

@@ -11,9 +11,9 @@
 #include "src/services/dbshm.h"
 #include "src/services/nm_messages.h"
 #include "unit/database/attach.h"
+#include "unit/screen/client/screen_requests.h"
 #include "unit/screen/render/renderer.h"
 #include "unit/screen/service/screen_json.h"
-#include "unit/screen/client/screen_requests.h"
 
 namespace unit {
 namespace {

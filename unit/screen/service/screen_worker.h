@@ -21,14 +21,14 @@
 #include <thread>
 #include <vector>
 
+#include "base/line_limiter.h"
 #include "unit/health/notify_link.h"
 #include "unit/health/subscriber.h"
 #include "unit/screen/compositor/compositor.h"
-#include "unit/screen/design/design_watch.h"
-#include "base/line_limiter.h"
-#include "unit/screen/service/message_server.h"
 #include "unit/screen/compositor/picture_store.h"
+#include "unit/screen/design/design_watch.h"
 #include "unit/screen/design/screen_model.h"
+#include "unit/screen/service/message_server.h"
 #include "unit/service/service.h"
 
 namespace unit {

@@ -1,0 +1,15 @@
+// A station on a CAN interface of the kernel.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "bus/endpoint.h"
+
+namespace bus {
+
+// Opens a raw socket on the interface. Throws std::runtime_error that says what is wrong and what to do. Called
+// by OpenEndpoint alone.
+std::unique_ptr<Endpoint> OpenKernelInterface(const std::string& interface);
+
+}  // namespace bus
