@@ -15,8 +15,9 @@
 #include "src/hostlink/can_transport.h"
 #include "src/hostlink/decapsulation.h"
 #include "src/hostlink/j1939_external.h"
-#include "src/text/fields.h"
 #include "src/parse/parse_thread.h"
+#include "src/text/fields.h"
+#include "src/text/system_text.h"
 #include "tests/unit/support/test_record.h"
 
 namespace {

@@ -1,8 +1,6 @@
 #include "src/core/orvik_data.h"
 
 #include <array>
-#include <chrono>
-#include <thread>
 
 #include "platform/byte_order.h"
 
@@ -62,12 +60,4 @@ void PostEvent(orvikData_t* data, const std::string& name) {
 int CurrentPageId(const orvikData_t* data) {
   const Page_t* page = data->currentPage;
   return page == nullptr ? ACTION_PAGE_NONE : page->pageId;
-}
-
-bool WaitForStart(const orvikData_t* data, const PlainWord_t<int>& stop) {
-  while (data->running == 0) {
-    if (stop != 0) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return true;
 }

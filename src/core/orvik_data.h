@@ -17,11 +17,10 @@
 
 #include <pthread.h>
 
-#include "src/core/key_queue.h"
-#include "src/core/page_types.h"
-#include "src/core/plain_word.h"
-#include "src/core/text_types.h"
 #include "src/core/frame_layout.h"
+#include "src/core/key_queue.h"
+#include "src/core/record_types.h"
+#include "src/core/sharing.h"
 #include "src/services/nm_client.h"
 
 class ScreenApi;
@@ -46,40 +45,44 @@ enum thread_slot_t : int {
   THREAD_COUNT = 10,
 };
 
+// A handle of the screen service or the database. A later initialisation looks it up again while other threads
+// read it.
+using handle_t = PlainWord_t<unsigned>;
+
 // Handles of the text widgets, in the order in which they are looked up.
 struct gauge_handles_t {
-  using line_set_t = std::array<unsigned, GRID_LINES>;
+  using line_set_t = std::array<handle_t, GRID_LINES>;
   line_set_t operatingStd, operatingWide;
   line_set_t choice4TopStd, choice4MidStd, choice4BotStd;
   line_set_t choice4TopWide, choice4MidWide, choice4BotWide;
   line_set_t wadStd, wadWide;
   line_set_t slateStd, slateWide;
-  unsigned flashMsgStd, flashMsgWide;
-  unsigned capacity, load, extension, angle, radius, swing;
-  unsigned unitsWeight, unitsDistance;
-  unsigned mainErectedStd, mainErectedWide, mainStowedStd, mainStowedWide;
-  unsigned configErectedStd, configErectedWide, configStowedStd, configStowedWide;
-  unsigned wadCapacity, wadLoad, wadExtension, wadAngle, wadRadius, wadSwing;
-  unsigned wadUnitsWeight, wadUnitsDistance;
+  handle_t flashMsgStd, flashMsgWide;
+  handle_t capacity, load, extension, angle, radius, swing;
+  handle_t unitsWeight, unitsDistance;
+  handle_t mainErectedStd, mainErectedWide, mainStowedStd, mainStowedWide;
+  handle_t configErectedStd, configErectedWide, configStowedStd, configStowedWide;
+  handle_t wadCapacity, wadLoad, wadExtension, wadAngle, wadRadius, wadSwing;
+  handle_t wadUnitsWeight, wadUnitsDistance;
 };
 
 // Handles of the database variables, in the order in which they are looked up.
 struct variable_handles_t {
-  unsigned tires, outriggerRetracted, outriggerHalf, outriggerExtended;
-  unsigned pickMainBoom, pickAux, pickFly;
-  unsigned jibShortFly0, jibLongFly0, jibShortFly15, jibLongFly15, jibShortFly30, jibLongFly30;
-  unsigned frontWinch, rearWinch, counterweight, stowed, boomMode, auxHead;
-  unsigned alarmSet, preAlarm, overload, a2b;
-  unsigned percentSafeWorkingLoad, capacity, partsOfLine, load, extension, angle, radius, swing, swingMode;
-  unsigned brightness, alarmLED, beepImage, language;
-  unsigned angleAlarmSet, angleAlarmTripped, radiusAlarmSet, radiusAlarmTripped;
-  unsigned extensionAlarmSet, extensionAlarmTripped, swingAlarmSet, swingAlarmTripped;
-  unsigned erectedIcon, stowedIcon, rodPressure, pistonPressure;
-  unsigned rtcSecond, rtcMinute, rtcHour, rtcDay, rtcMonth, rtcYear, rtcDayOfWeek, rtcIsAvailable;
-  unsigned hx7LinkState;  // "OrvikHX7TimeOutLamp"
-  unsigned lindarKeysEnabled, gaugesKeysEnabled, ecuTimeOutLamp, hornMode, manBasket;
-  unsigned externalKeysEnabled, internalSystemKeyCode, externalSystemKeyCode;
-  unsigned totalHX7Commands, plugAResistor;
+  handle_t tires, outriggerRetracted, outriggerHalf, outriggerExtended;
+  handle_t pickMainBoom, pickAux, pickFly;
+  handle_t jibShortFly0, jibLongFly0, jibShortFly15, jibLongFly15, jibShortFly30, jibLongFly30;
+  handle_t frontWinch, rearWinch, counterweight, stowed, boomMode, auxHead;
+  handle_t alarmSet, preAlarm, overload, a2b;
+  handle_t percentSafeWorkingLoad, capacity, partsOfLine, load, extension, angle, radius, swing, swingMode;
+  handle_t brightness, alarmLED, beepImage, language;
+  handle_t angleAlarmSet, angleAlarmTripped, radiusAlarmSet, radiusAlarmTripped;
+  handle_t extensionAlarmSet, extensionAlarmTripped, swingAlarmSet, swingAlarmTripped;
+  handle_t erectedIcon, stowedIcon, rodPressure, pistonPressure;
+  handle_t rtcSecond, rtcMinute, rtcHour, rtcDay, rtcMonth, rtcYear, rtcDayOfWeek, rtcIsAvailable;
+  handle_t hx7LinkState;  // "OrvikHX7TimeOutLamp"
+  handle_t lindarKeysEnabled, gaugesKeysEnabled, ecuTimeOutLamp, hornMode, manBasket;
+  handle_t externalKeysEnabled, internalSystemKeyCode, externalSystemKeyCode;
+  handle_t totalHX7Commands, plugAResistor;
 };
 
 // The two frames of the program date reply, filled by InitProgramDate.
@@ -205,6 +208,9 @@ struct orvikData_t {
   PlainWord_t<std::uint32_t> ledState;
   PlainWord_t<std::uint8_t> commandProtocolVersion, dynamicEncryptionMethod;
   PlainWord_t<int> lcdInitRequest;
+  // Gives the record its first state again: InitOrvikData, which only start-up knows. Set before the workers
+  // start.
+  void (*initialize)(orvikData_t*) = nullptr;
   program_date_t programDate;
 
   // --- Beeper.
@@ -234,25 +240,6 @@ struct orvikData_t {
 // Terminates the application when set; the handler of SIGUSR1 writes it.
 extern PlainWord_t<int> orvikStop;
 
-// --- Hand-over queues. The takers move the whole backlog into the consumer's work array in one locked step.
-// A queue holds at most MAX_QUEUED elements: further ones are dropped and counted, with one line on standard
-// error a thousand, until the consumer has caught up.
-constexpr std::size_t MAX_QUEUED_FRAMES = 65'536;
-constexpr std::size_t MAX_QUEUED_MESSAGES = 16'384;
-void addCanPacket(orvikData_t* data, const CAN_packet_t2& packet);
-void getCanPackets(orvikData_t* data);
-void addDecapData(orvikData_t* data, const DecapData_t& message);
-void getDecapData(orvikData_t* data);
-
-// --- Key codes for the host; no lock. A full queue drops the new key and leaves lastKey as it was.
-void addKeyData(orvikData_t* data, unsigned char key);
-// The oldest key code, removed; 0 when there is none.
-std::uint32_t getKeyData(orvikData_t* data);
-
-// Sets every default, reads the versions, looks the handles up and draws the start picture. Called by main once
-// the workers are started, and again by whoever serves a re-initialisation request.
-void InitOrvikData(orvikData_t* data);
-
 // The number that the configuration gives an event's name, 0 when it gives none.
 int FindEventId(const orvikData_t* data, const std::string& name);
 // Publishes an event's number, 4 bytes little-endian, on the event channel.
@@ -261,11 +248,3 @@ void PostEventId(orvikData_t* data, int eventId);
 
 // The current page's action id; "Page.None" before there is a page.
 int CurrentPageId(const orvikData_t* data);
-
-// Polls every 10 ms until `running` is set, or until the stop request comes. Returns false in the latter case.
-bool WaitForStart(const orvikData_t* data, const PlainWord_t<int>& stop);
-
-// --- Small helpers.
-void StringToCharArray(char* dst, const char* src, int n);
-int MonthToNum(const char* month);
-void FormatDate(char* out, const char* in);

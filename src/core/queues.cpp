@@ -1,8 +1,10 @@
+#include "src/core/queues.h"
+
 #include <string>
 
 #include "src/core/console.h"
-#include "src/core/mutex_guard.h"
 #include "src/core/orvik_data.h"
+#include "src/core/sharing.h"
 
 namespace {
 

@@ -1,3 +1,5 @@
+#include "src/core/text_helpers.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>

@@ -3,18 +3,14 @@
 #include <chrono>
 #include <mutex>
 #include <string>
-#include <thread>
-
-#include "platform/threads.h"
 
 #include "src/core/console.h"
+#include "src/core/worker.h"
 #include "src/services/dbshm.h"
 
 std::array<Blinker_t, BLINKER_COUNT> blinkers;
 
 namespace {
-
-constexpr std::chrono::milliseconds TICK{100};
 
 // Guards the table, and keeps the database's values in the order of the table's changes.
 std::mutex blinkersMutex;
@@ -33,29 +29,30 @@ void Step(Blinker_t& blinker) {
   Show(blinker);
 }
 
-void RunBlinkers(orvikData_t* data) {
-  if (!WaitForStart(data, data->blinkerExit)) return;
-  InitBlinkers(data);
-  while (data->blinkerExit == 0) {
-    UpdateBlinkers(data);
-    std::this_thread::sleep_for(TICK);
-  }
-}
+constexpr worker_t BLINKER = {.slot = THREAD_BLINKER,
+                              .name = "Blinker",
+                              .priority = 0,
+                              .readyLine = "Orvik: Blinker initialization complete",
+                              .exitLine = "Orvik: Blinker thread EXIT",
+                              .pace = std::chrono::milliseconds{100}};
 
-void* BlinkerThreadFn(void* argument) {
-  auto* data = static_cast<orvikData_t*>(argument);
-  data->blinkerReady = 1;
-  PrintOut("Orvik: Blinker initialization complete");
-  RunBlinkers(data);
-  PrintOut("Orvik: Blinker thread EXIT");
-  data->blinkerReady = 0;
-  return nullptr;
+class BlinkerTask : public FunctionTask<UpdateBlinkers> {
+ public:
+  explicit BlinkerTask(orvikData_t* data) : FunctionTask(data), data_(data) {}
+  void Begin() { InitBlinkers(data_); }
+
+ private:
+  orvikData_t* data_;
+};
+
+void* BlinkerThreadFn(void* record) {
+  return RunWorker<BlinkerTask>(BLINKER, record);
 }
 
 }  // namespace
 
 int InitBlinkerThread(orvikData_t* data) {
-  return platform::StartDetachedThread({"Blinker"}, BlinkerThreadFn, data);
+  return StartWorker(BLINKER, BlinkerThreadFn, data);
 }
 
 void InitBlinkers(orvikData_t* /*data*/) {

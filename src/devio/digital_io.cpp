@@ -9,10 +9,10 @@
 
 #include "platform/byte_order.h"
 #include "platform/device.h"
-#include "platform/threads.h"
 
 #include "src/core/console.h"
-#include "src/core/mutex_guard.h"
+#include "src/core/sharing.h"
+#include "src/core/worker.h"
 #include "src/services/dbshm.h"
 
 namespace {
@@ -76,36 +76,48 @@ void SleepUnlessStopped(const orvikData_t* data, int milliseconds) {
   }
 }
 
-void RunBeeper(orvikData_t* data, const beeper_device_t& device) {
-  if (!WaitForStart(data, data->dioExit)) return;
-  {
-    const MutexGuard lock(data->beeperMutex);
-    data->beeperState = BEEPER_SILENT;
-  }
-  while (data->dioExit == 0) BeeperStep(data, device);
-}
+constexpr worker_t DIGITAL_IO = {.slot = THREAD_DIO,
+                                 .name = "DigitalIO",
+                                 .priority = PRIORITY,
+                                 .readyLine = "Orvik: Digital_IO initialization complete",
+                                 .exitLine = "Orvik: DigitalIO thread EXIT"};
 
-void* DigitalIOThreadFn(void* argument) {
-  auto* data = static_cast<orvikData_t*>(argument);
-  // Without the device the thread carries on: the database still shows the beeper.
-  const int descriptor = OpenDigitalIO();
-  const beeper_device_t device{
-      [descriptor](const auto& command) { platform::WriteDevice(descriptor, command.data(), command.size()); },
-      [data](int milliseconds) { SleepUnlessStopped(data, milliseconds); }};
-  data->dioReady = 1;
-  PrintOut("Orvik: Digital_IO initialization complete");
-  RunBeeper(data, device);
-  SwitchBeeper(device, false);
-  if (descriptor >= 1) platform::CloseDevice(descriptor);
-  PrintOut("Orvik: DigitalIO thread EXIT");
-  data->dioReady = 0;
-  return nullptr;
+// Without the device the worker carries on: the database still shows the beeper.
+class DigitalIOTask {
+ public:
+  explicit DigitalIOTask(orvikData_t* data) : data_(data), descriptor_(OpenDigitalIO()) {}
+  ~DigitalIOTask() {
+    SwitchBeeper(device_, false);
+    if (descriptor_ >= 1) platform::CloseDevice(descriptor_);
+  }
+  DigitalIOTask(const DigitalIOTask&) = delete;
+  DigitalIOTask& operator=(const DigitalIOTask&) = delete;
+
+  void Begin() {
+    const MutexGuard lock(data_->beeperMutex);
+    data_->beeperState = BEEPER_SILENT;
+  }
+  bool Step() {
+    BeeperStep(data_, device_);
+    return true;
+  }
+
+ private:
+  orvikData_t* data_;
+  int descriptor_;
+  beeper_device_t device_{
+      [this](const auto& command) { platform::WriteDevice(descriptor_, command.data(), command.size()); },
+      [this](int milliseconds) { SleepUnlessStopped(data_, milliseconds); }};
+};
+
+void* DigitalIOThreadFn(void* record) {
+  return RunWorker<DigitalIOTask>(DIGITAL_IO, record);
 }
 
 }  // namespace
 
 int Init_DIO(orvikData_t* data) {
-  return platform::StartDetachedThread({"DigitalIO", PRIORITY}, DigitalIOThreadFn, data);
+  return StartWorker(DIGITAL_IO, DigitalIOThreadFn, data);
 }
 
 void SetBeeper(orvikData_t* data, int type, int duration) {

@@ -3,9 +3,7 @@
 #include <chrono>
 #include <thread>
 
-#include "platform/threads.h"
-
-#include "src/core/console.h"
+#include "src/core/worker.h"
 
 namespace {
 
@@ -23,29 +21,35 @@ std::timespec ReadClock() {
   return now;
 }
 
-void RunTimer(orvikData_t* data) {
-  if (!WaitForStart(data, data->timerExit)) return;
-  std::timespec last = ReadClock();
-  while (data->timerExit == 0) {
-    LowerCountdowns(data);
-    last = WaitForTick(last);
-  }
-}
+constexpr worker_t TIMER = {.slot = THREAD_TIMER,
+                            .name = "Timer",
+                            .priority = PRIORITY,
+                            .readyLine = "Orvik: Timer initialization complete",
+                            .exitLine = "Orvik: Timer thread EXIT"};
 
-void* TimerThreadFn(void* argument) {
-  auto* data = static_cast<orvikData_t*>(argument);
-  data->timerReady = 1;
-  PrintOut("Orvik: Timer initialization complete");
-  RunTimer(data);
-  PrintOut("Orvik: Timer thread EXIT");
-  data->timerReady = 0;
-  return nullptr;
+class TimerTask {
+ public:
+  explicit TimerTask(orvikData_t* data) : data_(data) {}
+  void Begin() { last_ = ReadClock(); }
+  bool Step() {
+    LowerCountdowns(data_);
+    last_ = WaitForTick(last_);
+    return true;
+  }
+
+ private:
+  orvikData_t* data_;
+  std::timespec last_{};
+};
+
+void* TimerThreadFn(void* record) {
+  return RunWorker<TimerTask>(TIMER, record);
 }
 
 }  // namespace
 
 int Init_Timer(orvikData_t* data) {
-  return platform::StartDetachedThread({"Timer", PRIORITY}, TimerThreadFn, data);
+  return StartWorker(TIMER, TimerThreadFn, data);
 }
 
 std::int64_t ElaspedNanoSeconds(std::timespec* start, std::timespec* end, std::timespec* result) {

@@ -7,7 +7,8 @@
 
 #include "src/compositing/drawing_objects.h"
 #include "src/compositing/layer.h"
-#include "src/core/mutex_guard.h"
+#include "src/core/sharing.h"
+#include "src/dials/picture_size.h"
 
 namespace {
 

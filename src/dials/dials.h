@@ -3,17 +3,9 @@
 
 #include "src/core/orvik_data.h"
 
-struct PGN_dimensions_t {
-  int width = 0;
-  int height = 0;
-};
-
 constexpr const char* BOOM_PICTURE = "/fs/etfs/app/orvik/Boom.png";
 constexpr const char* SWING_PICTURE = "/fs/etfs/app/orvik/Swing.png";
 
-// The size of a PNG file of the unit (PNG, third edition, 11.2.1 IHDR). 0 on success; 1, and no size, when the
-// file cannot be read or is no PNG.
-int GetPGNSize(const char* path, PGN_dimensions_t* size);
 // Reads both pictures' sizes, 0 by 0 where that fails. Once, before the gate opens.
 void ReadPictureSizes();
 

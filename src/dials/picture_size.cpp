@@ -1,3 +1,5 @@
+#include "src/dials/picture_size.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>

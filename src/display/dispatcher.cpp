@@ -2,13 +2,11 @@
 
 #include <chrono>
 #include <string>
-#include <thread>
-
-#include "platform/threads.h"
 
 #include "src/core/console.h"
 #include "src/core/name_tables.h"
 #include "src/core/operating_values.h"
+#include "src/core/worker.h"
 #include "src/dials/dials.h"
 #include "src/display/operating_page.h"
 #include "src/display/system_message.h"
@@ -22,7 +20,7 @@ using C = outrigger_colors_t;
 
 // A lamp variable: its bit of the lamp word, and its value when set: a colour of the record, or 1.
 struct lamp_t {
-  unsigned V::*handle;
+  handle_t V::*handle;
   std::uint32_t bit;
   PlainWord_t<int> C::*color;
 };
@@ -109,7 +107,6 @@ void UpdateCurrentPage(orvikData_t* data) {
 }
 
 void RunCycle(orvikData_t* data) {
-  PostEventId(data, data->dispatchHeartbeatEvent);
   UpdateDatabase(data);
   UpdateDisplay(data);
   ServeInitRequest(data);
@@ -118,31 +115,31 @@ void RunCycle(orvikData_t* data) {
 void Initialize(orvikData_t* data) {
   PrintOut("InitLCD()");
   data->lcdInitRequest = 0;
-  InitOrvikData(data);
+  if (data->initialize != nullptr) data->initialize(data);
 }
 
-constexpr std::chrono::microseconds CYCLE_PAUSE{10'000};
+constexpr worker_t DISPATCHER = {.slot = THREAD_DISPATCH,
+                                 .name = "Dispatch",
+                                 .priority = 0,
+                                 .readyLine = "Orvik: Dispatcher initialization complete",
+                                 .exitLine = "Orvik: Dispatcher thread EXIT",
+                                 .pace = std::chrono::microseconds{10'000},
+                                 .heartbeatEvent = "orvik.DispatchHeartbeatEvent",
+                                 .heartbeat = &orvikData_t::dispatchHeartbeatEvent};
+
+class DispatchTask : public FunctionTask<RunCycle> {
+ public:
+  explicit DispatchTask(orvikData_t* data) : FunctionTask(data) { DBSHM::Open(); }
+};
 
 }  // namespace
 
 int Init_Dispatch(orvikData_t* data) {
-  data->dispatchHeartbeatEvent = FindEventId(data, "orvik.DispatchHeartbeatEvent");
-  return platform::StartDetachedThread({"Dispatch"}, dispatchThreadFn, data);
+  return StartWorker(DISPATCHER, dispatchThreadFn, data);
 }
 
 void* dispatchThreadFn(void* record) {
-  auto* data = static_cast<orvikData_t*>(record);
-  DBSHM::Open();
-  data->dispatchReady = 1;
-  PrintOut("Orvik: Dispatcher initialization complete");
-  WaitForStart(data, data->dispatchExit);
-  while (data->dispatchExit == 0) {
-    RunCycle(data);
-    std::this_thread::sleep_for(CYCLE_PAUSE);
-  }
-  PrintOut("Orvik: Dispatcher thread EXIT");
-  data->dispatchReady = 0;
-  return nullptr;
+  return RunWorker<DispatchTask>(DISPATCHER, record);
 }
 
 void UpdateDatabase(orvikData_t* data) {

@@ -169,7 +169,7 @@ const line_set_name_t LINE_SETS[] = {
 // The widgets beside the lines; those without a label are not dumped.
 struct single_name_t {
   const std::string_view* name;
-  unsigned G::*handle;
+  handle_t G::*handle;
   std::string_view label;
 };
 

@@ -33,7 +33,7 @@ extern const std::string_view SLATE_BUTTON6_WIDGET_NAME;
 // A variable's name and where the record keeps its handle; the table is in the order of the look-up.
 struct variable_name_t {
   std::string_view name;
-  unsigned variable_handles_t::*handle;
+  handle_t variable_handles_t::*handle;
 };
 constexpr std::size_t VARIABLE_COUNT = 67;
 extern const std::array<variable_name_t, VARIABLE_COUNT> VARIABLE_NAMES;

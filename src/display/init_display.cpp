@@ -4,11 +4,12 @@
 #include <atomic>
 #include <memory>
 
-#include "src/core/mutex_guard.h"
+#include "src/core/sharing.h"
 #include "src/dials/dials.h"
 #include "src/display/system_message.h"
-#include "src/text/fields.h"
 #include "src/screenapi/screen_api.h"
+#include "src/text/fields.h"
+#include "src/text/system_text.h"
 
 namespace {
 
@@ -45,6 +46,7 @@ void BlankLabels(ScreenApi& screen, const orvikData_t* data) {
 void InitAllFieldsLocked(orvikData_t* data) {
   const MutexGuard guard(data->displayMutex);
   InitAllFields();
+  ForgetSystemText();
 }
 
 }  // namespace

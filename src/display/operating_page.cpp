@@ -6,9 +6,11 @@
 
 #include <utf8.h>
 
-#include "src/core/mutex_guard.h"
+#include "src/core/sharing.h"
 #include "src/display/text_widget.h"
+#include "src/display/value_widgets.h"
 #include "src/text/fields.h"
+#include "src/text/grid.h"
 
 namespace {
 

@@ -1,6 +1,7 @@
 #include "src/display/system_message.h"
 
 #include "src/text/fields.h"
+#include "src/text/system_text.h"
 
 namespace {
 

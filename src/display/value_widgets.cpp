@@ -1,3 +1,5 @@
+#include "src/display/value_widgets.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -5,7 +7,6 @@
 
 #include "src/core/console.h"
 #include "src/display/number_format.h"
-#include "src/display/operating_page.h"
 #include "src/display/text_widget.h"
 
 namespace {

@@ -6,10 +6,11 @@
 #include <thread>
 
 #include "platform/byte_order.h"
-#include "platform/threads.h"
 
 #include "src/core/command_counters.h"
 #include "src/core/console.h"
+#include "src/core/queues.h"
+#include "src/core/worker.h"
 #include "src/hostlink/immediate_replies.h"
 #include "src/hostlink/j1939_external.h"
 
@@ -97,21 +98,38 @@ class ReceiveTrouble {
   Line_t empty_{"Received zero bytes"};
 };
 
-void ReceiveUntilExit(orvikData_t* data, NM::NMClient& client) {
-  std::array<std::uint8_t, NM_MESSAGE_SIZE> message{};
-  ReceiveTrouble trouble;
-  while (data->canExit == 0) {
+constexpr worker_t RECEIVER = {.slot = THREAD_CAN,
+                               .name = "Receive CAN",
+                               .priority = 0,
+                               .readyLine = "Orvik: CAN initialization complete",
+                               .exitLine = "Orvik: CAN Receive thread EXIT"};
+
+// Waits for one message of the service at each step.
+class ReceiveTask {
+ public:
+  explicit ReceiveTask(orvikData_t* data) : data_(data), client_(ConnectReceiver(data)) {
+    InitCANTransducers();
+    InitCANFilters(data);
+  }
+  void Begin() {}
+  bool Step() {
     int channel = -1;
     const int size =
-        client.recvMsg(channel, reinterpret_cast<char*>(message.data()), static_cast<int>(message.size()));
-    if (size < 1) {
-      if (data->canExit == 0) trouble.Report(size);
-      continue;
+        client_.recvMsg(channel, reinterpret_cast<char*>(message_.data()), static_cast<int>(message_.size()));
+    if (size >= 1) {
+      HandleServiceMessage(data_, std::span(message_).first(static_cast<std::size_t>(size)));
+    } else if (data_->canExit == 0) {
+      trouble_.Report(size);
     }
-    if (channel != data->rxChannel) continue;
-    HandleServiceMessage(data, std::span(message).first(static_cast<std::size_t>(size)));
+    return true;
   }
-}
+
+ private:
+  orvikData_t* data_;
+  NM::NMClient& client_;
+  std::array<std::uint8_t, NM_MESSAGE_SIZE> message_{};
+  ReceiveTrouble trouble_;
+};
 
 // The sending side: one client for all threads.
 struct Transmitter_t {
@@ -128,20 +146,11 @@ Transmitter_t& Transmitter() {
 }  // namespace
 
 int Init_CAN(orvikData_t* data) {
-  return platform::StartDetachedThread({"Receive CAN"}, ReceiveCANThreadFn, data);
+  return StartWorker(RECEIVER, ReceiveCANThreadFn, data);
 }
 
 void* ReceiveCANThreadFn(void* record) {
-  auto* data = static_cast<orvikData_t*>(record);
-  NM::NMClient& client = ConnectReceiver(data);
-  InitCANTransducers();
-  InitCANFilters(data);
-  data->canReady = 1;
-  PrintOut("Orvik: CAN initialization complete");
-  if (WaitForStart(data, data->canExit)) ReceiveUntilExit(data, client);
-  PrintOut("Orvik: CAN Receive thread EXIT");
-  data->canReady = 0;
-  return nullptr;
+  return RunWorker<ReceiveTask>(RECEIVER, record);
 }
 
 void HandleServiceMessage(orvikData_t* data, std::span<const std::uint8_t> message) {

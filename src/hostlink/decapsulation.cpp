@@ -3,16 +3,37 @@
 #include <algorithm>
 #include <chrono>
 #include <span>
-#include <thread>
-
-#include "platform/threads.h"
 
 #include "src/core/console.h"
+#include "src/core/queues.h"
+#include "src/core/worker.h"
 #include "src/services/dbshm.h"
 
 namespace {
 
-constexpr std::chrono::milliseconds PACE(10);
+constexpr worker_t DECAPSULATION = {.slot = THREAD_DECAPSULATE,
+                                    .name = "Decapsulate",
+                                    .priority = 0,
+                                    .readyLine = "Orvik: Decapsulator initialization complete",
+                                    .exitLine = "Orvik: Decapsulator thread EXIT",
+                                    .pace = std::chrono::milliseconds{10},
+                                    .pauseFirst = true,
+                                    .heartbeatEvent = "orvik.DecapsulateHeartbeatEvent",
+                                    .heartbeat = &orvikData_t::decapHeartbeatEvent};
+
+class DecapsulationTask {
+ public:
+  explicit DecapsulationTask(orvikData_t* data) : data_(data) { DBSHM::Open(); }
+  void Begin() {}
+  bool Step() {
+    DecapsulateQueuedFrames(data_, decapsulator_);
+    return true;
+  }
+
+ private:
+  orvikData_t* data_;
+  Decapsulator decapsulator_;
+};
 
 std::string HexBytes(std::span<const unsigned char> bytes) {
   std::string line;
@@ -69,25 +90,11 @@ void Decapsulator::Append(const CAN_packet_t2& packet, std::size_t from) {
 }
 
 int Init_Decapsulate(orvikData_t* data) {
-  data->decapHeartbeatEvent = FindEventId(data, "orvik.DecapsulateHeartbeatEvent");
-  return platform::StartDetachedThread({"Decapsulate"}, DecapsulateThreadFn, data);
+  return StartWorker(DECAPSULATION, DecapsulateThreadFn, data);
 }
 
 void* DecapsulateThreadFn(void* record) {
-  auto* data = static_cast<orvikData_t*>(record);
-  Decapsulator decapsulator;
-  DBSHM::Open();
-  data->decapReady = 1;
-  PrintOut("Orvik: Decapsulator initialization complete");
-  WaitForStart(data, data->decapExit);
-  while (data->decapExit == 0) {
-    PostEventId(data, data->decapHeartbeatEvent);
-    std::this_thread::sleep_for(PACE);
-    DecapsulateQueuedFrames(data, decapsulator);
-  }
-  PrintOut("Orvik: Decapsulator thread EXIT");
-  data->decapReady = 0;
-  return nullptr;
+  return RunWorker<DecapsulationTask>(DECAPSULATION, record);
 }
 
 void DecapsulateQueuedFrames(orvikData_t* data, Decapsulator& decapsulator) {

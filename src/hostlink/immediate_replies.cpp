@@ -4,6 +4,7 @@
 #include <array>
 #include <span>
 
+#include "src/core/queues.h"
 #include "src/hostlink/can_transport.h"
 
 const std::string_view FD = __DATE__;

@@ -2,17 +2,20 @@
 
 #include <chrono>
 #include <string>
-#include <thread>
-
-#include "platform/threads.h"
 
 #include "src/core/console.h"
 #include "src/core/name_tables.h"
+#include "src/core/worker.h"
 #include "src/services/dbshm.h"
 
 namespace {
 
-constexpr std::chrono::seconds PACE(1);
+constexpr worker_t WATCHDOG = {.slot = THREAD_WATCHDOG,
+                               .name = "HX7watchdog",
+                               .priority = 0,
+                               .readyLine = "Orvik: Watchdog initialization complete",
+                               .exitLine = "Orvik: Watchdog thread EXIT",
+                               .pace = std::chrono::seconds{1}};
 
 void LeaveSplashPage(orvikData_t* data) {
   if (data->hostSeen == 0 || data->running == 0 || CurrentPageId(data) != ACTION_PAGE_SPLASH) return;
@@ -53,19 +56,9 @@ void WatchdogTick(orvikData_t* data) {
 }
 
 int Init_Watchdog(orvikData_t* data) {
-  return platform::StartDetachedThread({"HX7watchdog"}, WatchdogThreadFn, data);
+  return StartWorker(WATCHDOG, WatchdogThreadFn, data);
 }
 
 void* WatchdogThreadFn(void* record) {
-  auto* data = static_cast<orvikData_t*>(record);
-  data->watchdogReady = 1;
-  PrintOut("Orvik: Watchdog initialization complete");
-  WaitForStart(data, data->watchdogExit);
-  while (data->watchdogExit == 0) {
-    WatchdogTick(data);
-    std::this_thread::sleep_for(PACE);
-  }
-  PrintOut("Orvik: Watchdog thread EXIT");
-  data->watchdogReady = 0;
-  return nullptr;
+  return RunWorker<FunctionTask<WatchdogTick>>(WATCHDOG, record);
 }

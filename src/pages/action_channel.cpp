@@ -5,13 +5,14 @@
 #include <thread>
 
 #include "platform/byte_order.h"
-#include "platform/threads.h"
 
 #include "src/core/console.h"
 #include "src/core/name_tables.h"
+#include "src/core/worker.h"
 #include "src/devio/digital_io.h"
 #include "src/dials/dials.h"
 #include "src/hostlink/can_transport.h"
+#include "src/pages/key_dispatch.h"
 #include "src/pages/key_report.h"
 #include "src/pages/page_tables.h"
 #include "src/services/dbshm.h"
@@ -110,6 +111,24 @@ bool ReceiveAction(orvikData_t* data, NM::NMClient& client, int registration) {
   return HandleAction(data, platform::LoadLe32(message, 4));
 }
 
+constexpr worker_t ACTION_CHANNEL = {.slot = THREAD_ACTION_CHANNEL,
+                                     .name = "Action Channel",
+                                     .priority = 0,
+                                     .readyLine = "Orvik: Action channel initialization complete",
+                                     .exitLine = "Orvik: Receive Action thread EXIT"};
+
+// Waits for one action at each step.
+class ActionTask {
+ public:
+  explicit ActionTask(orvikData_t* data) : data_(data), registration_(Subscribe(data)) { DBSHM::Open(); }
+  void Begin() {}
+  bool Step() { return ReceiveAction(data_, *data_->actionNmClient, registration_); }
+
+ private:
+  orvikData_t* data_;
+  int registration_;
+};
+
 }  // namespace
 
 bool HandleAction(orvikData_t* data, std::uint32_t action) {
@@ -125,20 +144,9 @@ bool HandleAction(orvikData_t* data, std::uint32_t action) {
 }
 
 void* actionChannelThreadFn(void* record) {
-  auto* data = static_cast<orvikData_t*>(record);
-  const int registration = Subscribe(data);
-  DBSHM::Open();
-  data->actionReady = 1;
-  PrintOut("Orvik: Action channel initialization complete");
-  WaitForStart(data, data->actionExit);
-  NM::NMClient& client = *data->actionNmClient;
-  while (data->actionExit == 0 && ReceiveAction(data, client, registration)) {
-  }
-  PrintOut("Orvik: Receive Action thread EXIT");
-  data->actionReady = 0;
-  return nullptr;
+  return RunWorker<ActionTask>(ACTION_CHANNEL, record);
 }
 
 int Init_ActionChannel(orvikData_t* data) {
-  return platform::StartDetachedThread({"Action Channel"}, actionChannelThreadFn, data);
+  return StartWorker(ACTION_CHANNEL, actionChannelThreadFn, data);
 }

@@ -18,6 +18,7 @@
 #include "src/devio/blinkers.h"
 #include "src/dials/dials.h"
 #include "src/hostlink/can_transport.h"
+#include "src/pages/key_report.h"
 #include "src/pages/page_tables.h"
 #include "src/screenapi/screen_api.h"
 #include "src/services/dbshm.h"

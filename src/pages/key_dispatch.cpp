@@ -1,5 +1,6 @@
 #include "src/pages/key_dispatch.h"
 
+#include <algorithm>
 #include <string>
 
 #include "src/core/console.h"
@@ -51,4 +52,34 @@ void DispatchKey(orvikData_t* data, const Page_t* /*page*/, const Pkey_t* key, u
   if (key->command == 0) return;
   SetBeeperKeyPress(data);
   RunKeyCommand(data, key->command);
+}
+
+void MatrixDispatch(orvikData_t* data, unsigned char platformKey, unsigned char keyEvent) {
+  if (data->target.pages.empty()) {
+    PrintErr("ERROR!  There are no pages");
+    return;
+  }
+  const int pageId = CurrentPageId(data);
+  const Page_t* page = FindPage(data, pageId);
+  if (page == nullptr) {
+    PrintErr("ERROR! I have no idea what the current page is " + std::to_string(pageId));
+    return;
+  }
+  DispatchPage(data, page, platformKey, keyEvent);
+}
+
+void DispatchPage(orvikData_t* data, const Page_t* page, unsigned char platformKey, unsigned char keyEvent) {
+  const std::string name(ActionName(page->pageId));
+  if (page->keys.empty()) {
+    PrintErr("ERROR! " + name + " page has no keys assigned to it");
+    return;
+  }
+  const auto found = std::find_if(page->keys.begin(), page->keys.end(),
+                                  [platformKey](const Pkey_t& key) { return key.platformKey == platformKey; });
+  if (found == page->keys.end()) {
+    PrintOut("NOTE.  Platform key code " + std::to_string(platformKey) + " has no function on the " + name +
+             " page");
+    return;
+  }
+  DispatchKey(data, page, &*found, keyEvent);
 }

@@ -1,10 +1,12 @@
 #include "src/pages/key_report.h"
 
+#include <algorithm>
 #include <string>
 
 #include "src/core/console.h"
+#include "src/core/name_tables.h"
+#include "src/core/queues.h"
 #include "src/devio/digital_io.h"
-#include "src/pages/page_tables.h"
 
 namespace {
 
@@ -17,6 +19,25 @@ void ReportHostKey(orvikData_t* data, int hostKey) {
   data->keyReport1 = hostKey;
   data->keyStatus = static_cast<std::uint8_t>(hostKey);
   if (mask != KEY_NO_BEEP) SetBeeperKeyPress(data);
+}
+
+constexpr std::array<HostKey_t, HOST_KEYS> BuildKeyMap() {
+  std::array<HostKey_t, HOST_KEYS> map{};
+  for (std::uint32_t code = 0; code < HOST_KEYS - 1; ++code) map[code] = {code, KEY_BEEP_ONCE, 0, 0};
+  return map;
+}
+
+const char* MaskMeaning(std::uint32_t mask) {
+  switch (mask) {
+    case KEY_NOT_VALID:
+      return "NOT VALID";
+    case KEY_NO_BEEP:
+      return "NO BEEP";
+    case KEY_BEEP_ONCE:
+      return "BEEP ONCE";
+    default:
+      return "Unknown!";
+  }
 }
 
 }  // namespace
@@ -35,4 +56,19 @@ void ClearKeyReport(orvikData_t* data) {
   data->keyReport1 = 0;
   data->keyReport2 = 0;
   data->keyStatus = 0;
+}
+
+const std::array<HostKey_t, HOST_KEYS> qmt740KeyMap = BuildKeyMap();
+
+void SetValidKeys(orvikData_t* data, const unsigned char* mask, int n) {
+  const auto count = static_cast<std::size_t>(std::clamp(n, 0, HOST_KEYS));
+  for (std::size_t i = 0; i < count; ++i) data->keyMasks[i] = mask[i];
+}
+
+void DumpValidKeys(orvikData_t* data, int n) {
+  PrintOut("Orvik: Dump Valid Keys");
+  const auto count = static_cast<std::size_t>(std::clamp(n, 0, HOST_KEYS));
+  for (std::size_t i = 0; i < count; ++i) {
+    PrintOut(std::string(TARGET_KEY_NAMES[i]) + " : " + MaskMeaning(data->keyMasks[i]));
+  }
 }

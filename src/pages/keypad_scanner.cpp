@@ -5,9 +5,9 @@
 #include <thread>
 
 #include "platform/device_io.h"
-#include "platform/threads.h"
 
-#include "src/core/console.h"
+#include "src/core/worker.h"
+#include "src/pages/key_dispatch.h"
 #include "src/pages/page_tables.h"
 
 namespace KEYPAD {
@@ -47,7 +47,6 @@ constexpr strobe_t STROBES[] = {
     {0xF7FF, &keypad_layout3}, {0xFBFF, &keypad_layout2}, {0xFDFF, &keypad_layout1}, {0xFEFF, &keypad_layout}};
 
 constexpr microseconds SETTLE{50};
-constexpr milliseconds CYCLE_PAUSE{1};
 
 // Only these exact codes count; the last one is keys 5 and 8 together.
 constexpr std::array<std::uint16_t, BUTTONS> SCAN_CODES = {0x0001, 0x0002, 0x0004, 0x0008, 0x0010,
@@ -116,11 +115,28 @@ std::uint8_t HighestPressed() {
   return 0;
 }
 
-void ScanOnce(orvikData_t* data, std::uintptr_t port) {
-  FindButton(port == MAP_DEVICE_FAILED ? std::uint16_t{0} : ScanMatrix(port));
-  DebounceButtons(data);
-  DispatchChange(data);
-}
+constexpr worker_t SCANNER = {.slot = THREAD_KEYPAD,
+                              .name = "Key Pad Scanner",
+                              .priority = 0,
+                              .readyLine = "Orvik: Key scanner initialization complete",
+                              .exitLine = "Orvik: Keypad scanner thread EXIT",
+                              .pace = milliseconds{1}};
+
+class ScanTask {
+ public:
+  explicit ScanTask(orvikData_t* data) : data_(data), port_(SetUpHardware()) { ResetScanner(data); }
+  void Begin() {}
+  bool Step() {
+    FindButton(port_ == MAP_DEVICE_FAILED ? std::uint16_t{0} : ScanMatrix(port_));
+    DebounceButtons(data_);
+    DispatchChange(data_);
+    return true;
+  }
+
+ private:
+  orvikData_t* data_;
+  std::uintptr_t port_;
+};
 
 }  // namespace
 
@@ -165,23 +181,11 @@ void DispatchChange(orvikData_t* data) {
 }
 
 void* keyPadScannerThreadFn(void* record) {
-  auto* data = static_cast<orvikData_t*>(record);
-  const std::uintptr_t port = SetUpHardware();
-  ResetScanner(data);
-  data->keypadReady = 1;
-  PrintOut("Orvik: Key scanner initialization complete");
-  WaitForStart(data, data->keypadExit);
-  while (data->keypadExit == 0) {
-    ScanOnce(data, port);
-    std::this_thread::sleep_for(CYCLE_PAUSE);
-  }
-  PrintOut("Orvik: Keypad scanner thread EXIT");
-  data->keypadReady = 0;
-  return nullptr;
+  return RunWorker<ScanTask>(SCANNER, record);
 }
 
 int Init_KeyPad(orvikData_t* data) {
-  return platform::StartDetachedThread({"Key Pad Scanner"}, keyPadScannerThreadFn, data);
+  return StartWorker(SCANNER, keyPadScannerThreadFn, data);
 }
 
 }  // namespace KEYPAD

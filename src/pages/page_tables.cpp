@@ -1,10 +1,6 @@
 #include "src/pages/page_tables.h"
 
 #include <algorithm>
-#include <string>
-
-#include "src/core/console.h"
-#include "src/pages/key_dispatch.h"
 
 namespace {
 
@@ -91,35 +87,7 @@ const std::array<page_definition_t, 6>& Definitions() {
   return definitions;
 }
 
-constexpr std::array<HostKey_t, HOST_KEYS> BuildKeyMap() {
-  std::array<HostKey_t, HOST_KEYS> map{};
-  for (std::uint32_t code = 0; code < HOST_KEYS - 1; ++code) map[code] = {code, KEY_BEEP_ONCE, 0, 0};
-  return map;
-}
-
-const Page_t* FindPage(const orvikData_t* data, int pageId) {
-  const auto& pages = data->target.pages;
-  const auto found =
-      std::find_if(pages.begin(), pages.end(), [pageId](const Page_t& page) { return page.pageId == pageId; });
-  return found == pages.end() ? nullptr : &*found;
-}
-
-const char* MaskMeaning(std::uint32_t mask) {
-  switch (mask) {
-    case KEY_NOT_VALID:
-      return "NOT VALID";
-    case KEY_NO_BEEP:
-      return "NO BEEP";
-    case KEY_BEEP_ONCE:
-      return "BEEP ONCE";
-    default:
-      return "Unknown!";
-  }
-}
-
 }  // namespace
-
-const std::array<HostKey_t, HOST_KEYS> qmt740KeyMap = BuildKeyMap();
 
 std::span<const page_definition_t> PageDefinitions() {
   return Definitions();
@@ -148,45 +116,9 @@ void PopulatePage(orvikData_t* /*data*/, Page_t* page, const Pkey_t* keys, int c
   if (count > 0) page->keys.assign(keys, keys + count);
 }
 
-void SetValidKeys(orvikData_t* data, const unsigned char* mask, int n) {
-  const auto count = static_cast<std::size_t>(std::clamp(n, 0, HOST_KEYS));
-  for (std::size_t i = 0; i < count; ++i) data->keyMasks[i] = mask[i];
-}
-
-void DumpValidKeys(orvikData_t* data, int n) {
-  PrintOut("Orvik: Dump Valid Keys");
-  const auto count = static_cast<std::size_t>(std::clamp(n, 0, HOST_KEYS));
-  for (std::size_t i = 0; i < count; ++i) {
-    PrintOut(std::string(TARGET_KEY_NAMES[i]) + " : " + MaskMeaning(data->keyMasks[i]));
-  }
-}
-
-void MatrixDispatch(orvikData_t* data, unsigned char platformKey, unsigned char keyEvent) {
-  if (data->target.pages.empty()) {
-    PrintErr("ERROR!  There are no pages");
-    return;
-  }
-  const int pageId = CurrentPageId(data);
-  const Page_t* page = FindPage(data, pageId);
-  if (page == nullptr) {
-    PrintErr("ERROR! I have no idea what the current page is " + std::to_string(pageId));
-    return;
-  }
-  DispatchPage(data, page, platformKey, keyEvent);
-}
-
-void DispatchPage(orvikData_t* data, const Page_t* page, unsigned char platformKey, unsigned char keyEvent) {
-  const std::string name(ActionName(page->pageId));
-  if (page->keys.empty()) {
-    PrintErr("ERROR! " + name + " page has no keys assigned to it");
-    return;
-  }
-  const auto found = std::find_if(page->keys.begin(), page->keys.end(),
-                                  [platformKey](const Pkey_t& key) { return key.platformKey == platformKey; });
-  if (found == page->keys.end()) {
-    PrintOut("NOTE.  Platform key code " + std::to_string(platformKey) + " has no function on the " + name +
-             " page");
-    return;
-  }
-  DispatchKey(data, page, &*found, keyEvent);
+const Page_t* FindPage(const orvikData_t* data, int pageId) {
+  const auto& pages = data->target.pages;
+  const auto found =
+      std::find_if(pages.begin(), pages.end(), [pageId](const Page_t& page) { return page.pageId == pageId; });
+  return found == pages.end() ? nullptr : &*found;
 }

@@ -1,8 +1,9 @@
+#include "src/parse/cmd2.h"
+
 #include <array>
 
 #include "src/core/command_counters.h"
 #include "src/core/operating_values.h"
-#include "src/parse/commands.h"
 
 namespace {
 

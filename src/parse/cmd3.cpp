@@ -1,7 +1,8 @@
+#include "src/parse/cmd3.h"
+
 #include "src/core/command_counters.h"
 #include "src/core/console.h"
-#include "src/core/mutex_guard.h"
-#include "src/parse/commands.h"
+#include "src/core/sharing.h"
 #include "src/text/expand.h"
 #include "src/text/utf8_text.h"
 

@@ -1,9 +1,15 @@
+#include "src/parse/cmd5.h"
+
 #include "src/core/command_counters.h"
 #include "src/core/console.h"
-#include "src/core/mutex_guard.h"
-#include "src/parse/commands.h"
+#include "src/core/sharing.h"
+#include "src/parse/cmd2.h"
+#include "src/parse/cmd3.h"
+#include "src/parse/cmd7.h"
 #include "src/text/expand.h"
 #include "src/text/fields.h"
+#include "src/text/grid.h"
+#include "src/text/system_text.h"
 #include "src/text/utf8_text.h"
 
 namespace {

@@ -1,3 +1,5 @@
+#include "src/parse/cmd7.h"
+
 // The extended command and its sub-commands.
 #include <algorithm>
 #include <array>
@@ -7,8 +9,8 @@
 #include "src/core/operating_values.h"
 #include "src/devio/digital_io.h"
 #include "src/pages/display_transition.h"
+#include "src/pages/key_report.h"
 #include "src/pages/page_tables.h"
-#include "src/parse/commands.h"
 
 namespace {
 

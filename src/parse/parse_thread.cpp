@@ -2,20 +2,37 @@
 
 #include <array>
 #include <chrono>
-#include <thread>
-
-#include "platform/threads.h"
 
 #include "src/core/command_counters.h"
 #include "src/core/console.h"
 #include "src/core/operating_values.h"
+#include "src/core/queues.h"
+#include "src/core/worker.h"
 #include "src/devio/digital_io.h"
-#include "src/parse/commands.h"
+#include "src/parse/cmd2.h"
+#include "src/parse/cmd3.h"
+#include "src/parse/cmd5.h"
+#include "src/parse/cmd7.h"
+#include "src/parse/message_view.h"
 #include "src/services/dbshm.h"
 
 namespace {
 
-constexpr std::chrono::milliseconds PACE(10);
+constexpr worker_t PARSER = {.slot = THREAD_PARSE,
+                             .name = "Parse",
+                             .priority = 0,
+                             .readyLine = "Orvik: Parser initialization complete",
+                             .exitLine = "Orvik: Parser thread EXIT",
+                             .pace = std::chrono::milliseconds{10},
+                             .pauseFirst = true,
+                             .heartbeatEvent = "orvik.ParseHeartbeatEvent",
+                             .heartbeat = &orvikData_t::parseHeartbeatEvent};
+
+class ParseTask : public FunctionTask<ParseQueuedMessages> {
+ public:
+  explicit ParseTask(orvikData_t* data) : FunctionTask(data) { DBSHM::Open(); }
+};
+
 // The commands that carry values and text count themselves.
 constexpr unsigned char COUNTS_ITSELF = 0xFF;
 
@@ -96,22 +113,9 @@ void ParseQueuedMessages(orvikData_t* data) {
 }
 
 int Init_Parse(orvikData_t* data) {
-  data->parseHeartbeatEvent = FindEventId(data, "orvik.ParseHeartbeatEvent");
-  return platform::StartDetachedThread({"Parse"}, ParseThreadFn, data);
+  return StartWorker(PARSER, ParseThreadFn, data);
 }
 
 void* ParseThreadFn(void* record) {
-  auto* data = static_cast<orvikData_t*>(record);
-  DBSHM::Open();
-  data->parseReady = 1;
-  PrintOut("Orvik: Parser initialization complete");
-  WaitForStart(data, data->parseExit);
-  while (data->parseExit == 0) {
-    PostEventId(data, data->parseHeartbeatEvent);
-    std::this_thread::sleep_for(PACE);
-    ParseQueuedMessages(data);
-  }
-  PrintOut("Orvik: Parser thread EXIT");
-  data->parseReady = 0;
-  return nullptr;
+  return RunWorker<ParseTask>(PARSER, record);
 }

@@ -9,3 +9,6 @@ int Init_Parse(orvikData_t* data);
 void* ParseThreadFn(void* record);
 // Handles all messages that wait, oldest first. Any of them counts as a sign of life of the host.
 void ParseQueuedMessages(orvikData_t* data);
+// Handles one message by its command number, byte 0, and counts it in any case. What is malformed is reported
+// on the console and dropped; the host gets no answer.
+void ParseMessage(orvikData_t* data, const DecapData_t& message);

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "src/core/console.h"
+#include "src/startup/shutdown.h"
 #include "src/startup/startup.h"
 
 namespace {

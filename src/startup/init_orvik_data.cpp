@@ -1,21 +1,26 @@
+#include "src/startup/init_orvik_data.h"
+
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <limits>
+#include <mutex>
 #include <sstream>
 #include <string>
 
 #include "src/core/console.h"
 #include "src/core/operating_values.h"
-#include "src/startup/startup.h"
 #include "src/devio/backlight.h"
 #include "src/devio/digital_io.h"
 #include "src/display/handles.h"
 #include "src/display/init_display.h"
 #include "src/hostlink/immediate_replies.h"
+#include "src/pages/key_report.h"
 #include "src/pages/page_tables.h"
 #include "src/services/dbshm.h"
+#include "src/startup/shutdown.h"
+#include "src/startup/startup.h"
 
 namespace {
 
@@ -26,6 +31,10 @@ constexpr double UNKNOWN_WEIGHT = 888888.8;
 constexpr double UNKNOWN_VALUE = 888.8;
 constexpr int UNKNOWN_PARTS = 88;
 constexpr double UNKNOWN_PERCENT = 0.85;
+
+// One initialisation at a time: the dispatcher serves requests, and InitLCD runs in its caller's thread. Guards
+// what only this function writes: the name maps' look-up, the versions, the clients that the record keeps.
+std::mutex initialisationMutex;
 
 struct version_t {
   std::string text;
@@ -142,6 +151,7 @@ void SetDrawingGeometry(orvikData_t* data) {
 }  // namespace
 
 void InitOrvikData(orvikData_t* data) {
+  const std::lock_guard lock(initialisationMutex);
   PrintOut("Orvik: Initializing ...");
   PrintOut("Orvik: KD620 ...");
   InitGaugeHandles(data);

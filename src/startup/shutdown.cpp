@@ -1,3 +1,5 @@
+#include "src/startup/shutdown.h"
+
 #include <algorithm>
 #include <chrono>
 #include <csignal>

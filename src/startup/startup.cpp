@@ -27,6 +27,7 @@
 #include "src/pages/keypad_scanner.h"
 #include "src/parse/parse_thread.h"
 #include "src/services/dbshm.h"
+#include "src/startup/init_orvik_data.h"
 
 namespace {
 
@@ -69,13 +70,13 @@ void InitMutexes(orvikData_t* data) {
   }
 }
 
-struct worker_t {
+struct worker_start_t {
   const char* name;
   int (*init)(orvikData_t*);
   milliseconds pause;
 };
 
-constexpr worker_t FIRST_WORKERS[] = {
+constexpr worker_start_t FIRST_WORKERS[] = {
     {"Action Channel", Init_ActionChannel, WORKER_PAUSE},
     {"Dispatch", Init_Dispatch, WORKER_PAUSE},
     {"Decap", Init_Decapsulate, WORKER_PAUSE},
@@ -84,14 +85,14 @@ constexpr worker_t FIRST_WORKERS[] = {
 };
 
 // These start once the record's mutexes are initialised.
-constexpr worker_t LATER_WORKERS[] = {
+constexpr worker_start_t LATER_WORKERS[] = {
     {"Watchdog", Init_Watchdog, milliseconds{0}},
     {"Digital I/O", Init_DIO, milliseconds{0}},
     {"Parse", Init_Parse, milliseconds{0}},
     {"Blinker", InitBlinkerThread, WORKER_PAUSE},
 };
 
-void StartWorker(const worker_t& worker, orvikData_t* data) {
+void StartAndReport(const worker_start_t& worker, orvikData_t* data) {
   const std::string line = std::string("Orvik: ") + worker.name + " Initilization ";
   if (worker.init(data) == 0) {
     PrintOut(line + "OK");
@@ -167,12 +168,13 @@ void ConnectNotifications(orvikData_t* data) {
 }
 
 void StartWorkers(orvikData_t* data) {
-  for (const worker_t& worker : FIRST_WORKERS) {
+  data->initialize = InitOrvikData;
+  for (const worker_start_t& worker : FIRST_WORKERS) {
     if (worker.init == Init_Timer) data->timerReady = 1;  // so that the barrier passes at once
-    StartWorker(worker, data);
+    StartAndReport(worker, data);
   }
   InitMutexes(data);
-  for (const worker_t& worker : LATER_WORKERS) StartWorker(worker, data);
+  for (const worker_start_t& worker : LATER_WORKERS) StartAndReport(worker, data);
   StartKeypad(data);
 }
 

@@ -7,7 +7,7 @@
 #include <utf8.h>
 
 #include "src/core/console.h"
-#include "src/core/mutex_guard.h"
+#include "src/core/sharing.h"
 #include "src/text/utf8_text.h"
 
 Field_t fieldLCD, fieldOutriggers, fieldJib, fieldCounterweight, fieldPick, fieldSwing, fieldAux, fieldWinch;
@@ -105,7 +105,6 @@ void InitAllFields() {
   for (unsigned fid = 0; fid < FIELD_COUNT; ++fid) FIELDS[fid].field->fid = fid;
   fieldLast.fid = FIELD_COUNT;
   ClearAllFields();
-  ForgetSystemText();
 }
 
 void ClearField(Field_t& field) {

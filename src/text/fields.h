@@ -41,7 +41,7 @@ extern const std::array<FieldEntry_t, FIELD_COUNT> FIELDS;
 
 // --- Fields.
 
-// Numbers the fields, clears them and forgets a system text. Once at each initialisation. Locked, unless no
+// Numbers the fields and clears them. Once at each initialisation. Locked, unless no
 // other thread runs yet.
 void InitAllFields();
 void ClearField(Field_t& field);  // frees the text, keeps the number. Locked.
@@ -57,42 +57,7 @@ std::string FieldToText(const Field_t& field);
 std::string StowedText(orvikData_t* data);
 std::string ErectedText(orvikData_t* data);
 
-// --- The grid: lcdRows lines of lcdColumns shown cells, in storage of GRID_LINES lines of LINE_CELLS.
-
-enum justification_t : int { JUSTIFY_LEFT = 0, JUSTIFY_CENTER = 1, JUSTIFY_RIGHT = 2 };
-
-// Writes the field's text over the line's cells. A text longer than the line is reported on standard error and
-// written whole from column 0: on through the line's hidden cells and into the next lines. What would stand
-// behind the last line (behind this line, when it is not one of the grid's) is dropped. Locked.
-void FieldToUTF8Line(orvikData_t* data, const Field_t& field, UTF8Line_t* line, int justification);
-// Rebuilds the whole grid from all fields; later fields win over earlier ones, the LCD field over all. Locked.
-void FieldsToUTF8Lines(orvikData_t* data);
-void InitializeUTF8Display(orvikData_t* data);                             // fills with spaceChar. Locked.
-void ClearUTF8Display(orvikData_t* data, unsigned int ch);                 // Locked.
-void ClearUTF8Line(orvikData_t* data, UTF8Line_t* line, unsigned int ch);  // Locked, for a line of the grid.
-bool SameUTF8Char(const UTF8Char_t* a, const UTF8Char_t* b);
-// Whether the shown cells are equal; true when no cell is shown. Locked, for a line of the grid.
-bool SameUTF8Line(const orvikData_t* data, const UTF8Line_t* a, const UTF8Line_t* b);
-
-// --- The system's own text on the grid.
-
-// Replaces all fields by this one text (UTF-8) and rebuilds the grid. Locks.
-void StringToUTF8Display(orvikData_t* data, const std::string& text, unsigned char fieldId);
-// Lays a text of the system over the grid, centred on line 2, its rest on line 3 when it is longer than a line.
-// The host's texts are put aside on the first call and come back with EndSystemText, unless the host has sent
-// new ones in between: these end the system text at once. Locks.
-void ShowSystemText(orvikData_t* data, const std::string& text);
-void EndSystemText(orvikData_t* data);
-// Any thread, without the lock.
-bool SystemTextShown();
-// The host's texts have just replaced all fields. Locked.
-void HostTextArrived(orvikData_t* data);
-// The fields start anew: nothing is shown over them and nothing kept. Locked.
-void ForgetSystemText();
-
 // --- Dumps on standard output. Locked.
 
 void DumpField(const std::string& name, const Field_t& field);
 void DumpAllFields();
-void DumpUTF8Line(const orvikData_t* data, const UTF8Line_t* line, int n);
-void DumpUTF8LineAll(const orvikData_t* data);

@@ -1,4 +1,6 @@
 // Laying the fields out on the character grid.
+#include "src/text/grid.h"
+
 #include <algorithm>
 #include <functional>
 

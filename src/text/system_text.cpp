@@ -1,9 +1,12 @@
 // The system's own text on the grid, and the keeping of the host's texts while it is shown.
+#include "src/text/system_text.h"
+
 #include <algorithm>
 
-#include "src/core/mutex_guard.h"
+#include "src/core/sharing.h"
 #include "src/text/expand.h"
 #include "src/text/fields.h"
+#include "src/text/grid.h"
 #include "src/text/utf8_text.h"
 
 namespace {

@@ -2,9 +2,9 @@
 // + n runs command n, and front keys 7 and 8 make the screen brighter and darker.
 #include <algorithm>
 
-#include "src/startup/application.h"
 #include "src/core/name_tables.h"
 #include "src/pages/page_tables.h"
+#include "src/startup/application.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <unistd.h>
 
 #include "platform/linux/claim_file.h"
-#include "platform/linux/runtime_socket.h"
 #include "platform/linux/memory/shared_object.h"
+#include "platform/linux/runtime_socket.h"
 #include "platform/paths.h"
 
 namespace platform {

@@ -10,6 +10,7 @@
 #include "src/display/handles.h"
 #include "src/display/number_format.h"
 #include "src/display/operating_page.h"
+#include "src/display/value_widgets.h"
 #include "tests/unit/support/test_record.h"
 
 namespace {

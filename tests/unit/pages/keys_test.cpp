@@ -5,8 +5,10 @@
 #include "platform/device_io.h"
 
 #include "src/core/name_tables.h"
+#include "src/core/queues.h"
 #include "src/devio/timer.h"
 #include "src/pages/action_channel.h"
+#include "src/pages/key_report.h"
 #include "src/pages/keypad_scanner.h"
 #include "src/pages/page_tables.h"
 #include "src/services/dbshm.h"

@@ -11,10 +11,11 @@
 #include <gtest/gtest.h>
 
 #include "src/core/name_tables.h"
-#include "src/startup/startup.h"
 #include "src/hostlink/watchdog.h"
 #include "src/pages/display_transition.h"
 #include "src/pages/page_tables.h"
+#include "src/startup/shutdown.h"
+#include "src/startup/startup.h"
 #include "unit/screen/design/design.h"
 #include "unit/screen/design/screen_names.h"
 

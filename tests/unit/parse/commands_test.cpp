@@ -1,11 +1,15 @@
 // The commands of the host: what they count, what they are refused for, and where their text goes.
-#include "src/parse/commands.h"
-
 #include <gtest/gtest.h>
 
 #include "src/core/command_counters.h"
 #include "src/core/operating_values.h"
+#include "src/parse/cmd2.h"
+#include "src/parse/cmd3.h"
+#include "src/parse/cmd5.h"
+#include "src/parse/cmd7.h"
+#include "src/parse/parse_thread.h"
 #include "src/text/fields.h"
+#include "src/text/system_text.h"
 #include "tests/unit/parse/grid_text.h"
 #include "tests/unit/support/console_capture.h"
 #include "tests/unit/support/test_record.h"

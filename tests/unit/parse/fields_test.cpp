@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 #include <utf8.h>
 
-#include "src/core/mutex_guard.h"
 #include "src/core/operating_values.h"
+#include "src/core/sharing.h"
+#include "src/text/grid.h"
+#include "src/text/system_text.h"
 #include "src/text/utf8_text.h"
 #include "tests/unit/parse/grid_text.h"
 #include "tests/unit/support/console_capture.h"
@@ -230,7 +232,8 @@ TEST_F(SystemText, EndsAtOnceWhenTheHostSendsNewTextOrTheFieldsStartAnew) {
   EXPECT_EQ(Text(0), "n");
 
   ShowSystemText(record, "third");
-  InitAllFields();  // the fields start anew: all is forgotten
+  InitAllFields();
+  ForgetSystemText();  // as at each initialisation
   EXPECT_FALSE(SystemTextShown());
   ShowSystemText(record, "start");
   EndSystemText(record);

@@ -1,7 +1,9 @@
-// A word that threads share without a lock: read and written whole.
+// How threads share the record: a word read and written whole without a lock, and a lock held for a scope.
 #pragma once
 
 #include <atomic>
+
+#include <pthread.h>
 
 // Reads and writes like the plain T that it holds. No thread ever sees half a value, and who has read a
 // word sees what its writer wrote before (release stores, acquire loads). Counting up is not atomic as a whole;
@@ -30,4 +32,17 @@ class PlainWord_t {
 
  private:
   std::atomic<T> value_{};
+};
+
+// Locks in the constructor, unlocks in the destructor. The mutex was initialised by main; a process-private
+// mutex that is locked by its own thread only once cannot fail, so no result is looked at.
+class MutexGuard {
+ public:
+  explicit MutexGuard(pthread_mutex_t& mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }
+  ~MutexGuard() { pthread_mutex_unlock(&mutex_); }
+  MutexGuard(const MutexGuard&) = delete;
+  MutexGuard& operator=(const MutexGuard&) = delete;
+
+ private:
+  pthread_mutex_t& mutex_;
 };

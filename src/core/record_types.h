@@ -1,6 +1,7 @@
-// Pages and their key bindings, as the record keeps them.
+// Pages with their key bindings, and host text, as the record keeps them.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -37,3 +38,21 @@ struct HostKey_t {
 };
 static_assert(sizeof(HostKey_t) == 16);
 constexpr int HOST_KEYS = 24;
+
+// One host text slot.
+struct Field_t {
+  unsigned fid = 0;            // 0 to 30; read as one byte
+  std::vector<unsigned> text;  // Unicode code points; empty when the field is clear
+};
+
+// A character cell: one Unicode code point.
+struct UTF8Char_t {
+  std::uint32_t codePoint = 0;
+};
+
+constexpr int LINE_CELLS = 40;  // cells of a line's storage; lcdColumns of them are shown
+constexpr int GRID_LINES = 4;
+
+struct UTF8Line_t {
+  std::array<UTF8Char_t, LINE_CELLS> cells{};
+};
