@@ -31,7 +31,7 @@ class Layer;
 using name_map_t = std::map<std::string, int>;
 
 // A thread's slot in threadRunning and threadStop.
-enum thread_slot_t : int {
+enum thread_slot_t : std::size_t {
   THREAD_ACTION_CHANNEL = 0,
   THREAD_KEYPAD = 1,  // not looked at by the start barrier
   THREAD_DISPATCH = 2,

@@ -109,9 +109,9 @@ void StartKeypad(orvikData_t* data) {
 
 // The barrier looks at every running flag but the keypad's and the blinker's ...
 bool AnyEarlyWorkerRuns(const orvikData_t* data) {
-  for (int slot = 0; slot < THREAD_COUNT; ++slot) {
+  for (std::size_t slot = 0; slot < THREAD_COUNT; ++slot) {
     if (slot == THREAD_KEYPAD || slot == THREAD_BLINKER) continue;
-    if (data->threadRunning[static_cast<std::size_t>(slot)] != 0) return true;
+    if (data->threadRunning[slot] != 0) return true;
   }
   return false;
 }
