@@ -18,18 +18,18 @@ namespace {
 
 constexpr unsigned HANDLE = 100;
 
-void BM_Write(benchmark::State& state) {
+void BmWrite(benchmark::State& state) {
   double value = 0;
   for (auto _ : state) DBSHM::Write(HANDLE, value += state.range(0) != 0 ? 1.0 : 0.0);
 }
-BENCHMARK(BM_Write)->ArgName("changing")->Arg(0)->Arg(1);
+BENCHMARK(BmWrite)->ArgName("changing")->Arg(0)->Arg(1);
 
-void BM_WriteTimed(benchmark::State& state) {
+void BmWriteTimed(benchmark::State& state) {
   for (auto _ : state) DBSHM::Write(HANDLE, 1.0, 1000, true);
 }
-BENCHMARK(BM_WriteTimed);
+BENCHMARK(BmWriteTimed);
 
-void BM_Read(benchmark::State& state) {
+void BmRead(benchmark::State& state) {
   DBSHM::Write(HANDLE, 1.0);
   double value = 0;
   for (auto _ : state) {
@@ -37,16 +37,16 @@ void BM_Read(benchmark::State& state) {
     benchmark::DoNotOptimize(value);
   }
 }
-BENCHMARK(BM_Read);
+BENCHMARK(BmRead);
 
 // Shared memory for one lock and one value.
 template <class Lock>
-struct Shared {
+struct shared_t {
   Lock lock;
   double value;
-  static Shared& Map() {
-    void* memory = mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    return *static_cast<Shared*>(memory);
+  static shared_t& Map() {
+    void* memory = mmap(nullptr, sizeof(shared_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    return *static_cast<shared_t*>(memory);
   }
   void CompareAndStore(double next) {
     // By bytes, as the database does.
@@ -55,8 +55,8 @@ struct Shared {
   }
 };
 
-void BM_BareLock(benchmark::State& state) {
-  auto& shared = Shared<platform::shared_lock_t>::Map();
+void BmBareLock(benchmark::State& state) {
+  auto& shared = shared_t<platform::shared_lock_t>::Map();
   platform::InitSharedLock(shared.lock);
   double value = 0;
   for (auto _ : state) {
@@ -65,10 +65,10 @@ void BM_BareLock(benchmark::State& state) {
     platform::UnlockShared(shared.lock);
   }
 }
-BENCHMARK(BM_BareLock);
+BENCHMARK(BmBareLock);
 
-void BM_RobustMutex(benchmark::State& state) {
-  auto& shared = Shared<pthread_mutex_t>::Map();
+void BmRobustMutex(benchmark::State& state) {
+  auto& shared = shared_t<pthread_mutex_t>::Map();
   pthread_mutexattr_t attributes;
   pthread_mutexattr_init(&attributes);
   pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
@@ -82,7 +82,7 @@ void BM_RobustMutex(benchmark::State& state) {
     pthread_mutex_unlock(&shared.lock);
   }
 }
-BENCHMARK(BM_RobustMutex);
+BENCHMARK(BmRobustMutex);
 
 }  // namespace
 

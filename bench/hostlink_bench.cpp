@@ -70,14 +70,14 @@ void RunMessage(benchmark::State& state, const std::string& message) {
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(deliveries.size()));
 }
 
-void BM_OperatingValueFrames(benchmark::State& state) {
+void BmOperatingValueFrames(benchmark::State& state) {
   RunMessage(state, VALUES);
 }
-void BM_TextFrames(benchmark::State& state) {
+void BmTextFrames(benchmark::State& state) {
   RunMessage(state, TEXTS);
 }
-BENCHMARK(BM_OperatingValueFrames);
-BENCHMARK(BM_TextFrames);
+BENCHMARK(BmOperatingValueFrames);
+BENCHMARK(BmTextFrames);
 
 const std::string VALID = "ПОТЕРЯНА СВЯЗЬ / LOST COMMUNICATIONS / 与主机的通信已中断 / PERDUE ";
 std::string Broken() {
@@ -106,22 +106,22 @@ void RunLibraryRepair(benchmark::State& state, const std::string& text) {
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
-void BM_FixUTF8StringValid(benchmark::State& state) {
+void BmFixUtF8StringValid(benchmark::State& state) {
   RunRepair(state, VALID);
 }
-void BM_LibraryRepairValid(benchmark::State& state) {
+void BmLibraryRepairValid(benchmark::State& state) {
   RunLibraryRepair(state, VALID);
 }
-void BM_FixUTF8StringBroken(benchmark::State& state) {
+void BmFixUtF8StringBroken(benchmark::State& state) {
   RunRepair(state, Broken());
 }
-void BM_LibraryRepairBroken(benchmark::State& state) {
+void BmLibraryRepairBroken(benchmark::State& state) {
   RunLibraryRepair(state, Broken());
 }
-BENCHMARK(BM_FixUTF8StringValid);
-BENCHMARK(BM_LibraryRepairValid);
-BENCHMARK(BM_FixUTF8StringBroken);
-BENCHMARK(BM_LibraryRepairBroken);
+BENCHMARK(BmFixUtF8StringValid);
+BENCHMARK(BmLibraryRepairValid);
+BENCHMARK(BmFixUtF8StringBroken);
+BENCHMARK(BmLibraryRepairBroken);
 
 }  // namespace
 

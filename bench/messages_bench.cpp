@@ -26,8 +26,8 @@
 
 namespace {
 
-constexpr const char* kName = "Bench";
-constexpr std::size_t kLargest = 10240;
+constexpr const char* NAME = "Bench";
+constexpr std::size_t LARGEST = 10240;
 
 void Pin(bool pinned) {
   cpu_set_t cores;
@@ -75,16 +75,16 @@ bool IsPinned(const benchmark::State& state) {
 
 void RunMessages(benchmark::State& state) {
   const Responder responder(IsPinned(state), [](const auto& ready) {
-    name_attach_t* const attach = name_attach(nullptr, kName, 0);
+    name_attach_t* const attach = name_attach(nullptr, NAME, 0);
     if (attach == nullptr) return;
     ready();
-    std::array<char, kLargest> buffer{};
+    std::array<char, LARGEST> buffer{};
     _msg_info info{};
     for (int rcvid = 0; (rcvid = MsgReceive(attach->chid, buffer.data(), buffer.size(), &info)) >= 0;) {
       if (rcvid > 0) MsgReply(rcvid, 0, buffer.data(), static_cast<std::size_t>(info.msglen));
     }
   });
-  const int coid = name_open(kName, 0);
+  const int coid = name_open(NAME, 0);
   std::vector<char> bytes(Bytes(state));
   for (auto _ : state) {
     if (MsgSend(coid, bytes.data(), bytes.size(), bytes.data(), bytes.size()) != 0) std::abort();
@@ -98,7 +98,7 @@ void RunBareSocket(benchmark::State& state) {
   {
     const Responder responder(IsPinned(state), [&](const auto& ready) {
       ready();
-      std::array<char, kLargest> buffer{};
+      std::array<char, LARGEST> buffer{};
       for (ssize_t size = 0; (size = recv(ends[1], buffer.data(), buffer.size(), 0)) > 0;) {
         send(ends[1], buffer.data(), static_cast<std::size_t>(size), 0);
       }
@@ -121,7 +121,7 @@ void RunZeroMq(benchmark::State& state) {
     void* const socket = zmq_socket(context, ZMQ_REP);
     zmq_bind(socket, address.c_str());
     ready();
-    std::array<char, kLargest> buffer{};
+    std::array<char, LARGEST> buffer{};
     for (int size = 0; (size = zmq_recv(socket, buffer.data(), buffer.size(), 0)) >= 0;) {
       zmq_send(socket, buffer.data(), static_cast<std::size_t>(size), 0);
     }
@@ -142,7 +142,7 @@ void Register(const char* name, void (*run)(benchmark::State&)) {
   for (const int pinned : {1, 0}) {
     const std::string title = std::string(name) + (pinned != 0 ? "/pinned" : "/free");
     auto* const measured = benchmark::RegisterBenchmark(title.c_str(), run);
-    for (const int bytes : {8, 20, 1824, static_cast<int>(kLargest)}) measured->Args({bytes, pinned});
+    for (const int bytes : {8, 20, 1824, static_cast<int>(LARGEST)}) measured->Args({bytes, pinned});
     measured->ArgNames({"bytes", ""})->UseRealTime();
   }
 }

@@ -19,7 +19,7 @@ std::string LoadDocument() {
   return text.str();
 }
 
-void BM_PreferenceReader(benchmark::State& state) {
+void BmPreferenceReader(benchmark::State& state) {
   const std::string document = LoadDocument();
   std::size_t elements = 0;
   for (auto _ : state) {
@@ -35,9 +35,9 @@ void BM_PreferenceReader(benchmark::State& state) {
   }
   state.SetItemsProcessed(static_cast<std::int64_t>(elements));
 }
-BENCHMARK(BM_PreferenceReader);
+BENCHMARK(BmPreferenceReader);
 
-void BM_Pugixml(benchmark::State& state) {
+void BmPugixml(benchmark::State& state) {
   const std::string document = LoadDocument();
   std::size_t elements = 0;
   for (auto _ : state) {
@@ -52,7 +52,7 @@ void BM_Pugixml(benchmark::State& state) {
   }
   state.SetItemsProcessed(static_cast<std::int64_t>(elements));
 }
-BENCHMARK(BM_Pugixml);
+BENCHMARK(BmPugixml);
 
 }  // namespace
 

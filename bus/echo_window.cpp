@@ -3,31 +3,31 @@
 namespace bus {
 namespace {
 
-constexpr std::size_t kEchoEvery = 128;
-constexpr unsigned kMostEchoes = 4;
+constexpr std::size_t ECHO_EVERY = 128;
+constexpr unsigned MOST_ECHOES = 4;
 // A server that is held up by a slow station takes that station off after two seconds.
-constexpr std::chrono::milliseconds kPatience{5000};
+constexpr std::chrono::milliseconds PATIENCE{5000};
 
 }  // namespace
 
 bool EchoWindow::WaitForRoom(const Deadline& deadline) {
   if (!wanted_) return true;
   const int left_ms = deadline.Left_ms();
-  const auto wait = left_ms < 0 ? kPatience : std::chrono::milliseconds(left_ms);
+  const auto wait = left_ms < 0 ? PATIENCE : std::chrono::milliseconds(left_ms);
   std::unique_lock lock(mutex_);
-  if (changed_.wait_for(lock, wait, [this] { return released_ || asked_ - answered_ < kMostEchoes; })) {
+  if (changed_.wait_for(lock, wait, [this] { return released_ || asked_ - answered_ < MOST_ECHOES; })) {
     waitingSince_.reset();
     return true;
   }
   const auto now = std::chrono::steady_clock::now();
   if (!waitingSince_) waitingSince_ = now - wait;
-  wanted_ = now - *waitingSince_ < kPatience;
+  wanted_ = now - *waitingSince_ < PATIENCE;
   return !wanted_;
 }
 
 bool EchoWindow::IsDue(std::size_t frames) {
   frames_ += frames;
-  if (!wanted_ || frames_ < kEchoEvery) return false;
+  if (!wanted_ || frames_ < ECHO_EVERY) return false;
   frames_ = 0;
   ++asked_;
   return true;

@@ -10,11 +10,11 @@
 namespace bus {
 namespace {
 
-constexpr const char* kDefaultAddress = "127.0.0.1:29536";
+constexpr const char* DEFAULT_ADDRESS = "127.0.0.1:29536";
 
 std::string LocalAddress() {
   const std::string address = ReadAddressFile(BUS_ADDRESS_FILE);
-  return address.empty() ? kDefaultAddress : address;
+  return address.empty() ? DEFAULT_ADDRESS : address;
 }
 
 // The part after "KIND:"; false when the description is of another kind.
@@ -26,13 +26,13 @@ bool TakeKind(const std::string& description, const std::string& kind, std::stri
 
 }  // namespace
 
-Endpoint::Result Endpoint::SendAll(std::span<const frame_t> frames, int timeout_ms) {
+Endpoint::result_t Endpoint::SendAll(std::span<const frame_t> frames, int timeout_ms) {
   const Deadline deadline(timeout_ms);
   for (const frame_t& frame : frames) {
-    const Result result = Send(frame, deadline.Left_ms());
-    if (result != Result::kOk) return result;
+    const result_t result = Send(frame, deadline.Left_ms());
+    if (result != result_t::OK) return result;
   }
-  return Result::kOk;
+  return result_t::OK;
 }
 
 std::unique_ptr<Endpoint> OpenEndpoint(const std::string& description) {

@@ -12,27 +12,27 @@
 namespace bus {
 
 // One station. One thread sends and one thread receives, at the same time if need be. Once a call has given
-// kDown every later one does; the owner then opens another station.
+// DOWN every later one does; the owner then opens another station.
 class Endpoint {
  public:
-  enum class Result { kOk, kTimeout, kDown };
+  enum class result_t { OK, TIMEOUT, DOWN };
 
   virtual ~Endpoint() = default;
-  // Puts a frame on the bus, waiting at most `timeout_ms` for room. kDown: the bus is gone, down or off for
+  // Puts a frame on the bus, waiting at most `timeout_ms` for room. DOWN: the bus is gone, down or off for
   // now.
-  virtual Result Send(const frame_t& frame, int timeout_ms) = 0;
+  virtual result_t Send(const frame_t& frame, int timeout_ms) = 0;
   // The same for the frames of one message, in order and in as few system calls as the bus allows. After
-  // kTimeout some of them may be on the bus.
-  virtual Result SendAll(std::span<const frame_t> frames, int timeout_ms);
+  // TIMEOUT some of them may be on the bus.
+  virtual result_t SendAll(std::span<const frame_t> frames, int timeout_ms);
   // Waits at most `timeout_ms` (-1: for ever) for the next data frame, its own excepted. Stamps it with the
   // time at which the bus saw it, as far as that is known.
-  virtual Result Receive(frame_t& frame, int timeout_ms) = 0;
-  // Makes a blocked Receive return kTimeout. Any thread.
+  virtual result_t Receive(frame_t& frame, int timeout_ms) = 0;
+  // Makes a blocked Receive return TIMEOUT. Any thread.
   virtual void Interrupt() = 0;
   // Frames that came from the bus and were lost on the way to Receive, because it was not called often enough
   // or could not read them. Any thread.
   virtual std::uint64_t Lost() const { return 0; }
-  // What the last kDown was, for a person: "vcan0: interface is down".
+  // What the last DOWN was, for a person: "vcan0: interface is down".
   virtual std::string Problem() const = 0;
 };
 

@@ -25,23 +25,23 @@
 namespace bus {
 namespace {
 
-constexpr int kReceiveQueueBytes = 4 << 20;
-constexpr std::chrono::milliseconds kQueueRetry{1};  // a full transmit queue drains at some 100 us a frame
+constexpr int RECEIVE_QUEUE_BYTES = 4 << 20;
+constexpr std::chrono::milliseconds QUEUE_RETRY{1};  // a full transmit queue drains at some 100 us a frame
 
 class KernelEndpoint : public Endpoint {
  public:
   KernelEndpoint(Descriptor socket, std::string interface)
       : socket_(std::move(socket)), interface_(std::move(interface)) {}
-  Result Send(const frame_t& frame, int timeout_ms) override;
-  Result Receive(frame_t& frame, int timeout_ms) override;
+  result_t Send(const frame_t& frame, int timeout_ms) override;
+  result_t Receive(frame_t& frame, int timeout_ms) override;
   void Interrupt() override { waker_.Wake(); }
   std::uint64_t Lost() const override { return lost_; }
   std::string Problem() const override { return problem_.Get(); }
 
  private:
   bool ReadFrame(can_frame& raw, std::uint64_t& time_us);
-  Result Down(const std::string& what);
-  Result DownBy(int error);
+  result_t Down(const std::string& what);
+  result_t DownBy(int error);
 
   Descriptor socket_;
   const std::string interface_;
@@ -104,28 +104,28 @@ aside_t ReadAside(msghdr& header) {
   return aside;
 }
 
-Endpoint::Result KernelEndpoint::Down(const std::string& what) {
+Endpoint::result_t KernelEndpoint::Down(const std::string& what) {
   problem_.Set(interface_ + ": " + what);
-  return Result::kDown;
+  return result_t::DOWN;
 }
 
-Endpoint::Result KernelEndpoint::DownBy(int error) {
+Endpoint::result_t KernelEndpoint::DownBy(int error) {
   if (error == ENETDOWN) return Down("interface is down");
   if (error == ENODEV || error == ENXIO) return Down("interface is gone");
   return Down(ErrorText(error));
 }
 
-Endpoint::Result KernelEndpoint::Send(const frame_t& frame, int timeout_ms) {
-  if (problem_.Any()) return Result::kDown;
+Endpoint::result_t KernelEndpoint::Send(const frame_t& frame, int timeout_ms) {
+  if (problem_.Any()) return result_t::DOWN;
   const Deadline deadline(timeout_ms);
   const can_frame raw = ToKernel(frame);
   for (;;) {
-    if (::send(socket_.Get(), &raw, sizeof raw, MSG_DONTWAIT | MSG_NOSIGNAL) == sizeof raw) return Result::kOk;
+    if (::send(socket_.Get(), &raw, sizeof raw, MSG_DONTWAIT | MSG_NOSIGNAL) == sizeof raw) return result_t::OK;
     const int error = errno;
     if (error != ENOBUFS && error != EAGAIN && error != EINTR) return DownBy(error);
-    if (deadline.Left_ms() == 0) return Result::kTimeout;
+    if (deadline.Left_ms() == 0) return result_t::TIMEOUT;
     // With a full interface queue poll still calls the socket writable, so this waits by the clock.
-    std::this_thread::sleep_for(kQueueRetry);
+    std::this_thread::sleep_for(QUEUE_RETRY);
   }
 }
 
@@ -150,8 +150,8 @@ bool KernelEndpoint::ReadFrame(can_frame& raw, std::uint64_t& time_us) {
   return true;
 }
 
-Endpoint::Result KernelEndpoint::Receive(frame_t& frame, int timeout_ms) {
-  if (problem_.Any()) return Result::kDown;
+Endpoint::result_t KernelEndpoint::Receive(frame_t& frame, int timeout_ms) {
+  if (problem_.Any()) return result_t::DOWN;
   const Deadline deadline(timeout_ms);
   for (;;) {
     can_frame raw{};
@@ -160,12 +160,12 @@ Endpoint::Result KernelEndpoint::Receive(frame_t& frame, int timeout_ms) {
       if (IsBusOff(raw)) return Down("bus is off");
       if (!IsData(raw)) continue;
       frame = FromKernel(raw, time_us);
-      return Result::kOk;
+      return result_t::OK;
     }
     if (errno != EAGAIN && errno != EINTR && errno != EBADMSG) return DownBy(errno);
     // Only now: on a full bus one call a frame is enough.
-    if (errno == EAGAIN && WaitReadable(socket_.Get(), waker_, deadline) != Wait::kReady)
-      return Result::kTimeout;
+    if (errno == EAGAIN && WaitReadable(socket_.Get(), waker_, deadline) != wait_t::READY)
+      return result_t::TIMEOUT;
   }
 }
 
@@ -192,8 +192,8 @@ void Configure(int fd, const std::string& interface) {
     Refuse(interface, ErrorText(errno));
   }
   // Some seconds of a full bus; without the right to that, as much as the system allows.
-  if (::setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &kReceiveQueueBytes, sizeof kReceiveQueueBytes) < 0)
-    ::setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &kReceiveQueueBytes, sizeof kReceiveQueueBytes);
+  if (::setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &RECEIVE_QUEUE_BYTES, sizeof RECEIVE_QUEUE_BYTES) < 0)
+    ::setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &RECEIVE_QUEUE_BYTES, sizeof RECEIVE_QUEUE_BYTES);
 }
 
 void Bind(int fd, const std::string& interface) {

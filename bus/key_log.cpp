@@ -5,7 +5,7 @@
 namespace bus {
 namespace {
 
-constexpr int kKeys = 8;
+constexpr int KEYS = 8;
 
 }  // namespace
 
@@ -20,7 +20,7 @@ std::optional<key_change_t> ParseKeyLine(std::string_view line) {
   const bool isKey = fields.Next() == "key";
   const auto key = ParseNumber<int>(fields.Next(), 10);
   const std::string_view state = fields.Next();
-  if (!time || !isKey || !key || *key < 1 || *key > kKeys || (state != "down" && state != "up") ||
+  if (!time || !isKey || !key || *key < 1 || *key > KEYS || (state != "down" && state != "up") ||
       !fields.Next().empty()) {
     return std::nullopt;
   }

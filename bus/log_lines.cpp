@@ -11,14 +11,14 @@
 namespace bus {
 namespace {
 
-constexpr std::uint64_t kMicrosPerSecond = 1'000'000;
+constexpr std::uint64_t MICROS_PER_SECOND = 1'000'000;
 
 // Seconds with as many digits behind the point as a program may print; what is below a microsecond is cut off.
 bool SetStamp(std::string_view seconds, frame_t& frame) {
-  constexpr std::size_t kDigits = 6;
+  constexpr std::size_t DIGITS = 6;
   const std::size_t point = seconds.find('.');
   if (point == std::string_view::npos) return false;
-  const auto stamp = ParseStamp(seconds.substr(0, point + 1 + kDigits));
+  const auto stamp = ParseStamp(seconds.substr(0, point + 1 + DIGITS));
   frame.time_us = stamp.value_or(0);
   return stamp.has_value();
 }
@@ -33,7 +33,7 @@ bool SetLocalTime(std::string_view date, std::string_view time, frame_t& frame) 
   local.tm_isdst = -1;
   const std::time_t seconds = ::mktime(&local);
   if (seconds < 0) return false;
-  frame.time_us += static_cast<std::uint64_t>(seconds) * kMicrosPerSecond;
+  frame.time_us += static_cast<std::uint64_t>(seconds) * MICROS_PER_SECOND;
   return true;
 }
 
@@ -57,7 +57,7 @@ bool ReadBracketedStamp(FieldReader& fields, frame_t& frame) {
 
 // candump's lines for the eye. A classic frame's length has one digit ("[8]"), that of CAN FD two ("[08]").
 std::optional<frame_t> ParseCandumpLine(std::string_view line) {
-  constexpr std::size_t kLengthWidth = 3;
+  constexpr std::size_t LENGTH_WIDTH = 3;
   FieldReader fields(line);
   frame_t frame;
   if (!ReadBracketedStamp(fields, frame)) return std::nullopt;
@@ -69,7 +69,7 @@ std::optional<frame_t> ParseCandumpLine(std::string_view line) {
     identifier = fields.Next();
   }
   const std::string_view length = fields.Next();
-  if (!ParseIdentifier(identifier, 3, frame) || length.size() != kLengthWidth || !length.starts_with('[') ||
+  if (!ParseIdentifier(identifier, 3, frame) || length.size() != LENGTH_WIDTH || !length.starts_with('[') ||
       !length.ends_with(']')) {
     return std::nullopt;
   }
@@ -98,12 +98,12 @@ std::optional<frame_t> ParseAscLine(std::string_view line) {
 
 // RFC 4648, section 4; false for other letters and for more bytes than a frame has.
 bool ReadBase64(std::string_view text, frame_t& frame) {
-  constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  constexpr std::string_view ALPHABET = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   while (text.ends_with('=')) text.remove_suffix(1);
   std::uint32_t bits = 0;
   unsigned held = 0;
   for (const char letter : text) {
-    const std::size_t value = kAlphabet.find(letter);
+    const std::size_t value = ALPHABET.find(letter);
     if (value == std::string_view::npos) return false;
     bits = bits << 6U | static_cast<std::uint32_t>(value);
     held += 6;
@@ -117,7 +117,7 @@ bool ReadBase64(std::string_view text, frame_t& frame) {
 
 // timestamp,arbitration_id,extended,remote,error,dlc,data
 std::optional<frame_t> ParseCsvLine(std::string_view line) {
-  constexpr std::string_view kHexPrefix = "0x";
+  constexpr std::string_view HEX_PREFIX = "0x";
   std::array<std::string_view, 7> columns;
   while (line.ends_with('\r')) line.remove_suffix(1);
   for (std::string_view& column : columns) {
@@ -127,8 +127,8 @@ std::optional<frame_t> ParseCsvLine(std::string_view line) {
   }
   const auto& [stamp, identifier, extended, remote, error, length, data] = columns;
   frame_t frame;
-  if (remote != "0" || error != "0" || !identifier.starts_with(kHexPrefix) || !SetStamp(stamp, frame) ||
-      !SetIdentifier(identifier.substr(kHexPrefix.size()), extended == "1", frame) ||
+  if (remote != "0" || error != "0" || !identifier.starts_with(HEX_PREFIX) || !SetStamp(stamp, frame) ||
+      !SetIdentifier(identifier.substr(HEX_PREFIX.size()), extended == "1", frame) ||
       !ReadBase64(data, frame) || length != std::to_string(frame.length)) {
     return std::nullopt;
   }

@@ -19,11 +19,11 @@
 namespace bus {
 namespace {
 
-constexpr int kConnectTimeout_ms = 2000;  // to connect, and again for the greeting
-constexpr int kPartingTimeout_ms = 5000;  // of a server that says nothing; the unit's may pause for two seconds
-constexpr int kPartingLimit_ms = 60'000;  // of one that works off what it was sent
-constexpr std::size_t kReadBytes = 16384;
-constexpr std::string_view kEcho = "< echo >";
+constexpr int CONNECT_TIMEOUT_MS = 2000;  // to connect, and again for the greeting
+constexpr int PARTING_TIMEOUT_MS = 5000;  // of a server that says nothing; the unit's may pause for two seconds
+constexpr int PARTING_LIMIT_MS = 60'000;  // of one that works off what it was sent
+constexpr std::size_t READ_BYTES = 16384;
+constexpr std::string_view ECHO = "< echo >";
 
 class SocketcandEndpoint : public Endpoint {
  public:
@@ -31,19 +31,19 @@ class SocketcandEndpoint : public Endpoint {
       : socket_(std::move(socket)), address_(std::move(address)) {}
   ~SocketcandEndpoint() override;
   void Greet();
-  Result Send(const frame_t& frame, int timeout_ms) override { return SendAll({&frame, 1}, timeout_ms); }
-  Result SendAll(std::span<const frame_t> frames, int timeout_ms) override;
-  Result Receive(frame_t& frame, int timeout_ms) override;
+  result_t Send(const frame_t& frame, int timeout_ms) override { return SendAll({&frame, 1}, timeout_ms); }
+  result_t SendAll(std::span<const frame_t> frames, int timeout_ms) override;
+  result_t Receive(frame_t& frame, int timeout_ms) override;
   void Interrupt() override { waker_.Wake(); }
   std::uint64_t Lost() const override { return lost_; }
   std::string Problem() const override { return problem_.Get(); }
 
  private:
-  Result Flush(const Deadline& deadline);
-  Result ReadMore(const Deadline& deadline);
+  result_t Flush(const Deadline& deadline);
+  result_t ReadMore(const Deadline& deadline);
   void Expect(const std::string& answer, const Deadline& deadline);
   void Ask(const std::string& request, const Deadline& deadline);
-  Result Down(const std::string& what);
+  result_t Down(const std::string& what);
 
   Descriptor socket_;
   const std::string address_;
@@ -62,125 +62,125 @@ class SocketcandEndpoint : public Endpoint {
 // server that goes on sending is still at it: seconds of frames fit into the connection.
 SocketcandEndpoint::~SocketcandEndpoint() {
   if (!hasSent_ || problem_.Any()) return;
-  if (Flush(Deadline(kPartingTimeout_ms)) != Result::kOk) return;
+  if (Flush(Deadline(PARTING_TIMEOUT_MS)) != result_t::OK) return;
   ::shutdown(socket_.Get(), SHUT_WR);
-  const Deadline limit(kPartingLimit_ms);
+  const Deadline limit(PARTING_LIMIT_MS);
   std::string message;
-  while (ReadMore(Deadline(kPartingTimeout_ms)) == Result::kOk && limit.Left_ms() > 0) {
+  while (ReadMore(Deadline(PARTING_TIMEOUT_MS)) == result_t::OK && limit.Left_ms() > 0) {
     while (splitter_.Next(message)) {
     }
   }
 }
 
-Endpoint::Result SocketcandEndpoint::Down(const std::string& what) {
+Endpoint::result_t SocketcandEndpoint::Down(const std::string& what) {
   problem_.Set(address_ + ": " + what);
   window_.Release();
-  return Result::kDown;
+  return result_t::DOWN;
 }
 
-Endpoint::Result SocketcandEndpoint::Flush(const Deadline& deadline) {
+Endpoint::result_t SocketcandEndpoint::Flush(const Deadline& deadline) {
   while (!unsent_.empty()) {
     const ssize_t sent = ::send(socket_.Get(), unsent_.data(), unsent_.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
     if (sent > 0) {
       unsent_.erase(0, static_cast<std::size_t>(sent));
     } else if (errno == EAGAIN || errno == EINTR) {
-      if (!WaitWritable(socket_.Get(), deadline)) return Result::kTimeout;
+      if (!WaitWritable(socket_.Get(), deadline)) return result_t::TIMEOUT;
     } else {
       return Down("lost the server: " + ErrorText(errno));
     }
   }
-  return Result::kOk;
+  return result_t::OK;
 }
 
 // A message that the server has begun to take cannot be taken back: it counts as sent, and its rest goes first
 // the next time. So `unsent_` never holds more than one call's frames.
-Endpoint::Result SocketcandEndpoint::SendAll(std::span<const frame_t> frames, int timeout_ms) {
-  if (problem_.Any()) return Result::kDown;
+Endpoint::result_t SocketcandEndpoint::SendAll(std::span<const frame_t> frames, int timeout_ms) {
+  if (problem_.Any()) return result_t::DOWN;
   const Deadline deadline(timeout_ms);
-  Result result = Flush(deadline);
-  if (result != Result::kOk) return result;
-  if (!window_.WaitForRoom(deadline)) return Result::kTimeout;
+  result_t result = Flush(deadline);
+  if (result != result_t::OK) return result;
+  if (!window_.WaitForRoom(deadline)) return result_t::TIMEOUT;
   hasSent_ = true;
   for (const frame_t& frame : frames) unsent_ += FormatSocketcandSend(frame);
   const bool echo = window_.IsDue(frames.size());
-  if (echo) unsent_ += kEcho;
+  if (echo) unsent_ += ECHO;
   const std::size_t whole = unsent_.size();
   result = Flush(deadline);
-  if (result != Result::kTimeout) return result;
-  if (unsent_.size() < whole) return Result::kOk;
+  if (result != result_t::TIMEOUT) return result;
+  if (unsent_.size() < whole) return result_t::OK;
   unsent_.clear();
   if (echo) window_.TakeBack();
-  return Result::kTimeout;
+  return result_t::TIMEOUT;
 }
 
 // Waits for bytes and gives them to the splitter.
-Endpoint::Result SocketcandEndpoint::ReadMore(const Deadline& deadline) {
-  if (WaitReadable(socket_.Get(), waker_, deadline) != Wait::kReady) return Result::kTimeout;
-  std::array<char, kReadBytes> bytes{};
+Endpoint::result_t SocketcandEndpoint::ReadMore(const Deadline& deadline) {
+  if (WaitReadable(socket_.Get(), waker_, deadline) != wait_t::READY) return result_t::TIMEOUT;
+  std::array<char, READ_BYTES> bytes{};
   const ssize_t got = ::recv(socket_.Get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
   if (got == 0) return Down("the server closed the connection");
   if (got < 0 && errno != EAGAIN && errno != EINTR) return Down("lost the server: " + ErrorText(errno));
   if (got > 0) splitter_.Feed({bytes.data(), static_cast<std::size_t>(got)});
-  return Result::kOk;
+  return result_t::OK;
 }
 
 // What had arrived before the connection was lost is handed out first.
-Endpoint::Result SocketcandEndpoint::Receive(frame_t& frame, int timeout_ms) {
+Endpoint::result_t SocketcandEndpoint::Receive(frame_t& frame, int timeout_ms) {
   const Deadline deadline(timeout_ms);
   for (;;) {
     while (splitter_.Next(message_)) {
       const auto parsed = ParseSocketcandFrame(message_);
-      if (!parsed && message_ == kEcho) window_.Answered();
+      if (!parsed && message_ == ECHO) window_.Answered();
       if (!parsed) continue;
       frame = *parsed;
       if (frame.time_us == 0) frame.time_us = RealTime_us();
-      return Result::kOk;
+      return result_t::OK;
     }
     lost_ = splitter_.Dropped();
-    if (problem_.Any()) return Result::kDown;
-    const Result result = ReadMore(deadline);
-    if (result != Result::kOk) return result;
+    if (problem_.Any()) return result_t::DOWN;
+    const result_t result = ReadMore(deadline);
+    if (result != result_t::OK) return result;
   }
 }
 
 void SocketcandEndpoint::Expect(const std::string& answer, const Deadline& deadline) {
-  Result result = Result::kOk;
-  for (; result == Result::kOk; result = ReadMore(deadline)) {
+  result_t result = result_t::OK;
+  for (; result == result_t::OK; result = ReadMore(deadline)) {
     while (splitter_.Next(message_)) {
       if (message_ == answer) return;
       if (message_.starts_with("< error"))
         throw std::runtime_error(address_ + " refused the bus can0: " + message_);
     }
   }
-  const std::string what = result == Result::kDown ? problem_.Get() : address_ + " does not answer";
+  const std::string what = result == result_t::DOWN ? problem_.Get() : address_ + " does not answer";
   throw std::runtime_error(what + "; it was asked for \"" + answer + "\". Is it a socketcand server?");
 }
 
 void SocketcandEndpoint::Ask(const std::string& request, const Deadline& deadline) {
   unsent_ = request;
-  if (Flush(deadline) != Result::kOk) throw std::runtime_error(address_ + " does not take requests");
+  if (Flush(deadline) != result_t::OK) throw std::runtime_error(address_ + " does not take requests");
   Expect("< ok >", deadline);
 }
 
 void SocketcandEndpoint::Greet() {
-  const Deadline deadline(kConnectTimeout_ms);
+  const Deadline deadline(CONNECT_TIMEOUT_MS);
   Expect("< hi >", deadline);
   Ask("< open can0 >", deadline);
   Ask("< rawmode >", deadline);
 }
 
-struct AddressList {
+struct address_list_t {
   addrinfo* first = nullptr;
-  AddressList() = default;
-  AddressList(const AddressList&) = delete;
-  AddressList& operator=(const AddressList&) = delete;
-  ~AddressList() {
+  address_list_t() = default;
+  address_list_t(const address_list_t&) = delete;
+  address_list_t& operator=(const address_list_t&) = delete;
+  ~address_list_t() {
     if (first != nullptr) ::freeaddrinfo(first);
   }
 };
 
 // "127.0.0.1:29536", "desk:29536", "[::1]:29536".
-void Resolve(const std::string& address, AddressList& list) {
+void Resolve(const std::string& address, address_list_t& list) {
   const std::size_t colon = address.rfind(':');
   if (colon == std::string::npos || colon == 0 || colon + 1 == address.size()) {
     throw std::runtime_error("\"" + address + "\" is no address of a socketcand server; write HOST:PORT");
@@ -204,9 +204,9 @@ int Connect(int fd, const addrinfo& to, const Deadline& deadline) {
 }
 
 Descriptor ConnectTo(const std::string& address, const std::string& remedy) {
-  AddressList list;
+  address_list_t list;
   Resolve(address, list);
-  const Deadline deadline(kConnectTimeout_ms);
+  const Deadline deadline(CONNECT_TIMEOUT_MS);
   int error = ECONNREFUSED;
   for (const addrinfo* to = list.first; to != nullptr; to = to->ai_next) {
     Descriptor socket(::socket(to->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, to->ai_protocol));

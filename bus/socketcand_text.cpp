@@ -5,7 +5,7 @@
 namespace bus {
 namespace {
 
-constexpr std::size_t kMostMessageBytes = 256;
+constexpr std::size_t MOST_MESSAGE_BYTES = 256;
 
 // The words of "< verb ... >" after the verb; empty when the brackets or the verb are not there.
 std::optional<FieldReader> OpenMessage(std::string_view message, std::string_view verb) {
@@ -71,14 +71,14 @@ bool SocketcandSplitter::Next(std::string& message) {
     const std::size_t open = buffer_.find('<', start_);
     const std::size_t close = open == std::string::npos ? open : buffer_.find_first_of("<>", open + 1);
     if (close == std::string::npos) {
-      const bool tooLong = open != std::string::npos && buffer_.size() - open > kMostMessageBytes;
+      const bool tooLong = open != std::string::npos && buffer_.size() - open > MOST_MESSAGE_BYTES;
       if (tooLong) ++dropped_;
       // What is left of a message that was dropped stands outside brackets and is passed over.
       buffer_.erase(0, tooLong ? buffer_.size() : std::min(open, buffer_.size()));
       start_ = 0;
       return false;
     }
-    const bool whole = buffer_[close] == '>' && close - open < kMostMessageBytes;
+    const bool whole = buffer_[close] == '>' && close - open < MOST_MESSAGE_BYTES;
     start_ = buffer_[close] == '>' ? close + 1 : close;  // a second '<' starts afresh
     if (whole) {
       message.assign(buffer_, open, close - open + 1);

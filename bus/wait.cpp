@@ -35,17 +35,17 @@ void Waker::Clear() {
   [[maybe_unused]] const auto got = ::read(event_.Get(), &count, sizeof count);
 }
 
-Wait WaitReadable(int fd, Waker& waker, const Deadline& deadline) {
+wait_t WaitReadable(int fd, Waker& waker, const Deadline& deadline) {
   for (;;) {
     std::array<pollfd, 2> waits{{{fd, POLLIN, 0}, {waker.Get(), POLLIN, 0}}};
     const int left_ms = deadline.Left_ms();
     const int ready = ::poll(waits.data(), waits.size(), left_ms);
     if (ready > 0 && waits[1].revents != 0) {
       waker.Clear();
-      return Wait::kWoken;
+      return wait_t::WOKEN;
     }
-    if (ready > 0) return Wait::kReady;
-    if (ready == 0 && left_ms >= 0 && deadline.Left_ms() == 0) return Wait::kTimeout;
+    if (ready > 0) return wait_t::READY;
+    if (ready == 0 && left_ms >= 0 && deadline.Left_ms() == 0) return wait_t::TIMEOUT;
   }
 }
 

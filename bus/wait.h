@@ -32,9 +32,9 @@ class Waker {
   Descriptor event_;
 };
 
-enum class Wait { kReady, kTimeout, kWoken };
+enum class wait_t { READY, TIMEOUT, WOKEN };
 // Until the socket can be read or has failed, the deadline, or the waker (which this clears).
-Wait WaitReadable(int fd, Waker& waker, const Deadline& deadline);
+wait_t WaitReadable(int fd, Waker& waker, const Deadline& deadline);
 // Until the socket takes bytes or has failed, or the deadline; false at the deadline.
 bool WaitWritable(int fd, const Deadline& deadline);
 

@@ -62,7 +62,7 @@ void DeliverMessage(orvikData_t* data, bytes_t bytes) {
 
 // What must hold whatever the host sent.
 void CheckRecord(orvikData_t* data) {
-  for (const FieldEntry_t& entry : FIELDS) Require(entry.field->text.size() <= MAX_FIELD_TEXT);
+  for (const field_entry_t& entry : FIELDS) Require(entry.field->text.size() <= MAX_FIELD_TEXT);
   Require(data->flashLine.size() <= MAX_FIELD_TEXT);
   Require(data->language < 6 && data->units < 2);
   Require(data->lcdSize == data->lcdRows * data->lcdColumns && data->lcdColumns <= LINE_CELLS);

@@ -11,11 +11,11 @@ namespace {
 
 using host::command_t;
 using host::field_t;
-using host::FieldType;
+using host::field_type_t;
 
-constexpr std::uint32_t kExtendedFlag = 0x80000000;  // a DBC marks 29-bit identifiers so
-constexpr unsigned kBitsPerByte = 8;
-constexpr std::size_t kMessageBegin = FRAME_SIZE - FIRST_FRAME_ROOM;  // message byte 0 in the first frame
+constexpr std::uint32_t EXTENDED_FLAG = 0x80000000;  // a DBC marks 29-bit identifiers so
+constexpr unsigned BITS_PER_BYTE = 8;
+constexpr std::size_t MESSAGE_BEGIN = FRAME_SIZE - FIRST_FRAME_ROOM;  // message byte 0 in the first frame
 
 // One signal, and all that other sections say of it.
 struct signal_t {
@@ -38,21 +38,21 @@ std::string Identifier(std::string_view name) {
 }
 
 std::string BytePlace(std::size_t frameByte) {
-  return std::to_string(frameByte * kBitsPerByte) + "|8@1+";
+  return std::to_string(frameByte * BITS_PER_BYTE) + "|8@1+";
 }
 
 // Big-endian: the place is that of the highest bit.
 std::string FloatPlace(std::size_t frameByte) {
-  return std::to_string(frameByte * kBitsPerByte + kBitsPerByte - 1) + "|32@0-";
+  return std::to_string(frameByte * BITS_PER_BYTE + BITS_PER_BYTE - 1) + "|32@0-";
 }
 
-const char* UnitText(host::Unit unit) {
+const char* UnitText(host::unit_t unit) {
   switch (unit) {
-    case host::Unit::kDegrees:
+    case host::unit_t::DEGREES:
       return "deg";
-    case host::Unit::kPercent:
+    case host::unit_t::PERCENT:
       return "%";
-    case host::Unit::kTenMilliseconds:
+    case host::unit_t::TEN_MILLISECONDS:
       return "x 10 ms";
     default:
       return "";
@@ -61,7 +61,7 @@ const char* UnitText(host::Unit unit) {
 
 // Whether the whole field stands in the first frame, as a value that a DBC knows.
 bool CanBeSaid(const field_t& field) {
-  const bool known = field.type == FieldType::kU8 || field.type == FieldType::kFloatBe;
+  const bool known = field.type == field_type_t::U8 || field.type == field_type_t::FLOAT_BE;
   return known && field.offset + field.size <= FIRST_FRAME_ROOM;
 }
 
@@ -72,12 +72,12 @@ std::string SignalName(const command_t& command, const field_t& field) {
 }
 
 void AddCommand(const command_t& command, std::vector<signal_t>& signals) {
-  const bool sub = command.sub != host::kNoSub;
+  const bool sub = command.sub != host::NO_SUB;
   const auto selected = static_cast<unsigned>(sub ? command.sub : command.number);
   for (const field_t& field : command.fields) {
     if (!CanBeSaid(field)) continue;
-    const std::size_t at = kMessageBegin + field.offset;
-    const bool isFloat = field.type == FieldType::kFloatBe;
+    const std::size_t at = MESSAGE_BEGIN + field.offset;
+    const bool isFloat = field.type == field_type_t::FLOAT_BE;
     signals.push_back({.name = SignalName(command, field),
                        .multiplex = "m" + std::to_string(selected),
                        .selector = sub ? "subcommand" : "command",
@@ -109,13 +109,13 @@ std::vector<signal_t> HostSignals() {
       {.name = "command",
        .multiplex = "m0M",
        .selector = "sequence",
-       .place = BytePlace(kMessageBegin),
+       .place = BytePlace(MESSAGE_BEGIN),
        .unit = {}},
       {.name = "subcommand",
        .multiplex = "m7M",
        .selector = "command",
-       .selected = host::kExtendedCommand,
-       .place = BytePlace(kMessageBegin + 1),
+       .selected = host::EXTENDED_COMMAND,
+       .place = BytePlace(MESSAGE_BEGIN + 1),
        .unit = {}}};
   for (const command_t& command : host::Commands()) AddCommand(command, signals);
   return signals;
@@ -131,7 +131,7 @@ std::vector<signal_t> DisplaySignals() {
     signals.push_back({.name = "key_state_" + Identifier(field.name),
                        .multiplex = "m0",
                        .selector = "sequence",
-                       .place = BytePlace(kMessageBegin + field.offset),
+                       .place = BytePlace(MESSAGE_BEGIN + field.offset),
                        .unit = {},
                        .names = field.names,
                        .comment = "where the frame answers key-state; a reply does not say what it answers"});
@@ -149,7 +149,7 @@ struct frame_signals_t {
 };
 
 std::string Number(const frame_signals_t& frame) {
-  return std::to_string(frame.identifier | kExtendedFlag);
+  return std::to_string(frame.identifier | EXTENDED_FLAG);
 }
 
 void PutFrame(const frame_signals_t& frame, std::ostream& out) {
@@ -184,10 +184,10 @@ void PutCommandNames(const frame_signals_t& frame, std::ostream& out) {
   for (const bool sub : {false, true}) {
     out << "VAL_ " << Number(frame) << (sub ? " subcommand" : " command");
     for (const command_t& command : host::Commands()) {
-      if ((command.sub != host::kNoSub) == sub)
+      if ((command.sub != host::NO_SUB) == sub)
         out << ' ' << (sub ? command.sub : int{command.number}) << " \"" << command.name << '"';
     }
-    if (!sub) out << ' ' << int{host::kExtendedCommand} << " \"extended\"";
+    if (!sub) out << ' ' << int{host::EXTENDED_COMMAND} << " \"extended\"";
     out << " ;\n";
   }
 }

@@ -9,31 +9,31 @@ namespace {
 
 using host::command_t;
 using host::field_t;
-using host::FieldType;
-using host::Unit;
+using host::field_type_t;
+using host::unit_t;
 
-const char* TypeName(FieldType type) {
+const char* TypeName(field_type_t type) {
   switch (type) {
-    case FieldType::kI16Be:
+    case field_type_t::I16_BE:
       return "i16";
-    case FieldType::kFloatBe:
+    case field_type_t::FLOAT_BE:
       return "float";
-    case FieldType::kLamps:
+    case field_type_t::LAMPS:
       return "lamps";
-    case FieldType::kKeyMasks:
+    case field_type_t::KEY_MASKS:
       return "key_masks";
-    case FieldType::kText:
+    case field_type_t::TEXT:
       return "text";
     default:
       return "u8";
   }
 }
 
-const char* LayoutName(host::Layout layout) {
+const char* LayoutName(host::layout_t layout) {
   switch (layout) {
-    case host::Layout::kTexts:
+    case host::layout_t::TEXTS:
       return "texts";
-    case host::Layout::kFlash:
+    case host::layout_t::FLASH:
       return "flash";
     default:
       return "fields";
@@ -69,7 +69,7 @@ std::string Field(const field_t& field) {
   std::ostringstream text;
   text << "{ name = " << Quoted(field.name) << ", type = \"" << TypeName(field.type)
        << "\", offset = " << int{field.offset} << ", size = " << int{field.size};
-  if (field.unit != Unit::kNone) text << ", unit = \"" << host::UnitName(field.unit) << '"';
+  if (field.unit != unit_t::NONE) text << ", unit = \"" << host::UnitName(field.unit) << '"';
   if (field.scale != 1.0) text << ", scale = " << field.scale;
   if (!field.names.empty()) text << ",\n          names = " << Names(field.names);
   text << " }";
@@ -103,7 +103,7 @@ std::string LuaText() {
   text << "-- The host protocol as host/protocol.cpp has it. Made by make_dissector_tables; do not edit.\n"
        << "return {\n  host_id = 0x" << std::hex << std::uppercase << HOST_FRAME_ID << ",\n  display_id = 0x"
        << DISPLAY_FRAME_ID << std::dec << ",\n  most_frames = " << MAX_MESSAGE_FRAMES
-       << ",\n  extended_command = " << int{host::kExtendedCommand} << ",\n  commands = {\n";
+       << ",\n  extended_command = " << int{host::EXTENDED_COMMAND} << ",\n  commands = {\n";
   for (const command_t& command : host::Commands()) text << Command(command);
   text << "  },\n  text_fields = " << List(host::TextFieldNames()) << ",\n  lamps = " << List(host::LampNames())
        << ",\n  keys = " << Names(host::HostKeyNames()) << ",\n  key_masks = " << Names(host::KeyMaskNames())

@@ -17,27 +17,27 @@
 
 namespace {
 
-constexpr std::uint64_t kEpoch_us = 1'700'000'000'000'000;
-constexpr std::uint64_t kFrameTime_us = 560;  // of an extended frame at 250 kbit/s, stuff bits included
-constexpr int kTicksPerSecond = 100;
-constexpr int kValuesEvery = 10;   // ticks: 10 a second
-constexpr int kKeyStateEvery = 5;  // ticks: 20 a second
-constexpr double kEnd_s = 142;
-constexpr double kSilenceBegin_s = 112;
-constexpr double kSilenceEnd_s = 126;
-constexpr double kMetricBegin_s = 104;
-constexpr double kMetricEnd_s = 109;
+constexpr std::uint64_t EPOCH_US = 1'700'000'000'000'000;
+constexpr std::uint64_t FRAME_TIME_US = 560;  // of an extended frame at 250 kbit/s, stuff bits included
+constexpr int TICKS_PER_SECOND = 100;
+constexpr int VALUES_EVERY = 10;    // ticks: 10 a second
+constexpr int KEY_STATE_EVERY = 5;  // ticks: 20 a second
+constexpr double END_S = 142;
+constexpr double SILENCE_BEGIN_S = 112;
+constexpr double SILENCE_END_S = 126;
+constexpr double METRIC_BEGIN_S = 104;
+constexpr double METRIC_END_S = 109;
 
 class DemoLog {
  public:
   explicit DemoLog(const std::string& path) : file_(path) {}
   void At(double seconds) {
-    time_us_ = std::max(time_us_, kEpoch_us + static_cast<std::uint64_t>(std::llround(seconds * 1e6)));
+    time_us_ = std::max(time_us_, EPOCH_US + static_cast<std::uint64_t>(std::llround(seconds * 1e6)));
   }
   void Put(const host::Message& message) {
     for (bus::frame_t frame : host::Segment(message)) {
       frame.time_us = time_us_;
-      time_us_ += kFrameTime_us;
+      time_us_ += FRAME_TIME_US;
       file_ << bus::FormatLogLine(frame, "can0") << '\n';
     }
   }
@@ -48,7 +48,7 @@ class DemoLog {
 
  private:
   std::ofstream file_;
-  std::uint64_t time_us_ = kEpoch_us;
+  std::uint64_t time_us_ = EPOCH_US;
 };
 
 // A value over the time of the lift, straight lines between the points.
@@ -67,24 +67,24 @@ double Along(std::span<const point_t> points, double at) {
   return points.back().value;
 }
 
-constexpr double kBoomBase_ft = 35;    // length of the boom drawn in
-constexpr double kPivotOffset_ft = 3;  // from the boom's pivot to the centre of rotation
-constexpr double kHookBlock_lbs = 500;
+constexpr double BOOM_BASE_FT = 35;    // length of the boom drawn in
+constexpr double PIVOT_OFFSET_FT = 3;  // from the boom's pivot to the centre of rotation
+constexpr double HOOK_BLOCK_LBS = 500;
 
-constexpr point_t kAngle_deg[] = {{10, 5},  {22, 62}, {44, 62},  {54, 48},
-                                  {56, 48}, {62, 60}, {129, 60}, {139, 5}};
-constexpr point_t kExtension_ft[] = {{12, 0}, {25, 45}, {129, 45}, {138, 0}};
-constexpr point_t kSwing_deg[] = {{26, 0}, {33, -75}, {96, -75}, {101, -40}, {129, -40}, {136, 0}};
-constexpr point_t kLoad_lbs[] = {{36, kHookBlock_lbs}, {42, 14000}, {126.5, 14000}, {129, kHookBlock_lbs}};
+constexpr point_t ANGLE_DEG[] = {{10, 5},  {22, 62}, {44, 62},  {54, 48},
+                                 {56, 48}, {62, 60}, {129, 60}, {139, 5}};
+constexpr point_t EXTENSION_FT[] = {{12, 0}, {25, 45}, {129, 45}, {138, 0}};
+constexpr point_t SWING_DEG[] = {{26, 0}, {33, -75}, {96, -75}, {101, -40}, {129, -40}, {136, 0}};
+constexpr point_t LOAD_LBS[] = {{36, HOOK_BLOCK_LBS}, {42, 14000}, {126.5, 14000}, {129, HOOK_BLOCK_LBS}};
 // Rated capacity over the radius, boom fully rigged.
-constexpr point_t kCapacity_lbs[] = {{10, 80000}, {15, 61000}, {20, 46500}, {25, 36400},
-                                     {30, 29000}, {35, 23400}, {40, 19100}, {50, 13200},
-                                     {60, 9200},  {70, 6300},  {80, 4000},  {100, 1500}};
+constexpr point_t CAPACITY_LBS[] = {{10, 80000}, {15, 61000}, {20, 46500}, {25, 36400},
+                                    {30, 29000}, {35, 23400}, {40, 19100}, {50, 13200},
+                                    {60, 9200},  {70, 6300},  {80, 4000},  {100, 1500}};
 
-constexpr double kTwoBlockBegin_s = 64;
-constexpr double kTwoBlockEnd_s = 69;
-constexpr double kPreAlarm_percent = 90;  // of the rated capacity
-constexpr double kOverload_percent = 100;
+constexpr double TWO_BLOCK_BEGIN_S = 64;
+constexpr double TWO_BLOCK_END_S = 69;
+constexpr double PRE_ALARM_PERCENT = 90;  // of the rated capacity
+constexpr double OVERLOAD_PERCENT = 100;
 
 double Rounded(double value, double step) {
   return std::round(value / step) * step;
@@ -94,7 +94,7 @@ double Lamps(const std::string& names) {
   return host::ParseValue(*host::FindField(host::OperatingValuesCommand(), "led"), names);
 }
 
-enum class Alarm { kNone, kPreAlarm, kOverload, kTwoBlock };
+enum class alarm_t { NONE, PRE_ALARM, OVERLOAD, TWO_BLOCK };
 
 struct crane_t {
   double angle, extension, radius, swing, load, capacity;
@@ -103,20 +103,20 @@ struct crane_t {
 
 crane_t CraneAt(double at) {
   crane_t crane{};
-  crane.angle = Rounded(Along(kAngle_deg, at), 0.1);
-  crane.extension = Rounded(Along(kExtension_ft, at), 0.1);
-  crane.swing = Rounded(Along(kSwing_deg, at), 1);
-  crane.load = Rounded(Along(kLoad_lbs, at), 50);
+  crane.angle = Rounded(Along(ANGLE_DEG, at), 0.1);
+  crane.extension = Rounded(Along(EXTENSION_FT, at), 0.1);
+  crane.swing = Rounded(Along(SWING_DEG, at), 1);
+  crane.load = Rounded(Along(LOAD_LBS, at), 50);
   const double radians = crane.angle * std::numbers::pi / 180;
-  crane.radius = Rounded((kBoomBase_ft + crane.extension) * std::cos(radians) - kPivotOffset_ft, 0.1);
-  crane.capacity = Rounded(Along(kCapacity_lbs, crane.radius), 100);
+  crane.radius = Rounded((BOOM_BASE_FT + crane.extension) * std::cos(radians) - PIVOT_OFFSET_FT, 0.1);
+  crane.capacity = Rounded(Along(CAPACITY_LBS, crane.radius), 100);
   return crane;
 }
 
-Alarm AlarmOf(const crane_t& crane, double at) {
-  if (at >= kTwoBlockBegin_s && at < kTwoBlockEnd_s) return Alarm::kTwoBlock;
-  if (crane.Percent() >= kOverload_percent) return Alarm::kOverload;
-  return crane.Percent() >= kPreAlarm_percent ? Alarm::kPreAlarm : Alarm::kNone;
+alarm_t AlarmOf(const crane_t& crane, double at) {
+  if (at >= TWO_BLOCK_BEGIN_S && at < TWO_BLOCK_END_S) return alarm_t::TWO_BLOCK;
+  if (crane.Percent() >= OVERLOAD_PERCENT) return alarm_t::OVERLOAD;
+  return crane.Percent() >= PRE_ALARM_PERCENT ? alarm_t::PRE_ALARM : alarm_t::NONE;
 }
 
 struct alarm_signs_t {
@@ -125,20 +125,20 @@ struct alarm_signs_t {
   const char* text;  // on the display and as its flash message
 };
 
-const alarm_signs_t& SignsOf(Alarm alarm) {
-  static constexpr alarm_signs_t kSigns[] = {{"none", 0, nullptr},
-                                             {"prealarm", 20, "NEAR LIMIT"},
-                                             {"prealarm,overload,alarm", 255, "OVERLOAD"},
-                                             {"a2b,alarm", 255, "TWO-BLOCK"}};
-  return kSigns[static_cast<std::size_t>(alarm)];
+const alarm_signs_t& SignsOf(alarm_t alarm) {
+  static constexpr alarm_signs_t SIGNS[] = {{"none", 0, nullptr},
+                                            {"prealarm", 20, "NEAR LIMIT"},
+                                            {"prealarm,overload,alarm", 255, "OVERLOAD"},
+                                            {"a2b,alarm", 255, "TWO-BLOCK"}};
+  return SIGNS[static_cast<std::size_t>(alarm)];
 }
 
-constexpr std::array<const char*, 10> kTextFields = {"outriggers", "swing-text", "jib",        "aux",
+constexpr std::array<const char*, 10> TEXT_FIELDS = {"outriggers", "swing-text", "jib",        "aux",
                                                      "pickpoint",  "winch",      "line4-left", "counterweight",
                                                      "erected",    "stowed"};
 // By language number, in the order of the fields above. Chinese lines fit 24 columns of full width, the
 // others 40.
-constexpr std::array<std::array<const char*, kTextFields.size()>, 6> kTexts = {{
+constexpr std::array<std::array<const char*, TEXT_FIELDS.size()>, 6> TEXTS = {{
     {"OUTRIGGERS EXTENDED", "360°", "NO JIB", "AUX HEAD OFF", "MAIN BOOM", "FRONT WINCH", "4 PARTS OF LINE",
      "CWT 12,000", "ERECTED", "STOWED"},
     {"ESTABILIZADORES FUERA", "360°", "SIN PLUMÍN", "CABEZAL AUX. NO", "PLUMA PRINCIPAL", "CABRESTANTE DEL.",
@@ -154,8 +154,8 @@ constexpr std::array<std::array<const char*, kTextFields.size()>, 6> kTexts = {{
 
 host::Message TextsOf(std::size_t language, const char* alarm) {
   std::vector<host::text_t> texts;
-  for (std::size_t i = 0; i < kTextFields.size(); ++i) {
-    texts.push_back({*host::FindTextField(kTextFields[i]), kTexts[language][i]});
+  for (std::size_t i = 0; i < TEXT_FIELDS.size(); ++i) {
+    texts.push_back({*host::FindTextField(TEXT_FIELDS[i]), TEXTS[language][i]});
   }
   if (alarm != nullptr) {
     texts.push_back({*host::FindTextField("line4-center"), alarm});
@@ -204,8 +204,8 @@ void AddStartUp(std::vector<action_t>& actions) {
        Command(1.10, "swing-mode", 0), Command(1.15, "erected-icon", 0), Command(1.20, "stowed-icon", 1),
        Colors(1.25, {1, 0, 0, 1}), ValidKeys(1.30, "all"), Texts(1.40, 0)});
   // The display shows its first pages for a few seconds and takes no notice until it is on the right one.
-  constexpr double kSlateToMain = 3;
-  for (int again = 1; again < 12; ++again) actions.push_back(Command(again + 0.5, "transition", kSlateToMain));
+  constexpr double SLATE_TO_MAIN = 3;
+  for (int again = 1; again < 12; ++again) actions.push_back(Command(again + 0.5, "transition", SLATE_TO_MAIN));
 }
 
 void AddLift(std::vector<action_t>& actions) {
@@ -219,11 +219,11 @@ void AddLift(std::vector<action_t>& actions) {
 }
 
 void AddLanguages(std::vector<action_t>& actions) {
-  constexpr double kBegin = 76;
-  constexpr double kEach = 4;
-  for (std::size_t i = 1; i <= kTexts.size(); ++i) {
-    const std::size_t language = i % kTexts.size();  // Spanish to French, then English again
-    const double at = kBegin + kEach * static_cast<double>(i - 1);
+  constexpr double BEGIN = 76;
+  constexpr double EACH = 4;
+  for (std::size_t i = 1; i <= TEXTS.size(); ++i) {
+    const std::size_t language = i % TEXTS.size();  // Spanish to French, then English again
+    const double at = BEGIN + EACH * static_cast<double>(i - 1);
     actions.push_back(Command(at, "language", static_cast<double>(language)));
     actions.push_back(Texts(at + 0.05, language));
   }
@@ -234,14 +234,14 @@ std::vector<action_t> Actions() {
   AddStartUp(actions);
   AddLift(actions);
   AddLanguages(actions);
-  actions.insert(actions.end(), {Command(kMetricBegin_s, "units", 1), Command(kMetricEnd_s, "units", 0),
-                                 Command(kSilenceEnd_s, "language", 0), Command(kSilenceEnd_s, "units", 0),
-                                 Texts(kSilenceEnd_s, 0)});
+  actions.insert(actions.end(), {Command(METRIC_BEGIN_S, "units", 1), Command(METRIC_END_S, "units", 0),
+                                 Command(SILENCE_END_S, "language", 0), Command(SILENCE_END_S, "units", 0),
+                                 Texts(SILENCE_END_S, 0)});
   return actions;
 }
 
-host::Message ValuesOf(const crane_t& crane, double at, Alarm alarm) {
-  const bool metric = at >= kMetricBegin_s && at < kMetricEnd_s;
+host::Message ValuesOf(const crane_t& crane, double at, alarm_t alarm) {
+  const bool metric = at >= METRIC_BEGIN_S && at < METRIC_END_S;
   const double weight = metric ? 0.45359237 : 1;
   const double length = metric ? 0.3048 : 1;
   const bool rigging = at >= 70 && at < 73;
@@ -265,23 +265,23 @@ host::Message ValuesOf(const crane_t& crane, double at, Alarm alarm) {
 
 void WriteLift(DemoLog& log) {
   const std::vector<action_t> actions = Actions();
-  Alarm shown = Alarm::kNone;
-  for (int tick = 0; tick < static_cast<int>(kEnd_s * kTicksPerSecond); ++tick) {
-    const double at = static_cast<double>(tick) / kTicksPerSecond;
-    if (at >= kSilenceBegin_s && at < kSilenceEnd_s) continue;
+  alarm_t shown = alarm_t::NONE;
+  for (int tick = 0; tick < static_cast<int>(END_S * TICKS_PER_SECOND); ++tick) {
+    const double at = static_cast<double>(tick) / TICKS_PER_SECOND;
+    if (at >= SILENCE_BEGIN_S && at < SILENCE_END_S) continue;
     log.At(at);
     for (const action_t& action : actions) {
-      if (std::lround(action.at * kTicksPerSecond) == tick) action.act(log);
+      if (std::lround(action.at * TICKS_PER_SECOND) == tick) action.act(log);
     }
     const crane_t crane = CraneAt(at);
-    const Alarm alarm = AlarmOf(crane, at);
+    const alarm_t alarm = AlarmOf(crane, at);
     if (alarm != shown) {
       log.Put(host::Encode("beeper", SignsOf(alarm).beeper));
       log.Put(TextsOf(0, SignsOf(alarm).text));
       shown = alarm;
     }
-    if (tick % kKeyStateEvery == 0) log.Put(host::Encode("key-state"));
-    if (tick % kValuesEvery == 0) log.Put(ValuesOf(crane, at, alarm));
+    if (tick % KEY_STATE_EVERY == 0) log.Put(host::Encode("key-state"));
+    if (tick % VALUES_EVERY == 0) log.Put(ValuesOf(crane, at, alarm));
   }
 }
 

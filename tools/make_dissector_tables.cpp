@@ -13,7 +13,7 @@ struct file_t {
   const char* name;
   std::string (*text)();
 };
-constexpr std::array<file_t, 2> kFiles = {
+constexpr std::array<file_t, 2> FILES = {
     {{"/tools/wireshark/orvik_tables.lua", tables::LuaText}, {"/config/orvik.dbc", tables::DbcText}}};
 
 bool Check(const std::string& name, const std::string& text) {
@@ -40,7 +40,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   bool good = true;
-  for (const file_t& file : kFiles)
+  for (const file_t& file : FILES)
     good = (check ? Check : Write)(std::string(argv[argc - 1]) + file.name, file.text()) && good;
   return good ? 0 : 1;
 }

@@ -12,7 +12,7 @@ namespace {
 
 std::ifstream OpenLog(const std::string& name) {
   std::ifstream file(name);
-  if (!file) throw usage_error("cannot read " + name);
+  if (!file) throw UsageError("cannot read " + name);
   return file;
 }
 
@@ -30,9 +30,9 @@ class Comparison {
   void Summarise() const;
 
   const diff_options_t& options_;
-  std::array<std::ifstream, kSides> files_;
-  std::array<ShownLog, kSides> logs_;
-  std::array<std::uint64_t, kSides> states_{};
+  std::array<std::ifstream, SIDES> files_;
+  std::array<ShownLog, SIDES> logs_;
+  std::array<std::uint64_t, SIDES> states_{};
   std::uint64_t differences_ = 0;
 };
 
@@ -65,10 +65,10 @@ bool Comparison::Run() {
     ++differences_;
     Print(*difference);
   }
-  for (std::size_t side = 0; side < kSides; ++side) {
+  for (std::size_t side = 0; side < SIDES; ++side) {
     if (logs_[side].Frames() == 0)
-      throw usage_error((side == 0 ? options_.a : options_.b) +
-                        " holds no frame; it should be a log that `hx7 play` reads");
+      throw UsageError((side == 0 ? options_.a : options_.b) +
+                       " holds no frame; it should be a log that `hx7 play` reads");
   }
   Summarise();
   return differences_ == 0;

@@ -12,7 +12,7 @@ struct diff_options_t {
   bool json = false;
   std::uint64_t limit = 20;  // differences that are printed; 0: all
 };
-// True where the display shows the same in both logs. Throws usage_error where one cannot be read, so that
+// True where the display shows the same in both logs. Throws UsageError where one cannot be read, so that
 // status 1 means a difference and nothing else.
 bool Diff(const diff_options_t& options);
 

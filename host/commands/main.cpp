@@ -16,10 +16,10 @@
 
 namespace {
 
-constexpr int kFailed = 1;
-constexpr int kCalledWrongly = 2;
+constexpr int FAILED = 1;
+constexpr int CALLED_WRONGLY = 2;
 
-constexpr const char* kBusHelp =
+constexpr const char* BUS_HELP =
     "local: the unit that runs here; socketcan:INTERFACE: a CAN interface of the kernel; socketcand:HOST:PORT: "
     "a "
     "socketcand server";
@@ -47,7 +47,7 @@ void AddSend(CLI::App& app, host::send_options_t& options) {
       "The display gets all operating values in one message. Those that a call does not name are sent as this "
       "hx7\n"
       "sent them last in this runtime directory (file hx7.values), at first as 0 with no lamp lit.");
-  command->add_option("--bus", options.bus, kBusHelp)->capture_default_str();
+  command->add_option("--bus", options.bus, BUS_HELP)->capture_default_str();
   command->add_option("--timeout", options.timeout_s, "Seconds to wait for the display's answer")
       ->capture_default_str()
       ->check(CLI::Range(0.0, 3600.0));
@@ -75,7 +75,7 @@ void AddPlay(CLI::App& app, host::play_options_t& options) {
       "bus sends itself; --all plays them too. The interface that the log names does not matter. Where\n"
       "the bus is lost, it tries for 10 seconds to join it again.");
   command->add_option("FILE", options.file, "The log; - is standard input")->required();
-  command->add_option("--bus", options.bus, kBusHelp)->capture_default_str();
+  command->add_option("--bus", options.bus, BUS_HELP)->capture_default_str();
   command->add_option("--speed", options.speed, "Factor, such as 2 or 0.5; max ignores the time")
       ->capture_default_str();
   command->add_option("--keys", options.keysFile,
@@ -90,7 +90,7 @@ void AddWatch(CLI::App& app, host::watch_options_t& options) {
   CLI::App* command = app.add_subcommand("watch", "Show both directions in words, live or from a log");
   command->add_option("FILE", options.file,
                       "A log, as play reads it; - is standard input; without it, the live bus");
-  command->add_option("--bus", options.bus, kBusHelp)->capture_default_str();
+  command->add_option("--bus", options.bus, BUS_HELP)->capture_default_str();
   command->add_flag("--json", options.json, "One JSON object a line");
   command->add_flag("--changes", options.changes, "Only messages that differ from the last of their kind");
   command->add_option("--seconds", options.seconds, "Stop by itself after that time")
@@ -101,7 +101,7 @@ void AddWatch(CLI::App& app, host::watch_options_t& options) {
 void AddRecord(CLI::App& app, host::record_options_t& options) {
   CLI::App* command = app.add_subcommand("record", "Record the bus as a log of candump -L");
   command->add_option("FILE", options.file, "The log; - is standard output")->required();
-  command->add_option("--bus", options.bus, kBusHelp)->capture_default_str();
+  command->add_option("--bus", options.bus, BUS_HELP)->capture_default_str();
   command->add_flag("--force", options.force, "Replace the file where it exists");
   command->add_option("--seconds", options.seconds, "Stop by itself after that time")
       ->check(CLI::PositiveNumber);
@@ -110,7 +110,7 @@ void AddRecord(CLI::App& app, host::record_options_t& options) {
 
 std::string ListFaults() {
   std::string text;
-  for (const host::fault_t& fault : host::Faults()) {
+  for (const host::fault_name_t& fault : host::Faults()) {
     text += (text.empty() ? "" : "; ") + std::string(fault.name) + ": " + std::string(fault.about);
   }
   return text;
@@ -142,7 +142,7 @@ void AddSimulate(CLI::App& app, simulate::options_t& options) {
   command->add_option("--inject-rate", options.injectRate, "Part of the messages that a bad one precedes")
       ->check(CLI::Range(0.0, 1.0))
       ->capture_default_str();
-  command->add_option("--bus", options.bus, kBusHelp)->capture_default_str();
+  command->add_option("--bus", options.bus, BUS_HELP)->capture_default_str();
   command->add_option("--config", options.config, "The configuration's folder, with scenarios and charts");
   command->add_flag("--quiet", options.quiet, "Print nothing but errors");
   command->add_flag_callback(
@@ -166,7 +166,7 @@ void AddDiff(CLI::App& app, host::diff_options_t& options, int& status) {
   command->add_option("B", options.b, "Another log")->required();
   command->add_flag("--json", options.json, "One JSON object a difference");
   command->add_option("--limit", options.limit, "Differences to print; 0 prints all")->capture_default_str();
-  command->callback([&options, &status] { status = host::Diff(options) ? 0 : kFailed; });
+  command->callback([&options, &status] { status = host::Diff(options) ? 0 : FAILED; });
 }
 
 int Run(int argc, char** argv) {
@@ -184,7 +184,7 @@ int Run(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kCalledWrongly;
+    return app.exit(error) == 0 ? 0 : CALLED_WRONGLY;
   }
   return line.status;
 }
@@ -194,11 +194,11 @@ int Run(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     return Run(argc, argv);
-  } catch (const host::usage_error& error) {
+  } catch (const host::UsageError& error) {
     std::cerr << "hx7: " << error.what() << '\n';
-    return kCalledWrongly;
+    return CALLED_WRONGLY;
   } catch (const std::exception& error) {
     std::cerr << "hx7: " << error.what() << '\n';
-    return kFailed;
+    return FAILED;
   }
 }

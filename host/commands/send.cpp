@@ -33,7 +33,7 @@ void AwaitAnswer(const step_t& step, Station& station, Conversation& conversatio
     std::cout << InWords(heard->decoded) << std::endl;
     return;
   }
-  throw failure("the display does not answer " + std::string(step.request->name) + "; is it running?");
+  throw Failure("the display does not answer " + std::string(step.request->name) + "; is it running?");
 }
 
 }  // namespace

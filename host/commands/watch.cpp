@@ -34,10 +34,10 @@ class Watcher {
 };
 
 bool Watcher::IsNews(const utterance_t& utterance) {
-  constexpr std::size_t kMostKinds = 4096;
+  constexpr std::size_t MOST_KINDS = 4096;
   if (!options_.changes) return true;
-  if (last_.size() > kMostKinds) last_.clear();
-  const std::string kind = utterance.speaker == Speaker::kOther
+  if (last_.size() > MOST_KINDS) last_.clear();
+  const std::string kind = utterance.speaker == speaker_t::OTHER
                                ? std::to_string(utterance.frame.identifier)
                                : utterance.decoded.command + utterance.decoded.name;
   std::string words = InWords(utterance.decoded);
@@ -75,11 +75,11 @@ void WatchLog(std::istream& in, Watcher& watcher) {
     ++frames;
   }
   watcher.Summarise(reader.Skipped(), " lines that are no frames");
-  if (frames == 0) throw failure("there is no frame in it; it should be a log of candump -L");
+  if (frames == 0) throw Failure("there is no frame in it; it should be a log of candump -L");
 }
 
 void WatchBus(const watch_options_t& options, Watcher& watcher) {
-  constexpr int kWait_ms = 100;
+  constexpr int WAIT_MS = 100;
   const StopSignal stop;
   Station station(options.bus, stop);
   const auto end = Clock::now() + std::chrono::duration<double>(options.seconds.value_or(0));
@@ -90,7 +90,7 @@ void WatchBus(const watch_options_t& options, Watcher& watcher) {
       continue;
     }
     std::cout.flush();  // all that came is shown before it waits
-    if (station.Receive(frame, kWait_ms)) watcher.Hear(frame);
+    if (station.Receive(frame, WAIT_MS)) watcher.Hear(frame);
   }
   watcher.Summarise(station.Lost(), " lost because they came too fast");
 }
@@ -102,7 +102,7 @@ void Watch(const watch_options_t& options) {
   if (options.file.empty()) return WatchBus(options, watcher);
   if (options.file == "-") return WatchLog(std::cin, watcher);
   std::ifstream file(options.file);
-  if (!file) throw failure("cannot read " + options.file);
+  if (!file) throw Failure("cannot read " + options.file);
   WatchLog(file, watcher);
 }
 

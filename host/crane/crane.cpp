@@ -6,54 +6,54 @@
 namespace crane {
 namespace {
 
-constexpr pace_t kAnglePace{2.5, 1.2};
-constexpr pace_t kLengthPace{0.8, 0.4};
-constexpr pace_t kSwingPace{7, 2.5};
-constexpr pace_t kRopePace{2.2, 1.5};
-constexpr pace_t kLoadPace{6000, 12000};
-constexpr pace_t kBasePace{0.4, 2};
+constexpr pace_t ANGLE_PACE{2.5, 1.2};
+constexpr pace_t LENGTH_PACE{0.8, 0.4};
+constexpr pace_t SWING_PACE{7, 2.5};
+constexpr pace_t ROPE_PACE{2.2, 1.5};
+constexpr pace_t LOAD_PACE{6000, 12000};
+constexpr pace_t BASE_PACE{0.4, 2};
 
-constexpr double kParkedAngle = 5;
-constexpr double kParkedDrop = 2.2;
-constexpr double kMostLoad = 100'000;
+constexpr double PARKED_ANGLE = 5;
+constexpr double PARKED_DROP = 2.2;
+constexpr double MOST_LOAD = 100'000;
 
-constexpr double kTwoBlockDrop = 1.5;     // the switch's weight hangs that far below the sheaves
-constexpr double kTwoBlockRelease = 1.8;  // and closes the switch again
-constexpr double kHookBlock = 230;
-constexpr double kManBasket = 320;  // with its crew
+constexpr double TWO_BLOCK_DROP = 1.5;     // the switch's weight hangs that far below the sheaves
+constexpr double TWO_BLOCK_RELEASE = 1.8;  // and closes the switch again
+constexpr double HOOK_BLOCK = 230;
+constexpr double MAN_BASKET = 320;  // with its crew
 
 }  // namespace
 
 Crane::Crane()
-    : angle_(kParkedAngle, kAnglePace),
-      length_(kMeasures.shortest, kLengthPace),
-      swing_(0, kSwingPace),
-      rope_(0, kRopePace),
-      load_(0, kLoadPace),
-      base_(static_cast<double>(Base::kTires), kBasePace) {
-  rope_.Place(Length() + rigging_.parts * kParkedDrop);
+    : angle_(PARKED_ANGLE, ANGLE_PACE),
+      length_(MEASURES.shortest, LENGTH_PACE),
+      swing_(0, SWING_PACE),
+      rope_(0, ROPE_PACE),
+      load_(0, LOAD_PACE),
+      base_(static_cast<double>(base_t::TIRES), BASE_PACE) {
+  rope_.Place(Length() + rigging_.parts * PARKED_DROP);
 }
 
 void Crane::MoveAngle(double angle) {
-  angle_.MoveTo(std::clamp(angle, kMeasures.leastAngle, kMeasures.mostAngle));
+  angle_.MoveTo(std::clamp(angle, MEASURES.leastAngle, MEASURES.mostAngle));
 }
 
 void Crane::MoveLength(double length) {
-  length_.MoveTo(std::clamp(length, kMeasures.shortest, kMeasures.longest));
+  length_.MoveTo(std::clamp(length, MEASURES.shortest, MEASURES.longest));
 }
 
 void Crane::MoveSwing(double swing) {
-  constexpr double kMost = 360;
-  swing_.MoveTo(std::clamp(swing, -kMost, kMost));
+  constexpr double MOST = 360;
+  swing_.MoveTo(std::clamp(swing, -MOST, MOST));
 }
 
-void Crane::MoveBase(Base base) {
+void Crane::MoveBase(base_t base) {
   wantedBase_ = base;
   base_.MoveTo(static_cast<double>(base));
 }
 
 void Crane::SetLoad(double load) {
-  load_.MoveTo(std::clamp(load, 0.0, kMostLoad));
+  load_.MoveTo(std::clamp(load, 0.0, MOST_LOAD));
 }
 
 void Crane::HoistTo(double height) {
@@ -79,8 +79,8 @@ void Crane::StopAll() {
 void Crane::Rig(const rigging_t& rigging) {
   const double height = HookHeight();
   rigging_ = rigging;
-  rigging_.parts = std::clamp(rigging_.parts, 1, kMostParts);
-  rope_.Place(RopeFor(std::min(height, SheaveHeight() - kParkedDrop)));
+  rigging_.parts = std::clamp(rigging_.parts, 1, MOST_PARTS);
+  rope_.Place(RopeFor(std::min(height, SheaveHeight() - PARKED_DROP)));
 }
 
 // A hook on the ground goes no further; the rope is slack.
@@ -93,16 +93,16 @@ double Crane::HookSpeed() const {
 }
 
 double Crane::HangingLoad() const {
-  return NetLoad() + kHookBlock + (rigging_.manBasket ? kManBasket : 0);
+  return NetLoad() + HOOK_BLOCK + (rigging_.manBasket ? MAN_BASKET : 0);
 }
 
 pressures_t Crane::Pressures() const {
-  const double lowering = std::clamp(-angle_.Speed() / kAnglePace.speed, 0.0, 1.0);
+  const double lowering = std::clamp(-angle_.Speed() / ANGLE_PACE.speed, 0.0, 1.0);
   return CylinderPressures(Length(), Angle(), HangingLoad(), Radius(), lowering);
 }
 
-Base Crane::SafeBase() const {
-  return static_cast<Base>(std::floor(std::min(base_.Position(), static_cast<double>(wantedBase_))));
+base_t Crane::SafeBase() const {
+  return static_cast<base_t>(std::floor(std::min(base_.Position(), static_cast<double>(wantedBase_))));
 }
 
 bool Crane::AtRest() const {
@@ -123,7 +123,7 @@ void Crane::StepHoist(double dt) {
 }
 
 void Crane::WatchHook() {
-  twoBlocked_ = HookDrop() < (twoBlocked_ ? kTwoBlockRelease : kTwoBlockDrop);
+  twoBlocked_ = HookDrop() < (twoBlocked_ ? TWO_BLOCK_RELEASE : TWO_BLOCK_DROP);
   if (twoBlocked_ && length_.Target() > Length()) length_.Halt();
 }
 

@@ -10,13 +10,13 @@
 
 namespace crane {
 
-constexpr int kMostParts = 12;  // parts of line that the hook block can be reeved with
+constexpr int MOST_PARTS = 12;  // parts of line that the hook block can be reeved with
 
 struct rigging_t {
   bool counterweight = true;
-  Jib jib = Jib::kStowed;
-  Pick pick = Pick::kMainBoom;
-  Winch winch = Winch::kFront;
+  jib_t jib = jib_t::STOWED;
+  pick_t pick = pick_t::MAIN_BOOM;
+  winch_t winch = winch_t::FRONT;
   bool auxHead = false;
   bool manBasket = false;
   bool manualBoom = false;  // the sections are telescoped one by one, not together
@@ -31,7 +31,7 @@ class Crane {
   void MoveAngle(double angle);
   void MoveLength(double length);
   void MoveSwing(double swing);  // -360 to 360
-  void MoveBase(Base base);
+  void MoveBase(base_t base);
   void SetLoad(double load);  // what the hook carries beside itself; the ropes take it up in about a second
   // The hook to a height over the ground, where the winch stops: what the boom does then moves the hook.
   void HoistTo(double height);
@@ -45,10 +45,10 @@ class Crane {
   void Step(double dt);
 
   double Length() const { return length_.Position(); }
-  double Extension() const { return Length() - kMeasures.shortest; }
+  double Extension() const { return Length() - MEASURES.shortest; }
   double Angle() const { return angle_.Position(); }
   double Swing() const { return swing_.Position(); }
-  Area Over() const { return AreaOf(Swing()); }
+  area_t Over() const { return AreaOf(Swing()); }
   double Radius() const { return Sheaves().radius; }
   double SheaveHeight() const { return Sheaves().height; }
   double HookDrop() const;  // from the sheaves to the hook
@@ -64,9 +64,9 @@ class Crane {
   bool TwoBlocked() const { return twoBlocked_; }
   const rigging_t& Rigging() const { return rigging_; }
 
-  Base WantedBase() const { return wantedBase_; }
+  base_t WantedBase() const { return wantedBase_; }
   // What it can be reckoned to stand on: while the outriggers move, the lesser.
-  Base SafeBase() const;
+  base_t SafeBase() const;
   bool BaseMoves() const { return !base_.AtRest(); }
   bool AtRest() const;
 
@@ -77,7 +77,7 @@ class Crane {
   void WatchHook();
 
   rigging_t rigging_;
-  Base wantedBase_ = Base::kTires;
+  base_t wantedBase_ = base_t::TIRES;
   Axis angle_;
   Axis length_;
   Axis swing_;

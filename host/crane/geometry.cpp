@@ -6,14 +6,14 @@
 namespace crane {
 namespace {
 
-constexpr double kGravity = 9.80665;  // m/s²
-constexpr double kPascalsPerBar = 100'000;
-constexpr double kReturnPressure_bar = 12;  // of the rod side at rest
-constexpr double kLoweringPressure_bar = 30;
+constexpr double GRAVITY = 9.80665;  // m/s²
+constexpr double PASCALS_PER_BAR = 100'000;
+constexpr double RETURN_PRESSURE_BAR = 12;  // of the rod side at rest
+constexpr double LOWERING_PRESSURE_BAR = 30;
 
-constexpr double kFront_deg = 5;  // to either side
-constexpr double kFrontArc_deg = 30;
-constexpr double kSide_deg = 150;
+constexpr double FRONT_DEG = 5;  // to either side
+constexpr double FRONT_ARC_DEG = 30;
+constexpr double SIDE_DEG = 150;
 
 double Radians(double degrees) {
   return degrees * std::numbers::pi / 180;
@@ -24,10 +24,10 @@ struct reach_t {
   double offset_deg;
 };
 
-reach_t ReachBeyondHead(Pick pick, Jib jib) {
-  if (pick == Pick::kAux) return {kMeasures.auxReach, 0};
-  if (pick == Pick::kFly && IsErected(jib)) {
-    return {IsLong(jib) ? kMeasures.longFly : kMeasures.shortFly, OffsetOf(jib)};
+reach_t ReachBeyondHead(pick_t pick, jib_t jib) {
+  if (pick == pick_t::AUX) return {MEASURES.auxReach, 0};
+  if (pick == pick_t::FLY && IsErected(jib)) {
+    return {IsLong(jib) ? MEASURES.longFly : MEASURES.shortFly, OffsetOf(jib)};
   }
   return {0, 0};
 }
@@ -36,39 +36,39 @@ reach_t ReachBeyondHead(Pick pick, Jib jib) {
 double CylinderArm(double angle) {
   const double cosine = std::cos(Radians(angle));
   const double sine = std::sin(Radians(angle));
-  const double lowerX = kMeasures.cylinderForward;
-  const double lowerY = -kMeasures.cylinderBelow;
-  const double alongX = kMeasures.cylinderAlong * cosine + kMeasures.cylinderUnder * sine - lowerX;
-  const double alongY = kMeasures.cylinderAlong * sine - kMeasures.cylinderUnder * cosine - lowerY;
+  const double lowerX = MEASURES.cylinderForward;
+  const double lowerY = -MEASURES.cylinderBelow;
+  const double alongX = MEASURES.cylinderAlong * cosine + MEASURES.cylinderUnder * sine - lowerX;
+  const double alongY = MEASURES.cylinderAlong * sine - MEASURES.cylinderUnder * cosine - lowerY;
   return (lowerX * alongY - lowerY * alongX) / std::hypot(alongX, alongY);
 }
 
 }  // namespace
 
-point_t SheavesAt(double length, double angle, Pick pick, Jib jib) {
+point_t SheavesAt(double length, double angle, pick_t pick, jib_t jib) {
   const reach_t beyond = ReachBeyondHead(pick, jib);
   const double boom = Radians(angle);
   const double reach = Radians(angle - beyond.offset_deg);
-  return {length * std::cos(boom) + beyond.length * std::cos(reach) - kMeasures.footBehind,
-          length * std::sin(boom) + beyond.length * std::sin(reach) + kMeasures.footHeight};
+  return {length * std::cos(boom) + beyond.length * std::cos(reach) - MEASURES.footBehind,
+          length * std::sin(boom) + beyond.length * std::sin(reach) + MEASURES.footHeight};
 }
 
 pressures_t CylinderPressures(double length, double angle, double load, double radius, double lowering) {
   const double boomArm = length / 2 * std::cos(Radians(angle));
-  const double loadArm = radius + kMeasures.footBehind;
-  const double moment = kGravity * (kMeasures.boomMass * boomArm + load * loadArm);
-  const double rod = kReturnPressure_bar + kLoweringPressure_bar * lowering;
+  const double loadArm = radius + MEASURES.footBehind;
+  const double moment = GRAVITY * (MEASURES.boomMass * boomArm + load * loadArm);
+  const double rod = RETURN_PRESSURE_BAR + LOWERING_PRESSURE_BAR * lowering;
   const double force = moment / CylinderArm(angle);
   const double piston =
-      force / kMeasures.pistonArea / kPascalsPerBar + rod * kMeasures.ringArea / kMeasures.pistonArea;
+      force / MEASURES.pistonArea / PASCALS_PER_BAR + rod * MEASURES.ringArea / MEASURES.pistonArea;
   return {piston, rod};
 }
 
-Area AreaOf(double swing) {
+area_t AreaOf(double swing) {
   const double fromFront = std::abs(std::remainder(swing, 360.0));
-  if (fromFront <= kFront_deg) return Area::kFront;
-  if (fromFront <= kFrontArc_deg) return Area::kFrontArc;
-  return fromFront <= kSide_deg ? Area::kSide : Area::kRear;
+  if (fromFront <= FRONT_DEG) return area_t::FRONT;
+  if (fromFront <= FRONT_ARC_DEG) return area_t::FRONT_ARC;
+  return fromFront <= SIDE_DEG ? area_t::SIDE : area_t::REAR;
 }
 
 }  // namespace crane

@@ -24,7 +24,7 @@ struct measures_t {
   double pistonArea = 0.0707;    // square metres: 300 mm bore
   double ringArea = 0.0393;      // with a rod of 200 mm
 };
-constexpr measures_t kMeasures{};
+constexpr measures_t MEASURES{};
 
 // The hook's sheaves seen from the centre of rotation on the ground.
 struct point_t {
@@ -32,7 +32,7 @@ struct point_t {
   double height;
 };
 // `jib` matters for a pick from the fly, and must then be erected; otherwise the boom's head is taken.
-point_t SheavesAt(double length, double angle, Pick pick, Jib jib);
+point_t SheavesAt(double length, double angle, pick_t pick, jib_t jib);
 
 struct pressures_t {
   double piston;
@@ -43,6 +43,6 @@ struct pressures_t {
 pressures_t CylinderPressures(double length, double angle, double load, double radius, double lowering);
 
 // Over what the boom points, 0 being the front and positive to the right; any number of degrees.
-Area AreaOf(double swing);
+area_t AreaOf(double swing);
 
 }  // namespace crane

@@ -11,16 +11,16 @@ struct margins_t {
   bool bothSides;
   double backBy;  // so that a value on the limit does not chatter
 };
-constexpr std::array<margins_t, kQuantityNames.size()> kMargins = {
+constexpr std::array<margins_t, QUANTITY_NAMES.size()> MARGINS = {
     {{5, true, 0.3}, {1.5, false, 0.1}, {1.5, false, 0.1}, {15, true, 1}}};
 
-const margins_t& MarginsOf(Quantity quantity) {
-  return kMargins[static_cast<std::size_t>(quantity)];
+const margins_t& MarginsOf(quantity_t quantity) {
+  return MARGINS[static_cast<std::size_t>(quantity)];
 }
 
 double Rounded(double value) {
-  constexpr double kPerUnit = 10;
-  return std::round(value * kPerUnit) / kPerUnit;
+  constexpr double PER_UNIT = 10;
+  return std::round(value * PER_UNIT) / PER_UNIT;
 }
 
 bool IsBeyond(const limit_t& limit, double value, double inside) {
@@ -29,22 +29,22 @@ bool IsBeyond(const limit_t& limit, double value, double inside) {
 
 }  // namespace
 
-void Limits::Set(Quantity quantity, const limit_t& limit) {
+void Limits::Set(quantity_t quantity, const limit_t& limit) {
   At(quantity) = {limit, false};
 }
 
-void Limits::SetAround(Quantity quantity, double value) {
+void Limits::SetAround(quantity_t quantity, double value) {
   const margins_t& margins = MarginsOf(quantity);
   limit_t limit{.least = {}, .most = Rounded(value + margins.around)};
   if (margins.bothSides) limit.least = Rounded(value - margins.around);
   Set(quantity, limit);
 }
 
-void Limits::Clear(Quantity quantity) {
+void Limits::Clear(quantity_t quantity) {
   At(quantity) = {};
 }
 
-void Limits::Check(Quantity quantity, double value) {
+void Limits::Check(quantity_t quantity, double value) {
   if (std::isnan(value)) return;
   watched_t& watched = At(quantity);
   watched.tripped = IsBeyond(watched.limit, value, watched.tripped ? MarginsOf(quantity).backBy : 0);

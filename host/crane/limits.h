@@ -8,8 +8,8 @@
 
 namespace crane {
 
-enum class Quantity : std::uint8_t { kAngle, kRadius, kExtension, kSwing };
-constexpr std::array<std::string_view, 4> kQuantityNames = {"angle", "radius", "extension", "swing"};
+enum class quantity_t : std::uint8_t { ANGLE, RADIUS, EXTENSION, SWING };
+constexpr std::array<std::string_view, 4> QUANTITY_NAMES = {"angle", "radius", "extension", "swing"};
 
 // Degrees or metres; a side without a value has no limit. For swing the least is the left and the most the
 // right.
@@ -20,20 +20,20 @@ struct limit_t {
 
 class Limits {
  public:
-  void Set(Quantity quantity, const limit_t& limit);
+  void Set(quantity_t quantity, const limit_t& limit);
   // Around the value as it is now, by the margin that suits the quantity: both sides of an angle and of swing,
   // the far side of the others.
-  void SetAround(Quantity quantity, double value);
-  void Clear(Quantity quantity);
+  void SetAround(quantity_t quantity, double value);
+  void Clear(quantity_t quantity);
   void ClearAll() { watched_ = {}; }
 
   // Compares a measured value. Passing the limit trips it; it holds until the value is back by a small margin.
   // A value that is not known (NaN) changes nothing.
-  void Check(Quantity quantity, double value);
+  void Check(quantity_t quantity, double value);
 
-  const limit_t& Get(Quantity quantity) const { return At(quantity).limit; }
-  bool IsSet(Quantity quantity) const { return At(quantity).limit.least || At(quantity).limit.most; }
-  bool IsTripped(Quantity quantity) const { return At(quantity).tripped; }
+  const limit_t& Get(quantity_t quantity) const { return At(quantity).limit; }
+  bool IsSet(quantity_t quantity) const { return At(quantity).limit.least || At(quantity).limit.most; }
+  bool IsTripped(quantity_t quantity) const { return At(quantity).tripped; }
   bool AnyTripped() const;
 
  private:
@@ -41,10 +41,10 @@ class Limits {
     limit_t limit;
     bool tripped = false;
   };
-  const watched_t& At(Quantity quantity) const { return watched_[static_cast<std::size_t>(quantity)]; }
-  watched_t& At(Quantity quantity) { return watched_[static_cast<std::size_t>(quantity)]; }
+  const watched_t& At(quantity_t quantity) const { return watched_[static_cast<std::size_t>(quantity)]; }
+  watched_t& At(quantity_t quantity) { return watched_[static_cast<std::size_t>(quantity)]; }
 
-  std::array<watched_t, kQuantityNames.size()> watched_{};
+  std::array<watched_t, QUANTITY_NAMES.size()> watched_{};
 };
 
 }  // namespace crane

@@ -9,10 +9,10 @@
 namespace crane {
 namespace {
 
-constexpr double kKilogramsPerPound = 0.45359237;
-constexpr double kMetresPerFoot = 0.3048;
-constexpr std::size_t kMostTables = 100;
-constexpr std::size_t kMostCells = 10'000;  // of one configuration
+constexpr double KILOGRAMS_PER_POUND = 0.45359237;
+constexpr double METRES_PER_FOOT = 0.3048;
+constexpr std::size_t MOST_TABLES = 100;
+constexpr std::size_t MOST_CELLS = 10'000;  // of one configuration
 
 std::vector<std::string> WordsOf(const std::string& line) {
   std::istringstream stream(line.substr(0, line.find('#')));
@@ -28,8 +28,8 @@ struct place_t {
 };
 
 std::optional<place_t> Locate(const std::vector<double>& points, double value) {
-  constexpr double kAlmost = 1e-9;  // a boom that stands at its end does not stand beyond it
-  if (points.empty() || !(value >= points.front() - kAlmost && value <= points.back() + kAlmost))
+  constexpr double ALMOST = 1e-9;  // a boom that stands at its end does not stand beyond it
+  if (points.empty() || !(value >= points.front() - ALMOST && value <= points.back() + ALMOST))
     return std::nullopt;
   const auto above = std::ranges::upper_bound(points, value);
   const auto high = static_cast<std::size_t>(above - points.begin());
@@ -51,7 +51,7 @@ class ChartParser {
   using words_t = std::vector<std::string>;
 
   [[noreturn]] void Refuse(std::size_t line, const std::string& why) const {
-    throw chart_error(file_ + ":" + std::to_string(line) + ": " + why);
+    throw ChartError(file_ + ":" + std::to_string(line) + ": " + why);
   }
   [[noreturn]] void Refuse(const std::string& why) const { Refuse(line_, why); }
   double Number(const std::string& word) const;
@@ -73,8 +73,8 @@ class ChartParser {
 double ChartParser::Number(const std::string& word) const {
   double value = 0;
   const auto [stop, error] = std::from_chars(word.data(), word.data() + word.size(), value);
-  constexpr double kMost = 1e6;
-  if (error != std::errc() || stop != word.data() + word.size() || !(value > 0 && value <= kMost)) {
+  constexpr double MOST = 1e6;
+  if (error != std::errc() || stop != word.data() + word.size() || !(value > 0 && value <= MOST)) {
     Refuse("\"" + word + "\" is not a number from above 0 to 1000000");
   }
   return value;
@@ -82,15 +82,15 @@ double ChartParser::Number(const std::string& word) const {
 
 void ChartParser::TakeName(const words_t& words) {
   for (std::size_t i = 1; i < words.size(); ++i) chart_.name_ += (i > 1 ? " " : "") + words[i];
-  constexpr std::size_t kMost = 20;  // beside its label on a line of the display
-  if (chart_.name_.empty() || chart_.name_.size() > kMost) Refuse("a name has 1 to 20 characters");
+  constexpr std::size_t MOST = 20;  // beside its label on a line of the display
+  if (chart_.name_.empty() || chart_.name_.size() > MOST) Refuse("a name has 1 to 20 characters");
 }
 
 void ChartParser::TakeUnits(const words_t& words) {
   const bool imperial = words.size() == 2 && words[1] == "imperial";
   if (!imperial && (words.size() != 2 || words[1] != "metric")) Refuse("units are metric or imperial");
-  metres_ = imperial ? kMetresPerFoot : 1;
-  kilograms_ = imperial ? kKilogramsPerPound : 1;
+  metres_ = imperial ? METRES_PER_FOOT : 1;
+  kilograms_ = imperial ? KILOGRAMS_PER_POUND : 1;
 }
 
 void ChartParser::TakeAttribute(table_t& table, const std::string& word) const {
@@ -98,8 +98,8 @@ void ChartParser::TakeAttribute(table_t& table, const std::string& word) const {
   const std::string name = word.substr(0, equals);
   const std::string value = equals == std::string::npos ? "" : word.substr(equals + 1);
   if (name == "base") {
-    if (const auto base = IndexOf(kBaseNames, value)) {
-      table.base = static_cast<Base>(*base);
+    if (const auto base = IndexOf(BASE_NAMES, value)) {
+      table.base = static_cast<base_t>(*base);
       return;
     }
   } else if (name == "counterweight" && (value == "on" || value == "off")) {
@@ -107,8 +107,8 @@ void ChartParser::TakeAttribute(table_t& table, const std::string& word) const {
     return;
   } else if (name == "hook") {
     table.anyHook = false;
-    const auto jib = IndexOf(kJibNames, value);
-    if (jib && IsErected(static_cast<Jib>(*jib))) table.jib = static_cast<Jib>(*jib);
+    const auto jib = IndexOf(JIB_NAMES, value);
+    if (jib && IsErected(static_cast<jib_t>(*jib))) table.jib = static_cast<jib_t>(*jib);
     if (table.jib || value == "boom") return;
   } else if (name == "arc" && value == "front") {
     table.frontOnly = true;
@@ -122,7 +122,7 @@ void ChartParser::TakeAttribute(table_t& table, const std::string& word) const {
 void ChartParser::BeginTable(const words_t& words) {
   if (metres_ == 0) Refuse("units metric or units imperial must stand before the first configuration");
   CheckTable();
-  if (chart_.tables_.size() == kMostTables) Refuse("more than 100 configurations");
+  if (chart_.tables_.size() == MOST_TABLES) Refuse("more than 100 configurations");
   table_t table;
   table.line = line_;
   for (std::size_t i = 1; i < words.size(); ++i) TakeAttribute(table, words[i]);
@@ -154,7 +154,7 @@ void ChartParser::TakeRow(const words_t& words) {
     Refuse("a row has a radius and " + std::to_string(table.lengths.size()) + " capacities, this one has " +
            std::to_string(words.size() - 1));
   }
-  if (table.capacities.size() + words.size() > kMostCells) Refuse("more than 10000 capacities");
+  if (table.capacities.size() + words.size() > MOST_CELLS) Refuse("more than 10000 capacities");
   table.radii.push_back(radius);
   for (std::size_t i = 1; i < words.size(); ++i) {
     table.capacities.push_back(words[i] == "-" ? 0 : Number(words[i]) * kilograms_);
@@ -192,7 +192,7 @@ LoadChart LoadChart::Parse(std::istream& in, const std::string& file) {
 }
 
 const LoadChart::table_t* LoadChart::Find(const conditions_t& conditions) const {
-  const bool front = conditions.area == Area::kFront || conditions.area == Area::kFrontArc;
+  const bool front = conditions.area == area_t::FRONT || conditions.area == area_t::FRONT_ARC;
   const auto found = std::ranges::find_if(tables_, [&](const table_t& table) {
     return (!table.base || *table.base == conditions.base) &&
            (!table.counterweight || *table.counterweight == conditions.counterweight) &&

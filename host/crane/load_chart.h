@@ -23,20 +23,21 @@
 namespace crane {
 
 // "FILE:LINE: what is wrong".
-struct chart_error : std::runtime_error {
+class ChartError : public std::runtime_error {
+ public:
   using std::runtime_error::runtime_error;
 };
 
 struct conditions_t {
-  Base base = Base::kTires;
+  base_t base = base_t::TIRES;
   bool counterweight = true;
-  std::optional<Jib> jib;  // the erected jib that the hook hangs from; empty: the boom
-  Area area = Area::kFront;
+  std::optional<jib_t> jib;  // the erected jib that the hook hangs from; empty: the boom
+  area_t area = area_t::FRONT;
 };
 
 class LoadChart {
  public:
-  // Throws chart_error.
+  // Throws ChartError.
   static LoadChart Parse(std::istream& in, const std::string& file);
 
   const std::string& Name() const { return name_; }
@@ -48,10 +49,10 @@ class LoadChart {
  private:
   friend class ChartParser;
   struct table_t {
-    std::optional<Base> base;
+    std::optional<base_t> base;
     std::optional<bool> counterweight;
     bool anyHook = true;
-    std::optional<Jib> jib;
+    std::optional<jib_t> jib;
     bool frontOnly = false;
     std::size_t line = 0;
     std::vector<double> lengths;

@@ -5,27 +5,27 @@
 namespace crane {
 namespace {
 
-constexpr double kStowedJib = 250;  // kilograms off the boom's capacity
-constexpr double kErectedJib = 1100;
-constexpr double kAuxHead = 60;
-constexpr double kLinePull = 5500;  // kilograms a part of line
-constexpr double kManualBoom = 0.85;
-constexpr double kPeople = 0.5;  // ASME B30.23: half of the rated capacity for a suspended platform
-constexpr double kPreAlarm_percent = 90;
-constexpr double kOverload_percent = 100;
-constexpr double kMost_percent = 999;
+constexpr double STOWED_JIB = 250;  // kilograms off the boom's capacity
+constexpr double ERECTED_JIB = 1100;
+constexpr double AUX_HEAD = 60;
+constexpr double LINE_PULL = 5500;  // kilograms a part of line
+constexpr double MANUAL_BOOM = 0.85;
+constexpr double PEOPLE = 0.5;  // ASME B30.23: half of the rated capacity for a suspended platform
+constexpr double PRE_ALARM_PERCENT = 90;
+constexpr double OVERLOAD_PERCENT = 100;
+constexpr double MOST_PERCENT = 999;
 
 // The hook hangs from something that is there.
 bool CanPick(const rigging_t& rigging) {
-  if (rigging.pick == Pick::kAux) return rigging.auxHead;
-  return rigging.pick == Pick::kMainBoom || IsErected(rigging.jib);
+  if (rigging.pick == pick_t::AUX) return rigging.auxHead;
+  return rigging.pick == pick_t::MAIN_BOOM || IsErected(rigging.jib);
 }
 
 double Deduction(const rigging_t& rigging) {
-  if (rigging.pick == Pick::kFly) return 0;  // its chart knows
-  double deduction = rigging.auxHead ? kAuxHead : 0;
-  if (rigging.jib == Jib::kStowed) deduction += kStowedJib;
-  if (IsErected(rigging.jib)) deduction += kErectedJib;
+  if (rigging.pick == pick_t::FLY) return 0;  // its chart knows
+  double deduction = rigging.auxHead ? AUX_HEAD : 0;
+  if (rigging.jib == jib_t::STOWED) deduction += STOWED_JIB;
+  if (IsErected(rigging.jib)) deduction += ERECTED_JIB;
   return deduction;
 }
 
@@ -36,22 +36,22 @@ double RatedCapacity(const LoadChart& chart, const Crane& crane) {
   if (!CanPick(rigging)) return 0;
   conditions_t conditions{
       .base = crane.SafeBase(), .counterweight = rigging.counterweight, .jib = {}, .area = crane.Over()};
-  if (rigging.pick == Pick::kFly) conditions.jib = rigging.jib;
+  if (rigging.pick == pick_t::FLY) conditions.jib = rigging.jib;
   double capacity = chart.Capacity(conditions, crane.Radius(), crane.Length());
-  if (rigging.manualBoom) capacity *= kManualBoom;
-  capacity = std::min(capacity - Deduction(rigging), rigging.parts * kLinePull);
-  if (rigging.manBasket) capacity *= kPeople;
+  if (rigging.manualBoom) capacity *= MANUAL_BOOM;
+  capacity = std::min(capacity - Deduction(rigging), rigging.parts * LINE_PULL);
+  if (rigging.manBasket) capacity *= PEOPLE;
   return std::max(capacity, 0.0);
 }
 
 double PercentOf(double load, double capacity) {
-  if (!(capacity > 0)) return load > 0 ? kMost_percent : 0;
-  return std::min(100 * load / capacity, kMost_percent);
+  if (!(capacity > 0)) return load > 0 ? MOST_PERCENT : 0;
+  return std::min(100 * load / capacity, MOST_PERCENT);
 }
 
-Level LevelOf(double percent) {
-  if (percent >= kOverload_percent) return Level::kOverload;
-  return percent >= kPreAlarm_percent ? Level::kPreAlarm : Level::kNormal;
+level_t LevelOf(double percent) {
+  if (percent >= OVERLOAD_PERCENT) return level_t::OVERLOAD;
+  return percent >= PRE_ALARM_PERCENT ? level_t::PRE_ALARM : level_t::NORMAL;
 }
 
 }  // namespace crane

@@ -15,8 +15,8 @@ double RatedCapacity(const LoadChart& chart, const Crane& crane);
 // Of `load` in `capacity`, in percent; at most 999, which is also what any load is without a capacity.
 double PercentOf(double load, double capacity);
 
-enum class Level : std::uint8_t { kNormal, kPreAlarm, kOverload };
+enum class level_t : std::uint8_t { NORMAL, PRE_ALARM, OVERLOAD };
 // From 90 % of the rated capacity and from 100 %.
-Level LevelOf(double percent);
+level_t LevelOf(double percent);
 
 }  // namespace crane

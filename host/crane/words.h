@@ -11,34 +11,34 @@
 namespace crane {
 
 // What it stands on, in the order in which one is reached from the other.
-enum class Base : std::uint8_t { kTires, kRetracted, kHalf, kExtended };
+enum class base_t : std::uint8_t { TIRES, RETRACTED, HALF, EXTENDED };
 // The lattice jib: not carried, stowed along the boom, or erected as long or short fly at an offset in degrees.
-enum class Jib : std::uint8_t { kAbsent, kStowed, kLong0, kShort0, kLong15, kShort15, kLong30, kShort30 };
+enum class jib_t : std::uint8_t { ABSENT, STOWED, LONG0, SHORT0, LONG15, SHORT15, LONG30, SHORT30 };
 // Where the hook hangs.
-enum class Pick : std::uint8_t { kMainBoom, kAux, kFly };
-enum class Winch : std::uint8_t { kFront, kRear };
+enum class pick_t : std::uint8_t { MAIN_BOOM, AUX, FLY };
+enum class winch_t : std::uint8_t { FRONT, REAR };
 // What the boom points over. The front arc reaches to both sides of the front.
-enum class Area : std::uint8_t { kFront, kFrontArc, kSide, kRear };
+enum class area_t : std::uint8_t { FRONT, FRONT_ARC, SIDE, REAR };
 
 // The index is the enumerator.
-constexpr std::array<std::string_view, 4> kBaseNames = {"tires", "retracted", "half", "extended"};
-constexpr std::array<std::string_view, 8> kJibNames = {"absent",  "stowed",   "long-0",  "short-0",
+constexpr std::array<std::string_view, 4> BASE_NAMES = {"tires", "retracted", "half", "extended"};
+constexpr std::array<std::string_view, 8> JIB_NAMES = {"absent",  "stowed",   "long-0",  "short-0",
                                                        "long-15", "short-15", "long-30", "short-30"};
-constexpr std::array<std::string_view, 3> kPickNames = {"main-boom", "aux", "fly"};
-constexpr std::array<std::string_view, 2> kWinchNames = {"front", "rear"};
+constexpr std::array<std::string_view, 3> PICK_NAMES = {"main-boom", "aux", "fly"};
+constexpr std::array<std::string_view, 2> WINCH_NAMES = {"front", "rear"};
 
-constexpr bool IsErected(Jib jib) {
-  return jib >= Jib::kLong0;
+constexpr bool IsErected(jib_t jib) {
+  return jib >= jib_t::LONG0;
 }
-constexpr bool IsLong(Jib jib) {
-  return IsErected(jib) && (static_cast<unsigned>(jib) - static_cast<unsigned>(Jib::kLong0)) % 2 == 0;
+constexpr bool IsLong(jib_t jib) {
+  return IsErected(jib) && (static_cast<unsigned>(jib) - static_cast<unsigned>(jib_t::LONG0)) % 2 == 0;
 }
 // Of an erected jib against the boom, in degrees downwards; 0 otherwise.
-constexpr double OffsetOf(Jib jib) {
-  constexpr unsigned kStep_deg = 15;
+constexpr double OffsetOf(jib_t jib) {
+  constexpr unsigned STEP_DEG = 15;
   if (!IsErected(jib)) return 0;
-  const unsigned step = (static_cast<unsigned>(jib) - static_cast<unsigned>(Jib::kLong0)) / 2;
-  return kStep_deg * step;
+  const unsigned step = (static_cast<unsigned>(jib) - static_cast<unsigned>(jib_t::LONG0)) / 2;
+  return STEP_DEG * step;
 }
 
 // The index of a name in one of the arrays above; empty when it is none of them.

@@ -10,8 +10,8 @@
 namespace host {
 namespace {
 
-constexpr std::chrono::seconds kPatience{1};
-constexpr int kKeys = 8;
+constexpr std::chrono::seconds PATIENCE{1};
+constexpr int KEYS = 8;
 
 constexpr std::uint32_t Bit(int key) {
   return 1U << static_cast<unsigned>(key);
@@ -20,7 +20,7 @@ constexpr std::uint32_t Bit(int key) {
 }  // namespace
 
 FrontKeys::~FrontKeys() {
-  for (int key = 1; key <= kKeys; ++key) {
+  for (int key = 1; key <= KEYS; ++key) {
     if ((held_ & Bit(key)) != 0) Hold(key, false);
   }
 }
@@ -37,8 +37,8 @@ void FrontKeys::Press(int key) {
 void FrontKeys::Post(int key, const std::string& path, const std::string& body) {
   const std::string address = bus::ReadAddressFile(bus::PANEL_ADDRESS_FILE);
   httplib::Client panel("http://" + address);
-  panel.set_connection_timeout(kPatience);
-  panel.set_read_timeout(kPatience);
+  panel.set_connection_timeout(PATIENCE);
+  panel.set_read_timeout(PATIENCE);
   if (!address.empty() && panel.Post("/api/keys/" + std::to_string(key) + path, body, "application/json")) {
     return;
   }

@@ -11,7 +11,7 @@ namespace {
 
 using frames_t = std::vector<bus::frame_t>;
 
-constexpr std::array<fault_t, kFaults> kFaultTable = {{
+constexpr std::array<fault_name_t, FAULTS> FAULT_TABLE = {{
     {"missing-frame", "one frame of a message is left out"},
     {"repeated-frame", "one frame of a message comes twice"},
     {"wrong-sequence", "two frames of a message change places"},
@@ -22,16 +22,16 @@ constexpr std::array<fault_t, kFaults> kFaultTable = {{
     {"babble", "a station that floods the bus with frames of its own"},
 }};
 
-constexpr std::size_t kOversizeFrames = 40;
-constexpr std::size_t kBabbleFrames = 500;
-constexpr std::uint32_t kBabbleIdentifier = 0x18FF00D1;  // next to the host's
-constexpr std::uint8_t kFirstUnknown = 10;
-constexpr std::uint8_t kTextCommand = 5;
+constexpr std::size_t OVERSIZE_FRAMES = 40;
+constexpr std::size_t BABBLE_FRAMES = 500;
+constexpr std::uint32_t BABBLE_IDENTIFIER = 0x18FF00D1;  // next to the host's
+constexpr std::uint8_t FIRST_UNKNOWN = 10;
+constexpr std::uint8_t TEXT_COMMAND = 5;
 
 // Three frames at least: a single frame can neither be missed in part nor change places.
 frames_t Lengthened(std::span<const bus::frame_t> message) {
-  constexpr std::size_t kLong = 3;
-  if (message.size() >= kLong) return {message.begin(), message.end()};
+  constexpr std::size_t LONG = 3;
+  if (message.size() >= LONG) return {message.begin(), message.end()};
   return Segment(
       Encode(OperatingValuesCommand(), std::vector<double>(OperatingValuesCommand().fields.size(), 0.0)));
 }
@@ -62,15 +62,15 @@ frames_t SwapFrames(std::span<const bus::frame_t> message, std::mt19937_64& chan
 }
 
 frames_t SendOversize(std::span<const bus::frame_t> /*message*/, std::mt19937_64& /*chance*/) {
-  Message message(6 + 7 * (kOversizeFrames - 1), 'X');
-  message[0] = kTextCommand;
+  Message message(6 + 7 * (OVERSIZE_FRAMES - 1), 'X');
+  message[0] = TEXT_COMMAND;
   return Segment(message);
 }
 
 // A text command that says it is longer or shorter than anything the display takes.
 frames_t SpoilLength(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
-  constexpr std::array<std::uint16_t, 5> kLengths = {0, 1, 4, 803, 0xFFFF};
-  const std::uint16_t length = kLengths[Pick(chance, 0, kLengths.size() - 1)];
+  constexpr std::array<std::uint16_t, 5> LENGTHS = {0, 1, 4, 803, 0xFFFF};
+  const std::uint16_t length = LENGTHS[Pick(chance, 0, LENGTHS.size() - 1)];
   Message message = EncodeTexts(std::array<text_t, 1>{{{17, "BAD LENGTH"}}});
   message[1] = static_cast<std::uint8_t>(length >> 8U);
   message[2] = static_cast<std::uint8_t>(length);
@@ -78,21 +78,21 @@ frames_t SpoilLength(std::span<const bus::frame_t> /*message*/, std::mt19937_64&
 }
 
 frames_t SpoilText(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
-  constexpr std::array<std::string_view, 4> kTexts = {"A\xC3\x28", "\xE4\xB8", "\xED\xA0\x80", "\xF8\x88\x80"};
-  const std::string_view text = kTexts[Pick(chance, 0, kTexts.size() - 1)];
+  constexpr std::array<std::string_view, 4> TEXTS = {"A\xC3\x28", "\xE4\xB8", "\xED\xA0\x80", "\xF8\x88\x80"};
+  const std::string_view text = TEXTS[Pick(chance, 0, TEXTS.size() - 1)];
   Message message = EncodeTexts(std::array<text_t, 1>{{{17, "BROKEN UTF8 "}}});
   std::copy(text.begin(), text.end(), message.end() - static_cast<std::ptrdiff_t>(text.size()));
   return Segment(message);
 }
 
 frames_t SendUnknown(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
-  return Segment(Message{static_cast<std::uint8_t>(Pick(chance, kFirstUnknown, 0xFF))});
+  return Segment(Message{static_cast<std::uint8_t>(Pick(chance, FIRST_UNKNOWN, 0xFF))});
 }
 
 frames_t Babble(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
-  frames_t frames(kBabbleFrames);
+  frames_t frames(BABBLE_FRAMES);
   for (bus::frame_t& frame : frames) {
-    frame.identifier = kBabbleIdentifier;
+    frame.identifier = BABBLE_IDENTIFIER;
     frame.length = static_cast<std::uint8_t>(frame.data.size());
     std::ranges::generate(frame.data, [&chance] { return static_cast<std::uint8_t>(chance()); });
   }
@@ -100,36 +100,36 @@ frames_t Babble(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chan
 }
 
 using spoiler_t = frames_t (*)(std::span<const bus::frame_t>, std::mt19937_64&);
-constexpr std::array<spoiler_t, kFaults> kSpoilers = {MissFrame,   RepeatFrame, SwapFrames,  SendOversize,
-                                                      SpoilLength, SpoilText,   SendUnknown, Babble};
+constexpr std::array<spoiler_t, FAULTS> SPOILERS = {MissFrame,   RepeatFrame, SwapFrames,  SendOversize,
+                                                    SpoilLength, SpoilText,   SendUnknown, Babble};
 
 }  // namespace
 
-std::span<const fault_t, kFaults> Faults() {
-  return kFaultTable;
+std::span<const fault_name_t, FAULTS> Faults() {
+  return FAULT_TABLE;
 }
 
-std::vector<Fault> ParseFaults(std::string_view text) {
-  std::vector<Fault> faults;
-  std::vector<std::string_view> names(kFaults);
-  std::ranges::transform(kFaultTable, names.begin(), &fault_t::name);
+std::vector<fault_t> ParseFaults(std::string_view text) {
+  std::vector<fault_t> faults;
+  std::vector<std::string_view> names(FAULTS);
+  std::ranges::transform(FAULT_TABLE, names.begin(), &fault_name_t::name);
   if (text == "all") text = {};
   for (const std::string_view name : text.empty() ? names : Split(text, ',')) {
     const auto found = std::ranges::find(names, name);
     if (found == names.end()) {
       const std::string_view nearest = Nearest(name, names);
-      throw usage_error("there is no fault \"" + std::string(name) + "\"" +
-                        (nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?"));
+      throw UsageError("there is no fault \"" + std::string(name) + "\"" +
+                       (nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?"));
     }
-    faults.push_back(static_cast<Fault>(found - names.begin()));
+    faults.push_back(static_cast<fault_t>(found - names.begin()));
   }
   return faults;
 }
 
-Injector::Injector(std::vector<Fault> faults, double rate, std::uint64_t seed)
+Injector::Injector(std::vector<fault_t> faults, double rate, std::uint64_t seed)
     : faults_(std::move(faults)), rate_(rate), chance_(seed) {}
 
-bool Injector::Draw(Fault& fault) {
+bool Injector::Draw(fault_t& fault) {
   if (!asked_.empty()) {
     fault = asked_.front();
     asked_.erase(asked_.begin());
@@ -140,14 +140,14 @@ bool Injector::Draw(Fault& fault) {
   return true;
 }
 
-std::vector<bus::frame_t> Injector::Spoil(Fault fault, std::span<const bus::frame_t> message) {
+std::vector<bus::frame_t> Injector::Spoil(fault_t fault, std::span<const bus::frame_t> message) {
   ++counts_[static_cast<std::size_t>(fault)];
-  return kSpoilers[static_cast<std::size_t>(fault)](message, chance_);
+  return SPOILERS[static_cast<std::size_t>(fault)](message, chance_);
 }
 
 std::vector<bus::frame_t> Injector::Apply(std::span<const bus::frame_t> message) {
   std::vector<bus::frame_t> frames;
-  if (Fault fault{}; Draw(fault)) frames = Spoil(fault, message);
+  if (fault_t fault{}; Draw(fault)) frames = Spoil(fault, message);
   frames.insert(frames.end(), message.begin(), message.end());
   return frames;
 }
@@ -155,11 +155,11 @@ std::vector<bus::frame_t> Injector::Apply(std::span<const bus::frame_t> message)
 std::string Injector::Summary() const {
   std::uint64_t total = 0;
   std::string names;
-  for (std::size_t i = 0; i < kFaults; ++i) {
+  for (std::size_t i = 0; i < FAULTS; ++i) {
     if (counts_[i] == 0) continue;
     total += counts_[i];
     names +=
-        (names.empty() ? ": " : ", ") + std::string(kFaultTable[i].name) + " " + std::to_string(counts_[i]);
+        (names.empty() ? ": " : ", ") + std::string(FAULT_TABLE[i].name) + " " + std::to_string(counts_[i]);
   }
   return total == 0 ? "injected no faults" : "injected " + std::to_string(total) + " faults" + names;
 }

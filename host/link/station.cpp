@@ -10,20 +10,20 @@ namespace host {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Result = bus::Endpoint::Result;
+using Result = bus::Endpoint::result_t;
 
-constexpr int kSendWait_ms = 100;  // between two looks at the stop signal
-constexpr int kReceiveWait_ms = 100;
-constexpr int kMessageWait_ms = 2000;
-constexpr std::chrono::milliseconds kSendPatience{kMessageWait_ms};
-constexpr std::chrono::seconds kRejoinPatience{10};
-constexpr std::chrono::milliseconds kRejoinPause{250};
+constexpr int SEND_WAIT_MS = 100;  // between two looks at the stop signal
+constexpr int RECEIVE_WAIT_MS = 100;
+constexpr int MESSAGE_WAIT_MS = 2000;
+constexpr std::chrono::milliseconds SEND_PATIENCE{MESSAGE_WAIT_MS};
+constexpr std::chrono::seconds REJOIN_PATIENCE{10};
+constexpr std::chrono::milliseconds REJOIN_PAUSE{250};
 
 std::unique_ptr<bus::Endpoint> Open(const std::string& bus) {
   try {
     return bus::OpenEndpoint(bus);
   } catch (const std::runtime_error& error) {
-    throw failure(error.what());
+    throw Failure(error.what());
   }
 }
 
@@ -38,8 +38,8 @@ void Station::StartDrain() {
     bus::frame_t frame;
     while (!end.stop_requested()) {
       const Result result = endpoint->Receive(frame, -1);
-      if (result == Result::kDown) return;
-      if (result == Result::kOk && hear_) hear_(frame);
+      if (result == Result::DOWN) return;
+      if (result == Result::OK && hear_) hear_(frame);
     }
   });
 }
@@ -52,18 +52,18 @@ void Station::Drain(hear_t hear) {
 
 bool Station::Rejoin() {
   std::cerr << "hx7: lost the bus: " + endpoint_->Problem() + "; trying to join it again for " +
-                   std::to_string(kRejoinPatience.count()) + " s\n";
+                   std::to_string(REJOIN_PATIENCE.count()) + " s\n";
   drain_ = {};
-  const auto end = Clock::now() + kRejoinPatience;
+  const auto end = Clock::now() + REJOIN_PATIENCE;
   for (;;) {
-    if (!stop_.WaitUntil(Clock::now() + kRejoinPause)) return false;
+    if (!stop_.WaitUntil(Clock::now() + REJOIN_PAUSE)) return false;
     try {
       auto joined = bus::OpenEndpoint(bus_);
       lostBefore_ += endpoint_->Lost();
       endpoint_ = std::move(joined);
       break;
     } catch (const std::runtime_error& error) {
-      if (Clock::now() >= end) throw failure(std::string("the bus did not come back: ") + error.what());
+      if (Clock::now() >= end) throw Failure(std::string("the bus did not come back: ") + error.what());
     }
   }
   std::cerr << "hx7: joined the bus again\n";
@@ -72,14 +72,14 @@ bool Station::Rejoin() {
 }
 
 bool Station::Send(std::span<const bus::frame_t> frames) {
-  const auto end = Clock::now() + kSendPatience;
+  const auto end = Clock::now() + SEND_PATIENCE;
   // A message that did not go out whole must not begin again: it is waited for in one piece.
-  const int wait_ms = frames.size() == 1 ? kSendWait_ms : kMessageWait_ms;
+  const int wait_ms = frames.size() == 1 ? SEND_WAIT_MS : MESSAGE_WAIT_MS;
   while (!stop_.Stopped()) {
     const Result result = endpoint_->SendAll(frames, wait_ms);
-    if (result == Result::kOk) return true;
-    if (result == Result::kDown && !Rejoin()) return false;
-    if (result == Result::kTimeout && Clock::now() >= end) throw failure(bus_ + ": the bus takes no frames");
+    if (result == Result::OK) return true;
+    if (result == Result::DOWN && !Rejoin()) return false;
+    if (result == Result::TIMEOUT && Clock::now() >= end) throw Failure(bus_ + ": the bus takes no frames");
   }
   return false;
 }
@@ -88,11 +88,11 @@ bool Station::Receive(bus::frame_t& frame, int timeout_ms) {
   const auto end = Clock::now() + std::chrono::milliseconds(timeout_ms);
   while (!stop_.Stopped()) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
-    const int wait_ms = static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, kReceiveWait_ms));
+    const int wait_ms = static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, RECEIVE_WAIT_MS));
     const Result result = endpoint_->Receive(frame, wait_ms);
-    if (result == Result::kOk) return true;
-    if (result == Result::kDown && !Rejoin()) return false;
-    if (result == Result::kTimeout && Clock::now() >= end) return false;
+    if (result == Result::OK) return true;
+    if (result == Result::DOWN && !Rejoin()) return false;
+    if (result == Result::TIMEOUT && Clock::now() >= end) return false;
   }
   return false;
 }

@@ -23,7 +23,7 @@ class Station {
   // The next frame within about `timeout_ms`; false when there was none, or on a stop. Loss as above.
   bool Receive(bus::frame_t& frame, int timeout_ms);
   // A frame that has come already, also after a stop. Does not wait.
-  bool TakeWaiting(bus::frame_t& frame) { return endpoint_->Receive(frame, 0) == bus::Endpoint::Result::kOk; }
+  bool TakeWaiting(bus::frame_t& frame) { return endpoint_->Receive(frame, 0) == bus::Endpoint::result_t::OK; }
   // From now on a thread of the station reads what comes and hands it to `hear` (empty: throws it away), so
   // that a sender who has no time to listen is never held up by the bus. Receive is not called any more.
   using hear_t = std::function<void(const bus::frame_t&)>;

@@ -42,7 +42,7 @@ timespec ToTimespec(std::chrono::nanoseconds span) {
 StopSignal::StopSignal() {
   stopped = false;
   stopEvent = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  if (stopEvent < 0) throw failure("no event descriptor");
+  if (stopEvent < 0) throw Failure("no event descriptor");
   Handle(NoteStop);
 }
 

@@ -11,23 +11,23 @@
 namespace simulate {
 
 // The higher one is said when several are there.
-enum class Alarm : std::uint8_t { kNone, kOperatorLimit, kPreAlarm, kSensorFault, kOverload, kTwoBlock };
+enum class alarm_t : std::uint8_t { NONE, OPERATOR_LIMIT, PRE_ALARM, SENSOR_FAULT, OVERLOAD, TWO_BLOCK };
 
-Alarm AlarmOf(const measured_t& measured, const crane::Limits& limits, bool sensorFault);
+alarm_t AlarmOf(const measured_t& measured, const crane::Limits& limits, bool sensorFault);
 // What the display says of it; empty for none.
-std::optional<Text> TextOf(Alarm alarm);
+std::optional<text_t> TextOf(alarm_t alarm);
 
 class Bell {
  public:
-  void Ring(Alarm alarm);
+  void Ring(alarm_t alarm);
   // Until another alarm comes. False when nothing sounded.
   bool Silence();
-  Alarm Now() const { return now_; }
+  alarm_t Now() const { return now_; }
   // As command 4 takes it: 0 silent, 255 continuous, otherwise the length of a pulse and its pause in 10 ms.
   std::uint8_t Beeper() const;
 
  private:
-  Alarm now_ = Alarm::kNone;
+  alarm_t now_ = alarm_t::NONE;
   bool silenced_ = false;
 };
 

@@ -5,7 +5,7 @@
 namespace simulate {
 namespace {
 
-constexpr std::int64_t kNotice_ms = 3000;
+constexpr std::int64_t NOTICE_MS = 3000;
 
 }  // namespace
 
@@ -22,7 +22,7 @@ void Dialogue::Step(std::int64_t now_ms) {
 }
 
 void Dialogue::Reset() {
-  view_ = View::kOperating;
+  view_ = view_t::OPERATING;
   infoPage_ = 0;
   selectMode_ = false;
   notice_.reset();
@@ -30,12 +30,12 @@ void Dialogue::Reset() {
 }
 
 bool Dialogue::HasMenu() const {
-  return view_ == View::kBaseMenu || (view_ == View::kInfo && infoPage_ == kLimitsPage);
+  return view_ == view_t::BASE_MENU || (view_ == view_t::INFO && infoPage_ == LIMITS_PAGE);
 }
 
 void Dialogue::LeadFromSlate() {
-  if (view_ == View::kOperating) return Transition("slate-to-main");
-  Transition(view_ == View::kConfiguration ? "slate-to-config" : "slate-to-wad");
+  if (view_ == view_t::OPERATING) return Transition("slate-to-main");
+  Transition(view_ == view_t::CONFIGURATION ? "slate-to-config" : "slate-to-wad");
 }
 
 void Dialogue::Transition(std::string_view name) {
@@ -50,9 +50,9 @@ void Dialogue::SelectMode(bool on) {
 
 // The display goes from Main to Wad by some of its keys itself; the request is for those that do not, and is
 // without effect on Wad. Select mode is left on between pages, because its end would lead to Main.
-void Dialogue::ShowWad(View view, bool menu) {
-  if (view_ == View::kConfiguration) Transition("config-to-wad");
-  if (view_ == View::kOperating) Transition("main-to-wad");
+void Dialogue::ShowWad(view_t view, bool menu) {
+  if (view_ == view_t::CONFIGURATION) Transition("config-to-wad");
+  if (view_ == view_t::OPERATING) Transition("main-to-wad");
   view_ = view;
   returnAt_ms_.reset();
   if (menu) SelectMode(true);
@@ -64,14 +64,14 @@ void Dialogue::LeaveWad() {
   } else {
     Transition("wad-to-main");
   }
-  view_ = View::kOperating;
+  view_ = view_t::OPERATING;
   infoPage_ = 0;
   returnAt_ms_.reset();
 }
 
-void Dialogue::Tell(Text notice) {
+void Dialogue::Tell(text_t notice) {
   notice_ = notice;
-  noticeEnd_ms_ = now_ms_ + kNotice_ms;
+  noticeEnd_ms_ = now_ms_ + NOTICE_MS;
 }
 
 void Dialogue::ReturnIn(std::int64_t time_ms) {
@@ -79,21 +79,21 @@ void Dialogue::ReturnIn(std::int64_t time_ms) {
 }
 
 void Dialogue::Select(unsigned choice) {
-  if (!HasMenu()) return Tell(Text::kNothingToSelect);
-  if (view_ == View::kBaseMenu) return SelectBase(choice);
+  if (!HasMenu()) return Tell(text_t::NOTHING_TO_SELECT);
+  if (view_ == view_t::BASE_MENU) return SelectBase(choice);
   ToggleLimit(choice);
 }
 
 void Dialogue::SelectBase(unsigned choice) {
-  cab_.crane.MoveBase(static_cast<crane::Base>(choice));
+  cab_.crane.MoveBase(static_cast<crane::base_t>(choice));
   LeaveWad();
 }
 
 void Dialogue::ToggleLimit(unsigned choice) {
-  const auto quantity = static_cast<crane::Quantity>(choice);
+  const auto quantity = static_cast<crane::quantity_t>(choice);
   if (cab_.limits.IsSet(quantity)) return cab_.limits.Clear(quantity);
   const measured_t& now = cab_.measured;
-  const std::array<double, crane::kQuantityNames.size()> values = {now.angle, now.radius, now.extension,
+  const std::array<double, crane::QUANTITY_NAMES.size()> values = {now.angle, now.radius, now.extension,
                                                                    now.swing};
   cab_.limits.SetAround(quantity, values[choice]);
 }

@@ -17,21 +17,21 @@
 namespace simulate {
 
 // What the host shows. The display has one page, Wad, for the host's own texts; Config is a page of its own.
-enum class View : std::uint8_t { kOperating, kInfo, kBaseMenu, kSwing, kCalibration, kConfiguration };
-constexpr std::array<std::string_view, 6> kViewNames = {"operating", "info",        "base-menu",
+enum class view_t : std::uint8_t { OPERATING, INFO, BASE_MENU, SWING, CALIBRATION, CONFIGURATION };
+constexpr std::array<std::string_view, 6> VIEW_NAMES = {"operating", "info",        "base-menu",
                                                         "swing",     "calibration", "configuration"};
-constexpr unsigned kInfoPages = 4;
-constexpr unsigned kLimitsPage = 1;  // the info page with a menu of the operator's limits
+constexpr unsigned INFO_PAGES = 4;
+constexpr unsigned LIMITS_PAGE = 1;  // the info page with a menu of the operator's limits
 
 // How swing stands on the display: in degrees, as the area under the boom, or as the arc that the chart is for.
-enum class SwingShown : std::uint8_t { kNumber, kArea, kChart };
-constexpr std::array<std::string_view, 3> kSwingShownNames = {"number", "area", "chart"};
+enum class swing_shown_t : std::uint8_t { NUMBER, AREA, CHART };
+constexpr std::array<std::string_view, 3> SWING_SHOWN_NAMES = {"number", "area", "chart"};
 
 // What the operator has set; it outlives a restart of the host.
 struct settings_t {
   unsigned language = 0;  // as the protocol numbers them
-  Units units = Units::kImperial;
-  SwingShown swing = SwingShown::kNumber;
+  units_t units = units_t::IMPERIAL;
+  swing_shown_t swing = swing_shown_t::NUMBER;
 };
 
 // Everything that a key may change.
@@ -53,10 +53,10 @@ class Dialogue {
   // As after power-up.
   void Reset();
 
-  View Shown() const { return view_; }
+  view_t Shown() const { return view_; }
   unsigned InfoPage() const { return infoPage_; }
   // A word on what the last key did, for a few seconds.
-  std::optional<Text> Notice() const { return notice_; }
+  std::optional<text_t> Notice() const { return notice_; }
   // The select keys choose something.
   bool HasMenu() const;
   // Asks for what brings a display that has just been started from Slate to the page shown.
@@ -71,11 +71,11 @@ class Dialogue {
   static std::span<const reaction_t> Reactions();
 
  private:
-  void ShowWad(View view, bool menu);
+  void ShowWad(view_t view, bool menu);
   void LeaveWad();
   void SelectMode(bool on);
   void Transition(std::string_view name);
-  void Tell(Text notice);
+  void Tell(text_t notice);
   void ReturnIn(std::int64_t time_ms);
   void Select(unsigned choice);
   template <unsigned CHOICE>
@@ -86,7 +86,7 @@ class Dialogue {
   void ToggleLimit(unsigned choice);
 
   // Something that is there or not; `on` and `off` say which.
-  void Toggle(bool crane::rigging_t::*part, Text on, Text off);
+  void Toggle(bool crane::rigging_t::*part, text_t on, text_t off);
   void ToggleBoomMode();
   void NextWinch();
   void ToggleCounterweight();
@@ -108,10 +108,10 @@ class Dialogue {
 
   cab_t cab_;
   Outbox& outbox_;
-  View view_ = View::kOperating;
+  view_t view_ = view_t::OPERATING;
   unsigned infoPage_ = 0;
   bool selectMode_ = false;  // as last sent
-  std::optional<Text> notice_;
+  std::optional<text_t> notice_;
   std::int64_t now_ms_ = 0;
   std::int64_t noticeEnd_ms_ = 0;
   std::optional<std::int64_t> returnAt_ms_;

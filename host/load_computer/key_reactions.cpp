@@ -6,14 +6,14 @@
 namespace simulate {
 namespace {
 
-constexpr std::int64_t kSwingPage_ms = 2500;
+constexpr std::int64_t SWING_PAGE_MS = 2500;
 // The display has left its configuration page by then and can be asked to leave the next one.
-constexpr std::int64_t kConfigurationLeft_ms = 1000;
+constexpr std::int64_t CONFIGURATION_LEFT_MS = 1000;
 
 }  // namespace
 
 std::span<const Dialogue::reaction_t> Dialogue::Reactions() {
-  static constexpr std::array<reaction_t, 22> kReactions = {{
+  static constexpr std::array<reaction_t, 22> REACTIONS = {{
       {1, "telescope the boom's sections together or one by one; boom mode lamp", &Dialogue::ToggleBoomMode},
       {2, "front or rear winch; their lamps and text", &Dialogue::NextWinch},
       {3, "counterweight on or off; its lamp and text, and another load chart", &Dialogue::ToggleCounterweight},
@@ -37,10 +37,10 @@ std::span<const Dialogue::reaction_t> Dialogue::Reactions() {
       {21, "swing in degrees, as area or as arc of the load chart; a page says which", &Dialogue::NextSwing},
       {22, "man basket on or off; its lamp, and half of the capacity", &Dialogue::ToggleManBasket},
   }};
-  return kReactions;
+  return REACTIONS;
 }
 
-void Dialogue::Toggle(bool crane::rigging_t::*part, Text on, Text off) {
+void Dialogue::Toggle(bool crane::rigging_t::*part, text_t on, text_t off) {
   crane::rigging_t rigging = cab_.crane.Rigging();
   rigging.*part = !(rigging.*part);
   cab_.crane.Rig(rigging);
@@ -48,32 +48,32 @@ void Dialogue::Toggle(bool crane::rigging_t::*part, Text on, Text off) {
 }
 
 void Dialogue::ToggleBoomMode() {
-  Toggle(&crane::rigging_t::manualBoom, Text::kBoomManual, Text::kBoomTogether);
+  Toggle(&crane::rigging_t::manualBoom, text_t::BOOM_MANUAL, text_t::BOOM_TOGETHER);
 }
 
 void Dialogue::NextWinch() {
   crane::rigging_t rigging = cab_.crane.Rigging();
-  const bool front = rigging.winch == crane::Winch::kFront;
-  rigging.winch = front ? crane::Winch::kRear : crane::Winch::kFront;
+  const bool front = rigging.winch == crane::winch_t::FRONT;
+  rigging.winch = front ? crane::winch_t::REAR : crane::winch_t::FRONT;
   cab_.crane.Rig(rigging);
-  Tell(front ? Text::kRearWinch : Text::kFrontWinch);
+  Tell(front ? text_t::REAR_WINCH : text_t::FRONT_WINCH);
 }
 
 void Dialogue::ToggleCounterweight() {
-  Toggle(&crane::rigging_t::counterweight, Text::kCounterweight, Text::kNoCounterweight);
+  Toggle(&crane::rigging_t::counterweight, text_t::COUNTERWEIGHT, text_t::NO_COUNTERWEIGHT);
 }
 
 void Dialogue::ToggleStowed() {
   crane::rigging_t rigging = cab_.crane.Rigging();
-  const bool stowed = rigging.jib == crane::Jib::kStowed;
-  rigging.jib = stowed ? crane::Jib::kAbsent : crane::Jib::kStowed;
-  if (rigging.pick == crane::Pick::kFly) rigging.pick = crane::Pick::kMainBoom;
+  const bool stowed = rigging.jib == crane::jib_t::STOWED;
+  rigging.jib = stowed ? crane::jib_t::ABSENT : crane::jib_t::STOWED;
+  if (rigging.pick == crane::pick_t::FLY) rigging.pick = crane::pick_t::MAIN_BOOM;
   cab_.crane.Rig(rigging);
-  Tell(stowed ? Text::kNoJib : Text::kJibStowed);
+  Tell(stowed ? text_t::NO_JIB : text_t::JIB_STOWED);
 }
 
 void Dialogue::CancelAlarm() {
-  Tell(cab_.bell.Silence() ? Text::kSilenced : Text::kNothingToSilence);
+  Tell(cab_.bell.Silence() ? text_t::SILENCED : text_t::NOTHING_TO_SILENCE);
 }
 
 // Also when nothing but the operating page is shown: the display may have gone to Wad by itself.
@@ -83,7 +83,7 @@ void Dialogue::ExitToMain() {
 
 void Dialogue::ChangeParts(int by) {
   crane::rigging_t rigging = cab_.crane.Rigging();
-  rigging.parts = (rigging.parts - 1 + by + crane::kMostParts) % crane::kMostParts + 1;
+  rigging.parts = (rigging.parts - 1 + by + crane::MOST_PARTS) % crane::MOST_PARTS + 1;
   cab_.crane.Rig(rigging);
 }
 
@@ -99,12 +99,12 @@ void Dialogue::MoreParts() {
 void Dialogue::NextFly() {
   crane::rigging_t rigging = cab_.crane.Rigging();
   if (!crane::IsErected(rigging.jib)) {
-    rigging.jib = crane::Jib::kLong0;
-  } else if (rigging.jib == crane::Jib::kShort30) {
-    rigging.jib = crane::Jib::kStowed;
-    if (rigging.pick == crane::Pick::kFly) rigging.pick = crane::Pick::kMainBoom;
+    rigging.jib = crane::jib_t::LONG0;
+  } else if (rigging.jib == crane::jib_t::SHORT30) {
+    rigging.jib = crane::jib_t::STOWED;
+    if (rigging.pick == crane::pick_t::FLY) rigging.pick = crane::pick_t::MAIN_BOOM;
   } else {
-    rigging.jib = static_cast<crane::Jib>(static_cast<unsigned>(rigging.jib) + 1);
+    rigging.jib = static_cast<crane::jib_t>(static_cast<unsigned>(rigging.jib) + 1);
   }
   cab_.crane.Rig(rigging);
 }
@@ -112,58 +112,58 @@ void Dialogue::NextFly() {
 void Dialogue::ToggleAux() {
   crane::rigging_t rigging = cab_.crane.Rigging();
   rigging.auxHead = !rigging.auxHead;
-  if (rigging.pick == crane::Pick::kAux) rigging.pick = crane::Pick::kMainBoom;
+  if (rigging.pick == crane::pick_t::AUX) rigging.pick = crane::pick_t::MAIN_BOOM;
   cab_.crane.Rig(rigging);
-  Tell(rigging.auxHead ? Text::kAuxOn : Text::kAuxOff);
+  Tell(rigging.auxHead ? text_t::AUX_ON : text_t::AUX_OFF);
 }
 
 void Dialogue::NextPick() {
-  using crane::Pick;
+  using crane::pick_t;
   crane::rigging_t rigging = cab_.crane.Rigging();
   const bool fly = crane::IsErected(rigging.jib);
-  if (rigging.pick == Pick::kMainBoom && rigging.auxHead) {
-    rigging.pick = Pick::kAux;
-  } else if (rigging.pick != Pick::kFly && fly) {
-    rigging.pick = Pick::kFly;
+  if (rigging.pick == pick_t::MAIN_BOOM && rigging.auxHead) {
+    rigging.pick = pick_t::AUX;
+  } else if (rigging.pick != pick_t::FLY && fly) {
+    rigging.pick = pick_t::FLY;
   } else {
-    rigging.pick = Pick::kMainBoom;
+    rigging.pick = pick_t::MAIN_BOOM;
   }
   cab_.crane.Rig(rigging);
-  static constexpr std::array<Text, 3> kNotices = {Text::kMainBoom, Text::kAuxHead, Text::kFly};
-  Tell(kNotices[static_cast<std::size_t>(rigging.pick)]);
+  static constexpr std::array<text_t, 3> NOTICES = {text_t::MAIN_BOOM, text_t::AUX_HEAD, text_t::FLY};
+  Tell(NOTICES[static_cast<std::size_t>(rigging.pick)]);
 }
 
 void Dialogue::ExitConfiguration() {
   Transition("config-to-wad");
-  view_ = View::kInfo;
+  view_ = view_t::INFO;
   infoPage_ = 0;
-  ReturnIn(kConfigurationLeft_ms);
+  ReturnIn(CONFIGURATION_LEFT_MS);
 }
 
 void Dialogue::ShowBases() {
-  if (view_ != View::kBaseMenu) return ShowWad(View::kBaseMenu, true);
+  if (view_ != view_t::BASE_MENU) return ShowWad(view_t::BASE_MENU, true);
   Transition("wad-to-config");
-  view_ = View::kConfiguration;
+  view_ = view_t::CONFIGURATION;
 }
 
 void Dialogue::NextInfo() {
-  infoPage_ = view_ == View::kInfo ? (infoPage_ + 1) % kInfoPages : 0;
-  ShowWad(View::kInfo, infoPage_ == kLimitsPage);
+  infoPage_ = view_ == view_t::INFO ? (infoPage_ + 1) % INFO_PAGES : 0;
+  ShowWad(view_t::INFO, infoPage_ == LIMITS_PAGE);
 }
 
 void Dialogue::ShowCalibration() {
-  ShowWad(View::kCalibration, false);
+  ShowWad(view_t::CALIBRATION, false);
 }
 
 void Dialogue::NextSwing() {
-  SwingShown& shown = cab_.settings.swing;
-  shown = static_cast<SwingShown>((static_cast<unsigned>(shown) + 1) % kSwingShownNames.size());
-  ShowWad(View::kSwing, false);
-  ReturnIn(kSwingPage_ms);
+  swing_shown_t& shown = cab_.settings.swing;
+  shown = static_cast<swing_shown_t>((static_cast<unsigned>(shown) + 1) % SWING_SHOWN_NAMES.size());
+  ShowWad(view_t::SWING, false);
+  ReturnIn(SWING_PAGE_MS);
 }
 
 void Dialogue::ToggleManBasket() {
-  Toggle(&crane::rigging_t::manBasket, Text::kManBasket, Text::kNoManBasket);
+  Toggle(&crane::rigging_t::manBasket, text_t::MAN_BASKET, text_t::NO_MAN_BASKET);
 }
 
 }  // namespace simulate

@@ -12,36 +12,36 @@
 namespace simulate {
 namespace {
 
-constexpr std::int64_t kValues_ms = 100;   // 10 a second
-constexpr std::int64_t kKeyState_ms = 50;  // 20 a second
-constexpr std::int64_t kGreeting_ms = 50;  // between the messages of the start-up conversation
-constexpr std::int64_t kRefresh_ms = 1000;
-constexpr std::int64_t kBoot_ms = 2000;
+constexpr std::int64_t VALUES_MS = 100;    // 10 a second
+constexpr std::int64_t KEY_STATE_MS = 50;  // 20 a second
+constexpr std::int64_t GREETING_MS = 50;   // between the messages of the start-up conversation
+constexpr std::int64_t REFRESH_MS = 1000;
+constexpr std::int64_t BOOT_MS = 2000;
 // A display that has just been started waits to be asked for its page, and may be so busy or so late that it
 // misses the first requests.
-constexpr std::int64_t kPage_ms = 1000;
-constexpr std::int64_t kPageLater_ms = 10'000;
-constexpr std::int64_t kDisplayStart_ms = 12'000;
+constexpr std::int64_t PAGE_MS = 1000;
+constexpr std::int64_t PAGE_LATER_MS = 10'000;
+constexpr std::int64_t DISPLAY_START_MS = 12'000;
 // One that has not answered for so long may have been started anew: twenty requests for the key state.
-constexpr std::int64_t kDisplayAway_ms = 1000;
-constexpr std::int64_t kFullValues_ms = 20;
-constexpr std::int64_t kFullTexts_ms = 50;
+constexpr std::int64_t DISPLAY_AWAY_MS = 1000;
+constexpr std::int64_t FULL_VALUES_MS = 20;
+constexpr std::int64_t FULL_TEXTS_MS = 50;
 
 // The start-up conversation before the settings follow. A request has no value.
 struct greeting_t {
   std::string_view command;
   int value;
 };
-constexpr int kRequest = -1;
-constexpr greeting_t kGreetings[] = {{"protocol-version", 1},      {"encryption", 1},
-                                     {"program-name", kRequest},   {"program-date", kRequest},
-                                     {"file-id", kRequest},        {"lcd-status", kRequest},
-                                     {"led-brightness", kRequest}, {"display-type", 0},
-                                     {"display-mode", 1},          {"beeper", 0}};
-constexpr std::int64_t kGreeted_ms = kGreeting_ms * static_cast<std::int64_t>(std::size(kGreetings) + 1);
+constexpr int REQUEST = -1;
+constexpr greeting_t GREETINGS[] = {{"protocol-version", 1},     {"encryption", 1},
+                                    {"program-name", REQUEST},   {"program-date", REQUEST},
+                                    {"file-id", REQUEST},        {"lcd-status", REQUEST},
+                                    {"led-brightness", REQUEST}, {"display-type", 0},
+                                    {"display-mode", 1},         {"beeper", 0}};
+constexpr std::int64_t GREETED_MS = GREETING_MS * static_cast<std::int64_t>(std::size(GREETINGS) + 1);
 
 unsigned KeyOf(const host::Message& message) {
-  return message[0] == host::kExtendedCommand ? 0x700U | message[1] : message[0];
+  return message[0] == host::EXTENDED_COMMAND ? 0x700U | message[1] : message[0];
 }
 
 bool IsBeeper(unsigned key) {
@@ -58,10 +58,10 @@ LoadComputer::LoadComputer(crane::LoadChart chart, std::uint32_t seed, double sp
       dialogue_(cab_, outbox_) {}
 
 std::vector<transmission_t> LoadComputer::Step() {
-  now_ms_ += kTick_ms;
-  crane_.Step(static_cast<double>(kTick_ms) / 1000);
+  now_ms_ += TICK_MS;
+  crane_.Step(static_cast<double>(TICK_MS) / 1000);
   dialogue_.Step(now_ms_);
-  if (Every(kValues_ms)) Look();
+  if (Every(VALUES_MS)) Look();
   if (now_ms_ < silentUntil_ms_) {
     outbox_.Clear();
   } else if (fullTraffic_) {
@@ -74,42 +74,42 @@ std::vector<transmission_t> LoadComputer::Step() {
 
 void LoadComputer::Look() {
   measured_ = sensors_.Read(crane_, chart_);
-  limits_.Check(crane::Quantity::kAngle, measured_.angle);
-  limits_.Check(crane::Quantity::kRadius, measured_.radius);
-  limits_.Check(crane::Quantity::kExtension, measured_.extension);
-  limits_.Check(crane::Quantity::kSwing, measured_.swing);
+  limits_.Check(crane::quantity_t::ANGLE, measured_.angle);
+  limits_.Check(crane::quantity_t::RADIUS, measured_.radius);
+  limits_.Check(crane::quantity_t::EXTENSION, measured_.extension);
+  limits_.Check(crane::quantity_t::SWING, measured_.swing);
   bell_.Ring(AlarmOf(measured_, limits_, sensors_.AnyFault()));
 }
 
 void LoadComputer::Converse() {
   const std::int64_t since_ms = now_ms_ - begin_ms_;
-  if (since_ms < kGreeted_ms) return Greet();
-  if (Every(kValues_ms)) SendChanges();
-  if (Every(kRefresh_ms)) Refresh();
+  if (since_ms < GREETED_MS) return Greet();
+  if (Every(VALUES_MS)) SendChanges();
+  if (Every(REFRESH_MS)) Refresh();
   AskForPage();
-  if (Every(kKeyState_ms)) outbox_.Request("key-state");
-  if (Every(kValues_ms)) SendValues();
+  if (Every(KEY_STATE_MS)) outbox_.Request("key-state");
+  if (Every(VALUES_MS)) SendValues();
 }
 
 void LoadComputer::Greet() {
-  if (!Every(kGreeting_ms)) return;
-  const auto number = static_cast<std::size_t>((now_ms_ - begin_ms_) / kGreeting_ms);
-  if (number == 0 || number > std::size(kGreetings)) return;
-  const greeting_t& greeting = kGreetings[number - 1];
-  if (greeting.value == kRequest) return outbox_.Request(greeting.command);
+  if (!Every(GREETING_MS)) return;
+  const auto number = static_cast<std::size_t>((now_ms_ - begin_ms_) / GREETING_MS);
+  if (number == 0 || number > std::size(GREETINGS)) return;
+  const greeting_t& greeting = GREETINGS[number - 1];
+  if (greeting.value == REQUEST) return outbox_.Request(greeting.command);
   outbox_.Send(greeting.command, greeting.value);
 }
 
 // What stands as it is until it changes, in the order in which the display needs it: the language before texts.
 std::vector<host::Message> LoadComputer::Settled() const {
-  const crane::Jib jib = crane_.Rigging().jib;
+  const crane::jib_t jib = crane_.Rigging().jib;
   return {host::Encode("language", settings_.language),
           host::Encode("units", static_cast<double>(settings_.units)),
           ValidKeys(),
           host::Encode(*host::FindCommand("colors"), ColorsOf(crane_)),
           host::Encode("swing-mode", SwingModeOf(cab_, chart_)),
           host::Encode("erected-icon", crane::IsErected(jib) ? 1 : 0),
-          host::Encode("stowed-icon", jib == crane::Jib::kStowed ? 1 : 0),
+          host::Encode("stowed-icon", jib == crane::jib_t::STOWED ? 1 : 0),
           host::EncodeTexts(TextsOf(Page())),
           host::EncodeFlash(FlashOf(Page())),
           host::Encode("beeper", bell_.Beeper())};
@@ -143,8 +143,8 @@ std::int64_t LoadComputer::OfDisplay(std::int64_t time_ms) const {
 
 void LoadComputer::AskForPage() {
   const std::int64_t asked_ms = now_ms_ - askedFrom_ms_;
-  if (asked_ms > OfDisplay(kDisplayStart_ms)) return;
-  if (!Every(asked_ms <= kDisplayStart_ms ? kPage_ms : kPageLater_ms)) return;
+  if (asked_ms > OfDisplay(DISPLAY_START_MS)) return;
+  if (!Every(asked_ms <= DISPLAY_START_MS ? PAGE_MS : PAGE_LATER_MS)) return;
   dialogue_.LeadFromSlate();
 }
 
@@ -154,12 +154,12 @@ void LoadComputer::SendValues() {
 }
 
 void LoadComputer::SendFullTraffic() {
-  if (Every(kFullValues_ms)) SendValues();
-  if (Every(kFullTexts_ms)) outbox_.Send(FullTexts());
-  if (Every(kKeyState_ms)) outbox_.Request("key-state");
-  if (!Every(kValues_ms)) return;
+  if (Every(FULL_VALUES_MS)) SendValues();
+  if (Every(FULL_TEXTS_MS)) outbox_.Send(FullTexts());
+  if (Every(KEY_STATE_MS)) outbox_.Request("key-state");
+  if (!Every(VALUES_MS)) return;
   const auto settled = Settled();
-  outbox_.Send(settled[static_cast<std::size_t>(now_ms_ / kValues_ms) % settled.size()]);
+  outbox_.Send(settled[static_cast<std::size_t>(now_ms_ / VALUES_MS) % settled.size()]);
 }
 
 void LoadComputer::SetFullTraffic(bool full) {
@@ -179,7 +179,7 @@ void LoadComputer::Restart() {
   dialogue_.Reset();
   sent_.clear();
   // On a whole look, so that the paces stay in step.
-  begin_ms_ = (now_ms_ + kBoot_ms) / kValues_ms * kValues_ms;
+  begin_ms_ = (now_ms_ + BOOT_MS) / VALUES_MS * VALUES_MS;
   silentUntil_ms_ = begin_ms_;
   askedFrom_ms_ = begin_ms_;
 }
@@ -190,10 +190,10 @@ void LoadComputer::Send(std::span<const std::string> arguments) {
 
 // The select keys are good for menus alone.
 host::Message LoadComputer::ValidKeys() const {
-  constexpr std::uint8_t kSelectKeys[] = {8, 17, 14, 15};
+  constexpr std::uint8_t SELECT_KEYS[] = {8, 17, 14, 15};
   std::vector<std::uint8_t> masks = host::ParseKeyMasks("all");
   if (!dialogue_.HasMenu()) {
-    for (const std::uint8_t key : kSelectKeys) masks[key] = 0;
+    for (const std::uint8_t key : SELECT_KEYS) masks[key] = 0;
   }
   return host::EncodeKeyMasks(masks);
 }
@@ -202,7 +202,7 @@ host::Message LoadComputer::ValidKeys() const {
 host::Message LoadComputer::FullTexts() const {
   std::vector<host::text_t> texts;
   for (std::uint8_t field = 0; field < host::TextFieldNames().size(); ++field) {
-    const auto letter = static_cast<char>('A' + (now_ms_ / kFullTexts_ms + field) % 26);
+    const auto letter = static_cast<char>('A' + (now_ms_ / FULL_TEXTS_MS + field) % 26);
     texts.push_back({field, std::string(4, letter)});
   }
   return host::EncodeTexts(texts);
@@ -211,17 +211,17 @@ host::Message LoadComputer::FullTexts() const {
 // The answers to the requests have no number of their own. None but a key state's has a host key's number in
 // the place of the key, so that no key is lost or invented where an answer was missed.
 void LoadComputer::Hear(const bus::frame_t& frame) {
-  constexpr std::size_t kKeyAt = 1;
-  constexpr std::size_t kFileIdFrames = 3;
-  constexpr std::size_t kFileIdSize = 16;
+  constexpr std::size_t KEY_AT = 1;
+  constexpr std::size_t FILE_ID_FRAMES = 3;
+  constexpr std::size_t FILE_ID_SIZE = 16;
   if (!frame.extended || frame.identifier != DISPLAY_FRAME_ID) return;
-  if (now_ms_ - heard_ms_ > OfDisplay(kDisplayAway_ms)) askedFrom_ms_ = now_ms_;
+  if (now_ms_ - heard_ms_ > OfDisplay(DISPLAY_AWAY_MS)) askedFrom_ms_ = now_ms_;
   heard_ms_ = now_ms_;
   host::Message reply;
   if (!display_.Feed(frame.Bytes(), reply)) return;
   ++replies_;
-  if (reply.size() == FIRST_FRAME_ROOM) Press(reply[kKeyAt]);
-  if (reply.size() == MessageRoom(kFileIdFrames)) fileId_.assign(reply.begin(), reply.begin() + kFileIdSize);
+  if (reply.size() == FIRST_FRAME_ROOM) Press(reply[KEY_AT]);
+  if (reply.size() == MessageRoom(FILE_ID_FRAMES)) fileId_.assign(reply.begin(), reply.begin() + FILE_ID_SIZE);
 }
 
 state_t LoadComputer::State() const {
@@ -248,9 +248,9 @@ state_t LoadComputer::State() const {
                 .replies = replies_,
                 .displayFileId = fileId_};
   for (unsigned i = 0; i < state.limits.size(); ++i)
-    state.limits[i] = limits_.Get(static_cast<crane::Quantity>(i));
-  for (unsigned i = 0; i < kFaultNames.size(); ++i) {
-    if (sensors_.HasFault(static_cast<Fault>(i))) state.faults.emplace_back(kFaultNames[i]);
+    state.limits[i] = limits_.Get(static_cast<crane::quantity_t>(i));
+  for (unsigned i = 0; i < FAULT_NAMES.size(); ++i) {
+    if (sensors_.HasFault(static_cast<fault_t>(i))) state.faults.emplace_back(FAULT_NAMES[i]);
   }
   for (const host::text_t& text : TextsOf(Page())) {
     state.texts.emplace_back(host::TextFieldNames()[text.field], text.text);

@@ -21,7 +21,7 @@
 
 namespace simulate {
 
-constexpr std::int64_t kTick_ms = 10;
+constexpr std::int64_t TICK_MS = 10;
 
 class LoadComputer {
  public:
@@ -50,7 +50,7 @@ class LoadComputer {
   void Restart();
   // Everything at the fastest that a host does, with texts that fill a message.
   void SetFullTraffic(bool full);
-  // Commands by name, as `hx7 send` takes them. Throws host::usage_error.
+  // Commands by name, as `hx7 send` takes them. Throws host::UsageError.
   void Send(std::span<const std::string> arguments);
 
   state_t State() const;

@@ -12,14 +12,15 @@ namespace {
 
 using texts_t = std::vector<host::text_t>;
 
-constexpr const char* kProgramVersion = "HX7 " ORVIK_VERSION;
-constexpr std::array<Text, 4> kBaseTexts = {Text::kOnTires, Text::kOutriggersRetracted, Text::kOutriggersHalf,
-                                            Text::kOutriggersExtended};
-constexpr std::array<Text, 4> kBaseChoices = {Text::kTires, Text::kRetracted, Text::kHalf, Text::kExtended};
-constexpr std::array<Text, 3> kPickTexts = {Text::kMainBoom, Text::kAuxHead, Text::kFly};
-constexpr std::array<Text, 4> kAreaTexts = {Text::kFront, Text::kFrontArc, Text::kSide, Text::kRear};
-constexpr std::array<Text, 3> kSwingTexts = {Text::kSwingNumber, Text::kSwingArea, Text::kSwingChart};
-constexpr std::array<Text, 4> kLimitTexts = {Text::kAngle, Text::kRadius, Text::kExtension, Text::kSwing};
+constexpr const char* PROGRAM_VERSION = "HX7 " ORVIK_VERSION;
+constexpr std::array<text_t, 4> BASE_TEXTS = {text_t::ON_TIRES, text_t::OUTRIGGERS_RETRACTED,
+                                              text_t::OUTRIGGERS_HALF, text_t::OUTRIGGERS_EXTENDED};
+constexpr std::array<text_t, 4> BASE_CHOICES = {text_t::TIRES, text_t::RETRACTED, text_t::HALF,
+                                                text_t::EXTENDED};
+constexpr std::array<text_t, 3> PICK_TEXTS = {text_t::MAIN_BOOM, text_t::AUX_HEAD, text_t::FLY};
+constexpr std::array<text_t, 4> AREA_TEXTS = {text_t::FRONT, text_t::FRONT_ARC, text_t::SIDE, text_t::REAR};
+constexpr std::array<text_t, 3> SWING_TEXTS = {text_t::SWING_NUMBER, text_t::SWING_AREA, text_t::SWING_CHART};
+constexpr std::array<text_t, 4> LIMIT_TEXTS = {text_t::ANGLE, text_t::RADIUS, text_t::EXTENSION, text_t::SWING};
 
 std::string Number(double value, int digits) {
   if (std::isnan(value)) return "---";
@@ -32,7 +33,7 @@ std::string Number(double value, int digits) {
 }
 
 template <typename E, std::size_t N>
-Text TextFor(const std::array<Text, N>& texts, E value) {
+text_t TextFor(const std::array<text_t, N>& texts, E value) {
   return texts[static_cast<std::size_t>(value)];
 }
 
@@ -46,9 +47,9 @@ class Page {
   void Put(std::string_view field, std::string text) {
     if (!text.empty()) texts_.push_back({*host::FindTextField(field), std::move(text)});
   }
-  void Put(std::string_view field, Text text) { Put(field, std::string(Say(text, language_))); }
-  void PutRow(unsigned line, Text label, std::string value);
-  void PutChoice(unsigned choice, Text name, std::string state);
+  void Put(std::string_view field, text_t text) { Put(field, std::string(Say(text, language_))); }
+  void PutRow(unsigned line, text_t label, std::string value);
+  void PutChoice(unsigned choice, text_t name, std::string state);
   void PutLabels();
   void KeepWhatFits();
   void Operating();
@@ -64,9 +65,9 @@ class Page {
   std::string Metres(double metres) const;
   std::string Bar(double bar) const;
   std::string Jib() const;
-  std::string LimitText(crane::Quantity quantity) const;
+  std::string LimitText(crane::quantity_t quantity) const;
   const crane::Crane& Crane() const { return page_.cab.crane; }
-  Units InUnits() const { return page_.cab.settings.units; }
+  units_t InUnits() const { return page_.cab.settings.units; }
 
   const page_t& page_;
   unsigned language_;
@@ -82,20 +83,21 @@ std::string Page::Bar(double bar) const {
 }
 
 std::string Page::Jib() const {
-  const crane::Jib jib = Crane().Rigging().jib;
-  if (jib == crane::Jib::kAbsent) return std::string(Say(Text::kNoJib, language_));
-  if (jib == crane::Jib::kStowed) return std::string(Say(Text::kJibStowed, language_));
-  return Say(crane::IsLong(jib) ? Text::kLongFly : Text::kShortFly, language_, Number(crane::OffsetOf(jib), 0));
+  const crane::jib_t jib = Crane().Rigging().jib;
+  if (jib == crane::jib_t::ABSENT) return std::string(Say(text_t::NO_JIB, language_));
+  if (jib == crane::jib_t::STOWED) return std::string(Say(text_t::JIB_STOWED, language_));
+  return Say(crane::IsLong(jib) ? text_t::LONG_FLY : text_t::SHORT_FLY, language_,
+             Number(crane::OffsetOf(jib), 0));
 }
 
-void Page::PutRow(unsigned line, Text label, std::string value) {
+void Page::PutRow(unsigned line, text_t label, std::string value) {
   const std::string field = "line" + std::to_string(line);
   Put(field + "-left", label);
   Put(field + "-right", std::move(value));
 }
 
 // Choices 1 and 2 stand on the left, 3 and 4 on the right, each beside its key.
-void Page::PutChoice(unsigned choice, Text name, std::string state) {
+void Page::PutChoice(unsigned choice, text_t name, std::string state) {
   const std::string field = "select" + std::to_string(choice + 1);
   Put(field + "-linea", name);
   Put(field + "-lineb", std::move(state));
@@ -103,10 +105,10 @@ void Page::PutChoice(unsigned choice, Text name, std::string state) {
 
 // Which jib stands where.
 void Page::PutLabels() {
-  constexpr const char* kNone = "-";
-  const crane::Jib jib = Crane().Rigging().jib;
-  Put("erected", crane::IsErected(jib) ? Jib() : kNone);
-  Put("stowed", jib == crane::Jib::kStowed ? std::string(Say(Text::kFly, language_)) : kNone);
+  constexpr const char* NONE = "-";
+  const crane::jib_t jib = Crane().Rigging().jib;
+  Put("erected", crane::IsErected(jib) ? Jib() : NONE);
+  Put("stowed", jib == crane::jib_t::STOWED ? std::string(Say(text_t::FLY, language_)) : NONE);
 }
 
 // An alarm or a notice has the last line for itself.
@@ -118,32 +120,32 @@ void Page::Alarm() {
     Put("line4-center", *alarm);
   } else {
     const crane::rigging_t& rigging = Crane().Rigging();
-    Put("line4-left", Say(Text::kPartsOfLine, language_, std::to_string(rigging.parts)));
-    Put("counterweight", rigging.counterweight ? Text::kCounterweight : Text::kNoCounterweight);
+    Put("line4-left", Say(text_t::PARTS_OF_LINE, language_, std::to_string(rigging.parts)));
+    Put("counterweight", rigging.counterweight ? text_t::COUNTERWEIGHT : text_t::NO_COUNTERWEIGHT);
   }
   if (alarm) Put("flash-msg", *alarm);
 }
 
 void Page::Operating() {
   const crane::rigging_t& rigging = Crane().Rigging();
-  Put("outriggers", TextFor(kBaseTexts, Crane().WantedBase()));
-  Put("swing-text", TextFor(kAreaTexts, Crane().Over()));
+  Put("outriggers", TextFor(BASE_TEXTS, Crane().WantedBase()));
+  Put("swing-text", TextFor(AREA_TEXTS, Crane().Over()));
   Put("jib", Jib());
-  Put("aux", rigging.auxHead ? Text::kAuxOn : Text::kAuxOff);
-  Put("pickpoint", rigging.manBasket ? Text::kManBasket : TextFor(kPickTexts, rigging.pick));
-  Put("winch", rigging.winch == crane::Winch::kFront ? Text::kFrontWinch : Text::kRearWinch);
+  Put("aux", rigging.auxHead ? text_t::AUX_ON : text_t::AUX_OFF);
+  Put("pickpoint", rigging.manBasket ? text_t::MAN_BASKET : TextFor(PICK_TEXTS, rigging.pick));
+  Put("winch", rigging.winch == crane::winch_t::FRONT ? text_t::FRONT_WINCH : text_t::REAR_WINCH);
   Alarm();
 }
 
 void Page::Heights() {
-  PutRow(2, Text::kHookHeight, Metres(Crane().HookHeight()));
-  PutRow(3, Text::kHeadHeight, Metres(Crane().SheaveHeight()));
-  PutRow(4, Text::kLineSpeed, Metres(std::abs(Crane().LineSpeed())) + "/s");
+  PutRow(2, text_t::HOOK_HEIGHT, Metres(Crane().HookHeight()));
+  PutRow(3, text_t::HEAD_HEIGHT, Metres(Crane().SheaveHeight()));
+  PutRow(4, text_t::LINE_SPEED, Metres(std::abs(Crane().LineSpeed())) + "/s");
 }
 
-std::string Page::LimitText(crane::Quantity quantity) const {
-  if (!page_.cab.limits.IsSet(quantity)) return std::string(Say(Text::kOff, language_));
-  const bool metres = quantity == crane::Quantity::kRadius || quantity == crane::Quantity::kExtension;
+std::string Page::LimitText(crane::quantity_t quantity) const {
+  if (!page_.cab.limits.IsSet(quantity)) return std::string(Say(text_t::OFF, language_));
+  const bool metres = quantity == crane::quantity_t::RADIUS || quantity == crane::quantity_t::EXTENSION;
   const auto side = [&](double value) { return Number(metres ? Length(value, InUnits()) : value, 1); };
   const crane::limit_t& limit = page_.cab.limits.Get(quantity);
   const std::string least = limit.least ? side(*limit.least) : "";
@@ -152,61 +154,61 @@ std::string Page::LimitText(crane::Quantity quantity) const {
 }
 
 void Page::LimitsMenu() {
-  for (unsigned choice = 0; choice < kLimitTexts.size(); ++choice) {
-    PutChoice(choice, kLimitTexts[choice], LimitText(static_cast<crane::Quantity>(choice)));
+  for (unsigned choice = 0; choice < LIMIT_TEXTS.size(); ++choice) {
+    PutChoice(choice, LIMIT_TEXTS[choice], LimitText(static_cast<crane::quantity_t>(choice)));
   }
 }
 
 void Page::Pressures() {
-  PutRow(2, Text::kPiston, Bar(page_.cab.measured.piston));
-  PutRow(3, Text::kRod, Bar(page_.cab.measured.rod));
-  PutRow(4, Text::kWind, Metres(page_.sensors.Wind()) + "/s");
+  PutRow(2, text_t::PISTON, Bar(page_.cab.measured.piston));
+  PutRow(3, text_t::ROD, Bar(page_.cab.measured.rod));
+  PutRow(4, text_t::WIND, Metres(page_.sensors.Wind()) + "/s");
 }
 
 void Page::Program() {
-  PutRow(2, Text::kProgram, kProgramVersion);
-  PutRow(3, Text::kChart, page_.chart.Name());
+  PutRow(2, text_t::PROGRAM, PROGRAM_VERSION);
+  PutRow(3, text_t::CHART, page_.chart.Name());
 }
 
 void Page::Info() {
   using part_t = void (Page::*)();
-  static constexpr std::array<part_t, kInfoPages> kParts = {&Page::Heights, &Page::LimitsMenu, &Page::Pressures,
-                                                            &Page::Program};
+  static constexpr std::array<part_t, INFO_PAGES> PARTS = {&Page::Heights, &Page::LimitsMenu, &Page::Pressures,
+                                                           &Page::Program};
   const unsigned shown = page_.dialogue.InfoPage();
   // The menu has no line to spare.
-  if (shown != kLimitsPage) {
+  if (shown != LIMITS_PAGE) {
     Put("line1-center",
-        Say(Text::kInfo, language_, std::to_string(shown + 1) + "/" + std::to_string(kInfoPages)));
+        Say(text_t::INFO, language_, std::to_string(shown + 1) + "/" + std::to_string(INFO_PAGES)));
   }
-  (this->*kParts[shown])();
+  (this->*PARTS[shown])();
 }
 
 void Page::BaseMenu() {
-  for (unsigned choice = 0; choice < kBaseChoices.size(); ++choice) {
+  for (unsigned choice = 0; choice < BASE_CHOICES.size(); ++choice) {
     const bool selected = static_cast<unsigned>(Crane().WantedBase()) == choice;
-    PutChoice(choice, kBaseChoices[choice],
-              selected ? std::string(Say(Text::kSelected, language_)) : std::string());
+    PutChoice(choice, BASE_CHOICES[choice],
+              selected ? std::string(Say(text_t::SELECTED, language_)) : std::string());
   }
 }
 
 void Page::Swing() {
-  Put("line2-center", TextFor(kSwingTexts, page_.cab.settings.swing));
-  Put("line3-center", TextFor(kAreaTexts, Crane().Over()));
+  Put("line2-center", TextFor(SWING_TEXTS, page_.cab.settings.swing));
+  Put("line3-center", TextFor(AREA_TEXTS, Crane().Over()));
 }
 
 void Page::Calibration() {
   const measured_t& now = page_.cab.measured;
-  Put("line1-center", Text::kCalibration);
-  PutRow(2, Text::kAngle, Number(now.angle, 1) + "°");
-  PutRow(3, Text::kExtension, Metres(now.extension));
-  PutRow(4, Text::kPiston, Bar(now.piston));
+  Put("line1-center", text_t::CALIBRATION);
+  PutRow(2, text_t::ANGLE, Number(now.angle, 1) + "°");
+  PutRow(3, text_t::EXTENSION, Metres(now.extension));
+  PutRow(4, text_t::PISTON, Bar(now.piston));
 }
 
 // The labels go first. With the words and numbers as they are nothing has to.
 void Page::KeepWhatFits() {
-  std::size_t room = MessageRoom(MAX_MESSAGE_FRAMES) - host::kTextsBegin;
+  std::size_t room = MessageRoom(MAX_MESSAGE_FRAMES) - host::TEXTS_BEGIN;
   const auto tooMuch = std::ranges::find_if(texts_, [&](const host::text_t& text) {
-    const std::size_t size = host::kTextHeader + text.text.size();
+    const std::size_t size = host::TEXT_HEADER + text.text.size();
     if (size > room) return true;
     room -= size;
     return false;
@@ -216,11 +218,11 @@ void Page::KeepWhatFits() {
 
 texts_t Page::Make() {
   using part_t = void (*)(Page&);
-  static constexpr std::array<part_t, kViewNames.size()> kParts = {
+  static constexpr std::array<part_t, VIEW_NAMES.size()> PARTS = {
       [](Page& page) { page.Operating(); },   [](Page& page) { page.Info(); },
       [](Page& page) { page.BaseMenu(); },    [](Page& page) { page.Swing(); },
       [](Page& page) { page.Calibration(); }, [](Page& page) { page.Operating(); }};
-  kParts[static_cast<std::size_t>(page_.dialogue.Shown())](*this);
+  PARTS[static_cast<std::size_t>(page_.dialogue.Shown())](*this);
   PutLabels();
   KeepWhatFits();
   return std::move(texts_);
@@ -235,7 +237,7 @@ std::vector<host::text_t> TextsOf(const page_t& page) {
 std::string FlashOf(const page_t& page) {
   const unsigned language = page.cab.settings.language;
   if (const auto alarm = TextOf(page.cab.bell.Now())) return std::string(Say(*alarm, language));
-  if (page.dialogue.Shown() == View::kConfiguration) return std::string(Say(Text::kConfiguration, language));
+  if (page.dialogue.Shown() == view_t::CONFIGURATION) return std::string(Say(text_t::CONFIGURATION, language));
   return " ";
 }
 

@@ -10,14 +10,14 @@
 namespace simulate {
 namespace {
 
-constexpr double kGreen = 1;
-constexpr double kYellow = 2;
-constexpr double kRed = 3;
-constexpr double kUnknownSwing = 32767;  // a whole number has no NaN; this one is beyond what is shown
+constexpr double GREEN = 1;
+constexpr double YELLOW = 2;
+constexpr double RED = 3;
+constexpr double UNKNOWN_SWING = 32767;  // a whole number has no NaN; this one is beyond what is shown
 
 // The protocol's swing modes.
-enum SwingMode : std::uint8_t { kNumber, kFront, kRear, kSide, kAllRound, kNotAvailable, kFrontArc };
-constexpr std::array<SwingMode, 4> kAreaModes = {kFront, kFrontArc, kSide, kRear};
+enum swing_mode_t : std::uint8_t { NUMBER, FRONT, REAR, SIDE, ALL_ROUND, NOT_AVAILABLE, FRONT_ARC };
+constexpr std::array<swing_mode_t, 4> AREA_MODES = {FRONT, FRONT_ARC, SIDE, REAR};
 
 std::uint32_t Lamp(std::string_view name) {
   const auto names = host::LampNames();
@@ -41,31 +41,31 @@ class LampWord {
 };
 
 void AddRigging(const crane::rigging_t& rigging, LampWord& lamps) {
-  lamps.Add("rear-winch", rigging.winch == crane::Winch::kRear);
-  lamps.Add("front-winch", rigging.winch == crane::Winch::kFront);
+  lamps.Add("rear-winch", rigging.winch == crane::winch_t::REAR);
+  lamps.Add("front-winch", rigging.winch == crane::winch_t::FRONT);
   lamps.Add("counterweight", rigging.counterweight);
-  lamps.Add("stowed", rigging.jib == crane::Jib::kStowed);
+  lamps.Add("stowed", rigging.jib == crane::jib_t::STOWED);
   lamps.Add("boom-mode", rigging.manualBoom);
   lamps.Add("aux-head", rigging.auxHead);
   lamps.Add("man-basket", rigging.manBasket);
   // The erected jibs and the picks stand in the lamp word in the order of their enumerations.
   if (crane::IsErected(rigging.jib)) {
     lamps.AddFrom("jib-long-fly-0",
-                  static_cast<unsigned>(rigging.jib) - static_cast<unsigned>(crane::Jib::kLong0));
+                  static_cast<unsigned>(rigging.jib) - static_cast<unsigned>(crane::jib_t::LONG0));
   }
   lamps.AddFrom("pick-main-boom", static_cast<unsigned>(rigging.pick));
 }
 
 void AddAlarms(const cab_t& cab, LampWord& lamps) {
-  const crane::Level level =
-      std::isnan(cab.measured.percent) ? crane::Level::kNormal : crane::LevelOf(cab.measured.percent);
-  lamps.Add("prealarm", level != crane::Level::kNormal);
-  lamps.Add("overload", level == crane::Level::kOverload);
+  const crane::level_t level =
+      std::isnan(cab.measured.percent) ? crane::level_t::NORMAL : crane::LevelOf(cab.measured.percent);
+  lamps.Add("prealarm", level != crane::level_t::NORMAL);
+  lamps.Add("overload", level == crane::level_t::OVERLOAD);
   lamps.Add("a2b", cab.measured.twoBlock);
-  lamps.Add("alarm", cab.bell.Now() != Alarm::kNone);
+  lamps.Add("alarm", cab.bell.Now() != alarm_t::NONE);
   // Each quantity has two lamps, set and tripped, in the order of the enumeration.
-  for (unsigned i = 0; i < crane::kQuantityNames.size(); ++i) {
-    const auto quantity = static_cast<crane::Quantity>(i);
+  for (unsigned i = 0; i < crane::QUANTITY_NAMES.size(); ++i) {
+    const auto quantity = static_cast<crane::quantity_t>(i);
     if (cab.limits.IsSet(quantity)) lamps.AddFrom("angle-alarm-set", 2 * i);
     if (cab.limits.IsTripped(quantity)) lamps.AddFrom("angle-alarm-tripped", 2 * i);
   }
@@ -92,34 +92,34 @@ std::array<double, 4> ColorsOf(const crane::Crane& crane) {
   std::array<double, 4> colors{};
   const auto wanted = static_cast<std::size_t>(crane.WantedBase());
   const auto stands = static_cast<std::size_t>(crane.SafeBase());
-  if (crane.BaseMoves() && stands != wanted) colors[stands] = kRed;
-  colors[wanted] = crane.BaseMoves() ? kYellow : kGreen;
+  if (crane.BaseMoves() && stands != wanted) colors[stands] = RED;
+  colors[wanted] = crane.BaseMoves() ? YELLOW : GREEN;
   return colors;
 }
 
 unsigned SwingModeOf(const cab_t& cab, const crane::LoadChart& chart) {
-  if (cab.settings.swing == SwingShown::kNumber) return kNumber;
-  const crane::Area area = cab.crane.Over();
-  if (cab.settings.swing == SwingShown::kArea) return kAreaModes[static_cast<std::size_t>(area)];
+  if (cab.settings.swing == swing_shown_t::NUMBER) return NUMBER;
+  const crane::area_t area = cab.crane.Over();
+  if (cab.settings.swing == swing_shown_t::AREA) return AREA_MODES[static_cast<std::size_t>(area)];
   crane::conditions_t conditions{.base = cab.crane.SafeBase(),
                                  .counterweight = cab.crane.Rigging().counterweight,
                                  .jib = {},
-                                 .area = crane::Area::kRear};
-  if (cab.crane.Rigging().pick == crane::Pick::kFly) conditions.jib = cab.crane.Rigging().jib;
-  const bool tires = conditions.base == crane::Base::kTires;
+                                 .area = crane::area_t::REAR};
+  if (cab.crane.Rigging().pick == crane::pick_t::FLY) conditions.jib = cab.crane.Rigging().jib;
+  const bool tires = conditions.base == crane::base_t::TIRES;
   if (chart.Has(conditions)) {
     conditions.area = area;
     // On tires the chart over the front is another than the one all round.
-    const bool front = area == crane::Area::kFront || area == crane::Area::kFrontArc;
-    return tires && front ? kFrontArc : kAllRound;
+    const bool front = area == crane::area_t::FRONT || area == crane::area_t::FRONT_ARC;
+    return tires && front ? FRONT_ARC : ALL_ROUND;
   }
   conditions.area = area;
-  return chart.Has(conditions) ? kFrontArc : kNotAvailable;
+  return chart.Has(conditions) ? FRONT_ARC : NOT_AVAILABLE;
 }
 
 void FillValues(const cab_t& cab, host::OperatingValues& values) {
   const measured_t& now = cab.measured;
-  const Units units = cab.settings.units;
+  const units_t units = cab.settings.units;
   values.Set("capacity", Weight(now.capacity, units));
   values.Set("load", Weight(now.load, units));
   values.Set("radius", Length(now.radius, units));
@@ -128,7 +128,7 @@ void FillValues(const cab_t& cab, host::OperatingValues& values) {
   values.Set("percent", now.percent);
   values.Set("parts-of-line", cab.crane.Rigging().parts);
   values.Set("led", LampsOf(cab));
-  values.Set("swing", std::isnan(now.swing) ? kUnknownSwing : std::round(now.swing));
+  values.Set("swing", std::isnan(now.swing) ? UNKNOWN_SWING : std::round(now.swing));
   values.Set("piston-pressure", Pressure(now.piston, units));
   values.Set("rod-pressure", Pressure(now.rod, units));
 }

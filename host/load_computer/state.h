@@ -24,14 +24,14 @@ struct state_t {
   double netLoad = 0;
   double wind = 0;
   crane::rigging_t rigging;
-  crane::Base base = crane::Base::kTires;
+  crane::base_t base = crane::base_t::TIRES;
   bool baseMoves = false;
   bool atRest = true;
-  std::array<crane::limit_t, crane::kQuantityNames.size()> limits;
+  std::array<crane::limit_t, crane::QUANTITY_NAMES.size()> limits;
   std::vector<std::string> lamps;
   std::vector<std::string> faults;  // that are in
   settings_t settings;
-  View view = View::kOperating;
+  view_t view = view_t::OPERATING;
   unsigned infoPage = 0;
   bool silent = false;                                     // the host says nothing for a while
   std::vector<std::pair<std::string, std::string>> texts;  // field and text

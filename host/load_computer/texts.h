@@ -7,76 +7,76 @@
 
 namespace simulate {
 
-constexpr unsigned kLanguages = 6;  // English, Spanish, Portuguese, Chinese, Russian, French
+constexpr unsigned LANGUAGES = 6;  // English, Spanish, Portuguese, Chinese, Russian, French
 // Columns of the display's grid; Chinese characters are wider.
-constexpr unsigned kColumns = 40;
-constexpr unsigned kChineseColumns = 24;
+constexpr unsigned COLUMNS = 40;
+constexpr unsigned CHINESE_COLUMNS = 24;
 
-enum class Text : std::uint8_t {
-  kOnTires,
-  kOutriggersRetracted,
-  kOutriggersHalf,
-  kOutriggersExtended,
-  kTires,  // the same in a menu
-  kRetracted,
-  kHalf,
-  kExtended,
-  kNoJib,
-  kJibStowed,
-  kLongFly,  // "#" is the offset in degrees
-  kShortFly,
-  kAuxOff,
-  kAuxOn,
-  kMainBoom,
-  kAuxHead,
-  kFly,
-  kFrontWinch,
-  kRearWinch,
-  kPartsOfLine,  // "#" is the number
-  kCounterweight,
-  kNoCounterweight,
-  kManBasket,
-  kNoManBasket,
-  kBoomTogether,
-  kBoomManual,
-  kFront,
-  kFrontArc,
-  kSide,
-  kRear,
-  kNearLimit,
-  kOverload,
-  kTwoBlock,
-  kOperatorLimit,
-  kSensorFault,
-  kSilenced,
-  kNothingToSilence,
-  kNothingToSelect,
-  kSwingNumber,
-  kSwingArea,
-  kSwingChart,
-  kSelected,
-  kConfiguration,
-  kInfo,  // "#" is the page
-  kAngle,
-  kRadius,
-  kExtension,
-  kSwing,
-  kOff,
-  kHookHeight,
-  kHeadHeight,
-  kLineSpeed,
-  kPiston,
-  kRod,
-  kWind,
-  kProgram,
-  kChart,
-  kCalibration,
-  kCount
+enum class text_t : std::uint8_t {
+  ON_TIRES,
+  OUTRIGGERS_RETRACTED,
+  OUTRIGGERS_HALF,
+  OUTRIGGERS_EXTENDED,
+  TIRES,  // the same in a menu
+  RETRACTED,
+  HALF,
+  EXTENDED,
+  NO_JIB,
+  JIB_STOWED,
+  LONG_FLY,  // "#" is the offset in degrees
+  SHORT_FLY,
+  AUX_OFF,
+  AUX_ON,
+  MAIN_BOOM,
+  AUX_HEAD,
+  FLY,
+  FRONT_WINCH,
+  REAR_WINCH,
+  PARTS_OF_LINE,  // "#" is the number
+  COUNTERWEIGHT,
+  NO_COUNTERWEIGHT,
+  MAN_BASKET,
+  NO_MAN_BASKET,
+  BOOM_TOGETHER,
+  BOOM_MANUAL,
+  FRONT,
+  FRONT_ARC,
+  SIDE,
+  REAR,
+  NEAR_LIMIT,
+  OVERLOAD,
+  TWO_BLOCK,
+  OPERATOR_LIMIT,
+  SENSOR_FAULT,
+  SILENCED,
+  NOTHING_TO_SILENCE,
+  NOTHING_TO_SELECT,
+  SWING_NUMBER,
+  SWING_AREA,
+  SWING_CHART,
+  SELECTED,
+  CONFIGURATION,
+  INFO,  // "#" is the page
+  ANGLE,
+  RADIUS,
+  EXTENSION,
+  SWING,
+  OFF,
+  HOOK_HEIGHT,
+  HEAD_HEIGHT,
+  LINE_SPEED,
+  PISTON,
+  ROD,
+  WIND,
+  PROGRAM,
+  CHART,
+  CALIBRATION,
+  COUNT
 };
 
 // UTF-8. `language` is 0 to 5.
-std::string_view Say(Text text, unsigned language);
+std::string_view Say(text_t text, unsigned language);
 // The same with "#" replaced.
-std::string Say(Text text, unsigned language, const std::string& value);
+std::string Say(text_t text, unsigned language, const std::string& value);
 
 }  // namespace simulate

@@ -4,26 +4,26 @@
 
 namespace simulate {
 
-enum class Units : unsigned char { kImperial, kMetric };  // as the protocol numbers them
+enum class units_t : unsigned char { IMPERIAL, METRIC };  // as the protocol numbers them
 
-constexpr double kPoundsPerKilogram = 1 / 0.45359237;
-constexpr double kFeetPerMetre = 1 / 0.3048;
-constexpr double kPsiPerBar = 14.503773773;
+constexpr double POUNDS_PER_KILOGRAM = 1 / 0.45359237;
+constexpr double FEET_PER_METRE = 1 / 0.3048;
+constexpr double PSI_PER_BAR = 14.503773773;
 
-constexpr double Weight(double kilograms, Units units) {
-  return units == Units::kMetric ? kilograms : kilograms * kPoundsPerKilogram;
+constexpr double Weight(double kilograms, units_t units) {
+  return units == units_t::METRIC ? kilograms : kilograms * POUNDS_PER_KILOGRAM;
 }
-constexpr double Length(double metres, Units units) {
-  return units == Units::kMetric ? metres : metres * kFeetPerMetre;
+constexpr double Length(double metres, units_t units) {
+  return units == units_t::METRIC ? metres : metres * FEET_PER_METRE;
 }
-constexpr double Pressure(double bar, Units units) {
-  return units == Units::kMetric ? bar : bar * kPsiPerBar;
+constexpr double Pressure(double bar, units_t units) {
+  return units == units_t::METRIC ? bar : bar * PSI_PER_BAR;
 }
-constexpr const char* LengthUnit(Units units) {
-  return units == Units::kMetric ? "m" : "ft";
+constexpr const char* LengthUnit(units_t units) {
+  return units == units_t::METRIC ? "m" : "ft";
 }
-constexpr const char* PressureUnit(Units units) {
-  return units == Units::kMetric ? "bar" : "psi";
+constexpr const char* PressureUnit(units_t units) {
+  return units == units_t::METRIC ? "bar" : "psi";
 }
 
 }  // namespace simulate

@@ -13,7 +13,7 @@ namespace {
 void CheckHead(std::string_view line) {
   if (!line.starts_with("base ")) return;
   if (!line.starts_with("base hex") || line.find("relative") != std::string_view::npos) {
-    throw failure("this log counts otherwise (\"" + std::string(line.substr(0, line.find('\r'))) +
+    throw Failure("this log counts otherwise (\"" + std::string(line.substr(0, line.find('\r'))) +
                   "\"); write it again with base hex and absolute timestamps");
   }
 }

@@ -25,7 +25,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr double kFastest = 100'000;
+constexpr double FASTEST = 100'000;
 
 std::string Seconds(std::chrono::microseconds time) {
   std::ostringstream text;
@@ -39,8 +39,8 @@ class ProgressLine {
   explicit ProgressLine(bool shown) : shown_(shown) {}
   bool Due() const { return shown_ && Clock::now() >= next_; }
   void Show(const std::string& text) {
-    constexpr std::chrono::milliseconds kPace{200};
-    next_ = Clock::now() + kPace;
+    constexpr std::chrono::milliseconds PACE{200};
+    next_ = Clock::now() + PACE;
     text_ = text;
     if (shown_) std::cerr << "\r\033[K" + text_;
   }
@@ -68,19 +68,19 @@ std::uintmax_t SizeOf(const std::string& file) {
 
 // Faster than recorded, the display still takes real time: for what came before a press, half a second is
 // plenty, and it notices a change after two to six ticks of 10 ms.
-constexpr std::chrono::milliseconds kDisplayCatchesUp{500};
-constexpr std::chrono::milliseconds kKeySettles{100};
+constexpr std::chrono::milliseconds DISPLAY_CATCHES_UP{500};
+constexpr std::chrono::milliseconds KEY_SETTLES{100};
 
 std::vector<bus::key_change_t> ReadKeys(const std::string& file) {
   std::vector<bus::key_change_t> keys;
   if (file.empty()) return keys;
   std::ifstream in(file);
-  if (!in) throw failure("cannot read " + file);
+  if (!in) throw Failure("cannot read " + file);
   for (std::string line; std::getline(in, line);) {
     if (const auto change = bus::ParseKeyLine(line)) keys.push_back(*change);
   }
   if (keys.empty()) {
-    throw failure(file + " holds no key; it should have lines such as " + bus::FormatKeyLine({0, 3, true}));
+    throw Failure(file + " holds no key; it should have lines such as " + bus::FormatKeyLine({0, 3, true}));
   }
   return keys;
 }
@@ -116,7 +116,7 @@ class FilePlayer {
         stop_(stop),
         station_(options.bus, stop),
         keys_(ReadKeys(options.keysFile)),
-        speed_(ParseSpeed(options.speed, kFastest)),
+        speed_(ParseSpeed(options.speed, FASTEST)),
         schedule_(Clock::now(), speed_),
         progress_(!options.quiet && ::isatty(STDERR_FILENO) != 0),
         control_(stop, options.file != "-", [this](bool paused) { progress_.ShowPaused(paused); }),
@@ -159,10 +159,10 @@ void FilePlayer::ShowProgress(std::istream& in) {
 std::optional<Clock::duration> FilePlayer::MoveKey(const bus::key_change_t& change) {
   const auto start = Clock::now();
   const bool asRecorded = speed_ > 0 && speed_ <= 1;
-  if (!asRecorded && change.down && !control_.WaitUntil(start + kDisplayCatchesUp)) return std::nullopt;
+  if (!asRecorded && change.down && !control_.WaitUntil(start + DISPLAY_CATCHES_UP)) return std::nullopt;
   frontKeys_.Hold(change.key, change.down);
   if (asRecorded) return Clock::duration::zero();
-  if (!control_.WaitUntil(Clock::now() + kKeySettles)) return std::nullopt;
+  if (!control_.WaitUntil(Clock::now() + KEY_SETTLES)) return std::nullopt;
   return Clock::now() - start;
 }
 
@@ -197,7 +197,7 @@ void FilePlayer::Run(std::istream& in) {
       schedule_.Rewind();
       in.clear();
       in.seekg(0);
-      if (!in) throw failure(options_.file + " cannot be read again for --loop");
+      if (!in) throw Failure(options_.file + " cannot be read again for --loop");
     }
   } catch (...) {
     Summarise();
@@ -205,7 +205,7 @@ void FilePlayer::Run(std::istream& in) {
   }
   Summarise();
   if (played_.frames == 0 && !stop_.Stopped())
-    throw failure(
+    throw Failure(
         options_.file +
         " holds no frame to play; it should be a log of candump -L or another that `hx7 play --help` names");
 }
@@ -216,7 +216,7 @@ void PlayFile(const play_options_t& options) {
   std::ifstream file;
   if (options.file != "-") {
     file.open(options.file);
-    if (!file) throw failure("cannot read " + options.file);
+    if (!file) throw Failure("cannot read " + options.file);
   }
   const StopSignal stop;
   FilePlayer player(options, stop);

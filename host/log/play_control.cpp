@@ -12,7 +12,7 @@
 namespace host {
 namespace {
 
-constexpr std::chrono::milliseconds kSlice{50};  // between two looks at keyboard and signal
+constexpr std::chrono::milliseconds SLICE{50};  // between two looks at keyboard and signal
 
 std::atomic<bool> continued = false;
 static_assert(std::atomic<bool>::is_always_lock_free);
@@ -88,7 +88,7 @@ std::optional<PlayControl::Clock::duration> PlayControl::HoldWhilePaused() {
   showPaused_(true);
   bool stopped = false;
   do {
-    stopped = !stop_.WaitUntil(Clock::now() + kSlice);
+    stopped = !stop_.WaitUntil(Clock::now() + SLICE);
     Stoppage();  // a process that is stopped while it is paused is paused all the same
   } while (!stopped && !keyboard_.SpaceHit());
   showPaused_(false);
@@ -107,14 +107,14 @@ std::optional<PlayControl::Clock::duration> PlayControl::WaitUntil(Clock::time_p
     }
     const auto now = Clock::now();
     const bool due = now >= when + held;
-    if (!stop_.WaitUntil(due ? now : std::min(when + held, now + kSlice))) return std::nullopt;
+    if (!stop_.WaitUntil(due ? now : std::min(when + held, now + SLICE))) return std::nullopt;
     if (due) return held;
   }
 }
 
 void PlayControl::Sent() {
   const auto now = Clock::now();
-  if (now - lastAlive_ > kBusAway) continued = false;
+  if (now - lastAlive_ > BUS_AWAY) continued = false;
   lastAlive_ = now;
 }
 

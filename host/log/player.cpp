@@ -27,7 +27,7 @@ put_off_t PlayFrame(const bus::frame_t& frame, bool all, const stage_t& stage, p
   const auto took = stage.now() - before;
   ++played.frames;
   stage.progress();
-  return took > kBusAway ? took : Schedule::TimePoint::duration::zero();
+  return took > BUS_AWAY ? took : Schedule::TimePoint::duration::zero();
 }
 
 put_off_t PlayHappening(const happening_t& happening, bool all, const stage_t& stage, played_t& played) {

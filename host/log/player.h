@@ -39,7 +39,7 @@ class Schedule {
 
 // A frame that took longer than this to send found the bus away. The recording goes on from there instead of
 // catching up in one burst.
-constexpr std::chrono::milliseconds kBusAway{500};
+constexpr std::chrono::milliseconds BUS_AWAY{500};
 
 using happening_t = std::variant<bus::frame_t, bus::key_change_t>;
 

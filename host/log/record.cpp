@@ -16,13 +16,13 @@ using Clock = std::chrono::steady_clock;
 
 // The name that the log's lines carry: that of the interface, or of the one bus that a socketcand server has.
 std::string InterfaceOf(const std::string& bus) {
-  constexpr std::string_view kKernel = "socketcan:";
-  return bus.starts_with(kKernel) ? bus.substr(kKernel.size()) : "can0";
+  constexpr std::string_view KERNEL = "socketcan:";
+  return bus.starts_with(KERNEL) ? bus.substr(KERNEL.size()) : "can0";
 }
 
-constexpr std::chrono::seconds kFlushPace{1};
-constexpr std::chrono::seconds kDrainLimit{2};
-constexpr int kWait_ms = 100;
+constexpr std::chrono::seconds FLUSH_PACE{1};
+constexpr std::chrono::seconds DRAIN_LIMIT{2};
+constexpr int WAIT_MS = 100;
 
 class BusRecorder {
  public:
@@ -30,13 +30,13 @@ class BusRecorder {
       : out_(out), options_(options), interface_(InterfaceOf(options.bus)), station_(options.bus, stop_) {}
 
   void Run() {
-    auto flush = Clock::now() + kFlushPace;
+    auto flush = Clock::now() + FLUSH_PACE;
     const auto end = Clock::now() + std::chrono::duration<double>(options_.seconds.value_or(0));
     while (!stop_.Stopped() && (!options_.seconds || Clock::now() < end)) {
       bus::frame_t frame;
-      if (station_.Receive(frame, kWait_ms)) Write(frame);
+      if (station_.Receive(frame, WAIT_MS)) Write(frame);
       if (Clock::now() < flush) continue;
-      flush = Clock::now() + kFlushPace;
+      flush = Clock::now() + FLUSH_PACE;
       if (!out_.flush()) return;
     }
     Drain();
@@ -52,7 +52,7 @@ class BusRecorder {
 
   // What came before the end belongs into the log; a bus that never falls silent does not put the end off.
   void Drain() {
-    const auto limit = Clock::now() + kDrainLimit;
+    const auto limit = Clock::now() + DRAIN_LIMIT;
     for (bus::frame_t frame; Clock::now() < limit && station_.TakeWaiting(frame);) Write(frame);
   }
 
@@ -70,14 +70,14 @@ void Record(const record_options_t& options) {
   std::ofstream file;
   const bool toFile = options.file != "-";
   if (toFile && !options.force && std::filesystem::exists(options.file)) {
-    throw usage_error(options.file + " exists already; name another file, or replace it with --force");
+    throw UsageError(options.file + " exists already; name another file, or replace it with --force");
   }
   if (toFile) file.open(options.file);
-  if (toFile && !file) throw failure("cannot write " + options.file);
+  if (toFile && !file) throw Failure("cannot write " + options.file);
   std::ostream& out = toFile ? file : std::cout;
   BusRecorder recorder(out, options);
   recorder.Run();
-  if (!out.flush()) throw failure("cannot write " + options.file + " any further");
+  if (!out.flush()) throw Failure("cannot write " + options.file + " any further");
   std::cerr << "hx7: recorded " << recorder.Frames() << " frames";
   if (recorder.Lost() > 0) {
     std::cerr << ", lost " << recorder.Lost() << " that came faster than they could be written";

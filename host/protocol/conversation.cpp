@@ -7,13 +7,13 @@
 namespace host {
 namespace {
 
-constexpr std::size_t kMostWaiting = 32;
-constexpr std::uint64_t kPatience_us = 1'000'000;
+constexpr std::size_t MOST_WAITING = 32;
+constexpr std::uint64_t PATIENCE_US = 1'000'000;
 
-Speaker SpeakerOf(const bus::frame_t& frame) {
-  if (!frame.extended) return Speaker::kOther;
-  if (frame.identifier == HOST_FRAME_ID) return Speaker::kHost;
-  return frame.identifier == DISPLAY_FRAME_ID ? Speaker::kDisplay : Speaker::kOther;
+speaker_t SpeakerOf(const bus::frame_t& frame) {
+  if (!frame.extended) return speaker_t::OTHER;
+  if (frame.identifier == HOST_FRAME_ID) return speaker_t::HOST;
+  return frame.identifier == DISPLAY_FRAME_ID ? speaker_t::DISPLAY : speaker_t::OTHER;
 }
 
 std::size_t FramesOf(const Message& message) {
@@ -33,7 +33,7 @@ bool IsImmediateRequest(std::span<const std::uint8_t> data) {
 }  // namespace
 
 void ReplyMatcher::GiveUp(std::uint64_t before_us) {
-  while (!waiting_.empty() && (waiting_.front().time_us < before_us || waiting_.size() > kMostWaiting)) {
+  while (!waiting_.empty() && (waiting_.front().time_us < before_us || waiting_.size() > MOST_WAITING)) {
     waiting_.pop_front();
     ++unanswered_;
   }
@@ -41,11 +41,11 @@ void ReplyMatcher::GiveUp(std::uint64_t before_us) {
 
 void ReplyMatcher::Requested(const command_t& request, std::uint64_t time_us) {
   waiting_.push_back({&request, time_us});
-  GiveUp(time_us - std::min(time_us, kPatience_us));
+  GiveUp(time_us - std::min(time_us, PATIENCE_US));
 }
 
 const command_t* ReplyMatcher::Answered(std::size_t frames, std::uint64_t time_us) {
-  GiveUp(time_us - std::min(time_us, kPatience_us));
+  GiveUp(time_us - std::min(time_us, PATIENCE_US));
   const auto found = std::ranges::find_if(
       waiting_, [&](const waiting_t& waiting) { return waiting.request->reply.frames == frames; });
   if (found == waiting_.end()) return nullptr;
@@ -75,13 +75,13 @@ std::optional<utterance_t> Conversation::Feed(const bus::frame_t& frame) {
   ++counters_.frames;
   utterance_t utterance{
       .time_us = frame.time_us, .speaker = SpeakerOf(frame), .frame = frame, .message = {}, .decoded = {}};
-  if (utterance.speaker == Speaker::kOther) {
+  if (utterance.speaker == speaker_t::OTHER) {
     ++counters_.others;
     utterance.decoded = DecodeUnknown(frame.Bytes(), "");
     return utterance;
   }
   Message message;
-  const bool fromHost = utterance.speaker == Speaker::kHost;
+  const bool fromHost = utterance.speaker == speaker_t::HOST;
   if (fromHost && IsImmediateRequest(frame.Bytes())) {
     ++counters_.requests;
     message.assign(frame.Bytes().begin() + 2, frame.Bytes().end());

@@ -33,11 +33,11 @@ class ReplyMatcher {
   std::uint64_t unanswered_ = 0;
 };
 
-enum class Speaker : std::uint8_t { kHost, kDisplay, kOther };
+enum class speaker_t : std::uint8_t { HOST, DISPLAY, OTHER };
 
 struct utterance_t {
   std::uint64_t time_us = 0;  // of its last frame
-  Speaker speaker = Speaker::kOther;
+  speaker_t speaker = speaker_t::OTHER;
   bus::frame_t frame;                  // that last frame; all there is of another speaker
   Message message = {};                // with the padding of its last frame; empty of another speaker
   const command_t* answers = nullptr;  // of the display: the request

@@ -13,17 +13,17 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::size_t kLeastTextLength = 3;   // of a text sub-command: a byte, the field and one character
-constexpr std::size_t kLeastTextsLength = 5;  // of CMD5: one such sub-command with its length
+constexpr std::size_t LEAST_TEXT_LENGTH = 3;   // of a text sub-command: a byte, the field and one character
+constexpr std::size_t LEAST_TEXTS_LENGTH = 5;  // of CMD5: one such sub-command with its length
 
-std::string UnitText(Unit unit, units_t units) {
-  constexpr std::array<const char*, 2> kWeights = {"lbs", "kgs"};
-  constexpr std::array<const char*, 2> kLengths = {"feet", "meters"};
+std::string UnitText(unit_t unit, units_t units) {
+  constexpr std::array<const char*, 2> WEIGHTS = {"lbs", "kgs"};
+  constexpr std::array<const char*, 2> LENGTHS = {"feet", "meters"};
   switch (unit) {
-    case Unit::kWeight:
-      return units && *units < kWeights.size() ? kWeights[*units] : "";
-    case Unit::kLength:
-      return units && *units < kLengths.size() ? kLengths[*units] : "";
+    case unit_t::WEIGHT:
+      return units && *units < WEIGHTS.size() ? WEIGHTS[*units] : "";
+    case unit_t::LENGTH:
+      return units && *units < LENGTHS.size() ? LENGTHS[*units] : "";
     default:
       return UnitName(unit);
   }
@@ -34,10 +34,10 @@ std::string Characters(Bytes bytes) {
 }
 
 std::string Hex(Bytes bytes) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  constexpr std::string_view DIGITS = "0123456789ABCDEF";
   std::string text;
   for (const std::uint8_t byte : bytes) {
-    text.append(text.empty() ? "" : " ").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 0xFU]);
+    text.append(text.empty() ? "" : " ").append(1, DIGITS[byte >> 4U]).append(1, DIGITS[byte & 0xFU]);
   }
   return text;
 }
@@ -58,9 +58,10 @@ value_t DecodeKeyMasks(const field_t& field, Bytes message) {
 value_t DecodeNumber(const field_t& field, Bytes message, units_t units) {
   const double number = LoadNumber(field, message);
   value_t value{.name = std::string(field.name), .text = FormatValue(field, number), .unit = {}, .number = {}};
-  if (field.type == FieldType::kLamps) {
+  if (field.type == field_type_t::LAMPS) {
     value.parts = LampsOf(static_cast<std::uint32_t>(number));
-  } else if (field.type == FieldType::kFloatBe || NameOf(field.names, static_cast<unsigned>(number)).empty()) {
+  } else if (field.type == field_type_t::FLOAT_BE ||
+             NameOf(field.names, static_cast<unsigned>(number)).empty()) {
     value.number = number;
     value.unit = UnitText(field.unit, units);
   }
@@ -68,8 +69,8 @@ value_t DecodeNumber(const field_t& field, Bytes message, units_t units) {
 }
 
 value_t DecodeField(const field_t& field, Bytes message, units_t units) {
-  if (field.type == FieldType::kKeyMasks) return DecodeKeyMasks(field, message);
-  if (field.type != FieldType::kText) return DecodeNumber(field, message, units);
+  if (field.type == field_type_t::KEY_MASKS) return DecodeKeyMasks(field, message);
+  if (field.type != field_type_t::TEXT) return DecodeNumber(field, message, units);
   const std::string text = Characters(message.subspan(field.offset, field.size));
   return {.name = std::string(field.name), .text = text, .unit = {}, .number = {}, .parts = {}, .quoted = true};
 }
@@ -81,31 +82,31 @@ void DecodeFields(std::span<const field_t> fields, Bytes message, units_t units,
 
 // One text sub-command at the head of `rest`, which is advanced past it. False where the display stops as well.
 bool DecodeText(Bytes& rest, decoded_t& decoded) {
-  const std::size_t length = rest.size() < kTextHeader ? 0 : platform::LoadBe16(rest, 0);
-  if (length < kLeastTextLength || length + kTextLengthBytes > rest.size()) {
+  const std::size_t length = rest.size() < TEXT_HEADER ? 0 : platform::LoadBe16(rest, 0);
+  if (length < LEAST_TEXT_LENGTH || length + TEXT_LENGTH_BYTES > rest.size()) {
     decoded.problem = "a text's length is " + std::to_string(length) + ", with " + std::to_string(rest.size()) +
                       " bytes left";
     return false;
   }
-  const std::uint8_t field = rest[kTextFieldAt];
+  const std::uint8_t field = rest[TEXT_FIELD_AT];
   const auto names = TextFieldNames();
   const bool known = field < names.size();
   if (!known) decoded.problem = "there is no text field " + std::to_string(field);
   decoded.values.push_back(
       {.name = known ? std::string(names[field]) : "field-" + std::to_string(field),
-       .text = Characters(rest.subspan(kTextHeader, length + kTextLengthBytes - kTextHeader)),
+       .text = Characters(rest.subspan(TEXT_HEADER, length + TEXT_LENGTH_BYTES - TEXT_HEADER)),
        .unit = {},
        .number = {},
        .parts = {},
        .quoted = true});
-  rest = rest.subspan(length + kTextLengthBytes);
+  rest = rest.subspan(length + TEXT_LENGTH_BYTES);
   return true;
 }
 
 void DecodeTexts(Bytes message, decoded_t& decoded) {
   const std::size_t length = platform::LoadBe16(message, 1);
-  Bytes rest = message.subspan(kTextsBegin);
-  if (length < kLeastTextsLength || length > rest.size()) {
+  Bytes rest = message.subspan(TEXTS_BEGIN);
+  if (length < LEAST_TEXTS_LENGTH || length > rest.size()) {
     decoded.problem =
         "the length is " + std::to_string(length) + ", with " + std::to_string(rest.size()) + " bytes left";
     return;
@@ -137,13 +138,13 @@ decoded_t DecodeCommand(Bytes message, units_t units) {
                     .name = std::string(command->name),
                     .values = {},
                     .problem = {}};
-  if (command->sub != kNoSub) decoded.command += "." + std::to_string(command->sub);
+  if (command->sub != NO_SUB) decoded.command += "." + std::to_string(command->sub);
   if (message.size() < command->leastLength) {
     decoded.problem =
         std::to_string(message.size()) + " bytes came, " + std::to_string(command->leastLength) + " are needed";
-  } else if (command->layout == Layout::kTexts) {
+  } else if (command->layout == layout_t::TEXTS) {
     DecodeTexts(message, decoded);
-  } else if (command->layout == Layout::kFlash) {
+  } else if (command->layout == layout_t::FLASH) {
     DecodeFlash(message, decoded);
   } else {
     DecodeFields(command->fields, message, units, decoded);

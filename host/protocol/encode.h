@@ -33,13 +33,13 @@ struct text_t {
   std::uint8_t field = 0;
   std::string text;  // UTF-8, 1 byte at least
 };
-// CMD5 with one sub-command a text. Throws usage_error when a text is empty or all do not fit into the 251
+// CMD5 with one sub-command a text. Throws UsageError when a text is empty or all do not fit into the 251
 // bytes that the display takes.
 Message EncodeTexts(std::span<const text_t> texts);
 // CMD3, under the same terms.
 Message EncodeFlash(std::string_view text);
 
-// The frames of a message on the host's identifier, the last one padded with 0xFF. Throws usage_error for an
+// The frames of a message on the host's identifier, the last one padded with 0xFF. Throws UsageError for an
 // empty message and for one that 255 frames cannot carry.
 std::vector<bus::frame_t> Segment(std::span<const std::uint8_t> message);
 

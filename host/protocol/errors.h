@@ -6,12 +6,14 @@
 namespace host {
 
 // Called wrongly: status 2. The text says what is wrong and what would be right.
-struct usage_error : std::runtime_error {
+class UsageError : public std::runtime_error {
+ public:
   using std::runtime_error::runtime_error;
 };
 
 // It failed: status 1.
-struct failure : std::runtime_error {
+class Failure : public std::runtime_error {
+ public:
   using std::runtime_error::runtime_error;
 };
 

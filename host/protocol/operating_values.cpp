@@ -12,7 +12,7 @@
 namespace host {
 namespace {
 
-constexpr const char* kFileName = "hx7.values";
+constexpr const char* FILE_NAME = "hx7.values";
 
 std::size_t IndexOf(std::string_view name) {
   const auto fields = OperatingValuesCommand().fields;
@@ -39,14 +39,14 @@ Message OperatingValues::Encode() const {
 
 OperatingValues LoadOperatingValues(const std::string& directory) {
   OperatingValues values;
-  std::ifstream file(std::filesystem::path(directory) / kFileName);
+  std::ifstream file(std::filesystem::path(directory) / FILE_NAME);
   for (std::string line; std::getline(file, line);) {
     const std::size_t equals = line.find('=');
     const field_t* field = FindField(OperatingValuesCommand(), line.substr(0, equals));
     if (field == nullptr || equals == std::string::npos) continue;
     try {
       values.Set(field->name, ParseValue(*field, line.substr(equals + 1)));
-    } catch (const usage_error&) {
+    } catch (const UsageError&) {
       continue;  // a value that cannot be read is a value that was not said
     }
   }
@@ -54,12 +54,12 @@ OperatingValues LoadOperatingValues(const std::string& directory) {
 }
 
 void SaveOperatingValues(const std::string& directory, const OperatingValues& values) {
-  const std::filesystem::path path = std::filesystem::path(directory) / kFileName;
+  const std::filesystem::path path = std::filesystem::path(directory) / FILE_NAME;
   std::string text;
   for (const field_t& field : OperatingValuesCommand().fields) {
     text += std::string(field.name) + "=" + FormatValue(field, values.Get(field.name)) + "\n";
   }
-  if (!bus::ReplaceFile(path, text)) throw failure("cannot keep the values in " + path.string());
+  if (!bus::ReplaceFile(path, text)) throw Failure("cannot keep the values in " + path.string());
 }
 
 }  // namespace host

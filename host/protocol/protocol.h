@@ -14,22 +14,22 @@
 
 namespace host {
 
-enum class FieldType : std::uint8_t {
-  kU8,
-  kI16Be,
-  kFloatBe,
+enum class field_type_t : std::uint8_t {
+  U8,
+  I16_BE,
+  FLOAT_BE,
   // The lamp word, scattered over five bytes: bits 0 to 7, 8 to 15 and 16 to 23 at the offset and the two bytes
   // behind it, bits 24 to 31 three bytes further, because swing stands in between.
-  kLamps,
-  kKeyMasks,  // a count, then one byte a host key
-  kText,      // `size` bytes of ASCII, in replies
+  LAMPS,
+  KEY_MASKS,  // a count, then one byte a host key
+  TEXT,       // `size` bytes of ASCII, in replies
 };
 
 // What a number counts. Weights and lengths are in the units that the host has set.
-enum class Unit : std::uint8_t { kNone, kWeight, kLength, kDegrees, kPercent, kTenMilliseconds };
+enum class unit_t : std::uint8_t { NONE, WEIGHT, LENGTH, DEGREES, PERCENT, TEN_MILLISECONDS };
 
 // "weight", "length", "deg", "%", "x 10 ms"; empty for none.
-const char* UnitName(Unit unit);
+const char* UnitName(unit_t unit);
 
 struct number_name_t {
   std::uint8_t number;
@@ -38,19 +38,19 @@ struct number_name_t {
 
 struct field_t {
   std::string_view name;
-  FieldType type = FieldType::kU8;
+  field_type_t type = field_type_t::U8;
   std::uint8_t offset = 0;
   std::uint8_t size = 1;  // bytes in the message
-  Unit unit = Unit::kNone;
+  unit_t unit = unit_t::NONE;
   double scale = 1.0;           // value in the message = named value * scale
   std::string_view range = {};  // what the display shows or knows; other values are sent all the same
   std::span<const number_name_t> names = {};  // values with a name
 };
 
-enum class Layout : std::uint8_t {
-  kFields,  // fields at fixed offsets
-  kTexts,   // CMD5: u16 length of what follows, then text sub-commands
-  kFlash,   // CMD3: one text sub-command
+enum class layout_t : std::uint8_t {
+  FIELDS,  // fields at fixed offsets
+  TEXTS,   // CMD5: u16 length of what follows, then text sub-commands
+  FLASH,   // CMD3: one text sub-command
 };
 
 // A reply has the frames' layout of a message but no command number: it belongs to the request before it.
@@ -65,13 +65,13 @@ struct command_t {
   std::string_view name;
   std::string_view about;
   std::uint8_t leastLength = 1;  // message bytes
-  Layout layout = Layout::kFields;
+  layout_t layout = layout_t::FIELDS;
   std::span<const field_t> fields = {};
   reply_t reply = {};  // frames 0: the display answers nothing
 };
 
-constexpr std::uint8_t kExtendedCommand = 7;
-constexpr int kNoSub = -1;
+constexpr std::uint8_t EXTENDED_COMMAND = 7;
+constexpr int NO_SUB = -1;
 
 std::span<const command_t> Commands();
 // Null where the table has none.
@@ -99,10 +99,10 @@ std::optional<std::uint8_t> NumberOf(std::span<const number_name_t> names, std::
 
 // A text sub-command (CMD3, and CMD5 one behind the other): u16 length of what follows, a byte without meaning,
 // the field number, UTF-8.
-constexpr std::size_t kTextHeader = 4;
-constexpr std::size_t kTextLengthBytes = 2;
-constexpr std::size_t kTextFieldAt = 3;
+constexpr std::size_t TEXT_HEADER = 4;
+constexpr std::size_t TEXT_LENGTH_BYTES = 2;
+constexpr std::size_t TEXT_FIELD_AT = 3;
 // CMD5: sub-commands begin behind the command number and the length.
-constexpr std::size_t kTextsBegin = 3;
+constexpr std::size_t TEXTS_BEGIN = 3;
 
 }  // namespace host

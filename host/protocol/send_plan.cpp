@@ -12,8 +12,8 @@
 namespace host {
 namespace {
 
-constexpr std::string_view kRaw = "raw";
-constexpr std::string_view kFrame = "frame";
+constexpr std::string_view RAW = "raw";
+constexpr std::string_view FRAME = "frame";
 
 struct argument_t {
   std::string_view name;
@@ -27,7 +27,7 @@ argument_t TakeApart(std::string_view text) {
 }
 
 std::vector<std::string_view> AllNames() {
-  std::vector<std::string_view> names{kRaw, kFrame};
+  std::vector<std::string_view> names{RAW, FRAME};
   for (const command_t& command : Commands()) names.push_back(command.name);
   for (const field_t& field : OperatingValuesCommand().fields) names.push_back(field.name);
   names.insert(names.end(), TextFieldNames().begin(), TextFieldNames().end());
@@ -37,15 +37,15 @@ std::vector<std::string_view> AllNames() {
 [[noreturn]] void RefuseName(std::string_view name) {
   const auto names = AllNames();
   const std::string_view nearest = Nearest(name, names);
-  throw usage_error("there is no \"" + std::string(name) + "\"; " +
-                    (nearest.empty()
-                         ? "`hx7 send --list` shows all names"
-                         : "did you mean " + std::string(nearest) + "? (`hx7 send --list` shows all)"));
+  throw UsageError("there is no \"" + std::string(name) + "\"; " +
+                   (nearest.empty()
+                        ? "`hx7 send --list` shows all names"
+                        : "did you mean " + std::string(nearest) + "? (`hx7 send --list` shows all)"));
 }
 
 std::string_view NeedValue(const argument_t& argument) {
   if (!argument.value)
-    throw usage_error(std::string(argument.name) + " needs a value: " + std::string(argument.name) + "=...");
+    throw UsageError(std::string(argument.name) + " needs a value: " + std::string(argument.name) + "=...");
   return *argument.value;
 }
 
@@ -56,7 +56,7 @@ Message ParseHexMessage(std::string_view text) {
     const auto [stop, error] =
         std::from_chars(text.data(), text.data() + std::min<std::size_t>(2, text.size()), byte, 16);
     if (text.size() < 2 || error != std::errc() || stop != text.data() + 2) {
-      throw usage_error("raw takes pairs of hexadecimal digits, such as raw=0714");
+      throw UsageError("raw takes pairs of hexadecimal digits, such as raw=0714");
     }
     message.push_back(byte);
   }
@@ -65,24 +65,25 @@ Message ParseHexMessage(std::string_view text) {
 
 bus::frame_t ParseFrame(std::string_view text) {
   const auto line = bus::ParseLogLine("(0.0) can0 " + std::string(text));
-  if (!line) throw usage_error("frame takes IDENTIFIER#DATA, such as frame=18FF00D0#0001060000000000");
+  if (!line) throw UsageError("frame takes IDENTIFIER#DATA, such as frame=18FF00D0#0001060000000000");
   return line->frame;
 }
 
 Message EncodeArgument(const command_t& command, const argument_t& argument) {
-  if (command.layout == Layout::kFlash) return EncodeFlash(NeedValue(argument));
-  if (command.layout == Layout::kTexts) {
-    throw usage_error("name the field of the text, such as line1-center=\"HELLO\"");
+  if (command.layout == layout_t::FLASH) return EncodeFlash(NeedValue(argument));
+  if (command.layout == layout_t::TEXTS) {
+    throw UsageError("name the field of the text, such as line1-center=\"HELLO\"");
   }
   if (command.fields.empty()) {
-    if (argument.value) throw usage_error(std::string(command.name) + " takes no value");
+    if (argument.value) throw UsageError(std::string(command.name) + " takes no value");
     return Encode(command);
   }
-  if (command.fields[0].type == FieldType::kKeyMasks) return EncodeKeyMasks(ParseKeyMasks(NeedValue(argument)));
+  if (command.fields[0].type == field_type_t::KEY_MASKS)
+    return EncodeKeyMasks(ParseKeyMasks(NeedValue(argument)));
   const auto parts = Split(NeedValue(argument), ',');
   if (parts.size() != command.fields.size()) {
-    throw usage_error(std::string(command.name) + " takes " + std::to_string(command.fields.size()) + " value" +
-                      (command.fields.size() == 1 ? "" : "s with commas between"));
+    throw UsageError(std::string(command.name) + " takes " + std::to_string(command.fields.size()) + " value" +
+                     (command.fields.size() == 1 ? "" : "s with commas between"));
   }
   std::vector<double> values;
   for (std::size_t i = 0; i < parts.size(); ++i) values.push_back(ParseValue(command.fields[i], parts[i]));
@@ -115,9 +116,9 @@ step_t& Planner::Gather(std::optional<std::size_t>& step) {
 }
 
 void Planner::Take(const argument_t& argument) {
-  if (argument.name == kRaw) {
+  if (argument.name == RAW) {
     plan_.steps.push_back({Segment(ParseHexMessage(NeedValue(argument)))});
-  } else if (argument.name == kFrame) {
+  } else if (argument.name == FRAME) {
     plan_.steps.push_back({{ParseFrame(NeedValue(argument))}});
   } else if (const field_t* field = FindField(OperatingValuesCommand(), argument.name)) {
     Gather(valuesStep_);
@@ -152,8 +153,8 @@ plan_t PlanSend(std::span<const std::string> arguments, OperatingValues& values)
     const argument_t argument = TakeApart(text);
     try {
       planner.Take(argument);
-    } catch (const usage_error& error) {
-      throw usage_error(text + ": " + error.what());
+    } catch (const UsageError& error) {
+      throw UsageError(text + ": " + error.what());
     }
   }
   return planner.Finish();
@@ -161,17 +162,17 @@ plan_t PlanSend(std::span<const std::string> arguments, OperatingValues& values)
 
 namespace {
 
-const char* UnitWords(Unit unit) {
+const char* UnitWords(unit_t unit) {
   switch (unit) {
-    case Unit::kWeight:
+    case unit_t::WEIGHT:
       return "lbs or kgs as units says";
-    case Unit::kLength:
+    case unit_t::LENGTH:
       return "feet or meters as units says";
-    case Unit::kDegrees:
+    case unit_t::DEGREES:
       return "degrees";
-    case Unit::kPercent:
+    case unit_t::PERCENT:
       return "%";
-    case Unit::kTenMilliseconds:
+    case unit_t::TEN_MILLISECONDS:
       return "in steps of 10 ms";
     default:
       return "";
@@ -188,23 +189,23 @@ std::string FieldWords(const field_t& field) {
 }
 
 std::string Row(std::string_view name, const std::string& words) {
-  constexpr std::size_t kWidth = 20;
+  constexpr std::size_t WIDTH = 20;
   std::string row = "  " + std::string(name);
-  row.resize(std::max(row.size() + 1, kWidth), ' ');
+  row.resize(std::max(row.size() + 1, WIDTH), ' ');
   return row + words + "\n";
 }
 
 void ListOther(const command_t& command, std::string& text) {
-  if (command.layout == Layout::kTexts || &command == &OperatingValuesCommand()) return;
+  if (command.layout == layout_t::TEXTS || &command == &OperatingValuesCommand()) return;
   std::string words(command.about);
-  if (command.layout == Layout::kFlash) words += "; a text";
+  if (command.layout == layout_t::FLASH) words += "; a text";
   if (!command.fields.empty()) {
     const std::string values = FieldWords(command.fields[0]);
     words += command.fields.size() > 1 ? "; of each: " + values : values.empty() ? "" : "; " + values;
   }
   if (command.reply.frames > 0) words += "; prints the answer";
   text +=
-      Row(std::string(command.name) + (command.fields.empty() && command.layout == Layout::kFields ? "" : "="),
+      Row(std::string(command.name) + (command.fields.empty() && command.layout == layout_t::FIELDS ? "" : "="),
           words);
 }
 

@@ -18,7 +18,7 @@ struct step_t {
 
 // Arguments are "name=value" or "name". All operating values go into one CMD2 and all texts into one CMD5, each
 // where its first stands; the rest in order. `values` are those sent last and become those that will have been
-// sent. Throws usage_error, with the nearest name where there is no such name.
+// sent. Throws UsageError, with the nearest name where there is no such name.
 struct plan_t {
   std::vector<step_t> steps;
   bool sendsValues = false;

@@ -17,21 +17,21 @@
 namespace host {
 namespace {
 
-constexpr std::size_t kHostKeys = 23;
-constexpr std::uint8_t kBeepOnce = 127;
+constexpr std::size_t HOST_KEYS = 23;
+constexpr std::uint8_t BEEP_ONCE = 127;
 
 struct limits_t {
   double least;
   double most;
 };
 
-limits_t LimitsOf(FieldType type) {
+limits_t LimitsOf(field_type_t type) {
   switch (type) {
-    case FieldType::kI16Be:
+    case field_type_t::I16_BE:
       return {-32768, 32767};
-    case FieldType::kFloatBe:
+    case field_type_t::FLOAT_BE:
       return {-std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()};
-    case FieldType::kLamps:
+    case field_type_t::LAMPS:
       return {0, 4294967295.0};
     default:
       return {0, 255};
@@ -60,12 +60,12 @@ std::optional<double> AnyNumber(std::string_view text) {
 // The shortest text that gives the same float again. Scaling costs a float's last digit, so a scaled value gets
 // the seven digits that are sure.
 std::string FloatText(const field_t& field, double value) {
-  constexpr int kSureDigits = 7;
+  constexpr int SURE_DIGITS = 7;
   std::array<char, 64> text{};
   char* const end = text.data() + text.size();
   const auto [stop, error] =
       field.scale == 1.0 ? std::to_chars(text.data(), end, static_cast<float>(value), std::chars_format::fixed)
-                         : std::to_chars(text.data(), end, value, std::chars_format::general, kSureDigits);
+                         : std::to_chars(text.data(), end, value, std::chars_format::general, SURE_DIGITS);
   return error == std::errc() ? std::string(text.data(), stop) : std::to_string(value);
 }
 
@@ -88,7 +88,7 @@ std::uint32_t ParseLamps(std::string_view text) {
     const auto* const lamp = std::ranges::find(LampNames(), name).base();
     const auto bit = static_cast<unsigned>(lamp - LampNames().data());
     if (bit >= LampNames().size()) {
-      throw usage_error("\"" + std::string(name) + "\" is not a lamp" + Suggestion(name, LampNames()));
+      throw UsageError("\"" + std::string(name) + "\" is not a lamp" + Suggestion(name, LampNames()));
     }
     word |= 1U << bit;
   }
@@ -98,22 +98,22 @@ std::uint32_t ParseLamps(std::string_view text) {
 [[noreturn]] void RefuseValue(const field_t& field, std::string_view text) {
   std::string right = field.names.empty() ? std::string(field.range) : ListNames(field.names);
   if (right.empty()) right = "a number";
-  throw usage_error("\"" + std::string(text) + "\" does not fit; expected " + right +
-                    Suggestion(text, NamesOnly(field.names)));
+  throw UsageError("\"" + std::string(text) + "\" does not fit; expected " + right +
+                   Suggestion(text, NamesOnly(field.names)));
 }
 
 void ParseKeyMask(std::string_view text, std::vector<std::uint8_t>& masks) {
   const auto parts = Split(text, ':');
   const auto key = NumberOf(HostKeyNames(), parts[0]);
   if (!key) {
-    throw usage_error("\"" + std::string(parts[0]) + "\" is not a host key" +
-                      Suggestion(parts[0], NamesOnly(HostKeyNames())));
+    throw UsageError("\"" + std::string(parts[0]) + "\" is not a host key" +
+                     Suggestion(parts[0], NamesOnly(HostKeyNames())));
   }
-  constexpr field_t kMask{.name = "mask", .range = "0 to 255"};
-  std::uint8_t mask = kBeepOnce;
+  constexpr field_t MASK{.name = "mask", .range = "0 to 255"};
+  std::uint8_t mask = BEEP_ONCE;
   if (parts.size() > 1) {
     const auto named = NumberOf(KeyMaskNames(), parts[1]);
-    mask = named ? *named : static_cast<std::uint8_t>(ParseValue(kMask, parts[1]));
+    mask = named ? *named : static_cast<std::uint8_t>(ParseValue(MASK, parts[1]));
   }
   masks[*key] = mask;
 }
@@ -129,23 +129,23 @@ double ParseValue(const field_t& field, std::string_view text) {
   if (const auto named = NumberOf(field.names, text)) return *named;
   const auto number = AnyNumber(text);
   if (!number) {
-    if (field.type == FieldType::kLamps) return ParseLamps(text);
+    if (field.type == field_type_t::LAMPS) return ParseLamps(text);
     RefuseValue(field, text);
   }
   const limits_t limits = LimitsOf(field.type);
-  const bool whole = field.type == FieldType::kFloatBe || std::trunc(*number) == *number;
+  const bool whole = field.type == field_type_t::FLOAT_BE || std::trunc(*number) == *number;
   if (*number < limits.least || *number > limits.most || !whole) RefuseValue(field, text);
   return *number;
 }
 
 std::string FormatValue(const field_t& field, double value) {
-  if (field.type == FieldType::kLamps) {
+  if (field.type == field_type_t::LAMPS) {
     std::string text;
     for (const std::string& lamp : LampsOf(static_cast<std::uint32_t>(value)))
       text += (text.empty() ? "" : ",") + lamp;
     return text.empty() ? "none" : text;
   }
-  if (field.type == FieldType::kFloatBe) return FloatText(field, value);
+  if (field.type == field_type_t::FLOAT_BE) return FloatText(field, value);
   const auto number = static_cast<int>(value);
   const std::string_view name = NameOf(field.names, static_cast<unsigned>(number));
   return name.empty() ? std::to_string(number) : std::string(name);
@@ -153,19 +153,19 @@ std::string FormatValue(const field_t& field, double value) {
 
 double ParseSpeed(const std::string& text, double fastest) {
   if (text == "max") return 0;
-  constexpr double kSlowest = 0.001;
+  constexpr double SLOWEST = 0.001;
   double speed = 0;
   const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), speed);
-  if (error == std::errc() && stop == text.data() + text.size() && speed >= kSlowest && speed <= fastest) {
+  if (error == std::errc() && stop == text.data() + text.size() && speed >= SLOWEST && speed <= fastest) {
     return speed;
   }
-  throw usage_error("--speed takes max or a factor from 0.001 to " + std::to_string(std::llround(fastest)) +
-                    ", such as 2 for twice as fast");
+  throw UsageError("--speed takes max or a factor from 0.001 to " + std::to_string(std::llround(fastest)) +
+                   ", such as 2 for twice as fast");
 }
 
 std::vector<std::uint8_t> ParseKeyMasks(std::string_view text) {
-  if (text == "all") return std::vector<std::uint8_t>(kHostKeys, kBeepOnce);
-  std::vector<std::uint8_t> masks(kHostKeys, 0);
+  if (text == "all") return std::vector<std::uint8_t>(HOST_KEYS, BEEP_ONCE);
+  std::vector<std::uint8_t> masks(HOST_KEYS, 0);
   if (text == "none") return masks;
   for (const std::string_view part : Split(text, ',')) ParseKeyMask(part, masks);
   return masks;
@@ -178,7 +178,7 @@ std::string FormatKeyMasks(std::span<const std::uint8_t> masks) {
     if (mask == 0) continue;
     const std::string_view name = NameOf(HostKeyNames(), key);
     text.append(text.empty() ? "" : " ").append(name.empty() ? std::to_string(key) : std::string(name));
-    if (mask == kBeepOnce) continue;
+    if (mask == BEEP_ONCE) continue;
     const std::string_view known = NameOf(KeyMaskNames(), mask);
     text.append(":").append(known.empty() ? std::to_string(mask) : std::string(known));
   }
@@ -231,8 +231,8 @@ std::size_t Distance(std::string_view a, std::string_view b) {
 }  // namespace
 
 std::string_view Nearest(std::string_view name, std::span<const std::string_view> candidates) {
-  constexpr std::size_t kMostLetters = 64;
-  if (name.empty() || name.size() > kMostLetters) return {};
+  constexpr std::size_t MOST_LETTERS = 64;
+  if (name.empty() || name.size() > MOST_LETTERS) return {};
   std::string_view best;
   std::size_t least = 1 + std::max<std::size_t>(1, name.size() / 3);  // further away it is another word
   for (const std::string_view candidate : candidates) {
@@ -251,8 +251,8 @@ std::string Printable(std::string_view text) {
   for (const char c : valid) {
     const auto byte = static_cast<unsigned char>(c);
     if (byte < 0x20 || byte == 0x7F) {
-      constexpr std::string_view kDigits = "0123456789ABCDEF";
-      safe.append("\\x").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 0xFU]);
+      constexpr std::string_view DIGITS = "0123456789ABCDEF";
+      safe.append("\\x").append(1, DIGITS[byte >> 4U]).append(1, DIGITS[byte & 0xFU]);
     } else {
       if (c == '"' || c == '\\') safe.push_back('\\');
       safe.push_back(c);

@@ -15,12 +15,12 @@ namespace host {
 const field_t* FindField(const command_t& command, std::string_view name);
 
 // A number ("12300", "-3.5", "0x1F") or one of the field's names ("metric"); lamps by name with commas between.
-// Throws usage_error saying what would be right; the number must fit the field.
+// Throws UsageError saying what would be right; the number must fit the field.
 double ParseValue(const field_t& field, std::string_view text);
 // The value's name where it has one, else the shortest number that reads back the same. Lamps by name, "none".
 std::string FormatValue(const field_t& field, double value);
 
-// A factor of time from 0.001 to `fastest`; 0 for "max". Throws usage_error.
+// A factor of time from 0.001 to `fastest`; 0 for "max". Throws UsageError.
 double ParseSpeed(const std::string& text, double fastest);
 
 // Masks of the 23 host keys from "info,tires:no-beep", "all" or "none"; keys that are not named are not valid.

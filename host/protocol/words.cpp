@@ -10,9 +10,9 @@
 namespace host {
 namespace {
 
-constexpr std::uint64_t kMicrosPerSecond = 1'000'000;
-constexpr int kSpeakerWidth = 7;
-constexpr int kCommandWidth = 8;
+constexpr std::uint64_t MICROS_PER_SECOND = 1'000'000;
+constexpr int SPEAKER_WIDTH = 7;
+constexpr int COMMAND_WIDTH = 8;
 
 std::string ValueWords(const value_t& value) {
   std::string words = value.name.empty() ? "" : value.name + " ";
@@ -30,23 +30,23 @@ std::string OtherWords(const utterance_t& utterance) {
   std::ostringstream identifier;
   identifier << std::hex << std::uppercase << std::setfill('0') << std::setw(utterance.frame.extended ? 8 : 3)
              << utterance.frame.identifier;
-  return Padded(identifier.str(), kCommandWidth) + "  " + utterance.decoded.values[0].text;
+  return Padded(identifier.str(), COMMAND_WIDTH) + "  " + utterance.decoded.values[0].text;
 }
 
 }  // namespace
 
-std::string_view SpeakerName(Speaker speaker) {
-  constexpr std::array<std::string_view, 3> kNames = {"host", "display", "other"};
-  return kNames[static_cast<std::size_t>(speaker)];
+std::string_view SpeakerName(speaker_t speaker) {
+  constexpr std::array<std::string_view, 3> NAMES = {"host", "display", "other"};
+  return NAMES[static_cast<std::size_t>(speaker)];
 }
 
 std::string TimeOfDay(std::uint64_t time_us) {
-  const auto seconds = static_cast<std::time_t>(time_us / kMicrosPerSecond);
+  const auto seconds = static_cast<std::time_t>(time_us / MICROS_PER_SECOND);
   std::tm local{};
   ::localtime_r(&seconds, &local);
   std::ostringstream text;
   text << std::put_time(&local, "%H:%M:%S") << '.' << std::setfill('0') << std::setw(3)
-       << time_us % kMicrosPerSecond / 1000;
+       << time_us % MICROS_PER_SECOND / 1000;
   return text.str();
 }
 
@@ -62,9 +62,9 @@ std::string InWords(const decoded_t& decoded) {
 
 std::string WatchLine(const utterance_t& utterance) {
   const std::string head = TimeOfDay(utterance.time_us) + "  " +
-                           Padded(std::string(SpeakerName(utterance.speaker)), kSpeakerWidth) + "  ";
-  if (utterance.speaker == Speaker::kOther) return head + OtherWords(utterance);
-  return head + Padded(utterance.decoded.command, kCommandWidth) + "  " + InWords(utterance.decoded);
+                           Padded(std::string(SpeakerName(utterance.speaker)), SPEAKER_WIDTH) + "  ";
+  if (utterance.speaker == speaker_t::OTHER) return head + OtherWords(utterance);
+  return head + Padded(utterance.decoded.command, COMMAND_WIDTH) + "  " + InWords(utterance.decoded);
 }
 
 }  // namespace host

@@ -9,7 +9,7 @@
 namespace host {
 
 // "host", "display", "other".
-std::string_view SpeakerName(Speaker speaker);
+std::string_view SpeakerName(speaker_t speaker);
 
 // "operating-values: load 12300 lbs, radius 35.4 feet, led prealarm,a2b".
 std::string InWords(const decoded_t& decoded);

@@ -9,7 +9,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr double kMicrosPerSecond = 1e6;
+constexpr double MICROS_PER_SECOND = 1e6;
 
 Json ValueJson(const value_t& value) {
   if (!value.parts.empty()) return value.parts;
@@ -52,9 +52,9 @@ void AddMessage(Json& line, const decoded_t& decoded) {
 
 std::string JsonLine(const utterance_t& utterance) {
   Json line;
-  line["time"] = static_cast<double>(utterance.time_us) / kMicrosPerSecond;
+  line["time"] = static_cast<double>(utterance.time_us) / MICROS_PER_SECOND;
   line["from"] = SpeakerName(utterance.speaker);
-  if (utterance.speaker == Speaker::kOther) {
+  if (utterance.speaker == speaker_t::OTHER) {
     AddFrame(line, utterance.frame);
   } else {
     AddMessage(line, utterance.decoded);

@@ -9,10 +9,10 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr double kMicrosPerSecond = 1e6;
+constexpr double MICROS_PER_SECOND = 1e6;
 
 double Seconds(std::uint64_t time_us) {
-  return static_cast<double>(time_us) / kMicrosPerSecond;
+  return static_cast<double>(time_us) / MICROS_PER_SECOND;
 }
 
 // The time stands where it is not that of the head, and where there is one.
@@ -29,11 +29,11 @@ Json TextJson(const std::string& text) {
 }  // namespace
 
 std::string DifferenceLines(const difference_t& difference) {
-  constexpr std::array<const char*, kSides> kNames = {"A ", "  B "};
+  constexpr std::array<const char*, SIDES> NAMES = {"A ", "  B "};
   std::string lines;
-  for (std::size_t side = 0; side < kSides; ++side) {
+  for (std::size_t side = 0; side < SIDES; ++side) {
     const std::uint64_t time_us = difference.time_us[side];
-    lines += kNames[side] + (time_us == 0 ? "(no frame yet)" : TimeOfDay(time_us));
+    lines += NAMES[side] + (time_us == 0 ? "(no frame yet)" : TimeOfDay(time_us));
   }
   lines += "\n";
   if (difference.shown.empty()) lines += "  the same changes, in another order\n";
@@ -45,17 +45,17 @@ std::string DifferenceLines(const difference_t& difference) {
 }
 
 std::string DifferenceJson(const difference_t& difference) {
-  constexpr std::array<const char*, kSides> kNames = {"a", "b"};
+  constexpr std::array<const char*, SIDES> NAMES = {"a", "b"};
   Json line;
-  for (std::size_t side = 0; side < kSides; ++side) {
-    line[kNames[side]] = {{"time", Seconds(difference.time_us[side])}, {"states", difference.states[side]}};
+  for (std::size_t side = 0; side < SIDES; ++side) {
+    line[NAMES[side]] = {{"time", Seconds(difference.time_us[side])}, {"states", difference.states[side]}};
   }
   line["shown"] = Json::object();
   for (const shown_otherwise_t& shown : difference.shown) {
     Json& entry = line["shown"][shown.name];
-    for (std::size_t side = 0; side < kSides; ++side) {
-      entry[kNames[side]] = TextJson(shown.text[side]);
-      entry[std::string(kNames[side]) + "_time"] = Seconds(shown.time_us[side]);
+    for (std::size_t side = 0; side < SIDES; ++side) {
+      entry[NAMES[side]] = TextJson(shown.text[side]);
+      entry[std::string(NAMES[side]) + "_time"] = Seconds(shown.time_us[side]);
     }
   }
   return line.dump(-1, ' ', false, Json::error_handler_t::replace);

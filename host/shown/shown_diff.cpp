@@ -7,7 +7,7 @@
 namespace host {
 namespace {
 
-constexpr std::size_t kMostAhead = 1024;
+constexpr std::size_t MOST_AHEAD = 1024;
 
 // What one name shows through some states, each text once, and since when.
 struct step_t {
@@ -30,7 +30,7 @@ std::vector<step_t> StepsOf(const std::string& name, const shown_at_t& before,
   return steps;
 }
 
-using side_states_t = std::array<std::vector<shown_at_t>, kSides>;
+using side_states_t = std::array<std::vector<shown_at_t>, SIDES>;
 
 std::set<std::string> NamesIn(const side_states_t& states) {
   std::set<std::string> names;
@@ -69,7 +69,7 @@ void ShownDiff::PassEqual() {
     const bool a = Fill(0, 1);
     const bool b = Fill(1, 1);
     if (!a || !b || !ahead_[0].front().ShowsAs(ahead_[1].front())) return;
-    for (std::size_t side = 0; side < kSides; ++side) {
+    for (std::size_t side = 0; side < SIDES; ++side) {
       before_[side] = std::move(ahead_[side].front());
       ahead_[side].pop_front();
     }
@@ -78,7 +78,7 @@ void ShownDiff::PassEqual() {
 
 // A common state whose distances from here add up to `sum`.
 std::optional<ShownDiff::meeting_t> ShownDiff::MeetAt(std::size_t sum) {
-  for (std::size_t a = sum >= kMostAhead ? sum - kMostAhead + 1 : 0; a <= std::min(sum, kMostAhead - 1); ++a) {
+  for (std::size_t a = sum >= MOST_AHEAD ? sum - MOST_AHEAD + 1 : 0; a <= std::min(sum, MOST_AHEAD - 1); ++a) {
     const std::size_t b = sum - a;
     if (a >= ahead_[0].size() || b >= ahead_[1].size()) continue;
     if (ahead_[0][a].ShowsAs(ahead_[1][b])) return meeting_t{{a, b}};
@@ -87,8 +87,8 @@ std::optional<ShownDiff::meeting_t> ShownDiff::MeetAt(std::size_t sum) {
 }
 
 ShownDiff::meeting_t ShownDiff::Meet() {
-  for (std::size_t sum = 1; sum <= 2 * (kMostAhead - 1); ++sum) {
-    const std::size_t reach = std::min(sum + 1, kMostAhead);
+  for (std::size_t sum = 1; sum <= 2 * (MOST_AHEAD - 1); ++sum) {
+    const std::size_t reach = std::min(sum + 1, MOST_AHEAD);
     Fill(0, reach);
     Fill(1, reach);
     if (const auto meeting = MeetAt(sum)) return *meeting;
@@ -100,14 +100,14 @@ ShownDiff::meeting_t ShownDiff::Meet() {
 difference_t ShownDiff::Describe(const meeting_t& meeting) const {
   side_states_t states;
   difference_t difference;
-  for (std::size_t side = 0; side < kSides; ++side) {
+  for (std::size_t side = 0; side < SIDES; ++side) {
     const auto begin = ahead_[side].begin();
     states[side].assign(begin, begin + static_cast<std::ptrdiff_t>(meeting.at[side]));
     difference.states[side] = states[side].size();
     difference.time_us[side] = states[side].empty() ? before_[side].time_us : states[side].front().time_us;
   }
   side_states_t all = states;
-  for (std::size_t side = 0; side < kSides; ++side) all[side].push_back(before_[side]);
+  for (std::size_t side = 0; side < SIDES; ++side) all[side].push_back(before_[side]);
   for (const std::string& name : NamesIn(all)) {
     if (auto otherwise =
             Compare(name, StepsOf(name, before_[0], states[0]), StepsOf(name, before_[1], states[1])))
@@ -121,7 +121,7 @@ std::optional<difference_t> ShownDiff::Next() {
   if (ahead_[0].empty() && ahead_[1].empty()) return std::nullopt;
   const meeting_t meeting = Meet();
   difference_t difference = Describe(meeting);
-  for (std::size_t side = 0; side < kSides; ++side) {
+  for (std::size_t side = 0; side < SIDES; ++side) {
     for (std::size_t i = 0; i < meeting.at[side]; ++i) {
       before_[side] = std::move(ahead_[side].front());
       ahead_[side].pop_front();

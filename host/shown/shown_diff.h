@@ -15,20 +15,20 @@
 namespace host {
 
 // The two sides, A and B, are 0 and 1 everywhere.
-constexpr std::size_t kSides = 2;
+constexpr std::size_t SIDES = 2;
 
 // One thing that the display shows differently: what, since when, in each log; text empty where it shows
 // nothing of the kind.
 struct shown_otherwise_t {
   std::string name;
-  std::array<std::string, kSides> text;
-  std::array<std::uint64_t, kSides> time_us{};
+  std::array<std::string, SIDES> text;
+  std::array<std::uint64_t, SIDES> time_us{};
 };
 
 struct difference_t {
-  std::array<std::size_t, kSides> states{};     // that one log has here and the other has not
-  std::array<std::uint64_t, kSides> time_us{};  // of the first of them; without any, of the state before
-  std::vector<shown_otherwise_t> shown;         // by name; empty where only the order differs
+  std::array<std::size_t, SIDES> states{};     // that one log has here and the other has not
+  std::array<std::uint64_t, SIDES> time_us{};  // of the first of them; without any, of the state before
+  std::vector<shown_otherwise_t> shown;        // by name; empty where only the order differs
 };
 
 // Compares by what is shown alone: how long a state lasts and how often it is sent again count for nothing.
@@ -43,7 +43,7 @@ class ShownDiff {
 
  private:
   struct meeting_t {
-    std::array<std::size_t, kSides> at;
+    std::array<std::size_t, SIDES> at;
   };
   bool Fill(std::size_t side, std::size_t states);
   void PassEqual();
@@ -51,9 +51,9 @@ class ShownDiff {
   std::optional<meeting_t> MeetAt(std::size_t sum);
   difference_t Describe(const meeting_t& meeting) const;
 
-  std::array<Source, kSides> sources_;
-  std::array<std::deque<shown_at_t>, kSides> ahead_;  // read and not yet compared
-  std::array<shown_at_t, kSides> before_;             // the last that was compared; nothing at first
+  std::array<Source, SIDES> sources_;
+  std::array<std::deque<shown_at_t>, SIDES> ahead_;  // read and not yet compared
+  std::array<shown_at_t, SIDES> before_;             // the last that was compared; nothing at first
 };
 
 }  // namespace host

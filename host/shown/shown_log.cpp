@@ -7,14 +7,14 @@
 namespace host {
 namespace {
 
-constexpr std::uint64_t kSilence_us = 11'000'000;  // the display says so after ten seconds, one later at most
-constexpr std::uint64_t kNoticed_us = 10'000'000;
+constexpr std::uint64_t SILENCE_US = 11'000'000;  // the display says so after ten seconds, one later at most
+constexpr std::uint64_t NOTICED_US = 10'000'000;
 
 std::size_t HashOf(const shown_t& shown) {
-  constexpr std::size_t kFactor = 1'000'003;
+  constexpr std::size_t FACTOR = 1'000'003;
   std::size_t hash = 0;
   for (const auto& [name, text] : shown) {
-    hash = (hash * kFactor + std::hash<std::string>()(name)) * kFactor + std::hash<std::string>()(text);
+    hash = (hash * FACTOR + std::hash<std::string>()(name)) * FACTOR + std::hash<std::string>()(text);
   }
   return hash;
 }
@@ -35,10 +35,10 @@ std::optional<shown_at_t> ShownLog::Changed(std::uint64_t time_us) {
 std::optional<std::uint64_t> ShownLog::Hear(const bus::frame_t& frame) {
   const std::uint64_t before_us = heard_us_.value_or(frame.time_us);
   heard_us_ = frame.time_us;
-  const bool lost = frame.time_us >= before_us + kSilence_us;
+  const bool lost = frame.time_us >= before_us + SILENCE_US;
   state_.SetLinkLost(lost);
   if (!lost) return std::nullopt;
-  return before_us + kNoticed_us;
+  return before_us + NOTICED_US;
 }
 
 std::optional<shown_at_t> ShownLog::Next() {
@@ -50,7 +50,7 @@ std::optional<shown_at_t> ShownLog::Next() {
       return Changed(*lost_us);
     }
     const auto heard = conversation_.Feed(*frame);
-    if (heard && heard->speaker == Speaker::kHost) state_.Apply(heard->message);
+    if (heard && heard->speaker == speaker_t::HOST) state_.Apply(heard->message);
     if (auto changed = Changed(frame->time_us)) return changed;
   }
 }

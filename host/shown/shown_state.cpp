@@ -16,8 +16,8 @@ namespace {
 
 using Block = ShownState::Block;
 
-constexpr std::string_view kDashes = "-----";
-constexpr double kHundred = 100.0;
+constexpr std::string_view DASHES = "-----";
+constexpr double HUNDRED = 100.0;
 
 std::string Printed(const char* format, double value) {
   std::array<char, 64> text{};  // a float has 39 places at most
@@ -26,16 +26,16 @@ std::string Printed(const char* format, double value) {
 }
 
 std::string ShownCapacity(double value) {
-  return ShownWeight(kHundred * std::trunc(value / kHundred));
+  return ShownWeight(HUNDRED * std::trunc(value / HUNDRED));
 }
 std::string ShownLoad(double value) {
-  return ShownWeight(kHundred * std::trunc((value + kHundred / 2) / kHundred));
+  return ShownWeight(HUNDRED * std::trunc((value + HUNDRED / 2) / HUNDRED));
 }
 std::string ShownPercent(double value) {
-  return std::isfinite(value) ? Printed("%.0f", value) : std::string(kDashes);
+  return std::isfinite(value) ? Printed("%.0f", value) : std::string(DASHES);
 }
 std::string ShownPressure(double value) {
-  return std::isfinite(value) ? Printed("%.1f", value) : std::string(kDashes);
+  return std::isfinite(value) ? Printed("%.1f", value) : std::string(DASHES);
 }
 std::string ShownCount(double value) {
   return Printed("%.0f", value);
@@ -45,7 +45,7 @@ struct value_form_t {
   std::string_view field;
   std::string (*text)(double);
 };
-constexpr std::array<value_form_t, 9> kValueForms = {{{"capacity", ShownCapacity},
+constexpr std::array<value_form_t, 9> VALUE_FORMS = {{{"capacity", ShownCapacity},
                                                       {"load", ShownLoad},
                                                       {"radius", ShownLength},
                                                       {"angle", ShownAngle},
@@ -60,7 +60,7 @@ struct colored_lamp_t {
   std::string_view lamp;
   std::string_view color;
 };
-constexpr std::array<colored_lamp_t, 4> kColoredLamps = {{{"tires", "tires"},
+constexpr std::array<colored_lamp_t, 4> COLORED_LAMPS = {{{"tires", "tires"},
                                                           {"outrigger-retracted", "retracted"},
                                                           {"outrigger-half", "half"},
                                                           {"outrigger-extended", "extended"}}};
@@ -69,20 +69,20 @@ struct effect_t {
   std::string_view command;
   void (ShownState::*show)(const command_t& command, Block block);
 };
-constexpr std::array<effect_t, 14> kEffects = {{{"operating-values", &ShownState::ShowOperatingValues},
-                                                {"texts", &ShownState::ShowTexts},
-                                                {"flash", &ShownState::ShowFlash},
-                                                {"beeper", &ShownState::ShowBeeper},
-                                                {"beep-duration", &ShownState::ShowBeeper},
-                                                {"units", &ShownState::ShowKnownNumber},
-                                                {"language", &ShownState::ShowKnownNumber},
-                                                {"transition", &ShownState::ShowKnownNumber},
-                                                {"select-mode", &ShownState::ShowSwitch},
-                                                {"display-mode", &ShownState::ShowSwitch},
-                                                {"erected-icon", &ShownState::ShowNumber},
-                                                {"stowed-icon", &ShownState::ShowNumber},
-                                                {"colors", &ShownState::ShowColors},
-                                                {"swing-mode", &ShownState::ShowSwingMode}}};
+constexpr std::array<effect_t, 14> EFFECTS = {{{"operating-values", &ShownState::ShowOperatingValues},
+                                               {"texts", &ShownState::ShowTexts},
+                                               {"flash", &ShownState::ShowFlash},
+                                               {"beeper", &ShownState::ShowBeeper},
+                                               {"beep-duration", &ShownState::ShowBeeper},
+                                               {"units", &ShownState::ShowKnownNumber},
+                                               {"language", &ShownState::ShowKnownNumber},
+                                               {"transition", &ShownState::ShowKnownNumber},
+                                               {"select-mode", &ShownState::ShowSwitch},
+                                               {"display-mode", &ShownState::ShowSwitch},
+                                               {"erected-icon", &ShownState::ShowNumber},
+                                               {"stowed-icon", &ShownState::ShowNumber},
+                                               {"colors", &ShownState::ShowColors},
+                                               {"swing-mode", &ShownState::ShowSwingMode}}};
 
 std::string FieldText(const field_t& field, Block block) {
   return FormatValue(field, LoadNumber(field, block));
@@ -91,40 +91,40 @@ std::string FieldText(const field_t& field, Block block) {
 }  // namespace
 
 std::string ShownWeight(double value) {
-  constexpr double kMost = 1'000'000;
-  constexpr double kComma = 1000;
+  constexpr double MOST = 1'000'000;
+  constexpr double COMMA = 1000;
   // Less than a hundred below 0 still cuts to 0; what is further below shows 0 as well.
-  if (std::isnan(value) || value >= kMost) return std::string(kDashes);
-  const double whole = std::trunc(std::max(value, 0.0) / kHundred) * kHundred;
-  if (whole < kComma) return Printed("%.0f", whole);
-  return Printed("%.0f", std::trunc(whole / kComma)) + Printed(",%03.0f", std::fmod(whole, kComma));
+  if (std::isnan(value) || value >= MOST) return std::string(DASHES);
+  const double whole = std::trunc(std::max(value, 0.0) / HUNDRED) * HUNDRED;
+  if (whole < COMMA) return Printed("%.0f", whole);
+  return Printed("%.0f", std::trunc(whole / COMMA)) + Printed(",%03.0f", std::fmod(whole, COMMA));
 }
 
 std::string ShownLength(double value) {
-  constexpr double kMost = 1000;
-  if (std::isnan(value)) return std::string(kDashes);
+  constexpr double MOST = 1000;
+  if (std::isnan(value)) return std::string(DASHES);
   const double tenths = value < 0 ? 0 : std::trunc((value + 0.05) / 0.1) * 0.1;
-  return tenths >= kMost ? std::string(kDashes) : Printed("%.1f", tenths);
+  return tenths >= MOST ? std::string(DASHES) : Printed("%.1f", tenths);
 }
 
 std::string ShownAngle(double value) {
-  constexpr double kLeast = -20;
-  constexpr double kMost = 1000;
+  constexpr double LEAST = -20;
+  constexpr double MOST = 1000;
   const double tenths = std::trunc((value + 0.05) / 0.1) * 0.1;
-  return tenths >= kLeast && tenths < kMost ? Printed("%.1f", tenths) : std::string(kDashes);
+  return tenths >= LEAST && tenths < MOST ? Printed("%.1f", tenths) : std::string(DASHES);
 }
 
 std::string ShownSwing(int degrees) {
-  constexpr int kTurn = 360;
-  if (std::abs(degrees) > kTurn) return std::string(kDashes);
-  return std::to_string(degrees % kTurn);
+  constexpr int TURN = 360;
+  if (std::abs(degrees) > TURN) return std::string(DASHES);
+  return std::to_string(degrees % TURN);
 }
 
 void ShownState::Apply(std::span<const std::uint8_t> message) {
   const command_t* command = FindCommand(message);
   if (command == nullptr) return;
-  const auto effect = std::ranges::find(kEffects, command->name, &effect_t::command);
-  if (effect == kEffects.end()) return;
+  const auto effect = std::ranges::find(EFFECTS, command->name, &effect_t::command);
+  if (effect == EFFECTS.end()) return;
   // The display reads its whole block, zeros where the message was shorter.
   std::array<std::uint8_t, MAX_MESSAGE_SIZE> block{};
   std::copy_n(message.begin(), std::min(message.size(), block.size()), block.begin());
@@ -140,7 +140,7 @@ void ShownState::SetLinkLost(bool lost) {
 }
 
 void ShownState::ShowOperatingValues(const command_t& command, Block block) {
-  for (const value_form_t& form : kValueForms) {
+  for (const value_form_t& form : VALUE_FORMS) {
     shown_[std::string(form.field)] = form.text(LoadNumber(*FindField(command, form.field), block));
   }
   lamps_ = static_cast<std::uint32_t>(LoadNumber(*FindField(command, "led"), block));
@@ -169,9 +169,9 @@ void ShownState::ShowSwingMode(const command_t& command, Block block) {
 void ShownState::ShowLamps() {
   Forget("lamp ");
   for (const std::string& lamp : LampsOf(lamps_)) {
-    const auto colored = std::ranges::find(kColoredLamps, lamp, &colored_lamp_t::lamp);
+    const auto colored = std::ranges::find(COLORED_LAMPS, lamp, &colored_lamp_t::lamp);
     std::string light = "lit";
-    if (colored != kColoredLamps.end()) {
+    if (colored != COLORED_LAMPS.end()) {
       const auto color = colors_.find(std::string(colored->color));
       light = color == colors_.end() ? "green" : color->second;  // green until the host sets another
     }
@@ -208,37 +208,37 @@ void ShownState::ShowKnownNumber(const command_t& command, Block block) {
 
 // One text sub-command at the head of what is left of the block; false where the display stops as well.
 bool ShownState::ShowText(Block text) {
-  constexpr std::size_t kLeast = 3;
-  const std::size_t length = text.size() < kTextHeader ? 0 : platform::LoadBe16(text, 0);
-  if (length < kLeast || length + kTextLengthBytes > text.size()) return false;
-  const std::uint8_t field = text[kTextFieldAt];
+  constexpr std::size_t LEAST = 3;
+  const std::size_t length = text.size() < TEXT_HEADER ? 0 : platform::LoadBe16(text, 0);
+  if (length < LEAST || length + TEXT_LENGTH_BYTES > text.size()) return false;
+  const std::uint8_t field = text[TEXT_FIELD_AT];
   if (field >= TextFieldNames().size()) return true;
   std::string& shown = shown_["text " + std::string(TextFieldNames()[field])];
   if (!shown.empty()) shown += ' ';
-  const Block letters = text.subspan(kTextHeader, length + kTextLengthBytes - kTextHeader);
+  const Block letters = text.subspan(TEXT_HEADER, length + TEXT_LENGTH_BYTES - TEXT_HEADER);
   shown += Printable(std::string(letters.begin(), letters.end()));
   return true;
 }
 
 void ShownState::ShowTexts(const command_t& /*command*/, Block block) {
-  constexpr std::size_t kLeast = 5;
+  constexpr std::size_t LEAST = 5;
   const std::size_t length = platform::LoadBe16(block, 1);
-  if (length < kLeast) return;
+  if (length < LEAST) return;
   Forget("text ");
-  const Block texts = block.subspan(kTextsBegin);
+  const Block texts = block.subspan(TEXTS_BEGIN);
   for (std::size_t at = 0; at < std::min(length, texts.size());) {
     if (!ShowText(texts.subspan(at))) return;
-    at += platform::LoadBe16(texts, at) + kTextLengthBytes;
+    at += platform::LoadBe16(texts, at) + TEXT_LENGTH_BYTES;
   }
 }
 
 // The byte in the field's place means nothing here.
 void ShownState::ShowFlash(const command_t& /*command*/, Block block) {
-  constexpr std::size_t kLeast = 3;
+  constexpr std::size_t LEAST = 3;
   const Block text = block.subspan(1);
   const std::size_t length = platform::LoadBe16(text, 0);
-  if (length < kLeast || length + kTextLengthBytes > text.size()) return;
-  const Block letters = text.subspan(kTextHeader, length + kTextLengthBytes - kTextHeader);
+  if (length < LEAST || length + TEXT_LENGTH_BYTES > text.size()) return;
+  const Block letters = text.subspan(TEXT_HEADER, length + TEXT_LENGTH_BYTES - TEXT_HEADER);
   shown_["flash"] = Printable(std::string(letters.begin(), letters.end()));
 }
 

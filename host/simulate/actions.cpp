@@ -9,7 +9,7 @@
 namespace simulate {
 namespace {
 
-using host::usage_error;
+using host::UsageError;
 using words_t = std::span<const std::string>;
 
 struct action_row_t {
@@ -20,19 +20,19 @@ struct action_row_t {
   std::size_t most;
   action_t (*parse)(words_t);
 };
-constexpr std::size_t kAnyNumber = 1000;
+constexpr std::size_t ANY_NUMBER = 1000;
 
-constexpr double kMostHeight = 60;
-constexpr double kMostRadius = 60;
+constexpr double MOST_HEIGHT = 60;
+constexpr double MOST_RADIUS = 60;
 
 double ParseAngle(const std::string& word) {
-  return ParseNumber(word, crane::kMeasures.leastAngle, crane::kMeasures.mostAngle, kDegrees);
+  return ParseNumber(word, crane::MEASURES.leastAngle, crane::MEASURES.mostAngle, DEGREES);
 }
 double ParseBoomLength(const std::string& word) {
-  return ParseNumber(word, crane::kMeasures.shortest, crane::kMeasures.longest, kLengthUnits);
+  return ParseNumber(word, crane::MEASURES.shortest, crane::MEASURES.longest, LENGTH_UNITS);
 }
 double ParseSwing(const std::string& word) {
-  return ParseNumber(word, -360, 360, kDegrees);
+  return ParseNumber(word, -360, 360, DEGREES);
 }
 
 // Changes one thing of the rigging.
@@ -46,14 +46,14 @@ action_t Rigging(T crane::rigging_t::*member, T value) {
 }
 
 action_t ParseBase(words_t words) {
-  return [base = ParseEnum<crane::Base>(crane::kBaseNames, words[0])](stage_t& stage) {
+  return [base = ParseEnum<crane::base_t>(crane::BASE_NAMES, words[0])](stage_t& stage) {
     stage.computer.Crane().MoveBase(base);
   };
 }
 
 action_t ParseBoom(words_t words) {
-  static constexpr std::array<std::string_view, 2> kNames = {"angle", "length"};
-  if (ParseName(kNames, words[0]) == 0) {
+  static constexpr std::array<std::string_view, 2> NAMES = {"angle", "length"};
+  if (ParseName(NAMES, words[0]) == 0) {
     return [angle = ParseAngle(words[1])](stage_t& stage) { stage.computer.Crane().MoveAngle(angle); };
   }
   return [length = ParseBoomLength(words[1])](stage_t& stage) { stage.computer.Crane().MoveLength(length); };
@@ -66,15 +66,15 @@ action_t ParseSwingAction(words_t words) {
 action_t ParseHoist(words_t words) {
   if (words[0] == "stop") return [](stage_t& stage) { stage.computer.Crane().StopHoist(); };
   const bool hold = words[0] == "hold";
-  if (hold && words.size() < 2) throw usage_error("hoist hold needs a height");
-  const double height = ParseNumber(words[hold ? 1 : 0], 0, kMostHeight, kLengthUnits);
+  if (hold && words.size() < 2) throw UsageError("hoist hold needs a height");
+  const double height = ParseNumber(words[hold ? 1 : 0], 0, MOST_HEIGHT, LENGTH_UNITS);
   if (hold) return [height](stage_t& stage) { stage.computer.Crane().HoldHook(height); };
   return [height](stage_t& stage) { stage.computer.Crane().HoistTo(height); };
 }
 
 action_t ParseLoad(words_t words) {
-  constexpr double kMost = 100'000;
-  return [load = ParseNumber(words[0], 0, kMost, kWeightUnits)](stage_t& stage) {
+  constexpr double MOST = 100'000;
+  return [load = ParseNumber(words[0], 0, MOST, WEIGHT_UNITS)](stage_t& stage) {
     stage.computer.Crane().SetLoad(load);
   };
 }
@@ -84,8 +84,8 @@ action_t ParseStop(words_t) {
 }
 
 action_t ParseWind(words_t words) {
-  constexpr double kMost = 40;
-  return [wind = ParseNumber(words[0], 0, kMost, kSpeed)](stage_t& stage) {
+  constexpr double MOST = 40;
+  return [wind = ParseNumber(words[0], 0, MOST, SPEED)](stage_t& stage) {
     stage.computer.TheSensors().SetWind(wind);
   };
 }
@@ -94,13 +94,13 @@ action_t ParseCounterweight(words_t words) {
   return Rigging(&crane::rigging_t::counterweight, ParseSwitch(words[0]));
 }
 action_t ParseJib(words_t words) {
-  return Rigging(&crane::rigging_t::jib, ParseEnum<crane::Jib>(crane::kJibNames, words[0]));
+  return Rigging(&crane::rigging_t::jib, ParseEnum<crane::jib_t>(crane::JIB_NAMES, words[0]));
 }
 action_t ParsePick(words_t words) {
-  return Rigging(&crane::rigging_t::pick, ParseEnum<crane::Pick>(crane::kPickNames, words[0]));
+  return Rigging(&crane::rigging_t::pick, ParseEnum<crane::pick_t>(crane::PICK_NAMES, words[0]));
 }
 action_t ParseWinch(words_t words) {
-  return Rigging(&crane::rigging_t::winch, ParseEnum<crane::Winch>(crane::kWinchNames, words[0]));
+  return Rigging(&crane::rigging_t::winch, ParseEnum<crane::winch_t>(crane::WINCH_NAMES, words[0]));
 }
 action_t ParseAuxHead(words_t words) {
   return Rigging(&crane::rigging_t::auxHead, ParseSwitch(words[0]));
@@ -109,22 +109,22 @@ action_t ParseManBasket(words_t words) {
   return Rigging(&crane::rigging_t::manBasket, ParseSwitch(words[0]));
 }
 action_t ParseBoomMode(words_t words) {
-  static constexpr std::array<std::string_view, 2> kNames = {"together", "manual"};
-  return Rigging(&crane::rigging_t::manualBoom, ParseName(kNames, words[0]) == 1);
+  static constexpr std::array<std::string_view, 2> NAMES = {"together", "manual"};
+  return Rigging(&crane::rigging_t::manualBoom, ParseName(NAMES, words[0]) == 1);
 }
 action_t ParseParts(words_t words) {
-  return Rigging(&crane::rigging_t::parts, ParseWhole(words[0], 1, crane::kMostParts));
+  return Rigging(&crane::rigging_t::parts, ParseWhole(words[0], 1, crane::MOST_PARTS));
 }
 
-std::optional<double> ParseSide(const std::string& word, crane::Quantity quantity) {
+std::optional<double> ParseSide(const std::string& word, crane::quantity_t quantity) {
   if (word == "none") return std::nullopt;
-  if (quantity == crane::Quantity::kAngle) return ParseAngle(word);
-  if (quantity == crane::Quantity::kSwing) return ParseSwing(word);
-  return ParseNumber(word, 0, kMostRadius, kLengthUnits);
+  if (quantity == crane::quantity_t::ANGLE) return ParseAngle(word);
+  if (quantity == crane::quantity_t::SWING) return ParseSwing(word);
+  return ParseNumber(word, 0, MOST_RADIUS, LENGTH_UNITS);
 }
 
 action_t ParseLimit(words_t words) {
-  const auto quantity = ParseEnum<crane::Quantity>(crane::kQuantityNames, words[0]);
+  const auto quantity = ParseEnum<crane::quantity_t>(crane::QUANTITY_NAMES, words[0]);
   if (words[1] == "off") return [quantity](stage_t& stage) { stage.computer.Limits().Clear(quantity); };
   crane::limit_t limit;
   if (words.size() > 2) {
@@ -136,7 +136,7 @@ action_t ParseLimit(words_t words) {
 }
 
 action_t ParseFault(words_t words) {
-  const auto fault = ParseEnum<Fault>(kFaultNames, words[0]);
+  const auto fault = ParseEnum<fault_t>(FAULT_NAMES, words[0]);
   const bool on = words.size() < 2 || ParseSwitch(words[1]);
   return [fault, on](stage_t& stage) { stage.computer.TheSensors().SetFault(fault, on); };
 }
@@ -147,8 +147,8 @@ action_t ParseKey(words_t words) {
 }
 
 action_t ParsePress(words_t words) {
-  constexpr int kFrontKeys = 8;
-  return [key = ParseWhole(words[0], 1, kFrontKeys)](stage_t& stage) { stage.pressFrontKey(key); };
+  constexpr int FRONT_KEYS = 8;
+  return [key = ParseWhole(words[0], 1, FRONT_KEYS)](stage_t& stage) { stage.pressFrontKey(key); };
 }
 
 action_t ParseLanguage(words_t words) {
@@ -160,14 +160,13 @@ action_t ParseLanguage(words_t words) {
 
 action_t ParseUnits(words_t words) {
   const auto table = host::FindCommand("units")->fields[0].names;
-  const auto units = static_cast<Units>(ParseProtocolName(table, words[0]));
+  const auto units = static_cast<units_t>(ParseProtocolName(table, words[0]));
   return [units](stage_t& stage) { stage.computer.Settings().units = units; };
 }
 
 action_t ParseSilence(words_t words) {
-  constexpr double kMost = 3600;
-  return
-      [time = ParseNumber(words[0], 0, kMost, kSeconds)](stage_t& stage) { stage.computer.FallSilent(time); };
+  constexpr double MOST = 3600;
+  return [time = ParseNumber(words[0], 0, MOST, SECONDS)](stage_t& stage) { stage.computer.FallSilent(time); };
 }
 
 action_t ParseRestart(words_t) {
@@ -175,8 +174,8 @@ action_t ParseRestart(words_t) {
 }
 
 action_t ParseTraffic(words_t words) {
-  static constexpr std::array<std::string_view, 2> kNames = {"usual", "full"};
-  const bool full = ParseName(kNames, words[0]) == 1;
+  static constexpr std::array<std::string_view, 2> NAMES = {"usual", "full"};
+  const bool full = ParseName(NAMES, words[0]) == 1;
   return [full](stage_t& stage) { stage.computer.SetFullTraffic(full); };
 }
 
@@ -194,7 +193,7 @@ action_t ParseSay(words_t words) {
   return [text](stage_t& stage) { stage.say(text); };
 }
 
-constexpr action_row_t kActions[] = {
+constexpr action_row_t ACTIONS[] = {
     {"base", "tires|retracted|half|extended", "what the crane stands on; outriggers take seconds", 1, 1,
      ParseBase},
     {"boom", "angle DEGREES | length METRES", "the boom to an angle or a length", 2, 2, ParseBoom},
@@ -223,13 +222,13 @@ constexpr action_row_t kActions[] = {
     {"silence", "SECONDS", "the link is cut; the crane moves on", 1, 1, ParseSilence},
     {"restart", "", "the host goes down and comes up with its start-up conversation", 0, 0, ParseRestart},
     {"traffic", "usual|full", "full: as much as a host can put on the bus", 1, 1, ParseTraffic},
-    {"send", "COMMAND=VALUE...", "any command by name, as hx7 send takes it", 1, kAnyNumber, ParseSend},
-    {"say", "TEXT", "a line for whoever watches", 1, kAnyNumber, ParseSay},
+    {"send", "COMMAND=VALUE...", "any command by name, as hx7 send takes it", 1, ANY_NUMBER, ParseSend},
+    {"say", "TEXT", "a line for whoever watches", 1, ANY_NUMBER, ParseSay},
 };
 
 std::vector<std::string_view> ActionNames() {
   std::vector<std::string_view> names;
-  std::ranges::transform(kActions, std::back_inserter(names), &action_row_t::word);
+  std::ranges::transform(ACTIONS, std::back_inserter(names), &action_row_t::word);
   return names;
 }
 
@@ -252,25 +251,25 @@ std::vector<std::string> SplitWords(std::string_view text) {
     inWord = true;
     if (c != '"') words.back().push_back(c);
   }
-  if (inQuotes) throw usage_error("a quote \" does not end");
+  if (inQuotes) throw UsageError("a quote \" does not end");
   return words;
 }
 
 action_t ParseAction(std::span<const std::string> words) {
-  const auto* row = std::ranges::find(kActions, words[0], &action_row_t::word);
-  if (row == std::end(kActions))
+  const auto* row = std::ranges::find(ACTIONS, words[0], &action_row_t::word);
+  if (row == std::end(ACTIONS))
     RefuseWord(words[0], "an action; hx7 simulate --help lists them", ActionNames());
   const words_t arguments = words.subspan(1);
   if (arguments.size() < row->least || arguments.size() > row->most) {
-    throw usage_error(std::string(row->word) + " takes " +
-                      (row->most == 0 ? "nothing" : std::string(row->arguments)));
+    throw UsageError(std::string(row->word) + " takes " +
+                     (row->most == 0 ? "nothing" : std::string(row->arguments)));
   }
   return row->parse(arguments);
 }
 
 std::string ListActions() {
   std::string text;
-  for (const action_row_t& row : kActions) {
+  for (const action_row_t& row : ACTIONS) {
     text.append("  ").append(row.word).append(" ").append(row.arguments);
     if (!row.about.empty()) text.append("\n      ").append(row.about);
     text += "\n";

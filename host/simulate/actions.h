@@ -19,12 +19,12 @@ struct stage_t {
 };
 using action_t = std::function<void(stage_t&)>;
 
-// Words between blanks; one in double quotes may hold blanks. # begins a comment. Throws host::usage_error for
+// Words between blanks; one in double quotes may hold blanks. # begins a comment. Throws host::UsageError for
 // a quote that does not end.
 std::vector<std::string> SplitWords(std::string_view text);
 
 // An action with its arguments, at least one word. Everything is checked here: the action itself cannot fail.
-// Throws host::usage_error that says what would be right.
+// Throws host::UsageError that says what would be right.
 action_t ParseAction(std::span<const std::string> words);
 
 // Every action with its arguments, for `help`.

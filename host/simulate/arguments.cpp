@@ -23,8 +23,8 @@ std::string OneOf(std::span<const std::string_view> names) {
 
 void RefuseWord(const std::string& word, const std::string& right, std::span<const std::string_view> names) {
   const std::string_view nearest = host::Nearest(word, names);
-  throw host::usage_error("\"" + word + "\" is not " + right +
-                          (nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?"));
+  throw host::UsageError("\"" + word + "\" is not " + right +
+                         (nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?"));
 }
 
 std::size_t ParseName(std::span<const std::string_view> names, const std::string& word) {
@@ -34,8 +34,8 @@ std::size_t ParseName(std::span<const std::string_view> names, const std::string
 }
 
 bool ParseSwitch(const std::string& word) {
-  static constexpr std::array<std::string_view, 2> kNames = {"off", "on"};
-  return ParseName(kNames, word) == 1;
+  static constexpr std::array<std::string_view, 2> NAMES = {"off", "on"};
+  return ParseName(NAMES, word) == 1;
 }
 
 std::uint8_t ParseProtocolName(std::span<const host::number_name_t> table, const std::string& word) {

@@ -1,5 +1,5 @@
 // Reads the arguments of actions: names, switches, and numbers with or without a unit. All throw
-// host::usage_error that says what would be right, and the nearest name.
+// host::UsageError that says what would be right, and the nearest name.
 #pragma once
 
 #include <array>
@@ -28,12 +28,12 @@ struct unit_t {
   std::string_view name;
   double factor;  // to the first of its kind, in which a number without a unit is
 };
-constexpr std::array<unit_t, 2> kLengthUnits = {{{"m", 1}, {"ft", 0.3048}}};
-constexpr std::array<unit_t, 4> kWeightUnits = {
+constexpr std::array<unit_t, 2> LENGTH_UNITS = {{{"m", 1}, {"ft", 0.3048}}};
+constexpr std::array<unit_t, 4> WEIGHT_UNITS = {
     {{"kg", 1}, {"t", 1000}, {"lbs", 0.45359237}, {"lb", 0.45359237}}};
-constexpr std::array<unit_t, 1> kDegrees = {{{"deg", 1}}};
-constexpr std::array<unit_t, 1> kSeconds = {{{"s", 1}}};
-constexpr std::array<unit_t, 1> kSpeed = {{{"m/s", 1}}};
+constexpr std::array<unit_t, 1> DEGREES = {{{"deg", 1}}};
+constexpr std::array<unit_t, 1> SECONDS = {{{"s", 1}}};
+constexpr std::array<unit_t, 1> SPEED = {{{"m/s", 1}}};
 
 // The limits are inclusive and in the first unit.
 double ParseNumber(const std::string& word, double least, double most, std::span<const unit_t> units);

@@ -13,7 +13,7 @@
 namespace simulate {
 namespace {
 
-constexpr std::size_t kMostLine = 4096;
+constexpr std::size_t MOST_LINE = 4096;
 
 bool CanRead() {
   pollfd wait{STDIN_FILENO, POLLIN, 0};
@@ -23,7 +23,7 @@ bool CanRead() {
 }  // namespace
 
 bool Console::Take(const std::string& line, const LoadComputer& computer) {
-  if (line.size() > kMostLine) {
+  if (line.size() > MOST_LINE) {
     std::cerr << "hx7: a line has 4096 characters at most\n";
     return true;
   }
@@ -36,7 +36,7 @@ bool Console::Take(const std::string& line, const LoadComputer& computer) {
   } else {
     try {
       if (!queue_.Push(ParseControl(line, shelf_))) std::cerr << "hx7: too many commands at once\n";
-    } catch (const host::usage_error& error) {
+    } catch (const host::UsageError& error) {
       std::cerr << "hx7: " << error.what() << "; help lists all\n";
     }
   }
@@ -50,7 +50,7 @@ bool Console::Step(const LoadComputer& computer) {
     if (count <= 0) return false;
     for (const char c : std::string_view(bytes.data(), static_cast<std::size_t>(count))) {
       if (c != '\n') {
-        if (line_.size() <= kMostLine) line_.push_back(c);
+        if (line_.size() <= MOST_LINE) line_.push_back(c);
         continue;
       }
       const std::string line = std::exchange(line_, {});
@@ -69,8 +69,8 @@ std::string DescribeState(const state_t& state) {
   text << "\nboom angle " << now.angle << " deg, length " << state.length << " m, radius " << now.radius
        << " m, swing " << now.swing << " deg\nhook " << state.hookHeight << " m, " << state.rigging.parts
        << " parts of line, load " << std::setprecision(0) << now.load << " kg of " << now.capacity << " kg, "
-       << std::setprecision(1) << now.percent << " %\nbase " << crane::NameOf(crane::kBaseNames, state.base)
-       << (state.baseMoves ? " (moving)" : "") << ", view " << kViewNames[static_cast<std::size_t>(state.view)]
+       << std::setprecision(1) << now.percent << " %\nbase " << crane::NameOf(crane::BASE_NAMES, state.base)
+       << (state.baseMoves ? " (moving)" : "") << ", view " << VIEW_NAMES[static_cast<std::size_t>(state.view)]
        << "\nlamps";
   for (const std::string& lamp : state.lamps) text << ' ' << lamp;
   text << '\n';

@@ -6,16 +6,16 @@ namespace simulate {
 
 control_t ParseControl(std::string_view text, const Shelf& shelf) {
   const std::vector<std::string> words = SplitWords(text);
-  if (words.empty()) throw host::usage_error("there is no action");
+  if (words.empty()) throw host::UsageError("there is no action");
   if (words[0] != "scenario") return ParseAction(words);
-  if (words.size() != 2) throw host::usage_error("scenario takes a name, or none");
+  if (words.size() != 2) throw host::UsageError("scenario takes a name, or none");
   return words[1] == "none" ? scenario_t{} : shelf.NamedScenario(words[1]);
 }
 
 bool ControlQueue::Push(control_t control) {
-  constexpr std::size_t kMost = 256;
+  constexpr std::size_t MOST = 256;
   const std::scoped_lock lock(mutex_);
-  if (waiting_.size() >= kMost) return false;
+  if (waiting_.size() >= MOST) return false;
   waiting_.push_back(std::move(control));
   return true;
 }

@@ -20,7 +20,7 @@ struct by_hand_t {
 };
 using control_t = std::variant<action_t, scenario_t, by_hand_t>;
 
-// An action as a scenario has it, or `scenario NAME|none`. Throws host::usage_error.
+// An action as a scenario has it, or `scenario NAME|none`. Throws host::UsageError.
 control_t ParseControl(std::string_view text, const Shelf& shelf);
 
 // From the threads that listen to the one that runs the crane. All calls from any thread.

@@ -11,8 +11,8 @@
 namespace simulate {
 namespace {
 
-constexpr std::size_t kThreads = 4;
-constexpr std::size_t kMostBody = 4096;
+constexpr std::size_t THREADS = 4;
+constexpr std::size_t MOST_BODY = 4096;
 
 }  // namespace
 
@@ -20,7 +20,7 @@ http::address_t ReadHttpAddress(const std::string& text) {
   try {
     return http::ParseAddress(text);
   } catch (const std::runtime_error& error) {
-    throw host::usage_error(error.what());
+    throw host::UsageError(error.what());
   }
 }
 
@@ -32,15 +32,15 @@ HttpControl::HttpControl(const std::string& address, ControlQueue& controls, con
       server_({.name = "the simulator",
                .guide = "see GET /api/state, POST /api/do and POST /api/controls",
                .addressFile = bus::HOST_ADDRESS_FILE,
-               .threads = kThreads,
-               .mostBody = kMostBody,
+               .threads = THREADS,
+               .mostBody = MOST_BODY,
                .headers = {}}) {
   AddRequests();
   const http::address_t wanted = ReadHttpAddress(address);
   try {
     server_.Listen(wanted);
   } catch (const std::runtime_error& error) {
-    throw host::failure(error.what());
+    throw host::Failure(error.what());
   }
 }
 
@@ -63,9 +63,9 @@ void HttpControl::Take(const std::function<control_t()>& read, http::response_t&
       return http::Fail(response, http::UNAVAILABLE, "too many commands wait already");
     }
     response.set_content("{}", http::JSON);
-  } catch (const host::usage_error& error) {
+  } catch (const host::UsageError& error) {
     http::Fail(response, http::BAD_REQUEST, error.what());
-  } catch (const host::failure& error) {
+  } catch (const host::Failure& error) {
     http::Fail(response, http::BAD_REQUEST, error.what());
   }
 }

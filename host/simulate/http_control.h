@@ -9,14 +9,14 @@
 
 namespace simulate {
 
-// An address of this machine alone, such as 127.0.0.1:8741. Throws host::usage_error.
+// An address of this machine alone, such as 127.0.0.1:8741. Throws host::UsageError.
 http::address_t ReadHttpAddress(const std::string& text);
 
 // GET /api/state, POST /api/do and POST /api/controls; state_json.h says what they carry. A mistake is answered
 // with 400 and {"error":...}, and 503 comes while 256 commands wait. Listens while it exists.
 class HttpControl {
  public:
-  // Throws host::usage_error for the address and host::failure when it cannot be had.
+  // Throws host::UsageError for the address and host::failure when it cannot be had.
   HttpControl(const std::string& address, ControlQueue& controls, const StateBoard& board, const Shelf& shelf);
 
  private:

@@ -5,7 +5,7 @@
 namespace simulate {
 namespace {
 
-constexpr std::size_t kMostPresses = 16;
+constexpr std::size_t MOST_PRESSES = 16;
 
 }  // namespace
 
@@ -16,7 +16,7 @@ KeyPresses::~KeyPresses() {
 
 void KeyPresses::Press(int key) {
   const std::scoped_lock lock(mutex_);
-  if (waiting_.size() >= kMostPresses) {
+  if (waiting_.size() >= MOST_PRESSES) {
     std::cerr << "hx7: press " << key << " is dropped; the panel does not answer\n";
     return;
   }

@@ -10,10 +10,10 @@
 namespace simulate {
 namespace {
 
-constexpr std::int64_t kLoopPause_ms = 5000;
-constexpr std::size_t kMostLines = 100'000;
-constexpr double kMost_s = 1'000'000;
-constexpr const char* kRepeat = "repeat";
+constexpr std::int64_t LOOP_PAUSE_MS = 5000;
+constexpr std::size_t MOST_LINES = 100'000;
+constexpr double MOST_S = 1'000'000;
+constexpr const char* REPEAT = "repeat";
 
 // "2.5" or "+10".
 std::int64_t ParseTime(const std::string& word, std::int64_t last_ms) {
@@ -22,12 +22,12 @@ std::int64_t ParseTime(const std::string& word, std::int64_t last_ms) {
   const char* const end = word.data() + word.size();
   double seconds = 0;
   const auto [stop, error] = std::from_chars(begin, end, seconds);
-  if (error != std::errc() || stop != end || !(seconds >= 0 && seconds <= kMost_s)) {
-    throw host::usage_error("\"" + word +
-                            "\" is no time; a line begins with seconds, such as 2.5, or +10 after the last");
+  if (error != std::errc() || stop != end || !(seconds >= 0 && seconds <= MOST_S)) {
+    throw host::UsageError("\"" + word +
+                           "\" is no time; a line begins with seconds, such as 2.5, or +10 after the last");
   }
   const std::int64_t time_ms = std::llround(seconds * 1000) + (relative ? last_ms : 0);
-  if (time_ms < last_ms) throw host::usage_error("the time " + word + " is before that of the line above");
+  if (time_ms < last_ms) throw host::UsageError("the time " + word + " is before that of the line above");
   return time_ms;
 }
 
@@ -45,14 +45,14 @@ void ScenarioParser::Take(const std::string& line) {
   if (scenario_.about.empty() && line.starts_with("# ")) scenario_.about = line.substr(2);
   const std::vector<std::string> words = SplitWords(line);
   if (words.empty()) return;
-  if (scenario_.repeat_ms) throw host::usage_error("nothing may follow repeat");
-  if (scenario_.lines.size() == kMostLines) throw host::usage_error("more than 100000 lines");
+  if (scenario_.repeat_ms) throw host::UsageError("nothing may follow repeat");
+  if (scenario_.lines.size() == MOST_LINES) throw host::UsageError("more than 100000 lines");
   last_ms_ = ParseTime(words[0], last_ms_);
-  if (words.size() < 2) throw host::usage_error("a time without an action");
-  if (words[1] != kRepeat) {
+  if (words.size() < 2) throw host::UsageError("a time without an action");
+  if (words[1] != REPEAT) {
     scenario_.lines.push_back({last_ms_, ParseAction(std::span(words).subspan(1))});
   } else if (last_ms_ == 0 || words.size() > 2) {
-    throw host::usage_error("repeat takes nothing, and a time above 0");
+    throw host::UsageError("repeat takes nothing, and a time above 0");
   } else {
     scenario_.repeat_ms = last_ms_;
   }
@@ -68,8 +68,8 @@ scenario_t ParseScenario(std::istream& in, const std::string& file) {
     ++number;
     try {
       parser.Take(line);
-    } catch (const host::usage_error& error) {
-      throw host::usage_error(file + ":" + std::to_string(number) + ": " + error.what());
+    } catch (const host::UsageError& error) {
+      throw host::UsageError(file + ":" + std::to_string(number) + ": " + error.what());
     }
   }
   return scenario;
@@ -77,14 +77,14 @@ scenario_t ParseScenario(std::istream& in, const std::string& file) {
 
 scenario_t LoadScenario(const std::string& path) {
   std::ifstream file(path);
-  if (!file) throw host::failure("cannot read " + path);
+  if (!file) throw host::Failure("cannot read " + path);
   return ParseScenario(file, path);
 }
 
 ScenarioPlayer::ScenarioPlayer(scenario_t scenario, bool loop, std::int64_t begin_ms)
     : scenario_(std::move(scenario)), begin_ms_(begin_ms) {
   if (loop && !scenario_.repeat_ms && !scenario_.lines.empty()) {
-    scenario_.repeat_ms = scenario_.lines.back().time_ms + kLoopPause_ms;
+    scenario_.repeat_ms = scenario_.lines.back().time_ms + LOOP_PAUSE_MS;
   }
 }
 

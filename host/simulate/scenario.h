@@ -30,7 +30,7 @@ struct scenario_t {
   std::optional<std::int64_t> repeat_ms;
 };
 
-// Throws host::usage_error: "FILE:LINE: what is wrong".
+// Throws host::UsageError: "FILE:LINE: what is wrong".
 scenario_t ParseScenario(std::istream& in, const std::string& file);
 // Reads a file. Throws also where there is none.
 scenario_t LoadScenario(const std::string& path);

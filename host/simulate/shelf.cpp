@@ -14,30 +14,30 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kScenarios = "scenarios";
-constexpr const char* kSuffix = ".scenario";
-constexpr const char* kStandardChart = "charts/standard.chart";
+constexpr const char* SCENARIOS = "scenarios";
+constexpr const char* SUFFIX = ".scenario";
+constexpr const char* STANDARD_CHART = "charts/standard.chart";
 
 std::string FindConfig(const std::string& given) {
   try {
     return bus::FindConfigFolder(given);
   } catch (const std::runtime_error& error) {
-    throw host::failure(error.what());
+    throw host::Failure(error.what());
   }
 }
 
 }  // namespace
 
 Shelf::Shelf(const std::string& config) : folder_(FindConfig(config)) {
-  if (!fs::is_directory(fs::path(folder_) / kScenarios)) {
-    throw host::failure("there are no scenarios in " + folder_ + "; name the configuration with --config DIR");
+  if (!fs::is_directory(fs::path(folder_) / SCENARIOS)) {
+    throw host::Failure("there are no scenarios in " + folder_ + "; name the configuration with --config DIR");
   }
 }
 
 std::vector<std::string> Shelf::ScenarioNames() const {
   std::vector<std::string> names;
-  for (const fs::directory_entry& entry : fs::directory_iterator(fs::path(folder_) / kScenarios)) {
-    if (entry.path().extension() == kSuffix) names.push_back(entry.path().stem());
+  for (const fs::directory_entry& entry : fs::directory_iterator(fs::path(folder_) / SCENARIOS)) {
+    if (entry.path().extension() == SUFFIX) names.push_back(entry.path().stem());
   }
   std::ranges::sort(names);
   return names;
@@ -46,11 +46,11 @@ std::vector<std::string> Shelf::ScenarioNames() const {
 scenario_t Shelf::NamedScenario(const std::string& name) const {
   const std::vector<std::string> names = ScenarioNames();
   if (std::ranges::find(names, name) != names.end()) {
-    return LoadScenario(fs::path(folder_) / kScenarios / (name + kSuffix));
+    return LoadScenario(fs::path(folder_) / SCENARIOS / (name + SUFFIX));
   }
   const std::vector<std::string_view> candidates(names.begin(), names.end());
   const std::string_view nearest = host::Nearest(name, candidates);
-  throw host::usage_error(
+  throw host::UsageError(
       "there is no scenario \"" + name + "\"; " +
       (nearest.empty() ? "`hx7 simulate --list` shows all"
                        : "did you mean " + std::string(nearest) + "? (`hx7 simulate --list` shows all)"));
@@ -62,13 +62,13 @@ scenario_t Shelf::Scenario(const std::string& nameOrFile) const {
 }
 
 crane::LoadChart Shelf::Chart(const std::string& file) const {
-  const std::string path = file.empty() ? (fs::path(folder_) / kStandardChart).string() : file;
+  const std::string path = file.empty() ? (fs::path(folder_) / STANDARD_CHART).string() : file;
   std::ifstream in(path);
-  if (!in) throw host::failure("cannot read the load chart " + path);
+  if (!in) throw host::Failure("cannot read the load chart " + path);
   try {
     return crane::LoadChart::Parse(in, path);
-  } catch (const crane::chart_error& error) {
-    throw host::usage_error(error.what());
+  } catch (const crane::ChartError& error) {
+    throw host::UsageError(error.what());
   }
 }
 

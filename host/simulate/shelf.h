@@ -10,7 +10,7 @@
 
 namespace simulate {
 
-constexpr std::string_view kUsualScenario = "normal-lift";
+constexpr std::string_view USUAL_SCENARIO = "normal-lift";
 
 class Shelf {
  public:
@@ -18,11 +18,11 @@ class Shelf {
   explicit Shelf(const std::string& config);
 
   std::vector<std::string> ScenarioNames() const;
-  // By a name of the above. Throws host::usage_error, with the nearest name.
+  // By a name of the above. Throws host::UsageError, with the nearest name.
   scenario_t NamedScenario(const std::string& name) const;
   // By a name or, where it has a slash or a dot, by its file.
   scenario_t Scenario(const std::string& nameOrFile) const;
-  // A file; empty: the standard chart. Throws host::failure, and host::usage_error for a mistake in it.
+  // A file; empty: the standard chart. Throws host::failure, and host::UsageError for a mistake in it.
   crane::LoadChart Chart(const std::string& file) const;
 
  private:

@@ -21,9 +21,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-constexpr double kFastest = 1000;
-constexpr auto kBehind = 1s;       // after which what was missed is left out
-constexpr auto kShowState = 50ms;  // of real time
+constexpr double FASTEST = 1000;
+constexpr auto BEHIND = 1s;        // after which what was missed is left out
+constexpr auto SHOW_STATE = 50ms;  // of real time
 
 // The steps' real times: each reckoned from the beginning, so that nothing adds up.
 class Pace {
@@ -31,10 +31,10 @@ class Pace {
   explicit Pace(double speed) : speed_(speed), begin_(Clock::now()) {}
   bool IsMax() const { return speed_ == 0; }
   Clock::time_point Due(std::int64_t tick) {
-    const std::chrono::duration<double, std::milli> passed(static_cast<double>(tick * kTick_ms) / speed_);
+    const std::chrono::duration<double, std::milli> passed(static_cast<double>(tick * TICK_MS) / speed_);
     const auto due = begin_ + std::chrono::duration_cast<Clock::duration>(passed);
     const auto behind = Clock::now() - due;
-    if (behind < kBehind) return due;
+    if (behind < BEHIND) return due;
     begin_ += behind;  // the machine slept: no burst
     return due + behind;
   }
@@ -50,7 +50,7 @@ class Inbox {
  public:
   void Put(const bus::frame_t& frame) {
     const std::scoped_lock lock(mutex_);
-    if (frames_.size() < kMostFrames) frames_.push_back(frame);
+    if (frames_.size() < MOST_FRAMES) frames_.push_back(frame);
   }
   std::vector<bus::frame_t> Take() {
     const std::scoped_lock lock(mutex_);
@@ -58,14 +58,14 @@ class Inbox {
   }
 
  private:
-  static constexpr std::size_t kMostFrames = 65'536;
+  static constexpr std::size_t MOST_FRAMES = 65'536;
   std::mutex mutex_;
   std::vector<bus::frame_t> frames_;  // guarded by mutex_
 };
 
 scenario_t FirstScenario(const options_t& options, const Shelf& shelf) {
   if (!options.scenario.empty()) return shelf.Scenario(options.scenario);
-  return options.interactive ? scenario_t{} : shelf.NamedScenario(std::string(kUsualScenario));
+  return options.interactive ? scenario_t{} : shelf.NamedScenario(std::string(USUAL_SCENARIO));
 }
 
 class Simulation {
@@ -105,12 +105,12 @@ Simulation::Simulation(const options_t& options, const host::StopSignal& stop)
     : options_(options),
       stop_(stop),
       shelf_(options.config),
-      speed_(host::ParseSpeed(options.speed, kFastest)),
+      speed_(host::ParseSpeed(options.speed, FASTEST)),
       computer_(shelf_.Chart(options.chart), options.seed, speed_),
       scenario_(FirstScenario(options, shelf_), options.loop),
       pace_(speed_),
       station_(options.bus, stop),
-      injector_(options.inject.empty() ? std::vector<host::Fault>() : host::ParseFaults(options.inject),
+      injector_(options.inject.empty() ? std::vector<host::fault_t>() : host::ParseFaults(options.inject),
                 options.injectRate, options.seed),
       stage_{computer_, [this](int key) { keyPresses_.Press(key); },
              [this](const std::string& text) { Say(text); }} {
@@ -143,7 +143,7 @@ void Simulation::Listen() {
 }
 
 void Simulation::ShowState() {
-  if (!http_ || Clock::now() - shown_ < kShowState) return;
+  if (!http_ || Clock::now() - shown_ < SHOW_STATE) return;
   shown_ = Clock::now();
   state_t state = computer_.State();
   state.scenario = scenario_.Scenario().name;
@@ -188,9 +188,9 @@ std::string ListScenarios(const std::string& config) {
   const Shelf shelf(config);
   std::string text;
   for (const std::string& name : shelf.ScenarioNames()) {
-    constexpr std::size_t kWidth = 24;
+    constexpr std::size_t WIDTH = 24;
     std::string row = name;
-    row.resize(std::max(row.size() + 1, kWidth), ' ');
+    row.resize(std::max(row.size() + 1, WIDTH), ' ');
     text += row + shelf.NamedScenario(name).about + "\n";
   }
   return text;

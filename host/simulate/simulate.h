@@ -24,7 +24,7 @@ struct options_t {
 };
 
 // Runs until a stop signal, the end of the crane's time or, driven by hand, of the input. Throws host::failure
-// and host::usage_error.
+// and host::UsageError.
 void Simulate(const options_t& options);
 
 // The scenarios that can be named, with what they show, a line each.

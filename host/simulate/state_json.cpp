@@ -38,12 +38,12 @@ json CraneJson(const state_t& state) {
 
 json RiggingJson(const state_t& state) {
   const crane::rigging_t& rigging = state.rigging;
-  return {{"base", crane::NameOf(crane::kBaseNames, state.base)},
+  return {{"base", crane::NameOf(crane::BASE_NAMES, state.base)},
           {"base_moves", state.baseMoves},
           {"counterweight", rigging.counterweight},
-          {"jib", crane::NameOf(crane::kJibNames, rigging.jib)},
-          {"pick", crane::NameOf(crane::kPickNames, rigging.pick)},
-          {"winch", crane::NameOf(crane::kWinchNames, rigging.winch)},
+          {"jib", crane::NameOf(crane::JIB_NAMES, rigging.jib)},
+          {"pick", crane::NameOf(crane::PICK_NAMES, rigging.pick)},
+          {"winch", crane::NameOf(crane::WINCH_NAMES, rigging.winch)},
           {"aux_head", rigging.auxHead},
           {"man_basket", rigging.manBasket},
           {"boom_mode", rigging.manualBoom ? "manual" : "together"},
@@ -54,7 +54,7 @@ json LimitsJson(const state_t& state) {
   json limits = json::object();
   for (std::size_t i = 0; i < state.limits.size(); ++i) {
     const crane::limit_t& limit = state.limits[i];
-    limits[std::string(crane::kQuantityNames[i])] = {
+    limits[std::string(crane::QUANTITY_NAMES[i])] = {
         {"least", limit.least ? json(*limit.least) : json(nullptr)},
         {"most", limit.most ? json(*limit.most) : json(nullptr)}};
   }
@@ -63,14 +63,14 @@ json LimitsJson(const state_t& state) {
 
 // Where the sliders end.
 json RangesJson() {
-  constexpr double kMostSwing = 180;
-  constexpr double kMostLoad = 50'000;
-  constexpr double kMostHook = 40;
-  return {{"angle", {crane::kMeasures.leastAngle, crane::kMeasures.mostAngle}},
-          {"length", {crane::kMeasures.shortest, crane::kMeasures.longest}},
-          {"swing", {-kMostSwing, kMostSwing}},
-          {"load", {0, kMostLoad}},
-          {"hoist", {0, kMostHook}}};
+  constexpr double MOST_SWING = 180;
+  constexpr double MOST_LOAD = 50'000;
+  constexpr double MOST_HOOK = 40;
+  return {{"angle", {crane::MEASURES.leastAngle, crane::MEASURES.mostAngle}},
+          {"length", {crane::MEASURES.shortest, crane::MEASURES.longest}},
+          {"swing", {-MOST_SWING, MOST_SWING}},
+          {"load", {0, MOST_LOAD}},
+          {"hoist", {0, MOST_HOOK}}};
 }
 
 std::string NameOfNumber(std::string_view command, unsigned number) {
@@ -79,7 +79,7 @@ std::string NameOfNumber(std::string_view command, unsigned number) {
 
 json ParseObject(const std::string& body) {
   json parsed = json::parse(body, nullptr, false);
-  if (!parsed.is_object()) throw host::usage_error("the body is not a JSON object");
+  if (!parsed.is_object()) throw host::UsageError("the body is not a JSON object");
   return parsed;
 }
 
@@ -87,19 +87,19 @@ struct axis_t {
   const char* name;
   const char* action;
 };
-constexpr std::array<axis_t, 5> kAxes = {{{"angle", "boom angle"},
-                                          {"length", "boom length"},
-                                          {"swing", "swing"},
-                                          {"load", "load"},
-                                          {"hoist", "hoist"}}};
+constexpr std::array<axis_t, 5> AXES = {{{"angle", "boom angle"},
+                                         {"length", "boom length"},
+                                         {"swing", "swing"},
+                                         {"load", "load"},
+                                         {"hoist", "hoist"}}};
 
 action_t ReadAxis(const std::string& name, const json& value) {
-  for (const axis_t& axis : kAxes) {
+  for (const axis_t& axis : AXES) {
     if (name != axis.name) continue;
-    if (!value.is_number()) throw host::usage_error(name + " takes a number");
+    if (!value.is_number()) throw host::UsageError(name + " takes a number");
     return ParseAction(SplitWords(std::string(axis.action) + " " + value.dump()));
   }
-  throw host::usage_error("\"" + name + "\" is no control; they are angle, length, swing, load and hoist");
+  throw host::UsageError("\"" + name + "\" is no control; they are angle, length, swing, load and hoist");
 }
 
 }  // namespace
@@ -116,12 +116,12 @@ std::string StateJson(const state_t& state, std::span<const std::string> scenari
                     {"lamps", state.lamps},
                     {"language", NameOfNumber("language", state.settings.language)},
                     {"units", NameOfNumber("units", static_cast<unsigned>(state.settings.units))},
-                    {"swing_shown", kSwingShownNames[static_cast<std::size_t>(state.settings.swing)]},
-                    {"view", kViewNames[static_cast<std::size_t>(state.view)]},
+                    {"swing_shown", SWING_SHOWN_NAMES[static_cast<std::size_t>(state.settings.swing)]},
+                    {"view", VIEW_NAMES[static_cast<std::size_t>(state.view)]},
                     {"info_page", state.infoPage},
                     {"texts", texts},
                     {"silent", state.silent},
-                    {"faults", {{"available", kFaultNames}, {"present", state.faults}}},
+                    {"faults", {{"available", FAULT_NAMES}, {"present", state.faults}}},
                     {"ranges", RangesJson()},
                     {"display", {{"replies", state.replies}, {"file_id", state.displayFileId}}}};
   return all.dump(-1, ' ', false, json::error_handler_t::replace);
@@ -130,7 +130,7 @@ std::string StateJson(const state_t& state, std::span<const std::string> scenari
 control_t ReadDo(const std::string& body, const Shelf& shelf) {
   const json request = ParseObject(body);
   if (request.size() != 1 || !request.contains("do") || !request["do"].is_string()) {
-    throw host::usage_error(R"(the body is {"do":"ACTION"}, such as {"do":"boom angle 45"})");
+    throw host::UsageError(R"(the body is {"do":"ACTION"}, such as {"do":"boom angle 45"})");
   }
   return ParseControl(request["do"].get<std::string>(), shelf);
 }
@@ -139,7 +139,7 @@ control_t ReadControls(const std::string& body) {
   const json request = ParseObject(body);
   by_hand_t byHand;
   for (const auto& [name, value] : request.items()) byHand.actions.push_back(ReadAxis(name, value));
-  if (byHand.actions.empty()) throw host::usage_error(R"(name a control, such as {"angle":45})");
+  if (byHand.actions.empty()) throw host::UsageError(R"(name a control, such as {"angle":45})");
   return byHand;
 }
 

@@ -11,10 +11,10 @@ namespace simulate {
 // What GET /api/state answers. Numbers that are not known are null.
 std::string StateJson(const state_t& state, std::span<const std::string> scenarios);
 
-// {"do":"boom angle 45"}. Throws host::usage_error.
+// {"do":"boom angle 45"}. Throws host::UsageError.
 control_t ReadDo(const std::string& body, const Shelf& shelf);
 // {"angle":45,"load":5000}: targets of angle, length, swing, load and hoist, in degrees, metres and kilograms,
-// at least one. Throws host::usage_error.
+// at least one. Throws host::UsageError.
 control_t ReadControls(const std::string& body);
 
 }  // namespace simulate

@@ -12,12 +12,12 @@
 namespace platform {
 namespace {
 
-constexpr off_t kHeldByte = 0;
-constexpr off_t kCompleteByte = 1;
-constexpr std::size_t kTextSize = 128;
+constexpr off_t HELD_BYTE = 0;
+constexpr off_t COMPLETE_BYTE = 1;
+constexpr std::size_t TEXT_SIZE = 128;
 // Somebody who clears up after a dead process holds its claim for some microseconds.
-constexpr int kAttempts = 200;
-constexpr auto kPause = std::chrono::milliseconds(1);
+constexpr int ATTEMPTS = 200;
+constexpr auto PAUSE = std::chrono::milliseconds(1);
 
 struct flock ByteLock(off_t byte) {
   struct flock lock {};
@@ -54,21 +54,21 @@ bool IsStillAt(int file, const std::string& path) {
 bool WriteText(int file, const std::string& text) {
   return ftruncate(file, 0) == 0 &&
          pwrite(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()) &&
-         LockByte(file, kCompleteByte);
+         LockByte(file, COMPLETE_BYTE);
 }
 
 bool IsHeldForGood(const std::string& path) {
   const Descriptor file = OpenFile(path, O_RDONLY);
-  return file && IsByteLocked(file.Get(), kCompleteByte);
+  return file && IsByteLocked(file.Get(), COMPLETE_BYTE);
 }
 
 }  // namespace
 
-std::optional<ClaimFile> ClaimFile::TryLock(const std::string& path, Missing missing) {
+std::optional<ClaimFile> ClaimFile::TryLock(const std::string& path, missing_t missing) {
   for (;;) {
-    Descriptor file = OpenFile(path, O_RDWR | (missing == Missing::kCreate ? O_CREAT : 0));
+    Descriptor file = OpenFile(path, O_RDWR | (missing == missing_t::CREATE ? O_CREAT : 0));
     if (!file) return std::nullopt;
-    if (!LockByte(file.Get(), kHeldByte)) {
+    if (!LockByte(file.Get(), HELD_BYTE)) {
       if (errno == EAGAIN || errno == EACCES) errno = EEXIST;
       return std::nullopt;
     }
@@ -77,11 +77,11 @@ std::optional<ClaimFile> ClaimFile::TryLock(const std::string& path, Missing mis
 }
 
 std::optional<ClaimFile> ClaimFile::Take(const std::string& path, const std::string& text) {
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    if (auto claim = TryLock(path, Missing::kCreate)) return Complete(std::move(*claim), text);
+  for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
+    if (auto claim = TryLock(path, missing_t::CREATE)) return Complete(std::move(*claim), text);
     if (errno != EEXIST) return std::nullopt;
     if (IsHeldForGood(path)) break;
-    std::this_thread::sleep_for(kPause);
+    std::this_thread::sleep_for(PAUSE);
   }
   errno = EEXIST;
   return std::nullopt;
@@ -97,8 +97,8 @@ std::optional<ClaimFile> ClaimFile::Complete(ClaimFile claim, const std::string&
 
 std::optional<std::string> ClaimFile::Read(const std::string& path) {
   const Descriptor file = OpenFile(path, O_RDONLY);
-  if (file && IsByteLocked(file.Get(), kCompleteByte)) {
-    std::array<char, kTextSize> text{};
+  if (file && IsByteLocked(file.Get(), COMPLETE_BYTE)) {
+    std::array<char, TEXT_SIZE> text{};
     const ssize_t size = pread(file.Get(), text.data(), text.size(), 0);
     if (size >= 0) return std::string(text.data(), static_cast<std::size_t>(size));
   }

@@ -23,7 +23,7 @@ class ClaimFile {
   // it was removed.
   template <class Clean>
   static bool RemoveIfAbandoned(const std::string& path, Clean&& clean) {
-    auto claim = TryLock(path, Missing::kLeave);
+    auto claim = TryLock(path, missing_t::LEAVE);
     if (!claim) return false;
     clean();
     claim->Release();
@@ -35,8 +35,8 @@ class ClaimFile {
   const std::string& Path() const { return path_; }
 
  private:
-  enum class Missing { kCreate, kLeave };
-  static std::optional<ClaimFile> TryLock(const std::string& path, Missing missing);
+  enum class missing_t { CREATE, LEAVE };
+  static std::optional<ClaimFile> TryLock(const std::string& path, missing_t missing);
   static std::optional<ClaimFile> Complete(ClaimFile claim, const std::string& text);
   ClaimFile(Descriptor file, std::string path) : file_(std::move(file)), path_(std::move(path)) {}
 

@@ -2,7 +2,7 @@
 
 namespace {
 
-constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
+constexpr std::uint64_t NANOSECONDS_PER_SECOND = 1'000'000'000;
 
 }  // namespace
 
@@ -15,6 +15,6 @@ std::uint64_t ClockCycles() {
 }
 
 void nsec2timespec(std::timespec* result, std::uint64_t nanoseconds) {
-  result->tv_sec = static_cast<std::time_t>(nanoseconds / kNanosecondsPerSecond);
-  result->tv_nsec = static_cast<decltype(result->tv_nsec)>(nanoseconds % kNanosecondsPerSecond);
+  result->tv_sec = static_cast<std::time_t>(nanoseconds / NANOSECONDS_PER_SECOND);
+  result->tv_nsec = static_cast<decltype(result->tv_nsec)>(nanoseconds % NANOSECONDS_PER_SECOND);
 }

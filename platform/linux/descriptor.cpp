@@ -10,7 +10,7 @@ namespace platform {
 namespace {
 
 // What a fork must know. The mutex guards the rest and is held across every fork.
-struct ForkState {
+struct fork_state_t {
   std::mutex mutex;
   std::vector<int> descriptors;
   std::vector<void (*)()> hooks;
@@ -20,10 +20,10 @@ void BeforeFork();
 void AfterForkInParent();
 void AfterForkInChild();
 
-ForkState& State() {
+fork_state_t& State() {
   // Never destroyed: threads may still run while the process exits.
-  static ForkState& state = *[] {
-    auto* made = new ForkState;
+  static fork_state_t& state = *[] {
+    auto* made = new fork_state_t;
     pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
     return made;
   }();
@@ -39,7 +39,7 @@ void AfterForkInParent() {
 }
 
 void AfterForkInChild() {
-  ForkState& state = State();
+  fork_state_t& state = State();
   for (const int number : state.descriptors) close(number);
   state.descriptors.clear();
   state.mutex.unlock();

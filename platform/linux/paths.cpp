@@ -9,7 +9,7 @@
 namespace platform {
 namespace {
 
-constexpr mode_t kPrivate = 0700;
+constexpr mode_t PRIVATE = 0700;
 
 std::string Environment(const char* name) {
   const char* value = std::getenv(name);
@@ -18,10 +18,10 @@ std::string Environment(const char* name) {
 
 // mkdir -p, every new directory private.
 bool MakeDirectories(const std::string& path) {
-  if (mkdir(path.c_str(), kPrivate) == 0 || errno == EEXIST) return true;
+  if (mkdir(path.c_str(), PRIVATE) == 0 || errno == EEXIST) return true;
   const auto slash = path.find_last_of('/');
   if (errno != ENOENT || slash == std::string::npos || slash == 0) return false;
-  return MakeDirectories(path.substr(0, slash)) && (mkdir(path.c_str(), kPrivate) == 0 || errno == EEXIST);
+  return MakeDirectories(path.substr(0, slash)) && (mkdir(path.c_str(), PRIVATE) == 0 || errno == EEXIST);
 }
 
 bool IsOurDirectory(const struct stat& status) {

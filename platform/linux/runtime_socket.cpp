@@ -15,9 +15,9 @@ namespace {
 
 // How often a blocked sender looks whether the receiver's process is still there. Its end of the socket tells
 // at once in all cases but one: a child that has not yet run its fork hooks or its exec holds the socket too.
-constexpr timeval kLivenessCheck = {0, 100'000};
-constexpr int kSendBuffer = 1 << 20;  // the system cuts it to what it allows
-constexpr int kBacklog = 4096;
+constexpr timeval LIVENESS_CHECK = {0, 100'000};
+constexpr int SEND_BUFFER = 1 << 20;  // the system cuts it to what it allows
+constexpr int BACKLOG = 4096;
 
 // A socket address. A path too long for one goes through a descriptor of its directory.
 class SocketAddress {
@@ -61,9 +61,9 @@ bool NobodyListens(int error) {
 }
 
 void SetClientOptions(int socket) {
-  setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kSendBuffer, sizeof kSendBuffer);
-  setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &kLivenessCheck, sizeof kLivenessCheck);
-  setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &kLivenessCheck, sizeof kLivenessCheck);
+  setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &SEND_BUFFER, sizeof SEND_BUFFER);
+  setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &LIVENESS_CHECK, sizeof LIVENESS_CHECK);
+  setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &LIVENESS_CHECK, sizeof LIVENESS_CHECK);
 }
 
 }  // namespace
@@ -75,14 +75,14 @@ std::string RuntimeFile(std::string_view prefix, std::string_view rest) {
 }
 
 std::string EscapeFileName(std::string_view text) {
-  constexpr std::string_view kHex = "0123456789ABCDEF";
+  constexpr std::string_view HEX = "0123456789ABCDEF";
   std::string escaped;
   for (const char character : text) {
     const auto byte = static_cast<unsigned char>(character);
     if (byte > ' ' && byte < 0x7F && byte != '/' && byte != '%') {
       escaped.push_back(character);
     } else {
-      escaped.append({'%', kHex[byte >> 4U], kHex[byte & 0xFU]});
+      escaped.append({'%', HEX[byte >> 4U], HEX[byte & 0xFU]});
     }
   }
   return escaped;
@@ -103,24 +103,24 @@ Descriptor ListenOnChannelSocket(int chid, std::string& path) {
   if (!socket) return {};
   // Under another name first: who meets a socket that is bound and not yet listening takes it for a dead one.
   if (SocketAddress(unfinished).Bind(socket.Get()) != 0) return {};
-  if (listen(socket.Get(), kBacklog) == 0 && rename(unfinished.c_str(), path.c_str()) == 0) return socket;
+  if (listen(socket.Get(), BACKLOG) == 0 && rename(unfinished.c_str(), path.c_str()) == 0) return socket;
   const int error = errno;
   unlink(unfinished.c_str());
   errno = error;
   return {};
 }
 
-Descriptor ConnectToChannelSocket(pid_t pid, int chid, Connect mode) {
+Descriptor ConnectToChannelSocket(pid_t pid, int chid, connect_t mode) {
   const std::string path = RuntimeFile(CHANNEL_PREFIX, ChannelFileName(pid, chid));
   if (path.empty()) return {};
-  Descriptor socket = MakeSocket(mode == Connect::kDoNotWait ? SOCK_NONBLOCK : 0);
+  Descriptor socket = MakeSocket(mode == connect_t::DO_NOT_WAIT ? SOCK_NONBLOCK : 0);
   if (!socket) return {};
   SetClientOptions(socket.Get());
   if (ConnectRetrying(SocketAddress(path), socket.Get()) != 0) {
     if (NobodyListens(errno)) errno = ESRCH;
     return {};
   }
-  if (mode == Connect::kDoNotWait) fcntl(socket.Get(), F_SETFL, 0);
+  if (mode == connect_t::DO_NOT_WAIT) fcntl(socket.Get(), F_SETFL, 0);
   return socket;
 }
 

@@ -33,10 +33,10 @@ std::string ChannelFileName(pid_t pid, int chid);
 // moment its name is there. Replaces what a dead process of the same id left.
 Descriptor ListenOnChannelSocket(int chid, std::string& path);
 
-enum class Connect { kWait, kDoNotWait };
+enum class connect_t { WAIT, DO_NOT_WAIT };
 // A socket connected to the channel; empty with errno: ESRCH when nobody listens, EAGAIN when the listener's
 // queue is full and `mode` forbids waiting (or the wait took long).
-Descriptor ConnectToChannelSocket(pid_t pid, int chid, Connect mode);
+Descriptor ConnectToChannelSocket(pid_t pid, int chid, connect_t mode);
 // Whether somebody listens at the socket file `path`.
 bool IsSocketServed(const std::string& path);
 

@@ -11,12 +11,12 @@
 namespace platform {
 namespace {
 
-constexpr std::size_t kNameSize = 16;  // with its terminating zero
+constexpr std::size_t NAME_SIZE = 16;  // with its terminating zero
 
 struct start_t {
   void* (*body)(void*);
   void* argument;
-  std::array<char, kNameSize> name{};
+  std::array<char, NAME_SIZE> name{};
 };
 
 void* RunNamed(void* argument) {
@@ -29,7 +29,7 @@ void* RunNamed(void* argument) {
 std::unique_ptr<start_t> MakeStart(const thread_attributes_t& attributes, void* (*body)(void*),
                                    void* argument) {
   auto start = std::make_unique<start_t>(start_t{body, argument});
-  if (attributes.name != nullptr) std::strncpy(start->name.data(), attributes.name, kNameSize - 1);
+  if (attributes.name != nullptr) std::strncpy(start->name.data(), attributes.name, NAME_SIZE - 1);
   return start;
 }
 

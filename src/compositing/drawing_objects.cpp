@@ -18,7 +18,7 @@ constexpr std::size_t MOST_SHAPE_ARGUMENTS = 11;  // an arc with its two colours
 
 }  // namespace
 
-DrawingObject::DrawingObject(const char* className) : layer_(Layer::getCurrentLayer()) {
+DrawingObject::DrawingObject(const char* className) : layer_(Layer::GetCurrentLayer()) {
   if (layer_ != nullptr) {
     objectId_ = layer_->addDrawingObj(this);
   } else {
@@ -87,12 +87,12 @@ void CompGraphImage::DrawTextureCentered(int width, int height) {
 }
 
 void CompGraphImage::Draw(image_t placement, int width, int height) {
-  if (layer() == nullptr) return;
+  if (OwnLayer() == nullptr) return;
   std::array<std::uint8_t, 2 * WORD> size{};
   platform::StoreLe32(size, 0, static_cast<std::uint32_t>(width));
   platform::StoreLe32(size, WORD, static_cast<std::uint32_t>(height));
-  layer()->addCommandWithParameters(CMD_IMAGE, static_cast<int>(placement), objectId(), size.size(),
-                                    size.data(), &fileNames_);
+  OwnLayer()->addCommandWithParameters(CMD_IMAGE, static_cast<int>(placement), ObjectId(), size.size(),
+                                       size.data(), &fileNames_);
 }
 
 // --- Line

@@ -27,15 +27,15 @@ class DrawingObject {
 
   // Nothing comes back from the compositor.
   virtual void processCommand(char*) {}
-  bool isAttached() const { return layer_ != nullptr; }
+  bool IsAttached() const { return layer_ != nullptr; }
 
  protected:
   // Joins the current layer; prints "<className>: No current layer - object not added" where there is none.
   explicit DrawingObject(const char* className);
 
   void DrawShape(shape_t shape, std::span<const float> arguments) const;
-  Layer* layer() const { return layer_; }
-  int objectId() const { return objectId_; }
+  Layer* OwnLayer() const { return layer_; }
+  int ObjectId() const { return objectId_; }
 
  private:
   friend class Layer;  // detaches the objects that outlive it

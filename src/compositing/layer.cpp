@@ -78,7 +78,7 @@ void Layer::setToCurrentLayer() {
   currentLayer = this;
 }
 
-Layer* Layer::getCurrentLayer() {
+Layer* Layer::GetCurrentLayer() {
   return currentLayer;
 }
 

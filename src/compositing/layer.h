@@ -37,11 +37,11 @@ class Layer {
   Layer& operator=(const Layer&) = delete;
 
   bool isConnected() const { return connected_; }
-  int getId() const { return id_; }
+  int GetId() const { return id_; }
 
   // The layer that new drawing objects join; null when there is none.
   void setToCurrentLayer();
-  static Layer* getCurrentLayer();
+  static Layer* GetCurrentLayer();
   // Returns the object's id, 1 or more, which no other object of the layer has as long as this one is there.
   int addDrawingObj(DrawingObject* object);
   void deleteDrawingObj(int objectId);
@@ -84,7 +84,7 @@ class Layer {
   std::array<float, 3> getCurrentWindowCoords() const { return {0.0F, 0.0F, 0.0F}; }
 
   // The bytes queued so far, for tests; no other thread may queue meanwhile.
-  std::span<const std::uint8_t> queued() const { return {queue_.data(), used_}; }
+  std::span<const std::uint8_t> Queued() const { return {queue_.data(), used_}; }
 
  private:
   struct header_t {

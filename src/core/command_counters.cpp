@@ -5,7 +5,7 @@
 #include "src/core/console.h"
 #include "src/services/dbshm.h"
 
-std::array<PlainWord_t<std::uint32_t>, COMMAND_COUNTERS> CommandCounts;
+std::array<PlainWord<std::uint32_t>, COMMAND_COUNTERS> CommandCounts;
 
 const std::array<std::string_view, COMMAND_COUNTERS> COMMAND_COUNTER_NAMES = {
     "CMD0    - Initialize LCD ( UNUSED) ",

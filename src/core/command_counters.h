@@ -14,7 +14,7 @@ constexpr unsigned char COUNT_CMD_UNRECOGNIZED = 28;
 constexpr unsigned char COUNT_TOTAL_CMDS = 29;
 constexpr unsigned char COUNT_TOTAL_PKTS = 30;
 
-extern std::array<PlainWord_t<std::uint32_t>, COMMAND_COUNTERS> CommandCounts;
+extern std::array<PlainWord<std::uint32_t>, COMMAND_COUNTERS> CommandCounts;
 extern const std::array<std::string_view, COMMAND_COUNTERS> COMMAND_COUNTER_NAMES;
 
 // Adds 1 to CommandCounts[index]; an index outside the table is ignored. For COUNT_TOTAL_CMDS the new total

@@ -59,12 +59,12 @@ const section_t* FindSection(std::string_view name) {
 void ReadSection(PREF::Reader& reader, const section_t& section, Node& node, orvikData_t* data) {
   if (section.readSection != nullptr) section.readSection(node, data);
   for (Node* child = reader.getFirstChild(); child != nullptr; child = reader.getNextSibling()) {
-    if (child->getName() == section.childName) section.readChild(*child, data);
+    if (child->GetName() == section.childName) section.readChild(*child, data);
   }
 }
 
 void ReadRoot(Node& root, orvikData_t* data) {
-  if (root.getName() != "orvik-generic") throw std::runtime_error("Not a orvik generic config file");
+  if (root.GetName() != "orvik-generic") throw std::runtime_error("Not a orvik generic config file");
   data->ctVersion = root.getAttributeString("CT-version");
   data->createdBy = root.getAttributeString("createdBy");
   data->configVersion = root.getAttributeString("version");
@@ -74,7 +74,7 @@ void ReadRoot(Node& root, orvikData_t* data) {
 // True when the root's first child is the App element. Any other is only reported; what it holds is passed
 // over.
 void ReadApp(Node* first, orvikData_t* data) {
-  if (first == nullptr || first->getName() != "App") {
+  if (first == nullptr || first->GetName() != "App") {
     PrintErr("orvik: ERROR! getFirstChild did not return App");
     return;
   }
@@ -94,7 +94,7 @@ void ReadDocument(std::istream& stream, orvikData_t* data) {
   ReadApp(node, data);
   if (node == nullptr) return;
   while ((node = reader.getNextSibling()) != nullptr) {
-    const section_t* section = FindSection(node->getName());
+    const section_t* section = FindSection(node->GetName());
     if (section != nullptr) ReadSection(reader, *section, *node, data);
   }
 }

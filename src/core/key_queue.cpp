@@ -2,19 +2,19 @@
 
 namespace {
 
-constexpr std::uint32_t MASK = KeyQueue_t::CAPACITY - 1;
-static_assert((KeyQueue_t::CAPACITY & MASK) == 0);
+constexpr std::uint32_t MASK = KeyQueue::CAPACITY - 1;
+static_assert((KeyQueue::CAPACITY & MASK) == 0);
 
 }  // namespace
 
-KeyQueue_t::KeyQueue_t() {
+KeyQueue::KeyQueue() {
   for (std::uint32_t i = 0; i < CAPACITY; ++i) cells_[i].turn.store(i, std::memory_order_relaxed);
 }
 
-bool KeyQueue_t::Push(std::uint8_t key) {
+bool KeyQueue::Push(std::uint8_t key) {
   std::uint32_t position = head_.load(std::memory_order_relaxed);
   for (;;) {
-    Cell_t& cell = cells_[position & MASK];
+    cell_t& cell = cells_[position & MASK];
     const auto ahead = static_cast<std::int32_t>(cell.turn.load(std::memory_order_acquire) - position);
     if (ahead < 0) return false;  // the key of one lap ago is still there: full
     if (ahead > 0) {              // another producer was faster
@@ -27,9 +27,9 @@ bool KeyQueue_t::Push(std::uint8_t key) {
   }
 }
 
-bool KeyQueue_t::Pop(std::uint8_t& key) {
+bool KeyQueue::Pop(std::uint8_t& key) {
   const std::uint32_t position = tail_.load(std::memory_order_relaxed);
-  Cell_t& cell = cells_[position & MASK];
+  cell_t& cell = cells_[position & MASK];
   if (cell.turn.load(std::memory_order_acquire) != position + 1) return false;
   key = cell.key;
   cell.turn.store(position + CAPACITY, std::memory_order_release);

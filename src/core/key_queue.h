@@ -9,7 +9,7 @@
 
 // Any thread may push; one thread at a time pops. A push into a full queue fails, and the key is not queued:
 // the host has not asked for key states for so long that the oldest keys are what it needs to know of first.
-class KeyQueue_t {
+class KeyQueue {
  public:
   static constexpr std::size_t CAPACITY = 64;  // a power of two
 
@@ -19,16 +19,16 @@ class KeyQueue_t {
 
  private:
   // A cell whose turn equals a position is free for that push; one more, and it holds that push's key.
-  struct Cell_t {
+  struct cell_t {
     std::atomic<std::uint32_t> turn;
     std::uint8_t key;
   };
 
  public:
-  KeyQueue_t();
+  KeyQueue();
 
  private:
-  std::array<Cell_t, CAPACITY> cells_;
+  std::array<cell_t, CAPACITY> cells_;
   std::atomic<std::uint32_t> head_{0};  // next push
   std::atomic<std::uint32_t> tail_{0};  // next pop
 };

@@ -50,7 +50,7 @@ void SetTextKind(orvikData_t* data, const text_kind_t& kind) {
 }
 
 template <class Value>
-void Store(PlainWord_t<Value>& word, unsigned handle, Value value) {
+void Store(PlainWord<Value>& word, unsigned handle, Value value) {
   word = value;
   DBSHM::Write(handle, static_cast<double>(value));
 }

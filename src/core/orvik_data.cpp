@@ -8,7 +8,7 @@
 #include "src/core/name_tables.h"
 #include "src/screenapi/screen_api.h"
 
-PlainWord_t<int> orvikStop;
+PlainWord<int> orvikStop;
 
 orvikData_t::orvikData_t()
     : canReady(threadRunning[THREAD_CAN]),

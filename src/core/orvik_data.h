@@ -1,7 +1,7 @@
 // The central record: the one place where the application's threads meet.
 //
 // main owns exactly one, as a local object, and every thread, setter, handler and page function gets a pointer
-// to it. How each part is shared stands beside it: a PlainWord_t is read and written whole by any thread
+// to it. How each part is shared stands beside it: a PlainWord is read and written whole by any thread
 // without a lock; what a mutex guards is named at the mutex; everything else belongs to one thread or is
 // constant once `running` is set.
 #pragma once
@@ -47,7 +47,7 @@ enum thread_slot_t : std::size_t {
 
 // A handle of the screen service or the database. A later initialisation looks it up again while other threads
 // read it.
-using handle_t = PlainWord_t<unsigned>;
+using handle_t = PlainWord<unsigned>;
 
 // Handles of the text widgets, in the order in which they are looked up.
 struct gauge_handles_t {
@@ -93,13 +93,13 @@ struct program_date_t {
 
 // The four colours of tires and outriggers: 0 dark, 1 green, 2 yellow, 3 red, 4 blue, 5 white.
 struct outrigger_colors_t {
-  PlainWord_t<int> tires, retracted, half, extended;
+  PlainWord<int> tires, retracted, half, extended;
 };
 
 // Where the boom and swing pictures turn (pivot) and stand (offset) on the dials page, in pixels.
 struct drawing_geometry_t {
-  PlainWord_t<double> swingPivotX, swingPivotY, swingOffsetX, swingOffsetY;
-  PlainWord_t<double> boomPivotX, boomPivotY, boomOffsetX, boomOffsetY;
+  PlainWord<double> swingPivotX, swingPivotY, swingOffsetX, swingOffsetY;
+  PlainWord<double> boomPivotX, boomPivotY, boomOffsetX, boomOffsetY;
 };
 
 struct orvikData_t {
@@ -109,13 +109,13 @@ struct orvikData_t {
   orvikData_t& operator=(const orvikData_t&) = delete;
 
   // --- Thread control. `running` and the stop requests are main's to write, a running flag its own thread's.
-  PlainWord_t<int> running;
-  std::array<PlainWord_t<int>, THREAD_COUNT> threadRunning;
-  std::array<PlainWord_t<int>, THREAD_COUNT> threadStop;
-  PlainWord_t<int>&canReady, &canExit, &decapReady, &decapExit, &parseReady, &parseExit;
-  PlainWord_t<int>&watchdogReady, &watchdogExit, &dioReady, &dioExit, &blinkerReady, &blinkerExit;
-  PlainWord_t<int>&timerReady, &timerExit, &dispatchReady, &dispatchExit;
-  PlainWord_t<int>&actionReady, &actionExit, &keypadReady, &keypadExit;
+  PlainWord<int> running;
+  std::array<PlainWord<int>, THREAD_COUNT> threadRunning;
+  std::array<PlainWord<int>, THREAD_COUNT> threadStop;
+  PlainWord<int>&canReady, &canExit, &decapReady, &decapExit, &parseReady, &parseExit;
+  PlainWord<int>&watchdogReady, &watchdogExit, &dioReady, &dioExit, &blinkerReady, &blinkerExit;
+  PlainWord<int>&timerReady, &timerExit, &dispatchReady, &dispatchExit;
+  PlainWord<int>&actionReady, &actionExit, &keypadReady, &keypadExit;
 
   // --- Names from the generic configuration; constant once `running` is set.
   std::string actionChannelName;
@@ -128,7 +128,7 @@ struct orvikData_t {
   // --- Service clients. nmClient posts events from every thread; the others belong to the receive thread but
   // for waking it.
   NM::NMClient* nmClient = nullptr;
-  PlainWord_t<int> eventChannel;
+  PlainWord<int> eventChannel;
   std::atomic<NM::NMClient*> canNmClient{nullptr};
   std::array<NM::NMClient*, 2> spareNmClients{};
   std::atomic<NM::NMClient*> actionNmClient{nullptr};
@@ -153,76 +153,75 @@ struct orvikData_t {
   std::vector<CAN_packet_t2> canWork;
   std::vector<DecapData_t> decapData;
   std::vector<DecapData_t> decapWork;
-  KeyQueue_t keyData;
-  PlainWord_t<std::int16_t> lastKey;
-  PlainWord_t<std::int16_t>& lastKeyAdded = lastKey;  // as the key-state reply calls it
-  PlainWord_t<std::uint32_t> canPacketsDropped;       // frames refused by a full canPackets
-  PlainWord_t<std::uint32_t> decapDataDropped;        // messages refused by a full decapData
+  KeyQueue keyData;
+  PlainWord<std::int16_t> lastKey;
+  PlainWord<std::int16_t>& lastKeyAdded = lastKey;  // as the key-state reply calls it
+  PlainWord<std::uint32_t> canPacketsDropped;       // frames refused by a full canPackets
+  PlainWord<std::uint32_t> decapDataDropped;        // messages refused by a full decapData
 
   // --- Versions.
   std::string loaderVersion, osVersion, appVersion;
   double loaderVerRev = 0, appVerRev = 0;
-  PlainWord_t<double> osVerRev;
+  PlainWord<double> osVerRev;
   std::uint32_t canTerminationHandle = 0;
 
   // --- Pages. The vector is built once and constant afterwards; the action channel moves currentPage.
   Target_t target;
-  PlainWord_t<const Page_t*> currentPage{nullptr};
-  std::array<PlainWord_t<std::uint32_t>, HOST_KEYS> keyMasks;  // the mask words of the host key map
-  PlainWord_t<std::uint8_t> lastPressedEvent;
-  PlainWord_t<const char*> lastPressedEventName{""};  // an entry of EVENT_ID_NAMES
-  PlainWord_t<int> selectMode;
-  PlainWord_t<int>
+  PlainWord<const Page_t*> currentPage{nullptr};
+  std::array<PlainWord<std::uint32_t>, HOST_KEYS> keyMasks;  // the mask words of the host key map
+  PlainWord<std::uint8_t> lastPressedEvent;
+  PlainWord<const char*> lastPressedEventName{""};  // an entry of EVENT_ID_NAMES
+  PlainWord<int> selectMode;
+  PlainWord<int>
       splashShown;  // set by the action channel with each splash page, cleared by whoever waits for one
 
   // --- Host presence.
-  PlainWord_t<int> hostSeen;
-  PlainWord_t<int> watchdogSeconds;
-  PlainWord_t<int> hostTimedOut;
+  PlainWord<int> hostSeen;
+  PlainWord<int> watchdogSeconds;
+  PlainWord<int> hostTimedOut;
 
   // --- Key report to the host.
-  PlainWord_t<int> keyReport1;
-  PlainWord_t<int> keyReport2;
-  PlainWord_t<std::uint8_t> keyStatus;
+  PlainWord<int> keyReport1;
+  PlainWord<int> keyReport2;
+  PlainWord<std::uint8_t> keyStatus;
 
   // --- Heartbeat events.
-  PlainWord_t<int> decapHeartbeatEvent, parseHeartbeatEvent, dispatchHeartbeatEvent;
+  PlainWord<int> decapHeartbeatEvent, parseHeartbeatEvent, dispatchHeartbeatEvent;
 
   // --- Operating values, in the units that the host sends.
-  PlainWord_t<double> capacity, load, radius, angle, extension, swing;
-  PlainWord_t<double> rodPressure, pistonPressure, percentSafeWorkingLoad;
-  PlainWord_t<int> partsOfLine, swingMode, stowedIcon, erectedIcon;
+  PlainWord<double> capacity, load, radius, angle, extension, swing;
+  PlainWord<double> rodPressure, pistonPressure, percentSafeWorkingLoad;
+  PlainWord<int> partsOfLine, swingMode, stowedIcon, erectedIcon;
   outrigger_colors_t outriggerColors;
 
   // --- Display and device settings.
-  PlainWord_t<int> lcdRows, lcdColumns, lcdSize;
-  PlainWord_t<int>& lcdCells = lcdSize;  // as the bounds of the text commands call it
-  PlainWord_t<std::uint32_t> spaceChar, blankChar, underscoreChar, validNonPrintableChar,
-      invalidNonPrintableChar;
-  PlainWord_t<int> expandFullWidth;
+  PlainWord<int> lcdRows, lcdColumns, lcdSize;
+  PlainWord<int>& lcdCells = lcdSize;  // as the bounds of the text commands call it
+  PlainWord<std::uint32_t> spaceChar, blankChar, underscoreChar, validNonPrintableChar, invalidNonPrintableChar;
+  PlainWord<int> expandFullWidth;
   std::array<UTF8Line_t, GRID_LINES> utf8Display;
   std::vector<unsigned> flashLine;  // the configuration page's message, centred
-  PlainWord_t<std::uint8_t> language, units;
-  PlainWord_t<int> brightness;
-  PlainWord_t<int> brightnessAdjustEnabled, displayMode, displayType;
-  PlainWord_t<std::uint32_t> ledState;
-  PlainWord_t<std::uint8_t> commandProtocolVersion, dynamicEncryptionMethod;
-  PlainWord_t<int> lcdInitRequest;
+  PlainWord<std::uint8_t> language, units;
+  PlainWord<int> brightness;
+  PlainWord<int> brightnessAdjustEnabled, displayMode, displayType;
+  PlainWord<std::uint32_t> ledState;
+  PlainWord<std::uint8_t> commandProtocolVersion, dynamicEncryptionMethod;
+  PlainWord<int> lcdInitRequest;
   // Gives the record its first state again: InitOrvikData, which only start-up knows. Set before the workers
   // start.
   void (*initialize)(orvikData_t*) = nullptr;
   program_date_t programDate;
 
   // --- Beeper.
-  PlainWord_t<int> beeperState;  // also read without the lock
-  int beeperDuration = 0;        // units of 10 ms
+  PlainWord<int> beeperState;  // also read without the lock
+  int beeperDuration = 0;      // units of 10 ms
 
   // --- Countdown words, in units of 10 ms: the keypad scanner's debounce counters, lowered by the timer
   // thread.
-  std::array<PlainWord_t<std::int32_t>, 9> countdown;
-  PlainWord_t<std::int32_t>&countdown1 = countdown[0], &countdown2 = countdown[1], &countdown3 = countdown[2];
-  PlainWord_t<std::int32_t>&countdown4 = countdown[3], &countdown5 = countdown[4], &countdown6 = countdown[5];
-  PlainWord_t<std::int32_t>&countdown7 = countdown[6], &countdown8 = countdown[7], &countdown9 = countdown[8];
+  std::array<PlainWord<std::int32_t>, 9> countdown;
+  PlainWord<std::int32_t>&countdown1 = countdown[0], &countdown2 = countdown[1], &countdown3 = countdown[2];
+  PlainWord<std::int32_t>&countdown4 = countdown[3], &countdown5 = countdown[4], &countdown6 = countdown[5];
+  PlainWord<std::int32_t>&countdown7 = countdown[6], &countdown8 = countdown[7], &countdown9 = countdown[8];
 
   // --- Presentation. Clients are made anew at each initialisation; the earlier ones stay until the record
   // ends, since another thread may still be using one.
@@ -234,11 +233,11 @@ struct orvikData_t {
   std::vector<std::unique_ptr<ScreenApi>> screenApis;
   std::vector<std::unique_ptr<Compositing::Layer>> layers;
   drawing_geometry_t drawing;
-  PlainWord_t<int> messageTicks;  // 300 after initialisation
+  PlainWord<int> messageTicks;  // 300 after initialisation
 };
 
 // Terminates the application when set; the handler of SIGUSR1 writes it.
-extern PlainWord_t<int> orvikStop;
+extern PlainWord<int> orvikStop;
 
 // The number that the configuration gives an event's name, 0 when it gives none.
 int FindEventId(const orvikData_t* data, const std::string& name);

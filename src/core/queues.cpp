@@ -12,7 +12,7 @@ constexpr std::uint32_t DROPS_PER_REPORT = 1000;
 
 // Says once a thousand that a queue is full: the consumer has stopped, and a line for each element would drown
 // that.
-void CountDrop(PlainWord_t<std::uint32_t>& dropped, const char* what) {
+void CountDrop(PlainWord<std::uint32_t>& dropped, const char* what) {
   const std::uint32_t before = dropped;
   dropped = before + 1;
   if (before % DROPS_PER_REPORT == 0) {
@@ -21,8 +21,8 @@ void CountDrop(PlainWord_t<std::uint32_t>& dropped, const char* what) {
 }
 
 template <class T>
-void Append(pthread_mutex_t& mutex, std::vector<T>& queue, std::size_t bound,
-            PlainWord_t<std::uint32_t>& dropped, const char* what, const T& element) {
+void Append(pthread_mutex_t& mutex, std::vector<T>& queue, std::size_t bound, PlainWord<std::uint32_t>& dropped,
+            const char* what, const T& element) {
   {
     const MutexGuard guard(mutex);
     if (queue.size() < bound) {

@@ -30,13 +30,13 @@ struct Target_t {
 };
 
 // One entry of the host key map.
-struct HostKey_t {
+struct host_key_t {
   std::uint32_t code = 0;
   std::uint32_t mask = 0;  // validity and beep: 0 the key does nothing, 1 no beep, 0x7F one beep
   std::uint32_t reserved1 = 0;
   std::uint32_t reserved2 = 0;
 };
-static_assert(sizeof(HostKey_t) == 16);
+static_assert(sizeof(host_key_t) == 16);
 constexpr int HOST_KEYS = 24;
 
 // One host text slot.

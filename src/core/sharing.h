@@ -9,13 +9,13 @@
 // word sees what its writer wrote before (release stores, acquire loads). Counting up is not atomic as a whole;
 // a word has one writer, or a lost update must not matter.
 template <class T>
-class PlainWord_t {
+class PlainWord {
  public:
-  constexpr PlainWord_t() = default;
-  constexpr PlainWord_t(T value) : value_(value) {}  // NOLINT(google-explicit-constructor): stands for the T
-  PlainWord_t(const PlainWord_t& other) : value_(other.Load()) {}
+  constexpr PlainWord() = default;
+  constexpr PlainWord(T value) : value_(value) {}  // NOLINT(google-explicit-constructor): stands for the T
+  PlainWord(const PlainWord& other) : value_(other.Load()) {}
   // A word may be stored into itself. NOLINTNEXTLINE(cert-oop54-cpp)
-  PlainWord_t& operator=(const PlainWord_t& other) {
+  PlainWord& operator=(const PlainWord& other) {
     Store(other.Load());
     return *this;
   }

@@ -21,7 +21,7 @@ int StartWorker(const worker_t& worker, void* (*body)(void*), orvikData_t* data)
   return platform::StartDetachedThread({worker.name, worker.priority}, body, data);
 }
 
-bool WaitForStart(const orvikData_t* data, const PlainWord_t<int>& stop) {
+bool WaitForStart(const orvikData_t* data, const PlainWord<int>& stop) {
   while (data->running == 0) {
     if (stop != 0) return false;
     std::this_thread::sleep_for(GATE_POLL);

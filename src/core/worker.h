@@ -19,7 +19,7 @@ struct worker_t {
   bool pauseFirst = false;
   // The event posted at the begin of each turn, and where the record keeps its number; null: none.
   const char* heartbeatEvent = nullptr;
-  PlainWord_t<int> orvikData_t::*heartbeat = nullptr;
+  PlainWord<int> orvikData_t::*heartbeat = nullptr;
 };
 
 // Looks the heartbeat event's number up and starts `body(data)` as a detached thread. Returns 0 or an error
@@ -27,7 +27,7 @@ struct worker_t {
 int StartWorker(const worker_t& worker, void* (*body)(void*), orvikData_t* data);
 
 // Polls every 10 ms until `running` is set, or until the stop request comes. Returns false in the latter case.
-bool WaitForStart(const orvikData_t* data, const PlainWord_t<int>& stop);
+bool WaitForStart(const orvikData_t* data, const PlainWord<int>& stop);
 
 // Parts of RunWorker.
 void AnnounceWorker(const worker_t& worker, orvikData_t* data);

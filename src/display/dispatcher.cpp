@@ -22,7 +22,7 @@ using C = outrigger_colors_t;
 struct lamp_t {
   handle_t V::*handle;
   std::uint32_t bit;
-  PlainWord_t<int> C::*color;
+  PlainWord<int> C::*color;
 };
 
 // In the order of writing. The irregularities are the protocol's: "Long" takes the lower bit of each jib pair,

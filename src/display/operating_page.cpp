@@ -23,12 +23,12 @@ struct lines_display_t {
   grid_t grid{};
   int columns = -1;
   bool wide = false;
-  std::array<TextWidget_t, GRID_LINES> std, widest;
+  std::array<TextWidget, GRID_LINES> std, widest;
 };
 lines_display_t linesDisplay;
 
 struct label_display_t {
-  TextWidget_t std, wide;
+  TextWidget std, wide;
 };
 label_display_t mainErected, mainStowed, configErected, configStowed, flashMessage;
 

@@ -8,7 +8,7 @@
 #include "src/screenapi/screen_messages.h"
 
 // Keeps the last text sent and sends a different one to each of the handles.
-class TextWidget_t {
+class TextWidget {
  public:
   template <class... Handles>
   void Show(orvikData_t* data, const std::string& text, int attribute, Handles... handles) {

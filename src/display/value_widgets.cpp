@@ -21,7 +21,7 @@ constexpr int VALUE_ATTRIBUTE = SCREEN_TEXT_RIGHT;
 struct value_display_t {
   double previousRaw = NEVER;
   double previousRounded = NEVER;
-  TextWidget_t previousStr;
+  TextWidget previousStr;
 };
 
 // The integer part as an unsigned word holds it: nothing below 0, nothing above its range; NaN stays.
@@ -106,7 +106,7 @@ unit_texts_t UnitTexts(const orvikData_t* data) {
 
 // Of the dispatcher's thread.
 value_display_t capacityDisplay, loadDisplay, extensionDisplay, angleDisplay, radiusDisplay;
-TextWidget_t unitsWeightPreviousStr, unitsDistancePreviousStr, swingPreviousStr;
+TextWidget unitsWeightPreviousStr, unitsDistancePreviousStr, swingPreviousStr;
 
 }  // namespace
 

@@ -18,21 +18,21 @@ constexpr std::array<std::uint32_t, 14> hx7RxFilters = {
     0x18FF00D0, 0x18FF0CD6, 0x18FF4101, 0x18FF0AD4, 0x18FF0BD4, 0x18FF3400, 0x18FF3500,
     0x18FF3600, 0x18FF3700, 0x18FF3200, 0x18FF3300, 0x18FF3001, 0x18FF3101, 0x1CFF00F7};
 
-PlainWord_t<int> canTransducersSwapped;
+PlainWord<int> canTransducersSwapped;
 
 namespace {
 
 using clock_type = std::chrono::steady_clock;
 
 // Requests in one frame that are answered without the parser.
-struct ImmediateRequest_t {
+struct immediate_request_t {
   std::uint8_t command;
   int subCommand;  // ANY_DATA where the command has none
   void (*reply)(orvikData_t* data);
   std::uint8_t counter;
 };
 constexpr int ANY_DATA = -1;
-constexpr std::array<ImmediateRequest_t, 6> IMMEDIATE_REQUESTS = {{
+constexpr std::array<immediate_request_t, 6> IMMEDIATE_REQUESTS = {{
     {6, ANY_DATA, ReturnKeyState, 6},
     {7, 3, ReturnProgramName, 9},
     {7, 4, ReturnProgramDate, 10},
@@ -41,10 +41,10 @@ constexpr std::array<ImmediateRequest_t, 6> IMMEDIATE_REQUESTS = {{
     {7, 9, ReturnLEDBrightness, 15},
 }};
 
-const ImmediateRequest_t* FindImmediateRequest(std::span<const std::uint8_t, FRAME_SIZE> frame) {
+const immediate_request_t* FindImmediateRequest(std::span<const std::uint8_t, FRAME_SIZE> frame) {
   if (frame[0] != 0 || frame[1] != 1) return nullptr;
   const auto* request =
-      std::find_if(IMMEDIATE_REQUESTS.begin(), IMMEDIATE_REQUESTS.end(), [frame](const ImmediateRequest_t& r) {
+      std::find_if(IMMEDIATE_REQUESTS.begin(), IMMEDIATE_REQUESTS.end(), [frame](const immediate_request_t& r) {
         return frame[2] == r.command && (r.subCommand == ANY_DATA || frame[3] == r.subCommand);
       });
   return request == IMMEDIATE_REQUESTS.end() ? nullptr : request;
@@ -53,7 +53,7 @@ const ImmediateRequest_t* FindImmediateRequest(std::span<const std::uint8_t, FRA
 void HandleHostFrame(orvikData_t* data, const CAN_packet_t2& packet) {
   data->hostSeen = 1;
   data->watchdogSeconds = 0;
-  if (const ImmediateRequest_t* request = FindImmediateRequest(packet.data)) {
+  if (const immediate_request_t* request = FindImmediateRequest(packet.data)) {
     request->reply(data);
     IncrementCommandCounter(data, request->counter);
     return;
@@ -79,7 +79,7 @@ NM::NMClient& ConnectReceiver(orvikData_t* data) {
 class ReceiveTrouble {
  public:
   void Report(int result) {
-    Line_t& line = result < 0 ? failed_ : empty_;
+    line_t& line = result < 0 ? failed_ : empty_;
     if (clock_type::now() >= line.silentUntil) {
       PrintErr(line.text);
       line.silentUntil = clock_type::now() + REPORT_INTERVAL;
@@ -90,12 +90,12 @@ class ReceiveTrouble {
  private:
   static constexpr std::chrono::seconds REPORT_INTERVAL{1};
   static constexpr std::chrono::milliseconds PAUSE{10};
-  struct Line_t {
+  struct line_t {
     const char* text;
     clock_type::time_point silentUntil{};
   };
-  Line_t failed_{"Received Error"};
-  Line_t empty_{"Received zero bytes"};
+  line_t failed_{"Received Error"};
+  line_t empty_{"Received zero bytes"};
 };
 
 constexpr worker_t RECEIVER = {.slot = THREAD_CAN,
@@ -132,14 +132,14 @@ class ReceiveTask {
 };
 
 // The sending side: one client for all threads.
-struct Transmitter_t {
+struct transmitter_t {
   NM::NMClient client;
   int channel = client.registerName(J1939_CHANNEL_NAME);
 };
 
-Transmitter_t& Transmitter() {
+transmitter_t& Transmitter() {
   // Never destroyed: detached threads may still send while the process ends.
-  static auto& transmitter = *new Transmitter_t;
+  static auto& transmitter = *new transmitter_t;
   return transmitter;
 }
 
@@ -172,7 +172,7 @@ void TransmitCAN(orvikData_t* /*data*/, unsigned identifier, unsigned port, cons
   platform::StoreLe32(message, J1939_DATA_LENGTH_AT, FRAME_SIZE);
   std::copy_n(bytes, FRAME_SIZE, message.begin() + J1939_DATA_AT);
 
-  Transmitter_t& transmitter = Transmitter();
+  transmitter_t& transmitter = Transmitter();
   transmitter.client.sendMsg(transmitter.channel, reinterpret_cast<const char*>(message.data()),
                              static_cast<int>(message.size()));
 }

@@ -17,7 +17,7 @@ constexpr std::uint32_t RX_FILTER_MASK = 0x00FFFFFF;
 extern const std::array<std::uint32_t, 14> hx7RxFilters;
 
 // Set where key commands have swapped the transducers; nothing in this program reads it.
-extern PlainWord_t<int> canTransducersSwapped;
+extern PlainWord<int> canTransducersSwapped;
 
 // Starts the receive thread, "Receive CAN". Returns 0, or the error number of the failed start.
 int Init_CAN(orvikData_t* data);

@@ -82,13 +82,13 @@ class J1939External {
     int LastResult() const { return lastResult_; }
 
    private:
-    struct Filter_t {
+    struct filter_t {
       std::uint32_t mask;
       int channel;
       std::string channelName;
     };
     NM::NMClient& client_;
-    std::map<std::uint32_t, Filter_t> filters_;
+    std::map<std::uint32_t, filter_t> filters_;
     int lastResult_ = 0;
   };
 };

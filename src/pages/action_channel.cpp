@@ -143,10 +143,10 @@ bool HandleAction(orvikData_t* data, std::uint32_t action) {
   return true;
 }
 
-void* actionChannelThreadFn(void* record) {
+void* ActionChannelThreadFn(void* record) {
   return RunWorker<ActionTask>(ACTION_CHANNEL, record);
 }
 
 int Init_ActionChannel(orvikData_t* data) {
-  return StartWorker(ACTION_CHANNEL, actionChannelThreadFn, data);
+  return StartWorker(ACTION_CHANNEL, ActionChannelThreadFn, data);
 }

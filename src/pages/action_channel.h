@@ -7,7 +7,7 @@
 
 // Starts the thread "Action Channel"; 0 on success, else an error number.
 int Init_ActionChannel(orvikData_t* data);
-void* actionChannelThreadFn(void* record);
+void* ActionChannelThreadFn(void* record);
 
 // Acts on one action number. False when the application is to exit.
 bool HandleAction(orvikData_t* data, std::uint32_t action);

@@ -9,14 +9,14 @@ namespace {
 
 // The index is the request. Request 2 never had a transition of its own.
 constexpr transition_t TRANSITIONS[] = {
-    {"WAD", "OPERATING", ACTION_PAGE_WAD, "orvik.WadToMain", WrongPage::kErrorUnlessMain},
-    {"CONFIG", "WAD", ACTION_PAGE_CONFIG, "orvik.ConfigToWad", WrongPage::kError},
-    {nullptr, nullptr, 0, nullptr, WrongPage::kSilent},
-    {"SLATE", "MAIN", ACTION_PAGE_SLATE, "orvik.SlateToMain", WrongPage::kSilent},
-    {"WAD", "CONFIG", ACTION_PAGE_WAD, "orvik.WadToConfig", WrongPage::kSilent},
-    {"SLATE", "CONFIG", ACTION_PAGE_SLATE, "orvik.SlateToConfig", WrongPage::kSilent},
-    {"OPERATING", "WAD", ACTION_PAGE_MAIN, "orvik.MainToWad", WrongPage::kSilent},
-    {"SLATE", "WAD", ACTION_PAGE_SLATE, "orvik.SlateToWAD", WrongPage::kSilent},
+    {"WAD", "OPERATING", ACTION_PAGE_WAD, "orvik.WadToMain", wrong_page_t::ERROR_UNLESS_MAIN},
+    {"CONFIG", "WAD", ACTION_PAGE_CONFIG, "orvik.ConfigToWad", wrong_page_t::ERROR},
+    {nullptr, nullptr, 0, nullptr, wrong_page_t::SILENT},
+    {"SLATE", "MAIN", ACTION_PAGE_SLATE, "orvik.SlateToMain", wrong_page_t::SILENT},
+    {"WAD", "CONFIG", ACTION_PAGE_WAD, "orvik.WadToConfig", wrong_page_t::SILENT},
+    {"SLATE", "CONFIG", ACTION_PAGE_SLATE, "orvik.SlateToConfig", wrong_page_t::SILENT},
+    {"OPERATING", "WAD", ACTION_PAGE_MAIN, "orvik.MainToWad", wrong_page_t::SILENT},
+    {"SLATE", "WAD", ACTION_PAGE_SLATE, "orvik.SlateToWAD", wrong_page_t::SILENT},
 };
 
 constexpr select_transition_t SELECT_TRANSITIONS[] = {
@@ -31,8 +31,8 @@ const transition_t* FindTransition(int request) {
 }
 
 void RefuseTransition(const transition_t& transition, int pageId) {
-  if (transition.onWrongPage == WrongPage::kSilent) return;
-  if (transition.onWrongPage == WrongPage::kErrorUnlessMain && pageId == ACTION_PAGE_MAIN) {
+  if (transition.onWrongPage == wrong_page_t::SILENT) return;
+  if (transition.onWrongPage == wrong_page_t::ERROR_UNLESS_MAIN && pageId == ACTION_PAGE_MAIN) {
     PrintOut("WARNING!  INEFFICIENCY!  I am already on the " + std::string(ActionName(pageId)) + " page");
   } else {
     PrintErr("ERROR!  Not on proper page!");

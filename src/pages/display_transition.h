@@ -6,14 +6,14 @@
 #include "src/core/orvik_data.h"
 
 // What a request says when the page shown is not the one that it starts from.
-enum class WrongPage { kSilent, kError, kErrorUnlessMain };
+enum class wrong_page_t { SILENT, ERROR, ERROR_UNLESS_MAIN };
 
 struct transition_t {
   const char* from;  // null: the request has no transition
   const char* to;
   int requiredPage;
   const char* event;
-  WrongPage onWrongPage;
+  wrong_page_t onWrongPage;
 };
 
 // The requests of the host; the index is the request.

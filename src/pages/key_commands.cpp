@@ -166,7 +166,7 @@ void TestBlinkers(orvikData_t* data) {
 
 // --- Where the pictures of the dials page stand
 
-enum class Picture { kSwing, kBoom };
+enum class picture_t { SWING, BOOM };
 
 std::string Point(const char* name, double x, double y) {
   std::ostringstream text;
@@ -174,19 +174,19 @@ std::string Point(const char* name, double x, double y) {
   return text.str();
 }
 
-std::string PivotText(const drawing_geometry_t& d, Picture picture) {
-  return picture == Picture::kSwing ? Point("Pivot", d.swingPivotX, d.swingPivotY)
-                                    : Point("Pivot", d.boomPivotX, d.boomPivotY);
+std::string PivotText(const drawing_geometry_t& d, picture_t picture) {
+  return picture == picture_t::SWING ? Point("Pivot", d.swingPivotX, d.swingPivotY)
+                                     : Point("Pivot", d.boomPivotX, d.boomPivotY);
 }
 
-std::string OffsetText(const drawing_geometry_t& d, Picture picture) {
-  return picture == Picture::kSwing ? Point("Offset", d.swingOffsetX, d.swingOffsetY)
-                                    : Point("Offset", d.boomOffsetX, d.boomOffsetY);
+std::string OffsetText(const drawing_geometry_t& d, picture_t picture) {
+  return picture == picture_t::SWING ? Point("Offset", d.swingOffsetX, d.swingOffsetY)
+                                     : Point("Offset", d.boomOffsetX, d.boomOffsetY);
 }
 
-template <PlainWord_t<double> drawing_geometry_t::*Member, int Step, Picture Which>
+template <PlainWord<double> drawing_geometry_t::*Member, int Step, picture_t Which>
 void Adjust(orvikData_t* data) {
-  PlainWord_t<double>& value = data->drawing.*Member;
+  PlainWord<double>& value = data->drawing.*Member;
   value = value + Step;
   RefreshPageDials(data);
   PrintOut(PivotText(data->drawing, Which));
@@ -195,10 +195,10 @@ void Adjust(orvikData_t* data) {
 
 void ShowDials(orvikData_t* data) {
   RefreshPageDials(data);
-  PrintOut("Swing: " + PivotText(data->drawing, Picture::kSwing));
-  PrintOut("       " + OffsetText(data->drawing, Picture::kSwing));
-  PrintOut("Boom:  " + PivotText(data->drawing, Picture::kBoom));
-  PrintOut("       " + OffsetText(data->drawing, Picture::kBoom));
+  PrintOut("Swing: " + PivotText(data->drawing, picture_t::SWING));
+  PrintOut("       " + OffsetText(data->drawing, picture_t::SWING));
+  PrintOut("Boom:  " + PivotText(data->drawing, picture_t::BOOM));
+  PrintOut("       " + OffsetText(data->drawing, picture_t::BOOM));
 }
 
 // --- The process
@@ -255,18 +255,18 @@ constexpr std::array<command_t, CMD_NAME_COUNT> COMMANDS = {
     Nothing,                                                                      // 35 enable hydraulics
     Nothing,                                                                      // 36 disable hydraulics
     TestBlinkers,                                                                 // 37
-    Adjust<&G::swingPivotX, 1, Picture::kSwing>,                                  // 38
-    Adjust<&G::swingPivotX, -1, Picture::kSwing>,                                 // 39
-    Adjust<&G::swingPivotY, 1, Picture::kSwing>,                                  // 40
-    Adjust<&G::swingPivotY, -1, Picture::kSwing>,                                 // 41
-    Adjust<&G::swingOffsetX, 1, Picture::kSwing>,                                 // 42
-    Adjust<&G::swingOffsetX, -1, Picture::kSwing>,                                // 43
-    Adjust<&G::boomPivotX, 1, Picture::kBoom>,                                    // 44
-    Adjust<&G::boomPivotX, -1, Picture::kBoom>,                                   // 45
-    Adjust<&G::boomPivotY, 1, Picture::kBoom>,                                    // 46
-    Adjust<&G::boomPivotY, -1, Picture::kBoom>,                                   // 47
-    Adjust<&G::boomOffsetX, 1, Picture::kBoom>,                                   // 48
-    Adjust<&G::boomOffsetX, -1, Picture::kBoom>,                                  // 49
+    Adjust<&G::swingPivotX, 1, picture_t::SWING>,                                 // 38
+    Adjust<&G::swingPivotX, -1, picture_t::SWING>,                                // 39
+    Adjust<&G::swingPivotY, 1, picture_t::SWING>,                                 // 40
+    Adjust<&G::swingPivotY, -1, picture_t::SWING>,                                // 41
+    Adjust<&G::swingOffsetX, 1, picture_t::SWING>,                                // 42
+    Adjust<&G::swingOffsetX, -1, picture_t::SWING>,                               // 43
+    Adjust<&G::boomPivotX, 1, picture_t::BOOM>,                                   // 44
+    Adjust<&G::boomPivotX, -1, picture_t::BOOM>,                                  // 45
+    Adjust<&G::boomPivotY, 1, picture_t::BOOM>,                                   // 46
+    Adjust<&G::boomPivotY, -1, picture_t::BOOM>,                                  // 47
+    Adjust<&G::boomOffsetX, 1, picture_t::BOOM>,                                  // 48
+    Adjust<&G::boomOffsetX, -1, picture_t::BOOM>,                                 // 49
     ShowDials,                                                                    // 50
 };
 

@@ -21,8 +21,8 @@ void ReportHostKey(orvikData_t* data, int hostKey) {
   if (mask != KEY_NO_BEEP) SetBeeperKeyPress(data);
 }
 
-constexpr std::array<HostKey_t, HOST_KEYS> BuildKeyMap() {
-  std::array<HostKey_t, HOST_KEYS> map{};
+constexpr std::array<host_key_t, HOST_KEYS> BuildKeyMap() {
+  std::array<host_key_t, HOST_KEYS> map{};
   for (std::uint32_t code = 0; code < HOST_KEYS - 1; ++code) map[code] = {code, KEY_BEEP_ONCE, 0, 0};
   return map;
 }
@@ -58,7 +58,7 @@ void ClearKeyReport(orvikData_t* data) {
   data->keyStatus = 0;
 }
 
-const std::array<HostKey_t, HOST_KEYS> qmt740KeyMap = BuildKeyMap();
+const std::array<host_key_t, HOST_KEYS> qmt740KeyMap = BuildKeyMap();
 
 void SetValidKeys(orvikData_t* data, const unsigned char* mask, int n) {
   const auto count = static_cast<std::size_t>(std::clamp(n, 0, HOST_KEYS));

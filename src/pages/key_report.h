@@ -20,7 +20,7 @@ void SetQMT740KeyPressed(orvikData_t* data, int hostKey);
 void ClearKeyReport(orvikData_t* data);
 
 // The host key map's initial state: every key known by its code, valid, with a beep; the 24th entry all zero.
-extern const std::array<HostKey_t, HOST_KEYS> qmt740KeyMap;
+extern const std::array<host_key_t, HOST_KEYS> qmt740KeyMap;
 
 // Host command: sets the masks of the first `n` (24 at most; more are ignored) host keys. Parse thread.
 void SetValidKeys(orvikData_t* data, const unsigned char* mask, int n);

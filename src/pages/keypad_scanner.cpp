@@ -96,7 +96,7 @@ std::uint16_t ReadColumn(std::uintptr_t port, const strobe_t& strobe) {
   return rows == ROWS ? std::uint16_t{0} : (*strobe.layout)[rows];
 }
 
-void DebounceButton(std::size_t button, PlainWord_t<std::int32_t>& counter) {
+void DebounceButton(std::size_t button, PlainWord<std::int32_t>& counter) {
   const bool seen = ButtonData[button] != 0;
   const bool down = DebounceCountFlag[button] != 0;
   if (seen != down) {
@@ -147,7 +147,7 @@ const layout_t keypad_layout3 = LayoutOf(3);
 
 void ResetScanner(orvikData_t* data) {
   ScanState = 0;
-  for (PlainWord_t<std::int32_t>& counter : data->countdown) counter = 0;
+  for (PlainWord<std::int32_t>& counter : data->countdown) counter = 0;
   ButtonData = {};
   DebounceCountFlag = {};
   DepressedButtons = {};

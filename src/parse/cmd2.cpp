@@ -10,11 +10,11 @@ namespace {
 constexpr unsigned char COUNT_CMD2 = 2;
 
 // The floats of the payload, each with its setter.
-struct FloatValue_t {
+struct float_value_t {
   std::size_t at;
   void (*set)(orvikData_t* data, double value);
 };
-constexpr std::array<FloatValue_t, 8> FLOAT_VALUES = {{
+constexpr std::array<float_value_t, 8> FLOAT_VALUES = {{
     {1, SetCapacity},
     {5, SetLoad},
     {9, SetRadius},
@@ -30,7 +30,7 @@ constexpr std::size_t SWING_AT = 29;
 // From the lowest byte of the lamp word to its highest; the swing stands between the last two.
 constexpr std::array<std::size_t, 4> LAMP_BYTES_AT = {26, 27, 28, 31};
 
-unsigned LampWord(const MessageView_t& payload) {
+unsigned LampWord(const MessageView& payload) {
   unsigned word = 0;
   for (std::size_t i = 0; i < LAMP_BYTES_AT.size(); ++i) {
     word |= static_cast<unsigned>(payload.Byte(LAMP_BYTES_AT[i])) << (8U * i);
@@ -40,9 +40,9 @@ unsigned LampWord(const MessageView_t& payload) {
 
 }  // namespace
 
-void ProcessCmd2(orvikData_t* data, const MessageView_t& payload) {
+void ProcessCmd2(orvikData_t* data, const MessageView& payload) {
   IncrementCommandCounter(data, COUNT_CMD2);
-  for (const FloatValue_t& value : FLOAT_VALUES) value.set(data, payload.BeFloat(value.at));
+  for (const float_value_t& value : FLOAT_VALUES) value.set(data, payload.BeFloat(value.at));
   SetPartsOfLine(data, payload.Byte(PARTS_OF_LINE_AT));
   SetLEDState(data, LampWord(payload));
   SetSwing(data, static_cast<std::int16_t>(payload.Be16(SWING_AT)));

@@ -14,4 +14,4 @@
 // | 26, 27, 28, 31 | lamp word, bits 0 to 7, 8 to 15, 16 to 23, 24 to 31                       |
 // | 29, 30         | swing in degrees, signed 16 bits, between the lamp word's bytes           |
 // | 32 - 39        | floats: piston pressure, rod pressure                                     |
-void ProcessCmd2(orvikData_t* data, const MessageView_t& payload);
+void ProcessCmd2(orvikData_t* data, const MessageView& payload);

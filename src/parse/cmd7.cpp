@@ -16,13 +16,13 @@ namespace {
 
 constexpr unsigned char NOT_COUNTED = 0xFF;
 
-struct SubCommand_t {
+struct sub_command_t {
   unsigned char number;
   unsigned char counter;
-  void (*process)(orvikData_t* data, const MessageView_t& bytes);
+  void (*process)(orvikData_t* data, const MessageView& bytes);
 };
 
-constexpr std::array<SubCommand_t, 19> SUB_COMMANDS = {{
+constexpr std::array<sub_command_t, 19> SUB_COMMANDS = {{
     {1, 7, ProcessSubCmd7_1},
     {2, 8, ProcessSubCmd7_2},
     {3, 9, ProcessSubCmd7_3},
@@ -46,10 +46,10 @@ constexpr std::array<SubCommand_t, 19> SUB_COMMANDS = {{
 
 }  // namespace
 
-void ProcessCmd7(orvikData_t* data, const MessageView_t& payload) {
+void ProcessCmd7(orvikData_t* data, const MessageView& payload) {
   const unsigned char number = payload.Byte(0);
   const auto* sub = std::find_if(SUB_COMMANDS.begin(), SUB_COMMANDS.end(),
-                                 [number](const SubCommand_t& s) { return s.number == number; });
+                                 [number](const sub_command_t& s) { return s.number == number; });
   if (sub == SUB_COMMANDS.end()) {
     IncrementCommandCounter(data, COUNT_CMD7_UNRECOGNIZED);
     PrintErr("***** ERROR!  Unknown extended command (" + std::to_string(number));
@@ -59,7 +59,7 @@ void ProcessCmd7(orvikData_t* data, const MessageView_t& payload) {
   sub->process(data, payload.From(1));
 }
 
-void ProcessSubCmd7_1(orvikData_t* data, const MessageView_t& bytes) {
+void ProcessSubCmd7_1(orvikData_t* data, const MessageView& bytes) {
   const int count = bytes.Byte(0);
   if (count > HOST_KEYS) {
     PrintErr("***** ERROR!  Valid keys count.  max=" + std::to_string(HOST_KEYS) +
@@ -71,71 +71,71 @@ void ProcessSubCmd7_1(orvikData_t* data, const MessageView_t& bytes) {
   SetValidKeys(data, masks.data(), n);
 }
 
-void ProcessSubCmd7_2(orvikData_t* data, const MessageView_t& bytes) {
+void ProcessSubCmd7_2(orvikData_t* data, const MessageView& bytes) {
   data->brightnessAdjustEnabled = bytes.Byte(0) != 0 ? 1 : 0;
 }
 
 // Requests that the receive thread answers at once. They come here only when the host spread one over two
 // frames.
-void ProcessSubCmd7_3(orvikData_t* /*data*/, const MessageView_t& /*bytes*/) {
+void ProcessSubCmd7_3(orvikData_t* /*data*/, const MessageView& /*bytes*/) {
   PrintErr("***** ERROR!  Program Name request in parse thread!");
 }
 
-void ProcessSubCmd7_4(orvikData_t* /*data*/, const MessageView_t& /*bytes*/) {
+void ProcessSubCmd7_4(orvikData_t* /*data*/, const MessageView& /*bytes*/) {
   PrintErr("***** ERROR!  Program Date request in parse thread!");
 }
 
-void ProcessSubCmd7_5(orvikData_t* /*data*/, const MessageView_t& /*bytes*/) {
+void ProcessSubCmd7_5(orvikData_t* /*data*/, const MessageView& /*bytes*/) {
   PrintErr("***** ERROR!  Program ID request in parse thread!");
 }
 
-void ProcessSubCmd7_6(orvikData_t* /*data*/, const MessageView_t& bytes) {
+void ProcessSubCmd7_6(orvikData_t* /*data*/, const MessageView& bytes) {
   PrintErr("***** ERROR!  UNUSED SET POL cmd ( 7, 6 ) received: " + std::to_string(bytes.Byte(0)));
 }
 
-void ProcessSubCmd7_7(orvikData_t* /*data*/, const MessageView_t& /*bytes*/) {
+void ProcessSubCmd7_7(orvikData_t* /*data*/, const MessageView& /*bytes*/) {
   PrintErr("***** ERROR!  LCD status request in parse thread!");
 }
 
-void ProcessSubCmd7_8(orvikData_t* data, const MessageView_t& bytes) {
+void ProcessSubCmd7_8(orvikData_t* data, const MessageView& bytes) {
   data->displayMode = bytes.Byte(0);
   PrintOut(std::string("Set display mode: ") +
            (bytes.Byte(0) == 0 ? "Thousands" : "Units ( with trailing zeroes )"));
 }
 
-void ProcessSubCmd7_9(orvikData_t* /*data*/, const MessageView_t& /*bytes*/) {
+void ProcessSubCmd7_9(orvikData_t* /*data*/, const MessageView& /*bytes*/) {
   PrintErr("***** ERROR!  LED brightness level request in parse thread!");
 }
 
-void ProcessSubCmd7_10(orvikData_t* data, const MessageView_t& bytes) {
+void ProcessSubCmd7_10(orvikData_t* data, const MessageView& bytes) {
   SetBeeperDuration(data, bytes.Byte(0));
 }
-void ProcessSubCmd7_11(orvikData_t* data, const MessageView_t& bytes) {
+void ProcessSubCmd7_11(orvikData_t* data, const MessageView& bytes) {
   SetUnits(data, bytes.Byte(0));
 }
-void ProcessSubCmd7_12(orvikData_t* data, const MessageView_t& bytes) {
+void ProcessSubCmd7_12(orvikData_t* data, const MessageView& bytes) {
   SetDisplayType(data, bytes.Byte(0));
 }
-void ProcessSubCmd7_13(orvikData_t* data, const MessageView_t& bytes) {
+void ProcessSubCmd7_13(orvikData_t* data, const MessageView& bytes) {
   SetLanguage(data, bytes.Byte(0));
 }
-void ProcessSubCmd7_14(orvikData_t* data, const MessageView_t& bytes) {
+void ProcessSubCmd7_14(orvikData_t* data, const MessageView& bytes) {
   SetSelectMode(data, bytes.Byte(0) != 0);
 }
-void ProcessSubCmd7_15(orvikData_t* data, const MessageView_t& bytes) {
+void ProcessSubCmd7_15(orvikData_t* data, const MessageView& bytes) {
   SetDisplayTransition(data, bytes.Byte(0));
 }
-void ProcessSubCmd7_16(orvikData_t* data, const MessageView_t& bytes) {
+void ProcessSubCmd7_16(orvikData_t* data, const MessageView& bytes) {
   SetErectedIcon(data, bytes.Byte(0));
 }
-void ProcessSubCmd7_17(orvikData_t* data, const MessageView_t& bytes) {
+void ProcessSubCmd7_17(orvikData_t* data, const MessageView& bytes) {
   SetStowedIcon(data, bytes.Byte(0));
 }
 
-void ProcessSubCmd7_18(orvikData_t* data, const MessageView_t& bytes) {
+void ProcessSubCmd7_18(orvikData_t* data, const MessageView& bytes) {
   SetOutriggerColors(data, bytes.Byte(0), bytes.Byte(1), bytes.Byte(2), bytes.Byte(3));
 }
 
-void ProcessSubCmd7_19(orvikData_t* data, const MessageView_t& bytes) {
+void ProcessSubCmd7_19(orvikData_t* data, const MessageView& bytes) {
   SetSwingMode(data, bytes.Byte(0));
 }

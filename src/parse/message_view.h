@@ -10,10 +10,10 @@
 
 #include "platform/byte_order.h"
 
-class MessageView_t {
+class MessageView {
  public:
-  MessageView_t() = default;
-  explicit MessageView_t(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
+  MessageView() = default;
+  explicit MessageView(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
 
   std::size_t Size() const { return bytes_.size(); }
   bool Holds(std::size_t at, std::size_t count) const { return at <= Size() && count <= Size() - at; }
@@ -23,8 +23,8 @@ class MessageView_t {
   }
   float BeFloat(std::size_t at) const { return Holds(at, 4) ? platform::LoadBeFloat(bytes_, at) : 0.0F; }
   // What stands from `at` on.
-  MessageView_t From(std::size_t at) const {
-    return MessageView_t(at < Size() ? bytes_.subspan(at) : std::span<const std::uint8_t>());
+  MessageView From(std::size_t at) const {
+    return MessageView(at < Size() ? bytes_.subspan(at) : std::span<const std::uint8_t>());
   }
   // The first `count` bytes, or as many as there are.
   std::span<const std::uint8_t> First(std::size_t count) const {
@@ -47,7 +47,7 @@ struct SubCmd_t {
   static constexpr std::size_t LENGTH_SIZE = 2;
   static constexpr std::size_t TEXT_AT = 4;
 
-  MessageView_t bytes;
+  MessageView bytes;
 
   unsigned SubLen() const { return bytes.Be16(0); }
   std::uint8_t Index() const { return bytes.Byte(2); }
@@ -66,7 +66,7 @@ struct SubCmd_t {
 struct MainCmd_t {
   static constexpr std::size_t LENGTH_SIZE = 2;
 
-  MessageView_t bytes;
+  MessageView bytes;
 
   unsigned MainLen() const { return bytes.Be16(0); }
   // The text sub-command `offset` bytes behind the length; empty behind the block's end.

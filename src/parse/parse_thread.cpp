@@ -36,47 +36,47 @@ class ParseTask : public FunctionTask<ParseQueuedMessages> {
 // The commands that carry values and text count themselves.
 constexpr unsigned char COUNTS_ITSELF = 0xFF;
 
-void InitializeLCD(orvikData_t* /*data*/, const MessageView_t& /*payload*/) {
+void InitializeLCD(orvikData_t* /*data*/, const MessageView& /*payload*/) {
   PrintErr("Orvik: ***** ERROR!  Unexpected Initialize LCD command ( Cmd0 ) *****");
 }
 
-void Ignore(orvikData_t* /*data*/, const MessageView_t& /*payload*/) {}
+void Ignore(orvikData_t* /*data*/, const MessageView& /*payload*/) {}
 
-void FlashMessage(orvikData_t* data, const MessageView_t& payload) {
+void FlashMessage(orvikData_t* data, const MessageView& payload) {
   SubCmd_t command{payload};
   ProcessCmd3(data, &command);
 }
 
-void SetBeeperFromHost(orvikData_t* data, const MessageView_t& payload) {
+void SetBeeperFromHost(orvikData_t* data, const MessageView& payload) {
   SetBeeperDuration(data, payload.Byte(0));
 }
 
-void DisplayStrings(orvikData_t* data, const MessageView_t& payload) {
+void DisplayStrings(orvikData_t* data, const MessageView& payload) {
   MainCmd_t command{payload};
   ProcessCmd5(data, &command);
 }
 
-void KeyStatusRequest(orvikData_t* /*data*/, const MessageView_t& /*payload*/) {
+void KeyStatusRequest(orvikData_t* /*data*/, const MessageView& /*payload*/) {
   PrintErr("***** ERROR!  Return key status request in parse thread!");
 }
 
-void ProtocolVersion(orvikData_t* data, const MessageView_t& payload) {
+void ProtocolVersion(orvikData_t* data, const MessageView& payload) {
   SetCommandProtocolVersion(data, payload.Byte(0));
   PrintOut("SetCommandProtocolVersion " + std::to_string(payload.Byte(0)));
 }
 
-void EncryptionMethod(orvikData_t* data, const MessageView_t& payload) {
+void EncryptionMethod(orvikData_t* data, const MessageView& payload) {
   SetDynamicEncryptionMethod(data, payload.Byte(0));
   PrintOut("SetDynamicEncryptionMethod " + std::to_string(payload.Byte(0)));
 }
 
-struct Command_t {
+struct command_t {
   unsigned char counter;
-  void (*process)(orvikData_t* data, const MessageView_t& payload);
+  void (*process)(orvikData_t* data, const MessageView& payload);
 };
 
 // By command number. CMD9 advances CMD8's counter on purpose; its own stays 0.
-constexpr std::array<Command_t, 10> COMMANDS = {{
+constexpr std::array<command_t, 10> COMMANDS = {{
     {0, InitializeLCD},
     {1, Ignore},
     {COUNTS_ITSELF, ProcessCmd2},
@@ -99,9 +99,9 @@ void ParseMessage(orvikData_t* data, const DecapData_t& message) {
     PrintErr("***** ERROR! Unrecognized command ( " + std::to_string(number) + " ) ! *****");
     return;
   }
-  const Command_t& command = COMMANDS[number];
+  const command_t& command = COMMANDS[number];
   if (command.counter != COUNTS_ITSELF) IncrementCommandCounter(data, command.counter);
-  command.process(data, MessageView_t(message.bytes).From(1));
+  command.process(data, MessageView(message.bytes).From(1));
 }
 
 void ParseQueuedMessages(orvikData_t* data) {

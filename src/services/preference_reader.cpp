@@ -75,26 +75,26 @@ char Reader::Node::getAttributeChar(const std::string& name) const {
 Reader::Node* Reader::beginParsing() {
   getNextCharSkipWhitespace();
   while (SkipRemark()) getNextCharSkipWhitespace();
-  state_ = State_t::kStart;
+  state_ = state_t::START;
   advanceParser();
-  if (state_ != State_t::kFoundNodeStart) throw BadParseException();
+  if (state_ != state_t::FOUND_NODE_START) throw BadParseException();
   advanceParser();
   return &node_;
 }
 
 Reader::Node* Reader::getFirstChild() {
-  return state_ == State_t::kFoundNode ? TakeTag() : nullptr;
+  return state_ == state_t::FOUND_NODE ? TakeTag() : nullptr;
 }
 
 Reader::Node* Reader::getNextSibling() {
   SkipContent();
-  return state_ == State_t::kEOFState ? nullptr : TakeTag();
+  return state_ == state_t::EOF_STATE ? nullptr : TakeTag();
 }
 
 // Reads the element that starts here, or leaves the one that ends here.
 Reader::Node* Reader::TakeTag() {
   advanceParser();
-  const bool starts = state_ == State_t::kFoundNodeStart;
+  const bool starts = state_ == state_t::FOUND_NODE_START;
   advanceParser();
   return starts ? &node_ : nullptr;
 }
@@ -102,12 +102,12 @@ Reader::Node* Reader::TakeTag() {
 void Reader::skipSiblings() {
   SkipContent();
   const std::size_t level = openElements_;
-  while (openElements_ >= level && state_ != State_t::kEOFState) advanceParser();
+  while (openElements_ >= level && state_ != state_t::EOF_STATE) advanceParser();
 }
 
 // Passes over what the current element holds and its closing tag, however deep its elements are nested.
 void Reader::SkipContent() {
-  if (state_ != State_t::kFoundNode) return;
+  if (state_ != state_t::FOUND_NODE) return;
   const std::size_t level = openElements_;
   while (openElements_ >= level) advanceParser();
 }
@@ -116,17 +116,17 @@ void Reader::SkipContent() {
 
 void Reader::advanceParser() {
   switch (state_) {
-    case State_t::kStart:
+    case state_t::START:
       return parseStart();
-    case State_t::kFoundNode:
+    case state_t::FOUND_NODE:
       return parseFoundNode();
-    case State_t::kFoundNodeStart:
+    case state_t::FOUND_NODE_START:
       return parseFoundNodeStart();
-    case State_t::kFoundNodeClose:
+    case state_t::FOUND_NODE_CLOSE:
       return parseFoundNodeClose();
-    case State_t::kFoundDoubleNodeClose:
+    case state_t::FOUND_DOUBLE_NODE_CLOSE:
       return parseFoundDoubleNodeClose();
-    case State_t::kEOFState:
+    case state_t::EOF_STATE:
       return parseEOFState();
   }
 }
@@ -134,16 +134,16 @@ void Reader::advanceParser() {
 void Reader::parseStart() {
   if (current_ != '<') throw BadParseException();
   getNextChar();
-  state_ = current_ == '/' ? State_t::kFoundDoubleNodeClose : State_t::kFoundNodeStart;
+  state_ = current_ == '/' ? state_t::FOUND_DOUBLE_NODE_CLOSE : state_t::FOUND_NODE_START;
 }
 
 void Reader::parseFoundNode() {
   if (current_ == '/') {
-    state_ = State_t::kFoundNodeClose;
+    state_ = state_t::FOUND_NODE_CLOSE;
   } else if (current_ == '<') {
     parseStart();
     // With no child between them, the closing tag is the element's own.
-    if (state_ == State_t::kFoundDoubleNodeClose) state_ = State_t::kFoundNodeClose;
+    if (state_ == state_t::FOUND_DOUBLE_NODE_CLOSE) state_ = state_t::FOUND_NODE_CLOSE;
   } else {
     throw BadParseException();
   }
@@ -160,7 +160,7 @@ void Reader::parseFoundNodeStart() {
     node_.text_ = getData();
   }
   ++openElements_;
-  state_ = State_t::kFoundNode;
+  state_ = state_t::FOUND_NODE;
 }
 
 void Reader::parseFoundNodeClose() {
@@ -175,13 +175,13 @@ void Reader::parseFoundDoubleNodeClose() {
 // From the "/" of a closing tag or an empty element to the "<" of the next tag.
 void Reader::CloseElement() {
   --openElements_;
-  state_ = State_t::kStart;
+  state_ = state_t::START;
   while (current_ != '>' && current_ != '<') getNextChar();
   try {
     SkipToTag();
   } catch (const EOFFoundException&) {
     if (openElements_ != 0) throw;  // only behind the root element may the document end
-    state_ = State_t::kEOFState;
+    state_ = state_t::EOF_STATE;
   }
 }
 

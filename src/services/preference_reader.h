@@ -46,10 +46,10 @@ class Reader {
           : std::runtime_error("Can't find attribute: " + name) {}
     };
 
-    const std::string& getName() const { return name_; }
+    const std::string& GetName() const { return name_; }
     // The text up to the first child or the closing tag, without leading white space and with each run of white
     // space as one blank.
-    const std::string& getText() const { return text_; }
+    const std::string& GetText() const { return text_; }
 
     // Each throws AttributeNotFoundException where the element has no such attribute. A value that is not a
     // number reads as 0.
@@ -88,13 +88,13 @@ class Reader {
 
  private:
   // Where the parser stands; current_ is the character that the state's step begins at.
-  enum class State_t {
-    kStart,           // at the "<" of a tag
-    kFoundNode,       // behind an element's start: at the "/" of an empty one, or at the "<" after its text
-    kFoundNodeStart,  // at the first character of an element's name
-    kFoundNodeClose,  // at the "/" that ends the current element
-    kFoundDoubleNodeClose,  // at the "/" that ends the element around the level
-    kEOFState,              // behind the root element
+  enum class state_t {
+    START,             // at the "<" of a tag
+    FOUND_NODE,        // behind an element's start: at the "/" of an empty one, or at the "<" after its text
+    FOUND_NODE_START,  // at the first character of an element's name
+    FOUND_NODE_CLOSE,  // at the "/" that ends the current element
+    FOUND_DOUBLE_NODE_CLOSE,  // at the "/" that ends the element around the level
+    EOF_STATE,                // behind the root element
   };
 
   void advanceParser();
@@ -128,7 +128,7 @@ class Reader {
   std::size_t filled_ = 0;
   std::size_t position_ = 0;
   unsigned char current_ = 0;
-  State_t state_ = State_t::kStart;
+  state_t state_ = state_t::START;
   std::size_t openElements_ = 0;
   Node node_;
 };

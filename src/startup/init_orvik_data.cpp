@@ -121,7 +121,7 @@ void SetOperatingDefaults(orvikData_t* data) {
 void SetDeviceDefaults(orvikData_t* data) {
   data->keyReport1 = 0;
   data->keyReport2 = 0;
-  for (PlainWord_t<std::uint32_t>& mask : data->keyMasks) mask = KEY_BEEP_ONCE;
+  for (PlainWord<std::uint32_t>& mask : data->keyMasks) mask = KEY_BEEP_ONCE;
   data->brightnessAdjustEnabled = 0;
   data->displayMode = 0;
   data->displayType = 0;

@@ -59,7 +59,7 @@ void HandleTerminationRequest(orvikData_t* data) {
 
 bool AnyThreadRuns(const orvikData_t* data) {
   return std::any_of(data->threadRunning.begin(), data->threadRunning.end(),
-                     [](const PlainWord_t<int>& flag) { return flag != 0; });
+                     [](const PlainWord<int>& flag) { return flag != 0; });
 }
 
 // A receive that waits for a message does not see its stop request.
@@ -100,7 +100,7 @@ void WaitForTermination(orvikData_t* data) {
 bool StopWorkers(orvikData_t* data) {
   PostEvent(data, "orvik.ExitApplication");
   PrintOut("Orvik: Sending orvik.ExitApplication");
-  for (PlainWord_t<int>& stop : data->threadStop) stop = 1;
+  for (PlainWord<int>& stop : data->threadStop) stop = 1;
   WakeReceivers(data);
   PrintOut("Orvik: Waiting maximum of " + std::to_string(ANNOUNCED_SECONDS) +
            " seconds for threads to stop...");

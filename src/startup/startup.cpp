@@ -118,7 +118,7 @@ bool AnyEarlyWorkerRuns(const orvikData_t* data) {
 
 std::string RunningFlags(const orvikData_t* data) {
   std::string flags;
-  for (const PlainWord_t<int>& flag : data->threadRunning) flags += std::to_string(flag.Load());
+  for (const PlainWord<int>& flag : data->threadRunning) flags += std::to_string(flag.Load());
   return flags;
 }
 

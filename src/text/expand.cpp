@@ -42,7 +42,7 @@ int ProcessSingleOctet(orvikData_t* data, unsigned char octet, unsigned* codePoi
 }
 
 int ProcessExpandable(orvikData_t* data, unsigned char octet, unsigned* codePoint) {
-  const FullWidthChar_t* entry = FindFullWidthChar(octet);
+  const full_width_char_t* entry = FindFullWidthChar(octet);
   if (entry == nullptr) {
     ProcessUnexpandable(data, octet, codePoint);
     return OCTET_NOT_EXPANDED;

@@ -27,7 +27,7 @@ constexpr std::array<std::string_view, FIELD_COUNT> FIELD_ID_NAMES = {
     "FIELD_ID_LINE3_RIGHT",   "FIELD_ID_LINE4_LEFT",    "FIELD_ID_LINE4_CENTER",  "FIELD_ID_LINE4_RIGHT",
     "FIELD_ID_FLASH_MSG",     "FIELD_ID_ERECTED",       "FIELD_ID_STOWED"};
 
-constexpr std::array<FieldEntry_t, FIELD_COUNT> FIELDS = {{
+constexpr std::array<field_entry_t, FIELD_COUNT> FIELDS = {{
     {&fieldLCD, "LCD"},
     {&fieldOutriggers, "Outriggers"},
     {&fieldJib, "Jib"},
@@ -112,7 +112,7 @@ void ClearField(Field_t& field) {
 }
 
 void ClearAllFields() {
-  for (const FieldEntry_t& entry : FIELDS) ClearField(*entry.field);
+  for (const field_entry_t& entry : FIELDS) ClearField(*entry.field);
 }
 
 void UpdateField(orvikData_t* data, unsigned char fieldId, const std::vector<unsigned>& codepoints) {
@@ -164,6 +164,6 @@ void DumpField(const std::string& name, const Field_t& field) {
 
 void DumpAllFields() {
   PrintOut("DAF - START");
-  for (const FieldEntry_t& entry : FIELDS) DumpField(std::string(entry.dumpName), *entry.field);
+  for (const field_entry_t& entry : FIELDS) DumpField(std::string(entry.dumpName), *entry.field);
   PrintOut("DAF - END");
 }

@@ -33,11 +33,11 @@ extern Field_t fieldFlash, fieldErected, fieldStowed, fieldLast;
 
 extern const std::array<std::string_view, FIELD_COUNT> FIELD_ID_NAMES;
 // Each field with the label that DumpAllFields gives it, in the order of the numbers.
-struct FieldEntry_t {
+struct field_entry_t {
   Field_t* field;
   std::string_view dumpName;
 };
-extern const std::array<FieldEntry_t, FIELD_COUNT> FIELDS;
+extern const std::array<field_entry_t, FIELD_COUNT> FIELDS;
 
 // --- Fields.
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-constexpr std::array<FullWidthChar_t, FULL_WIDTH_CHARS> utf8_FullWidthCharMap = {{
+constexpr std::array<full_width_char_t, FULL_WIDTH_CHARS> utf8_FullWidthCharMap = {{
     {0x20, 0x3000, "IDEOGRAPHIC SPACE"},
     {0x21, 0xFF01, "FULLWIDTH EXCLAMATION MARK"},
     {0x22, 0xFF02, "FULLWIDTH QUOTATION MARK"},
@@ -100,8 +100,8 @@ constexpr std::array<FullWidthChar_t, FULL_WIDTH_CHARS> utf8_FullWidthCharMap = 
     {0x7E, 0xFF5E, "FULLWIDTH TILDE"},
 }};
 
-const FullWidthChar_t* FindFullWidthChar(std::uint8_t octet) {
+const full_width_char_t* FindFullWidthChar(std::uint8_t octet) {
   const auto* entry = std::find_if(utf8_FullWidthCharMap.begin(), utf8_FullWidthCharMap.end(),
-                                   [octet](const FullWidthChar_t& e) { return e.octet == octet; });
+                                   [octet](const full_width_char_t& e) { return e.octet == octet; });
   return entry == utf8_FullWidthCharMap.end() ? nullptr : entry;
 }

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
-struct FullWidthChar_t {
+struct full_width_char_t {
   std::uint8_t octet;            // 0x20 to 0x7E
   std::uint32_t codePoint;       // U+3000 for the blank, else octet + 0xFEE0
   std::string_view unicodeName;  // a label only
@@ -15,7 +15,7 @@ struct FullWidthChar_t {
 constexpr std::size_t FULL_WIDTH_CHARS = 95;
 
 // In ascending order of octet.
-extern const std::array<FullWidthChar_t, FULL_WIDTH_CHARS> utf8_FullWidthCharMap;
+extern const std::array<full_width_char_t, FULL_WIDTH_CHARS> utf8_FullWidthCharMap;
 
 // The entry of an octet, null where it has none.
-const FullWidthChar_t* FindFullWidthChar(std::uint8_t octet);
+const full_width_char_t* FindFullWidthChar(std::uint8_t octet);

@@ -11,12 +11,12 @@ namespace {
 
 // Where each field stands, in the order of writing. Line 4 is not like the others: it has no first left field,
 // and the counterweight stands there ahead of Select4B.
-struct Placement_t {
+struct placement_t {
   const Field_t* field;
   std::size_t line;
   justification_t justification;
 };
-constexpr std::array<Placement_t, 27> LAYOUT = {{
+constexpr std::array<placement_t, 27> LAYOUT = {{
     {&fieldOutriggers, 0, JUSTIFY_LEFT},    {&fieldSelect1A, 0, JUSTIFY_LEFT},
     {&fieldLine1Left, 0, JUSTIFY_LEFT},     {&fieldLine1Center, 0, JUSTIFY_CENTER},
     {&fieldSwing, 0, JUSTIFY_RIGHT},        {&fieldSelect3A, 0, JUSTIFY_RIGHT},
@@ -104,7 +104,7 @@ void FieldToUTF8Line(orvikData_t* data, const Field_t& field, UTF8Line_t* line, 
 
 void FieldsToUTF8Lines(orvikData_t* data) {
   InitializeUTF8Display(data);
-  for (const Placement_t& place : LAYOUT) {
+  for (const placement_t& place : LAYOUT) {
     FieldToUTF8Line(data, *place.field, &data->utf8Display[place.line], place.justification);
   }
   LayLCDField(data);

@@ -11,7 +11,7 @@
 
 namespace {
 
-PlainWord_t<int> systemTextShown;                           // written under displayMutex
+PlainWord<int> systemTextShown;                             // written under displayMutex
 std::array<std::vector<unsigned>, FIELD_COUNT> keptFields;  // under displayMutex
 
 void KeepFields() {

@@ -6,13 +6,13 @@
 namespace {
 
 // What a lead byte announces.
-struct Lead_t {
+struct lead_t {
   std::size_t length;      // bytes of the whole sequence; 0 where no sequence begins so
   std::uint32_t bits;      // the code point's bits that the lead byte carries
   std::uint32_t smallest;  // below it the sequence is longer than the code point needs
 };
 
-Lead_t ReadLead(unsigned char c) {
+lead_t ReadLead(unsigned char c) {
   if (c < 0x80) return {1, c, 0};
   if ((c & 0xE0U) == 0xC0) return {2, c & 0x1FU, 0x80};
   if ((c & 0xF0U) == 0xE0) return {3, c & 0x0FU, 0x800};
@@ -31,7 +31,7 @@ bool IsValidCodePoint(std::uint32_t codePoint, std::uint32_t smallest) {
 }
 
 // Whether the announced bytes, all of them there, make a character.
-bool IsWellFormed(std::string_view sequence, const Lead_t& lead) {
+bool IsWellFormed(std::string_view sequence, const lead_t& lead) {
   std::uint32_t codePoint = lead.bits;
   for (const char c : sequence.substr(1)) {
     if (!IsContinuation(c)) return false;
@@ -48,7 +48,7 @@ std::size_t CountContinuations(std::string_view text) {
 
 // Appends the repaired form of the sequence that `rest` begins with; returns the bytes that it took.
 std::size_t AppendRepaired(std::string_view rest, std::string& repaired) {
-  const Lead_t lead = ReadLead(static_cast<unsigned char>(rest.front()));
+  const lead_t lead = ReadLead(static_cast<unsigned char>(rest.front()));
   if (lead.length == 0) {
     repaired.append(FULLWIDTH_QUESTION_MARK_OCTET);
     return 1;

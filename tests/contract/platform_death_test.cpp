@@ -23,7 +23,7 @@ class ServerDeath : public ServedTest {
     senders.clear();
     EXPECT_EQ(failed, SENDERS);
     const auto fails = [this] {
-      EXPECT_EQ(ErrorOf(Ask(ask_t::kEcho)), ESRCH);
+      EXPECT_EQ(ErrorOf(Ask(ask_t::ECHO)), ESRCH);
       EXPECT_EQ(ErrorOf(MsgSendPulse(coid_, 10, 1, 1)), ESRCH);
     };
     fails();
@@ -35,12 +35,12 @@ class ServerDeath : public ServedTest {
 
 TEST_F(ServerDeath, BeforeItReceivesFailsTheSenders) {
   server_.SignalWith(SIGSTOP);
-  KillUnder(ask_t::kEcho, LetThemBlock);
+  KillUnder(ask_t::ECHO, LetThemBlock);
 }
 
 TEST_F(ServerDeath, BeforeItRepliesFailsTheSenders) {
-  EXPECT_EQ(Ask(ask_t::kEcho), 1);
-  KillUnder(ask_t::kHold, [this] {
+  EXPECT_EQ(Ask(ask_t::ECHO), 1);
+  KillUnder(ask_t::HOLD, [this] {
     for (int i = 0; i < SENDERS; ++i) EXPECT_TRUE(held_.Await());
   });
 }
@@ -49,7 +49,7 @@ TEST_F(ServerDeath, WhileSendersWaitForRoomFailsThem) {
   server_.SignalWith(SIGSTOP);
   while (MsgSendPulse(coid_, 10, 1, 0) == 0) continue;
   ASSERT_EQ(errno, EAGAIN);
-  KillUnder(ask_t::kEcho, LetThemBlock);
+  KillUnder(ask_t::ECHO, LetThemBlock);
 }
 
 TEST_F(ServerDeath, InAnyMomentFailsOrAnswersAndNeverHangs) {

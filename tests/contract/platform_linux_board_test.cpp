@@ -28,15 +28,15 @@ class Board : public PlatformTest {
   Board() { EXPECT_EQ(ThreadCtl(_NTO_TCTL_IO, nullptr), 0); }
   platform::board_state_t& State() const { return *owner_.Get(); }
 
-  BoardMapping owner_{BoardMapping::Role::kOwner};
+  BoardMapping owner_{BoardMapping::role_t::OWNER};
 };
 
 TEST_F(Board, AnswersTheScannersStrobesWithTheKeysHeld) {
   const std::uintptr_t keypad = mmap_device_io(8, 0x43FA8000);
   ASSERT_NE(keypad, MAP_DEVICE_FAILED);
   out16(keypad, 0x0F0F);
-  KeysHeldBy(State(), platform::key_source_t::kPanel) = 0x80;
-  KeysHeldBy(State(), platform::key_source_t::kKeyDevice) = 0x110;  // there is no ninth key
+  KeysHeldBy(State(), platform::key_source_t::PANEL) = 0x80;
+  KeysHeldBy(State(), platform::key_source_t::KEY_DEVICE) = 0x110;  // there is no ninth key
   // Columns are driven low as outputs alone; no key closes column 10.
   for (const auto& [direction, data, rows] : {std::tuple(0x0F00U, 0xF7FFU, 0xDU),
                                               {0x0F00U, 0xFBFFU, 0xFU},
@@ -52,8 +52,8 @@ TEST_F(Board, AnswersTheScannersStrobesWithTheKeysHeld) {
 }
 
 TEST_F(Board, KeepsItsPadsAndHasNothingElsewhere) {
-  EXPECT_EQ(BoardMapping(BoardMapping::Role::kOwner).Get(), nullptr) << "there is one owner";
-  EXPECT_EQ(BoardMapping(BoardMapping::Role::kUser).Get()->magic, State().magic);
+  EXPECT_EQ(BoardMapping(BoardMapping::role_t::OWNER).Get(), nullptr) << "there is one owner";
+  EXPECT_EQ(BoardMapping(BoardMapping::role_t::USER).Get()->magic, State().magic);
   const std::uintptr_t pads = mmap_device_io(16, 0x43FAC060);
   ASSERT_NE(pads, MAP_DEVICE_FAILED);
   out32(pads + 4, 0x12121212);
@@ -129,7 +129,7 @@ TEST_F(Board, BeeperTakesItsExactCommandAndCountsTheRest) {
 }
 
 TEST_F(Board, BacklightTakesItsThreeCommandsAndCountsTheRest) {
-  constexpr int kPeriod = CommandWord(0x80040501U), kDuty = CommandWord(0x80040503U);
+  constexpr int PERIOD = CommandWord(0x80040501U), DUTY = CommandWord(0x80040503U);
   const int device = platform::OpenDevice("/dev/pwm0", O_RDONLY);
   ASSERT_GT(device, 0);
   int period = 100;
@@ -141,12 +141,12 @@ TEST_F(Board, BacklightTakesItsThreeCommandsAndCountsTheRest) {
     int error;
   };
   for (const auto& [command, value, bytes, error] : {case_t{ENABLE, nullptr, 0, 0},
-                                                     {kPeriod, &period, 4, 0},
-                                                     {kDuty, &duty, 4, 0},
-                                                     {kDuty, &duty, 4, 0},  // no change
+                                                     {PERIOD, &period, 4, 0},
+                                                     {DUTY, &duty, 4, 0},
+                                                     {DUTY, &duty, 4, 0},  // no change
                                                      {ENABLE, &duty, 4, EINVAL},
-                                                     {kDuty, &period, 2, EINVAL},
-                                                     {kDuty, nullptr, 4, EINVAL},
+                                                     {DUTY, &period, 2, EINVAL},
+                                                     {DUTY, nullptr, 4, EINVAL},
                                                      {CommandWord(0x80040502U), &period, 4, ENOTTY}}) {
     EXPECT_EQ(devctl(device, command, value, bytes, nullptr), error) << std::hex << command;
   }
@@ -164,7 +164,7 @@ TEST_F(NoBoard, MeansNoDevices) {
   for (const char* path : {"/dev/io_interface", "/dev/pwm0"}) {
     EXPECT_EQ(ErrorOf(platform::OpenDevice(path, O_RDWR)), ENOENT);
   }
-  EXPECT_EQ(BoardMapping(BoardMapping::Role::kUser).Get(), nullptr);
+  EXPECT_EQ(BoardMapping(BoardMapping::role_t::USER).Get(), nullptr);
   EXPECT_EQ(devctl(-1, 0, nullptr, 0, nullptr), EBADF);
 }
 

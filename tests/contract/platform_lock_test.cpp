@@ -84,13 +84,13 @@ class Lock : public PlatformTest {
 };
 
 TEST_F(Lock, AdmitsOneAtATimeOfThreadsAndProcesses) {
-  constexpr int kTimes = 20000;
+  constexpr int TIMES = 20000;
   std::array<std::unique_ptr<Child>, 3> processes;
-  for (auto& process : processes) process = std::make_unique<Child>([this] { return StepTimes(kTimes); });
-  StartThreads(3, [this](int) { StepTimes(kTimes); }).clear();
+  for (auto& process : processes) process = std::make_unique<Child>([this] { return StepTimes(TIMES); });
+  StartThreads(3, [this](int) { StepTimes(TIMES); }).clear();
   for (auto& process : processes) EXPECT_EQ(process->Result(), 0);
-  EXPECT_EQ(shared_->first, 6 * kTimes);
-  EXPECT_EQ(shared_->second, 6 * kTimes);
+  EXPECT_EQ(shared_->first, 6 * TIMES);
+  EXPECT_EQ(shared_->second, 6 * TIMES);
 }
 
 TEST_F(Lock, OfAKilledHolderGoesToTheNextWithTheSlotOnce) {

@@ -18,7 +18,7 @@ Bytes MakeMessage(std::size_t size, unsigned seed) {
   Bytes bytes(size);
   for (std::size_t i = 0; i < size; ++i)
     bytes[i] = static_cast<std::uint8_t>(i * 31 + seed * std::size_t{7} + (i >> 8U));
-  if (size > 0) bytes[0] = static_cast<std::uint8_t>(ask_t::kEcho);
+  if (size > 0) bytes[0] = static_cast<std::uint8_t>(ask_t::ECHO);
   return bytes;
 }
 
@@ -40,23 +40,23 @@ TEST_F(Messages, ComeBackWholeOrCutToTheRoomOfTheSenderInEverySize) {
 TEST_F(Messages, AreRefusedAndHarmNothing) {
   const Bytes tooLong(LARGEST_MESSAGE + 1);
   EXPECT_EQ(ErrorOf(MsgSend(coid_, tooLong.data(), tooLong.size(), nullptr, 0)), EMSGSIZE);
-  EXPECT_EQ(ErrorOf(Ask(ask_t::kError)), EDOM);
+  EXPECT_EQ(ErrorOf(Ask(ask_t::ERROR)), EDOM);
   const int closed = name_open(SERVER_NAME, 0);
   ASSERT_EQ(name_close(closed), 0);
   for (const int coid : {-1, closed, 123456}) {
     EXPECT_EQ(ErrorOf(MsgSend(coid, "E", 1, nullptr, 0)), EBADF);
     EXPECT_EQ(ErrorOf(MsgSendPulse(coid, 10, 0, 0)), EBADF);
   }
-  EXPECT_EQ(Ask(ask_t::kEcho), 1);
+  EXPECT_EQ(Ask(ask_t::ECHO), 1);
 }
 
 TEST_F(Messages, WaitingForAReplyEndsWhenAnotherThreadClosesTheConnection) {
-  std::thread waiting([&] { EXPECT_EQ(Ask(ask_t::kHold), -1); });
+  std::thread waiting([&] { EXPECT_EQ(Ask(ask_t::HOLD), -1); });
   EXPECT_TRUE(held_.Await());
   EXPECT_EQ(name_close(coid_), 0);
   waiting.join();
   coid_ = name_open(SERVER_NAME, 0);
-  EXPECT_EQ(Ask(ask_t::kEcho), 1);
+  EXPECT_EQ(Ask(ask_t::ECHO), 1);
 }
 
 // Receiver and sender in one process, each test with the channel in its own hand.
@@ -208,14 +208,14 @@ TEST_F(Channels, ServeAHundredConnectionsInTheOrderOfTheirPulses) {
 using Names = PlatformTest;
 
 TEST_F(Names, AreHeldByOneAtATime) {
-  constexpr const char* kOdd = "a name/with %";
+  constexpr const char* ODD = "a name/with %";
   const auto attach = [](const char* name) { return name_attach(nullptr, name, 0); };
-  EXPECT_EQ(ErrorOf(name_open(kOdd, 0)), ENOENT);
-  name_attach_t* const first = attach(kOdd);
+  EXPECT_EQ(ErrorOf(name_open(ODD, 0)), ENOENT);
+  name_attach_t* const first = attach(ODD);
   ASSERT_NE(first, nullptr);
-  EXPECT_EQ(attach(kOdd), nullptr);
+  EXPECT_EQ(attach(ODD), nullptr);
   EXPECT_EQ(errno, EEXIST);
-  Child rival([&] { return attach(kOdd) == nullptr && errno == EEXIST ? 0 : 1; });
+  Child rival([&] { return attach(ODD) == nullptr && errno == EEXIST ? 0 : 1; });
   EXPECT_EQ(rival.Result(), 0);
 
   name_attach_t* const other = attach("a name");
@@ -225,8 +225,8 @@ TEST_F(Names, AreHeldByOneAtATime) {
   EXPECT_EQ(attach("a name"), nullptr) << "looking a name up must not free it";
 
   EXPECT_EQ(name_detach(first, 0), 0);
-  EXPECT_EQ(ErrorOf(name_open(kOdd, 0)), ENOENT);
-  name_attach_t* const again = attach(kOdd);
+  EXPECT_EQ(ErrorOf(name_open(ODD, 0)), ENOENT);
+  name_attach_t* const again = attach(ODD);
   EXPECT_NE(again, nullptr);
   EXPECT_EQ(name_close(coid), 0);
   EXPECT_EQ(name_detach(again, 0), 0);

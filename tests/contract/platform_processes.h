@@ -138,9 +138,9 @@ constexpr const char* SERVER_NAME = "Contract";
 constexpr std::size_t LARGEST_MESSAGE = (1U << 20U) + (1U << 10U);
 
 enum class ask_t : std::uint8_t {
-  kEcho = 'E',   // the same bytes come back, their number is the status
-  kHold = 'H',   // no answer, ever
-  kError = 'R',  // the answer is the error EDOM
+  ECHO = 'E',   // the same bytes come back, their number is the status
+  HOLD = 'H',   // no answer, ever
+  ERROR = 'R',  // the answer is the error EDOM
 };
 
 // Answers messages as their first byte asks.
@@ -160,11 +160,11 @@ class Server {
 
  private:
   void Answer(int rcvid, std::size_t bytes, const Signal& held) const {
-    switch (bytes > 0 ? static_cast<ask_t>(buffer_[0]) : ask_t::kEcho) {
-      case ask_t::kHold:
+    switch (bytes > 0 ? static_cast<ask_t>(buffer_[0]) : ask_t::ECHO) {
+      case ask_t::HOLD:
         held.Raise();
         break;
-      case ask_t::kError:
+      case ask_t::ERROR:
         MsgError(rcvid, EDOM);
         break;
       default:

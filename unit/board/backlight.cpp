@@ -15,9 +15,9 @@
 namespace unit {
 namespace {
 
-constexpr const char* kMaximumFile = "/max_brightness";
-constexpr const char* kStrengthFile = "/brightness";
-constexpr const char* kPowerFile = "/bl_power";
+constexpr const char* MAXIMUM_FILE = "/max_brightness";
+constexpr const char* STRENGTH_FILE = "/brightness";
+constexpr const char* POWER_FILE = "/bl_power";
 
 [[noreturn]] void Refuse(const std::string& path, int error) {
   const char* const remedy = error == EACCES || error == EPERM ? "; let this user write it" : "";
@@ -35,8 +35,8 @@ std::uint32_t Brightness(std::uint32_t most, std::uint32_t period, std::uint32_t
 Backlight::Backlight(std::string directory) : directory_(std::move(directory)) {
   try {
     most_ = ReadMaximum();
-    CheckWritable(kStrengthFile);
-    if (::access((directory_ + kPowerFile).c_str(), F_OK) == 0) CheckWritable(kPowerFile);
+    CheckWritable(STRENGTH_FILE);
+    if (::access((directory_ + POWER_FILE).c_str(), F_OK) == 0) CheckWritable(POWER_FILE);
   } catch (const std::runtime_error& error) {
     throw std::runtime_error(std::string("backlight: ") + error.what() +
                              ". Give --backlight a folder of /sys/class/backlight that this user may write.");
@@ -44,7 +44,7 @@ Backlight::Backlight(std::string directory) : directory_(std::move(directory)) {
 }
 
 std::uint32_t Backlight::ReadMaximum() const {
-  const std::string path = directory_ + kMaximumFile;
+  const std::string path = directory_ + MAXIMUM_FILE;
   std::ifstream file(path);
   if (!file) Refuse(path, errno);
   std::string text;
@@ -88,10 +88,10 @@ void Backlight::Follow(bool enabled, std::uint32_t period, std::uint32_t duty, t
 }
 
 void Backlight::Apply(std::uint32_t period, std::uint32_t duty) {
-  if (!isPowered_ && ::access((directory_ + kPowerFile).c_str(), F_OK) == 0) Write(kPowerFile, 0);
+  if (!isPowered_ && ::access((directory_ + POWER_FILE).c_str(), F_OK) == 0) Write(POWER_FILE, 0);
   isPowered_ = true;
   const std::uint32_t strength = Brightness(most_, period, duty);
-  if (strength_ != strength) Write(kStrengthFile, strength);
+  if (strength_ != strength) Write(STRENGTH_FILE, strength);
   strength_ = strength;
 }
 

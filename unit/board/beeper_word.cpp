@@ -7,7 +7,7 @@
 namespace unit {
 
 void SilenceBeeper() {
-  const platform::BoardMapping board(platform::BoardMapping::Role::kUser);
+  const platform::BoardMapping board(platform::BoardMapping::role_t::USER);
   if (board.Get() == nullptr) return;
   constexpr auto SILENT = std::bit_cast<std::uint32_t>(0.0F);
   if (board.Get()->beeperValue.exchange(SILENT) != SILENT) ++board.Get()->beeperChanges;

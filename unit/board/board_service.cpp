@@ -43,12 +43,12 @@ void AddProblem(std::string& detail, const char* part, const std::string& proble
 // real parts, these follow it on threads of their own.
 class BoardService : public Service {
  public:
-  explicit BoardService(const Options_t& options) : options_(options) {}
+  explicit BoardService(const options_t& options) : options_(options) {}
   ~BoardService() override { BoardService::Stop(); }
 
   void Start() override {
     const std::lock_guard lock(mutex_);
-    mapping_ = std::make_unique<platform::BoardMapping>(platform::BoardMapping::Role::kOwner);
+    mapping_ = std::make_unique<platform::BoardMapping>(platform::BoardMapping::role_t::OWNER);
     if (mapping_->Get() == nullptr) {
       mapping_.reset();
       throw std::runtime_error(
@@ -75,11 +75,11 @@ class BoardService : public Service {
     mapping_.reset();
   }
 
-  Status_t GetStatus() const override {
+  status_t GetStatus() const override {
     const std::lock_guard lock(mutex_);
     if (!mapping_) return {"board", false, "stopped", {}};
     const board_view_t view = ViewBoard(*mapping_->Get());
-    Status_t status{"board", true, {}, {}};
+    status_t status{"board", true, {}, {}};
     status.counters = {{"outputWrites", view.outputWrites},
                        {"outputRefused", view.outputRefused},
                        {"pwmChanges", view.backlightChanges},
@@ -130,7 +130,7 @@ class BoardService : public Service {
     }
   }
 
-  const Options_t options_;
+  const options_t options_;
   NotifyLink link_;
   // The watch's: what the black box knows of the keys.
   RollingLog keyLog_{"keys", KEYS_KEPT};
@@ -146,7 +146,7 @@ class BoardService : public Service {
 
 }  // namespace
 
-std::unique_ptr<Service> MakeBoardService(const Options_t& options) {
+std::unique_ptr<Service> MakeBoardService(const options_t& options) {
   return std::make_unique<BoardService>(options);
 }
 

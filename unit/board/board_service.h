@@ -7,6 +7,6 @@
 
 namespace unit {
 
-std::unique_ptr<Service> MakeBoardService(const Options_t& options);
+std::unique_ptr<Service> MakeBoardService(const options_t& options);
 
 }  // namespace unit

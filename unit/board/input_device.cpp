@@ -38,7 +38,7 @@ const char* Remedy(int error) {
 
 }  // namespace
 
-void InputDevice::Free::operator()(libevdev* evdev) const {
+void InputDevice::free_t::operator()(libevdev* evdev) const {
   libevdev_free(evdev);
 }
 

@@ -29,13 +29,13 @@ class InputDevice {
   bool IsGone() const;
 
  private:
-  struct Free {
+  struct free_t {
     void operator()(libevdev* evdev) const;
   };
 
   std::string path_;
   bus::Descriptor descriptor_;
-  std::unique_ptr<libevdev, Free> evdev_;
+  std::unique_ptr<libevdev, free_t> evdev_;
 };
 
 }  // namespace unit

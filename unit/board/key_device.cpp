@@ -23,7 +23,7 @@ constexpr int FOREVER = -1;
 KeyDevice::KeyDevice(std::string path, KeyMap map, platform::board_state_t& board)
     : path_(std::move(path)),
       map_(std::move(map)),
-      held_(platform::KeysHeldBy(board, platform::key_source_t::kKeyDevice)),
+      held_(platform::KeysHeldBy(board, platform::key_source_t::KEY_DEVICE)),
       stop_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   if (stop_.Get() < 0) throw std::system_error(errno, std::generic_category(), "no event descriptor");
   thread_ = std::thread([this] { Run(); });

@@ -23,7 +23,7 @@ class KeyDevice {
  public:
   static constexpr std::chrono::milliseconds RETRY{1000};
 
-  // Starts the thread, which alone writes the board's word of key_source_t::kKeyDevice; `board` must outlive
+  // Starts the thread, which alone writes the board's word of key_source_t::KEY_DEVICE; `board` must outlive
   // this. Throws std::runtime_error when the system has no thread or descriptor left.
   KeyDevice(std::string path, KeyMap map, platform::board_state_t& board);
   // Releases all keys.

@@ -11,13 +11,13 @@
 namespace unit {
 namespace {
 
-struct FreeEntry {
+struct free_entry_t {
   void operator()(archive_entry* entry) const { archive_entry_free(entry); }
 };
-struct FreeReader {
+struct free_reader_t {
   void operator()(archive* reader) const { archive_read_free(reader); }
 };
-struct FreeWriter {
+struct free_writer_t {
   void operator()(archive* writer) const { archive_write_free(writer); }
 };
 
@@ -55,12 +55,12 @@ std::string ReadContent(const std::string& file, archive* reader, std::size_t ro
 }  // namespace
 
 void WriteArchive(const std::string& file, const archive_t& content) {
-  const std::unique_ptr<archive, FreeWriter> writer(archive_write_new());
+  const std::unique_ptr<archive, free_writer_t> writer(archive_write_new());
   archive_write_add_filter_gzip(writer.get());
   archive_write_set_format_pax_restricted(writer.get());
   Check(file, writer.get(), archive_write_open_filename(writer.get(), file.c_str()));
   for (const auto& [path, text] : content) {
-    const std::unique_ptr<archive_entry, FreeEntry> entry(archive_entry_new());
+    const std::unique_ptr<archive_entry, free_entry_t> entry(archive_entry_new());
     archive_entry_set_pathname(entry.get(), path.c_str());
     archive_entry_set_size(entry.get(), static_cast<la_int64_t>(text.size()));
     archive_entry_set_filetype(entry.get(), AE_IFREG);
@@ -73,7 +73,7 @@ void WriteArchive(const std::string& file, const archive_t& content) {
 }
 
 archive_t ReadArchive(const std::string& file) {
-  const std::unique_ptr<archive, FreeReader> reader(archive_read_new());
+  const std::unique_ptr<archive, free_reader_t> reader(archive_read_new());
   archive_read_support_filter_gzip(reader.get());
   archive_read_support_format_tar(reader.get());
   Check(file, reader.get(), archive_read_open_filename(reader.get(), file.c_str(), BLOCK));

@@ -37,12 +37,12 @@ std::string FormatValue(unsigned handle) {
 }
 
 // The one parameter that a (shortened) name means; says so when there is none or more than one.
-std::optional<Named_t> Complete(std::span<const Named_t> table, const std::string& name) {
+std::optional<named_t> Complete(std::span<const named_t> table, const std::string& name) {
   std::vector<std::string> names;
-  for (const Named_t& named : table) names.push_back(named.name);
+  for (const named_t& named : table) names.push_back(named.name);
   const std::vector<std::string_view> candidates = FindCandidates(names, name);
   if (candidates.size() == 1) {
-    return *std::ranges::find(table, candidates[0], [](const Named_t& n) { return std::string_view(n.name); });
+    return *std::ranges::find(table, candidates[0], [](const named_t& n) { return std::string_view(n.name); });
   }
   if (candidates.empty()) {
     std::cerr << "unit db: no parameter begins with \"" << name << "\"; \"unit db list\" shows all.\n";
@@ -56,12 +56,12 @@ std::optional<Named_t> Complete(std::span<const Named_t> table, const std::strin
   return std::nullopt;
 }
 
-std::optional<std::vector<Named_t>> CompleteAll(std::span<const std::string> names) {
-  std::vector<Named_t> table = ReadNameTable();
+std::optional<std::vector<named_t>> CompleteAll(std::span<const std::string> names) {
+  std::vector<named_t> table = ReadNameTable();
   if (names.empty()) return table;
-  std::vector<Named_t> found;
+  std::vector<named_t> found;
   for (const std::string& name : names) {
-    const std::optional<Named_t> named = Complete(table, name);
+    const std::optional<named_t> named = Complete(table, name);
     if (!named) return std::nullopt;
     found.push_back(*named);
   }
@@ -83,7 +83,7 @@ int GetParameters(std::span<const std::string> names) {
   if (!Attach()) return 1;
   const auto found = CompleteAll(names);
   if (!found) return 1;
-  for (const Named_t& named : *found) std::cout << named.name << ' ' << FormatValue(named.handle) << '\n';
+  for (const named_t& named : *found) std::cout << named.name << ' ' << FormatValue(named.handle) << '\n';
   return 0;
 }
 
@@ -97,8 +97,8 @@ int SetParameter(const std::string& name, const std::string& value) {
     return 2;
   }
   if (!Attach()) return 1;
-  const std::vector<Named_t> table = ReadNameTable();
-  const std::optional<Named_t> named = Complete(table, name);
+  const std::vector<named_t> table = ReadNameTable();
+  const std::optional<named_t> named = Complete(table, name);
   if (!named) return 1;
   if (value == "-") {
     DBSHM::Write(named->handle, 0.0, 0, false);
@@ -111,15 +111,15 @@ int SetParameter(const std::string& name, const std::string& value) {
 
 int ListParameters(const std::string& prefix) {
   if (!Attach()) return 1;
-  std::vector<Named_t> table = ReadNameTable();
-  std::erase_if(table, [&prefix](const Named_t& named) { return !named.name.starts_with(prefix); });
+  std::vector<named_t> table = ReadNameTable();
+  std::erase_if(table, [&prefix](const named_t& named) { return !named.name.starts_with(prefix); });
   if (table.empty()) {
     std::cerr << "unit db: no parameter begins with \"" << prefix << "\"; \"unit db list\" shows all.\n";
     return 1;
   }
   std::size_t width = 0;
-  for (const Named_t& named : table) width = std::max(width, named.name.size());
-  for (const Named_t& named : table) {
+  for (const named_t& named : table) width = std::max(width, named.name.size());
+  for (const named_t& named : table) {
     std::printf("%-*s %5u  %s\n", static_cast<int>(width), named.name.c_str(), named.handle,
                 FormatValue(named.handle).c_str());
   }
@@ -135,7 +135,7 @@ int WatchParameters(std::span<const std::string> names,
   std::map<unsigned, std::string> shown;
   unsigned turn = 0;
   do {
-    for (const Named_t& named : *found) {
+    for (const named_t& named : *found) {
       std::string value = FormatValue(named.handle);
       std::string& last = shown[named.handle];
       if (value == last) continue;
@@ -143,7 +143,7 @@ int WatchParameters(std::span<const std::string> names,
       last = std::move(value);
     }
     if (++turn % OWNER_CHECK != 0) continue;
-    if (LookAtDatabase() != DatabaseState::kComplete || DatabaseView().Number() != database) {
+    if (LookAtDatabase() != database_state_t::COMPLETE || DatabaseView().Number() != database) {
       std::cerr << "unit db: the database's owner has ended.\n";
       return 1;
     }

@@ -42,24 +42,24 @@ std::atomic_ref<std::uint32_t> CompleteMark(void* memory) {
       *reinterpret_cast<std::uint32_t*>(static_cast<std::uint8_t*>(memory) + EntryAt(0)));
 }
 
-void WriteEntry(std::size_t entry, const Parameter_t& parameter) {
+void WriteEntry(std::size_t entry, const parameter_t& parameter) {
   std::memcpy(Memory() + EntryAt(entry) + sizeof(std::uint32_t), parameter.name.c_str(),
               parameter.name.size() + 1);
   if (entry > 0) platform::StoreLe32(Object(), EntryAt(entry), parameter.handle);
 }
 
-void WriteNotifyValues(std::span<const Parameter_t> parameters) {
+void WriteNotifyValues(std::span<const parameter_t> parameters) {
   auto& lock = *reinterpret_cast<platform::shared_lock_t*>(Memory() + LOCK_AT);
   std::ignore = platform::LockShared(lock);
-  for (const Parameter_t& parameter : parameters) {
+  for (const parameter_t& parameter : parameters) {
     const std::uint32_t value = parameter.notify ? parameter.handle : 0;
     platform::StoreLe32(Object(), SLOTS_AT + SLOT_SIZE * parameter.handle + NOTIFY_AT, value);
   }
   platform::UnlockShared(lock);
 }
 
-void Fill(std::span<const Parameter_t> parameters) {
-  for (const Parameter_t& parameter : parameters) {
+void Fill(std::span<const parameter_t> parameters) {
+  for (const parameter_t& parameter : parameters) {
     if (parameter.first) DBSHM::Write(parameter.handle, *parameter.first);
   }
   WriteNotifyValues(parameters);  // after the values, which nobody waits for yet
@@ -121,33 +121,33 @@ bool HasLivingOwner(void* memory) {
 
 namespace {
 
-DatabaseState StateOf(const Glance& glance) {
-  if (!glance.Exists()) return DatabaseState::kNone;
-  if (glance.Get() == nullptr || !HasLivingOwner(glance.Get())) return DatabaseState::kOrphan;
+database_state_t StateOf(const Glance& glance) {
+  if (!glance.Exists()) return database_state_t::NONE;
+  if (glance.Get() == nullptr || !HasLivingOwner(glance.Get())) return database_state_t::ORPHAN;
   const bool complete = CompleteMark(glance.Get()).load(std::memory_order_acquire) != 0;
-  return complete ? DatabaseState::kComplete : DatabaseState::kFilling;
+  return complete ? database_state_t::COMPLETE : database_state_t::FILLING;
 }
 
 }  // namespace
 
-DatabaseState LookAtDatabase() {
+database_state_t LookAtDatabase() {
   return StateOf(Glance());
 }
 
 std::optional<object_id_t> IdentifyDatabase() {
   const Glance glance;
-  if (StateOf(glance) != DatabaseState::kComplete) return std::nullopt;
+  if (StateOf(glance) != database_state_t::COMPLETE) return std::nullopt;
   return glance.Id();
 }
 
-void MakeDatabase(std::span<const Parameter_t> parameters) {
-  const DatabaseState state = LookAtDatabase();
-  if (state == DatabaseState::kFilling || state == DatabaseState::kComplete) {
+void MakeDatabase(std::span<const parameter_t> parameters) {
+  const database_state_t state = LookAtDatabase();
+  if (state == database_state_t::FILLING || state == database_state_t::COMPLETE) {
     throw std::runtime_error(
         "another process owns the parameter database of this runtime directory; stop it first, or set "
         "ORVIK_RUNTIME_DIR to another folder");
   }
-  if (state == DatabaseState::kOrphan) platform::UnlinkSharedObject(OBJECT_NAME);
+  if (state == database_state_t::ORPHAN) platform::UnlinkSharedObject(OBJECT_NAME);
   DBSHM::Init();
   if (DBSHM::getMemoryPtr() == nullptr || DBSHM::getPid() != getpid()) {
     throw std::runtime_error(
@@ -162,8 +162,8 @@ void RemoveDatabase() {
   ChannelDestroy(DBSHM::getChid());
 }
 
-std::vector<Named_t> ReadNameTable() {
-  std::vector<Named_t> names;
+std::vector<named_t> ReadNameTable() {
+  std::vector<named_t> names;
   const std::size_t last = platform::LoadLe32(Object(), LAST_NAME_AT);
   for (std::size_t entry = 0; entry <= last && entry < NAME_ENTRIES; ++entry) {
     const auto* text = reinterpret_cast<const char*>(Memory() + EntryAt(entry) + sizeof(std::uint32_t));

@@ -15,26 +15,26 @@ namespace unit {
 // Makes the object, first taking away one that a dead owner left behind, and fills the name table, the first
 // values and the notification values. Throws std::runtime_error when another process owns it or it cannot be
 // made.
-void MakeDatabase(std::span<const Parameter_t> parameters);
+void MakeDatabase(std::span<const parameter_t> parameters);
 // Removes the object and the owner's channel. What this process mapped stays readable.
 void RemoveDatabase();
 
 // The names and handles in the object that this process has attached to, in the table's order. Damaged entries
 // are left out.
-struct Named_t {
+struct named_t {
   std::string name;
   unsigned handle;
 };
-std::vector<Named_t> ReadNameTable();
+std::vector<named_t> ReadNameTable();
 
 // A look at the object without attaching to it.
-enum class DatabaseState {
-  kNone,     // there is no such object
-  kOrphan,   // its owner is dead, or it is not a database
-  kFilling,  // its owner has not yet finished making it
-  kComplete,
+enum class database_state_t {
+  NONE,     // there is no such object
+  ORPHAN,   // its owner is dead, or it is not a database
+  FILLING,  // its owner has not yet finished making it
+  COMPLETE,
 };
-DatabaseState LookAtDatabase();
+database_state_t LookAtDatabase();
 
 // What tells an object from the next one of the same name.
 struct object_id_t {

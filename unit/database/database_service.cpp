@@ -34,16 +34,16 @@ constexpr std::size_t CHANGE_SIZE = 16;
 
 class DatabaseService : public Service {
  public:
-  explicit DatabaseService(const Options_t& options) : file_(options.configDirectory + "/parameters.xml") {}
+  explicit DatabaseService(const options_t& options) : file_(options.configDirectory + "/parameters.xml") {}
   ~DatabaseService() override { DatabaseService::Stop(); }
 
   void Start() override;
   void Stop() override;
-  Status_t GetStatus() const override;
+  status_t GetStatus() const override;
 
  private:
   // A parameter whose changes are published, and its value as it was published last.
-  struct Watched_t {
+  struct watched_t {
     unsigned handle;
     std::optional<std::uint64_t> published;
   };
@@ -52,7 +52,7 @@ class DatabaseService : public Service {
   void TakeChange(unsigned handle);
   bool IsStopping();
   void LookAround();
-  bool PublishChange(Watched_t& watched);
+  bool PublishChange(watched_t& watched);
 
   const std::string file_;
   std::size_t parameters_ = 0;
@@ -64,7 +64,7 @@ class DatabaseService : public Service {
   NotifyLink link_;
 
   std::mutex watchedMutex_;  // guards the two below
-  std::vector<Watched_t> watched_;
+  std::vector<watched_t> watched_;
   std::unordered_map<unsigned, std::size_t> byHandle_;
 
   std::mutex stopMutex_;  // guards stopping_
@@ -78,10 +78,10 @@ class DatabaseService : public Service {
 };
 
 void DatabaseService::Start() {
-  const std::vector<Parameter_t> parameters = ReadParameterFile(file_);
+  const std::vector<parameter_t> parameters = ReadParameterFile(file_);
   MakeDatabase(parameters);
   parameters_ = parameters.size();
-  for (const Parameter_t& parameter : parameters) {
+  for (const parameter_t& parameter : parameters) {
     if (!parameter.notify) continue;
     byHandle_.emplace(parameter.handle, watched_.size());
     watched_.push_back({parameter.handle, std::nullopt});
@@ -115,7 +115,7 @@ void DatabaseService::Stop() {
   RemoveDatabase();
 }
 
-Status_t DatabaseService::GetStatus() const {
+status_t DatabaseService::GetStatus() const {
   return {.name = "database",
           .up = up_,
           .detail = {},
@@ -163,7 +163,7 @@ void DatabaseService::LookAround() {
   std::unique_lock lock(stopMutex_);
   while (!stopped_.wait_for(lock, LOOK_PERIOD, [this] { return stopping_; })) {
     lock.unlock();
-    for (Watched_t& watched : watched_) {
+    for (watched_t& watched : watched_) {
       const std::lock_guard guard(watchedMutex_);
       const bool isChange = watched.published.has_value();  // not the first time that it is published
       if (PublishChange(watched) && isChange) ++missed_;
@@ -174,7 +174,7 @@ void DatabaseService::LookAround() {
 
 // Publishes the value unless it is the one published last. A value that is not valid is published as a NaN.
 // What the manager does not take is tried again on the next look.
-bool DatabaseService::PublishChange(Watched_t& watched) {
+bool DatabaseService::PublishChange(watched_t& watched) {
   double value = 0;
   if (DBSHM::Read(watched.handle, value) == 0) value = std::numeric_limits<double>::quiet_NaN();
   if (watched.published == std::bit_cast<std::uint64_t>(value)) return false;
@@ -189,7 +189,7 @@ bool DatabaseService::PublishChange(Watched_t& watched) {
 
 }  // namespace
 
-std::unique_ptr<Service> MakeDatabaseService(const Options_t& options) {
+std::unique_ptr<Service> MakeDatabaseService(const options_t& options) {
   return std::make_unique<DatabaseService>(options);
 }
 

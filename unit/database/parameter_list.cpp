@@ -23,12 +23,12 @@ class ListReader {
  public:
   ListReader(std::string_view text, const std::string& file) : text_(text), file_(file) {}
 
-  std::vector<Parameter_t> Read();
+  std::vector<parameter_t> Read();
 
  private:
   [[noreturn]] void Fail(std::ptrdiff_t offset, const std::string& what) const;
   std::size_t LineOf(std::ptrdiff_t offset) const;
-  Parameter_t ReadParameter(const pugi::xml_node& node);
+  parameter_t ReadParameter(const pugi::xml_node& node);
   void CheckAttributes(const pugi::xml_node& node) const;
   std::string ReadName(const pugi::xml_node& node);
   unsigned ReadHandle(const pugi::xml_node& node);
@@ -41,7 +41,7 @@ class ListReader {
   std::map<unsigned, std::size_t> handleLines_;
 };
 
-std::vector<Parameter_t> ListReader::Read() {
+std::vector<parameter_t> ListReader::Read() {
   pugi::xml_document document;
   const pugi::xml_parse_result parsed = document.load_buffer(text_.data(), text_.size());
   if (!parsed) Fail(parsed.offset, std::string(parsed.description()) + "; correct the document's syntax");
@@ -49,7 +49,7 @@ std::vector<Parameter_t> ListReader::Read() {
   if (std::string_view(root.name()) != "orvik-parameters" || root.attribute("version").as_int() != 1) {
     Fail(root.offset_debug(), "the root must be <orvik-parameters version=\"1\">");
   }
-  std::vector<Parameter_t> parameters;
+  std::vector<parameter_t> parameters;
   for (const pugi::xml_node& node : root.children()) parameters.push_back(ReadParameter(node));
   if (parameters.empty()) Fail(root.offset_debug(), "has no <Parameter>; add at least one");
   if (parameters.size() > dbshm_layout::NAME_ENTRIES) {
@@ -69,7 +69,7 @@ std::size_t ListReader::LineOf(std::ptrdiff_t offset) const {
   return 1 + static_cast<std::size_t>(std::ranges::count(text_.substr(0, end), '\n'));
 }
 
-Parameter_t ListReader::ReadParameter(const pugi::xml_node& node) {
+parameter_t ListReader::ReadParameter(const pugi::xml_node& node) {
   if (std::string_view(node.name()) != "Parameter") {
     Fail(node.offset_debug(), std::string("<") + node.name() + "> is not known here; use <Parameter .../>");
   }
@@ -140,7 +140,7 @@ bool ListReader::ReadNotify(const pugi::xml_node& node) const {
 
 }  // namespace
 
-std::vector<Parameter_t> ReadParameterFile(const std::string& file) {
+std::vector<parameter_t> ReadParameterFile(const std::string& file) {
   std::ifstream stream(file, std::ios::binary);
   if (!stream) {
     throw std::runtime_error(file + ": cannot be read; name the folder that holds it with --config DIR");
@@ -150,7 +150,7 @@ std::vector<Parameter_t> ReadParameterFile(const std::string& file) {
   return ReadParameters(text.str(), file);
 }
 
-std::vector<Parameter_t> ReadParameters(std::string_view text, const std::string& file) {
+std::vector<parameter_t> ReadParameters(std::string_view text, const std::string& file) {
   return ListReader(text, file).Read();
 }
 

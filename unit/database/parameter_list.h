@@ -14,7 +14,7 @@
 
 namespace unit {
 
-struct Parameter_t {
+struct parameter_t {
   std::string name;
   unsigned handle = 0;
   std::optional<double> first;
@@ -22,8 +22,8 @@ struct Parameter_t {
 };
 
 // Throws std::runtime_error with file, line, what is wrong and what to write instead.
-std::vector<Parameter_t> ReadParameterFile(const std::string& file);
+std::vector<parameter_t> ReadParameterFile(const std::string& file);
 // The same for a text; `file` is for the messages.
-std::vector<Parameter_t> ReadParameters(std::string_view text, const std::string& file);
+std::vector<parameter_t> ReadParameters(std::string_view text, const std::string& file);
 
 }  // namespace unit

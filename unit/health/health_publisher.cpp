@@ -7,15 +7,15 @@
 
 namespace unit {
 
-std::string FormatStatus(const Status_t& status) {
+std::string FormatStatus(const status_t& status) {
   const nlohmann::json json = {
       {"name", status.name}, {"up", status.up}, {"detail", status.detail}, {"counters", status.counters}};
   return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-std::vector<Status_t> WorkersOf(const Status_t& status) {
+std::vector<status_t> WorkersOf(const status_t& status) {
   constexpr std::string_view PREFIX = "worker.";
-  std::vector<Status_t> workers;
+  std::vector<status_t> workers;
   for (const auto& [name, alive] : status.counters) {
     if (!name.starts_with(PREFIX)) continue;
     workers.push_back(
@@ -24,7 +24,7 @@ std::vector<Status_t> WorkersOf(const Status_t& status) {
   return workers;
 }
 
-HealthPublisher::HealthPublisher(std::function<std::vector<Status_t>()> collect)
+HealthPublisher::HealthPublisher(std::function<std::vector<status_t>()> collect)
     : collect_(std::move(collect)), thread_([this] { Run(); }) {}
 
 HealthPublisher::~HealthPublisher() {
@@ -40,9 +40,9 @@ void HealthPublisher::Run() {
   std::unique_lock lock(mutex_);
   while (!stopping_) {
     lock.unlock();
-    for (const Status_t& status : collect_()) {
+    for (const status_t& status : collect_()) {
       link_.Publish(HEALTH_CHANNEL_NAME, FormatStatus(status));
-      for (const Status_t& worker : WorkersOf(status)) link_.Publish(HEALTH_CHANNEL_NAME, FormatStatus(worker));
+      for (const status_t& worker : WorkersOf(status)) link_.Publish(HEALTH_CHANNEL_NAME, FormatStatus(worker));
     }
     lock.lock();
     wake_.wait_for(lock, std::chrono::seconds(1), [this] { return stopping_; });

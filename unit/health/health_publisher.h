@@ -15,16 +15,16 @@ namespace unit {
 
 // The workers that a service supervises, as services of their own: each counter "worker.NAME" of a status, 1
 // while the worker is alive and 0 while it is missing, becomes a status with the name "worker NAME".
-std::vector<Status_t> WorkersOf(const Status_t& status);
+std::vector<status_t> WorkersOf(const status_t& status);
 
 // {"name":"j1939","up":true,"detail":"","counters":{"received":12}}
-std::string FormatStatus(const Status_t& status);
+std::string FormatStatus(const status_t& status);
 
 // Owns its thread, which ends when the object does.
 class HealthPublisher {
  public:
   // `collect` gives what to publish; called on the publisher's thread until the destructor returns.
-  explicit HealthPublisher(std::function<std::vector<Status_t>()> collect);
+  explicit HealthPublisher(std::function<std::vector<status_t>()> collect);
   ~HealthPublisher();
   HealthPublisher(const HealthPublisher&) = delete;
   HealthPublisher& operator=(const HealthPublisher&) = delete;
@@ -32,7 +32,7 @@ class HealthPublisher {
  private:
   void Run();
 
-  std::function<std::vector<Status_t>()> collect_;
+  std::function<std::vector<status_t>()> collect_;
   NotifyLink link_;
   std::mutex mutex_;  // guards stopping_
   bool stopping_ = false;

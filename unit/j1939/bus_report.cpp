@@ -27,9 +27,9 @@ std::string FormatData(const bus::frame_t& frame) {
 
 }  // namespace
 
-void BusReport::Note(const bus::frame_t& frame, Direction direction) {
+void BusReport::Note(const bus::frame_t& frame, direction_t direction) {
   const std::lock_guard lock(mutex_);
-  ++(direction == Direction::kReceived ? received_ : sent_);
+  ++(direction == direction_t::RECEIVED ? received_ : sent_);
   const std::string identifier = FormatIdentifier(frame);
   if (const auto found = identifiers_.find(identifier); found != identifiers_.end()) {
     ++found->second;
@@ -71,11 +71,11 @@ std::optional<std::string> BusReport::TakeIfChanged() {
                          {"dropped", dropped_},
                          {"identifiers", identifiers_}};
   nlohmann::json& frames = json["frames"] = nlohmann::json::array();
-  for (const Entry_t& entry : frames_) {
+  for (const entry_t& entry : frames_) {
     frames.push_back({{"time", static_cast<double>(entry.frame.time_us) / 1e6},
                       {"id", FormatIdentifier(entry.frame)},
                       {"data", FormatData(entry.frame)},
-                      {"direction", entry.direction == Direction::kReceived ? "rx" : "tx"}});
+                      {"direction", entry.direction == direction_t::RECEIVED ? "rx" : "tx"}});
   }
   return json.dump();
 }

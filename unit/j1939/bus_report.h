@@ -25,11 +25,11 @@ class BusReport {
   static constexpr std::size_t LAST_FRAMES = 50;
   static constexpr std::size_t MAX_IDENTIFIERS = 64;  // frames of further ones are counted in the sums alone
 
-  enum class Direction { kReceived, kSent };
+  enum class direction_t { RECEIVED, SENT };
 
   BusReport(std::string bus, std::string interface) : bus_(std::move(bus)), interface_(std::move(interface)) {}
 
-  void Note(const bus::frame_t& frame, Direction direction);
+  void Note(const bus::frame_t& frame, direction_t direction);
   void NoteRefused();
   void NoteDropped();
   void SetUp(bool up);
@@ -40,9 +40,9 @@ class BusReport {
   bool IsUp() const;
 
  private:
-  struct Entry_t {
+  struct entry_t {
     bus::frame_t frame;
-    Direction direction;
+    direction_t direction;
   };
 
   const std::string bus_;
@@ -55,7 +55,7 @@ class BusReport {
   std::uint64_t refused_ = 0;
   std::uint64_t dropped_ = 0;
   std::map<std::string, std::uint64_t> identifiers_;
-  std::deque<Entry_t> frames_;
+  std::deque<entry_t> frames_;
 };
 
 }  // namespace unit

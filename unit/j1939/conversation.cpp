@@ -19,13 +19,13 @@ std::string_view TakeWord(std::string_view& text) {
 
 }  // namespace
 
-struct Conversation::Command_t {
+struct Conversation::command_t {
   std::string_view word;
   bool needsBus;
-  Outcome_t (Conversation::*carry)(std::string_view message, std::string_view argument);
+  outcome_t (Conversation::*carry)(std::string_view message, std::string_view argument);
 };
 
-const Conversation::Command_t Conversation::COMMANDS[] = {
+const Conversation::command_t Conversation::COMMANDS[] = {
     {"open", false, &Conversation::Open},
     {"rawmode", true, &Conversation::RawMode},
     {"bcmmode", true, &Conversation::BroadcastMode},
@@ -34,40 +34,40 @@ const Conversation::Command_t Conversation::COMMANDS[] = {
     {"send", true, &Conversation::Send},
 };
 
-Conversation::Outcome_t Conversation::Take(std::string_view message) {
+Conversation::outcome_t Conversation::Take(std::string_view message) {
   std::string_view inner = message;
   if (inner.starts_with('<')) inner.remove_prefix(1);
   if (inner.ends_with('>')) inner.remove_suffix(1);
   const std::string_view word = TakeWord(inner);
-  const auto* command = std::ranges::find(COMMANDS, word, &Command_t::word);
+  const auto* command = std::ranges::find(COMMANDS, word, &command_t::word);
   if (command == std::end(COMMANDS)) return Refuse("unknown command");
   if (command->needsBus && !open_) return Refuse("no bus open");
   return (this->*command->carry)(message, TakeWord(inner));
 }
 
-Conversation::Outcome_t Conversation::Open(std::string_view /*message*/, std::string_view argument) {
+Conversation::outcome_t Conversation::Open(std::string_view /*message*/, std::string_view argument) {
   if (argument != BUS_NAME) return Refuse("could not open bus");
   open_ = true;
   return {OK, {}};
 }
 
-Conversation::Outcome_t Conversation::RawMode(std::string_view /*message*/, std::string_view /*argument*/) {
+Conversation::outcome_t Conversation::RawMode(std::string_view /*message*/, std::string_view /*argument*/) {
   raw_ = true;
   return {OK, {}};
 }
 
 // The mode that a bus is opened in: no frames but those subscribed to, and nothing subscribes here.
-Conversation::Outcome_t Conversation::BroadcastMode(std::string_view /*message*/,
+Conversation::outcome_t Conversation::BroadcastMode(std::string_view /*message*/,
                                                     std::string_view /*argument*/) {
   raw_ = false;
   return {OK, {}};
 }
 
-Conversation::Outcome_t Conversation::Echo(std::string_view message, std::string_view /*argument*/) {
+Conversation::outcome_t Conversation::Echo(std::string_view message, std::string_view /*argument*/) {
   return {std::string(message), {}};
 }
 
-Conversation::Outcome_t Conversation::Statistics(std::string_view /*message*/, std::string_view argument) {
+Conversation::outcome_t Conversation::Statistics(std::string_view /*message*/, std::string_view argument) {
   unsigned period_ms = 0;
   const char* end = argument.data() + argument.size();
   const auto [stop, error] = std::from_chars(argument.data(), end, period_ms);
@@ -77,13 +77,13 @@ Conversation::Outcome_t Conversation::Statistics(std::string_view /*message*/, s
   return {};  // the statistics themselves are the answer
 }
 
-Conversation::Outcome_t Conversation::Send(std::string_view message, std::string_view /*argument*/) {
+Conversation::outcome_t Conversation::Send(std::string_view message, std::string_view /*argument*/) {
   std::optional<bus::frame_t> frame = bus::ParseSocketcandSend(message);
   if (!frame) return Refuse("not a frame");
   return {{}, frame};
 }
 
-Conversation::Outcome_t Conversation::Refuse(std::string_view why) {
+Conversation::outcome_t Conversation::Refuse(std::string_view why) {
   ++refused_;
   return {"< error " + std::string(why) + " >", {}};
 }

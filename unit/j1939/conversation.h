@@ -21,11 +21,11 @@ class Conversation {
   static constexpr std::chrono::milliseconds SHORTEST_STATISTICS{100};
 
   // What follows from a message: what to answer (may be empty) and what to put on the bus.
-  struct Outcome_t {
+  struct outcome_t {
     std::string reply;
     std::optional<bus::frame_t> frame;
   };
-  Outcome_t Take(std::string_view message);
+  outcome_t Take(std::string_view message);
 
   // In raw mode a station gets every frame of the others.
   bool WantsFrames() const { return raw_; }
@@ -35,16 +35,16 @@ class Conversation {
   std::uint64_t Refused() const { return refused_; }
 
  private:
-  struct Command_t;
-  static const Command_t COMMANDS[];
+  struct command_t;
+  static const command_t COMMANDS[];
 
-  Outcome_t Open(std::string_view message, std::string_view argument);
-  Outcome_t RawMode(std::string_view message, std::string_view argument);
-  Outcome_t BroadcastMode(std::string_view message, std::string_view argument);
-  Outcome_t Echo(std::string_view message, std::string_view argument);
-  Outcome_t Statistics(std::string_view message, std::string_view argument);
-  Outcome_t Send(std::string_view message, std::string_view argument);
-  Outcome_t Refuse(std::string_view why);
+  outcome_t Open(std::string_view message, std::string_view argument);
+  outcome_t RawMode(std::string_view message, std::string_view argument);
+  outcome_t BroadcastMode(std::string_view message, std::string_view argument);
+  outcome_t Echo(std::string_view message, std::string_view argument);
+  outcome_t Statistics(std::string_view message, std::string_view argument);
+  outcome_t Send(std::string_view message, std::string_view argument);
+  outcome_t Refuse(std::string_view why);
 
   bool open_ = false;
   bool raw_ = false;

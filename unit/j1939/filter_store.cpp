@@ -20,20 +20,20 @@ constexpr std::string_view MULTIPACKET = "multipacket";
 FilterStore::FilterStore(std::string file) : file_(std::move(file)) {
   std::ifstream stream(file_);
   for (std::string line; std::getline(stream, line) && Count() < MAX_FILTERS;) {
-    FilterRequest_t filter;
+    filter_request_t filter;
     std::string reach;
     std::istringstream fields(line);
     if (!(fields >> reach >> std::hex >> filter.identifier >> filter.mask)) continue;
     if (filter.identifier > LAST_IDENTIFIER || (reach != STANDARD && reach != MULTIPACKET)) continue;
     if (fields.get() != ' ' || !std::getline(fields, filter.channelName) || filter.channelName.empty())
       continue;
-    filter.reach = reach == STANDARD ? Reach::kStandard : Reach::kMultipacket;
+    filter.reach = reach == STANDARD ? reach_t::STANDARD : reach_t::MULTIPACKET;
     filters_[filter.reach][filter.identifier] = filter;
   }
 }
 
-bool FilterStore::Add(const FilterRequest_t& filter) {
-  std::map<std::uint32_t, FilterRequest_t>& table = filters_.at(filter.reach);
+bool FilterStore::Add(const filter_request_t& filter) {
+  std::map<std::uint32_t, filter_request_t>& table = filters_.at(filter.reach);
   if (Count() >= MAX_FILTERS && !table.contains(filter.identifier)) return false;
   table[filter.identifier] = filter;
   Save();
@@ -41,7 +41,7 @@ bool FilterStore::Add(const FilterRequest_t& filter) {
 }
 
 std::size_t FilterStore::Count() const {
-  return All(Reach::kStandard).size() + All(Reach::kMultipacket).size();
+  return All(reach_t::STANDARD).size() + All(reach_t::MULTIPACKET).size();
 }
 
 void FilterStore::Remove() {
@@ -55,7 +55,7 @@ void FilterStore::Save() const {
   text << std::hex;
   for (const auto& [reach, table] : filters_) {
     for (const auto& [identifier, filter] : table) {
-      text << (reach == Reach::kStandard ? STANDARD : MULTIPACKET) << ' ' << identifier << ' ' << filter.mask
+      text << (reach == reach_t::STANDARD ? STANDARD : MULTIPACKET) << ' ' << identifier << ' ' << filter.mask
            << ' ' << filter.channelName << '\n';
     }
   }

@@ -20,10 +20,10 @@ class FilterStore {
   explicit FilterStore(std::string file);
 
   // Enters or replaces a filter. False when there are too many.
-  bool Add(const FilterRequest_t& filter);
+  bool Add(const filter_request_t& filter);
   // By identifier; only standard and multi-packet filters are kept.
-  const std::map<std::uint32_t, FilterRequest_t>& All(Reach reach) const { return filters_.at(reach); }
-  bool Has(std::uint32_t identifier) const { return All(Reach::kStandard).contains(identifier); }
+  const std::map<std::uint32_t, filter_request_t>& All(reach_t reach) const { return filters_.at(reach); }
+  bool Has(std::uint32_t identifier) const { return All(reach_t::STANDARD).contains(identifier); }
   std::size_t Count() const;
   // Forgets the file, at an orderly end.
   void Remove();
@@ -32,8 +32,8 @@ class FilterStore {
   void Save() const;
 
   const std::string file_;
-  std::map<Reach, std::map<std::uint32_t, FilterRequest_t>> filters_ = {{Reach::kStandard, {}},
-                                                                        {Reach::kMultipacket, {}}};
+  std::map<reach_t, std::map<std::uint32_t, filter_request_t>> filters_ = {{reach_t::STANDARD, {}},
+                                                                           {reach_t::MULTIPACKET, {}}};
 };
 
 }  // namespace unit

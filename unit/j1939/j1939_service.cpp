@@ -71,8 +71,8 @@ class Complaints {
 };
 
 // A client at the notification manager together with the filter table that delivers through it.
-struct Delivery_t {
-  explicit Delivery_t(std::unique_ptr<NM::NMClient> connected)
+struct delivery_t {
+  explicit delivery_t(std::unique_ptr<NM::NMClient> connected)
       : client(std::move(connected)),
         requestChannel(client->registerName(J1939_CHANNEL_NAME)),
         table(*client) {}
@@ -85,7 +85,7 @@ struct Delivery_t {
 
 class J1939Service : public Service {
  public:
-  explicit J1939Service(const Options_t& options)
+  explicit J1939Service(const options_t& options)
       : options_(options),
         interface_(InterfaceOf(options.bus)),
         isKernelBus_(options.bus.starts_with(KERNEL_BUS)),
@@ -94,11 +94,11 @@ class J1939Service : public Service {
 
   void Start() override;
   void Stop() override;
-  Status_t GetStatus() const override;
+  status_t GetStatus() const override;
 
  private:
   using endpoint_t = std::shared_ptr<bus::Endpoint>;
-  using delivery_t = std::shared_ptr<Delivery_t>;
+  using DeliveryPointer = std::shared_ptr<delivery_t>;
 
   // The bus.
   void OpenLocalBus();
@@ -116,18 +116,18 @@ class J1939Service : public Service {
   void CheckManager();
   void TakeRequests();
   void Carry(std::span<const std::uint8_t> message);
-  void Carry(const FilterRequest_t& filter);
-  void Carry(const SendRequest_t& request);
-  void Carry(const RefusedRequest_t& refused);
-  void SendFrame(const SendRequest_t& request);
-  void SendMessage(const SendRequest_t& request);
-  void DeliverMessage(const TransportMessage_t& message);
-  delivery_t Delivery() const;
+  void Carry(const filter_request_t& filter);
+  void Carry(const send_request_t& request);
+  void Carry(const refused_request_t& refused);
+  void SendFrame(const send_request_t& request);
+  void SendMessage(const send_request_t& request);
+  void DeliverMessage(const transport_message_t& message);
+  DeliveryPointer Delivery() const;
 
   void Report();
   bool Pause(std::chrono::milliseconds time);
 
-  const Options_t options_;
+  const options_t options_;
   const std::string interface_;
   const bool isKernelBus_;
   BusReport report_;
@@ -140,7 +140,7 @@ class J1939Service : public Service {
   mutable std::mutex mutex_;  // guards the five below
   endpoint_t endpoint_;
   std::shared_ptr<KernelTransport> transport_;
-  delivery_t delivery_;
+  DeliveryPointer delivery_;
   std::unique_ptr<FilterStore> filters_;
   std::string problem_ = NOT_STARTED;  // what is wrong with the bus, empty while it is up
 
@@ -179,7 +179,7 @@ void J1939Service::Stop() {
   }
   stopped_.notify_all();
   if (const endpoint_t endpoint = Endpoint()) endpoint->Interrupt();
-  if (const delivery_t delivery = Delivery()) delivery->client->wakeReceiver();
+  if (const DeliveryPointer delivery = Delivery()) delivery->client->wakeReceiver();
   for (std::thread& thread : threads_) thread.join();
   threads_.clear();
   LeaveManager();
@@ -194,8 +194,8 @@ void J1939Service::Stop() {
   log_->Flush();
 }
 
-Status_t J1939Service::GetStatus() const {
-  Status_t status{.name = "j1939", .up = report_.IsUp(), .detail = {}, .counters = report_.Counters()};
+status_t J1939Service::GetStatus() const {
+  status_t status{.name = "j1939", .up = report_.IsUp(), .detail = {}, .counters = report_.Counters()};
   if (localBus_) status.counters.merge(localBus_->Counters());
   const std::lock_guard lock(mutex_);
   status.detail = problem_;
@@ -271,12 +271,12 @@ void J1939Service::ReceiveFrames() {
     }
     bus::frame_t frame;
     switch (endpoint->Receive(frame, RECEIVE_TIMEOUT_MS)) {
-      case bus::Endpoint::Result::kOk:
+      case bus::Endpoint::result_t::OK:
         TakeFrame(frame);
         break;
-      case bus::Endpoint::Result::kTimeout:
+      case bus::Endpoint::result_t::TIMEOUT:
         break;
-      case bus::Endpoint::Result::kDown:
+      case bus::Endpoint::result_t::DOWN:
         LoseBus(endpoint);
         break;
     }
@@ -295,12 +295,12 @@ void J1939Service::LoseBus(const endpoint_t& lost) {
 
 void J1939Service::TakeFrame(const bus::frame_t& frame) {
   log_->Write(frame);
-  report_.Note(frame, BusReport::Direction::kReceived);
+  report_.Note(frame, BusReport::direction_t::RECEIVED);
   {
     const std::lock_guard lock(mutex_);
     if (!frame.extended || !filters_->Has(frame.identifier)) return;
   }
-  const delivery_t delivery = Delivery();
+  const DeliveryPointer delivery = Delivery();
   if (!delivery) return report_.NoteDropped();
   const CAN_packet_t2 packet{frame.identifier, frame.length, frame.data, {}};
   int room = 0;
@@ -316,7 +316,7 @@ void J1939Service::TakeFrame(const bus::frame_t& frame) {
 void J1939Service::ReceiveMessages() {
   while (!stopping_) {
     const auto transport = Transport();
-    TransportMessage_t message;
+    transport_message_t message;
     if (!transport) {
       Pause(RETRY_PERIOD);
     } else if (transport->Receive(message, RECEIVE_TIMEOUT_MS)) {
@@ -327,15 +327,15 @@ void J1939Service::ReceiveMessages() {
 
 // A message of several frames goes to the channels of all multi-packet filters that it matches under their
 // masks.
-void J1939Service::DeliverMessage(const TransportMessage_t& message) {
+void J1939Service::DeliverMessage(const transport_message_t& message) {
   std::vector<std::string> channels;
   {
     const std::lock_guard lock(mutex_);
-    for (const auto& [identifier, filter] : filters_->All(Reach::kMultipacket)) {
+    for (const auto& [identifier, filter] : filters_->All(reach_t::MULTIPACKET)) {
       if (((identifier ^ message.identifier) & filter.mask) == 0) channels.push_back(filter.channelName);
     }
   }
-  const delivery_t delivery = Delivery();
+  const DeliveryPointer delivery = Delivery();
   if (channels.empty() || !delivery) return;
   std::vector<char> buffer(J1939_MESSAGE_SIZE);
   J1939External::sendMultipacketMsg(message.identifier, static_cast<unsigned>(message.data.size()), CAN_PORT,
@@ -349,7 +349,7 @@ void J1939Service::DeliverMessage(const TransportMessage_t& message) {
 
 // --- The clients
 
-J1939Service::delivery_t J1939Service::Delivery() const {
+J1939Service::DeliveryPointer J1939Service::Delivery() const {
   const std::lock_guard lock(mutex_);
   return delivery_;
 }
@@ -357,10 +357,10 @@ J1939Service::delivery_t J1939Service::Delivery() const {
 bool J1939Service::JoinManager() {
   std::unique_ptr<NM::NMClient> client = ConnectToManager();
   if (!client) return false;
-  const auto delivery = std::make_shared<Delivery_t>(std::move(client));
+  const auto delivery = std::make_shared<delivery_t>(std::move(client));
   if (delivery->requestChannel < 1 || delivery->client->subscribe(delivery->requestChannel) < 0) return false;
   const std::lock_guard lock(mutex_);
-  for (const auto& [identifier, filter] : filters_->All(Reach::kStandard)) {
+  for (const auto& [identifier, filter] : filters_->All(reach_t::STANDARD)) {
     delivery->table.addFilter(identifier, filter.mask, filter.channelName.c_str());
   }
   delivery_ = delivery;
@@ -376,7 +376,7 @@ void J1939Service::LeaveManager() {
 // A manager that ends sends no pulse, and who waits for one would wait for ever: it is asked something now and
 // then.
 void J1939Service::CheckManager() {
-  const delivery_t delivery = Delivery();
+  const DeliveryPointer delivery = Delivery();
   if (!delivery || managerLost_ ||
       delivery->client->registerName(J1939_CHANNEL_NAME) == delivery->requestChannel) {
     return;
@@ -388,7 +388,7 @@ void J1939Service::CheckManager() {
 void J1939Service::TakeRequests() {
   std::vector<char> buffer(NM_PAYLOAD_SIZE);
   while (!stopping_) {
-    const delivery_t delivery = Delivery();
+    const DeliveryPointer delivery = Delivery();
     if (!delivery || managerLost_) {
       LeaveManager();
       if (!Pause(RETRY_PERIOD)) JoinManager();
@@ -408,38 +408,39 @@ void J1939Service::Carry(std::span<const std::uint8_t> message) {
   std::visit([this](const auto& request) { Carry(request); }, ReadRequest(message));
 }
 
-void J1939Service::Carry(const FilterRequest_t& filter) {
-  if (filter.reach == Reach::kFastpacket) return Carry(RefusedRequest_t{"fast-packet messages are not served"});
-  if (filter.reach == Reach::kMultipacket && !isKernelBus_) {
-    return Carry(RefusedRequest_t{"multi-packet messages are served on a kernel bus only"});
+void J1939Service::Carry(const filter_request_t& filter) {
+  if (filter.reach == reach_t::FASTPACKET)
+    return Carry(refused_request_t{"fast-packet messages are not served"});
+  if (filter.reach == reach_t::MULTIPACKET && !isKernelBus_) {
+    return Carry(refused_request_t{"multi-packet messages are served on a kernel bus only"});
   }
   {
     const std::lock_guard lock(mutex_);
-    if (!filters_->Add(filter)) return Carry(RefusedRequest_t{"too many filters"});
+    if (!filters_->Add(filter)) return Carry(refused_request_t{"too many filters"});
   }
-  const delivery_t delivery = Delivery();
-  if (filter.reach != Reach::kStandard || !delivery) return;
+  const DeliveryPointer delivery = Delivery();
+  if (filter.reach != reach_t::STANDARD || !delivery) return;
   const std::lock_guard lock(delivery->mutex);
   delivery->table.addFilter(filter.identifier, filter.mask, filter.channelName.c_str());
 }
 
-void J1939Service::Carry(const SendRequest_t& request) {
+void J1939Service::Carry(const send_request_t& request) {
   switch (request.reach) {
-    case Reach::kStandard:
+    case reach_t::STANDARD:
       return SendFrame(request);
-    case Reach::kMultipacket:
+    case reach_t::MULTIPACKET:
       return SendMessage(request);
-    case Reach::kFastpacket:
-      return Carry(RefusedRequest_t{"fast-packet messages are not served"});
+    case reach_t::FASTPACKET:
+      return Carry(refused_request_t{"fast-packet messages are not served"});
   }
 }
 
-void J1939Service::Carry(const RefusedRequest_t& refused) {
+void J1939Service::Carry(const refused_request_t& refused) {
   report_.NoteRefused();
   complaints_.Add(std::string("request refused: ") + refused.why);
 }
 
-void J1939Service::SendFrame(const SendRequest_t& request) {
+void J1939Service::SendFrame(const send_request_t& request) {
   bus::frame_t frame{.identifier = request.identifier,
                      .extended = true,
                      .length = static_cast<std::uint8_t>(request.data.size()),
@@ -447,19 +448,19 @@ void J1939Service::SendFrame(const SendRequest_t& request) {
                      .time_us = bus::RealTime_us()};
   std::ranges::copy(request.data, frame.data.begin());
   const endpoint_t endpoint = Endpoint();
-  const auto result = endpoint ? endpoint->Send(frame, SEND_TIMEOUT_MS) : bus::Endpoint::Result::kDown;
-  if (result == bus::Endpoint::Result::kOk) {
+  const auto result = endpoint ? endpoint->Send(frame, SEND_TIMEOUT_MS) : bus::Endpoint::result_t::DOWN;
+  if (result == bus::Endpoint::result_t::OK) {
     log_->Write(frame);
-    report_.Note(frame, BusReport::Direction::kSent);
+    report_.Note(frame, BusReport::direction_t::SENT);
     return;
   }
   report_.NoteDropped();
-  if (endpoint && result == bus::Endpoint::Result::kDown) return LoseBus(endpoint);
+  if (endpoint && result == bus::Endpoint::result_t::DOWN) return LoseBus(endpoint);
   complaints_.Add(endpoint ? "a frame found no room on the bus" : "a frame was dropped: the bus is down");
 }
 
-void J1939Service::SendMessage(const SendRequest_t& request) {
-  if (!isKernelBus_) return Carry(RefusedRequest_t{"multi-packet messages are served on a kernel bus only"});
+void J1939Service::SendMessage(const send_request_t& request) {
+  if (!isKernelBus_) return Carry(refused_request_t{"multi-packet messages are served on a kernel bus only"});
   const auto transport = Transport();
   const std::string problem = transport ? transport->Send(request.identifier, request.data) : "the bus is down";
   if (problem.empty()) return;
@@ -482,7 +483,7 @@ void J1939Service::Report() {
 
 }  // namespace
 
-std::unique_ptr<Service> MakeJ1939Service(const Options_t& options) {
+std::unique_ptr<Service> MakeJ1939Service(const options_t& options) {
   return std::make_unique<J1939Service>(options);
 }
 

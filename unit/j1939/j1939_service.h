@@ -7,6 +7,6 @@
 
 namespace unit {
 
-std::unique_ptr<Service> MakeJ1939Service(const Options_t& options);
+std::unique_ptr<Service> MakeJ1939Service(const options_t& options);
 
 }  // namespace unit

@@ -20,14 +20,14 @@ namespace {
 constexpr timeval SEND_TIMEOUT{2, 0};
 constexpr std::uint32_t PDU1_LIMIT = 0xF000;  // PGNs below carry the destination in their low byte
 
-struct Address_t {
+struct address_t {
   std::uint8_t priority;
   std::uint32_t pgn;
   std::uint8_t destination;
   std::uint8_t source;
 };
 
-Address_t Split(std::uint32_t identifier) {
+address_t Split(std::uint32_t identifier) {
   const std::uint32_t pgn = (identifier >> 8U) & 0x3FFFFU;
   const bool isPdu1 = (pgn & 0xFFFFU) < PDU1_LIMIT;
   return {.priority = static_cast<std::uint8_t>(identifier >> 26U),
@@ -36,7 +36,7 @@ Address_t Split(std::uint32_t identifier) {
           .source = static_cast<std::uint8_t>(identifier)};
 }
 
-std::uint32_t Join(const Address_t& address) {
+std::uint32_t Join(const address_t& address) {
   const bool isPdu1 = (address.pgn & 0xFFFFU) < PDU1_LIMIT;
   const std::uint32_t pgn = isPdu1 ? address.pgn | address.destination : address.pgn;
   return std::uint32_t{address.priority} << 26U | pgn << 8U | address.source;
@@ -71,7 +71,7 @@ bus::Descriptor OpenStation(unsigned interfaceIndex, std::uint8_t source, std::u
 }
 
 // Destination and priority of a received message.
-void ReadControl(msghdr& header, Address_t& address) {
+void ReadControl(msghdr& header, address_t& address) {
   for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part)) {
     if (part->cmsg_level != SOL_CAN_J1939) continue;
     if (part->cmsg_type == SCM_J1939_DEST_ADDR) address.destination = *CMSG_DATA(part);
@@ -94,7 +94,7 @@ KernelTransport::KernelTransport(const std::string& interface)
 }
 
 std::string KernelTransport::Send(std::uint32_t identifier, std::span<const std::uint8_t> data) {
-  const Address_t address = Split(identifier);
+  const address_t address = Split(identifier);
   const std::lock_guard lock(mutex_);
   try {
     const int sender = SendingSocket(address.source);
@@ -117,7 +117,7 @@ int KernelTransport::SendingSocket(std::uint8_t source) {
   return senders_.emplace(source, std::move(station)).first->second.Get();
 }
 
-bool KernelTransport::Receive(TransportMessage_t& message, int timeout_ms) {
+bool KernelTransport::Receive(transport_message_t& message, int timeout_ms) {
   pollfd polled{receiver_.Get(), POLLIN, 0};
   if (poll(&polled, 1, timeout_ms) <= 0) return false;
   message.data.resize(LARGEST_MULTIPACKET + 1);
@@ -135,7 +135,7 @@ bool KernelTransport::Receive(TransportMessage_t& message, int timeout_ms) {
   // Messages of one frame come as such from the raw socket.
   if (got <= 8 || std::cmp_greater(got, LARGEST_MULTIPACKET)) return false;
   message.data.resize(static_cast<std::size_t>(got));
-  Address_t address{6, from.can_addr.j1939.pgn, J1939_NO_ADDR, from.can_addr.j1939.addr};
+  address_t address{6, from.can_addr.j1939.pgn, J1939_NO_ADDR, from.can_addr.j1939.addr};
   ReadControl(header, address);
   message.identifier = Join(address);
   return true;

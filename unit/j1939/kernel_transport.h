@@ -17,7 +17,7 @@
 namespace unit {
 
 // A message as it was put together: its identifier is made of priority, PGN, destination (PDU 1) and source.
-struct TransportMessage_t {
+struct transport_message_t {
   std::uint32_t identifier = 0;
   std::vector<std::uint8_t> data;
 };
@@ -32,7 +32,7 @@ class KernelTransport {
   // wrong.
   std::string Send(std::uint32_t identifier, std::span<const std::uint8_t> data);
   // Waits at most `timeout_ms` for a message of more than eight bytes. False when there is none.
-  bool Receive(TransportMessage_t& message, int timeout_ms);
+  bool Receive(transport_message_t& message, int timeout_ms);
 
  private:
   int SendingSocket(std::uint8_t source);

@@ -112,32 +112,32 @@ void LocalBus::Listen(const std::string& address) {
 
 // --- The unit's own station
 
-bus::Endpoint::Result LocalBus::Send(const bus::frame_t& frame, int timeout_ms) {
+bus::Endpoint::result_t LocalBus::Send(const bus::frame_t& frame, int timeout_ms) {
   std::unique_lock lock(mutex_);
   const auto isFree = [this] { return !AnyStationFull(); };
-  if (!roomAgain_.wait_for(lock, std::chrono::milliseconds(timeout_ms), isFree)) return Result::kTimeout;
+  if (!roomAgain_.wait_for(lock, std::chrono::milliseconds(timeout_ms), isFree)) return result_t::TIMEOUT;
   Broadcast(frame, nullptr);
   FlushAll();
   Wake();  // for what the sockets did not take
-  return Result::kOk;
+  return result_t::OK;
 }
 
-bus::Endpoint::Result LocalBus::Receive(bus::frame_t& frame, int timeout_ms) {
+bus::Endpoint::result_t LocalBus::Receive(bus::frame_t& frame, int timeout_ms) {
   std::unique_lock lock(mutex_);
   const auto isThere = [this] { return interrupted_ || !inbox_.empty(); };
   if (timeout_ms < 0) {
     received_.wait(lock, isThere);
   } else if (!received_.wait_for(lock, std::chrono::milliseconds(timeout_ms), isThere)) {
-    return Result::kTimeout;
+    return result_t::TIMEOUT;
   }
-  if (std::exchange(interrupted_, false) || inbox_.empty()) return Result::kTimeout;
+  if (std::exchange(interrupted_, false) || inbox_.empty()) return result_t::TIMEOUT;
   frame = inbox_.front();
   inbox_.pop_front();
   if (inboxFull_ && inbox_.size() <= INBOX_LOW) {
     inboxFull_ = false;
     Wake();
   }
-  return Result::kOk;
+  return result_t::OK;
 }
 
 void LocalBus::Interrupt() {
@@ -149,7 +149,7 @@ void LocalBus::Interrupt() {
 std::map<std::string, std::uint64_t> LocalBus::Counters() const {
   const std::lock_guard lock(mutex_);
   std::uint64_t refused = refusedMessages_;
-  for (const Station_t& station : stations_) {
+  for (const station_t& station : stations_) {
     refused += station.conversation.Refused() + station.splitter.Dropped();
   }
   return {{"stations", stations_.size()},
@@ -188,7 +188,7 @@ void LocalBus::Run() {
 std::vector<pollfd> LocalBus::Interests() const {
   std::vector<pollfd> polled = {{wake_.Get(), POLLIN, 0}, {listener_.Get(), POLLIN, 0}};
   const short in = IsCongested() ? 0 : POLLIN;
-  for (const Station_t& station : stations_) {
+  for (const station_t& station : stations_) {
     const short out = station.output.empty() ? 0 : POLLOUT;
     const auto events = static_cast<short>(in | out);
     polled.push_back({events == 0 ? -1 : station.socket.Get(), events, 0});
@@ -199,7 +199,7 @@ std::vector<pollfd> LocalBus::Interests() const {
 int LocalBus::WaitTime_ms(time_t now) const {
   std::optional<time_t> next;
   const auto consider = [&next](time_t when) { next = std::min(next.value_or(when), when); };
-  for (const Station_t& station : stations_) {
+  for (const station_t& station : stations_) {
     if (station.fullSince) consider(*station.fullSince + STALL_LIMIT);
     if (station.conversation.StatisticsPeriod().count() > 0) consider(station.nextStatistics);
   }
@@ -224,7 +224,7 @@ void LocalBus::Accept() {
   stations_.back().output = Conversation::GREETING;
 }
 
-void LocalBus::Read(Station_t& station) {
+void LocalBus::Read(station_t& station) {
   std::array<char, READ_SIZE> bytes;
   const ssize_t got = recv(station.socket.Get(), bytes.data(), bytes.size(), 0);
   if (got <= 0) {
@@ -236,8 +236,8 @@ void LocalBus::Read(Station_t& station) {
   for (std::string message; station.splitter.Next(message);) Obey(station, message);
 }
 
-void LocalBus::Obey(Station_t& station, const std::string& message) {
-  const Conversation::Outcome_t outcome = station.conversation.Take(message);
+void LocalBus::Obey(station_t& station, const std::string& message) {
+  const Conversation::outcome_t outcome = station.conversation.Take(message);
   if (!outcome.reply.empty()) Queue(station, outcome.reply, steady_clock::now());
   if (outcome.frame) {
     ++station.traffic[3];
@@ -246,13 +246,13 @@ void LocalBus::Obey(Station_t& station, const std::string& message) {
 }
 
 // Gives the frame to every station but its sender, of which null is the unit itself.
-void LocalBus::Broadcast(bus::frame_t frame, const Station_t* sender) {
+void LocalBus::Broadcast(bus::frame_t frame, const station_t* sender) {
   frame.time_us = bus::RealTime_us();
   // The blank keeps python-can from losing a frame where a read ends within one: it drops the character before
   // it.
   const std::string text = " " + bus::FormatSocketcandFrame(frame);
   const time_t now = steady_clock::now();
-  for (Station_t& station : stations_) {
+  for (station_t& station : stations_) {
     if (&station == sender || !station.conversation.WantsFrames()) continue;
     Queue(station, text, now);
     ++station.traffic[1];
@@ -263,13 +263,13 @@ void LocalBus::Broadcast(bus::frame_t frame, const Station_t* sender) {
   received_.notify_one();
 }
 
-void LocalBus::Queue(Station_t& station, std::string_view text, time_t now) {
+void LocalBus::Queue(station_t& station, std::string_view text, time_t now) {
   if (station.deaf || station.gone) return;
   station.output += text;
   if (station.output.size() > OUTPUT_HIGH && !station.fullSince) station.fullSince = now;
 }
 
-void LocalBus::Flush(Station_t& station) {
+void LocalBus::Flush(station_t& station) {
   if (station.output.empty()) return;
   const ssize_t sent =
       send(station.socket.Get(), station.output.data(), station.output.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -286,10 +286,10 @@ void LocalBus::Flush(Station_t& station) {
 }
 
 void LocalBus::FlushAll() {
-  for (Station_t& station : stations_) Flush(station);
+  for (station_t& station : stations_) Flush(station);
 }
 
-void LocalBus::SendStatistics(Station_t& station, time_t now) {
+void LocalBus::SendStatistics(station_t& station, time_t now) {
   const auto period = station.conversation.StatisticsPeriod();
   if (period.count() == 0 || now < station.nextStatistics) return;
   station.nextStatistics = now + period;
@@ -299,20 +299,20 @@ void LocalBus::SendStatistics(Station_t& station, time_t now) {
 }
 
 void LocalBus::RemoveGone(time_t now) {
-  for (Station_t& station : stations_) {
+  for (station_t& station : stations_) {
     if (station.gone || !station.fullSince || now - *station.fullSince < STALL_LIMIT) continue;
     station.gone = true;
     ++droppedStations_;
     std::cerr << "j1939: a station of the bus did not read for 2 s and was taken off it" << std::endl;
   }
-  stations_.remove_if([this](const Station_t& station) {
+  stations_.remove_if([this](const station_t& station) {
     if (station.gone) refusedMessages_ += station.conversation.Refused() + station.splitter.Dropped();
     return station.gone;
   });
 }
 
 bool LocalBus::AnyStationFull() const {
-  return std::ranges::any_of(stations_, [](const Station_t& s) { return !s.gone && s.fullSince.has_value(); });
+  return std::ranges::any_of(stations_, [](const station_t& s) { return !s.gone && s.fullSince.has_value(); });
 }
 
 void LocalBus::Wake() {

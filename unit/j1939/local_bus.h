@@ -48,8 +48,8 @@ class LocalBus : public bus::Endpoint {
   // The address that it listens on: "127.0.0.1:29536".
   const std::string& Address() const { return address_; }
 
-  Result Send(const bus::frame_t& frame, int timeout_ms) override;
-  Result Receive(bus::frame_t& frame, int timeout_ms) override;
+  result_t Send(const bus::frame_t& frame, int timeout_ms) override;
+  result_t Receive(bus::frame_t& frame, int timeout_ms) override;
   void Interrupt() override;
   std::string Problem() const override { return {}; }
 
@@ -59,7 +59,7 @@ class LocalBus : public bus::Endpoint {
  private:
   using time_t = std::chrono::steady_clock::time_point;
 
-  struct Station_t {
+  struct station_t {
     bus::Descriptor socket;
     Conversation conversation;
     bus::SocketcandSplitter splitter;
@@ -76,13 +76,13 @@ class LocalBus : public bus::Endpoint {
   std::vector<pollfd> Interests() const;
   int WaitTime_ms(time_t now) const;
   void Accept();
-  void Read(Station_t& station);
-  void Obey(Station_t& station, const std::string& message);
-  void Broadcast(bus::frame_t frame, const Station_t* sender);
-  void Queue(Station_t& station, std::string_view text, time_t now);
-  void Flush(Station_t& station);
+  void Read(station_t& station);
+  void Obey(station_t& station, const std::string& message);
+  void Broadcast(bus::frame_t frame, const station_t* sender);
+  void Queue(station_t& station, std::string_view text, time_t now);
+  void Flush(station_t& station);
   void FlushAll();
-  void SendStatistics(Station_t& station, time_t now);
+  void SendStatistics(station_t& station, time_t now);
   void RemoveGone(time_t now);
   bool AnyStationFull() const;
   bool IsCongested() const { return inboxFull_ || AnyStationFull(); }
@@ -95,7 +95,7 @@ class LocalBus : public bus::Endpoint {
   std::atomic<bool> stopping_{false};
 
   mutable std::mutex mutex_;  // guards all below
-  std::list<Station_t> stations_;
+  std::list<station_t> stations_;
   std::deque<bus::frame_t> inbox_;  // what the unit's own station has not received yet
   bool inboxFull_ = false;
   bool interrupted_ = false;

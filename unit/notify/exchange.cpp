@@ -12,7 +12,7 @@ int Exchange::AddClient(int connection, int process, int chid) {
     lastClient_ = lastClient_ == std::numeric_limits<int>::max() ? 1 : lastClient_ + 1;
   } while (clients_.contains(lastClient_));
   if (!pulses_.Open(lastClient_, process, chid)) return -1;
-  Client_t& client = clients_[lastClient_];
+  client_t& client = clients_[lastClient_];
   client.connection = connection;
   client.process = process;
   return lastClient_;
@@ -24,7 +24,7 @@ void Exchange::RemoveConnection(int connection) {
       ++it;
       continue;
     }
-    for (Channel_t& channel : channels_) std::erase(channel.subscribers, it->first);
+    for (channel_t& channel : channels_) std::erase(channel.subscribers, it->first);
     pulses_.Close(it->first);
     it = clients_.erase(it);
   }
@@ -52,13 +52,13 @@ void Exchange::Subscribe(int client, int channel) {
 int Exchange::Publish(int sender, int channel, std::span<const std::uint8_t> payload) {
   ++published_;
   std::size_t room = limits_.messages;
-  Message_t message{channel, nullptr};
+  message_t message{channel, nullptr};
   for (const int id : channels_[static_cast<std::size_t>(channel) - 1].subscribers) {
     if (id == sender) continue;
     if (!message.payload) {
       message.payload = std::make_shared<const std::vector<std::uint8_t>>(payload.begin(), payload.end());
     }
-    Client_t& client = clients_.at(id);
+    client_t& client = clients_.at(id);
     const bool lostNothing = MakeRoom(client, payload.size());
     client.queue.push_back(message);
     client.bytes += payload.size();
@@ -68,11 +68,11 @@ int Exchange::Publish(int sender, int channel, std::span<const std::uint8_t> pay
   return static_cast<int>(std::min<std::size_t>(room, std::numeric_limits<int>::max()));
 }
 
-std::optional<Message_t> Exchange::Fetch(int id) {
-  Client_t& client = clients_.at(id);
+std::optional<message_t> Exchange::Fetch(int id) {
+  client_t& client = clients_.at(id);
   if (client.announced > 0) --client.announced;
   if (client.queue.empty()) return std::nullopt;
-  Message_t message = std::move(client.queue.front());
+  message_t message = std::move(client.queue.front());
   client.queue.pop_front();
   client.bytes -= message.payload->size();
   ++delivered_;
@@ -87,8 +87,8 @@ bool Exchange::PayOwedPulses() {
   return paid;
 }
 
-std::vector<Loss_t> Exchange::TakeLosses() {
-  std::vector<Loss_t> losses;
+std::vector<loss_t> Exchange::TakeLosses() {
+  std::vector<loss_t> losses;
   for (auto& [id, client] : clients_) {
     if (client.unreportedLosses == 0) continue;
     losses.push_back({id, client.process, std::exchange(client.unreportedLosses, 0)});
@@ -97,7 +97,7 @@ std::vector<Loss_t> Exchange::TakeLosses() {
 }
 
 // Drops the oldest messages until one of `bytes` fits. False when any was dropped.
-bool Exchange::MakeRoom(Client_t& client, std::size_t bytes) {
+bool Exchange::MakeRoom(client_t& client, std::size_t bytes) {
   const std::uint64_t before = lost_;
   while (!client.queue.empty() &&
          (client.queue.size() >= limits_.messages || client.bytes + bytes > limits_.bytes)) {
@@ -110,18 +110,18 @@ bool Exchange::MakeRoom(Client_t& client, std::size_t bytes) {
 }
 
 // Sends a pulse for each message that has none yet. True when it sent any.
-bool Exchange::Announce(int id, Client_t& client) {
+bool Exchange::Announce(int id, client_t& client) {
   const std::size_t before = client.announced;
   while (client.announced < client.queue.size()) {
-    const PulsePort::Result result = pulses_.Send(id);
-    if (result == PulsePort::Result::kFull) owed_ = true;
-    if (result != PulsePort::Result::kSent) break;  // kGone: its connection is about to end
+    const PulsePort::result_t result = pulses_.Send(id);
+    if (result == PulsePort::result_t::FULL) owed_ = true;
+    if (result != PulsePort::result_t::SENT) break;  // GONE: its connection is about to end
     ++client.announced;
   }
   return client.announced > before;
 }
 
-std::size_t Exchange::RoomFor(const Client_t& client, std::size_t bytes) const {
+std::size_t Exchange::RoomFor(const client_t& client, std::size_t bytes) const {
   const std::size_t messages = limits_.messages - std::min(limits_.messages, client.queue.size());
   const std::size_t free = limits_.bytes - std::min(limits_.bytes, client.bytes);
   return bytes == 0 ? messages : std::min(messages, free / bytes);

@@ -23,29 +23,29 @@ namespace unit {
 // The way of a pulse to a client's own channel.
 class PulsePort {
  public:
-  enum class Result { kSent, kFull, kGone };
+  enum class result_t { SENT, FULL, GONE };
   virtual ~PulsePort() = default;
   // Connects to channel `chid` of `process`; false when it cannot be reached.
   virtual bool Open(int client, int process, int chid) = 0;
-  // Tells the client that a message waits. Never blocks; kFull: its channel has no room for a pulse now.
-  virtual Result Send(int client) = 0;
+  // Tells the client that a message waits. Never blocks; FULL: its channel has no room for a pulse now.
+  virtual result_t Send(int client) = 0;
   virtual void Close(int client) = 0;
 };
 
 // Bounds of one subscriber's queue; both hold, and the oldest messages go when a new one does not fit.
-struct QueueLimits_t {
+struct queue_limits_t {
   std::size_t messages;
   std::size_t bytes;
 };
 
 // One message; its payload is shared by all the queues that it waits in.
-struct Message_t {
+struct message_t {
   int channel = -1;
   std::shared_ptr<const std::vector<std::uint8_t>> payload;
 };
 
 // Messages that a client lost because it did not fetch in time.
-struct Loss_t {
+struct loss_t {
   int client;
   int process;
   std::uint64_t messages;
@@ -56,7 +56,7 @@ class Exchange {
   static constexpr std::size_t MAX_CLIENTS = 256;
   static constexpr std::size_t MAX_CHANNELS = 1024;
 
-  Exchange(QueueLimits_t limits, PulsePort& pulses) : limits_(limits), pulses_(pulses) {}
+  Exchange(queue_limits_t limits, PulsePort& pulses) : limits_(limits), pulses_(pulses) {}
 
   // Takes a client of `connection` whose pulses go to channel `chid` of `process`. Its identity, from 1; 0 when
   // there are too many, -1 when its channel cannot be reached.
@@ -76,7 +76,7 @@ class Exchange {
   // size) that the fullest of them still has room for, 0 once one of them has lost a message by it.
   int Publish(int sender, int channel, std::span<const std::uint8_t> payload);
   // The client's oldest message.
-  std::optional<Message_t> Fetch(int client);
+  std::optional<message_t> Fetch(int client);
 
   // True while a message waits for which no pulse could be sent; PayOwedPulses tries again, true when it sent
   // one.
@@ -84,7 +84,7 @@ class Exchange {
   bool PayOwedPulses();
 
   // What was lost since the last call, one entry a client.
-  std::vector<Loss_t> TakeLosses();
+  std::vector<loss_t> TakeLosses();
 
   std::size_t ClientCount() const { return clients_.size(); }
   std::size_t ChannelCount() const { return channels_.size(); }
@@ -93,29 +93,29 @@ class Exchange {
   std::uint64_t Lost() const { return lost_; }
 
  private:
-  struct Client_t {
+  struct client_t {
     int connection = 0;
     int process = 0;
-    std::deque<Message_t> queue;
+    std::deque<message_t> queue;
     std::size_t bytes = 0;
     // Pulses sent that no fetch has answered yet. A message that is dropped leaves its pulse to the one that
     // takes its place, so that pulses and messages stay in step.
     std::size_t announced = 0;
     std::uint64_t unreportedLosses = 0;
   };
-  struct Channel_t {
+  struct channel_t {
     std::string name;
     std::vector<int> subscribers;
   };
 
-  bool MakeRoom(Client_t& client, std::size_t bytes);
-  bool Announce(int id, Client_t& client);
-  std::size_t RoomFor(const Client_t& client, std::size_t bytes) const;
+  bool MakeRoom(client_t& client, std::size_t bytes);
+  bool Announce(int id, client_t& client);
+  std::size_t RoomFor(const client_t& client, std::size_t bytes) const;
 
-  QueueLimits_t limits_;
+  queue_limits_t limits_;
   PulsePort& pulses_;
-  std::unordered_map<int, Client_t> clients_;
-  std::vector<Channel_t> channels_;  // channel n stands at n - 1
+  std::unordered_map<int, client_t> clients_;
+  std::vector<channel_t> channels_;  // channel n stands at n - 1
   std::map<std::string, int, std::less<>> numbers_;
   int lastClient_ = 0;
   bool owed_ = false;

@@ -19,7 +19,7 @@ class HeartbeatMonitor {
   // An application that announces its end has its workers stop within this time; none is missed for it.
   static constexpr std::chrono::seconds LEAVING_TIME{6};
 
-  struct Worker_t {
+  struct worker_t {
     const char* name;   // "Decapsulate", "Parse", "Dispatch"
     const char* event;  // the event's name in the generic configuration
     std::optional<std::uint32_t> id;
@@ -39,7 +39,7 @@ class HeartbeatMonitor {
   // Looks for workers that have fallen silent. Returns the lines to print.
   std::vector<std::string> Check(time_t now);
 
-  const std::array<Worker_t, 3>& Workers() const { return workers_; }
+  const std::array<worker_t, 3>& Workers() const { return workers_; }
 
  private:
   bool NoteEnd(std::uint32_t event, time_t now);
@@ -48,7 +48,7 @@ class HeartbeatMonitor {
   int channel_ = 0;
   std::optional<std::uint32_t> exitId_;
   time_t leavingUntil_{};
-  std::array<Worker_t, 3> workers_{{{"Decapsulate", "orvik.DecapsulateHeartbeatEvent", {}, {}},
+  std::array<worker_t, 3> workers_{{{"Decapsulate", "orvik.DecapsulateHeartbeatEvent", {}, {}},
                                     {"Parse", "orvik.ParseHeartbeatEvent", {}, {}},
                                     {"Dispatch", "orvik.DispatchHeartbeatEvent", {}, {}}}};
 };

@@ -47,9 +47,9 @@ class ClientPulses : public PulsePort {
     connections_[client] = coid;
     return true;
   }
-  Result Send(int client) override {
-    if (MsgSendPulse(connections_.at(client), getprio(0), PULSE_MESSAGE_WAITS, 0) == 0) return Result::kSent;
-    return errno == EAGAIN ? Result::kFull : Result::kGone;
+  result_t Send(int client) override {
+    if (MsgSendPulse(connections_.at(client), getprio(0), PULSE_MESSAGE_WAITS, 0) == 0) return result_t::SENT;
+    return errno == EAGAIN ? result_t::FULL : result_t::GONE;
   }
   void Close(int client) override {
     ConnectDetach(connections_.at(client));
@@ -62,7 +62,7 @@ class ClientPulses : public PulsePort {
 
 class NotifyService : public Service {
  public:
-  explicit NotifyService(const Options_t& options)
+  explicit NotifyService(const options_t& options)
       : genericFile_(options.genericFile),
         exchange_({options.queueMessages, options.queueBytes}, pulses_),
         requests_(exchange_, [this](int channel, auto payload) { NoteEvent(channel, payload); }) {}
@@ -70,7 +70,7 @@ class NotifyService : public Service {
 
   void Start() override;
   void Stop() override;
-  Status_t GetStatus() const override;
+  status_t GetStatus() const override;
 
  private:
   void Serve();
@@ -147,17 +147,17 @@ void NotifyService::Stop() {
   attach_ = nullptr;
 }
 
-Status_t NotifyService::GetStatus() const {
+status_t NotifyService::GetStatus() const {
   const std::lock_guard lock(mutex_);
-  Status_t status{.name = "notify", .up = up_, .detail = {}, .counters = {}};
+  status_t status{.name = "notify", .up = up_, .detail = {}, .counters = {}};
   status.counters = {{"clients", exchange_.ClientCount()}, {"channels", exchange_.ChannelCount()},
                      {"published", exchange_.Published()}, {"delivered", exchange_.Delivered()},
                      {"lost", exchange_.Lost()},           {"cut", requests_.Cut()}};
   for (std::size_t i = 1; i < REFUSALS; ++i) {
-    const auto refusal = static_cast<Refusal>(i);
+    const auto refusal = static_cast<refusal_t>(i);
     status.counters[RefusalName(refusal)] = requests_.Refused(refusal);
   }
-  for (const HeartbeatMonitor::Worker_t& worker : heartbeats_.Workers()) {
+  for (const HeartbeatMonitor::worker_t& worker : heartbeats_.Workers()) {
     if (!worker.lastSeen) continue;
     status.counters[std::string("worker.") + worker.name] = worker.missing ? 0 : 1;
     if (!worker.missing) continue;
@@ -234,7 +234,7 @@ void NotifyService::Tick() {
 
 void NotifyService::ReportLosses(steady_clock::time_point now) {
   std::ostringstream line;
-  for (const Loss_t& loss : exchange_.TakeLosses()) {
+  for (const loss_t& loss : exchange_.TakeLosses()) {
     line << (line.tellp() > 0 ? ", " : "notify: messages lost by clients that read too slowly: ")
          << loss.messages << " by client " << loss.client << " (process " << loss.process << ")";
   }
@@ -272,7 +272,7 @@ void NotifyService::Pace() {
 
 }  // namespace
 
-std::unique_ptr<Service> MakeNotifyService(const Options_t& options) {
+std::unique_ptr<Service> MakeNotifyService(const options_t& options) {
   return std::make_unique<NotifyService>(options);
 }
 

@@ -7,6 +7,6 @@
 
 namespace unit {
 
-std::unique_ptr<Service> MakeNotifyService(const Options_t& options);
+std::unique_ptr<Service> MakeNotifyService(const options_t& options);
 
 }  // namespace unit

@@ -19,7 +19,7 @@ void StoreWord(std::span<std::uint8_t> bytes, std::size_t at, std::int32_t value
 
 }  // namespace
 
-const char* RefusalName(Refusal refusal) {
+const char* RefusalName(refusal_t refusal) {
   static constexpr std::array<const char*, REFUSALS> NAMES = {
       "refused.none",       "refused.truncated-header", "refused.oversize",        "refused.bad-type",
       "refused.bad-length", "refused.wrong-client",     "refused.unknown-channel", "refused.bad-name",
@@ -31,13 +31,13 @@ const std::array<RequestHandler::operation_t, NM_FETCH + 1> RequestHandler::OPER
     &RequestHandler::Connect, &RequestHandler::Register, &RequestHandler::Subscribe, &RequestHandler::Send,
     &RequestHandler::Fetch};
 
-std::size_t RequestHandler::Answer(const Request_t& request, std::span<std::uint8_t, NM_MESSAGE_SIZE> reply) {
-  Parsed_t parsed{-1, -1, 0, -1, request.connection, {}};
-  Result_t result;
-  const Refusal refusal = Carry(request, parsed, result);
-  if (refusal != Refusal::kNone) {
+std::size_t RequestHandler::Answer(const request_t& request, std::span<std::uint8_t, NM_MESSAGE_SIZE> reply) {
+  parsed_t parsed{-1, -1, 0, -1, request.connection, {}};
+  result_t result;
+  const refusal_t refusal = Carry(request, parsed, result);
+  if (refusal != refusal_t::NONE) {
     ++refused_[static_cast<std::size_t>(refusal)];
-    result = Result_t{.channel = -1, .length = -static_cast<std::int32_t>(refusal), .client = parsed.client};
+    result = result_t{.channel = -1, .length = -static_cast<std::int32_t>(refusal), .client = parsed.client};
   }
   StoreWord(reply, NM_TYPE_AT, parsed.type);
   StoreWord(reply, NM_CHANNEL_AT, result.channel);
@@ -49,73 +49,73 @@ std::size_t RequestHandler::Answer(const Request_t& request, std::span<std::uint
 }
 
 // Checks what all requests have in common, then does what this one asks for.
-Refusal RequestHandler::Carry(const Request_t& request, Parsed_t& parsed, Result_t& result) {
-  if (request.bytes.size() < NM_HEADER_SIZE) return Refusal::kTruncatedHeader;
+refusal_t RequestHandler::Carry(const request_t& request, parsed_t& parsed, result_t& result) {
+  if (request.bytes.size() < NM_HEADER_SIZE) return refusal_t::TRUNCATED_HEADER;
   parsed.type = LoadWord(request.bytes, NM_TYPE_AT);
   parsed.channel = LoadWord(request.bytes, NM_CHANNEL_AT);
   parsed.length = LoadWord(request.bytes, NM_LENGTH_AT);
   parsed.client = LoadWord(request.bytes, NM_CLIENT_AT);
   parsed.payload = request.bytes.subspan(NM_HEADER_SIZE);
-  if (request.sentBytes > NM_MESSAGE_SIZE) return Refusal::kOversize;
-  if (parsed.type < NM_CONNECT || parsed.type > NM_FETCH) return Refusal::kBadType;
-  if (parsed.length < 0) return Refusal::kBadLength;
+  if (request.sentBytes > NM_MESSAGE_SIZE) return refusal_t::OVERSIZE;
+  if (parsed.type < NM_CONNECT || parsed.type > NM_FETCH) return refusal_t::BAD_TYPE;
+  if (parsed.length < 0) return refusal_t::BAD_LENGTH;
   if (parsed.type != NM_CONNECT && !exchange_.Owns(parsed.connection, parsed.client))
-    return Refusal::kWrongClient;
+    return refusal_t::WRONG_CLIENT;
   result.client = parsed.client;
   return (this->*OPERATIONS[static_cast<std::size_t>(parsed.type)])(parsed, result);
 }
 
-Refusal RequestHandler::Connect(const Parsed_t& request, Result_t& result) {
+refusal_t RequestHandler::Connect(const parsed_t& request, result_t& result) {
   // The connect request's length word is 0 although two words follow.
-  if (request.payload.size() < NM_CONNECT_SIZE - NM_HEADER_SIZE) return Refusal::kBadLength;
+  if (request.payload.size() < NM_CONNECT_SIZE - NM_HEADER_SIZE) return refusal_t::BAD_LENGTH;
   const int process = LoadWord(request.payload, NM_CONNECT_PID_AT - NM_HEADER_SIZE);
   const int chid = LoadWord(request.payload, NM_CONNECT_CHID_AT - NM_HEADER_SIZE);
-  if (process <= 0 || chid <= 0) return Refusal::kNoPulse;
+  if (process <= 0 || chid <= 0) return refusal_t::NO_PULSE;
   const int client = exchange_.AddClient(request.connection, process, chid);
-  if (client < 0) return Refusal::kNoPulse;
-  if (client == 0) return Refusal::kTooMany;
+  if (client < 0) return refusal_t::NO_PULSE;
+  if (client == 0) return refusal_t::TOO_MANY;
   result.client = client;
-  return Refusal::kNone;
+  return refusal_t::NONE;
 }
 
-Refusal RequestHandler::Register(const Parsed_t& request, Result_t& result) {
-  if (std::cmp_greater(request.length, request.payload.size())) return Refusal::kBadLength;
+refusal_t RequestHandler::Register(const parsed_t& request, result_t& result) {
+  if (std::cmp_greater(request.length, request.payload.size())) return refusal_t::BAD_LENGTH;
   const auto field = request.payload.first(static_cast<std::size_t>(request.length));
   const auto end = std::ranges::find(field, std::uint8_t{0});
   const auto size = static_cast<std::size_t>(end - field.begin());
-  if (end == field.end() || size > MAX_CHANNEL_NAME) return Refusal::kBadName;
+  if (end == field.end() || size > MAX_CHANNEL_NAME) return refusal_t::BAD_NAME;
   std::string name(field.begin(), end);
   const int channel = exchange_.RegisterName(name);
-  if (channel == 0) return Refusal::kTooMany;
+  if (channel == 0) return refusal_t::TOO_MANY;
   result.channel = channel;
-  return Refusal::kNone;
+  return refusal_t::NONE;
 }
 
-Refusal RequestHandler::Subscribe(const Parsed_t& request, Result_t& result) {
-  if (!exchange_.HasChannel(request.channel)) return Refusal::kUnknownChannel;
+refusal_t RequestHandler::Subscribe(const parsed_t& request, result_t& result) {
+  if (!exchange_.HasChannel(request.channel)) return refusal_t::UNKNOWN_CHANNEL;
   exchange_.Subscribe(request.client, request.channel);
   result.channel = request.channel;
-  return Refusal::kNone;
+  return refusal_t::NONE;
 }
 
-Refusal RequestHandler::Send(const Parsed_t& request, Result_t& result) {
-  if (!exchange_.HasChannel(request.channel)) return Refusal::kUnknownChannel;
-  if (std::cmp_not_equal(request.length, request.payload.size())) return Refusal::kBadLength;
+refusal_t RequestHandler::Send(const parsed_t& request, result_t& result) {
+  if (!exchange_.HasChannel(request.channel)) return refusal_t::UNKNOWN_CHANNEL;
+  if (std::cmp_not_equal(request.length, request.payload.size())) return refusal_t::BAD_LENGTH;
   onPublish_(request.channel, request.payload);
   result.channel = request.channel;
   result.length = exchange_.Publish(request.client, request.channel, request.payload);
-  return Refusal::kNone;
+  return refusal_t::NONE;
 }
 
-Refusal RequestHandler::Fetch(const Parsed_t& request, Result_t& result) {
-  std::optional<Message_t> message = exchange_.Fetch(request.client);
-  if (!message) return Refusal::kNone;
+refusal_t RequestHandler::Fetch(const parsed_t& request, result_t& result) {
+  std::optional<message_t> message = exchange_.Fetch(request.client);
+  if (!message) return refusal_t::NONE;
   const std::size_t room = std::min<std::size_t>(static_cast<std::size_t>(request.length), NM_PAYLOAD_SIZE);
   if (message->payload->size() > room) ++cut_;
   result.channel = message->channel;
   result.length = static_cast<std::int32_t>(std::min(room, message->payload->size()));
   result.message = std::move(*message);
-  return Refusal::kNone;
+  return refusal_t::NONE;
 }
 
 }  // namespace unit

@@ -13,23 +13,23 @@
 namespace unit {
 
 // Why a request was refused. The reply's length word is the negative of the number.
-enum class Refusal : std::int32_t {
-  kNone = 0,
-  kTruncatedHeader = 1,  // fewer than 16 bytes
-  kOversize = 2,         // more than a message holds
-  kBadType = 3,
-  kBadLength = 4,       // negative, or not what the message carries
-  kWrongClient = 5,     // an identity that this connection was not given
-  kUnknownChannel = 6,  // a number that no name has
-  kBadName = 7,         // empty of a terminating zero, or longer than 127 bytes
-  kTooMany = 8,         // clients or channels
-  kNoPulse = 9,         // a connect request whose channel cannot be reached
+enum class refusal_t : std::int32_t {
+  NONE = 0,
+  TRUNCATED_HEADER = 1,  // fewer than 16 bytes
+  OVERSIZE = 2,          // more than a message holds
+  BAD_TYPE = 3,
+  BAD_LENGTH = 4,       // negative, or not what the message carries
+  WRONG_CLIENT = 5,     // an identity that this connection was not given
+  UNKNOWN_CHANNEL = 6,  // a number that no name has
+  BAD_NAME = 7,         // empty of a terminating zero, or longer than 127 bytes
+  TOO_MANY = 8,         // clients or channels
+  NO_PULSE = 9,         // a connect request whose channel cannot be reached
 };
 constexpr std::size_t REFUSALS = 10;
 constexpr std::size_t MAX_CHANNEL_NAME = 127;
 
 // The name under which a refusal is counted: "refused.bad-type".
-const char* RefusalName(Refusal refusal);
+const char* RefusalName(refusal_t refusal);
 
 class RequestHandler {
  public:
@@ -40,19 +40,19 @@ class RequestHandler {
       : exchange_(exchange), onPublish_(std::move(onPublish)) {}
 
   // One request as it was received: `bytes` may be less than the `sentBytes` that the client sent.
-  struct Request_t {
+  struct request_t {
     std::span<const std::uint8_t> bytes;
     std::size_t sentBytes;
     int connection;
   };
   // Carries a request out and writes the reply. Returns the reply's size.
-  std::size_t Answer(const Request_t& request, std::span<std::uint8_t, NM_MESSAGE_SIZE> reply);
+  std::size_t Answer(const request_t& request, std::span<std::uint8_t, NM_MESSAGE_SIZE> reply);
 
-  std::uint64_t Refused(Refusal refusal) const { return refused_[static_cast<std::size_t>(refusal)]; }
+  std::uint64_t Refused(refusal_t refusal) const { return refused_[static_cast<std::size_t>(refusal)]; }
   std::uint64_t Cut() const { return cut_; }
 
  private:
-  struct Parsed_t {
+  struct parsed_t {
     std::int32_t type;
     std::int32_t channel;
     std::int32_t length;
@@ -60,21 +60,21 @@ class RequestHandler {
     int connection;
     std::span<const std::uint8_t> payload;
   };
-  struct Result_t {
+  struct result_t {
     std::int32_t channel = -1;
     std::int32_t length = 0;
     std::int32_t client = -1;
-    Message_t message{};  // what a fetch brings
+    message_t message{};  // what a fetch brings
   };
-  using operation_t = Refusal (RequestHandler::*)(const Parsed_t&, Result_t&);
+  using operation_t = refusal_t (RequestHandler::*)(const parsed_t&, result_t&);
   static const std::array<operation_t, NM_FETCH + 1> OPERATIONS;
 
-  Refusal Carry(const Request_t& request, Parsed_t& parsed, Result_t& result);
-  Refusal Connect(const Parsed_t& request, Result_t& result);
-  Refusal Register(const Parsed_t& request, Result_t& result);
-  Refusal Subscribe(const Parsed_t& request, Result_t& result);
-  Refusal Send(const Parsed_t& request, Result_t& result);
-  Refusal Fetch(const Parsed_t& request, Result_t& result);
+  refusal_t Carry(const request_t& request, parsed_t& parsed, result_t& result);
+  refusal_t Connect(const parsed_t& request, result_t& result);
+  refusal_t Register(const parsed_t& request, result_t& result);
+  refusal_t Subscribe(const parsed_t& request, result_t& result);
+  refusal_t Send(const parsed_t& request, result_t& result);
+  refusal_t Fetch(const parsed_t& request, result_t& result);
 
   Exchange& exchange_;
   observer_t onPublish_;

@@ -176,15 +176,15 @@ void HttpServer::ServeStream(response_t& response) {
   const auto provide = [this, stream](std::size_t, httplib::DataSink& sink) {
     std::string text;
     switch (stream->Wait(text, BEAT)) {
-      case EventStream::Next::kClosed:
+      case EventStream::next_t::CLOSED:
         return false;
-      case EventStream::Next::kBeat:
+      case EventStream::next_t::BEAT:
         text = StreamHub::Format("beat", "{}");
         break;
-      case EventStream::Next::kFull:
+      case EventStream::next_t::FULL:
         text = parts_.state.FullState(parts_.connected());
         break;
-      case EventStream::Next::kEvents:
+      case EventStream::next_t::EVENTS:
         break;
     }
     return sink.write(text.data(), text.size());

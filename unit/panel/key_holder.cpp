@@ -7,7 +7,7 @@ namespace unit {
 // A board that was made anew since has lost its mark in the old mapping or is another object: the mapping is
 // taken for each use, which happens at the pace of fingers.
 platform::board_state_t* KeyHolder::Board() {
-  mapping_ = std::make_unique<platform::BoardMapping>(platform::BoardMapping::Role::kUser);
+  mapping_ = std::make_unique<platform::BoardMapping>(platform::BoardMapping::role_t::USER);
   return mapping_->Get();
 }
 
@@ -16,7 +16,7 @@ bool KeyHolder::Set(int key, bool held) {
   platform::board_state_t* board = Board();
   if (board == nullptr) return false;
   releases_.at(static_cast<std::size_t>(key - 1)).reset();
-  SetKeyHeld(*board, platform::key_source_t::kPanel, key, held);
+  SetKeyHeld(*board, platform::key_source_t::PANEL, key, held);
   return true;
 }
 
@@ -39,8 +39,7 @@ void KeyHolder::Step(time_t now) {
     std::optional<time_t>& release = releases_.at(static_cast<std::size_t>(key - 1));
     if (!release || now < *release) continue;
     release.reset();
-    if (platform::board_state_t* board = Board())
-      SetKeyHeld(*board, platform::key_source_t::kPanel, key, false);
+    if (platform::board_state_t* board = Board()) SetKeyHeld(*board, platform::key_source_t::PANEL, key, false);
   }
 }
 

@@ -22,7 +22,7 @@ constexpr auto PACE = 20ms;
 // thread releases keys and hands changes on, the server's threads answer.
 class PanelWorker {
  public:
-  explicit PanelWorker(const Options_t& options)
+  explicit PanelWorker(const options_t& options)
       : state_(hub_, ReadParameterFile(options.configDirectory + "/parameters.xml")),
         server_(http::ParseAddress(options.httpAddress),
                 {state_, hub_, keys_, [this] { return connected_.load(); }}),
@@ -39,7 +39,7 @@ class PanelWorker {
   PanelWorker(const PanelWorker&) = delete;
   PanelWorker& operator=(const PanelWorker&) = delete;
 
-  Status_t GetStatus() const {
+  status_t GetStatus() const {
     const http::LocalServer& server = server_.Server();
     return {"panel",
             true,
@@ -86,7 +86,7 @@ class PanelWorker {
 
 }  // namespace
 
-std::unique_ptr<Service> MakePanelService(const Options_t& options) {
+std::unique_ptr<Service> MakePanelService(const options_t& options) {
   return std::make_unique<WorkerService<PanelWorker>>("panel", options);
 }
 

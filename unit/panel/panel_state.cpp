@@ -50,7 +50,7 @@ std::optional<double> ReadParameter(unsigned handle) {
 
 }  // namespace
 
-PanelState::PanelState(StreamHub& hub, std::vector<Parameter_t> parameters)
+PanelState::PanelState(StreamHub& hub, std::vector<parameter_t> parameters)
     : hub_(hub), parameters_(std::move(parameters)) {}
 
 void PanelState::TakeBoard(const std::string& message) {
@@ -121,7 +121,7 @@ void PanelState::ReadParameters() {
   if (hub_.Count() == 0) return read_.clear();
   const DatabaseView database;
   if (database.Number() == 0) return;
-  for (const Parameter_t& parameter : parameters_) {
+  for (const parameter_t& parameter : parameters_) {
     const std::optional<double> value = ReadParameter(parameter.handle);
     const auto [known, fresh] = read_.emplace(parameter.handle, value);
     if (!fresh && known->second == value) continue;
@@ -159,7 +159,7 @@ bool PanelState::Database(std::string& text) const {
   const DatabaseView database;
   if (database.Number() == 0) return false;
   json parameters = json::array();
-  for (const Parameter_t& parameter : parameters_) {
+  for (const parameter_t& parameter : parameters_) {
     const std::optional<double> value = ReadParameter(parameter.handle);
     parameters.push_back({{"name", parameter.name},
                           {"handle", parameter.handle},

@@ -21,7 +21,7 @@ class PanelState {
  public:
   using time_t = std::chrono::steady_clock::time_point;
 
-  PanelState(StreamHub& hub, std::vector<Parameter_t> parameters);
+  PanelState(StreamHub& hub, std::vector<parameter_t> parameters);
 
   void TakeBoard(const std::string& message);
   void TakeBus(const std::string& message);
@@ -51,7 +51,7 @@ class PanelState {
   void BroadcastParameters();
 
   StreamHub& hub_;
-  const std::vector<Parameter_t> parameters_;
+  const std::vector<parameter_t> parameters_;
   HealthBook health_;
   std::uint64_t screenRevision_ = 0;  // the subscriber's thread's
 

@@ -5,15 +5,15 @@
 
 namespace unit {
 
-EventStream::Next EventStream::Wait(std::string& text, std::chrono::milliseconds beat) {
+EventStream::next_t EventStream::Wait(std::string& text, std::chrono::milliseconds beat) {
   std::unique_lock lock(mutex_);
   changed_.wait_for(lock, beat, [this] { return closed_ || full_ || !events_.empty(); });
-  if (closed_) return Next::kClosed;
-  if (std::exchange(full_, false)) return Next::kFull;
-  if (events_.empty()) return Next::kBeat;
+  if (closed_) return next_t::CLOSED;
+  if (std::exchange(full_, false)) return next_t::FULL;
+  if (events_.empty()) return next_t::BEAT;
   for (const std::string& event : std::exchange(events_, {})) text += event;
   bytes_ = 0;
-  return Next::kEvents;
+  return next_t::EVENTS;
 }
 
 void EventStream::Push(const std::string& event) {

@@ -15,11 +15,11 @@ namespace unit {
 // One reader. Used by the thread that serves it, and filled by the hub.
 class EventStream {
  public:
-  enum class Next { kEvents, kBeat, kFull, kClosed };
+  enum class next_t { EVENTS, BEAT, FULL, CLOSED };
 
-  // Waits at most `beat` for events and appends them to `text`. kBeat: there were none. kFull: the reader must
+  // Waits at most `beat` for events and appends them to `text`. BEAT: there were none. FULL: the reader must
   // be given the full state, since it is new or fell behind and its events are gone.
-  Next Wait(std::string& text, std::chrono::milliseconds beat);
+  next_t Wait(std::string& text, std::chrono::milliseconds beat);
 
  private:
   friend class StreamHub;

@@ -45,7 +45,7 @@ std::array<int, 2> MakePipe() {
 
 }  // namespace
 
-std::string Ending_t::Describe() const {
+std::string ending_t::Describe() const {
   if (WIFSIGNALED(status)) {
     const int signal = WTERMSIG(status);
     return "was killed by signal " + std::to_string(signal) + " (" + strsignal(signal) + ")";
@@ -83,9 +83,9 @@ void Child::Signal(int signal) const {
   if (process_ > 0 && !ending_) kill(process_, signal);
 }
 
-std::optional<Ending_t> Child::TryReap() {
+std::optional<ending_t> Child::TryReap() {
   int status = 0;
-  if (!ending_ && waitpid(process_, &status, WNOHANG) == process_) ending_ = Ending_t{status};
+  if (!ending_ && waitpid(process_, &status, WNOHANG) == process_) ending_ = ending_t{status};
   return ending_;
 }
 

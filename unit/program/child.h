@@ -13,7 +13,7 @@
 namespace unit {
 
 // How a child ended.
-struct Ending_t {
+struct ending_t {
   int status = 0;  // as waitpid gives it
   bool IsSuccess() const { return status == 0; }
   std::string Describe() const;  // "ended with status 1", "was killed by signal 11 (Segmentation fault)"
@@ -35,11 +35,11 @@ class Child {
   pid_t Process() const { return process_; }
   void Signal(int signal) const;
   // How it ended, once it has. Does not block.
-  std::optional<Ending_t> TryReap();
+  std::optional<ending_t> TryReap();
 
  private:
   pid_t process_ = -1;
-  std::optional<Ending_t> ending_;
+  std::optional<ending_t> ending_;
 };
 
 }  // namespace unit

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::chrono::milliseconds WATCH_PERIOD{200};
 
-enum class kind_t { kEvent, kAction };
+enum class kind_t { EVENT, ACTION };
 
 struct notice_t {
   kind_t kind;
@@ -27,13 +27,13 @@ using notices_t = std::map<std::string, notice_t>;  // by name
 
 notices_t CollectNotices(const screen_names_t& names) {
   notices_t notices;
-  for (const auto& [number, name] : names.events) notices.emplace(name, notice_t{kind_t::kEvent, number});
-  for (const auto& [name, number] : names.actions) notices.emplace(name, notice_t{kind_t::kAction, number});
+  for (const auto& [number, name] : names.events) notices.emplace(name, notice_t{kind_t::EVENT, number});
+  for (const auto& [name, number] : names.actions) notices.emplace(name, notice_t{kind_t::ACTION, number});
   return notices;
 }
 
 const char* KindName(kind_t kind) {
-  return kind == kind_t::kEvent ? "event " : "action";
+  return kind == kind_t::EVENT ? "event " : "action";
 }
 
 int SayNobodyListens() {
@@ -55,7 +55,7 @@ notices_t::const_iterator Complete(const notices_t& notices, const std::string& 
 
 bool Publish(const screen_names_t& names, const notice_t& notice) {
   NotifyLink link;
-  if (notice.kind == kind_t::kEvent) {
+  if (notice.kind == kind_t::EVENT) {
     std::array<std::uint8_t, 4> message{};
     platform::StoreLe32(message, 0, notice.number);
     return link.Publish(names.eventChannel.c_str(), message);
@@ -75,7 +75,7 @@ class NoticePrinter {
   }
 
   void Take(kind_t kind, std::span<const std::uint8_t> payload) {
-    const std::size_t numberAt = kind == kind_t::kEvent ? 0 : 4;
+    const std::size_t numberAt = kind == kind_t::EVENT ? 0 : 4;
     if (payload.size() != numberAt + 4) return;
     const std::uint32_t number = platform::LoadLe32(payload, numberAt);
     const auto& known = names_[static_cast<std::size_t>(kind)];
@@ -86,7 +86,7 @@ class NoticePrinter {
 
  private:
   bool IsRoutine(kind_t kind, const std::string& name) {
-    if (kind == kind_t::kEvent) return name.ends_with("HeartbeatEvent");
+    if (kind == kind_t::EVENT) return name.ends_with("HeartbeatEvent");
     const bool repeated = name == lastAction_ && name.starts_with("Page.");
     lastAction_ = name;
     return repeated;
@@ -109,7 +109,7 @@ int ListEvents(const std::string& genericFile, const std::string& prefix) {
 bool PublishEvent(const screen_names_t& names, const std::string& name) {
   const notices_t notices = CollectNotices(names);
   const auto found = notices.find(name);
-  return found != notices.end() && found->second.kind == kind_t::kEvent && Publish(names, found->second);
+  return found != notices.end() && found->second.kind == kind_t::EVENT && Publish(names, found->second);
 }
 
 int PostEvent(const std::string& genericFile, const std::string& name) {
@@ -130,7 +130,7 @@ int WatchEvents(const std::string& genericFile, bool all,
   const Subscriber subscriber(
       {names.eventChannel, names.actionChannel},
       [&printer](std::size_t channel, std::span<const std::uint8_t> payload) {
-        printer.Take(channel == 0 ? kind_t::kEvent : kind_t::kAction, payload);
+        printer.Take(channel == 0 ? kind_t::EVENT : kind_t::ACTION, payload);
       },
       [] { std::cerr << "unit events: watching; Ctrl-C ends it." << std::endl; });
   while (pause(WATCH_PERIOD)) {

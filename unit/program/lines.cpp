@@ -24,7 +24,7 @@ LinePump::~LinePump() {
   close(wake_[1]);  // its other end becomes readable
   thread_.join();
   close(wake_[0]);
-  for (const Source_t& source : sources_) close(source.descriptor);
+  for (const source_t& source : sources_) close(source.descriptor);
 }
 
 void LinePump::Add(int descriptor, const std::string& name, std::FILE* to, std::shared_ptr<LineWatch> watch) {
@@ -41,7 +41,7 @@ void LinePump::Run() {
     std::vector<pollfd> polled = {{wake_[0], POLLIN, 0}};
     {
       const std::lock_guard lock(mutex_);
-      for (const Source_t& source : sources_) polled.push_back({source.descriptor, POLLIN, 0});
+      for (const source_t& source : sources_) polled.push_back({source.descriptor, POLLIN, 0});
     }
     poll(polled.data(), polled.size(), -1);
     std::array<char, 64> wakes{};
@@ -49,13 +49,13 @@ void LinePump::Run() {
     }
     const std::lock_guard lock(mutex_);
     last = stopping_;
-    for (Source_t& source : sources_) Read(source);
-    sources_.remove_if([](const Source_t& source) { return source.ended; });
+    for (source_t& source : sources_) Read(source);
+    sources_.remove_if([](const source_t& source) { return source.ended; });
     static_cast<void>(std::fflush(stdout));
   }
 }
 
-void LinePump::Read(Source_t& source) {
+void LinePump::Read(source_t& source) {
   std::array<char, 4096> bytes;
   ssize_t got = 0;
   while ((got = read(source.descriptor, bytes.data(), bytes.size())) > 0) {
@@ -69,7 +69,7 @@ void LinePump::Read(Source_t& source) {
 }
 
 // One call for the whole line, so that the lines of several programs never mix.
-void LinePump::Show(const Source_t& source, const std::string& line) {
+void LinePump::Show(const source_t& source, const std::string& line) {
   log_.WriteStamped(source.name, line);
   if (source.watch) source.watch->Note(line);
   const std::string text = source.name + " | " + line + "\n";

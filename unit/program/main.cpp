@@ -21,30 +21,30 @@ namespace {
 
 constexpr int CALLED_WRONGLY = 2;
 
-struct RunArguments_t {
+struct run_arguments_t {
   std::vector<std::string> only;
   std::vector<std::string> without;
   std::string config;
   bool noHost = false;
   bool noOrvik = false;
   bool window = false;
-  unit::RunPlan_t plan;
+  unit::run_plan_t plan;
 };
 
-struct DatabaseArguments_t {
+struct database_arguments_t {
   std::vector<std::string> names;
   std::string name;
   std::string value;
   std::string prefix;
 };
 
-struct ReplayArguments_t {
+struct replay_arguments_t {
   unit::replay_options_t options;
-  unit::RunPlan_t plan;
+  unit::run_plan_t plan;
   bool window = false;
 };
 
-struct EventArguments_t {
+struct event_arguments_t {
   std::string config;
   std::string name;
   bool all = false;
@@ -59,7 +59,7 @@ void CheckBus(CLI::Option* option) {
       "local|socketcan:IFACE");
 }
 
-void AddParts(CLI::App& command, unit::Options_t& options) {
+void AddParts(CLI::App& command, unit::options_t& options) {
   auto* keys =
       command.add_option("--keys", options.keysDevice, "Front keys: an input device (/dev/input/event...)");
   command
@@ -70,7 +70,7 @@ void AddParts(CLI::App& command, unit::Options_t& options) {
   command.add_option("--backlight", options.backlightDirectory, "Backlight: a folder of /sys/class/backlight");
 }
 
-void AddHost(CLI::App& command, RunArguments_t& run) {
+void AddHost(CLI::App& command, run_arguments_t& run) {
   auto* noHost = command.add_flag("--no-host", run.noHost, "Run no host load computer");
   auto* play = command.add_option("--play", run.plan.playFile, "Have hx7 play a bus log (candump -L)")
                    ->check(CLI::ExistingFile)
@@ -83,9 +83,9 @@ void AddHost(CLI::App& command, RunArguments_t& run) {
       ->excludes(play);
 }
 
-CLI::App* AddRun(CLI::App& app, RunArguments_t& run, unsigned& seconds) {
+CLI::App* AddRun(CLI::App& app, run_arguments_t& run, unsigned& seconds) {
   CLI::App* command = app.add_subcommand("run", "Run the unit's services and the application until Ctrl-C");
-  unit::Options_t& options = run.plan.options;
+  unit::options_t& options = run.plan.options;
   const auto isPart = CLI::IsMember(unit::PartNames());
   auto* only = command
                    ->add_option("--only", run.only,
@@ -117,8 +117,8 @@ CLI::App* AddRun(CLI::App& app, RunArguments_t& run, unsigned& seconds) {
   return command;
 }
 
-int CarryRun(RunArguments_t& run, unsigned seconds) {
-  unit::RunPlan_t& plan = run.plan;
+int CarryRun(run_arguments_t& run, unsigned seconds) {
+  unit::run_plan_t& plan = run.plan;
   plan.parts = run.only.empty() ? unit::UsualParts() : std::set<std::string>(run.only.begin(), run.only.end());
   if (run.window || plan.options.fullscreen) plan.parts.insert(unit::WINDOW_PART);
   for (const std::string& part : run.without) plan.parts.erase(part);
@@ -136,7 +136,7 @@ int CarryRun(RunArguments_t& run, unsigned seconds) {
   return unit::Run(plan);
 }
 
-void AddDatabase(CLI::App& app, DatabaseArguments_t& arguments, int& result) {
+void AddDatabase(CLI::App& app, database_arguments_t& arguments, int& result) {
   CLI::App* db = app.add_subcommand("db", "Read and write the parameter database; a name may be shortened");
   db->require_subcommand(1);
   CLI::App* get = db->add_subcommand("get", "Print values");
@@ -157,7 +157,7 @@ void AddDatabase(CLI::App& app, DatabaseArguments_t& arguments, int& result) {
   });
 }
 
-void AddEvents(CLI::App& app, EventArguments_t& arguments, int& result) {
+void AddEvents(CLI::App& app, event_arguments_t& arguments, int& result) {
   CLI::App* events = app.add_subcommand("events", "Post and watch what application and screen tell each other");
   events->require_subcommand(1);
   events->add_option("--config", arguments.config, "The configuration's folder");
@@ -176,7 +176,7 @@ void AddEvents(CLI::App& app, EventArguments_t& arguments, int& result) {
   });
 }
 
-void AddBundle(CLI::App& app, std::string& file, ReplayArguments_t& replay, unsigned& seconds, int& result) {
+void AddBundle(CLI::App& app, std::string& file, replay_arguments_t& replay, unsigned& seconds, int& result) {
   CLI::App* make = app.add_subcommand("bundle", "Pack all that a report needs into one file");
   make->add_option("FILE", file, "The archive to write, such as report.tar.gz")->required();
   make->callback([&] { result = unit::MakeBundle(file); });
@@ -187,7 +187,7 @@ void AddBundle(CLI::App& app, std::string& file, ReplayArguments_t& replay, unsi
   show->add_flag("--check", replay.options.check,
                  "Stop at the end and compare the screen with the recorded one");
   show->add_flag("--window", replay.window, "Show the screen in a window");
-  unit::Options_t& options = replay.plan.options;
+  unit::options_t& options = replay.plan.options;
   show->add_option("--http", options.httpAddress, "Where the front panel listens")->capture_default_str();
   show->add_option("--socketcand", options.socketcandAddress, "Where the local bus listens")
       ->capture_default_str();
@@ -211,17 +211,17 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
   int result = 0;
   unsigned seconds = 0;
-  RunArguments_t run;
-  DatabaseArguments_t database;
+  run_arguments_t run;
+  database_arguments_t database;
   AddRun(app, run, seconds)->callback([&] { result = CarryRun(run, seconds); });
   app.add_subcommand("status", "Show what runs here and how it is")->callback([&] {
     result = unit::ShowStatus();
   });
   AddDatabase(app, database, result);
   std::string bundle;
-  ReplayArguments_t replay;
+  replay_arguments_t replay;
   AddBundle(app, bundle, replay, seconds, result);
-  EventArguments_t events;
+  event_arguments_t events;
   AddEvents(app, events, result);
   try {
     app.parse(argc, argv);

@@ -76,7 +76,7 @@ bool LeaveSplashPage(const screen_names_t& names) {
 
 }  // namespace
 
-int Replay(const replay_options_t& options, RunPlan_t plan) {
+int Replay(const replay_options_t& options, run_plan_t plan) {
   try {
     const archive_t bundle = ReadArchive(options.file);
     Part(bundle, BUNDLE_BUS, "log of the bus");

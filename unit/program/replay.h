@@ -15,6 +15,6 @@ struct replay_options_t {
 // Unpacks the bundle into $RUNTIME/replay and runs a unit that plays its bus. `plan` has the options of a run;
 // its configuration and host are the bundle's. Returns the exit status: with `check`, 1 when the screen
 // differs.
-int Replay(const replay_options_t& options, RunPlan_t plan);
+int Replay(const replay_options_t& options, run_plan_t plan);
 
 }  // namespace unit

@@ -50,16 +50,16 @@ constexpr auto HOST_STOP_TIME = 2s;
 constexpr auto HOST_PATIENCE = 5s;
 constexpr std::size_t LINES_KEPT = 1U << 20U;  // bytes, twice
 
-struct Part_t {
+struct part_t {
   const char* name;
-  std::unique_ptr<Service> (*make)(const Options_t& options);
+  std::unique_ptr<Service> (*make)(const options_t& options);
 };
 
-std::unique_ptr<Service> MakeWindow(const Options_t& options) {
+std::unique_ptr<Service> MakeWindow(const options_t& options) {
   return MakeWindowService(options, RequestStop);
 }
 
-constexpr std::array<Part_t, 7> SERVICES = {{{"notify", MakeNotifyService},
+constexpr std::array<part_t, 7> SERVICES = {{{"notify", MakeNotifyService},
                                              {"database", MakeDatabaseService},
                                              {"board", MakeBoardService},
                                              {"j1939", MakeJ1939Service},
@@ -68,11 +68,11 @@ constexpr std::array<Part_t, 7> SERVICES = {{{"notify", MakeNotifyService},
                                              {WINDOW_PART, MakeWindow}}};
 
 // Asked for while the services start.
-struct Stopped {};
+struct stopped_t {};
 
 class UnitRun {
  public:
-  explicit UnitRun(const RunPlan_t& plan) : plan_(plan) {}
+  explicit UnitRun(const run_plan_t& plan) : plan_(plan) {}
   ~UnitRun() { StopAll(); }
   UnitRun(const UnitRun&) = delete;
   UnitRun& operator=(const UnitRun&) = delete;
@@ -83,28 +83,28 @@ class UnitRun {
   void StopAll();
 
  private:
-  struct Running_t {
+  struct running_t {
     std::string name;
     std::unique_ptr<Service> service;
   };
 
   bool Wants(const std::string& part) const { return plan_.parts.contains(part); }
   void TakeLocks();
-  void StartService(const Part_t& part);
+  void StartService(const part_t& part);
   void StartOrvik();
   void StartHost();
   bool HostMayStart() const;
   void WriteRunFile() const;
   bool HasHost() const;
   std::vector<std::string> HostArguments() const;
-  std::vector<Status_t> Statuses() const;
+  std::vector<status_t> Statuses() const;
   void ShowCounters() const;
 
-  const RunPlan_t& plan_;
+  const run_plan_t& plan_;
   steady_clock::time_point started_;
   bool hostStarted_ = false;
   std::vector<RunLock> locks_;
-  std::vector<Running_t> services_;
+  std::vector<running_t> services_;
   RollingLog lines_{"lines", LINES_KEPT};
   Tee out_{std::cout, "unit", lines_};
   Tee err_{std::cerr, "unit", lines_};
@@ -117,7 +117,7 @@ void UnitRun::Start() {
   TakeLocks();
   WriteRunFile();
   PrepareRoot(plan_.options.configDirectory);
-  for (const Part_t& part : SERVICES) {
+  for (const part_t& part : SERVICES) {
     if (Wants(part.name)) StartService(part);
   }
   health_ = std::make_unique<HealthPublisher>([this] { return Statuses(); });
@@ -135,8 +135,8 @@ void UnitRun::TakeLocks() {
   }
 }
 
-void UnitRun::StartService(const Part_t& part) {
-  if (StopRequested(0ms)) throw Stopped();
+void UnitRun::StartService(const part_t& part) {
+  if (StopRequested(0ms)) throw stopped_t();
   std::unique_ptr<Service> service = part.make(plan_.options);
   try {
     service->Start();
@@ -163,7 +163,7 @@ void UnitRun::WriteRunFile() const {
 }
 
 void UnitRun::StartOrvik() {
-  if (StopRequested(0ms)) throw Stopped();
+  if (StopRequested(0ms)) throw stopped_t();
   if (Wants("orvik")) {
     supervisor_.Start({.name = "orvik",
                        .arguments = {FindProgram("orvik"), plan_.options.genericFile},
@@ -219,9 +219,9 @@ std::vector<std::string> UnitRun::HostArguments() const {
   return arguments;
 }
 
-std::vector<Status_t> UnitRun::Statuses() const {
-  std::vector<Status_t> statuses = supervisor_.Statuses();
-  for (const Running_t& running : services_) statuses.push_back(running.service->GetStatus());
+std::vector<status_t> UnitRun::Statuses() const {
+  std::vector<status_t> statuses = supervisor_.Statuses();
+  for (const running_t& running : services_) statuses.push_back(running.service->GetStatus());
   return statuses;
 }
 
@@ -263,7 +263,7 @@ void UnitRun::StopAll() {
 }
 
 void UnitRun::ShowCounters() const {
-  for (const Status_t& status : Statuses()) {
+  for (const status_t& status : Statuses()) {
     std::cout << "unit: " << status.name << ":";
     for (const auto& [name, value] : status.counters) std::cout << ' ' << name << '=' << value;
     std::cout << '\n';
@@ -284,7 +284,7 @@ std::set<std::string> UsualParts() {
   return parts;
 }
 
-int Run(const RunPlan_t& plan) {
+int Run(const run_plan_t& plan) {
   if (platform::RuntimeDirectory().empty()) {
     std::cerr
         << "unit run: the runtime directory cannot be made; set ORVIK_RUNTIME_DIR to a folder of your own.\n";
@@ -299,7 +299,7 @@ int Run(const RunPlan_t& plan) {
     if (problem.empty() && plan.atEnd) problem = plan.atEnd();
     if (problem.empty()) return 0;
     std::cerr << "unit run: " << problem << std::endl;
-  } catch (const Stopped&) {
+  } catch (const stopped_t&) {
     return 0;
   } catch (const std::exception& error) {
     std::cerr << "unit run: " << error.what() << std::endl;

@@ -17,8 +17,8 @@ const std::vector<std::string>& PartNames();
 std::set<std::string> UsualParts();
 constexpr const char* WINDOW_PART = "window";
 
-struct RunPlan_t {
-  Options_t options;
+struct run_plan_t {
+  options_t options;
   std::set<std::string> parts;         // which of PartNames() to run
   std::string playFile;                // a bus log for hx7 to play; empty: it simulates a crane
   std::string keysFile;                // front keys to press beside it; empty: none
@@ -34,6 +34,6 @@ struct RunPlan_t {
 };
 
 // Runs until a stop is asked for. BlockStopSignals has been called. Returns the program's exit status.
-int Run(const RunPlan_t& plan);
+int Run(const run_plan_t& plan);
 
 }  // namespace unit

@@ -10,15 +10,15 @@ namespace unit {
 
 using std::chrono::steady_clock;
 
-void Supervisor::Start(const Program_t& program) {
-  Run_t run;
+void Supervisor::Start(const program_t& program) {
+  run_t run;
   run.program = program;
   Launch(run);
   const std::lock_guard lock(mutex_);
   runs_.push_back(std::move(run));
 }
 
-void Supervisor::Launch(Run_t& run) {
+void Supervisor::Launch(run_t& run) {
   run.refusal = std::make_shared<LineWatch>(run.program.refusal);
   run.child = std::make_unique<Child>(run.program.name, run.program.arguments, pump_, run.refusal);
   run.started = steady_clock::now();
@@ -27,7 +27,7 @@ void Supervisor::Launch(Run_t& run) {
 
 void Supervisor::Step() {
   const steady_clock::time_point now = steady_clock::now();
-  for (Run_t& run : runs_) {
+  for (run_t& run : runs_) {
     if (run.child) {
       if (const auto ending = run.child->TryReap()) {
         TakeEnding(run, *ending);
@@ -45,7 +45,7 @@ void Supervisor::Step() {
   }
 }
 
-void Supervisor::TakeEnding(Run_t& run, const Ending_t& ending) {
+void Supervisor::TakeEnding(run_t& run, const ending_t& ending) {
   const steady_clock::time_point now = steady_clock::now();
   ForgetChild(run);
   if (ending.IsSuccess()) {
@@ -61,14 +61,14 @@ void Supervisor::TakeEnding(Run_t& run, const Ending_t& ending) {
 }
 
 void Supervisor::Restart(const std::string& name, const std::string& why) {
-  const auto run = std::ranges::find(runs_, name, [](const Run_t& r) { return r.program.name; });
+  const auto run = std::ranges::find(runs_, name, [](const run_t& r) { return r.program.name; });
   if (run == runs_.end() || !run->child) return;
   std::cerr << "unit: " << why << "; " << name << " has to start again" << std::endl;
   run->child->Signal(SIGTERM);
 }
 
 bool Supervisor::HasEnded(const std::string& name) const {
-  const auto run = std::ranges::find(runs_, name, [](const Run_t& r) { return r.program.name; });
+  const auto run = std::ranges::find(runs_, name, [](const run_t& r) { return r.program.name; });
   return run != runs_.end() && !run->child && !run->startAgain;
 }
 
@@ -82,7 +82,7 @@ void Supervisor::Stop() {
   runs_.clear();
 }
 
-void Supervisor::EndChild(Run_t& run) {
+void Supervisor::EndChild(run_t& run) {
   const std::string& name = run.program.name;
   if (run.child->TryReap()) return;
   run.refusal->Forget();
@@ -98,13 +98,13 @@ void Supervisor::EndChild(Run_t& run) {
 }
 
 // Kills it where it still runs.
-void Supervisor::ForgetChild(Run_t& run) {
+void Supervisor::ForgetChild(run_t& run) {
   run.child.reset();
   if (run.program.tidyUp) run.program.tidyUp();
 }
 
 // Until the child has ended, has said that it will not, or the user has lost patience. True when it has ended.
-bool Supervisor::WaitForEnd(Run_t& run, std::chrono::milliseconds time) {
+bool Supervisor::WaitForEnd(run_t& run, std::chrono::milliseconds time) {
   const auto deadline = steady_clock::now() + time;
   while (!run.child->TryReap()) {
     if (run.refusal->WasSeen() || steady_clock::now() >= deadline) break;
@@ -113,17 +113,17 @@ bool Supervisor::WaitForEnd(Run_t& run, std::chrono::milliseconds time) {
   return run.child->TryReap().has_value();
 }
 
-void Supervisor::Note(Run_t& run, bool up, const std::string& detail) {
+void Supervisor::Note(run_t& run, bool up, const std::string& detail) {
   const std::lock_guard lock(mutex_);
   run.ends += run.up && !up ? 1 : 0;
   run.up = up;
   run.detail = detail;
 }
 
-std::vector<Status_t> Supervisor::Statuses() const {
+std::vector<status_t> Supervisor::Statuses() const {
   const std::lock_guard lock(mutex_);
-  std::vector<Status_t> statuses;
-  for (const Run_t& run : runs_) {
+  std::vector<status_t> statuses;
+  for (const run_t& run : runs_) {
     statuses.push_back({run.program.name, run.up, run.detail, {{"ends", run.ends}}});
   }
   return statuses;

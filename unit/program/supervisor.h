@@ -16,7 +16,7 @@
 namespace unit {
 
 // What to run and how to stop it.
-struct Program_t {
+struct program_t {
   std::string name;                    // "orvik"
   std::vector<std::string> arguments;  // the executable's path first
   int stopSignal;
@@ -37,7 +37,7 @@ class Supervisor {
   // The children's lines go to `log` too, which must outlive this.
   explicit Supervisor(RollingLog& log) : pump_(log) {}
   // Starts a program. They are stopped in the reverse order. Throws std::runtime_error.
-  void Start(const Program_t& program);
+  void Start(const program_t& program);
   // Looks after the children; called whenever one may have ended, and ten times a second.
   void Step();
   // Has a program end and start again, as if it had died. For what it cannot recover from by itself.
@@ -47,12 +47,12 @@ class Supervisor {
   // Stops all. A further request to stop while it waits makes it go on to the next, harsher signal at once.
   void Stop();
   // "orvik" and "hx7" as services. Any thread.
-  std::vector<Status_t> Statuses() const;
+  std::vector<status_t> Statuses() const;
 
  private:
   using time_t = std::chrono::steady_clock::time_point;
-  struct Run_t {
-    Program_t program;
+  struct run_t {
+    program_t program;
     std::unique_ptr<Child> child;  // null while it does not run
     std::shared_ptr<LineWatch> refusal;
     time_t started;
@@ -63,16 +63,16 @@ class Supervisor {
     bool up = false;
   };
 
-  void Launch(Run_t& run);
-  void TakeEnding(Run_t& run, const Ending_t& ending);
-  static void ForgetChild(Run_t& run);
-  static bool WaitForEnd(Run_t& run, std::chrono::milliseconds time);
-  static void EndChild(Run_t& run);
-  void Note(Run_t& run, bool up, const std::string& detail);
+  void Launch(run_t& run);
+  void TakeEnding(run_t& run, const ending_t& ending);
+  static void ForgetChild(run_t& run);
+  static bool WaitForEnd(run_t& run, std::chrono::milliseconds time);
+  static void EndChild(run_t& run);
+  void Note(run_t& run, bool up, const std::string& detail);
 
   LinePump pump_;
   mutable std::mutex mutex_;  // guards the list, and what Statuses reads of its entries
-  std::vector<Run_t> runs_;
+  std::vector<run_t> runs_;
 };
 
 }  // namespace unit

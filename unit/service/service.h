@@ -8,7 +8,7 @@
 namespace unit {
 
 // Options of a run, as the command line gave them.
-struct Options_t {
+struct options_t {
   std::string configDirectory;  // holds generic.xml, parameters.xml and screen/
   std::string genericFile;      // the generic configuration; default configDirectory + "/generic.xml"
   std::string bus = "local";    // "local" or "socketcan:IFACE"
@@ -25,7 +25,7 @@ struct Options_t {
 };
 
 // A service's own view of itself. Each service publishes it once a second, as JSON, on HEALTH_CHANNEL_NAME.
-struct Status_t {
+struct status_t {
   std::string name;  // "notify", "database", "j1939", "screen", "board", "panel", "window"
   bool up = false;
   std::string detail;  // one line for a person, empty when there is nothing to say
@@ -40,7 +40,7 @@ class Service {
   virtual ~Service() = default;
   virtual void Start() = 0;
   virtual void Stop() = 0;
-  virtual Status_t GetStatus() const = 0;
+  virtual status_t GetStatus() const = 0;
 };
 
 // Channels of the notification manager that the unit's services use among themselves. Beside them stand the

@@ -19,7 +19,7 @@ class WorkerService : public Service {
   using make_t = std::function<std::unique_ptr<Worker>()>;
 
   WorkerService(std::string name, make_t make) : name_(std::move(name)), make_(std::move(make)) {}
-  WorkerService(std::string name, const Options_t& options)
+  WorkerService(std::string name, const options_t& options)
       : WorkerService(std::move(name), [options] { return std::make_unique<Worker>(options); }) {}
 
   void Start() override {
@@ -34,9 +34,9 @@ class WorkerService : public Service {
     worker.swap(worker_);
   }
 
-  Status_t GetStatus() const override {
+  status_t GetStatus() const override {
     const std::lock_guard lock(mutex_);
-    return worker_ ? worker_->GetStatus() : Status_t{name_, false, "stopped", {}};
+    return worker_ ? worker_->GetStatus() : status_t{name_, false, "stopped", {}};
   }
 
  private:

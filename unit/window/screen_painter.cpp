@@ -91,7 +91,7 @@ void ScreenPainter::Run() {
 
 void ScreenPainter::Step(int width, int height) {
   look_ = clock_t::now();
-  Source_t source;
+  source_t source;
   if (!AskScreen(SCREEN_REQUEST_SVG, source.svg)) return Lose(source.svg);
   source.style = FlashStyle(source.svg, Milliseconds(look_));
   source.width = width;
@@ -100,7 +100,7 @@ void ScreenPainter::Step(int width, int height) {
 }
 
 // What the screen shows is known again as of the question, not of the end of the drawing.
-void ScreenPainter::Draw(Source_t source) {
+void ScreenPainter::Draw(source_t source) {
   picture_t picture;
   if (source != drawn_) {
     try {

@@ -47,22 +47,22 @@ class ScreenPainter {
 
  private:
   // What a picture is drawn from.
-  struct Source_t {
+  struct source_t {
     std::string svg, style;
     int width = 0, height = 0;
 
-    bool operator==(const Source_t&) const = default;
+    bool operator==(const source_t&) const = default;
   };
 
   void Wake();
   void Run();
   void Step(int width, int height);
-  void Draw(Source_t source);
+  void Draw(source_t source);
   void Lose(const std::string& problem);
   clock_t::time_point NextLook() const;
 
   const picture_t veil_;
-  Source_t drawn_;            // the thread's
+  source_t drawn_;            // the thread's
   clock_t::time_point look_;  // the thread's: when it last asked
 
   mutable std::mutex mutex_;  // guards all down to stopping_

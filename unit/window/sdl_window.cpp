@@ -74,19 +74,19 @@ SdlPart::~SdlPart() {
 
 // --- Window
 
-SdlWindow::Library::~Library() {
+SdlWindow::library_t::~library_t() {
   SDL_Quit();
 }
 
-void SdlWindow::Release::operator()(SDL_Window* window) const {
+void SdlWindow::release_t::operator()(SDL_Window* window) const {
   SDL_DestroyWindow(window);
 }
 
-void SdlWindow::Release::operator()(SDL_Renderer* renderer) const {
+void SdlWindow::release_t::operator()(SDL_Renderer* renderer) const {
   SDL_DestroyRenderer(renderer);
 }
 
-void SdlWindow::Release::operator()(SDL_Texture* texture) const {
+void SdlWindow::release_t::operator()(SDL_Texture* texture) const {
   SDL_DestroyTexture(texture);
 }
 

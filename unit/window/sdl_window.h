@@ -59,7 +59,7 @@ class SdlWindow {
   std::string Driver() const;
 
  private:
-  struct Release {
+  struct release_t {
     void operator()(SDL_Window* window) const;
     void operator()(SDL_Renderer* renderer) const;
     void operator()(SDL_Texture* texture) const;
@@ -69,16 +69,16 @@ class SdlWindow {
   bool TakeKey(const SDL_KeyboardEvent& key);
   void Upload(const std::shared_ptr<const pixels_t>& picture);
 
-  struct Library {  // gives back what SDL keeps beside its parts
-    ~Library();
+  struct library_t {  // gives back what SDL keeps beside its parts
+    ~library_t();
   };
 
   const bool fullscreen_;
-  const Library library_;
+  const library_t library_;
   const std::unique_ptr<SdlPart> video_;
-  std::unique_ptr<SDL_Window, Release> window_;
-  std::unique_ptr<SDL_Renderer, Release> renderer_;
-  std::unique_ptr<SDL_Texture, Release> texture_;
+  std::unique_ptr<SDL_Window, release_t> window_;
+  std::unique_ptr<SDL_Renderer, release_t> renderer_;
+  std::unique_ptr<SDL_Texture, release_t> texture_;
   std::shared_ptr<const pixels_t> shown_;
   std::uint8_t shade_ = 0;     // the brightness shown, of 255
   bool stale_ = true;          // what stands in the window is not what is to be shown

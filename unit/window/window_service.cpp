@@ -33,7 +33,7 @@ class BoardLink {
   platform::board_state_t* Get(steady_clock::time_point now) {
     if (now >= nextLook_) {
       nextLook_ = now + 1s;
-      mapping_ = std::make_unique<platform::BoardMapping>(platform::BoardMapping::Role::kUser);
+      mapping_ = std::make_unique<platform::BoardMapping>(platform::BoardMapping::role_t::USER);
     }
     return mapping_->Get();
   }
@@ -47,7 +47,7 @@ class BoardLink {
 class WindowWorker {
  public:
   // Returns when the window is open; throws std::runtime_error with what is wrong and what to do.
-  WindowWorker(const Options_t& options, std::function<void()> end)
+  WindowWorker(const options_t& options, std::function<void()> end)
       : options_(options), end_(std::move(end)), thread_([this] { Run(); }) {
     try {
       opened_.get_future().get();
@@ -67,10 +67,10 @@ class WindowWorker {
   WindowWorker(const WindowWorker&) = delete;
   WindowWorker& operator=(const WindowWorker&) = delete;
 
-  Status_t GetStatus() const {
+  status_t GetStatus() const {
     const std::string problem = painter_.Problem(steady_clock::now());
     const std::lock_guard lock(mutex_);
-    Status_t status{"window", problem.empty(), driver_, {{"pictures", painter_.Pictures()}}};
+    status_t status{"window", problem.empty(), driver_, {{"pictures", painter_.Pictures()}}};
     if (!problem.empty()) status.detail += "; no picture: " + problem;
     if (!soundProblem_.empty()) status.detail += "; no sound: " + soundProblem_;
     return status;
@@ -121,7 +121,7 @@ class WindowWorker {
   }
 
   static void Hold(platform::board_state_t* board, std::uint32_t keys) {
-    if (board != nullptr) KeysHeldBy(*board, platform::key_source_t::kWindow) = keys;
+    if (board != nullptr) KeysHeldBy(*board, platform::key_source_t::WINDOW) = keys;
   }
 
   void Sound(SdlSpeaker& speaker, bool on, steady_clock::time_point now) {
@@ -135,7 +135,7 @@ class WindowWorker {
     soundProblem_ = speaker.Problem();
   }
 
-  const Options_t options_;
+  const options_t options_;
   const std::function<void()> end_;
   ScreenPainter painter_;
   std::promise<void> opened_;
@@ -148,7 +148,7 @@ class WindowWorker {
 
 }  // namespace
 
-std::unique_ptr<Service> MakeWindowService(const Options_t& options, std::function<void()> end) {
+std::unique_ptr<Service> MakeWindowService(const options_t& options, std::function<void()> end) {
   return std::make_unique<WorkerService<WindowWorker>>(
       "window", [options, end = std::move(end)] { return std::make_unique<WindowWorker>(options, end); });
 }

@@ -13,6 +13,6 @@ namespace unit {
 
 // `end` is called on the window's thread each time that somebody asks for the end there: closes the window, or
 // presses Ctrl-C or Escape in it.
-std::unique_ptr<Service> MakeWindowService(const Options_t& options, std::function<void()> end);
+std::unique_ptr<Service> MakeWindowService(const options_t& options, std::function<void()> end);
 
 }  // namespace unit

@@ -20,7 +20,7 @@ static_assert(board_word_t::is_always_lock_free);
 
 // Who can hold the front keys. Each has a word of its own: a key is held while anyone holds it, and nobody's
 // release lifts the finger of another.
-enum class key_source_t : std::size_t { kPanel, kKeyDevice, kWindow };
+enum class key_source_t : std::size_t { PANEL, KEY_DEVICE, WINDOW };
 constexpr std::size_t KEY_SOURCES = 3;
 
 struct board_state_t {
@@ -46,9 +46,9 @@ struct board_state_t {
 // A mapping of the board's object; unmapped when destroyed.
 class BoardMapping {
  public:
-  enum class Role { kOwner, kUser };
-  // kOwner makes the object anew (and removes it again when destroyed); kUser maps an existing one.
-  explicit BoardMapping(Role role);
+  enum class role_t { OWNER, USER };
+  // OWNER makes the object anew (and removes it again when destroyed); USER maps an existing one.
+  explicit BoardMapping(role_t role);
   ~BoardMapping();
   BoardMapping(const BoardMapping&) = delete;
   BoardMapping& operator=(const BoardMapping&) = delete;

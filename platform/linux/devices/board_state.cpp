@@ -15,14 +15,14 @@
 namespace platform {
 namespace {
 
-constexpr std::uint16_t kRowMask = 0x000F;
+constexpr std::uint16_t ROW_MASK = 0x000F;
 
 // Where each front key closes the matrix.
 struct key_place_t {
   std::uint16_t column;  // bit of the data register
   std::uint16_t row;
 };
-constexpr std::array<key_place_t, 8> kKeys = {{
+constexpr std::array<key_place_t, 8> KEYS = {{
     {1U << 8U, 1U << 0U},
     {1U << 8U, 1U << 1U},
     {1U << 8U, 1U << 2U},
@@ -66,9 +66,9 @@ board_state_t* OpenBoard() {
 
 }  // namespace
 
-BoardMapping::BoardMapping(Role role)
-    : state_(role == Role::kOwner ? MakeBoard() : OpenBoard()),
-      owner_(role == Role::kOwner && state_ != nullptr) {}
+BoardMapping::BoardMapping(role_t role)
+    : state_(role == role_t::OWNER ? MakeBoard() : OpenBoard()),
+      owner_(role == role_t::OWNER && state_ != nullptr) {}
 
 BoardMapping::~BoardMapping() {
   if (state_ == nullptr) return;
@@ -92,10 +92,10 @@ std::uint32_t KeysHeld(const board_state_t& board) {
 std::uint16_t ReadKeypadRows(std::uint32_t keysHeld, std::uint16_t direction, std::uint16_t data) {
   const auto drivenLow = static_cast<std::uint16_t>(direction & ~data);
   std::uint16_t pulledDown = 0;
-  for (std::size_t key = 0; key < kKeys.size(); ++key) {
-    if (((keysHeld >> key) & 1U) != 0 && (drivenLow & kKeys[key].column) != 0) pulledDown |= kKeys[key].row;
+  for (std::size_t key = 0; key < KEYS.size(); ++key) {
+    if (((keysHeld >> key) & 1U) != 0 && (drivenLow & KEYS[key].column) != 0) pulledDown |= KEYS[key].row;
   }
-  return static_cast<std::uint16_t>(~pulledDown & kRowMask);
+  return static_cast<std::uint16_t>(~pulledDown & ROW_MASK);
 }
 
 }  // namespace platform

@@ -22,19 +22,19 @@
 namespace platform {
 namespace {
 
-constexpr std::string_view kOutputPath = "/dev/io_interface";
-constexpr std::string_view kPwmPath = "/dev/pwm0";
+constexpr std::string_view OUTPUT_PATH = "/dev/io_interface";
+constexpr std::string_view PWM_PATH = "/dev/pwm0";
 
-constexpr std::size_t kOutputCommandSize = 8;
-constexpr std::uint16_t kBeeperOutput = 0x20;
-constexpr std::uint32_t kOn = std::bit_cast<std::uint32_t>(1.0F);
-constexpr std::uint32_t kOff = std::bit_cast<std::uint32_t>(0.0F);
+constexpr std::size_t OUTPUT_COMMAND_SIZE = 8;
+constexpr std::uint16_t BEEPER_OUTPUT = 0x20;
+constexpr std::uint32_t ON = std::bit_cast<std::uint32_t>(1.0F);
+constexpr std::uint32_t OFF = std::bit_cast<std::uint32_t>(0.0F);
 
-constexpr auto kPwmEnable = std::bit_cast<int>(0x8004'0505U);
-constexpr auto kPwmPeriod = std::bit_cast<int>(0x8004'0501U);
-constexpr auto kPwmDuty = std::bit_cast<int>(0x8004'0503U);
+constexpr auto PWM_ENABLE = std::bit_cast<int>(0x8004'0505U);
+constexpr auto PWM_PERIOD = std::bit_cast<int>(0x8004'0501U);
+constexpr auto PWM_DUTY = std::bit_cast<int>(0x8004'0503U);
 
-enum class device_t { kOutput, kPwm };
+enum class device_t { OUTPUT, PWM };
 
 struct open_device_t {
   device_t kind;
@@ -42,18 +42,18 @@ struct open_device_t {
   std::shared_ptr<BoardMapping> board;
 };
 
-struct OpenDevices {
+struct open_devices_t {
   std::mutex mutex;                       // guards the rest
   std::map<int, open_device_t> byNumber;  // descriptors of emulated devices
 };
 
-OpenDevices& Devices() {
-  static OpenDevices& devices = *new OpenDevices;
+open_devices_t& Devices() {
+  static open_devices_t& devices = *new open_devices_t;
   return devices;
 }
 
 std::optional<open_device_t> FindDevice(int descriptor) {
-  OpenDevices& devices = Devices();
+  open_devices_t& devices = Devices();
   const std::lock_guard guard(devices.mutex);
   const auto found = devices.byNumber.find(descriptor);
   if (found == devices.byNumber.end()) return std::nullopt;
@@ -61,8 +61,8 @@ std::optional<open_device_t> FindDevice(int descriptor) {
 }
 
 std::optional<device_t> DeviceAt(std::string_view path) {
-  if (path == kOutputPath) return device_t::kOutput;
-  if (path == kPwmPath) return device_t::kPwm;
+  if (path == OUTPUT_PATH) return device_t::OUTPUT;
+  if (path == PWM_PATH) return device_t::PWM;
   return std::nullopt;
 }
 
@@ -76,14 +76,14 @@ int AboveZero(int descriptor) {
 
 // The number is a real descriptor's, so that it cannot meet another one.
 int OpenEmulated(device_t kind, int flags) {
-  auto board = std::make_shared<BoardMapping>(BoardMapping::Role::kUser);
+  auto board = std::make_shared<BoardMapping>(BoardMapping::role_t::USER);
   if (board->Get() == nullptr) {
     errno = ENOENT;
     return -1;
   }
   const int number = AboveZero(open("/dev/null", O_RDWR | O_CLOEXEC));
   if (number < 0) return -1;
-  OpenDevices& devices = Devices();
+  open_devices_t& devices = Devices();
   const std::lock_guard guard(devices.mutex);
   devices.byNumber.insert_or_assign(number, open_device_t{kind, flags, std::move(board)});
   return number;
@@ -99,10 +99,10 @@ void Set(board_word_t& word, board_word_t& changes, std::uint32_t value) {
 }
 
 std::optional<std::uint32_t> ParseBeeperCommand(std::span<const std::uint8_t> command) {
-  if (command.size() != kOutputCommandSize) return std::nullopt;
+  if (command.size() != OUTPUT_COMMAND_SIZE) return std::nullopt;
   const std::uint32_t value = LoadLe32(command, 4);
-  if (LoadLe16(command, 0) != kBeeperOutput || LoadLe16(command, 2) != 0) return std::nullopt;
-  if (value != kOn && value != kOff) return std::nullopt;
+  if (LoadLe16(command, 0) != BEEPER_OUTPUT || LoadLe16(command, 2) != 0) return std::nullopt;
+  if (value != ON && value != OFF) return std::nullopt;
   return value;
 }
 
@@ -123,14 +123,14 @@ struct pwm_command_t {
   std::size_t bytes;
   board_word_t board_state_t::*word;
 };
-constexpr std::array<pwm_command_t, 3> kPwmCommands = {{
-    {kPwmEnable, 0, &board_state_t::pwmEnabled},
-    {kPwmPeriod, 4, &board_state_t::pwmPeriod},
-    {kPwmDuty, 4, &board_state_t::pwmDuty},
+constexpr std::array<pwm_command_t, 3> PWM_COMMANDS = {{
+    {PWM_ENABLE, 0, &board_state_t::pwmEnabled},
+    {PWM_PERIOD, 4, &board_state_t::pwmPeriod},
+    {PWM_DUTY, 4, &board_state_t::pwmDuty},
 }};
 
 int ControlPwm(board_state_t& board, int command, const void* data, std::size_t bytes) {
-  for (const pwm_command_t& known : kPwmCommands) {
+  for (const pwm_command_t& known : PWM_COMMANDS) {
     if (known.command != command) continue;
     if (bytes != known.bytes || (bytes > 0 && data == nullptr)) {
       Count(board.pwmRefused);
@@ -164,7 +164,7 @@ ssize_t WriteDevice(int descriptor, const void* data, std::size_t bytes) {
     errno = EBADF;
     return -1;
   }
-  if (device->kind == device_t::kOutput) {
+  if (device->kind == device_t::OUTPUT) {
     return WriteOutput(*device->board->Get(), {static_cast<const std::uint8_t*>(data), bytes});
   }
   Count(device->board->Get()->pwmRefused);
@@ -174,7 +174,7 @@ ssize_t WriteDevice(int descriptor, const void* data, std::size_t bytes) {
 
 int CloseDevice(int descriptor) {
   {
-    OpenDevices& devices = Devices();
+    open_devices_t& devices = Devices();
     const std::lock_guard guard(devices.mutex);
     devices.byNumber.erase(descriptor);
   }
@@ -187,6 +187,6 @@ int devctl(int descriptor, int command, void* data, std::size_t bytes, int* info
   if (info != nullptr) *info = 0;
   const auto device = platform::FindDevice(descriptor);
   if (!device) return fcntl(descriptor, F_GETFD) < 0 ? EBADF : ENOTTY;
-  if (device->kind != platform::device_t::kPwm) return ENOTTY;
+  if (device->kind != platform::device_t::PWM) return ENOTTY;
   return platform::ControlPwm(*device->board->Get(), command, data, bytes);
 }

@@ -13,7 +13,7 @@
 namespace platform {
 namespace {
 
-constexpr std::uint16_t kRowMask = 0x000F;
+constexpr std::uint16_t ROW_MASK = 0x000F;
 
 // What stands at the physical addresses. A mapping's base is the physical address itself.
 struct region_t {
@@ -21,25 +21,25 @@ struct region_t {
   std::size_t bytes;
   bool isOnBoard;  // its registers are the board object's
 };
-constexpr std::uintptr_t kKeypad = 0x43FA'8000;
-constexpr std::uintptr_t kPads = 0x43FA'C060;
-constexpr std::uintptr_t kCounter = 0x53F9'0024;
-constexpr std::array<region_t, 3> kRegions = {{{kKeypad, 8, true}, {kPads, 16, true}, {kCounter, 4, false}}};
+constexpr std::uintptr_t KEYPAD = 0x43FA'8000;
+constexpr std::uintptr_t PADS = 0x43FA'C060;
+constexpr std::uintptr_t COUNTER = 0x53F9'0024;
+constexpr std::array<region_t, 3> REGIONS = {{{KEYPAD, 8, true}, {PADS, 16, true}, {COUNTER, 4, false}}};
 
-constexpr std::uintptr_t kKeypadControl = kKeypad;
-constexpr std::uintptr_t kKeypadStatus = kKeypad + 2;
-constexpr std::uintptr_t kKeypadDirection = kKeypad + 4;
-constexpr std::uintptr_t kKeypadData = kKeypad + 6;
+constexpr std::uintptr_t KEYPAD_CONTROL = KEYPAD;
+constexpr std::uintptr_t KEYPAD_STATUS = KEYPAD + 2;
+constexpr std::uintptr_t KEYPAD_DIRECTION = KEYPAD + 4;
+constexpr std::uintptr_t KEYPAD_DATA = KEYPAD + 6;
 
-constexpr std::uint64_t kCounterHertz = 32'000;
-constexpr std::uint64_t kNanosecondsPerCount = 1'000'000'000 / kCounterHertz;
+constexpr std::uint64_t COUNTER_HERTZ = 32'000;
+constexpr std::uint64_t NANOSECONDS_PER_COUNT = 1'000'000'000 / COUNTER_HERTZ;
 
 thread_local bool hasPrivilege = false;
 
 std::atomic<board_state_t*> board = nullptr;
 
 const region_t* FindRegion(std::uint64_t address, std::size_t bytes) {
-  for (const region_t& region : kRegions) {
+  for (const region_t& region : REGIONS) {
     if (address >= region.base && bytes <= region.bytes && address - region.base <= region.bytes - bytes) {
       return &region;
     }
@@ -54,7 +54,7 @@ bool MapBoard() {
   const std::lock_guard guard(mutex);
   const board_state_t* const current = board.load(std::memory_order_acquire);
   if (current != nullptr && current->magic.load(std::memory_order_acquire) == BOARD_MAGIC) return true;
-  auto mapping = std::make_unique<BoardMapping>(BoardMapping::Role::kUser);
+  auto mapping = std::make_unique<BoardMapping>(BoardMapping::role_t::USER);
   if (mapping->Get() == nullptr) return false;
   board.store(mapping->Get(), std::memory_order_release);
   mappings.push_back(std::move(mapping));
@@ -64,19 +64,19 @@ bool MapBoard() {
 std::uint32_t ReadCounter() {
   std::timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<std::uint32_t>(static_cast<std::uint64_t>(now.tv_sec) * kCounterHertz +
-                                    static_cast<std::uint64_t>(now.tv_nsec) / kNanosecondsPerCount);
+  return static_cast<std::uint32_t>(static_cast<std::uint64_t>(now.tv_sec) * COUNTER_HERTZ +
+                                    static_cast<std::uint64_t>(now.tv_nsec) / NANOSECONDS_PER_COUNT);
 }
 
 board_word_t* KeypadRegister(board_state_t& state, std::uintptr_t address) {
   switch (address) {
-    case kKeypadControl:
+    case KEYPAD_CONTROL:
       return &state.keypadControl;
-    case kKeypadStatus:
+    case KEYPAD_STATUS:
       return &state.keypadStatus;
-    case kKeypadDirection:
+    case KEYPAD_DIRECTION:
       return &state.keypadDirection;
-    case kKeypadData:
+    case KEYPAD_DATA:
       return &state.keypadData;
     default:
       return nullptr;
@@ -84,8 +84,8 @@ board_word_t* KeypadRegister(board_state_t& state, std::uintptr_t address) {
 }
 
 board_word_t* PadRegister(board_state_t& state, std::uintptr_t address) {
-  const std::uintptr_t offset = address - kPads;
-  if (address < kPads || offset % 4 != 0 || offset / 4 >= state.padControl.size()) return nullptr;
+  const std::uintptr_t offset = address - PADS;
+  if (address < PADS || offset % 4 != 0 || offset / 4 >= state.padControl.size()) return nullptr;
   return &state.padControl[offset / 4];
 }
 
@@ -94,7 +94,7 @@ std::uint16_t ReadKeypadData(const board_state_t& state) {
   const auto direction = static_cast<std::uint16_t>(state.keypadDirection.load(std::memory_order_relaxed));
   const auto data = static_cast<std::uint16_t>(state.keypadData.load(std::memory_order_relaxed));
   const std::uint16_t rows = ReadKeypadRows(KeysHeld(state), direction, data);
-  const auto inputs = static_cast<std::uint16_t>(kRowMask & ~direction);
+  const auto inputs = static_cast<std::uint16_t>(ROW_MASK & ~direction);
   return static_cast<std::uint16_t>((data & ~inputs) | (rows & inputs));
 }
 
@@ -132,7 +132,7 @@ int munmap_device_io(std::uintptr_t base, std::size_t bytes) {
 std::uint16_t in16(std::uintptr_t address) {
   platform::board_state_t* const state = platform::board.load(std::memory_order_acquire);
   if (state == nullptr) return 0xFFFF;
-  if (address == platform::kKeypadData) return platform::ReadKeypadData(*state);
+  if (address == platform::KEYPAD_DATA) return platform::ReadKeypadData(*state);
   const platform::board_word_t* const word = platform::KeypadRegister(*state, address);
   return word != nullptr ? static_cast<std::uint16_t>(word->load(std::memory_order_relaxed)) : 0xFFFF;
 }
@@ -145,7 +145,7 @@ void out16(std::uintptr_t address, std::uint16_t value) {
 }
 
 std::uint32_t in32(std::uintptr_t address) {
-  if (address == platform::kCounter) return platform::ReadCounter();
+  if (address == platform::COUNTER) return platform::ReadCounter();
   platform::board_state_t* const state = platform::board.load(std::memory_order_acquire);
   if (state == nullptr) return 0xFFFF'FFFF;
   const platform::board_word_t* const word = platform::PadRegister(*state, address);

@@ -35,20 +35,20 @@ struct own_object_t {
   }
 };
 
-struct OwnObjects {
+struct own_objects_t {
   std::mutex mutex;                            // guards the rest
   std::map<std::string, own_object_t> byPath;  // of the claim file
 };
 
 void RemoveOwnObjects();
 
-OwnObjects& Own() {
-  return TablesOfThisProcess<OwnObjects, RemoveOwnObjects>();
+own_objects_t& Own() {
+  return TablesOfThisProcess<own_objects_t, RemoveOwnObjects>();
 }
 
 // Memory is not the process's and would stay.
 void RemoveOwnObjects() {
-  OwnObjects& own = Own();
+  own_objects_t& own = Own();
   const std::lock_guard guard(own.mutex);
   for (auto& [path, object] : own.byPath) object.Remove();
   own.byPath.clear();
@@ -97,7 +97,7 @@ int MakeExclusively(const char* name, int flags, mode_t mode) {
     claim->Release();
     return -1;
   }
-  OwnObjects& own = Own();
+  own_objects_t& own = Own();
   const std::lock_guard guard(own.mutex);
   own.byPath.insert_or_assign(ClaimPath(name), own_object_t{std::move(*claim), SystemName(EscapedName(name))});
   return descriptor;
@@ -110,7 +110,7 @@ void RemoveSharedMemory(std::string_view escapedName) {
 }
 
 void RemoveOwnSharedObject(const char* name) {
-  OwnObjects& own = Own();
+  own_objects_t& own = Own();
   const std::lock_guard guard(own.mutex);
   auto object = own.byPath.extract(ClaimPath(name));
   if (!object.empty()) object.mapped().Remove();
@@ -129,7 +129,7 @@ int UnlinkSharedObject(const char* name) {
   const int result = shm_unlink(SystemName(EscapedName(name)).c_str());
   const int error = errno;
   {
-    OwnObjects& own = Own();
+    own_objects_t& own = Own();
     const std::lock_guard guard(own.mutex);
     auto object = own.byPath.extract(ClaimPath(name));
     if (!object.empty()) object.mapped().claim.Release();

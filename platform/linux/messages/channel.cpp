@@ -15,10 +15,10 @@
 namespace platform {
 namespace {
 
-constexpr int kEventBatch = 16;
+constexpr int EVENT_BATCH = 16;
 // A client that never stops sending pulses must not keep new arrivals from being seen.
-constexpr int kReadsBetweenPolls = 16;
-constexpr int kSendBuffer = 1 << 20;
+constexpr int READS_BETWEEN_POLLS = 16;
+constexpr int SEND_BUFFER = 1 << 20;
 
 pid_t PeerProcess(int socket) {
   ucred credentials{};
@@ -86,7 +86,7 @@ int Channel::Receive(void* msg, std::size_t bytes, _msg_info* info) {
     incoming_t* incoming = NextReady();
     if (incoming == nullptr) continue;
     int rcvid = 0;
-    if (Read(incoming, msg, bytes, info, rcvid) != Outcome::kNothing) return rcvid;
+    if (Read(incoming, msg, bytes, info, rcvid) != outcome_t::NOTHING) return rcvid;
   }
   errno = ESRCH;
   return -1;
@@ -95,7 +95,7 @@ int Channel::Receive(void* msg, std::size_t bytes, _msg_info* info) {
 incoming_t* Channel::NextReady() {
   if (firstReady_ == nullptr) {
     FetchEvents(-1);
-  } else if (++readsSincePoll_ >= kReadsBetweenPolls) {
+  } else if (++readsSincePoll_ >= READS_BETWEEN_POLLS) {
     FetchEvents(0);
   }
   return PopReady();
@@ -105,8 +105,8 @@ incoming_t* Channel::NextReady() {
 // Reported again and again, as level-triggered events are, busy sockets would be served out of order.
 void Channel::FetchEvents(int timeout_ms) {
   readsSincePoll_ = 0;
-  std::array<epoll_event, kEventBatch> events;
-  const int count = epoll_wait(events_.Get(), events.data(), kEventBatch, timeout_ms);
+  std::array<epoll_event, EVENT_BATCH> events;
+  const int count = epoll_wait(events_.Get(), events.data(), EVENT_BATCH, timeout_ms);
   for (int i = 0; i < count; ++i) {
     const epoll_event& event = events.at(static_cast<std::size_t>(i));
     if (event.data.ptr == &wake_) continue;
@@ -131,7 +131,7 @@ bool Channel::AcceptOne() {
       [this] { return accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK); });
   if (!incoming->socket) return errno == EINTR || errno == ECONNABORTED;
   const int socket = incoming->socket.Get();
-  setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kSendBuffer, sizeof kSendBuffer);
+  setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &SEND_BUFFER, sizeof SEND_BUFFER);
   incoming->pid = PeerProcess(socket);
   if (!EnterIncoming(incoming)) return true;  // refused: its sender sees the end of the connection
   if (!Watch(socket, EPOLLIN | EPOLLRDHUP | EPOLLET, incoming.get())) {
@@ -165,28 +165,28 @@ incoming_t* Channel::PopReady() {
   return incoming;
 }
 
-Channel::Outcome Channel::Read(incoming_t* incoming, void* msg, std::size_t bytes, _msg_info* info,
-                               int& rcvid) {
+Channel::outcome_t Channel::Read(incoming_t* incoming, void* msg, std::size_t bytes, _msg_info* info,
+                                 int& rcvid) {
   request_header_t header{};
   const received_t received =
       ReceiveRecord(incoming->socket.Get(), &header, sizeof header, msg, bytes, MSG_DONTWAIT);
   if (received.length < 0 && (errno == EAGAIN || errno == EINTR)) {
     if (errno == EINTR) PushReady(incoming);
-    return Outcome::kNothing;
+    return outcome_t::NOTHING;
   }
   if (received.length <= 0 || !IsWellFormed(*incoming, header, received.copied, bytes)) {
     Remove(incoming);
-    return Outcome::kNothing;
+    return outcome_t::NOTHING;
   }
   if (incoming->scoid.load(std::memory_order_relaxed) == 0) Identify(*incoming, header);
   // After a message its sender waits for the reply, and whatever comes next is reported as new. All else may
   // have more behind it.
-  if (header.kind != packet_kind_t::kMessage || incoming->hungUp) PushReady(incoming);
-  if (header.kind == packet_kind_t::kHello) return Outcome::kNothing;
-  if (header.kind == packet_kind_t::kPulse) {
+  if (header.kind != packet_kind_t::MESSAGE || incoming->hungUp) PushReady(incoming);
+  if (header.kind == packet_kind_t::HELLO) return outcome_t::NOTHING;
+  if (header.kind == packet_kind_t::PULSE) {
     CopyPulse(MakePulse(header.code, header.value, incoming->scoid.load(std::memory_order_relaxed)), msg,
               bytes);
-    return Outcome::kPulse;
+    return outcome_t::PULSE;
   }
   if (info != nullptr) {
     FillInfo(*info, *incoming, header);
@@ -196,16 +196,16 @@ Channel::Outcome Channel::Read(incoming_t* incoming, void* msg, std::size_t byte
   incoming->sequence.store(header.sequence, std::memory_order_relaxed);
   incoming->room.store(header.room, std::memory_order_relaxed);
   rcvid = OweReply(*incoming);
-  return Outcome::kMessage;
+  return outcome_t::MESSAGE;
 }
 
 bool Channel::IsWellFormed(const incoming_t& incoming, const request_header_t& header, std::size_t copied,
                            std::size_t room) const {
   switch (header.kind) {
-    case packet_kind_t::kHello:
-    case packet_kind_t::kPulse:
+    case packet_kind_t::HELLO:
+    case packet_kind_t::PULSE:
       return header.bytes == 0 && copied == 0;
-    case packet_kind_t::kMessage:
+    case packet_kind_t::MESSAGE:
       return header.bytes <= MAX_MESSAGE_SIZE && copied == std::min<std::size_t>(header.bytes, room) &&
              incoming.owed.load(std::memory_order_acquire) == 0;
   }

@@ -60,7 +60,7 @@ class Channel {
   const std::string& SocketPath() const { return path_; }
 
  private:
-  enum class Outcome { kNothing, kMessage, kPulse };
+  enum class outcome_t { NOTHING, MESSAGE, PULSE };
 
   bool Watch(int descriptor, std::uint32_t events, void* tag) const;
   incoming_t* NextReady();
@@ -71,7 +71,7 @@ class Channel {
   void PushReady(incoming_t* incoming);
   incoming_t* PopReady();
 
-  Outcome Read(incoming_t* incoming, void* msg, std::size_t bytes, _msg_info* info, int& rcvid);
+  outcome_t Read(incoming_t* incoming, void* msg, std::size_t bytes, _msg_info* info, int& rcvid);
   bool IsWellFormed(const incoming_t& incoming, const request_header_t& header, std::size_t copied,
                     std::size_t room) const;
   void Identify(incoming_t& incoming, const request_header_t& header);

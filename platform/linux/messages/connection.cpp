@@ -21,8 +21,8 @@
 namespace platform {
 namespace {
 
-constexpr int kLastCoid = 0x00FF'FFFF;
-constexpr int kDefaultPriority = 10;  // Neutrino's, which a thread without real-time scheduling reports
+constexpr int LAST_COID = 0x00FF'FFFF;
+constexpr int DEFAULT_PRIORITY = 10;  // Neutrino's, which a thread without real-time scheduling reports
 
 struct connection_t {
   std::shared_ptr<Receiver> receiver;
@@ -30,14 +30,14 @@ struct connection_t {
   std::vector<std::shared_ptr<Outgoing>> sockets;
 };
 
-struct SendTables {
+struct send_tables_t {
   std::mutex mutex;  // guards the rest
   std::map<int, connection_t> connections;
   int lastCoid = 0;
 };
 
-SendTables*& TablesPointer();
-SendTables& Tables() {
+send_tables_t*& TablesPointer();
+send_tables_t& Tables() {
   return *TablesPointer();
 }
 
@@ -70,7 +70,7 @@ thread_local bool threadHasEnded = false;  // outlives threadSockets; other obje
 
 ThreadSockets::~ThreadSockets() {
   threadHasEnded = true;
-  SendTables& tables = Tables();
+  send_tables_t& tables = Tables();
   const std::lock_guard guard(tables.mutex);
   for (const auto& socket : sockets_) {
     const auto found = tables.connections.find(socket->Coid());
@@ -83,18 +83,18 @@ ThreadSockets::~ThreadSockets() {
 // referred to and not used: other threads of the parent may have been in the middle of it.
 void StartAfresh() {
   struct parent_t {
-    SendTables* tables;
+    send_tables_t* tables;
     std::vector<std::shared_ptr<Outgoing>> sockets;
   };
   static std::vector<parent_t>& ofTheParent = *new std::vector<parent_t>;
   ofTheParent.push_back({TablesPointer(), threadSockets.TakeAll()});
-  TablesPointer() = new SendTables;
+  TablesPointer() = new send_tables_t;
 }
 
-SendTables*& TablesPointer() {
-  static SendTables* tables = [] {
+send_tables_t*& TablesPointer() {
+  static send_tables_t* tables = [] {
     AtForkInChild(StartAfresh);
-    return new SendTables;
+    return new send_tables_t;
   }();
   return tables;
 }
@@ -105,21 +105,21 @@ int FailWith(int error) {
 }
 
 std::shared_ptr<Receiver> FindReceiver(int coid) {
-  SendTables& tables = Tables();
+  send_tables_t& tables = Tables();
   const std::lock_guard guard(tables.mutex);
   const auto found = tables.connections.find(coid);
   return found != tables.connections.end() ? found->second.receiver : nullptr;
 }
 
 std::shared_ptr<Outgoing> FindAnchor(int coid) {
-  SendTables& tables = Tables();
+  send_tables_t& tables = Tables();
   const std::lock_guard guard(tables.mutex);
   const auto found = tables.connections.find(coid);
   return found != tables.connections.end() ? found->second.anchor : nullptr;
 }
 
 // Makes the calling thread's socket of a connection. Null with errno.
-std::shared_ptr<Outgoing> OpenOutgoing(int coid, Connect mode) {
+std::shared_ptr<Outgoing> OpenOutgoing(int coid, connect_t mode) {
   const std::shared_ptr<Receiver> receiver = FindReceiver(coid);
   if (receiver == nullptr || receiver->IsGone()) {
     errno = receiver == nullptr ? EBADF : ESRCH;
@@ -128,13 +128,13 @@ std::shared_ptr<Outgoing> OpenOutgoing(int coid, Connect mode) {
   Descriptor socket;
   do {
     socket = ConnectToChannelSocket(receiver->Pid(), receiver->Chid(), mode);
-  } while (!socket && errno == EAGAIN && mode == Connect::kWait && !receiver->IsGone());
+  } while (!socket && errno == EAGAIN && mode == connect_t::WAIT && !receiver->IsGone());
   if (!socket) {
-    if (errno == EAGAIN && mode == Connect::kWait) errno = ESRCH;
+    if (errno == EAGAIN && mode == connect_t::WAIT) errno = ESRCH;
     return nullptr;
   }
   auto outgoing = std::make_shared<Outgoing>(coid, receiver, std::move(socket));
-  SendTables& tables = Tables();
+  send_tables_t& tables = Tables();
   const std::lock_guard guard(tables.mutex);
   const auto found = tables.connections.find(coid);
   if (found == tables.connections.end()) {
@@ -150,7 +150,7 @@ std::shared_ptr<Outgoing> OpenOutgoing(int coid, Connect mode) {
 
 // Runs `use` on the calling thread's socket of the connection.
 template <class Use>
-auto WithSocket(int coid, Connect mode, Use&& use) -> decltype(use(std::declval<Outgoing&>())) {
+auto WithSocket(int coid, connect_t mode, Use&& use) -> decltype(use(std::declval<Outgoing&>())) {
   if (!threadHasEnded) {
     if (Outgoing* mine = threadSockets.Find(coid); mine != nullptr) return use(*mine);
   }
@@ -161,17 +161,17 @@ auto WithSocket(int coid, Connect mode, Use&& use) -> decltype(use(std::declval<
 
 int SendHello(int socket, int coid) {
   request_header_t header{};
-  header.kind = packet_kind_t::kHello;
+  header.kind = packet_kind_t::HELLO;
   header.coid = coid;
   header.tid = CurrentThreadId();
   return SendRecord(socket, &header, sizeof header, nullptr, 0, MSG_DONTWAIT);
 }
 
 // A number that no connection has; the tables' mutex is held.
-int NewCoid(SendTables& tables, unsigned index) {
+int NewCoid(send_tables_t& tables, unsigned index) {
   int coid = 0;
   do {
-    tables.lastCoid = tables.lastCoid < kLastCoid ? tables.lastCoid + 1 : 1;
+    tables.lastCoid = tables.lastCoid < LAST_COID ? tables.lastCoid + 1 : 1;
     coid = static_cast<int>(static_cast<unsigned>(tables.lastCoid) | (index & _NTO_SIDE_CHANNEL));
   } while (tables.connections.contains(coid));
   return coid;
@@ -244,10 +244,10 @@ long Outgoing::AwaitReply(void* rmsg, std::size_t rbytes) {
 long Outgoing::RoundTrip(const void* smsg, std::size_t sbytes, void* rmsg, std::size_t rbytes) {
   const std::lock_guard guard(use_);
   if (!socket_) return FailWith(EBADF);
-  request_header_t header = MakeHeader(packet_kind_t::kMessage);
+  request_header_t header = MakeHeader(packet_kind_t::MESSAGE);
   header.bytes = static_cast<std::uint32_t>(sbytes);
   header.room = static_cast<std::uint32_t>(std::min<std::size_t>(rbytes, UINT32_MAX));
-  header.code = kDefaultPriority;
+  header.code = DEFAULT_PRIORITY;
   if (SendAll(header, smsg, sbytes) != 0) return -1;
   return AwaitReply(rmsg, rbytes);
 }
@@ -255,7 +255,7 @@ long Outgoing::RoundTrip(const void* smsg, std::size_t sbytes, void* rmsg, std::
 int Outgoing::Pulse(int code, int value) {
   const std::lock_guard guard(use_);
   if (!socket_) return FailWith(EBADF);
-  request_header_t header = MakeHeader(packet_kind_t::kPulse);
+  request_header_t header = MakeHeader(packet_kind_t::PULSE);
   header.code = code;
   header.value = value;
   int result = 0;
@@ -278,11 +278,11 @@ void Outgoing::Close() {
 int ConnectAttach(std::uint32_t /*nd*/, pid_t pid, int chid, unsigned index, int /*flags*/) {
   using namespace platform;
   if (pid == 0) pid = getpid();
-  Descriptor socket = ConnectToChannelSocket(pid, chid, Connect::kWait);
+  Descriptor socket = ConnectToChannelSocket(pid, chid, connect_t::WAIT);
   if (!socket) return -1;
   auto receiver = std::make_shared<Receiver>(pid, chid);
 
-  SendTables& tables = Tables();
+  send_tables_t& tables = Tables();
   const std::lock_guard guard(tables.mutex);
   const int coid = NewCoid(tables, index);
   if (SendHello(socket.Get(), coid) != 0) return FailWith(ESRCH);
@@ -297,7 +297,7 @@ int ConnectDetach(int coid) {
     DetachClient(coid);
     return 0;
   }
-  SendTables& tables = Tables();
+  send_tables_t& tables = Tables();
   const std::lock_guard guard(tables.mutex);
   auto entry = tables.connections.extract(coid);
   if (entry.empty()) return FailWith(EBADF);
@@ -308,7 +308,7 @@ int ConnectDetach(int coid) {
 long MsgSend(int coid, const void* smsg, std::size_t sbytes, void* rmsg, std::size_t rbytes) {
   using namespace platform;
   if (sbytes > MAX_MESSAGE_SIZE) return FailWith(EMSGSIZE);
-  return WithSocket(coid, Connect::kWait,
+  return WithSocket(coid, connect_t::WAIT,
                     [&](Outgoing& socket) { return socket.RoundTrip(smsg, sbytes, rmsg, rbytes); });
 }
 
@@ -316,7 +316,7 @@ int MsgSendPulse(int coid, int /*priority*/, int code, int value) {
   using namespace platform;
   if (code < INT8_MIN || code > INT8_MAX) return FailWith(EINVAL);
   const int sent =
-      WithSocket(coid, Connect::kDoNotWait, [&](Outgoing& socket) { return socket.Pulse(code, value); });
+      WithSocket(coid, connect_t::DO_NOT_WAIT, [&](Outgoing& socket) { return socket.Pulse(code, value); });
   if (sent == 0 || errno != ESRCH) return sent;
   // Somebody may have removed the channel's socket file, so that a thread's first pulse finds no way of its
   // own.
@@ -327,5 +327,5 @@ int MsgSendPulse(int coid, int /*priority*/, int code, int value) {
 int getprio(pid_t tid) {
   sched_param parameters{};
   if (sched_getparam(tid, &parameters) != 0) return -1;
-  return parameters.sched_priority > 0 ? parameters.sched_priority : platform::kDefaultPriority;
+  return parameters.sched_priority > 0 ? parameters.sched_priority : platform::DEFAULT_PRIORITY;
 }

@@ -47,7 +47,7 @@ struct cleaner_t {
   void (*clean)(const std::string& path, std::string_view rest);
 };
 
-constexpr cleaner_t kCleaners[] = {
+constexpr cleaner_t CLEANERS[] = {
     {CHANNEL_PREFIX, CleanChannel},
     {UNFINISHED_CHANNEL_PREFIX, CleanUnfinishedChannel},
     {NAME_PREFIX, CleanName},
@@ -56,7 +56,7 @@ constexpr cleaner_t kCleaners[] = {
 
 void CleanFile(const std::filesystem::path& path) {
   const std::string name = path.filename().string();
-  for (const cleaner_t& cleaner : kCleaners) {
+  for (const cleaner_t& cleaner : CLEANERS) {
     if (!name.starts_with(cleaner.prefix)) continue;
     cleaner.clean(path.string(), std::string_view(name).substr(cleaner.prefix.size()));
     return;

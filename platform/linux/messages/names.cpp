@@ -23,19 +23,19 @@ struct attached_t {
   ClaimFile claim;
 };
 
-struct AttachedNames {
+struct attached_names_t {
   std::mutex mutex;  // guards the rest
   std::map<const name_attach_t*, attached_t> names;
 };
 
 void RemoveNameFiles();
 
-AttachedNames& Names() {
-  return TablesOfThisProcess<AttachedNames, RemoveNameFiles>();
+attached_names_t& Names() {
+  return TablesOfThisProcess<attached_names_t, RemoveNameFiles>();
 }
 
 void RemoveNameFiles() {
-  AttachedNames& names = Names();
+  attached_names_t& names = Names();
   const std::lock_guard guard(names.mutex);
   for (auto& [attach, attached] : names.names) attached.claim.Release();
 }
@@ -58,14 +58,14 @@ std::optional<target_t> ParseTarget(const std::string& text) {
 name_attach_t* Enter(int chid, ClaimFile claim) {
   auto attach = std::make_unique<name_attach_t>(name_attach_t{chid});
   name_attach_t* const result = attach.get();
-  AttachedNames& names = Names();
+  attached_names_t& names = Names();
   const std::lock_guard guard(names.mutex);
   names.names.emplace(result, attached_t{std::move(attach), std::move(claim)});
   return result;
 }
 
 std::optional<attached_t> Leave(const name_attach_t* attach) {
-  AttachedNames& names = Names();
+  attached_names_t& names = Names();
   const std::lock_guard guard(names.mutex);
   auto entry = names.names.extract(attach);
   if (entry.empty()) return std::nullopt;

@@ -15,9 +15,9 @@ constexpr std::size_t MAX_MESSAGE_SIZE = (1U << 20U) + (1U << 10U);
 constexpr std::size_t INLINE_SIZE = 64U << 10U;
 
 enum class packet_kind_t : std::uint32_t {
-  kHello = 1,  // first record of the socket that stands for a whole connection
-  kMessage = 2,
-  kPulse = 3,
+  HELLO = 1,  // first record of the socket that stands for a whole connection
+  MESSAGE = 2,
+  PULSE = 3,
 };
 
 // Sender to receiver.

@@ -15,58 +15,58 @@ namespace {
 
 // A receive id is a place in the table of client sockets and the generation of the message, 31 bits in all, so
 // that a reply to a message that was answered before, or whose sender is gone, meets nobody else.
-constexpr unsigned kSlotBits = 14;
-constexpr std::uint32_t kSlots = 1U << kSlotBits;
-constexpr std::uint32_t kGenerations = 1U << (31U - kSlotBits);
-constexpr int kFirstScoid = 0x0100'0000;
-constexpr int kLastScoid = 0x3FFF'FFFF;
+constexpr unsigned SLOT_BITS = 14;
+constexpr std::uint32_t SLOTS = 1U << SLOT_BITS;
+constexpr std::uint32_t GENERATIONS = 1U << (31U - SLOT_BITS);
+constexpr int FIRST_SCOID = 0x0100'0000;
+constexpr int LAST_SCOID = 0x3FFF'FFFF;
 
 struct slot_t {
   std::shared_ptr<incoming_t> incoming;
   std::uint32_t generation = 0;  // kept over the sockets that had the place
 };
 
-struct ReceiveTables {
+struct receive_tables_t {
   std::mutex mutex;  // guards the rest; taken last, never held over a system call that waits
   std::map<int, std::shared_ptr<Channel>> channels;
   std::vector<slot_t> slots;
   std::vector<std::uint32_t> freeSlots;
   int lastChid = 0;
-  int lastScoid = kFirstScoid;
+  int lastScoid = FIRST_SCOID;
 };
 
 // The socket files are the one thing that the system does not take back by itself.
 void RemoveSocketFiles();
 
 // A forked child starts with no channel.
-ReceiveTables& Tables() {
-  return TablesOfThisProcess<ReceiveTables, RemoveSocketFiles>();
+receive_tables_t& Tables() {
+  return TablesOfThisProcess<receive_tables_t, RemoveSocketFiles>();
 }
 
 void RemoveSocketFiles() {
-  ReceiveTables& tables = Tables();
+  receive_tables_t& tables = Tables();
   const std::lock_guard guard(tables.mutex);
   for (const auto& [chid, channel] : tables.channels) unlink(channel->SocketPath().c_str());
 }
 
 std::shared_ptr<Channel> FindChannel(int chid) {
-  ReceiveTables& tables = Tables();
+  receive_tables_t& tables = Tables();
   const std::lock_guard guard(tables.mutex);
   const auto found = tables.channels.find(chid);
   return found != tables.channels.end() ? found->second : nullptr;
 }
 
 std::shared_ptr<incoming_t> FindIncoming(int rcvid) {
-  ReceiveTables& tables = Tables();
+  receive_tables_t& tables = Tables();
   const std::lock_guard guard(tables.mutex);
-  const std::uint32_t slot = static_cast<std::uint32_t>(rcvid) & (kSlots - 1);
+  const std::uint32_t slot = static_cast<std::uint32_t>(rcvid) & (SLOTS - 1);
   return rcvid > 0 && slot < tables.slots.size() ? tables.slots[slot].incoming : nullptr;
 }
 
 // The message's sender, whose reply nobody but the caller owes any more.
 std::shared_ptr<incoming_t> TakeOwed(int rcvid) {
   std::shared_ptr<incoming_t> incoming = FindIncoming(rcvid);
-  std::uint32_t generation = static_cast<std::uint32_t>(rcvid) >> kSlotBits;
+  std::uint32_t generation = static_cast<std::uint32_t>(rcvid) >> SLOT_BITS;
   if (incoming != nullptr && incoming->owed.compare_exchange_strong(generation, 0, std::memory_order_acq_rel)) {
     return incoming;
   }
@@ -98,10 +98,10 @@ int Answer(int rcvid, long status, int error, const void* msg, std::size_t bytes
 }  // namespace
 
 bool EnterIncoming(const std::shared_ptr<incoming_t>& incoming) {
-  ReceiveTables& tables = Tables();
+  receive_tables_t& tables = Tables();
   const std::lock_guard guard(tables.mutex);
   if (tables.freeSlots.empty()) {
-    if (tables.slots.size() == kSlots) return false;
+    if (tables.slots.size() == SLOTS) return false;
     tables.freeSlots.push_back(static_cast<std::uint32_t>(tables.slots.size()));
     tables.slots.emplace_back();
   }
@@ -113,36 +113,36 @@ bool EnterIncoming(const std::shared_ptr<incoming_t>& incoming) {
 }
 
 void LeaveIncoming(const incoming_t& incoming) {
-  ReceiveTables& tables = Tables();
+  receive_tables_t& tables = Tables();
   const std::lock_guard guard(tables.mutex);
   tables.slots[incoming.slot] = {nullptr, incoming.generation};
   tables.freeSlots.push_back(incoming.slot);
 }
 
 int ReceiveId(const incoming_t& incoming, std::uint32_t generation) {
-  return static_cast<int>((generation << kSlotBits) | incoming.slot);
+  return static_cast<int>((generation << SLOT_BITS) | incoming.slot);
 }
 
 int OweReply(incoming_t& incoming) {
-  incoming.generation = (incoming.generation + 1) % kGenerations;
+  incoming.generation = (incoming.generation + 1) % GENERATIONS;
   if (incoming.generation == 0) incoming.generation = 1;
   incoming.owed.store(incoming.generation, std::memory_order_release);
   return ReceiveId(incoming, incoming.generation);
 }
 
 int NewScoid() {
-  ReceiveTables& tables = Tables();
+  receive_tables_t& tables = Tables();
   const std::lock_guard guard(tables.mutex);
-  tables.lastScoid = tables.lastScoid < kLastScoid ? tables.lastScoid + 1 : kFirstScoid;
+  tables.lastScoid = tables.lastScoid < LAST_SCOID ? tables.lastScoid + 1 : FIRST_SCOID;
   return tables.lastScoid;
 }
 
 bool IsScoid(int id) {
-  return id >= kFirstScoid && id <= kLastScoid;
+  return id >= FIRST_SCOID && id <= LAST_SCOID;
 }
 
 void DetachClient(int scoid) {
-  ReceiveTables& tables = Tables();
+  receive_tables_t& tables = Tables();
   const std::lock_guard guard(tables.mutex);
   for (const slot_t& slot : tables.slots) {
     if (slot.incoming != nullptr && slot.incoming->scoid.load(std::memory_order_relaxed) == scoid) {
@@ -154,7 +154,7 @@ void DetachClient(int scoid) {
 }  // namespace platform
 
 int ChannelCreate(unsigned flags) {
-  platform::ReceiveTables& tables = platform::Tables();
+  platform::receive_tables_t& tables = platform::Tables();
   platform::RemoveRuntimeLeftoversOnce();
   int chid = 0;
   {
@@ -171,7 +171,7 @@ int ChannelCreate(unsigned flags) {
 int ChannelDestroy(int chid) {
   std::shared_ptr<platform::Channel> channel;
   {
-    platform::ReceiveTables& tables = platform::Tables();
+    platform::receive_tables_t& tables = platform::Tables();
     const std::lock_guard guard(tables.mutex);
     auto entry = tables.channels.extract(chid);
     if (!entry.empty()) channel = std::move(entry.mapped());

@@ -13,9 +13,9 @@ namespace {
 
 using bus::Endpoint;
 using testing::HasSubstr;
-using Result = bus::Endpoint::Result;
+using Result = bus::Endpoint::result_t;
 
-constexpr bus::frame_t kKeyRequest{.identifier = 0x18FF00D0, .length = 8, .data = {0, 1, 6}};
+constexpr bus::frame_t KEY_REQUEST{.identifier = 0x18FF00D0, .length = 8, .data = {0, 1, 6}};
 
 std::string ErrorOf(const std::string& description) {
   try {
@@ -45,7 +45,7 @@ TEST(SocketcandEndpoint, LosesNothingThatItSentWhenItLeavesAServerThatIsSlow) {
   std::future<void> leaving;
   {
     const auto hold = desk.Hold();
-    while (endpoint->Send(kKeyRequest, 0) == Result::kOk) ++sent;
+    while (endpoint->Send(KEY_REQUEST, 0) == Result::OK) ++sent;
     leaving = std::async(std::launch::async, [&endpoint] { endpoint.reset(); });
     leaving.wait_for(std::chrono::milliseconds(100));
   }
@@ -56,13 +56,13 @@ TEST(SocketcandEndpoint, DoesNotRunAheadOfItsServer) {
   SocketcandDesk desk;
   const auto endpoint = bus::OpenEndpoint(desk.Bus());
   std::size_t sent = 0;
-  while (endpoint->Send(kKeyRequest, 100) == Result::kOk) ++sent;
+  while (endpoint->Send(KEY_REQUEST, 100) == Result::OK) ++sent;
   EXPECT_EQ(sent, 512U);
   EXPECT_EQ(desk.WaitForFrames(sent).size(), sent);
   desk.SendText("< echo >");
   bus::frame_t frame;
-  EXPECT_EQ(endpoint->Receive(frame, 200), Result::kTimeout);
-  while (endpoint->Send(kKeyRequest, 100) == Result::kOk) ++sent;
+  EXPECT_EQ(endpoint->Receive(frame, 200), Result::TIMEOUT);
+  while (endpoint->Send(KEY_REQUEST, 100) == Result::OK) ++sent;
   EXPECT_EQ(sent, 640U);
 }
 
@@ -73,12 +73,12 @@ TEST(SocketcandEndpoint, HandsOutTheFramesThatCameBeforeTheServerWentAndThenStay
   desk.SendText("< echo >< frame nonsense >\n< frame 123 0.000000 >< frame 124 1.000000 00 >");
   desk.DropClients();
   bus::frame_t frame;
-  EXPECT_EQ(endpoint->Receive(frame, 5000), Result::kOk);
+  EXPECT_EQ(endpoint->Receive(frame, 5000), Result::OK);
   EXPECT_EQ(frame.identifier, 0x123U);
   EXPECT_NE(frame.time_us, 0U);
-  EXPECT_EQ(endpoint->Receive(frame, 5000), Result::kOk);
-  EXPECT_EQ(endpoint->Receive(frame, 5000), Result::kDown);
-  EXPECT_EQ(endpoint->Send(kKeyRequest, 100), Result::kDown);
+  EXPECT_EQ(endpoint->Receive(frame, 5000), Result::OK);
+  EXPECT_EQ(endpoint->Receive(frame, 5000), Result::DOWN);
+  EXPECT_EQ(endpoint->Send(KEY_REQUEST, 100), Result::DOWN);
   EXPECT_THAT(endpoint->Problem(), HasSubstr("closed the connection"));
 }
 

@@ -11,7 +11,7 @@
 
 namespace {
 
-using Result = bus::Endpoint::Result;
+using Result = bus::Endpoint::result_t;
 
 TEST(KernelEndpoint, HearsTheOtherStationsDataFramesAndNotItsOwn) {
   ASSERT_NE(::if_nametoindex("vcan0"), 0U) << "run under tools/can-kernel";
@@ -30,15 +30,15 @@ TEST(KernelEndpoint, HearsTheOtherStationsDataFramesAndNotItsOwn) {
   ASSERT_EQ(::write(raw, &remote, sizeof remote), static_cast<ssize_t>(sizeof remote));
   ::close(raw);
 
-  ASSERT_EQ(one->Send(extended, 1000), Result::kOk);
-  ASSERT_EQ(one->Send(standard, 1000), Result::kOk);
+  ASSERT_EQ(one->Send(extended, 1000), Result::OK);
+  ASSERT_EQ(one->Send(standard, 1000), Result::OK);
   bus::frame_t frame;
-  ASSERT_EQ(other->Receive(frame, 1000), Result::kOk);
+  ASSERT_EQ(other->Receive(frame, 1000), Result::OK);
   EXPECT_NE(frame.time_us, 0U);
   EXPECT_EQ(bus::FormatSocketcandSend(frame), "< send 18FF00D0 3 00 01 06 >");
-  ASSERT_EQ(other->Receive(frame, 1000), Result::kOk);
+  ASSERT_EQ(other->Receive(frame, 1000), Result::OK);
   EXPECT_EQ(bus::FormatSocketcandSend(frame), "< send 123 0 >");
-  EXPECT_EQ(one->Receive(frame, 50), Result::kTimeout);
+  EXPECT_EQ(one->Receive(frame, 50), Result::TIMEOUT);
 }
 
 }  // namespace

@@ -31,12 +31,12 @@ bytes_t StartOfFrame() {
 }
 
 bytes_t Queued(const Layer& layer) {
-  return {layer.queued().begin(), layer.queued().end()};
+  return {layer.Queued().begin(), layer.Queued().end()};
 }
 
 class LayerTest : public testing::Test {
  protected:
-  RuntimeDirectoryForTest directory;
+  RuntimeDirectoryForTest directory_;
 };
 
 TEST_F(LayerTest, EachOperationIsOneRecord) {
@@ -186,9 +186,9 @@ TEST_F(LayerTest, ObjectsBelongToTheCurrentLayerUntilItEnds) {
   auto first = std::make_unique<Layer>(1, LAYER_USER);
   first->setToCurrentLayer();
   CompGraphCircle attached(1.0F);
-  EXPECT_TRUE(attached.isAttached());
+  EXPECT_TRUE(attached.IsAttached());
   first.reset();
-  EXPECT_FALSE(attached.isAttached());
+  EXPECT_FALSE(attached.IsAttached());
   attached.fill();
   const CompGraphArc arc(1.0F, 0.0F, 90.0F);
   const CompGraphCircle circle(1.0F);

@@ -24,15 +24,15 @@ class NMClientTest : public testing::Test {
   // Accepts the connection, then answers each request with `reply`.
   FakeService::answer_t Answer() {
     return [this](const bytes_t& request) {
-      if (request.at(0) != NM_CONNECT) return reply;
-      ownChid = static_cast<int>(platform::LoadLe32(request, NM_CONNECT_CHID_AT));
+      if (request.at(0) != NM_CONNECT) return reply_;
+      ownChid_ = static_cast<int>(platform::LoadLe32(request, NM_CONNECT_CHID_AT));
       return Words({NM_CONNECT, -1, 0, CLIENT_ID});
     };
   }
 
-  RuntimeDirectoryForTest directory;
-  int ownChid = 0;  // the client's channel, as it told the service
-  bytes_t reply = Words({0, 5, 3, 0});
+  RuntimeDirectoryForTest directory_;
+  int ownChid_ = 0;  // the client's channel, as it told the service
+  bytes_t reply_ = Words({0, 5, 3, 0});
 };
 
 TEST_F(NMClientTest, ARefusedClientIsUnusable) {
@@ -45,7 +45,7 @@ TEST_F(NMClientTest, ARefusedClientIsUnusable) {
 TEST_F(NMClientTest, EachRequestIsOneMessage) {
   FakeService server(NM_SERVER_NAME, Answer());
   NM::NMClient client;
-  EXPECT_EQ(server.TakeRequests().at(0), Words({0, -1, 0, -1, getpid(), ownChid}));
+  EXPECT_EQ(server.TakeRequests().at(0), Words({0, -1, 0, -1, getpid(), ownChid_}));
   const auto check = [&server](int result, int expected, const bytes_t& request) {
     EXPECT_EQ(result, expected);
     EXPECT_EQ(server.TakeRequests(), std::vector<bytes_t>{request});
@@ -57,7 +57,7 @@ TEST_F(NMClientTest, EachRequestIsOneMessage) {
   client.wakeReceiver();
   int channel = 0;
   char buffer[8]{};
-  reply = Words({4, 6, 2, CLIENT_ID}) + bytes_t{'h', 'i'};
+  reply_ = Words({4, 6, 2, CLIENT_ID}) + bytes_t{'h', 'i'};
   check(client.recvMsg(channel, buffer, sizeof buffer), 2, Words({4, -1, 8, CLIENT_ID}));
   EXPECT_EQ(channel, 6);
   EXPECT_STREQ(buffer, "hi");
@@ -88,7 +88,7 @@ TEST_F(NMClientTest, AReplyThatClaimsTooMuchIsCut) {
   };
   for (const auto& [claimed, room, expected] :
        {case_t{100, 4, 4}, {0x7FFFFFFF, 20000, NM_PAYLOAD_SIZE}, {-1, 4, -1}, {4, -5, 0}, {0, 4, 0}}) {
-    reply = Words({4, 1, claimed, 0});
+    reply_ = Words({4, 1, claimed, 0});
     client.wakeReceiver();
     EXPECT_EQ(client.recvMsg(channel, buffer.data(), room), expected) << claimed << ' ' << room;
   }
@@ -99,7 +99,7 @@ TEST_F(NMClientTest, AMessageOnThePulseChannelIsRefusedAndItsSenderGoesOn) {
   const FakeService server(NM_SERVER_NAME, Answer());
   NM::NMClient client;
   const std::jthread sender([this] {
-    const int coid = ConnectAttach(0, 0, ownChid, _NTO_SIDE_CHANNEL, 0);
+    const int coid = ConnectAttach(0, 0, ownChid_, _NTO_SIDE_CHANNEL, 0);
     EXPECT_EQ(MsgSend(coid, "x", 1, nullptr, 0), -1);
     ConnectDetach(coid);
   });
@@ -132,8 +132,8 @@ constexpr std::uint8_t CHANNEL = 6;
 
 class ScreenApiTest : public testing::Test {
  protected:
-  RuntimeDirectoryForTest directory;
-  FakeService server{NM_SERVER_NAME, [](const bytes_t&) { return Words({0, CHANNEL, 1, 1}); }};
+  RuntimeDirectoryForTest directory_;
+  FakeService server_{NM_SERVER_NAME, [](const bytes_t&) { return Words({0, CHANNEL, 1, 1}); }};
 };
 
 // What was published by one call, without the notification manager's header.
@@ -148,7 +148,7 @@ bytes_t Published(FakeService& server) {
 
 TEST_F(ScreenApiTest, EachOperationIsOneMessage) {
   ScreenApi screen;
-  const auto start = server.TakeRequests();
+  const auto start = server_.TakeRequests();
   ASSERT_EQ(start.size(), 2U);
   EXPECT_EQ(start[1], Words({NM_REGISTER, -1, 10, 1}) + Characters("screenapi") + bytes_t{0});
 
@@ -168,23 +168,23 @@ TEST_F(ScreenApiTest, EachOperationIsOneMessage) {
   };
   for (const auto& [call, message] : cases) {
     call();
-    EXPECT_EQ(Published(server), message);
+    EXPECT_EQ(Published(server_), message);
   }
 }
 
 TEST_F(ScreenApiTest, ATextThatDoesNotFitIsDroppedSilently) {
   ScreenApi screen;
-  server.TakeRequests();
+  server_.TakeRequests();
   screen.setTextGauge(1, std::string(1011, 'x'), 0);
-  EXPECT_TRUE(server.TakeRequests().empty());
+  EXPECT_TRUE(server_.TakeRequests().empty());
   screen.setTextGauge(1, std::string(1010, 'x'), 0);
-  EXPECT_EQ(Published(server).size(), 1023U);
+  EXPECT_EQ(Published(server_).size(), 1023U);
 }
 
 // The dispatcher and a key thread use one client; their messages must not run into each other.
 TEST_F(ScreenApiTest, ThreadsMayShareAClient) {
   ScreenApi screen;
-  server.TakeRequests();
+  server_.TakeRequests();
   const auto write = [&screen](char mark, std::size_t length) {
     const std::string text(length, mark);
     for (int i = 0; i < 300; ++i) screen.setTextWidget(mark, text);
@@ -192,7 +192,7 @@ TEST_F(ScreenApiTest, ThreadsMayShareAClient) {
   std::thread other(write, 'a', 700);
   write('b', 90);
   other.join();
-  const auto requests = server.TakeRequests();
+  const auto requests = server_.TakeRequests();
   EXPECT_EQ(requests.size(), 600U);
   const bytes_t a = Words({'a', 0, 0}) + bytes_t(700, 'a') + bytes_t{0};
   const bytes_t b = Words({'b', 0, 0}) + bytes_t(90, 'b') + bytes_t{0};

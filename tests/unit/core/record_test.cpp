@@ -146,10 +146,10 @@ TEST(HandOverQueues, DropAndCountWhatComesBeyondTheirBound) {
 TEST(KeyQueue, GivesKeysInOrderAndRefusesTheNewKeyWhenFull) {
   orvikData_t data;
   EXPECT_EQ(getKeyData(&data), 0U);
-  for (unsigned key = 1; key <= KeyQueue_t::CAPACITY; ++key) addKeyData(&data, static_cast<unsigned char>(key));
+  for (unsigned key = 1; key <= KeyQueue::CAPACITY; ++key) addKeyData(&data, static_cast<unsigned char>(key));
   addKeyData(&data, 99);
-  EXPECT_EQ(data.lastKey, static_cast<int>(KeyQueue_t::CAPACITY));
-  for (std::uint32_t key = 1; key <= KeyQueue_t::CAPACITY; ++key) EXPECT_EQ(getKeyData(&data), key);
+  EXPECT_EQ(data.lastKey, static_cast<int>(KeyQueue::CAPACITY));
+  for (std::uint32_t key = 1; key <= KeyQueue::CAPACITY; ++key) EXPECT_EQ(getKeyData(&data), key);
   EXPECT_EQ(getKeyData(&data), 0U);
 }
 
@@ -158,7 +158,7 @@ TEST(KeyQueue, GivesKeysInOrderAndRefusesTheNewKeyWhenFull) {
 TEST(KeyQueue, LosesAndDoublesNoKeyOfTwoProducers) {
   constexpr unsigned KEYS = 60'000;
   constexpr unsigned ROUND = 120;
-  KeyQueue_t queue;
+  KeyQueue queue;
   const auto produce = [&queue](unsigned base) {
     for (unsigned i = 0; i < KEYS; ++i) {
       while (!queue.Push(static_cast<std::uint8_t>(base + i % ROUND))) std::this_thread::yield();

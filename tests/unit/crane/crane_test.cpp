@@ -13,25 +13,25 @@
 namespace crane {
 namespace {
 
-constexpr double kStep_s = 0.01;
+constexpr double STEP_S = 0.01;
 
 void Pass(Crane& crane, double seconds) {
-  for (int i = 0; i < std::lround(seconds / kStep_s); ++i) crane.Step(kStep_s);
+  for (int i = 0; i < std::lround(seconds / STEP_S); ++i) crane.Step(STEP_S);
 }
 
 TEST(Geometry, PutsTheHookWhereTheBoomIs) {
   struct {
     double length, angle;
-    Pick pick;
-    Jib jib;
+    pick_t pick;
+    jib_t jib;
     double radius, height;
   } const cases[] = {
-      {20, 60, Pick::kMainBoom, Jib::kStowed, 20 * 0.5 - 1.1, 20 * 0.8660254 + 2.4},
-      {10.7, 0, Pick::kMainBoom, Jib::kLong0, 9.6, 2.4},
-      {20, 60, Pick::kAux, Jib::kStowed, 20.6 * 0.5 - 1.1, 20.6 * 0.8660254 + 2.4},
-      {30, 60, Pick::kFly, Jib::kShort0, 39.1 * 0.5 - 1.1, 39.1 * 0.8660254 + 2.4},
-      {30, 60, Pick::kFly, Jib::kLong15, 15 + 16.2 * 0.7071068 - 1.1, 25.980762 + 16.2 * 0.7071068 + 2.4},
-      {30, 60, Pick::kFly, Jib::kLong30, 15 + 16.2 * 0.8660254 - 1.1, 25.980762 + 16.2 * 0.5 + 2.4},
+      {20, 60, pick_t::MAIN_BOOM, jib_t::STOWED, 20 * 0.5 - 1.1, 20 * 0.8660254 + 2.4},
+      {10.7, 0, pick_t::MAIN_BOOM, jib_t::LONG0, 9.6, 2.4},
+      {20, 60, pick_t::AUX, jib_t::STOWED, 20.6 * 0.5 - 1.1, 20.6 * 0.8660254 + 2.4},
+      {30, 60, pick_t::FLY, jib_t::SHORT0, 39.1 * 0.5 - 1.1, 39.1 * 0.8660254 + 2.4},
+      {30, 60, pick_t::FLY, jib_t::LONG15, 15 + 16.2 * 0.7071068 - 1.1, 25.980762 + 16.2 * 0.7071068 + 2.4},
+      {30, 60, pick_t::FLY, jib_t::LONG30, 15 + 16.2 * 0.8660254 - 1.1, 25.980762 + 16.2 * 0.5 + 2.4},
   };
   for (const auto& c : cases) {
     const point_t sheaves = SheavesAt(c.length, c.angle, c.pick, c.jib);
@@ -53,10 +53,10 @@ TEST(Geometry, BalancesTheBoomOnItsCylinder) {
 }
 
 TEST(Geometry, KnowsWhatTheBoomPointsOver) {
-  const std::pair<double, Area> cases[] = {{0, Area::kFront},      {-5, Area::kFront},  {5.1, Area::kFrontArc},
-                                           {-30, Area::kFrontArc}, {31, Area::kSide},   {-150, Area::kSide},
-                                           {151, Area::kRear},     {180, Area::kRear},  {-200, Area::kRear},
-                                           {330, Area::kFrontArc}, {-360, Area::kFront}};
+  const std::pair<double, area_t> cases[] = {
+      {0, area_t::FRONT},   {-5, area_t::FRONT},      {5.1, area_t::FRONT_ARC}, {-30, area_t::FRONT_ARC},
+      {31, area_t::SIDE},   {-150, area_t::SIDE},     {151, area_t::REAR},      {180, area_t::REAR},
+      {-200, area_t::REAR}, {330, area_t::FRONT_ARC}, {-360, area_t::FRONT}};
   for (const auto& [swing, area] : cases) EXPECT_EQ(AreaOf(swing), area) << swing;
 }
 
@@ -68,8 +68,8 @@ TEST(Movement, ArrivesSmoothlyAndExactly) {
   double speed = 0;
   double fastest = 0;
   for (int i = 0; i < 4000; ++i) {
-    crane.Step(kStep_s);
-    const double now = (crane.Angle() - angle) / kStep_s;
+    crane.Step(STEP_S);
+    const double now = (crane.Angle() - angle) / STEP_S;
     EXPECT_LE(std::abs(now - speed), 0.05) << "a jerk at " << crane.Angle();
     EXPECT_LE(crane.Angle(), 45 + 1e-9);
     angle = crane.Angle();
@@ -94,15 +94,15 @@ TEST(Movement, ArrivesSmoothlyAndExactly) {
 
 TEST(Movement, CountsOnTheLesserBaseWhileOutriggersMove) {
   Crane crane;
-  crane.MoveBase(Base::kExtended);
+  crane.MoveBase(base_t::EXTENDED);
   Pass(crane, 4);
   EXPECT_TRUE(crane.BaseMoves());
-  EXPECT_EQ(crane.SafeBase(), Base::kRetracted);
+  EXPECT_EQ(crane.SafeBase(), base_t::RETRACTED);
   Pass(crane, 6);
   EXPECT_FALSE(crane.BaseMoves());
-  EXPECT_EQ(crane.SafeBase(), Base::kExtended);
-  crane.MoveBase(Base::kTires);
-  EXPECT_EQ(crane.SafeBase(), Base::kTires);
+  EXPECT_EQ(crane.SafeBase(), base_t::EXTENDED);
+  crane.MoveBase(base_t::TIRES);
+  EXPECT_EQ(crane.SafeBase(), base_t::TIRES);
 }
 
 TEST(Hoist, GoesWhereItIsToldAndFollowsTheBoomOnlyWhenHeld) {
@@ -152,14 +152,14 @@ TEST(Hoist, StopsTheTelescopeAndTheWinchWhenTheHookTouchesTheHead) {
 
 TEST(Limits, TripBeyondAndHoldUntilTheValueIsBack) {
   struct {
-    Quantity quantity;
+    quantity_t quantity;
     limit_t limit;
     double inside, beyond, almostBack;
-  } const cases[] = {{Quantity::kAngle, {20, 60}, 40, 60.1, 59.9},
-                     {Quantity::kAngle, {20, {}}, 79, 19.9, 20.1},
-                     {Quantity::kRadius, {{}, 12}, 0, 12.05, 11.95},
-                     {Quantity::kExtension, {{}, 10}, 10, 10.2, 9.95},
-                     {Quantity::kSwing, {-30, 30}, -30, -30.5, -29.5}};
+  } const cases[] = {{quantity_t::ANGLE, {20, 60}, 40, 60.1, 59.9},
+                     {quantity_t::ANGLE, {20, {}}, 79, 19.9, 20.1},
+                     {quantity_t::RADIUS, {{}, 12}, 0, 12.05, 11.95},
+                     {quantity_t::EXTENSION, {{}, 10}, 10, 10.2, 9.95},
+                     {quantity_t::SWING, {-30, 30}, -30, -30.5, -29.5}};
   for (const auto& c : cases) {
     Limits limits;
     limits.Check(c.quantity, c.beyond);
@@ -172,21 +172,21 @@ TEST(Limits, TripBeyondAndHoldUntilTheValueIsBack) {
                                          {std::nan(""), true},
                                          {c.inside + 1.5 * (c.inside < 0) - 1.5 * (c.inside > 9), false}}) {
       limits.Check(c.quantity, value);
-      EXPECT_EQ(limits.IsTripped(c.quantity), tripped) << NameOf(kQuantityNames, c.quantity) << value;
+      EXPECT_EQ(limits.IsTripped(c.quantity), tripped) << NameOf(QUANTITY_NAMES, c.quantity) << value;
     }
     limits.Check(c.quantity, c.beyond);
     limits.Clear(c.quantity);
     EXPECT_FALSE(limits.AnyTripped() || limits.IsSet(c.quantity));
   }
   Limits limits;
-  limits.SetAround(Quantity::kAngle, 45.04);
-  EXPECT_DOUBLE_EQ(*limits.Get(Quantity::kAngle).least, 40);
-  EXPECT_DOUBLE_EQ(*limits.Get(Quantity::kAngle).most, 50);
-  limits.SetAround(Quantity::kRadius, 8);
-  EXPECT_FALSE(limits.Get(Quantity::kRadius).least);
+  limits.SetAround(quantity_t::ANGLE, 45.04);
+  EXPECT_DOUBLE_EQ(*limits.Get(quantity_t::ANGLE).least, 40);
+  EXPECT_DOUBLE_EQ(*limits.Get(quantity_t::ANGLE).most, 50);
+  limits.SetAround(quantity_t::RADIUS, 8);
+  EXPECT_FALSE(limits.Get(quantity_t::RADIUS).least);
 }
 
-constexpr const char* kSmall =
+constexpr const char* SMALL =
     "name Small\n"
     "units metric  # metres and kilograms\n"
     "configuration base=extended counterweight=on hook=boom\n"
@@ -208,9 +208,9 @@ LoadChart Parse(const std::string& text) {
 }
 
 TEST(LoadChart, GivesCapacitiesBetweenItsRowsAndColumns) {
-  const LoadChart chart = Parse(kSmall);
+  const LoadChart chart = Parse(SMALL);
   EXPECT_EQ(chart.Name(), "Small");
-  const conditions_t rigged{.base = Base::kExtended, .counterweight = true, .jib = {}, .area = Area::kRear};
+  const conditions_t rigged{.base = base_t::EXTENDED, .counterweight = true, .jib = {}, .area = area_t::REAR};
   struct {
     double radius, length, capacity;
   } const cases[] = {
@@ -228,16 +228,16 @@ TEST(LoadChart, GivesCapacitiesBetweenItsRowsAndColumns) {
 }
 
 TEST(LoadChart, TakesTheFirstConfigurationThatFits) {
-  const LoadChart chart = Parse(kSmall);
+  const LoadChart chart = Parse(SMALL);
   struct {
     conditions_t conditions;
     double radius, length, capacity;
   } const cases[] = {
-      {{Base::kExtended, false, {}, Area::kFront}, 5, 10, 0},  // no chart without counterweight
-      {{Base::kTires, false, {}, Area::kFrontArc}, 7, 10, 1500},
-      {{Base::kTires, false, {}, Area::kSide}, 7, 10, 0},
-      {{Base::kHalf, true, Jib::kLong15, Area::kSide}, 20, 30, 900},
-      {{Base::kExtended, true, Jib::kLong30, Area::kSide}, 9, 20, 0},
+      {{base_t::EXTENDED, false, {}, area_t::FRONT}, 5, 10, 0},  // no chart without counterweight
+      {{base_t::TIRES, false, {}, area_t::FRONT_ARC}, 7, 10, 1500},
+      {{base_t::TIRES, false, {}, area_t::SIDE}, 7, 10, 0},
+      {{base_t::HALF, true, jib_t::LONG15, area_t::SIDE}, 20, 30, 900},
+      {{base_t::EXTENDED, true, jib_t::LONG30, area_t::SIDE}, 9, 20, 0},
   };
   for (const auto& c : cases) EXPECT_NEAR(chart.Capacity(c.conditions, c.radius, c.length), c.capacity, 0.01);
 }
@@ -266,7 +266,7 @@ TEST(LoadChart, SaysWhereAMistakeStands) {
   };
   for (const auto& [text, problem] : cases) {
     EXPECT_THAT([text = text] { Parse(text); },
-                testing::ThrowsMessage<chart_error>(testing::StartsWith(std::string("small.chart") + problem)))
+                testing::ThrowsMessage<ChartError>(testing::StartsWith(std::string("small.chart") + problem)))
         << text;
   }
 }
@@ -279,16 +279,16 @@ TEST(Rating, TakesOffWhatTheRiggingCosts) {
     rigging_t rigging;
     double capacity;
   } const cases[] = {
-      {{.jib = Jib::kAbsent}, 10000},
-      {{.jib = Jib::kStowed}, 9750},
-      {{.jib = Jib::kLong0}, 8900},
-      {{.jib = Jib::kLong0, .pick = Pick::kFly}, 10000},
-      {{.jib = Jib::kStowed, .pick = Pick::kFly}, 0},  // nothing to hang from
-      {{.jib = Jib::kAbsent, .pick = Pick::kAux}, 0},
-      {{.jib = Jib::kAbsent, .pick = Pick::kAux, .auxHead = true}, 9940},
-      {{.jib = Jib::kAbsent, .manBasket = true}, 5000},
-      {{.jib = Jib::kAbsent, .manualBoom = true}, 8500},
-      {{.jib = Jib::kAbsent, .parts = 1}, 5500},  // the rope's
+      {{.jib = jib_t::ABSENT}, 10000},
+      {{.jib = jib_t::STOWED}, 9750},
+      {{.jib = jib_t::LONG0}, 8900},
+      {{.jib = jib_t::LONG0, .pick = pick_t::FLY}, 10000},
+      {{.jib = jib_t::STOWED, .pick = pick_t::FLY}, 0},  // nothing to hang from
+      {{.jib = jib_t::ABSENT, .pick = pick_t::AUX}, 0},
+      {{.jib = jib_t::ABSENT, .pick = pick_t::AUX, .auxHead = true}, 9940},
+      {{.jib = jib_t::ABSENT, .manBasket = true}, 5000},
+      {{.jib = jib_t::ABSENT, .manualBoom = true}, 8500},
+      {{.jib = jib_t::ABSENT, .parts = 1}, 5500},  // the rope's
   };
   for (const auto& c : cases) {
     Crane crane;
@@ -298,10 +298,10 @@ TEST(Rating, TakesOffWhatTheRiggingCosts) {
 }
 
 TEST(Rating, KnowsPreAlarmAndOverload) {
-  EXPECT_EQ(LevelOf(89.99), Level::kNormal);
-  EXPECT_EQ(LevelOf(90), Level::kPreAlarm);
-  EXPECT_EQ(LevelOf(99.99), Level::kPreAlarm);
-  EXPECT_EQ(LevelOf(100), Level::kOverload);
+  EXPECT_EQ(LevelOf(89.99), level_t::NORMAL);
+  EXPECT_EQ(LevelOf(90), level_t::PRE_ALARM);
+  EXPECT_EQ(LevelOf(99.99), level_t::PRE_ALARM);
+  EXPECT_EQ(LevelOf(100), level_t::OVERLOAD);
   EXPECT_DOUBLE_EQ(PercentOf(850, 1000), 85);
   EXPECT_DOUBLE_EQ(PercentOf(1, 0), 999);
   EXPECT_DOUBLE_EQ(PercentOf(0, 0), 0);

@@ -34,8 +34,8 @@ TEST(ParameterListTest, ReadsNamesHandlesFirstValuesAndWhetherChangesArePublishe
     </orvik-parameters>)",
                                          "p.xml");
   const auto parameter = [](const char* name, unsigned handle, std::optional<double> first, bool notify) {
-    return AllOf(Field(&Parameter_t::name, name), Field(&Parameter_t::handle, handle),
-                 Field(&Parameter_t::first, first), Field(&Parameter_t::notify, notify));
+    return AllOf(Field(&parameter_t::name, name), Field(&parameter_t::handle, handle),
+                 Field(&parameter_t::first, first), Field(&parameter_t::notify, notify));
   };
   EXPECT_THAT(parameters, ElementsAre(parameter("OrvikTires", 1, -2.5, true),
                                       parameter("Version.App.1", 9999, std::nullopt, false),
@@ -88,7 +88,7 @@ TEST(DatabaseCommandsTest, AShortenedNameMeansAllThatBeginWithItAndAWholeOneItse
   EXPECT_THAT(FindCandidates(names, "orvik"), IsEmpty());
 }
 
-const std::vector<Parameter_t> PARAMETERS = {{"OrvikTires", 7, 2.5, true},
+const std::vector<parameter_t> PARAMETERS = {{"OrvikTires", 7, 2.5, true},
                                              {"OrvikLoad", 1, std::nullopt, false}};
 
 // Whether `body`, in a process of its own, says yes.
@@ -103,13 +103,13 @@ bool InProcess(const Body& body) {
 
 class DatabaseOwnerTest : public ::testing::Test {
  protected:
-  RuntimeDirectoryForTest directory;
+  RuntimeDirectoryForTest directory_;
 };
 
 TEST_F(DatabaseOwnerTest, OthersFindNamesAndFirstValuesInACompleteDatabase) {
-  EXPECT_EQ(LookAtDatabase(), DatabaseState::kNone);
+  EXPECT_EQ(LookAtDatabase(), database_state_t::NONE);
   MakeDatabase(PARAMETERS);
-  EXPECT_EQ(LookAtDatabase(), DatabaseState::kComplete);
+  EXPECT_EQ(LookAtDatabase(), database_state_t::COMPLETE);
   EXPECT_TRUE(InProcess([] {
     DBSHM::Open();  // as another program: what the fork brought along is not used
     double tires = 0;
@@ -122,7 +122,7 @@ TEST_F(DatabaseOwnerTest, OthersFindNamesAndFirstValuesInACompleteDatabase) {
     return !testing::Test::HasFailure();
   })) << "a living owner keeps its database";
   RemoveDatabase();
-  EXPECT_EQ(LookAtDatabase(), DatabaseState::kNone);
+  EXPECT_EQ(LookAtDatabase(), database_state_t::NONE);
 }
 
 TEST_F(DatabaseOwnerTest, TheDatabaseOfAKilledOwnerIsMadeAnew) {
@@ -131,7 +131,7 @@ TEST_F(DatabaseOwnerTest, TheDatabaseOfAKilledOwnerIsMadeAnew) {
     DBSHM::Write(7, 99.0);
     return raise(SIGKILL) == 0;
   }));
-  EXPECT_NE(LookAtDatabase(), DatabaseState::kComplete);
+  EXPECT_NE(LookAtDatabase(), database_state_t::COMPLETE);
   MakeDatabase(PARAMETERS);
   double tires = 0;
   EXPECT_EQ(DBSHM::Read(7, tires), 1);

@@ -15,7 +15,7 @@ namespace {
 
 class Beeper : public testing::Test {
  protected:
-  Beeper() { record->beeperState = BEEPER_SILENT; }
+  Beeper() { record_->beeperState = BEEPER_SILENT; }
 
   // One turn of the loop in words: "on" and "off" commands, and the milliseconds between them.
   std::string Step() {
@@ -27,14 +27,14 @@ class Beeper : public testing::Test {
                                  },
                                  [&log, this](int milliseconds) {
                                    log += std::to_string(milliseconds) + ' ';
-                                   if (duringSleep) duringSleep();
+                                   if (duringSleep_) duringSleep_();
                                  }};
-    BeeperStep(record, device);
+    BeeperStep(record_, device);
     return log;
   }
 
-  TestRecord record;
-  std::function<void()> duringSleep;
+  TestRecord record_;
+  std::function<void()> duringSleep_;
 };
 
 TEST_F(Beeper, HasItsSoundAndItsPictureInEachState) {
@@ -43,46 +43,46 @@ TEST_F(Beeper, HasItsSoundAndItsPictureInEachState) {
     const char* log;
     double image;
   };
-  DBSHM::Write(record->variables.beepImage, 9.0);
+  DBSHM::Write(record_->variables.beepImage, 9.0);
   for (const auto& [type, duration, log, image] : {case_t{BEEPER_SINGLE, 5, "on 50 off ", 9.0},
                                                    {BEEPER_SILENT, 5, "off 10 ", 0.0},
                                                    {BEEPER_CONTINUOUS, 5, "on 10 ", 2.0},
                                                    {BEEPER_PULSE, -3, "on 0 off 10 ", 1.0},
                                                    {BEEPER_PULSE, 20, "on 200 off 200 ", 1.0}}) {
-    SetBeeper(record, type, duration);
+    SetBeeper(record_, type, duration);
     EXPECT_EQ(Step(), log);
     EXPECT_EQ(ParameterValue("OrvikBeepImage"), image);
   }
   ConsoleCapture console;
-  for (const int unknown : {4, -1}) SetBeeper(record, unknown, 1);
+  for (const int unknown : {4, -1}) SetBeeper(record_, unknown, 1);
   EXPECT_EQ(console.Err(),
             "Orvik: SetBeeper ERROR!  Unknown type 4\nOrvik: SetBeeper ERROR!  Unknown type -1\n");
   EXPECT_EQ(Step(), "on 200 off 200 ") << "as before";
 }
 
 TEST_F(Beeper, ClicksOnceAndInterruptsNothing) {
-  SetBeeperKeyPress(record);
+  SetBeeperKeyPress(record_);
   EXPECT_EQ(Step(), "on 50 off ");
   EXPECT_EQ(Step(), "off 10 ");
   for (const auto& [duration, log] : {std::pair{20, "on 200 off 200 "}, {255, "on 10 "}}) {
-    SetBeeperDuration(record, duration);
-    SetBeeperKeyPress(record);
+    SetBeeperDuration(record_, duration);
+    SetBeeperKeyPress(record_);
     EXPECT_EQ(Step(), log);
   }
-  SetBeeperDuration(record, 0);
+  SetBeeperDuration(record_, 0);
   EXPECT_EQ(Step(), "off 10 ");
 }
 
 TEST_F(Beeper, DoesNotLoseAnAlarmThatIsSetDuringAClick) {
-  SetBeeperKeyPress(record);
-  duringSleep = [this] { SetBeeper(record, BEEPER_CONTINUOUS, 0); };
+  SetBeeperKeyPress(record_);
+  duringSleep_ = [this] { SetBeeper(record_, BEEPER_CONTINUOUS, 0); };
   EXPECT_EQ(Step(), "on 50 off ");
-  EXPECT_EQ(record->beeperState, BEEPER_CONTINUOUS);
+  EXPECT_EQ(record_->beeperState, BEEPER_CONTINUOUS);
 }
 
 class Blinkers : public testing::Test {
  protected:
-  Blinkers() { InitBlinkers(record); }
+  Blinkers() { InitBlinkers(record_); }
 
   static int Value(unsigned handle) {
     double value = 0;
@@ -92,33 +92,33 @@ class Blinkers : public testing::Test {
   std::string Run(unsigned handle, int ticks) {
     std::string values;
     for (int i = 0; i < ticks; ++i) {
-      UpdateBlinkers(record);
+      UpdateBlinkers(record_);
       values += std::to_string(Value(handle)) + ' ';
     }
     return values;
   }
 
-  TestRecord record;
+  TestRecord record_;
 };
 
 TEST_F(Blinkers, StepEveryPeriodPlusOneTicks) {
-  StartBlinker(record, 29, 0, 1, 4, 540);
+  StartBlinker(record_, 29, 0, 1, 4, 540);
   EXPECT_EQ(Value(540), 0);
   EXPECT_EQ(Run(540, 15), "0 0 0 0 1 1 1 1 1 0 0 0 0 0 1 ");
-  StartBlinker(record, 0, 3, 5, 0, 541);
+  StartBlinker(record_, 0, 3, 5, 0, 541);
   EXPECT_EQ(Run(541, 5), "4 5 3 4 5 ");
-  StartBlinker(record, 0, 3, 3, 0, 541);
+  StartBlinker(record_, 0, 3, 3, 0, 541);
   EXPECT_EQ(Run(541, 2), "3 3 ");
-  StartBlinker(record, 1, 0, 9, 2, 542);
-  SetBlinkerPeriod(record, &blinkers[1], 0);
+  StartBlinker(record_, 1, 0, 9, 2, 542);
+  SetBlinkerPeriod(record_, &blinkers[1], 0);
   EXPECT_EQ(Run(542, 4), "0 0 1 2 ") << "a new period leaves the countdown that is under way";
-  InitBlinkers(record);
+  InitBlinkers(record_);
   EXPECT_EQ(Run(542, 2), "2 2 ");
 }
 
 TEST_F(Blinkers, StopTheFirstWhicheverIsStopped) {
-  StartBlinker(record, 0, 0, 9, 0, 550);
-  StartBlinker(record, 5, 0, 9, 0, 551);
+  StartBlinker(record_, 0, 0, 9, 0, 550);
+  StartBlinker(record_, 5, 0, 9, 0, 551);
   StopBlinker(&blinkers[5], 77);
   EXPECT_EQ(Run(551, 2), "1 2 ");
   EXPECT_EQ(Value(550), 77);
@@ -126,7 +126,7 @@ TEST_F(Blinkers, StopTheFirstWhicheverIsStopped) {
 
 TEST_F(Blinkers, RefuseAnIndexOutsideTheTable) {
   ConsoleCapture console;
-  for (const int index : {30, -1}) StartBlinker(record, index, 1, 2, 3, 553);
+  for (const int index : {30, -1}) StartBlinker(record_, index, 1, 2, 3, 553);
   EXPECT_EQ(console.Err(),
             "Orvik: StartBlinker ERROR!  No blinker 30\nOrvik: StartBlinker ERROR!  No blinker -1\n");
   EXPECT_EQ(Value(553), -1);

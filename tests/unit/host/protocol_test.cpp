@@ -26,7 +26,7 @@ std::string Words(const char* message, host::units_t units = {}) {
 
 // The floats are written by hand; the swing lies between the lamps' bits.
 TEST(OperatingValues, AreEncodedAndPutIntoWords) {
-  constexpr const char* kMessage =
+  constexpr const char* MESSAGE =
       "02 00 46 EA 60 00 46 40 30 00 42 0E 00 00 C0 00 00 00 3F 00 00 00 3E CC 49 BA 04 05 00 01 FF B5 80 "
       "3F 80 00 00 BF 80 00 00";
   host::OperatingValues values;
@@ -35,9 +35,9 @@ TEST(OperatingValues, AreEncodedAndPutIntoWords) {
       {"extension", 0.5},  {"percent", 39.9},      {"parts-of-line", 4}, {"led", 0x80010005},
       {"swing", -75},      {"piston-pressure", 1}, {"rod-pressure", -1}};
   for (const auto& [name, number] : numbers) values.Set(name, number);
-  EXPECT_EQ(ToHex(values.Encode()), kMessage);
+  EXPECT_EQ(ToHex(values.Encode()), MESSAGE);
   EXPECT_EQ(
-      Words(kMessage, 1),
+      Words(MESSAGE, 1),
       "operating-values: capacity 30000 kgs, load 12300 kgs, radius 35.5 meters, angle -2 deg, extension "
       "0.5 meters, percent 39.9 %, parts-of-line 4, led prealarm,a2b,tires,swing-alarm-tripped, swing -75 "
       "deg, piston-pressure 1, rod-pressure -1");
@@ -80,7 +80,7 @@ TEST(Words, GiveJsonWithNumbersNamesAndLists) {
        R"(CMD7.18","name":"colors","values":{"tires":"green","retracted":"dark","half":9,"extended":"red")"},
       {"07 01 02 7F 7F", R"(CMD7.1","name":"valid-keys","values":{"valid-keys":["none","boom-mode"])"}};
   for (const auto& [message, json] : cases) {
-    host::utterance_t heard{.time_us = 1500000, .speaker = host::Speaker::kHost, .frame = {}, .decoded = {}};
+    host::utterance_t heard{.time_us = 1500000, .speaker = host::speaker_t::HOST, .frame = {}, .decoded = {}};
     heard.decoded = host::DecodeCommand(FromHex(message), {});
     EXPECT_EQ(host::JsonLine(heard), R"({"time":1.5,"from":"host","command":")" + std::string(json) + "}}");
   }
@@ -94,8 +94,8 @@ TEST(Encode, WhatDoesNotFitBecomesTheNearestThatDoesOrIsRefused) {
   EXPECT_EQ(ToHex(values.Encode()).substr(90, 5), "80 00");
   using texts_t = std::vector<host::text_t>;
   EXPECT_EQ(host::EncodeTexts(texts_t{{0, std::string(244, 'x')}}).size(), 251U) << "the display's block";
-  EXPECT_THROW(host::EncodeTexts(texts_t{{0, std::string(245, 'x')}}), host::usage_error);
-  EXPECT_THROW(host::EncodeTexts(texts_t{{0, "a"}, {1, ""}}), host::usage_error);
+  EXPECT_THROW(host::EncodeTexts(texts_t{{0, std::string(245, 'x')}}), host::UsageError);
+  EXPECT_THROW(host::EncodeTexts(texts_t{{0, "a"}, {1, ""}}), host::UsageError);
 }
 
 TEST(Segment, PadsTheLastFrameAndKnowsItsBounds) {
@@ -104,8 +104,8 @@ TEST(Segment, PadsTheLastFrameAndKnowsItsBounds) {
   EXPECT_THAT(ToHex(host::Segment(Message{1, 2, 3, 4, 5, 6, 7})),
               ElementsAre("00 02 01 02 03 04 05 06", "01 07 FF FF FF FF FF FF"));
   EXPECT_EQ(host::Segment(Message(6 + 7 * 254)).size(), 255U);
-  EXPECT_THROW(host::Segment(Message(6 + 7 * 254 + 1)), host::usage_error);
-  EXPECT_THROW(host::Segment(Message{}), host::usage_error);
+  EXPECT_THROW(host::Segment(Message(6 + 7 * 254 + 1)), host::UsageError);
+  EXPECT_THROW(host::Segment(Message{}), host::UsageError);
 }
 
 // A name that two things had would send the one that is looked for first.

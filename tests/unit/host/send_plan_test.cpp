@@ -91,7 +91,7 @@ TEST(SendPlan, RefusesWhatItCannotSendAndSaysWhatWouldBeRight) {
       {"IDENTIFIER#DATA", "frame=18FF00D0 frame=123#R"}};
   for (const auto& [text, arguments] : cases) {
     for (const std::string& argument : Words(arguments)) {
-      EXPECT_THAT([&] { Plan({argument}); }, testing::ThrowsMessage<host::usage_error>(HasSubstr(text)))
+      EXPECT_THAT([&] { Plan({argument}); }, testing::ThrowsMessage<host::UsageError>(HasSubstr(text)))
           << argument;
     }
   }

@@ -29,10 +29,10 @@ void ExpectSame(const std::string& shown, const char* widget, double value) {
 }
 
 TEST(ShownValues, AreRoundedAsTheDisplayRoundsThem) {
-  constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
-  constexpr double kEndless = std::numeric_limits<double>::infinity();
-  std::vector<double> values = {kNone, kEndless, -kEndless, -0.04,  -0.06,  -19.94, -20, -20.04, -20.06,
-                                -21,   999.94,   999.96,    999900, 999999, 1e6,    -50, -150,   1e30};
+  constexpr double NONE = std::numeric_limits<double>::quiet_NaN();
+  constexpr double ENDLESS = std::numeric_limits<double>::infinity();
+  std::vector<double> values = {NONE, ENDLESS, -ENDLESS, -0.04,  -0.06,  -19.94, -20, -20.04, -20.06,
+                                -21,  999.94,  999.96,   999900, 999999, 1e6,    -50, -150,   1e30};
   for (int i = -300; i < 20'000; ++i) values.push_back(i * 0.07);
   for (const double value : values) {
     char text[8];

@@ -32,12 +32,12 @@ class CanTransport : public testing::Test {
  protected:
   CanTransport() {
     for (auto& count : CommandCounts) count = 0;
-    record->watchdogSeconds = 5;
+    record_->watchdogSeconds = 5;
   }
 
-  void HostSends(const frame_t& bytes) { HandleServiceMessage(record, Delivery(0x18FF00D0, bytes)); }
+  void HostSends(const frame_t& bytes) { HandleServiceMessage(record_, Delivery(0x18FF00D0, bytes)); }
 
-  TestRecord record;
+  TestRecord record_;
 };
 
 TEST_F(CanTransport, CountsTheRequestsOfOneFrameAndQueuesNone) {
@@ -49,38 +49,38 @@ TEST_F(CanTransport, CountsTheRequestsOfOneFrameAndQueuesNone) {
     HostSends(request);
     EXPECT_EQ(CommandCounts[counter], 1U);
   }
-  EXPECT_TRUE(record->canPackets.empty());
+  EXPECT_TRUE(record_->canPackets.empty());
   EXPECT_EQ(CommandCounts[COUNT_TOTAL_PKTS], 0U);
-  EXPECT_EQ(record->hostSeen, 1);
-  EXPECT_EQ(record->watchdogSeconds, 0);
+  EXPECT_EQ(record_->hostSeen, 1);
+  EXPECT_EQ(record_->watchdogSeconds, 0);
 }
 
 TEST_F(CanTransport, QueuesAllOtherHostFrames) {
   const std::vector<frame_t> frames = {{0, 2, 6},    {1, 6},    {0, 1, 7, 8}, {0, 1, 7, 0},
                                        {0, 1, 5, 3}, {1, 1, 6}, {0, 0, 6},    {255, 255, 255}};
   for (const auto& frame : frames) HostSends(frame);
-  ASSERT_EQ(record->canPackets.size(), frames.size());
+  ASSERT_EQ(record_->canPackets.size(), frames.size());
   for (std::size_t i = 0; i < frames.size(); ++i) {
-    EXPECT_EQ(record->canPackets[i].data, frames[i]);
-    EXPECT_EQ(record->canPackets[i].canID, 0x18FF00D0U);
-    EXPECT_EQ(record->canPackets[i].dlc, 0);
+    EXPECT_EQ(record_->canPackets[i].data, frames[i]);
+    EXPECT_EQ(record_->canPackets[i].canID, 0x18FF00D0U);
+    EXPECT_EQ(record_->canPackets[i].dlc, 0);
   }
   EXPECT_EQ(CommandCounts[COUNT_TOTAL_PKTS], frames.size());
 }
 
 TEST_F(CanTransport, IgnoresOtherIdentifiersAndMessagesTooShortForAFrame) {
   for (const std::uint32_t identifier : {0x18FF00D1U, 0x18FF00D2U, 0x1CFF00D0U, 0U}) {
-    HandleServiceMessage(record, Delivery(identifier, {0, 1, 5}));
+    HandleServiceMessage(record_, Delivery(identifier, {0, 1, 5}));
   }
   const auto message = Delivery(HOST_FRAME_ID, {0, 1, 5});
   for (const std::size_t size : {0U, 1U, 12U, 27U})
-    HandleServiceMessage(record, std::span(message).first(size));
-  EXPECT_TRUE(record->canPackets.empty());
-  EXPECT_EQ(record->hostSeen, 0);
-  EXPECT_EQ(record->watchdogSeconds, 5);
+    HandleServiceMessage(record_, std::span(message).first(size));
+  EXPECT_TRUE(record_->canPackets.empty());
+  EXPECT_EQ(record_->hostSeen, 0);
+  EXPECT_EQ(record_->watchdogSeconds, 5);
 
-  HandleServiceMessage(record, std::span(message).first(28));
-  EXPECT_EQ(record->canPackets.size(), 1U);
+  HandleServiceMessage(record_, std::span(message).first(28));
+  EXPECT_EQ(record_->canPackets.size(), 1U);
 }
 
 TEST(ProgramDate, AlwaysHasADayOfTwoDigits) {
@@ -116,12 +116,12 @@ TEST(Decapsulator, JoinsFramesInSequenceAndDropsAllOthers) {
   const frame_t third = {2, 22, 23, 24, 25, 26, 27, 28};
   const std::vector<int> single = {5, 1, 2, 3, 4, 6, 0, 0};
   const std::vector<int> joined = {2, 10, 11, 12, 13, 14, 15, 16};
-  struct Conversation_t {
+  struct conversation_t {
     const char* what;
     std::vector<frame_t> frames;
     std::vector<std::vector<int>> messages;  // their first eight bytes
   };
-  const std::vector<Conversation_t> conversations = {
+  const std::vector<conversation_t> conversations = {
       {"one frame", {one}, {single}},
       {"three frames", {first, second, third}, {joined}},
       {"two messages", {one, first, second, third}, {single, joined}},
@@ -132,7 +132,7 @@ TEST(Decapsulator, JoinsFramesInSequenceAndDropsAllOthers) {
       {"a first frame while collecting is dropped too", {first, one, second, third}, {}},
       {"and the next message is whole again", {first, one, one}, {single}},
   };
-  for (const Conversation_t& c : conversations) {
+  for (const conversation_t& c : conversations) {
     Decapsulator decapsulator;
     EXPECT_EQ(Decode(decapsulator, c.frames, 8), c.messages) << c.what;
     EXPECT_FALSE(decapsulator.IsCollecting()) << c.what;
@@ -183,61 +183,61 @@ constexpr const char* LINK_STATE = "OrvikHX7TimeOutLamp";
 class Watchdog : public testing::Test {
  protected:
   Watchdog() {
-    record.ConnectEvents("orvik.Events");
-    manager.TakeRequests();
-    record->eventIds = {
+    record_.ConnectEvents("orvik.Events");
+    manager_.TakeRequests();
+    record_->eventIds = {
         {"orvik.SplashToSlate", 101}, {"orvik.SplashToGauges", 102}, {"orvik.ConfigToMain", 103}};
-    record->currentPage = &page;
+    record_->currentPage = &page_;
   }
 
   void Tick(int times) {
-    for (int i = 0; i < times; ++i) WatchdogTick(record);
+    for (int i = 0; i < times; ++i) WatchdogTick(record_);
   }
 
   // The events posted since the last call, in order.
   std::vector<unsigned> Events() {
     std::vector<unsigned> ids;
-    for (const bytes_t& request : manager.TakeRequests()) {
+    for (const bytes_t& request : manager_.TakeRequests()) {
       ids.push_back(platform::LoadLe32(request, NM_HEADER_SIZE));
     }
     return ids;
   }
 
-  TestRecord record;
-  FakeService manager{NM_SERVER_NAME, [](const bytes_t&) { return Words({0, 6, 1, 1}); }};
-  Page_t page{ACTION_PAGE_CONFIG, EVENT_CONFIG_TO_MAIN, 0, {}};
+  TestRecord record_;
+  FakeService manager_{NM_SERVER_NAME, [](const bytes_t&) { return Words({0, 6, 1, 1}); }};
+  Page_t page_{ACTION_PAGE_CONFIG, EVENT_CONFIG_TO_MAIN, 0, {}};
 };
 
 TEST_F(Watchdog, CountsTheLinkAsLostOnTheEleventhTick) {
-  record->hostSeen = 1;
+  record_->hostSeen = 1;
   Tick(10);
   EXPECT_EQ(ParameterValue(LINK_STATE), 1.0);
-  EXPECT_EQ(record->hostTimedOut, 0);
+  EXPECT_EQ(record_->hostTimedOut, 0);
   EXPECT_TRUE(Events().empty());
 
   Tick(1);
   EXPECT_EQ(ParameterValue(LINK_STATE), 2.0);
-  EXPECT_EQ(record->hostTimedOut, 1);
-  EXPECT_EQ(record->hostSeen, 0);
+  EXPECT_EQ(record_->hostTimedOut, 1);
+  EXPECT_EQ(record_->hostSeen, 0);
   EXPECT_EQ(Events(), (std::vector<unsigned>{103}));
   Tick(3);  // again every second, and the count stays
-  EXPECT_EQ(record->watchdogSeconds, 11);
+  EXPECT_EQ(record_->watchdogSeconds, 11);
   EXPECT_EQ(Events(), (std::vector<unsigned>{103, 103, 103}));
 
-  record->watchdogSeconds = 0;  // one host frame
-  record->hostSeen = 1;
+  record_->watchdogSeconds = 0;  // one host frame
+  record_->hostSeen = 1;
   Tick(1);
   EXPECT_EQ(ParameterValue(LINK_STATE), 1.0);
-  EXPECT_EQ(record->hostTimedOut, 0);
+  EXPECT_EQ(record_->hostTimedOut, 0);
   EXPECT_TRUE(Events().empty());
 }
 
 TEST_F(Watchdog, PostsNoTimeOutEventWhereThereIsNone) {
-  page.timeOutEvent = EVENT_ID_NONE;
+  page_.timeOutEvent = EVENT_ID_NONE;
   Tick(12);
-  page.timeOutEvent = EVENT_MAIN_TO_WAD;  // which the configuration does not number
+  page_.timeOutEvent = EVENT_MAIN_TO_WAD;  // which the configuration does not number
   Tick(1);
-  record->currentPage = nullptr;
+  record_->currentPage = nullptr;
   Tick(1);
   EXPECT_TRUE(Events().empty());
 }

@@ -91,7 +91,7 @@ unsigned NumberOf(const bus::frame_t& frame) {
 void ExpectNumbered(LocalBus& bus, unsigned frames) {
   bus::frame_t frame;
   for (unsigned i = 0; i < frames; ++i) {
-    ASSERT_EQ(bus.Receive(frame, DEADLINE_MS), bus::Endpoint::Result::kOk) << i;
+    ASSERT_EQ(bus.Receive(frame, DEADLINE_MS), bus::Endpoint::result_t::OK) << i;
     ASSERT_EQ(NumberOf(frame), i);
   }
 }
@@ -104,21 +104,21 @@ TEST(LocalBusTest, AFrameReachesEveryStationButItsSender) {
   EXPECT_EQ(bob.NextFrame(), "18FF00D0#010A");
   EXPECT_EQ(bob.NextFrame(), "123#");
   bus::frame_t frame;
-  ASSERT_EQ(bus.Receive(frame, DEADLINE_MS), bus::Endpoint::Result::kOk);
+  ASSERT_EQ(bus.Receive(frame, DEADLINE_MS), bus::Endpoint::result_t::OK);
   EXPECT_EQ(frame.identifier, 0x18FF00D0U);
   EXPECT_NE(frame.time_us, 0U);
-  ASSERT_EQ(bus.Receive(frame, DEADLINE_MS), bus::Endpoint::Result::kOk);
+  ASSERT_EQ(bus.Receive(frame, DEADLINE_MS), bus::Endpoint::result_t::OK);
   EXPECT_FALSE(frame.extended);
 
   bob.Say("< send 7FF 1 2 >");
   EXPECT_EQ(alice.NextFrame(), "7FF#02") << "and nothing of its own before";
   const bus::frame_t reply{.identifier = 0x18FF00D2, .extended = true, .length = 1, .data = {3}, .time_us = 0};
-  ASSERT_EQ(bus.Send(reply, DEADLINE_MS), bus::Endpoint::Result::kOk);
+  ASSERT_EQ(bus.Send(reply, DEADLINE_MS), bus::Endpoint::result_t::OK);
   EXPECT_EQ(alice.NextFrame(), "18FF00D2#03");
   EXPECT_EQ(bob.NextFrame(), "18FF00D2#03");
-  ASSERT_EQ(bus.Receive(frame, DEADLINE_MS), bus::Endpoint::Result::kOk);
+  ASSERT_EQ(bus.Receive(frame, DEADLINE_MS), bus::Endpoint::result_t::OK);
   EXPECT_EQ(frame.identifier, 0x7FFU) << "the unit hears the others, not itself";
-  EXPECT_EQ(bus.Receive(frame, 0), bus::Endpoint::Result::kTimeout);
+  EXPECT_EQ(bus.Receive(frame, 0), bus::Endpoint::result_t::TIMEOUT);
 }
 
 TEST(LocalBusTest, TheThirtyThirdStationIsToldThatThereIsNoRoom) {

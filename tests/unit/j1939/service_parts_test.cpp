@@ -31,9 +31,9 @@ bytes_t Message(std::initializer_list<std::uint8_t> words, const std::string& na
 }
 
 TEST(J1939RequestsTest, TheTypeTellsWhatItIsFor) {
-  constexpr std::array<Reach, 7> REACHES = {Reach::kStandard,    Reach::kStandard,    Reach::kStandard,
-                                            Reach::kMultipacket, Reach::kMultipacket, Reach::kFastpacket,
-                                            Reach::kFastpacket};
+  constexpr std::array<reach_t, 7> REACHES = {reach_t::STANDARD,    reach_t::STANDARD,    reach_t::STANDARD,
+                                              reach_t::MULTIPACKET, reach_t::MULTIPACKET, reach_t::FASTPACKET,
+                                              reach_t::FASTPACKET};
   for (std::uint8_t type = 0; type < std::uint8_t{REACHES.size()}; ++type) {
     const bool isFilter = type == 0 || type == 3 || type == 5;
     const std::uint8_t length = isFilter ? 0x11 : 0x10;  // 1808 and the name
@@ -67,48 +67,48 @@ TEST(J1939RequestsTest, AMalformedRequestIsRefused) {
       {"filter with a name of 128 bytes", Message({0, 0, 0, 0, 0x90, 7, 0, 0, 1}, std::string(128, 'x'))},
   };
   for (const auto& c : cases) {
-    EXPECT_TRUE(std::holds_alternative<RefusedRequest_t>(ReadRequest(c.message))) << c.what;
+    EXPECT_TRUE(std::holds_alternative<refused_request_t>(ReadRequest(c.message))) << c.what;
   }
 }
 
 class FilterStoreTest : public ::testing::Test {
  protected:
-  const TestFolder folder;
-  const std::string file = folder.Path() / "filters";
+  const TestFolder folder_;
+  const std::string file_ = folder_.Path() / "filters";
 };
 
 TEST_F(FilterStoreTest, AServiceThatWasKilledFindsItsFiltersAgain) {
   {
-    FilterStore store(file);
-    EXPECT_TRUE(store.Add({Reach::kStandard, 0x18FF00D0, 0xFFFFFF, "first"}));
-    EXPECT_TRUE(store.Add({Reach::kStandard, 0x18FF00D0, 0xFFFFFF, "Orvik Receive Channel"}));
-    EXPECT_TRUE(store.Add({Reach::kMultipacket, 0x18FF4101, 0, "long"}));
+    FilterStore store(file_);
+    EXPECT_TRUE(store.Add({reach_t::STANDARD, 0x18FF00D0, 0xFFFFFF, "first"}));
+    EXPECT_TRUE(store.Add({reach_t::STANDARD, 0x18FF00D0, 0xFFFFFF, "Orvik Receive Channel"}));
+    EXPECT_TRUE(store.Add({reach_t::MULTIPACKET, 0x18FF4101, 0, "long"}));
   }
-  FilterStore again(file);
+  FilterStore again(file_);
   EXPECT_EQ(again.Count(), 2U);
   ASSERT_TRUE(again.Has(0x18FF00D0));
   EXPECT_FALSE(again.Has(0x18FF4101)) << "a multi-packet filter takes no single frames";
-  EXPECT_EQ(again.All(Reach::kStandard).at(0x18FF00D0).channelName, "Orvik Receive Channel");
-  EXPECT_EQ(again.All(Reach::kStandard).at(0x18FF00D0).mask, 0xFFFFFFU);
+  EXPECT_EQ(again.All(reach_t::STANDARD).at(0x18FF00D0).channelName, "Orvik Receive Channel");
+  EXPECT_EQ(again.All(reach_t::STANDARD).at(0x18FF00D0).mask, 0xFFFFFFU);
   again.Remove();
-  EXPECT_EQ(FilterStore(file).Count(), 0U);
+  EXPECT_EQ(FilterStore(file_).Count(), 0U);
 }
 
 TEST_F(FilterStoreTest, ADamagedFileGivesWhatCanBeRead) {
-  std::ofstream(file) << "standard 1 ff a\n\nstandard zz ff b\nother 2 ff c\nstandard ffffffff ff d\nstandard "
-                         "3\nstandard 4 0 e";
-  const FilterStore store(file);
+  std::ofstream(file_) << "standard 1 ff a\n\nstandard zz ff b\nother 2 ff c\nstandard ffffffff ff d\nstandard "
+                          "3\nstandard 4 0 e";
+  const FilterStore store(file_);
   EXPECT_EQ(store.Count(), 2U);
   EXPECT_TRUE(store.Has(1));
   EXPECT_TRUE(store.Has(4));
 }
 
 TEST_F(FilterStoreTest, FiltersAreBounded) {
-  FilterStore store(file);
+  FilterStore store(file_);
   for (std::uint32_t i = 0; i < FilterStore::MAX_FILTERS; ++i)
-    ASSERT_TRUE(store.Add({Reach::kStandard, i, 0, "x"}));
-  EXPECT_FALSE(store.Add({Reach::kStandard, 5000, 0, "x"}));
-  EXPECT_TRUE(store.Add({Reach::kStandard, 5, 0, "y"}));
+    ASSERT_TRUE(store.Add({reach_t::STANDARD, i, 0, "x"}));
+  EXPECT_FALSE(store.Add({reach_t::STANDARD, 5000, 0, "x"}));
+  EXPECT_TRUE(store.Add({reach_t::STANDARD, 5, 0, "y"}));
 }
 
 TEST(ConversationTest, AnswersAsSocketcandDoes) {
@@ -188,9 +188,9 @@ TEST(BusReportTest, TellsCountsAndTheLastFramesWhenSomethingChanged) {
   report.SetUp(true);
   report.Note(
       {.identifier = 0x18FF00D0, .extended = true, .length = 3, .data = {0, 1, 0xAB}, .time_us = 1'500'000},
-      BusReport::Direction::kReceived);
+      BusReport::direction_t::RECEIVED);
   report.Note({.identifier = 0x7F, .extended = false, .length = 0, .data = {}, .time_us = 0},
-              BusReport::Direction::kSent);
+              BusReport::direction_t::SENT);
   report.NoteRefused();
   report.NoteDropped();
   const auto text = report.TakeIfChanged();
@@ -212,7 +212,7 @@ TEST(BusReportTest, FitsAMessageHoweverBusyTheBusIs) {
   for (std::uint32_t i = 0; i < 100'000; ++i) {
     const bus::frame_t frame{
         .identifier = 0x18000000 + i % 1000, .length = 8, .time_us = 1'795'268'564'384'496};
-    report.Note(frame, BusReport::Direction::kReceived);
+    report.Note(frame, BusReport::direction_t::RECEIVED);
   }
   const auto text = report.TakeIfChanged();
   ASSERT_TRUE(text);

@@ -20,16 +20,16 @@ namespace {
 // The scanner on the emulated port, with the timer's ticks given by hand.
 class Scanner : public testing::Test {
  protected:
-  Scanner() : board_(platform::BoardMapping::Role::kOwner) {
+  Scanner() : board_(platform::BoardMapping::role_t::OWNER) {
     ThreadCtl(_NTO_TCTL_IO, nullptr);
     port_ = mmap_device_io(8, 0x43FA8000);
     out16(port_ + 4, 0x0F00);
-    KEYPAD::ResetScanner(record);
+    KEYPAD::ResetScanner(record_);
     KEYPAD::KeyHeld = 0;
-    Page_t& page = record->target.pages.emplace_back();
+    Page_t& page = record_->target.pages.emplace_back();
     page.pageId = ACTION_PAGE_SLATE;
     page.keys = {{0, 0, 0, 0}};
-    record->currentPage = &record->target.pages[0];
+    record_->currentPage = &record_->target.pages[0];
   }
 
   void Hold(std::initializer_list<int> keys) {
@@ -41,13 +41,13 @@ class Scanner : public testing::Test {
   void Scan(int ticks) {
     for (int i = 0; i <= ticks; ++i) {
       KEYPAD::FindButton(KEYPAD::ScanMatrix(port_));
-      KEYPAD::DebounceButtons(record);
-      KEYPAD::DispatchChange(record);
-      LowerCountdowns(record);
+      KEYPAD::DebounceButtons(record_);
+      KEYPAD::DispatchChange(record_);
+      LowerCountdowns(record_);
     }
   }
 
-  TestRecord record;  // makes the runtime directory in which the board lies
+  TestRecord record_;  // makes the runtime directory in which the board lies
   platform::BoardMapping board_;
   std::uintptr_t port_;
 };
@@ -119,27 +119,27 @@ class Actions : public testing::Test {
  protected:
   Actions() {
     for (std::size_t i = 1; i < ACTION_NAME_COUNT; ++i) {
-      data->actionIds[std::string(ACTION_ID_NAMES[i])] = static_cast<int>(i) + 100;
+      data_->actionIds[std::string(ACTION_ID_NAMES[i])] = static_cast<int>(i) + 100;
     }
-    InitPages(data);
-    for (auto& mask : data->keyMasks) mask = KEY_BEEP_ONCE;
+    InitPages(data_);
+    for (auto& mask : data_->keyMasks) mask = KEY_BEEP_ONCE;
   }
 
-  void Show(int pageId) { HandleAction(data, static_cast<std::uint32_t>(pageId) + 100); }
+  void Show(int pageId) { HandleAction(data_, static_cast<std::uint32_t>(pageId) + 100); }
 
-  TestRecord data;
+  TestRecord data_;
 };
 
 TEST_F(Actions, ActionsActInTheirOrder) {
   ConsoleCapture console;
   Show(ACTION_PAGE_WAD);
-  EXPECT_EQ(CurrentPageId(data), ACTION_PAGE_WAD);
+  EXPECT_EQ(CurrentPageId(data_), ACTION_PAGE_WAD);
   Show(ACTION_PAGE_ENGINE);  // a page without keys is no page of the set
-  EXPECT_EQ(CurrentPageId(data), ACTION_PAGE_WAD);
-  data->actionIds["ExitApplication"] = 100 + ACTION_PAGE_MAIN;
-  EXPECT_TRUE(HandleAction(data, 100 + ACTION_PAGE_MAIN)) << "a number that names a page too acts as the page";
-  data->actionIds["ExitApplication"] = 300;
-  EXPECT_FALSE(HandleAction(data, 300));
+  EXPECT_EQ(CurrentPageId(data_), ACTION_PAGE_WAD);
+  data_->actionIds["ExitApplication"] = 100 + ACTION_PAGE_MAIN;
+  EXPECT_TRUE(HandleAction(data_, 100 + ACTION_PAGE_MAIN)) << "a number that names a page too acts as the page";
+  data_->actionIds["ExitApplication"] = 300;
+  EXPECT_FALSE(HandleAction(data_, 300));
   EXPECT_EQ(console.Err(), "Orvik: ERROR!  received unknown action 119\n");
 }
 
@@ -152,13 +152,13 @@ TEST_F(Actions, ExternalKeysFollowTheirThreeVariables) {
   Show(ACTION_PAGE_WAD);
   for (const case_t& c :
        {case_t{1, 3, 18, 18, 2}, {1, 0, 0, 0, 1}, {0, 3, 0, 0, 2}, {0, 0, 0, 0, 1}, {1, 1e9, 0, 0, 1}}) {
-    DBSHM::Write(data->variables.externalKeysEnabled, c.enabled);
-    DBSHM::Write(data->variables.externalSystemKeyCode, c.code);
-    data->beeperState = 1;
-    HandleAction(data, 100 + ACTION_KEY_PRESS_CHANGED);
-    EXPECT_EQ(getKeyData(data), c.queued);
-    EXPECT_EQ(data->keyStatus, c.held);
-    EXPECT_EQ(data->beeperState, c.beeper);
+    DBSHM::Write(data_->variables.externalKeysEnabled, c.enabled);
+    DBSHM::Write(data_->variables.externalSystemKeyCode, c.code);
+    data_->beeperState = 1;
+    HandleAction(data_, 100 + ACTION_KEY_PRESS_CHANGED);
+    EXPECT_EQ(getKeyData(data_), c.queued);
+    EXPECT_EQ(data_->keyStatus, c.held);
+    EXPECT_EQ(data_->beeperState, c.beeper);
   }
 }
 

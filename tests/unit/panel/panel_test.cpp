@@ -90,7 +90,7 @@ TEST_F(PanelStateTest, HandsOnChangesThatFollowEachOtherOnly) {
   }
 }
 
-using Next = EventStream::Next;
+using Next = EventStream::next_t;
 
 constexpr auto LONG = 10s;
 
@@ -101,7 +101,7 @@ TEST(StreamHub, AReaderThatFallsBehindStartsAnewAndDelaysNobody) {
   slow->Wait(text, LONG);
   const std::string large(500'000, 'x');
   for (int i = 0; i < 5; ++i) hub.Broadcast("screen", large);
-  EXPECT_EQ(slow->Wait(text, LONG), Next::kFull);
+  EXPECT_EQ(slow->Wait(text, LONG), Next::FULL);
   EXPECT_TRUE(text.empty());
 }
 
@@ -114,7 +114,7 @@ TEST(StreamHub, StreamsAreCappedAndGivenBack) {
   EXPECT_NE(hub.Open(), nullptr);
   hub.CloseAll();
   std::string text;
-  EXPECT_EQ(streams.front()->Wait(text, LONG), Next::kClosed);
+  EXPECT_EQ(streams.front()->Wait(text, LONG), Next::CLOSED);
   EXPECT_EQ(hub.Open(), nullptr);
 }
 

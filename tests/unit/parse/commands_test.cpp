@@ -22,8 +22,8 @@ class Commands : public testing::Test {
  protected:
   Commands() {
     InitAllFields();
-    record->blankChar = '_';
-    record->spaceChar = '_';
+    record_->blankChar = '_';
+    record_->spaceChar = '_';
   }
 
   // Bytes that are not given are `rest`, as if an earlier message had left them.
@@ -31,7 +31,7 @@ class Commands : public testing::Test {
     DecapData_t message;
     message.bytes.fill(rest);
     std::copy(bytes.begin(), bytes.end(), message.bytes.begin());
-    ParseMessage(record, message);
+    ParseMessage(record_, message);
   }
 
   // The counters that are not 0, but for TOTAL CMDS, as "index:count ".
@@ -45,7 +45,7 @@ class Commands : public testing::Test {
     return text;
   }
 
-  TestRecord record;
+  TestRecord record_;
 };
 
 TEST_F(Commands, CountThemselves) {
@@ -65,21 +65,21 @@ TEST_F(Commands, CountThemselves) {
   for (auto& count : CommandCounts) count = 0;
   for (const char* uncounted : {"\x07\x12\x02\x03\x04\x05", "\x07\x13\x01"}) Send(uncounted);
   EXPECT_EQ(Counts(), "");
-  const outrigger_colors_t& colors = record->outriggerColors;
+  const outrigger_colors_t& colors = record_->outriggerColors;
   EXPECT_EQ((std::vector<int>{colors.tires, colors.retracted, colors.half, colors.extended}),
             (std::vector{2, 3, 4, 5}));
 }
 
 TEST_F(Commands, ValidKeysBeyondTheMapAreReportedAndLeftOut) {
-  const auto masks = [this](std::size_t i) { return unsigned{record->keyMasks[i]}; };
-  for (auto& mask : record->keyMasks) mask = 0x7F;
+  const auto masks = [this](std::size_t i) { return unsigned{record_->keyMasks[i]}; };
+  for (auto& mask : record_->keyMasks) mask = 0x7F;
   Send("\x07\x01\x03\x00\x01\x7F\x09"s);
   EXPECT_EQ(std::vector({masks(0), masks(1), masks(2), masks(3)}), std::vector({0U, 1U, 0x7FU, 0x7FU}));
 
   ConsoleCapture console;
   Send("\x07\x01\xFF\x05", 0xA5);
-  EXPECT_EQ(record->keyMasks[0], 5U);
-  EXPECT_EQ(record->keyMasks[23], 0xA5U);
+  EXPECT_EQ(record_->keyMasks[0], 5U);
+  EXPECT_EQ(record_->keyMasks[23], 0xA5U);
   EXPECT_EQ(console.Err(), "***** ERROR!  Valid keys count.  max=24, count=255\n");
 }
 
@@ -91,22 +91,22 @@ TEST_F(Commands, FillTheFieldsWithTheirTextUpToTheEndOfTheBlock) {
       "\x00\x07\x00\x11HELLO"  // field 17, centre of line 1
       "\x00\x04\x00\x1EST"     // field 30, the stowed label
       "\x00\x03\x09\x11!"s);   // field 17 again
-  EXPECT_EQ(GridLine(record, 0), "________________HELLO_!_________________");
-  EXPECT_EQ(StowedText(record), "ST");
+  EXPECT_EQ(GridLine(record_, 0), "________________HELLO_!_________________");
+  EXPECT_EQ(StowedText(record_), "ST");
   EXPECT_EQ(console.Out() + console.Err(), "");
 
-  ShowSystemText(record, "LOST");
+  ShowSystemText(record_, "LOST");
   Send("\x05\x00\x06\x00\x04\x00\x10\xC3X"s);  // what is not named is cleared, what is broken marked
   EXPECT_FALSE(SystemTextShown());
-  EXPECT_EQ(GridLine(record, 0), "#X______________________________________");
-  EXPECT_EQ(StowedText(record), "");
+  EXPECT_EQ(GridLine(record_, 0), "#X______________________________________");
+  EXPECT_EQ(StowedText(record_), "");
 
   // mainLen 253, subLen 251: 249 bytes of text, and the last of them is the block's last.
   Send("\x05\x00\xFD\x00\xFB\x00\x1E"s + std::string(248, 'a') + "b");
-  EXPECT_EQ(StowedText(record), std::string(248, 'a') + "b");
+  EXPECT_EQ(StowedText(record_), std::string(248, 'a') + "b");
 }
 
-struct Refused_t {
+struct refused_t {
   const char* what;
   std::string message;
   std::string out;
@@ -119,7 +119,7 @@ TEST_F(Commands, AreRefusedForBadLengths) {
     return "***** ERROR!  Cmd5 sub command length.  min=3, max=800, subLen=" + std::to_string(length) +
            "\nError!  ProcessSubCommand returned failure\n";
   };
-  const std::vector<Refused_t> refused = {
+  const std::vector<refused_t> refused = {
       {"802 bytes, all but one text absent", "\x05\x03\x22\x00\x03\x00\x10X"s, "", sub(0), "X"},
       {"a text of no bytes", "\x05\x00\x06\x00\x02\x00\x10\x00\x00"s, "", sub(2), ""},
       {"a second text of no bytes", "\x05\x00\x09\x00\x03\x00\x10X\x00\x02\x00\x10"s, "", sub(2), "X"},
@@ -133,35 +133,35 @@ TEST_F(Commands, AreRefusedForBadLengths) {
        "Orvik: ERROR! Flash message overrun, len=254, index=7, first=0x4a\n", "old"},
   };
   Send("\x03\x00\x03\x00\x00X"s);
-  const std::vector<unsigned> flash = record->flashLine;
-  for (const Refused_t& r : refused) {
+  const std::vector<unsigned> flash = record_->flashLine;
+  for (const refused_t& r : refused) {
     Send("\x05\x00\x07\x00\x05\x00\x10old"s);
     ConsoleCapture console;
     Send(r.message);
     EXPECT_EQ(console.Out(), r.out) << r.what;
     EXPECT_EQ(console.Err(), r.err) << r.what;
     EXPECT_EQ(FieldToText(fieldLine1Left), r.left) << r.what;
-    EXPECT_EQ(record->flashLine, flash) << r.what;
+    EXPECT_EQ(record_->flashLine, flash) << r.what;
   }
 }
 
 TEST_F(Commands, CentreTheFlashMessage) {
-  struct Flash_t {
+  struct flash_t {
     int language;
     std::string text;
     std::size_t blanks;
   };
-  const std::vector<Flash_t> flashes = {
+  const std::vector<flash_t> flashes = {
       {0, "HELLO", 12}, {0, "HELLO!", 11},           {0, std::string(28, 'x'), 0}, {0, std::string(40, 'x'), 0},
       {3, "HELLO", 8},  {3, std::string(21, 'x'), 0}};
-  for (const Flash_t& flash : flashes) {
-    SetLanguage(record, flash.language);
-    record->blankChar = '_';
+  for (const flash_t& flash : flashes) {
+    SetLanguage(record_, flash.language);
+    record_->blankChar = '_';
     Send("\x03\x00"s + static_cast<char>(flash.text.size() + 2) + "\x05\x00"s + flash.text);
-    ASSERT_EQ(record->flashLine.size(), flash.blanks + flash.text.size());
-    EXPECT_EQ(std::count(record->flashLine.begin(), record->flashLine.end(), '_'),
+    ASSERT_EQ(record_->flashLine.size(), flash.blanks + flash.text.size());
+    EXPECT_EQ(std::count(record_->flashLine.begin(), record_->flashLine.end(), '_'),
               static_cast<std::ptrdiff_t>(flash.blanks));
-    EXPECT_EQ(record->flashLine.back(),
+    EXPECT_EQ(record_->flashLine.back(),
               static_cast<unsigned char>(flash.text.back()) + (flash.language == 3 ? 0xFEE0U : 0U));
   }
 }

@@ -26,14 +26,14 @@ class Fields : public testing::Test {
  protected:
   Fields() {
     InitAllFields();
-    record->spaceChar = '_';
+    record_->spaceChar = '_';
   }
 
-  void Put(unsigned char fieldId, const std::string& text) { UpdateField(record, fieldId, CodePoints(text)); }
+  void Put(unsigned char fieldId, const std::string& text) { UpdateField(record_, fieldId, CodePoints(text)); }
 
-  std::string Line(std::size_t line) { return GridLine(record, line); }
+  std::string Line(std::size_t line) { return GridLine(record_, line); }
 
-  TestRecord record;
+  TestRecord record_;
 };
 
 std::string Blanks(std::size_t count) {
@@ -51,7 +51,7 @@ TEST_F(Fields, StandWhereTheLayoutSays) {
   for (const auto& [field, row, column] : places) {
     ClearAllFields();
     Put(field, "ab");
-    FieldsToUTF8Lines(record);
+    FieldsToUTF8Lines(record_);
     std::string expected = Blanks(40);
     expected.replace(column, 2, "ab");
     for (std::size_t line = 0; line < 4; ++line) {
@@ -68,7 +68,7 @@ TEST_F(Fields, LaterStepsWinWhereTextsOverlap) {
       {25, "bbb"},    {26, "c"},      {3, "dddd"},   {15, "eee"},
       {27, "ff"}};
   for (const auto& [field, text] : texts) Put(field, text);
-  FieldsToUTF8Lines(record);
+  FieldsToUTF8Lines(record_);
   EXPECT_EQ(Line(0), "333" + std::string(30, '4') + "5677777");
   EXPECT_EQ(Line(3), "bbba" + Blanks(15) + "c" + Blanks(16) + "deff");
   EXPECT_EQ(Line(1), Blanks(40));
@@ -77,7 +77,7 @@ TEST_F(Fields, LaterStepsWinWhereTextsOverlap) {
 TEST_F(Fields, CenterRoundsDownAndTextsOfOneFieldAreJoinedByABlank) {
   Put(17, "ab");
   Put(17, "cd");
-  FieldsToUTF8Lines(record);
+  FieldsToUTF8Lines(record_);
   EXPECT_EQ(Line(0), Blanks(17) + "ab_cd" + Blanks(18));
 
   Put(17, "");  // the blank comes even if nothing follows
@@ -93,10 +93,10 @@ TEST_F(Fields, RunOnFromColumn0WhenLongerThanTheLine) {
       {JUSTIFY_CENTER, "ERROR!  Center justification error"},
       {JUSTIFY_RIGHT, "ERROR!  Right justification error"}};
   for (const auto& [justification, message] : messages) {
-    InitializeUTF8Display(record);
+    InitializeUTF8Display(record_);
     ConsoleCapture console;
     const Field_t field{19, CodePoints(text)};
-    FieldToUTF8Line(record, field, &record->utf8Display[1], justification);
+    FieldToUTF8Line(record_, field, &record_->utf8Display[1], justification);
     EXPECT_EQ(console.Err(), "Orvik: " + message + ", field length of 45 exceeds maximum length of 40\n");
     EXPECT_EQ(Line(0), Blanks(40));
     EXPECT_EQ(Line(1), text.substr(0, 40));
@@ -107,25 +107,25 @@ TEST_F(Fields, RunOnFromColumn0WhenLongerThanTheLine) {
 TEST_F(Fields, FillHiddenCellsAndAreCutAtTheEndOfTheGridAndOfALineThatStandsAlone) {
   const ConsoleCapture console;
   const Field_t field{16, CodePoints(std::string(256, 'x'))};
-  SetLCDResolution(record, 4, 24);
-  InitializeUTF8Display(record);
-  FieldToUTF8Line(record, {16, CodePoints(std::string(42, 'x'))}, &record->utf8Display[0], JUSTIFY_LEFT);
-  EXPECT_EQ(GridCells(record, 0, 40), std::string(40, 'x'));
+  SetLCDResolution(record_, 4, 24);
+  InitializeUTF8Display(record_);
+  FieldToUTF8Line(record_, {16, CodePoints(std::string(42, 'x'))}, &record_->utf8Display[0], JUSTIFY_LEFT);
+  EXPECT_EQ(GridCells(record_, 0, 40), std::string(40, 'x'));
   EXPECT_EQ(Line(1), "xx" + Blanks(22));
-  FieldToUTF8Line(record, field, &record->utf8Display[3], JUSTIFY_LEFT);
+  FieldToUTF8Line(record_, field, &record_->utf8Display[3], JUSTIFY_LEFT);
   EXPECT_EQ(Line(3), std::string(24, 'x'));
 
   std::array<UTF8Line_t, 2> own{};
-  FieldToUTF8Line(record, field, own.data(), JUSTIFY_LEFT);
+  FieldToUTF8Line(record_, field, own.data(), JUSTIFY_LEFT);
   EXPECT_EQ(own[0].cells[39].codePoint, 'x');
   EXPECT_EQ(own[1].cells[0].codePoint, 0U);
 }
 
 TEST_F(Fields, RefuseAnUnknownJustificationOrNumberAndMoreThanAMessageCarries) {
-  InitializeUTF8Display(record);
+  InitializeUTF8Display(record_);
   ConsoleCapture console;
   for (const int justification : {3, -1}) {
-    FieldToUTF8Line(record, {19, CodePoints("abc")}, &record->utf8Display[0], justification);
+    FieldToUTF8Line(record_, {19, CodePoints("abc")}, &record_->utf8Display[0], justification);
   }
   for (const int number : {31, 255}) Put(static_cast<unsigned char>(number), "abc");
   Put(2, std::string(250, 'x'));
@@ -143,13 +143,13 @@ TEST_F(Fields, LCDRunsOverAllOthersFromLineToLine) {
   Put(16, "left");
   Put(21, "right");
   Put(0, std::string(50, 'x'));
-  FieldsToUTF8Lines(record);
+  FieldsToUTF8Lines(record_);
   EXPECT_EQ(Line(0), std::string(40, 'x'));
   EXPECT_EQ(Line(1), std::string(10, 'x') + Blanks(25) + "right");
 
-  SetLCDResolution(record, 4, 24);
+  SetLCDResolution(record_, 4, 24);
   Put(0, std::string(120, 'y'));  // 171 characters with the blank between: more than 4 × 24
-  FieldsToUTF8Lines(record);
+  FieldsToUTF8Lines(record_);
   EXPECT_EQ(Line(2), "xx_" + std::string(21, 'y'));
   EXPECT_EQ(Line(3), std::string(24, 'y'));
 }
@@ -159,10 +159,10 @@ TEST_F(Fields, SurviveAnyGeometry) {
   for (unsigned char id = 0; id < FIELD_COUNT; ++id) Put(id, std::string(256, 'x'));
   for (const int rows : {-1, 0, 1, 4, 5, 1000}) {
     for (const int columns : {-1, 0, 1, 39, 40, 41, 1000}) {
-      SetLCDResolution(record, rows, columns);
-      FieldsToUTF8Lines(record);
-      DumpUTF8LineAll(record);
-      EXPECT_TRUE(SameUTF8Line(record, &record->utf8Display[0], &record->utf8Display[0]));
+      SetLCDResolution(record_, rows, columns);
+      FieldsToUTF8Lines(record_);
+      DumpUTF8LineAll(record_);
+      EXPECT_TRUE(SameUTF8Line(record_, &record_->utf8Display[0], &record_->utf8Display[0]));
     }
   }
 }
@@ -170,19 +170,19 @@ TEST_F(Fields, SurviveAnyGeometry) {
 TEST_F(Fields, LinesAreTheSameWhereTheirShownCellsAre) {
   UTF8Line_t a;
   UTF8Line_t b;
-  SetLCDResolution(record, 4, 24);
+  SetLCDResolution(record_, 4, 24);
   b.cells[24].codePoint = 1;
-  EXPECT_TRUE(SameUTF8Line(record, &a, &b));
+  EXPECT_TRUE(SameUTF8Line(record_, &a, &b));
   b.cells[23].codePoint = 1;
-  EXPECT_FALSE(SameUTF8Line(record, &a, &b));
+  EXPECT_FALSE(SameUTF8Line(record_, &a, &b));
 }
 
 TEST_F(Fields, GiveStowedAndErectedTextAsUTF8) {
   Put(29, "Aufgerichtet \xE4\xB8\xAD\xF0\x9F\x98\x80");
-  EXPECT_EQ(ErectedText(record), "Aufgerichtet \xE4\xB8\xAD\xF0\x9F\x98\x80");
-  EXPECT_EQ(StowedText(record), "");
+  EXPECT_EQ(ErectedText(record_), "Aufgerichtet \xE4\xB8\xAD\xF0\x9F\x98\x80");
+  EXPECT_EQ(StowedText(record_), "");
   fieldStowed.text = {'a', 0xD800, 'b'};
-  EXPECT_EQ(StowedText(record), std::string("a\xEF\xBC\x9F") + "b");
+  EXPECT_EQ(StowedText(record_), std::string("a\xEF\xBC\x9F") + "b");
 }
 
 TEST_F(Fields, DumpTheFlashTextByItsLowBytesOnEveryUpdate) {
@@ -195,11 +195,11 @@ TEST_F(Fields, DumpTheFlashTextByItsLowBytesOnEveryUpdate) {
 class SystemText : public Fields {
  protected:
   SystemText() {
-    record->spaceChar = ' ';
-    record->blankChar = ' ';
+    record_->spaceChar = ' ';
+    record_->blankChar = ' ';
     Put(16, "host");
     Put(30, "stowed");
-    FieldsToUTF8Lines(record);
+    FieldsToUTF8Lines(record_);
   }
 
   // The shown cells of a line without the blanks around them.
@@ -210,33 +210,33 @@ class SystemText : public Fields {
   }
 
   void HostSends(const std::string& text) {
-    const MutexGuard guard(record->displayMutex);
+    const MutexGuard guard(record_->displayMutex);
     ClearAllFields();
     Put(16, text);
-    FieldsToUTF8Lines(record);
-    HostTextArrived(record);
+    FieldsToUTF8Lines(record_);
+    HostTextArrived(record_);
   }
 };
 
 TEST_F(SystemText, EndsAtOnceWhenTheHostSendsNewTextOrTheFieldsStartAnew) {
-  ShowSystemText(record, "message");
-  EXPECT_EQ(StowedText(record), "");
+  ShowSystemText(record_, "message");
+  EXPECT_EQ(StowedText(record_), "");
   HostSends("n");
   EXPECT_FALSE(SystemTextShown());
   EXPECT_EQ(Text(0), "n");
-  EndSystemText(record);  // nothing comes back
+  EndSystemText(record_);  // nothing comes back
   EXPECT_EQ(Text(0), "n");
 
-  ShowSystemText(record, "second");  // keeps the new text
-  EndSystemText(record);
+  ShowSystemText(record_, "second");  // keeps the new text
+  EndSystemText(record_);
   EXPECT_EQ(Text(0), "n");
 
-  ShowSystemText(record, "third");
+  ShowSystemText(record_, "third");
   InitAllFields();
   ForgetSystemText();  // as at each initialisation
   EXPECT_FALSE(SystemTextShown());
-  ShowSystemText(record, "start");
-  EndSystemText(record);
+  ShowSystemText(record_, "start");
+  EndSystemText(record_);
   EXPECT_EQ(Text(0), "");
 }
 
@@ -245,22 +245,22 @@ TEST_F(SystemText, IsSplitAtABlankWhenLongerThanALine) {
                                                           {"abcd efghij", "abcd", "efghij"},
                                                           {"abcdefghij klm", "abcdefghij", "klm"},
                                                           {"abcdefghijklm", "abcdefghij", "klm"}};
-  SetLCDResolution(record, 4, 10);
+  SetLCDResolution(record_, 4, 10);
   for (const auto& [text, line2, line3] : splits) {
-    ShowSystemText(record, text);
+    ShowSystemText(record_, text);
     EXPECT_EQ(Text(1), line2) << text;
     EXPECT_EQ(Text(2), line3) << text;
-    EndSystemText(record);
+    EndSystemText(record_);
   }
 }
 
 TEST_F(SystemText, IsWidenedInTheFullWidthLanguage) {
-  SetLanguage(record, 3);
-  ShowSystemText(record, "LOST COMMUNICATIONS WITH COMPUTER!");
-  EXPECT_EQ(record->utf8Display[1].cells[0].codePoint, 0xFF2CU);  // "L": 24 characters, the whole line
-  EXPECT_EQ(record->utf8Display[1].cells[4].codePoint, 0x3000U);
-  EXPECT_EQ(record->utf8Display[2].cells[7].codePoint, 0xFF23U);  // "COMPUTER!", (24 - 9) / 2 cells in
-  EndSystemText(record);
+  SetLanguage(record_, 3);
+  ShowSystemText(record_, "LOST COMMUNICATIONS WITH COMPUTER!");
+  EXPECT_EQ(record_->utf8Display[1].cells[0].codePoint, 0xFF2CU);  // "L": 24 characters, the whole line
+  EXPECT_EQ(record_->utf8Display[1].cells[4].codePoint, 0x3000U);
+  EXPECT_EQ(record_->utf8Display[2].cells[7].codePoint, 0xFF23U);  // "COMPUTER!", (24 - 9) / 2 cells in
+  EndSystemText(record_);
 }
 
 }  // namespace

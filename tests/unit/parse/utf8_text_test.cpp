@@ -17,7 +17,7 @@ namespace {
 
 using namespace std::string_literals;
 
-struct Repair_t {
+struct repair_t {
   const char* what;
   std::string text;
   std::string repaired;
@@ -31,7 +31,7 @@ std::string WithMarks(const std::string& text) {
 }
 
 TEST(FixUTF8String, MarksEachIllFormedSequence) {
-  const std::vector<Repair_t> repairs = {
+  const std::vector<repair_t> repairs = {
       {"empty", "", ""},
       {"one to four bytes", "a\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80z", "a\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80z"},
       {"a zero byte is a character", "a\0b"s, "a\0b"s},
@@ -57,7 +57,7 @@ TEST(FixUTF8String, MarksEachIllFormedSequence) {
       {"a byte that does not follow, near the end", "\xE4"s + "A", "?A"},
       {"the same behind a continuation", "\xF0\x80"s + "A", "?A"},
   };
-  for (const Repair_t& repair : repairs) {
+  for (const repair_t& repair : repairs) {
     std::string text = repair.text;
     FixUTF8String(text);
     EXPECT_EQ(text, WithMarks(repair.repaired)) << repair.what;
@@ -90,13 +90,13 @@ TEST(TrimSpaces, RemovesBlanksAndTabsFromBothEndsOnly) {
 }
 
 TEST(ExpandSubCommand, WidensAsciiInTheFullWidthLanguageOnly) {
-  struct Text_t {
+  struct text_t {
     int language;
     std::string text;
     std::vector<unsigned> codepoints;
     std::string out;
   };
-  const std::vector<Text_t> texts = {
+  const std::vector<text_t> texts = {
       {0, "A\t\x7F \xC2\xB0\xE4\xB8\xAD", {1, 0x41, 0x09, 0x7F, 0x20, 0xB0, 0x4E2D}, ""},
       {3, "A ~\xC2\xB0\xF0\x9F\x98\x80", {1, 0xFF21, 0x3000, 0xFF5E, 0xB0, 0x1F600}, ""},
       {3,
@@ -105,7 +105,7 @@ TEST(ExpandSubCommand, WidensAsciiInTheFullWidthLanguageOnly) {
        "WARNING.  Valid NON_PRINTABLE 0x9\nWARNING.  Valid NON_PRINTABLE 0x1f\nWARNING.  Unexpandable 0x7f\n"},
       {0, "ab\xC3", {1, 'a', 'b'}, ""}};  // was not repaired
   TestRecord record;
-  for (const Text_t& text : texts) {
+  for (const text_t& text : texts) {
     SetLanguage(record, text.language);
     ConsoleCapture console;
     std::vector<unsigned> codepoints = {1};  // appends

@@ -59,9 +59,9 @@ class CompositorTest : public testing::Test {
 };
 
 TEST_F(CompositorTest, AFrameIsShownWhenItEnds) {
-  EXPECT_EQ(Draw({START, CIRCLE}), compositor_reply_t::kOk);
+  EXPECT_EQ(Draw({START, CIRCLE}), compositor_reply_t::OK);
   EXPECT_TRUE(compositor_.Drawing().empty());
-  EXPECT_EQ(Draw({CIRCLE, END}), compositor_reply_t::kOk);
+  EXPECT_EQ(Draw({CIRCLE, END}), compositor_reply_t::OK);
   EXPECT_EQ(compositor_.Drawing().size(), 2U);
   Draw({START, END});
   EXPECT_TRUE(compositor_.Drawing().empty());
@@ -97,7 +97,7 @@ TEST_F(CompositorTest, PicturesTakeTheirOwnSizeUnlessOneIsGiven) {
   AddWord(image, 0);
   for (const char c : std::string("/boom.png")) image.push_back(static_cast<std::uint8_t>(c));
   image.push_back(0);  // 18 bytes of data, not padded at the end of the message
-  EXPECT_EQ(Draw({START, END, image}), compositor_reply_t::kOk);
+  EXPECT_EQ(Draw({START, END, image}), compositor_reply_t::OK);
   Draw({END});
   const drawing_t drawing = compositor_.Drawing();
   ASSERT_EQ(drawing.size(), 1U);
@@ -107,14 +107,14 @@ TEST_F(CompositorTest, PicturesTakeTheirOwnSizeUnlessOneIsGiven) {
 }
 
 TEST_F(CompositorTest, OnlyAnUnknownLayerOrAMessageWithoutARecordIsRefused) {
-  EXPECT_EQ(compositor_.Take({}), compositor_reply_t::kNoRecord);
-  EXPECT_EQ(compositor_.Take(bytes_t(64, 0xAA)), compositor_reply_t::kNoRecord);
-  EXPECT_EQ(compositor_.Take(Record(CMD_END_FRAME, 0, {}, 9)), compositor_reply_t::kUnknownLayer);
+  EXPECT_EQ(compositor_.Take({}), compositor_reply_t::NO_RECORD);
+  EXPECT_EQ(compositor_.Take(bytes_t(64, 0xAA)), compositor_reply_t::NO_RECORD);
+  EXPECT_EQ(compositor_.Take(Record(CMD_END_FRAME, 0, {}, 9)), compositor_reply_t::UNKNOWN_LAYER);
   EXPECT_EQ(Draw({START, CIRCLE, Record(CMD_SHAPE, SHAPE_CIRCLE_FILL, {5}, 9), END}),
-            compositor_reply_t::kUnknownLayer);
+            compositor_reply_t::UNKNOWN_LAYER);
   EXPECT_TRUE(compositor_.Drawing().empty());
-  EXPECT_EQ(compositor_.Take(Record(CMD_DESTROY_LAYER, 0)), compositor_reply_t::kOk);
-  EXPECT_EQ(Draw({START, END}), compositor_reply_t::kUnknownLayer);
+  EXPECT_EQ(compositor_.Take(Record(CMD_DESTROY_LAYER, 0)), compositor_reply_t::OK);
+  EXPECT_EQ(Draw({START, END}), compositor_reply_t::UNKNOWN_LAYER);
 }
 
 TEST_F(CompositorTest, ABadRecordIsCountedAndTheRestOfTheFrameIsDrawn) {
@@ -142,7 +142,7 @@ TEST_F(CompositorTest, ABadRecordIsCountedAndTheRestOfTheFrameIsDrawn) {
   };
   for (const auto& [why, record, counted] : cases) {
     const compositor_counters_t before = compositor_.Counters();
-    EXPECT_EQ(Draw({START, CIRCLE, record, CIRCLE, END}), compositor_reply_t::kOk) << why;
+    EXPECT_EQ(Draw({START, CIRCLE, record, CIRCLE, END}), compositor_reply_t::OK) << why;
     EXPECT_EQ(compositor_.Drawing().size(), 2U) << why;
     EXPECT_EQ(compositor_.Counters().operationsRefused - before.operationsRefused, counted ? 1U : 0U) << why;
     EXPECT_EQ(compositor_.Counters().recordsSkipped - before.recordsSkipped, counted ? 0U : 1U) << why;
@@ -154,7 +154,7 @@ TEST_F(CompositorTest, DepthAndSizeOfAFrameAreBounded) {
   for (std::size_t i = 0; i < Compositor::MAX_ELEMENTS + 10; ++i) records.push_back(CIRCLE);
   for (std::size_t i = 0; i < Compositor::MAX_DEPTH + 9; ++i) records.push_back(Record(CMD_OPERATION, OP_PUSH));
   records.push_back(END);
-  EXPECT_EQ(Draw(records), compositor_reply_t::kOk);
+  EXPECT_EQ(Draw(records), compositor_reply_t::OK);
   EXPECT_EQ(compositor_.Drawing().size(), Compositor::MAX_ELEMENTS);
   EXPECT_EQ(compositor_.Counters().operationsRefused, 20U);
 }

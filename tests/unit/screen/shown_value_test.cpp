@@ -12,20 +12,20 @@ namespace unit {
 namespace {
 
 TEST(ValueRule, ChoosesTheFirstEntryThatHolds) {
-  constexpr const char* kLoad = "..0.9:green;0.9..1:yellow;1..:red;?:grey";
+  constexpr const char* LOAD = "..0.9:green;0.9..1:yellow;1..:red;?:grey";
   struct {
     const char* rule;
     variable_value_t value;
     const char* expected;  // null: no entry holds
-  } const cases[] = {{kLoad, 0.85, "green"},
-                     {kLoad, -3.0, "green"},
-                     {kLoad, 0.89999, "green"},
-                     {kLoad, 0.9F, "yellow"},
-                     {kLoad, 0.9, "yellow"},
-                     {kLoad, 0.99999, "yellow"},
-                     {kLoad, 1.0, "red"},
-                     {kLoad, 1e300, "red"},
-                     {kLoad, std::nullopt, "grey"},
+  } const cases[] = {{LOAD, 0.85, "green"},
+                     {LOAD, -3.0, "green"},
+                     {LOAD, 0.89999, "green"},
+                     {LOAD, 0.9F, "yellow"},
+                     {LOAD, 0.9, "yellow"},
+                     {LOAD, 0.99999, "yellow"},
+                     {LOAD, 1.0, "red"},
+                     {LOAD, 1e300, "red"},
+                     {LOAD, std::nullopt, "grey"},
                      {"1:a;2:b", 3.0, nullptr},
                      {"1:a;2:b", std::nullopt, nullptr},
                      {"2:b;*:c", 9.0, "c"},
@@ -89,7 +89,7 @@ text_place_t Place(double x, double width, int cells = 0, double fontSize = 16) 
 const text_place_t CELLS = Place(100, 400, 40);  // 10 pixels a column
 
 TEST(TextLayout, EachGlyphStandsInTheMiddleOfItsColumnWhateverItsFont) {
-  const text_layout_t layout = LayOut("A Я", CELLS, Align::kLeft);
+  const text_layout_t layout = LayOut("A Я", CELLS, align_t::LEFT);
   EXPECT_EQ(layout.anchor, "middle");
   ASSERT_EQ(layout.runs.size(), 2U);
   EXPECT_EQ(layout.runs[0].text, "A");
@@ -99,38 +99,38 @@ TEST(TextLayout, EachGlyphStandsInTheMiddleOfItsColumnWhateverItsFont) {
 }
 
 TEST(TextLayout, CellsAlignWholeTextsAndCutWhatGoesBeyondTheLast) {
-  EXPECT_EQ(LayOut("ABC", CELLS, Align::kRight).runs.front().x, 475);
-  EXPECT_EQ(LayOut("ABC", CELLS, Align::kCenter).runs.front().x, 285);  // column 18: rounded down
-  EXPECT_EQ(LayOut(std::string(45, 'x'), CELLS, Align::kRight).runs.size(), 40U);
-  EXPECT_EQ(LayOut(std::string(45, 'x'), CELLS, Align::kRight).runs.back().x, 495);
+  EXPECT_EQ(LayOut("ABC", CELLS, align_t::RIGHT).runs.front().x, 475);
+  EXPECT_EQ(LayOut("ABC", CELLS, align_t::CENTER).runs.front().x, 285);  // column 18: rounded down
+  EXPECT_EQ(LayOut(std::string(45, 'x'), CELLS, align_t::RIGHT).runs.size(), 40U);
+  EXPECT_EQ(LayOut(std::string(45, 'x'), CELLS, align_t::RIGHT).runs.back().x, 495);
 }
 
 TEST(TextLayout, AFullWidthGlyphShrinksIntoANarrowColumn) {
-  const text_layout_t layout = LayOut("a？", CELLS, Align::kLeft);
+  const text_layout_t layout = LayOut("a？", CELLS, align_t::LEFT);
   EXPECT_FALSE(layout.runs[0].fontSize);
   EXPECT_EQ(layout.runs[1].fontSize, 10);
   const text_place_t wide = Place(0, 480, 24, 19);
-  EXPECT_FALSE(LayOut("主", wide, Align::kLeft).runs[0].fontSize);
+  EXPECT_FALSE(LayOut("主", wide, align_t::LEFT).runs[0].fontSize);
 }
 
 TEST(TextLayout, ProportionalTextFollowsTheMessageUnlessTheDesignFixesIt) {
   const text_place_t plain = Place(100, 400);
-  const text_layout_t right = LayOut("  12,300", plain, Align::kRight);
+  const text_layout_t right = LayOut("  12,300", plain, align_t::RIGHT);
   EXPECT_EQ(right.anchor, "end");
   EXPECT_EQ(right.x, 500);
   EXPECT_EQ(right.runs.front().text, "12,300");
-  EXPECT_EQ(LayOut("lbs", plain, Align::kCenter).x, 300);
+  EXPECT_EQ(LayOut("lbs", plain, align_t::CENTER).x, 300);
   text_place_t fixed = plain;
-  fixed.fixed = Align::kLeft;
-  EXPECT_EQ(LayOut("lbs", fixed, Align::kRight).anchor, "start");
-  EXPECT_TRUE(LayOut("   ", plain, Align::kLeft).runs.empty());
+  fixed.fixed = align_t::LEFT;
+  EXPECT_EQ(LayOut("lbs", fixed, align_t::RIGHT).anchor, "start");
+  EXPECT_TRUE(LayOut("   ", plain, align_t::LEFT).runs.empty());
 }
 
 TEST(TextLayout, ALongTextIsCutByCharactersNotBytes) {
   text_place_t place = Place(100, 400);
   place.maximum = 4;
-  EXPECT_EQ(LayOut("Лебёдка", place, Align::kLeft).runs.front().text, "Леб…");
-  EXPECT_EQ(LayOut("Леб.", place, Align::kLeft).runs.front().text, "Леб.");
+  EXPECT_EQ(LayOut("Лебёдка", place, align_t::LEFT).runs.front().text, "Леб…");
+  EXPECT_EQ(LayOut("Леб.", place, align_t::LEFT).runs.front().text, "Леб.");
 }
 
 TEST(TextLayout, CleanTextIsFitForADocument) {

@@ -17,7 +17,7 @@ std::string DescribeChildren(Reader& reader) {
   std::string text;
   for (Node* child = reader.getFirstChild(); child != nullptr; child = reader.getNextSibling()) {
     if (!text.empty()) text += ',';
-    text += child->getName();
+    text += child->GetName();
     const std::string below = DescribeChildren(reader);
     if (!below.empty()) text += '(' + below + ')';
   }
@@ -27,7 +27,7 @@ std::string DescribeChildren(Reader& reader) {
 std::string Describe(const std::string& document) {
   std::istringstream stream(document);
   Reader reader(stream);
-  const std::string root = reader.beginParsing()->getName();
+  const std::string root = reader.beginParsing()->GetName();
   const std::string below = DescribeChildren(reader);
   EXPECT_EQ(reader.getNextSibling(), nullptr) << document;
   return below.empty() ? root : root + '(' + below + ')';
@@ -64,13 +64,13 @@ TEST(PreferenceReader, PassesOverWhatTheCallerDoesNotVisit) {
   std::istringstream stream("<r><a><a1><a2/></a1>text</a><b><b1/><b2/><b3><b4/></b3></b><c/><d/></r>");
   Reader reader(stream);
   reader.beginParsing();
-  EXPECT_EQ(reader.getFirstChild()->getName(), "a");
-  EXPECT_EQ(reader.getNextSibling()->getName(), "b");  // the children of a were not asked for
-  EXPECT_EQ(reader.getFirstChild()->getName(), "b1");
+  EXPECT_EQ(reader.getFirstChild()->GetName(), "a");
+  EXPECT_EQ(reader.getNextSibling()->GetName(), "b");  // the children of a were not asked for
+  EXPECT_EQ(reader.getFirstChild()->GetName(), "b1");
   EXPECT_EQ(reader.getFirstChild(), nullptr);
   EXPECT_EQ(reader.getFirstChild(), nullptr);
   reader.skipSiblings();
-  EXPECT_EQ(reader.getNextSibling()->getName(), "c");
+  EXPECT_EQ(reader.getNextSibling()->GetName(), "c");
   reader.skipSiblings();
   EXPECT_EQ(reader.getNextSibling(), nullptr);
 }
@@ -84,7 +84,7 @@ TEST(PreferenceReader, SkipsAnyDepthOfNesting) {
   Reader reader(stream);
   reader.beginParsing();
   reader.getFirstChild();
-  EXPECT_EQ(reader.getNextSibling()->getName(), "last");
+  EXPECT_EQ(reader.getNextSibling()->GetName(), "last");
 }
 
 TEST(PreferenceReader, KeepsTextWithSingleBlanksAndEntities) {
@@ -96,7 +96,7 @@ TEST(PreferenceReader, KeepsTextWithSingleBlanksAndEntities) {
   for (const walk_t& text : texts) {
     std::istringstream stream(text.document);
     Reader reader(stream);
-    EXPECT_EQ(reader.beginParsing()->getText(), text.elements) << text.document;
+    EXPECT_EQ(reader.beginParsing()->GetText(), text.elements) << text.document;
   }
 }
 

@@ -10,15 +10,15 @@
 namespace simulate {
 namespace {
 
-constexpr double kTime_s = 600;
-constexpr int kUnknownSubCommand = 21;
+constexpr double TIME_S = 600;
+constexpr int UNKNOWN_SUB_COMMAND = 21;
 
 using row_t = std::map<std::string, std::size_t>;  // scenario, messages
 
 std::string NameOf(const said_t& said) {
   if (const auto* command = said.Command()) return std::string(command->name);
-  const bool unknown = said.message.size() > 1 && said.message[0] == host::kExtendedCommand &&
-                       said.message[1] == kUnknownSubCommand;
+  const bool unknown = said.message.size() > 1 && said.message[0] == host::EXTENDED_COMMAND &&
+                       said.message[1] == UNKNOWN_SUB_COMMAND;
   return unknown ? "unknown sub-command" : "unknown command";
 }
 
@@ -30,7 +30,7 @@ TEST(Coverage, EveryCommandIsSentBySomeScenario) {
     const scenario_t scenario = shelf.NamedScenario(name);
     EXPECT_FALSE(scenario.about.empty()) << "the first line says what it shows";
     HostRun run(1, scenario);
-    for (const said_t& said : run.Pass(kTime_s)) ++table[NameOf(said)][name];
+    for (const said_t& said : run.Pass(TIME_S)) ++table[NameOf(said)][name];
   }
   std::set<std::string> wanted = {"unknown sub-command", "unknown command"};
   for (const host::command_t& command : host::Commands()) wanted.emplace(command.name);

@@ -96,14 +96,14 @@ inline std::size_t CountOf(const std::vector<said_t>& said, std::string_view com
 inline std::string TextOf(const said_t* said, std::string_view field) {
   if (said == nullptr) return {};
   const host::Message& m = said->message;
-  const std::size_t end = host::kTextsBegin + static_cast<std::size_t>(m[1] << 8 | m[2]);
-  for (std::size_t at = host::kTextsBegin; at + host::kTextHeader <= end;) {
+  const std::size_t end = host::TEXTS_BEGIN + static_cast<std::size_t>(m[1] << 8 | m[2]);
+  for (std::size_t at = host::TEXTS_BEGIN; at + host::TEXT_HEADER <= end;) {
     const std::size_t length = static_cast<std::size_t>(m[at] << 8 | m[at + 1]);
-    if (m[at + host::kTextFieldAt] == *host::FindTextField(field)) {
-      return {m.begin() + static_cast<std::ptrdiff_t>(at + host::kTextHeader),
-              m.begin() + static_cast<std::ptrdiff_t>(at + host::kTextLengthBytes + length)};
+    if (m[at + host::TEXT_FIELD_AT] == *host::FindTextField(field)) {
+      return {m.begin() + static_cast<std::ptrdiff_t>(at + host::TEXT_HEADER),
+              m.begin() + static_cast<std::ptrdiff_t>(at + host::TEXT_LENGTH_BYTES + length)};
     }
-    at += host::kTextLengthBytes + length;
+    at += host::TEXT_LENGTH_BYTES + length;
   }
   return {};
 }

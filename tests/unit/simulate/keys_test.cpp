@@ -170,12 +170,12 @@ TEST(Keys, AreDescribedAsTheyAre) {
 
 // The display's grid has 40 columns, 24 in Chinese; what is on the right covers what is on the left.
 TEST(Texts, FitBesideEachOtherInEveryLanguage) {
-  constexpr const char* kLines[4][2] = {
+  constexpr const char* LINES[4][2] = {
       {"outriggers", "swing-text"}, {"jib", "aux"}, {"pickpoint", "winch"}, {"line4-left", "counterweight"}};
-  constexpr const char* kMenu[4][2] = {{"select1-linea", "select3-linea"},
-                                       {"select1-lineb", "select3-lineb"},
-                                       {"select2-linea", "select4-linea"},
-                                       {"select2-lineb", "select4-lineb"}};
+  constexpr const char* MENU[4][2] = {{"select1-linea", "select3-linea"},
+                                      {"select1-lineb", "select3-lineb"},
+                                      {"select2-linea", "select4-linea"},
+                                      {"select2-lineb", "select4-lineb"}};
   const auto columns = [](const std::string& text) {
     EXPECT_TRUE(utf8::is_valid(text.begin(), text.end()));
     return static_cast<unsigned>(utf8::distance(text.begin(), text.end()));
@@ -186,7 +186,7 @@ TEST(Texts, FitBesideEachOtherInEveryLanguage) {
     run.Do(std::string("language ") + language);
     run.Do("limit angle -1.5 79.5");
     run.Do("limit swing -355.5 355.5");
-    const unsigned width = std::string_view(language) == "chinese" ? kChineseColumns : kColumns;
+    const unsigned width = std::string_view(language) == "chinese" ? CHINESE_COLUMNS : COLUMNS;
     const Shelf shelf(CONFIG);
     std::vector<said_t> said;
     for (const char* action :
@@ -208,8 +208,8 @@ TEST(Texts, FitBesideEachOtherInEveryLanguage) {
           const unsigned both = columns(TextOf(&one, left)) + columns(TextOf(&one, right));
           EXPECT_LE(both + (both > 0 ? center : 0), width) << TextOf(&one, left) << "|" << TextOf(&one, right);
         };
-        pair(kLines[line][0], kLines[line][1]);
-        pair(kMenu[line][0], kMenu[line][1]);
+        pair(LINES[line][0], LINES[line][1]);
+        pair(MENU[line][0], MENU[line][1]);
         pair(name + "-left", name + "-right");
       }
     }

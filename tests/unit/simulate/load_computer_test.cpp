@@ -7,7 +7,7 @@
 namespace simulate {
 namespace {
 
-constexpr int kFlashAt = 5;  // of the text in command 3
+constexpr int FLASH_AT = 5;  // of the text in command 3
 
 TEST(LoadComputer, TalksAtAHostsPace) {
   HostRun run;
@@ -104,7 +104,7 @@ TEST(LoadComputer, SoundsEachAlarmInItsWay) {
     EXPECT_EQ(TextOf(LastOf(said, "texts"), "line4-center"), c.text);
     const std::string flash(c.text[0] == '\0' ? " " : c.text);
     const host::Message& message = LastOf(said, "flash")->message;
-    EXPECT_EQ(std::string(message.begin() + kFlashAt, message.end()).substr(0, flash.size()), flash);
+    EXPECT_EQ(std::string(message.begin() + FLASH_AT, message.end()).substr(0, flash.size()), flash);
     EXPECT_EQ(HasLamp(LastOf(said, "operating-values"), "alarm"), c.beeper != 0);
     if (*c.lamp != '\0') {
       EXPECT_TRUE(HasLamp(LastOf(said, "operating-values"), c.lamp));

@@ -65,7 +65,7 @@ TEST(Scenario, SaysWhereAMistakeStandsAndWhatWouldBeRight) {
   };
   for (const auto& [text, problem] : cases) {
     EXPECT_THAT([text = text] { Parse(text); },
-                testing::ThrowsMessage<host::usage_error>(
+                testing::ThrowsMessage<host::UsageError>(
                     testing::AllOf(testing::StartsWith("some/a.scenario:"), testing::HasSubstr(problem))))
         << text;
   }
@@ -89,11 +89,11 @@ TEST(Requests, AreReadOrRefused) {
   EXPECT_EQ(std::get<by_hand_t>(ReadControls(R"({"angle":45,"load":5000.5,"swing":-20})")).actions.size(), 3U);
   for (const char* body : {"", "[]", "{}", "{", R"({"do":5})", R"({"do":""})", R"({"do":"fly away"})",
                            R"({"do":"stop","more":1})", R"({"do":"scenario ../../etc/passwd"})"}) {
-    EXPECT_THROW(ReadDo(body, shelf), host::usage_error) << body;
+    EXPECT_THROW(ReadDo(body, shelf), host::UsageError) << body;
   }
   for (const char* body :
        {"{}", R"({"angle":"45"})", R"({"angle":1000})", R"({"height":4})", R"({"load":-1})"}) {
-    EXPECT_THROW(ReadControls(body), host::usage_error) << body;
+    EXPECT_THROW(ReadControls(body), host::UsageError) << body;
   }
 }
 

@@ -40,10 +40,10 @@ compositor_reply_t Compositor::Take(std::span<const std::uint8_t> message) {
     known = known && (!IsLayerCommand(record.command) || layers_.contains(record.layer));
   });
   counters_.recordsSkipped += count.skipped;
-  if (count.read == 0) return compositor_reply_t::kNoRecord;
-  if (!known) return compositor_reply_t::kUnknownLayer;
+  if (count.read == 0) return compositor_reply_t::NO_RECORD;
+  if (!known) return compositor_reply_t::UNKNOWN_LAYER;
   ReadRecords(message, [this](const layer_record_t& record) { TakeRecord(record); });
-  return compositor_reply_t::kOk;
+  return compositor_reply_t::OK;
 }
 
 void Compositor::TakeRecord(const layer_record_t& record) {

@@ -24,8 +24,8 @@ struct compositor_counters_t {
   std::uint64_t picturesMissing = 0;
 };
 
-// Answers to a message; a client halts on any but kOk.
-enum class compositor_reply_t : std::int32_t { kOk = 0, kNoRecord = 1, kUnknownLayer = 2 };
+// Answers to a message; a client halts on any but OK.
+enum class compositor_reply_t : std::int32_t { OK = 0, NO_RECORD = 1, UNKNOWN_LAYER = 2 };
 
 // Finds a picture of the unit by its path there. Empty when there is none of that name.
 using picture_source_t = std::function<std::optional<picture_t>(const std::string& path)>;
@@ -35,7 +35,7 @@ class Compositor {
  public:
   explicit Compositor(picture_source_t pictures) : pictures_(std::move(pictures)) {}
 
-  // Takes one message. kNoRecord when there is not one record in it, kUnknownLayer when it draws on a layer
+  // Takes one message. NO_RECORD when there is not one record in it, UNKNOWN_LAYER when it draws on a layer
   // that was not made; the message changes nothing then. Everything else that is wrong is counted and passed
   // over.
   compositor_reply_t Take(std::span<const std::uint8_t> message);

@@ -24,10 +24,10 @@ constexpr std::array<style_attribute_t, 4> STYLE_ATTRIBUTES{{{"data-fill", "fill
                                                              {"data-opacity", "opacity"},
                                                              {"data-weight", "font-weight"}}};
 
-Align ParseAlign(std::string_view text) {
-  if (text == "left") return Align::kLeft;
-  if (text == "center") return Align::kCenter;
-  if (text == "right") return Align::kRight;
+align_t ParseAlign(std::string_view text) {
+  if (text == "left") return align_t::LEFT;
+  if (text == "center") return align_t::CENTER;
+  if (text == "right") return align_t::RIGHT;
   throw std::runtime_error("data-align is left, center or right");
 }
 
@@ -98,9 +98,9 @@ void ReadAttribute(live_element_t& element, const pugi::xml_attribute& attribute
   reader->read(element, attribute);
 }
 
-Align AlignOfAnchor(std::string_view anchor) {
-  if (anchor == "middle") return Align::kCenter;
-  return anchor == "end" ? Align::kRight : Align::kLeft;
+align_t AlignOfAnchor(std::string_view anchor) {
+  if (anchor == "middle") return align_t::CENTER;
+  return anchor == "end" ? align_t::RIGHT : align_t::LEFT;
 }
 
 void ReadBase(live_element_t& element) {
@@ -122,7 +122,7 @@ void ReadAlign(live_element_t& element) {
   if (anchor) {
     element.align = AlignOfAnchor(anchor.value());
   } else if (element.place.width > 0 && x > middle) {
-    element.align = Align::kRight;
+    element.align = align_t::RIGHT;
   }
 }
 

@@ -48,7 +48,7 @@ struct live_element_t {
   std::optional<bar_t> bar;
   std::optional<std::string> stale;  // set: not current data are as an unknown value, and this is the text
   text_place_t place;
-  Align align = Align::kLeft;  // until a message says otherwise
+  align_t align = align_t::LEFT;  // until a message says otherwise
 
   // As the design has them.
   std::string baseText, baseStyle, baseTransform;

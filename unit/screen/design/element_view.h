@@ -16,7 +16,7 @@ using color_t = std::array<float, 4>;  // red, green, blue, alpha, 0 to 1
 struct widget_t {
   std::string name;
   std::optional<std::string> text;  // empty until the first text came
-  std::optional<Align> align;
+  std::optional<align_t> align;
   std::optional<std::array<int, 2>> position;  // of its place's left end on the base line, pixels
   std::array<float, 3> rotation{};             // degrees, centre x, centre y
   bool shown = true;

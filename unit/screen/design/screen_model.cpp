@@ -83,7 +83,7 @@ void ScreenModel::Apply(const screen_command_t& command) {
     case SCREEN_SET_TEXT:
       if (widget.text != command.text) changedWidgets_.insert(command.target);
       widget.text = command.text;
-      widget.align = static_cast<Align>(command.number);
+      widget.align = static_cast<align_t>(command.number);
       break;
     case SCREEN_MOVE:
       widget.position = command.place;

@@ -48,12 +48,12 @@ bool IsWide(char32_t c) {
                      [c](const auto& block) { return c >= block.first && c <= block.second; });
 }
 
-std::size_t FirstCell(std::size_t length, std::size_t cells, Align align) {
-  if (length >= cells || align == Align::kLeft) return 0;
-  return align == Align::kRight ? cells - length : (cells - length) / 2;
+std::size_t FirstCell(std::size_t length, std::size_t cells, align_t align) {
+  if (length >= cells || align == align_t::LEFT) return 0;
+  return align == align_t::RIGHT ? cells - length : (cells - length) / 2;
 }
 
-text_layout_t LayOutCells(std::u32string_view text, const text_place_t& place, Align align) {
+text_layout_t LayOutCells(std::u32string_view text, const text_place_t& place, align_t align) {
   const auto cells = static_cast<std::size_t>(place.cells);
   const double pitch = place.width / static_cast<double>(cells);
   const std::size_t first = FirstCell(text.size(), cells, align);
@@ -73,7 +73,7 @@ std::u32string_view Trim(std::u32string_view text) {
   return text;
 }
 
-text_layout_t LayOutProportional(std::u32string_view whole, const text_place_t& place, Align align) {
+text_layout_t LayOutProportional(std::u32string_view whole, const text_place_t& place, align_t align) {
   std::u32string text(Trim(whole));
   if (place.maximum > 0 && text.size() > place.maximum) {
     text.resize(place.maximum - 1);
@@ -97,9 +97,9 @@ std::string CleanText(std::string_view text) {
   return Encode(codepoints);
 }
 
-text_layout_t LayOut(std::string_view text, const text_place_t& place, Align align) {
+text_layout_t LayOut(std::string_view text, const text_place_t& place, align_t align) {
   const std::u32string codepoints = Decode(text);
-  const Align used = place.fixed.value_or(align);
+  const align_t used = place.fixed.value_or(align);
   return place.cells > 0 ? LayOutCells(codepoints, place, used) : LayOutProportional(codepoints, place, used);
 }
 

@@ -8,7 +8,7 @@
 
 namespace unit {
 
-enum class Align { kLeft, kCenter, kRight };
+enum class align_t { LEFT, CENTER, RIGHT };
 
 // A text's place, in pixels of the page. Widgets of fixed pitch have cells.
 struct text_place_t {
@@ -17,7 +17,7 @@ struct text_place_t {
   int cells = 0;            // columns that fill the width; 0: proportional text
   std::size_t maximum = 0;  // code points of a proportional text before it is cut with an ellipsis; 0: any
   double fontSize = 16;
-  std::optional<Align> fixed;  // set: the design's own alignment holds against the message's
+  std::optional<align_t> fixed;  // set: the design's own alignment holds against the message's
 };
 
 struct text_run_t {
@@ -44,6 +44,6 @@ std::string CleanText(std::string_view text);
 // lists of positions are not drawn by every renderer. Blanks need no run; what goes beyond the last column is
 // cut. Without cells leading and trailing blanks are dropped, since the alignment says where the text stands.
 // `text` is clean.
-text_layout_t LayOut(std::string_view text, const text_place_t& place, Align align);
+text_layout_t LayOut(std::string_view text, const text_place_t& place, align_t align);
 
 }  // namespace unit

@@ -25,18 +25,18 @@ double ParseNumber(std::string_view text) {
 }
 
 value_match_t ParseMatch(std::string_view text) {
-  using Kind = value_match_t::Kind;
-  if (text == "*") return {Kind::kAnything};
-  if (text == "?") return {Kind::kUnknown};
+  using Kind = value_match_t::kind_t;
+  if (text == "*") return {Kind::ANYTHING};
+  if (text == "?") return {Kind::UNKNOWN};
   const std::size_t dots = text.find("..");
   if (dots == std::string_view::npos) {
     const double value = ParseNumber(text);
-    return {Kind::kRange, value, value};
+    return {Kind::RANGE, value, value};
   }
   const std::string_view low = text.substr(0, dots);
   const std::string_view high = text.substr(dots + 2);
   constexpr double INFINITE = std::numeric_limits<double>::infinity();
-  const value_match_t match{Kind::kRange, low.empty() ? -INFINITE : ParseNumber(low),
+  const value_match_t match{Kind::RANGE, low.empty() ? -INFINITE : ParseNumber(low),
                             high.empty() ? INFINITE : ParseNumber(high)};
   if (match.low >= match.high) Refuse("an empty range:", text);
   return match;
@@ -54,8 +54,8 @@ double Settle(double value) {
 }  // namespace
 
 bool value_match_t::Holds(const variable_value_t& value) const {
-  if (kind == Kind::kAnything) return true;
-  if (kind == Kind::kUnknown) return !value.has_value();
+  if (kind == kind_t::ANYTHING) return true;
+  if (kind == kind_t::UNKNOWN) return !value.has_value();
   if (!value.has_value()) return false;
   const double settled = Settle(*value);
   return low == high ? settled == low : settled >= low && settled < high;

@@ -16,8 +16,8 @@ namespace unit {
 using variable_value_t = std::optional<double>;  // empty: not known
 
 struct value_match_t {
-  enum class Kind { kRange, kUnknown, kAnything };
-  Kind kind = Kind::kAnything;
+  enum class kind_t { RANGE, UNKNOWN, ANYTHING };
+  kind_t kind = kind_t::ANYTHING;
   double low = 0;
   double high = 0;  // equal to low: that value alone
 

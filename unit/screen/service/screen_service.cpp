@@ -5,7 +5,7 @@
 
 namespace unit {
 
-std::unique_ptr<Service> MakeScreenService(const Options_t& options) {
+std::unique_ptr<Service> MakeScreenService(const options_t& options) {
   return std::make_unique<WorkerService<ScreenWorker>>("screen", options);
 }
 

@@ -7,6 +7,6 @@
 
 namespace unit {
 
-std::unique_ptr<Service> MakeScreenService(const Options_t& options);
+std::unique_ptr<Service> MakeScreenService(const options_t& options);
 
 }  // namespace unit

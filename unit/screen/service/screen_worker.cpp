@@ -42,7 +42,7 @@ variable_value_t ReadParameter(unsigned handle) {
 
 }  // namespace
 
-ScreenModel ScreenWorker::MakeModel(const Options_t& options) {
+ScreenModel ScreenWorker::MakeModel(const options_t& options) {
   screen_names_t names = LoadScreenNames(options.genericFile);
   std::vector<std::string> problems;
   design_t design = LoadDesign(designFolder_, WidgetNames(names), problems);
@@ -52,7 +52,7 @@ ScreenModel ScreenWorker::MakeModel(const Options_t& options) {
   return {std::move(names), std::move(design)};
 }
 
-ScreenWorker::ScreenWorker(const Options_t& options)
+ScreenWorker::ScreenWorker(const options_t& options)
     : designFolder_(std::filesystem::path(options.configDirectory) / "screen"),
       watch_(designFolder_),
       model_(MakeModel(options)),
@@ -292,11 +292,11 @@ void ScreenWorker::ReadVariables() {
 
 // --- Health
 
-Status_t ScreenWorker::GetStatus() const {
+status_t ScreenWorker::GetStatus() const {
   const std::lock_guard lock(mutex_);
   const screen_counters_t& counters = model_.Counters();
   const compositor_counters_t& drawings = compositor_.Counters();
-  Status_t status{"screen", true, {}, {}};
+  status_t status{"screen", true, {}, {}};
   status.detail = designProblem_.empty() ? "page " + model_.Page().name : designProblem_;
   if (!subscriber_->IsConnected()) {
     status.up = false;

@@ -37,17 +37,17 @@ namespace unit {
 class ScreenWorker {
  public:
   // Throws std::runtime_error when configuration or design cannot be read or a name is taken.
-  explicit ScreenWorker(const Options_t& options);
+  explicit ScreenWorker(const options_t& options);
   ~ScreenWorker();
   ScreenWorker(const ScreenWorker&) = delete;
   ScreenWorker& operator=(const ScreenWorker&) = delete;
 
-  Status_t GetStatus() const;
+  status_t GetStatus() const;
 
  private:
   using clock_t = std::chrono::steady_clock;
 
-  ScreenModel MakeModel(const Options_t& options);
+  ScreenModel MakeModel(const options_t& options);
   // subscriber
   void TakeMessage(std::size_t channel, std::span<const std::uint8_t> payload);
   void TakeScreenMessage(std::span<const std::uint8_t> payload);
