@@ -61,6 +61,10 @@ class Target:
     files: tuple
     links: tuple  # in the order of the build, libraries of others included
 
+    def is_product(self):
+        """Not of the tests, whose arrows nobody holds."""
+        return tree_of(self.folder) in TREES
+
 
 @dataclasses.dataclass(frozen=True)
 class Include:
@@ -90,8 +94,7 @@ def read_targets(build):
     targets = {}
     for line in build.splitlines():
         name, folder, files, links = line.split("|")
-        if tree_of(folder) in TREES:
-            targets[name] = Target(name, folder, tuple(files.split()), tuple(links.split()))
+        targets[name] = Target(name, folder, tuple(files.split()), tuple(links.split()))
     return targets
 
 
@@ -183,7 +186,7 @@ def unlinked_includes(model):
 
 def unused_links(model):
     used = arrows_of_code(model)
-    for target in model.targets.values():
+    for target in filter(Target.is_product, model.targets.values()):
         for link in own_links(model, target):
             if (target.name, link) not in used:
                 yield (f"{target.name} links {link}, and none of its files includes a header of it: take the link "
@@ -200,7 +203,7 @@ def table_faults(model):
         yield f"{DOCUMENT} has no table between <!-- arrows: begin --> and <!-- arrows: end -->"
         return
     stated = {target for target, _, _ in model.rows}
-    for target in model.targets.values():
+    for target in filter(Target.is_product, model.targets.values()):
         if target.name not in stated:
             yield f"{DOCUMENT} has no row for {target.name}; if it is wanted, write: {row_text(model, target)}"
     for name, folder, links in model.rows:

@@ -215,8 +215,8 @@ TEST(Requests, AreAnsweredAtOnceWithTheFramesAndBytesThatTheHostExpects) {
   std::map<std::string, std::string> answers = {{"key-state", "key-state: status 5, key fly, last-key pick"},
                                                 {"program-name", "program-name: \"Vistrel \""},
                                                 {"file-id", "file-id: \"Rev. 01.003.0109\""}};
+  TestRecord record;  // makes the runtime directory in which the manager's name lies
   FakeService manager{NM_SERVER_NAME, [](const bytes_t&) { return Words({0, 6, 1, 1}); }};
-  TestRecord record;
   InitProgramDate(record);
   record->keyStatus = 5;
   addKeyData(record, 10);
