@@ -19,16 +19,17 @@ function(orvik_headers target visibility)
   target_include_directories(${target} ${visibility} ${root})
 endfunction()
 
-# orvik_record_arrows(TARGET LINKS...): notes the target's folder and direct links for the arrows' test and drawing,
-# which read ${CMAKE_BINARY_DIR}/arrows.txt.
+# orvik_record_arrows(TARGET LINKS...): notes the current folder as the target's, its files and its direct links for the
+# arrows' test and drawing, which read ${CMAKE_BINARY_DIR}/arrows.txt.
 function(orvik_record_arrows target)
   get_target_property(sources ${target} SOURCES)
+  get_target_property(sources_folder ${target} SOURCE_DIR)
   get_property(headers GLOBAL PROPERTY ORVIK_HEADERS_${target})
   file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
   set(files "")
   foreach(file ${sources} ${headers})
     if(file)
-      cmake_path(ABSOLUTE_PATH file BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} NORMALIZE)
+      cmake_path(ABSOLUTE_PATH file BASE_DIRECTORY ${sources_folder} NORMALIZE)
       file(RELATIVE_PATH path ${PROJECT_SOURCE_DIR} ${file})
       list(APPEND files ${path})
     endif()

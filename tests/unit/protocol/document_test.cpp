@@ -1,0 +1,181 @@
+// The tables of docs/host-protocol.md say what the host's tables say.
+#include <fstream>
+#include <map>
+#include <regex>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "host/protocol/protocol.h"
+#include "tests/unit/protocol/both_sides.h"
+
+namespace {
+
+using cells_t = std::vector<std::string>;
+// A table's rows, the headings first. Code marks, emphasis and quotes are left out.
+using table_t = std::vector<cells_t>;
+
+cells_t CellsOf(const std::string& line) {
+  static const std::regex marks("[`*\"¹]+");
+  static const std::regex cell("\\| *([^|]*?) *(?=\\|)");
+  const std::string text = std::regex_replace(line, marks, "");
+  cells_t cells;
+  for (std::sregex_iterator at(text.begin(), text.end(), cell), end; at != end; ++at) cells.push_back((*at)[1]);
+  return cells;
+}
+
+std::vector<table_t> ReadTables() {
+  std::vector<table_t> tables;
+  std::ifstream document(DOCUMENT);
+  bool inside = false;
+  for (std::string line; std::getline(document, line);) {
+    if (line.starts_with('|') && !inside) tables.emplace_back();
+    inside = line.starts_with('|');
+    if (inside && line.find("---") == std::string::npos) tables.back().push_back(CellsOf(line));
+  }
+  return tables;
+}
+
+// The rows of the one table with these first headings. Where the headings come again beside themselves, a row
+// is as many rows as it has first cells with something in them.
+table_t Rows(const cells_t& headings) {
+  table_t rows;
+  for (const table_t& table : ReadTables()) {
+    const cells_t& head = table[0];
+    if (head.size() < headings.size() || !std::equal(headings.begin(), headings.end(), head.begin())) continue;
+    const auto width = std::find(head.begin() + 1, head.end(), headings[0]) - head.begin();
+    for (std::size_t row = 1; row < table.size(); ++row) {
+      for (auto at = table[row].begin(); at < table[row].end(); at += width) {
+        if (!at->empty()) rows.emplace_back(at, at + width);
+      }
+    }
+  }
+  EXPECT_FALSE(rows.empty()) << "no table of " << testing::PrintToString(headings);
+  return rows;
+}
+
+using pairs_t = std::map<std::string, std::string>;
+
+// The first cell of each row with another of it.
+pairs_t Pairs(const table_t& rows, std::size_t column = 1) {
+  pairs_t pairs;
+  for (const cells_t& row : rows) pairs[row[0]] = row[column];
+  return pairs;
+}
+
+pairs_t Expected(std::span<const host::number_name_t> names) {
+  pairs_t expected;
+  for (const auto& [number, name] : names) expected[std::to_string(number)] = name;
+  return expected;
+}
+
+pairs_t Expected(std::span<const std::string_view> names) {
+  pairs_t expected;
+  for (const std::string_view name : names) expected.emplace(std::to_string(expected.size()), name);
+  return expected;
+}
+
+TEST(Document, NamesLampsFieldsAndKeys) {
+  EXPECT_EQ(Pairs(Rows({"Bit", "Name"})), Expected(host::LampNames()));
+  EXPECT_EQ(Pairs(Rows({"Field", "Name"})), Expected(host::TextFieldNames()));
+  EXPECT_EQ(Pairs(Rows({"Key", "Name"})), Expected(host::HostKeyNames()));
+}
+
+TEST(Document, SaysWhereTheDisplayShowsAField) {
+  pairs_t expected;
+  for (std::uint8_t field = 0; field < FIELD_COUNT; ++field) expected[std::to_string(field)] = PlaceOf(field);
+  expected["0"] = "whole grid, over everything";  // begins on line 1
+  EXPECT_EQ(Pairs(Rows({"Field", "Name", "Place"}), 2), expected);
+}
+
+TEST(Document, ListsEachTransitionWithItsPages) {
+  const table_t rows = Rows({"Byte 2", "Name", "From", "To"});
+  EXPECT_EQ(Pairs(rows), Expected(host::FindCommand("transition")->fields[0].names));
+  for (const cells_t& row : rows) EXPECT_EQ(Plain(row[1]), Plain(row[2] + "to" + row[3]));
+}
+
+TEST(Document, ListsTheMasksOfTheKeys) {
+  std::set<unsigned long> listed;
+  for (const cells_t& row : Rows({"Mask"})) listed.insert(std::stoul(row[0], nullptr, 16));
+  std::set<unsigned long> expected;
+  for (const auto& mask : host::KeyMaskNames()) expected.insert(mask.number);
+  EXPECT_EQ(listed, expected);
+}
+
+// "2 to 5" or "27, 28, 29".
+std::set<int> Numbers(const std::string& cell) {
+  std::set<int> numbers;
+  std::istringstream words(std::regex_replace(cell, std::regex(","), ""));
+  for (std::string word; words >> word;) {
+    const int first = word == "to" ? *numbers.rbegin() + 1 : std::stoi(word);
+    int last = first;
+    if (word == "to") words >> last;
+    for (int number = first; number <= last; ++number) numbers.insert(number);
+  }
+  return numbers;
+}
+
+// Of the lamp word, the swing's two bytes are left out.
+TEST(Document, GivesEachOperatingValueItsBytes) {
+  std::map<std::string, std::set<int>> listed;
+  for (const cells_t& row : Rows({"Bytes", "Value", "Type", "Name"})) {
+    const std::string name = row[3].substr(0, row[3].find(' '));  // "percent (in percent)"
+    if (!name.empty()) listed[name].merge(Numbers(row[0]));
+  }
+  std::map<int, std::string> owners;  // later fields stand inside earlier ones
+  for (const host::field_t& field : host::OperatingValuesCommand().fields) {
+    for (int at = field.offset; at < field.offset + field.size; ++at) owners[at] = field.name;
+  }
+  std::map<std::string, std::set<int>> expected;
+  for (const auto& [at, name] : owners) expected[name].insert(at);
+  EXPECT_EQ(listed, expected);
+}
+
+std::string Key(const host::command_t& command) {
+  return std::to_string(command.number) + (command.sub < 0 ? "" : ", " + std::to_string(command.sub));
+}
+
+// "byte 2: 0 off, otherwise on" as {"0": "off", "otherwise": "on"}.
+pairs_t NumberedWords(const std::string& text) {
+  static const std::regex item("(\\d+|otherwise) (?:the )?([^,;:]+)");
+  pairs_t words;
+  for (std::sregex_iterator at(text.begin(), text.end(), item), end; at != end; ++at)
+    words[(*at)[1]] = Plain((*at)[2].str());
+  return words;
+}
+
+TEST(Document, ListsEveryCommandWithItsLengthAndTheNamesOfItsValues) {
+  const std::set<std::string_view> elsewhere = {"transition",
+                                                "beep-duration"};  // a table; "as byte 1 of command 4"
+  std::map<std::string, cells_t> rows;
+  for (const cells_t& row : Rows({"Command", "Bytes", "Name", "Data"})) rows[row[0]] = row;
+  EXPECT_EQ(rows.size(), host::Commands().size());
+  for (const host::command_t& command : host::Commands()) {
+    ASSERT_TRUE(rows.contains(Key(command))) << "no row for " << Key(command);
+    const cells_t& row = rows[Key(command)];
+    EXPECT_EQ(std::stoi(row[1]), command.leastLength) << command.name;
+    EXPECT_EQ(Plain(row[2]), Plain(command.name));
+    EXPECT_EQ(row[3] == "request", command.reply.frames > 0) << command.name;
+    if (command.fields.empty() || elsewhere.contains(command.name)) continue;
+    const pairs_t words = NumberedWords(row[3]);
+    for (const auto& [number, name] : command.fields[0].names) {
+      const auto word =
+          words.contains(std::to_string(number)) ? words.at(std::to_string(number)) : words.at("otherwise");
+      EXPECT_EQ(word == "silent" ? "off" : word, Plain(name)) << command.name << " " << int{number};
+    }
+  }
+}
+
+// "00 02 and characters 0 to 5 of 8, ...": the second byte is the number of frames.
+TEST(Document, ListsEveryReplyWithItsFrames) {
+  pairs_t listed = Pairs(Rows({"Request", "Frames of the reply"}));
+  for (auto& [request, frames] : listed) frames.resize(5);
+  pairs_t expected;
+  for (const host::command_t& command : host::Commands()) {
+    if (command.reply.frames > 0)
+      expected[Key(command) + " " + std::string(command.name)] = "00 0" + std::to_string(command.reply.frames);
+  }
+  EXPECT_EQ(listed, expected);
+}
+
+}  // namespace
