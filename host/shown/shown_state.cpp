@@ -110,7 +110,8 @@ std::string ShownLength(double value) {
 std::string ShownAngle(double value) {
   constexpr double LEAST = -20;
   constexpr double MOST = 1000;
-  const double tenths = std::trunc((value + 0.05) / 0.1) * 0.1;
+  // Adding 0.0 turns minus zero into zero, as the display does.
+  const double tenths = (std::trunc((value + 0.05) / 0.1) + 0.0) * 0.1;
   return tenths >= LEAST && tenths < MOST ? Printed("%.1f", tenths) : std::string(DASHES);
 }
 

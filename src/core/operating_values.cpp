@@ -1,6 +1,8 @@
 #include "src/core/operating_values.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 #include <string>
 
 #include "src/core/console.h"
@@ -54,6 +56,15 @@ void Store(PlainWord<Value>& word, unsigned handle, Value value) {
   word = value;
   DBSHM::Write(handle, static_cast<double>(value));
 }
+
+// The integer part as an unsigned word holds it: nothing below 0, nothing above its range; NaN stays.
+double UnsignedPart(double value) {
+  if (std::isnan(value) || value < 0) return std::isnan(value) ? value : 0.0;
+  return std::min(std::trunc(value), static_cast<double>(std::numeric_limits<std::uint32_t>::max()));
+}
+
+constexpr double SHOWN_ANGLE_LIMIT = 1000.0;
+constexpr double FULL_TURN = 360.0;
 
 }  // namespace
 
@@ -156,4 +167,24 @@ void SetLCDResolution(orvikData_t* data, int rows, int columns) {
   data->lcdRows = rows;
   data->lcdColumns = columns;
   data->lcdSize = rows * columns;
+}
+
+// The offset of 0.0 is intended: the display shows the hundred below.
+double RoundToHundredBelow(double value) {
+  return UnsignedPart((value + 0.0) / 100.0) * 100.0;
+}
+double RoundToTenth(double value) {
+  return UnsignedPart((value + 0.05) / 0.1) * 0.1;
+}
+// The number of tenths is an integer and has no sign at 0: adding 0.0 turns minus zero into zero.
+double RoundToTenthTowardsZero(double value) {
+  return (std::trunc((value + 0.05) / 0.1) + 0.0) * 0.1;
+}
+
+bool IsAngleShown(double degrees) {
+  const double shown = RoundToTenthTowardsZero(degrees);
+  return shown >= LOWEST_SHOWN_ANGLE && shown < SHOWN_ANGLE_LIMIT;
+}
+bool IsSwingShown(double degrees) {
+  return std::abs(degrees) <= FULL_TURN;
 }

@@ -37,3 +37,13 @@ void SetLEDState(orvikData_t* data, unsigned word);
 double GetLEDState(orvikData_t* data, int mask, int value);
 
 void SetLCDResolution(orvikData_t* data, int rows, int columns);
+
+// The values as the screen rounds them; NaN stays NaN.
+double RoundToHundredBelow(double value);      // load and capacity; nothing below 0
+double RoundToTenth(double value);             // radius and extension; nothing below 0
+double RoundToTenthTowardsZero(double value);  // boom angle
+
+// Whether the screen shows a number for the value: what it shows as dashes has no picture either.
+constexpr double LOWEST_SHOWN_ANGLE = -20.0;
+bool IsAngleShown(double degrees);
+bool IsSwingShown(double degrees);

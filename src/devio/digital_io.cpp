@@ -70,11 +70,10 @@ int OpenDigitalIO() {
   return descriptor;
 }
 
-void SleepUnlessStopped(const orvikData_t* data, int milliseconds) {
-  for (; milliseconds > 0 && data->dioExit == 0; milliseconds -= PAUSE_MS) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(std::min(milliseconds, PAUSE_MS)));
-  }
-}
+const beep_clock_t CLOCK = {
+    [] { return std::chrono::steady_clock::now(); },
+    [](std::chrono::steady_clock::time_point end) { std::this_thread::sleep_until(end); },
+};
 
 constexpr worker_t DIGITAL_IO = {.slot = THREAD_DIO,
                                  .name = "DigitalIO",
@@ -107,7 +106,7 @@ class DigitalIOTask {
   int descriptor_;
   beeper_device_t device_{
       [this](const auto& command) { platform::WriteDevice(descriptor_, command.data(), command.size()); },
-      [this](int milliseconds) { SleepUnlessStopped(data_, milliseconds); }};
+      [this](int milliseconds) { WaitUnlessStopped(data_, milliseconds, CLOCK); }};
 };
 
 void* DigitalIOThreadFn(void* record) {
@@ -148,6 +147,13 @@ void SetBeeperDuration(orvikData_t* data, int duration) {
 
 void SetBeeperKeyPress(orvikData_t* data) {
   SetBeeper(data, BEEPER_SINGLE, KEY_CLICK_DURATION);
+}
+
+void WaitUnlessStopped(const orvikData_t* data, int milliseconds, const beep_clock_t& clock) {
+  const auto slice = std::chrono::milliseconds(PAUSE_MS);
+  auto now = clock.now();
+  const auto end = now + std::chrono::milliseconds(milliseconds);
+  for (; now < end && data->dioExit == 0; now = clock.now()) clock.sleepUntil(std::min(now + slice, end));
 }
 
 void BeeperStep(orvikData_t* data, const beeper_device_t& device) {

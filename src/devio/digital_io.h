@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 
@@ -28,6 +29,15 @@ void SetBeeper(orvikData_t* data, int type, int duration);
 void SetBeeperDuration(orvikData_t* data, int duration);
 // The 50 ms click of an accepted key.
 void SetBeeperKeyPress(orvikData_t* data);
+
+// The clock by which a beep's length is kept.
+struct beep_clock_t {
+  std::function<std::chrono::steady_clock::time_point()> now;
+  std::function<void(std::chrono::steady_clock::time_point end)> sleepUntil;
+};
+// Waits in slices of 10 ms until the length has passed or dioExit is set. The end is fixed at the call, so that
+// sleeps which the system rounds up do not add up to a longer beep.
+void WaitUnlessStopped(const orvikData_t* data, int milliseconds, const beep_clock_t& clock);
 
 // What one step needs from outside: where commands go, and how time passes. The device takes 8 bytes a command.
 struct beeper_device_t {

@@ -7,6 +7,7 @@
 
 #include "src/compositing/drawing_objects.h"
 #include "src/compositing/layer.h"
+#include "src/core/operating_values.h"
 #include "src/core/sharing.h"
 #include "src/dials/picture_size.h"
 
@@ -16,12 +17,14 @@ constexpr int LAYER_ID = 1;
 
 PGN_dimensions_t boomSize, swingSize;
 
-// What the last drawing showed; guarded by dialsMutex.
-struct shown_t {
+// What stands on the layer; guarded by dialsMutex. A value that is not known is NaN and has no picture.
+struct drawn_t {
   double angle = std::numeric_limits<double>::quiet_NaN();
   double swing = std::numeric_limits<double>::quiet_NaN();
+  bool any = false;      // the layer's last frame is not empty
+  bool cleared = false;  // until the page is shown anew, or asked to be redrawn
 };
-shown_t shown;
+drawn_t drawn;
 
 struct picture_t {
   const char* path;
@@ -45,13 +48,31 @@ void DrawPicture(Compositing::Layer& layer, const picture_t& picture) {
   layer.glPop();
 }
 
+double KnownAngle(const orvikData_t* data) {
+  const double angle = data->angle;
+  return IsAngleShown(angle) ? angle : std::numeric_limits<double>::quiet_NaN();
+}
+
+double KnownSwing(const orvikData_t* data) {
+  const double swing = data->swing;
+  return IsSwingShown(swing) ? swing : std::numeric_limits<double>::quiet_NaN();
+}
+
+bool IsSame(double a, double b) {
+  return a == b || (std::isnan(a) && std::isnan(b));
+}
+
 void DrawDials(orvikData_t* data, Compositing::Layer& layer) {
   const drawing_geometry_t& d = data->drawing;
-  shown = {data->angle, data->swing};
-  DrawPicture(layer,
-              {BOOM_PICTURE, boomSize, d.boomPivotX, d.boomPivotY, d.boomOffsetX, d.boomOffsetY, shown.angle});
-  DrawPicture(layer, {SWING_PICTURE, swingSize, d.swingPivotX, d.swingPivotY, d.swingOffsetX, d.swingOffsetY,
-                      -shown.swing});
+  drawn = {.angle = KnownAngle(data), .swing = KnownSwing(data), .any = true, .cleared = false};
+  if (!std::isnan(drawn.angle)) {
+    DrawPicture(
+        layer, {BOOM_PICTURE, boomSize, d.boomPivotX, d.boomPivotY, d.boomOffsetX, d.boomOffsetY, drawn.angle});
+  }
+  if (!std::isnan(drawn.swing)) {
+    DrawPicture(layer, {SWING_PICTURE, swingSize, d.swingPivotX, d.swingPivotY, d.swingOffsetX, d.swingOffsetY,
+                        -drawn.swing});
+  }
   layer.draw();
 }
 
@@ -71,8 +92,15 @@ void InitLayer(orvikData_t* data) {
 
 void ClearLayer(orvikData_t* data) {
   const MutexGuard guard(data->dialsMutex);
-  shown = {};
+  drawn = {.cleared = true};
   if (Compositing::Layer* layer = data->layer; layer != nullptr) layer->draw();
+}
+
+void LeaveDials(orvikData_t* data) {
+  const MutexGuard guard(data->dialsMutex);
+  const bool any = drawn.any;
+  drawn = {};
+  if (Compositing::Layer* layer = data->layer; any && layer != nullptr) layer->draw();
 }
 
 void RefreshPageDials(orvikData_t* data) {
@@ -80,8 +108,9 @@ void RefreshPageDials(orvikData_t* data) {
   if (Compositing::Layer* layer = data->layer; layer != nullptr) DrawDials(data, *layer);
 }
 
-void UpdatePageDials(orvikData_t* data) {
+void UpdateDials(orvikData_t* data) {
   const MutexGuard guard(data->dialsMutex);
-  if (data->angle == shown.angle && data->swing == shown.swing) return;
+  const bool same = IsSame(KnownAngle(data), drawn.angle) && IsSame(KnownSwing(data), drawn.swing);
+  if (drawn.cleared || (drawn.any && same)) return;
   if (Compositing::Layer* layer = data->layer; layer != nullptr) DrawDials(data, *layer);
 }

@@ -11,9 +11,15 @@ void ReadPictureSizes();
 
 // Makes a fresh user layer the record's and the current one; earlier ones stay until the record ends.
 void InitLayer(orvikData_t* data);
-// Shows an empty frame. Key threads and dispatcher, under the record's dialsMutex.
+// Shows an empty frame; the dispatcher draws nothing on it before the page is left and shown again, because the
+// page stays the current one until the screen service has changed it. Key threads and action channel.
 void ClearLayer(orvikData_t* data);
-// Draws the pictures as angle, swing, pivots and offsets stand now.
+// Shows an empty frame where the layer shows anything: another page than the dials is the current one.
+// Dispatcher, every cycle of those pages.
+void LeaveDials(orvikData_t* data);
+// Draws the pictures as angle, swing, pivots and offsets stand now. A picture whose value the screen shows as
+// dashes is left out.
 void RefreshPageDials(orvikData_t* data);
-// The same, when angle or swing changed since the last drawing. Dispatcher, every cycle.
-void UpdatePageDials(orvikData_t* data);
+// The same, when what it would show differs from the last drawing and the layer was not cleared. Dispatcher,
+// every cycle of the dials page.
+void UpdateDials(orvikData_t* data);

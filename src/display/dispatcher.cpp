@@ -98,6 +98,7 @@ void UpdateCurrentPage(orvikData_t* data) {
     PrintErr("ERROR!  Request to update NONE page");
     return;
   }
+  if (pageId != ACTION_PAGE_DIALS) LeaveDials(data);
   for (const page_update_t& page : PAGE_UPDATES) {
     if (page.actionId != pageId) continue;
     page.update(data);

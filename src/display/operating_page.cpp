@@ -7,6 +7,7 @@
 #include <utf8.h>
 
 #include "src/core/sharing.h"
+#include "src/dials/dials.h"
 #include "src/display/text_widget.h"
 #include "src/display/value_widgets.h"
 #include "src/text/fields.h"
@@ -79,6 +80,16 @@ std::string FlashText(orvikData_t* data) {
   return text;
 }
 
+void DisplayValues(orvikData_t* data) {
+  DisplayCapacity(data);
+  DisplayLoad(data);
+  DisplayExtension(data);
+  DisplayAngle(data);
+  DisplayRadius(data);
+  DisplayUnits(data);
+  DisplaySwing(data);
+}
+
 }  // namespace
 
 void DisplayLines(orvikData_t* data) {
@@ -105,13 +116,7 @@ void DisplayStowed(orvikData_t* data) {
 
 void UpdatePageOperating(orvikData_t* data) {
   DisplayLines(data);
-  DisplayCapacity(data);
-  DisplayLoad(data);
-  DisplayExtension(data);
-  DisplayAngle(data);
-  DisplayRadius(data);
-  DisplayUnits(data);
-  DisplaySwing(data);
+  DisplayValues(data);
   DisplayErected(data);
   DisplayStowed(data);
 }
@@ -121,4 +126,9 @@ void UpdatePageConfig(orvikData_t* data) {
   ShowLabel(data, configErected, ErectedText(data), g.configErectedStd, g.configErectedWide);
   ShowLabel(data, configStowed, StowedText(data), g.configStowedStd, g.configStowedWide);
   ShowLabel(data, flashMessage, FlashText(data), g.flashMsgStd, g.flashMsgWide);
+}
+
+void UpdatePageDials(orvikData_t* data) {
+  DisplayValues(data);
+  UpdateDials(data);
 }

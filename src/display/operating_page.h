@@ -10,6 +10,9 @@
 void UpdatePageOperating(orvikData_t* data);
 // The configuration page's labels and flash message.
 void UpdatePageConfig(orvikData_t* data);
+// The dials page: its numbers are the texts of the operating page's value widgets, so that the pages never
+// contradict each other; then the pictures of boom and swing.
+void UpdatePageDials(orvikData_t* data);
 
 // The grid's lines, to the Std widgets or, in the full-width language, the Wide ones; the other set is blanked
 // once.

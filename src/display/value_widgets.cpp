@@ -6,13 +6,13 @@
 #include <string>
 
 #include "src/core/console.h"
+#include "src/core/operating_values.h"
 #include "src/display/number_format.h"
 #include "src/display/text_widget.h"
 
 namespace {
 
 constexpr double NEVER = std::numeric_limits<double>::quiet_NaN();  // differs from every value
-constexpr double ANGLE_MINIMUM = -20.0;
 constexpr int LOAD_PLACES = 7;
 constexpr int VALUE_PLACES = 5;
 constexpr int VALUE_ATTRIBUTE = SCREEN_TEXT_RIGHT;
@@ -24,35 +24,19 @@ struct value_display_t {
   TextWidget previousStr;
 };
 
-// The integer part as an unsigned word holds it: nothing below 0, nothing above its range; NaN stays.
-double UnsignedPart(double value) {
-  if (std::isnan(value) || value < 0) return std::isnan(value) ? value : 0.0;
-  return std::min(std::trunc(value), static_cast<double>(std::numeric_limits<std::uint32_t>::max()));
-}
-
-// The offset of 0.0 is intended: the display shows the hundred below.
-double WholeHundreds(double value) {
-  return UnsignedPart((value + 0.0) / 100.0) * 100.0;
-}
-double NearestTenth(double value) {
-  return UnsignedPart((value + 0.05) / 0.1) * 0.1;
-}
-double TenthTowardsZero(double value) {
-  return std::trunc((value + 0.05) / 0.1) * 0.1;
-}
-
 struct value_format_t {
   double (*round)(double);
   void (*format)(double, char*);  // of the rounded value
   int places;
 };
 
-constexpr value_format_t WEIGHT = {WholeHundreds, [](double v, char* text) { FormatInt(v, text, 0, false); },
-                                   LOAD_PLACES};
-constexpr value_format_t LENGTH = {NearestTenth, [](double v, char* text) { FormatDouble(v, text, 0.0); },
+constexpr value_format_t WEIGHT = {RoundToHundredBelow,
+                                   [](double v, char* text) { FormatInt(v, text, 0, false); }, LOAD_PLACES};
+constexpr value_format_t LENGTH = {RoundToTenth, [](double v, char* text) { FormatDouble(v, text, 0.0); },
                                    VALUE_PLACES};
-constexpr value_format_t ANGLE = {
-    TenthTowardsZero, [](double v, char* text) { FormatDouble(v, text, ANGLE_MINIMUM); }, VALUE_PLACES};
+constexpr value_format_t ANGLE = {RoundToTenthTowardsZero,
+                                  [](double v, char* text) { FormatDouble(v, text, LOWEST_SHOWN_ANGLE); },
+                                  VALUE_PLACES};
 
 void FormatValue(const value_format_t& format, double value, char* text) {
   format.format(format.round(value), text);
@@ -78,8 +62,7 @@ std::string SwingText(const orvikData_t* data) {
   if (!mode.empty()) return std::string(mode);
   const double degrees = data->swing;
   char text[8];
-  FormatSwingStr(text,
-                 std::abs(degrees) <= 360.0 ? static_cast<int>(degrees) : std::numeric_limits<int>::max());
+  FormatSwingStr(text, IsSwingShown(degrees) ? static_cast<int>(degrees) : std::numeric_limits<int>::max());
   InvalidNum(text, VALUE_PLACES);
   return text;
 }

@@ -55,6 +55,8 @@ void DispatchKey(orvikData_t* data, const Page_t* /*page*/, const Pkey_t* key, u
 }
 
 void MatrixDispatch(orvikData_t* data, unsigned char platformKey, unsigned char keyEvent) {
+  // The page may have changed since the press, so that the release finds another binding or none.
+  if (keyEvent == KEY_RELEASED) data->keyStatus = 0;
   if (data->target.pages.empty()) {
     PrintErr("ERROR!  There are no pages");
     return;

@@ -6,6 +6,7 @@
 
 #include "platform/device_io.h"
 
+#include "src/core/console.h"
 #include "src/core/worker.h"
 #include "src/pages/key_dispatch.h"
 #include "src/pages/page_tables.h"
@@ -69,7 +70,10 @@ void SetUpPads() {
 
 std::uintptr_t SetUpPort() {
   const std::uintptr_t port = mmap_device_io(PORT_SIZE, PORT_ADDRESS);
-  if (port == MAP_DEVICE_FAILED) return port;
+  if (port == MAP_DEVICE_FAILED) {
+    PrintErr("Orvik: ERROR!  Unable to map the keypad port");
+    return port;
+  }
   out16(port + CONTROL, ROWS);
   out16(port + CONTROL, COLUMNS | ROWS);
   out16(port + DATA, 0);

@@ -317,7 +317,10 @@ int DBSHM::Read(unsigned handle, double& value) {
   return ReadValue(handle, value);
 }
 int DBSHM::Read(unsigned handle, float& value) {
-  return ReadValue(handle, value);
+  double stored = 0;
+  const int result = ReadValue(handle, stored);
+  value = static_cast<float>(stored);
+  return result;
 }
 // The byte may have been written as another type; a bool must be 0 or 1.
 int DBSHM::Read(unsigned handle, bool& value) {
@@ -354,14 +357,17 @@ int DBSHM::Read(unsigned handle, unsigned& tag, double& value) {
   return ReadValue(handle, value, &tag);
 }
 int DBSHM::Read(unsigned handle, unsigned& tag, float& value) {
-  return ReadValue(handle, value, &tag);
+  double stored = 0;
+  const int result = ReadValue(handle, stored, &tag);
+  value = static_cast<float>(stored);
+  return result;
 }
 
 void DBSHM::Write(unsigned handle, double value) {
   WriteValue(handle, value);
 }
 void DBSHM::Write(unsigned handle, float value) {
-  WriteValue(handle, value);
+  WriteValue(handle, static_cast<double>(value));
 }
 void DBSHM::Write(unsigned handle, bool value) {
   WriteValue(handle, static_cast<unsigned char>(value));

@@ -196,6 +196,19 @@ TEST_F(Database, EveryTypeReachesAnotherProcess) {
   EXPECT_EQ(ExitStatus(StartChild("check-types")), 0);
 }
 
+TEST_F(Database, AFloatIsWrittenAndReadThroughTheDoubleOfItsSlot) {
+  double wide = 0;
+  DBSHM::Write(TAGGED, 2.5F);
+  EXPECT_EQ(DBSHM::Read(TAGGED, wide), 1);
+  EXPECT_EQ(wide, 2.5);
+  unsigned tag = 0;
+  float narrow = 0;
+  DBSHM::Write(TAGGED, 7U, 3.25, 100'000, true);
+  EXPECT_EQ(DBSHM::Read(TAGGED, tag, narrow), 1);
+  EXPECT_EQ(tag, 7U);
+  EXPECT_EQ(narrow, 3.25F);
+}
+
 TEST_F(Database, ValuesLieInTheObjectAsLaidOut) {
   DBSHM::Write(2, 0x7BCDU, -1.0, 1, true);
   EXPECT_EQ(Peek<std::uint32_t>(32 + 80), 0x7BCDU);

@@ -1,4 +1,5 @@
 // Beeper, blinkers and timer, a step at a time.
+#include <chrono>
 #include <functional>
 
 #include <gtest/gtest.h>
@@ -153,6 +154,22 @@ TEST_F(Blinkers, AreSteppedByTheirThreadUntilItIsStopped) {
       40));
   data.blinkerExit = 1;
   EXPECT_TRUE(Becomes([&] { return data.blinkerReady == 0; }));
+}
+
+TEST(BeepLength, DoesNotGrowWithSleepsThatAreRoundedUp) {
+  using std::chrono::milliseconds;
+  for (const milliseconds tick : {milliseconds(1), milliseconds(3), milliseconds(7)}) {
+    std::chrono::steady_clock::time_point now{};
+    const auto start = now;
+    const beep_clock_t coarse{[&now] { return now; },
+                              [&](std::chrono::steady_clock::time_point end) {
+                                while (now < end) now += tick;
+                              }};
+    const orvikData_t data;
+    WaitUnlessStopped(&data, 200, coarse);
+    EXPECT_GE(now - start, milliseconds(200));
+    EXPECT_LT(now - start, milliseconds(200) + tick);
+  }
 }
 
 TEST(Timer, LowersWhatIsAboveZeroAtEachTick) {

@@ -53,6 +53,7 @@ TEST(ValueTexts, RoundAsEachValueDoes) {
            {ExtensionText, 1e12, "-----"},      {ExtensionText, NOT_A_NUMBER, "-----"},
            {AngleText, -20.04, "-19.9"},        {AngleText, -20.06, "-20.0"},
            {AngleText, -20.2, "-----"},         {AngleText, 62.1, " 62.1"},
+           {AngleText, -0.1, "  0.0"},          {AngleText, 61.27, " 61.3"},
            {AngleText, INFINITE, "-----"},      {AngleText, -INFINITE, "-----"},
        }) {
     char text[8];

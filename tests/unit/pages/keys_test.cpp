@@ -8,6 +8,7 @@
 #include "src/core/queues.h"
 #include "src/devio/timer.h"
 #include "src/pages/action_channel.h"
+#include "src/pages/key_dispatch.h"
 #include "src/pages/key_report.h"
 #include "src/pages/keypad_scanner.h"
 #include "src/pages/page_tables.h"
@@ -141,6 +142,19 @@ TEST_F(Actions, ActionsActInTheirOrder) {
   data_->actionIds["ExitApplication"] = 300;
   EXPECT_FALSE(HandleAction(data_, 300));
   EXPECT_EQ(console.Err(), "Orvik: ERROR!  received unknown action 119\n");
+}
+
+TEST_F(Actions, AReleaseEndsTheKeyStatusWhateverItFindsOnThePage) {
+  const ConsoleCapture console;
+  for (const int pageAtRelease :
+       {ACTION_PAGE_MAIN, ACTION_PAGE_CONFIG, ACTION_PAGE_SPLASH, ACTION_PAGE_DIALS}) {
+    Show(ACTION_PAGE_MAIN);
+    MatrixDispatch(data_, KD620_KEY4, KEY_PRESSED);
+    EXPECT_EQ(data_->keyStatus, 19);
+    Show(pageAtRelease);
+    MatrixDispatch(data_, KD620_KEY4, KEY_RELEASED);
+    EXPECT_EQ(data_->keyStatus, 0) << ActionName(pageAtRelease);
+  }
 }
 
 TEST_F(Actions, ExternalKeysFollowTheirThreeVariables) {
