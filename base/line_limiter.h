@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-namespace unit {
+namespace base {
 
 // Counts occurrences and gives at most one line a second. Not thread-safe; its owner locks it.
 class LineLimiter {
@@ -29,4 +29,4 @@ class LineLimiter {
   time_t next_{};
 };
 
-}  // namespace unit
+}  // namespace base

@@ -27,7 +27,7 @@ constexpr std::string_view ECHO = "< echo >";
 
 class SocketcandEndpoint : public Endpoint {
  public:
-  SocketcandEndpoint(Descriptor socket, std::string address)
+  SocketcandEndpoint(base::Descriptor socket, std::string address)
       : socket_(std::move(socket)), address_(std::move(address)) {}
   ~SocketcandEndpoint() override;
   void Greet();
@@ -45,7 +45,7 @@ class SocketcandEndpoint : public Endpoint {
   void Ask(const std::string& request, const Deadline& deadline);
   result_t Down(const std::string& what);
 
-  Descriptor socket_;
+  base::Descriptor socket_;
   const std::string address_;
   std::string unsent_;    // sending thread: what the server has not taken yet
   bool hasSent_ = false;  // sending thread
@@ -203,13 +203,14 @@ int Connect(int fd, const addrinfo& to, const Deadline& deadline) {
   return ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
 }
 
-Descriptor ConnectTo(const std::string& address, const std::string& remedy) {
+base::Descriptor ConnectTo(const std::string& address, const std::string& remedy) {
   address_list_t list;
   Resolve(address, list);
   const Deadline deadline(CONNECT_TIMEOUT_MS);
   int error = ECONNREFUSED;
   for (const addrinfo* to = list.first; to != nullptr; to = to->ai_next) {
-    Descriptor socket(::socket(to->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, to->ai_protocol));
+    base::Descriptor socket(
+        ::socket(to->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, to->ai_protocol));
     error = socket.Get() < 0 ? errno : Connect(socket.Get(), *to, deadline);
     if (error == 0) return socket;
   }
@@ -219,7 +220,7 @@ Descriptor ConnectTo(const std::string& address, const std::string& remedy) {
 }  // namespace
 
 std::unique_ptr<Endpoint> OpenSocketcand(const std::string& address, const std::string& remedy) {
-  Descriptor socket = ConnectTo(address, remedy);
+  base::Descriptor socket = ConnectTo(address, remedy);
   // Frames are small and late frames are worthless.
   const int on = 1;
   ::setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);

@@ -59,7 +59,7 @@ LocalServer::LocalServer(server_options_t options)
 
 LocalServer::~LocalServer() {
   if (!thread_.joinable()) return;
-  bus::RemoveAddressFile(options_.addressFile);
+  base::RemoveAddressFile(options_.addressFile);
   // stop() is without effect until the loop runs.
   while (!server_->is_running()) std::this_thread::sleep_for(1ms);
   server_->stop();
@@ -119,7 +119,7 @@ void LocalServer::Listen(const address_t& address) {
   address_ = address;
   Bind();
   thread_ = std::thread([this] { server_->listen_after_bind(); });
-  if (!bus::WriteAddressFile(options_.addressFile, FormatAddress(address_))) {
+  if (!base::WriteAddressFile(options_.addressFile, FormatAddress(address_))) {
     std::cerr << options_.name + " cannot write its address into " + platform::RuntimeDirectory() + "\n";
   }
 }

@@ -190,7 +190,7 @@ void J1939Service::Stop() {
     filters_->Remove();
   }
   localBus_.reset();
-  if (!isKernelBus_) bus::RemoveAddressFile(bus::BUS_ADDRESS_FILE);
+  if (!isKernelBus_) base::RemoveAddressFile(base::BUS_ADDRESS_FILE);
   log_->Flush();
 }
 
@@ -213,7 +213,7 @@ bool J1939Service::Pause(std::chrono::milliseconds time) {
 
 void J1939Service::OpenLocalBus() {
   localBus_ = std::make_shared<LocalBus>(options_.socketcandAddress);
-  if (!bus::WriteAddressFile(bus::BUS_ADDRESS_FILE, localBus_->Address())) {
+  if (!base::WriteAddressFile(base::BUS_ADDRESS_FILE, localBus_->Address())) {
     throw std::runtime_error("cannot write the bus's address into " + platform::RuntimeDirectory());
   }
   const std::lock_guard lock(mutex_);

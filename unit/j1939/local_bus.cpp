@@ -97,7 +97,7 @@ void LocalBus::Listen(const std::string& address) {
     throw std::runtime_error("the bus may be served on the loopback only, not on " + address +
                              "; use --socketcand 127.0.0.1:PORT");
   }
-  listener_ = bus::Descriptor(socket(info.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  listener_ = base::Descriptor(socket(info.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   const int on = 1;
   setsockopt(listener_.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
   if (bind(listener_.Get(), info.ai_addr, info.ai_addrlen) != 0 || listen(listener_.Get(), BACKLOG) != 0) {
@@ -209,7 +209,7 @@ int LocalBus::WaitTime_ms(time_t now) const {
 }
 
 void LocalBus::Accept() {
-  bus::Descriptor socket(accept4(listener_.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+  base::Descriptor socket(accept4(listener_.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
   if (socket.Get() < 0) return;
   const int on = 1;
   setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);

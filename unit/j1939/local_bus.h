@@ -60,7 +60,7 @@ class LocalBus : public bus::Endpoint {
   using time_t = std::chrono::steady_clock::time_point;
 
   struct station_t {
-    bus::Descriptor socket;
+    base::Descriptor socket;
     Conversation conversation;
     bus::SocketcandSplitter splitter;
     std::string output;
@@ -88,8 +88,8 @@ class LocalBus : public bus::Endpoint {
   bool IsCongested() const { return inboxFull_ || AnyStationFull(); }
   void Wake();
 
-  bus::Descriptor listener_;
-  bus::Descriptor wake_;
+  base::Descriptor listener_;
+  base::Descriptor wake_;
   std::string address_;
   std::thread thread_;
   std::atomic<bool> stopping_{false};

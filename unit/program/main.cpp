@@ -126,7 +126,7 @@ int CarryRun(run_arguments_t& run, unsigned seconds) {
   if (run.noHost) plan.parts.erase("hx7");
   if (seconds > 0) plan.seconds = seconds;
   try {
-    plan.options.configDirectory = bus::FindConfigFolder(run.config);
+    plan.options.configDirectory = base::FindConfigFolder(run.config);
   } catch (const std::exception& error) {
     std::cerr << "unit run: " << error.what() << '\n';
     return 1;
@@ -161,7 +161,7 @@ void AddEvents(CLI::App& app, event_arguments_t& arguments, int& result) {
   CLI::App* events = app.add_subcommand("events", "Post and watch what application and screen tell each other");
   events->require_subcommand(1);
   events->add_option("--config", arguments.config, "The configuration's folder");
-  const auto generic = [&] { return bus::FindConfigFolder(arguments.config) + "/generic.xml"; };
+  const auto generic = [&] { return base::FindConfigFolder(arguments.config) + "/generic.xml"; };
   CLI::App* list = events->add_subcommand("list", "Print the names of all, or of those with a prefix");
   list->add_option("PREFIX", arguments.name);
   list->callback([&, generic] { result = unit::ListEvents(generic(), arguments.name); });

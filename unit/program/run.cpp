@@ -125,7 +125,8 @@ void UnitRun::Start() {
   StartOrvik();
   started_ = steady_clock::now();
   if (Wants("panel")) {
-    std::cout << "unit: panel at http://" << bus::ReadAddressFile(bus::PANEL_ADDRESS_FILE) << "/" << std::endl;
+    std::cout << "unit: panel at http://" << base::ReadAddressFile(base::PANEL_ADDRESS_FILE) << "/"
+              << std::endl;
   }
 }
 
@@ -146,7 +147,7 @@ void UnitRun::StartService(const part_t& part) {
   services_.push_back({part.name, std::move(service)});
   std::cout << "unit: " << part.name << " is up";
   if (services_.back().name == "j1939") {
-    const std::string address = bus::ReadAddressFile(bus::BUS_ADDRESS_FILE);
+    const std::string address = base::ReadAddressFile(base::BUS_ADDRESS_FILE);
     std::cout << ", bus " << plan_.options.bus;
     if (plan_.options.bus == "local" && !address.empty()) std::cout << " (socketcand at " << address << ")";
   }
@@ -159,7 +160,7 @@ void UnitRun::WriteRunFile() const {
                               {"bus", plan_.options.bus},
                               {"play", plan_.playFile},
                               {"parts", plan_.parts}};
-  std::ignore = bus::ReplaceFile(platform::RuntimeDirectory() + "/run.json", run.dump() + "\n");
+  std::ignore = base::ReplaceFile(platform::RuntimeDirectory() + "/run.json", run.dump() + "\n");
 }
 
 void UnitRun::StartOrvik() {

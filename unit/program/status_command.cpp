@@ -43,7 +43,7 @@ int SayNothingRuns() {
 }  // namespace
 
 int ShowStatus() {
-  const std::string address = bus::ReadAddressFile(bus::PANEL_ADDRESS_FILE);
+  const std::string address = base::ReadAddressFile(base::PANEL_ADDRESS_FILE);
   if (address.empty()) return SayNothingRuns();
   httplib::Client client("http://" + address);
   client.set_connection_timeout(TIMEOUT_S);

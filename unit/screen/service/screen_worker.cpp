@@ -128,7 +128,7 @@ void ScreenWorker::TakeVariable(std::span<const std::uint8_t> payload) {
 }
 
 // The mutex is held.
-void ScreenWorker::Report(LineLimiter& limiter, const std::string& what) {
+void ScreenWorker::Report(base::LineLimiter& limiter, const std::string& what) {
   if (const auto line = limiter.Note(what, clock_t::now())) Print(*line);
 }
 
