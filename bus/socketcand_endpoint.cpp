@@ -11,6 +11,7 @@
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
+#include "base/host_port.h"
 #include "bus/can_frame.h"
 #include "bus/echo_window.h"
 #include "bus/socketcand_text.h"
@@ -179,17 +180,21 @@ struct address_list_t {
   }
 };
 
-// "127.0.0.1:29536", "desk:29536", "[::1]:29536".
-void Resolve(const std::string& address, address_list_t& list) {
-  const std::size_t colon = address.rfind(':');
-  if (colon == std::string::npos || colon == 0 || colon + 1 == address.size()) {
-    throw std::runtime_error("\"" + address + "\" is no address of a socketcand server; write HOST:PORT");
+base::host_port_t ParseServer(const std::string& address) {
+  try {
+    return base::ParseHostPort(address);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error("\"" + address + "\" is no address of a socketcand server: " + error.what() +
+                             "; write HOST:PORT");
   }
-  std::string host = address.substr(0, colon);
-  if (host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
+}
+
+void Resolve(const std::string& address, address_list_t& list) {
+  const base::host_port_t server = ParseServer(address);
   addrinfo hints{};
   hints.ai_socktype = SOCK_STREAM;
-  const int error = ::getaddrinfo(host.c_str(), address.c_str() + colon + 1, &hints, &list.first);
+  const int error =
+      ::getaddrinfo(server.host.c_str(), std::to_string(server.port).c_str(), &hints, &list.first);
   if (error != 0) throw std::runtime_error(address + ": " + ::gai_strerror(error));
 }
 

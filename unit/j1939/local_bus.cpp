@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <stdexcept>
@@ -14,6 +15,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "base/host_port.h"
 #include "bus/socketcand_text.h"
 
 namespace unit {
@@ -31,8 +33,7 @@ std::string Name(const sockaddr* address, socklen_t size) {
   std::array<char, NI_MAXSERV> port{};
   getnameinfo(address, size, host.data(), host.size(), port.data(), port.size(),
               NI_NUMERICHOST | NI_NUMERICSERV);
-  const std::string name = host.data();
-  return (address->sa_family == AF_INET6 ? "[" + name + "]" : name) + ":" + port.data();
+  return base::FormatHostPort({host.data(), std::atoi(port.data())});
 }
 
 bool IsLoopback(const sockaddr* address) {
@@ -46,18 +47,22 @@ bool IsLoopback(const sockaddr* address) {
   return address->sa_family == AF_INET6 && IN6_IS_ADDR_LOOPBACK(&v6.sin6_addr);
 }
 
+base::host_port_t ParsePlace(const std::string& address) {
+  try {
+    return base::ParseHostPort(address);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error("\"" + address + "\" is no address: " + error.what() + "; write HOST:PORT");
+  }
+}
+
 // "HOST:PORT" as the system's own form; the list's first entry is taken.
 class ResolvedAddress {
  public:
   explicit ResolvedAddress(const std::string& address) {
-    const std::size_t colon = address.rfind(':');
-    if (colon == std::string::npos)
-      throw std::runtime_error("\"" + address + "\" is no address; write HOST:PORT");
-    std::string host = address.substr(0, colon);
-    if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+    const base::host_port_t place = ParsePlace(address);
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
-    const int error = getaddrinfo(host.c_str(), address.c_str() + colon + 1, &hints, &list_);
+    const int error = getaddrinfo(place.host.c_str(), std::to_string(place.port).c_str(), &hints, &list_);
     if (error != 0) {
       throw std::runtime_error("\"" + address + "\": " + gai_strerror(error) + "; write HOST:PORT");
     }
