@@ -45,7 +45,7 @@ constexpr const char* FILTER_FILE = "/j1939.filters";
 constexpr std::string_view KERNEL_BUS = "socketcan:";
 
 std::string InterfaceOf(const std::string& bus) {
-  return bus.starts_with(KERNEL_BUS) ? bus.substr(KERNEL_BUS.size()) : std::string(Conversation::BUS_NAME);
+  return bus.starts_with(KERNEL_BUS) ? bus.substr(KERNEL_BUS.size()) : std::string(SocketcandSession::BUS_NAME);
 }
 
 // One line on standard error a second at most; what comes between is counted into the next line.

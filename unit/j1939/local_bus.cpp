@@ -155,7 +155,7 @@ std::map<std::string, std::uint64_t> LocalBus::Counters() const {
   const std::lock_guard lock(mutex_);
   std::uint64_t refused = refusedMessages_;
   for (const station_t& station : stations_) {
-    refused += station.conversation.Refused() + station.splitter.Dropped();
+    refused += station.session.Refused() + station.splitter.Dropped();
   }
   return {{"stations", stations_.size()},
           {"stations.refused", refusedStations_},
@@ -206,7 +206,7 @@ int LocalBus::WaitTime_ms(time_t now) const {
   const auto consider = [&next](time_t when) { next = std::min(next.value_or(when), when); };
   for (const station_t& station : stations_) {
     if (station.fullSince) consider(*station.fullSince + STALL_LIMIT);
-    if (station.conversation.StatisticsPeriod().count() > 0) consider(station.nextStatistics);
+    if (station.session.StatisticsPeriod().count() > 0) consider(station.nextStatistics);
   }
   if (!next) return -1;
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - now).count();
@@ -226,7 +226,7 @@ void LocalBus::Accept() {
     return;
   }
   stations_.emplace_back().socket = std::move(socket);
-  stations_.back().output = Conversation::GREETING;
+  stations_.back().output = SocketcandSession::GREETING;
 }
 
 void LocalBus::Read(station_t& station) {
@@ -242,7 +242,7 @@ void LocalBus::Read(station_t& station) {
 }
 
 void LocalBus::Obey(station_t& station, const std::string& message) {
-  const Conversation::outcome_t outcome = station.conversation.Take(message);
+  const SocketcandSession::outcome_t outcome = station.session.Take(message);
   if (!outcome.reply.empty()) Queue(station, outcome.reply, steady_clock::now());
   if (outcome.frame) {
     ++station.traffic[3];
@@ -258,7 +258,7 @@ void LocalBus::Broadcast(bus::frame_t frame, const station_t* sender) {
   const std::string text = " " + bus::FormatSocketcandFrame(frame);
   const time_t now = steady_clock::now();
   for (station_t& station : stations_) {
-    if (&station == sender || !station.conversation.WantsFrames()) continue;
+    if (&station == sender || !station.session.WantsFrames()) continue;
     Queue(station, text, now);
     ++station.traffic[1];
   }
@@ -295,7 +295,7 @@ void LocalBus::FlushAll() {
 }
 
 void LocalBus::SendStatistics(station_t& station, time_t now) {
-  const auto period = station.conversation.StatisticsPeriod();
+  const auto period = station.session.StatisticsPeriod();
   if (period.count() == 0 || now < station.nextStatistics) return;
   station.nextStatistics = now + period;
   std::string text = "< stat";
@@ -311,7 +311,7 @@ void LocalBus::RemoveGone(time_t now) {
     std::cerr << "j1939: a station of the bus did not read for 2 s and was taken off it" << std::endl;
   }
   stations_.remove_if([this](const station_t& station) {
-    if (station.gone) refusedMessages_ += station.conversation.Refused() + station.splitter.Dropped();
+    if (station.gone) refusedMessages_ += station.session.Refused() + station.splitter.Dropped();
     return station.gone;
   });
 }

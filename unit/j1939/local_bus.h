@@ -26,7 +26,7 @@
 #include "bus/can_frame.h"
 #include "bus/endpoint.h"
 #include "bus/socketcand_text.h"
-#include "unit/j1939/conversation.h"
+#include "unit/j1939/socketcand_session.h"
 
 namespace unit {
 
@@ -61,7 +61,7 @@ class LocalBus : public bus::Endpoint {
 
   struct station_t {
     base::Descriptor socket;
-    Conversation conversation;
+    SocketcandSession session;
     bus::SocketcandSplitter splitter;
     std::string output;
     std::optional<time_t> fullSince;  // since when more than OUTPUT_HIGH waited, until it is below OUTPUT_LOW
