@@ -11,8 +11,8 @@ struct host_port_t {
   int port = 0;      // 0 to 65535; for a server to listen on, 0 means any free port
 };
 
-// Reads "127.0.0.1:8740", "desk:29536" or "[::1]:8740". Throws std::runtime_error with what is wrong ("it has no
-// port"); the caller adds the text itself and what to write instead.
+// Reads "127.0.0.1:8740", "desk:29536" or "[::1]:8740". Throws std::runtime_error with what is wrong ("it has
+// no port"); the caller adds the text itself and what to write instead.
 host_port_t ParseHostPort(std::string_view text);
 // The same text again: an IPv6 address stands in brackets.
 std::string FormatHostPort(const host_port_t& address);

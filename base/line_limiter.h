@@ -14,8 +14,8 @@ class LineLimiter {
  public:
   using time_t = std::chrono::steady_clock::time_point;
 
-  // Call it each time that the fault occurs. Returns the line to print, with the number of faults since the last
-  // line where there was more than one; nothing within a second of the last line.
+  // Call it each time that the fault occurs. Returns the line to print, with the number of faults since the
+  // last line where there was more than one; nothing within a second of the last line.
   std::optional<std::string> Note(const std::string& what, time_t now) {
     const std::lock_guard lock(mutex_);
     ++count_;

@@ -51,14 +51,15 @@ SocketcandSession::outcome_t SocketcandSession::Open(std::string_view /*message*
   return {OK, {}};
 }
 
-SocketcandSession::outcome_t SocketcandSession::RawMode(std::string_view /*message*/, std::string_view /*argument*/) {
+SocketcandSession::outcome_t SocketcandSession::RawMode(std::string_view /*message*/,
+                                                        std::string_view /*argument*/) {
   raw_ = true;
   return {OK, {}};
 }
 
 // The mode that a bus is opened in: no frames but those subscribed to, and nothing subscribes here.
 SocketcandSession::outcome_t SocketcandSession::BroadcastMode(std::string_view /*message*/,
-                                                    std::string_view /*argument*/) {
+                                                              std::string_view /*argument*/) {
   raw_ = false;
   return {OK, {}};
 }
@@ -67,7 +68,8 @@ SocketcandSession::outcome_t SocketcandSession::Echo(std::string_view message, s
   return {std::string(message), {}};
 }
 
-SocketcandSession::outcome_t SocketcandSession::Statistics(std::string_view /*message*/, std::string_view argument) {
+SocketcandSession::outcome_t SocketcandSession::Statistics(std::string_view /*message*/,
+                                                           std::string_view argument) {
   unsigned period_ms = 0;
   const char* end = argument.data() + argument.size();
   const auto [stop, error] = std::from_chars(argument.data(), end, period_ms);
