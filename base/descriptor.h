@@ -1,4 +1,4 @@
-// A descriptor that closes itself.
+// A file descriptor that its owner closes.
 #pragma once
 
 #include <utility>
@@ -7,6 +7,7 @@
 
 namespace base {
 
+// Closes the descriptor when it is destroyed. A negative number means none.
 class Descriptor {
  public:
   explicit Descriptor(int fd = -1) : fd_(fd) {}

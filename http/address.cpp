@@ -6,7 +6,7 @@
 namespace http {
 namespace {
 
-// 127.0.0.0/8 with four decimal parts; a name such as "127.0.0.1.example.org" is none.
+// 127.0.0.0/8, as four decimal numbers: a name such as "127.0.0.1.example.org" is another machine's.
 bool IsLoopbackIpv4(std::string_view host) {
   const auto digitsAndPoints =
       std::all_of(host.begin(), host.end(), [](char c) { return c == '.' || (c >= '0' && c <= '9'); });

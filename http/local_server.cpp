@@ -21,14 +21,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A restarted server takes its port again at once; two running ones must not share it.
+// SO_REUSEADDR lets a restarted server bind its port at once. The library's default, SO_REUSEPORT, would let
+// two running servers share a port.
 void SetSocketOptions(int descriptor) {
   const int on = 1;
   ::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
 }
 
-// A request may come without a body and without saying so, which would be waited for. False when the body is
-// too large; the answer then stands.
+// Without the first line the library would wait for a body that never comes, where a request has none and says
+// nothing of its length. False when the body is too large; the library then answers.
 bool ReadBody(const request_t& request, const httplib::ContentReader& read, std::size_t most,
               std::string& body) {
   if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding")) return true;
@@ -39,7 +40,7 @@ bool ReadBody(const request_t& request, const httplib::ContentReader& read, std:
 }
 
 std::string Explain(int status, const std::string& guide) {
-  if (status == NOT_FOUND) return "there is nothing here; " + guide;
+  if (status == NOT_FOUND) return "there is no such page; " + guide;
   return status == TOO_LARGE ? "the body is larger than any request here" : "the request cannot be understood";
 }
 
@@ -62,7 +63,7 @@ LocalServer::LocalServer(server_options_t options)
 LocalServer::~LocalServer() {
   if (!thread_.joinable()) return;
   base::RemoveAddressFile(options_.addressFile);
-  // stop() is without effect until the loop runs.
+  // stop() has no effect before the loop runs.
   while (!server_->is_running()) std::this_thread::sleep_for(1ms);
   server_->stop();
   thread_.join();
@@ -79,6 +80,10 @@ void LocalServer::Configure() {
   httplib::Headers headers = {{"Cache-Control", "no-store"}, {"X-Content-Type-Options", "nosniff"}};
   headers.insert(options_.headers.begin(), options_.headers.end());
   server_->set_default_headers(std::move(headers));
+  SetHandlers();
+}
+
+void LocalServer::SetHandlers() {
   server_->set_pre_routing_handler([this](const request_t& request, response_t& response) {
     return Admit(request, response) ? httplib::Server::HandlerResponse::Unhandled
                                     : httplib::Server::HandlerResponse::Handled;
