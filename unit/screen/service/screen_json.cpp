@@ -31,12 +31,12 @@ json ToJson(const element_change_t& element) {
 
 std::string FormatState(const ScreenModel& model) {
   return base::DumpJson({{"revision", model.Revision()},
-               {"page", model.Page().name},
-               {"action", model.Page().action},
-               {"title", model.Page().title},
-               {"svg", model.Svg()},
-               {"widgets", model.WidgetTexts()},
-               {"variables", ToJson(model.Variables())}});
+                         {"page", model.Page().name},
+                         {"action", model.Page().action},
+                         {"title", model.Page().title},
+                         {"svg", model.Svg()},
+                         {"widgets", model.WidgetTexts()},
+                         {"variables", ToJson(model.Variables())}});
 }
 
 std::string FormatChange(const screen_change_t& change, std::size_t limit) {
