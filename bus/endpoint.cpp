@@ -17,7 +17,7 @@ std::string LocalAddress() {
   return address.empty() ? DEFAULT_ADDRESS : address;
 }
 
-// The part after "KIND:"; false when the description is of another kind.
+// Sets `rest` to the part after "KIND:"; false when the description is of another kind.
 bool TakeKind(const std::string& description, const std::string& kind, std::string& rest) {
   if (!description.starts_with(kind + ":")) return false;
   rest = description.substr(kind.size() + 1);

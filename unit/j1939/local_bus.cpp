@@ -23,10 +23,10 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr std::size_t READ_SIZE = 4096;    // a turn's worth: at most some 340 frames
+constexpr std::size_t READ_SIZE = 4096;    // at most some 340 frames in one step
 constexpr int SOCKET_BUFFER = 256 * 1024;  // what the kernel holds for a station that does not read
 constexpr int BACKLOG = 16;
-constexpr std::size_t FIRST_STATION = 2;  // its place among the polled descriptors
+constexpr std::size_t FIRST_STATION = 2;  // its index among the polled descriptors
 
 std::string Name(const sockaddr* address, socklen_t size) {
   std::array<char, NI_MAXHOST> host{};
@@ -55,7 +55,7 @@ base::host_port_t ParsePlace(const std::string& address) {
   }
 }
 
-// "HOST:PORT" as the system's own form; the list's first entry is taken.
+// The first address that the system finds for "HOST:PORT".
 class ResolvedAddress {
  public:
   explicit ResolvedAddress(const std::string& address) {
@@ -123,7 +123,7 @@ bus::Endpoint::result_t LocalBus::Send(const bus::frame_t& frame, int timeout_ms
   if (!roomAgain_.wait_for(lock, std::chrono::milliseconds(timeout_ms), isFree)) return result_t::TIMEOUT;
   Broadcast(frame, nullptr);
   FlushAll();
-  Wake();  // for what the sockets did not take
+  Wake();  // to send later what the sockets did not accept
   return result_t::OK;
 }
 
@@ -176,11 +176,7 @@ void LocalBus::Run() {
     std::uint64_t wakes = 0;
     if (polled[0].revents != 0 && read(wake_.Get(), &wakes, sizeof wakes) < 0 && errno != EAGAIN) return;
     const steady_clock::time_point now = steady_clock::now();
-    auto station = stations_.begin();
-    for (std::size_t i = FIRST_STATION; i < polled.size(); ++i, ++station) {
-      if ((polled[i].revents & (POLLIN | POLLERR | POLLHUP)) != 0 && !IsCongested()) Read(*station);
-      SendStatistics(*station, now);
-    }
+    ServeStations(std::span(polled).subspan(FIRST_STATION), now);
     if (polled[1].revents != 0) Accept();
     FlushAll();
     RemoveGone(now);
@@ -188,8 +184,8 @@ void LocalBus::Run() {
   }
 }
 
-// Nothing is read from anybody while a station is behind. A station that has closed its end meanwhile waits as
-// well (a negative descriptor is not polled): what it sent before still counts.
+// While a station is behind, no station is read. Also one that has closed its connection then waits, because
+// the frames that it sent before still count; poll skips its negative descriptor.
 std::vector<pollfd> LocalBus::Interests() const {
   std::vector<pollfd> polled = {{wake_.Get(), POLLIN, 0}, {listener_.Get(), POLLIN, 0}};
   const short in = IsCongested() ? 0 : POLLIN;
@@ -211,6 +207,15 @@ int LocalBus::WaitTime_ms(time_t now) const {
   if (!next) return -1;
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - now).count();
   return static_cast<int>(std::max<std::int64_t>(left, 0));
+}
+
+// `polled` has one entry for each station, in their order.
+void LocalBus::ServeStations(std::span<const pollfd> polled, time_t now) {
+  auto station = stations_.begin();
+  for (const pollfd& entry : polled) {
+    if ((entry.revents & (POLLIN | POLLERR | POLLHUP)) != 0 && !IsCongested()) Read(*station);
+    SendStatistics(*station++, now);
+  }
 }
 
 void LocalBus::Accept() {
@@ -250,11 +255,11 @@ void LocalBus::Obey(station_t& station, const std::string& message) {
   }
 }
 
-// Gives the frame to every station but its sender, of which null is the unit itself.
+// Sends the frame to every station but the sender; null means the unit itself.
 void LocalBus::Broadcast(bus::frame_t frame, const station_t* sender) {
   frame.time_us = bus::RealTime_us();
-  // The blank keeps python-can from losing a frame where a read ends within one: it drops the character before
-  // it.
+  // python-can drops the character before a message of which it has read only a part: the blank is for it to
+  // drop.
   const std::string text = " " + bus::FormatSocketcandFrame(frame);
   const time_t now = steady_clock::now();
   for (station_t& station : stations_) {
@@ -280,7 +285,7 @@ void LocalBus::Flush(station_t& station) {
       send(station.socket.Get(), station.output.data(), station.output.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
   if (sent < 0) {
     if (errno == EAGAIN || errno == EINTR) return;
-    station.deaf = true;  // it has closed its end; what it sent before is still to be read
+    station.deaf = true;  // it has closed its connection; the frames that it sent before are still read
     station.output.clear();
     station.fullSince.reset();
     return;
@@ -308,7 +313,7 @@ void LocalBus::RemoveGone(time_t now) {
     if (station.gone || !station.fullSince || now - *station.fullSince < STALL_LIMIT) continue;
     station.gone = true;
     ++droppedStations_;
-    std::cerr << "j1939: a station of the bus did not read for 2 s and was taken off it" << std::endl;
+    std::cerr << "j1939: a station of the bus did not read for 2 s and was disconnected" << std::endl;
   }
   stations_.remove_if([this](const station_t& station) {
     if (station.gone) refusedMessages_ += station.session.Refused() + station.splitter.Dropped();
@@ -322,7 +327,7 @@ bool LocalBus::AnyStationFull() const {
 
 void LocalBus::Wake() {
   const std::uint64_t one = 1;
-  // It can only fail with the counter at its end, which wakes just as well.
+  // The write fails only when the counter is full; the thread wakes then too.
   [[maybe_unused]] const ssize_t written = write(wake_.Get(), &one, sizeof one);
 }
 

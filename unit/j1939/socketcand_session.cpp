@@ -57,7 +57,8 @@ SocketcandSession::outcome_t SocketcandSession::RawMode(std::string_view /*messa
   return {OK, {}};
 }
 
-// The mode that a bus is opened in: no frames but those subscribed to, and nothing subscribes here.
+// The mode in which a bus is opened: a station receives only the frames that it subscribes to, and this server
+// has no subscriptions.
 SocketcandSession::outcome_t SocketcandSession::BroadcastMode(std::string_view /*message*/,
                                                               std::string_view /*argument*/) {
   raw_ = false;
@@ -76,7 +77,7 @@ SocketcandSession::outcome_t SocketcandSession::Statistics(std::string_view /*me
   if (error != std::errc() || stop != end || period_ms > 3'600'000) return Refuse("bad statistics interval");
   statistics_ = std::chrono::milliseconds(period_ms);
   if (period_ms > 0) statistics_ = std::max(statistics_, SHORTEST_STATISTICS);
-  return {};  // the statistics themselves are the answer
+  return {};  // the statistics are the reply
 }
 
 SocketcandSession::outcome_t SocketcandSession::Send(std::string_view message, std::string_view /*argument*/) {
