@@ -20,8 +20,8 @@ using std::chrono::steady_clock;
 
 constexpr auto PACE = 20ms;
 
-// All parts of the running panel. The subscriber's thread takes what the other services publish, the pace
-// thread releases keys and hands changes on, the server's threads answer.
+// All parts of the running panel. The subscriber's thread takes the messages of the other services, the pace
+// thread releases keys and sends changes to the streams, the server's threads answer requests.
 class PanelWorker {
  public:
   explicit PanelWorker(const options_t& options)

@@ -21,13 +21,13 @@ constexpr auto DATABASE_PERIOD = 100ms;
 constexpr auto SECOND = 1s;
 constexpr const char* NO_MANAGER = "no notification manager";
 
-// A message as one line; empty when it is no object.
+// A message on one line; empty when it is not a JSON object.
 std::string ObjectOf(const std::string& message) {
   const json parsed = json::parse(message, nullptr, false);
   return parsed.is_object() ? base::DumpJson(parsed) : std::string();
 }
 
-// 0 where there is no such number.
+// 0 when there is no such number.
 std::uint64_t NumberOf(const json& object, const char* name) {
   const json value = object.value(name, json());
   return value.is_number_unsigned() ? value.get<std::uint64_t>() : 0;
@@ -106,7 +106,8 @@ void PanelState::Step(time_t now, bool connected) {
 }
 
 void PanelState::ReadParameters() {
-  // With the first reader everything counts as changed: what he was given may be older than this look.
+  // With the first reader every value counts as changed, because the state that the reader received may be
+  // older than the values read here.
   if (hub_.Count() == 0) return read_.clear();
   const DatabaseView database;
   if (database.Number() == 0) return;
