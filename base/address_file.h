@@ -1,18 +1,19 @@
-// Where the servers of a running unit listen: each has a file in the runtime directory that says so.
+// Where the servers of a running unit listen. Each server writes its address into a file of the runtime
+// directory.
 #pragma once
 
 #include <string>
 
-namespace bus {
+namespace base {
 
 constexpr const char* BUS_ADDRESS_FILE = "socketcand.address";  // the local bus
 constexpr const char* PANEL_ADDRESS_FILE = "http.address";      // the front panel
 constexpr const char* HOST_ADDRESS_FILE = "hx7.address";        // the host simulator
 
-// What the file says, such as "127.0.0.1:8740"; empty where the server does not run.
+// The address in the file, such as "127.0.0.1:8740"; empty where the server does not run.
 std::string ReadAddressFile(const char* file);
-// False when it cannot be written.
+// False when the file cannot be written.
 bool WriteAddressFile(const char* file, const std::string& address);
 void RemoveAddressFile(const char* file);
 
-}  // namespace bus
+}  // namespace base

@@ -1,12 +1,13 @@
-// A descriptor that closes itself.
+// A file descriptor that its owner closes.
 #pragma once
 
 #include <utility>
 
 #include <unistd.h>
 
-namespace bus {
+namespace base {
 
+// Closes the descriptor when it is destroyed. A negative number means none.
 class Descriptor {
  public:
   explicit Descriptor(int fd = -1) : fd_(fd) {}
@@ -26,4 +27,4 @@ class Descriptor {
   int fd_;
 };
 
-}  // namespace bus
+}  // namespace base

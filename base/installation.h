@@ -1,16 +1,16 @@
-// Where this program stands, and the configuration that belongs to it.
+// Finds the folder of this program and the configuration that belongs to it.
 #pragma once
 
 #include <string>
 
-namespace bus {
+namespace base {
 
 // The folder of this executable.
 std::string ProgramFolder();
 
-// The configuration: `given` where it is not empty, else $ORVIK_CONFIG, else the repository's where this
-// executable stands in one of its build folders, else ./config. Throws std::runtime_error, which says what to
-// do, when it is not there.
+// The configuration's folder: `given` where it is not empty, else $ORVIK_CONFIG, else the repository's config/
+// where this executable is in one of its build folders, else ./config. Throws std::runtime_error when that
+// folder does not exist; the text says what to do.
 std::string FindConfigFolder(const std::string& given);
 
-}  // namespace bus
+}  // namespace base

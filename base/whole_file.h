@@ -1,13 +1,13 @@
-// Files that other processes read while they are written.
+// Writes files that other processes read at any time.
 #pragma once
 
 #include <string>
 
-namespace bus {
+namespace base {
 
-// Writes a file beside the one of that name and moves it there in one step, so that a reader, and whoever comes
-// after a crash, finds the old text or the new one whole. False when it cannot be written; the old one stays
-// then.
+// Replaces the content of a file in one step: writes a second file and renames it. A reader, also one after a
+// crash, finds either the old content or the new, never a part. False when the file cannot be written; the old
+// content then stays.
 bool ReplaceFile(const std::string& path, const std::string& text);
 
-}  // namespace bus
+}  // namespace base

@@ -1,4 +1,4 @@
-// A CAN frame on the desk's bus.
+// A CAN frame.
 #pragma once
 
 #include <array>
@@ -7,19 +7,18 @@
 
 namespace bus {
 
-// One classic CAN data frame. Error and remote frames and CAN FD frames never reach this type; readers count
-// and skip them.
+// One classic CAN data frame. Readers skip error frames, remote frames and CAN FD frames.
 struct frame_t {
   std::uint32_t identifier = 0;  // 11 bits, or 29 where `extended`
   bool extended = true;
   std::uint8_t length = 0;  // 0 to 8
   std::array<std::uint8_t, 8> data{};
-  std::uint64_t time_us = 0;  // when it was seen, microseconds of the real-time clock; 0: not stamped
+  std::uint64_t time_us = 0;  // when the bus saw it, microseconds of the real-time clock; 0: unknown
 
   std::span<const std::uint8_t> Bytes() const { return {data.data(), length}; }
 };
 
-// The present as a frame's stamp: microseconds of the real-time clock.
+// The present time for a frame: microseconds of the real-time clock.
 std::uint64_t RealTime_us();
 
 }  // namespace bus

@@ -5,7 +5,7 @@ namespace {
 
 constexpr std::size_t ECHO_EVERY = 128;
 constexpr unsigned MOST_ECHOES = 4;
-// A server that is held up by a slow station takes that station off after two seconds.
+// Longer than the two seconds after which the unit's server drops a station that holds it up.
 constexpr std::chrono::milliseconds PATIENCE{5000};
 
 }  // namespace

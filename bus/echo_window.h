@@ -1,4 +1,4 @@
-// Keeps a sender from running ahead of its socketcand server. Inside this folder only.
+// Keeps a sender from running far ahead of its socketcand server. For this folder only.
 #pragma once
 
 #include <chrono>
@@ -11,27 +11,28 @@
 
 namespace bus {
 
-// A connection's buffers hold seconds of traffic: a sender that is stopped would go on for so long, and one
-// that leaves would not know whether the last was taken. So the server is asked for an echo every 128 frames,
-// and what comes behind four of them waits. Where no echo comes for five seconds (a server that knows none, or
-// an owner that never receives), it does without from then on.
+// The buffers of a connection hold seconds of traffic: after a stop, frames would go on for that long, and at
+// its end a sender could not know whether the server took the last of them. The sender therefore requests an
+// echo after every 128 frames and waits while four echoes are outstanding. When no echo comes for five seconds,
+// because the server knows no echo or the endpoint's owner does not receive, the window stays open for the rest
+// of the connection.
 class EchoWindow {
  public:
-  // Sending thread. True where the next frames may go; false at the deadline.
+  // Sending thread. Waits until the next frames may be sent; false at the deadline.
   bool WaitForRoom(const Deadline& deadline);
-  // Sending thread, before so many frames: true where an echo is to be asked for behind them.
+  // Sending thread, before it sends `frames` frames: true when it must request an echo after them.
   bool IsDue(std::size_t frames);
-  // Sending thread: the last request was not sent after all.
+  // Sending thread: the last request could not be sent.
   void TakeBack() { --asked_; }
-  // Receiving thread: an echo came.
+  // Receiving thread: an echo has arrived.
   void Answered();
-  // Any thread: the connection is gone, and nothing is worth a wait any more.
+  // Any thread: the connection is lost; nothing waits any more.
   void Release();
 
  private:
-  bool wanted_ = true;      // sending thread
-  std::size_t frames_ = 0;  // sending thread: behind the last request
-  unsigned asked_ = 0;      // sending thread
+  bool wanted_ = true;                                                 // sending thread
+  std::size_t frames_ = 0;                                             // sending thread: since the last request
+  unsigned asked_ = 0;                                                 // sending thread
   std::optional<std::chrono::steady_clock::time_point> waitingSince_;  // sending thread
   std::mutex mutex_;
   std::condition_variable changed_;

@@ -13,11 +13,11 @@ namespace {
 constexpr const char* DEFAULT_ADDRESS = "127.0.0.1:29536";
 
 std::string LocalAddress() {
-  const std::string address = ReadAddressFile(BUS_ADDRESS_FILE);
+  const std::string address = base::ReadAddressFile(base::BUS_ADDRESS_FILE);
   return address.empty() ? DEFAULT_ADDRESS : address;
 }
 
-// The part after "KIND:"; false when the description is of another kind.
+// Sets `rest` to the part after "KIND:"; false when the description is of another kind.
 bool TakeKind(const std::string& description, const std::string& kind, std::string& rest) {
   if (!description.starts_with(kind + ":")) return false;
   rest = description.substr(kind.size() + 1);

@@ -1,7 +1,7 @@
 #include "bus/kernel_endpoint.h"
 
-// A raw CAN socket. The kernel reports what befalls the interface as socket errors (down, gone) and as error
-// frames (bus-off).
+// A raw CAN socket. The kernel reports an interface that is down or gone as a socket error, bus-off as an error
+// frame.
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -26,11 +26,11 @@ namespace bus {
 namespace {
 
 constexpr int RECEIVE_QUEUE_BYTES = 4 << 20;
-constexpr std::chrono::milliseconds QUEUE_RETRY{1};  // a full transmit queue drains at some 100 us a frame
+constexpr std::chrono::milliseconds QUEUE_RETRY{1};  // a frame takes some 100 us on the bus
 
 class KernelEndpoint : public Endpoint {
  public:
-  KernelEndpoint(Descriptor socket, std::string interface)
+  KernelEndpoint(base::Descriptor socket, std::string interface)
       : socket_(std::move(socket)), interface_(std::move(interface)) {}
   result_t Send(const frame_t& frame, int timeout_ms) override;
   result_t Receive(frame_t& frame, int timeout_ms) override;
@@ -43,7 +43,7 @@ class KernelEndpoint : public Endpoint {
   result_t Down(const std::string& what);
   result_t DownBy(int error);
 
-  Descriptor socket_;
+  base::Descriptor socket_;
   const std::string interface_;
   Waker waker_;
   std::atomic<std::uint32_t> lost_ = 0;
@@ -83,25 +83,25 @@ T ControlValue(cmsghdr* part) {
   return value;
 }
 
-// What the kernel says beside a frame: when it saw it, a stamp that does not grow while this process waits for
-// its turn, and how many frames the socket's queue had no room for since it was opened.
-struct aside_t {
+// The kernel's control data for a frame: the time at which the kernel received it, and how many frames the
+// socket's full queue has dropped since it was opened.
+struct control_t {
   std::uint64_t time_us = 0;
   std::optional<std::uint32_t> lost;
 };
 
-aside_t ReadAside(msghdr& header) {
-  aside_t aside;
+control_t ReadControl(msghdr& header) {
+  control_t result;
   for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part)) {
     if (part->cmsg_level != SOL_SOCKET) continue;
-    if (part->cmsg_type == SO_RXQ_OVFL) aside.lost = ControlValue<std::uint32_t>(part);
+    if (part->cmsg_type == SO_RXQ_OVFL) result.lost = ControlValue<std::uint32_t>(part);
     if (part->cmsg_type != SCM_TIMESTAMP) continue;
     const auto stamp = ControlValue<timeval>(part);
-    aside.time_us =
+    result.time_us =
         static_cast<std::uint64_t>(stamp.tv_sec) * 1'000'000U + static_cast<std::uint64_t>(stamp.tv_usec);
   }
-  if (aside.time_us == 0) aside.time_us = RealTime_us();
-  return aside;
+  if (result.time_us == 0) result.time_us = RealTime_us();
+  return result;
 }
 
 Endpoint::result_t KernelEndpoint::Down(const std::string& what) {
@@ -124,12 +124,13 @@ Endpoint::result_t KernelEndpoint::Send(const frame_t& frame, int timeout_ms) {
     const int error = errno;
     if (error != ENOBUFS && error != EAGAIN && error != EINTR) return DownBy(error);
     if (deadline.Left_ms() == 0) return result_t::TIMEOUT;
-    // With a full interface queue poll still calls the socket writable, so this waits by the clock.
+    // poll reports the socket as writable also while the interface's queue is full, so this waits for a fixed
+    // time.
     std::this_thread::sleep_for(QUEUE_RETRY);
   }
 }
 
-// False with errno set, also when what came is not a classic frame (EBADMSG).
+// False with errno set; EBADMSG for a message that is not a classic frame.
 bool KernelEndpoint::ReadFrame(can_frame& raw, std::uint64_t& time_us) {
   alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(timeval)) + CMSG_SPACE(sizeof(std::uint32_t))> control{};
   iovec part{&raw, sizeof raw};
@@ -144,9 +145,9 @@ bool KernelEndpoint::ReadFrame(can_frame& raw, std::uint64_t& time_us) {
     errno = EBADMSG;
     return false;
   }
-  const aside_t aside = ReadAside(header);
-  time_us = aside.time_us;
-  if (aside.lost) lost_ = *aside.lost;
+  const control_t read = ReadControl(header);
+  time_us = read.time_us;
+  if (read.lost) lost_ = *read.lost;
   return true;
 }
 
@@ -163,7 +164,7 @@ Endpoint::result_t KernelEndpoint::Receive(frame_t& frame, int timeout_ms) {
       return result_t::OK;
     }
     if (errno != EAGAIN && errno != EINTR && errno != EBADMSG) return DownBy(errno);
-    // Only now: on a full bus one call a frame is enough.
+    // Waits only when nothing was there, so that a busy bus costs one system call a frame.
     if (errno == EAGAIN && WaitReadable(socket_.Get(), waker_, deadline) != wait_t::READY)
       return result_t::TIMEOUT;
   }
@@ -173,7 +174,8 @@ Endpoint::result_t KernelEndpoint::Receive(frame_t& frame, int timeout_ms) {
   throw std::runtime_error(interface + ": " + what);
 }
 
-// A socket binds to an interface that is down as well, and hears nothing from it.
+// The kernel also binds a socket to an interface that is down; such a socket would receive nothing and report
+// no error.
 void RequireUp(int fd, const std::string& interface) {
   ifreq request{};
   interface.copy(request.ifr_name, IFNAMSIZ - 1);
@@ -191,7 +193,7 @@ void Configure(int fd, const std::string& interface) {
       ::setsockopt(fd, SOL_SOCKET, SO_RXQ_OVFL, &on, sizeof on) < 0) {
     Refuse(interface, ErrorText(errno));
   }
-  // Some seconds of a full bus; without the right to that, as much as the system allows.
+  // Room for some seconds of a busy bus. Without the privilege for that, as much as the system allows.
   if (::setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &RECEIVE_QUEUE_BYTES, sizeof RECEIVE_QUEUE_BYTES) < 0)
     ::setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &RECEIVE_QUEUE_BYTES, sizeof RECEIVE_QUEUE_BYTES);
 }
@@ -213,7 +215,7 @@ void Bind(int fd, const std::string& interface) {
 }  // namespace
 
 std::unique_ptr<Endpoint> OpenKernelInterface(const std::string& interface) {
-  Descriptor socket(::socket(PF_CAN, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, CAN_RAW));
+  base::Descriptor socket(::socket(PF_CAN, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, CAN_RAW));
   if (socket.Get() < 0) {
     Refuse(interface,
            "this kernel has no CAN (" + ErrorText(errno) + "); load its can-raw module, or use local");

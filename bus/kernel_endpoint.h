@@ -8,8 +8,8 @@
 
 namespace bus {
 
-// Opens a raw socket on the interface. Throws std::runtime_error that says what is wrong and what to do. Called
-// by OpenEndpoint alone.
+// Opens a raw socket on the interface. Throws std::runtime_error with the problem and what to do about it. Only
+// OpenEndpoint calls it.
 std::unique_ptr<Endpoint> OpenKernelInterface(const std::string& interface);
 
 }  // namespace bus

@@ -1,4 +1,4 @@
-// The line for a front key that went down or up, beside the log of the bus: "(1436509052.249713) key 3 down".
+// The line of the key log for a front key that went down or up: "(1436509052.249713) key 3 down".
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 namespace bus {
 
 struct key_change_t {
-  std::uint64_t time_us = 0;  // microseconds since 1970, as a frame's
+  std::uint64_t time_us = 0;  // microseconds of the real-time clock
   int key = 0;                // 1 to 8
   bool down = false;
 
@@ -17,7 +17,7 @@ struct key_change_t {
 };
 
 std::string FormatKeyLine(const key_change_t& change);
-// Empty when the line is anything else.
+// Empty when the line has another form.
 std::optional<key_change_t> ParseKeyLine(std::string_view line);
 
 }  // namespace bus

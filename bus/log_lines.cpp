@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint64_t MICROS_PER_SECOND = 1'000'000;
 
-// Seconds with as many digits behind the point as a program may print; what is below a microsecond is cut off.
+// Seconds with any number of decimals; those below a microsecond are cut off.
 bool SetStamp(std::string_view seconds, frame_t& frame) {
   constexpr std::size_t DIGITS = 6;
   const std::size_t point = seconds.find('.');
@@ -23,7 +23,7 @@ bool SetStamp(std::string_view seconds, frame_t& frame) {
   return stamp.has_value();
 }
 
-// "2015-07-10" and "08:17:32.249713", in the machine's own zone.
+// "2015-07-10" and "08:17:32.249713", local time.
 bool SetLocalTime(std::string_view date, std::string_view time, frame_t& frame) {
   const std::size_t point = std::min(time.find('.'), time.size());
   const std::string text = std::string(date) + " " + std::string(time.substr(0, point));
@@ -46,6 +46,21 @@ bool ReadData(FieldReader& fields, std::uint8_t length, frame_t& frame) {
   return true;
 }
 
+// The identifier; candump -x writes the direction and two flags before it.
+std::string_view SkipDirection(FieldReader& fields) {
+  const std::string_view word = fields.Next();
+  if (word != "RX" && word != "TX") return word;
+  fields.Next();
+  fields.Next();
+  return fields.Next();
+}
+
+// "[8]"
+std::optional<std::uint8_t> ParseBracketedLength(std::string_view text) {
+  if (text.size() != 3 || !text.starts_with('[') || !text.ends_with(']')) return std::nullopt;
+  return ParseNumber<std::uint8_t>(text.substr(1, 1), 10);
+}
+
 // "(STAMP)", or "(DATE TIME)" in two words.
 bool ReadBracketedStamp(FieldReader& fields, frame_t& frame) {
   std::string_view first = fields.Next();
@@ -55,32 +70,23 @@ bool ReadBracketedStamp(FieldReader& fields, frame_t& frame) {
   return second.ends_with(')') && SetLocalTime(first, second.substr(0, second.size() - 1), frame);
 }
 
-// candump's lines for the eye. A classic frame's length has one digit ("[8]"), that of CAN FD two ("[08]").
+// The default output of candump. The length of a classic frame has one digit ("[8]"), that of a CAN FD frame
+// two
+// ("[08]").
 std::optional<frame_t> ParseCandumpLine(std::string_view line) {
-  constexpr std::size_t LENGTH_WIDTH = 3;
   FieldReader fields(line);
   frame_t frame;
   if (!ReadBracketedStamp(fields, frame)) return std::nullopt;
   fields.Next();  // the interface
-  std::string_view identifier = fields.Next();
-  if (identifier == "RX" || identifier == "TX") {  // -x: direction and two flags
-    fields.Next();
-    fields.Next();
-    identifier = fields.Next();
-  }
-  const std::string_view length = fields.Next();
-  if (!ParseIdentifier(identifier, 3, frame) || length.size() != LENGTH_WIDTH || !length.starts_with('[') ||
-      !length.ends_with(']')) {
-    return std::nullopt;
-  }
-  const auto bytes = ParseNumber<std::uint8_t>(length.substr(1, 1), 10);
+  if (!ParseIdentifier(SkipDirection(fields), 3, frame)) return std::nullopt;
+  const auto bytes = ParseBracketedLength(fields.Next());
   if (!bytes || !ReadData(fields, *bytes, frame)) return std::nullopt;
   const std::string_view rest = fields.Next();
-  if (!rest.empty() && !rest.starts_with('\'')) return std::nullopt;  // "remote request"; -a adds 'letters'
+  if (!rest.empty() && !rest.starts_with('\'')) return std::nullopt;  // a remote request; -a adds 'letters'
   return frame;
 }
 
-// What follows the data, such as the frame's duration, is not looked at.
+// Ignores the fields after the data, such as the duration of the frame.
 std::optional<frame_t> ParseAscLine(std::string_view line) {
   FieldReader fields(line);
   frame_t frame;
@@ -96,7 +102,7 @@ std::optional<frame_t> ParseAscLine(std::string_view line) {
   return frame;
 }
 
-// RFC 4648, section 4; false for other letters and for more bytes than a frame has.
+// Base64 of RFC 4648, section 4. False for another letter and for more bytes than a frame has.
 bool ReadBase64(std::string_view text, frame_t& frame) {
   constexpr std::string_view ALPHABET = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   while (text.ends_with('=')) text.remove_suffix(1);
@@ -115,9 +121,7 @@ bool ReadBase64(std::string_view text, frame_t& frame) {
   return true;
 }
 
-// timestamp,arbitration_id,extended,remote,error,dlc,data
-std::optional<frame_t> ParseCsvLine(std::string_view line) {
-  constexpr std::string_view HEX_PREFIX = "0x";
+std::array<std::string_view, 7> SplitColumns(std::string_view line) {
   std::array<std::string_view, 7> columns;
   while (line.ends_with('\r')) line.remove_suffix(1);
   for (std::string_view& column : columns) {
@@ -125,7 +129,13 @@ std::optional<frame_t> ParseCsvLine(std::string_view line) {
     column = line.substr(0, comma);
     line.remove_prefix(std::min(comma + 1, line.size()));
   }
-  const auto& [stamp, identifier, extended, remote, error, length, data] = columns;
+  return columns;
+}
+
+// timestamp,arbitration_id,extended,remote,error,dlc,data
+std::optional<frame_t> ParseCsvLine(std::string_view line) {
+  constexpr std::string_view HEX_PREFIX = "0x";
+  const auto [stamp, identifier, extended, remote, error, length, data] = SplitColumns(line);
   frame_t frame;
   if (remote != "0" || error != "0" || !identifier.starts_with(HEX_PREFIX) || !SetStamp(stamp, frame) ||
       !SetIdentifier(identifier.substr(HEX_PREFIX.size()), extended == "1", frame) ||
@@ -142,7 +152,7 @@ std::optional<log_line_t> ParseLogLine(std::string_view line) {
   const std::string_view stamp = fields.Next();
   const std::string_view interface = fields.Next();
   const std::string_view text = fields.Next();
-  const std::string_view direction = fields.Next();  // "T" or "R" where the log was made with candump -x
+  const std::string_view direction = fields.Next();  // "T" or "R" in a log of candump -x
   const std::size_t hash = text.find('#');
   const auto time = ParseLogStamp(stamp);
   if (hash == std::string_view::npos || !fields.Next().empty() ||

@@ -11,6 +11,7 @@
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
+#include "base/host_port.h"
 #include "bus/can_frame.h"
 #include "bus/echo_window.h"
 #include "bus/socketcand_text.h"
@@ -19,15 +20,16 @@
 namespace bus {
 namespace {
 
-constexpr int CONNECT_TIMEOUT_MS = 2000;  // to connect, and again for the greeting
-constexpr int PARTING_TIMEOUT_MS = 5000;  // of a server that says nothing; the unit's may pause for two seconds
-constexpr int PARTING_LIMIT_MS = 60'000;  // of one that works off what it was sent
+constexpr int CONNECT_TIMEOUT_MS = 2000;  // for the connection, and again for the greeting
+constexpr int PARTING_TIMEOUT_MS =
+    5000;  // of silence of the server; the unit's server may pause for two seconds
+constexpr int PARTING_LIMIT_MS = 60'000;  // in all, while the server still sends
 constexpr std::size_t READ_BYTES = 16384;
 constexpr std::string_view ECHO = "< echo >";
 
 class SocketcandEndpoint : public Endpoint {
  public:
-  SocketcandEndpoint(Descriptor socket, std::string address)
+  SocketcandEndpoint(base::Descriptor socket, std::string address)
       : socket_(std::move(socket)), address_(std::move(address)) {}
   ~SocketcandEndpoint() override;
   void Greet();
@@ -45,9 +47,9 @@ class SocketcandEndpoint : public Endpoint {
   void Ask(const std::string& request, const Deadline& deadline);
   result_t Down(const std::string& what);
 
-  Descriptor socket_;
+  base::Descriptor socket_;
   const std::string address_;
-  std::string unsent_;    // sending thread: what the server has not taken yet
+  std::string unsent_;    // sending thread: bytes that the socket has not accepted yet
   bool hasSent_ = false;  // sending thread
   EchoWindow window_;
   SocketcandSplitter splitter_;  // receiving thread
@@ -57,9 +59,10 @@ class SocketcandEndpoint : public Endpoint {
   ProblemText problem_;
 };
 
-// A connection that is closed while bytes wait to be read is reset, and what was sent last may be lost with it.
-// So this says that nothing more will come, and reads until the server has read all and closed its side. A
-// server that goes on sending is still at it: seconds of frames fit into the connection.
+// Closing a connection with unread bytes resets it, and the server may lose the frames that were sent last. The
+// destructor therefore ends its own direction and reads until the server has read everything and closes the
+// connection. While the server still sends, it has not come to the end: the connection's buffers hold seconds
+// of frames.
 SocketcandEndpoint::~SocketcandEndpoint() {
   if (!hasSent_ || problem_.Any()) return;
   if (Flush(Deadline(PARTING_TIMEOUT_MS)) != result_t::OK) return;
@@ -92,8 +95,8 @@ Endpoint::result_t SocketcandEndpoint::Flush(const Deadline& deadline) {
   return result_t::OK;
 }
 
-// A message that the server has begun to take cannot be taken back: it counts as sent, and its rest goes first
-// the next time. So `unsent_` never holds more than one call's frames.
+// A message of which the server has received a part counts as sent; the next call sends the rest first. So
+// `unsent_` never holds the frames of more than one call.
 Endpoint::result_t SocketcandEndpoint::SendAll(std::span<const frame_t> frames, int timeout_ms) {
   if (problem_.Any()) return result_t::DOWN;
   const Deadline deadline(timeout_ms);
@@ -113,7 +116,7 @@ Endpoint::result_t SocketcandEndpoint::SendAll(std::span<const frame_t> frames, 
   return result_t::TIMEOUT;
 }
 
-// Waits for bytes and gives them to the splitter.
+// Waits for bytes and passes them to the splitter.
 Endpoint::result_t SocketcandEndpoint::ReadMore(const Deadline& deadline) {
   if (WaitReadable(socket_.Get(), waker_, deadline) != wait_t::READY) return result_t::TIMEOUT;
   std::array<char, READ_BYTES> bytes{};
@@ -124,7 +127,7 @@ Endpoint::result_t SocketcandEndpoint::ReadMore(const Deadline& deadline) {
   return result_t::OK;
 }
 
-// What had arrived before the connection was lost is handed out first.
+// After the connection is lost, the frames that had arrived are returned first.
 Endpoint::result_t SocketcandEndpoint::Receive(frame_t& frame, int timeout_ms) {
   const Deadline deadline(timeout_ms);
   for (;;) {
@@ -179,17 +182,21 @@ struct address_list_t {
   }
 };
 
-// "127.0.0.1:29536", "desk:29536", "[::1]:29536".
-void Resolve(const std::string& address, address_list_t& list) {
-  const std::size_t colon = address.rfind(':');
-  if (colon == std::string::npos || colon == 0 || colon + 1 == address.size()) {
-    throw std::runtime_error("\"" + address + "\" is no address of a socketcand server; write HOST:PORT");
+base::host_port_t ParseServer(const std::string& address) {
+  try {
+    return base::ParseHostPort(address);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error("\"" + address + "\" is no address of a socketcand server: " + error.what() +
+                             "; write HOST:PORT");
   }
-  std::string host = address.substr(0, colon);
-  if (host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
+}
+
+void Resolve(const std::string& address, address_list_t& list) {
+  const base::host_port_t server = ParseServer(address);
   addrinfo hints{};
   hints.ai_socktype = SOCK_STREAM;
-  const int error = ::getaddrinfo(host.c_str(), address.c_str() + colon + 1, &hints, &list.first);
+  const int error =
+      ::getaddrinfo(server.host.c_str(), std::to_string(server.port).c_str(), &hints, &list.first);
   if (error != 0) throw std::runtime_error(address + ": " + ::gai_strerror(error));
 }
 
@@ -203,13 +210,14 @@ int Connect(int fd, const addrinfo& to, const Deadline& deadline) {
   return ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
 }
 
-Descriptor ConnectTo(const std::string& address, const std::string& remedy) {
+base::Descriptor ConnectTo(const std::string& address, const std::string& remedy) {
   address_list_t list;
   Resolve(address, list);
   const Deadline deadline(CONNECT_TIMEOUT_MS);
   int error = ECONNREFUSED;
   for (const addrinfo* to = list.first; to != nullptr; to = to->ai_next) {
-    Descriptor socket(::socket(to->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, to->ai_protocol));
+    base::Descriptor socket(
+        ::socket(to->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, to->ai_protocol));
     error = socket.Get() < 0 ? errno : Connect(socket.Get(), *to, deadline);
     if (error == 0) return socket;
   }
@@ -219,8 +227,8 @@ Descriptor ConnectTo(const std::string& address, const std::string& remedy) {
 }  // namespace
 
 std::unique_ptr<Endpoint> OpenSocketcand(const std::string& address, const std::string& remedy) {
-  Descriptor socket = ConnectTo(address, remedy);
-  // Frames are small and late frames are worthless.
+  base::Descriptor socket = ConnectTo(address, remedy);
+  // Small packets are sent at once: a frame must not wait for the next one.
   const int on = 1;
   ::setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
   auto endpoint = std::make_unique<SocketcandEndpoint>(std::move(socket), address);

@@ -8,8 +8,8 @@
 
 namespace bus {
 
-// Connects in raw mode to the server's bus "can0". Throws std::runtime_error that says what is wrong; `remedy`
-// says what to do when no server answers. Called by OpenEndpoint alone.
+// Connects to the server's bus "can0" in raw mode. Throws std::runtime_error with the problem; `remedy` is the
+// advice for the case that no server answers. Only OpenEndpoint calls it.
 std::unique_ptr<Endpoint> OpenSocketcand(const std::string& address, const std::string& remedy);
 
 }  // namespace bus

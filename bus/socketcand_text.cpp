@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::size_t MOST_MESSAGE_BYTES = 256;
 
-// The words of "< verb ... >" after the verb; empty when the brackets or the verb are not there.
+// Reads the words after the verb of "< verb ... >"; empty when the brackets are missing or the verb is another.
 std::optional<FieldReader> OpenMessage(std::string_view message, std::string_view verb) {
   while (!message.empty() && (message.back() == '\n' || message.back() == '\r')) message.remove_suffix(1);
   if (message.size() < 2 || message.front() != '<' || message.back() != '>') return std::nullopt;
@@ -66,20 +66,25 @@ void SocketcandSplitter::Feed(std::string_view bytes) {
   buffer_.append(bytes);
 }
 
+// Drops the bytes before a message that has begun but not ended; drops that message too where it is too long.
+// The rest of a dropped message is skipped later, since it has no opening bracket.
+void SocketcandSplitter::KeepFrom(std::size_t open) {
+  const bool tooLong = open != std::string::npos && buffer_.size() - open > MOST_MESSAGE_BYTES;
+  if (tooLong) ++dropped_;
+  buffer_.erase(0, tooLong ? buffer_.size() : std::min(open, buffer_.size()));
+  start_ = 0;
+}
+
 bool SocketcandSplitter::Next(std::string& message) {
   for (;;) {
     const std::size_t open = buffer_.find('<', start_);
     const std::size_t close = open == std::string::npos ? open : buffer_.find_first_of("<>", open + 1);
     if (close == std::string::npos) {
-      const bool tooLong = open != std::string::npos && buffer_.size() - open > MOST_MESSAGE_BYTES;
-      if (tooLong) ++dropped_;
-      // What is left of a message that was dropped stands outside brackets and is passed over.
-      buffer_.erase(0, tooLong ? buffer_.size() : std::min(open, buffer_.size()));
-      start_ = 0;
+      KeepFrom(open);
       return false;
     }
     const bool whole = buffer_[close] == '>' && close - open < MOST_MESSAGE_BYTES;
-    start_ = buffer_[close] == '>' ? close + 1 : close;  // a second '<' starts afresh
+    start_ = buffer_[close] == '>' ? close + 1 : close;  // a second '<' starts a new message
     if (whole) {
       message.assign(buffer_, open, close - open + 1);
       return true;

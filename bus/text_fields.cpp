@@ -74,7 +74,7 @@ std::string FormatStamp(std::uint64_t time_us) {
 
 std::optional<std::uint64_t> ParseStamp(std::string_view text) {
   constexpr std::size_t MOST_SECONDS_DIGITS = 12;
-  constexpr std::size_t MOST_FRACTION_DIGITS = 9;  // candump writes six; nine where it was told to
+  constexpr std::size_t MOST_FRACTION_DIGITS = 9;  // candump writes six, with some options nine
   const std::size_t point = text.find('.');
   if (point == std::string_view::npos || point > MOST_SECONDS_DIGITS) return std::nullopt;
   const std::string_view fraction = text.substr(point + 1);

@@ -1,5 +1,6 @@
-// The pieces that candump's log and the socketcand protocol share: words between blanks, identifiers, data
-// bytes and time stamps. Inside this folder only; nothing here allocates but what returns a string.
+// The parts that candump's log, the socketcand protocol and the unit's report of the bus share: words between
+// blanks, identifiers, data bytes and time stamps. Only the functions that return or extend a string allocate
+// memory.
 #pragma once
 
 #include <charconv>
@@ -13,7 +14,7 @@
 
 namespace bus {
 
-// Takes a text apart at blanks, tabs and line ends; an empty word means that there are no more.
+// Splits a text at blanks, tabs and line ends. Next returns an empty word at the end.
 class FieldReader {
  public:
   explicit FieldReader(std::string_view text) : rest_(text) {}
@@ -23,7 +24,7 @@ class FieldReader {
   std::string_view rest_;
 };
 
-// The whole text as a number; empty when anything else stands in it, a sign included.
+// Reads the whole text as a number; empty when it has any other character, such as a sign.
 template <typename T>
 std::optional<T> ParseNumber(std::string_view text, int base) {
   T value{};
@@ -33,23 +34,24 @@ std::optional<T> ParseNumber(std::string_view text, int base) {
   return value;
 }
 
-// Hexadecimal digits of a 29-bit or an 11-bit identifier. False when they are no number or too large a one.
+// Reads the hexadecimal digits of a 29-bit or an 11-bit identifier. False when they are not a number or too
+// large.
 bool SetIdentifier(std::string_view digits, bool extended, frame_t& frame);
-// Eight hexadecimal digits are a 29-bit identifier; fewer, from `leastDigits` to three, an 11-bit one. False
-// when the text is neither (an error frame's identifier has more than 29 bits).
+// Reads eight hexadecimal digits as a 29-bit identifier, `leastDigits` to three digits as an 11-bit one. False
+// for any other text, also for the identifier of an error frame, which has more than 29 bits.
 bool ParseIdentifier(std::string_view text, std::size_t leastDigits, frame_t& frame);
 // "18FF00D0" or "123".
 std::string FormatIdentifier(const frame_t& frame);
 
-// "0001060000000000": up to eight bytes, two digits each, after what the frame holds already. False when the
-// text is anything else or there is no room.
+// Appends bytes such as "0001060000000000", two digits each, to the frame's data. False when the text has
+// another form or the frame has no room.
 bool ParseHexBytes(std::string_view text, frame_t& frame);
 void AppendHexBytes(std::string& text, std::span<const std::uint8_t> bytes);
 
-// Seconds and six digits of microseconds: "1436509052.249713".
+// Seconds with six decimals: "1436509052.249713".
 std::string FormatStamp(std::uint64_t time_us);
 std::optional<std::uint64_t> ParseStamp(std::string_view text);
-// The same between brackets, as candump -L writes it.
+// The same in brackets, as candump -L writes it.
 std::string FormatLogStamp(std::uint64_t time_us);
 std::optional<std::uint64_t> ParseLogStamp(std::string_view text);
 

@@ -26,7 +26,7 @@ Waker::Waker() : event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
 
 void Waker::Wake() {
   const std::uint64_t one = 1;
-  // A full counter means that a wake is waiting already.
+  // The write fails only when the counter is full; the waker is set then already.
   [[maybe_unused]] const auto written = ::write(event_.Get(), &one, sizeof one);
 }
 
@@ -60,7 +60,7 @@ bool WaitWritable(int fd, const Deadline& deadline) {
 
 void ProblemText::Set(std::string text) {
   const std::scoped_lock lock(mutex_);
-  if (text_.empty()) text_ = std::move(text);  // the first is the cause of the others
+  if (text_.empty()) text_ = std::move(text);
 }
 
 std::string ProblemText::Get() const {

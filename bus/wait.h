@@ -1,5 +1,5 @@
-// What both kinds of station are made of: a deadline, and a wait on a socket that another thread can end.
-// Inside this folder only.
+// What both kinds of station use: a deadline, and a wait for a socket that another thread can end. For this
+// folder only.
 #pragma once
 
 #include <chrono>
@@ -10,17 +10,17 @@
 
 namespace bus {
 
-// A moment `timeout_ms` from now; negative: never.
+// The time `timeout_ms` from now; a negative timeout means never.
 class Deadline {
  public:
   explicit Deadline(int timeout_ms);
-  int Left_ms() const;  // as poll takes it: never below 0, but -1 for "never"
+  int Left_ms() const;  // in the form of poll: 0 or more, -1 for never
  private:
   bool never_;
   std::chrono::steady_clock::time_point end_;
 };
 
-// Wakes a wait from any thread. A wake that meets no wait ends the next one.
+// Ends a wait from any thread. Without a wait at that moment, the next wait ends.
 class Waker {
  public:
   Waker();  // throws std::runtime_error
@@ -29,16 +29,16 @@ class Waker {
   void Clear();
 
  private:
-  Descriptor event_;
+  base::Descriptor event_;
 };
 
 enum class wait_t { READY, TIMEOUT, WOKEN };
-// Until the socket can be read or has failed, the deadline, or the waker (which this clears).
+// Waits until the socket is readable or has failed, until the deadline, or for the waker, which it then clears.
 wait_t WaitReadable(int fd, Waker& waker, const Deadline& deadline);
-// Until the socket takes bytes or has failed, or the deadline; false at the deadline.
+// Waits until the socket is writable or has failed; false at the deadline.
 bool WaitWritable(int fd, const Deadline& deadline);
 
-// The last trouble, set by one thread and read by another.
+// The problem of a station. Set keeps the first text: later problems follow from the first. Any thread.
 class ProblemText {
  public:
   void Set(std::string text);

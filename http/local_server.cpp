@@ -13,20 +13,23 @@
 #include "platform/paths.h"
 
 #include "base/address_file.h"
+#include "base/host_port.h"
+#include "base/json_text.h"
 
 namespace http {
 namespace {
 
 using namespace std::chrono_literals;
 
-// A restarted server takes its port again at once; two running ones must not share it.
+// SO_REUSEADDR lets a restarted server bind its port at once. The library's default, SO_REUSEPORT, would let
+// two running servers share a port.
 void SetSocketOptions(int descriptor) {
   const int on = 1;
   ::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
 }
 
-// A request may come without a body and without saying so, which would be waited for. False when the body is
-// too large; the answer then stands.
+// Without the first line the library would wait for a body that never comes, where a request has none and says
+// nothing of its length. False when the body is too large; the library then answers.
 bool ReadBody(const request_t& request, const httplib::ContentReader& read, std::size_t most,
               std::string& body) {
   if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding")) return true;
@@ -37,12 +40,12 @@ bool ReadBody(const request_t& request, const httplib::ContentReader& read, std:
 }
 
 std::string Explain(int status, const std::string& guide) {
-  if (status == NOT_FOUND) return "there is nothing here; " + guide;
+  if (status == NOT_FOUND) return "there is no such page; " + guide;
   return status == TOO_LARGE ? "the body is larger than any request here" : "the request cannot be understood";
 }
 
 std::string ErrorJson(const std::string& text) {
-  return nlohmann::json{{"error", text}}.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  return base::DumpJson({{"error", text}});
 }
 
 }  // namespace
@@ -59,8 +62,8 @@ LocalServer::LocalServer(server_options_t options)
 
 LocalServer::~LocalServer() {
   if (!thread_.joinable()) return;
-  bus::RemoveAddressFile(options_.addressFile);
-  // stop() is without effect until the loop runs.
+  base::RemoveAddressFile(options_.addressFile);
+  // stop() has no effect before the loop runs.
   while (!server_->is_running()) std::this_thread::sleep_for(1ms);
   server_->stop();
   thread_.join();
@@ -77,6 +80,10 @@ void LocalServer::Configure() {
   httplib::Headers headers = {{"Cache-Control", "no-store"}, {"X-Content-Type-Options", "nosniff"}};
   headers.insert(options_.headers.begin(), options_.headers.end());
   server_->set_default_headers(std::move(headers));
+  SetHandlers();
+}
+
+void LocalServer::SetHandlers() {
   server_->set_pre_routing_handler([this](const request_t& request, response_t& response) {
     return Admit(request, response) ? httplib::Server::HandlerResponse::Unhandled
                                     : httplib::Server::HandlerResponse::Handled;
@@ -119,13 +126,13 @@ void LocalServer::Listen(const address_t& address) {
   address_ = address;
   Bind();
   thread_ = std::thread([this] { server_->listen_after_bind(); });
-  if (!bus::WriteAddressFile(options_.addressFile, FormatAddress(address_))) {
+  if (!base::WriteAddressFile(options_.addressFile, base::FormatHostPort(address_))) {
     std::cerr << options_.name + " cannot write its address into " + platform::RuntimeDirectory() + "\n";
   }
 }
 
 void LocalServer::Bind() {
-  const std::string wanted = FormatAddress(address_);
+  const std::string wanted = base::FormatHostPort(address_);
   if (address_.port == 0) {
     address_.port = server_->bind_to_any_port(address_.host);
   } else if (!server_->bind_to_port(address_.host, address_.port)) {

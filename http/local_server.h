@@ -1,4 +1,4 @@
-// An HTTP server for this machine alone: what the front panel and the host simulator have in common.
+// The HTTP server of the front panel and of the host simulator. It serves this machine alone.
 #pragma once
 
 #include <atomic>
@@ -38,16 +38,16 @@ void Fail(response_t& response, status_t status, const std::string& text);
 
 struct server_options_t {
   std::string name;         // for messages: "the front panel"
-  std::string guide;        // for who asks for something that is not there: "see the front panel at /"
-  const char* addressFile;  // of the runtime directory; says where the server listens while it does
-  std::size_t threads;      // requests at once; one whose answer is a stream keeps its thread
-  std::size_t mostBody;     // bytes
+  std::string guide;        // in the answer 404: "see the front panel at /"
+  const char* addressFile;  // of the runtime directory; has the address while the server listens
+  std::size_t threads;      // requests served at the same time; a stream keeps its thread until it ends
+  std::size_t mostBody;     // bytes of a request
   std::map<std::string, std::string> headers;  // of every answer, beside the server's own
 };
 
-// A Host other than the loopback's names gets 403, and so does a request that changes something from another
-// origin; a body that is too large gets 413. A connection serves one request, so that idle browsers hold no
-// thread.
+// Answers 403 to a Host other than the loopback's names and to a request of another origin that would change
+// something, and 413 to a body that is too large. Serves one request on each connection, so that no idle
+// browser keeps a thread.
 class LocalServer {
  public:
   // Both are called on a thread of the server's pool.
@@ -55,24 +55,27 @@ class LocalServer {
   using post_t = std::function<void(const request_t&, const std::string& body, response_t&)>;
 
   explicit LocalServer(server_options_t options);
-  // Waits for answers that are under way.
+  // Waits until all requests are answered.
   ~LocalServer();
   LocalServer(const LocalServer&) = delete;
   LocalServer& operator=(const LocalServer&) = delete;
 
-  // `path` is a regular expression; its groups are the request's matches. Before Listen.
+  // `path` is a regular expression; the handler finds its groups in request.matches. To be called before
+  // Listen.
   void Get(const std::string& path, get_t answer);
   void Post(const std::string& path, post_t answer);
-  // Answers from now on. Throws std::runtime_error when the address cannot be had. Once.
+  // Binds the address and answers requests from now on. Throws std::runtime_error when the address cannot be
+  // bound. To be called once.
   void Listen(const address_t& address);
 
-  // Where it listens; with the port that it was given where any was asked for.
+  // Where the server listens; for port 0, with the port that the system chose.
   const address_t& Address() const { return address_; }
   std::uint64_t Requests() const { return requests_; }
   std::uint64_t Refused() const { return refused_; }
 
  private:
   void Configure();
+  void SetHandlers();
   void Bind();
   bool Admit(const request_t& request, response_t& response);
 

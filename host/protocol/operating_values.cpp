@@ -59,7 +59,7 @@ void SaveOperatingValues(const std::string& directory, const OperatingValues& va
   for (const field_t& field : OperatingValuesCommand().fields) {
     text += std::string(field.name) + "=" + FormatValue(field, values.Get(field.name)) + "\n";
   }
-  if (!bus::ReplaceFile(path, text)) throw Failure("cannot keep the values in " + path.string());
+  if (!base::ReplaceFile(path, text)) throw Failure("cannot keep the values in " + path.string());
 }
 
 }  // namespace host

@@ -1,4 +1,4 @@
-// Cuts a stream of bytes into lines.
+// Splits a stream of bytes into lines.
 #pragma once
 
 #include <cstddef>
@@ -7,14 +7,14 @@
 
 namespace unit {
 
-// A line of more than LONGEST bytes is cut, so that nothing grows without bound.
+// Cuts a line of more than LONGEST bytes into several, so that the buffer stays bounded.
 class LineCutter {
  public:
   static constexpr std::size_t LONGEST = 2000;
   void Feed(std::string_view bytes);
   // The next whole line, without its end; false when there is none yet.
   bool Next(std::string& line);
-  // What stands without a line end at the end of the stream.
+  // The bytes after the last line end, for the end of the stream.
   std::string Rest();
 
  private:

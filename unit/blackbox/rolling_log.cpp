@@ -50,13 +50,13 @@ std::string RollingLog::Path(const char* suffix) const {
   return BlackBoxFolder() + "/" + name_ + suffix;
 }
 
-// What is there becomes the older file, unless it is empty.
+// The newest file becomes the older one, unless it is empty.
 void RollingLog::Begin() {
   std::error_code absent;
   if (std::filesystem::file_size(Path(NEWEST), absent) > 0 && !absent) {
     static_cast<void>(std::rename(Path(NEWEST).c_str(), Path(BEFORE).c_str()));
   }
-  file_ = bus::Descriptor(
+  file_ = base::Descriptor(
       ::open(Path(NEWEST).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR));
   size_ = 0;
 }
@@ -67,7 +67,7 @@ void RollingLog::Write(std::string_view line) {
   const std::lock_guard lock(mutex_);
   if (file_.Get() < 0) return;
   if (size_ + text.size() > most_) Begin();
-  // One call a line: what is written stands there even when this process is killed next.
+  // Each line is written by one system call, so that it is in the file even when this process is killed next.
   const ssize_t written = ::write(file_.Get(), text.data(), text.size());
   if (written > 0) size_ += static_cast<std::size_t>(written);
 }

@@ -1,7 +1,7 @@
-// The last lines of something, on disk: what an engineer wants to see after something went wrong.
+// The black box: the last lines of a log on disk, for an engineer who looks into a fault.
 //
-// $RUNTIME/blackbox/NAME.log holds the newest lines and NAME.1.log those before. The folder stays after the
-// unit's end, so that it can still be asked what happened before a crash.
+// $RUNTIME/blackbox/NAME.log has the newest lines, NAME.1.log the lines before them. The folder stays after the
+// unit's end, so that the lines before a crash can still be read.
 #pragma once
 
 #include <cstddef>
@@ -14,18 +14,18 @@
 namespace unit {
 
 std::string BlackBoxFolder();
-// The files of a log that are there, the older one first.
+// The content of both files of a log, the older file first. A missing file counts as empty.
 std::string ReadBlackBox(const std::string& name);
 
 // Any thread.
 class RollingLog {
  public:
-  // Two files of `bytes` each at most. What an earlier run left becomes the older file. A log that cannot be
-  // written is no reason not to run: it is reported once on standard error.
+  // Writes two files of at most `bytes` each. The newest file of an earlier run becomes the older one. A log
+  // that cannot be written is reported once on standard error and then does nothing: the unit runs without it.
   RollingLog(std::string name, std::size_t bytes);
-  // Adds a line; its end is added here.
+  // Adds a line, without its line end.
   void Write(std::string_view line);
-  // The same with the time (seconds of the real-time clock) and a name before it: "1763740000.123456 unit ...".
+  // Adds a line after the time (seconds of the real-time clock) and a name: "1763740000.123456 unit ...".
   void WriteStamped(std::string_view name, std::string_view line);
 
  private:
@@ -35,7 +35,7 @@ class RollingLog {
   const std::string name_;
   const std::size_t most_;
   std::mutex mutex_;  // guards the two below
-  bus::Descriptor file_;
+  base::Descriptor file_;
   std::size_t size_ = 0;
 };
 

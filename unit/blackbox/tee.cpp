@@ -8,7 +8,7 @@
 
 namespace unit {
 
-// Without a put area of its own, so that every write comes here, from whichever thread.
+// Has no put area, so that every write of every thread goes through xsputn or overflow.
 class Tee::Buffer : public std::streambuf {
  public:
   Buffer(std::streambuf& original, std::string name, RollingLog& log)
@@ -36,7 +36,7 @@ class Tee::Buffer : public std::streambuf {
   std::streambuf& original_;
   const std::string name_;
   RollingLog& log_;
-  std::mutex mutex_;  // guards lines_, and keeps the pieces of one write together
+  std::mutex mutex_;  // guards lines_, and keeps the bytes of one write together
   LineCutter lines_;
 };
 

@@ -1,4 +1,4 @@
-// Has what this process prints on a stream stand in the black box too.
+// Copies the lines that this process prints on a stream into the black box.
 #pragma once
 
 #include <memory>
@@ -9,10 +9,11 @@
 
 namespace unit {
 
-// Lives as long as the stream is written to; made before the other threads and destroyed after them.
+// The object must live while any thread prints: made before the other threads start, destroyed after they have
+// ended.
 class Tee {
  public:
-  // Lines go to `log` under `name`. The stream prints as before.
+  // Writes the lines to `log` under `name`; the stream prints as before.
   Tee(std::ostream& stream, std::string name, RollingLog& log);
   ~Tee();
   Tee(const Tee&) = delete;

@@ -52,7 +52,7 @@ std::uint32_t Backlight::ReadMaximum() const {
   std::uint32_t most = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), most);
   if (error != std::errc() || end != text.data() + text.size() || most == 0) {
-    throw std::runtime_error(path + ": holds no number above 0");
+    throw std::runtime_error(path + ": is not a number above 0");
   }
   return most;
 }
@@ -61,22 +61,22 @@ void Backlight::CheckWritable(const std::string& file) const {
   if (::access((directory_ + file).c_str(), W_OK) != 0) Refuse(directory_ + file, errno);
 }
 
-// The kernel takes a value with one write.
+// The kernel takes a value only in a single write.
 void Backlight::Write(const std::string& file, std::uint32_t value) const {
   const std::string path = directory_ + file;
-  const bus::Descriptor descriptor(::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
+  const base::Descriptor descriptor(::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
   const std::string text = std::to_string(value) + "\n";
   if (descriptor.Get() < 0 || ::write(descriptor.Get(), text.data(), text.size()) < 0) Refuse(path, errno);
 }
 
 void Backlight::Follow(bool enabled, std::uint32_t period, std::uint32_t duty, time_t now) {
-  // The application enables the PWM first and sets period and duty just after: in between the light would go
-  // out.
+  // The application enables the PWM and sets period and duty directly after; a step between the two would
+  // switch the light off. So the PWM counts only when the step before found it enabled too.
   const bool isSettled = enabled && wasEnabled_;
   wasEnabled_ = enabled;
   if (!isSettled || period == 0 || now < nextTry_) return;
   try {
-    if (!problem_.empty()) most_ = ReadMaximum();  // the driver may be another one since
+    if (!problem_.empty()) most_ = ReadMaximum();  // another driver may have taken its place
     Apply(period, duty);
     problem_.clear();
   } catch (const std::runtime_error& error) {

@@ -1,7 +1,7 @@
 // The backlight of a real display unit: a folder of the kernel's backlight class (/sys/class/backlight/NAME).
 //
-// Its files: max_brightness and brightness, numbers in steps of the driver's own; bl_power, where there is one,
-// 0 for on.
+// Its files: brightness and max_brightness, numbers in steps that the driver defines; bl_power, which not every
+// driver has, 0 for on.
 #pragma once
 
 #include <chrono>
@@ -14,20 +14,19 @@ namespace unit {
 // The share `duty` of `period` in steps from 0 to `most`, rounded; never dark for a duty above 0.
 std::uint32_t Brightness(std::uint32_t most, std::uint32_t period, std::uint32_t duty);
 
-// One thread.
+// For one thread.
 class Backlight {
  public:
   using time_t = std::chrono::steady_clock::time_point;
   static constexpr std::chrono::milliseconds RETRY{1000};
 
-  // Throws std::runtime_error with what is wrong in the folder and what to do.
+  // Throws std::runtime_error with the problem in the folder and what to do about it.
   explicit Backlight(std::string directory);
 
-  // Gives the light the strength that the board's PWM has; to be called every few milliseconds. Until the PWM
-  // is enabled and has a period, the light stays as it was found. A write that fails is tried again after
-  // RETRY.
+  // Sets the light to the strength of the board's PWM; to be called every few milliseconds. Does not touch the
+  // light before the PWM is enabled and has a period. Repeats a failed write after RETRY.
   void Follow(bool enabled, std::uint32_t period, std::uint32_t duty, time_t now);
-  // What keeps the light from following; empty when nothing does.
+  // Why the light does not follow the PWM; empty when it does.
   const std::string& Problem() const { return problem_; }
 
  private:

@@ -21,7 +21,7 @@ void BeeperDevice::Sound(bool wanted, time_t now) {
   }
 }
 
-// Once a second: an unplugged device is missed before the next alarm wants it.
+// Once a second, so that a missing device is reported before an alarm needs it.
 void BeeperDevice::LookAfter(time_t now) {
   nextLook_ = now + RETRY;
   if (device_ && device_->IsGone()) device_.reset();
@@ -35,7 +35,7 @@ void BeeperDevice::Open() {
   } else if (libevdev_has_event_code(device.Evdev(), EV_SND, SND_BELL) != 0) {
     code_ = SND_BELL;
   } else {
-    throw std::runtime_error(path_ + ": has no sound; name another device");
+    throw std::runtime_error(path_ + ": has no sounder; name another device");
   }
   device_ = std::move(device);
   Send(false);
@@ -45,7 +45,7 @@ void BeeperDevice::Open() {
 void BeeperDevice::Send(bool on) {
   const std::int32_t value = code_ == SND_TONE ? TONE_HERTZ : 1;
   if (!device_->Send(EV_SND, code_, on ? value : 0)) {
-    throw std::runtime_error(path_ + ": lost; waiting for it to be plugged in");
+    throw std::runtime_error(path_ + ": was unplugged; waiting for it to be plugged in");
   }
   sounds_ = on;
 }

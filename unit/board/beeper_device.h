@@ -1,9 +1,9 @@
-// The beeper of a real display unit: an input device that sounds (EV_SND), like a buzzer on a PWM or the PC's
-// speaker.
+// The beeper of a real display unit: an input device with a sounder (EV_SND), such as a buzzer on a PWM or the
+// PC's speaker.
 //
-// Sounds a tone (SND_TONE), or rings the bell (SND_BELL) where the device has no tone. A device that is not
-// there, or goes, is waited for and looked for once a second. It is silenced when opened, for the case that an
-// earlier run was killed while it sounded, and when closed.
+// Plays a tone (SND_TONE), or the bell (SND_BELL) where the device has no tone. While the device is not plugged
+// in, it is looked for once a second. The device is silenced when it is opened, because a run that was killed
+// may have left it sounding, and when it is closed.
 #pragma once
 
 #include <chrono>
@@ -15,7 +15,7 @@
 
 namespace unit {
 
-// One thread.
+// For one thread.
 class BeeperDevice {
  public:
   using time_t = std::chrono::steady_clock::time_point;
@@ -28,9 +28,9 @@ class BeeperDevice {
   BeeperDevice(const BeeperDevice&) = delete;
   BeeperDevice& operator=(const BeeperDevice&) = delete;
 
-  // Has the device sound or be silent from now on; to be called every few milliseconds. Never waits.
+  // Switches the sound on or off; to be called every few milliseconds. Never waits.
   void Sound(bool wanted, time_t now);
-  // What keeps the device from sounding; empty when nothing does.
+  // Why the device cannot sound; empty when it can.
   const std::string& Problem() const { return problem_; }
 
  private:

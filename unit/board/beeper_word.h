@@ -1,10 +1,10 @@
-// The beeper of the emulated board, when the application can no longer switch it.
+// Silences the emulated beeper after the application has ended.
 #pragma once
 
 namespace unit {
 
-// Switches the beeper off, as the application would. Without a board in this runtime directory nothing happens.
-// Any process.
+// Switches the beeper off in the board's registers, as the application does. Does nothing where this runtime
+// directory has no board. Any process may call it.
 void SilenceBeeper();
 
 }  // namespace unit

@@ -1,7 +1,7 @@
-// The outputs of a real display unit: has the beeper and the backlight follow the board's words.
+// The outputs of a real display unit: beeper and backlight follow the registers of the board.
 //
-// On a thread of its own: the board's watch waits for the notification manager, and no beep may last as long as
-// that.
+// They have a thread of their own because the board service's thread waits for the notification manager, and a
+// beep must not become longer by that wait.
 #pragma once
 
 #include <chrono>
@@ -24,8 +24,8 @@ class BoardOutputs {
  public:
   static constexpr std::chrono::milliseconds PACE{10};
 
-  // Empty: there is no such part. Starts the thread; `board` must outlive this. Throws std::runtime_error with
-  // what is wrong and what to do.
+  // An empty name means that the unit has no such device. Starts the thread; `board` must outlive the object.
+  // Throws std::runtime_error with the problem and what to do about it.
   BoardOutputs(const std::string& beeperDevice, const std::string& backlightDirectory,
                const platform::board_state_t& board);
   // Silences the beeper; the light stays as it is.
@@ -33,7 +33,7 @@ class BoardOutputs {
   BoardOutputs(const BoardOutputs&) = delete;
   BoardOutputs& operator=(const BoardOutputs&) = delete;
 
-  // What keeps either from following; empty when nothing does. Any thread.
+  // Why a device does not follow its register; empty when it does. Any thread.
   std::string BeeperProblem() const;
   std::string BacklightProblem() const;
 

@@ -24,11 +24,13 @@ using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
 constexpr auto PACE = 10ms;
-// Once a second too, for those that subscribed since the last change.
+// The state is published at least so often, for services that subscribed after the last change.
 constexpr auto REPEAT = 1s;
-constexpr std::size_t KEYS_KEPT = 64U << 10U;  // bytes, twice: some 4,000 changes
+constexpr std::size_t KEYS_KEPT =
+    64U << 10U;  // bytes for each of the log's two files: some 4,000 changes together
 
-// The application writes its outputs a hundred times a second, changed or not: the count of that is no change.
+// Ignores the count of output writes: the application writes its outputs a hundred times a second, changed or
+// not.
 bool ShowsChange(const board_view_t& view, board_view_t published) {
   published.outputWrites = view.outputWrites;
   return view != published;
@@ -39,8 +41,8 @@ void AddProblem(std::string& detail, const char* part, const std::string& proble
   detail += (detail.empty() ? "" : "; ") + std::string(part) + ": " + problem;
 }
 
-// Owns the board's shared object; one thread looks at it and publishes what changed. Where the options name
-// real parts, these follow it on threads of their own.
+// Owns the board's shared object. One thread reads it every 10 ms and publishes its changes; the devices that
+// the options name have threads of their own.
 class BoardService : public Service {
  public:
   explicit BoardService(const options_t& options) : options_(options) {}
@@ -53,8 +55,7 @@ class BoardService : public Service {
       mapping_.reset();
       throw std::runtime_error(
           "the board's shared memory cannot be made. Another unit runs in this runtime directory; stop it, or "
-          "set "
-          "ORVIK_RUNTIME_DIR to another one.");
+          "set ORVIK_RUNTIME_DIR to another one.");
     }
     StartParts(*mapping_->Get());
     stopping_ = false;
@@ -65,7 +66,7 @@ class BoardService : public Service {
     {
       const std::lock_guard lock(mutex_);
       stopping_ = true;
-      // At once: the watch may have to wait for the notification manager.
+      // First, because the thread below may be waiting for the notification manager.
       keys_.reset();
       outputs_.reset();
     }
@@ -111,34 +112,36 @@ class BoardService : public Service {
   }
 
   void Watch(const platform::board_state_t& board) {
-    board_view_t published;
-    steady_clock::time_point repeatAt{};
     std::unique_lock lock(mutex_);
     while (!stopping_) {
       lock.unlock();
       const board_view_t view = ViewBoard(board);
       NoteKeys(view.keys);
-      const auto now = steady_clock::now();
-      // What could not be published is tried again at the next look.
-      if ((ShowsChange(view, published) || now >= repeatAt) &&
-          link_.Publish(BOARD_CHANNEL_NAME, FormatBoard(view))) {
-        published = view;
-        repeatAt = now + REPEAT;
-      }
+      PublishIfDue(view, steady_clock::now());
       lock.lock();
       wake_.wait_for(lock, PACE, [this] { return stopping_; });
     }
   }
 
+  // Where the manager refuses the message, the next step tries again.
+  void PublishIfDue(const board_view_t& view, steady_clock::time_point now) {
+    if (!ShowsChange(view, published_) && now < repeatAt_) return;
+    if (!link_.Publish(BOARD_CHANNEL_NAME, FormatBoard(view))) return;
+    published_ = view;
+    repeatAt_ = now + REPEAT;
+  }
+
   const options_t options_;
   NotifyLink link_;
-  // The watch's: what the black box knows of the keys.
+  // Of the service's thread.
   RollingLog keyLog_{"keys", KEYS_KEPT};
-  std::array<bool, KEY_COUNT> noted_{};
+  std::array<bool, KEY_COUNT> noted_{};  // the keys as the log has them
+  board_view_t published_;
+  steady_clock::time_point repeatAt_{};
   mutable std::mutex mutex_;  // guards the four below
   std::unique_ptr<platform::BoardMapping> mapping_;
-  std::unique_ptr<KeyDevice> keys_;        // null: the panel's keys alone
-  std::unique_ptr<BoardOutputs> outputs_;  // null: neither beeper nor backlight
+  std::unique_ptr<KeyDevice> keys_;        // null: the unit has only the panel's keys
+  std::unique_ptr<BoardOutputs> outputs_;  // null: the unit has neither beeper nor backlight
   bool stopping_ = false;
   std::condition_variable wake_;
   std::thread thread_;

@@ -1,4 +1,5 @@
-// The board: keys, beeper and backlight of the emulated registers.
+// The board service: owns the emulated registers of keys, beeper and backlight, publishes their changes, and
+// connects real devices to them.
 #pragma once
 
 #include <memory>

@@ -9,7 +9,7 @@ namespace unit {
 board_view_t ViewBoard(const platform::board_state_t& board) {
   board_view_t view;
   view.sounding = std::bit_cast<float>(board.beeperValue.load()) > 0.0F;
-  // The value begins silent and changes between two states.
+  // The beeper is silent at first, so that every second change switches it on.
   view.pulses = (board.beeperChanges + 1) / 2;
   view.backlightEnabled = board.pwmEnabled != 0;
   view.backlightPeriod = board.pwmPeriod;

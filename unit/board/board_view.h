@@ -1,4 +1,4 @@
-// The board's registers as the unit's other services see them.
+// The board's registers in the form that the unit's services use.
 #pragma once
 
 #include <array>
@@ -13,9 +13,9 @@ namespace unit {
 
 struct board_view_t {
   bool sounding = false;
-  std::uint32_t pulses = 0;  // times that the beeper began to sound
+  std::uint32_t pulses = 0;  // how often the beeper began to sound
   bool backlightEnabled = false;
-  std::uint32_t backlightPeriod = 0, backlightDuty = 0;  // the light is duty / period of its full strength
+  std::uint32_t backlightPeriod = 0, backlightDuty = 0;  // strength of the light: duty / period
   std::uint32_t backlightChanges = 0, backlightCommands = 0;
   std::array<bool, KEY_COUNT> keys{};
   std::uint32_t outputWrites = 0, outputRefused = 0, pwmRefused = 0;
@@ -25,7 +25,8 @@ struct board_view_t {
 
 board_view_t ViewBoard(const platform::board_state_t& board);
 
-// {"beeper":{"sounding":false,"pulses":3},"backlight":{"enabled":true,"period":100,"duty":60,"changes":1,"commands":3},
+// {"beeper":{"sounding":false,"pulses":3},
+//  "backlight":{"enabled":true,"period":100,"duty":60,"changes":1,"commands":3},
 //  "keys":[false,...],"counters":{"outputWrites":9,"outputRefused":0,"pwmRefused":0}}
 std::string FormatBoard(const board_view_t& view);
 

@@ -21,9 +21,9 @@ const char* Remedy(int error) {
       return "; waiting for it to be plugged in";
     case EACCES:
     case EPERM:
-      return "; let this user into the group that owns it";
+      return "; add this user to the group that owns it";
     case EBUSY:
-      return "; another program holds it, stop that one";
+      return "; another program has grabbed it, stop that program";
     case ENOTTY:
     case EINVAL:
       return "; it is no input device";

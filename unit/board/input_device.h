@@ -1,4 +1,4 @@
-// An input device of the kernel (evdev, /dev/input/event*), open.
+// An open input device of the kernel (evdev, /dev/input/event*).
 #pragma once
 
 #include <cstdint>
@@ -11,21 +11,23 @@ struct libevdev;
 
 namespace unit {
 
-// One thread. Closed, and with that given back to other readers, when destroyed.
+// For one thread. The destructor closes the device, which also ends a grab.
 class InputDevice {
  public:
-  // `flags` as for open(2); never waits. Throws std::runtime_error with the path, what is wrong and what to do.
+  // `flags` as for open(2); never waits. Throws std::runtime_error with the path, the problem and what to do
+  // about it.
   InputDevice(const std::string& path, int flags);
 
   const std::string& Path() const { return path_; }
   int Get() const { return descriptor_.Get(); }
   libevdev* Evdev() const { return evdev_.get(); }
 
-  // Keeps its events from every other reader. Throws as above when another program has done so already.
+  // Takes the device's events away from every other program. Throws as above when another program has grabbed
+  // it.
   void Grab();
-  // Sends one event to the device and ends its frame. False, with errno set, when the device does not take it.
+  // Sends one event and the report that ends it. False, with errno set, when the device does not accept it.
   bool Send(std::uint16_t type, std::uint16_t code, std::int32_t value) const;
-  // It has been unplugged.
+  // The device has been unplugged.
   bool IsGone() const;
 
  private:
@@ -34,7 +36,7 @@ class InputDevice {
   };
 
   std::string path_;
-  bus::Descriptor descriptor_;
+  base::Descriptor descriptor_;
   std::unique_ptr<libevdev, free_t> evdev_;
 };
 

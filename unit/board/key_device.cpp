@@ -69,15 +69,16 @@ InputDevice KeyDevice::Open() const {
   return device;
 }
 
-// Until the thread is to end; throws when the device goes. A finger that is on a key already holds it.
+// Returns when the thread is to end; throws when the device is unplugged. A key that is down already counts as
+// held.
 void KeyDevice::Follow(const InputDevice& device) {
   Hold(device);
   while (!WaitForStop(device.Get(), FOREVER)) TakeEvents(device);
   held_.store(0);
 }
 
-// libevdev keeps the state of the keys up to date with each event that it hands out, so that a repeated press
-// (value 2) changes nothing. After a loss (SYN_DROPPED) it hands out what has changed in between.
+// libevdev updates the state of the keys with each event that it returns, so that a repeated press (value 2)
+// changes nothing. After lost events (SYN_DROPPED) it returns events for what has changed meanwhile.
 void KeyDevice::TakeEvents(const InputDevice& device) {
   unsigned mode = LIBEVDEV_READ_FLAG_NORMAL;
   for (;;) {
@@ -90,12 +91,16 @@ void KeyDevice::TakeEvents(const InputDevice& device) {
     } else if (result == -EAGAIN || result == -EINTR) {
       break;
     } else if (result < 0) {
-      throw std::runtime_error(path_ + ": lost; waiting for it to be plugged in");
+      ThrowUnplugged();
     }
     if (result >= 0 && event.type == EV_SYN) Hold(device);
   }
-  // Data that ends without an error, which no kernel device does, would be reported for ever.
-  if (device.IsGone()) throw std::runtime_error(path_ + ": lost; waiting for it to be plugged in");
+  // A descriptor at its end stays readable without an error, which would make this a busy loop.
+  if (device.IsGone()) ThrowUnplugged();
+}
+
+void KeyDevice::ThrowUnplugged() const {
+  throw std::runtime_error(path_ + ": was unplugged; waiting for it to be plugged in");
 }
 
 void KeyDevice::Hold(const InputDevice& device) {

@@ -1,10 +1,10 @@
-// The front keys of a real display unit: follows an input device's keys and holds the board's front keys with
-// them.
+// The front keys of a real display unit: a key of an input device that goes down or up presses or releases its
+// front key of the board.
 //
-// The device is grabbed, so that its keys reach nobody else on the machine: a key that means "next page" here
-// must not type into a console. A device that is not there, or goes, is waited for and looked for once a
-// second; its keys are released meanwhile. It must have at least one key of the map: input devices are numbered
-// anew at each start, and a touch screen in the keys' place is not to be taken.
+// The device is grabbed: a key that means "next page" here must not type into a console. While the device is
+// not plugged in, its keys count as released and it is looked for once a second. The device must have at least
+// one key of the map, because the kernel numbers input devices anew at each start: a touch screen may have the
+// number that the keys had.
 #pragma once
 
 #include <chrono>
@@ -23,15 +23,15 @@ class KeyDevice {
  public:
   static constexpr std::chrono::milliseconds RETRY{1000};
 
-  // Starts the thread, which alone writes the board's word of key_source_t::KEY_DEVICE; `board` must outlive
-  // this. Throws std::runtime_error when the system has no thread or descriptor left.
+  // Starts the thread, the only one that writes the board's word of key_source_t::KEY_DEVICE. `board` must
+  // outlive the object. Throws std::runtime_error when the system has no thread or descriptor left.
   KeyDevice(std::string path, KeyMap map, platform::board_state_t& board);
   // Releases all keys.
   ~KeyDevice();
   KeyDevice(const KeyDevice&) = delete;
   KeyDevice& operator=(const KeyDevice&) = delete;
 
-  // What keeps the device from being heard; empty while it is. Any thread.
+  // Why the device is not read; empty while it is. Any thread.
   std::string Problem() const;
 
  private:
@@ -40,8 +40,9 @@ class KeyDevice {
   void Follow(const InputDevice& device);
   void TakeEvents(const InputDevice& device);
   void Hold(const InputDevice& device);
-  // Waits until the descriptor has something, the time is over or the thread is to end; true for the last.
+  // Waits until the descriptor is readable, the time is over, or the thread is to end. True for the last.
   bool WaitForStop(int descriptor, int timeout_ms) const;
+  [[noreturn]] void ThrowUnplugged() const;
   void SetProblem(std::string problem);
 
   const std::string path_;
@@ -49,7 +50,7 @@ class KeyDevice {
   platform::board_word_t& held_;
   mutable std::mutex mutex_;  // guards the next
   std::string problem_;
-  bus::Descriptor stop_;  // readable once the thread is to end
+  base::Descriptor stop_;  // readable once the thread is to end
   std::thread thread_;
 };
 

@@ -80,7 +80,7 @@ void KeyMap::AddLine(const std::string& line) {
   std::string more;
   if (!(words >> key)) return;
   if (!(words >> frontKey) || words >> more) {
-    throw std::runtime_error("a key and the front key that it means belong here, like KEY_F1 1");
+    throw std::runtime_error("a line has a key and its front key, like KEY_F1 1");
   }
   const auto code = ParseCode(key);
   if (!code)
@@ -88,7 +88,7 @@ void KeyMap::AddLine(const std::string& line) {
                              "\" is no key; give a name like KEY_F1 or a number (evtest shows both)");
   const int front = ParseFrontKey(frontKey);
   if (front == 0) throw std::runtime_error("\"" + frontKey + "\" is no front key; these are 1 to 8");
-  if (!frontKeys_.emplace(*code, front).second) throw std::runtime_error(key + " stands here a second time");
+  if (!frontKeys_.emplace(*code, front).second) throw std::runtime_error(key + " is in the file a second time");
 }
 
 int KeyMap::FrontKey(unsigned code) const {

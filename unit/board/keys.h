@@ -18,7 +18,8 @@ constexpr std::uint32_t KeyBit(int key) {
   return 1U << static_cast<unsigned>(key - 1);
 }
 
-// Has a source hold or release key 1 to 8; others are ignored. Any thread, any process that maps the board.
+// Makes a source hold or release key 1 to 8; ignores other numbers. Any thread of any process that maps the
+// board.
 void SetKeyHeld(platform::board_state_t& board, platform::key_source_t source, int key, bool held);
 
 }  // namespace unit

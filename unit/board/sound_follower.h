@@ -1,7 +1,8 @@
-// When the beeper is to sound: while the board's beeper does, and shortly for a beep that nobody saw.
+// Decides when the beeper sounds: while the register of the board is on, and briefly for a beep between two
+// readings.
 //
-// The outputs are looked at every 10 ms. A look that comes late (a busy machine) may find that a beep has begun
-// and ended since the last one; the operator must hear it nevertheless.
+// The register is read every 10 ms. On a busy machine a reading may come late, after a whole beep has begun and
+// ended; the operator must hear that beep too.
 #pragma once
 
 #include <chrono>
@@ -12,10 +13,10 @@ namespace unit {
 class SoundFollower {
  public:
   using time_t = std::chrono::steady_clock::time_point;
-  // As long as a key's click.
+  // The length of a key's click.
   static constexpr std::chrono::milliseconds SHORT{50};
 
-  // `pulses` counts the times that the board's beeper began to sound, from 0.
+  // `pulses` counts how often the board's beeper began to sound. True when the beeper is to sound.
   bool Follow(bool sounding, std::uint32_t pulses, time_t now);
 
  private:

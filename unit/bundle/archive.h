@@ -1,4 +1,4 @@
-// A compressed archive (tar, gzip) of a few files that fit into memory.
+// Reads and writes a compressed archive (tar, gzip) of files that fit into memory.
 #pragma once
 
 #include <cstddef>
@@ -9,12 +9,12 @@ namespace unit {
 
 using archive_t = std::map<std::string, std::string>;  // path inside the archive, content
 
-// What one archive may hold when it is read: a bundle is some 30 MB at most.
+// Bounds of an archive that is read. A bundle has 30 MB at most.
 constexpr std::size_t MAX_ARCHIVE_BYTES = 256U << 20U;
 constexpr std::size_t MAX_ARCHIVE_FILES = 1000;
 
-// Both throw std::runtime_error with the file's name and what is wrong. Reading refuses whatever is no plain
-// file, has a path that leads out of the archive, or goes beyond the bounds.
+// Both throw std::runtime_error with the file's name and the problem. ReadArchive refuses entries other than
+// plain files and folders, paths that lead out of the archive, and archives beyond the bounds.
 void WriteArchive(const std::string& file, const archive_t& content);
 archive_t ReadArchive(const std::string& file);
 

@@ -54,15 +54,15 @@ json ParseObject(const std::string& text) {
   return parsed.is_object() ? parsed : json::object();
 }
 
-// Who ran, with which options: the unit leaves it at its start.
+// The options of the last run. `unit run` writes the file when it starts.
 json ReadRun() {
   return ParseObject(ReadFile(platform::RuntimeDirectory() + "/run.json").value_or(""));
 }
 
 void AddState(archive_t& bundle, std::vector<std::string>& missing) {
-  const std::string address = bus::ReadAddressFile(bus::PANEL_ADDRESS_FILE);
+  const std::string address = base::ReadAddressFile(base::PANEL_ADDRESS_FILE);
   if (address.empty()) {
-    missing.emplace_back("state (the unit does not run)");
+    missing.emplace_back("state (the unit is not running)");
     return;
   }
   httplib::Client client("http://" + address);
@@ -70,7 +70,7 @@ void AddState(archive_t& bundle, std::vector<std::string>& missing) {
   client.set_read_timeout(TIMEOUT_S);
   for (const state_file_t& file : STATE_FILES) {
     const httplib::Result result = client.Get(file.path);
-    // A service that is down answers with what is wrong: that is worth having too.
+    // Also an error answer: it says why a service is down.
     if (result && !result->body.empty()) {
       bundle[file.name] = result->body;
     } else {
@@ -112,7 +112,7 @@ std::size_t CountLines(const std::string& text) {
   return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-// Follow the clock or count what was received.
+// Variables that follow the clock or count messages.
 const std::set<std::string>& Unsteady() {
   static const std::set<std::string> names = {"OrvikTotalHX7Commands", "Screen.DataState",
                                               "OrvikHX7TimeOutLamp", "OrvikBeepImage"};
@@ -135,19 +135,30 @@ void CompareMembers(const json& recorded, const json& shown, const char* what,
   }
 }
 
-}  // namespace
-
-int MakeBundle(const std::string& file) {
-  const json run = ReadRun();
+archive_t CollectLogs(const json& run) {
   archive_t bundle;
-  std::vector<std::string> missing;
   bundle[BUNDLE_ABOUT] = About(run).dump(2) + "\n";
   bundle[BUNDLE_BUS] = ReadBlackBox("bus");
   bundle[BUNDLE_KEYS] = ReadBlackBox("keys");
   bundle[BUNDLE_LINES] = ReadBlackBox("lines");
+  return bundle;
+}
+
+void ShowContent(const std::string& file, const archive_t& bundle, const std::vector<std::string>& missing) {
+  std::cout << file << ": " << CountLines(bundle.at(BUNDLE_BUS)) << " frames, "
+            << CountLines(bundle.at(BUNDLE_LINES)) << " lines, " << bundle.size() << " files\n";
+  for (const std::string& name : missing) std::cout << "without " << name << '\n';
+}
+
+}  // namespace
+
+int MakeBundle(const std::string& file) {
+  const json run = ReadRun();
+  archive_t bundle = CollectLogs(run);
+  std::vector<std::string> missing;
   if (run.empty() && bundle[BUNDLE_LINES].empty()) {
     std::cerr << "unit bundle: no unit ran in " << platform::RuntimeDirectory()
-              << ". Set ORVIK_RUNTIME_DIR to the folder of the one that is meant.\n";
+              << ". Set ORVIK_RUNTIME_DIR to the folder of the unit that you mean.\n";
     return 1;
   }
   AddState(bundle, missing);
@@ -158,9 +169,7 @@ int MakeBundle(const std::string& file) {
     std::cerr << "unit bundle: " << error.what() << "; choose another file.\n";
     return 1;
   }
-  std::cout << file << ": " << CountLines(bundle[BUNDLE_BUS]) << " frames, " << CountLines(bundle[BUNDLE_LINES])
-            << " lines, " << bundle.size() << " files\n";
-  for (const std::string& name : missing) std::cout << "without " << name << '\n';
+  ShowContent(file, bundle, missing);
   return 0;
 }
 

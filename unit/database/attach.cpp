@@ -13,18 +13,19 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
-std::shared_mutex viewMutex;  // guards all below, and that what is attached stays so
-unsigned number = 0;          // of the database that is attached; 0: none
+std::shared_mutex viewMutex;  // guards all below and the attached mapping
+unsigned number = 0;          // DatabaseView::Number()
 bool isOwner = false;
 std::optional<object_id_t> attached;
 steady_clock::time_point nextLook;
 
-// With the mutex held in either way.
+// The mutex is held, shared or exclusively.
 bool NeedsLook() {
   return !isOwner && (number == 0 || steady_clock::now() >= nextLook);
 }
 
-// With the mutex held alone. What is attached stays while there is nothing better, also when its owner is dead.
+// The mutex is held exclusively. The attached database stays attached until a new one is complete, also when
+// its owner is dead.
 void Look() {
   nextLook = steady_clock::now() + DatabaseView::LOOK_PERIOD;
   const std::optional<object_id_t> there = IdentifyDatabase();
@@ -69,6 +70,11 @@ bool AttachDatabase(int timeout_ms) {
     std::this_thread::sleep_for(10ms);
   }
   return true;
+}
+
+std::optional<double> ReadParameterValue(unsigned handle) {
+  double value = 0;
+  return DBSHM::Read(handle, value) == 1 ? std::optional(value) : std::nullopt;
 }
 
 }  // namespace unit

@@ -1,39 +1,45 @@
-// The database as the other services of the unit see it.
+// Access to the parameter database for the unit's other services.
 #pragma once
 
 #include <chrono>
 #include <mutex>
+#include <optional>
 #include <shared_mutex>
 
 namespace unit {
 
-// The database while a service reads it; any number of threads may have one. Attaches this process to it, and
-// to another one as soon as that has taken its place: an owner that was started again has made it anew, and the
-// old one would be read for ever.
+// A service holds one while it reads the database; any number of threads may hold one at a time. The
+// constructor attaches this process to the database, and to a new one that has replaced it: an owner that was
+// started again makes a new shared object, and a process that stayed with the old one would read old values for
+// ever.
 class DatabaseView {
  public:
   static constexpr std::chrono::milliseconds LOOK_PERIOD{500};
 
   DatabaseView();
-  // Which database this is: 0 where there is none, else another number for each one that was attached to.
+  // 0 where there is no database; else a number that is different for each database that was attached.
   unsigned Number() const;
 
  private:
-  std::shared_lock<std::shared_mutex> lock_;  // no other is attached to while it is held
+  std::shared_lock<std::shared_mutex> lock_;  // keeps other threads from attaching to another database
 };
 
-// Notices that another database than before is there: who still has the old one writes for nobody. One thread.
+// Detects that the database was replaced: a program that still has the old one writes values that no other
+// process reads. For one thread.
 class DatabaseWatch {
  public:
-  // True once for each that took an earlier one's place, or came where there was none.
+  // True once for each database that replaced an earlier one or appeared where there was none.
   bool WasReplaced();
 
  private:
   unsigned number_ = DatabaseView().Number();
 };
 
-// Attaches this process to the parameter database, once however often it is called, waiting at most
-// `timeout_ms` for its owner to make it. False when there is none.
+// Attaches this process to the parameter database; waits at most `timeout_ms` for the owner to make it. False
+// when there is none. A second call does nothing.
 bool AttachDatabase(int timeout_ms);
+
+// A parameter's value; empty where it is not valid. The process is attached to the database.
+std::optional<double> ReadParameterValue(unsigned handle);
 
 }  // namespace unit

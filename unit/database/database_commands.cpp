@@ -18,25 +18,34 @@ namespace {
 
 constexpr int ATTACH_TIMEOUT_MS = 500;
 constexpr std::chrono::milliseconds WATCH_PERIOD{50};
-constexpr unsigned OWNER_CHECK = 10;  // turns of the watch between two looks at the owner
+constexpr unsigned OWNER_CHECK = 10;  // the owner is checked in every tenth period
 constexpr std::size_t MOST_CANDIDATES = 20;
+
+void ShowCandidates(const std::string& name, std::span<const std::string_view> candidates) {
+  std::cerr << "unit db: \"" << name << "\" may be any of these; write more of it:\n";
+  for (std::size_t i = 0; i < candidates.size() && i < MOST_CANDIDATES; ++i)
+    std::cerr << "  " << candidates[i] << '\n';
+  if (candidates.size() > MOST_CANDIDATES)
+    std::cerr << "  and " << candidates.size() - MOST_CANDIDATES << " more\n";
+}
 
 bool Attach() {
   if (AttachDatabase(ATTACH_TIMEOUT_MS)) return true;
-  std::cerr << "unit db: nobody owns a parameter database here. Start one with \"unit run\", or set "
+  std::cerr << "unit db: there is no parameter database here. Start one with \"unit run\", or set "
                "ORVIK_RUNTIME_DIR to the folder of the running unit.\n";
   return false;
 }
 
 std::string FormatValue(unsigned handle) {
-  double value = 0;
-  if (DBSHM::Read(handle, value) == 0) return "-";
+  const std::optional<double> value = ReadParameterValue(handle);
+  if (!value) return "-";
   std::array<char, 32> text{};
-  const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
+  const auto end = std::to_chars(text.data(), text.data() + text.size(), *value).ptr;
   return {text.data(), end};
 }
 
-// The one parameter that a (shortened) name means; says so when there is none or more than one.
+// The parameter that has this name or, alone, begins with it; prints an error when there is none or more than
+// one.
 std::optional<named_t> Complete(std::span<const named_t> table, const std::string& name) {
   std::vector<std::string> names;
   for (const named_t& named : table) names.push_back(named.name);
@@ -48,12 +57,16 @@ std::optional<named_t> Complete(std::span<const named_t> table, const std::strin
     std::cerr << "unit db: no parameter begins with \"" << name << "\"; \"unit db list\" shows all.\n";
     return std::nullopt;
   }
-  std::cerr << "unit db: \"" << name << "\" may be any of these; write more of it:\n";
-  for (std::size_t i = 0; i < candidates.size() && i < MOST_CANDIDATES; ++i)
-    std::cerr << "  " << candidates[i] << '\n';
-  if (candidates.size() > MOST_CANDIDATES)
-    std::cerr << "  and " << candidates.size() - MOST_CANDIDATES << " more\n";
+  ShowCandidates(name, candidates);
   return std::nullopt;
+}
+
+std::optional<double> ParseFinite(const std::string& text) {
+  double number = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || stop != end || !std::isfinite(number)) return std::nullopt;
+  return number;
 }
 
 std::optional<std::vector<named_t>> CompleteAll(std::span<const std::string> names) {
@@ -66,6 +79,17 @@ std::optional<std::vector<named_t>> CompleteAll(std::span<const std::string> nam
     found.push_back(*named);
   }
   return found;
+}
+
+// `printed` has the text that was printed last for each handle.
+void PrintChanges(std::span<const named_t> parameters, std::map<unsigned, std::string>& printed) {
+  for (const named_t& named : parameters) {
+    std::string value = FormatValue(named.handle);
+    std::string& last = printed[named.handle];
+    if (value == last) continue;
+    std::cout << named.name << ' ' << value << std::endl;
+    last = std::move(value);
+  }
 }
 
 }  // namespace
@@ -88,10 +112,8 @@ int GetParameters(std::span<const std::string> names) {
 }
 
 int SetParameter(const std::string& name, const std::string& value) {
-  double number = 0;
-  const char* end = value.data() + value.size();
-  const auto [stop, error] = std::from_chars(value.data(), end, number);
-  if (value != "-" && (error != std::errc() || stop != end || !std::isfinite(number))) {
+  const std::optional<double> number = ParseFinite(value);
+  if (value != "-" && !number) {
     std::cerr << "unit db: \"" << value
               << "\" is not a number. Give one, or - to make the parameter not valid.\n";
     return 2;
@@ -100,10 +122,10 @@ int SetParameter(const std::string& name, const std::string& value) {
   const std::vector<named_t> table = ReadNameTable();
   const std::optional<named_t> named = Complete(table, name);
   if (!named) return 1;
-  if (value == "-") {
-    DBSHM::Write(named->handle, 0.0, 0, false);
+  if (number) {
+    DBSHM::Write(named->handle, *number);
   } else {
-    DBSHM::Write(named->handle, number);
+    DBSHM::Write(named->handle, 0.0, 0, false);
   }
   std::cout << named->name << ' ' << FormatValue(named->handle) << '\n';
   return 0;
@@ -132,16 +154,10 @@ int WatchParameters(std::span<const std::string> names,
   const auto found = CompleteAll(names);
   if (!found) return 1;
   const unsigned database = DatabaseView().Number();
-  std::map<unsigned, std::string> shown;
+  std::map<unsigned, std::string> printed;
   unsigned turn = 0;
   do {
-    for (const named_t& named : *found) {
-      std::string value = FormatValue(named.handle);
-      std::string& last = shown[named.handle];
-      if (value == last) continue;
-      std::cout << named.name << ' ' << value << std::endl;
-      last = std::move(value);
-    }
+    PrintChanges(*found, printed);
     if (++turn % OWNER_CHECK != 0) continue;
     if (LookAtDatabase() != database_state_t::COMPLETE || DatabaseView().Number() != database) {
       std::cerr << "unit db: the database's owner has ended.\n";

@@ -10,19 +10,19 @@
 
 namespace unit {
 
-// All four attach to the database of this runtime directory, print to standard output, and print what is wrong
-// to standard error. They return the program's exit status: 0, 1 (no database, no such name) or 2 (called
-// wrongly). A name may be shortened to a prefix that only one name has.
+// All four attach to the database of this runtime directory. They print results to standard output and errors
+// to standard error, and return the program's exit status: 0, 1 (no database, no such name) or 2 (wrong
+// arguments). A prefix that only one name has stands for that name.
 int GetParameters(std::span<const std::string> names);
 // `value` is a number, or "-" to make the parameter not valid.
 int SetParameter(const std::string& name, const std::string& value);
 int ListParameters(const std::string& prefix);
-// Prints each value now and on every change, all names where none is given, as long as `pause`, which waits for
-// the given time, returns true.
+// Prints each value once and then on every change, of all parameters where no name is given. Runs until
+// `pause`, which waits for the given time, returns false.
 int WatchParameters(std::span<const std::string> names,
                     const std::function<bool(std::chrono::milliseconds)>& pause);
 
-// The names that a (shortened) name may mean: itself alone where it is a whole name, else all that begin with
+// The names that `prefix` can stand for: only itself where it is a whole name, else all names that begin with
 // it.
 std::vector<std::string_view> FindCandidates(std::span<const std::string> names, std::string_view prefix);
 

@@ -36,7 +36,7 @@ std::size_t EntryAt(std::size_t entry) {
   return NAMES_AT + NAME_ENTRY_SIZE * entry;
 }
 
-// The first entry's handle is written last and is never 0: it says that the whole table stands.
+// The handle of the first entry is never 0 and is written last: once it is set, the whole table is complete.
 std::atomic_ref<std::uint32_t> CompleteMark(void* memory) {
   return std::atomic_ref<std::uint32_t>(
       *reinterpret_cast<std::uint32_t*>(static_cast<std::uint8_t*>(memory) + EntryAt(0)));
@@ -62,14 +62,14 @@ void Fill(std::span<const parameter_t> parameters) {
   for (const parameter_t& parameter : parameters) {
     if (parameter.first) DBSHM::Write(parameter.handle, *parameter.first);
   }
-  WriteNotifyValues(parameters);  // after the values, which nobody waits for yet
+  WriteNotifyValues(parameters);  // after the first values, for which no pulse is wanted
   for (std::size_t i = 0; i < parameters.size(); ++i) WriteEntry(i, parameters[i]);
   platform::StoreLe32(Object(), LAST_NAME_AT, static_cast<std::uint32_t>(parameters.size() - 1));
   CompleteMark(Memory()).store(parameters[0].handle, std::memory_order_release);
   DBSHM::makeParamMap();
 }
 
-// A mapping of the object for a look at it; null when there is none or it is too small.
+// A mapping of the object while its state is read; null when there is no object or it is too small.
 class Glance {
  public:
   Glance() {
@@ -105,7 +105,8 @@ bool IsAlive(pid_t process) {
   return process > 0 && (kill(process, 0) == 0 || errno == EPERM);
 }
 
-// An owner answers on the channel that the object names. (A process id alone may have gone to somebody else.)
+// A living owner accepts a connection to the channel that the object names. The process id alone is not enough:
+// the system may have given it to another process.
 bool HasLivingOwner(void* memory) {
   const std::span<const std::uint8_t> header(static_cast<const std::uint8_t*>(memory), SLOTS_AT);
   const auto process = static_cast<pid_t>(platform::LoadLe32(header, PROCESS_AT));
@@ -116,10 +117,6 @@ bool HasLivingOwner(void* memory) {
   if (coid >= 0) ConnectDetach(coid);
   return coid >= 0;
 }
-
-}  // namespace
-
-namespace {
 
 database_state_t StateOf(const Glance& glance) {
   if (!glance.Exists()) return database_state_t::NONE;

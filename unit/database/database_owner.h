@@ -1,4 +1,5 @@
-// Making the shared object, filling it and taking it away again: what only the owner of the database does.
+// Makes, fills and removes the shared object of the parameter database. Only the database service, its owner,
+// does so.
 #pragma once
 
 #include <optional>
@@ -12,40 +13,39 @@
 
 namespace unit {
 
-// Makes the object, first taking away one that a dead owner left behind, and fills the name table, the first
-// values and the notification values. Throws std::runtime_error when another process owns it or it cannot be
+// Removes the object of an owner that is dead, makes a new one, and fills in names, first values and
+// notification values. Throws std::runtime_error when another process owns the database or the object cannot be
 // made.
 void MakeDatabase(std::span<const parameter_t> parameters);
-// Removes the object and the owner's channel. What this process mapped stays readable.
+// Removes the object and the owner's channel. The mapping in this process stays readable.
 void RemoveDatabase();
 
-// The names and handles in the object that this process has attached to, in the table's order. Damaged entries
-// are left out.
+// The names and handles in the attached object, in the table's order, without damaged entries.
 struct named_t {
   std::string name;
   unsigned handle;
 };
 std::vector<named_t> ReadNameTable();
 
-// A look at the object without attaching to it.
+// The state of the object; the process is not attached to it.
 enum class database_state_t {
   NONE,     // there is no such object
   ORPHAN,   // its owner is dead, or it is not a database
-  FILLING,  // its owner has not yet finished making it
+  FILLING,  // its owner has not finished filling it
   COMPLETE,
 };
 database_state_t LookAtDatabase();
 
-// What tells an object from the next one of the same name.
+// Identifies a shared object among those that had the same name one after the other.
 struct object_id_t {
   dev_t device;
   ino_t number;
   bool operator==(const object_id_t&) const = default;
 };
-// The database that LookAtDatabase finds complete; empty where it finds none.
+// The database that is COMPLETE; empty where there is none.
 std::optional<object_id_t> IdentifyDatabase();
 
-// Tells DatabaseView that this process made the database itself.
+// To be called by the process that made the database: DatabaseView then takes its mapping.
 void NoteDatabaseAttached();
 
 }  // namespace unit

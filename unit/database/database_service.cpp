@@ -1,6 +1,5 @@
 #include "unit/database/database_service.h"
 
-#include <array>
 #include <atomic>
 #include <bit>
 #include <cerrno>
@@ -15,22 +14,22 @@
 #include <thread>
 #include <unordered_map>
 
-#include "platform/byte_order.h"
 #include "platform/messages.h"
 
 #include "src/services/dbshm.h"
+#include "unit/database/attach.h"
 #include "unit/database/database_owner.h"
 #include "unit/health/notify_link.h"
+#include "unit/service/database_change.h"
 
 namespace unit {
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int PULSE_CHANGED = 0;  // from the database's clients; its value is the handle
+constexpr int PULSE_CHANGED = 0;  // a client wrote a value; the pulse has the handle
 constexpr int PULSE_STOP = 1;     // from the service itself
 constexpr auto LOOK_PERIOD = 250ms;
-constexpr std::size_t CHANGE_SIZE = 16;
 
 class DatabaseService : public Service {
  public:
@@ -42,12 +41,13 @@ class DatabaseService : public Service {
   status_t GetStatus() const override;
 
  private:
-  // A parameter whose changes are published, and its value as it was published last.
+  // A parameter whose changes are published, and the bits of the value that was published last.
   struct watched_t {
     unsigned handle;
     std::optional<std::uint64_t> published;
   };
 
+  void Watch(const std::vector<parameter_t>& parameters);
   void ServePulses();
   void TakeChange(unsigned handle);
   bool IsStopping();
@@ -56,7 +56,7 @@ class DatabaseService : public Service {
 
   const std::string file_;
   std::size_t parameters_ = 0;
-  int chid_ = -1;  // the channel that the database's clients send their pulses to
+  int chid_ = -1;  // receives the pulses of the database's clients
   int self_ = -1;  // connection to it
   std::thread server_;
   std::thread looker_;
@@ -74,18 +74,14 @@ class DatabaseService : public Service {
   std::atomic<std::uint64_t> pulses_{0};
   std::atomic<std::uint64_t> unknownPulses_{0};
   std::atomic<std::uint64_t> published_{0};
-  std::atomic<std::uint64_t> missed_{0};  // changes that no pulse told of
+  std::atomic<std::uint64_t> missed_{0};  // changes without a pulse
 };
 
 void DatabaseService::Start() {
   const std::vector<parameter_t> parameters = ReadParameterFile(file_);
   MakeDatabase(parameters);
   parameters_ = parameters.size();
-  for (const parameter_t& parameter : parameters) {
-    if (!parameter.notify) continue;
-    byHandle_.emplace(parameter.handle, watched_.size());
-    watched_.push_back({parameter.handle, std::nullopt});
-  }
+  Watch(parameters);
   chid_ = DBSHM::getChid();
   self_ = ConnectAttach(0, 0, chid_, _NTO_SIDE_CHANNEL, 0);
   if (self_ < 0) {
@@ -99,6 +95,14 @@ void DatabaseService::Start() {
   looker_ = std::thread([this] { LookAround(); });
 }
 
+void DatabaseService::Watch(const std::vector<parameter_t>& parameters) {
+  for (const parameter_t& parameter : parameters) {
+    if (!parameter.notify) continue;
+    byHandle_.emplace(parameter.handle, watched_.size());
+    watched_.push_back({parameter.handle, std::nullopt});
+  }
+}
+
 void DatabaseService::Stop() {
   if (self_ < 0) return;
   {
@@ -107,7 +111,7 @@ void DatabaseService::Stop() {
   }
   stopped_.notify_all();
   looker_.join();
-  // Where the channel has no room for the pulse, the thread has something to receive and looks at the flag.
+  // A channel without room for this pulse has others, which wake the thread; it then finds stopping_ set.
   MsgSendPulse(self_, getprio(0), PULSE_STOP, 0);
   server_.join();
   ConnectDetach(self_);
@@ -136,7 +140,7 @@ void DatabaseService::ServePulses() {
     _pulse pulse{};
     const int rcvid = MsgReceive(chid_, &pulse, sizeof pulse, nullptr);
     if (rcvid > 0) {
-      MsgError(rcvid, ENOSYS);  // the database is read and written in memory; it takes no messages
+      MsgError(rcvid, ENOSYS);  // clients read and write the shared memory; there are no messages
     } else if (rcvid == 0) {
       if (pulse.code == PULSE_CHANGED) TakeChange(static_cast<unsigned>(pulse.value.sival_int));
     } else if (errno != EINTR) {
@@ -158,29 +162,27 @@ void DatabaseService::TakeChange(unsigned handle) {
   }
 }
 
-// A pulse that found the channel full is lost, and a value that expires sends none; both are found here.
+// Finds the changes that no pulse reported: one that found the channel full is lost, and a value that expires
+// sends none.
 void DatabaseService::LookAround() {
   std::unique_lock lock(stopMutex_);
   while (!stopped_.wait_for(lock, LOOK_PERIOD, [this] { return stopping_; })) {
     lock.unlock();
     for (watched_t& watched : watched_) {
       const std::lock_guard guard(watchedMutex_);
-      const bool isChange = watched.published.has_value();  // not the first time that it is published
+      const bool isChange = watched.published.has_value();  // false: the value is published for the first time
       if (PublishChange(watched) && isChange) ++missed_;
     }
     lock.lock();
   }
 }
 
-// Publishes the value unless it is the one published last. A value that is not valid is published as a NaN.
-// What the manager does not take is tried again on the next look.
+// Publishes the value unless it was published last; true when it did. A parameter without a valid value is
+// published as NaN. Where the manager refuses the message, LookAround tries again.
 bool DatabaseService::PublishChange(watched_t& watched) {
-  double value = 0;
-  if (DBSHM::Read(watched.handle, value) == 0) value = std::numeric_limits<double>::quiet_NaN();
+  const double value = ReadParameterValue(watched.handle).value_or(std::numeric_limits<double>::quiet_NaN());
   if (watched.published == std::bit_cast<std::uint64_t>(value)) return false;
-  std::array<std::uint8_t, CHANGE_SIZE> message{};
-  platform::StoreLe32(message, 0, watched.handle);
-  platform::StoreLeDouble(message, 8, value);
+  const auto message = WriteDatabaseChange({watched.handle, value});
   if (!link_.Publish(DATABASE_CHANNEL_NAME, std::span<const std::uint8_t>(message))) return false;
   watched.published = std::bit_cast<std::uint64_t>(value);
   ++published_;

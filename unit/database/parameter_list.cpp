@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::array<std::string_view, 4> ATTRIBUTES = {"name", "handle", "first", "notify"};
 
-// The text as it is read, and what is known of the elements before the present one.
+// Reads the text of a list; remembers the names and handles of the elements that it has read.
 class ListReader {
  public:
   ListReader(std::string_view text, const std::string& file) : text_(text), file_(file) {}

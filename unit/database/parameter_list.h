@@ -3,8 +3,9 @@
 //   <orvik-parameters version="1">
 //     <Parameter name="OrvikTires" handle="1" first="0" notify="1"/>
 //
-// name: 1 to 127 bytes; handle: 1 to NAMED_HANDLES - 1; both unique. first: a number, the parameter is not
-// valid until somebody writes it where it is absent. notify: 1 where changes are published; absent means 0.
+// name: 1 to 127 bytes; handle: 1 to NAMED_HANDLES - 1; both unique. first: the
+// first value, a number; without it the parameter is not valid until a program writes it. notify: 1 where
+// changes are published; absent means 0.
 #pragma once
 
 #include <optional>
@@ -21,9 +22,9 @@ struct parameter_t {
   bool notify = false;
 };
 
-// Throws std::runtime_error with file, line, what is wrong and what to write instead.
+// Throws std::runtime_error with file, line, the problem and what to write instead.
 std::vector<parameter_t> ReadParameterFile(const std::string& file);
-// The same for a text; `file` is for the messages.
+// The same for a text; `file` is the name for error messages.
 std::vector<parameter_t> ReadParameters(std::string_view text, const std::string& file);
 
 }  // namespace unit

@@ -13,17 +13,18 @@
 
 namespace unit {
 
-// The workers that a service supervises, as services of their own: each counter "worker.NAME" of a status, 1
-// while the worker is alive and 0 while it is missing, becomes a status with the name "worker NAME".
+// The workers that a service supervises, each with a status of its own named "worker NAME". They come from the
+// counters "worker.NAME" of the service's status: 1 while the worker sends heartbeats, 0 while they are
+// missing.
 std::vector<status_t> WorkersOf(const status_t& status);
 
 // {"name":"j1939","up":true,"detail":"","counters":{"received":12}}
 std::string FormatStatus(const status_t& status);
 
-// Owns its thread, which ends when the object does.
+// Has one thread, which ends with the object.
 class HealthPublisher {
  public:
-  // `collect` gives what to publish; called on the publisher's thread until the destructor returns.
+  // `collect` returns the states to publish. The publisher's thread calls it until the destructor returns.
   explicit HealthPublisher(std::function<std::vector<status_t>()> collect);
   ~HealthPublisher();
   HealthPublisher(const HealthPublisher&) = delete;

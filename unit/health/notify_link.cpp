@@ -9,7 +9,7 @@
 namespace unit {
 
 std::unique_ptr<NM::NMClient> ConnectToManager() {
-  // Asked first, because a client that finds nobody says so on standard error each time.
+  // Checked first, because the client prints an error each time that it finds no manager.
   const int probe = name_open(NM_SERVER_NAME, 0);
   if (probe < 0) return nullptr;
   auto client = std::make_unique<NM::NMClient>();
@@ -34,7 +34,7 @@ bool NotifyLink::Publish(const char* channelName, std::span<const std::uint8_t> 
   const std::lock_guard lock(mutex_);
   if (!Connect()) return false;
   const int channel = ChannelNumber(channelName);
-  // char may alias anything; the client takes its payload as such.
+  // The client takes its payload as char, through which any object may be read.
   const char* data = reinterpret_cast<const char*>(payload.data());
   if (channel > 0 && client_->sendMsg(channel, data, static_cast<int>(payload.size())) >= 0) return true;
   client_.reset();

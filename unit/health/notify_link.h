@@ -1,7 +1,7 @@
-// A publisher to the notification manager that comes back after the manager did.
+// A connection for publishing that is made again when the notification manager was started again.
 //
-// The unit's services run with or without each other: a manager that is not there yet, or that has been started
-// again, must not end them.
+// Every service of the unit can run without the others, so a manager that is missing or restarted must not end
+// them.
 #pragma once
 
 #include <chrono>
@@ -16,13 +16,14 @@
 
 namespace unit {
 
-// A connected client; null while nobody holds the manager's name or the manager does not take the client.
+// A connected client; null while no manager runs or the manager refuses the client.
 std::unique_ptr<NM::NMClient> ConnectToManager();
 
-// Notices that the manager has been replaced. A client of the first one hears nothing any more. One thread.
+// Detects that the notification manager was replaced: clients of the old one receive nothing any more. For one
+// thread.
 class ManagerWatch {
  public:
-  // True once for each manager that took an earlier one's place. Looks at most once in NotifyLink::RETRY.
+  // True once for each manager that replaced an earlier one. Checks at most once in NotifyLink::RETRY.
   bool WasReplaced();
 
  private:
@@ -31,16 +32,17 @@ class ManagerWatch {
   std::chrono::steady_clock::time_point nextLook_;
 };
 
-// Any thread may call.
+// Any thread.
 class NotifyLink {
  public:
   static constexpr std::chrono::milliseconds RETRY{500};
 
-  // Publishes a message. Blocks for one round trip. False when there is no manager at present or it refuses;
-  // the link then connects anew, at most once in RETRY.
+  // Publishes a message. Blocks until the manager has answered. False when no manager runs or the manager
+  // refuses the message; the link then connects again, at most once in RETRY.
   bool Publish(const char* channelName, std::span<const std::uint8_t> payload);
   bool Publish(const char* channelName, const std::string& text);
-  // The channel's number; -1 when there is no manager at present. Blocks for a round trip the first time.
+  // The channel's number; -1 when no manager runs. The first call for a channel blocks until the manager has
+  // answered.
   int NumberOf(const char* channelName);
 
  private:

@@ -42,8 +42,8 @@ void Subscriber::Run() {
   }
 }
 
-// A manager that ends sends no pulse, and who waits for one would wait for ever: it is asked something now and
-// then.
+// A manager that ends sends no pulse, so the receiving thread would wait for ever. This thread sends the
+// manager a request from time to time and wakes the receiver when no answer comes.
 void Subscriber::Watch() {
   while (Pause()) {
     std::shared_ptr<NM::NMClient> client;

@@ -1,4 +1,4 @@
-// A subscription with the notification manager that comes back after the manager did.
+// A subscription that is made again when the notification manager was started again.
 #pragma once
 
 #include <atomic>
@@ -16,14 +16,14 @@
 
 namespace unit {
 
-// Owns its two threads, which end when the object does.
+// Has two threads, which end with the object.
 class Subscriber {
  public:
   // `channel` is the index of the name in the list given to the constructor.
   using handler_t = std::function<void(std::size_t channel, std::span<const std::uint8_t> payload)>;
 
-  // `handle` is called on the subscriber's thread for each message; `connected` (may be empty) there too, each
-  // time that the subscriptions are made, since messages may have been missed before.
+  // The subscriber's thread calls `handle` for each message, and `connected` (may be empty) each time that the
+  // subscriptions have been made: messages before that were missed.
   Subscriber(std::vector<std::string> channels, handler_t handle, std::function<void()> connected = {});
   ~Subscriber();
   Subscriber(const Subscriber&) = delete;
@@ -44,7 +44,7 @@ class Subscriber {
   std::atomic<bool> connectedNow_{false};
   std::atomic<bool> stopping_{false};
   std::mutex mutex_;                      // guards client_ and the wait of Pause
-  std::shared_ptr<NM::NMClient> client_;  // the thread's, here for the destructor to wake it
+  std::shared_ptr<NM::NMClient> client_;  // used by the thread; here so that the destructor can wake it
   std::condition_variable wake_;
   std::thread thread_;
   std::thread watcher_;

@@ -1,28 +1,21 @@
 #include "unit/j1939/bus_report.h"
 
-#include <array>
-#include <cstdio>
+#include <utility>
 
 #include <nlohmann/json.hpp>
+
+#include "bus/text_fields.h"
 
 namespace unit {
 namespace {
 
-std::string FormatIdentifier(const bus::frame_t& frame) {
-  std::array<char, 12> text{};
-  static_cast<void>(
-      std::snprintf(text.data(), text.size(), frame.extended ? "%08X" : "%03X", frame.identifier));
-  return text.data();
-}
-
-std::string FormatData(const bus::frame_t& frame) {
-  static constexpr std::string_view DIGITS = "0123456789ABCDEF";
-  std::string text;
-  for (const std::uint8_t byte : frame.Bytes()) {
-    text += DIGITS[byte >> 4U];
-    text += DIGITS[byte & 0xFU];
-  }
-  return text;
+nlohmann::json ToJson(const bus::frame_t& frame, BusReport::direction_t direction) {
+  std::string data;
+  bus::AppendHexBytes(data, frame.Bytes());
+  return {{"time", static_cast<double>(frame.time_us) / 1e6},
+          {"id", bus::FormatIdentifier(frame)},
+          {"data", data},
+          {"direction", direction == BusReport::direction_t::RECEIVED ? "rx" : "tx"}};
 }
 
 }  // namespace
@@ -30,7 +23,7 @@ std::string FormatData(const bus::frame_t& frame) {
 void BusReport::Note(const bus::frame_t& frame, direction_t direction) {
   const std::lock_guard lock(mutex_);
   ++(direction == direction_t::RECEIVED ? received_ : sent_);
-  const std::string identifier = FormatIdentifier(frame);
+  const std::string identifier = bus::FormatIdentifier(frame);
   if (const auto found = identifiers_.find(identifier); found != identifiers_.end()) {
     ++found->second;
   } else if (identifiers_.size() < MAX_IDENTIFIERS) {
@@ -71,12 +64,7 @@ std::optional<std::string> BusReport::TakeIfChanged() {
                          {"dropped", dropped_},
                          {"identifiers", identifiers_}};
   nlohmann::json& frames = json["frames"] = nlohmann::json::array();
-  for (const entry_t& entry : frames_) {
-    frames.push_back({{"time", static_cast<double>(entry.frame.time_us) / 1e6},
-                      {"id", FormatIdentifier(entry.frame)},
-                      {"data", FormatData(entry.frame)},
-                      {"direction", entry.direction == direction_t::RECEIVED ? "rx" : "tx"}});
-  }
+  for (const seen_frame_t& seen : frames_) frames.push_back(ToJson(seen.frame, seen.direction));
   return json.dump();
 }
 

@@ -1,11 +1,11 @@
-// What the bus has seen: counts and the last frames, as they are published on BUS_CHANNEL_NAME.
+// The counts and the last frames of the bus, as they are published on BUS_CHANNEL_NAME.
 //
 // {"bus":"local","interface":"can0","state":"up","received":1,"sent":0,"refused":0,"dropped":0,
 //  "identifiers":{"18FF00D0":1},
 //  "frames":[{"time":1436509052.249713,"id":"18FF00D0","data":"0001060000000000","direction":"rx"}]}
 //
-// Directions are seen from the display unit; the last frame stands last; identifiers of eight digits are 29
-// bits long, of three 11.
+// "rx" is a frame to the display unit, "tx" one from it. The frames are in the order of the bus. An identifier
+// of eight digits has 29 bits, one of three digits 11.
 #pragma once
 
 #include <cstdint>
@@ -19,11 +19,11 @@
 
 namespace unit {
 
-// Any thread may call.
+// Any thread.
 class BusReport {
  public:
   static constexpr std::size_t LAST_FRAMES = 50;
-  static constexpr std::size_t MAX_IDENTIFIERS = 64;  // frames of further ones are counted in the sums alone
+  static constexpr std::size_t MAX_IDENTIFIERS = 64;  // frames with further ones count in the sums only
 
   enum class direction_t { RECEIVED, SENT };
 
@@ -34,13 +34,13 @@ class BusReport {
   void NoteDropped();
   void SetUp(bool up);
 
-  // The report when anything changed since it was taken last.
+  // The report; empty when nothing changed since the last call.
   std::optional<std::string> TakeIfChanged();
   std::map<std::string, std::uint64_t> Counters() const;
   bool IsUp() const;
 
  private:
-  struct entry_t {
+  struct seen_frame_t {
     bus::frame_t frame;
     direction_t direction;
   };
@@ -55,7 +55,7 @@ class BusReport {
   std::uint64_t refused_ = 0;
   std::uint64_t dropped_ = 0;
   std::map<std::string, std::uint64_t> identifiers_;
-  std::deque<entry_t> frames_;
+  std::deque<seen_frame_t> frames_;
 };
 
 }  // namespace unit

@@ -16,7 +16,7 @@ constexpr std::string_view MULTIPACKET = "multipacket";
 
 }  // namespace
 
-// A line is "standard 18ff00d0 ffffff OrvikReceiveChannel"; one that is not is passed over.
+// A line is "standard 18ff00d0 ffffff OrvikReceiveChannel"; lines of another form are skipped.
 FilterStore::FilterStore(std::string file) : file_(std::move(file)) {
   std::ifstream stream(file_);
   for (std::string line; std::getline(stream, line) && Count() < MAX_FILTERS;) {
@@ -49,7 +49,7 @@ void FilterStore::Remove() {
   std::filesystem::remove(file_, ignored);
 }
 
-// The filters work without the file too: it is for a service that comes after this one.
+// A failure is not reported: only a later run of the service needs the file.
 void FilterStore::Save() const {
   std::ostringstream text;
   text << std::hex;
@@ -59,7 +59,7 @@ void FilterStore::Save() const {
            << ' ' << filter.channelName << '\n';
     }
   }
-  std::ignore = bus::ReplaceFile(file_, text.str());
+  std::ignore = base::ReplaceFile(file_, text.str());
 }
 
 }  // namespace unit

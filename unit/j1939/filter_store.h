@@ -1,7 +1,7 @@
-// The filters that the J1939 service has been asked for, kept in the runtime directory.
+// The filters that the clients of the J1939 service have requested, kept in a file of the runtime directory.
 //
-// The application asks once, when it starts. A service that was killed and started again finds the filters
-// here, and the display hears its host again.
+// The application requests its filters once, when it starts. A J1939 service that was killed and started again
+// reads them from the file, so that the application receives the host's frames again.
 #pragma once
 
 #include <map>
@@ -11,21 +11,21 @@
 
 namespace unit {
 
-// One thread at a time uses an object.
+// Only one thread at a time may use an object.
 class FilterStore {
  public:
   static constexpr std::size_t MAX_FILTERS = 256;
 
-  // Takes over what a killed service left in `file`.
+  // Reads the filters that a killed service left in `file`.
   explicit FilterStore(std::string file);
 
-  // Enters or replaces a filter. False when there are too many.
+  // Adds or replaces a filter. False when there are too many.
   bool Add(const filter_request_t& filter);
-  // By identifier; only standard and multi-packet filters are kept.
+  // By identifier. `reach` is STANDARD or MULTIPACKET.
   const std::map<std::uint32_t, filter_request_t>& All(reach_t reach) const { return filters_.at(reach); }
   bool Has(std::uint32_t identifier) const { return All(reach_t::STANDARD).contains(identifier); }
   std::size_t Count() const;
-  // Forgets the file, at an orderly end.
+  // Removes the file, at an orderly end.
   void Remove();
 
  private:

@@ -10,7 +10,7 @@
 namespace unit {
 namespace {
 
-// Twice that, some 300,000 frames: half an hour of a host's usual traffic.
+// For each of the two files: together some 300,000 frames, half an hour of a host's usual traffic.
 constexpr std::size_t RECENT_BYTES = 8U << 20U;
 
 }  // namespace
@@ -42,8 +42,8 @@ void FrameLog::Flush() {
 
 void FrameLog::ReportFailure() {
   failed_ = true;
-  std::cerr << "j1939: the log " << file_ << " cannot be written any more (is the disk full?); the bus goes on"
-            << std::endl;
+  std::cerr << "j1939: the log " << file_
+            << " can no longer be written (is the disk full?); the bus runs on without it" << std::endl;
 }
 
 }  // namespace unit

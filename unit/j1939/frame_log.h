@@ -1,5 +1,5 @@
-// The log of the bus in candump's form (candump -L), both directions: the whole of it in a file where one is
-// wanted, and the last of it in the black box.
+// The log of the bus in candump's form (candump -L), both directions: all frames in a file where one is named,
+// the last frames in the black box.
 #pragma once
 
 #include <fstream>
@@ -11,13 +11,13 @@
 
 namespace unit {
 
-// Any thread may call. A log that cannot be written any more is reported once; the bus goes on.
+// Any thread. A log that can no longer be written is reported once; the service runs on.
 class FrameLog {
  public:
-  // Empty `file`: the black box alone. Throws std::runtime_error when the file cannot be made.
+  // With an empty `file`, writes the black box only. Throws std::runtime_error when the file cannot be made.
   FrameLog(const std::string& file, std::string interface);
   void Write(const bus::frame_t& frame);
-  // Hands what was written to the system.
+  // Writes the buffered lines to the file.
   void Flush();
 
  private:

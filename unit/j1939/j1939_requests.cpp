@@ -37,7 +37,7 @@ j1939_request_t ReadFilter(std::span<const std::uint8_t> message, reach_t reach)
 }
 
 j1939_request_t ReadSend(std::span<const std::uint8_t> message, reach_t reach) {
-  // The display leaves the length word of its replies at 0.
+  // The display application leaves the length word of its replies at 0.
   const std::uint32_t length = LoadLe32(message, J1939_LENGTH_AT);
   if (length != 0 && length != message.size()) return refused_request_t{"wrong length"};
   if (message.size() > J1939_MESSAGE_SIZE) return refused_request_t{"longer than a message"};

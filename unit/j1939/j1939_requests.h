@@ -1,4 +1,4 @@
-// The requests of the J1939 service's clients, read from their messages (layout: hostlink/j1939_external.h).
+// Reads the requests of the J1939 service's clients (layout: src/hostlink/j1939_external.h).
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@ namespace unit {
 
 enum class reach_t { STANDARD, MULTIPACKET, FASTPACKET };
 
-// Frames with this identifier are to be delivered on the named channel.
+// Requests the delivery of frames with this identifier on the named channel.
 struct filter_request_t {
   reach_t reach = reach_t::STANDARD;
   std::uint32_t identifier = 0;
@@ -19,19 +19,19 @@ struct filter_request_t {
   std::string channelName;
 };
 
-// Data to be put on the bus; `data` points into the message.
+// Requests to send data on the bus; `data` points into the message.
 struct send_request_t {
   reach_t reach = reach_t::STANDARD;
   std::uint32_t identifier = 0;
   std::span<const std::uint8_t> data;
 };
 
-// Why a message is no request; a text for a person.
+// Why a message is refused, for the user.
 struct refused_request_t {
   const char* why = "";
 };
 
-constexpr std::uint32_t CAN_PORT = 1;  // the display unit's only one
+constexpr std::uint32_t CAN_PORT = 1;  // the display unit has only this one
 constexpr std::uint32_t LAST_IDENTIFIER = 0x1FFFFFFF;
 constexpr std::size_t LARGEST_MULTIPACKET = 1785;  // SAE J1939-21: 255 packets of 7 bytes
 

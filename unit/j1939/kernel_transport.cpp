@@ -20,14 +20,14 @@ namespace {
 constexpr timeval SEND_TIMEOUT{2, 0};
 constexpr std::uint32_t PDU1_LIMIT = 0xF000;  // PGNs below carry the destination in their low byte
 
-struct address_t {
+struct j1939_address_t {
   std::uint8_t priority;
   std::uint32_t pgn;
   std::uint8_t destination;
   std::uint8_t source;
 };
 
-address_t Split(std::uint32_t identifier) {
+j1939_address_t Split(std::uint32_t identifier) {
   const std::uint32_t pgn = (identifier >> 8U) & 0x3FFFFU;
   const bool isPdu1 = (pgn & 0xFFFFU) < PDU1_LIMIT;
   return {.priority = static_cast<std::uint8_t>(identifier >> 26U),
@@ -36,7 +36,7 @@ address_t Split(std::uint32_t identifier) {
           .source = static_cast<std::uint8_t>(identifier)};
 }
 
-std::uint32_t Join(const address_t& address) {
+std::uint32_t Join(const j1939_address_t& address) {
   const bool isPdu1 = (address.pgn & 0xFFFFU) < PDU1_LIMIT;
   const std::uint32_t pgn = isPdu1 ? address.pgn | address.destination : address.pgn;
   return std::uint32_t{address.priority} << 26U | pgn << 8U | address.source;
@@ -57,9 +57,9 @@ sockaddr_can SocketAddress(unsigned interfaceIndex, std::uint8_t address, std::u
                            "; load the kernel's J1939 with: modprobe can-j1939");
 }
 
-// A socket that is the station `source` of the bus and may send to all.
-bus::Descriptor OpenStation(unsigned interfaceIndex, std::uint8_t source, std::uint32_t pgn) {
-  bus::Descriptor station(socket(PF_CAN, SOCK_DGRAM | SOCK_CLOEXEC, CAN_J1939));
+// Opens a socket that is the station `source` of the bus and may broadcast.
+base::Descriptor OpenStation(unsigned interfaceIndex, std::uint8_t source, std::uint32_t pgn) {
+  base::Descriptor station(socket(PF_CAN, SOCK_DGRAM | SOCK_CLOEXEC, CAN_J1939));
   if (station.Get() < 0) Fail("no J1939 socket");
   const int on = 1;
   setsockopt(station.Get(), SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
@@ -71,7 +71,7 @@ bus::Descriptor OpenStation(unsigned interfaceIndex, std::uint8_t source, std::u
 }
 
 // Destination and priority of a received message.
-void ReadControl(msghdr& header, address_t& address) {
+void ReadControl(msghdr& header, j1939_address_t& address) {
   for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part)) {
     if (part->cmsg_level != SOL_CAN_J1939) continue;
     if (part->cmsg_type == SCM_J1939_DEST_ADDR) address.destination = *CMSG_DATA(part);
@@ -79,22 +79,41 @@ void ReadControl(msghdr& header, address_t& address) {
   }
 }
 
+// Reads one message and its address. Returns its bytes as recvmsg does.
+ssize_t ReceiveMessage(int receiver, std::span<std::uint8_t> data, j1939_address_t& address) {
+  constexpr std::uint8_t DEFAULT_PRIORITY = 6;
+  sockaddr_can from{};
+  iovec part{data.data(), data.size()};
+  alignas(cmsghdr) std::array<char, 128> control{};
+  msghdr header{};
+  header.msg_name = &from;
+  header.msg_namelen = sizeof from;
+  header.msg_iov = &part;
+  header.msg_iovlen = 1;
+  header.msg_control = control.data();
+  header.msg_controllen = control.size();
+  const ssize_t got = recvmsg(receiver, &header, MSG_DONTWAIT);
+  address = {DEFAULT_PRIORITY, from.can_addr.j1939.pgn, J1939_NO_ADDR, from.can_addr.j1939.addr};
+  if (got >= 0) ReadControl(header, address);
+  return got;
+}
+
 }  // namespace
 
 KernelTransport::KernelTransport(const std::string& interface)
     : interfaceIndex_(if_nametoindex(interface.c_str())) {
   if (interfaceIndex_ == 0) throw std::runtime_error(interface + ": there is no such interface");
-  // Bound to the display's address, so that the kernel answers transfers that are meant for it.
+  // Bound to the display's address, so that the kernel answers the transfers to the display.
   receiver_ = OpenStation(interfaceIndex_, DISPLAY_FRAME_ID & 0xFFU, J1939_NO_PGN);
   const int on = 1;
-  // The kernel gives the flag's value back, not 0.
+  // Success is the flag's value here, not 0, so only a negative result is a failure.
   if (setsockopt(receiver_.Get(), SOL_CAN_J1939, SO_J1939_PROMISC, &on, sizeof on) < 0) {
-    Fail("cannot listen to all J1939 messages");
+    Fail("cannot receive all J1939 messages");
   }
 }
 
 std::string KernelTransport::Send(std::uint32_t identifier, std::span<const std::uint8_t> data) {
-  const address_t address = Split(identifier);
+  const j1939_address_t address = Split(identifier);
   const std::lock_guard lock(mutex_);
   try {
     const int sender = SendingSocket(address.source);
@@ -112,7 +131,7 @@ std::string KernelTransport::Send(std::uint32_t identifier, std::span<const std:
 int KernelTransport::SendingSocket(std::uint8_t source) {
   const auto found = senders_.find(source);
   if (found != senders_.end()) return found->second.Get();
-  bus::Descriptor station = OpenStation(interfaceIndex_, source, J1939_NO_PGN);
+  base::Descriptor station = OpenStation(interfaceIndex_, source, J1939_NO_PGN);
   setsockopt(station.Get(), SOL_SOCKET, SO_SNDTIMEO, &SEND_TIMEOUT, sizeof SEND_TIMEOUT);
   return senders_.emplace(source, std::move(station)).first->second.Get();
 }
@@ -121,22 +140,11 @@ bool KernelTransport::Receive(transport_message_t& message, int timeout_ms) {
   pollfd polled{receiver_.Get(), POLLIN, 0};
   if (poll(&polled, 1, timeout_ms) <= 0) return false;
   message.data.resize(LARGEST_MULTIPACKET + 1);
-  sockaddr_can from{};
-  iovec part{message.data.data(), message.data.size()};
-  alignas(cmsghdr) std::array<char, 128> control{};
-  msghdr header{};
-  header.msg_name = &from;
-  header.msg_namelen = sizeof from;
-  header.msg_iov = &part;
-  header.msg_iovlen = 1;
-  header.msg_control = control.data();
-  header.msg_controllen = control.size();
-  const ssize_t got = recvmsg(receiver_.Get(), &header, MSG_DONTWAIT);
-  // Messages of one frame come as such from the raw socket.
+  j1939_address_t address{};
+  const ssize_t got = ReceiveMessage(receiver_.Get(), message.data, address);
+  // Messages of one frame also arrive at the raw socket, which delivers them.
   if (got <= 8 || std::cmp_greater(got, LARGEST_MULTIPACKET)) return false;
   message.data.resize(static_cast<std::size_t>(got));
-  address_t address{6, from.can_addr.j1939.pgn, J1939_NO_ADDR, from.can_addr.j1939.addr};
-  ReadControl(header, address);
   message.identifier = Join(address);
   return true;
 }

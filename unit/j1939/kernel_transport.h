@@ -1,5 +1,5 @@
-// Messages of more than one frame on a kernel bus, through the kernel's J1939 sockets (CAN_J1939), which run
-// the transport protocol of SAE J1939-21.
+// Sends and receives messages of more than one frame on a kernel bus, through the kernel's J1939 sockets
+// (CAN_J1939). The kernel runs the transport protocol of SAE J1939-21.
 #pragma once
 
 #include <cstdint>
@@ -16,31 +16,31 @@
 
 namespace unit {
 
-// A message as it was put together: its identifier is made of priority, PGN, destination (PDU 1) and source.
+// A received message. Its identifier is made of priority, PGN, destination (PDU 1) and source.
 struct transport_message_t {
   std::uint32_t identifier = 0;
   std::vector<std::uint8_t> data;
 };
 
-// Sends and receives on one interface. Any thread may call, one at a time in Receive.
+// For one interface. Any thread may call; only one at a time may call Receive.
 class KernelTransport {
  public:
-  // Throws std::runtime_error where the interface or the kernel's J1939 is not there.
+  // Throws std::runtime_error when there is no such interface or the kernel has no J1939.
   explicit KernelTransport(const std::string& interface);
 
-  // Sends a message, waiting at most two seconds for the transfer to begin. Empty when it has, else what is
-  // wrong.
+  // Sends a message; waits at most two seconds for the transfer to begin. Returns the problem; empty when it
+  // has begun.
   std::string Send(std::uint32_t identifier, std::span<const std::uint8_t> data);
-  // Waits at most `timeout_ms` for a message of more than eight bytes. False when there is none.
+  // Waits at most `timeout_ms` for a message of more than eight bytes. False when none arrives.
   bool Receive(transport_message_t& message, int timeout_ms);
 
  private:
   int SendingSocket(std::uint8_t source);
 
   unsigned interfaceIndex_ = 0;
-  bus::Descriptor receiver_;
-  std::mutex mutex_;                                 // guards senders_
-  std::map<std::uint8_t, bus::Descriptor> senders_;  // by source address
+  base::Descriptor receiver_;
+  std::mutex mutex_;                                  // guards senders_
+  std::map<std::uint8_t, base::Descriptor> senders_;  // by source address
 };
 
 }  // namespace unit

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <stdexcept>
@@ -14,6 +15,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "base/host_port.h"
 #include "bus/socketcand_text.h"
 
 namespace unit {
@@ -21,18 +23,17 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr std::size_t READ_SIZE = 4096;    // a turn's worth: at most some 340 frames
+constexpr std::size_t READ_SIZE = 4096;    // at most some 340 frames in one step
 constexpr int SOCKET_BUFFER = 256 * 1024;  // what the kernel holds for a station that does not read
 constexpr int BACKLOG = 16;
-constexpr std::size_t FIRST_STATION = 2;  // its place among the polled descriptors
+constexpr std::size_t FIRST_STATION = 2;  // its index among the polled descriptors
 
 std::string Name(const sockaddr* address, socklen_t size) {
   std::array<char, NI_MAXHOST> host{};
   std::array<char, NI_MAXSERV> port{};
   getnameinfo(address, size, host.data(), host.size(), port.data(), port.size(),
               NI_NUMERICHOST | NI_NUMERICSERV);
-  const std::string name = host.data();
-  return (address->sa_family == AF_INET6 ? "[" + name + "]" : name) + ":" + port.data();
+  return base::FormatHostPort({host.data(), std::atoi(port.data())});
 }
 
 bool IsLoopback(const sockaddr* address) {
@@ -46,18 +47,22 @@ bool IsLoopback(const sockaddr* address) {
   return address->sa_family == AF_INET6 && IN6_IS_ADDR_LOOPBACK(&v6.sin6_addr);
 }
 
-// "HOST:PORT" as the system's own form; the list's first entry is taken.
+base::host_port_t ParsePlace(const std::string& address) {
+  try {
+    return base::ParseHostPort(address);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error("\"" + address + "\" is no address: " + error.what() + "; write HOST:PORT");
+  }
+}
+
+// The first address that the system finds for "HOST:PORT".
 class ResolvedAddress {
  public:
   explicit ResolvedAddress(const std::string& address) {
-    const std::size_t colon = address.rfind(':');
-    if (colon == std::string::npos)
-      throw std::runtime_error("\"" + address + "\" is no address; write HOST:PORT");
-    std::string host = address.substr(0, colon);
-    if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+    const base::host_port_t place = ParsePlace(address);
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
-    const int error = getaddrinfo(host.c_str(), address.c_str() + colon + 1, &hints, &list_);
+    const int error = getaddrinfo(place.host.c_str(), std::to_string(place.port).c_str(), &hints, &list_);
     if (error != 0) {
       throw std::runtime_error("\"" + address + "\": " + gai_strerror(error) + "; write HOST:PORT");
     }
@@ -97,7 +102,7 @@ void LocalBus::Listen(const std::string& address) {
     throw std::runtime_error("the bus may be served on the loopback only, not on " + address +
                              "; use --socketcand 127.0.0.1:PORT");
   }
-  listener_ = bus::Descriptor(socket(info.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  listener_ = base::Descriptor(socket(info.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   const int on = 1;
   setsockopt(listener_.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
   if (bind(listener_.Get(), info.ai_addr, info.ai_addrlen) != 0 || listen(listener_.Get(), BACKLOG) != 0) {
@@ -118,7 +123,7 @@ bus::Endpoint::result_t LocalBus::Send(const bus::frame_t& frame, int timeout_ms
   if (!roomAgain_.wait_for(lock, std::chrono::milliseconds(timeout_ms), isFree)) return result_t::TIMEOUT;
   Broadcast(frame, nullptr);
   FlushAll();
-  Wake();  // for what the sockets did not take
+  Wake();  // to send later what the sockets did not accept
   return result_t::OK;
 }
 
@@ -150,7 +155,7 @@ std::map<std::string, std::uint64_t> LocalBus::Counters() const {
   const std::lock_guard lock(mutex_);
   std::uint64_t refused = refusedMessages_;
   for (const station_t& station : stations_) {
-    refused += station.conversation.Refused() + station.splitter.Dropped();
+    refused += station.session.Refused() + station.splitter.Dropped();
   }
   return {{"stations", stations_.size()},
           {"stations.refused", refusedStations_},
@@ -171,11 +176,7 @@ void LocalBus::Run() {
     std::uint64_t wakes = 0;
     if (polled[0].revents != 0 && read(wake_.Get(), &wakes, sizeof wakes) < 0 && errno != EAGAIN) return;
     const steady_clock::time_point now = steady_clock::now();
-    auto station = stations_.begin();
-    for (std::size_t i = FIRST_STATION; i < polled.size(); ++i, ++station) {
-      if ((polled[i].revents & (POLLIN | POLLERR | POLLHUP)) != 0 && !IsCongested()) Read(*station);
-      SendStatistics(*station, now);
-    }
+    ServeStations(std::span(polled).subspan(FIRST_STATION), now);
     if (polled[1].revents != 0) Accept();
     FlushAll();
     RemoveGone(now);
@@ -183,8 +184,8 @@ void LocalBus::Run() {
   }
 }
 
-// Nothing is read from anybody while a station is behind. A station that has closed its end meanwhile waits as
-// well (a negative descriptor is not polled): what it sent before still counts.
+// While a station is behind, no station is read. Also one that has closed its connection then waits, because
+// the frames that it sent before still count; poll skips its negative descriptor.
 std::vector<pollfd> LocalBus::Interests() const {
   std::vector<pollfd> polled = {{wake_.Get(), POLLIN, 0}, {listener_.Get(), POLLIN, 0}};
   const short in = IsCongested() ? 0 : POLLIN;
@@ -201,15 +202,24 @@ int LocalBus::WaitTime_ms(time_t now) const {
   const auto consider = [&next](time_t when) { next = std::min(next.value_or(when), when); };
   for (const station_t& station : stations_) {
     if (station.fullSince) consider(*station.fullSince + STALL_LIMIT);
-    if (station.conversation.StatisticsPeriod().count() > 0) consider(station.nextStatistics);
+    if (station.session.StatisticsPeriod().count() > 0) consider(station.nextStatistics);
   }
   if (!next) return -1;
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - now).count();
   return static_cast<int>(std::max<std::int64_t>(left, 0));
 }
 
+// `polled` has one entry for each station, in their order.
+void LocalBus::ServeStations(std::span<const pollfd> polled, time_t now) {
+  auto station = stations_.begin();
+  for (const pollfd& entry : polled) {
+    if ((entry.revents & (POLLIN | POLLERR | POLLHUP)) != 0 && !IsCongested()) Read(*station);
+    SendStatistics(*station++, now);
+  }
+}
+
 void LocalBus::Accept() {
-  bus::Descriptor socket(accept4(listener_.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+  base::Descriptor socket(accept4(listener_.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
   if (socket.Get() < 0) return;
   const int on = 1;
   setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -221,7 +231,7 @@ void LocalBus::Accept() {
     return;
   }
   stations_.emplace_back().socket = std::move(socket);
-  stations_.back().output = Conversation::GREETING;
+  stations_.back().output = SocketcandSession::GREETING;
 }
 
 void LocalBus::Read(station_t& station) {
@@ -237,7 +247,7 @@ void LocalBus::Read(station_t& station) {
 }
 
 void LocalBus::Obey(station_t& station, const std::string& message) {
-  const Conversation::outcome_t outcome = station.conversation.Take(message);
+  const SocketcandSession::outcome_t outcome = station.session.Take(message);
   if (!outcome.reply.empty()) Queue(station, outcome.reply, steady_clock::now());
   if (outcome.frame) {
     ++station.traffic[3];
@@ -245,15 +255,15 @@ void LocalBus::Obey(station_t& station, const std::string& message) {
   }
 }
 
-// Gives the frame to every station but its sender, of which null is the unit itself.
+// Sends the frame to every station but the sender; null means the unit itself.
 void LocalBus::Broadcast(bus::frame_t frame, const station_t* sender) {
   frame.time_us = bus::RealTime_us();
-  // The blank keeps python-can from losing a frame where a read ends within one: it drops the character before
-  // it.
+  // python-can drops the character before a message of which it has read only a part: the blank is for it to
+  // drop.
   const std::string text = " " + bus::FormatSocketcandFrame(frame);
   const time_t now = steady_clock::now();
   for (station_t& station : stations_) {
-    if (&station == sender || !station.conversation.WantsFrames()) continue;
+    if (&station == sender || !station.session.WantsFrames()) continue;
     Queue(station, text, now);
     ++station.traffic[1];
   }
@@ -275,7 +285,7 @@ void LocalBus::Flush(station_t& station) {
       send(station.socket.Get(), station.output.data(), station.output.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
   if (sent < 0) {
     if (errno == EAGAIN || errno == EINTR) return;
-    station.deaf = true;  // it has closed its end; what it sent before is still to be read
+    station.deaf = true;  // it has closed its connection; the frames that it sent before are still read
     station.output.clear();
     station.fullSince.reset();
     return;
@@ -290,7 +300,7 @@ void LocalBus::FlushAll() {
 }
 
 void LocalBus::SendStatistics(station_t& station, time_t now) {
-  const auto period = station.conversation.StatisticsPeriod();
+  const auto period = station.session.StatisticsPeriod();
   if (period.count() == 0 || now < station.nextStatistics) return;
   station.nextStatistics = now + period;
   std::string text = "< stat";
@@ -303,10 +313,10 @@ void LocalBus::RemoveGone(time_t now) {
     if (station.gone || !station.fullSince || now - *station.fullSince < STALL_LIMIT) continue;
     station.gone = true;
     ++droppedStations_;
-    std::cerr << "j1939: a station of the bus did not read for 2 s and was taken off it" << std::endl;
+    std::cerr << "j1939: a station of the bus did not read for 2 s and was disconnected" << std::endl;
   }
   stations_.remove_if([this](const station_t& station) {
-    if (station.gone) refusedMessages_ += station.conversation.Refused() + station.splitter.Dropped();
+    if (station.gone) refusedMessages_ += station.session.Refused() + station.splitter.Dropped();
     return station.gone;
   });
 }
@@ -317,7 +327,7 @@ bool LocalBus::AnyStationFull() const {
 
 void LocalBus::Wake() {
   const std::uint64_t one = 1;
-  // It can only fail with the counter at its end, which wakes just as well.
+  // The write fails only when the counter is full; the thread wakes then too.
   [[maybe_unused]] const ssize_t written = write(wake_.Get(), &one, sizeof one);
 }
 

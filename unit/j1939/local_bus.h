@@ -1,9 +1,8 @@
-// The local bus: a CAN bus without a kernel, which any number of programs join over the socketcand protocol
-// (TCP on the loopback), and on which the unit itself is one station.
+// The local bus: a CAN bus in this process. Other programs join it over the socketcand protocol (TCP on the
+// loopback); the unit itself is one station.
 //
-// Every frame goes to every other station, in the same order. Nothing is lost on the way: while a station has
-// not taken what waits for it, no sender is read. A station that stays behind for STALL_LIMIT is taken off the
-// bus.
+// Every frame goes to all other stations, in the same order for each. No frame is lost: while too much output
+// waits for one station, the bus reads from none. A station that does not read for STALL_LIMIT is disconnected.
 #pragma once
 
 #include <array>
@@ -16,6 +15,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,26 +26,26 @@
 #include "bus/can_frame.h"
 #include "bus/endpoint.h"
 #include "bus/socketcand_text.h"
-#include "unit/j1939/conversation.h"
+#include "unit/j1939/socketcand_session.h"
 
 namespace unit {
 
-// As an endpoint it is the unit's own station: Send and Receive are for one thread each, Interrupt for any.
+// As an endpoint it is the unit's own station: one thread may call Send, one Receive, and any Interrupt.
 class LocalBus : public bus::Endpoint {
  public:
   static constexpr std::size_t MAX_STATIONS = 32;
-  static constexpr std::size_t OUTPUT_HIGH = 65'536;  // bytes waiting for a station that stop the senders
-  static constexpr std::size_t OUTPUT_LOW = 32'768;   // ... and let them go on
-  static constexpr std::size_t INBOX_HIGH = 2048;     // the same for the unit's own station, in frames
+  static constexpr std::size_t OUTPUT_HIGH = 65'536;  // bytes that wait for a station: above, nothing is read
+  static constexpr std::size_t OUTPUT_LOW = 32'768;   // ... until they are down to this
+  static constexpr std::size_t INBOX_HIGH = 2048;     // the same for the unit's own station, frames
   static constexpr std::size_t INBOX_LOW = 1024;
   static constexpr std::chrono::seconds STALL_LIMIT{2};
 
-  // Listens on "HOST:PORT" of the loopback; port 0 takes any free one. Throws std::runtime_error saying what is
-  // wrong and what to do.
+  // Listens on "HOST:PORT" of the loopback; port 0 means any free port. Throws std::runtime_error with the
+  // problem and what to do about it.
   explicit LocalBus(const std::string& address);
   ~LocalBus() override;
 
-  // The address that it listens on: "127.0.0.1:29536".
+  // The address on which it listens: "127.0.0.1:29536".
   const std::string& Address() const { return address_; }
 
   result_t Send(const bus::frame_t& frame, int timeout_ms) override;
@@ -60,20 +60,21 @@ class LocalBus : public bus::Endpoint {
   using time_t = std::chrono::steady_clock::time_point;
 
   struct station_t {
-    bus::Descriptor socket;
-    Conversation conversation;
+    base::Descriptor socket;
+    SocketcandSession session;
     bus::SocketcandSplitter splitter;
     std::string output;
-    std::optional<time_t> fullSince;  // since when more than OUTPUT_HIGH waited, until it is below OUTPUT_LOW
+    std::optional<time_t> fullSince;  // set above OUTPUT_HIGH until the output is down to OUTPUT_LOW
     time_t nextStatistics;
     std::array<std::uint64_t, 4> traffic{};  // bytes and frames to it, bytes and frames from it
-    bool deaf = false;                       // takes nothing any more
+    bool deaf = false;                       // receives nothing any more
     bool gone = false;                       // to be removed
   };
 
   void Listen(const std::string& address);
   void Run();
   std::vector<pollfd> Interests() const;
+  void ServeStations(std::span<const pollfd> polled, time_t now);
   int WaitTime_ms(time_t now) const;
   void Accept();
   void Read(station_t& station);
@@ -88,22 +89,22 @@ class LocalBus : public bus::Endpoint {
   bool IsCongested() const { return inboxFull_ || AnyStationFull(); }
   void Wake();
 
-  bus::Descriptor listener_;
-  bus::Descriptor wake_;
+  base::Descriptor listener_;
+  base::Descriptor wake_;
   std::string address_;
   std::thread thread_;
   std::atomic<bool> stopping_{false};
 
   mutable std::mutex mutex_;  // guards all below
   std::list<station_t> stations_;
-  std::deque<bus::frame_t> inbox_;  // what the unit's own station has not received yet
+  std::deque<bus::frame_t> inbox_;  // frames for the unit's own station
   bool inboxFull_ = false;
   bool interrupted_ = false;
   std::condition_variable received_;
   std::condition_variable roomAgain_;
   std::uint64_t refusedStations_ = 0;
   std::uint64_t droppedStations_ = 0;
-  std::uint64_t refusedMessages_ = 0;  // of stations that have left
+  std::uint64_t refusedMessages_ = 0;  // by stations that have left
 };
 
 }  // namespace unit

@@ -1,20 +1,20 @@
-// How the bus is slowed down while the application does not keep up with its frames.
+// Slows down the bus while the application does not keep up with its frames.
 #pragma once
 
 #include <chrono>
 
 namespace unit {
 
-// Decides on the pause after each delivered frame from the room that is left at the fullest subscriber. Below
-// ENOUGH_ROOM it is 1 ms, longer as the room goes to its end, so that a subscriber that has stopped for some
-// seconds still loses nothing. A subscriber that stays full is given up after one pause of LONGEST: the bus
-// then goes on for the others.
+// Computes the pause after each delivered frame from the room that the fullest subscriber's queue has left.
+// Below ENOUGH_ROOM the pause is 1 ms; it grows as the room shrinks, so that a subscriber that stops for some
+// seconds loses no frame. A subscriber whose queue stays full gets one pause of LONGEST; then the bus runs on
+// for the others.
 class Pacing {
  public:
   static constexpr int ENOUGH_ROOM = 512;
   static constexpr std::chrono::milliseconds LONGEST{2000};
 
-  // `room`: the manager's result of the delivery.
+  // `room`: the result of the delivery, in messages; negative when no subscriber took the frame.
   std::chrono::milliseconds PauseAfter(int room);
 
  private:

@@ -58,14 +58,20 @@ int Exchange::Publish(int sender, int channel, std::span<const std::uint8_t> pay
     if (!message.payload) {
       message.payload = std::make_shared<const std::vector<std::uint8_t>>(payload.begin(), payload.end());
     }
-    client_t& client = clients_.at(id);
-    const bool lostNothing = MakeRoom(client, payload.size());
-    client.queue.push_back(message);
-    client.bytes += payload.size();
-    Announce(id, client);
-    room = lostNothing ? std::min(room, RoomFor(client, payload.size())) : 0;
+    room = std::min(room, Queue(id, message));
   }
   return static_cast<int>(std::min<std::size_t>(room, std::numeric_limits<int>::max()));
+}
+
+// Returns the room for more messages of this size; 0 when the client lost a message.
+std::size_t Exchange::Queue(int id, const message_t& message) {
+  client_t& client = clients_.at(id);
+  const std::size_t bytes = message.payload->size();
+  const bool lostNothing = MakeRoom(client, bytes);
+  client.queue.push_back(message);
+  client.bytes += bytes;
+  Announce(id, client);
+  return lostNothing ? RoomFor(client, bytes) : 0;
 }
 
 std::optional<message_t> Exchange::Fetch(int id) {
@@ -96,7 +102,7 @@ std::vector<loss_t> Exchange::TakeLosses() {
   return losses;
 }
 
-// Drops the oldest messages until one of `bytes` fits. False when any was dropped.
+// Drops the oldest messages until one of `bytes` bytes fits. False when it dropped any.
 bool Exchange::MakeRoom(client_t& client, std::size_t bytes) {
   const std::uint64_t before = lost_;
   while (!client.queue.empty() &&
@@ -109,13 +115,13 @@ bool Exchange::MakeRoom(client_t& client, std::size_t bytes) {
   return lost_ == before;
 }
 
-// Sends a pulse for each message that has none yet. True when it sent any.
+// Sends a pulse for each message that has none yet. True when it sent one.
 bool Exchange::Announce(int id, client_t& client) {
   const std::size_t before = client.announced;
   while (client.announced < client.queue.size()) {
     const PulsePort::result_t result = pulses_.Send(id);
     if (result == PulsePort::result_t::FULL) owed_ = true;
-    if (result != PulsePort::result_t::SENT) break;  // GONE: its connection is about to end
+    if (result != PulsePort::result_t::SENT) break;  // GONE: RemoveConnection follows
     ++client.announced;
   }
   return client.announced > before;

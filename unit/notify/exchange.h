@@ -1,7 +1,6 @@
-// Who gets what: the clients, the named channels and the queues of the notification manager.
+// The clients, the named channels and the queues of the notification manager.
 //
-// No input or output of its own but the pulses, which go through a PulsePort. One thread at a time uses an
-// object.
+// Its only output are the pulses, which go through a PulsePort. Only one thread at a time may use an object.
 #pragma once
 
 #include <cstddef>
@@ -20,25 +19,26 @@
 
 namespace unit {
 
-// The way of a pulse to a client's own channel.
+// Sends pulses to the clients' own channels.
 class PulsePort {
  public:
   enum class result_t { SENT, FULL, GONE };
   virtual ~PulsePort() = default;
-  // Connects to channel `chid` of `process`; false when it cannot be reached.
+  // Connects to channel `chid` of `process`; false when that fails.
   virtual bool Open(int client, int process, int chid) = 0;
-  // Tells the client that a message waits. Never blocks; FULL: its channel has no room for a pulse now.
+  // Tells the client that a message waits. Never blocks. FULL: the channel has no room for a pulse now; GONE:
+  // the client has ended.
   virtual result_t Send(int client) = 0;
   virtual void Close(int client) = 0;
 };
 
-// Bounds of one subscriber's queue; both hold, and the oldest messages go when a new one does not fit.
+// Both bounds hold for each subscriber's queue. When a new message does not fit, the oldest ones are dropped.
 struct queue_limits_t {
   std::size_t messages;
   std::size_t bytes;
 };
 
-// One message; its payload is shared by all the queues that it waits in.
+// One message. All queues that it waits in share its payload.
 struct message_t {
   int channel = -1;
   std::shared_ptr<const std::vector<std::uint8_t>> payload;
@@ -58,32 +58,33 @@ class Exchange {
 
   Exchange(queue_limits_t limits, PulsePort& pulses) : limits_(limits), pulses_(pulses) {}
 
-  // Takes a client of `connection` whose pulses go to channel `chid` of `process`. Its identity, from 1; 0 when
-  // there are too many, -1 when its channel cannot be reached.
+  // Adds a client of `connection` whose pulses go to channel `chid` of `process`. Returns its identity, from 1;
+  // 0 when there are too many clients, -1 when the channel cannot be reached.
   int AddClient(int connection, int process, int chid);
-  // Forgets every client of a connection that has ended, with what waits for it.
+  // Removes the clients of a connection that has ended, and their queues.
   void RemoveConnection(int connection);
-  // True when `client` is one that came over `connection`.
+  // Whether `client` was added for `connection`.
   bool Owns(int connection, int client) const;
 
-  // The number of the channel with this name, from 1, made when it is new; 0 when there are too many.
+  // The number of the channel with this name, from 1. Adds the channel when the name is new; 0 when there are
+  // too many.
   int RegisterName(std::string_view name);
   bool HasChannel(int channel) const { return channel >= 1 && std::cmp_less_equal(channel, channels_.size()); }
-  // The client and the channel exist. Subscribing again changes nothing.
+  // The client and the channel must exist. A second subscription changes nothing.
   void Subscribe(int client, int channel);
 
-  // Queues the payload for every subscriber but the sender, in the order of subscribing. The messages (of this
-  // size) that the fullest of them still has room for, 0 once one of them has lost a message by it.
+  // Queues the payload for every subscriber but the sender, in the order of subscribing. Returns how many more
+  // messages of this size the fullest of their queues has room for; 0 when one of them lost a message.
   int Publish(int sender, int channel, std::span<const std::uint8_t> payload);
   // The client's oldest message.
   std::optional<message_t> Fetch(int client);
 
-  // True while a message waits for which no pulse could be sent; PayOwedPulses tries again, true when it sent
-  // one.
+  // True while a message waits for which no pulse could be sent. PayOwedPulses tries again and returns true
+  // when it sent one.
   bool AnyPulseOwed() const { return owed_; }
   bool PayOwedPulses();
 
-  // What was lost since the last call, one entry a client.
+  // The losses since the last call, one entry for each client that lost messages.
   std::vector<loss_t> TakeLosses();
 
   std::size_t ClientCount() const { return clients_.size(); }
@@ -98,8 +99,8 @@ class Exchange {
     int process = 0;
     std::deque<message_t> queue;
     std::size_t bytes = 0;
-    // Pulses sent that no fetch has answered yet. A message that is dropped leaves its pulse to the one that
-    // takes its place, so that pulses and messages stay in step.
+    // The pulses that no fetch has answered yet. The pulse of a dropped message counts for the message that
+    // takes its place, so that the numbers of pulses and of messages stay equal.
     std::size_t announced = 0;
     std::uint64_t unreportedLosses = 0;
   };
@@ -108,6 +109,7 @@ class Exchange {
     std::vector<int> subscribers;
   };
 
+  std::size_t Queue(int id, const message_t& message);
   bool MakeRoom(client_t& client, std::size_t bytes);
   bool Announce(int id, client_t& client);
   std::size_t RoomFor(const client_t& client, std::size_t bytes) const;
@@ -115,7 +117,7 @@ class Exchange {
   queue_limits_t limits_;
   PulsePort& pulses_;
   std::unordered_map<int, client_t> clients_;
-  std::vector<channel_t> channels_;  // channel n stands at n - 1
+  std::vector<channel_t> channels_;  // channel n is at index n - 1
   std::map<std::string, int, std::less<>> numbers_;
   int lastClient_ = 0;
   bool owed_ = false;

@@ -27,7 +27,7 @@ std::string HeartbeatMonitor::Load(const std::string& genericFile) {
   channelName_ = events.attribute("channel").as_string();
   for (worker_t& worker : workers_) worker.id = FindEvent(events, worker.event);
   exitId_ = FindEvent(events, EXIT_EVENT);
-  return channelName_.empty() ? genericFile + ": has no <Events channel=\"...\">" : std::string();
+  return channelName_.empty() ? genericFile + ": there is no <Events channel=\"...\">" : std::string();
 }
 
 std::optional<std::string> HeartbeatMonitor::Note(int channel, std::span<const std::uint8_t> payload,
@@ -43,7 +43,7 @@ std::optional<std::string> HeartbeatMonitor::Note(int channel, std::span<const s
   return std::string("notify: the application's ") + worker->name + " worker is back";
 }
 
-// From its end on nothing is expected of the workers, until they are heard again after LEAVING_TIME.
+// After the application's end no heartbeat is expected until one arrives later than LEAVING_TIME.
 bool HeartbeatMonitor::NoteEnd(std::uint32_t event, time_t now) {
   if (exitId_ != event) return false;
   for (worker_t& worker : workers_) {

@@ -27,7 +27,7 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
-// Codes of the pulses that the service sends to itself, and of the one that its clients get.
+// The codes of the pulses that the service sends to itself, and of the pulse to its clients.
 constexpr int PULSE_TICK = 1;
 constexpr int PULSE_STOP = 2;
 constexpr int PULSE_MESSAGE_WAITS = 1;
@@ -35,7 +35,7 @@ constexpr std::chrono::milliseconds TICK = 200ms;
 constexpr std::chrono::milliseconds OWED_TICK = 5ms;
 constexpr auto REPORT_PERIOD = 1s;
 
-// The connections to the clients' own channels.
+// The connections to the channels of the clients.
 class ClientPulses : public PulsePort {
  public:
   ~ClientPulses() override {
@@ -73,7 +73,10 @@ class NotifyService : public Service {
   status_t GetStatus() const override;
 
  private:
+  void TakeName();
   void Serve();
+  std::size_t Answer(std::span<const std::uint8_t> request, const _msg_info& info,
+                     std::span<std::uint8_t, NM_MESSAGE_SIZE> reply);
   bool IsStopping();
   void TakePulse(const _pulse& pulse);
   void NoteEvent(int channel, std::span<const std::uint8_t> payload);
@@ -90,17 +93,17 @@ class NotifyService : public Service {
   std::thread pacer_;
   std::atomic<bool> up_{false};
 
-  mutable std::mutex mutex_;  // guards the four below: the server thread's, and read by GetStatus
+  mutable std::mutex mutex_;  // guards the four below; the server thread writes them, GetStatus reads them
   HeartbeatMonitor heartbeats_;
   ClientPulses pulses_;
   Exchange exchange_;
   RequestHandler requests_;
 
-  steady_clock::time_point nextReport_;  // the server thread's
+  steady_clock::time_point nextReport_;  // of the server thread
 
   std::mutex paceMutex_;  // guards the three below
   bool stopping_ = false;
-  bool fast_ = false;  // a pulse is owed: tick soon
+  bool fast_ = false;  // the next tick comes after owedDelay_, because a pulse is owed
   std::chrono::milliseconds owedDelay_ = OWED_TICK;
   std::condition_variable paceChanged_;
 };
@@ -111,6 +114,14 @@ void NotifyService::Start() {
   } else {
     heartbeats_.SetChannel(exchange_.RegisterName(heartbeats_.ChannelName()));
   }
+  TakeName();
+  stopping_ = false;
+  up_ = true;
+  server_ = std::thread([this] { Serve(); });
+  pacer_ = std::thread([this] { Pace(); });
+}
+
+void NotifyService::TakeName() {
   attach_ = name_attach(nullptr, NM_SERVER_NAME, 0);
   if (attach_ == nullptr) {
     const int error = errno;
@@ -125,10 +136,6 @@ void NotifyService::Start() {
     attach_ = nullptr;
     throw std::runtime_error(std::string("cannot connect to its own channel: ") + std::strerror(error));
   }
-  stopping_ = false;
-  up_ = true;
-  server_ = std::thread([this] { Serve(); });
-  pacer_ = std::thread([this] { Pace(); });
 }
 
 void NotifyService::Stop() {
@@ -139,7 +146,7 @@ void NotifyService::Stop() {
   }
   paceChanged_.notify_all();
   pacer_.join();
-  // Where the channel has no room for the pulse, the thread has something to receive and looks at the flag.
+  // A channel without room for this pulse has others, which wake the thread; it then finds stopping_ set.
   MsgSendPulse(self_, getprio(0), PULSE_STOP, 0);
   server_.join();
   ConnectDetach(self_);
@@ -173,27 +180,30 @@ void NotifyService::Serve() {
   while (!IsStopping()) {
     _msg_info info{};
     const int rcvid = MsgReceive(attach_->chid, request.data(), request.size(), &info);
-    if (rcvid < 0) {
-      if (errno == EINTR) continue;
-      std::cerr << "notify: cannot receive any more: " << std::strerror(errno) << std::endl;
-      break;
+    if (rcvid > 0) {
+      const auto received = static_cast<std::size_t>(std::max(info.msglen, 0));
+      const std::size_t size = Answer(std::span(request).first(received), info, reply);
+      MsgReply(rcvid, 0, reply.data(), size);  // fails when the client has ended, which needs no answer
     } else if (rcvid == 0) {
       _pulse pulse;
       std::memcpy(&pulse, request.data(), sizeof pulse);
       TakePulse(pulse);
-    } else {
-      const auto received = static_cast<std::size_t>(std::max(info.msglen, 0));
-      const auto sent = static_cast<std::size_t>(std::max(info.srcmsglen, info.msglen));
-      std::size_t size = 0;
-      {
-        const std::lock_guard lock(mutex_);
-        size = requests_.Answer({std::span(request).first(received), sent, info.scoid}, reply);
-        if (exchange_.AnyPulseOwed()) AskForTicks();
-      }
-      MsgReply(rcvid, 0, reply.data(), size);  // a client that has gone meanwhile needs no answer
+    } else if (errno != EINTR) {
+      std::cerr << "notify: cannot receive any more: " << std::strerror(errno) << std::endl;
+      break;
     }
   }
   up_ = false;
+}
+
+// Returns the size of the reply.
+std::size_t NotifyService::Answer(std::span<const std::uint8_t> request, const _msg_info& info,
+                                  std::span<std::uint8_t, NM_MESSAGE_SIZE> reply) {
+  const auto sent = static_cast<std::size_t>(std::max(info.srcmsglen, info.msglen));
+  const std::lock_guard lock(mutex_);
+  const std::size_t size = requests_.Answer({request, sent, info.scoid}, reply);
+  if (exchange_.AnyPulseOwed()) AskForTicks();
+  return size;
 }
 
 bool NotifyService::IsStopping() {
@@ -243,7 +253,7 @@ void NotifyService::ReportLosses(steady_clock::time_point now) {
   nextReport_ = now + REPORT_PERIOD;
 }
 
-// Has the next tick come soon, because a pulse is owed.
+// Makes the next tick come soon, because a pulse is owed.
 void NotifyService::AskForTicks() {
   {
     const std::lock_guard lock(paceMutex_);
@@ -253,20 +263,21 @@ void NotifyService::AskForTicks() {
   paceChanged_.notify_all();
 }
 
-// A client that does not read at all is tried less and less often; its own fetch pays at once in any case.
+// A client that does not read is tried less and less often. Its next fetch sends the owed pulses at once in any
+// case.
 void NotifyService::SetOwedDelay(bool paid) {
   const std::lock_guard lock(paceMutex_);
   owedDelay_ = paid ? OWED_TICK : std::min(owedDelay_ * 2, TICK);
 }
 
-// The pacer thread: makes the server look at the time, which a blocked receive does not.
+// The pacer thread: sends the server thread a tick, since MsgReceive has no time limit.
 void NotifyService::Pace() {
   std::unique_lock lock(paceMutex_);
   while (!stopping_) {
     if (!fast_) paceChanged_.wait_for(lock, TICK, [this] { return stopping_ || fast_; });
     if (fast_) paceChanged_.wait_for(lock, owedDelay_, [this] { return stopping_; });
     fast_ = false;
-    MsgSendPulse(self_, getprio(0), PULSE_TICK, 0);  // one that finds no room is made good by the next
+    MsgSendPulse(self_, getprio(0), PULSE_TICK, 0);  // the next tick makes up for one that finds no room
   }
 }
 

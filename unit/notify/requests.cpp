@@ -48,7 +48,7 @@ std::size_t RequestHandler::Answer(const request_t& request, std::span<std::uint
   return NM_HEADER_SIZE + static_cast<std::size_t>(result.length);
 }
 
-// Checks what all requests have in common, then does what this one asks for.
+// Checks the fields that all requests have, then carries out the request.
 refusal_t RequestHandler::Carry(const request_t& request, parsed_t& parsed, result_t& result) {
   if (request.bytes.size() < NM_HEADER_SIZE) return refusal_t::TRUNCATED_HEADER;
   parsed.type = LoadWord(request.bytes, NM_TYPE_AT);
@@ -66,7 +66,7 @@ refusal_t RequestHandler::Carry(const request_t& request, parsed_t& parsed, resu
 }
 
 refusal_t RequestHandler::Connect(const parsed_t& request, result_t& result) {
-  // The connect request's length word is 0 although two words follow.
+  // The length word of a connect request is 0 although two words follow.
   if (request.payload.size() < NM_CONNECT_SIZE - NM_HEADER_SIZE) return refusal_t::BAD_LENGTH;
   const int process = LoadWord(request.payload, NM_CONNECT_PID_AT - NM_HEADER_SIZE);
   const int chid = LoadWord(request.payload, NM_CONNECT_CHID_AT - NM_HEADER_SIZE);

@@ -1,4 +1,4 @@
-// The requests of the notification manager's clients, read and answered (layout: services/nm_messages.h).
+// Reads and answers the requests of the notification manager's clients (layout: src/services/nm_messages.h).
 #pragma once
 
 #include <array>
@@ -18,10 +18,10 @@ enum class refusal_t : std::int32_t {
   TRUNCATED_HEADER = 1,  // fewer than 16 bytes
   OVERSIZE = 2,          // more than a message holds
   BAD_TYPE = 3,
-  BAD_LENGTH = 4,       // negative, or not what the message carries
-  WRONG_CLIENT = 5,     // an identity that this connection was not given
-  UNKNOWN_CHANNEL = 6,  // a number that no name has
-  BAD_NAME = 7,         // empty of a terminating zero, or longer than 127 bytes
+  BAD_LENGTH = 4,       // negative, or not the length of the payload
+  WRONG_CLIENT = 5,     // an identity of another connection
+  UNKNOWN_CHANNEL = 6,  // a number without a name
+  BAD_NAME = 7,         // without a terminating zero, or longer than 127 bytes
   TOO_MANY = 8,         // clients or channels
   NO_PULSE = 9,         // a connect request whose channel cannot be reached
 };
@@ -33,19 +33,19 @@ const char* RefusalName(refusal_t refusal);
 
 class RequestHandler {
  public:
-  // Called with each event that was taken, before the reply.
+  // Called with each event before it is published.
   using observer_t = std::function<void(int channel, std::span<const std::uint8_t> payload)>;
 
   RequestHandler(Exchange& exchange, observer_t onPublish)
       : exchange_(exchange), onPublish_(std::move(onPublish)) {}
 
-  // One request as it was received: `bytes` may be less than the `sentBytes` that the client sent.
+  // A request as it was received: the client may have sent more bytes (`sentBytes`) than fit into `bytes`.
   struct request_t {
     std::span<const std::uint8_t> bytes;
     std::size_t sentBytes;
     int connection;
   };
-  // Carries a request out and writes the reply. Returns the reply's size.
+  // Carries out a request and writes the reply. Returns the size of the reply.
   std::size_t Answer(const request_t& request, std::span<std::uint8_t, NM_MESSAGE_SIZE> reply);
 
   std::uint64_t Refused(refusal_t refusal) const { return refused_[static_cast<std::size_t>(refusal)]; }
@@ -64,7 +64,7 @@ class RequestHandler {
     std::int32_t channel = -1;
     std::int32_t length = 0;
     std::int32_t client = -1;
-    message_t message{};  // what a fetch brings
+    message_t message{};  // of a fetch
   };
   using operation_t = refusal_t (RequestHandler::*)(const parsed_t&, result_t&);
   static const std::array<operation_t, NM_FETCH + 1> OPERATIONS;
@@ -79,7 +79,7 @@ class RequestHandler {
   Exchange& exchange_;
   observer_t onPublish_;
   std::array<std::uint64_t, REFUSALS> refused_{};
-  std::uint64_t cut_ = 0;  // fetches whose room was smaller than the message
+  std::uint64_t cut_ = 0;  // fetches with less room than their message needed
 };
 
 }  // namespace unit

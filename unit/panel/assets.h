@@ -1,4 +1,4 @@
-// The front panel's page, style and script, embedded in the program.
+// The front panel's page, style and scripts, embedded in the program.
 #pragma once
 
 #include <span>
@@ -8,7 +8,7 @@ namespace unit {
 
 struct asset_t {
   std::string_view path;  // "/panel.js"
-  std::string_view type;  // its media type
+  std::string_view type;  // the media type
   std::string_view content;
 };
 

@@ -1,4 +1,4 @@
-# Writes a C++ source that holds the files of ASSETS, named in FILES: cmake -DASSETS=... -DFILES=... -DOUTPUT=... -P
+# Writes a C++ source with the content of the files FILES in the folder ASSETS: cmake -DASSETS=... -DFILES=... -DOUTPUT=... -P
 set(types_html "text/html; charset=utf-8")
 set(types_css "text/css; charset=utf-8")
 set(types_js "text/javascript; charset=utf-8")

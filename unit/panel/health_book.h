@@ -1,4 +1,4 @@
-// What each service and worker last said of itself.
+// The last reported state of each service and worker.
 #pragma once
 
 #include <chrono>
@@ -17,25 +17,26 @@ class HealthBook {
   static constexpr std::size_t MAX_ENTRIES = 64;
 
   struct report_t {
-    bool up = false;  // everything that was ever heard of is up and has been heard of lately
-    std::string
-        json;  // {"up":true,"services":[{"name":...,"up":...,"state":...,"detail":...,"counters":{...}}]}
+    bool up = false;  // every service that has ever reported is up and not silent
+    // {"up":true,"services":[{"name":...,"up":...,"state":...,"detail":...,"counters":{...}}]}
+    std::string json;
   };
 
-  // Takes a message of the health channel. What is no object with a name and a state is passed over.
+  // Takes a message of the health channel. Ignores one that is not an object with a name and a state.
   void Take(const std::string& message, time_t now);
-  // `problem`, where it is not empty, makes the whole not up. Services not heard for SILENT_AFTER are "silent".
+  // A `problem` that is not empty makes the whole report not up. A service without a report for SILENT_AFTER is
+  // "silent".
   report_t Report(const std::string& problem, time_t now) const;
 
  private:
-  struct entry_t {
-    std::string json;  // as it came
+  struct service_report_t {
+    std::string json;  // as received
     bool up = false;
     time_t heard;
   };
 
   mutable std::mutex mutex_;  // guards entries_
-  std::map<std::string, entry_t> entries_;
+  std::map<std::string, service_report_t> entries_;
 };
 
 }  // namespace unit

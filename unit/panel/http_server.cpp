@@ -23,7 +23,7 @@ using http::response_t;
 constexpr std::size_t POOL = StreamHub::MAX_STREAMS + 8;
 constexpr std::size_t MAX_BODY = 1024;
 constexpr auto BEAT = 1s;
-constexpr const char* NO_BOARD = "no board runs in this runtime directory";
+constexpr const char* NO_BOARD = "there is no board in this runtime directory";
 
 constexpr const char* CONTENT_POLICY =
     "default-src 'none'; script-src 'self'; style-src 'self' 'unsafe-inline'; "
@@ -37,7 +37,7 @@ void AnswerFromScreen(screen_request_t request, const char* type, response_t& re
 }
 
 void AskHost(const std::function<httplib::Result(httplib::Client&)>& ask, response_t& response) {
-  const std::string address = bus::ReadAddressFile(bus::HOST_ADDRESS_FILE);
+  const std::string address = base::ReadAddressFile(base::HOST_ADDRESS_FILE);
   if (address.empty()) {
     return Fail(response, http::UNAVAILABLE,
                 "no host simulator runs here; start one with hx7 simulate --http 127.0.0.1:0");
@@ -58,7 +58,7 @@ HttpServer::HttpServer(const http::address_t& address, panel_parts_t parts)
     : parts_(std::move(parts)),
       server_({.name = "the front panel",
                .guide = "see the front panel at /",
-               .addressFile = bus::PANEL_ADDRESS_FILE,
+               .addressFile = base::PANEL_ADDRESS_FILE,
                .threads = POOL,
                .mostBody = MAX_BODY,
                .headers = {{"Content-Security-Policy", CONTENT_POLICY}}}) {
@@ -108,10 +108,14 @@ void HttpServer::AddState() {
   server_.Get("/api/database", [this](const request_t&, response_t& response) {
     std::string text;
     if (!parts_.state.Database(text)) {
-      return Fail(response, http::UNAVAILABLE, "no parameter database runs in this runtime directory");
+      return Fail(response, http::UNAVAILABLE, "there is no parameter database in this runtime directory");
     }
     response.set_content(text, JSON);
   });
+  AddHealth();
+}
+
+void HttpServer::AddHealth() {
   server_.Get("/api/health", [this](const request_t&, response_t& response) {
     const auto report = parts_.state.Health(parts_.connected(), std::chrono::steady_clock::now());
     response.status = report.up ? http::OK : http::UNAVAILABLE;
@@ -126,7 +130,8 @@ void HttpServer::AddKeys() {
                                                  response_t& response) { PressKey(request, response); });
 }
 
-// The host simulator has a port of its own; its controls go through here, so that the page asks nobody else.
+// The host simulator has a port of its own. The panel forwards requests to it, because the page may connect
+// only to its own server.
 void HttpServer::AddHost() {
   server_.Get("/api/host/state", [](const request_t&, response_t& response) {
     AskHost([](httplib::Client& host) { return host.Get("/api/state"); }, response);
@@ -166,6 +171,23 @@ void HttpServer::PressKey(const request_t& request, response_t& response) {
   response.set_content("{}", JSON);
 }
 
+// False when the stream is closed.
+bool HttpServer::WaitForEvents(EventStream& stream, std::string& text) const {
+  switch (stream.Wait(text, BEAT)) {
+    case EventStream::next_t::CLOSED:
+      return false;
+    case EventStream::next_t::BEAT:
+      text = StreamHub::Format("beat", "{}");
+      break;
+    case EventStream::next_t::FULL:
+      text = parts_.state.FullState(parts_.connected());
+      break;
+    case EventStream::next_t::EVENTS:
+      break;
+  }
+  return true;
+}
+
 void HttpServer::ServeStream(response_t& response) {
   const std::shared_ptr<EventStream> stream = parts_.hub.Open();
   if (!stream) {
@@ -175,19 +197,7 @@ void HttpServer::ServeStream(response_t& response) {
   }
   const auto provide = [this, stream](std::size_t, httplib::DataSink& sink) {
     std::string text;
-    switch (stream->Wait(text, BEAT)) {
-      case EventStream::next_t::CLOSED:
-        return false;
-      case EventStream::next_t::BEAT:
-        text = StreamHub::Format("beat", "{}");
-        break;
-      case EventStream::next_t::FULL:
-        text = parts_.state.FullState(parts_.connected());
-        break;
-      case EventStream::next_t::EVENTS:
-        break;
-    }
-    return sink.write(text.data(), text.size());
+    return WaitForEvents(*stream, text) && sink.write(text.data(), text.size());
   };
   response.set_chunked_content_provider("text/event-stream", provide,
                                         [this, stream](bool) { parts_.hub.Release(stream); });

@@ -18,11 +18,11 @@ struct panel_parts_t {
   std::function<bool()> connected;  // to the notification manager; any thread
 };
 
-// Listens while it exists. Its pool of threads is larger than the number of streams, so that those hold nobody
-// up.
+// Listens while the object lives. It has more threads than streams, so that open streams do not block other
+// requests.
 class HttpServer {
  public:
-  // Throws std::runtime_error when the address cannot be had.
+  // Throws std::runtime_error when the address cannot be bound.
   HttpServer(const http::address_t& address, panel_parts_t parts);
   ~HttpServer();
   HttpServer(const HttpServer&) = delete;
@@ -36,6 +36,8 @@ class HttpServer {
   void AddState();
   void AddKeys();
   void AddHost();
+  void AddHealth();
+  bool WaitForEvents(EventStream& stream, std::string& text) const;
   void ServeStream(http::response_t& response);
   void PressKey(const http::request_t& request, http::response_t& response);
   void HoldKey(const http::request_t& request, const std::string& body, http::response_t& response);

@@ -4,8 +4,8 @@
 
 namespace unit {
 
-// A board that was made anew since has lost its mark in the old mapping or is another object: the mapping is
-// taken for each use, which happens at the pace of fingers.
+// Maps the board for each use, which costs little at the pace of key presses: a board service that was started
+// again makes a new shared object.
 platform::board_state_t* KeyHolder::Board() {
   mapping_ = std::make_unique<platform::BoardMapping>(platform::BoardMapping::role_t::USER);
   return mapping_->Get();

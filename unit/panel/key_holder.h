@@ -1,4 +1,4 @@
-// Presses the front keys: held until released, or released by itself after a while.
+// Holds the front keys for the front panel, until they are released or for a short time.
 #pragma once
 
 #include <array>
@@ -22,11 +22,11 @@ class KeyHolder {
 
   // Holds or releases key 1 to 8. False when there is no board.
   bool Set(int key, bool held);
-  // Holds the key now and releases it PRESS later. Pressed again meanwhile, it is held that much longer.
+  // Holds the key and releases it after PRESS. A second press before that starts the time again.
   bool Press(int key, time_t now);
-  // The board as it stands (see board/board_view.h), as JSON; empty when there is none.
+  // The state of the board as JSON (see board/board_view.h); empty when there is no board.
   std::string View();
-  // Releases what is due. To be called every few milliseconds.
+  // Releases the keys whose time is over. To be called every few milliseconds.
   void Step(time_t now);
 
  private:

@@ -5,9 +5,11 @@
 #include <chrono>
 #include <thread>
 
+#include "base/host_port.h"
 #include "unit/health/subscriber.h"
 #include "unit/panel/http_server.h"
 #include "unit/screen/client/screen_requests.h"
+#include "unit/service/database_change.h"
 #include "unit/service/worker_service.h"
 
 namespace unit {
@@ -18,8 +20,8 @@ using std::chrono::steady_clock;
 
 constexpr auto PACE = 20ms;
 
-// All parts of the running panel. The subscriber's thread takes what the other services publish, the pace
-// thread releases keys and hands changes on, the server's threads answer.
+// All parts of the running panel. The subscriber's thread takes the messages of the other services, the pace
+// thread releases keys and sends changes to the streams, the server's threads answer requests.
 class PanelWorker {
  public:
   explicit PanelWorker(const options_t& options)
@@ -43,7 +45,7 @@ class PanelWorker {
     const http::LocalServer& server = server_.Server();
     return {"panel",
             true,
-            "http://" + http::FormatAddress(server.Address()) + "/",
+            "http://" + base::FormatHostPort(server.Address()) + "/",
             {{"requests", server.Requests()}, {"refused", server.Refused()}, {"streams", hub_.Count()}}};
   }
 

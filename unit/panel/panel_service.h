@@ -1,4 +1,4 @@
-// The front panel over HTTP.
+// The front panel: shows the unit in a browser.
 #pragma once
 
 #include <memory>

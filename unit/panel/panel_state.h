@@ -1,4 +1,4 @@
-// What the front panel knows of the unit, gathered from the channels that its services publish on.
+// The state of the unit for the front panel, collected from the messages of the services.
 #pragma once
 
 #include <chrono>
@@ -16,7 +16,7 @@
 
 namespace unit {
 
-// The subscriber's thread takes messages, the pace thread steps, the server's threads read.
+// The subscriber's thread calls the Take functions, the pace thread Step; the server's threads read.
 class PanelState {
  public:
   using time_t = std::chrono::steady_clock::time_point;
@@ -28,21 +28,22 @@ class PanelState {
   void TakeHealth(const std::string& message, time_t now) { health_.Take(message, now); }
   void TakeScreen(const std::string& change);
   void TakeDatabase(std::span<const std::uint8_t> message);
-  // The subscriptions were made anew: what the streams show may be old.
+  // The subscriptions were made again: messages may have been missed, so that the streams need the whole
+  // screen.
   void TakeReconnect();
 
-  // Hands changed parameters to the streams ten times a second. Once a second it hands on the health, and reads
-  // all parameters, since most changes of validity and some parameters' values are not published.
+  // Sends changed parameters to the streams ten times a second. Once a second, sends the health and reads all
+  // parameters, since some parameters and most changes of validity are not published.
   void Step(time_t now, bool connected);
 
-  // JSON; empty objects until somebody published.
+  // The last messages, JSON; empty objects before the first one.
   std::string Board() const;
   std::string Bus() const;
   HealthBook::report_t Health(bool connected, time_t now) const;
   // {"parameters":[{"name":...,"handle":...,"value":...,"valid":...}]}; false when there is no database.
   bool Database(std::string& json) const;
 
-  // Everything that a stream's reader needs first, as events.
+  // The whole state as events, for a reader that is new or fell behind.
   std::string FullState(bool connected) const;
 
  private:
@@ -53,18 +54,18 @@ class PanelState {
   StreamHub& hub_;
   const std::vector<parameter_t> parameters_;
   HealthBook health_;
-  std::uint64_t screenRevision_ = 0;  // the subscriber's thread's
+  std::uint64_t screenRevision_ = 0;  // of the subscriber's thread
 
   mutable std::mutex mutex_;  // guards the three below
   std::string board_ = "{}", bus_ = "{}";
   std::map<std::uint32_t, std::optional<double>> changed_;  // by handle; empty: not valid
 
-  // The pace thread's.
+  // Of the pace thread.
   std::map<std::uint32_t, std::optional<double>> read_;
   time_t nextDatabase_{}, nextSecond_{};
 };
 
-// Reads {"down":true}. False when it is anything else.
+// Reads {"down":true} or {"down":false}. False for any other text.
 bool ReadKeyRequest(const std::string& body, bool& down);
 // The screen service's state without the picture: page, title, widgets, variables.
 std::string WithoutPicture(const std::string& state);

@@ -1,4 +1,5 @@
-// The open event streams of the front panel: each with a bounded queue, so that a slow reader delays nobody.
+// The open event streams of the front panel. Each has a bounded queue, so that a slow reader does not delay the
+// others.
 #pragma once
 
 #include <chrono>
@@ -12,13 +13,13 @@
 
 namespace unit {
 
-// One reader. Used by the thread that serves it, and filled by the hub.
+// The stream of one reader. The thread that serves the reader calls Wait; the hub adds events.
 class EventStream {
  public:
   enum class next_t { EVENTS, BEAT, FULL, CLOSED };
 
-  // Waits at most `beat` for events and appends them to `text`. BEAT: there were none. FULL: the reader must
-  // be given the full state, since it is new or fell behind and its events are gone.
+  // Waits at most `beat` for events and appends them to `text`. BEAT: there were none. FULL: the reader needs
+  // the full state, because it is new or its queue was full and has been emptied.
   next_t Wait(std::string& text, std::chrono::milliseconds beat);
 
  private:
@@ -45,11 +46,11 @@ class StreamHub {
   std::shared_ptr<EventStream> Open();
   void Release(const std::shared_ptr<EventStream>& stream);
   void Broadcast(const std::string& name, const std::string& data);
-  // Ends every stream; later ones are refused.
+  // Ends all streams and refuses new ones.
   void CloseAll();
   std::size_t Count() const;
 
-  // An event as it stands in a stream (HTML Living Standard, server-sent events). `data` is one line.
+  // The text of an event in a stream (HTML Living Standard, server-sent events). `data` is one line.
   static std::string Format(const std::string& name, const std::string& data);
 
  private:

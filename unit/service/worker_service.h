@@ -1,4 +1,4 @@
-// A service whose parts are one object: made at the start, destroyed at the stop.
+// A service that keeps all its state in one object, made by Start and destroyed by Stop.
 #pragma once
 
 #include <functional>
@@ -11,8 +11,8 @@
 
 namespace unit {
 
-// Making a Worker starts everything or throws std::runtime_error, ~Worker() ends it, and Worker::GetStatus()
-// may come from any thread in between.
+// The constructor of Worker starts all threads or throws std::runtime_error, the destructor ends them, and any
+// thread may call Worker::GetStatus() in between.
 template <class Worker>
 class WorkerService : public Service {
  public:
@@ -29,7 +29,7 @@ class WorkerService : public Service {
   }
 
   void Stop() override {
-    std::unique_ptr<Worker> worker;  // ends without the lock, since it may take a while
+    std::unique_ptr<Worker> worker;  // destroyed after the lock is released, since that takes time
     const std::lock_guard lock(mutex_);
     worker.swap(worker_);
   }

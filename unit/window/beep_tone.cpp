@@ -5,7 +5,7 @@
 namespace unit {
 
 static_assert(BeepTone::WAVE % 2 == 0 && BeepTone::WAVE * BeeperDevice::TONE_HERTZ == BeepTone::SAMPLE_RATE,
-              "the halves of a wave have to be equal, and a second to hold whole waves");
+              "the two halves of a wave are equal, and a second has a whole number of waves");
 
 void BeepTone::Fill(std::span<float> samples, bool on) {
   if (!on) {

@@ -1,4 +1,4 @@
-// The beeper's tone as samples for a loudspeaker: a square wave of the pitch that the real beeper has.
+// The beeper's tone as samples for a loudspeaker: a square wave at the frequency of the real beeper.
 #pragma once
 
 #include <span>
@@ -7,14 +7,15 @@
 
 namespace unit {
 
-// One thread.
+// For one thread.
 class BeepTone {
  public:
   static constexpr int SAMPLE_RATE = 48'000;  // a second, one channel
   static constexpr int WAVE = SAMPLE_RATE / BeeperDevice::TONE_HERTZ;
   static constexpr float LEVEL = 0.06F;  // of 1; a square wave is loud
 
-  // The next samples, each LEVEL, -LEVEL or, while it is off, 0. A tone begins with a whole wave.
+  // Writes the next samples: LEVEL or -LEVEL while the tone is on, 0 while it is off. A tone begins with a
+  // complete wave.
   void Fill(std::span<float> samples, bool on);
 
  private:

@@ -7,7 +7,7 @@ namespace {
 
 constexpr double DARKEST = 0.15;
 
-// At the end of each period, for half of it.
+// An element is dim in the second half of each period.
 bool IsDim(std::chrono::milliseconds time, std::chrono::milliseconds period) {
   return time % period >= period / 2;
 }

@@ -1,7 +1,7 @@
-// How the picture stands in the window: where, how bright, and what of it is dimmed at this moment because it
-// flashes.
+// Place and brightness of the picture in the window, and the elements that are dim at a given time because they
+// flash.
 //
-// The front panel shows the same (panel/assets/panel.js, FLASH_STYLE and DARKEST).
+// The front panel has the same rules (unit/panel/assets/panel.js, FLASH_STYLE and DARKEST).
 #pragma once
 
 #include <chrono>
@@ -15,27 +15,28 @@ namespace unit {
 constexpr int PICTURE_WIDTH = static_cast<int>(SCREEN_WIDTH);
 constexpr int PICTURE_HEIGHT = static_cast<int>(SCREEN_HEIGHT);
 
-// In pixels of the window.
+// A rectangle in pixels of the window.
 struct place_t {
   int x = 0, y = 0, width = 0, height = 0;
 
   bool operator==(const place_t&) const = default;
 };
 
-// The largest place for the whole picture in the middle of a window. Each side is 1 at least.
+// The largest centred place in which the whole picture fits into the window. Each side is at least 1.
 place_t FitPicture(int windowWidth, int windowHeight);
 
-// The share of its full brightness, 0.15 to 1, that the picture has for the backlight's strength: a dark screen
-// is still a readable picture here. 1 until the application has switched the light on.
+// The brightness of the picture for the strength of the backlight, from 0.15, so that a dark screen stays
+// readable in the window, to 1. 1 until the application has switched the light on.
 double PictureBrightness(const board_view_t& board);
 
-// How long the picture stands still while something flashes: a quarter of a second, for 2 Hz at the most.
+// The time between two states of a flashing picture: a quarter of a second, which is enough for 2 Hz.
 constexpr std::chrono::milliseconds FLASH_STEP{250};
 
-// The style sheet (CSS) that dims what flashes; `time` counts from any moment. Empty where nothing is dim, or
-// nothing in the document flashes.
+// The style sheet (CSS) that dims the flashing elements at `time`, counted from any moment. Empty when no
+// element is dim.
 std::string FlashStyle(const std::string& svg, std::chrono::milliseconds time);
-// Something in the document flashes (an element has the attribute data-flashing, 1 or 2 times a second).
+// Whether an element of the document flashes: it has the attribute data-flashing with the rate, 1 or 2 times a
+// second.
 bool HasFlash(const std::string& svg);
 
 }  // namespace unit

@@ -15,7 +15,7 @@ constexpr const char* VEIL = R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox=
 <rect width="640" height="480" fill="#0b0f14"/>
 <g font-family="B612, DejaVu Sans, sans-serif" text-anchor="middle">
 <text x="320" y="232" font-size="26" font-weight="bold" fill="#ff5a5f">No picture</text>
-<text x="320" y="268" font-size="18" fill="#8fa3b5">What the unit shows is not known. Trying again.</text>
+<text x="320" y="268" font-size="18" fill="#8fa3b5">The state of the unit is unknown. Trying again.</text>
 </g></svg>)";
 
 std::chrono::milliseconds Milliseconds(ScreenPainter::clock_t::time_point time) {
@@ -26,7 +26,7 @@ std::chrono::milliseconds Milliseconds(ScreenPainter::clock_t::time_point time) 
 
 ScreenPainter::ScreenPainter()
     : veil_(std::make_shared<pixels_t>(RenderPixels(VEIL, PICTURE_WIDTH, PICTURE_HEIGHT))),
-      problem_("not asked for yet"),
+      problem_("not requested yet"),
       width_(PICTURE_WIDTH),
       height_(PICTURE_HEIGHT) {
   thread_ = std::thread([this] { Run(); });
@@ -65,7 +65,7 @@ void ScreenPainter::SetSize(int width, int height) {
   wake_.notify_all();
 }
 
-ScreenPainter::picture_t ScreenPainter::Latest(clock_t::time_point now) const {
+ScreenPainter::shared_pixels_t ScreenPainter::Latest(clock_t::time_point now) const {
   const std::lock_guard lock(mutex_);
   return picture_ && now - heard_ < SILENCE ? picture_ : veil_;
 }
@@ -99,9 +99,9 @@ void ScreenPainter::Step(int width, int height) {
   Draw(std::move(source));
 }
 
-// What the screen shows is known again as of the question, not of the end of the drawing.
+// The picture is current as of the request, not as of the end of the drawing.
 void ScreenPainter::Draw(source_t source) {
-  picture_t picture;
+  shared_pixels_t picture;
   if (source != drawn_) {
     try {
       picture = std::make_shared<pixels_t>(RenderPixels(source.svg, source.width, source.height, source.style));

@@ -1,8 +1,8 @@
-// Draws the unit's screen as pixels, in the size of the window: a vector picture is sharp in every size.
+// Draws the unit's screen as pixels in the size of the window, so that it is sharp in every size.
 //
-// Asks the screen service for its document when that has changed, and once a second in any case, and draws it
-// on a thread of its own: keys and beeper must not wait for a picture (some 20 ms at 640 by 480). At most 25
-// pictures a second; none while neither document nor size changes and nothing flashes.
+// Requests the document from the screen service when it has changed, and once a second. Draws it on a thread of
+// its own, because keys and beeper must not wait for a picture (some 20 ms at 640 by 480). Draws at most 25
+// pictures a second, and none while neither the document nor the size changes and no element flashes.
 #pragma once
 
 #include <atomic>
@@ -19,34 +19,35 @@
 
 namespace unit {
 
-// Owns its threads, which end with the object.
+// Has two threads, which end with the object.
 class ScreenPainter {
  public:
   using clock_t = std::chrono::steady_clock;
-  using picture_t = std::shared_ptr<const pixels_t>;
-  static constexpr std::chrono::milliseconds SHORTEST{40};  // from one picture to the next
+  using shared_pixels_t = std::shared_ptr<const pixels_t>;
+  static constexpr std::chrono::milliseconds SHORTEST{40};  // least time from one picture to the next
   static constexpr std::chrono::milliseconds LOOK{1000};
   static constexpr std::chrono::milliseconds SILENCE{3000};
-  static constexpr int WIDEST = 2048;  // what every graphics processor takes
+  static constexpr int WIDEST = 2048;  // the largest texture that every graphics processor supports
 
   ScreenPainter();
   ~ScreenPainter();
   ScreenPainter(const ScreenPainter&) = delete;
   ScreenPainter& operator=(const ScreenPainter&) = delete;
 
-  // The size of the pictures to come, in pixels; at most WIDEST and its three quarters. Any thread.
+  // Sets the size of later pictures, in pixels; at most WIDEST wide and three quarters of that high. Any
+  // thread.
   void SetSize(int width, int height);
-  // The picture to show now; another object for each. One that says that nothing is known while the screen
-  // service gives no picture or has been silent for SILENCE: never an old number. May have another size than
-  // the last one that was set. Any thread; never waits for a picture.
-  picture_t Latest(clock_t::time_point now) const;
-  // What keeps the picture from being shown; empty when nothing does. Any thread.
+  // The picture to show now; each picture is another object. While the screen service returns no picture or has
+  // been silent for SILENCE, it is one that says so: an old number is never shown. The picture may have the
+  // size that was set before. Any thread; never waits for a picture.
+  shared_pixels_t Latest(clock_t::time_point now) const;
+  // Why the picture cannot be shown; empty when it can. Any thread.
   std::string Problem(clock_t::time_point now) const;
-  // How many have been drawn.
+  // The number of pictures drawn. Any thread.
   std::uint64_t Pictures() const { return pictures_; }
 
  private:
-  // What a picture is drawn from.
+  // All that a picture depends on.
   struct source_t {
     std::string svg, style;
     int width = 0, height = 0;
@@ -61,14 +62,14 @@ class ScreenPainter {
   void Lose(const std::string& problem);
   clock_t::time_point NextLook() const;
 
-  const picture_t veil_;
-  source_t drawn_;            // the thread's
-  clock_t::time_point look_;  // the thread's: when it last asked
+  const shared_pixels_t veil_;
+  source_t drawn_;            // of the thread
+  clock_t::time_point look_;  // of the thread: time of the last request
 
   mutable std::mutex mutex_;  // guards all down to stopping_
-  picture_t picture_;         // null: there is none
+  shared_pixels_t picture_;   // null: there is no picture
   std::string problem_;
-  clock_t::time_point heard_;  // when the picture was last known to be the current one
+  clock_t::time_point heard_;  // when the picture was last known to be current
   int width_, height_;
   bool changed_ = false;
   bool stopping_ = false;

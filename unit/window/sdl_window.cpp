@@ -15,20 +15,21 @@ namespace {
 
 constexpr const char* TITLE = "Orvik display unit";
 constexpr int SMALLEST_WIDTH = 160, SMALLEST_HEIGHT = 120;
-constexpr std::uint16_t SAMPLES_AHEAD = 512;  // 11 ms, about the pace of the board's other outputs
+constexpr std::uint16_t SAMPLES_AHEAD = 512;  // 11 ms, about the period of the board's other outputs
 constexpr int KEYPAD_SHIFT = 8;
 
-// SDL falls back to drivers that show nothing. What the environment names goes before these.
+// Without this list SDL would fall back to drivers that show nothing. A driver named in the environment has
+// priority.
 constexpr const char* REAL_DISPLAYS = "x11,wayland,KMSDRM";
 
 void SetHints(bool fullscreen) {
   const std::array<std::array<const char*, 2>, 6> hints = {{
-      {SDL_HINT_NO_SIGNAL_HANDLERS, "1"},  // SIGINT and SIGTERM are the program's
+      {SDL_HINT_NO_SIGNAL_HANDLERS, "1"},  // the program handles SIGINT and SIGTERM itself
       {SDL_HINT_VIDEODRIVER, REAL_DISPLAYS},
       {SDL_HINT_APP_NAME, TITLE},
       {SDL_HINT_RENDER_SCALE_QUALITY, "linear"},
-      {SDL_HINT_VIDEO_X11_NET_WM_BYPASS_COMPOSITOR, "0"},  // it is no game
-      // A display unit never goes dark by itself; a desk may.
+      {SDL_HINT_VIDEO_X11_NET_WM_BYPASS_COMPOSITOR, "0"},  // the desktop's compositor stays on
+      // A display unit must not go dark; a desktop may.
       {SDL_HINT_VIDEO_ALLOW_SCREENSAVER, fullscreen ? "0" : "1"},
   }};
   for (const auto& [name, value] : hints) SDL_SetHintWithPriority(name, value, SDL_HINT_DEFAULT);
@@ -40,19 +41,19 @@ std::unique_ptr<SdlPart> OpenVideo(bool fullscreen) {
     return std::make_unique<SdlPart>(SDL_INIT_VIDEO);
   } catch (const std::runtime_error& error) {
     throw std::runtime_error(
-        std::string("no display can be opened (") + error.what() +
+        std::string("cannot open a display (") + error.what() +
         "). In a desktop session set DISPLAY or WAYLAND_DISPLAY; on a unit without a desktop "
-        "let this user read and write /dev/dri (group video) and read /dev/input (group "
+        "give this user access to /dev/dri (group video) and /dev/input (group "
         "input). Without the window the front panel shows the screen.");
   }
 }
 
 [[noreturn]] void FailToOpen() {
-  throw std::runtime_error(std::string("the window cannot be made: ") + SDL_GetError() +
-                           ". SDL_RENDER_DRIVER=software does without the graphics processor.");
+  throw std::runtime_error(std::string("cannot make the window: ") + SDL_GetError() +
+                           ". With SDL_RENDER_DRIVER=software no graphics processor is needed.");
 }
 
-// The bit of a digit 1 to 8 of the keyboard or its keypad, by the key's place; 0 for any other key.
+// The bit of a digit 1 to 8 of the keyboard or of its keypad, by the key's position; 0 for any other key.
 std::uint32_t FingerOf(SDL_Scancode code) {
   if (code >= SDL_SCANCODE_1 && code <= SDL_SCANCODE_8) return KeyBit(code - SDL_SCANCODE_1 + 1);
   if (code >= SDL_SCANCODE_KP_1 && code <= SDL_SCANCODE_KP_8) {
@@ -92,7 +93,7 @@ void SdlWindow::release_t::operator()(SDL_Texture* texture) const {
 
 SdlWindow::SdlWindow(bool fullscreen) : fullscreen_(fullscreen), library_(), video_(OpenVideo(fullscreen)) {
   SDL_Rect size{0, 0, PICTURE_WIDTH, PICTURE_HEIGHT};
-  // An X server without a window manager leaves it in the size that it was made with.
+  // Without a window manager an X server does not enlarge the window to the display.
   if (fullscreen) SDL_GetDisplayBounds(0, &size);
   const std::uint32_t kind = fullscreen ? SDL_WINDOW_FULLSCREEN_DESKTOP : SDL_WINDOW_RESIZABLE;
   window_.reset(SDL_CreateWindow(TITLE, SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, size.w, size.h,
@@ -101,7 +102,7 @@ SdlWindow::SdlWindow(bool fullscreen) : fullscreen_(fullscreen), library_(), vid
   renderer_.reset(SDL_CreateRenderer(window_.get(), -1, 0));
   if (!renderer_) FailToOpen();
   SDL_SetWindowMinimumSize(window_.get(), SMALLEST_WIDTH, SMALLEST_HEIGHT);
-  SDL_StopTextInput();  // an input method would swallow digits
+  SDL_StopTextInput();  // else an input method could take the digits
   if (fullscreen) SDL_ShowCursor(SDL_DISABLE);
 }
 
@@ -119,7 +120,7 @@ bool SdlWindow::Take(const SDL_Event& event) {
     case SDL_QUIT:
       return true;
     case SDL_WINDOWEVENT:
-      stale_ = true;  // moved, uncovered, another size
+      stale_ = true;  // it may have been moved, uncovered or resized
       if (event.window.event == SDL_WINDOWEVENT_FOCUS_LOST) fingers_ = 0;
       break;
     case SDL_RENDER_TARGETS_RESET:
@@ -138,13 +139,13 @@ bool SdlWindow::Take(const SDL_Event& event) {
   return false;
 }
 
-// A console that SDL shows on hands Ctrl-C to the window alone, and a unit has no other way out: its front keys
-// are no Escape.
+// On a console without a desktop only the window receives Ctrl-C, and it is the only way to end the program
+// there.
 bool SdlWindow::TakeKey(const SDL_KeyboardEvent& key) {
   const unsigned modifiers = key.keysym.mod;
   if (key.repeat != 0) return false;
   if ((modifiers & (KMOD_CTRL | KMOD_ALT | KMOD_GUI)) != 0) {
-    // By its place too: a Cyrillic layout has no such letter.
+    // By its position too: a Cyrillic layout has no letter C.
     return (modifiers & KMOD_CTRL) != 0 && (key.keysym.sym == SDLK_c || key.keysym.scancode == SDL_SCANCODE_C);
   }
   fingers_ |= FingerOf(key.keysym.scancode);
@@ -169,7 +170,7 @@ void SdlWindow::Show(const std::shared_ptr<const pixels_t>& picture, double brig
   const SDL_Rect target{place.x, place.y, place.width, place.height};
   SDL_SetRenderDrawColor(renderer_.get(), 0, 0, 0, SDL_ALPHA_OPAQUE);
   SDL_RenderClear(renderer_.get());
-  if (texture_) {  // else there is no memory for it, and nothing is better than an old picture
+  if (texture_) {  // null: no memory for it; an empty window is better than an old picture
     SDL_SetTextureColorMod(texture_.get(), shade, shade, shade);
     SDL_RenderCopy(renderer_.get(), texture_.get(), nullptr, &target);
   }
@@ -196,18 +197,18 @@ std::string SdlWindow::Driver() const {
 
 // --- Speaker
 
-struct SdlSpeaker::Tone_t {
+struct SdlSpeaker::tone_source_t {
   std::atomic<bool> on{false};
-  BeepTone tone;  // the audio thread's
+  BeepTone tone;  // of the audio thread
 
   static void Fill(void* self, Uint8* bytes, int size) {
-    auto& tone = *static_cast<Tone_t*>(self);
+    auto& tone = *static_cast<tone_source_t*>(self);
     const std::span samples(reinterpret_cast<float*>(bytes), static_cast<std::size_t>(size) / sizeof(float));
     tone.tone.Fill(samples, tone.on);
   }
 };
 
-SdlSpeaker::SdlSpeaker() : tone_(std::make_unique<Tone_t>()) {}
+SdlSpeaker::SdlSpeaker() : tone_(std::make_unique<tone_source_t>()) {}
 
 SdlSpeaker::~SdlSpeaker() {
   if (device_ != 0) SDL_CloseAudioDevice(device_);
@@ -225,7 +226,7 @@ void SdlSpeaker::Sound(bool on, time_t now) {
   }
 }
 
-// Without a device SDL's drivers are not asked to open one: they would tell the terminal at length.
+// Without a device SDL's drivers are not opened, because they would print many lines on the terminal.
 void SdlSpeaker::LookAfter() {
   if (device_ != 0 && SDL_GetAudioDeviceStatus(device_) == SDL_AUDIO_STOPPED) {
     SDL_CloseAudioDevice(device_);
@@ -234,12 +235,16 @@ void SdlSpeaker::LookAfter() {
   if (device_ != 0) return;
   if (!audio_) audio_ = std::make_unique<SdlPart>(SDL_INIT_AUDIO);
   if (SDL_GetNumAudioDevices(0) == 0) throw std::runtime_error("no audio device");
+  OpenDevice();
+}
+
+void SdlSpeaker::OpenDevice() {
   SDL_AudioSpec wanted{};
   wanted.freq = BeepTone::SAMPLE_RATE;
   wanted.format = AUDIO_F32SYS;
   wanted.channels = 1;
   wanted.samples = SAMPLES_AHEAD;
-  wanted.callback = Tone_t::Fill;
+  wanted.callback = tone_source_t::Fill;
   wanted.userdata = tone_.get();
   device_ = SDL_OpenAudioDevice(nullptr, 0, &wanted, nullptr, 0);
   if (device_ == 0) throw std::runtime_error(SDL_GetError());

@@ -1,8 +1,8 @@
 // The machine's display, keyboard and loudspeaker, through SDL2.
 //
-// Which display, the environment decides: X11 or Wayland in a desktop session, else the kernel's own (KMS, DRM)
-// on a unit without a desktop; SDL_VIDEODRIVER and SDL_AUDIODRIVER of the environment choose otherwise. All
-// calls to the objects of this header come from the one thread that made them.
+// The environment decides which display is used: X11 or Wayland in a desktop session, else the kernel's (KMS,
+// DRM) on a unit without a desktop. SDL_VIDEODRIVER and SDL_AUDIODRIVER in the environment select another
+// driver. Only the thread that made an object of this header may use it.
 #pragma once
 
 #include <chrono>
@@ -21,10 +21,10 @@ union SDL_Event;
 
 namespace unit {
 
-// A part of SDL that is up as long as the object lives.
+// Initialises a part of SDL for the life of the object.
 class SdlPart {
  public:
-  // `flag` is one of SDL_INIT_*. Throws std::runtime_error with SDL's reason.
+  // `flag` is one of SDL_INIT_*. Throws std::runtime_error with SDL's message.
   explicit SdlPart(std::uint32_t flag);
   ~SdlPart();
   SdlPart(const SdlPart&) = delete;
@@ -34,28 +34,28 @@ class SdlPart {
   const std::uint32_t flag_;
 };
 
-// One at a time, and alive longer than any speaker.
+// A process may have one, and it must outlive every speaker.
 class SdlWindow {
  public:
-  // `fullscreen`: takes the whole display and hides the pointer. Throws std::runtime_error with what is wrong
-  // and what to do when there is no display.
+  // With `fullscreen`, takes the whole display and hides the pointer. Throws std::runtime_error with the
+  // problem and what to do about it when there is no display.
   explicit SdlWindow(bool fullscreen);
   ~SdlWindow();
   SdlWindow(const SdlWindow&) = delete;
   SdlWindow& operator=(const SdlWindow&) = delete;
 
-  // Takes what has happened since the last call. True when its end was asked for: the window closed, Ctrl-C,
-  // or, where it does not fill the display, Escape.
+  // Handles the events since the last call. True when the user ends the program: closes the window, presses
+  // Ctrl-C, or Escape in a window that does not fill the display.
   bool TakeEvents();
-  // The front keys that the fingers hold: the keyboard's digits 1 to 8 and those of its keypad. Bit n-1 for key
-  // n. None while the window has not the keyboard.
+  // The front keys that are held by the digits 1 to 8 of the keyboard or of its keypad; bit n-1 for key n. None
+  // while the window has no keyboard focus.
   std::uint32_t KeysHeld() const;
-  // Where the picture stands, in pixels of the display.
+  // The place of the picture, in pixels of the display.
   place_t PicturePlace() const;
-  // Shows the picture, scaled where it has another size than its place, at this share of its brightness. Does
-  // nothing where that is what stands there.
+  // Shows the picture, scaled to its place, at this brightness (0 to 1). Does nothing when the window shows
+  // that already.
   void Show(const std::shared_ptr<const pixels_t>& picture, double brightness);
-  // SDL's name of what it shows on: "x11", "wayland", "KMSDRM".
+  // SDL's name of the display driver: "x11", "wayland", "KMSDRM".
   std::string Driver() const;
 
  private:
@@ -69,7 +69,7 @@ class SdlWindow {
   bool TakeKey(const SDL_KeyboardEvent& key);
   void Upload(const std::shared_ptr<const pixels_t>& picture);
 
-  struct library_t {  // gives back what SDL keeps beside its parts
+  struct library_t {  // releases what SDL holds beside its parts
     ~library_t();
   };
 
@@ -81,33 +81,34 @@ class SdlWindow {
   std::unique_ptr<SDL_Texture, release_t> texture_;
   std::shared_ptr<const pixels_t> shown_;
   std::uint8_t shade_ = 0;     // the brightness shown, of 255
-  bool stale_ = true;          // what stands in the window is not what is to be shown
+  bool stale_ = true;          // the window does not show what it is to show
   std::uint32_t fingers_ = 0;  // bit n-1 for digit n, bit n+7 for digit n of the keypad
 };
 
-// The beeper as a tone. A device that is not there, or goes, is waited for and looked for every few seconds.
+// Plays the beeper as a tone. While there is no audio device, one is looked for every few seconds.
 class SdlSpeaker {
  public:
   using time_t = std::chrono::steady_clock::time_point;
   static constexpr std::chrono::seconds RETRY{5};
 
   SdlSpeaker();
-  // Silent.
+  // Ends the tone.
   ~SdlSpeaker();
   SdlSpeaker(const SdlSpeaker&) = delete;
   SdlSpeaker& operator=(const SdlSpeaker&) = delete;
 
-  // Sounds or is silent from now on; to be called every few milliseconds.
+  // Switches the tone on or off; to be called every few milliseconds.
   void Sound(bool on, time_t now);
-  // What keeps it from sounding; empty when nothing does.
+  // Why the speaker cannot sound; empty when it can.
   const std::string& Problem() const { return problem_; }
 
  private:
-  struct Tone_t;  // what SDL's audio thread reads
+  struct tone_source_t;  // read by SDL's audio thread
 
   void LookAfter();
+  void OpenDevice();
 
-  const std::unique_ptr<Tone_t> tone_;
+  const std::unique_ptr<tone_source_t> tone_;
   std::unique_ptr<SdlPart> audio_;  // null: not up
   std::uint32_t device_ = 0;        // 0: none
   time_t nextLook_{};

@@ -26,10 +26,10 @@ using std::chrono::steady_clock;
 
 constexpr auto PACE = 10ms;
 
-// The board, mapped anew once a second: one that was made anew since is another object.
+// The board, mapped again once a second: a board service that was started again makes a new shared object.
 class BoardLink {
  public:
-  // Null while there is none.
+  // Null while there is no board.
   platform::board_state_t* Get(steady_clock::time_point now) {
     if (now >= nextLook_) {
       nextLook_ = now + 1s;
@@ -43,10 +43,10 @@ class BoardLink {
   steady_clock::time_point nextLook_{};
 };
 
-// One thread opens the window and does all that has to do with it, every 10 ms; the painter draws on another.
+// One thread opens the window and serves it every 10 ms; the painter draws on another.
 class WindowWorker {
  public:
-  // Returns when the window is open; throws std::runtime_error with what is wrong and what to do.
+  // Returns when the window is open; throws std::runtime_error with the problem and what to do about it.
   WindowWorker(const options_t& options, std::function<void()> end)
       : options_(options), end_(std::move(end)), thread_([this] { Run(); }) {
     try {
@@ -126,9 +126,9 @@ class WindowWorker {
 
   void Sound(SdlSpeaker& speaker, bool on, steady_clock::time_point now) {
     speaker.Sound(on, now);
-    if (speaker.Problem() == soundProblem_) return;  // written by this thread alone
+    if (speaker.Problem() == soundProblem_) return;  // only this thread writes it
     if (!speaker.Problem().empty()) {
-      std::cerr << "window: no sound: " + speaker.Problem() + "; the beeper shows on the front panel\n"
+      std::cerr << "window: no sound: " + speaker.Problem() + "; the front panel shows the beeper\n"
                 << std::flush;
     }
     const std::lock_guard lock(mutex_);

@@ -1,7 +1,9 @@
-// The native window: the unit's screen on the machine's own display, its front keys on the keyboard.
+// The native window: shows the unit's screen on the machine's display and takes the front keys from the
+// keyboard.
 //
-// The picture is dimmed as the backlight is, and the loudspeaker sounds as the beeper does, where these are not
-// real parts (--backlight, --beeper) that do so themselves.
+// The picture follows the backlight and the loudspeaker the beeper, where the unit has no real backlight or
+// beeper
+// (--backlight, --beeper).
 #pragma once
 
 #include <functional>
@@ -11,8 +13,7 @@
 
 namespace unit {
 
-// `end` is called on the window's thread each time that somebody asks for the end there: closes the window, or
-// presses Ctrl-C or Escape in it.
+// The window's thread calls `end` each time that the user closes the window, or presses Ctrl-C or Escape in it.
 std::unique_ptr<Service> MakeWindowService(const options_t& options, std::function<void()> end);
 
 }  // namespace unit

@@ -59,7 +59,7 @@ TEST(KeyMap, NamesTheFaultyLine) {
                           {"KEY_F1 0\n", "\"0\" is no front key"},
                           {"KEY_F1 9\n", "\"9\" is no front key"},
                           {"KEY_F1 4294967297\n", "is no front key"},
-                          {"KEY_F1 1\n59 2\n", "line 2: 59 stands here a second time"},
+                          {"KEY_F1 1\n59 2\n", "line 2: 59 is in the file a second time"},
                           {"# nothing\n", "keys names no key"}}) {
     EXPECT_THAT([&] { Parse(c.text); }, testing::ThrowsMessage<std::runtime_error>(HasSubstr(c.fault)))
         << c.text;
@@ -139,7 +139,7 @@ TEST_F(BacklightFolder, RefusesARangeThatIsNone) {
   for (const char* text : {"", "0\n", "-5\n", "5 5\n", "99999999999\n"}) {
     folder_.Write("max_brightness", text);
     EXPECT_THAT([this] { const Backlight light(folder_.Path()); },
-                testing::ThrowsMessage<std::runtime_error>(HasSubstr("holds no number above 0")))
+                testing::ThrowsMessage<std::runtime_error>(HasSubstr("is not a number above 0")))
         << text;
   }
 }

@@ -38,9 +38,9 @@ const bytes_t START = Record(CMD_OPERATION, OP_START_FRAME, {0, 0});
 const bytes_t END = Record(CMD_END_FRAME, 0);
 const bytes_t CIRCLE = Record(CMD_SHAPE, SHAPE_CIRCLE_FILL, {5});
 
-std::optional<picture_t> FindPicture(const std::string& path) {
+std::optional<stored_picture_t> FindPicture(const std::string& path) {
   if (path != "/boom.png") return {};
-  return picture_t{"picture-1", 20, 10};
+  return stored_picture_t{"picture-1", 20, 10};
 }
 
 std::string AttributeOf(const drawn_element_t& element, const std::string& name) {

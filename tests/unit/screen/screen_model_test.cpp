@@ -38,11 +38,11 @@ TEST(Design, MistakesAreReportedWithFileAndElement) {
       {R"(<rect data-fill="1:red"/>)", "has no data-var"},
       {R"(<rect data-var="A" data-fill="red"/>)", "no colon"},
       {R"(<rect data-var="A" data-bar="0 1"/>)", "data-bar needs a width"},
-      {R"(<rect data-var="A" data-text="1:x"/>)", "belong to a text"},
+      {R"(<rect data-var="A" data-text="1:x"/>)", "for text elements only"},
       {R"(<text id="Known" data-cells="40"/>)", "data-cells needs data-box"},
       {R"(<text id="Known" data-cells="0" data-box="0 9"/>)", "1 to 200"},
       {R"(<g id="a"/><g id="a"/>)", "taken"},
-      {"<script/>", "not drawn alike"},
+      {"<script/>", "do not draw this element alike"},
       {"<g>", "at byte"},
   };
   const TestFolder folder;
@@ -65,7 +65,7 @@ TEST(Design, AFolderGivesItsGoodPagesAndReportsTheOthers) {
   const design_t design = LoadDesign(folder.Path(), {}, problems);
   EXPECT_EQ(design.size(), 2U);
   EXPECT_EQ(problems.size(), 2U);
-  EXPECT_THAT(CheckDesign(design), testing::UnorderedElementsAre(HasSubstr("Nowhere"), HasSubstr("one order")));
+  EXPECT_THAT(CheckDesign(design), testing::UnorderedElementsAre(HasSubstr("Nowhere"), HasSubstr("the same order")));
 }
 
 // The product's own design beside its configuration.

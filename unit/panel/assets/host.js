@@ -1,4 +1,4 @@
-// The host at the other end of the bus: moves the simulated crane and makes things happen to it.
+// The host tab: moves the simulated crane and sends actions to the host simulator.
 
 const byId = (id) => document.getElementById(id);
 const POLL_MS = 500;
@@ -9,7 +9,7 @@ const AXES = [
   { name: 'load', label: 'Load', unit: 'kg', step: 100, value: (state) => state.crane.net_load },
   { name: 'hoist', label: 'Hook height', unit: 'm', step: 0.1, value: (state) => state.crane.hook },
 ];
-// What the buttons do; one that is pressed is undone by its second action.
+// The buttons and the actions that they send.
 const SWITCHES = [
   { label: 'Cut the link 15 s', act: () => 'silence 15' },
   { label: 'Restart the host', act: () => 'restart' },
@@ -17,7 +17,7 @@ const SWITCHES = [
 ];
 
 let state = null;
-const moving = new Set(); // sliders that a hand is on
+const moving = new Set(); // sliders that the user is moving
 
 async function ask(path, body) {
   const options = body === undefined ? {} : {
@@ -25,7 +25,7 @@ async function ask(path, body) {
   };
   const response = await fetch(`/api/host/${path}`, options);
   const answer = await response.json().catch(() => ({}));
-  if (!response.ok) throw new Error(answer.error ?? `the host answers ${response.status}`);
+  if (!response.ok) throw new Error(answer.error ?? `the host answered with status ${response.status}`);
   return answer;
 }
 
@@ -120,8 +120,8 @@ function showRows() {
     ['Radius', round(crane.radius, 'm')],
     ['Load on the hook', round(crane.load, 'kg')],
     ['Rated capacity', round(crane.capacity, 'kg')],
-    ['Used', crane.percent === null ? '--' : `${Math.round(crane.percent)} %`],
-    ['Stands on', configuration.base],
+    ['Utilisation', crane.percent === null ? '--' : `${Math.round(crane.percent)} %`],
+    ['Base', configuration.base],
     ['Jib, pick point', `${configuration.jib}, ${configuration.pick}`],
     ['Parts of line', configuration.parts],
     ['Lamps', state.lamps.join(', ') || 'none'],
@@ -144,7 +144,7 @@ function showState() {
   showRows();
 }
 
-let known = false; // the host was reached: a later problem is then not about that
+let known = false; // the last poll succeeded, so a problem on display comes from an action
 
 async function poll() {
   if (!byId('host').hidden && !document.hidden) {

@@ -1,4 +1,4 @@
-// The front panel: shows the unit's screen as it changes, and presses its keys.
+// The front panel: shows the unit's screen and state as they change, and sends its keys.
 
 const byId = (id) => document.getElementById(id);
 
@@ -8,7 +8,7 @@ function setChip(id, state, text) {
   chip.lastElementChild.textContent = text;
 }
 
-// --- Screen. It stands in a shadow tree, so that its styles and the page's do not meet.
+// --- Screen. The SVG is in a shadow tree, so that its styles and those of the page do not affect each other.
 
 const SVG = 'http://www.w3.org/2000/svg';
 const FLASH_STYLE = `
@@ -70,9 +70,9 @@ function showLink() {
 
 const KEYS = 8;
 const buttons = new Map();
-const held = new Set(); // by this page
+const held = new Set(); // the keys that this page holds
 let boardKeys = [];
-const sending = new Map(); // a key's last request, so that its release never overtakes its press
+const sending = new Map(); // the last request of each key: a release waits for it, so that it never arrives before its press
 
 function sendKey(key, down) {
   const send = () => fetch(`/api/keys/${key}`, {
@@ -128,7 +128,7 @@ function makeKey(key) {
   showKey(key);
 }
 
-// The name that the page on the screen gives to the key.
+// Sets each key's accessible name from its label on the screen.
 function nameKeys() {
   for (const [key, button] of buttons) {
     const label = shadow.querySelector(`[data-key="${key}"]`)?.textContent ?? '';
@@ -159,7 +159,7 @@ document.addEventListener('visibilitychange', () => document.hidden && releaseAl
 // --- Beeper and backlight
 
 const CLICK_S = 0.05;
-let audio = null; // context and gain, once sound was asked for
+let audio = null; // context and gain; browsers allow sound only after the user has requested it
 let lastPulses = null;
 
 function toggleSound() {
@@ -200,11 +200,11 @@ function showBeeper({ sounding, pulses }) {
   };
   clearTimeout(signTimer);
   if (sounding || clicked) show(true);
-  // A click is shorter than the eye: its sign stays a little.
+  // A click is too short to see, so its sign stays for 150 ms.
   if (!sounding) signTimer = setTimeout(() => show(false), clicked ? 150 : 0);
 }
 
-const DARKEST = 0.15; // a dark screen is still a readable picture here
+const DARKEST = 0.15; // keeps a dark screen readable on the panel
 
 function showBacklight({ enabled, period, duty }) {
   const part = enabled && period > 0 ? Math.min(duty / period, 1) : 1;
@@ -257,7 +257,7 @@ byId('bus-hold').addEventListener('click', ({ target }) => {
 
 // --- Database
 
-const parameters = new Map(); // handle to its row
+const parameters = new Map(); // the row of each handle
 
 function formatValue(value) {
   return value === null ? 'not valid' : String(Math.round(value * 1e6) / 1e6);
@@ -339,9 +339,9 @@ tabs.forEach((tab, i) => {
   });
 });
 
-// --- Stream. Reconnects by itself, also after the unit was started again; the first event is the full state.
+// --- Stream. The page reconnects after the unit was started again; the first events are the full state.
 
-const SILENT_MS = 3000; // the unit sends a beat every second
+const SILENT_MS = 3000; // the unit sends an event at least once a second
 const RETRY_MS = 500;
 let stream = null;
 let silence = 0;

@@ -11,16 +11,25 @@
 
 namespace unit {
 
+namespace {
+
+// The status of MsgSend; -1 with errno set when there is no answer.
+long Exchange(int coid, screen_request_t request, std::string& reply) {
+  std::array<std::uint8_t, 4> message{};
+  platform::StoreLe32(message, 0, request);
+  return MsgSend(coid, message.data(), message.size(), reply.data(), reply.size());
+}
+
+}  // namespace
+
 bool AskScreen(screen_request_t request, std::string& result) {
   const int coid = name_open(SCREEN_REQUEST_NAME, 0);
   if (coid < 0) {
     result = "no screen service runs in this runtime directory; start one with `unit run`";
     return false;
   }
-  std::array<std::uint8_t, 4> message{};
-  platform::StoreLe32(message, 0, request);
   std::string reply(SCREEN_REPLY_SIZE, '\0');
-  const long length = MsgSend(coid, message.data(), message.size(), reply.data(), reply.size());
+  const long length = Exchange(coid, request, reply);
   const int error = errno;
   name_close(coid);
   if (length >= 0 && static_cast<std::size_t>(length) <= reply.size()) {

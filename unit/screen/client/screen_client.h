@@ -1,4 +1,4 @@
-// Asks the running screen service of this runtime directory.
+// Requests to the screen service of this runtime directory.
 #pragma once
 
 #include <string>
@@ -7,12 +7,11 @@
 
 namespace unit {
 
-// Asks the screen service of this runtime directory. False and what is wrong in `result` when there is no
-// answer. Blocks for the answer, some 30 ms for a picture.
+// Sends a request and sets `result` to the document. Without an answer it returns false and sets `result` to
+// the problem. Blocks until the answer is there, some 30 ms for a picture.
 bool AskScreen(screen_request_t request, std::string& result);
 
-// Asks for the picture and writes it as PNG. Empty on
-// success, else what went wrong.
+// Writes the picture as PNG. Returns the problem; empty on success.
 std::string SaveSnapshot(const std::string& file);
 
 }  // namespace unit

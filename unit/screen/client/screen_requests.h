@@ -1,18 +1,19 @@
-// What the screen service answers and publishes to the unit's other services.
+// The requests that the screen service answers, and the messages that it publishes to the unit's other
+// services.
 //
-// A request is one 32-bit little-endian word, sent with MsgSend to SCREEN_REQUEST_NAME; the reply is the
-// document, and the status of MsgSend its length, so that a cut one is noticed. A negative status: it cannot be
-// had now.
+// A request is one 32-bit little-endian word, sent with MsgSend to SCREEN_REQUEST_NAME. The reply is the
+// document; the status of MsgSend is its length, so that the client notices a document that was cut off, or
+// negative when the service cannot answer now.
 //
-// On SCREEN_CHANGES_CHANNEL_NAME stands one JSON object for each change of the picture:
+// The service publishes one JSON object on SCREEN_CHANGES_CHANNEL_NAME for each change of the picture:
 //
 //   {"revision":7,"previous":6,"page":false,
 //    "elements":[{"id":"...","attributes":{"style":"...","display":null},"content":"<tspan ...>"}],
 //    "widgets":{"orvikTextWidgetLoad":" 12,300"},"variables":{"OrvikA2B":1.0}}
 //
-// An attribute of null is to be removed; "content" is there when the element's inside changed. With "page" true
-// nothing else counts: the whole state has to be asked for, because another page is shown or the change is too
-// large for a message. The same holds when "previous" is not the revision that one has.
+// An attribute with the value null is to be removed; "content" is present when the element's content has
+// changed. With "page" true the reader requests the whole state, because another page is shown or the change is
+// too large for a message. The reader does the same when "previous" is not the revision that it has.
 #pragma once
 
 #include <cstdint>

@@ -53,78 +53,98 @@ void Compositor::TakeRecord(const layer_record_t& record) {
   }
   if (record.command == CMD_CREATE_LAYER && layers_.size() < MAX_LAYERS) layers_[record.layer] = layer_t{};
   const auto found = layers_.find(record.layer);
-  bool done = found != layers_.end();
-  if (done) {
-    layer_t& layer = found->second;
-    switch (record.command) {
-      case CMD_CREATE_LAYER:
-        break;
-      case CMD_OPERATION:
-        done = Operate(layer, record);
-        break;
-      case CMD_SHAPE:
-        done = DrawShape(layer, record);
-        break;
-      case CMD_IMAGE:
-        done = DrawImage(layer, record);
-        break;
-      case CMD_VIDEO:
-        done = DrawVideo(layer, record);
-        break;
-      case CMD_END_FRAME:
-        EndFrame(layer);
-        break;
-      default:  // a capture too: nothing is written to a file of a client's choice
-        done = false;
-    }
+  if (found == layers_.end() || !Carry(found->second, record)) ++counters_.operationsRefused;
+}
+
+bool Compositor::Carry(layer_t& layer, const layer_record_t& record) {
+  switch (record.command) {
+    case CMD_CREATE_LAYER:
+      return true;
+    case CMD_OPERATION:
+      return Operate(layer, record);
+    case CMD_SHAPE:
+      return DrawShape(layer, record);
+    case CMD_IMAGE:
+      return DrawImage(layer, record);
+    case CMD_VIDEO:
+      return DrawVideo(layer, record);
+    case CMD_END_FRAME:
+      EndFrame(layer);
+      return true;
+    default:  // also a capture: a client must not choose a file that this service writes
+      return false;
   }
-  if (!done) ++counters_.operationsRefused;
 }
 
 bool Compositor::Operate(layer_t& layer, const layer_record_t& record) {
-  switch (record.firstArgument) {
-    case OP_PUSH_AND_TRANSLATE: {
-      const auto at = Floats<3>(record.data);
-      return at && Push(layer, {1, 0, 0, 1, (*at)[0], (*at)[1]});
-    }
-    case OP_PUSH:
-      return Push(layer, {1, 0, 0, 1, 0, 0});
-    case OP_POP:
-      if (layer.stack.size() < 2) return false;
-      layer.stack.pop_back();
-      return true;
-    case OP_ROTATE: {
-      const auto turn = Floats<4>(record.data);
-      if (!turn) return false;
-      // The screen is flat: only the axis that points into it turns anything.
-      const double radians = ((*turn)[3] < 0 ? -1 : 1) * (*turn)[0] * std::numbers::pi / 180;
-      Transform(layer, {std::cos(radians), std::sin(radians), -std::sin(radians), std::cos(radians), 0, 0});
-      return true;
-    }
-    case OP_SCALE: {
-      const auto scale = Floats<3>(record.data);
-      if (scale) Transform(layer, {(*scale)[0], 0, 0, (*scale)[1], 0, 0});
-      return scale.has_value();
-    }
-    case OP_COLOR: {
-      const auto color = Floats<4>(record.data);
-      for (std::size_t i = 0; color && i < color->size(); ++i)
-        layer.color.at(i) = static_cast<float>(color->at(i));
-      return color.has_value();
-    }
-    case OP_START_FRAME:
-      layer.working.clear();
-      Reset(layer);
-      return true;
-    case OP_CLEAR_TEXTURE:
-    case OP_ENABLE:
-    case OP_DISABLE:
-    case OP_PRELOAD_IMAGES:  // pictures are read when they are first drawn
-    case OP_DRAW_TEXT:       // carries no text
-      return true;
-    default:
-      return false;
+  struct layer_operation_t {
+    std::uint32_t number;
+    bool (*carry)(layer_t& layer, std::span<const std::uint8_t> data);
+  };
+  static constexpr std::array<layer_operation_t, 12> OPERATIONS = {{
+      {OP_PUSH_AND_TRANSLATE, PushAndTranslate},
+      {OP_PUSH, PushCopy},
+      {OP_POP, Pop},
+      {OP_ROTATE, Rotate},
+      {OP_SCALE, Scale},
+      {OP_COLOR, SetColor},
+      {OP_START_FRAME, StartFrame},
+      {OP_CLEAR_TEXTURE, DoNothing},
+      {OP_ENABLE, DoNothing},
+      {OP_DISABLE, DoNothing},
+      {OP_PRELOAD_IMAGES, DoNothing},  // pictures are read when they are first drawn
+      {OP_DRAW_TEXT, DoNothing},       // the operation carries no text
+  }};
+  for (const layer_operation_t& operation : OPERATIONS) {
+    if (operation.number == record.firstArgument) return operation.carry(layer, record.data);
   }
+  return false;
+}
+
+bool Compositor::PushAndTranslate(layer_t& layer, std::span<const std::uint8_t> data) {
+  const auto at = Floats<3>(data);
+  return at && Push(layer, {1, 0, 0, 1, (*at)[0], (*at)[1]});
+}
+
+bool Compositor::PushCopy(layer_t& layer, std::span<const std::uint8_t> /*data*/) {
+  return Push(layer, {1, 0, 0, 1, 0, 0});
+}
+
+bool Compositor::Pop(layer_t& layer, std::span<const std::uint8_t> /*data*/) {
+  if (layer.stack.size() < 2) return false;
+  layer.stack.pop_back();
+  return true;
+}
+
+// The screen is flat: of the rotation's axis only the part that points into the screen counts.
+bool Compositor::Rotate(layer_t& layer, std::span<const std::uint8_t> data) {
+  const auto turn = Floats<4>(data);
+  if (!turn) return false;
+  const double radians = ((*turn)[3] < 0 ? -1 : 1) * (*turn)[0] * std::numbers::pi / 180;
+  Transform(layer, {std::cos(radians), std::sin(radians), -std::sin(radians), std::cos(radians), 0, 0});
+  return true;
+}
+
+bool Compositor::Scale(layer_t& layer, std::span<const std::uint8_t> data) {
+  const auto scale = Floats<3>(data);
+  if (scale) Transform(layer, {(*scale)[0], 0, 0, (*scale)[1], 0, 0});
+  return scale.has_value();
+}
+
+bool Compositor::SetColor(layer_t& layer, std::span<const std::uint8_t> data) {
+  const auto color = Floats<4>(data);
+  for (std::size_t i = 0; color && i < color->size(); ++i) layer.color.at(i) = static_cast<float>(color->at(i));
+  return color.has_value();
+}
+
+bool Compositor::StartFrame(layer_t& layer, std::span<const std::uint8_t> /*data*/) {
+  layer.working.clear();
+  Reset(layer);
+  return true;
+}
+
+bool Compositor::DoNothing(layer_t& /*layer*/, std::span<const std::uint8_t> /*data*/) {
+  return true;
 }
 
 bool Compositor::DrawShape(layer_t& layer, const layer_record_t& record) {
@@ -142,7 +162,7 @@ bool Compositor::DrawImage(layer_t& layer, const layer_record_t& record) {
   if (record.data.size() < 2 * WORD) return false;
   const auto width = static_cast<std::int32_t>(platform::LoadLe32(record.data, 0));
   const auto height = static_cast<std::int32_t>(platform::LoadLe32(record.data, WORD));
-  const std::optional<picture_t> picture = pictures_(std::string(TextOf(record.data, 2 * WORD)));
+  const std::optional<stored_picture_t> picture = pictures_(std::string(TextOf(record.data, 2 * WORD)));
   if (!picture) {
     ++counters_.picturesMissing;
     return true;

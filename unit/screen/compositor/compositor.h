@@ -1,4 +1,4 @@
-// The compositor: layers, each with the drawing of its last whole frame.
+// The compositor: keeps the layers, each with the drawing of its last complete frame.
 #pragma once
 
 #include <array>
@@ -19,28 +19,27 @@ namespace unit {
 
 struct compositor_counters_t {
   std::uint64_t messages = 0, frames = 0;
-  std::uint64_t recordsSkipped = 0;     // no record where one should stand
+  std::uint64_t recordsSkipped = 0;     // no record where one should begin
   std::uint64_t operationsRefused = 0;  // unknown, without its data, or beyond a bound
   std::uint64_t picturesMissing = 0;
 };
 
-// Answers to a message; a client halts on any but OK.
+// The answer to a message. A client stops drawing after any but OK.
 enum class compositor_reply_t : std::int32_t { OK = 0, NO_RECORD = 1, UNKNOWN_LAYER = 2 };
 
-// Finds a picture of the unit by its path there. Empty when there is none of that name.
-using picture_source_t = std::function<std::optional<picture_t>(const std::string& path)>;
+// Finds a picture by its path on the display unit. Empty when there is none.
+using picture_source_t = std::function<std::optional<stored_picture_t>(const std::string& path)>;
 
 // Turns records into SVG. Not thread-safe; its owner locks it.
 class Compositor {
  public:
   explicit Compositor(picture_source_t pictures) : pictures_(std::move(pictures)) {}
 
-  // Takes one message. NO_RECORD when there is not one record in it, UNKNOWN_LAYER when it draws on a layer
-  // that was not made; the message changes nothing then. Everything else that is wrong is counted and passed
-  // over.
+  // Takes one message. NO_RECORD when it has no record, UNKNOWN_LAYER when it draws on a layer that does not
+  // exist; in both cases the message changes nothing. Other faults are counted and skipped.
   compositor_reply_t Take(std::span<const std::uint8_t> message);
 
-  // All layers' last whole frames, the lowest id first.
+  // The last complete frames of all layers, the lowest id first.
   drawing_t Drawing() const;
   const compositor_counters_t& Counters() const { return counters_; }
 
@@ -57,7 +56,17 @@ class Compositor {
   };
 
   void TakeRecord(const layer_record_t& record);
-  bool Operate(layer_t& layer, const layer_record_t& record);
+  bool Carry(layer_t& layer, const layer_record_t& record);
+  // Each returns false for a record without its data or beyond a bound.
+  static bool Operate(layer_t& layer, const layer_record_t& record);
+  static bool PushAndTranslate(layer_t& layer, std::span<const std::uint8_t> data);
+  static bool PushCopy(layer_t& layer, std::span<const std::uint8_t> data);
+  static bool Pop(layer_t& layer, std::span<const std::uint8_t> data);
+  static bool Rotate(layer_t& layer, std::span<const std::uint8_t> data);
+  static bool Scale(layer_t& layer, std::span<const std::uint8_t> data);
+  static bool SetColor(layer_t& layer, std::span<const std::uint8_t> data);
+  static bool StartFrame(layer_t& layer, std::span<const std::uint8_t> data);
+  static bool DoNothing(layer_t& layer, std::span<const std::uint8_t> data);
   bool DrawShape(layer_t& layer, const layer_record_t& record);
   bool DrawImage(layer_t& layer, const layer_record_t& record);
   bool DrawVideo(layer_t& layer, const layer_record_t& record);

@@ -18,7 +18,7 @@ namespace {
 std::vector<std::uint8_t> ReadFile(const std::string& path, std::size_t most) {
   std::ifstream file(path, std::ios::binary);
   std::vector<std::uint8_t> bytes(most + 1);
-  // char may alias anything.
+  // Any object may be written through char.
   file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   bytes.resize(static_cast<std::size_t>(file.gcount()));
   if (bytes.size() > most) bytes.clear();
@@ -32,7 +32,7 @@ std::string DataUri(std::span<const std::uint8_t> file) {
 
 }  // namespace
 
-std::optional<picture_t> ReadPngHeader(std::span<const std::uint8_t> file) {
+std::optional<stored_picture_t> ReadPngHeader(std::span<const std::uint8_t> file) {
   // PNG (ISO/IEC 15948): the signature, then the IHDR chunk with width and height, most significant byte first.
   constexpr std::array<std::uint8_t, 8> SIGNATURE{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
   constexpr std::size_t WIDTH_AT = 16;
@@ -41,14 +41,14 @@ std::optional<picture_t> ReadPngHeader(std::span<const std::uint8_t> file) {
   const std::uint32_t width = platform::LoadBe32(file, WIDTH_AT);
   const std::uint32_t height = platform::LoadBe32(file, WIDTH_AT + 4);
   if (width == 0 || height == 0 || width > MOST || height > MOST) return {};
-  return picture_t{{}, static_cast<int>(width), static_cast<int>(height)};
+  return stored_picture_t{{}, static_cast<int>(width), static_cast<int>(height)};
 }
 
-std::optional<picture_t> PictureStore::Find(const std::string& path) {
+std::optional<stored_picture_t> PictureStore::Find(const std::string& path) {
   if (const auto kept = pictures_.find(path); kept != pictures_.end()) return kept->second;
   if (path.empty() || path.front() != '/' || pictures_.size() >= MAX_PICTURES) return {};
   const std::vector<std::uint8_t> file = ReadFile(platform::ResolveUnitPath(path), MAX_BYTES);
-  std::optional<picture_t> picture = ReadPngHeader(file);
+  std::optional<stored_picture_t> picture = ReadPngHeader(file);
   if (!picture) return {};
   picture->id = "picture-" + std::to_string(pictures_.size() + 1);
   definitions_.push_back({"image",

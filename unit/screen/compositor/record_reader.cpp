@@ -14,7 +14,7 @@ constexpr std::size_t WORD = 4;
 
 std::optional<layer_record_t> ReadRecord(std::span<const std::uint8_t> message) {
   if (message.size() < RECORD_HEADER_SIZE || platform::LoadLe32(message, MARKER_AT) != RECORD_MARKER) return {};
-  // The last record's data are not padded, while the length is rounded up.
+  // The length is rounded up to whole words, but the data of the last record are not padded.
   const std::size_t length = platform::LoadLe32(message, DATA_LENGTH_AT);
   const std::size_t room = message.size() - RECORD_HEADER_SIZE;
   if (length % WORD != 0 || length >= room + WORD) return {};
@@ -49,7 +49,7 @@ std::string_view TextOf(std::span<const std::uint8_t> data, std::size_t offset) 
   if (offset >= data.size()) return {};
   const auto text = data.subspan(offset);
   const auto end = std::find(text.begin(), text.end(), std::uint8_t{0});
-  // char may alias anything.
+  // Any object may be read through char.
   return {reinterpret_cast<const char*>(text.data()), static_cast<std::size_t>(end - text.begin())};
 }
 

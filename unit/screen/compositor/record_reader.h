@@ -12,7 +12,7 @@
 
 namespace unit {
 
-// One record; the data lie in the message.
+// One record; the data point into the message.
 struct layer_record_t {
   std::uint32_t command = 0;
   std::uint32_t firstArgument = 0;
@@ -24,15 +24,15 @@ struct layer_record_t {
 struct record_count_t {
   std::size_t read = 0;
   std::size_t skipped =
-      0;  // places where a record should stand and none does, or its data end beyond the message
+      0;  // places with no record where one should begin, or with data beyond the message's end
 };
 
-// Hands each whole record to `take`, in order. What is no record is passed over to the next marker, since the
-// client itself can leave parameters without a header when its queue is full.
+// Passes each complete record to `take`, in order. Skips bytes that are not a record up to the next marker: a
+// client whose queue is full can leave parameters without a header.
 record_count_t ReadRecords(std::span<const std::uint8_t> message,
                            const std::function<void(const layer_record_t&)>& take);
 
-// The text at `offset` of a record's data up to its 0 byte or the end.
+// The text at `offset` of a record's data, up to its 0 byte or the end of the data.
 std::string_view TextOf(std::span<const std::uint8_t> data, std::size_t offset);
 
 }  // namespace unit

@@ -19,11 +19,11 @@ std::string Pixels(double value) {
 
 std::string Point(double radius, double degrees) {
   const double radians = degrees * std::numbers::pi / 180;
-  // Counter-clockwise on a screen whose y axis points down.
+  // Angles run counter-clockwise; the y axis of the screen points down.
   return Pixels(radius * std::cos(radians)) + " " + Pixels(-radius * std::sin(radians));
 }
 
-// A sweep of a whole turn or more is the circle: an arc that ends where it begins would not be drawn.
+// A sweep of a full turn or more is limited to just below one: an arc that ends at its start is not drawn.
 std::string ArcPath(double radius, double start, double sweep, bool sector) {
   const double limited = std::clamp(sweep, -359.99, 359.99);
   const std::string arc = "A" + Pixels(radius) + " " + Pixels(radius) + " 0 " +
@@ -51,7 +51,7 @@ drawn_element_t Circle(double radius, attributes_t paint) {
   return {"circle", std::move(paint), {}, {}};
 }
 
-// The gradient has to be named to be used; the name is made of what it shows, so that equal ones may meet.
+// A gradient is used by its id. The id is made of radius and colours, so that two of the same id look the same.
 drawn_element_t Shade(double radius, std::span<const double> colors, drawn_element_t shape) {
   std::array<std::string, 2> stops;
   std::string id = "shade-" + Pixels(radius);
@@ -118,7 +118,7 @@ std::optional<drawn_element_t> MakeShape(std::uint32_t shape, std::span<const do
   }
 }
 
-drawn_element_t MakePicture(const picture_t& picture, int width, int height, bool centred) {
+drawn_element_t MakePicture(const stored_picture_t& picture, int width, int height, bool centred) {
   const double w = width > 0 ? width : picture.width;
   const double h = height > 0 ? height : picture.height;
   const double x = centred ? -w / 2 : 0;

@@ -13,21 +13,21 @@ namespace unit {
 
 constexpr std::size_t MAX_SHAPE_ARGUMENTS = 11;  // an arc with two colours
 
-// A Compositing::shape_t with its floats, all finite. Empty when the shape is unknown or floats are missing. A
-// gradient runs from the inner colour at the centre to the outer one at the edge.
+// Draws a Compositing::shape_t; all arguments are finite. Empty when the shape is unknown or arguments are
+// missing. A gradient runs from the inner colour at the centre to the outer colour at the edge.
 std::optional<drawn_element_t> MakeShape(std::uint32_t shape, std::span<const double> arguments,
                                          const std::array<float, 4>& color);
 
-// A picture that stands among a page's definitions.
-struct picture_t {
+// A picture that is a definition of the page.
+struct stored_picture_t {
   std::string id;
   int width = 0, height = 0;
 };
 
-// A use of the picture. A size of 0 takes the picture's own.
-drawn_element_t MakePicture(const picture_t& picture, int width, int height, bool centred);
+// A reference to the picture. A size of 0 means the picture's own size.
+drawn_element_t MakePicture(const stored_picture_t& picture, int width, int height, bool centred);
 
-// Where a video would stand: the unit has no source, and an empty frame says so.
+// An empty frame in place of a video: the unit has no video source.
 drawn_element_t MakeVideoPlace(const std::array<double, 4>& box);
 
 }  // namespace unit

@@ -10,7 +10,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// librsvg and browsers draw or run these differently, or one of them not at all.
+// librsvg and browsers draw these differently, or one of them ignores them.
 constexpr std::array<std::string_view, 7> REFUSED_ELEMENTS{
     "script", "foreignObject", "animate", "animateTransform", "animateMotion", "set", "textPath"};
 
@@ -80,7 +80,7 @@ constexpr std::array<attribute_reader_t, 16> READERS{{
     {"data-max",
      [](auto& e, const auto& a) { e.place.maximum = static_cast<std::size_t>(ParseCount(a, 200)); }},
     {"data-align", [](auto& e, const auto& a) { e.place.fixed = ParseAlign(a.value()); }},
-    {"data-key", [](auto&, const auto&) {}},  // for the front panel: the key that this text names
+    {"data-key", [](auto&, const auto&) {}},  // used by the front panel: the key that has this text as its name
 }};
 
 void ReadAttribute(live_element_t& element, const pugi::xml_attribute& attribute) {
@@ -114,7 +114,8 @@ void ReadBase(live_element_t& element) {
   element.place.fontSize = node.attribute("font-size").as_double(16);
 }
 
-// An own text-anchor wins; a style sheet's is not looked at, so right-aligned classes are named here as well.
+// The element's own text-anchor decides. That of a style sheet is not read, so a text that begins in the right
+// half of its box counts as right-aligned.
 void ReadAlign(live_element_t& element) {
   const pugi::xml_attribute anchor = element.node.attribute("text-anchor");
   const double middle = element.place.x + element.place.width / 2;
@@ -134,12 +135,13 @@ void CheckElement(const live_element_t& element, const std::set<std::string>& wi
   }
   const bool follows = !element.show.Empty() || !element.text.Empty() || !element.flash.Empty() ||
                        !element.styles.empty() || !element.format.Empty() || element.turn || element.bar;
-  if (follows && element.variable.empty()) throw std::runtime_error("follows a value but has no data-var");
+  if (follows && element.variable.empty())
+    throw std::runtime_error("the element follows a value but has no data-var");
   if (element.place.cells > 0 && element.place.width <= 0)
     throw std::runtime_error("data-cells needs data-box");
   if (element.bar && element.bar->width <= 0) throw std::runtime_error("data-bar needs a width");
   if (!element.IsText() && (!element.text.Empty() || !element.format.Empty())) {
-    throw std::runtime_error("data-text and data-format belong to a text element");
+    throw std::runtime_error("data-text and data-format are for text elements only");
   }
 }
 
@@ -167,11 +169,11 @@ std::string Describe(pugi::xml_node node) {
   return text + ">";
 }
 
-// Walks the drawing and keeps what changes. Live elements without an id get one, so that a change can name
-// them.
+// Collects the live elements of a page. Gives an id to those without one, so that a change can refer to them.
 class ElementCollector : public pugi::xml_tree_walker {
  public:
-  ElementCollector(page_t& page, const std::set<std::string>& widgets) : page_(page), widgets_(widgets) {}
+  ElementCollector(page_design_t& page, const std::set<std::string>& widgets)
+      : page_(page), widgets_(widgets) {}
 
   bool for_each(pugi::xml_node& node) override {
     if (node.type() != pugi::node_element) return true;
@@ -187,10 +189,10 @@ class ElementCollector : public pugi::xml_tree_walker {
   void Collect(pugi::xml_node node) {
     const std::string_view name = node.name();
     if (std::find(REFUSED_ELEMENTS.begin(), REFUSED_ELEMENTS.end(), name) != REFUSED_ELEMENTS.end()) {
-      throw std::runtime_error("such elements are not drawn alike everywhere");
+      throw std::runtime_error("librsvg and browsers do not draw this element alike");
     }
     const std::string id = node.attribute("id").value();
-    if (!id.empty() && !ids_.insert(id).second) throw std::runtime_error("the id is taken already");
+    if (!id.empty() && !ids_.insert(id).second) throw std::runtime_error("another element has this id");
     if (id == COMPOSITOR_ELEMENT) page_.compositor = node;
     live_element_t element = ReadElement(node, widgets_);
     if (!IsLive(element)) return;
@@ -201,26 +203,21 @@ class ElementCollector : public pugi::xml_tree_walker {
     page_.elements.push_back(std::move(element));
   }
 
-  page_t& page_;
+  page_design_t& page_;
   const std::set<std::string>& widgets_;
   std::set<std::string> ids_;
 };
 
-void ReadPageElement(page_t& page, pugi::xml_node root) {
-  const pugi::xml_node described = root.child("metadata").child("page");
-  page.name = described.attribute("name").value();
-  page.action = described.attribute("action").value();
-  page.title = described.attribute("title").value();
-  page.order = described.attribute("order").as_int(-1);
-  if (page.name.empty() || page.action.empty() || page.order < 0) {
-    throw std::runtime_error("<metadata> needs <page name=... action=... order=... title=...>");
-  }
+void ReadTransitions(page_design_t& page, pugi::xml_node described) {
   for (const pugi::xml_node& transition : described.children("transition")) {
     const std::string event = transition.attribute("event").value();
     const std::string target = transition.attribute("page").value();
     if (event.empty() || target.empty()) throw std::runtime_error("a transition needs event and page");
     page.transitions.emplace(event, target);
   }
+}
+
+void ReadNotices(page_design_t& page, pugi::xml_node described) {
   for (const pugi::xml_node& notice : described.children("notice")) {
     const std::string variable = notice.attribute("var").value();
     const std::string action = notice.attribute("action").value();
@@ -229,8 +226,21 @@ void ReadPageElement(page_t& page, pugi::xml_node root) {
   }
 }
 
-page_t ReadPage(const fs::path& file, const std::set<std::string>& widgets) {
-  page_t page;
+void ReadPageElement(page_design_t& page, pugi::xml_node root) {
+  const pugi::xml_node described = root.child("metadata").child("page");
+  page.name = described.attribute("name").value();
+  page.action = described.attribute("action").value();
+  page.title = described.attribute("title").value();
+  page.order = described.attribute("order").as_int(-1);
+  if (page.name.empty() || page.action.empty() || page.order < 0) {
+    throw std::runtime_error("<metadata> needs <page name=... action=... order=... title=...>");
+  }
+  ReadTransitions(page, described);
+  ReadNotices(page, described);
+}
+
+page_design_t ReadPage(const fs::path& file, const std::set<std::string>& widgets) {
+  page_design_t page;
   page.document = std::make_unique<pugi::xml_document>();
   const pugi::xml_parse_result result = page.document->load_file(file.c_str());
   if (!result) {
@@ -246,7 +256,7 @@ page_t ReadPage(const fs::path& file, const std::set<std::string>& widgets) {
 
 }  // namespace
 
-page_t LoadPage(const fs::path& file, const std::set<std::string>& widgets) {
+page_design_t LoadPage(const fs::path& file, const std::set<std::string>& widgets) {
   try {
     return ReadPage(file, widgets);
   } catch (const std::runtime_error& error) {
@@ -254,21 +264,30 @@ page_t LoadPage(const fs::path& file, const std::set<std::string>& widgets) {
   }
 }
 
-design_t LoadDesign(const fs::path& folder, const std::set<std::string>& widgets,
-                    std::vector<std::string>& problems) {
-  std::set<fs::path> files;  // in the order of their names, so that the messages are
+namespace {
+
+// Sorted, so that the problems come in a fixed order.
+std::set<fs::path> ListPages(const fs::path& folder, std::vector<std::string>& problems) {
+  std::set<fs::path> files;
   std::error_code error;
   for (const auto& entry : fs::directory_iterator(folder, error)) {
     if (entry.path().extension() == ".svg") files.insert(entry.path());
   }
   if (error) problems.push_back(folder.string() + ": " + error.message());
+  return files;
+}
+
+}  // namespace
+
+design_t LoadDesign(const fs::path& folder, const std::set<std::string>& widgets,
+                    std::vector<std::string>& problems) {
   design_t design;
-  for (const fs::path& file : files) {
+  for (const fs::path& file : ListPages(folder, problems)) {
     try {
-      page_t page = LoadPage(file, widgets);
+      page_design_t page = LoadPage(file, widgets);
       const std::string name = page.name;
       if (!design.emplace(name, std::move(page)).second) {
-        problems.push_back(file.string() + ": there is a page " + name + " already");
+        problems.push_back(file.string() + ": another file has a page " + name);
       }
     } catch (const std::runtime_error& refused) {
       problems.emplace_back(refused.what());
@@ -284,10 +303,15 @@ std::vector<std::string> CheckDesign(const design_t& design) {
     for (const auto& [event, target] : page.transitions) {
       if (design.contains(target)) continue;
       problems.push_back("page ");
-      problems.back().append(name).append(": ").append(event).append(" leads to no page: ").append(target);
+      problems.back()
+          .append(name)
+          .append(": ")
+          .append(event)
+          .append(" leads to a page that does not exist: ")
+          .append(target);
     }
     const auto [other, fresh] = orders.emplace(page.order, name);
-    if (!fresh) problems.push_back("pages " + other->second + " and " + name + " have one order");
+    if (!fresh) problems.push_back("pages " + other->second + " and " + name + " have the same order");
   }
   return problems;
 }

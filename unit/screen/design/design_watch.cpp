@@ -9,7 +9,7 @@ namespace unit {
 
 DesignWatch::DesignWatch(const std::filesystem::path& folder)
     : descriptor_(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
-  // Editors write in place or move a finished file over the old one.
+  // Some editors write the file itself, others write a second file and rename it.
   if (descriptor_ >= 0) inotify_add_watch(descriptor_, folder.c_str(), IN_CLOSE_WRITE | IN_MOVED_TO);
 }
 

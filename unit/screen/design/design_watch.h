@@ -1,11 +1,11 @@
-// Notices that a file of the screen design was written.
+// Detects that a file of the screen design was written.
 #pragma once
 
 #include <filesystem>
 
 namespace unit {
 
-// Used by one thread.
+// For one thread.
 class DesignWatch {
  public:
   explicit DesignWatch(const std::filesystem::path& folder);
@@ -13,8 +13,8 @@ class DesignWatch {
   DesignWatch(const DesignWatch&) = delete;
   DesignWatch& operator=(const DesignWatch&) = delete;
 
-  // Whether a file was written or moved into the folder since the last call. Does not block. Never true where
-  // the system gives no watch.
+  // Whether a file was written or moved into the folder since the last call. Does not block. Always false where
+  // the system cannot watch the folder.
   bool Changed();
 
  private:

@@ -1,4 +1,4 @@
-// What the compositor's layers draw, as SVG elements that are ready to stand on a page.
+// The drawings of the compositor's layers as SVG elements for a page.
 #pragma once
 
 #include <cstddef>

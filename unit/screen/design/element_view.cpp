@@ -36,18 +36,21 @@ std::string Rotate(double degrees, double x, double y) {
   return "rotate(" + FormatPixels(degrees) + " " + FormatPixels(x) + " " + FormatPixels(y) + ")";
 }
 
+std::string TransformOf(const live_element_t& element, const widget_t& widget) {
+  std::string transform;
+  if (widget.position) {
+    const double y = element.node.attribute("y").as_double();
+    transform += "translate(" + FormatPixels((*widget.position)[0] - element.place.x) + " " +
+                 FormatPixels((*widget.position)[1] - y) + ") ";
+  }
+  const auto& [degrees, x, y] = widget.rotation;
+  if (degrees != 0) transform += Rotate(degrees, x, y) + " ";
+  return transform;
+}
+
 std::optional<std::string> TransformOf(const live_element_t& element, const element_input_t& input,
                                        const variable_value_t& value) {
-  std::string transform;
-  if (const widget_t* widget = input.widget) {
-    if (widget->position) {
-      const double y = element.node.attribute("y").as_double();
-      transform += "translate(" + FormatPixels((*widget->position)[0] - element.place.x) + " " +
-                   FormatPixels((*widget->position)[1] - y) + ") ";
-    }
-    const auto& [degrees, x, y] = widget->rotation;
-    if (degrees != 0) transform += Rotate(degrees, x, y) + " ";
-  }
+  std::string transform = input.widget != nullptr ? TransformOf(element, *input.widget) : std::string();
   transform += element.baseTransform;
   if (element.turn && value) {
     transform +=
@@ -73,7 +76,7 @@ void ViewWidgetText(element_view_t& view, const live_element_t& element, const e
   const std::string text = old ? *element.stale : input.widget->text.value_or(element.baseText);
   text_layout_t layout = LayOut(text, element.place, input.widget->align.value_or(element.align));
   view.attributes["text-anchor"] = layout.anchor;
-  // The runs of a cell text have places of their own.
+  // Each run of a text in cells has its own x.
   if (element.place.cells == 0) view.attributes["x"] = FormatPixels(layout.x);
   if (element.place.cells > 0) view.attributes["aria-label"] = text;
   view.text = std::move(layout.runs);
@@ -87,6 +90,27 @@ void ViewText(element_view_t& view, const live_element_t& element, const element
   } else if (!element.text.Empty() || !element.format.Empty()) {
     view.text = std::vector<text_run_t>{{{}, {}, TextByValue(element, value)}};
   }
+}
+
+void SetAttribute(pugi::xml_node node, const std::string& name, const std::optional<std::string>& value) {
+  if (!value) {
+    node.remove_attribute(name.c_str());
+    return;
+  }
+  pugi::xml_attribute attribute = node.attribute(name.c_str());
+  if (!attribute) attribute = node.append_attribute(name.c_str());
+  attribute.set_value(value->c_str());
+}
+
+void AppendRun(pugi::xml_node node, const text_run_t& run) {
+  if (!run.x) {
+    node.append_child(pugi::node_pcdata).set_value(run.text.c_str());
+    return;
+  }
+  pugi::xml_node span = node.append_child("tspan");
+  span.append_attribute("x").set_value(FormatPixels(*run.x).c_str());
+  if (run.fontSize) span.append_attribute("font-size").set_value(FormatPixels(*run.fontSize).c_str());
+  span.append_child(pugi::node_pcdata).set_value(run.text.c_str());
 }
 
 }  // namespace
@@ -132,27 +156,10 @@ element_view_t MakeView(const live_element_t& element, const element_input_t& in
 
 void ApplyView(const live_element_t& element, const element_view_t& view) {
   pugi::xml_node node = element.node;
-  for (const auto& [name, value] : view.attributes) {
-    if (!value) {
-      node.remove_attribute(name.c_str());
-      continue;
-    }
-    pugi::xml_attribute attribute = node.attribute(name.c_str());
-    if (!attribute) attribute = node.append_attribute(name.c_str());
-    attribute.set_value(value->c_str());
-  }
+  for (const auto& [name, value] : view.attributes) SetAttribute(node, name, value);
   if (!view.text) return;
   node.remove_children();
-  for (const text_run_t& run : *view.text) {
-    if (!run.x) {
-      node.append_child(pugi::node_pcdata).set_value(run.text.c_str());
-      continue;
-    }
-    pugi::xml_node span = node.append_child("tspan");
-    span.append_attribute("x").set_value(FormatPixels(*run.x).c_str());
-    if (run.fontSize) span.append_attribute("font-size").set_value(FormatPixels(*run.fontSize).c_str());
-    span.append_child(pugi::node_pcdata).set_value(run.text.c_str());
-  }
+  for (const text_run_t& run : *view.text) AppendRun(node, run);
 }
 
 }  // namespace unit

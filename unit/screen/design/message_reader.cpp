@@ -61,7 +61,7 @@ bool ReadNothing(screen_command_t&, std::span<const std::uint8_t>) {
 
 struct operation_row_t {
   screen_operation_t operation;
-  std::size_t length;  // 0: as long as its text
+  std::size_t length;  // of the message, bytes; 0: depends on its text
   bool (*read)(screen_command_t&, std::span<const std::uint8_t>);
 };
 

@@ -1,4 +1,4 @@
-// Reads one message of the application to the screen service.
+// Reads the messages of the application to the screen service.
 #pragma once
 
 #include <array>
@@ -17,11 +17,11 @@ struct screen_command_t {
   std::uint32_t number = 0;             // attribute, rate, which or alternate
   std::array<std::int32_t, 2> place{};  // move
   std::array<float, 4> parts{};         // rotate (three) or colour
-  std::string text;                     // clean: fit for an XML document
+  std::string text;                     // may stand in an XML document, see CleanText
 };
 
-// Empty when the message is no whole message: too short or too long for its operation, an operation that does
-// not exist, a text without its end, an attribute out of range, a float that is not a number.
+// Empty for a malformed message: too short or too long for its operation, an unknown operation, a text without
+// its end, an attribute out of range, a float that is not finite.
 std::optional<screen_command_t> ReadScreenMessage(std::span<const std::uint8_t> message);
 
 }  // namespace unit

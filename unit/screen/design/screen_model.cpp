@@ -31,7 +31,7 @@ void WriteElement(pugi::xml_node parent, const drawn_element_t& element) {
   for (const drawn_element_t& child : element.children) WriteElement(node, child);
 }
 
-page_t* FirstPage(design_t& design) {
+page_design_t* FirstPage(design_t& design) {
   const auto first = std::min_element(design.begin(), design.end(), [](const auto& a, const auto& b) {
     return a.second.order < b.second.order;
   });
@@ -55,7 +55,8 @@ bool ScreenModel::Accept(screen_command_t command) {
                           command.operation == SCREEN_PROCESS_COMMANDS ||
                           command.operation == SCREEN_SET_ALTERNATE;
   if (command.operation == SCREEN_PROCESS_COMMANDS) ProcessCommands();
-  // Frame rate and alternate address the service as a whole; the picture follows every change and has one form.
+  // Frame rate and alternate are for the whole service and have no effect: the picture follows every change,
+  // and there is only one picture.
   if (forService) return true;
   if (!widgets_.contains(command.target)) {
     ++counters_.unknownWidgets;
@@ -107,7 +108,7 @@ void ScreenModel::SetVariable(const std::string& name, variable_value_t value) {
   if (value && !std::isfinite(*value)) value.reset();
   variable_value_t& kept = variables_[name];
   if (kept == value) return;
-  // The first value that is heard of is no change.
+  // The first known value is not a change that a page posts an action for.
   if (kept) NoteChange(name);
   kept = value;
   changedVariables_.insert(name);
@@ -259,15 +260,19 @@ screen_change_t ScreenModel::TakeChange() {
     change.widgets[widgets_.at(handle).name] = widgets_.at(handle).text.value_or("");
   }
   for (const std::string& name : changedVariables_) change.variables[name] = variables_.at(name);
-  drawingChanged_ = false;
-  changedElements_.clear();
-  changedWidgets_.clear();
-  changedVariables_.clear();
+  ForgetChanges();
   const bool any =
       change.page || !change.elements.empty() || !change.widgets.empty() || !change.variables.empty();
   if (any) ++revision_;
   change.revision = revision_;
   return change;
+}
+
+void ScreenModel::ForgetChanges() {
+  drawingChanged_ = false;
+  changedElements_.clear();
+  changedWidgets_.clear();
+  changedVariables_.clear();
 }
 
 std::string ScreenModel::Svg() const {

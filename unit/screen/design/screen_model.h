@@ -1,4 +1,5 @@
-// What the screen shows: the page, its widgets and variables, and what changed since somebody last asked.
+// The model of the screen: the page shown, the widgets, the variables, and their changes since the last
+// revision.
 #pragma once
 
 #include <cstddef>
@@ -17,21 +18,21 @@
 
 namespace unit {
 
-// The service's own variable beside those of the database.
+// A variable that the screen service sets itself; all others come from the database.
 constexpr const char* DATA_STATE_VARIABLE = "Screen.DataState";
 enum data_state_t : int { DATA_CURRENT = 1, DATA_LINK_LOST = 2, DATA_PROGRAM_SILENT = 3 };
 
 struct element_change_t {
   std::string id;
   std::map<std::string, std::optional<std::string>> attributes;
-  std::optional<std::string> content;  // the element's inside, as SVG
+  std::optional<std::string> content;  // the element's content, as SVG
 };
 
 // What changed between two revisions.
 struct screen_change_t {
   std::uint64_t revision = 0;
   std::uint64_t previous = 0;
-  bool page = false;  // another page, or another design of it: take the whole picture anew
+  bool page = false;  // another page or a new design of it: readers request the whole picture
   std::vector<element_change_t> elements;
   std::map<std::string, std::string> widgets;
   std::map<std::string, variable_value_t> variables;
@@ -39,9 +40,9 @@ struct screen_change_t {
 
 struct screen_counters_t {
   std::uint64_t commands = 0;
-  std::uint64_t unknownWidgets = 0;  // commands for a handle that the configuration does not give
+  std::uint64_t unknownWidgets = 0;  // commands for a handle that is not in the configuration
   std::uint64_t unknownEvents = 0;   // numbers without a name
-  std::uint64_t eventsIgnored = 0;   // transitions that do not start on the page shown
+  std::uint64_t eventsIgnored = 0;   // events that no transition of the page shown uses
   std::uint64_t pageChanges = 0;
 };
 
@@ -51,29 +52,29 @@ class ScreenModel {
   // The page of the lowest order is shown first. Throws std::runtime_error when the design has no page.
   ScreenModel(screen_names_t names, design_t design);
 
-  // Keeps the command until ProcessCommands. False when its widget is unknown. Once MAX_PENDING wait, all of
-  // them take effect at once.
+  // Keeps the command until ProcessCommands. False when its widget is unknown. When MAX_PENDING commands wait,
+  // all of them take effect.
   bool Accept(screen_command_t command);
   void ProcessCommands();
   bool HasPending() const { return !pending_.empty(); }
 
-  // Names unknown to the design are kept too. Not a number and infinite count as not known.
+  // Keeps variables that the design does not use too. A value that is not finite counts as unknown.
   void SetVariable(const std::string& name, variable_value_t value);
   void SetDataState(data_state_t state);
   // Follows the transition that the page shown has for the event. True when the page changed.
   bool HandleEvent(std::uint32_t number);
-  // The actions that changed values call for by the page shown, oldest first; at most MAX_NOTICES are kept.
+  // The actions that the page shown posts for changed values, oldest first; at most MAX_NOTICES are kept.
   std::vector<std::string> TakeNotices() { return std::exchange(notices_, {}); }
   bool HasNotices() const { return !notices_.empty(); }
   void SetDrawing(drawing_t drawing);
-  // The pictures that drawings use, by their ids, as definitions of every page.
+  // Sets the pictures that drawings use, as definitions of every page.
   void SetPictures(drawing_t pictures);
-  // Takes the pages that were read anew; a page that is not among them stays as it is.
+  // Replaces the pages that were read again; the other pages stay unchanged.
   void ReplacePages(design_t&& pages);
 
-  const page_t& Page() const { return *page_; }
+  const page_design_t& Page() const { return *page_; }
   std::uint64_t Revision() const { return revision_; }
-  // Empty names, elements and page when nothing changed. Advances the revision when something did.
+  // The changes since the last call. Advances the revision when there are any.
   screen_change_t TakeChange();
 
   // The page as an SVG document.
@@ -100,10 +101,11 @@ class ScreenModel {
   element_input_t InputOf(const live_element_t& element) const;
   const widget_t* FindWidget(const std::string& name) const;
   element_change_t ChangeOf(std::size_t index) const;
+  void ForgetChanges();
 
   screen_names_t names_;
   design_t design_;
-  page_t* page_ = nullptr;
+  page_design_t* page_ = nullptr;
   std::map<std::int32_t, widget_t> widgets_;  // by handle
   std::map<std::string, variable_value_t> variables_;
   std::vector<screen_command_t> pending_;

@@ -8,14 +8,9 @@
 
 namespace unit {
 
-screen_names_t LoadScreenNames(const std::string& genericFile) {
-  pugi::xml_document document;
-  const pugi::xml_parse_result result = document.load_file(genericFile.c_str());
-  const pugi::xml_node root = document.child("orvik-generic");
-  if (!result || !root) {
-    const std::string problem = result ? "no <orvik-generic> in it" : result.description();
-    throw std::runtime_error(genericFile + ": " + problem + ". Name the generic configuration with --config.");
-  }
+namespace {
+
+screen_names_t ReadNames(const pugi::xml_node& root) {
   screen_names_t names;
   names.actionChannel = root.child("Actions").attribute("channel").value();
   names.eventChannel = root.child("Events").attribute("channel").value();
@@ -32,6 +27,17 @@ screen_names_t LoadScreenNames(const std::string& genericFile) {
     names.variables.emplace(node.attribute("name").value(), node.attribute("var").value());
   }
   return names;
+}
+
+}  // namespace
+
+screen_names_t LoadScreenNames(const std::string& genericFile) {
+  pugi::xml_document document;
+  const pugi::xml_parse_result result = document.load_file(genericFile.c_str());
+  const pugi::xml_node root = document.child("orvik-generic");
+  if (result && root) return ReadNames(root);
+  const std::string problem = result ? "the file has no <orvik-generic>" : result.description();
+  throw std::runtime_error(genericFile + ": " + problem + ". Name the generic configuration with --config.");
 }
 
 std::array<std::uint8_t, 8> ActionMessage(int channel, std::uint32_t action) {

@@ -1,4 +1,4 @@
-// The names and numbers of the generic configuration that the screen service needs.
+// The names and numbers of the generic configuration that the screen service uses.
 #pragma once
 
 #include <array>
@@ -14,13 +14,13 @@ struct screen_names_t {
   std::map<std::string, std::uint32_t> actions;  // name to number
   std::map<std::uint32_t, std::string> events;   // number to name
   std::map<std::int32_t, std::string> widgets;   // handle to name
-  std::map<std::string, std::string> variables;  // name to the database's parameter name
+  std::map<std::string, std::string> variables;  // name to the name of the database's parameter
 };
 
-// Throws std::runtime_error with the file's name when it cannot be read.
+// Throws std::runtime_error with the file's name when the file cannot be read.
 screen_names_t LoadScreenNames(const std::string& genericFile);
 
-// What the action channel carries: the number of the channel itself, then the action, 32 bits each,
+// The message of the action channel: the number of the channel, then the number of the action, 32 bits each,
 // little-endian.
 std::array<std::uint8_t, 8> ActionMessage(int channel, std::uint32_t action);
 

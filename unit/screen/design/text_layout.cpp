@@ -30,12 +30,12 @@ bool IsBlank(char32_t c) {
   return c == ' ' || c == IDEOGRAPHIC_SPACE || c == 0xA0;
 }
 
-// XML 1.0 has no place for these, not even as character references.
+// XML 1.0 allows most of these not even as character references.
 bool IsUnfit(char32_t c) {
   return c < 0x20 || (c >= 0x7F && c < 0xA0) || c == 0xFFFE || c == 0xFFFF;
 }
 
-// Glyphs that fill a square (Unicode's East Asian widths W and F, by block).
+// Glyphs that are as wide as high (Unicode's East Asian widths W and F, by block).
 bool IsWide(char32_t c) {
   constexpr std::array<std::pair<char32_t, char32_t>, 7> BLOCKS{{{0x1100, 0x115F},
                                                                  {0x2E80, 0xA4CF},

@@ -1,4 +1,4 @@
-// How a widget's text lies in its place: cut into runs that librsvg and browsers draw alike.
+// Lays out a widget's text in its place, as runs that librsvg and browsers draw alike.
 #pragma once
 
 #include <optional>
@@ -10,18 +10,18 @@ namespace unit {
 
 enum class align_t { LEFT, CENTER, RIGHT };
 
-// A text's place, in pixels of the page. Widgets of fixed pitch have cells.
+// The place of a text, in pixels of the page. Widgets with columns of fixed width have cells.
 struct text_place_t {
   double x = 0;
   double width = 0;
-  int cells = 0;            // columns that fill the width; 0: proportional text
-  std::size_t maximum = 0;  // code points of a proportional text before it is cut with an ellipsis; 0: any
+  int cells = 0;            // columns in the width; 0: proportional text
+  std::size_t maximum = 0;  // code points of a proportional text, else it ends with an ellipsis; 0: any
   double fontSize = 16;
-  std::optional<align_t> fixed;  // set: the design's own alignment holds against the message's
+  std::optional<align_t> fixed;  // the design's alignment, which overrides that of messages
 };
 
 struct text_run_t {
-  std::optional<double> x;         // empty: goes on from the element's own x
+  std::optional<double> x;         // empty: the element's own x
   std::optional<double> fontSize;  // set where a glyph would be wider than its cell
   std::string text;
 
@@ -36,14 +36,13 @@ struct text_layout_t {
   bool operator==(const text_layout_t&) const = default;
 };
 
-// What arrived as UTF-8, made fit for an XML document: ill-formed sequences and control characters become
-// U+FFFD.
+// Makes a received text fit for an XML document: ill-formed UTF-8 and control characters become U+FFFD.
 std::string CleanText(std::string_view text);
 
-// With cells each glyph has a run of its own, centred in its column: fallback fonts have other advances, and
-// lists of positions are not drawn by every renderer. Blanks need no run; what goes beyond the last column is
-// cut. Without cells leading and trailing blanks are dropped, since the alignment says where the text stands.
-// `text` is clean.
+// In cells, each glyph has a run of its own, centred in its column: fallback fonts have other widths, and not
+// every renderer draws lists of positions. Blanks have no run; glyphs beyond the last column are cut off.
+// Without cells, leading and trailing blanks are dropped, since the alignment places the text. `text` has been
+// through CleanText.
 text_layout_t LayOut(std::string_view text, const text_place_t& place, align_t align);
 
 }  // namespace unit

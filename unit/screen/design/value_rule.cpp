@@ -42,8 +42,8 @@ value_match_t ParseMatch(std::string_view text) {
   return match;
 }
 
-// The host's values are single precision: its 0.9 is 0.899999976, and means 0.9. Six digits are what they
-// carry.
+// Rounds to six digits, the precision of the host's values: they are single precision, so that its 0.9 arrives
+// as 0.899999976 and must match 0.9.
 double Settle(double value) {
   if (value == 0 || !std::isfinite(value)) return value;
   const double digits = std::pow(10.0, 6 - std::ceil(std::log10(std::abs(value))));
@@ -101,10 +101,10 @@ ValueFormat::ValueFormat(std::string_view text) {
 }
 
 std::string ValueFormat::Apply(double value) const {
-  // Beyond what a double counts exactly a number is noise; it also bounds the text.
+  // Above 1e15 a double has no exact decimals; the limit also bounds the text.
   if (!std::isfinite(value) || std::abs(value) > 1e15) return before_ + "--" + after_;
   const double scale = std::pow(10.0, decimals_);
-  // Cut, not rounded: a percentage must not say that a limit is reached before its colour does.
+  // Cut off, not rounded: a percentage must not show a limit as reached before its colour does.
   const double cut = std::trunc(Settle(value * scale)) / scale + 0.0;  // + 0.0: no "-0"
   const int width = integerDigits_ + (decimals_ > 0 ? decimals_ + 1 : 0) + (cut < 0 ? 1 : 0);
   std::array<char, 64> number{};

@@ -1,9 +1,9 @@
-// How a page's elements follow a variable: rules that choose a text or a colour by value, and formats of
-// values.
+// Rules that choose a text or a colour by the value of a variable, and formats for values.
 //
-// A rule is written "..0.9:#2fb457;0.9..1:#ffb000;1..:#e5242a;*:#5c6f80": entries in order, the first that
-// holds wins. What stands before the colon is one number (equal to it), "low..high" (low included, high not,
-// either may be left out), "?" (the value is not known) or "*" (anything else, the unknown value too).
+// A rule is a list of entries, such as "..0.9:#2fb457;0.9..1:#ffb000;1..:#e5242a;*:#5c6f80"; the first entry
+// that matches is chosen. Before the colon is one number (matches that value), "low..high" (low is included,
+// high is not, either may be left out), "?" (matches the unknown value) or "*" (matches any value and the
+// unknown one).
 #pragma once
 
 #include <optional>
@@ -13,13 +13,13 @@
 
 namespace unit {
 
-using variable_value_t = std::optional<double>;  // empty: not known
+using variable_value_t = std::optional<double>;  // empty: unknown
 
 struct value_match_t {
   enum class kind_t { RANGE, UNKNOWN, ANYTHING };
   kind_t kind = kind_t::ANYTHING;
   double low = 0;
-  double high = 0;  // equal to low: that value alone
+  double high = 0;  // equal to low: matches only that value
 
   bool Holds(const variable_value_t& value) const;
 };
@@ -27,12 +27,12 @@ struct value_match_t {
 class ValueRule {
  public:
   ValueRule() = default;
-  // Throws std::runtime_error with the entry that cannot be read. With `withTexts` false the entries are
-  // matches alone ("1;2").
+  // Throws std::runtime_error with the entry that cannot be read. Without `withTexts` the entries have no texts
+  // ("1;2").
   explicit ValueRule(std::string_view text, bool withTexts = true);
 
   bool Empty() const { return entries_.empty(); }
-  // The text of the first entry that holds; null when none does. Lives as long as the rule.
+  // The text of the first entry that matches; null when none does. Valid as long as the rule.
   const std::string* Choose(const variable_value_t& value) const;
 
  private:
@@ -43,8 +43,8 @@ class ValueRule {
   std::vector<entry_t> entries_;
 };
 
-// A text around one place for the value: "{0.0} m". The digits in the place say the least number of digits
-// before the point, filled with zeros, and the number of digits after it.
+// A text with one place for the value: "{0.0} m". The zeros before the point are the least number of digits
+// there, those after the point the number of decimals.
 class ValueFormat {
  public:
   ValueFormat() = default;
@@ -60,8 +60,8 @@ class ValueFormat {
   int decimals_ = 0;
 };
 
-// The numbers of a text such as "0 1.2", separated by blanks or commas. Throws std::runtime_error unless there
-// are `count` of them.
+// Reads `count` numbers separated by blanks or commas, such as "0 1.2". Throws std::runtime_error for another
+// number of them.
 std::vector<double> ParseNumbers(std::string_view text, std::size_t count);
 
 }  // namespace unit

@@ -21,7 +21,8 @@ void AnnotateIgnoreWritesEnd(const char* file, int line);
 #endif
 
 #if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
-// Fontconfig keeps what it found for as long as the process lives; it does not grow with the pictures drawn.
+// Fontconfig keeps its list of fonts until the process ends. That is no leak: it does not grow with each
+// picture.
 extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() {
   return "leak:libfontconfig";
@@ -31,8 +32,9 @@ extern "C" const char* __lsan_default_suppressions() {
 namespace unit {
 namespace {
 
-// Pango hands its font lists over from a thread of its own with GLib's locks. The distribution's libraries are
-// not instrumented, so that ThreadSanitizer sees their memory but not the hand-over; it does not look in here.
+// Hides the libraries' accesses from ThreadSanitizer. Pango passes font lists between its threads under GLib's
+// locks; the distribution's libraries are not instrumented, so that the sanitizer sees the accesses but not the
+// locks.
 class LibraryScope {
  public:
 #if defined(__SANITIZE_THREAD__) || __has_feature(thread_sanitizer)
@@ -67,7 +69,7 @@ using error_t = std::unique_ptr<GError, releaser_t<g_error_free>>;
 
 [[noreturn]] void Fail(GError* error) {
   const error_t owned(error);
-  throw std::runtime_error(std::string("the picture cannot be drawn: ") +
+  throw std::runtime_error(std::string("cannot draw the picture: ") +
                            (owned ? owned->message : "no reason given"));
 }
 
@@ -76,7 +78,7 @@ cairo_status_t Append(void* closure, const unsigned char* data, unsigned length)
   return CAIRO_STATUS_SUCCESS;
 }
 
-// On the whole of the surface.
+// Draws the document over the whole surface.
 void Draw(const std::string& svg, const std::string& style, cairo_surface_t& surface) {
   GError* error = nullptr;
   const std::basic_string<guint8> bytes(svg.begin(), svg.end());
@@ -107,7 +109,7 @@ pixels_t RenderPixels(const std::string& svg, int width, int height, const std::
   [[maybe_unused]] const LibraryScope scope;
   pixels_t pixels{width, height, {}};
   pixels.values.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-  // cairo's format is this very one: 32 bits a pixel in the machine's order, rows without a gap.
+  // pixels_t has cairo's format: 32 bits a pixel in the machine's byte order, rows without a gap.
   const surface_t surface(cairo_image_surface_create_for_data(
       reinterpret_cast<unsigned char*>(pixels.values.data()), CAIRO_FORMAT_RGB24, width, height, width * 4));
   Draw(svg, style, *surface);

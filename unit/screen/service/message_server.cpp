@@ -17,7 +17,7 @@ constexpr int PULSE_STOP = 1;
 }  // namespace
 
 MessageServer::MessageServer(const char* name, std::size_t capacity,
-                             std::function<reply_t(std::span<const std::uint8_t>)> answer)
+                             std::function<message_reply_t(std::span<const std::uint8_t>)> answer)
     : capacity_(std::max(capacity, sizeof(_pulse))),
       answer_(std::move(answer)),
       attach_(name_attach(nullptr, name, 0)),
@@ -25,7 +25,7 @@ MessageServer::MessageServer(const char* name, std::size_t capacity,
   if (self_ < 0) {
     if (attach_ != nullptr) name_detach(attach_, 0);
     throw std::runtime_error(
-        std::string("the name \"") + name + "\" cannot be had: " + std::strerror(errno) +
+        std::string("the name \"") + name + "\" is taken: " + std::strerror(errno) +
         ". Another unit runs in this runtime directory; stop it, or set ORVIK_RUNTIME_DIR to "
         "another one.");
   }
@@ -34,7 +34,7 @@ MessageServer::MessageServer(const char* name, std::size_t capacity,
 
 MessageServer::~MessageServer() {
   stopping_ = true;
-  // Where the channel has no room for the pulse, the thread has something to receive and looks at the flag.
+  // A channel without room for this pulse has others, which wake the thread; it then finds stopping_ set.
   MsgSendPulse(self_, getprio(0), PULSE_STOP, 0);
   thread_.join();
   ConnectDetach(self_);
@@ -54,12 +54,12 @@ void MessageServer::Run() {
       TakePulse(buffer);
       continue;
     }
-    const reply_t reply = answer_({buffer.data(), static_cast<std::size_t>(std::max(info.msglen, 0))});
+    const message_reply_t reply = answer_({buffer.data(), static_cast<std::size_t>(std::max(info.msglen, 0))});
     MsgReply(rcvid, reply.status, reply.bytes.data(), reply.bytes.size());
   }
 }
 
-// A stop pulse only ends the wait: anybody may send one, and the flag decides.
+// A stop pulse needs no action: it ends the wait, and Run checks stopping_.
 void MessageServer::TakePulse(std::span<const std::uint8_t> buffer) {
   _pulse pulse{};
   std::memcpy(&pulse, buffer.data(), sizeof pulse);

@@ -1,4 +1,4 @@
-// A thread that answers the messages sent to a name.
+// A thread that answers the messages to a name.
 #pragma once
 
 #include <atomic>
@@ -12,18 +12,18 @@
 
 namespace unit {
 
-struct reply_t {
+struct message_reply_t {
   long status = 0;
   std::string bytes;
 };
 
-// Owns the name and the thread; both end with the object, after the message that is being answered.
+// Has the name and the thread. The destructor waits until the message at hand is answered.
 class MessageServer {
  public:
-  // `answer` is called on the server's thread with each message, cut at `capacity` bytes. Throws
-  // std::runtime_error when the name is taken.
+  // The server's thread calls `answer` with each message, cut off after `capacity` bytes. Throws
+  // std::runtime_error when another process has the name.
   MessageServer(const char* name, std::size_t capacity,
-                std::function<reply_t(std::span<const std::uint8_t> message)> answer);
+                std::function<message_reply_t(std::span<const std::uint8_t> message)> answer);
   ~MessageServer();
   MessageServer(const MessageServer&) = delete;
   MessageServer& operator=(const MessageServer&) = delete;
@@ -33,9 +33,9 @@ class MessageServer {
   void TakePulse(std::span<const std::uint8_t> buffer);
 
   const std::size_t capacity_;
-  const std::function<reply_t(std::span<const std::uint8_t>)> answer_;
+  const std::function<message_reply_t(std::span<const std::uint8_t>)> answer_;
   name_attach_t* attach_;
-  int self_;  // a connection to the own channel, to end the wait
+  int self_;  // connection to the server's own channel, to end its wait
   std::atomic<bool> stopping_{false};
   std::thread thread_;
 };

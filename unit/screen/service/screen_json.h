@@ -8,7 +8,8 @@
 namespace unit {
 
 std::string FormatState(const ScreenModel& model);
-// At most `limit` bytes: a change that would be longer becomes the demand to take the whole state.
+// At most `limit` bytes: a longer change becomes one with "page" true, after which readers request the whole
+// state.
 std::string FormatChange(const screen_change_t& change, std::size_t limit);
 
 }  // namespace unit

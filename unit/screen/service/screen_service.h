@@ -1,4 +1,5 @@
-// The screen service and its compositor: pages of SVG that widget messages, variables and events change.
+// The screen service with the compositor: shows pages of SVG and changes them by widget messages, variables and
+// events.
 #pragma once
 
 #include <memory>

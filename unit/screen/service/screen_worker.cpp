@@ -8,12 +8,12 @@
 #include "platform/byte_order.h"
 
 #include "src/compositing/compositor_messages.h"
-#include "src/services/dbshm.h"
 #include "src/services/nm_messages.h"
 #include "unit/database/attach.h"
 #include "unit/screen/client/screen_requests.h"
 #include "unit/screen/render/renderer.h"
 #include "unit/screen/service/screen_json.h"
+#include "unit/service/database_change.h"
 
 namespace unit {
 namespace {
@@ -21,11 +21,10 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto PACE = 20ms;
-constexpr auto TEXT_LIMIT = 100ms;    // a text that no "process commands" follows takes effect then
-constexpr auto PROGRAM_SILENCE = 2s;  // the application ends every 10 ms cycle with "process commands"
-constexpr auto POST_PERIOD = 1s;
+constexpr auto TEXT_LIMIT = 100ms;    // then a text takes effect without "process commands"
+constexpr auto PROGRAM_SILENCE = 2s;  // the application sends "process commands" every 10 ms
 constexpr auto READ_PERIOD = 1s;
-constexpr auto RELOAD_DELAY = 100ms;  // an editor may write several files
+constexpr auto RELOAD_DELAY = 100ms;  // an editor may write several files at once
 constexpr const char* LINK_VARIABLE = "OrvikHX7TimeOutLamp";
 constexpr double LINK_LOST = 2.0;
 
@@ -33,11 +32,6 @@ enum channel_index_t : std::size_t { SCREEN_MESSAGES = 0, DATABASE_CHANGES = 1, 
 
 void Print(const std::string& line) {
   std::cerr << "screen: " + line + "\n" << std::flush;
-}
-
-variable_value_t ReadParameter(unsigned handle) {
-  double value = 0;
-  return DBSHM::Read(handle, value) == 1 ? variable_value_t(value) : std::nullopt;
 }
 
 }  // namespace
@@ -48,7 +42,7 @@ ScreenModel ScreenWorker::MakeModel(const options_t& options) {
   design_t design = LoadDesign(designFolder_, WidgetNames(names), problems);
   for (std::string& problem : CheckDesign(design)) problems.push_back(std::move(problem));
   if (!problems.empty()) throw std::runtime_error(problems.front());
-  if (design.empty()) throw std::runtime_error(designFolder_.string() + ": there is no page (*.svg) in it");
+  if (design.empty()) throw std::runtime_error(designFolder_.string() + ": the folder has no page (*.svg)");
   return {std::move(names), std::move(design)};
 }
 
@@ -56,7 +50,9 @@ ScreenWorker::ScreenWorker(const options_t& options)
     : designFolder_(std::filesystem::path(options.configDirectory) / "screen"),
       watch_(designFolder_),
       model_(MakeModel(options)),
-      compositor_([this](const std::string& path) { return pictures_.Find(path); }) {
+      variables_(model_),
+      compositor_([this](const std::string& path) { return pictures_.Find(path); }),
+      actions_(model_.Names(), link_) {
   ReadVariables();
   std::vector<std::string> channels{SCREEN_CHANNEL_NAME, DATABASE_CHANNEL_NAME};
   if (!model_.Names().eventChannel.empty()) channels.push_back(model_.Names().eventChannel);
@@ -93,7 +89,7 @@ void ScreenWorker::TakeScreenMessage(std::span<const std::uint8_t> payload) {
   const std::lock_guard lock(mutex_);
   if (!command) {
     ++malformed_;
-    Report(malformedLines_, "malformed message of " + std::to_string(payload.size()) + " bytes passed over");
+    Report(malformedLines_, "malformed message of " + std::to_string(payload.size()) + " bytes ignored");
     return;
   }
   const auto now = clock_t::now();
@@ -101,7 +97,7 @@ void ScreenWorker::TakeScreenMessage(std::span<const std::uint8_t> payload) {
   lastProgramMessage_ = now;
   const bool wasPending = model_.HasPending();
   if (!model_.Accept(std::move(*command))) {
-    Report(unknownLines_, "no widget has the handle " + std::to_string(target) + "; message passed over");
+    Report(unknownLines_, "no widget has the handle " + std::to_string(target) + "; message ignored");
   }
   if (!wasPending) pendingSince_ = now;
 }
@@ -115,26 +111,23 @@ void ScreenWorker::TakeEvent(std::span<const std::uint8_t> payload) {
 }
 
 void ScreenWorker::TakeVariable(std::span<const std::uint8_t> payload) {
-  constexpr std::size_t VALUE_AT = 8;
-  if (payload.size() != VALUE_AT + sizeof(double)) return;
+  const std::optional<database_change_t> change = ReadDatabaseChange(payload);
+  if (!change) return;
   const std::lock_guard lock(mutex_);
-  const auto found = variablesByHandle_.find(platform::LoadLe32(payload, 0));
-  if (found == variablesByHandle_.end()) return;
-  for (const std::string& name : found->second)
-    model_.SetVariable(name, platform::LoadLeDouble(payload, VALUE_AT));
+  variables_.Take(*change);
   if (!model_.HasNotices()) return;
   wake_ = true;
   wakePace_.notify_all();
 }
 
 // The mutex is held.
-void ScreenWorker::Report(LineLimiter& limiter, const std::string& what) {
+void ScreenWorker::Report(base::LineLimiter& limiter, const std::string& what) {
   if (const auto line = limiter.Note(what, clock_t::now())) Print(*line);
 }
 
 // --- Drawings and requests
 
-reply_t ScreenWorker::TakeDrawing(std::span<const std::uint8_t> message) {
+message_reply_t ScreenWorker::TakeDrawing(std::span<const std::uint8_t> message) {
   std::string bytes(4, '\0');
   const std::lock_guard lock(mutex_);
   const compositor_reply_t result = compositor_.Take(message);
@@ -144,34 +137,32 @@ reply_t ScreenWorker::TakeDrawing(std::span<const std::uint8_t> message) {
   return {0, bytes};
 }
 
-reply_t ScreenWorker::Answer(std::span<const std::uint8_t> message) {
+message_reply_t ScreenWorker::Answer(std::span<const std::uint8_t> message) {
   if (message.size() != 4) return {-2, {}};
-  std::string bytes;
-  switch (platform::LoadLe32(message, 0)) {
-    case SCREEN_REQUEST_STATE: {
-      const std::lock_guard lock(mutex_);
-      bytes = FormatState(model_);
-      break;
-    }
-    case SCREEN_REQUEST_SVG: {
-      const std::lock_guard lock(mutex_);
-      bytes = model_.Svg();
-      break;
-    }
-    case SCREEN_REQUEST_PNG:
-      bytes = Picture();
-      break;
-    default:
-      break;
-  }
+  std::string bytes = Document(platform::LoadLe32(message, 0));
   if (bytes.empty()) return {-2, {}};
   return {static_cast<long>(bytes.size()), std::move(bytes)};
 }
 
-std::string ScreenWorker::Picture() {
+// Empty for an unknown request and for a picture that cannot be drawn.
+std::string ScreenWorker::Document(std::uint32_t request) {
   std::unique_lock lock(mutex_);
-  std::string svg = model_.Svg();
-  lock.unlock();
+  switch (request) {
+    case SCREEN_REQUEST_STATE:
+      return FormatState(model_);
+    case SCREEN_REQUEST_SVG:
+      return model_.Svg();
+    case SCREEN_REQUEST_PNG: {
+      std::string svg = model_.Svg();
+      lock.unlock();  // drawing takes some 20 ms
+      return Picture(std::move(svg));
+    }
+    default:
+      return {};
+  }
+}
+
+std::string ScreenWorker::Picture(std::string svg) {
   if (svg == drawnSvg_) return drawnPng_;
   try {
     drawnPng_ = RenderPng(svg);
@@ -204,8 +195,7 @@ void ScreenWorker::Step(clock_t::time_point now) {
   }
   UpdateDataState(now);
   ReloadDesign(now);
-  PostPage(now);
-  PostNotices();
+  PostActions(now);
   PublishChange();
 }
 
@@ -233,29 +223,13 @@ void ScreenWorker::PublishChange() {
   link_.Publish(SCREEN_CHANGES_CHANNEL_NAME, FormatChange(change, NM_PAYLOAD_SIZE));
 }
 
-bool ScreenWorker::PostAction(const std::string& action) {
-  const screen_names_t& names = model_.Names();  // constant
-  const auto number = names.actions.find(action);
-  if (number == names.actions.end() || names.actionChannel.empty()) return false;
-  const int channel = link_.NumberOf(names.actionChannel.c_str());
-  return channel >= 0 && link_.Publish(names.actionChannel.c_str(), ActionMessage(channel, number->second));
-}
-
-// Once a second too, so that an application that starts late, or again, finds its page.
-void ScreenWorker::PostPage(clock_t::time_point now) {
+void ScreenWorker::PostActions(clock_t::time_point now) {
   std::unique_lock lock(mutex_);
-  const std::string action = model_.Page().action;
+  const std::string page = model_.Page().action;
+  const std::vector<std::string> notices = model_.TakeNotices();
   lock.unlock();
-  if ((action == postedAction_ && now < nextPost_) || !PostAction(action)) return;
-  postedAction_ = action;
-  nextPost_ = now + POST_PERIOD;
-}
-
-void ScreenWorker::PostNotices() {
-  std::unique_lock lock(mutex_);
-  const std::vector<std::string> actions = model_.TakeNotices();
-  lock.unlock();
-  for (const std::string& action : actions) PostAction(action);
+  actions_.PostPage(page, now);
+  for (const std::string& action : notices) actions_.Post(action);
 }
 
 void ScreenWorker::ReloadDesign(clock_t::time_point now) {
@@ -264,56 +238,43 @@ void ScreenWorker::ReloadDesign(clock_t::time_point now) {
   reloadAt_ = {};
   std::vector<std::string> problems;
   design_t design = LoadDesign(designFolder_, WidgetNames(model_.Names()), problems);
-  for (const std::string& problem : problems) Print(problem + "; the page stays as it was");
+  for (const std::string& problem : problems) Print(problem + "; the page stays unchanged");
   for (const std::string& problem : CheckDesign(design)) Print(problem);
   const std::lock_guard lock(mutex_);
   designProblem_ = problems.empty() ? "" : problems.front();
   model_.ReplacePages(std::move(design));
 }
 
-// Values can cease to be valid without a message, and messages can be lost by a full queue.
 void ScreenWorker::ReadVariables() {
   const DatabaseView database;
   if (database.Number() == 0) return;
   const std::lock_guard lock(mutex_);
-  if (database.Number() != readDatabase_) {
-    readDatabase_ = database.Number();
-    variablesByHandle_.clear();
-    for (const auto& [name, parameter] : model_.Names().variables) {
-      unsigned handle = 0;
-      if (DBSHM::getParameterHandle(parameter, handle) == 1) variablesByHandle_[handle].push_back(name);
-    }
-  }
-  for (const auto& [handle, names] : variablesByHandle_) {
-    const variable_value_t value = ReadParameter(handle);
-    for (const std::string& name : names) model_.SetVariable(name, value);
-  }
+  variables_.ReadAll(database.Number());
 }
 
 // --- Health
 
 status_t ScreenWorker::GetStatus() const {
   const std::lock_guard lock(mutex_);
+  if (!subscriber_->IsConnected()) return {"screen", false, "no notification manager", Counters()};
+  return {"screen", true, designProblem_.empty() ? "page " + model_.Page().name : designProblem_, Counters()};
+}
+
+// The mutex is held.
+std::map<std::string, std::uint64_t> ScreenWorker::Counters() const {
   const screen_counters_t& counters = model_.Counters();
   const compositor_counters_t& drawings = compositor_.Counters();
-  status_t status{"screen", true, {}, {}};
-  status.detail = designProblem_.empty() ? "page " + model_.Page().name : designProblem_;
-  if (!subscriber_->IsConnected()) {
-    status.up = false;
-    status.detail = "no notification manager";
-  }
-  status.counters = {{"commands", counters.commands},
-                     {"malformed", malformed_},
-                     {"unknownWidgets", counters.unknownWidgets},
-                     {"unknownEvents", counters.unknownEvents},
-                     {"eventsIgnored", counters.eventsIgnored},
-                     {"pageChanges", counters.pageChanges},
-                     {"drawings", drawings.messages},
-                     {"frames", drawings.frames},
-                     {"recordsSkipped", drawings.recordsSkipped},
-                     {"operationsRefused", drawings.operationsRefused},
-                     {"picturesMissing", drawings.picturesMissing}};
-  return status;
+  return {{"commands", counters.commands},
+          {"malformed", malformed_},
+          {"unknownWidgets", counters.unknownWidgets},
+          {"unknownEvents", counters.unknownEvents},
+          {"eventsIgnored", counters.eventsIgnored},
+          {"pageChanges", counters.pageChanges},
+          {"drawings", drawings.messages},
+          {"frames", drawings.frames},
+          {"recordsSkipped", drawings.recordsSkipped},
+          {"operationsRefused", drawings.operationsRefused},
+          {"picturesMissing", drawings.picturesMissing}};
 }
 
 }  // namespace unit

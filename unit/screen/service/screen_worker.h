@@ -1,11 +1,11 @@
-// The running screen: the model with its lock, and what each of the service's threads does with it.
+// The running screen service: the model, its lock and the threads that use it.
 //
 // | thread       | what it does                                                                       |
 // |--------------|------------------------------------------------------------------------------------|
-// | subscriber   | takes widget messages, events and changes of variables                             |
-// | compositor   | takes drawings and answers them                                                    |
-// | requests     | answers for the state and the picture; draws the picture outside the lock          |
-// | pace         | every 20 ms: overdue texts, state of the data, action, changes, changed design     |
+// | subscriber   | takes widget messages, events and changes of the database                          |
+// | compositor   | takes the drawings' messages and answers them                                      |
+// | requests     | answers requests for the state and the picture; draws without the lock             |
+// | pace         | every 20 ms: overdue texts, state of the data, actions, changes, a changed design  |
 #pragma once
 
 #include <atomic>
@@ -28,15 +28,18 @@
 #include "unit/screen/compositor/picture_store.h"
 #include "unit/screen/design/design_watch.h"
 #include "unit/screen/design/screen_model.h"
+#include "unit/screen/service/action_poster.h"
 #include "unit/screen/service/message_server.h"
+#include "unit/screen/service/variable_feed.h"
 #include "unit/service/service.h"
 
 namespace unit {
 
-// Starts all threads when made and ends them when destroyed.
+// The constructor starts all threads, the destructor ends them.
 class ScreenWorker {
  public:
-  // Throws std::runtime_error when configuration or design cannot be read or a name is taken.
+  // Throws std::runtime_error when the configuration or the design cannot be read, or another process has one
+  // of the service's names.
   explicit ScreenWorker(const options_t& options);
   ~ScreenWorker();
   ScreenWorker(const ScreenWorker&) = delete;
@@ -54,21 +57,21 @@ class ScreenWorker {
   void TakeEvent(std::span<const std::uint8_t> payload);
   void TakeVariable(std::span<const std::uint8_t> payload);
   // compositor and requests
-  reply_t TakeDrawing(std::span<const std::uint8_t> message);
-  reply_t Answer(std::span<const std::uint8_t> message);
-  std::string Picture();
+  message_reply_t TakeDrawing(std::span<const std::uint8_t> message);
+  message_reply_t Answer(std::span<const std::uint8_t> message);
+  std::string Document(std::uint32_t request);
+  std::string Picture(std::string svg);
   // pace
   void Pace();
   void Step(clock_t::time_point now);
   void ApplyOverdue(clock_t::time_point now);
   void UpdateDataState(clock_t::time_point now);
   void PublishChange();
-  bool PostAction(const std::string& action);
-  void PostPage(clock_t::time_point now);
-  void PostNotices();
+  void PostActions(clock_t::time_point now);
   void ReloadDesign(clock_t::time_point now);
   void ReadVariables();
-  void Report(LineLimiter& limiter, const std::string& what);
+  void Report(base::LineLimiter& limiter, const std::string& what);
+  std::map<std::string, std::uint64_t> Counters() const;
 
   const std::filesystem::path designFolder_;
   NotifyLink link_;
@@ -76,15 +79,14 @@ class ScreenWorker {
 
   mutable std::mutex mutex_;  // guards all down to stopping_
   ScreenModel model_;
+  VariableFeed variables_;
   PictureStore pictures_;
   Compositor compositor_;
-  std::map<std::uint32_t, std::vector<std::string>> variablesByHandle_;
-  unsigned readDatabase_ = 0;  // from which the handles are
   clock_t::time_point lastProgramMessage_{};
   clock_t::time_point pendingSince_{};
   std::uint64_t malformed_ = 0;
   std::string designProblem_;
-  LineLimiter malformedLines_, unknownLines_;
+  base::LineLimiter malformedLines_, unknownLines_;
   bool wake_ = false;
   bool stopping_ = false;
   std::condition_variable wakePace_;
@@ -93,8 +95,8 @@ class ScreenWorker {
   std::string drawnSvg_, drawnPng_;
 
   // The pace thread's.
-  std::string postedAction_;
-  clock_t::time_point nextPost_{}, nextRead_{}, reloadAt_{};
+  ActionPoster actions_;
+  clock_t::time_point nextRead_{}, reloadAt_{};
 
   std::unique_ptr<Subscriber> subscriber_;
   std::unique_ptr<MessageServer> compositorServer_, requestServer_;

@@ -1,7 +1,7 @@
-// One station's side of the socketcand protocol: what it asks for and what it is answered.
+// The session of one station with the local bus, in the socketcand protocol.
 //
-// The protocol is that of the socketcand project: messages "< word ... >" in ASCII. After the greeting "< hi >"
-// a station opens the bus can0 and, to hear frames, goes into raw mode.
+// The messages of the protocol are "< word ... >" in ASCII. After the greeting "< hi >" a station opens the bus
+// can0; to receive frames it changes to raw mode.
 #pragma once
 
 #include <chrono>
@@ -14,24 +14,24 @@
 
 namespace unit {
 
-class Conversation {
+class SocketcandSession {
  public:
   static constexpr std::string_view GREETING = "< hi >";
   static constexpr std::string_view BUS_NAME = "can0";
   static constexpr std::chrono::milliseconds SHORTEST_STATISTICS{100};
 
-  // What follows from a message: what to answer (may be empty) and what to put on the bus.
+  // The result of a message: the reply, which may be empty, and a frame for the bus.
   struct outcome_t {
     std::string reply;
     std::optional<bus::frame_t> frame;
   };
   outcome_t Take(std::string_view message);
 
-  // In raw mode a station gets every frame of the others.
+  // In raw mode a station receives the frames of all others.
   bool WantsFrames() const { return raw_; }
-  // How often it wants "< stat ... >"; zero: not at all.
+  // The period of "< stat ... >" that the station has requested; zero: none.
   std::chrono::milliseconds StatisticsPeriod() const { return statistics_; }
-  // Messages that were answered with an error.
+  // The number of messages that were answered with an error.
   std::uint64_t Refused() const { return refused_; }
 
  private:
