@@ -31,18 +31,14 @@ void Step(Blinker_t& blinker) {
 
 constexpr worker_t BLINKER = {.slot = THREAD_BLINKER,
                               .name = "Blinker",
-                              .priority = 0,
                               .readyLine = "Orvik: Blinker initialization complete",
                               .exitLine = "Orvik: Blinker thread EXIT",
                               .pace = std::chrono::milliseconds{100}};
 
 class BlinkerTask : public FunctionTask<UpdateBlinkers> {
  public:
-  explicit BlinkerTask(orvikData_t* data) : FunctionTask(data), data_(data) {}
-  void Begin() { InitBlinkers(data_); }
-
- private:
-  orvikData_t* data_;
+  using FunctionTask::FunctionTask;
+  void Begin() override { InitBlinkers(data_); }
 };
 
 void* BlinkerThreadFn(void* record) {

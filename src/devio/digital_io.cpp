@@ -83,21 +83,19 @@ constexpr worker_t DIGITAL_IO = {.slot = THREAD_DIO,
                                  .exitLine = "Orvik: DigitalIO thread EXIT"};
 
 // Without the device the worker carries on: the database still shows the beeper.
-class DigitalIOTask {
+class DigitalIOTask : public WorkerTask {
  public:
   explicit DigitalIOTask(orvikData_t* data) : data_(data), descriptor_(OpenDigitalIO()) {}
-  ~DigitalIOTask() {
+  ~DigitalIOTask() override {
     SwitchBeeper(device_, false);
     if (descriptor_ >= 1) platform::CloseDevice(descriptor_);
   }
-  DigitalIOTask(const DigitalIOTask&) = delete;
-  DigitalIOTask& operator=(const DigitalIOTask&) = delete;
 
-  void Begin() {
+  void Begin() override {
     const MutexGuard lock(data_->beeperMutex);
     data_->beeperState = BEEPER_SILENT;
   }
-  bool Step() {
+  bool Step() override {
     BeeperStep(data_, device_);
     return true;
   }

@@ -27,11 +27,11 @@ constexpr worker_t TIMER = {.slot = THREAD_TIMER,
                             .readyLine = "Orvik: Timer initialization complete",
                             .exitLine = "Orvik: Timer thread EXIT"};
 
-class TimerTask {
+class TimerTask : public WorkerTask {
  public:
   explicit TimerTask(orvikData_t* data) : data_(data) {}
-  void Begin() { last_ = ReadClock(); }
-  bool Step() {
+  void Begin() override { last_ = ReadClock(); }
+  bool Step() override {
     LowerCountdowns(data_);
     last_ = WaitForTick(last_);
     return true;

@@ -120,7 +120,6 @@ void Initialize(orvikData_t* data) {
 
 constexpr worker_t DISPATCHER = {.slot = THREAD_DISPATCH,
                                  .name = "Dispatch",
-                                 .priority = 0,
                                  .readyLine = "Orvik: Dispatcher initialization complete",
                                  .exitLine = "Orvik: Dispatcher thread EXIT",
                                  .pace = std::chrono::microseconds{10'000},

@@ -100,19 +100,17 @@ class ReceiveTrouble {
 
 constexpr worker_t RECEIVER = {.slot = THREAD_CAN,
                                .name = "Receive CAN",
-                               .priority = 0,
                                .readyLine = "Orvik: CAN initialization complete",
                                .exitLine = "Orvik: CAN Receive thread EXIT"};
 
 // Waits for one message of the service at each step.
-class ReceiveTask {
+class ReceiveTask : public WorkerTask {
  public:
   explicit ReceiveTask(orvikData_t* data) : data_(data), client_(ConnectReceiver(data)) {
     InitCANTransducers();
     InitCANFilters(data);
   }
-  void Begin() {}
-  bool Step() {
+  bool Step() override {
     int channel = -1;
     const int size =
         client_.recvMsg(channel, reinterpret_cast<char*>(message_.data()), static_cast<int>(message_.size()));

@@ -113,16 +113,14 @@ bool ReceiveAction(orvikData_t* data, NM::NMClient& client, int registration) {
 
 constexpr worker_t ACTION_CHANNEL = {.slot = THREAD_ACTION_CHANNEL,
                                      .name = "Action Channel",
-                                     .priority = 0,
                                      .readyLine = "Orvik: Action channel initialization complete",
                                      .exitLine = "Orvik: Receive Action thread EXIT"};
 
 // Waits for one action at each step.
-class ActionTask {
+class ActionTask : public WorkerTask {
  public:
   explicit ActionTask(orvikData_t* data) : data_(data), registration_(Subscribe(data)) { DBSHM::Open(); }
-  void Begin() {}
-  bool Step() { return ReceiveAction(data_, *data_->actionNmClient, registration_); }
+  bool Step() override { return ReceiveAction(data_, *data_->actionNmClient, registration_); }
 
  private:
   orvikData_t* data_;

@@ -117,16 +117,14 @@ std::uint8_t HighestPressed() {
 
 constexpr worker_t SCANNER = {.slot = THREAD_KEYPAD,
                               .name = "Key Pad Scanner",
-                              .priority = 0,
                               .readyLine = "Orvik: Key scanner initialization complete",
                               .exitLine = "Orvik: Keypad scanner thread EXIT",
                               .pace = milliseconds{1}};
 
-class ScanTask {
+class ScanTask : public WorkerTask {
  public:
   explicit ScanTask(orvikData_t* data) : data_(data), port_(SetUpHardware()) { ResetScanner(data); }
-  void Begin() {}
-  bool Step() {
+  bool Step() override {
     FindButton(port_ == MAP_DEVICE_FAILED ? std::uint16_t{0} : ScanMatrix(port_));
     DebounceButtons(data_);
     DispatchChange(data_);

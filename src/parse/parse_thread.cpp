@@ -20,11 +20,10 @@ namespace {
 
 constexpr worker_t PARSER = {.slot = THREAD_PARSE,
                              .name = "Parse",
-                             .priority = 0,
                              .readyLine = "Orvik: Parser initialization complete",
                              .exitLine = "Orvik: Parser thread EXIT",
                              .pace = std::chrono::milliseconds{10},
-                             .pauseFirst = true,
+                             .pauseBeforeStep = true,
                              .heartbeatEvent = "orvik.ParseHeartbeatEvent",
                              .heartbeat = &orvikData_t::parseHeartbeatEvent};
 
