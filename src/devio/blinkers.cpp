@@ -12,10 +12,11 @@ std::array<Blinker_t, BLINKER_COUNT> blinkers;
 
 namespace {
 
-// Guards the table, and keeps the database's values in the order of the table's changes.
+// Guards `blinkers`. Held while a value is written to the database too, so that values are written in the order
+// in which the table changes.
 std::mutex blinkersMutex;
 
-void Show(const Blinker_t& blinker) {
+void WriteValue(const Blinker_t& blinker) {
   DBSHM::Write(blinker.handle, static_cast<double>(blinker.value));
 }
 
@@ -26,7 +27,7 @@ void Step(Blinker_t& blinker) {
   }
   blinker.value = blinker.value >= blinker.maximum ? blinker.minimum : blinker.value + 1;
   blinker.countdown = blinker.period;
-  Show(blinker);
+  WriteValue(blinker);
 }
 
 constexpr worker_t BLINKER = {.slot = THREAD_BLINKER,
@@ -74,7 +75,7 @@ void StartBlinker(orvikData_t* /*data*/, int index, int minimum, int maximum, in
              .minimum = minimum,
              .maximum = maximum,
              .period = period};
-  Show(blinker);
+  WriteValue(blinker);
 }
 
 void StopBlinker(Blinker_t* /*blinker*/, int value) {
@@ -82,7 +83,7 @@ void StopBlinker(Blinker_t* /*blinker*/, int value) {
   Blinker_t& first = blinkers[0];
   first.active = 0;
   first.value = value;
-  Show(first);
+  WriteValue(first);
 }
 
 void SetBlinkerPeriod(orvikData_t* /*data*/, Blinker_t* blinker, int period) {

@@ -69,7 +69,7 @@ void timeDiff(std::timespec* start, std::timespec* end, std::timespec* result) {
 void LowerCountdowns(orvikData_t* data) {
   for (PlainWord<std::int32_t>& word : data->countdown) {
     const std::int32_t count = word;
-    if (count > 0) word.Replace(count, count - 1);  // a count loaded meanwhile stays
+    if (count > 0) word.Replace(count, count - 1);  // keeps a count that its owner stores meanwhile
   }
 }
 

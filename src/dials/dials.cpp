@@ -16,14 +16,14 @@ constexpr int LAYER_ID = 1;
 
 PGN_dimensions_t boomSize, swingSize;
 
-// What the last drawing showed; guarded by dialsMutex.
-struct shown_t {
+// The values last drawn; guarded by dialsMutex.
+struct drawn_values_t {
   double angle = std::numeric_limits<double>::quiet_NaN();
   double swing = std::numeric_limits<double>::quiet_NaN();
 };
-shown_t shown;
+drawn_values_t drawn;
 
-struct picture_t {
+struct turned_picture_t {
   const char* path;
   PGN_dimensions_t size;
   double pivotX, pivotY, offsetX, offsetY;
@@ -34,8 +34,8 @@ float Float(double value) {
   return static_cast<float>(value);
 }
 
-// The picture turns about its pivot, from which its top left corner stands off.
-void DrawPicture(Compositing::Layer& layer, const picture_t& picture) {
+// The picture turns about its pivot; its top left corner is `offset` away from the pivot.
+void DrawPicture(Compositing::Layer& layer, const turned_picture_t& picture) {
   Compositing::CompGraphImage image(picture.path);
   layer.glPushAndTranslate(Float(picture.pivotX), Float(picture.pivotY), 0.0F);
   layer.glRotate(Float(-picture.degrees), 0.0F, 0.0F, 1.0F);
@@ -47,11 +47,11 @@ void DrawPicture(Compositing::Layer& layer, const picture_t& picture) {
 
 void DrawDials(orvikData_t* data, Compositing::Layer& layer) {
   const drawing_geometry_t& d = data->drawing;
-  shown = {data->angle, data->swing};
+  drawn = {data->angle, data->swing};
   DrawPicture(layer,
-              {BOOM_PICTURE, boomSize, d.boomPivotX, d.boomPivotY, d.boomOffsetX, d.boomOffsetY, shown.angle});
+              {BOOM_PICTURE, boomSize, d.boomPivotX, d.boomPivotY, d.boomOffsetX, d.boomOffsetY, drawn.angle});
   DrawPicture(layer, {SWING_PICTURE, swingSize, d.swingPivotX, d.swingPivotY, d.swingOffsetX, d.swingOffsetY,
-                      -shown.swing});
+                      -drawn.swing});
   layer.draw();
 }
 
@@ -71,7 +71,7 @@ void InitLayer(orvikData_t* data) {
 
 void ClearLayer(orvikData_t* data) {
   const MutexGuard guard(data->dialsMutex);
-  shown = {};
+  drawn = {};
   if (Compositing::Layer* layer = data->layer; layer != nullptr) layer->draw();
 }
 
@@ -82,6 +82,6 @@ void RefreshPageDials(orvikData_t* data) {
 
 void UpdatePageDials(orvikData_t* data) {
   const MutexGuard guard(data->dialsMutex);
-  if (data->angle == shown.angle && data->swing == shown.swing) return;
+  if (data->angle == drawn.angle && data->swing == drawn.swing) return;
   if (Compositing::Layer* layer = data->layer; layer != nullptr) DrawDials(data, *layer);
 }

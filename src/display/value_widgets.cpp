@@ -17,22 +17,22 @@ constexpr int LOAD_PLACES = 7;
 constexpr int VALUE_PLACES = 5;
 constexpr int VALUE_ATTRIBUTE = SCREEN_TEXT_RIGHT;
 
-// What one value's widgets were last told.
+// The value that the widgets show.
 struct value_display_t {
   double previousRaw = NEVER;
   double previousRounded = NEVER;
   TextWidget previousStr;
 };
 
-// The integer part as an unsigned word holds it: nothing below 0, nothing above its range; NaN stays.
+// The integer part, limited to the range of an unsigned 32-bit word. NaN stays NaN.
 double UnsignedPart(double value) {
   if (std::isnan(value) || value < 0) return std::isnan(value) ? value : 0.0;
   return std::min(std::trunc(value), static_cast<double>(std::numeric_limits<std::uint32_t>::max()));
 }
 
-// The offset of 0.0 is intended: the display shows the hundred below.
+// Rounds down: SetCapacity and SetLoad have already rounded the value as the protocol wants it.
 double WholeHundreds(double value) {
-  return UnsignedPart((value + 0.0) / 100.0) * 100.0;
+  return UnsignedPart(value / 100.0) * 100.0;
 }
 double NearestTenth(double value) {
   return UnsignedPart((value + 0.05) / 0.1) * 0.1;
@@ -104,14 +104,13 @@ unit_texts_t UnitTexts(const orvikData_t* data) {
   return {UNITS_WEIGHT[units][language], UNITS_DISTANCE[units][language]};
 }
 
-// Of the dispatcher's thread.
+// Used by the dispatcher thread alone.
 value_display_t capacityDisplay, loadDisplay, extensionDisplay, angleDisplay, radiusDisplay;
 TextWidget unitsWeightPreviousStr, unitsDistancePreviousStr, swingPreviousStr;
 
 }  // namespace
 
-// English, Spanish, Portuguese, Chinese, Russian, French; the words of the first two serve where a language has
-// none.
+// In the order of LANGUAGE_NAMES. Portuguese uses the Spanish words, Chinese and Russian the English ones.
 const unit_names_t UNITS_WEIGHT = {{
     {"lbs", "libras", "libras", "lbs", "lbs", "livres"},
     {"kgs", "kilos", "kilos", "kgs", "kgs", "kilos"},

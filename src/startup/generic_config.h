@@ -1,11 +1,12 @@
-// The generic configuration file: the names under which the application meets the rest of the unit.
+// Reading the generic configuration file: the names of actions, events, database variables and screen objects.
 #pragma once
 
 #include <istream>
 
 #include "src/core/orvik_data.h"
 
-// Reads a document with root `orvik-generic` into the record's name maps and identity. The database must be
-// open, since the variables' handles are looked up here. Every fault is reported on standard error; what was
-// read before it stays. Called once by main, before any worker exists.
+// Reads a document with the root element `orvik-generic` into the record's name maps and configuration
+// identity. The database must be open, because the handles of the variables are looked up here. A fault is
+// reported on standard error and ends the reading; what was read before it stays. Called once by main, before
+// it starts the workers.
 void parseGeneric(std::istream& stream, orvikData_t* data);
