@@ -15,7 +15,7 @@ namespace {
 constexpr off_t HELD_BYTE = 0;
 constexpr off_t COMPLETE_BYTE = 1;
 constexpr std::size_t TEXT_SIZE = 128;
-// Somebody who clears up after a dead process holds its claim for some microseconds.
+// A process that removes the file of a dead process holds the claim for some microseconds.
 constexpr int ATTEMPTS = 200;
 constexpr auto PAUSE = std::chrono::milliseconds(1);
 
@@ -28,7 +28,8 @@ struct flock ByteLock(off_t byte) {
   return lock;
 }
 
-// Locks of the open file, not of the process: those would be lost when any other descriptor of the file closes.
+// A lock of the open file description. A lock of the process would be lost when another descriptor of the file
+// is closed.
 bool LockByte(int file, off_t byte) {
   struct flock lock = ByteLock(byte);
   return fcntl(file, F_OFD_SETLK, &lock) == 0;
@@ -43,7 +44,7 @@ Descriptor OpenFile(const std::string& path, int flags) {
   return Descriptor::Make([&] { return open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, 0600); });
 }
 
-// Whether the open file is still the one at `path`; its last holder may have removed it since it was opened.
+// Whether the open file is still the one at `path`: its last holder may have removed it after it was opened.
 bool IsStillAt(int file, const std::string& path) {
   struct stat ours {};
   struct stat there {};
@@ -57,7 +58,7 @@ bool WriteText(int file, const std::string& text) {
          LockByte(file, COMPLETE_BYTE);
 }
 
-bool IsHeldForGood(const std::string& path) {
+bool IsHeldAndComplete(const std::string& path) {
   const Descriptor file = OpenFile(path, O_RDONLY);
   return file && IsByteLocked(file.Get(), COMPLETE_BYTE);
 }
@@ -80,7 +81,7 @@ std::optional<ClaimFile> ClaimFile::Take(const std::string& path, const std::str
   for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
     if (auto claim = TryLock(path, missing_t::CREATE)) return Complete(std::move(*claim), text);
     if (errno != EEXIST) return std::nullopt;
-    if (IsHeldForGood(path)) break;
+    if (IsHeldAndComplete(path)) break;
     std::this_thread::sleep_for(PAUSE);
   }
   errno = EEXIST;
@@ -108,7 +109,7 @@ std::optional<std::string> ClaimFile::Read(const std::string& path) {
 
 void ClaimFile::Release() {
   if (!file_) return;
-  unlink(path_.c_str());  // while the lock is still ours
+  unlink(path_.c_str());  // while this process still holds the lock
   file_.Close();
 }
 

@@ -1,8 +1,8 @@
-// A file that one living process holds: how names and shared objects know whether their owner is alive.
+// A file that one process holds: shows whether the owner of a name or of a shared object is alive.
 //
-// The holder keeps a lock of its open file on the file's first byte. The kernel gives it back with the process,
-// whatever way that ends, so that a claim can be neither stale nor mistaken for one of a process whose id has
-// come into use again. A second lock, on the next byte, says that the file's text is complete.
+// The holder locks the first byte of the file (a lock of the open file description). The kernel releases the
+// lock when the process ends in any way, so a claim is never stale, even when another process gets the same
+// process id. A second lock, on the next byte, shows that the file's text is complete.
 #pragma once
 
 #include <optional>
@@ -14,13 +14,13 @@ namespace platform {
 
 class ClaimFile {
  public:
-  // Claims `path` and writes `text` into it. Empty with errno: EEXIST when a living process holds it. What a
-  // dead holder left is taken over.
+  // Claims `path` and writes `text` into it. Empty with errno: EEXIST when a living process holds the claim.
+  // The file of a dead holder is taken over.
   static std::optional<ClaimFile> Take(const std::string& path, const std::string& text);
-  // The text of a claim whose holder lives; ENOENT otherwise.
+  // Returns the text of a claim whose holder lives; otherwise empty with ENOENT.
   static std::optional<std::string> Read(const std::string& path);
-  // Removes the file when nobody holds it; `clean` then runs before anybody else can claim it. Returns whether
-  // it was removed.
+  // Removes the file when no process holds it, and calls `clean` before another process can claim it. Returns
+  // whether the file was removed.
   template <class Clean>
   static bool RemoveIfAbandoned(const std::string& path, Clean&& clean) {
     auto claim = TryLock(path, missing_t::LEAVE);
@@ -30,7 +30,7 @@ class ClaimFile {
     return true;
   }
 
-  // Removes the file and gives the claim up.
+  // Removes the file and releases the claim.
   void Release();
   const std::string& Path() const { return path_; }
 

@@ -9,7 +9,8 @@ constexpr std::uint64_t NANOSECONDS_PER_SECOND = 1'000'000'000;
 std::uint64_t ClockCycles() {
   std::timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
-  // Seconds and nanoseconds apart: their sum in nanoseconds times 133 would overflow after four years.
+  // Seconds and nanoseconds are converted apart: nanoseconds since start-up times 133 would overflow after four
+  // years.
   return static_cast<std::uint64_t>(now.tv_sec) * CYCLES_PER_SECOND +
          static_cast<std::uint64_t>(now.tv_nsec) * (CYCLES_PER_SECOND / 500'000) / 2'000;
 }

@@ -9,9 +9,9 @@
 namespace platform {
 namespace {
 
-// What a fork must know. The mutex guards the rest and is held across every fork.
+// The descriptors to close and the hooks to run in a forked child.
 struct fork_state_t {
-  std::mutex mutex;
+  std::mutex mutex;  // guards the rest; held during every fork
   std::vector<int> descriptors;
   std::vector<void (*)()> hooks;
 };
@@ -21,7 +21,7 @@ void AfterForkInParent();
 void AfterForkInChild();
 
 fork_state_t& State() {
-  // Never destroyed: threads may still run while the process exits.
+  // Never destroyed, because threads may still run while the process exits.
   static fork_state_t& state = *[] {
     auto* made = new fork_state_t;
     pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);

@@ -1,8 +1,9 @@
-// File descriptors with one owner, which forked children do not keep.
+// Owned file descriptors, which are closed in forked children.
 //
-// A child that a process forks without exec inherits every descriptor, and with it the power to keep a socket
-// or a lock of its parent alive after the parent's death. All descriptors of the platform are therefore closed
-// in a child before fork() returns there; each module drops its own tables in a hook at the same moment.
+// A forked child inherits all descriptors of its parent. An inherited copy keeps a socket or lock of the parent
+// open after the parent's death, and its peers would not notice that death. All descriptors of the platform are
+// therefore closed in the child before fork() returns there. Hooks reset the tables of the modules at the same
+// time.
 #pragma once
 
 #include <mutex>
@@ -20,21 +21,22 @@ class Descriptor {
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
 
-  // Calls `open`, which returns a new descriptor or -1, with no fork in between. It must not call Make itself.
+  // Owns the descriptor that `open` returns (-1 for none). No fork can happen during the call. `open` must not
+  // call Make.
   template <class Open>
   static Descriptor Make(Open&& open) {
     const std::lock_guard guard(ForkMutex());
     return Descriptor(open());
   }
 
-  // Takes over a descriptor, or -1.
+  // Owns an existing descriptor; -1 for none.
   static Descriptor Adopt(int number) {
     return Make([number] { return number; });
   }
 
   int Get() const { return number_; }
   explicit operator bool() const { return number_ >= 0; }
-  // Keeps errno.
+  // Does not change errno.
   void Close();
 
  private:
@@ -44,8 +46,8 @@ class Descriptor {
   int number_ = -1;
 };
 
-// Runs `hook` in every child that this process forks, on the only thread of the child, before fork() returns
-// there. The hook must take no lock that another thread of the parent may hold.
+// Registers a function that runs in every forked child before fork() returns there. The hook must not take a
+// lock that another thread of the parent may hold.
 void AtForkInChild(void (*hook)());
 
 }  // namespace platform

@@ -16,12 +16,12 @@ std::string Environment(const char* name) {
   return value != nullptr ? value : "";
 }
 
-// mkdir -p, every new directory private.
-bool MakeDirectories(const std::string& path) {
+// As mkdir -p; new directories have mode 0700.
+bool CreateDirectories(const std::string& path) {
   if (mkdir(path.c_str(), PRIVATE) == 0 || errno == EEXIST) return true;
   const auto slash = path.find_last_of('/');
   if (errno != ENOENT || slash == std::string::npos || slash == 0) return false;
-  return MakeDirectories(path.substr(0, slash)) && (mkdir(path.c_str(), PRIVATE) == 0 || errno == EEXIST);
+  return CreateDirectories(path.substr(0, slash)) && (mkdir(path.c_str(), PRIVATE) == 0 || errno == EEXIST);
 }
 
 bool IsOurDirectory(const struct stat& status) {
@@ -30,18 +30,18 @@ bool IsOurDirectory(const struct stat& status) {
   return false;
 }
 
-// A directory that the user chose; a symbolic link to it is as good.
+// A directory that the user chose. A symbolic link to a directory is allowed.
 std::string ChosenDirectory(const std::string& path) {
   struct stat status {};
-  if (!MakeDirectories(path) || stat(path.c_str(), &status) != 0 || !IsOurDirectory(status)) return {};
+  if (!CreateDirectories(path) || stat(path.c_str(), &status) != 0 || !IsOurDirectory(status)) return {};
   return path;
 }
 
-// /tmp is everybody's: a link that somebody else put there must not lead us astray.
+// Every user can write to /tmp, so a symbolic link of another user must not be followed.
 std::string FallbackDirectory() {
   std::string path = "/tmp/orvik-" + std::to_string(geteuid());
   struct stat status {};
-  if (!MakeDirectories(path) || lstat(path.c_str(), &status) != 0 || !IsOurDirectory(status)) return {};
+  if (!CreateDirectories(path) || lstat(path.c_str(), &status) != 0 || !IsOurDirectory(status)) return {};
   return path;
 }
 

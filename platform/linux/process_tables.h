@@ -1,4 +1,4 @@
-// Tables that belong to one process.
+// Tables of one process, which forked children do not inherit.
 #pragma once
 
 #include <cstdlib>
@@ -8,16 +8,16 @@
 
 namespace platform {
 
-// The tables of this process, made by their first use; AT_EXIT is called at its orderly end. A forked child
-// starts with empty ones: what its parent had stays where it is, referred to and not used, since other threads
-// of the parent may have been in the middle of it.
+// The tables of this process. The first call creates them and registers AtExit for the end of the process. A
+// forked child starts with empty tables. The parent's tables are kept and not used there, because other threads
+// of the parent may have been changing them during the fork.
 template <class Tables, void (*AtExit)()>
 Tables& TablesOfThisProcess() {
-  static std::vector<Tables*>& ofTheParents = *new std::vector<Tables*>;
+  static std::vector<Tables*>& ofParents = *new std::vector<Tables*>;
   static Tables* tables = [] {
     static_cast<void>(std::atexit(AtExit));
     AtForkInChild([] {
-      ofTheParents.push_back(tables);
+      ofParents.push_back(tables);
       tables = new Tables;
     });
     return new Tables;

@@ -13,13 +13,14 @@
 namespace platform {
 namespace {
 
-// How often a blocked sender looks whether the receiver's process is still there. Its end of the socket tells
-// at once in all cases but one: a child that has not yet run its fork hooks or its exec holds the socket too.
+// Interval at which a blocked sender checks whether the receiver's process lives. The socket shows the
+// receiver's death at once, unless a child of the receiver that has not yet reached its fork hooks or exec
+// holds a copy.
 constexpr timeval LIVENESS_CHECK = {0, 100'000};
-constexpr int SEND_BUFFER = 1 << 20;  // the system cuts it to what it allows
+constexpr int SEND_BUFFER = 1 << 20;  // the kernel reduces it to its own limit
 constexpr int BACKLOG = 4096;
 
-// A socket address. A path too long for one goes through a descriptor of its directory.
+// A socket address. A path that is too long for one is reached through a descriptor of its directory.
 class SocketAddress {
  public:
   explicit SocketAddress(const std::string& path) {
@@ -44,7 +45,7 @@ class SocketAddress {
   Descriptor directory_;
 };
 
-Descriptor MakeSocket(int flags) {
+Descriptor CreateSocket(int flags) {
   return Descriptor::Make([flags] { return socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0); });
 }
 
@@ -99,9 +100,10 @@ Descriptor ListenOnChannelSocket(int chid, std::string& path) {
   if (path.empty() || unfinished.empty()) return {};
 
   unlink(unfinished.c_str());
-  Descriptor socket = MakeSocket(SOCK_NONBLOCK);
+  Descriptor socket = CreateSocket(SOCK_NONBLOCK);
   if (!socket) return {};
-  // Under another name first: who meets a socket that is bound and not yet listening takes it for a dead one.
+  // The socket is bound under another name first, because other processes take a socket that does not listen
+  // for a dead one and remove its file.
   if (SocketAddress(unfinished).Bind(socket.Get()) != 0) return {};
   if (listen(socket.Get(), BACKLOG) == 0 && rename(unfinished.c_str(), path.c_str()) == 0) return socket;
   const int error = errno;
@@ -113,7 +115,7 @@ Descriptor ListenOnChannelSocket(int chid, std::string& path) {
 Descriptor ConnectToChannelSocket(pid_t pid, int chid, connect_t mode) {
   const std::string path = RuntimeFile(CHANNEL_PREFIX, ChannelFileName(pid, chid));
   if (path.empty()) return {};
-  Descriptor socket = MakeSocket(mode == connect_t::DO_NOT_WAIT ? SOCK_NONBLOCK : 0);
+  Descriptor socket = CreateSocket(mode == connect_t::DO_NOT_WAIT ? SOCK_NONBLOCK : 0);
   if (!socket) return {};
   SetClientOptions(socket.Get());
   if (ConnectRetrying(SocketAddress(path), socket.Get()) != 0) {
@@ -125,7 +127,7 @@ Descriptor ConnectToChannelSocket(pid_t pid, int chid, connect_t mode) {
 }
 
 bool IsSocketServed(const std::string& path) {
-  const Descriptor socket = MakeSocket(SOCK_NONBLOCK);
+  const Descriptor socket = CreateSocket(SOCK_NONBLOCK);
   return !socket || ConnectRetrying(SocketAddress(path), socket.Get()) == 0 || !NobodyListens(errno);
 }
 

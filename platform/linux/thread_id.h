@@ -1,11 +1,11 @@
-// The kernel's id of the calling thread, kept so that asking costs no system call.
+// The kernel's id of the calling thread, cached to save the system call.
 #pragma once
 
 #include <sys/types.h>
 
 namespace platform {
 
-// Right after a fork too.
+// Correct in a forked child too.
 pid_t CurrentThreadId();
 
 }  // namespace platform

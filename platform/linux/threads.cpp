@@ -21,19 +21,19 @@ struct start_t {
 
 void* RunNamed(void* argument) {
   const std::unique_ptr<start_t> start(static_cast<start_t*>(argument));
-  // By the thread itself: a detached thread may be gone before its creator could name it.
+  // The thread names itself, because a detached thread may have ended before its creator could name it.
   pthread_setname_np(pthread_self(), start->name.data());
   return start->body(start->argument);
 }
 
-std::unique_ptr<start_t> MakeStart(const thread_attributes_t& attributes, void* (*body)(void*),
-                                   void* argument) {
+std::unique_ptr<start_t> CreateStart(const thread_attributes_t& attributes, void* (*body)(void*),
+                                     void* argument) {
   auto start = std::make_unique<start_t>(start_t{body, argument});
   if (attributes.name != nullptr) std::strncpy(start->name.data(), attributes.name, NAME_SIZE - 1);
   return start;
 }
 
-// SCHED_OTHER has no priorities here, so that what Neutrino takes is brought into this system's range.
+// Linux has no priorities for SCHED_OTHER, so a Neutrino priority is limited to the allowed range.
 sched_param AllowedPriority(int priority) {
   sched_param allowed{};
   allowed.sched_priority =
@@ -41,7 +41,7 @@ sched_param AllowedPriority(int priority) {
   return allowed;
 }
 
-// Blocks SIGUSR1 on the calling thread while it lives; threads made meanwhile inherit that.
+// Blocks SIGUSR1 on the calling thread for a scope. Threads created in the scope inherit the block.
 class UserSignalBlock {
  public:
   UserSignalBlock() {
@@ -68,11 +68,11 @@ int StartDetachedThread(const thread_attributes_t& attributes, void* (*body)(voi
   pthread_attr_setschedpolicy(&settings, SCHED_OTHER);
   pthread_attr_setschedparam(&settings, &priority);
 
-  auto start = MakeStart(attributes, body, argument);
+  auto start = CreateStart(attributes, body, argument);
   const UserSignalBlock block;
   pthread_t thread{};
   const int error = pthread_create(&thread, &settings, RunNamed, start.get());
-  if (error == 0) static_cast<void>(start.release());  // the new thread's now
+  if (error == 0) static_cast<void>(start.release());  // the new thread owns it
   pthread_attr_destroy(&settings);
   return error;
 }

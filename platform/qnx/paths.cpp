@@ -10,7 +10,7 @@ std::string ResolveUnitPath(std::string_view path) {
   return std::string(root).append(path);
 }
 
-// Channels, names and shared objects are the system's; nothing of them stands in a directory.
+// Neutrino keeps channels, names and shared objects itself; it needs no runtime directory.
 std::string RuntimeDirectory() {
   return {};
 }

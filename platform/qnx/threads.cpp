@@ -9,7 +9,7 @@ namespace platform {
 namespace {
 
 struct start_t {
-  const char* name;  // a text that stays, as every caller's is
+  const char* name;  // must outlive the thread; callers pass string constants
   void* (*body)(void*);
   void* argument;
 };
@@ -45,7 +45,7 @@ int StartDetachedThread(const thread_attributes_t& attributes, void* (*body)(voi
   auto start = std::make_unique<start_t>(start_t{attributes.name, body, argument});
   pthread_t thread{};
   const int error = pthread_create(&thread, &settings, RunNamed, start.get());
-  if (error == 0) static_cast<void>(start.release());  // the new thread's now
+  if (error == 0) static_cast<void>(start.release());  // the new thread owns it
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
   pthread_attr_destroy(&settings);
   return error;

@@ -1,20 +1,21 @@
-// The command records that a layer sends to the compositor, and what they mean.
+// The command records that a layer sends to the compositor.
 //
-// A message to the name "compositor" is a run of records; the reply is one signed 32-bit word, 0 when all is
-// well. The record, all words 32-bit little-endian:
+// A message to the name "compositor" is a sequence of records. The reply is one signed 32-bit word; 0 is
+// success. A record consists of 32-bit little-endian words:
 //
 // | bytes | field                                                         |
 // |-------|---------------------------------------------------------------|
 // | 0     | marker 0x55AA55AA                                             |
 // | 4     | 0                                                             |
-// | 8     | command (Compositing::cmd_t)                                  |
-// | 12    | first argument; for cmd_t::kOperation an operation_t          |
+// | 8     | command (cmd_t)                                               |
+// | 12    | first argument; for CMD_OPERATION an operation_t              |
 // | 16    | layer id                                                      |
 // | 20    | second argument                                               |
 // | 24    | length of the data, rounded up to a multiple of 4             |
 // | 28    | data: parameters, then strings with their 0 byte; not padded  |
 //
-// The next record starts at the next multiple of 4. A layer is made and removed by a message of one record.
+// The next record starts at the next multiple of 4. Creating and removing a layer takes a message of one
+// record.
 #pragma once
 
 #include <cstddef>

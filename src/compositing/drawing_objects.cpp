@@ -14,7 +14,7 @@ namespace Compositing {
 namespace {
 
 constexpr std::size_t WORD = sizeof(std::uint32_t);
-constexpr std::size_t MOST_SHAPE_ARGUMENTS = 11;  // an arc with its two colours
+constexpr std::size_t MOST_SHAPE_ARGUMENTS = 11;  // of an arc with a gradient
 
 }  // namespace
 

@@ -1,4 +1,4 @@
-// Shapes and pictures that draw themselves on the layer that was current when they were made.
+// Shapes and pictures that draw themselves on the layer that was the current one when they were created.
 #pragma once
 
 #include <cstdint>
@@ -12,25 +12,25 @@ namespace Compositing {
 
 class Layer;
 
-// Parts 0 to 1.
+// Colour components from 0 to 1.
 struct Color4 {
   float r = 0, g = 0, b = 0, a = 1;
 };
 
-// An object belongs to its layer until either ends; without a layer it draws nothing. It is made, used and
-// destroyed by threads that do so one after another; two objects of one layer may draw at once.
+// An object belongs to its layer until one of the two is destroyed; without a layer it draws nothing. Not for
+// use by two threads at the same time; two objects of one layer may draw at the same time.
 class DrawingObject {
  public:
   virtual ~DrawingObject();
   DrawingObject(const DrawingObject&) = delete;
   DrawingObject& operator=(const DrawingObject&) = delete;
 
-  // Nothing comes back from the compositor.
+  // Does nothing: the compositor sends no commands to its clients.
   virtual void processCommand(char*) {}
   bool IsAttached() const { return layer_ != nullptr; }
 
  protected:
-  // Joins the current layer; prints "<className>: No current layer - object not added" where there is none.
+  // Joins the current layer. Prints "<className>: No current layer - object not added" when there is none.
   explicit DrawingObject(const char* className);
 
   void DrawShape(shape_t shape, std::span<const float> arguments) const;
@@ -43,7 +43,7 @@ class DrawingObject {
   int objectId_ = 0;
 };
 
-// Around the origin; lengths in pixels, angles in degrees counter-clockwise from three o'clock.
+// Centred on the origin. Lengths are pixels, angles degrees counter-clockwise from three o'clock.
 class CompGraphArc : public DrawingObject {
  public:
   CompGraphArc(float radius, float startAngle, float sweep);
@@ -66,17 +66,18 @@ class CompGraphCircle : public DrawingObject {
   float radius_;
 };
 
-// A picture file of the unit, by its absolute path there.
+// A picture file; `fileName` is its absolute path on the unit.
 class CompGraphImage : public DrawingObject {
  public:
   explicit CompGraphImage(std::string fileName);
-  // Draws in the given size, in the picture's own where it is 0; the origin is its top left corner or centre.
+  // Draw the picture with its top left corner, or its centre, at the origin. Size 0 by 0 is the picture's own
+  // size.
   void DrawTexture(int width, int height);
   void DrawTextureCentered(int width, int height);
 
  private:
   void Draw(image_t placement, int width, int height);
-  std::vector<std::string> fileNames_;  // one, in the form that the layer queues strings in
+  std::vector<std::string> fileNames_;  // one name; Layer::addCommandWithParameters takes a vector
 };
 
 class CompGraphLine : public DrawingObject {

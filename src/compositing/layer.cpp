@@ -30,8 +30,7 @@ void Print(std::ostream& stream, const std::string& line) {
   stream << line + '\n' << std::flush;
 }
 
-// A layer that the compositor cannot draw must not go on showing an older picture as if it were the present
-// one.
+// Stops the calling thread for good; see Layer::draw.
 [[noreturn]] void HaltDrawing() {
   for (;;) std::this_thread::sleep_for(std::chrono::seconds(10));
 }
@@ -40,7 +39,7 @@ void Print(std::ostream& stream, const std::string& line) {
 
 Layer::Layer(int id, LayerType_t type) : id_(id), queue_(QUEUE_SIZE) {
   coid_ = name_open(SERVER_NAME, 0);
-  const int error = Announce(CMD_CREATE_LAYER, static_cast<int>(type));
+  const int error = SendSingleRecord(CMD_CREATE_LAYER, static_cast<int>(type));
   connected_ = error == 0;
   if (!connected_) Print(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(error));
 }
@@ -51,21 +50,22 @@ Layer::~Layer() {
   Layer* self = this;
   currentLayer.compare_exchange_strong(self, nullptr);
   for (const auto& [objectId, object] : objects_) object->layer_ = nullptr;
-  const int error = Announce(CMD_DESTROY_LAYER, 0);
+  const int error = SendSingleRecord(CMD_DESTROY_LAYER, 0);
   if (error != 0) Print(std::cerr, "compGraphLib: MsgSend Error on Layer Destory: " + std::to_string(error));
   if (coid_ >= 0) name_close(coid_);
   Print(std::cout, prefix + " Destroy completed.");
 }
 
-// Sends one record of its own, beside the queue. Returns 0, or why the compositor did not take it.
-int Layer::Announce(cmd_t command, int firstArgument) const {
+// Sends one record in a message of its own, without the queue. Returns 0, an error number or the compositor's
+// status.
+int Layer::SendSingleRecord(cmd_t command, int firstArgument) const {
   std::array<std::uint8_t, RECORD_HEADER_SIZE> record{};
-  StoreHeader(record, {command, firstArgument, 0, 0});
-  const reply_t reply = Send(record);
+  WriteHeader(record, {command, firstArgument, 0, 0});
+  const compositor_reply_t reply = Send(record);
   return reply.error != 0 ? reply.error : reply.status;
 }
 
-Layer::reply_t Layer::Send(std::span<const std::uint8_t> records) const {
+Layer::compositor_reply_t Layer::Send(std::span<const std::uint8_t> records) const {
   std::array<std::uint8_t, WORD> reply{};
   if (coid_ < 0) return {ESRCH, 0};
   if (MsgSend(coid_, records.data(), records.size(), reply.data(), reply.size()) == -1) return {errno, 0};
@@ -111,11 +111,10 @@ void Layer::draw(DrawType_t type, bool beginNext) {
   addCommandWithParameters(CMD_OPERATION, OP_START_FRAME, 0, words.size(), words.data(), nullptr);
 }
 
-// Only the compositor's own refusal halts the thread. Where there is no compositor nothing is shown, and the
-// frame is simply over.
+// Only a reply other than 0 halts the thread. Without a compositor the frame is discarded.
 void Layer::SendFrame() {
   if (!connected_) return;
-  const reply_t reply = Send({queue_.data(), used_});
+  const compositor_reply_t reply = Send({queue_.data(), used_});
   if (reply.error != 0) {
     connected_ = false;
     Print(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(reply.error));
@@ -207,7 +206,7 @@ void Layer::video(const VideoInfo_t* info) {
 void Layer::addCommand(cmd_t command, int firstArgument, int secondArgument, int dataLength) {
   if (dataLength < 0) return;
   const auto length = static_cast<std::size_t>(dataLength);
-  // The queue's size is a multiple of 4, so that rounding never leads out of it.
+  // QUEUE_SIZE is a multiple of 4, so rounding up stays within the queue.
   const std::size_t start = RoundUpToWord(used_);
   std::fill_n(queue_.begin() + static_cast<std::ptrdiff_t>(used_), start - used_, std::uint8_t{0});
   used_ = start;
@@ -216,10 +215,10 @@ void Layer::addCommand(cmd_t command, int firstArgument, int secondArgument, int
   const auto room = std::span(queue_).subspan(used_);
   if (used_ + 2 * record > QUEUE_SIZE) {
     Print(std::cout, "LayerClient: command queue full");
-    StoreHeader(room, {CMD_END_FRAME, 0, 0, 0});  // not counted in used_: what follows overwrites it
+    WriteHeader(room, {CMD_END_FRAME, 0, 0, 0});  // not counted in used_, so that the next record overwrites it
     return;
   }
-  StoreHeader(room, {command, firstArgument, secondArgument, length});
+  WriteHeader(room, {command, firstArgument, secondArgument, length});
   used_ += RECORD_HEADER_SIZE;
 }
 
@@ -240,7 +239,7 @@ void Layer::Append(std::span<const std::uint8_t> bytes) {
   used_ += bytes.size();
 }
 
-// Data is appended even where its header was refused: the two have bounds of their own.
+// The data is queued even when its header was refused: header and data have separate limits.
 void Layer::addCommandWithParameters(cmd_t command, int firstArgument, int secondArgument, int length,
                                      const std::uint8_t* bytes, const std::vector<std::string>* strings) {
   const std::lock_guard lock(mutex_);
@@ -251,7 +250,7 @@ void Layer::addCommandWithParameters(cmd_t command, int firstArgument, int secon
   for (std::size_t i = 0; strings != nullptr && i < strings->size(); ++i) addString((*strings)[i]);
 }
 
-void Layer::StoreHeader(std::span<std::uint8_t> record, const header_t& header) const {
+void Layer::WriteHeader(std::span<std::uint8_t> record, const record_header_t& header) const {
   platform::StoreLe32(record, MARKER_AT, RECORD_MARKER);
   platform::StoreLe32(record, MARKER_AT + WORD, 0);
   platform::StoreLe32(record, COMMAND_AT, header.command);

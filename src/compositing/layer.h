@@ -1,4 +1,4 @@
-// One drawing layer of the compositor: commands are queued here and sent a frame at a time.
+// One drawing layer of the compositor: queues drawing commands and sends them frame by frame.
 #pragma once
 
 #include <array>
@@ -18,19 +18,19 @@ namespace Compositing {
 
 class DrawingObject;
 
-// What `video` shows: a source in a rectangle of the screen, in pixels.
+// A video source and its rectangle on the screen, in pixels.
 struct VideoInfo_t {
   std::int32_t x = 0, y = 0, width = 0, height = 0;
   std::int32_t source = 0;
 };
 
-// All operations but addCommand, addParameters and addString may come from any thread, and so may draw(): they
-// hold the layer's lock. Queueing never blocks; draw() blocks for the compositor's reply. Without a compositor
-// everything works and nothing is shown.
+// Any thread may call any operation but addCommand, addParameters and addString; the operations hold the
+// layer's lock. draw() blocks for the compositor's reply; the others only wait for the lock. Without a
+// compositor all operations work, and nothing is shown.
 class Layer {
  public:
-  // Connects and announces the layer. Prints "compGraphLib: MsgSend Error: " and the error number on standard
-  // error when that fails.
+  // Connects to the compositor and creates the layer there. Prints "compGraphLib: MsgSend Error: " and the
+  // error number on standard error when that fails.
   Layer(int id, LayerType_t type);
   ~Layer();
   Layer(const Layer&) = delete;
@@ -39,18 +39,19 @@ class Layer {
   bool isConnected() const { return connected_; }
   int GetId() const { return id_; }
 
-  // The layer that new drawing objects join; null when there is none.
+  // The current layer is the one that new drawing objects join; null when there is none.
   void setToCurrentLayer();
   static Layer* GetCurrentLayer();
-  // Returns the object's id, 1 or more, which no other object of the layer has as long as this one is there.
+  // Returns the object's id, 1 or more; no other object of the layer has it while this one exists.
   int addDrawingObj(DrawingObject* object);
   void deleteDrawingObj(int objectId);
 
-  // Sends the frame and begins the next one. A reply other than 0 says that the compositor cannot draw the
-  // layer: the calling thread prints it and stops there for good, by design, rather than show a wrong picture.
+  // Sends the frame and starts the next one. A reply other than 0 means that the compositor cannot draw the
+  // layer. The calling thread then prints the reply and never returns: the screen would go on showing an
+  // outdated picture, and the missing heartbeat lets the unit report the fault.
   void draw();
-  // DRAW_FRAME ends the frame as draw() does, DRAW_APPEND sends what is queued as a part of it. `beginNext`
-  // says whether the queue then holds the start of a frame or nothing.
+  // DRAW_FRAME ends the frame as draw() does; DRAW_APPEND sends the queued commands as a part of it. With
+  // `beginNext` the queue then holds the start of the next frame, otherwise it is empty.
   void draw(DrawType_t type, bool beginNext);
 
   void glPushAndTranslate(float x, float y, float z);
@@ -67,42 +68,42 @@ class Layer {
   void capture(const char* fileName);
   void video(const VideoInfo_t* info);
 
-  // A record's header alone; its data must follow with nothing in between, so that only a thread that has the
-  // layer to itself may use these three.
+  // Queue the header of a record, and its data, which must follow directly. Only for a thread that is the only
+  // user of the layer.
   void addCommand(cmd_t command, int firstArgument, int secondArgument, int dataLength);
-  void addParameters(const std::uint8_t* bytes, int length);  // dropped when it does not fit
-  void addString(std::string_view text);                      // with its 0 byte; dropped when it does not fit
-  // A whole record. Half the queue is kept in reserve: a record that would leave less room than it takes is
-  // reported, and its header is not queued.
+  void addParameters(const std::uint8_t* bytes, int length);  // drops data that does not fit
+  void addString(std::string_view text);  // with its 0 byte; drops a string that does not fit
+  // Queues a whole record. A record that would leave less room than its own size is reported, and its header is
+  // not queued.
   void addCommandWithParameters(cmd_t command, int firstArgument, int secondArgument, int length,
                                 const std::uint8_t* bytes, const std::vector<std::string>* strings);
 
-  // Nothing is stored, read back or kept on this side of the connection.
+  // Part of the interface; these do nothing on the client's side.
   int storeCommands(char*, int, bool) { return 0; }
   void processCommands() {}
   void purgeTextures() {}
   std::array<float, 3> getCurrentWindowCoords() const { return {0.0F, 0.0F, 0.0F}; }
 
-  // The bytes queued so far, for tests; no other thread may queue meanwhile.
+  // The bytes queued so far, for tests. No other thread may use the layer meanwhile.
   std::span<const std::uint8_t> Queued() const { return {queue_.data(), used_}; }
 
  private:
-  struct header_t {
+  struct record_header_t {
     cmd_t command;
     int firstArgument, secondArgument;
     std::size_t dataLength;
   };
-  struct reply_t {
-    int error;            // why there is no reply, or 0
-    std::int32_t status;  // what the compositor replied
+  struct compositor_reply_t {
+    int error;            // error number when there is no reply, else 0
+    std::int32_t status;  // the reply
   };
-  int Announce(cmd_t command, int firstArgument) const;
-  reply_t Send(std::span<const std::uint8_t> records) const;
+  int SendSingleRecord(cmd_t command, int firstArgument) const;
+  compositor_reply_t Send(std::span<const std::uint8_t> records) const;
   void SendFrame();
   void Operate(operation_t operation, std::span<const float> arguments = {});
   void OperateInt(operation_t operation, int argument);
   void Append(std::span<const std::uint8_t> bytes);
-  void StoreHeader(std::span<std::uint8_t> record, const header_t& header) const;
+  void WriteHeader(std::span<std::uint8_t> record, const record_header_t& header) const;
 
   const int id_;
   int coid_ = -1;

@@ -1,4 +1,4 @@
-// Whole lines for the console: progress on standard output, errors on standard error.
+// Printing whole lines: progress goes to standard output, errors to standard error.
 #pragma once
 
 #include <array>
@@ -8,9 +8,9 @@
 #include <string>
 #include <string_view>
 
-// Writes the line and its end in one call and flushes, so that lines of several threads never mix and the last
-// line before a fault is not lost. Any thread; must not be called from a signal handler. A stream that cannot
-// be written to loses the line; nothing else depends on it.
+// Writes the line and its end in one call and flushes the stream: lines of several threads do not mix, and the
+// last line before a crash is not lost. Any thread, but not from a signal handler. When the stream cannot be
+// written to, the line is lost without a report.
 inline void PrintLine(std::FILE* stream, std::string_view line) {
   std::string whole;
   whole.reserve(line.size() + 1);
@@ -26,7 +26,7 @@ inline void PrintErr(std::string_view line) {
   PrintLine(stderr, line);
 }
 
-// A number in lower-case hexadecimal, without a prefix, with zeros before it up to `width` digits.
+// A number in lower-case hexadecimal without a prefix, filled with leading zeros to `width` digits.
 inline std::string HexText(std::uint32_t value, std::size_t width = 0) {
   std::array<char, 8> digits{};
   const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), value, 16);

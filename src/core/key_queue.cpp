@@ -16,8 +16,8 @@ bool KeyQueue::Push(std::uint8_t key) {
   for (;;) {
     cell_t& cell = cells_[position & MASK];
     const auto ahead = static_cast<std::int32_t>(cell.turn.load(std::memory_order_acquire) - position);
-    if (ahead < 0) return false;  // the key of one lap ago is still there: full
-    if (ahead > 0) {              // another producer was faster
+    if (ahead < 0) return false;  // the key pushed CAPACITY pushes ago is still there: full
+    if (ahead > 0) {              // another producer took this position
       position = head_.load(std::memory_order_relaxed);
     } else if (head_.compare_exchange_weak(position, position + 1, std::memory_order_relaxed)) {
       cell.key = key;

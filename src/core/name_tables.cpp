@@ -41,7 +41,7 @@ const std::array<std::string_view, ACTION_NAME_COUNT> ACTION_ID_NAMES = {
     "NumActions",
 };
 
-// The numbers that key tables and handlers name are fixed; the other transitions fill the rest.
+// The entries that have a constant in the header keep their index. The order of the others is free.
 const std::array<std::string_view, EVENT_NAME_COUNT> EVENT_ID_NAMES = {
     "EVENT_ID_NONE",
     "orvik.MainToConfig",
@@ -187,7 +187,7 @@ const std::array<std::string_view, CMD_NAME_COUNT> CMD_NAMES = {
     "CMD_REFRESH_DIALS",
 };
 
-// The third one's spelling is the system's own.
+// "Portugeues" is misspelt in the console interface.
 const std::array<std::string_view, LANGUAGE_COUNT> LANGUAGE_NAMES = {
     "English", "Spanish", "Portugeues", "Chinese", "Russian", "French",
 };

@@ -1,13 +1,14 @@
-// The name tables that every folder shares: actions and pages, events, host keys, key commands, languages.
+// The name tables of the application: actions and pages, events, host keys, key commands, languages.
 //
-// All are constant data, built before main runs. An index outside a table gives "Unknown".
+// Constant data. The look-up functions return "Unknown" for an index outside a table.
 #pragma once
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
-// Actions of the screen service; the page entries among them are the pages' identifiers.
+// Actions of the screen service. The page entries serve as page identifiers too.
 enum action_id_t : int {
   ACTION_PAGE_NONE = 0,
   ACTION_PAGE_MAIN = 1,
@@ -44,12 +45,41 @@ enum action_id_t : int {
   ACTION_PAGE_MVEC = 32,
   ACTION_PAGE_DIALS = 33,
   ACTION_PAGE_DIALS_REFRESH = 34,
-  ACTION_COUNT = 35,  // "NumActions", an entry of the table too
+  ACTION_COUNT = 35,  // number of actions; "NumActions" in the table
+};
+
+// Host key codes, as the key bindings hold them and as the display reports them to the host; indices into
+// TARGET_KEY_NAMES.
+enum host_key_code_t : std::uint8_t {
+  HOST_KEY_NONE = 0,
+  HOST_KEY_BOOM_MODE = 1,
+  HOST_KEY_WINCH = 2,
+  HOST_KEY_COUNTERWEIGHT = 3,
+  HOST_KEY_STOWED = 4,
+  HOST_KEY_ALARM_CANCEL = 5,
+  HOST_KEY_EXIT_ALARM_MAIN = 6,
+  HOST_KEY_POL_DOWN = 7,
+  HOST_KEY_SELECT_1 = 8,
+  HOST_KEY_POL_UP = 9,
+  HOST_KEY_FLY = 10,
+  HOST_KEY_AUX = 11,
+  HOST_KEY_PICK = 12,
+  HOST_KEY_EXIT_ALARM_CONFIG = 13,
+  HOST_KEY_SELECT_3 = 14,
+  HOST_KEY_SELECT_4 = 15,
+  HOST_KEY_OUTRIGGER = 16,
+  HOST_KEY_SELECT_2 = 17,
+  HOST_KEY_INFO = 18,  // the host takes its press as a request for the information page
+  HOST_KEY_TIRES = 19,
+  HOST_KEY_CALIBRATION = 20,
+  HOST_KEY_SWING_MODE = 21,
+  HOST_KEY_MAN_BASKET = 22,  // the last key that is reported
+  HOST_KEY_RESERVED = 23,
 };
 
 constexpr std::size_t ACTION_NAME_COUNT = 36;
 constexpr std::size_t EVENT_NAME_COUNT = 81;
-constexpr std::size_t TARGET_KEY_NAME_COUNT = 24;
+constexpr std::size_t TARGET_KEY_NAME_COUNT = HOST_KEY_RESERVED + 1;
 constexpr std::size_t CMD_NAME_COUNT = 51;
 constexpr std::size_t LANGUAGE_COUNT = 6;
 
@@ -59,7 +89,7 @@ extern const std::array<std::string_view, TARGET_KEY_NAME_COUNT> TARGET_KEY_NAME
 extern const std::array<std::string_view, CMD_NAME_COUNT> CMD_NAMES;
 extern const std::array<std::string_view, LANGUAGE_COUNT> LANGUAGE_NAMES;
 
-// Indices of the events that the key tables and the watchdog name by number.
+// Indices of the events that the key tables and the page definitions name by number.
 constexpr int EVENT_ID_NONE = 0;
 constexpr int EVENT_CONFIG_TO_MAIN = 3;
 constexpr int EVENT_SPLASH_TO_SLATE = 38;
@@ -68,7 +98,7 @@ constexpr int EVENT_MAIN_TO_DIALS = 66;
 constexpr int EVENT_SLATE_TO_GAUGES = 72;
 constexpr int EVENT_DIALS_TO_MAIN = 74;
 
-// The index of an event's name; EVENT_ID_NONE when the table has no such name.
+// Index of an event's name; EVENT_ID_NONE when the table does not have the name.
 int FindEventIndex(std::string_view name);
 std::string_view ActionName(int actionId);
 std::string_view EventName(int eventIndex);

@@ -14,8 +14,8 @@ namespace {
 constexpr double HUNDRED = 100.0;
 constexpr int OUTRIGGER_GREEN = 1;
 
-// What the grid and its substitutes are in a language: half as many cells, all of them wide, where text is
-// full-width.
+// Columns of the character grid and its substitute characters. Full-width cells are wider, so that fewer fit on
+// a line.
 struct text_kind_t {
   int columns;
   std::uint32_t underscore;
@@ -30,7 +30,7 @@ constexpr int TEXT_ROWS = 4;
 constexpr std::uint32_t IDEOGRAPHIC_SPACE = 0x3000;
 constexpr std::uint32_t SPACE = 0x0020;
 constexpr std::uint32_t NO_BREAK_SPACE = 0x00A0;
-// This system's fonts have no glyph for the no-break space.
+// The fonts of operating system version 2.3 have no glyph for the no-break space.
 constexpr double OS_WITH_PLAIN_BLANK = 2.3;
 
 constexpr std::array<const text_kind_t*, LANGUAGE_COUNT> TEXT_KINDS = {
@@ -52,7 +52,7 @@ void SetTextKind(orvikData_t* data, const text_kind_t& kind) {
 }
 
 template <class Value>
-void Store(PlainWord<Value>& word, unsigned handle, Value value) {
+void StoreAndWrite(PlainWord<Value>& word, unsigned handle, Value value) {
   word = value;
   DBSHM::Write(handle, static_cast<double>(value));
 }
@@ -68,51 +68,51 @@ constexpr double FULL_TURN = 360.0;
 
 }  // namespace
 
-// The sums with 0.0 make no difference but to a negative zero, which the database would take for a change.
+// Adding 0.0 turns a negative zero into zero: the database compares bytes and would report -0.0 as a change.
 void SetCapacity(orvikData_t* data, double value) {
-  Store(data->capacity, data->variables.capacity, HUNDRED * std::trunc(value / HUNDRED) + 0.0);
+  StoreAndWrite(data->capacity, data->variables.capacity, HUNDRED * std::trunc(value / HUNDRED) + 0.0);
 }
 
 void SetLoad(orvikData_t* data, double value) {
-  Store(data->load, data->variables.load, HUNDRED * std::trunc((value + HUNDRED / 2) / HUNDRED) + 0.0);
+  StoreAndWrite(data->load, data->variables.load, HUNDRED * std::trunc((value + HUNDRED / 2) / HUNDRED) + 0.0);
 }
 
 void SetRadius(orvikData_t* data, double value) {
-  Store(data->radius, data->variables.radius, value);
+  StoreAndWrite(data->radius, data->variables.radius, value);
 }
 void SetAngle(orvikData_t* data, double value) {
-  Store(data->angle, data->variables.angle, value);
+  StoreAndWrite(data->angle, data->variables.angle, value);
 }
 void SetExtension(orvikData_t* data, double value) {
-  Store(data->extension, data->variables.extension, value);
+  StoreAndWrite(data->extension, data->variables.extension, value);
 }
 void SetSwing(orvikData_t* data, double degrees) {
-  Store(data->swing, data->variables.swing, degrees);
+  StoreAndWrite(data->swing, data->variables.swing, degrees);
 }
 void SetSwingMode(orvikData_t* data, int mode) {
-  Store(data->swingMode, data->variables.swingMode, mode);
+  StoreAndWrite(data->swingMode, data->variables.swingMode, mode);
 }
 
 void SetPistonPressure(orvikData_t* data, double value) {
-  Store(data->pistonPressure, data->variables.pistonPressure, value);
+  StoreAndWrite(data->pistonPressure, data->variables.pistonPressure, value);
 }
 
 void SetRodPressure(orvikData_t* data, double value) {
-  Store(data->rodPressure, data->variables.rodPressure, value);
+  StoreAndWrite(data->rodPressure, data->variables.rodPressure, value);
 }
 
 void SetPercentSafeWorkingLoad(orvikData_t* data, double fraction) {
-  Store(data->percentSafeWorkingLoad, data->variables.percentSafeWorkingLoad, fraction);
+  StoreAndWrite(data->percentSafeWorkingLoad, data->variables.percentSafeWorkingLoad, fraction);
 }
 
 void SetPartsOfLine(orvikData_t* data, int parts) {
-  Store(data->partsOfLine, data->variables.partsOfLine, parts);
+  StoreAndWrite(data->partsOfLine, data->variables.partsOfLine, parts);
 }
 void SetStowedIcon(orvikData_t* data, int icon) {
-  Store(data->stowedIcon, data->variables.stowedIcon, icon);
+  StoreAndWrite(data->stowedIcon, data->variables.stowedIcon, icon);
 }
 void SetErectedIcon(orvikData_t* data, int icon) {
-  Store(data->erectedIcon, data->variables.erectedIcon, icon);
+  StoreAndWrite(data->erectedIcon, data->variables.erectedIcon, icon);
 }
 
 void SetUnits(orvikData_t* data, int units) {
@@ -128,7 +128,7 @@ void SetLanguage(orvikData_t* data, int language) {
     PrintErr("Orvik: ERROR!  Illegal language id " + std::to_string(language));
     return;
   }
-  Store(data->language, data->variables.language, static_cast<std::uint8_t>(language));
+  StoreAndWrite(data->language, data->variables.language, static_cast<std::uint8_t>(language));
   SetTextKind(data, *TEXT_KINDS[static_cast<std::size_t>(language)]);
 }
 

@@ -1,13 +1,15 @@
-// The setters of the operating values: each stores into the record and writes the value's database parameter.
+// The setters of operating values and display settings. A setter of a value that has a database parameter
+// writes the parameter too.
 //
-// Called on the parse thread for host commands, on the key threads for key commands, and at initialisation.
+// Called by the parse thread for host commands, by the key threads for key commands, and at each
+// initialisation.
 #pragma once
 
 #include "src/core/orvik_data.h"
 
-void SetCapacity(orvikData_t* data, double value);  // rounded down to a multiple of 100
-void SetLoad(orvikData_t* data,
-             double value);  // rounded half up to a multiple of 100; the asymmetry is intended
+// The host protocol rounds the two differently: the capacity down to a multiple of 100, the load half up.
+void SetCapacity(orvikData_t* data, double value);
+void SetLoad(orvikData_t* data, double value);
 void SetRadius(orvikData_t* data, double value);
 void SetAngle(orvikData_t* data, double value);
 void SetExtension(orvikData_t* data, double value);
@@ -19,21 +21,21 @@ void SetPercentSafeWorkingLoad(orvikData_t* data, double fraction);  // 0.85 is 
 void SetPartsOfLine(orvikData_t* data, int parts);
 void SetStowedIcon(orvikData_t* data, int icon);
 void SetErectedIcon(orvikData_t* data, int icon);
-// 0 Imperial, 1 Metric; anything else is reported on standard error and changes nothing.
+// 0 Imperial, 1 Metric. Any other number is reported on standard error and changes nothing.
 void SetUnits(orvikData_t* data, int units);
-// 0 to 5 as LANGUAGE_NAMES; anything else is reported on standard error and changes nothing. Sets the grid's
-// geometry and substitute characters as well.
+// `language` is an index into LANGUAGE_NAMES. Sets the size of the character grid and its substitute characters
+// too. Any other number is reported on standard error and changes nothing.
 void SetLanguage(orvikData_t* data, int language);
 void SetDisplayType(orvikData_t* data, int type);
 void SetCommandProtocolVersion(orvikData_t* data, int version);
 void SetDynamicEncryptionMethod(orvikData_t* data, int method);
-// Colours of tires, retracted, half and extended, in that order.
+// Colours of the tires and of the retracted, half and extended outriggers (outrigger_colors_t).
 void SetOutriggerColors(orvikData_t* data, int tires, int retracted, int half, int extended);
 void ResetAllOutriggerColors(orvikData_t* data);  // all green (1)
 
-// The lamp word, one bit an indicator.
+// Stores the lamp word; one bit is one indicator.
 void SetLEDState(orvikData_t* data, unsigned word);
-// The value where mask and lamp word share a set bit, else 0.0.
+// Returns `value` when mask and lamp word have a set bit in common, else 0.0.
 double GetLEDState(orvikData_t* data, int mask, int value);
 
 void SetLCDResolution(orvikData_t* data, int rows, int columns);

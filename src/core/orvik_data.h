@@ -1,9 +1,9 @@
-// The central record: the one place where the application's threads meet.
+// The central record, through which the threads of the application share their state.
 //
-// main owns exactly one, as a local object, and every thread, setter, handler and page function gets a pointer
-// to it. How each part is shared stands beside it: a PlainWord is read and written whole by any thread
-// without a lock; what a mutex guards is named at the mutex; everything else belongs to one thread or is
-// constant once `running` is set.
+// main owns the only one, as a local object, and passes a pointer to every thread, setter, handler and page
+// function. Each member says how it is shared: any thread reads and writes a PlainWord without a lock; the
+// comment of a mutex names what the mutex guards; every other member belongs to one thread or is constant once
+// `running` is set.
 #pragma once
 
 #include <array>
@@ -33,7 +33,7 @@ using name_map_t = std::map<std::string, int>;
 // A thread's slot in threadRunning and threadStop.
 enum thread_slot_t : std::size_t {
   THREAD_ACTION_CHANNEL = 0,
-  THREAD_KEYPAD = 1,  // not looked at by the start barrier
+  THREAD_KEYPAD = 1,  // the start barrier ignores it
   THREAD_DISPATCH = 2,
   THREAD_DECAPSULATE = 3,
   THREAD_TIMER = 4,
@@ -45,11 +45,11 @@ enum thread_slot_t : std::size_t {
   THREAD_COUNT = 10,
 };
 
-// A handle of the screen service or the database. A later initialisation looks it up again while other threads
-// read it.
+// A handle of the screen service or of the database. Each initialisation writes it while other threads read it.
 using handle_t = PlainWord<unsigned>;
 
-// Handles of the text widgets, in the order in which they are looked up.
+// Handles of the text widgets. To add a widget: its member here, its name in display/handles.h and its row in
+// the table of display/handles.cpp, which the compiler checks for completeness.
 struct gauge_handles_t {
   using line_set_t = std::array<handle_t, GRID_LINES>;
   line_set_t operatingStd, operatingWide;
@@ -66,7 +66,8 @@ struct gauge_handles_t {
   handle_t wadUnitsWeight, wadUnitsDistance;
 };
 
-// Handles of the database variables, in the order in which they are looked up.
+// Handles of the database variables, in the order in which they are looked up. To add a variable: its member
+// here and its row in VARIABLE_NAMES (display/handles.cpp), which the compiler checks for completeness.
 struct variable_handles_t {
   handle_t tires, outriggerRetracted, outriggerHalf, outriggerExtended;
   handle_t pickMainBoom, pickAux, pickFly;
@@ -96,7 +97,8 @@ struct outrigger_colors_t {
   PlainWord<int> tires, retracted, half, extended;
 };
 
-// Where the boom and swing pictures turn (pivot) and stand (offset) on the dials page, in pixels.
+// Pivots of the boom and swing pictures on the dials page, and the offsets of the pictures from their pivots,
+// in pixels.
 struct drawing_geometry_t {
   PlainWord<double> swingPivotX, swingPivotY, swingOffsetX, swingOffsetY;
   PlainWord<double> boomPivotX, boomPivotY, boomOffsetX, boomOffsetY;
@@ -108,7 +110,7 @@ struct orvikData_t {
   orvikData_t(const orvikData_t&) = delete;
   orvikData_t& operator=(const orvikData_t&) = delete;
 
-  // --- Thread control. `running` and the stop requests are main's to write, a running flag its own thread's.
+  // --- Thread control. main writes `running` and the stop requests; each worker writes its own running flag.
   PlainWord<int> running;
   std::array<PlainWord<int>, THREAD_COUNT> threadRunning;
   std::array<PlainWord<int>, THREAD_COUNT> threadStop;
@@ -125,8 +127,9 @@ struct orvikData_t {
   name_map_t variableHandles;
   name_map_t screenObjectIds;
 
-  // --- Service clients. nmClient posts events from every thread; the others belong to the receive thread but
-  // for waking it.
+  // --- Service clients. Every thread posts events through nmClient. The receive thread owns canNmClient, the
+  // spare clients and the two channel numbers; the action channel owns actionNmClient; main only wakes their
+  // receivers.
   NM::NMClient* nmClient = nullptr;
   PlainWord<int> eventChannel;
   std::atomic<NM::NMClient*> canNmClient{nullptr};
@@ -143,21 +146,22 @@ struct orvikData_t {
   // --- Locks.
   pthread_mutex_t canMutex = PTHREAD_MUTEX_INITIALIZER;    // canPackets
   pthread_mutex_t decapMutex = PTHREAD_MUTEX_INITIALIZER;  // decapData
-  pthread_mutex_t displayMutex =
-      PTHREAD_MUTEX_INITIALIZER;  // utf8Display, the 31 fields, the flash line, systemText
+  // utf8Display, the 31 fields, the flash line and the system's own text
+  pthread_mutex_t displayMutex = PTHREAD_MUTEX_INITIALIZER;
   pthread_mutex_t beeperMutex = PTHREAD_MUTEX_INITIALIZER;  // beeperState and beeperDuration together
-  pthread_mutex_t dialsMutex = PTHREAD_MUTEX_INITIALIZER;   // what the dials page shows
+  // the layer's contents and the values last drawn on it
+  pthread_mutex_t dialsMutex = PTHREAD_MUTEX_INITIALIZER;
 
-  // --- Hand-over queues. The work arrays belong to their consumer.
+  // --- Queues between the threads. A work array belongs to the thread that consumes the queue.
   std::vector<CAN_packet_t2> canPackets;
   std::vector<CAN_packet_t2> canWork;
   std::vector<DecapData_t> decapData;
   std::vector<DecapData_t> decapWork;
   KeyQueue keyData;
   PlainWord<std::int16_t> lastKey;
-  PlainWord<std::int16_t>& lastKeyAdded = lastKey;  // as the key-state reply calls it
-  PlainWord<std::uint32_t> canPacketsDropped;       // frames refused by a full canPackets
-  PlainWord<std::uint32_t> decapDataDropped;        // messages refused by a full decapData
+  PlainWord<std::int16_t>& lastKeyAdded = lastKey;  // the name that the key-state reply uses
+  PlainWord<std::uint32_t> canPacketsDropped;       // frames dropped because canPackets was full
+  PlainWord<std::uint32_t> decapDataDropped;        // messages dropped because decapData was full
 
   // --- Versions.
   std::string loaderVersion, osVersion, appVersion;
@@ -165,15 +169,16 @@ struct orvikData_t {
   PlainWord<double> osVerRev;
   std::uint32_t canTerminationHandle = 0;
 
-  // --- Pages. The vector is built once and constant afterwards; the action channel moves currentPage.
+  // --- Pages. The first initialisation builds the page set, which is then constant; the action channel sets
+  // currentPage.
   Target_t target;
   PlainWord<const Page_t*> currentPage{nullptr};
   std::array<PlainWord<std::uint32_t>, HOST_KEYS> keyMasks;  // the mask words of the host key map
   PlainWord<std::uint8_t> lastPressedEvent;
   PlainWord<const char*> lastPressedEventName{""};  // an entry of EVENT_ID_NAMES
   PlainWord<int> selectMode;
-  PlainWord<int>
-      splashShown;  // set by the action channel with each splash page, cleared by whoever waits for one
+  // Set by the action channel when the splash page is shown; main clears it before it waits for that page.
+  PlainWord<int> splashShown;
 
   // --- Host presence.
   PlainWord<int> hostSeen;
@@ -196,7 +201,7 @@ struct orvikData_t {
 
   // --- Display and device settings.
   PlainWord<int> lcdRows, lcdColumns, lcdSize;
-  PlainWord<int>& lcdCells = lcdSize;  // as the bounds of the text commands call it
+  PlainWord<int>& lcdCells = lcdSize;  // the name that the length limits of the text commands use
   PlainWord<std::uint32_t> spaceChar, blankChar, underscoreChar, validNonPrintableChar, invalidNonPrintableChar;
   PlainWord<int> expandFullWidth;
   std::array<UTF8Line_t, GRID_LINES> utf8Display;
@@ -207,27 +212,27 @@ struct orvikData_t {
   PlainWord<std::uint32_t> ledState;
   PlainWord<std::uint8_t> commandProtocolVersion, dynamicEncryptionMethod;
   PlainWord<int> lcdInitRequest;
-  // Gives the record its first state again: InitOrvikData, which only start-up knows. Set before the workers
-  // start.
+  // InitOrvikData, which the dispatcher calls for a request to initialise the record again. A pointer, because
+  // the dispatcher's folder does not include start-up. Set by main before it starts the workers.
   void (*initialize)(orvikData_t*) = nullptr;
   program_date_t programDate;
 
   // --- Beeper.
-  PlainWord<int> beeperState;  // also read without the lock
+  PlainWord<int> beeperState;  // the DigitalIO thread reads it without the lock
   int beeperDuration = 0;      // units of 10 ms
 
-  // --- Countdown words, in units of 10 ms: the keypad scanner's debounce counters, lowered by the timer
-  // thread.
+  // --- Countdown words in units of 10 ms: the debounce counters of the keypad scanner. The timer thread lowers
+  // them.
   std::array<PlainWord<std::int32_t>, 9> countdown;
   PlainWord<std::int32_t>&countdown1 = countdown[0], &countdown2 = countdown[1], &countdown3 = countdown[2];
   PlainWord<std::int32_t>&countdown4 = countdown[3], &countdown5 = countdown[4], &countdown6 = countdown[5];
   PlainWord<std::int32_t>&countdown7 = countdown[6], &countdown8 = countdown[7], &countdown9 = countdown[8];
 
-  // --- Presentation. Clients are made anew at each initialisation; the earlier ones stay until the record
-  // ends, since another thread may still be using one.
+  // --- Presentation. Each initialisation creates a new layer and screen client. The earlier ones stay until
+  // the record is destroyed, since another thread may still be using one.
   gauge_handles_t gauges{};
   variable_handles_t variables{};
-  std::vector<unsigned> textWidgets;  // every text widget's handle; filled once, before `running` is set
+  std::vector<unsigned> textWidgets;  // handles of all text widgets; filled by the first initialisation
   std::atomic<ScreenApi*> screenApi{nullptr};
   std::atomic<Compositing::Layer*> layer{nullptr};
   std::vector<std::unique_ptr<ScreenApi>> screenApis;
@@ -236,14 +241,15 @@ struct orvikData_t {
   PlainWord<int> messageTicks;  // 300 after initialisation
 };
 
-// Terminates the application when set; the handler of SIGUSR1 writes it.
+// Non-zero asks the application to terminate. The handler of SIGUSR1 sets it; main clears it when it refuses.
 extern PlainWord<int> orvikStop;
 
-// The number that the configuration gives an event's name, 0 when it gives none.
+// The number of an event in the configuration; 0 when the configuration does not define the name.
 int FindEventId(const orvikData_t* data, const std::string& name);
-// Publishes an event's number, 4 bytes little-endian, on the event channel.
+// Publish an event's number (4 bytes, little-endian) on the event channel. Any thread; blocks for one round
+// trip to the notification manager. Nothing is sent before main has created nmClient.
 void PostEvent(orvikData_t* data, const std::string& name);
 void PostEventId(orvikData_t* data, int eventId);
 
-// The current page's action id; "Page.None" before there is a page.
+// The action id of the current page; ACTION_PAGE_NONE when there is no current page yet.
 int CurrentPageId(const orvikData_t* data);

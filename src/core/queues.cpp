@@ -10,19 +10,18 @@ namespace {
 
 constexpr std::uint32_t DROPS_PER_REPORT = 1000;
 
-// Says once a thousand that a queue is full: the consumer has stopped, and a line for each element would drown
-// that.
-void CountDrop(PlainWord<std::uint32_t>& dropped, const char* what) {
+// A line for each dropped element would flood the console, so only every thousandth drop is reported.
+void CountDrop(PlainWord<std::uint32_t>& dropped, const char* queueName) {
   const std::uint32_t before = dropped;
   dropped = before + 1;
   if (before % DROPS_PER_REPORT == 0) {
-    PrintErr(std::string("Orvik: ERROR!  ") + what + " queue full, dropped " + std::to_string(before + 1));
+    PrintErr(std::string("Orvik: ERROR!  ") + queueName + " queue full, dropped " + std::to_string(before + 1));
   }
 }
 
 template <class T>
 void Append(pthread_mutex_t& mutex, std::vector<T>& queue, std::size_t bound, PlainWord<std::uint32_t>& dropped,
-            const char* what, const T& element) {
+            const char* queueName, const T& element) {
   {
     const MutexGuard guard(mutex);
     if (queue.size() < bound) {
@@ -30,12 +29,12 @@ void Append(pthread_mutex_t& mutex, std::vector<T>& queue, std::size_t bound, Pl
       return;
     }
   }
-  CountDrop(dropped, what);
+  CountDrop(dropped, queueName);
 }
 
-// Moves the whole backlog behind what the consumer still has, and leaves the queue without storage.
+// Moves all elements to the end of `work` and releases the queue's storage.
 template <class T>
-void TakeAll(pthread_mutex_t& mutex, std::vector<T>& queue, std::vector<T>& work) {
+void Drain(pthread_mutex_t& mutex, std::vector<T>& queue, std::vector<T>& work) {
   std::vector<T> taken;
   {
     const MutexGuard guard(mutex);
@@ -51,7 +50,7 @@ void addCanPacket(orvikData_t* data, const CAN_packet_t2& packet) {
 }
 
 void getCanPackets(orvikData_t* data) {
-  TakeAll(data->canMutex, data->canPackets, data->canWork);
+  Drain(data->canMutex, data->canPackets, data->canWork);
 }
 
 void addDecapData(orvikData_t* data, const DecapData_t& message) {
@@ -59,7 +58,7 @@ void addDecapData(orvikData_t* data, const DecapData_t& message) {
 }
 
 void getDecapData(orvikData_t* data) {
-  TakeAll(data->decapMutex, data->decapData, data->decapWork);
+  Drain(data->decapMutex, data->decapData, data->decapWork);
 }
 
 void addKeyData(orvikData_t* data, unsigned char key) {

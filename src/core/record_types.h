@@ -1,4 +1,4 @@
-// Pages with their key bindings, and host text, as the record keeps them.
+// Record types of pages with their key bindings and of host text.
 #pragma once
 
 #include <array>
@@ -6,20 +6,22 @@
 #include <string>
 #include <vector>
 
+#include "src/core/name_tables.h"
+
 // One key binding.
 struct Pkey_t {
-  std::uint8_t platformKey =
-      0;  // front key 1 to 8; 9 is keys 5 and 8 together; 0 marks a filler that no key matches
-  std::uint8_t targetKey = 0;  // host key code, an index into TARGET_KEY_NAMES; 0 is none
+  // Front key 1 to 8; 9 for keys 5 and 8 together; 0 for a filler that no key matches.
+  std::uint8_t platformKey = 0;
+  std::uint8_t targetKey = 0;  // host_key_code_t
   std::uint8_t event = 0;      // index into EVENT_ID_NAMES; 0 is none
   std::uint8_t command = 0;    // index into CMD_NAMES; 0 is none
 };
 static_assert(sizeof(Pkey_t) == 4);
 
-// One page. `pageId` is an index into ACTION_ID_NAMES.
+// One page.
 struct Page_t {
-  int pageId = 0;
-  int timeOutEvent = 0;  // index into EVENT_ID_NAMES of what is posted while the host is silent; 0 is none
+  int pageId = 0;        // action_id_t
+  int timeOutEvent = 0;  // index into EVENT_ID_NAMES; posted each second while the host is silent; 0 is none
   unsigned flags = 0;
   std::vector<Pkey_t> keys;
 };
@@ -32,16 +34,16 @@ struct Target_t {
 // One entry of the host key map.
 struct host_key_t {
   std::uint32_t code = 0;
-  std::uint32_t mask = 0;  // validity and beep: 0 the key does nothing, 1 no beep, 0x7F one beep
+  std::uint32_t mask = 0;  // 0: the key is not valid; 1: valid without beep; 0x7F: valid with one beep
   std::uint32_t reserved1 = 0;
   std::uint32_t reserved2 = 0;
 };
 static_assert(sizeof(host_key_t) == 16);
-constexpr int HOST_KEYS = 24;
+constexpr int HOST_KEYS = TARGET_KEY_NAME_COUNT;
 
 // One host text slot.
 struct Field_t {
-  unsigned fid = 0;            // 0 to 30; read as one byte
+  unsigned fid = 0;            // field number, 0 to 30; only the low byte counts
   std::vector<unsigned> text;  // Unicode code points; empty when the field is clear
 };
 
@@ -50,7 +52,7 @@ struct UTF8Char_t {
   std::uint32_t codePoint = 0;
 };
 
-constexpr int LINE_CELLS = 40;  // cells of a line's storage; lcdColumns of them are shown
+constexpr int LINE_CELLS = 40;  // cells that a line stores; the first lcdColumns are shown
 constexpr int GRID_LINES = 4;
 
 struct UTF8Line_t {

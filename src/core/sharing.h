@@ -1,13 +1,13 @@
-// How threads share the record: a word read and written whole without a lock, and a lock held for a scope.
+// The two ways in which threads share the record: words without a lock, and mutexes held for a scope.
 #pragma once
 
 #include <atomic>
 
 #include <pthread.h>
 
-// Reads and writes like the plain T that it holds. No thread ever sees half a value, and who has read a
-// word sees what its writer wrote before (release stores, acquire loads). Counting up is not atomic as a whole;
-// a word has one writer, or a lost update must not matter.
+// A variable of type T that threads read and write without a lock. A reader sees a whole value and everything
+// that its writer wrote before it (release stores, acquire loads). Read-modify-write is not atomic, except for
+// Replace: a word has one writer, or a lost update does no harm.
 template <class T>
 class PlainWord {
  public:
@@ -27,15 +27,15 @@ class PlainWord {
 
   T Load() const { return value_.load(std::memory_order_acquire); }
   void Store(T value) { value_.store(value, std::memory_order_release); }
-  // Stores `to` unless another thread has stored something else since `from` was read.
+  // Stores `to` if the word still holds `from`; returns whether it did.
   bool Replace(T from, T to) { return value_.compare_exchange_strong(from, to, std::memory_order_acq_rel); }
 
  private:
   std::atomic<T> value_{};
 };
 
-// Locks in the constructor, unlocks in the destructor. The mutex was initialised by main; a process-private
-// mutex that is locked by its own thread only once cannot fail, so no result is looked at.
+// Locks in the constructor, unlocks in the destructor. The results are not checked: locking an initialised
+// mutex of this process fails only when the thread holds it already.
 class MutexGuard {
  public:
   explicit MutexGuard(pthread_mutex_t& mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }

@@ -34,6 +34,5 @@ void FormatDate(char* out, const char* in) {
   const std::string date = std::string(in).append(11, ' ').substr(0, 11);
   const int day = std::atoi(date.substr(4, 2).c_str());
   const int year = std::atoi(date.substr(9, 2).c_str());
-  // "%02d/%02d/%02d"; the month of an unknown abbreviation is -1, which takes the same two places.
   static_cast<void>(std::sprintf(out, "%02d/%02d/%02d", MonthToNum(date.c_str()), day, year));
 }

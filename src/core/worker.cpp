@@ -8,10 +8,32 @@
 
 namespace {
 
-constexpr std::chrono::milliseconds GATE_POLL{10};
+constexpr std::chrono::milliseconds START_POLL{10};
+
+bool IsStopRequested(const worker_t& worker, const orvikData_t* data) {
+  return data->threadStop[worker.slot] != 0;
+}
+
+// False when the stop request comes before start-up has finished.
+bool WaitForStart(const worker_t& worker, const orvikData_t* data) {
+  while (data->running == 0) {
+    if (IsStopRequested(worker, data)) return false;
+    std::this_thread::sleep_for(START_POLL);
+  }
+  return true;
+}
 
 void Pause(const worker_t& worker) {
   if (worker.pace.count() > 0) std::this_thread::sleep_for(worker.pace);
+}
+
+// Heartbeat, step and pause. False when the step ends the worker.
+bool RunTurn(const worker_t& worker, orvikData_t* data, WorkerTask& task) {
+  if (worker.heartbeat != nullptr) PostEventId(data, data->*worker.heartbeat);
+  if (worker.pauseBeforeStep) Pause(worker);
+  if (!task.Step()) return false;
+  if (!worker.pauseBeforeStep) Pause(worker);
+  return true;
 }
 
 }  // namespace
@@ -21,33 +43,15 @@ int StartWorker(const worker_t& worker, void* (*body)(void*), orvikData_t* data)
   return platform::StartDetachedThread({worker.name, worker.priority}, body, data);
 }
 
-bool WaitForStart(const orvikData_t* data, const PlainWord<int>& stop) {
-  while (data->running == 0) {
-    if (stop != 0) return false;
-    std::this_thread::sleep_for(GATE_POLL);
-  }
-  return true;
-}
-
-void AnnounceWorker(const worker_t& worker, orvikData_t* data) {
+void RunTask(const worker_t& worker, orvikData_t* data, WorkerTask& task) {
   data->threadRunning[worker.slot] = 1;
   PrintOut(worker.readyLine);
+  if (!WaitForStart(worker, data)) return;
+  task.Begin();
+  while (!IsStopRequested(worker, data) && RunTurn(worker, data, task)) continue;
 }
 
-bool IsWorkerStopped(const worker_t& worker, const orvikData_t* data) {
-  return data->threadStop[worker.slot] != 0;
-}
-
-void BeginTurn(const worker_t& worker, orvikData_t* data) {
-  if (worker.heartbeat != nullptr) PostEventId(data, data->*worker.heartbeat);
-  if (worker.pauseFirst) Pause(worker);
-}
-
-void EndTurn(const worker_t& worker) {
-  if (!worker.pauseFirst) Pause(worker);
-}
-
-void DismissWorker(const worker_t& worker, orvikData_t* data) {
+void LeaveRecord(const worker_t& worker, orvikData_t* data) {
   PrintOut(worker.exitLine);
   data->threadRunning[worker.slot] = 0;
 }

@@ -1,75 +1,79 @@
-// The one body that all worker threads have: set up, wait for the gate, then a step at its pace until the stop
-// request.
+// The common body of the ten worker threads: set up, wait until start-up has finished, then step at a fixed
+// pace until main requests the stop.
 #pragma once
 
 #include <chrono>
 
 #include "src/core/orvik_data.h"
 
-// What one worker differs in, beside its task.
+// The constant properties of one worker thread. Each worker has one such object beside its task.
 struct worker_t {
-  thread_slot_t slot;     // its running flag and stop request
-  const char* name;       // of the thread
-  int priority;           // 0: the default
-  const char* readyLine;  // printed once it is set up
-  const char* exitLine;   // printed when it ends
-  // The pause of each turn; 0 where the step itself waits. With `pauseFirst` the heartbeat is posted, then
-  // comes the pause and then the step, so that a worker that consumes a queue has beaten before its first step.
+  thread_slot_t slot;     // index of its running flag and stop request in the record
+  const char* name;       // thread name
+  int priority = 0;       // scheduling priority; 0 keeps the default
+  const char* readyLine;  // printed on standard output when the worker is set up
+  const char* exitLine;   // printed on standard output when the worker ends
+  // Pause of each turn; 0 for a worker whose step waits by itself (for a message, a tick or the end of a beep).
   std::chrono::microseconds pace{0};
-  bool pauseFirst = false;
-  // The event posted at the begin of each turn, and where the record keeps its number; null: none.
+  // True: a turn pauses between heartbeat and step. The queue consumers do so: the frames and messages that
+  // arrive during the pause are handled in the same turn. False: a turn ends with the pause.
+  bool pauseBeforeStep = false;
+  // Name of the event that the worker posts at the start of each turn, and the record's member that keeps the
+  // event's number. Null for a worker without a heartbeat.
   const char* heartbeatEvent = nullptr;
   PlainWord<int> orvikData_t::*heartbeat = nullptr;
 };
 
-// Looks the heartbeat event's number up and starts `body(data)` as a detached thread. Returns 0 or an error
-// number.
+// What one worker does. The constructor of a derived class sets the worker up before its ready line; the
+// destructor releases what the constructor acquired, before the exit line. All calls come from the worker's
+// thread.
+class WorkerTask {
+ public:
+  WorkerTask() = default;
+  virtual ~WorkerTask() = default;
+  WorkerTask(const WorkerTask&) = delete;
+  WorkerTask& operator=(const WorkerTask&) = delete;
+
+  // Called once, when `running` is set and before the first turn.
+  virtual void Begin() {}
+  // The work of one turn. Returns false to end the worker without a stop request.
+  virtual bool Step() = 0;
+};
+
+// A task without state of its own, whose step is a function of the record.
+template <void (*StepFunction)(orvikData_t*)>
+class FunctionTask : public WorkerTask {
+ public:
+  explicit FunctionTask(orvikData_t* data) : data_(data) {}
+  bool Step() override {
+    StepFunction(data_);
+    return true;
+  }
+
+ protected:
+  orvikData_t* data_;
+};
+
+// Looks the heartbeat event's number up and starts `body(data)` as a detached thread. Returns 0, or the error
+// number of the failed start. Main thread.
 int StartWorker(const worker_t& worker, void* (*body)(void*), orvikData_t* data);
 
-// Polls every 10 ms until `running` is set, or until the stop request comes. Returns false in the latter case.
-bool WaitForStart(const orvikData_t* data, const PlainWord<int>& stop);
+// Prints the ready line, sets the running flag, waits for `running` and runs the task's turns until the stop
+// request or until a step returns false. A worker that is stopped before `running` is set never begins. Called
+// by RunWorker.
+void RunTask(const worker_t& worker, orvikData_t* data, WorkerTask& task);
+// Prints the exit line and clears the running flag: the last access of the worker to the record. Called by
+// RunWorker.
+void LeaveRecord(const worker_t& worker, orvikData_t* data);
 
-// Parts of RunWorker.
-void AnnounceWorker(const worker_t& worker, orvikData_t* data);
-bool IsWorkerStopped(const worker_t& worker, const orvikData_t* data);
-// The heartbeat, and the pause of a worker that pauses first.
-void BeginTurn(const worker_t& worker, orvikData_t* data);
-void EndTurn(const worker_t& worker);
-void DismissWorker(const worker_t& worker, orvikData_t* data);
-
-// The thread's body. A Task is made from the record, which sets the worker up; has Begin(), called once behind
-// the gate, and Step(), which returns false to end the loop before a stop request; its destructor ends what it
-// began. A worker that is asked to stop before the gate opens never begins.
+// The body of a worker thread; `record` is the orvikData_t. Returns null when the worker has ended.
 template <class Task>
 void* RunWorker(const worker_t& worker, void* record) {
   auto* data = static_cast<orvikData_t*>(record);
   {
     Task task(data);
-    AnnounceWorker(worker, data);
-    if (WaitForStart(data, data->threadStop[worker.slot])) {
-      task.Begin();
-      while (!IsWorkerStopped(worker, data)) {
-        BeginTurn(worker, data);
-        if (!task.Step()) break;
-        EndTurn(worker);
-      }
-    }
+    RunTask(worker, data, task);
   }
-  DismissWorker(worker, data);
+  LeaveRecord(worker, data);
   return nullptr;
 }
-
-// A task without a state of its own, whose step is a function of the record.
-template <void (*StepFunction)(orvikData_t*)>
-class FunctionTask {
- public:
-  explicit FunctionTask(orvikData_t* data) : data_(data) {}
-  void Begin() {}
-  bool Step() {
-    StepFunction(data_);
-    return true;
-  }
-
- private:
-  orvikData_t* data_;
-};

@@ -12,10 +12,11 @@ std::array<Blinker_t, BLINKER_COUNT> blinkers;
 
 namespace {
 
-// Guards the table, and keeps the database's values in the order of the table's changes.
+// Guards `blinkers`. Held while a value is written to the database too, so that values are written in the order
+// in which the table changes.
 std::mutex blinkersMutex;
 
-void Show(const Blinker_t& blinker) {
+void WriteValue(const Blinker_t& blinker) {
   DBSHM::Write(blinker.handle, static_cast<double>(blinker.value));
 }
 
@@ -26,23 +27,19 @@ void Step(Blinker_t& blinker) {
   }
   blinker.value = blinker.value >= blinker.maximum ? blinker.minimum : blinker.value + 1;
   blinker.countdown = blinker.period;
-  Show(blinker);
+  WriteValue(blinker);
 }
 
 constexpr worker_t BLINKER = {.slot = THREAD_BLINKER,
                               .name = "Blinker",
-                              .priority = 0,
                               .readyLine = "Orvik: Blinker initialization complete",
                               .exitLine = "Orvik: Blinker thread EXIT",
                               .pace = std::chrono::milliseconds{100}};
 
 class BlinkerTask : public FunctionTask<UpdateBlinkers> {
  public:
-  explicit BlinkerTask(orvikData_t* data) : FunctionTask(data), data_(data) {}
-  void Begin() { InitBlinkers(data_); }
-
- private:
-  orvikData_t* data_;
+  using FunctionTask::FunctionTask;
+  void Begin() override { InitBlinkers(data_); }
 };
 
 void* BlinkerThreadFn(void* record) {
@@ -78,7 +75,7 @@ void StartBlinker(orvikData_t* /*data*/, int index, int minimum, int maximum, in
              .minimum = minimum,
              .maximum = maximum,
              .period = period};
-  Show(blinker);
+  WriteValue(blinker);
 }
 
 void StopBlinker(Blinker_t* /*blinker*/, int value) {
@@ -86,7 +83,7 @@ void StopBlinker(Blinker_t* /*blinker*/, int value) {
   Blinker_t& first = blinkers[0];
   first.active = 0;
   first.value = value;
-  Show(first);
+  WriteValue(first);
 }
 
 void SetBlinkerPeriod(orvikData_t* /*data*/, Blinker_t* blinker, int period) {

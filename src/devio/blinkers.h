@@ -1,4 +1,5 @@
-// Indicators that blink: database values stepped through a range every so many ticks of 100 ms.
+// Blinking indicators: a thread steps database values through a range, one step every `period` + 1 ticks of 100
+// ms.
 #pragma once
 
 #include <array>
@@ -18,21 +19,22 @@ struct Blinker_t {
 
 constexpr int BLINKER_COUNT = 30;
 
-// The table has one lock of its own, which the functions below take; nothing else may touch it while the
-// thread runs. StopBlinker knows no record, so the lock cannot be one of the record's.
+// Guarded by a mutex of blinkers.cpp, which the functions below lock; no other code may use the table while the
+// thread runs. The mutex is not in the record, because StopBlinker has no pointer to the record.
 extern std::array<Blinker_t, BLINKER_COUNT> blinkers;
 
-// Starts the thread "Blinker". Returns 0 or an error number.
+// Starts the thread "Blinker". Returns 0, or the error number of the failed start.
 int InitBlinkerThread(orvikData_t* data);
 
 // Stops all blinkers without writing to the database.
 void InitBlinkers(orvikData_t* data);
-// Starts blinker number `index` at `minimum`, which is written at once. An index outside the table is reported
-// on standard error and changes nothing.
+// Starts blinker number `index` at `minimum` and writes that value. An index outside the table is reported on
+// standard error and changes nothing.
 void StartBlinker(orvikData_t* data, int index, int minimum, int maximum, int period, unsigned handle);
-// Stops blinker 0 and writes `value`, whichever blinker it is given; callers rely on that.
+// Stops blinker 0 and writes `value` to its variable. It ignores `blinker`: the interface of the unit defines
+// it so, and callers that pass another blinker expect that one to go on blinking.
 void StopBlinker(Blinker_t* blinker, int value);
-// The countdown that is under way is left alone.
+// Sets the period; the present countdown is not changed.
 void SetBlinkerPeriod(orvikData_t* data, Blinker_t* blinker, int period);
-// One tick of all blinkers, in order.
+// One tick of all active blinkers, in order. Blinker thread.
 void UpdateBlinkers(orvikData_t* data);

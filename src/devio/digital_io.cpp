@@ -18,7 +18,7 @@
 namespace {
 
 constexpr int PRIORITY = 11;
-constexpr int PAUSE_MS = 10;  // the loop's pace, and the slice in which a long beep looks for the stop
+constexpr int PAUSE_MS = 10;  // pace of the loop, and interval at which a long beep checks the stop request
 constexpr int MS_PER_DURATION = 10;
 constexpr int MAX_DURATION = 60'000;  // ten minutes; the host's field holds 255
 
@@ -28,7 +28,7 @@ constexpr int KEY_CLICK_DURATION = 5;
 
 constexpr std::uint16_t BEEPER_OUTPUT = 0x20;
 
-// What the database shows for the states that have a value.
+// The values of the database variable for the beeper.
 constexpr double IMAGE_SILENT = 0.0;
 constexpr double IMAGE_PULSE = 1.0;
 constexpr double IMAGE_CONTINUOUS = 2.0;
@@ -49,7 +49,7 @@ int BeepTime(orvikData_t* data) {
   return std::clamp(data->beeperDuration, 0, MAX_DURATION) * MS_PER_DURATION;
 }
 
-// An alarm that the host has set during the beep stays.
+// Keeps an alarm that the host has set during the beep.
 void EndSingleBeep(orvikData_t* data) {
   const MutexGuard lock(data->beeperMutex);
   if (data->beeperState == BEEPER_SINGLE) data->beeperState = BEEPER_SILENT;
@@ -81,22 +81,20 @@ constexpr worker_t DIGITAL_IO = {.slot = THREAD_DIO,
                                  .readyLine = "Orvik: Digital_IO initialization complete",
                                  .exitLine = "Orvik: DigitalIO thread EXIT"};
 
-// Without the device the worker carries on: the database still shows the beeper.
-class DigitalIOTask {
+// Without the device the worker goes on writing the beeper's state to the database.
+class DigitalIOTask : public WorkerTask {
  public:
   explicit DigitalIOTask(orvikData_t* data) : data_(data), descriptor_(OpenDigitalIO()) {}
-  ~DigitalIOTask() {
+  ~DigitalIOTask() override {
     SwitchBeeper(device_, false);
     if (descriptor_ >= 1) platform::CloseDevice(descriptor_);
   }
-  DigitalIOTask(const DigitalIOTask&) = delete;
-  DigitalIOTask& operator=(const DigitalIOTask&) = delete;
 
-  void Begin() {
+  void Begin() override {
     const MutexGuard lock(data_->beeperMutex);
     data_->beeperState = BEEPER_SILENT;
   }
-  bool Step() {
+  bool Step() override {
     BeeperStep(data_, device_);
     return true;
   }
@@ -169,7 +167,7 @@ void BeeperStep(orvikData_t* data, const beeper_device_t& device) {
       SwitchBeeper(device, true);
       device.sleep(time);
       SwitchBeeper(device, false);
-      return device.sleep(std::max(time, PAUSE_MS));  // a pulse of no length must not spin
+      return device.sleep(std::max(time, PAUSE_MS));  // a pulse of length 0 must not use a whole processor
     case BEEPER_CONTINUOUS:
       ShowBeeper(data, IMAGE_CONTINUOUS);
       SwitchBeeper(device, true);

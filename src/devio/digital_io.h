@@ -18,16 +18,16 @@ enum beeper_state_t : int {
 
 constexpr const char* DIGITAL_IO_DEVICE = "/dev/io_interface";
 
-// Starts the thread "DigitalIO". Returns 0 or an error number.
+// Starts the thread "DigitalIO". Returns 0, or the error number of the failed start.
 int Init_DIO(orvikData_t* data);
 
-// Sets the beeper under its lock; any thread, takes effect when the beep that is under way has ended. A single
-// beep never interrupts a continuous or pulsing beeper. An unknown type is reported on standard error and
-// changes nothing. `duration` is in units of 10 ms.
+// Sets the beeper; `type` is a beeper_state_t, `duration` in units of 10 ms. The change takes effect after the
+// present beep. A single beep does not change a continuous or pulsing beeper. An unknown type is reported on
+// standard error and changes nothing. Any thread; locks beeperMutex.
 void SetBeeper(orvikData_t* data, int type, int duration);
-// 0 silences, 255 sounds until changed, anything else pulses with that duration.
+// 0 silences the beeper, 255 sounds it until the next change, any other duration pulses it. Any thread.
 void SetBeeperDuration(orvikData_t* data, int duration);
-// The 50 ms click of an accepted key.
+// Sounds the 50 ms click of an accepted key press. Any thread.
 void SetBeeperKeyPress(orvikData_t* data);
 
 // The clock by which a beep's length is kept.
@@ -44,5 +44,6 @@ struct beeper_device_t {
   std::function<void(const std::array<std::uint8_t, 8>& command)> write;
   std::function<void(int milliseconds)> sleep;
 };
-// One turn of the thread's loop: acts on the beeper's state once, writes it to the database.
+// One turn of the DigitalIO thread: writes the beeper's state to the database and sounds the beeper for one
+// turn.
 void BeeperStep(orvikData_t* data, const beeper_device_t& device);

@@ -27,11 +27,11 @@ constexpr worker_t TIMER = {.slot = THREAD_TIMER,
                             .readyLine = "Orvik: Timer initialization complete",
                             .exitLine = "Orvik: Timer thread EXIT"};
 
-class TimerTask {
+class TimerTask : public WorkerTask {
  public:
   explicit TimerTask(orvikData_t* data) : data_(data) {}
-  void Begin() { last_ = ReadClock(); }
-  bool Step() {
+  void Begin() override { last_ = ReadClock(); }
+  bool Step() override {
     LowerCountdowns(data_);
     last_ = WaitForTick(last_);
     return true;
@@ -69,7 +69,7 @@ void timeDiff(std::timespec* start, std::timespec* end, std::timespec* result) {
 void LowerCountdowns(orvikData_t* data) {
   for (PlainWord<std::int32_t>& word : data->countdown) {
     const std::int32_t count = word;
-    if (count > 0) word.Replace(count, count - 1);  // a count loaded meanwhile stays
+    if (count > 0) word.Replace(count, count - 1);  // keeps a count that its owner stores meanwhile
   }
 }
 

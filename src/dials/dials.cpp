@@ -26,7 +26,7 @@ struct drawn_t {
 };
 drawn_t drawn;
 
-struct picture_t {
+struct turned_picture_t {
   const char* path;
   PGN_dimensions_t size;
   double pivotX, pivotY, offsetX, offsetY;
@@ -37,8 +37,8 @@ float Float(double value) {
   return static_cast<float>(value);
 }
 
-// The picture turns about its pivot, from which its top left corner stands off.
-void DrawPicture(Compositing::Layer& layer, const picture_t& picture) {
+// The picture turns about its pivot; its top left corner is `offset` away from the pivot.
+void DrawPicture(Compositing::Layer& layer, const turned_picture_t& picture) {
   Compositing::CompGraphImage image(picture.path);
   layer.glPushAndTranslate(Float(picture.pivotX), Float(picture.pivotY), 0.0F);
   layer.glRotate(Float(-picture.degrees), 0.0F, 0.0F, 1.0F);

@@ -1,4 +1,6 @@
-// The drawing layer and the dials page's pictures of boom and swing.
+// The drawing layer, and the pictures of boom and swing on the dials page.
+//
+// All functions but ReadPictureSizes hold the record's dialsMutex while they draw.
 #pragma once
 
 #include "src/core/orvik_data.h"
@@ -6,10 +8,12 @@
 constexpr const char* BOOM_PICTURE = "/fs/etfs/app/orvik/Boom.png";
 constexpr const char* SWING_PICTURE = "/fs/etfs/app/orvik/Swing.png";
 
-// Reads both pictures' sizes, 0 by 0 where that fails. Once, before the gate opens.
+// Reads the sizes of both pictures; a picture that cannot be read has size 0 by 0. Called once, by the first
+// initialisation.
 void ReadPictureSizes();
 
-// Makes a fresh user layer the record's and the current one; earlier ones stay until the record ends.
+// Creates a user layer and makes it the record's layer and the current one. Earlier layers stay until the
+// record is destroyed. Called by InitOrvikData, under its lock.
 void InitLayer(orvikData_t* data);
 // Shows an empty frame; the dispatcher draws nothing on it before the page is left and shown again, because the
 // page stays the current one until the screen service has changed it. Key threads and action channel.

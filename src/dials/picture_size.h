@@ -6,6 +6,6 @@ struct PGN_dimensions_t {
   int height = 0;
 };
 
-// The size of a PNG file of the unit (PNG, third edition, 11.2.1 IHDR). 0 on success; 1, and no size, when the
-// file cannot be read or is no PNG.
+// Reads the size of a PNG file (PNG, third edition, 11.2.1 IHDR); `path` is a path of the unit. Returns 0, or 1
+// and size 0 by 0 when the file cannot be read or is not a PNG file.
 int GetPGNSize(const char* path, PGN_dimensions_t* size);

@@ -18,15 +18,16 @@ namespace {
 using V = variable_handles_t;
 using C = outrigger_colors_t;
 
-// A lamp variable: its bit of the lamp word, and its value when set: a colour of the record, or 1.
+// A lamp variable and its bit of the lamp word. When the bit is set the variable gets the colour, or 1 where
+// there is no colour.
 struct lamp_t {
   handle_t V::*handle;
   std::uint32_t bit;
   PlainWord<int> C::*color;
 };
 
-// In the order of writing. The irregularities are the protocol's: "Long" takes the lower bit of each jib pair,
-// bit 0x8000 drives two variables, and the man basket comes last.
+// In the order of writing. The host protocol is irregular here: "Long" has the lower bit of each jib pair, bit
+// 0x8000 drives two variables, and the man basket comes last.
 constexpr lamp_t LAMPS[] = {
     {&V::tires, 0x00010000, &C::tires},
     {&V::outriggerRetracted, 0x00020000, &C::retracted},
@@ -68,7 +69,8 @@ struct page_update_t {
   void (*update)(orvikData_t*);
 };
 
-// Pop-ups 7 and 17 are never the current page and stand here by their absence: the message says that one was.
+// Actions 7 ("Page.Choice.PopUp") and 17 ("Page.RTC") are not in this table: they are never the current page,
+// and the report of an unknown page shows when one is.
 constexpr page_update_t PAGE_UPDATES[] = {
     {ACTION_PAGE_MAIN, UpdatePageOperating},
     {ACTION_PAGE_BRIGHTNESS_POPUP, UpdatePageOperating},
@@ -113,7 +115,7 @@ void RunCycle(orvikData_t* data) {
   ServeInitRequest(data);
 }
 
-void Initialize(orvikData_t* data) {
+void InitializeAgain(orvikData_t* data) {
   PrintOut("InitLCD()");
   data->lcdInitRequest = 0;
   if (data->initialize != nullptr) data->initialize(data);
@@ -121,7 +123,6 @@ void Initialize(orvikData_t* data) {
 
 constexpr worker_t DISPATCHER = {.slot = THREAD_DISPATCH,
                                  .name = "Dispatch",
-                                 .priority = 0,
                                  .readyLine = "Orvik: Dispatcher initialization complete",
                                  .exitLine = "Orvik: Dispatcher thread EXIT",
                                  .pace = std::chrono::microseconds{10'000},
@@ -161,11 +162,11 @@ void UpdateLCDDisplay(orvikData_t* data) {
 }
 
 void ServeInitRequest(orvikData_t* data) {
-  if (data->lcdInitRequest != 0) Initialize(data);
+  if (data->lcdInitRequest != 0) InitializeAgain(data);
 }
 
 void InitLCD(orvikData_t* data) {
-  Initialize(data);
+  InitializeAgain(data);
 }
 
 void UpdateLCDUnits(orvikData_t* /*data*/) {

@@ -1,27 +1,30 @@
-// The thread that owns the screen: lamps to the database, the current page to the screen service, every 10 ms.
+// The dispatcher: the thread that writes the lamps to the database and updates the current page every 10 ms.
 #pragma once
 
 #include "src/core/orvik_data.h"
 
-// Starts the thread "Dispatch"; 0 on success, else an error number.
+// Looks the heartbeat event up and starts the thread "Dispatch". Returns 0, or the error number of the failed
+// start.
 int Init_Dispatch(orvikData_t* data);
+// The thread's body; `record` is the orvikData_t. Every 10 ms it posts the heartbeat event, calls
+// UpdateDatabase, UpdateDisplay and ServeInitRequest, and pauses.
 void* dispatchThreadFn(void* record);
 
-// One cycle's parts, on the dispatcher thread.
+// Writes every lamp variable, whether or not it has changed; the database detects changes. Dispatcher thread.
 void UpdateDatabase(orvikData_t* data);
-// Redraws the current page and flushes the screen service's batch. A page that is never the current one is
-// reported on standard error, in every cycle.
+// Updates the widgets of the current page and lets the screen service apply the changes. A page without an
+// update function is reported on standard error in every cycle. Dispatcher thread.
 void UpdateDisplay(orvikData_t* data);
 void UpdateLCDDisplay(orvikData_t* data);
-// Serves a re-initialisation request, if there is one.
+// Initialises the record again if that was requested (lcdInitRequest). Dispatcher thread.
 void ServeInitRequest(orvikData_t* data);
 
-// Initialises the record at once, in the caller's thread.
+// Initialises the record again in the calling thread. Any thread.
 void InitLCD(orvikData_t* data);
-// Nothing: reports an unexpected command.
+// Reports an unexpected command and changes nothing.
 void UpdateLCDUnits(orvikData_t* data);
 
-// The pages that have nothing of their own to update.
+// Update functions of the pages without widgets of their own. They do nothing.
 void UpdatePageDash(orvikData_t* data);
 void UpdatePageVariants(orvikData_t* data);
 void UpdatePageSplash(orvikData_t* data);
@@ -38,7 +41,7 @@ void UpdatePageWad(orvikData_t* data);
 void UpdatePageBrightnessPopUp(orvikData_t* data);
 void UpdatePageChoice4MidPopUp(orvikData_t* data);
 void DisplayPOL(orvikData_t* data);
-// Pages whose widgets the screen service fills from the database alone.
+// Update functions of the pages whose widgets the screen service fills from the database. They do nothing.
 void UpdatePagePOLPopUp(orvikData_t* data);
 void UpdatePageDM1(orvikData_t* data);
 void UpdatePageChoice4TopPopUp(orvikData_t* data);

@@ -17,7 +17,7 @@ constexpr const char* BLANK = " ";
 
 std::atomic<bool> firstTime{true};
 
-void MakeScreenClient(orvikData_t* data) {
+void CreateScreenClient(orvikData_t* data) {
   data->screenApis.push_back(std::make_unique<ScreenApi>());
   data->screenApi = data->screenApis.back().get();
 }
@@ -53,7 +53,7 @@ void InitAllFieldsLocked(orvikData_t* data) {
 
 void InitDisplay(orvikData_t* data) {
   InitLayer(data);
-  MakeScreenClient(data);
+  CreateScreenClient(data);
   if (firstTime.exchange(false)) {
     BlankLines(*data->screenApi, data);
     BlankLabels(*data->screenApi, data);

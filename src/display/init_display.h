@@ -1,8 +1,9 @@
-// The start-up drawing.
+// The initialisation of the display.
 #pragma once
 
 #include "src/core/orvik_data.h"
 
-// Makes the drawing layer and the screen client, blanks the widgets on the first call of the process, clears
-// the fields and shows the start-up text. Called at each initialisation.
+// Creates the drawing layer and the screen client, clears the fields and shows the start-up text. The first
+// call in a process also blanks the widgets and reads the picture sizes. Called by InitOrvikData, under its
+// lock.
 void InitDisplay(orvikData_t* data);

@@ -25,16 +25,15 @@ void Dash(char* text, const char* dashes) {
   std::strcpy(text, dashes);
 }
 
-// What does not fit is cut; the formats' ranges keep that from happening.
 template <class Value>
-void Write(char* text, const char* format, Value value) {
+void PrintNumber(char* text, const char* format, Value value) {
   static_cast<void>(std::snprintf(text, TEXT_SIZE, format, value));
 }
 
-// The sixth place from the right is a blank or digit, so the first three and the last three always exist.
-void WriteWithComma(int value, char* text) {
+// "%6d" always gives six places; the comma goes between the first three and the last three.
+void PrintWithComma(int value, char* text) {
   char scratch[TEXT_SIZE];
-  Write(scratch, "%6d", value);
+  PrintNumber(scratch, "%6d", value);
   static_cast<void>(std::snprintf(text, TEXT_SIZE, "%.3s,%.3s", scratch, scratch + 3));
 }
 
@@ -49,9 +48,9 @@ void FormatInt(double value, char* text, int minimum, bool zeroIfNegative) {
   if (!ShowsAsInt(value, minimum, zeroIfNegative)) {
     Dash(text, INT_DASHES);
   } else if (value < COMMA_FROM) {
-    Write(text, "% 7d", value < 0 ? 0 : static_cast<int>(value));
+    PrintNumber(text, "% 7d", value < 0 ? 0 : static_cast<int>(value));
   } else {
-    WriteWithComma(static_cast<int>(value), text);
+    PrintWithComma(static_cast<int>(value), text);
   }
   text[INT_PLACES] = '\0';
 }
@@ -60,7 +59,7 @@ void FormatDouble(double value, char* text, double minimum) {
   if (std::isnan(value) || value < minimum || value >= DOUBLE_LIMIT) {
     Dash(text, DOUBLE_DASHES);
   } else {
-    Write(text, value < WIDE_FROM ? "% 5.1f" : "%5.1f", value);
+    PrintNumber(text, value < WIDE_FROM ? "% 5.1f" : "%5.1f", value);
   }
   text[DOUBLE_PLACES] = '\0';
 }
@@ -68,7 +67,7 @@ void FormatDouble(double value, char* text, double minimum) {
 void FormatSwingStr(char* text, int degrees) {
   if (degrees == 360 || degrees == -360) degrees = 0;
   if (degrees > -360 && degrees < 360) {
-    Write(text, "% 5d", degrees);
+    PrintNumber(text, "% 5d", degrees);
   } else {
     Dash(text, DOUBLE_DASHES);
   }
@@ -76,7 +75,7 @@ void FormatSwingStr(char* text, int degrees) {
 }
 
 void FormatPartsOfLine(char* text, int parts) {
-  Write(text, "%2d", parts);
+  PrintNumber(text, "%2d", parts);
 }
 
 void InvalidNum(char* text, int length) {

@@ -19,12 +19,12 @@ constexpr const char* BLANK = " ";
 
 using grid_t = std::array<UTF8Line_t, GRID_LINES>;
 
-// What the line widgets show, as the dispatcher last left it.
+// The texts last sent to the line widgets, and the grid from which they were made.
 struct lines_display_t {
   grid_t grid{};
   int columns = -1;
   bool wide = false;
-  std::array<TextWidget, GRID_LINES> std, widest;
+  std::array<TextWidget, GRID_LINES> std, wideLines;
 };
 lines_display_t linesDisplay;
 
@@ -37,7 +37,7 @@ bool IsWide(const orvikData_t* data) {
   return data->expandFullWidth != 0;
 }
 
-// A code point that no text has (the host's are repaired before they come here) shows as a blank.
+// A code point that is not valid is shown as a blank. Repaired host text has none.
 void AppendCodePoint(std::uint32_t codePoint, std::string& text) {
   try {
     utf8::append(codePoint, std::back_inserter(text));
@@ -62,8 +62,8 @@ void ShowLine(orvikData_t* data, std::size_t line, const std::string& text, bool
   const gauge_handles_t& g = data->gauges;
   linesDisplay.std[line].Show(data, wide ? BLANK : text, SCREEN_TEXT_LEFT, g.operatingStd[line], g.wadStd[line],
                               g.slateStd[line]);
-  linesDisplay.widest[line].Show(data, wide ? text : BLANK, SCREEN_TEXT_LEFT, g.operatingWide[line],
-                                 g.wadWide[line], g.slateWide[line]);
+  linesDisplay.wideLines[line].Show(data, wide ? text : BLANK, SCREEN_TEXT_LEFT, g.operatingWide[line],
+                                    g.wadWide[line], g.slateWide[line]);
 }
 
 void ShowLabel(orvikData_t* data, label_display_t& label, const std::string& text, unsigned stdHandle,

@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::size_t NO_LANGUAGE = LANGUAGE_COUNT;
 
-// The language in which the lost link is on the screen; of the dispatcher's thread.
+// The language in which the lost-link message is shown. Used by the dispatcher thread alone.
 std::size_t shownLanguage = NO_LANGUAGE;
 
 bool IsHostLost(const orvikData_t* data) {

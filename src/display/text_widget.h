@@ -1,4 +1,4 @@
-// A text widget that is told only what it does not show yet.
+// A text widget that is sent a text only when the text has changed.
 #pragma once
 
 #include <string>
@@ -7,9 +7,10 @@
 #include "src/screenapi/screen_api.h"
 #include "src/screenapi/screen_messages.h"
 
-// Keeps the last text sent and sends a different one to each of the handles.
+// Keeps the text last sent. One thread uses an object.
 class TextWidget {
  public:
+  // Sends a changed text to each of the handles. `attribute` is a screen_text_attribute_t.
   template <class... Handles>
   void Show(orvikData_t* data, const std::string& text, int attribute, Handles... handles) {
     if (sent_ == text) return;

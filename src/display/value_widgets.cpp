@@ -17,7 +17,7 @@ constexpr int LOAD_PLACES = 7;
 constexpr int VALUE_PLACES = 5;
 constexpr int VALUE_ATTRIBUTE = SCREEN_TEXT_RIGHT;
 
-// What one value's widgets were last told.
+// The value that the widgets show.
 struct value_display_t {
   double previousRaw = NEVER;
   double previousRounded = NEVER;
@@ -87,14 +87,13 @@ unit_texts_t UnitTexts(const orvikData_t* data) {
   return {UNITS_WEIGHT[units][language], UNITS_DISTANCE[units][language]};
 }
 
-// Of the dispatcher's thread.
+// Used by the dispatcher thread alone.
 value_display_t capacityDisplay, loadDisplay, extensionDisplay, angleDisplay, radiusDisplay;
 TextWidget unitsWeightPreviousStr, unitsDistancePreviousStr, swingPreviousStr;
 
 }  // namespace
 
-// English, Spanish, Portuguese, Chinese, Russian, French; the words of the first two serve where a language has
-// none.
+// In the order of LANGUAGE_NAMES. Portuguese uses the Spanish words, Chinese and Russian the English ones.
 const unit_names_t UNITS_WEIGHT = {{
     {"lbs", "libras", "libras", "lbs", "lbs", "livres"},
     {"kgs", "kilos", "kilos", "kgs", "kgs", "kilos"},

@@ -22,30 +22,28 @@ PlainWord<int> canTransducersSwapped;
 
 namespace {
 
-using clock_type = std::chrono::steady_clock;
-
-// Requests in one frame that are answered without the parser.
+// A request of one frame that the receive thread answers itself.
 struct immediate_request_t {
   std::uint8_t command;
-  int subCommand;  // ANY_DATA where the command has none
+  int subCommand;  // NO_SUB_COMMAND for a command without one
   void (*reply)(orvikData_t* data);
-  std::uint8_t counter;
+  command_counter_t counter;
 };
-constexpr int ANY_DATA = -1;
+constexpr int NO_SUB_COMMAND = -1;
 constexpr std::array<immediate_request_t, 6> IMMEDIATE_REQUESTS = {{
-    {6, ANY_DATA, ReturnKeyState, 6},
-    {7, 3, ReturnProgramName, 9},
-    {7, 4, ReturnProgramDate, 10},
-    {7, 5, ReturnFileID, 11},
-    {7, 7, ReturnLCDStatus, 13},
-    {7, 9, ReturnLEDBrightness, 15},
+    {6, NO_SUB_COMMAND, ReturnKeyState, COUNT_CMD6},
+    {7, 3, ReturnProgramName, COUNT_CMD7_3},
+    {7, 4, ReturnProgramDate, COUNT_CMD7_4},
+    {7, 5, ReturnFileID, COUNT_CMD7_5},
+    {7, 7, ReturnLCDStatus, COUNT_CMD7_7},
+    {7, 9, ReturnLEDBrightness, COUNT_CMD7_9},
 }};
 
 const immediate_request_t* FindImmediateRequest(std::span<const std::uint8_t, FRAME_SIZE> frame) {
   if (frame[0] != 0 || frame[1] != 1) return nullptr;
   const auto* request =
       std::find_if(IMMEDIATE_REQUESTS.begin(), IMMEDIATE_REQUESTS.end(), [frame](const immediate_request_t& r) {
-        return frame[2] == r.command && (r.subCommand == ANY_DATA || frame[3] == r.subCommand);
+        return frame[2] == r.command && (r.subCommand == NO_SUB_COMMAND || frame[3] == r.subCommand);
       });
   return request == IMMEDIATE_REQUESTS.end() ? nullptr : request;
 }
@@ -62,8 +60,8 @@ void HandleHostFrame(orvikData_t* data, const CAN_packet_t2& packet) {
   IncrementCommandCounter(data, COUNT_TOTAL_PKTS);
 }
 
-// Makes the clients and registers the channels. The first client goes into the record last: whoever finds it
-// there may use the channel numbers.
+// Creates the clients and registers the channels. The client is stored in the record last: a thread that finds
+// it there may use the channel numbers.
 NM::NMClient& ConnectReceiver(orvikData_t* data) {
   auto* client = new NM::NMClient;  // the record's, which also frees it
   for (NM::NMClient*& spare : data->spareNmClients) spare = new NM::NMClient;
@@ -74,45 +72,52 @@ NM::NMClient& ConnectReceiver(orvikData_t* data) {
   return *client;
 }
 
-// Says why a receive brought nothing, each reason once a second at most, and keeps a client whose server is
-// gone from spinning.
-class ReceiveTrouble {
+// A line on standard error that is printed once a second at most.
+class LimitedLine {
  public:
-  void Report(int result) {
-    line_t& line = result < 0 ? failed_ : empty_;
-    if (clock_type::now() >= line.silentUntil) {
-      PrintErr(line.text);
-      line.silentUntil = clock_type::now() + REPORT_INTERVAL;
-    }
-    if (result < 0) std::this_thread::sleep_for(PAUSE);
+  explicit LimitedLine(const char* text) : text_(text) {}
+  void Print() {
+    const auto now = std::chrono::steady_clock::now();
+    if (now < silentUntil_) return;
+    PrintErr(text_);
+    silentUntil_ = now + INTERVAL;
   }
 
  private:
-  static constexpr std::chrono::seconds REPORT_INTERVAL{1};
+  static constexpr std::chrono::seconds INTERVAL{1};
+  const char* text_;
+  std::chrono::steady_clock::time_point silentUntil_{};
+};
+
+// Reports receives that brought no message. After an error it pauses too: without a notification manager
+// recvMsg fails at once, and the thread would use a whole processor.
+class ReceiveTrouble {
+ public:
+  void Report(int result) {
+    if (result >= 0) return empty_.Print();
+    failed_.Print();
+    std::this_thread::sleep_for(PAUSE);
+  }
+
+ private:
   static constexpr std::chrono::milliseconds PAUSE{10};
-  struct line_t {
-    const char* text;
-    clock_type::time_point silentUntil{};
-  };
-  line_t failed_{"Received Error"};
-  line_t empty_{"Received zero bytes"};
+  LimitedLine failed_{"Received Error"};
+  LimitedLine empty_{"Received zero bytes"};
 };
 
 constexpr worker_t RECEIVER = {.slot = THREAD_CAN,
                                .name = "Receive CAN",
-                               .priority = 0,
                                .readyLine = "Orvik: CAN initialization complete",
                                .exitLine = "Orvik: CAN Receive thread EXIT"};
 
-// Waits for one message of the service at each step.
-class ReceiveTask {
+// Each step waits for one message of the service and handles it.
+class ReceiveTask : public WorkerTask {
  public:
   explicit ReceiveTask(orvikData_t* data) : data_(data), client_(ConnectReceiver(data)) {
     InitCANTransducers();
     InitCANFilters(data);
   }
-  void Begin() {}
-  bool Step() {
+  bool Step() override {
     int channel = -1;
     const int size =
         client_.recvMsg(channel, reinterpret_cast<char*>(message_.data()), static_cast<int>(message_.size()));
@@ -131,14 +136,14 @@ class ReceiveTask {
   ReceiveTrouble trouble_;
 };
 
-// The sending side: one client for all threads.
+// The client through which all threads send.
 struct transmitter_t {
   NM::NMClient client;
   int channel = client.registerName(J1939_CHANNEL_NAME);
 };
 
 transmitter_t& Transmitter() {
-  // Never destroyed: detached threads may still send while the process ends.
+  // Never destroyed, because detached threads may still send while the process ends.
   static auto& transmitter = *new transmitter_t;
   return transmitter;
 }
@@ -164,7 +169,7 @@ void HandleServiceMessage(orvikData_t* data, std::span<const std::uint8_t> messa
 }
 
 void TransmitCAN(orvikData_t* /*data*/, unsigned identifier, unsigned port, const std::uint8_t* bytes) {
-  // The length word stays 0: the service takes transmit requests by their size on the channel.
+  // The length word stays 0: the service uses the size of the received message.
   std::array<std::uint8_t, J1939_MESSAGE_SIZE> message{};
   platform::StoreLe32(message, J1939_TYPE_AT, J1939_SEND_RAW);
   platform::StoreLe32(message, J1939_PORT_AT, port);

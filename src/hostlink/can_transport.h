@@ -1,6 +1,6 @@
-// The display's end of the CAN bus: the receive thread, and the one function that sends.
+// The display's end of the CAN bus: the thread that receives frames, and the function that sends them.
 //
-// The J1939 service owns the bus; frames come and go as its messages (j1939_external.h).
+// The J1939 service owns the bus and exchanges frames with the application as messages (j1939_external.h).
 #pragma once
 
 #include <array>
@@ -9,37 +9,38 @@
 
 #include "src/core/orvik_data.h"
 
-// The channel on which the service delivers what the filters let through.
+// The notification channel on which the service delivers the frames that match a filter.
 constexpr const char* orvikRxChName = "OrvikReceiveChannel";
 constexpr unsigned CAN_PORT = 1;
-// The filters compare the PGN and the source address, not the three priority bits.
+// The filters compare PGN and source address and ignore the three priority bits.
 constexpr std::uint32_t RX_FILTER_MASK = 0x00FFFFFF;
 extern const std::array<std::uint32_t, 14> hx7RxFilters;
 
-// Set where key commands have swapped the transducers; nothing in this program reads it.
+// Non-zero while the transducers are swapped by key command. Nothing in the application reads it.
 extern PlainWord<int> canTransducersSwapped;
 
 // Starts the receive thread, "Receive CAN". Returns 0, or the error number of the failed start.
 int Init_CAN(orvikData_t* data);
-// The thread's body; `record` is the orvikData_t. Ends at canExit; a receive that blocks is ended by
+// The thread's body; `record` is the orvikData_t. It blocks in recvMsg. To stop it, set canExit and call
 // canNmClient->wakeReceiver().
 void* ReceiveCANThreadFn(void* record);
-// Handles one message of the service: a host frame is answered at once where it
-// asks for something that needs no parsing, else queued. Anything else, a message too short for a frame
-// included, is ignored. Receive thread.
+// Handles one message of the service. A host frame with one of the six immediate requests is answered; any
+// other host frame is queued. Frames of other stations and messages too short for a frame are ignored. Receive
+// thread.
 void HandleServiceMessage(orvikData_t* data, std::span<const std::uint8_t> message);
 
-// Sends eight bytes as one raw frame; the service's answer is not waited for. Any thread: each call has a
-// buffer of its own, and the client, made at the first call and kept to the end of the process, guards itself.
-// Blocks for one round trip to the notification manager.
+// Sends eight bytes as one raw frame. Any thread; blocks for one round trip to the notification manager, not
+// for the bus. All threads share one client, which the first call creates.
 void TransmitCAN(orvikData_t* data, unsigned identifier, unsigned port, const std::uint8_t* bytes);
 
-// Installs the receive filters, through the receive thread's client; does nothing before that thread has one.
-// Receive thread at its start, action channel when the ignition comes on.
+// Installs the receive filters through the receive thread's client. Does nothing before that thread has created
+// its client. Called by the receive thread at its start and by the action channel when the ignition is switched
+// on.
 void InitCANFilters(orvikData_t* data);
 
-void InitCANTransducers();  // not swapped
+// Set the transducers to not swapped, and swap them.
+void InitCANTransducers();
 void SwapCANTransducers();
 
-// Prints a frame in one line on standard output, numbers in hexadecimal.
+// Prints a frame in one line on standard output; the data length in decimal, everything else in hexadecimal.
 void DumpCANPacket(const CAN_packet_t2* packet);

@@ -13,19 +13,17 @@ namespace {
 
 constexpr worker_t DECAPSULATION = {.slot = THREAD_DECAPSULATE,
                                     .name = "Decapsulate",
-                                    .priority = 0,
                                     .readyLine = "Orvik: Decapsulator initialization complete",
                                     .exitLine = "Orvik: Decapsulator thread EXIT",
                                     .pace = std::chrono::milliseconds{10},
-                                    .pauseFirst = true,
+                                    .pauseBeforeStep = true,
                                     .heartbeatEvent = "orvik.DecapsulateHeartbeatEvent",
                                     .heartbeat = &orvikData_t::decapHeartbeatEvent};
 
-class DecapsulationTask {
+class DecapsulationTask : public WorkerTask {
  public:
   explicit DecapsulationTask(orvikData_t* data) : data_(data) { DBSHM::Open(); }
-  void Begin() {}
-  bool Step() {
+  bool Step() override {
     DecapsulateQueuedFrames(data_, decapsulator_);
     return true;
   }

@@ -4,6 +4,7 @@
 #include <array>
 #include <span>
 
+#include "src/core/name_tables.h"
 #include "src/core/queues.h"
 #include "src/hostlink/can_transport.h"
 
@@ -11,12 +12,12 @@ const std::string_view FD = __DATE__;
 
 namespace {
 
-using frame_t = std::array<std::uint8_t, FRAME_SIZE>;
+using reply_frame_t = std::array<std::uint8_t, FRAME_SIZE>;
 
-constexpr std::uint32_t KEY_INFO = 18;  // "Info": the host takes its status byte as a request for the info page
-constexpr std::size_t DAY_TENS_AT = 4;  // in the date
+constexpr std::uint8_t INFO_STATUS = 0xFF;  // key status that goes with the code of "Info"
+constexpr std::size_t DAY_TENS_AT = 4;      // position in the date
 
-void Send(orvikData_t* data, const frame_t& frame) {
+void Send(orvikData_t* data, const reply_frame_t& frame) {
   TransmitCAN(data, DISPLAY_FRAME_ID, CAN_PORT, frame.data());
 }
 
@@ -25,15 +26,15 @@ std::uint8_t FrameCount(std::size_t characters) {
   return static_cast<std::uint8_t>(1 + (later + LATER_FRAME_ROOM - 1) / LATER_FRAME_ROOM);
 }
 
-frame_t PaddedFrame() {
-  frame_t frame;
+reply_frame_t PaddedFrame() {
+  reply_frame_t frame;
   frame.fill(FRAME_PADDING);
   return frame;
 }
 
 // The first frame of a text: its number, the number of frames, six characters.
-frame_t FirstFrame(std::string_view text) {
-  frame_t frame = PaddedFrame();
+reply_frame_t FirstFrame(std::string_view text) {
+  reply_frame_t frame = PaddedFrame();
   frame[0] = 0;
   frame[1] = FrameCount(text.size());
   const std::string_view part = text.substr(0, FIRST_FRAME_ROOM);
@@ -42,8 +43,8 @@ frame_t FirstFrame(std::string_view text) {
 }
 
 // Frame `number` (1 or more): its number and seven characters.
-frame_t LaterFrame(std::string_view text, std::uint8_t number) {
-  frame_t frame = PaddedFrame();
+reply_frame_t LaterFrame(std::string_view text, std::uint8_t number) {
+  reply_frame_t frame = PaddedFrame();
   frame[0] = number;
   const std::string_view part = text.substr(MessageRoom(number), LATER_FRAME_ROOM);
   std::copy(part.begin(), part.end(), frame.begin() + 1);
@@ -57,7 +58,7 @@ void SendText(orvikData_t* data, std::string_view text) {
 }
 
 void SendStatus(orvikData_t* data, std::uint8_t status) {
-  frame_t frame = PaddedFrame();
+  reply_frame_t frame = PaddedFrame();
   frame[0] = 0;
   frame[1] = 1;
   frame[2] = status;
@@ -68,10 +69,10 @@ void SendStatus(orvikData_t* data, std::uint8_t status) {
 
 void ReturnKeyState(orvikData_t* data) {
   const std::uint32_t key = getKeyData(data);
-  frame_t frame = PaddedFrame();
+  reply_frame_t frame = PaddedFrame();
   frame[0] = 0;
   frame[1] = 1;
-  frame[2] = key == KEY_INFO ? std::uint8_t{0xFF} : data->keyStatus.Load();
+  frame[2] = key == HOST_KEY_INFO ? INFO_STATUS : data->keyStatus.Load();
   frame[3] = static_cast<std::uint8_t>(key);
   frame[4] = static_cast<std::uint8_t>(data->lastKey);
   Send(data, frame);
@@ -96,14 +97,14 @@ void ReturnLEDBrightness(orvikData_t* data) {
   SendStatus(data, 3);
 }
 
-program_date_t BuildProgramDate(std::string_view date) {
+program_date_t MakeProgramDate(std::string_view date) {
   program_date_t frames{FirstFrame(date), LaterFrame(date, 1)};
   if (date[DAY_TENS_AT] == ' ') frames.frame1[2 + DAY_TENS_AT] = '0';
   return frames;
 }
 
 void InitProgramDate(orvikData_t* data) {
-  const program_date_t frames = BuildProgramDate(FD);
+  const program_date_t frames = MakeProgramDate(FD);
   if (data->programDate.frame1 == frames.frame1 && data->programDate.frame2 == frames.frame2) return;
   data->programDate = frames;
 }

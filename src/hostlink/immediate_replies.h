@@ -1,6 +1,6 @@
-// The replies that the receive thread gives at once, and the identity of the program that they report.
+// The replies to the host's immediate requests, and the program identity that they report.
 //
-// Each is called on the receive thread and sends its frames to the host (TransmitCAN).
+// The receive thread calls them; each sends its frames with TransmitCAN.
 #pragma once
 
 #include <string_view>
@@ -16,7 +16,7 @@ extern const std::string_view FD;
 // | reply               | frames, padded with FF                                                          |
 // |---------------------|---------------------------------------------------------------------------------|
 // | ReturnKeyState      | 00 01 S K L: K the oldest queued key code, 0 for none; L the code last queued;  |
-// |                     | S the key status, FF when K is 18                                               |
+// |                     | S the key status, FF when K is HOST_KEY_INFO                                    |
 // | ReturnProgramName   | 00 02 and 6 characters of PN, 01 and the other 2                                |
 // | ReturnProgramDate   | 00 02 and 6 characters of the date, 01 and the other 5                          |
 // | ReturnFileID        | 00 03 and 6 characters of VR, 01 and 7, 02 and 3                                |
@@ -29,8 +29,9 @@ void ReturnFileID(orvikData_t* data);
 void ReturnLCDStatus(orvikData_t* data);
 void ReturnLEDBrightness(orvikData_t* data);
 
-// The two frames of the date reply for a date in FD's form; the day always has two digits.
-program_date_t BuildProgramDate(std::string_view date);
-// Prepares the date reply from FD. At each initialisation of the record; writes only the first time, since the
-// receive thread reads the frames without a lock.
+// The two frames of the date reply for a date in the form of FD. A day below 10 gets a leading zero in place of
+// the blank.
+program_date_t MakeProgramDate(std::string_view date);
+// Prepares the date reply from FD. Called at each initialisation of the record. Later calls write nothing,
+// because the receive thread reads the frames without a lock.
 void InitProgramDate(orvikData_t* data);

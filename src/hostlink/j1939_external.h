@@ -1,5 +1,5 @@
-// Messages of the J1939 service, which owns the CAN bus: requests to filter and send, and frames that it
-// delivers.
+// Messages of the J1939 service, which owns the CAN bus: requests to install a filter and to send, and received
+// frames.
 //
 // All integers are unsigned, 32 bits, little-endian:
 //
@@ -11,7 +11,7 @@
 // | 12     | 4     | identifier        | 29-bit extended identifier                                     |
 // | 16     | 4     | dataLength / mask | data bytes; filter requests: the identifier mask               |
 // | 20     | 1788  | data              | a standard frame uses the first 8 bytes                        |
-// | 1808   | n     | channelName       | filter requests: where matching frames go, no terminating zero |
+// | 1808   | n     | channelName       | filter requests: channel for matching frames, no final zero    |
 #pragma once
 
 #include <cstddef>
@@ -43,10 +43,11 @@ constexpr std::size_t J1939_DATA_AT = 20;
 constexpr std::size_t J1939_DATA_SIZE = 1788;
 constexpr std::size_t J1939_MESSAGE_SIZE = 1808;
 constexpr std::size_t J1939_NAME_AT = 1808;
-constexpr std::size_t J1939_NAME_SIZE = 128;  // the longest channel name that a filter request may carry
+constexpr std::size_t J1939_NAME_SIZE = 128;  // longest channel name in a filter request
 
-// Builders: each fills the caller's buffer and sends nothing. The buffer holds J1939_MESSAGE_SIZE bytes, for
-// filters the name's length more. At most J1939_DATA_SIZE bytes of data are copied.
+// Static functions that write one message into the caller's buffer; the caller sends it. The buffer holds
+// J1939_MESSAGE_SIZE bytes, and for filters the length of the name more. At most J1939_DATA_SIZE bytes of data
+// are copied.
 class J1939External {
  public:
   static void setFilter(unsigned identifier, unsigned mask, unsigned port, const std::string& channelName,
@@ -65,30 +66,30 @@ class J1939External {
   static void sendFastpacketMsg(unsigned identifier, unsigned dataLength, unsigned port,
                                 const std::uint8_t* data, char* message);
 
-  // The service's side: the filter table of standard frames. One thread uses an object.
+  // The filter table of the service for standard frames. One thread uses an object.
   class ExternalStandardCAN {
    public:
-    // Frames are delivered through `client`, which must outlive the object.
+    // Delivers frames through `client`, which must outlive the object.
     explicit ExternalStandardCAN(NM::NMClient& client) : client_(client) {}
 
-    // Enters or replaces the filter for an identifier; its channel is the named one.
+    // Adds or replaces the filter of an identifier. Matching frames go to the named channel.
     void addFilter(unsigned identifier, unsigned mask, const char* channelName);
-    // Delivers a frame (a CAN_packet_t2) to the channel of the filter whose identifier equals the frame's, as a
-    // type 1 message of 1808 bytes; a frame without a filter is dropped silently. Always returns 0.
+    // Delivers a frame (a CAN_packet_t2) as a J1939_SEND message of 1808 bytes to the channel of the filter
+    // with the frame's identifier. A frame without a filter is dropped silently. Always returns 0.
     int CheckRxPacket(const void* frame);
 
     std::size_t FilterCount() const { return filters_.size(); }
-    // The notification manager's result of the last delivery: room left at the fullest subscriber, or negative.
+    // The result of sendMsg for the last delivery: room left at the fullest subscriber, or -1.
     int LastResult() const { return lastResult_; }
 
    private:
-    struct filter_t {
+    struct installed_filter_t {
       std::uint32_t mask;
       int channel;
       std::string channelName;
     };
     NM::NMClient& client_;
-    std::map<std::uint32_t, filter_t> filters_;
+    std::map<std::uint32_t, installed_filter_t> filters_;
     int lastResult_ = 0;
   };
 };

@@ -12,7 +12,6 @@ namespace {
 
 constexpr worker_t WATCHDOG = {.slot = THREAD_WATCHDOG,
                                .name = "HX7watchdog",
-                               .priority = 0,
                                .readyLine = "Orvik: Watchdog initialization complete",
                                .exitLine = "Orvik: Watchdog thread EXIT",
                                .pace = std::chrono::seconds{1}};

@@ -1,4 +1,4 @@
-// The watchdog of the host link: says in the database and by page events when the host has fallen silent.
+// The watchdog of the host link: reports a silent host in the database and by page events.
 #pragma once
 
 #include "src/core/orvik_data.h"
@@ -6,16 +6,16 @@
 // Values of the database variable hx7LinkState.
 constexpr double HX7_LINKED = 1.0;
 constexpr double HX7_LOST = 2.0;
-// The tick without host traffic on which the link counts as lost; watchdogSeconds stays there.
+// The link counts as lost from this tick without host traffic on. watchdogSeconds stops counting here.
 constexpr int WATCHDOG_LIMIT_SECONDS = 11;
-// What is posted on the splash page once the host is heard, in this order.
+// The events posted on the splash page while the host is heard, in this order.
 constexpr const char* SPLASH_EVENTS[] = {"orvik.SplashToSlate", "orvik.SplashToGauges"};
 
 // Starts the thread, "HX7watchdog". Returns 0, or the error number of the failed start.
 int Init_Watchdog(orvikData_t* data);
-// The thread's body; `record` is the orvikData_t. One tick a second.
+// The thread's body; `record` is the orvikData_t. It calls WatchdogTick once a second.
 void* WatchdogThreadFn(void* record);
-// One second has passed: counts it, publishes the link's state and posts its page events. On the splash page
-// with the host heard, that is the way to the slate; with the link lost, the current page's time-out event,
-// each second.
+// Counts one second without host traffic, writes the link state to the database and posts page events:
+// SPLASH_EVENTS while the host is heard and the splash page is shown, the time-out event of the current page
+// while the link is lost.
 void WatchdogTick(orvikData_t* data);

@@ -24,15 +24,15 @@ using std::chrono::milliseconds;
 constexpr milliseconds CLEAR_PAUSE{200};
 constexpr milliseconds FAULT_PAUSE{10};
 
-// Where the configuration gives a name no number, no action is meant by it.
-bool Means(const orvikData_t* data, std::uint32_t action, int actionId) {
+// Whether the configuration maps the action's name to this number. A name without a number matches nothing.
+bool IsAction(const orvikData_t* data, std::uint32_t action, int actionId) {
   const auto found = data->actionIds.find(std::string(ActionName(actionId)));
   return found != data->actionIds.end() && static_cast<std::uint32_t>(found->second) == action;
 }
 
 bool ShowPage(orvikData_t* data, std::uint32_t action) {
   for (const Page_t& page : data->target.pages) {
-    if (!Means(data, action, page.pageId)) continue;
+    if (!IsAction(data, action, page.pageId)) continue;
     data->currentPage = &page;
     if (page.pageId == ACTION_PAGE_SPLASH) data->splashShown = 1;
     return true;
@@ -48,7 +48,7 @@ unsigned char ReadKeyCode(unsigned handle) {
 
 void DispatchExternalKey(orvikData_t* data) {
   double keyState = 0;
-  double internalKey = 0;  // read with the others and not used
+  double internalKey = 0;  // part of the interface with the unit's keys; not used
   DBSHM::Read(data->variables.externalKeysEnabled, keyState);
   DBSHM::Read(data->variables.internalSystemKeyCode, internalKey);
   const unsigned char keyCode = ReadKeyCode(data->variables.externalSystemKeyCode);
@@ -67,29 +67,30 @@ void ClearLayerAndPause(orvikData_t* data) {
   std::this_thread::sleep_for(CLEAR_PAUSE);
 }
 
-void Accept(orvikData_t* /*data*/) {}
+void IgnoreAction(orvikData_t* /*data*/) {}
 
-struct action_t {
+struct action_handler_t {
   int actionId;
   void (*act)(orvikData_t*);
 };
 
-// In the order in which they are tried; the first match wins.
-constexpr action_t ACTIONS[] = {
+// Tried in this order; the first match counts.
+constexpr action_handler_t ACTIONS[] = {
     {ACTION_IGNITION_ON, InitCANFilters},
-    {ACTION_IGNITION_OFF, Accept},
-    {ACTION_MAIN_ENABLE_INDEPTH, Accept},
-    {ACTION_MAIN_DISABLE_INDEPTH, Accept},
-    {ACTION_MAIN_ENABLE_INCLINOMETER, Accept},
-    {ACTION_MAIN_DISABLE_INCLINOMETER, Accept},
-    {ACTION_MAIN_ENABLE_HYDRAULICS, Accept},
-    {ACTION_MAIN_DISABLE_HYDRAULICS, Accept},
+    {ACTION_IGNITION_OFF, IgnoreAction},
+    {ACTION_MAIN_ENABLE_INDEPTH, IgnoreAction},
+    {ACTION_MAIN_DISABLE_INDEPTH, IgnoreAction},
+    {ACTION_MAIN_ENABLE_INCLINOMETER, IgnoreAction},
+    {ACTION_MAIN_DISABLE_INCLINOMETER, IgnoreAction},
+    {ACTION_MAIN_ENABLE_HYDRAULICS, IgnoreAction},
+    {ACTION_MAIN_DISABLE_HYDRAULICS, IgnoreAction},
     {ACTION_KEY_PRESS_CHANGED, DispatchExternalKey},
     {ACTION_CLEAR_LAYER, ClearLayerAndPause},
     {ACTION_PAGE_DIALS_REFRESH, RefreshPageDials},
 };
 
-// Registers and subscribes; the channel's number, which is the first word of each message for this receiver.
+// Creates the client and subscribes the action channel. Returns the channel's number, which is the first word
+// of each message for this receiver.
 int Subscribe(orvikData_t* data) {
   auto* client = new NM::NMClient();
   data->actionNmClient = client;
@@ -98,12 +99,12 @@ int Subscribe(orvikData_t* data) {
   return channel;
 }
 
-// One message; false when the application is to exit.
+// Receives and handles one message. False when the thread is to end.
 bool ReceiveAction(orvikData_t* data, NM::NMClient& client, int registration) {
   std::array<char, ACTION_MESSAGE_SIZE> buffer{};
   int channel = -1;
   const int received = client.recvMsg(channel, buffer.data(), static_cast<int>(buffer.size()));
-  if (received < 0) std::this_thread::sleep_for(FAULT_PAUSE);  // without a manager: no reason to spin
+  if (received < 0) std::this_thread::sleep_for(FAULT_PAUSE);  // without a manager recvMsg fails at once
   if (received < 1) return true;
   std::array<std::uint8_t, ACTION_MESSAGE_SIZE> message{};
   std::copy(buffer.begin(), buffer.end(), message.begin());
@@ -113,16 +114,14 @@ bool ReceiveAction(orvikData_t* data, NM::NMClient& client, int registration) {
 
 constexpr worker_t ACTION_CHANNEL = {.slot = THREAD_ACTION_CHANNEL,
                                      .name = "Action Channel",
-                                     .priority = 0,
                                      .readyLine = "Orvik: Action channel initialization complete",
                                      .exitLine = "Orvik: Receive Action thread EXIT"};
 
-// Waits for one action at each step.
-class ActionTask {
+// Each step waits for one action and handles it.
+class ActionTask : public WorkerTask {
  public:
   explicit ActionTask(orvikData_t* data) : data_(data), registration_(Subscribe(data)) { DBSHM::Open(); }
-  void Begin() {}
-  bool Step() { return ReceiveAction(data_, *data_->actionNmClient, registration_); }
+  bool Step() override { return ReceiveAction(data_, *data_->actionNmClient, registration_); }
 
  private:
   orvikData_t* data_;
@@ -133,9 +132,9 @@ class ActionTask {
 
 bool HandleAction(orvikData_t* data, std::uint32_t action) {
   if (ShowPage(data, action)) return true;
-  if (Means(data, action, ACTION_EXIT_APPLICATION)) return false;
-  for (const action_t& entry : ACTIONS) {
-    if (!Means(data, action, entry.actionId)) continue;
+  if (IsAction(data, action, ACTION_EXIT_APPLICATION)) return false;
+  for (const action_handler_t& entry : ACTIONS) {
+    if (!IsAction(data, action, entry.actionId)) continue;
     entry.act(data);
     return true;
   }

@@ -7,7 +7,7 @@
 
 namespace {
 
-// The index is the request. Request 2 never had a transition of its own.
+// The index is the request. Request 2 has no transition in the host protocol.
 constexpr transition_t TRANSITIONS[] = {
     {"WAD", "OPERATING", ACTION_PAGE_WAD, "orvik.WadToMain", wrong_page_t::ERROR_UNLESS_MAIN},
     {"CONFIG", "WAD", ACTION_PAGE_CONFIG, "orvik.ConfigToWad", wrong_page_t::ERROR},

@@ -1,22 +1,22 @@
-// Page changes that the host asks for.
+// Page changes that the host requests.
 #pragma once
 
 #include <span>
 
 #include "src/core/orvik_data.h"
 
-// What a request says when the page shown is not the one that it starts from.
+// Report of a request whose start page is not the current page.
 enum class wrong_page_t { SILENT, ERROR, ERROR_UNLESS_MAIN };
 
 struct transition_t {
-  const char* from;  // null: the request has no transition
+  const char* from;  // page names in the printed line; null for a request without a transition
   const char* to;
   int requiredPage;
   const char* event;
   wrong_page_t onWrongPage;
 };
 
-// The requests of the host; the index is the request.
+// The transitions; the index is the host's request number.
 std::span<const transition_t> DisplayTransitions();
 
 struct select_transition_t {
@@ -25,14 +25,13 @@ struct select_transition_t {
   const char* event;
 };
 
-// Where select mode leads when it is set on or off.
+// The page events that go with switching select mode on and off.
 std::span<const select_transition_t> SelectTransitions();
 
-// Request 0 to 7 of the host's transition command: prints it and posts its event when the current page is the
-// one that it starts from. Request 2 has no transition and counts as undefined, like any other number. Parse
-// thread.
+// Prints the request and posts its event when its start page is the current page. Requests are 0 to 7; request
+// 2 has no transition and is reported as undefined, like any other number. Parse thread.
 void SetDisplayTransition(orvikData_t* data, int request);
 
-// Select mode brings the page with the select keys to the front (Main to Wad), and its end leads back (Wad to
-// Main); on every other page only the flag is stored. Parse thread.
+// Stores the select mode. Switching it on leads from Main to Wad, the page with the select keys; switching it
+// off leads back from Wad to Main. Parse thread.
 void SetSelectMode(orvikData_t* data, bool on);

@@ -25,13 +25,12 @@
 
 namespace {
 
-using command_t = void (*)(orvikData_t*);
+using key_command_t = void (*)(orvikData_t*);
 using std::chrono::milliseconds;
 
 constexpr int BRIGHTNESS_STEP = 5;
 constexpr int BRIGHTEST = 100;
 constexpr int DARKEST = 5;
-constexpr unsigned CAN_PORT = 1;
 constexpr milliseconds FRAME_PAUSE{50};
 
 void Nothing(orvikData_t* /*data*/) {}
@@ -43,7 +42,8 @@ void IncreaseBrightness(orvikData_t* data) {
     SetBrightness(data, std::min(data->brightness + BRIGHTNESS_STEP, BRIGHTEST));
 }
 
-// Unlike its counterpart it sets the level in every case.
+// Sets the level even when it does not change, unlike IncreaseBrightness: at 5 % the key still writes the
+// device.
 void DecreaseBrightness(orvikData_t* data) {
   const int level = data->brightness;
   SetBrightness(data, level > DARKEST ? std::max(level - BRIGHTNESS_STEP, DARKEST) : level);
@@ -81,7 +81,7 @@ void ToggleCanTermination(orvikData_t* data) {
   PrintOut(line.str());
 }
 
-// --- Pages behind keys that the unit must enable
+// --- Pages that the unit must enable
 
 void LeaveMainByLindarKey(orvikData_t* data, const char* event) {
   double enabled = 0;
@@ -105,7 +105,7 @@ constexpr test_frame_t BUS_TEST_FRAMES[] = {
     {0x0AAAAAAA, {0x0F, 0xED, 0xCB, 0xA9, 0x87, 0x65, 0x43, 0x21}},
     {0x1A5A5A5A, {0x55, 0xAA, 0x33, 0xCC, 0x55, 0xAA, 0x33, 0xCC}},
 };
-constexpr test_frame_t CLOCK_READ = {0x00EF0020, {0x00, 0x00, 0x02, 0x00, 0x00, 0x00, 0x00, 0x00}};
+constexpr test_frame_t CLOCK_REQUEST = {0x00EF0020, {0x00, 0x00, 0x02, 0x00, 0x00, 0x00, 0x00, 0x00}};
 constexpr test_frame_t CLOCK_SET = {0x00EF0011, {0x07, 0xDD, 0x02, 0x08, 0x02, 0x0A, 0x00, 0x00}};
 
 void Transmit(orvikData_t* data, const test_frame_t& frame) {
@@ -119,8 +119,8 @@ void TestBus(orvikData_t* data) {
   }
 }
 
-void ReadClock(orvikData_t* data) {
-  Transmit(data, CLOCK_READ);
+void RequestClock(orvikData_t* data) {
+  Transmit(data, CLOCK_REQUEST);
   std::this_thread::sleep_for(FRAME_PAUSE);
 }
 
@@ -152,7 +152,7 @@ void TestMove(orvikData_t* data) {
   }
 }
 
-// Four blinkers on variables that nothing else steps at the same time.
+// On variables that no other part of the application writes while it runs.
 void TestBlinkers(orvikData_t* data) {
   PrintOut("calling StartBlinker");
   const std::pair<int, unsigned> blinkerHandles[] = {
@@ -164,9 +164,9 @@ void TestBlinkers(orvikData_t* data) {
   for (const auto& [index, handle] : blinkerHandles) StartBlinker(data, index, 0, 1, 4, handle);
 }
 
-// --- Where the pictures of the dials page stand
+// --- Pivots and offsets of the pictures on the dials page
 
-enum class picture_t { SWING, BOOM };
+enum class dials_picture_t { SWING, BOOM };
 
 std::string Point(const char* name, double x, double y) {
   std::ostringstream text;
@@ -174,17 +174,17 @@ std::string Point(const char* name, double x, double y) {
   return text.str();
 }
 
-std::string PivotText(const drawing_geometry_t& d, picture_t picture) {
-  return picture == picture_t::SWING ? Point("Pivot", d.swingPivotX, d.swingPivotY)
-                                     : Point("Pivot", d.boomPivotX, d.boomPivotY);
+std::string PivotText(const drawing_geometry_t& d, dials_picture_t picture) {
+  return picture == dials_picture_t::SWING ? Point("Pivot", d.swingPivotX, d.swingPivotY)
+                                           : Point("Pivot", d.boomPivotX, d.boomPivotY);
 }
 
-std::string OffsetText(const drawing_geometry_t& d, picture_t picture) {
-  return picture == picture_t::SWING ? Point("Offset", d.swingOffsetX, d.swingOffsetY)
-                                     : Point("Offset", d.boomOffsetX, d.boomOffsetY);
+std::string OffsetText(const drawing_geometry_t& d, dials_picture_t picture) {
+  return picture == dials_picture_t::SWING ? Point("Offset", d.swingOffsetX, d.swingOffsetY)
+                                           : Point("Offset", d.boomOffsetX, d.boomOffsetY);
 }
 
-template <PlainWord<double> drawing_geometry_t::*Member, int Step, picture_t Which>
+template <PlainWord<double> drawing_geometry_t::*Member, int Step, dials_picture_t Which>
 void Adjust(orvikData_t* data) {
   PlainWord<double>& value = data->drawing.*Member;
   value = value + Step;
@@ -195,17 +195,17 @@ void Adjust(orvikData_t* data) {
 
 void ShowDials(orvikData_t* data) {
   RefreshPageDials(data);
-  PrintOut("Swing: " + PivotText(data->drawing, picture_t::SWING));
-  PrintOut("       " + OffsetText(data->drawing, picture_t::SWING));
-  PrintOut("Boom:  " + PivotText(data->drawing, picture_t::BOOM));
-  PrintOut("       " + OffsetText(data->drawing, picture_t::BOOM));
+  PrintOut("Swing: " + PivotText(data->drawing, dials_picture_t::SWING));
+  PrintOut("       " + OffsetText(data->drawing, dials_picture_t::SWING));
+  PrintOut("Boom:  " + PivotText(data->drawing, dials_picture_t::BOOM));
+  PrintOut("       " + OffsetText(data->drawing, dials_picture_t::BOOM));
 }
 
 // --- The process
 
 void Exit(orvikData_t* /*data*/) {
   PrintOut("Orvik: raising SIGUSR1");
-  kill(getpid(), SIGUSR1);  // not raise(): the calling thread has the signal blocked
+  kill(getpid(), SIGUSR1);  // raise() would signal the calling thread, which blocks the signal
 }
 
 void SwapTransducers(orvikData_t* /*data*/) {
@@ -215,8 +215,8 @@ void SwapTransducers(orvikData_t* /*data*/) {
 
 using G = drawing_geometry_t;
 
-// Null: a command without an action in this build, reported as undefined.
-constexpr std::array<command_t, CMD_NAME_COUNT> COMMANDS = {
+// The index is the command. Null: the command has no action in this build and is reported as undefined.
+constexpr std::array<key_command_t, CMD_NAME_COUNT> COMMANDS = {
     Nothing,                                                                      // 0
     IncreaseBrightness,                                                           // 1
     DecreaseBrightness,                                                           // 2
@@ -244,7 +244,7 @@ constexpr std::array<command_t, CMD_NAME_COUNT> COMMANDS = {
     [](orvikData_t* data) { PostEvent(data, "orvik.MainToGauges"); },             // 24
     nullptr,                                                                      // 25 passcode
     TestBus,                                                                      // 26
-    ReadClock,                                                                    // 27
+    RequestClock,                                                                 // 27
     [](orvikData_t* data) { Transmit(data, CLOCK_SET); },                         // 28
     nullptr,                                                                      // 29 passcode
     TestMove,                                                                     // 30
@@ -255,25 +255,25 @@ constexpr std::array<command_t, CMD_NAME_COUNT> COMMANDS = {
     Nothing,                                                                      // 35 enable hydraulics
     Nothing,                                                                      // 36 disable hydraulics
     TestBlinkers,                                                                 // 37
-    Adjust<&G::swingPivotX, 1, picture_t::SWING>,                                 // 38
-    Adjust<&G::swingPivotX, -1, picture_t::SWING>,                                // 39
-    Adjust<&G::swingPivotY, 1, picture_t::SWING>,                                 // 40
-    Adjust<&G::swingPivotY, -1, picture_t::SWING>,                                // 41
-    Adjust<&G::swingOffsetX, 1, picture_t::SWING>,                                // 42
-    Adjust<&G::swingOffsetX, -1, picture_t::SWING>,                               // 43
-    Adjust<&G::boomPivotX, 1, picture_t::BOOM>,                                   // 44
-    Adjust<&G::boomPivotX, -1, picture_t::BOOM>,                                  // 45
-    Adjust<&G::boomPivotY, 1, picture_t::BOOM>,                                   // 46
-    Adjust<&G::boomPivotY, -1, picture_t::BOOM>,                                  // 47
-    Adjust<&G::boomOffsetX, 1, picture_t::BOOM>,                                  // 48
-    Adjust<&G::boomOffsetX, -1, picture_t::BOOM>,                                 // 49
+    Adjust<&G::swingPivotX, 1, dials_picture_t::SWING>,                           // 38
+    Adjust<&G::swingPivotX, -1, dials_picture_t::SWING>,                          // 39
+    Adjust<&G::swingPivotY, 1, dials_picture_t::SWING>,                           // 40
+    Adjust<&G::swingPivotY, -1, dials_picture_t::SWING>,                          // 41
+    Adjust<&G::swingOffsetX, 1, dials_picture_t::SWING>,                          // 42
+    Adjust<&G::swingOffsetX, -1, dials_picture_t::SWING>,                         // 43
+    Adjust<&G::boomPivotX, 1, dials_picture_t::BOOM>,                             // 44
+    Adjust<&G::boomPivotX, -1, dials_picture_t::BOOM>,                            // 45
+    Adjust<&G::boomPivotY, 1, dials_picture_t::BOOM>,                             // 46
+    Adjust<&G::boomPivotY, -1, dials_picture_t::BOOM>,                            // 47
+    Adjust<&G::boomOffsetX, 1, dials_picture_t::BOOM>,                            // 48
+    Adjust<&G::boomOffsetX, -1, dials_picture_t::BOOM>,                           // 49
     ShowDials,                                                                    // 50
 };
 
 }  // namespace
 
 void RunKeyCommand(orvikData_t* data, unsigned command) {
-  const command_t run = command < COMMANDS.size() ? COMMANDS[command] : nullptr;
+  const key_command_t run = command < COMMANDS.size() ? COMMANDS[command] : nullptr;
   if (run == nullptr) {
     PrintErr("ERROR!  Undefined command");
     return;

@@ -1,7 +1,8 @@
-// The local commands that a key binding may carry: CMD_NAMES is their table of names.
+// The local commands of key bindings; a command's number is its index into CMD_NAMES.
 #pragma once
 
 #include "src/core/orvik_data.h"
 
-// Runs a command on the calling key thread. A number without a command is reported on standard error.
+// Runs a command. A number without an action is reported on standard error. Key threads, two at a time if need
+// be.
 void RunKeyCommand(orvikData_t* data, unsigned command);

@@ -13,19 +13,18 @@
 
 namespace {
 
-constexpr int INFO_KEY = 18;
 constexpr int INFO_REPORT = 0xFF;
 
 void ReportPress(orvikData_t* data, const Pkey_t& key) {
   data->lastPressedEvent = key.event;
   data->lastPressedEventName = EventName(key.event).data();
   SetQMT740KeyPressed(data, key.targetKey);
-  if (key.targetKey == INFO_KEY) data->keyReport2 = INFO_REPORT;
+  if (key.targetKey == HOST_KEY_INFO) data->keyReport2 = INFO_REPORT;
 }
 
-// False when the key has done all that it does.
-bool ReportHostKey(orvikData_t* data, const Pkey_t& key, unsigned char event) {
-  if (key.targetKey == 0) return event != KEY_RELEASED;
+// Reports a host key. Returns whether the page event and the command follow.
+bool HandleHostKey(orvikData_t* data, const Pkey_t& key, unsigned char event) {
+  if (key.targetKey == HOST_KEY_NONE) return event != KEY_RELEASED;
   if (event == KEY_RELEASED) {
     ClearKeyReport(data);  // even while another key is still held
     return false;
@@ -40,14 +39,14 @@ bool ReportHostKey(orvikData_t* data, const Pkey_t& key, unsigned char event) {
 
 void PostPageEvent(orvikData_t* data, const Pkey_t& key) {
   SetBeeperKeyPress(data);
-  if (key.targetKey == 0 && key.event == EVENT_DIALS_TO_MAIN) ClearLayer(data);
+  if (key.targetKey == HOST_KEY_NONE && key.event == EVENT_DIALS_TO_MAIN) ClearLayer(data);
   PostEvent(data, std::string(EventName(key.event)));
 }
 
 }  // namespace
 
 void DispatchKey(orvikData_t* data, const Page_t* /*page*/, const Pkey_t* key, unsigned char event) {
-  if (!ReportHostKey(data, *key, event)) return;
+  if (!HandleHostKey(data, *key, event)) return;
   if (key->event != EVENT_ID_NONE) PostPageEvent(data, *key);
   if (key->command == 0) return;
   SetBeeperKeyPress(data);

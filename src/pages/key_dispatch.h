@@ -1,5 +1,7 @@
-// Every key path: from a front key to its binding on the current page, and from there to the report to the
-// host, the page event and the local command.
+// The path of a key: from a front key to its binding on the current page, and from the binding to the report to
+// the host, the page event and the local command.
+//
+// The keypad scanner and the action channel call these functions, possibly at the same time.
 #pragma once
 
 #include "src/core/orvik_data.h"
@@ -7,11 +9,11 @@
 constexpr unsigned char KEY_RELEASED = 0;
 constexpr unsigned char KEY_PRESSED = 1;
 
-// `event` is KEY_PRESSED or KEY_RELEASED; any other is reported and then treated as neither. Keypad scanner and
-// action channel, at the same time if need be.
+// Runs a key binding. `event` is KEY_PRESSED or KEY_RELEASED. Any other event of a host key is reported; its
+// page event and command follow all the same.
 void DispatchKey(orvikData_t* data, const Page_t* page, const Pkey_t* key, unsigned char event);
 
-// A front key went down (KEY_PRESSED) or up: finds the current page's binding and dispatches it. Keypad scanner
-// and action channel, at the same time if need be. What is not found is reported and changes nothing.
+// Find the current page, and the page's binding of the key, and pass the event on. A page or binding that does
+// not exist is reported and nothing else happens.
 void MatrixDispatch(orvikData_t* data, unsigned char platformKey, unsigned char keyEvent);
 void DispatchPage(orvikData_t* data, const Page_t* page, unsigned char platformKey, unsigned char keyEvent);

@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr int LAST_HOST_KEY = 22;
-
 void ReportHostKey(orvikData_t* data, int hostKey) {
   const std::uint32_t mask = data->keyMasks[static_cast<std::size_t>(hostKey)];
   if (mask == KEY_NOT_VALID) return;
@@ -21,7 +19,7 @@ void ReportHostKey(orvikData_t* data, int hostKey) {
   if (mask != KEY_NO_BEEP) SetBeeperKeyPress(data);
 }
 
-constexpr std::array<host_key_t, HOST_KEYS> BuildKeyMap() {
+constexpr std::array<host_key_t, HOST_KEYS> MakeKeyMap() {
   std::array<host_key_t, HOST_KEYS> map{};
   for (std::uint32_t code = 0; code < HOST_KEYS - 1; ++code) map[code] = {code, KEY_BEEP_ONCE, 0, 0};
   return map;
@@ -43,9 +41,9 @@ const char* MaskMeaning(std::uint32_t mask) {
 }  // namespace
 
 void SetQMT740KeyPressed(orvikData_t* data, int hostKey) {
-  if (hostKey == 0) {
+  if (hostKey == HOST_KEY_NONE) {
     data->keyStatus = 0;
-  } else if (hostKey > 0 && hostKey <= LAST_HOST_KEY) {
+  } else if (hostKey > HOST_KEY_NONE && hostKey <= HOST_KEY_MAN_BASKET) {
     ReportHostKey(data, hostKey);
   } else {
     PrintErr("********** ERROR! Undefined Key State: " + std::to_string(hostKey));
@@ -58,7 +56,7 @@ void ClearKeyReport(orvikData_t* data) {
   data->keyStatus = 0;
 }
 
-const std::array<host_key_t, HOST_KEYS> qmt740KeyMap = BuildKeyMap();
+const std::array<host_key_t, HOST_KEYS> qmt740KeyMap = MakeKeyMap();
 
 void SetValidKeys(orvikData_t* data, const unsigned char* mask, int n) {
   const auto count = static_cast<std::size_t>(std::clamp(n, 0, HOST_KEYS));

@@ -42,19 +42,19 @@ constexpr std::uint16_t COLUMNS = 0x0F00;
 // One column low at a time, the highest first.
 struct strobe_t {
   std::uint16_t data;
-  const layout_t* layout;
+  const column_layout_t* layout;
 };
 constexpr strobe_t STROBES[] = {
     {0xF7FF, &keypad_layout3}, {0xFBFF, &keypad_layout2}, {0xFDFF, &keypad_layout1}, {0xFEFF, &keypad_layout}};
 
 constexpr microseconds SETTLE{50};
 
-// Only these exact codes count; the last one is keys 5 and 8 together.
+// The scan codes that count as a button; the last one is keys 5 and 8 together.
 constexpr std::array<std::uint16_t, BUTTONS> SCAN_CODES = {0x0001, 0x0002, 0x0004, 0x0008, 0x0010,
                                                            0x0020, 0x1000, 0x2000, 0x2010};
 
-constexpr layout_t LayoutOf(unsigned column) {
-  layout_t layout{};
+constexpr column_layout_t LayoutOf(unsigned column) {
+  column_layout_t layout{};
   for (unsigned rows = 0; rows <= ROWS; ++rows) {
     layout[rows] = static_cast<std::uint16_t>((~rows & ROWS) << (4 * column));
   }
@@ -82,7 +82,7 @@ std::uintptr_t SetUpPort() {
   return port;
 }
 
-// Without privilege the hardware stays untouched, and no key is ever seen.
+// Without I/O privilege the hardware is not touched, and no key is seen.
 std::uintptr_t SetUpHardware() {
   if (ThreadCtl(_NTO_TCTL_IO, nullptr) == -1) {
     std::perror("ThreadCtl");
@@ -111,8 +111,7 @@ void DebounceButton(std::size_t button, PlainWord<std::int32_t>& counter) {
   }
 }
 
-// The higher number wins.
-std::uint8_t HighestPressed() {
+std::uint8_t FindHighestPressed() {
   for (std::uint8_t key = BUTTONS; key > 0; --key) {
     if (DepressedButtons[key - 1U] != 0) return key;
   }
@@ -121,16 +120,14 @@ std::uint8_t HighestPressed() {
 
 constexpr worker_t SCANNER = {.slot = THREAD_KEYPAD,
                               .name = "Key Pad Scanner",
-                              .priority = 0,
                               .readyLine = "Orvik: Key scanner initialization complete",
                               .exitLine = "Orvik: Keypad scanner thread EXIT",
                               .pace = milliseconds{1}};
 
-class ScanTask {
+class ScanTask : public WorkerTask {
  public:
   explicit ScanTask(orvikData_t* data) : data_(data), port_(SetUpHardware()) { ResetScanner(data); }
-  void Begin() {}
-  bool Step() {
+  bool Step() override {
     FindButton(port_ == MAP_DEVICE_FAILED ? std::uint16_t{0} : ScanMatrix(port_));
     DebounceButtons(data_);
     DispatchChange(data_);
@@ -144,10 +141,10 @@ class ScanTask {
 
 }  // namespace
 
-const layout_t keypad_layout = LayoutOf(0);
-const layout_t keypad_layout1 = LayoutOf(1);
-const layout_t keypad_layout2 = LayoutOf(2);
-const layout_t keypad_layout3 = LayoutOf(3);
+const column_layout_t keypad_layout = LayoutOf(0);
+const column_layout_t keypad_layout1 = LayoutOf(1);
+const column_layout_t keypad_layout2 = LayoutOf(2);
+const column_layout_t keypad_layout3 = LayoutOf(3);
 
 void ResetScanner(orvikData_t* data) {
   ScanState = 0;
@@ -170,12 +167,12 @@ void FindButton(std::uint16_t scanCode) {
 
 void DebounceButtons(orvikData_t* data) {
   for (std::size_t i = 0; i < BUTTONS; ++i) DebounceButton(i, data->countdown[i]);
-  NewKey = HighestPressed();
+  NewKey = FindHighestPressed();
 }
 
 void DispatchChange(orvikData_t* data) {
   if (NewKey == KeyHeld) return;
-  // From one key straight to another there is a press and no release.
+  // A change from one key to another is dispatched as a press alone.
   if (NewKey != 0) {
     MatrixDispatch(data, NewKey, KEY_PRESSED);
   } else {

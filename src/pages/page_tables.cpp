@@ -6,75 +6,61 @@ namespace {
 
 constexpr Pkey_t FILLER = {0, 0, 0, 0};
 
-// Host key codes of the bindings below.
-constexpr std::uint8_t NONE = 0;
-constexpr std::uint8_t WINCH = 2;
-constexpr std::uint8_t EXIT_ALARM_MAIN = 6;
-constexpr std::uint8_t SELECT_1 = 8;
-constexpr std::uint8_t POL_UP = 9;
-constexpr std::uint8_t PICK = 12;
-constexpr std::uint8_t SELECT_3 = 14;
-constexpr std::uint8_t SELECT_4 = 15;
-constexpr std::uint8_t SELECT_2 = 17;
-constexpr std::uint8_t INFO = 18;
-constexpr std::uint8_t TIRES = 19;
-constexpr std::uint8_t SWING_MODE = 21;
-
 constexpr std::array<Pkey_t, 2> SplashKeys = {{
     FILLER,
-    {KD620_KEY8, NONE, EVENT_SPLASH_TO_SLATE, 0},
+    {KD620_KEY8, HOST_KEY_NONE, EVENT_SPLASH_TO_SLATE, 0},
 }};
 
 constexpr std::array<Pkey_t, 2> SlateKeys = {{
     FILLER,
-    {KD620_KEY8, NONE, EVENT_SLATE_TO_GAUGES, 0},
+    {KD620_KEY8, HOST_KEY_NONE, EVENT_SLATE_TO_GAUGES, 0},
 }};
 
 constexpr std::array<Pkey_t, 9> OperatingKeys = {{
     FILLER,
-    {KD620_KEY1, INFO, EVENT_MAIN_TO_WAD, 0},
-    {KD620_KEY2, NONE, 0, 0},
-    {KD620_KEY3, POL_UP, 0, 0},
-    {KD620_KEY4, TIRES, EVENT_MAIN_TO_WAD, 0},
-    {KD620_KEY5, SWING_MODE, EVENT_MAIN_TO_WAD, 0},
-    {KD620_KEY6, NONE, EVENT_MAIN_TO_DIALS, 0},
-    {KD620_KEY7, NONE, 0, 0},
-    {KD620_KEY8, NONE, 0, 0},
+    {KD620_KEY1, HOST_KEY_INFO, EVENT_MAIN_TO_WAD, 0},
+    {KD620_KEY2, HOST_KEY_NONE, 0, 0},
+    {KD620_KEY3, HOST_KEY_POL_UP, 0, 0},
+    {KD620_KEY4, HOST_KEY_TIRES, EVENT_MAIN_TO_WAD, 0},
+    {KD620_KEY5, HOST_KEY_SWING_MODE, EVENT_MAIN_TO_WAD, 0},
+    {KD620_KEY6, HOST_KEY_NONE, EVENT_MAIN_TO_DIALS, 0},
+    {KD620_KEY7, HOST_KEY_NONE, 0, 0},
+    {KD620_KEY8, HOST_KEY_NONE, 0, 0},
 }};
 
-// The select keys lie as the select fields do on the grid: 1 and 2 on the left, 3 and 4 on the right.
+// The select keys are beside the select fields of the grid: 1 and 2 on the left, 3 and 4 on the right.
 constexpr std::array<Pkey_t, 9> WadKeys = {{
     FILLER,
-    {KD620_KEY1, EXIT_ALARM_MAIN, 0, 0},
-    {KD620_KEY2, NONE, 0, 0},
-    {KD620_KEY3, INFO, 0, 0},
-    {KD620_KEY4, TIRES, 0, 0},
-    {KD620_KEY5, SELECT_1, 0, 0},
-    {KD620_KEY6, SELECT_3, 0, 0},
-    {KD620_KEY7, SELECT_2, 0, 0},
-    {KD620_KEY8, SELECT_4, 0, 0},
+    {KD620_KEY1, HOST_KEY_EXIT_ALARM_MAIN, 0, 0},
+    {KD620_KEY2, HOST_KEY_NONE, 0, 0},
+    {KD620_KEY3, HOST_KEY_INFO, 0, 0},
+    {KD620_KEY4, HOST_KEY_TIRES, 0, 0},
+    {KD620_KEY5, HOST_KEY_SELECT_1, 0, 0},
+    {KD620_KEY6, HOST_KEY_SELECT_3, 0, 0},
+    {KD620_KEY7, HOST_KEY_SELECT_2, 0, 0},
+    {KD620_KEY8, HOST_KEY_SELECT_4, 0, 0},
 }};
 
 constexpr std::array<Pkey_t, 9> ConfigKeys = {{
     FILLER,
-    {KD620_KEY1, NONE, 0, 0},
-    {KD620_KEY2, PICK, 0, 0},
-    {KD620_KEY3, POL_UP, 0, 0},
-    {KD620_KEY4, NONE, 0, 0},
-    {KD620_KEY5, NONE, 0, 0},
-    {KD620_KEY6, WINCH, 0, 0},
-    {KD620_KEY7, NONE, EVENT_CONFIG_TO_MAIN, 0},
-    {KD620_KEY8, TIRES, 0, 0},
+    {KD620_KEY1, HOST_KEY_NONE, 0, 0},
+    {KD620_KEY2, HOST_KEY_PICK, 0, 0},
+    {KD620_KEY3, HOST_KEY_POL_UP, 0, 0},
+    {KD620_KEY4, HOST_KEY_NONE, 0, 0},
+    {KD620_KEY5, HOST_KEY_NONE, 0, 0},
+    {KD620_KEY6, HOST_KEY_WINCH, 0, 0},
+    {KD620_KEY7, HOST_KEY_NONE, EVENT_CONFIG_TO_MAIN, 0},
+    {KD620_KEY8, HOST_KEY_TIRES, 0, 0},
 }};
 
 constexpr std::array<Pkey_t, 2> DialsKeys = {{
     FILLER,
-    {KD620_KEY7, NONE, EVENT_DIALS_TO_MAIN, 0},
+    {KD620_KEY7, HOST_KEY_NONE, EVENT_DIALS_TO_MAIN, 0},
 }};
 
 constexpr const char* TARGET_NAME = "Holten";
 
-// Time-out events lead to a page that shows the lost-link message; Main and Slate show it themselves.
+// A time-out event leads to a page that shows the lost-link message. Main and Slate show it, so they have none.
 const std::array<page_definition_t, 6>& Definitions() {
   static const std::array<page_definition_t, 6> definitions = {{
       {ACTION_PAGE_SPLASH, EVENT_SPLASH_TO_SLATE, SplashKeys},
@@ -100,7 +86,7 @@ void InitPages(orvikData_t* data) {
 void InitHoltenPages(orvikData_t* data) {
   if (data->target.pages.empty()) {
     data->target.name = TARGET_NAME;
-    data->target.pages.reserve(PageDefinitions().size());  // pointers to pages must stay good
+    data->target.pages.reserve(PageDefinitions().size());  // currentPage points into the vector
     for (const page_definition_t& definition : PageDefinitions()) {
       Page_t& page = data->target.pages.emplace_back();
       page.pageId = definition.pageId;

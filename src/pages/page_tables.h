@@ -1,4 +1,4 @@
-// The pages with their key bindings.
+// The page set with its key bindings.
 #pragma once
 
 #include <span>
@@ -6,7 +6,7 @@
 #include "src/core/name_tables.h"
 #include "src/core/orvik_data.h"
 
-// Front keys as the bindings and the scanner number them.
+// Numbers of the front keys.
 enum platform_key_t : std::uint8_t {
   KD620_KEY1 = 1,
   KD620_KEY2,
@@ -19,7 +19,7 @@ enum platform_key_t : std::uint8_t {
   KD620_KEYS_5_8,  // keys 5 and 8 held together
 };
 
-// The key tables of the page set, filler entry first, in the order of the pages.
+// The pages of the set, in their order, with their time-out events and key bindings (a filler first).
 struct page_definition_t {
   int pageId;
   int timeOutEvent;
@@ -27,12 +27,13 @@ struct page_definition_t {
 };
 std::span<const page_definition_t> PageDefinitions();
 
-// Builds the page set on the first call; later ones leave the pages as they stand, since other threads hold
-// pointers to them. Makes the splash page the current one where there is none.
+// Build the page set and make the splash page the current page. A record that already has pages or a current
+// page keeps them, because other threads hold pointers to pages.
 void InitPages(orvikData_t* data);
 void InitHoltenPages(orvikData_t* data);
-// Replaces the page's bindings by the first `count` of `keys`; a count below 1 leaves it without keys.
+// Replaces the page's bindings by the first `count` of `keys`. A count below 1 leaves the page without
+// bindings.
 void PopulatePage(orvikData_t* data, Page_t* page, const Pkey_t* keys, int count);
 
-// The page of the set with this identifier; null when there is none.
+// The page with this identifier; null when there is none.
 const Page_t* FindPage(const orvikData_t* data, int pageId);

@@ -2,14 +2,11 @@
 
 #include <array>
 
-#include "src/core/command_counters.h"
 #include "src/core/operating_values.h"
 
 namespace {
 
-constexpr unsigned char COUNT_CMD2 = 2;
-
-// The floats of the payload, each with its setter.
+// A float of the payload and the setter that stores it.
 struct float_value_t {
   std::size_t at;
   void (*set)(orvikData_t* data, double value);
@@ -27,7 +24,7 @@ constexpr std::array<float_value_t, 8> FLOAT_VALUES = {{
 
 constexpr std::size_t PARTS_OF_LINE_AT = 25;
 constexpr std::size_t SWING_AT = 29;
-// From the lowest byte of the lamp word to its highest; the swing stands between the last two.
+// Lowest byte of the lamp word first. The protocol puts the swing between the last two bytes.
 constexpr std::array<std::size_t, 4> LAMP_BYTES_AT = {26, 27, 28, 31};
 
 unsigned LampWord(const MessageView& payload) {
@@ -41,7 +38,6 @@ unsigned LampWord(const MessageView& payload) {
 }  // namespace
 
 void ProcessCmd2(orvikData_t* data, const MessageView& payload) {
-  IncrementCommandCounter(data, COUNT_CMD2);
   for (const float_value_t& value : FLOAT_VALUES) value.set(data, payload.BeFloat(value.at));
   SetPartsOfLine(data, payload.Byte(PARTS_OF_LINE_AT));
   SetLEDState(data, LampWord(payload));

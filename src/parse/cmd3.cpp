@@ -1,6 +1,5 @@
 #include "src/parse/cmd3.h"
 
-#include "src/core/command_counters.h"
 #include "src/core/console.h"
 #include "src/core/sharing.h"
 #include "src/text/expand.h"
@@ -8,7 +7,6 @@
 
 namespace {
 
-constexpr unsigned char COUNT_CMD3 = 3;
 constexpr unsigned SHORTEST_FLASH = 3;
 constexpr std::size_t FLASH_CELLS = 29;
 constexpr std::size_t FLASH_CELLS_FULL_WIDTH = 21;
@@ -18,7 +16,8 @@ std::string FlashDetails(const SubCmd_t& command) {
          ", first=0x" + HexText(command.FirstOctet());
 }
 
-// Reports a length that cannot be; the streams of the two errors differ on purpose.
+// Reports a bad length. The underrun goes to standard output and the overrun to standard error: both streams
+// are part of the console interface.
 bool HasGoodLength(const orvikData_t* data, const SubCmd_t& command) {
   const unsigned length = command.SubLen();
   if (length == 0) {
@@ -46,7 +45,6 @@ void CenterFlashLine(orvikData_t* data, const std::vector<unsigned>& codepoints)
 }  // namespace
 
 void ProcessCmd3(orvikData_t* data, SubCmd_t* command) {
-  IncrementCommandCounter(data, COUNT_CMD3);
   if (!HasGoodLength(data, *command)) return;
 
   std::string text = command->Text();

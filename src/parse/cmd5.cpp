@@ -1,11 +1,7 @@
 #include "src/parse/cmd5.h"
 
-#include "src/core/command_counters.h"
 #include "src/core/console.h"
 #include "src/core/sharing.h"
-#include "src/parse/cmd2.h"
-#include "src/parse/cmd3.h"
-#include "src/parse/cmd7.h"
 #include "src/text/expand.h"
 #include "src/text/fields.h"
 #include "src/text/grid.h"
@@ -14,8 +10,7 @@
 
 namespace {
 
-constexpr unsigned char COUNT_CMD5 = 5;
-constexpr int BYTES_PER_CELL = 5;  // what the host may spend on one cell
+constexpr int BYTES_PER_CELL = 5;  // the most that the host may send for one cell
 constexpr int SHORTEST_MAIN = 5;
 constexpr int SHORTEST_SUB = 3;
 
@@ -24,7 +19,8 @@ void ReportLength(const char* what, int min, int max, const char* label, unsigne
            ", max=" + std::to_string(max) + label + std::to_string(length));
 }
 
-// `label` names the length in the message: the processing says subLen, the dump mainLen.
+// `label` names the length in the report: ", subLen=" when a command is processed, ", mainLen=" when it is
+// dumped. The first is wrong for a main command, and part of the console interface.
 bool HasGoodMainLength(const orvikData_t* data, const MainCmd_t& command, const char* label) {
   const int length = static_cast<int>(command.MainLen());
   const int max = data->lcdSize * BYTES_PER_CELL + 2;
@@ -47,7 +43,7 @@ bool HasGoodSubLength(const orvikData_t* data, const SubCmd_t& command) {
   return false;
 }
 
-// Hands each sub-command on, from the first to the one that reaches or passes mainLen or fails.
+// Calls `handle` for each sub-command until the offset reaches mainLen or a call returns 0.
 void WalkSubCommands(orvikData_t* data, const MainCmd_t& command, int (*handle)(orvikData_t*, SubCmd_t*)) {
   std::size_t offset = 0;
   while (offset < command.MainLen()) {
@@ -63,7 +59,6 @@ void WalkSubCommands(orvikData_t* data, const MainCmd_t& command, int (*handle)(
 }  // namespace
 
 void ProcessCmd5(orvikData_t* data, MainCmd_t* command) {
-  IncrementCommandCounter(data, COUNT_CMD5);
   if (!HasGoodMainLength(data, *command, ", subLen=")) return;
 
   const MutexGuard guard(data->displayMutex);

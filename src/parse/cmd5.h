@@ -1,18 +1,16 @@
-// CMD5: the texts of the fields. Parse thread.
+// Command 5: the texts of the fields.
 #pragma once
 
 #include "src/core/orvik_data.h"
-#include "src/parse/cmd2.h"
-#include "src/parse/cmd3.h"
-#include "src/parse/cmd7.h"
 #include "src/parse/message_view.h"
 
-// CMD5: replaces the text of all fields and rebuilds the grid, in one step as the dispatcher sees it (takes
-// displayMutex). A sub-command that is malformed ends the message; the fields before it stay.
+// Replaces the text of all fields and rebuilds the grid. Holds displayMutex throughout, so that the dispatcher
+// draws either the old grid or the new one. A malformed sub-command ends the message; the fields of the earlier
+// sub-commands stay. Parse thread.
 void ProcessCmd5(orvikData_t* data, MainCmd_t* command);
-// One text of CMD5: 1, or 0 for a length outside 3 to 5 bytes a cell or beyond the block. Expects displayMutex
-// held.
+// Stores one text in its field and returns 1. Reports a length below 3, above 5 bytes a cell or beyond the
+// message block and returns 0. The caller holds displayMutex.
 int ProcessSubCommand(orvikData_t* data, SubCmd_t* command);
-// Print the commands on standard output, with the checks and messages of the functions above.
+// Print a command on standard output, with the length checks and messages of ProcessCmd5 and ProcessSubCommand.
 void DumpMainCmd(orvikData_t* data, MainCmd_t* command);
 int DumpSubCmd(orvikData_t* data, SubCmd_t* command);

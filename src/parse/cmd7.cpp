@@ -1,6 +1,5 @@
 #include "src/parse/cmd7.h"
 
-// The extended command and its sub-commands.
 #include <algorithm>
 #include <array>
 
@@ -13,51 +12,6 @@
 #include "src/pages/page_tables.h"
 
 namespace {
-
-constexpr unsigned char NOT_COUNTED = 0xFF;
-
-struct sub_command_t {
-  unsigned char number;
-  unsigned char counter;
-  void (*process)(orvikData_t* data, const MessageView& bytes);
-};
-
-constexpr std::array<sub_command_t, 19> SUB_COMMANDS = {{
-    {1, 7, ProcessSubCmd7_1},
-    {2, 8, ProcessSubCmd7_2},
-    {3, 9, ProcessSubCmd7_3},
-    {4, 10, ProcessSubCmd7_4},
-    {5, 11, ProcessSubCmd7_5},
-    {6, 12, ProcessSubCmd7_6},
-    {7, 13, ProcessSubCmd7_7},
-    {8, 14, ProcessSubCmd7_8},
-    {9, 15, ProcessSubCmd7_9},
-    {10, 16, ProcessSubCmd7_10},
-    {11, 17, ProcessSubCmd7_11},
-    {12, 18, ProcessSubCmd7_12},
-    {13, 19, ProcessSubCmd7_13},
-    {14, 20, ProcessSubCmd7_14},
-    {15, 21, ProcessSubCmd7_15},
-    {16, 22, ProcessSubCmd7_16},
-    {17, 23, ProcessSubCmd7_17},
-    {18, NOT_COUNTED, ProcessSubCmd7_18},
-    {19, NOT_COUNTED, ProcessSubCmd7_19},
-}};
-
-}  // namespace
-
-void ProcessCmd7(orvikData_t* data, const MessageView& payload) {
-  const unsigned char number = payload.Byte(0);
-  const auto* sub = std::find_if(SUB_COMMANDS.begin(), SUB_COMMANDS.end(),
-                                 [number](const sub_command_t& s) { return s.number == number; });
-  if (sub == SUB_COMMANDS.end()) {
-    IncrementCommandCounter(data, COUNT_CMD7_UNRECOGNIZED);
-    PrintErr("***** ERROR!  Unknown extended command (" + std::to_string(number));
-    return;
-  }
-  if (sub->counter != NOT_COUNTED) IncrementCommandCounter(data, sub->counter);
-  sub->process(data, payload.From(1));
-}
 
 void ProcessSubCmd7_1(orvikData_t* data, const MessageView& bytes) {
   const int count = bytes.Byte(0);
@@ -75,8 +29,8 @@ void ProcessSubCmd7_2(orvikData_t* data, const MessageView& bytes) {
   data->brightnessAdjustEnabled = bytes.Byte(0) != 0 ? 1 : 0;
 }
 
-// Requests that the receive thread answers at once. They come here only when the host spread one over two
-// frames.
+// The receive thread answers requests 3, 4, 5, 7 and 9. They reach the parse thread only when the host has
+// spread one over two frames.
 void ProcessSubCmd7_3(orvikData_t* /*data*/, const MessageView& /*bytes*/) {
   PrintErr("***** ERROR!  Program Name request in parse thread!");
 }
@@ -110,24 +64,31 @@ void ProcessSubCmd7_9(orvikData_t* /*data*/, const MessageView& /*bytes*/) {
 void ProcessSubCmd7_10(orvikData_t* data, const MessageView& bytes) {
   SetBeeperDuration(data, bytes.Byte(0));
 }
+
 void ProcessSubCmd7_11(orvikData_t* data, const MessageView& bytes) {
   SetUnits(data, bytes.Byte(0));
 }
+
 void ProcessSubCmd7_12(orvikData_t* data, const MessageView& bytes) {
   SetDisplayType(data, bytes.Byte(0));
 }
+
 void ProcessSubCmd7_13(orvikData_t* data, const MessageView& bytes) {
   SetLanguage(data, bytes.Byte(0));
 }
+
 void ProcessSubCmd7_14(orvikData_t* data, const MessageView& bytes) {
   SetSelectMode(data, bytes.Byte(0) != 0);
 }
+
 void ProcessSubCmd7_15(orvikData_t* data, const MessageView& bytes) {
   SetDisplayTransition(data, bytes.Byte(0));
 }
+
 void ProcessSubCmd7_16(orvikData_t* data, const MessageView& bytes) {
   SetErectedIcon(data, bytes.Byte(0));
 }
+
 void ProcessSubCmd7_17(orvikData_t* data, const MessageView& bytes) {
   SetStowedIcon(data, bytes.Byte(0));
 }
@@ -138,4 +99,48 @@ void ProcessSubCmd7_18(orvikData_t* data, const MessageView& bytes) {
 
 void ProcessSubCmd7_19(orvikData_t* data, const MessageView& bytes) {
   SetSwingMode(data, bytes.Byte(0));
+}
+
+// To add a sub-command: its counter in command_counters.h, its function above and its row here.
+struct sub_command_t {
+  unsigned char number;
+  command_counter_t counter;
+  void (*process)(orvikData_t* data, const MessageView& bytes);
+};
+
+constexpr std::array<sub_command_t, 19> SUB_COMMANDS = {{
+    {1, COUNT_CMD7_1, ProcessSubCmd7_1},     // valid keys: their number, then one mask a key
+    {2, COUNT_CMD7_2, ProcessSubCmd7_2},     // brightness adjustment on or off
+    {3, COUNT_CMD7_3, ProcessSubCmd7_3},     // program name
+    {4, COUNT_CMD7_4, ProcessSubCmd7_4},     // program date
+    {5, COUNT_CMD7_5, ProcessSubCmd7_5},     // file identity
+    {6, COUNT_CMD7_6, ProcessSubCmd7_6},     // greatest parts of line; not used
+    {7, COUNT_CMD7_7, ProcessSubCmd7_7},     // LCD status
+    {8, COUNT_CMD7_8, ProcessSubCmd7_8},     // display mode
+    {9, COUNT_CMD7_9, ProcessSubCmd7_9},     // LED brightness
+    {10, COUNT_CMD7_10, ProcessSubCmd7_10},  // beep duration
+    {11, COUNT_CMD7_11, ProcessSubCmd7_11},  // units
+    {12, COUNT_CMD7_12, ProcessSubCmd7_12},  // display type
+    {13, COUNT_CMD7_13, ProcessSubCmd7_13},  // language
+    {14, COUNT_CMD7_14, ProcessSubCmd7_14},  // select mode on or off
+    {15, COUNT_CMD7_15, ProcessSubCmd7_15},  // page transition
+    {16, COUNT_CMD7_16, ProcessSubCmd7_16},  // erected icon
+    {17, COUNT_CMD7_17, ProcessSubCmd7_17},  // stowed icon
+    {18, COUNT_NONE, ProcessSubCmd7_18},     // colours: tires, then outriggers retracted, half, extended
+    {19, COUNT_NONE, ProcessSubCmd7_19},     // swing mode
+}};
+
+}  // namespace
+
+void ProcessCmd7(orvikData_t* data, const MessageView& payload) {
+  const unsigned char number = payload.Byte(0);
+  const auto* sub = std::find_if(SUB_COMMANDS.begin(), SUB_COMMANDS.end(),
+                                 [number](const sub_command_t& s) { return s.number == number; });
+  if (sub == SUB_COMMANDS.end()) {
+    IncrementCommandCounter(data, COUNT_CMD7_UNRECOGNIZED);
+    PrintErr("***** ERROR!  Unknown extended command (" + std::to_string(number));
+    return;
+  }
+  IncrementCommandCounter(data, sub->counter);
+  sub->process(data, payload.From(1));
 }

@@ -1,6 +1,6 @@
-// The host message as its commands read it: views on the 256-byte block that know where it ends.
+// Bounds-checked views of a host message, from which the command handlers read.
 //
-// A host's length may point past the block. What lies there reads as 0 and is never accessed.
+// A length field of the host may point past the end of the 256-byte block. Bytes beyond the end read as 0.
 #pragma once
 
 #include <cstddef>
@@ -22,11 +22,11 @@ class MessageView {
     return Holds(at, 2) ? platform::LoadBe16(bytes_, at) : std::uint16_t{0};
   }
   float BeFloat(std::size_t at) const { return Holds(at, 4) ? platform::LoadBeFloat(bytes_, at) : 0.0F; }
-  // What stands from `at` on.
+  // The bytes from `at` to the end.
   MessageView From(std::size_t at) const {
     return MessageView(at < Size() ? bytes_.subspan(at) : std::span<const std::uint8_t>());
   }
-  // The first `count` bytes, or as many as there are.
+  // The first `count` bytes, or all of them when there are fewer.
   std::span<const std::uint8_t> First(std::size_t count) const {
     return bytes_.first(count < Size() ? count : Size());
   }
@@ -39,10 +39,10 @@ class MessageView {
 //
 // | byte | meaning                                                          |
 // |------|------------------------------------------------------------------|
-// | 0, 1 | subLen, big-endian: the bytes that follow these two              |
-// | 2    | an index that the flash message's diagnostics print; else unused |
+// | 0, 1 | subLen, big-endian: number of bytes after these two              |
+// | 2    | index; printed in reports about the flash message, else not used |
 // | 3    | field number                                                     |
-// | 4 …  | the text, subLen - 2 bytes, meant to be UTF-8                    |
+// | 4 …  | text, subLen - 2 bytes, UTF-8 (not checked)                      |
 struct SubCmd_t {
   static constexpr std::size_t LENGTH_SIZE = 2;
   static constexpr std::size_t TEXT_AT = 4;
@@ -53,7 +53,7 @@ struct SubCmd_t {
   std::uint8_t Index() const { return bytes.Byte(2); }
   std::uint8_t FieldId() const { return bytes.Byte(3); }
   std::uint8_t FirstOctet() const { return bytes.Byte(TEXT_AT); }
-  // Whether the block holds all that subLen announces.
+  // Whether the message block holds the subLen bytes.
   bool IsWhole() const { return bytes.Holds(LENGTH_SIZE, SubLen()); }
   std::string Text() const {
     const auto text = bytes.From(TEXT_AT).First(SubLen() < 2 ? 0 : SubLen() - 2);
@@ -61,14 +61,14 @@ struct SubCmd_t {
   }
 };
 
-// The payload of the text command: mainLen (bytes 0 and 1, big-endian), then that many bytes of SubCmd_t back
-// to back.
+// The payload of the text command: mainLen (bytes 0 and 1, big-endian), then mainLen bytes that hold one
+// SubCmd_t after another.
 struct MainCmd_t {
   static constexpr std::size_t LENGTH_SIZE = 2;
 
   MessageView bytes;
 
   unsigned MainLen() const { return bytes.Be16(0); }
-  // The text sub-command `offset` bytes behind the length; empty behind the block's end.
+  // The sub-command that starts `offset` bytes after the length; empty when that is past the end of the block.
   SubCmd_t SubCommandAt(std::size_t offset) const { return {bytes.From(LENGTH_SIZE + offset)}; }
 };

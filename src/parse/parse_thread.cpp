@@ -20,11 +20,10 @@ namespace {
 
 constexpr worker_t PARSER = {.slot = THREAD_PARSE,
                              .name = "Parse",
-                             .priority = 0,
                              .readyLine = "Orvik: Parser initialization complete",
                              .exitLine = "Orvik: Parser thread EXIT",
                              .pace = std::chrono::milliseconds{10},
-                             .pauseFirst = true,
+                             .pauseBeforeStep = true,
                              .heartbeatEvent = "orvik.ParseHeartbeatEvent",
                              .heartbeat = &orvikData_t::parseHeartbeatEvent};
 
@@ -33,16 +32,13 @@ class ParseTask : public FunctionTask<ParseQueuedMessages> {
   explicit ParseTask(orvikData_t* data) : FunctionTask(data) { DBSHM::Open(); }
 };
 
-// The commands that carry values and text count themselves.
-constexpr unsigned char COUNTS_ITSELF = 0xFF;
-
-void InitializeLCD(orvikData_t* /*data*/, const MessageView& /*payload*/) {
+void ReportInitialize(orvikData_t* /*data*/, const MessageView& /*payload*/) {
   PrintErr("Orvik: ***** ERROR!  Unexpected Initialize LCD command ( Cmd0 ) *****");
 }
 
-void Ignore(orvikData_t* /*data*/, const MessageView& /*payload*/) {}
+void IgnoreCommand(orvikData_t* /*data*/, const MessageView& /*payload*/) {}
 
-void FlashMessage(orvikData_t* data, const MessageView& payload) {
+void ShowFlashMessage(orvikData_t* data, const MessageView& payload) {
   SubCmd_t command{payload};
   ProcessCmd3(data, &command);
 }
@@ -51,42 +47,43 @@ void SetBeeperFromHost(orvikData_t* data, const MessageView& payload) {
   SetBeeperDuration(data, payload.Byte(0));
 }
 
-void DisplayStrings(orvikData_t* data, const MessageView& payload) {
+void ShowStrings(orvikData_t* data, const MessageView& payload) {
   MainCmd_t command{payload};
   ProcessCmd5(data, &command);
 }
 
-void KeyStatusRequest(orvikData_t* /*data*/, const MessageView& /*payload*/) {
+void ReportKeyStatusRequest(orvikData_t* /*data*/, const MessageView& /*payload*/) {
   PrintErr("***** ERROR!  Return key status request in parse thread!");
 }
 
-void ProtocolVersion(orvikData_t* data, const MessageView& payload) {
+void StoreProtocolVersion(orvikData_t* data, const MessageView& payload) {
   SetCommandProtocolVersion(data, payload.Byte(0));
   PrintOut("SetCommandProtocolVersion " + std::to_string(payload.Byte(0)));
 }
 
-void EncryptionMethod(orvikData_t* data, const MessageView& payload) {
+void StoreEncryptionMethod(orvikData_t* data, const MessageView& payload) {
   SetDynamicEncryptionMethod(data, payload.Byte(0));
   PrintOut("SetDynamicEncryptionMethod " + std::to_string(payload.Byte(0)));
 }
 
-struct command_t {
-  unsigned char counter;
+struct main_command_t {
+  command_counter_t counter;
   void (*process)(orvikData_t* data, const MessageView& payload);
 };
 
-// By command number. CMD9 advances CMD8's counter on purpose; its own stays 0.
-constexpr std::array<command_t, 10> COMMANDS = {{
-    {0, InitializeLCD},
-    {1, Ignore},
-    {COUNTS_ITSELF, ProcessCmd2},
-    {COUNTS_ITSELF, FlashMessage},
-    {4, SetBeeperFromHost},
-    {COUNTS_ITSELF, DisplayStrings},
-    {6, KeyStatusRequest},
-    {COUNTS_ITSELF, ProcessCmd7},
-    {COUNT_CMD8, ProtocolVersion},
-    {COUNT_CMD8, EncryptionMethod},
+// The index is the command number. CMD7 has a counter for each sub-command, and CMD9 advances the counter of
+// CMD8.
+constexpr std::array<main_command_t, 10> COMMANDS = {{
+    {COUNT_CMD0, ReportInitialize},
+    {COUNT_CMD1, IgnoreCommand},
+    {COUNT_CMD2, ProcessCmd2},
+    {COUNT_CMD3, ShowFlashMessage},
+    {COUNT_CMD4, SetBeeperFromHost},
+    {COUNT_CMD5, ShowStrings},
+    {COUNT_CMD6, ReportKeyStatusRequest},
+    {COUNT_NONE, ProcessCmd7},
+    {COUNT_CMD8, StoreProtocolVersion},
+    {COUNT_CMD8, StoreEncryptionMethod},
 }};
 
 }  // namespace
@@ -99,8 +96,8 @@ void ParseMessage(orvikData_t* data, const DecapData_t& message) {
     PrintErr("***** ERROR! Unrecognized command ( " + std::to_string(number) + " ) ! *****");
     return;
   }
-  const command_t& command = COMMANDS[number];
-  if (command.counter != COUNTS_ITSELF) IncrementCommandCounter(data, command.counter);
+  const main_command_t& command = COMMANDS[number];
+  IncrementCommandCounter(data, command.counter);
   command.process(data, MessageView(message.bytes).From(1));
 }
 

@@ -9,12 +9,12 @@
 
 namespace {
 
-constexpr int SERVICE = 0;                      // the target of messages that address no widget
+constexpr int SERVICE = 0;                      // target word of messages that do not address a widget
 constexpr std::size_t TEXT_MESSAGE_EXTRA = 13;  // target, operation, attribute, and the end byte
 
 }  // namespace
 
-// One message under construction; the buffer is locked from the first word until the message is sent.
+// Writes one message. Holds the buffer's lock from construction to destruction.
 class ScreenApi::Message {
  public:
   Message(ScreenApi& api, screen_operation_t operation, int target)

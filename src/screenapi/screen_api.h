@@ -1,4 +1,4 @@
-// The client of the screen service: sets texts, positions and colours of prepared widgets by handle.
+// The client of the screen service: sets texts, positions and colours of the design's widgets by their handles.
 #pragma once
 
 #include <cstddef>
@@ -10,14 +10,13 @@
 #include "src/screenapi/screen_messages.h"
 #include "src/services/nm_client.h"
 
-// Each operation builds one message (screen_messages.h) in the object's one buffer and publishes it at once;
-// the service applies what it has received at processCommands. Any thread may call any operation: the buffer
-// has a lock of its own, held until the notification manager has the message. Nothing is reported back. A text
-// that does not fit SCREEN_MESSAGE_SIZE with its header and end byte is dropped without a word. No operation
-// allocates.
+// Each operation writes one message (screen_messages.h) into the object's buffer and publishes it. The service
+// applies the messages at processCommands. Any thread may call any operation; it blocks for one round trip to
+// the notification manager while it holds the buffer's lock. Nothing is reported back. A text that does not fit
+// SCREEN_MESSAGE_SIZE together with its header and end byte is dropped silently. No operation allocates memory.
 class ScreenApi {
  public:
-  // Connects to the notification manager. An object that could not connect does nothing.
+  // Connects to the notification manager. If that fails, all operations do nothing.
   ScreenApi();
   ~ScreenApi();
   ScreenApi(const ScreenApi&) = delete;
@@ -35,7 +34,7 @@ class ScreenApi {
   void show(int handle);
   void hide(int handle);
   void setColor(int handle, int which, float r, float g, float b, float a);
-  // The message does not name the widget: its target word is 0, as the service expects.
+  // The service expects target word 0 here, so `handle` is not sent.
   void setAlternate(int handle, int alternate);
 
  private:
@@ -44,7 +43,7 @@ class ScreenApi {
 
   std::unique_ptr<NM::NMClient> client_;
   int connection_ = -1;
-  std::mutex mutex_;  // guards buffer_ from the first byte until it is sent
+  std::mutex mutex_;  // guards buffer_; held from the first word until the message is sent
   std::unique_ptr<std::uint8_t[]> buffer_;
   bool ready_ = false;
 };

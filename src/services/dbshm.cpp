@@ -19,7 +19,7 @@
 #include "platform/shared_memory.h"
 
 static_assert(std::endian::native == std::endian::little,
-              "values lie in the object as this machine keeps them");
+              "values are stored in the byte order of this machine");
 
 using namespace dbshm_layout;
 
@@ -58,7 +58,7 @@ void Store(std::uint8_t* to, T value) {
   std::memcpy(to, &value, sizeof(T));
 }
 
-// The header's words are read by other processes while the owner makes the object.
+// An atomic, because other processes read the header while the owner creates the object.
 std::atomic_ref<std::uint32_t> HeaderWord(std::size_t offset) {
   return std::atomic_ref<std::uint32_t>(*std::launder(reinterpret_cast<std::uint32_t*>(At(offset))));
 }
@@ -67,8 +67,8 @@ platform::shared_lock_t& DatabaseLock() {
   return *std::launder(reinterpret_cast<platform::shared_lock_t*>(At(LOCK_AT)));
 }
 
-// Holds the database's lock. What a dead holder was writing may be half old and half new, so it stops being
-// valid until it is written again.
+// Holds the database's lock. The slot that a dead holder was writing may be half old and half new; it is made
+// not valid until it is written again.
 class LockedDatabase {
  public:
   LockedDatabase() : lock_(DatabaseLock()) {
@@ -79,8 +79,8 @@ class LockedDatabase {
   LockedDatabase(const LockedDatabase&) = delete;
   LockedDatabase& operator=(const LockedDatabase&) = delete;
 
-  // Comes before the first change of the slot. The fence keeps the compiler from moving a change before the
-  // mark, where the writer's death would leave the slot torn and unmarked.
+  // Call before the first change of the slot. The fence keeps the compiler from moving a change before the
+  // mark: if the writer died between the two, the slot would be half written and not marked.
   void BeginWrite(unsigned handle) {
     platform::MarkSlot(lock_, handle);
     std::atomic_signal_fence(std::memory_order_release);
@@ -118,7 +118,7 @@ int ReadValue(unsigned handle, T& value, unsigned* tag = nullptr) {
   return 1;
 }
 
-// Until when a written value is valid: for ever, or for `timeout` from now when `timed`, else not at all.
+// How long a written value is valid: for ever, for `timeout` milliseconds when `timed`, otherwise not at all.
 struct validity_t {
   bool forEver = true;
   bool timed = false;
@@ -133,17 +133,18 @@ void StoreValidity(std::uint8_t* slot, const validity_t& validity) {
   Store<std::uint32_t>(slot + NEVER_EXPIRE_AT, validity.forEver ? NEVER_EXPIRES : 0);
 }
 
-// Compared as bytes: a NaN that is written again is no change.
+// Compares bytes, so that writing the same NaN again is not a change.
 template <class T>
 bool StoreIfDifferent(std::uint8_t* to, const T& value) {
-  using bytes_t = std::array<std::uint8_t, sizeof(T)>;
-  const auto bytes = std::bit_cast<bytes_t>(value);
-  if (Load<bytes_t>(to) == bytes) return false;
+  using value_bytes_t = std::array<std::uint8_t, sizeof(T)>;
+  const auto bytes = std::bit_cast<value_bytes_t>(value);
+  if (Load<value_bytes_t>(to) == bytes) return false;
   Store(to, bytes);
   return true;
 }
 
-// Stores value, tag and validity under the lock. Returns what a pulse has to carry, 0 when none is due.
+// Stores value, tag and validity under the lock. Returns the value of the pulse to send; 0 when none is to be
+// sent.
 template <class T>
 std::uint32_t StoreValue(unsigned handle, const T& value, const unsigned* tag, const validity_t& validity) {
   LockedDatabase database;
@@ -187,8 +188,8 @@ bool IsSameObject(int one, int other) {
 
 }  // namespace
 
-// Every worker opens the database as it starts, while others may be reading it: a view that shows the object
-// already is kept as it stands.
+// Every worker calls Open while others may already read the database, so a mapping of the same object must
+// stay.
 void DBSHM::Open() {
   static std::mutex opening;
   const std::lock_guard lock(opening);
@@ -204,7 +205,7 @@ void DBSHM::Open() {
     std::cerr << "DBSHM_main Open() ERROR, could not open DBSHM.\n";
     return;
   }
-  // Process 0 would be this one: the owner has not written its own id yet.
+  // While the id is 0 the owner is not ready, and ConnectAttach would connect to this process.
   if (const int pid = getPid(); pid != 0) dbshmId = ConnectAttach(0, pid, getChid(), _NTO_SIDE_CHANNEL, 0);
   makeParamMap();
 }
@@ -226,7 +227,8 @@ void DBSHM::Init() {
   makeParamMap();
 }
 
-// Takes the descriptor over. An object that is shorter than the layout is still being made, or not ours.
+// Takes ownership of the descriptor. An object shorter than the layout is refused: its owner is still creating
+// it.
 bool DBSHM::Map(int fd) {
   struct stat status {};
   void* memory = MAP_FAILED;
@@ -257,7 +259,7 @@ void DBSHM::Detach() {
 void DBSHM::makeParamMap() {
   dbshmParameterMap.clear();
   if (dbshmSharedMemory == nullptr) return;
-  // Neither the count nor a name's terminator is trusted: the table is another process's.
+  // Another process writes the table, so neither the count nor the terminator of a name can be trusted.
   const std::size_t last = std::min<std::size_t>(HeaderWord(LAST_NAME_AT).load(), NAME_ENTRIES - 1);
   for (std::size_t i = 0; i <= last; ++i) {
     const std::uint8_t* entry = At(NAMES_AT + NAME_ENTRY_SIZE * i);
@@ -322,7 +324,7 @@ int DBSHM::Read(unsigned handle, float& value) {
   value = static_cast<float>(stored);
   return result;
 }
-// The byte may have been written as another type; a bool must be 0 or 1.
+// The byte may have been written as another type and have a value that a bool cannot have.
 int DBSHM::Read(unsigned handle, bool& value) {
   unsigned char byte = 0;
   const int result = ReadValue(handle, byte);

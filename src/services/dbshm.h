@@ -1,10 +1,11 @@
-// The parameter database in shared memory: values found by name once and then read and written by handle.
+// The client of the parameter database in shared memory: looks a value's handle up by name, and reads and
+// writes values by handle.
 //
 // Layout of the object "/DBSHM", 1,719,008 bytes, little-endian:
 //
 // | offset  | size           | content                                                   |
 // |---------|----------------|-----------------------------------------------------------|
-// | 0       | 8              | the lock that guards every value (platform::shared_lock_t) |
+// | 0       | 8              | lock of all values (platform::shared_lock_t)               |
 // | 8       | 4              | the owner's channel id                                    |
 // | 12      | 4              | the owner's process id                                    |
 // | 16      | 12             | three words, zero                                         |
@@ -33,8 +34,8 @@ constexpr std::size_t NAMES_AT = 400'032;
 constexpr std::size_t NAME_ENTRY_SIZE = 132;
 constexpr std::size_t NAME_SIZE = 128;
 constexpr std::size_t NAME_ENTRIES = (OBJECT_SIZE - NAMES_AT) / NAME_ENTRY_SIZE;
-constexpr unsigned LAST_HANDLE = 32767;  // a larger handle is refused
-// Slots from here on lie over the name table; the parameter list gives no handle beyond it.
+constexpr unsigned LAST_HANDLE = 32767;  // reads and writes of a larger handle fail
+// Number of slots before the name table. Slots from here on overlap it; the parameter list uses none of them.
 constexpr unsigned NAMED_HANDLES = (NAMES_AT - SLOTS_AT) / SLOT_SIZE;
 
 // Offsets in a slot.
@@ -49,24 +50,24 @@ constexpr std::uint64_t CYCLES_PER_TIMEOUT_UNIT = 66'500;
 
 }  // namespace dbshm_layout
 
-// One view of the database a process. Every call may come from any thread of the process, but for Init, which
-// comes before any other. A value access holds the shared lock; the pulse for a change is sent after it was
-// given back and never blocks.
+// A process has one view of the database. Any thread may make any call except Init, which must be the first. An
+// access to a value holds the shared lock. The pulse for a changed value is sent after the lock is released and
+// never blocks.
 class DBSHM {
  public:
-  // Attaches to the existing database and connects to its owner; nothing happens when the process shows that
-  // database already. Prints on standard error when there is none: reads are then not valid and writes are
-  // ignored.
+  // Maps the existing database and connects to its owner. Does nothing when the process has mapped that
+  // database already. Prints an error when there is no database; reads then fail and writes do nothing.
   static void Open();
-  // Makes the database, for the process that owns it; attaches when it exists already. The process id in the
-  // header is written last: while it is 0 the database is not ready.
+  // Creates the database; the owner calls it. Maps it when it exists already. The owner's process id is written
+  // to the header last: while it is 0 the database is not ready.
   static void Init();
   // Reads the name table again.
   static void makeParamMap();
 
-  // The handle of a name; 0, which is a slot too, when the name is unknown.
+  // The handle of a name; 0 when the name is unknown. Slot 0 exists, so reads and writes of handle 0 succeed.
   static unsigned getHandle(const std::string& name);
-  // 1 and the handle, or 0 when the name is unknown. All three search the same table.
+  // Store the handle of a name and return 1; return 0 when the name is unknown. All three search the same
+  // table.
   static int getItemHandle(const std::string& name, unsigned& handle);
   static int getParameterHandle(const std::string& name, unsigned& handle);
   static int getDeviceHandle(const std::string& name, unsigned& handle);
@@ -75,12 +76,11 @@ class DBSHM {
   static int getPid();
   static int getCoid();
   static void* getMemoryPtr();
-  // The never-expire flag's value for a slot that is always valid.
+  // The never-expire word of a slot that is always valid.
   static int getNeverExpireTime();
 
-  // 1 and the value, or 0 and a cleared output when the value is not valid or the handle is above LAST_HANDLE.
-  // A value is read as the type that it is asked for, from the start of its field: reader and writer must
-  // agree.
+  // Store the value and return 1. When the value is not valid or the handle is above LAST_HANDLE, clear the
+  // output and return 0. A slot does not record a type: reader and writer must use the same one.
   static int Read(unsigned handle, double& value);
   static int Read(unsigned handle, float& value);
   static int Read(unsigned handle, bool& value);
@@ -94,8 +94,8 @@ class DBSHM {
   static int Read(unsigned handle, unsigned& tag, double& value);
   static int Read(unsigned handle, unsigned& tag, float& value);
 
-  // Stores a value that never expires, and tells the owner by a pulse when its bytes changed and its slot asks
-  // for that. The pulse is lost when the owner's channel is full.
+  // Store a value that never expires. When its bytes have changed and the slot has a notify word, send that
+  // word to the owner as a pulse. The pulse is lost when the owner's channel is full.
   static void Write(unsigned handle, double value);
   static void Write(unsigned handle, float value);
   static void Write(unsigned handle, bool value);
@@ -106,8 +106,7 @@ class DBSHM {
   static void Write(unsigned handle, long long value);
   static void Write(unsigned handle, unsigned long long value);
   static void Write(unsigned handle, const char* value);  // 8 bytes
-  // The same with an expiry, `timeout` milliseconds from now; with `timed` false the value is stored as not
-  // valid.
+  // The same for a value that expires after `timeout` milliseconds. With `timed` false the value is not valid.
   static void Write(unsigned handle, double value, unsigned timeout, bool timed);
   static void Write(unsigned handle, unsigned tag, double value, unsigned timeout, bool timed);
   static void Write(unsigned handle, const char* value, unsigned timeout, bool timed);
@@ -121,5 +120,5 @@ class DBSHM {
   static int dbshmFd;
   static int dbshmId;  // connection to the owner's channel
   static std::map<std::string, unsigned> dbshmParameterMap;
-  static pthread_t eventThread;  // of an owner that serves the change pulses; a client has none
+  static pthread_t eventThread;  // not used by a client
 };

@@ -26,7 +26,7 @@ void StoreWord(std::span<std::uint8_t> message, std::size_t offset, std::int32_t
   platform::StoreLe32(message, offset, static_cast<std::uint32_t>(value));
 }
 
-void StoreHeader(std::span<std::uint8_t> message, nm_type_t type, std::int32_t channel, std::int32_t length,
+void WriteHeader(std::span<std::uint8_t> message, nm_type_t type, std::int32_t channel, std::int32_t length,
                  std::int32_t clientId) {
   StoreWord(message, NM_TYPE_AT, type);
   StoreWord(message, NM_CHANNEL_AT, channel);
@@ -34,7 +34,7 @@ void StoreHeader(std::span<std::uint8_t> message, nm_type_t type, std::int32_t c
   StoreWord(message, NM_CLIENT_AT, clientId);
 }
 
-// Sends the first `bytes` of the message; the reply takes the message's place.
+// Sends the first `bytes` of the message and overwrites the message with the reply.
 bool Exchange(int coid, std::span<std::uint8_t> message, std::size_t bytes) {
   return MsgSend(coid, message.data(), bytes, message.data(), message.size()) != -1;
 }
@@ -62,9 +62,9 @@ NMClient::~NMClient() {
   if (coid_ >= 0) name_close(coid_);
 }
 
-// The request is made even by a client that has already failed; a send that fails changes nothing.
+// Called even when the client has no channel or no connection; a send that fails changes nothing.
 void NMClient::Connect() {
-  StoreHeader(sendBuffer_, NM_CONNECT, -1, 0, -1);
+  WriteHeader(sendBuffer_, NM_CONNECT, -1, 0, -1);
   StoreWord(sendBuffer_, NM_CONNECT_PID_AT, getpid());
   StoreWord(sendBuffer_, NM_CONNECT_CHID_AT, chid_);
   if (!Exchange(coid_, sendBuffer_, NM_CONNECT_SIZE)) return;
@@ -75,10 +75,10 @@ void NMClient::Connect() {
   }
 }
 
-int NMClient::Request(const request_t& request, std::size_t resultAt) {
+int NMClient::Request(const nm_request_t& request, std::size_t resultAt) {
   if (!isValid() || request.payload.size() > NM_PAYLOAD_SIZE) return -1;
   const std::lock_guard lock(sendMutex_);
-  StoreHeader(sendBuffer_, request.type, request.channel, request.length, clientId_);
+  WriteHeader(sendBuffer_, request.type, request.channel, request.length, clientId_);
   std::ranges::copy(request.payload, sendBuffer_.begin() + NM_HEADER_SIZE);
   if (!Exchange(coid_, sendBuffer_, NM_HEADER_SIZE + request.payload.size())) return -1;
   return LoadWord(sendBuffer_, resultAt);
@@ -105,7 +105,8 @@ int NMClient::recvMsg(int& channel, char* buf, int maxlen) {
   const int rcvid = MsgReceive(chid_, recvBuffer_.data(), recvBuffer_.size(), nullptr);
   if (rcvid != 0) {
     std::cerr << "NM-Client: Error: unexpected rcvid\n";
-    // Nobody sends messages here; one that did must not wait for a reply for ever.
+    // Only pulses are expected here. The sender of a message gets an error, because it would wait for ever
+    // otherwise.
     if (rcvid > 0) MsgError(rcvid, ENOSYS);
     return -1;
   }
@@ -114,7 +115,7 @@ int NMClient::recvMsg(int& channel, char* buf, int maxlen) {
 
 int NMClient::Fetch(int& channel, char* buf, int maxlen) {
   const std::int32_t room = std::clamp(maxlen, 0, static_cast<int>(NM_PAYLOAD_SIZE));
-  StoreHeader(recvBuffer_, NM_FETCH, -1, room, clientId_);
+  WriteHeader(recvBuffer_, NM_FETCH, -1, room, clientId_);
   if (!Exchange(coid_, recvBuffer_, NM_HEADER_SIZE)) return -1;
   const std::int32_t length = std::min(LoadWord(recvBuffer_, NM_LENGTH_AT), room);
   if (length < 0) return -1;
@@ -124,7 +125,7 @@ int NMClient::Fetch(int& channel, char* buf, int maxlen) {
 }
 
 void NMClient::wakeReceiver() {
-  // A channel too full for one more pulse wakes its receiver in any case.
+  // If the channel is full the pulse is lost, and one of the queued pulses wakes the receiver.
   if (wakeCoid_ >= 0) MsgSendPulse(wakeCoid_, getprio(0), WAKE_PULSE_CODE, 0);
 }
 

@@ -1,19 +1,20 @@
-// The layout of every exchange with the notification manager.
+// The layout of the notification manager's messages.
 //
-// A message is a header of four signed 32-bit little-endian words and up to 10,224 bytes of payload. Requests
-// are sent with MsgSend to the name "NotifyMgr"; the reply has the same layout.
+// A message is a header of four signed 32-bit little-endian words and up to 10,224 bytes of payload. A client
+// sends its requests with MsgSend to the name "NotifyMgr"; the reply has the same layout.
 //
-// | word | field    | request                               | reply                                         |
-// |------|----------|---------------------------------------|-----------------------------------------------|
-// | 0    | type     | NM_CONNECT ... NM_FETCH               | the same                                      |
-// | 1    | channel  | event channel, -1 where none applies  | register: its number; fetch: where from, or -1 |
-// | 2    | length   | payload bytes; fetch: room for them   | result or payload bytes; negative: refused    |
-// | 3    | clientId | -1 in the connect request             | connect: the identity given                   |
+// | word | field    | request                               | reply                                          |
+// |------|----------|---------------------------------------|------------------------------------------------|
+// | 0    | type     | NM_CONNECT ... NM_FETCH               | the same                                       |
+// | 1    | channel  | event channel; -1 when not applicable | register: its number; fetch: its channel or -1 |
+// | 2    | length   | payload bytes; fetch: room for them   | result or payload bytes; negative: refused     |
+// | 3    | clientId | -1 in the connect request             | connect: the assigned identity                 |
 //
-// Connect carries the process id and the id of the client's own channel (two 32-bit words); the manager sends a
-// pulse there for each message that waits. Register carries the name with its terminating zero. Send carries
-// the event; its result is the number of messages that the fullest subscriber still has room for, 0 once
-// messages are being lost. A fetch with nothing waiting gives channel -1 and length 0.
+// The payload of connect is the process id and the id of the client's own channel (two 32-bit words). The
+// manager sends a pulse to that channel for each message that it queues for the client. The payload of register
+// is the name with its terminating zero, that of send the event. The result of send is the number of messages
+// for which the fullest subscriber still has room; 0 means that messages are being lost. A fetch from an empty
+// queue returns channel -1 and length 0.
 #pragma once
 
 #include <cstddef>

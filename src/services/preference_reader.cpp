@@ -70,31 +70,31 @@ char Reader::Node::getAttributeChar(const std::string& name) const {
   return getAttributeString(name).at(0);
 }
 
-// --- The walk
+// --- From element to element
 
 Reader::Node* Reader::beginParsing() {
   getNextCharSkipWhitespace();
   while (SkipRemark()) getNextCharSkipWhitespace();
-  state_ = state_t::START;
+  state_ = parser_state_t::START;
   advanceParser();
-  if (state_ != state_t::FOUND_NODE_START) throw BadParseException();
+  if (state_ != parser_state_t::FOUND_NODE_START) throw BadParseException();
   advanceParser();
   return &node_;
 }
 
 Reader::Node* Reader::getFirstChild() {
-  return state_ == state_t::FOUND_NODE ? TakeTag() : nullptr;
+  return state_ == parser_state_t::FOUND_NODE ? TakeTag() : nullptr;
 }
 
 Reader::Node* Reader::getNextSibling() {
   SkipContent();
-  return state_ == state_t::EOF_STATE ? nullptr : TakeTag();
+  return state_ == parser_state_t::EOF_STATE ? nullptr : TakeTag();
 }
 
-// Reads the element that starts here, or leaves the one that ends here.
+// Reads the next tag: returns the element that it starts, or null when it closes the current level.
 Reader::Node* Reader::TakeTag() {
   advanceParser();
-  const bool starts = state_ == state_t::FOUND_NODE_START;
+  const bool starts = state_ == parser_state_t::FOUND_NODE_START;
   advanceParser();
   return starts ? &node_ : nullptr;
 }
@@ -102,12 +102,13 @@ Reader::Node* Reader::TakeTag() {
 void Reader::skipSiblings() {
   SkipContent();
   const std::size_t level = openElements_;
-  while (openElements_ >= level && state_ != state_t::EOF_STATE) advanceParser();
+  while (openElements_ >= level && state_ != parser_state_t::EOF_STATE) advanceParser();
 }
 
-// Passes over what the current element holds and its closing tag, however deep its elements are nested.
+// Skips the content of the current element and its closing tag. Without recursion, so that deep nesting costs
+// no stack.
 void Reader::SkipContent() {
-  if (state_ != state_t::FOUND_NODE) return;
+  if (state_ != parser_state_t::FOUND_NODE) return;
   const std::size_t level = openElements_;
   while (openElements_ >= level) advanceParser();
 }
@@ -116,17 +117,17 @@ void Reader::SkipContent() {
 
 void Reader::advanceParser() {
   switch (state_) {
-    case state_t::START:
+    case parser_state_t::START:
       return parseStart();
-    case state_t::FOUND_NODE:
+    case parser_state_t::FOUND_NODE:
       return parseFoundNode();
-    case state_t::FOUND_NODE_START:
+    case parser_state_t::FOUND_NODE_START:
       return parseFoundNodeStart();
-    case state_t::FOUND_NODE_CLOSE:
+    case parser_state_t::FOUND_NODE_CLOSE:
       return parseFoundNodeClose();
-    case state_t::FOUND_DOUBLE_NODE_CLOSE:
+    case parser_state_t::FOUND_DOUBLE_NODE_CLOSE:
       return parseFoundDoubleNodeClose();
-    case state_t::EOF_STATE:
+    case parser_state_t::EOF_STATE:
       return parseEOFState();
   }
 }
@@ -134,16 +135,16 @@ void Reader::advanceParser() {
 void Reader::parseStart() {
   if (current_ != '<') throw BadParseException();
   getNextChar();
-  state_ = current_ == '/' ? state_t::FOUND_DOUBLE_NODE_CLOSE : state_t::FOUND_NODE_START;
+  state_ = current_ == '/' ? parser_state_t::FOUND_DOUBLE_NODE_CLOSE : parser_state_t::FOUND_NODE_START;
 }
 
 void Reader::parseFoundNode() {
   if (current_ == '/') {
-    state_ = state_t::FOUND_NODE_CLOSE;
+    state_ = parser_state_t::FOUND_NODE_CLOSE;
   } else if (current_ == '<') {
     parseStart();
-    // With no child between them, the closing tag is the element's own.
-    if (state_ == state_t::FOUND_DOUBLE_NODE_CLOSE) state_ = state_t::FOUND_NODE_CLOSE;
+    // A closing tag right after the element's start closes the element itself.
+    if (state_ == parser_state_t::FOUND_DOUBLE_NODE_CLOSE) state_ = parser_state_t::FOUND_NODE_CLOSE;
   } else {
     throw BadParseException();
   }
@@ -160,7 +161,7 @@ void Reader::parseFoundNodeStart() {
     node_.text_ = getData();
   }
   ++openElements_;
-  state_ = state_t::FOUND_NODE;
+  state_ = parser_state_t::FOUND_NODE;
 }
 
 void Reader::parseFoundNodeClose() {
@@ -172,16 +173,16 @@ void Reader::parseFoundDoubleNodeClose() {
   CloseElement();
 }
 
-// From the "/" of a closing tag or an empty element to the "<" of the next tag.
+// Reads from the "/" of a closing tag or an empty element to the "<" of the next tag.
 void Reader::CloseElement() {
   --openElements_;
-  state_ = state_t::START;
+  state_ = parser_state_t::START;
   while (current_ != '>' && current_ != '<') getNextChar();
   try {
     SkipToTag();
   } catch (const EOFFoundException&) {
-    if (openElements_ != 0) throw;  // only behind the root element may the document end
-    state_ = state_t::EOF_STATE;
+    if (openElements_ != 0) throw;  // the document may end only after the root element
+    state_ = parser_state_t::EOF_STATE;
   }
 }
 
@@ -257,13 +258,14 @@ std::string Reader::getData() {
   }
 }
 
-// --- What carries no element
+// --- Comments and processing instructions
 
 void Reader::SkipToTag() {
   while (current_ != '<' || SkipRemark()) getNextChar();
 }
 
-// Passes over a comment or processing instruction that starts here, up to and without the character behind it.
+// Skips a comment or processing instruction that starts here; current_ is then its last character. Returns
+// whether there was one.
 bool Reader::SkipRemark() {
   if (current_ != '<') return false;
   if (position_ == filled_ && !FillBlock()) return false;

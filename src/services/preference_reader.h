@@ -1,7 +1,8 @@
-// Reads a tag-and-attribute document (elements, quoted attributes, text, entities) one element at a time.
+// Reads preference documents (elements, quoted attributes, text, entities) one element at a time.
 //
-// The reader keeps one element and no tree. It does not compare the names of closing tags, and passes over
-// comments (<!-- -->) and processing instructions (<? ?>). A walk:
+// The reader holds one element at a time, not a tree. It does not check the names of closing tags, and skips
+// comments
+// (<!-- -->) and processing instructions (<? ?>). Example:
 //
 //   Reader reader(stream);
 //   Reader::Node* section = reader.beginParsing();
@@ -9,8 +10,8 @@
 //     for (Reader::Node* item = reader.getFirstChild(); item; item = reader.getNextSibling()) { ... }
 //   }
 //
-// Children that the caller did not ask for are passed over. A null ends the level: the next sibling is then one
-// of the parent's.
+// Children that the caller does not read are skipped. Null marks the end of a level; the next call of
+// getNextSibling then continues with the siblings of the parent.
 #pragma once
 
 #include <array>
@@ -24,8 +25,9 @@
 
 namespace PREF {
 
-// One thread uses an object. The walk's functions throw EOFFoundException where the document ends too early and
-// BadParseException at a character that does not belong where it stands; the reader is then of no further use.
+// One thread uses an object. The functions that read elements throw EOFFoundException when the document ends
+// too early and BadParseException at a character that is not allowed there. The reader cannot be used after an
+// exception.
 class Reader {
  public:
   class EOFFoundException : public std::runtime_error {
@@ -37,7 +39,7 @@ class Reader {
     BadParseException() : std::runtime_error("Bad parse encountered") {}
   };
 
-  // The element that the reader has come to.
+  // The current element.
   class Node {
    public:
     class AttributeNotFoundException : public std::runtime_error {
@@ -47,12 +49,12 @@ class Reader {
     };
 
     const std::string& GetName() const { return name_; }
-    // The text up to the first child or the closing tag, without leading white space and with each run of white
-    // space as one blank.
+    // The text up to the first child or the closing tag. Leading white space is removed and each run of white
+    // space is one blank.
     const std::string& GetText() const { return text_; }
 
-    // Each throws AttributeNotFoundException where the element has no such attribute. A value that is not a
-    // number reads as 0.
+    // Throw AttributeNotFoundException when the element does not have the attribute. A value that is not a
+    // number is read as 0.
     const std::string& getAttributeString(const std::string& name) const;
     int getAttributeInt(const std::string& name) const;
     bool getAttributeBool(const std::string& name) const;  // true for a number other than 0; "true" is false
@@ -77,24 +79,24 @@ class Reader {
   Reader(const Reader&) = delete;
   Reader& operator=(const Reader&) = delete;
 
-  // The root element. All elements are handed out through the same Node: the next call overwrites it.
+  // Returns the root element. All functions return the same Node object; the next call overwrites it.
   Node* beginParsing();
-  // The first child of the current element, null when it has none (or when its children were already read).
+  // Returns the first child of the current element; null when it has none or they were already read.
   Node* getFirstChild();
-  // The next element of the current level, null at its end.
+  // Returns the next element of the current level; null at its end.
   Node* getNextSibling();
-  // Passes over the rest of the current level, as if getNextSibling had been called until it gave null.
+  // Skips the rest of the current level, as calls of getNextSibling until null would.
   void skipSiblings();
 
  private:
-  // Where the parser stands; current_ is the character that the state's step begins at.
-  enum class state_t {
-    START,             // at the "<" of a tag
-    FOUND_NODE,        // behind an element's start: at the "/" of an empty one, or at the "<" after its text
-    FOUND_NODE_START,  // at the first character of an element's name
-    FOUND_NODE_CLOSE,  // at the "/" that ends the current element
-    FOUND_DOUBLE_NODE_CLOSE,  // at the "/" that ends the element around the level
-    EOF_STATE,                // behind the root element
+  // The position of the parser: current_ is the character named here.
+  enum class parser_state_t {
+    START,             // the "<" of a tag
+    FOUND_NODE,        // after an element's start: the "/" of an empty element, or the "<" after the text
+    FOUND_NODE_START,  // the first character of an element's name
+    FOUND_NODE_CLOSE,  // the "/" that closes the current element
+    FOUND_DOUBLE_NODE_CLOSE,  // the "/" that closes the parent of the current level
+    EOF_STATE,                // the end of the document
   };
 
   void advanceParser();
@@ -128,7 +130,7 @@ class Reader {
   std::size_t filled_ = 0;
   std::size_t position_ = 0;
   unsigned char current_ = 0;
-  state_t state_ = state_t::START;
+  parser_state_t state_ = parser_state_t::START;
   std::size_t openElements_ = 0;
   Node node_;
 };

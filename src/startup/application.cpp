@@ -21,14 +21,14 @@ void StartUp(const std::string& path, orvikData_t* data) {
   FinishStartUp(data);
 }
 
-void SayGoodbye() {
+void AnnounceEnd() {
   PrintOut("Orvik: Main EXIT");
   std::this_thread::sleep_for(std::chrono::seconds{1});
 }
 
 }  // namespace
 
-// Workers never see SIGUSR1, and none is missed. A console that is gone must not end the display.
+// Writing to a console that is gone raises SIGPIPE, which must not end the display.
 void PrepareSignals() {
   sigset_t terminate;
   sigemptyset(&terminate);
@@ -45,9 +45,9 @@ int RunApplication(orvikData_t* data, const std::vector<std::string>& arguments)
   StartUp(path, data);
   WaitForTermination(data);
   const bool stopped = StopWorkers(data);
-  SayGoodbye();
+  AnnounceEnd();
   if (!stopped) {
-    // A thread that hangs still holds the record: the process ends under it, and nothing is taken apart before.
+    // A worker that did not stop may still use the record, so the process ends without destroying it.
     static_cast<void>(std::fflush(nullptr));
     _exit(EXIT_ORDERLY);
   }

@@ -26,14 +26,15 @@ namespace {
 
 constexpr int FULL_BRIGHTNESS = 100;
 constexpr int MESSAGE_TICKS = 300;
-// What the operating page shows until the host sends real values.
+// The operating page shows these until the host sends real values.
 constexpr double UNKNOWN_WEIGHT = 888888.8;
 constexpr double UNKNOWN_VALUE = 888.8;
 constexpr int UNKNOWN_PARTS = 88;
 constexpr double UNKNOWN_PERCENT = 0.85;
 
-// One initialisation at a time: the dispatcher serves requests, and InitLCD runs in its caller's thread. Guards
-// what only this function writes: the name maps' look-up, the versions, the clients that the record keeps.
+// Held during an initialisation: the dispatcher serves requests while InitLCD runs in its caller's thread.
+// Guards what only the initialisation writes: the name maps (a look-up adds unknown names), the versions and
+// the lists of clients.
 std::mutex initialisationMutex;
 
 struct version_t {
@@ -41,7 +42,7 @@ struct version_t {
   double verRev = 0;
 };
 
-// A value of the database that is not valid counts as 0; one that no version has stays within an int.
+// A value that is not valid in the database counts as 0. A number that does not fit an int is shown as 0.
 int ReadVersionNumber(orvikData_t* data, const std::string& name, double& value) {
   value = 0;
   DBSHM::Read(static_cast<unsigned>(data->variableHandles[name]), value);

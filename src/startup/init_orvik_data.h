@@ -1,8 +1,9 @@
-// The record's first state.
+// The initialisation of the record.
 #pragma once
 
 #include "src/core/orvik_data.h"
 
-// Sets every default, reads the versions, looks the handles up and draws the start picture. Called by main once
-// the workers are started, and again by whoever serves a re-initialisation request.
+// Looks the handles up, reads the versions, sets every default and shows the start-up text. main calls it after
+// starting the workers; the dispatcher (ServeInitRequest) and callers of InitLCD call it again. Calls from
+// several threads run one after another.
 void InitOrvikData(orvikData_t* data);

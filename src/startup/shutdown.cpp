@@ -19,7 +19,7 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr int ANNOUNCED_SECONDS = 5;
-constexpr int STOP_PASSES = 4;  // fewer than announced; both are as they are
+constexpr int STOP_PASSES = 4;  // one second each; the announced 5 seconds are part of the console interface
 constexpr milliseconds SPLASH_POLL{100};
 
 constexpr exit_page_t EXIT_PAGES[] = {
@@ -33,8 +33,7 @@ const exit_page_t* FindExitPage(int pageId) {
   return found == std::end(EXIT_PAGES) ? nullptr : found;
 }
 
-// The screen service alone knows when it shows the splash page; without it there is nothing left to wait for
-// but it.
+// The wait has no time limit: the application must not end while a page with load values is shown.
 void MoveToSplash(orvikData_t* data, const exit_page_t& page) {
   PrintOut(std::string(page.request) + page.event + " transition");
   data->splashShown = 0;
@@ -62,7 +61,7 @@ bool AnyThreadRuns(const orvikData_t* data) {
                      [](const PlainWord<int>& flag) { return flag != 0; });
 }
 
-// A receive that waits for a message does not see its stop request.
+// A thread that is blocked in a receive does not see its stop request.
 void WakeReceivers(orvikData_t* data) {
   for (NM::NMClient* client : {data->canNmClient.load(), data->actionNmClient.load()}) {
     if (client != nullptr) client->wakeReceiver();

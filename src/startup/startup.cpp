@@ -13,7 +13,6 @@
 #include "platform/paths.h"
 
 #include "src/core/console.h"
-#include "src/core/generic_config.h"
 #include "src/devio/blinkers.h"
 #include "src/devio/digital_io.h"
 #include "src/devio/timer.h"
@@ -27,6 +26,7 @@
 #include "src/pages/keypad_scanner.h"
 #include "src/parse/parse_thread.h"
 #include "src/services/dbshm.h"
+#include "src/startup/generic_config.h"
 #include "src/startup/init_orvik_data.h"
 
 namespace {
@@ -40,7 +40,7 @@ constexpr std::size_t COUNTER_SIZE = 4;
 constexpr double COUNTS_PER_SECOND = 32000.0;
 constexpr milliseconds WORKER_PAUSE{10};
 
-// A path as one word of a shell command.
+// Quotes a path as one word of a shell command.
 std::string QuoteForShell(const std::string& path) {
   std::string quoted = "'";
   for (const char c : path) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
@@ -53,8 +53,8 @@ void CopyDateProgram() {
   [[maybe_unused]] const int ignored = std::system(command.c_str());
 }
 
-// The counter in seconds' parts. Converted before it is subtracted: a wrap in between shows as a negative time.
-double ReadCounter(std::uintptr_t counter) {
+// Counts of the hardware counter. As a double, so that a wrap between two readings shows as a negative time.
+double ReadHardwareCounter(std::uintptr_t counter) {
   return counter == MAP_DEVICE_FAILED ? 0.0 : static_cast<double>(in32(counter));
 }
 
@@ -84,7 +84,7 @@ constexpr worker_start_t FIRST_WORKERS[] = {
     {"CAN", Init_CAN, WORKER_PAUSE},
 };
 
-// These start once the record's mutexes are initialised.
+// These workers start after the record's mutexes are initialised.
 constexpr worker_start_t LATER_WORKERS[] = {
     {"Watchdog", Init_Watchdog, milliseconds{0}},
     {"Digital I/O", Init_DIO, milliseconds{0}},
@@ -102,12 +102,12 @@ void StartAndReport(const worker_start_t& worker, orvikData_t* data) {
   std::this_thread::sleep_for(worker.pause);
 }
 
-// The keypad scanner speaks for itself once it runs; only its failure has a line here.
+// The keypad scanner prints its own start-up line; only a failed start is reported here.
 void StartKeypad(orvikData_t* data) {
   if (KEYPAD::Init_KeyPad(data) != 0) PrintErr("Orvik: Keypad Initilization Failed");
 }
 
-// The barrier looks at every running flag but the keypad's and the blinker's ...
+// The barrier ignores the running flags of the keypad scanner and of the blinker.
 bool AnyEarlyWorkerRuns(const orvikData_t* data) {
   for (std::size_t slot = 0; slot < THREAD_COUNT; ++slot) {
     if (slot == THREAD_KEYPAD || slot == THREAD_BLINKER) continue;
@@ -151,9 +151,9 @@ void ReadConfiguration(const std::string& path, orvikData_t* data) {
   std::ifstream stream(path);
   if (!stream) PrintErr("Orvik: Can't open generic config file: " + path);
   PrintOut("Orvik: Begin parsing configuration file: " + path);
-  const double before = ReadCounter(counter);
+  const double before = ReadHardwareCounter(counter);
   parseGeneric(stream, data);
-  const double after = ReadCounter(counter);
+  const double after = ReadHardwareCounter(counter);
   PrintOut("Orvik: Done parsing configuration file: " + path);
   std::ostringstream took;
   took << "Orvik: Generic parsing took: " << (after - before) / COUNTS_PER_SECOND << " seconds.";
@@ -170,7 +170,7 @@ void ConnectNotifications(orvikData_t* data) {
 void StartWorkers(orvikData_t* data) {
   data->initialize = InitOrvikData;
   for (const worker_start_t& worker : FIRST_WORKERS) {
-    if (worker.init == Init_Timer) data->timerReady = 1;  // so that the barrier passes at once
+    if (worker.init == Init_Timer) data->timerReady = 1;  // the start barrier then passes at once
     StartAndReport(worker, data);
   }
   InitMutexes(data);
@@ -183,7 +183,7 @@ void PassStartBarrier(const orvikData_t* data) {
   do {
     PrintOut("Wait state: " + RunningFlags(data));
     std::this_thread::sleep_for(WORKER_PAUSE);
-    // ... while once it waits the blinker's lets it pass as well.
+    // While the barrier waits, the blinker's flag ends the wait too.
   } while (!AnyEarlyWorkerRuns(data) && data->blinkerReady == 0);
 }
 

@@ -1,4 +1,4 @@
-// Bringing the application up, in the fixed order that main follows.
+// The steps of start-up. RunApplication calls them in the order of their declaration, on the main thread.
 #pragma once
 
 #include <string>
@@ -10,18 +10,20 @@
 constexpr int EXIT_ORDERLY = 0;
 constexpr int EXIT_BAD_CALL = 1;
 
-// Prints the banner and start line, makes the unit's date program available and opens the database.
+// Prints the banner, copies the unit's date program to its resources and opens the database.
 void BeginStartUp();
-// The configuration path from the arguments, or an empty string after the reason was printed: wrong count or no
-// file.
+// Returns the path of the configuration. Prints why and returns an empty string when the number of arguments is
+// wrong or the file does not exist.
 std::string CheckArguments(const std::vector<std::string>& arguments);
-// Reads the configuration and reports how long it took by the hardware counter (32,000 a second).
+// Reads the configuration and prints how long that took, measured with the hardware counter (32,000 counts a
+// second).
 void ReadConfiguration(const std::string& path, orvikData_t* data);
-// Makes the notification client and registers and subscribes the event channel.
+// Creates the notification client, and registers and subscribes the event channel.
 void ConnectNotifications(orvikData_t* data);
-// Starts every worker in order, with a line for each; a failure is reported and start-up goes on.
+// Starts the workers in their fixed order and prints a line for each. A failure is reported and start-up goes
+// on.
 void StartWorkers(orvikData_t* data);
-// Waits until the first worker runs.
+// Waits until one worker runs.
 void PassStartBarrier(const orvikData_t* data);
-// Sets the defaults, opens the gate and says that the system is up.
+// Initialises the record, sets `running` and prints "Orvik: System Up".
 void FinishStartUp(orvikData_t* data);

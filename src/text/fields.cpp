@@ -63,7 +63,7 @@ constexpr std::array<field_entry_t, FIELD_COUNT> FIELDS = {{
 
 namespace {
 
-// A field's number is one byte wide wherever it is read.
+// Reports and dumps use only the low byte of a field's number.
 unsigned FieldNumber(const Field_t& field) {
   return field.fid & 0xFFU;
 }
@@ -151,7 +151,7 @@ void DumpField(const std::string& name, const Field_t& field) {
   if (field.text.empty()) return;
   std::string line = "    '";
   for (const unsigned codePoint : field.text) {
-    // Only the low byte decides, so that U+0441 shows as "A": the dump is for ASCII texts.
+    // Only the low byte counts, so that U+0441 is dumped as "A". The dump is meant for ASCII texts.
     const unsigned octet = codePoint & 0xFFU;
     if (IsPrintable(octet)) {
       line.push_back(static_cast<char>(octet));

@@ -1,8 +1,7 @@
-// The host's text slots (fields) and the character grid that they are laid out on.
+// The text fields of the host: 31 numbered slots whose texts are laid out on the character grid (grid.h).
 //
-// The fields, the grid and the system's own text laid over it are guarded by the record's displayMutex.
-// "Locked" below means that the caller holds it; a function marked "locks" takes it itself and must not be
-// called with it held.
+// The record's displayMutex guards the fields. "Locked" marks a function whose caller holds the mutex; "Locks"
+// marks one that takes it and must not be called with it held.
 #pragma once
 
 #include <array>
@@ -17,10 +16,11 @@ constexpr std::size_t FIELD_COUNT = 31;
 constexpr unsigned FIELD_LINE2_CENTER = 20;
 constexpr unsigned FIELD_LINE3_CENTER = 23;
 constexpr unsigned FIELD_FLASH = 28;
-// Characters that a field takes: more than one message carries. What comes beyond is reported and dropped.
+// The most characters that a field holds, more than one message carries. Further characters are reported and
+// dropped.
 constexpr std::size_t MAX_FIELD_TEXT = MAX_MESSAGE_SIZE;
 
-// In the order of their numbers. fieldLast only marks the end; it never holds text.
+// In the order of their numbers. fieldLast marks the end and never holds text.
 extern Field_t fieldLCD, fieldOutriggers, fieldJib, fieldCounterweight, fieldPick, fieldSwing, fieldAux,
     fieldWinch;
 extern Field_t fieldSelect1A, fieldSelect1B, fieldSelect2A, fieldSelect2B;
@@ -32,7 +32,7 @@ extern Field_t fieldLine3Left, fieldLine3Center, fieldLine3Right, fieldLine4Left
 extern Field_t fieldFlash, fieldErected, fieldStowed, fieldLast;
 
 extern const std::array<std::string_view, FIELD_COUNT> FIELD_ID_NAMES;
-// Each field with the label that DumpAllFields gives it, in the order of the numbers.
+// Each field with its label in DumpAllFields, in the order of the numbers.
 struct field_entry_t {
   Field_t* field;
   std::string_view dumpName;
@@ -41,19 +41,20 @@ extern const std::array<field_entry_t, FIELD_COUNT> FIELDS;
 
 // --- Fields.
 
-// Numbers the fields and clears them. Once at each initialisation. Locked, unless no
-// other thread runs yet.
+// Numbers the fields and clears them. Called at each initialisation. Locked, or before other threads run.
 void InitAllFields();
-void ClearField(Field_t& field);  // frees the text, keeps the number. Locked.
+void ClearField(Field_t& field);  // releases the text, keeps the number. Locked.
 void ClearAllFields();            // Locked.
-// Appends to the field with this number, and dumps it when it is the flash field; a number above 30 is reported
-// on standard error and changes nothing. Locked.
+// Appends text to the field with this number, and dumps the field when it is FIELD_FLASH. A number above 30 is
+// reported on standard error and changes nothing. Locked.
 void UpdateField(orvikData_t* data, unsigned char fieldId, const std::vector<unsigned>& codepoints);
-// Appends to the field's text, after one blank where there is text already, even if nothing follows. Locked.
+// Appends to the field's text. A field that is not empty gets one blank first, even if `codepoints` is empty.
+// Locked.
 void AppendField(orvikData_t* data, Field_t& field, const std::vector<unsigned>& codepoints);
-// The text as UTF-8. Locked.
+// The field's text as UTF-8. Locked.
 std::string FieldToText(const Field_t& field);
-// The labels of the stowed and erected indicators, as UTF-8; empty when the host named none. Locks. Dispatcher.
+// The labels of the stowed and erected indicators as UTF-8; empty while the host has sent none. Locks.
+// Dispatcher.
 std::string StowedText(orvikData_t* data);
 std::string ErectedText(orvikData_t* data);
 

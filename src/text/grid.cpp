@@ -1,4 +1,3 @@
-// Laying the fields out on the character grid.
 #include "src/text/grid.h"
 
 #include <algorithm>
@@ -9,8 +8,8 @@
 
 namespace {
 
-// Where each field stands, in the order of writing. Line 4 is not like the others: it has no first left field,
-// and the counterweight stands there ahead of Select4B.
+// The place of each field, in the order of writing. Line 4 differs from the others: it has no first left field,
+// and the counterweight is its first right field.
 struct placement_t {
   const Field_t* field;
   std::size_t line;
@@ -37,7 +36,7 @@ constexpr std::array<placement_t, 27> LAYOUT = {{
     {&fieldSelect4B, 3, JUSTIFY_RIGHT},     {&fieldLine4Right, 3, JUSTIFY_RIGHT},
 }};
 
-// What is said of a text that is longer than its line, by justification.
+// Reports of a text that is longer than its line; the index is the justification.
 constexpr std::array<std::string_view, 3> TOO_LONG = {"Orvik: WARNING!  Left justification truncation",
                                                       "Orvik: ERROR!  Center justification error",
                                                       "Orvik: ERROR!  Right justification error"};
@@ -53,7 +52,7 @@ std::size_t ShownLines(const orvikData_t* data) {
   return Bounded(data->lcdRows, GRID_LINES);
 }
 
-// The lines that may be written from this one on: to the end of the grid, or one when the line stands alone.
+// Number of lines from this one to the end of the grid; 1 for a line outside the grid.
 std::size_t LinesFrom(const orvikData_t* data, const UTF8Line_t* line) {
   const UTF8Line_t* begin = data->utf8Display.data();
   const UTF8Line_t* end = begin + data->utf8Display.size();
@@ -61,7 +60,7 @@ std::size_t LinesFrom(const orvikData_t* data, const UTF8Line_t* line) {
   return inGrid ? static_cast<std::size_t>(end - line) : 1;
 }
 
-// The start column of a text of n cells; -1 for an unknown justification.
+// The start column of a text of n cells; 0 when it is longer than the line.
 int StartColumn(int justification, int n, int columns) {
   if (n > columns || justification == JUSTIFY_LEFT) return 0;
   return justification == JUSTIFY_CENTER ? (columns - n) / 2 : columns - n;
@@ -72,7 +71,7 @@ void ReportTooLong(int justification, int n, int columns) {
            std::to_string(n) + " exceeds maximum length of " + std::to_string(columns));
 }
 
-// The LCD field runs over the whole grid, from line to line.
+// The LCD field fills the grid line by line.
 void LayLCDField(orvikData_t* data) {
   const std::size_t columns = ShownColumns(data);
   const std::size_t cells = std::min(columns * ShownLines(data), fieldLCD.text.size());

@@ -1,4 +1,3 @@
-// The system's own text on the grid, and the keeping of the host's texts while it is shown.
 #include "src/text/system_text.h"
 
 #include <algorithm>
@@ -11,8 +10,8 @@
 
 namespace {
 
-PlainWord<int> systemTextShown;                             // written under displayMutex
-std::array<std::vector<unsigned>, FIELD_COUNT> keptFields;  // under displayMutex
+PlainWord<int> systemTextShown;                             // written with displayMutex held
+std::array<std::vector<unsigned>, FIELD_COUNT> keptFields;  // guarded by displayMutex
 
 void KeepFields() {
   for (std::size_t i = 0; i < FIELD_COUNT; ++i) keptFields[i] = std::move(FIELDS[i].field->text);
@@ -33,7 +32,7 @@ bool IsBlank(const orvikData_t* data, unsigned codePoint) {
   return codePoint == ' ' || codePoint == data->blankChar || codePoint == data->spaceChar;
 }
 
-// Takes what does not fit into `columns` off the end, at the last blank that allows it.
+// Cuts `text` to at most `columns` characters, at the last blank if there is one, and returns the rest.
 std::vector<unsigned> TakeRest(const orvikData_t* data, std::vector<unsigned>& text, std::size_t columns) {
   if (text.size() <= columns) return {};
   std::size_t cut = columns;

@@ -1,6 +1,6 @@
-// The system's own text on the grid: the start-up text and the lost link, laid over the host's texts.
+// The system's own text on the grid (start-up text, lost link), shown in place of the host's texts.
 //
-// "Locked" means that the caller holds the record's displayMutex; a function marked "locks" takes it itself and
+// "Locked" marks a function whose caller holds the record's displayMutex; "Locks" marks one that takes it and
 // must not be called with it held.
 #pragma once
 
@@ -8,16 +8,16 @@
 
 #include "src/core/orvik_data.h"
 
-// Replaces all fields by this one text (UTF-8) and rebuilds the grid. Locks.
+// Clears all fields, writes this text (UTF-8) to one field and rebuilds the grid. Locks.
 void StringToUTF8Display(orvikData_t* data, const std::string& text, unsigned char fieldId);
-// Lays a text of the system over the grid, centred on line 2, its rest on line 3 when it is longer than a line.
-// The host's texts are put aside on the first call and come back with EndSystemText, unless the host has sent
-// new ones in between: these end the system text at once. Locks.
+// Shows a system text centred on line 2; the rest of a text longer than a line goes to line 3. The first call
+// keeps the host's texts, and EndSystemText restores them. New host texts in between end the system text, and
+// the kept texts are dropped. Locks.
 void ShowSystemText(orvikData_t* data, const std::string& text);
 void EndSystemText(orvikData_t* data);
-// Any thread, without the lock.
+// Whether a system text is shown. Any thread, without the lock.
 bool SystemTextShown();
-// The host's texts have just replaced all fields. Locked.
+// Called when new host texts have replaced all fields: ends the system text. Locked.
 void HostTextArrived(orvikData_t* data);
-// The fields start anew: nothing is shown over them and nothing kept. Locked.
+// Ends the system text and drops the kept texts. Called when the fields are initialised. Locked.
 void ForgetSystemText();

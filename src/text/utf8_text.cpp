@@ -5,11 +5,11 @@
 
 namespace {
 
-// What a lead byte announces.
+// The properties of a sequence that follow from its lead byte.
 struct lead_t {
-  std::size_t length;      // bytes of the whole sequence; 0 where no sequence begins so
-  std::uint32_t bits;      // the code point's bits that the lead byte carries
-  std::uint32_t smallest;  // below it the sequence is longer than the code point needs
+  std::size_t length;      // bytes of the whole sequence; 0 when this byte cannot start one
+  std::uint32_t bits;      // bits of the code point in the lead byte
+  std::uint32_t smallest;  // a smaller code point makes the sequence overlong
 };
 
 lead_t ReadLead(unsigned char c) {
@@ -30,7 +30,7 @@ bool IsValidCodePoint(std::uint32_t codePoint, std::uint32_t smallest) {
   return codePoint >= smallest && codePoint < 0x110000 && !surrogate && !nonCharacter;
 }
 
-// Whether the announced bytes, all of them there, make a character.
+// Whether a complete sequence encodes a valid code point.
 bool IsWellFormed(std::string_view sequence, const lead_t& lead) {
   std::uint32_t codePoint = lead.bits;
   for (const char c : sequence.substr(1)) {
@@ -46,7 +46,8 @@ std::size_t CountContinuations(std::string_view text) {
   return count;
 }
 
-// Appends the repaired form of the sequence that `rest` begins with; returns the bytes that it took.
+// Appends the repaired form of the first sequence of `rest`. Returns the number of bytes of `rest` that it
+// replaces.
 std::size_t AppendRepaired(std::string_view rest, std::string& repaired) {
   const lead_t lead = ReadLead(static_cast<unsigned char>(rest.front()));
   if (lead.length == 0) {
@@ -56,7 +57,7 @@ std::size_t AppendRepaired(std::string_view rest, std::string& repaired) {
   const std::size_t following = CountContinuations(rest.substr(1));
   const bool tooShort = lead.length > rest.size();
   if (tooShort && following == rest.size() - 1) {
-    // Two marks for a sequence that the end cuts off: hosts rely on seeing that the text was cut.
+    // Two marks show that the end of the text cut the sequence off; hosts rely on that.
     repaired.append(FULLWIDTH_QUESTION_MARK_OCTET).append(FULLWIDTH_QUESTION_MARK_OCTET);
     return 1;
   }

@@ -1,4 +1,4 @@
-// Host text as bytes: the repair that makes it well-formed UTF-8 (RFC 3629), and the marks used for it.
+// Repair of host text into well-formed UTF-8 (RFC 3629), and UTF-8 constants of single characters.
 #pragma once
 
 #include <string>
@@ -16,9 +16,9 @@ constexpr std::string_view FULLWIDTH_LOW_LINE_OCTET = "\xEF\xBC\xBF";
 constexpr std::string_view FULLWIDTH_LEFT_CURLY_BRACKET_OCTET = "\xEF\xBD\x9B";
 constexpr std::string_view FULLWIDTH_RIGHT_CURLY_BRACKET_OCTET = "\xEF\xBD\x9D";
 
-// Replaces every ill-formed sequence of `s` by U+FF1F, so that a checked decoder accepts all of it afterwards;
-// well-formed text is left as it is. One pass; reports nothing. What is cut off by the end of the text gives
-// two marks, and each of its continuation bytes one more. U+FFFE and U+FFFF count as ill-formed.
+// Replaces every ill-formed sequence of `s` by U+FF1F; a checked decoder then accepts the whole text.
+// Well-formed text is not changed. A sequence that the end of the text cuts off becomes two marks, and one more
+// for each of its continuation bytes. U+FFFE and U+FFFF count as ill-formed. Reports nothing.
 void FixUTF8String(std::string& s);
 
 // Removes blanks (0x20) and tabs (0x09) from both ends.

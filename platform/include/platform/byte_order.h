@@ -1,7 +1,7 @@
-// Reading and writing integers and floats of a wire layout, byte by byte, in the order that the layout names.
+// Loading and storing integers and floats of a wire layout in little-endian or big-endian byte order.
 //
-// Every offset is into the given span; the caller has made sure that the value lies inside it (asserted in
-// debug builds). All functions are pure and may be called from any thread.
+// Offsets are relative to the span. The caller makes sure that the value lies within the span (asserted in
+// debug builds). Any thread.
 #pragma once
 
 #include <bit>
@@ -82,7 +82,7 @@ constexpr float LoadBeFloat(std::span<const std::uint8_t> b, std::size_t at) {
 constexpr void StoreBeFloat(std::span<std::uint8_t> b, std::size_t at, float v) {
   StoreBe32(b, at, std::bit_cast<std::uint32_t>(v));
 }
-// The same, least significant byte first (the services' messages).
+// IEEE-754 single precision, least significant byte first (the services' messages).
 constexpr float LoadLeFloat(std::span<const std::uint8_t> b, std::size_t at) {
   return std::bit_cast<float>(LoadLe32(b, at));
 }

@@ -4,8 +4,7 @@
 #include <cstdint>
 #include <ctime>
 
-// Cycles since an arbitrary start that all processes share: 66.5 MHz of monotonic time, so that 66,500 are 1
-// ms.
+// Cycles since an arbitrary start that all processes share. 66.5 MHz of monotonic time: 66,500 cycles are 1 ms.
 std::uint64_t ClockCycles();
 constexpr std::uint64_t CYCLES_PER_SECOND = 66'500'000;
 

@@ -1,6 +1,6 @@
 // The unit's character devices: "/dev/io_interface" (outputs) and "/dev/pwm0" (backlight).
 //
-// On Linux both write into the board's shared object and never block; any other path is opened as a file.
+// On Linux the calls access the board's shared object and never block; any other path is opened as a file.
 #pragma once
 
 #include <cstddef>
@@ -9,10 +9,10 @@
 
 namespace platform {
 
-// Opens a device by its path on the unit. `flags` as for open(). Returns a descriptor above 0, or -1 with
+// Opens a device by its path on the unit; `flags` as for open(). Returns a descriptor above 0, or -1 with
 // errno.
 int OpenDevice(const char* path, int flags);
-// Writes one command. Returns the bytes taken, or -1 with errno: EINVAL for a command of the wrong length or
+// Writes one command. Returns the number of bytes written, or -1 with errno: EINVAL for a wrong length or
 // output.
 ssize_t WriteDevice(int descriptor, const void* data, std::size_t bytes);
 int CloseDevice(int descriptor);

@@ -1,7 +1,7 @@
 // Device registers mapped into the process, under Neutrino's own names.
 //
-// On Linux the registers are emulated: the keypad port answers the column strobes with the rows that the keys
-// held on the front panel pull down, the pad control words are kept, and the counter runs at 32,000 a second.
+// On Linux the registers are emulated: the keypad port returns the rows of the keys held in the columns that
+// are driven low, the pad control words keep their values, and the counter counts 32,000 a second.
 #pragma once
 
 #include <cstddef>
@@ -13,8 +13,8 @@ constexpr std::uintptr_t MAP_DEVICE_FAILED = ~std::uintptr_t{0};
 // Obtains I/O privilege for the calling thread (command _NTO_TCTL_IO, data 0). Returns 0, or -1 with errno.
 int ThreadCtl(int command, void* data);
 
-// Maps `bytes` of device registers at a physical address and returns what in16 and the others take, or
-// MAP_DEVICE_FAILED with errno: ENXIO where no device answers at the address.
+// Maps `bytes` of device registers at a physical address. Returns the base for in16, out16, in32 and out32, or
+// MAP_DEVICE_FAILED with errno: ENXIO when there is no device at the address.
 std::uintptr_t mmap_device_io(std::size_t bytes, std::uint64_t physicalAddress);
 int munmap_device_io(std::uintptr_t base, std::size_t bytes);
 

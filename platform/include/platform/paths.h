@@ -1,4 +1,4 @@
-// Where things stand on this system: the unit's own paths, and the directory of a run.
+// File paths: where the unit's own paths are on this system, and the directory of sockets and names.
 #pragma once
 
 #include <string>
@@ -6,17 +6,18 @@
 
 namespace platform {
 
-// An absolute path of the unit ("/fs/etfs/app/orvik/Boom.png") as this system has it: under $ORVIK_ROOT where
-// that is set, unchanged otherwise.
+// Returns the path on this system of an absolute path of the unit ("/fs/etfs/app/orvik/Boom.png"): under
+// $ORVIK_ROOT when that is set, otherwise unchanged.
 std::string ResolveUnitPath(std::string_view path);
 
 // The directory of sockets and names: $ORVIK_RUNTIME_DIR, else $XDG_RUNTIME_DIR/orvik, else /tmp/orvik-<uid>.
-// Made with mode 0700 where it is missing; empty when it cannot be made or belongs to somebody else. The
-// processes of one unit share it, and it keeps two units on one machine apart.
+// Creates it with mode 0700 when it does not exist. Returns an empty string when it cannot be created or
+// belongs to another user. The processes of one unit share the directory; two units on one machine use two
+// directories.
 std::string RuntimeDirectory();
 
-// Removes from the runtime directory what killed processes left there: sockets, names and shared objects whose
-// owners are gone. Everything that a living process holds stays. May be called at any time.
+// Removes from the runtime directory the sockets, names and shared objects of killed processes. Everything that
+// a living process holds stays. May be called at any time.
 void RemoveRuntimeLeftovers();
 
 }  // namespace platform

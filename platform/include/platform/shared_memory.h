@@ -1,4 +1,4 @@
-// Named shared memory and the eight-byte lock that lives in it.
+// Named shared memory, and the eight-byte lock of the parameter database.
 #pragma once
 
 #include <atomic>
@@ -11,34 +11,35 @@
 
 namespace platform {
 
-// As shm_open: opens or makes the object `name` ("/DBSHM"). Returns a close-on-exec descriptor, or -1 with
-// errno. On Linux the object belongs to the runtime directory, so that two units on one machine do not meet,
-// and to the process that made it: O_CREAT | O_EXCL fails with EEXIST while that process lives and makes the
-// object anew when it is dead.
+// As shm_open: opens or creates the object `name` ("/DBSHM"). Returns a close-on-exec descriptor, or -1 with
+// errno. On Linux each runtime directory has its own objects, so that two units on one machine do not share
+// any. O_CREAT | O_EXCL fails with EEXIST while the process that created the object lives, and creates a new
+// object when that process is dead.
 int OpenSharedObject(const char* name, int flags, mode_t mode);
 // As shm_unlink.
 int UnlinkSharedObject(const char* name);
 
-// The lock of the parameter database: eight bytes at a fixed place of a shared object, no more. It inherits
-// priority and outlives its holder: a process that is killed while holding it never blocks the others.
+// The lock of the parameter database: eight bytes at a fixed place of a shared object. It inherits priority,
+// and a process that is killed while it holds the lock does not block the others.
 struct shared_lock_t {
-  std::atomic<std::uint32_t> owner;  // the implementation's
-  std::atomic<std::uint32_t> slot;   // 1 + the slot that the holder is writing, 0 while it only reads
+  std::atomic<std::uint32_t> owner;  // thread id of the holder and flags of the kernel
+  std::atomic<std::uint32_t> slot;   // 1 + number of the slot that the holder is writing; 0 while it only reads
 };
 static_assert(sizeof(shared_lock_t) == 8);
 
-// Makes a lock in zeroed or reused memory. Called once, before any other process can see the object.
+// Initialises a lock. Called once, before another process can see the object.
 void InitSharedLock(shared_lock_t& lock);
 
-// Takes the lock, waiting for it. Returns the slot that a holder which died was writing, if any: its value may
-// be half written and the caller must make it invalid. Not recursive. A thread holds one such lock at a time.
+// Waits for the lock and takes it. Returns the slot that the last holder was writing when it died, if it did:
+// the slot may be half written, and the caller must make its value not valid. Not recursive. A thread may hold
+// one such lock at a time.
 [[nodiscard]] std::optional<std::uint32_t> LockShared(shared_lock_t& lock);
-// Says which slot the holder is about to write; the lock must be held.
+// Marks the slot that the holder is about to write. The caller holds the lock.
 inline void MarkSlot(shared_lock_t& lock, std::uint32_t slot) {
   lock.slot.store(slot + 1, std::memory_order_relaxed);
-  std::atomic_signal_fence(std::memory_order_seq_cst);  // no byte of the slot is written before its mark
+  std::atomic_signal_fence(std::memory_order_seq_cst);  // the compiler must not write the slot before its mark
 }
-// Gives the lock back and clears the mark.
+// Clears the mark and releases the lock.
 void UnlockShared(shared_lock_t& lock);
 
 }  // namespace platform

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::uint16_t ROW_MASK = 0x000F;
 
-// Where each front key closes the matrix.
+// The column and row of each front key in the matrix.
 struct key_place_t {
   std::uint16_t column;  // bit of the data register
   std::uint16_t row;
@@ -38,7 +38,7 @@ board_state_t* Map(int object) {
   return memory != MAP_FAILED ? static_cast<board_state_t*>(memory) : nullptr;
 }
 
-board_state_t* MakeBoard() {
+board_state_t* CreateBoard() {
   const Descriptor object =
       Descriptor::Adopt(OpenSharedObject(BOARD_OBJECT_NAME, O_RDWR | O_CREAT | O_EXCL, 0600));
   if (!object || ftruncate(object.Get(), sizeof(board_state_t)) != 0) return nullptr;
@@ -67,7 +67,7 @@ board_state_t* OpenBoard() {
 }  // namespace
 
 BoardMapping::BoardMapping(role_t role)
-    : state_(role == role_t::OWNER ? MakeBoard() : OpenBoard()),
+    : state_(role == role_t::OWNER ? CreateBoard() : OpenBoard()),
       owner_(role == role_t::OWNER && state_ != nullptr) {}
 
 BoardMapping::~BoardMapping() {

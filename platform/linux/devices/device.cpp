@@ -66,22 +66,22 @@ std::optional<device_t> DeviceAt(std::string_view path) {
   return std::nullopt;
 }
 
-// Callers take 0 for a failure.
-int AboveZero(int descriptor) {
+// Callers treat descriptor 0 as a failure.
+int MoveAboveZero(int descriptor) {
   if (descriptor != 0) return descriptor;
   const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, 1);
   close(descriptor);
   return moved;
 }
 
-// The number is a real descriptor's, so that it cannot meet another one.
+// Opens /dev/null for the number, so that no other open file gets the same one.
 int OpenEmulated(device_t kind, int flags) {
   auto board = std::make_shared<BoardMapping>(BoardMapping::role_t::USER);
   if (board->Get() == nullptr) {
     errno = ENOENT;
     return -1;
   }
-  const int number = AboveZero(open("/dev/null", O_RDWR | O_CLOEXEC));
+  const int number = MoveAboveZero(open("/dev/null", O_RDWR | O_CLOEXEC));
   if (number < 0) return -1;
   open_devices_t& devices = Devices();
   const std::lock_guard guard(devices.mutex);
@@ -93,8 +93,8 @@ void Count(board_word_t& word) {
   word.fetch_add(1, std::memory_order_relaxed);
 }
 
-// Stores a value and counts it when it is another one than before.
-void Set(board_word_t& word, board_word_t& changes, std::uint32_t value) {
+// Stores a value and counts a change.
+void StoreCounted(board_word_t& word, board_word_t& changes, std::uint32_t value) {
   if (word.exchange(value, std::memory_order_relaxed) != value) Count(changes);
 }
 
@@ -114,7 +114,7 @@ ssize_t WriteOutput(board_state_t& board, std::span<const std::uint8_t> command)
     return -1;
   }
   Count(board.outputWrites);
-  Set(board.beeperValue, board.beeperChanges, *value);
+  StoreCounted(board.beeperValue, board.beeperChanges, *value);
   return static_cast<ssize_t>(command.size());
 }
 
@@ -139,7 +139,7 @@ int ControlPwm(board_state_t& board, int command, const void* data, std::size_t 
     std::uint32_t value = 1;
     if (bytes > 0) std::memcpy(&value, data, sizeof value);
     Count(board.pwmCommands);
-    Set(board.*known.word, board.pwmChanges, value);
+    StoreCounted(board.*known.word, board.pwmChanges, value);
     return 0;
   }
   Count(board.pwmRefused);
@@ -154,7 +154,7 @@ bool MayWrite(int flags) {
 
 int OpenDevice(const char* path, int flags) {
   if (const auto kind = DeviceAt(path)) return OpenEmulated(*kind, flags);
-  return AboveZero(open(ResolveUnitPath(path).c_str(), flags | O_CLOEXEC));
+  return MoveAboveZero(open(ResolveUnitPath(path).c_str(), flags | O_CLOEXEC));
 }
 
 ssize_t WriteDevice(int descriptor, const void* data, std::size_t bytes) {

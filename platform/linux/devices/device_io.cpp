@@ -15,11 +15,11 @@ namespace {
 
 constexpr std::uint16_t ROW_MASK = 0x000F;
 
-// What stands at the physical addresses. A mapping's base is the physical address itself.
+// A range of registers. The base of its mapping is the physical address itself.
 struct region_t {
   std::uintptr_t base;
   std::size_t bytes;
-  bool isOnBoard;  // its registers are the board object's
+  bool isOnBoard;  // its registers are words of the board object
 };
 constexpr std::uintptr_t KEYPAD = 0x43FA'8000;
 constexpr std::uintptr_t PADS = 0x43FA'C060;
@@ -47,7 +47,8 @@ const region_t* FindRegion(std::uint64_t address, std::size_t bytes) {
   return nullptr;
 }
 
-// Maps the board, again where it has been made anew since. Old mappings stay: a thread may be using one.
+// Maps the board object, and maps it again when the board service has created a new one. Old mappings stay,
+// because a thread may be using one.
 bool MapBoard() {
   static std::mutex mutex;
   static auto& mappings = *new std::vector<std::unique_ptr<BoardMapping>>;  // guarded by mutex
@@ -89,7 +90,7 @@ board_word_t* PadRegister(board_state_t& state, std::uintptr_t address) {
   return &state.padControl[offset / 4];
 }
 
-// What is driven reads as written; a row that is an input reads what the keys held make of it.
+// An output bit reads as written; a row bit that is an input shows the keys held.
 std::uint16_t ReadKeypadData(const board_state_t& state) {
   const auto direction = static_cast<std::uint16_t>(state.keypadDirection.load(std::memory_order_relaxed));
   const auto data = static_cast<std::uint16_t>(state.keypadData.load(std::memory_order_relaxed));

@@ -1,10 +1,10 @@
-// The eight-byte lock. Word 0 is a priority-inheriting futex: the holder's thread id and the kernel's flags.
+// The eight-byte lock. Word 0 is a priority-inheriting futex: the holder's thread id and flags of the kernel.
 //
-// A free lock is taken and given back without the kernel, by one compare-and-exchange each. That the holder's
-// death is seen in the same moment, and not taken for the life of a later thread with the same id, is the work
-// of the kernel's robust list: from before it takes the lock until after it has given it back, a thread names
-// the lock as the operation that its list has pending. Where a system has no such list, the kernel still
-// refuses to wait for a thread that does not exist.
+// A free lock is taken and released by one compare-and-exchange each, without a system call. The kernel's
+// robust list detects the death of a holder: from before a thread takes the lock until after it has released
+// it, the lock is the pending operation of the thread's list, and the kernel marks the lock when the thread
+// dies. A later thread with the same id is therefore not mistaken for the holder. On a system without robust
+// lists the kernel still refuses to wait for a thread that does not exist.
 #include <bit>
 #include <cerrno>
 #include <fstream>
@@ -23,7 +23,8 @@
 #endif
 #if defined(__SANITIZE_THREAD__) || __has_feature(thread_sanitizer)
 #include <sanitizer/tsan_interface.h>
-// Hand-overs go through the kernel, where ThreadSanitizer cannot see them; it is told of each.
+// The kernel passes the lock from one process to another, which ThreadSanitizer cannot see; these calls tell
+// it.
 static void NoteAcquired(void* lock) {
   __tsan_acquire(lock);
 }
@@ -45,14 +46,14 @@ robust_list_head* AskForRobustList() {
   return head;
 }
 
-// The C library's list head of the calling thread; the same address in a forked child. Null where there is
-// none.
+// The robust list head that the C library has registered for the calling thread; null when there is none. A
+// forked child has it at the same address.
 robust_list_head* RobustList() {
   thread_local robust_list_head* const head = AskForRobustList();
   return head;
 }
 
-// Tells the kernel which lock the calling thread is about to take, holds, or is giving back.
+// Names the lock that the calling thread takes, holds or releases as the pending operation of its robust list.
 void SetPending(const shared_lock_t* lock) {
   robust_list_head* const head = RobustList();
   if (head == nullptr) return;
@@ -61,7 +62,7 @@ void SetPending(const shared_lock_t* lock) {
     entry = reinterpret_cast<std::uintptr_t>(&lock->owner) - static_cast<std::uintptr_t>(head->futex_offset);
     entry |= 1U;  // a priority-inheriting futex
   }
-  // Only the kernel reads it, after the thread's death: what counts is the order of the instructions.
+  // Only the kernel reads the word, after the thread's death, so the order of the instructions is enough.
   std::atomic_signal_fence(std::memory_order_seq_cst);
   std::atomic_ref(head->list_op_pending).store(std::bit_cast<robust_list*>(entry), std::memory_order_relaxed);
   std::atomic_signal_fence(std::memory_order_seq_cst);
@@ -71,7 +72,7 @@ int Futex(std::atomic<std::uint32_t>& word, int operation) {
   return static_cast<int>(syscall(SYS_futex, &word, operation, 0, nullptr, nullptr, 0));
 }
 
-// A process that has ended and was not yet waited for still has an entry, in state Z.
+// A dead process that its parent has not waited for still exists, in state Z.
 bool IsThreadGone(std::uint32_t tid) {
   if (syscall(SYS_tkill, tid, 0) != 0 && errno == ESRCH) return true;
   std::ifstream status("/proc/" + std::to_string(tid) + "/stat");
@@ -82,20 +83,20 @@ bool IsThreadGone(std::uint32_t tid) {
          (line[name + 2] == 'Z' || line[name + 2] == 'X');
 }
 
-// Takes the lock from a holder that died without the kernel marking it.
+// Takes the lock from a dead holder whose death the kernel has not marked.
 bool TakeFromDead(shared_lock_t& lock, std::uint32_t self) {
   std::uint32_t word = lock.owner.load(std::memory_order_relaxed);
   const std::uint32_t holder = word & FUTEX_TID_MASK;
-  // A thread never waits for itself: its own id there is that of a dead thread that had it before.
+  // A thread never waits for itself, so its own id is that of a dead thread which had the same id.
   if (holder == 0 || (holder != self && !IsThreadGone(holder))) return false;
   const std::uint32_t taken = self | (word & FUTEX_WAITERS);
   return lock.owner.compare_exchange_strong(word, taken, std::memory_order_acquire);
 }
 
-// Waits in the kernel until the lock is ours. Returns whether its last holder died.
+// Waits in the kernel until the calling thread holds the lock. Returns whether its last holder died.
 bool LockInKernel(shared_lock_t& lock, std::uint32_t self) {
   while (Futex(lock.owner, FUTEX_LOCK_PI) != 0) {
-    // EINTR, EAGAIN (the holder is just dying) and EINVAL (the word changed meanwhile) pass by themselves.
+    // EINTR, EAGAIN (the holder is dying) and EINVAL (the word has changed) are temporary: try again.
     if ((errno == ESRCH || errno == EDEADLK) && TakeFromDead(lock, self)) return true;
     if (errno != EINTR) sched_yield();
   }
@@ -118,14 +119,15 @@ std::optional<std::uint32_t> LockShared(shared_lock_t& lock) {
   const bool recovered =
       !lock.owner.compare_exchange_strong(word, self, std::memory_order_acquire) && LockInKernel(lock, self);
   NoteAcquired(&lock);
-  // The mark stays until the lock is given back: should this holder die too, the next one must know as well.
+  // The mark stays until the lock is released: if this holder dies too, the next one must get it as well.
   const std::uint32_t mark = recovered ? lock.slot.load(std::memory_order_relaxed) : 0;
   if (mark == 0) return std::nullopt;
   return mark - 1;
 }
 
 void UnlockShared(shared_lock_t& lock) {
-  std::atomic_signal_fence(std::memory_order_seq_cst);  // what was written is whole before the mark goes
+  // The compiler must not clear the mark before the slot is written.
+  std::atomic_signal_fence(std::memory_order_seq_cst);
   lock.slot.store(0, std::memory_order_relaxed);
   NoteReleased(&lock);
   auto word = static_cast<std::uint32_t>(CurrentThreadId());

@@ -24,7 +24,7 @@
 namespace platform {
 namespace {
 
-// An object that this process made and holds.
+// An object that this process created and holds.
 struct own_object_t {
   ClaimFile claim;
   std::string systemName;
@@ -46,7 +46,7 @@ own_objects_t& Own() {
   return TablesOfThisProcess<own_objects_t, RemoveOwnObjects>();
 }
 
-// Memory is not the process's and would stay.
+// Called at exit: shared memory outlives its process.
 void RemoveOwnObjects() {
   own_objects_t& own = Own();
   const std::lock_guard guard(own.mutex);
@@ -54,7 +54,7 @@ void RemoveOwnObjects() {
   own.byPath.clear();
 }
 
-// FNV-1a. All that matters is that two runtime directories of one machine differ.
+// FNV-1a. Only has to differ between the runtime directories of one machine.
 std::uint64_t HashOf(std::string_view text) {
   std::uint64_t hash = 0xCBF2'9CE4'8422'2325U;
   for (const char character : text) hash = (hash ^ static_cast<unsigned char>(character)) * 0x100'0000'01B3U;
@@ -67,7 +67,7 @@ std::string CanonicalRuntimeDirectory() {
   return canonical != nullptr ? canonical.get() : directory;
 }
 
-// The name in the machine's one space of shared objects.
+// The object's name in the machine's shared memory, which all runtime directories share.
 std::string SystemName(std::string_view escapedName) {
   std::ostringstream name;
   name << "/orvik-" << std::hex << std::setw(16) << std::setfill('0') << HashOf(CanonicalRuntimeDirectory())
@@ -79,7 +79,7 @@ std::string EscapedName(const char* name) {
   return EscapeFileName(*name == '/' ? name + 1 : name);
 }
 
-std::string ClaimPath(const char* name) {
+std::string ObjectClaimPath(const char* name) {
   return RuntimeFile(SHARED_PREFIX, EscapedName(name));
 }
 
@@ -87,9 +87,9 @@ int OpenByName(const char* name, int flags, mode_t mode) {
   return shm_open(SystemName(EscapedName(name)).c_str(), flags | O_CLOEXEC, mode);
 }
 
-// Made exclusively: an object whose maker is dead is not in the way, whatever it holds.
-int MakeExclusively(const char* name, int flags, mode_t mode) {
-  auto claim = ClaimFile::Take(ClaimPath(name), std::to_string(getpid()));
+// Replaces an object whose creator is dead.
+int CreateExclusively(const char* name, int flags, mode_t mode) {
+  auto claim = ClaimFile::Take(ObjectClaimPath(name), std::to_string(getpid()));
   if (!claim) return -1;
   RemoveSharedMemory(EscapedName(name));
   const int descriptor = OpenByName(name, flags, mode);
@@ -99,7 +99,8 @@ int MakeExclusively(const char* name, int flags, mode_t mode) {
   }
   own_objects_t& own = Own();
   const std::lock_guard guard(own.mutex);
-  own.byPath.insert_or_assign(ClaimPath(name), own_object_t{std::move(*claim), SystemName(EscapedName(name))});
+  own.byPath.insert_or_assign(ObjectClaimPath(name),
+                              own_object_t{std::move(*claim), SystemName(EscapedName(name))});
   return descriptor;
 }
 
@@ -112,16 +113,16 @@ void RemoveSharedMemory(std::string_view escapedName) {
 void RemoveOwnSharedObject(const char* name) {
   own_objects_t& own = Own();
   const std::lock_guard guard(own.mutex);
-  auto object = own.byPath.extract(ClaimPath(name));
+  auto object = own.byPath.extract(ObjectClaimPath(name));
   if (!object.empty()) object.mapped().Remove();
 }
 
 int OpenSharedObject(const char* name, int flags, mode_t mode) {
   if (RuntimeDirectory().empty()) return -1;
   if ((flags & O_CREAT) == 0) return OpenByName(name, flags, mode);
-  if ((flags & O_EXCL) != 0) return MakeExclusively(name, flags, mode);
+  if ((flags & O_EXCL) != 0) return CreateExclusively(name, flags, mode);
   const int existing = OpenByName(name, flags & ~O_CREAT, mode);
-  return existing >= 0 || errno != ENOENT ? existing : MakeExclusively(name, flags | O_EXCL, mode);
+  return existing >= 0 || errno != ENOENT ? existing : CreateExclusively(name, flags | O_EXCL, mode);
 }
 
 int UnlinkSharedObject(const char* name) {
@@ -131,10 +132,10 @@ int UnlinkSharedObject(const char* name) {
   {
     own_objects_t& own = Own();
     const std::lock_guard guard(own.mutex);
-    auto object = own.byPath.extract(ClaimPath(name));
+    auto object = own.byPath.extract(ObjectClaimPath(name));
     if (!object.empty()) object.mapped().claim.Release();
   }
-  ClaimFile::RemoveIfAbandoned(ClaimPath(name), [] {});
+  ClaimFile::RemoveIfAbandoned(ObjectClaimPath(name), [] {});
   errno = error;
   return result;
 }

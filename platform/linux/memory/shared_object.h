@@ -1,13 +1,13 @@
-// The shared objects behind OpenSharedObject.
+// Removing the shared objects that OpenSharedObject creates.
 #pragma once
 
 #include <string_view>
 
 namespace platform {
 
-// Removes the memory of an object; `escapedName` is the name as the claim file of the object carries it.
+// Removes the memory of an object; `escapedName` is the name part of its claim file.
 void RemoveSharedMemory(std::string_view escapedName);
-// Removes an object if this process made it and nobody has removed it since.
+// Removes an object and its claim if this process created it and it still exists.
 void RemoveOwnSharedObject(const char* name);
 
 }  // namespace platform

@@ -16,7 +16,7 @@ namespace platform {
 namespace {
 
 constexpr int EVENT_BATCH = 16;
-// A client that never stops sending pulses must not keep new arrivals from being seen.
+// So that a client that sends pulses without end cannot keep others from being read.
 constexpr int READS_BETWEEN_POLLS = 16;
 constexpr int SEND_BUFFER = 1 << 20;
 
@@ -42,15 +42,11 @@ void CopyPulse(const _pulse& pulse, void* msg, std::size_t bytes) {
   if (const std::size_t size = std::min(bytes, sizeof pulse); size > 0) std::memcpy(msg, &pulse, size);
 }
 
-void FillInfo(_msg_info& info, const incoming_t& incoming, const request_header_t& header) {
-  info = {};
-  info.pid = incoming.pid;
-  info.tid = header.tid;
-  info.scoid = incoming.scoid.load(std::memory_order_relaxed);
-  info.coid = header.coid;
-  info.srcmsglen = static_cast<std::int32_t>(header.bytes);
-  info.dstmsglen = static_cast<std::int32_t>(header.room);
-  info.priority = static_cast<std::int16_t>(header.code);
+// Notes what the reply needs, and returns the receive id.
+int AcceptMessage(incoming_t& incoming, const request_header_t& header) {
+  incoming.sequence.store(header.sequence, std::memory_order_relaxed);
+  incoming.room.store(header.room, std::memory_order_relaxed);
+  return OweReply(incoming);
 }
 
 }  // namespace
@@ -86,7 +82,7 @@ int Channel::Receive(void* msg, std::size_t bytes, _msg_info* info) {
     incoming_t* incoming = NextReady();
     if (incoming == nullptr) continue;
     int rcvid = 0;
-    if (Read(incoming, msg, bytes, info, rcvid) != outcome_t::NOTHING) return rcvid;
+    if (Read(incoming, msg, bytes, info, rcvid) != read_result_t::NOTHING) return rcvid;
   }
   errno = ESRCH;
   return -1;
@@ -101,8 +97,8 @@ incoming_t* Channel::NextReady() {
   return PopReady();
 }
 
-// Edge-triggered: a socket is reported once for what arrives and then stays in our own list until it is empty.
-// Reported again and again, as level-triggered events are, busy sockets would be served out of order.
+// Events are edge-triggered: a socket is reported once and stays in the ready list until it is empty. With
+// level-triggered events, busy sockets would be reported again and served out of order.
 void Channel::FetchEvents(int timeout_ms) {
   readsSincePoll_ = 0;
   std::array<epoll_event, EVENT_BATCH> events;
@@ -133,7 +129,7 @@ bool Channel::AcceptOne() {
   const int socket = incoming->socket.Get();
   setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &SEND_BUFFER, sizeof SEND_BUFFER);
   incoming->pid = PeerProcess(socket);
-  if (!EnterIncoming(incoming)) return true;  // refused: its sender sees the end of the connection
+  if (!EnterIncoming(incoming)) return true;  // the table is full; the client sees the end of the connection
   if (!Watch(socket, EPOLLIN | EPOLLRDHUP | EPOLLET, incoming.get())) {
     LeaveIncoming(*incoming);
     return true;
@@ -142,7 +138,7 @@ bool Channel::AcceptOne() {
   return true;
 }
 
-// A client that waits in the queue for ever is worse than one that is turned away.
+// Closes one waiting client, which would otherwise wait in the listening queue until a descriptor is free.
 void Channel::RefuseOne() {
   reserve_.Close();
   Descriptor::Make([this] { return accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC); });
@@ -165,38 +161,46 @@ incoming_t* Channel::PopReady() {
   return incoming;
 }
 
-Channel::outcome_t Channel::Read(incoming_t* incoming, void* msg, std::size_t bytes, _msg_info* info,
-                                 int& rcvid) {
+Channel::read_result_t Channel::Read(incoming_t* incoming, void* msg, std::size_t bytes, _msg_info* info,
+                                     int& rcvid) {
   request_header_t header{};
   const received_t received =
       ReceiveRecord(incoming->socket.Get(), &header, sizeof header, msg, bytes, MSG_DONTWAIT);
   if (received.length < 0 && (errno == EAGAIN || errno == EINTR)) {
     if (errno == EINTR) PushReady(incoming);
-    return outcome_t::NOTHING;
+    return read_result_t::NOTHING;
   }
   if (received.length <= 0 || !IsWellFormed(*incoming, header, received.copied, bytes)) {
     Remove(incoming);
-    return outcome_t::NOTHING;
+    return read_result_t::NOTHING;
   }
   if (incoming->scoid.load(std::memory_order_relaxed) == 0) Identify(*incoming, header);
-  // After a message its sender waits for the reply, and whatever comes next is reported as new. All else may
-  // have more behind it.
+  // The sender of a message waits for the reply, so the socket has no other record. After any other record it
+  // may have.
   if (header.kind != packet_kind_t::MESSAGE || incoming->hungUp) PushReady(incoming);
-  if (header.kind == packet_kind_t::HELLO) return outcome_t::NOTHING;
+  if (header.kind == packet_kind_t::HELLO) return read_result_t::NOTHING;
   if (header.kind == packet_kind_t::PULSE) {
-    CopyPulse(MakePulse(header.code, header.value, incoming->scoid.load(std::memory_order_relaxed)), msg,
-              bytes);
-    return outcome_t::PULSE;
+    const int scoid = incoming->scoid.load(std::memory_order_relaxed);
+    CopyPulse(MakePulse(header.code, header.value, scoid), msg, bytes);
+    return read_result_t::PULSE;
   }
-  if (info != nullptr) {
-    FillInfo(*info, *incoming, header);
-    info->chid = chid_;
-    info->msglen = static_cast<std::int32_t>(received.copied);
-  }
-  incoming->sequence.store(header.sequence, std::memory_order_relaxed);
-  incoming->room.store(header.room, std::memory_order_relaxed);
-  rcvid = OweReply(*incoming);
-  return outcome_t::MESSAGE;
+  if (info != nullptr) FillInfo(*info, *incoming, header, received.copied);
+  rcvid = AcceptMessage(*incoming, header);
+  return read_result_t::MESSAGE;
+}
+
+void Channel::FillInfo(_msg_info& info, const incoming_t& incoming, const request_header_t& header,
+                       std::size_t copied) const {
+  info = {};
+  info.pid = incoming.pid;
+  info.tid = header.tid;
+  info.chid = chid_;
+  info.scoid = incoming.scoid.load(std::memory_order_relaxed);
+  info.coid = header.coid;
+  info.msglen = static_cast<std::int32_t>(copied);
+  info.srcmsglen = static_cast<std::int32_t>(header.bytes);
+  info.dstmsglen = static_cast<std::int32_t>(header.room);
+  info.priority = static_cast<std::int16_t>(header.code);
 }
 
 bool Channel::IsWellFormed(const incoming_t& incoming, const request_header_t& header, std::size_t copied,
@@ -214,7 +218,7 @@ bool Channel::IsWellFormed(const incoming_t& incoming, const request_header_t& h
 
 void Channel::Identify(incoming_t& incoming, const request_header_t& header) {
   incoming.client = clients_.try_emplace({incoming.pid, header.coid}).first;
-  client_t& client = incoming.client->second;
+  channel_client_t& client = incoming.client->second;
   if (client.scoid == 0) client.scoid = NewScoid();
   ++client.sockets;
   incoming.scoid.store(client.scoid, std::memory_order_relaxed);
@@ -224,7 +228,8 @@ void Channel::Remove(incoming_t* incoming) {
   const auto owner = incoming_.find(incoming);
   const int scoid = incoming->scoid.load(std::memory_order_relaxed);
   const std::uint32_t owed = incoming->owed.load(std::memory_order_acquire);
-  // By hand, and shut down: a copy of the descriptor in a child would keep both the watch and the peer's hope.
+  // Explicit removal and shutdown: a copy of the descriptor in a forked child would keep the socket watched and
+  // open, and the peer would not see end of file.
   epoll_ctl(events_.Get(), EPOLL_CTL_DEL, incoming->socket.Get(), nullptr);
   shutdown(incoming->socket.Get(), SHUT_RDWR);
   LeaveIncoming(*incoming);

@@ -22,11 +22,11 @@ namespace platform {
 namespace {
 
 constexpr int LAST_COID = 0x00FF'FFFF;
-constexpr int DEFAULT_PRIORITY = 10;  // Neutrino's, which a thread without real-time scheduling reports
+constexpr int DEFAULT_PRIORITY = 10;  // of a thread without real-time scheduling, as on Neutrino
 
 struct connection_t {
   std::shared_ptr<Receiver> receiver;
-  std::shared_ptr<Outgoing> anchor;  // stands for the connection as a whole, whichever threads use it
+  std::shared_ptr<Outgoing> anchor;  // represents the connection as a whole
   std::vector<std::shared_ptr<Outgoing>> sockets;
 };
 
@@ -66,7 +66,8 @@ class ThreadSockets {
 };
 
 thread_local ThreadSockets threadSockets;
-thread_local bool threadHasEnded = false;  // outlives threadSockets; other objects' destructors may still send
+// Set when threadSockets is destroyed. Destructors that run later on the thread may still send.
+thread_local bool threadHasEnded = false;
 
 ThreadSockets::~ThreadSockets() {
   threadHasEnded = true;
@@ -79,21 +80,21 @@ ThreadSockets::~ThreadSockets() {
   }
 }
 
-// A forked child starts with no connection, as it does on Neutrino. What its parent had stays where it is,
-// referred to and not used: other threads of the parent may have been in the middle of it.
-void StartAfresh() {
+// A forked child starts without connections, as on Neutrino. The parent's tables are kept and not used, because
+// other threads of the parent may have been changing them during the fork.
+void ResetInChild() {
   struct parent_t {
     send_tables_t* tables;
     std::vector<std::shared_ptr<Outgoing>> sockets;
   };
-  static std::vector<parent_t>& ofTheParent = *new std::vector<parent_t>;
-  ofTheParent.push_back({TablesPointer(), threadSockets.TakeAll()});
+  static std::vector<parent_t>& ofParents = *new std::vector<parent_t>;
+  ofParents.push_back({TablesPointer(), threadSockets.TakeAll()});
   TablesPointer() = new send_tables_t;
 }
 
 send_tables_t*& TablesPointer() {
   static send_tables_t* tables = [] {
-    AtForkInChild(StartAfresh);
+    AtForkInChild(ResetInChild);
     return new send_tables_t;
   }();
   return tables;
@@ -118,34 +119,45 @@ std::shared_ptr<Outgoing> FindAnchor(int coid) {
   return found != tables.connections.end() ? found->second.anchor : nullptr;
 }
 
-// Makes the calling thread's socket of a connection. Null with errno.
+// Connects to the receiver's channel. A full listening queue is tried again while the receiver lives, if `mode`
+// allows waiting. No descriptor with errno.
+Descriptor ConnectToReceiver(const Receiver& receiver, connect_t mode) {
+  for (;;) {
+    Descriptor socket = ConnectToChannelSocket(receiver.Pid(), receiver.Chid(), mode);
+    if (socket || errno != EAGAIN || mode == connect_t::DO_NOT_WAIT) return socket;
+    if (!receiver.IsGone()) continue;
+    errno = ESRCH;
+    return {};
+  }
+}
+
+// Adds the calling thread's new socket to the tables. Null with EBADF when the connection has been closed
+// meanwhile.
+std::shared_ptr<Outgoing> EnterOutgoing(std::shared_ptr<Outgoing> outgoing) {
+  send_tables_t& tables = Tables();
+  const std::lock_guard guard(tables.mutex);
+  const auto found = tables.connections.find(outgoing->Coid());
+  if (found == tables.connections.end()) {
+    errno = EBADF;
+    return nullptr;
+  }
+  // The list of a thread at its end is gone already, and nothing would remove the socket from the tables later.
+  if (threadHasEnded) return outgoing;
+  found->second.sockets.push_back(outgoing);
+  threadSockets.Add(outgoing);
+  return outgoing;
+}
+
+// Creates the calling thread's socket of a connection. Null with errno.
 std::shared_ptr<Outgoing> OpenOutgoing(int coid, connect_t mode) {
   const std::shared_ptr<Receiver> receiver = FindReceiver(coid);
   if (receiver == nullptr || receiver->IsGone()) {
     errno = receiver == nullptr ? EBADF : ESRCH;
     return nullptr;
   }
-  Descriptor socket;
-  do {
-    socket = ConnectToChannelSocket(receiver->Pid(), receiver->Chid(), mode);
-  } while (!socket && errno == EAGAIN && mode == connect_t::WAIT && !receiver->IsGone());
-  if (!socket) {
-    if (errno == EAGAIN && mode == connect_t::WAIT) errno = ESRCH;
-    return nullptr;
-  }
-  auto outgoing = std::make_shared<Outgoing>(coid, receiver, std::move(socket));
-  send_tables_t& tables = Tables();
-  const std::lock_guard guard(tables.mutex);
-  const auto found = tables.connections.find(coid);
-  if (found == tables.connections.end()) {
-    errno = EBADF;
-    return nullptr;
-  }
-  // A thread that is at its end has nowhere to keep its socket, and nothing would take it off the list.
-  if (threadHasEnded) return outgoing;
-  found->second.sockets.push_back(outgoing);
-  threadSockets.Add(outgoing);
-  return outgoing;
+  Descriptor socket = ConnectToReceiver(*receiver, mode);
+  if (!socket) return nullptr;
+  return EnterOutgoing(std::make_shared<Outgoing>(coid, receiver, std::move(socket)));
 }
 
 // Runs `use` on the calling thread's socket of the connection.
@@ -167,7 +179,7 @@ int SendHello(int socket, int coid) {
   return SendRecord(socket, &header, sizeof header, nullptr, 0, MSG_DONTWAIT);
 }
 
-// A number that no connection has; the tables' mutex is held.
+// An unused connection id. The caller holds the tables' mutex.
 int NewCoid(send_tables_t& tables, unsigned index) {
   int coid = 0;
   do {
@@ -190,7 +202,7 @@ Receiver::Receiver(pid_t pid, int chid)
       process_(Descriptor::Make([pid] { return static_cast<int>(syscall(SYS_pidfd_open, pid, 0)); })) {}
 
 bool Receiver::IsProcessGone() const {
-  if (!process_) return kill(pid_, 0) != 0 && errno == ESRCH;  // a system without process descriptors
+  if (!process_) return kill(pid_, 0) != 0 && errno == ESRCH;  // the system has no process descriptors
   pollfd process = {process_.Get(), POLLIN, 0};
   return poll(&process, 1, 0) > 0;
 }
@@ -212,7 +224,7 @@ int Outgoing::Fail(int error) {
   return FailWith(error);
 }
 
-// Blocks while the receiver's side is full of what it has not read yet.
+// Blocks while the receiver's socket buffer is full.
 int Outgoing::SendAll(const request_header_t& header, const void* body, std::size_t bytes) {
   while (SendRecord(socket_.Get(), &header, sizeof header, body, bytes, 0) != 0) {
     if (errno == EINTR) continue;
@@ -232,10 +244,10 @@ long Outgoing::AwaitReply(void* rmsg, std::size_t rbytes) {
       if (errno == EINTR) continue;
       if (errno != EAGAIN) return Fail(errno);
       if (flags != 0) return Fail(ECONNRESET);
-      if (receiver_->IsGone()) flags = MSG_DONTWAIT;  // one more look: it may have answered before it went
+      if (receiver_->IsGone()) flags = MSG_DONTWAIT;  // read once more: it may have replied before it died
       continue;
     }
-    if (header.sequence != sequence_) continue;  // answers a message that nobody waits for any more
+    if (header.sequence != sequence_) continue;  // the reply to an earlier message, whose wait has ended
     if (header.error != 0) return FailWith(header.error);
     return static_cast<long>(header.status);
   }
@@ -318,8 +330,8 @@ int MsgSendPulse(int coid, int /*priority*/, int code, int value) {
   const int sent =
       WithSocket(coid, connect_t::DO_NOT_WAIT, [&](Outgoing& socket) { return socket.Pulse(code, value); });
   if (sent == 0 || errno != ESRCH) return sent;
-  // Somebody may have removed the channel's socket file, so that a thread's first pulse finds no way of its
-  // own.
+  // The thread's first pulse fails when the channel's socket file has been removed. The anchor does not need
+  // the file.
   const std::shared_ptr<Outgoing> anchor = FindAnchor(coid);
   return anchor != nullptr ? anchor->Pulse(code, value) : FailWith(ESRCH);
 }

@@ -1,4 +1,4 @@
-// The sending side: connections, and one socket of each for every thread that uses it.
+// The sending side of messages: connections, and the socket that each thread has for each connection.
 #pragma once
 
 #include <atomic>
@@ -13,7 +13,8 @@
 
 namespace platform {
 
-// The other end's process: known to be gone even while some child of it still holds its sockets.
+// The process and channel at the other end of a connection. Detects the death of the process even while a child
+// of it holds a copy of its sockets.
 class Receiver {
  public:
   Receiver(pid_t pid, int chid);
@@ -37,9 +38,10 @@ class Outgoing {
   Outgoing(int coid, std::shared_ptr<Receiver> receiver, Descriptor socket)
       : coid_(coid), receiver_(std::move(receiver)), socket_(std::move(socket)) {}
 
+  // As MsgSend and MsgSendPulse, over this socket.
   long RoundTrip(const void* smsg, std::size_t sbytes, void* rmsg, std::size_t rbytes);
   int Pulse(int code, int value);
-  // Wakes the thread that waits for a reply, if one does, and closes the socket. Any thread.
+  // Wakes a thread that waits for a reply, and closes the socket. Any thread.
   void Close();
   bool IsClosed() const { return closed_.load(std::memory_order_relaxed); }
   int Coid() const { return coid_; }
@@ -53,7 +55,7 @@ class Outgoing {
   const int coid_;
   const std::shared_ptr<Receiver> receiver_;
   std::atomic<bool> closed_ = false;
-  std::mutex use_;  // held over a round trip; guards what follows
+  std::mutex use_;  // guards the rest; held during a round trip
   Descriptor socket_;
   std::uint32_t sequence_ = 0;
 };

@@ -24,12 +24,12 @@ bool IsProcessGone(std::string_view channelFile) {
   return pid > 0 && kill(pid, 0) != 0 && errno == ESRCH;
 }
 
-// A living process of the same id may be another one than the socket's.
+// The process with this id may be another one than the socket's owner, so the socket is tried too.
 void CleanChannel(const std::string& path, std::string_view rest) {
   if (IsProcessGone(rest) || !IsSocketServed(path)) unlink(path.c_str());
 }
 
-// It has this name for a moment only, in which it is not yet served.
+// A socket has this name only before it listens, so it cannot be tried.
 void CleanUnfinishedChannel(const std::string& path, std::string_view rest) {
   if (IsProcessGone(rest)) unlink(path.c_str());
 }

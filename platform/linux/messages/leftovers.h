@@ -1,9 +1,9 @@
-// Removing what killed processes left in the runtime directory.
+// Removing the files of killed processes from the runtime directory.
 #pragma once
 
 namespace platform {
 
-// RemoveRuntimeLeftovers, the first time that this process makes a channel.
+// Calls RemoveRuntimeLeftovers (platform/paths.h) the first time that it is called in this process.
 void RemoveRuntimeLeftoversOnce();
 
 }  // namespace platform

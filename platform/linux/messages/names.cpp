@@ -19,7 +19,7 @@ namespace platform {
 namespace {
 
 struct attached_t {
-  std::unique_ptr<name_attach_t> attach;  // what the caller has
+  std::unique_ptr<name_attach_t> attach;  // the caller's handle
   ClaimFile claim;
 };
 
@@ -72,7 +72,7 @@ std::optional<attached_t> Leave(const name_attach_t* attach) {
   return std::move(entry.mapped());
 }
 
-std::string ClaimPath(const char* name) {
+std::string NameClaimPath(const char* name) {
   return RuntimeFile(NAME_PREFIX, EscapeFileName(name));
 }
 
@@ -81,7 +81,7 @@ std::string ClaimPath(const char* name) {
 
 name_attach_t* name_attach(void* /*dpp*/, const char* path, unsigned /*flags*/) {
   using namespace platform;
-  const std::string file = ClaimPath(path);
+  const std::string file = NameClaimPath(path);
   if (file.empty()) return nullptr;
   const int chid = ChannelCreate(_NTO_CHF_DISCONNECT);
   if (chid < 0) return nullptr;
@@ -106,7 +106,7 @@ int name_detach(name_attach_t* attach, unsigned /*flags*/) {
 
 int name_open(const char* name, int /*flags*/) {
   using namespace platform;
-  const std::string file = ClaimPath(name);
+  const std::string file = NameClaimPath(name);
   if (file.empty()) return -1;
   if (const auto text = ClaimFile::Read(file)) {
     if (const auto target = ParseTarget(*text)) {

@@ -32,7 +32,7 @@ bool WriteAll(int file, const char* data, std::size_t bytes) {
   return true;
 }
 
-Descriptor MakeBodyFile(const void* body, std::size_t bytes) {
+Descriptor CreateBodyFile(const void* body, std::size_t bytes) {
   Descriptor file =
       Descriptor::Make([] { return memfd_create("orvik-message", MFD_CLOEXEC | MFD_ALLOW_SEALING); });
   if (!file || !WriteAll(file.Get(), static_cast<const char*>(body), bytes)) return {};
@@ -58,7 +58,7 @@ Descriptor TakeDescriptor(msghdr& message) {
   return Descriptor::Adopt(descriptor);
 }
 
-// Read and not mapped: a file that is shorter than it says then costs nothing but its bytes.
+// Read, not mapped: access to a mapping beyond the end of a short file would raise SIGBUS.
 std::size_t ReadBodyFile(const Descriptor& file, void* body, std::size_t room) {
   std::size_t copied = 0;
   while (copied < room) {
@@ -76,7 +76,7 @@ int SendMessageHeader(int socket, const msghdr& message, int flags) {
 }
 
 int SendWithBodyFile(int socket, msghdr& message, const void* body, std::size_t bytes, int flags) {
-  const Descriptor file = MakeBodyFile(body, bytes);
+  const Descriptor file = CreateBodyFile(body, bytes);
   if (!file) return -1;
   control_t control;
   AttachDescriptor(message, control, file.Get());
@@ -104,7 +104,8 @@ received_t ReceiveRecord(int socket, void* header, std::size_t headerSize, void*
   message.msg_iov = parts.data();
   message.msg_iovlen = room > 0 ? 2 : 1;
   message.msg_control = control.bytes.data();
-  message.msg_controllen = CMSG_LEN(sizeof(int));  // without the padding, in which a second one would fit
+  // Without the padding of CMSG_SPACE, which has room for a second descriptor.
+  message.msg_controllen = CMSG_LEN(sizeof(int));
 
   received_t result;
   result.length = recvmsg(socket, &message, flags | MSG_CMSG_CLOEXEC);

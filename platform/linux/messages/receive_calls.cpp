@@ -1,4 +1,4 @@
-// ChannelCreate, MsgReceive, MsgReply and the tables behind them.
+// The receiving calls of platform/messages.h (ChannelCreate, MsgReceive, MsgReply) and their tables.
 #include <algorithm>
 #include <cerrno>
 #include <vector>
@@ -13,8 +13,9 @@
 namespace platform {
 namespace {
 
-// A receive id is a place in the table of client sockets and the generation of the message, 31 bits in all, so
-// that a reply to a message that was answered before, or whose sender is gone, meets nobody else.
+// A receive id is the index of a client socket and the generation of its message, 31 bits in all. The
+// generation makes sure that a second reply, or a reply to a sender that is gone, is refused and does not reach
+// another sender.
 constexpr unsigned SLOT_BITS = 14;
 constexpr std::uint32_t SLOTS = 1U << SLOT_BITS;
 constexpr std::uint32_t GENERATIONS = 1U << (31U - SLOT_BITS);
@@ -23,11 +24,11 @@ constexpr int LAST_SCOID = 0x3FFF'FFFF;
 
 struct slot_t {
   std::shared_ptr<incoming_t> incoming;
-  std::uint32_t generation = 0;  // kept over the sockets that had the place
+  std::uint32_t generation = 0;  // kept when another socket gets the slot
 };
 
 struct receive_tables_t {
-  std::mutex mutex;  // guards the rest; taken last, never held over a system call that waits
+  std::mutex mutex;  // guards the rest; locked after any other mutex, released before a call that waits
   std::map<int, std::shared_ptr<Channel>> channels;
   std::vector<slot_t> slots;
   std::vector<std::uint32_t> freeSlots;
@@ -35,10 +36,10 @@ struct receive_tables_t {
   int lastScoid = FIRST_SCOID;
 };
 
-// The socket files are the one thing that the system does not take back by itself.
+// Called at exit: the system closes the sockets and leaves their files.
 void RemoveSocketFiles();
 
-// A forked child starts with no channel.
+// A forked child starts without channels.
 receive_tables_t& Tables() {
   return TablesOfThisProcess<receive_tables_t, RemoveSocketFiles>();
 }
@@ -63,7 +64,8 @@ std::shared_ptr<incoming_t> FindIncoming(int rcvid) {
   return rcvid > 0 && slot < tables.slots.size() ? tables.slots[slot].incoming : nullptr;
 }
 
-// The message's sender, whose reply nobody but the caller owes any more.
+// Returns the sender of a message and notes that its reply is no longer owed. Null with ESRCH when another call
+// has answered it.
 std::shared_ptr<incoming_t> TakeOwed(int rcvid) {
   std::shared_ptr<incoming_t> incoming = FindIncoming(rcvid);
   std::uint32_t generation = static_cast<std::uint32_t>(rcvid) >> SLOT_BITS;
@@ -87,11 +89,12 @@ int Answer(int rcvid, long status, int error, const void* msg, std::size_t bytes
   header.sequence = incoming->sequence.load(std::memory_order_relaxed);
   bytes = std::min<std::size_t>(bytes, incoming->room.load(std::memory_order_relaxed));
   header.bytes = static_cast<std::uint32_t>(bytes);
-  // A sender that waits has room for its reply. Whoever has not is not waiting, and is not waited for.
+  // A sender that waits for its reply has an empty socket buffer. A full buffer shows a sender that does not
+  // wait; it is disconnected.
   if (SendRecord(incoming->socket.Get(), &header, sizeof header, msg, bytes, MSG_DONTWAIT) == 0) return 0;
-  const bool lackOfMeans = errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS;
+  const bool lacksResources = errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS;
   shutdown(incoming->socket.Get(), SHUT_RDWR);
-  if (!lackOfMeans) errno = ESRCH;
+  if (!lacksResources) errno = ESRCH;
   return -1;
 }
 
@@ -146,7 +149,8 @@ void DetachClient(int scoid) {
   const std::lock_guard guard(tables.mutex);
   for (const slot_t& slot : tables.slots) {
     if (slot.incoming != nullptr && slot.incoming->scoid.load(std::memory_order_relaxed) == scoid) {
-      shutdown(slot.incoming->socket.Get(), SHUT_RDWR);  // its receiver sees that and removes it
+      shutdown(slot.incoming->socket.Get(),
+               SHUT_RDWR);  // the receiving thread sees the end of file and removes the socket
     }
   }
 }

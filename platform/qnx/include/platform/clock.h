@@ -1,4 +1,4 @@
-// The cycle counter and time conversion: the system's own.
+// The cycle counter and time conversion of Neutrino.
 #pragma once
 
 #include <cstdint>
@@ -8,5 +8,6 @@
 #include <sys/syspage.h>
 #include <time.h>
 
-// Of the unit's processor. Expiry times in the parameter database count on it: 66,500 cycles are 1 ms.
+// ClockCycles on the unit's processor. Expiry times in the parameter database need this rate: 66,500 cycles are
+// 1 ms.
 constexpr std::uint64_t CYCLES_PER_SECOND = 66'500'000;

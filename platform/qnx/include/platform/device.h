@@ -1,4 +1,5 @@
-// The unit's character devices: their drivers answer open, write and devctl.
+// The unit's character devices, whose drivers implement open, write and devctl. The functions are documented in
+// the common platform/include/platform/device.h.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// Device registers: the system's own.
+// Access to device registers, as Neutrino provides it.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Synchronous messages and pulses: the system's own.
+// Synchronous messages and pulses of Neutrino.
 #pragma once
 
 #include <sched.h>

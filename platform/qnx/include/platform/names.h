@@ -1,4 +1,4 @@
-// Names of channels: the system's own.
+// Registering and finding channels by name, as Neutrino provides it.
 #pragma once
 
 #include <sys/dispatch.h>

@@ -1,4 +1,4 @@
-// Named shared memory, and the eight-byte lock: a process-shared mutex of the system.
+// Named shared memory of Neutrino, and the eight-byte lock of the parameter database, a process-shared mutex.
 #pragma once
 
 #include <cstddef>
@@ -13,8 +13,8 @@ namespace platform {
 int OpenSharedObject(const char* name, int flags, mode_t mode);
 int UnlinkSharedObject(const char* name);
 
-// The system's mutex fills the eight bytes, so that there is no room for the mark of a slot: a slot that a dead
-// holder was writing is not told.
+// The mutex fills the eight bytes, so there is no room for the mark of a slot: LockShared never reports the
+// slot that a dead holder was writing.
 struct shared_lock_t {
   pthread_mutex_t mutex;
 };

@@ -1,4 +1,4 @@
-#include "src/core/generic_config.h"
+#include "src/startup/generic_config.h"
 
 #include <sstream>
 #include <stdexcept>
@@ -13,7 +13,7 @@ namespace {
 
 using Node = PREF::Reader::Node;
 
-// The first of two equal names keeps its value.
+// Of two equal names the first one counts.
 void ReadNamedId(Node& node, name_map_t& ids) {
   const std::string name = node.getAttributeString("name");
   ids.emplace(name, node.getAttributeInt("id"));
@@ -34,7 +34,7 @@ void ReadVariable(Node& node, orvikData_t* data) {
   if (handle != 0) data->variableHandles.emplace(name, static_cast<int>(handle));
 }
 
-// A section of the document: what its own element says, the elements it holds and what each of them says.
+// A section of the document: how its own element is read, and the name and reader of its child elements.
 struct section_t {
   std::string_view name;
   void (*readSection)(Node&, orvikData_t*);
@@ -71,8 +71,7 @@ void ReadRoot(Node& root, orvikData_t* data) {
   data->xmlDate = root.getAttributeString("xml-date");
 }
 
-// True when the root's first child is the App element. Any other is only reported; what it holds is passed
-// over.
+// Any other first child than App is reported; reading then goes on after it.
 void ReadApp(Node* first, orvikData_t* data) {
   if (first == nullptr || first->GetName() != "App") {
     PrintErr("orvik: ERROR! getFirstChild did not return App");
