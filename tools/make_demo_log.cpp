@@ -12,7 +12,7 @@
 
 #include "bus/log_lines.h"
 #include "host/protocol/encode.h"
-#include "host/protocol/operating_values.h"
+#include "host/protocol/cmd2_values.h"
 #include "host/protocol/value_text.h"
 
 namespace {

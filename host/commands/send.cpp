@@ -6,10 +6,10 @@
 #include "platform/paths.h"
 
 #include "host/link/station.h"
-#include "host/protocol/conversation.h"
 #include "host/protocol/errors.h"
+#include "host/protocol/message_lines.h"
 #include "host/protocol/send_plan.h"
-#include "host/protocol/words.h"
+#include "host/protocol/traffic_decoder.h"
 
 namespace host {
 namespace {

@@ -9,7 +9,7 @@
 #include "host/link/station.h"
 #include "host/log/log_reader.h"
 #include "host/protocol/errors.h"
-#include "host/protocol/words.h"
+#include "host/protocol/message_lines.h"
 
 namespace host {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "host/crane/axis.h"
 #include "host/crane/geometry.h"
-#include "host/crane/words.h"
+#include "host/crane/rigging.h"
 
 namespace crane {
 

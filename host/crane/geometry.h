@@ -2,7 +2,7 @@
 // Metres, kilograms, degrees, bar. Angles are of the boom over the horizontal.
 #pragma once
 
-#include "host/crane/words.h"
+#include "host/crane/rigging.h"
 
 namespace crane {
 

@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "host/crane/words.h"
+#include "host/crane/rigging.h"
 
 namespace crane {
 

@@ -5,8 +5,8 @@
 #include <optional>
 
 #include "host/crane/limits.h"
+#include "host/load_computer/phrases.h"
 #include "host/load_computer/sensors.h"
-#include "host/load_computer/texts.h"
 
 namespace simulate {
 

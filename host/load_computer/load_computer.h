@@ -15,8 +15,8 @@
 #include "host/load_computer/outbox.h"
 #include "host/load_computer/page_texts.h"
 #include "host/load_computer/sensors.h"
-#include "host/load_computer/state.h"
-#include "host/protocol/operating_values.h"
+#include "host/load_computer/simulation_state.h"
+#include "host/protocol/cmd2_values.h"
 #include "host/protocol/reassembly.h"
 
 namespace simulate {

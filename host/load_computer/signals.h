@@ -6,7 +6,7 @@
 
 #include "host/crane/load_chart.h"
 #include "host/load_computer/dialogue.h"
-#include "host/protocol/operating_values.h"
+#include "host/protocol/cmd2_values.h"
 
 namespace simulate {
 

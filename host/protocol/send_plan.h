@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "bus/can_frame.h"
-#include "host/protocol/operating_values.h"
+#include "host/protocol/cmd2_values.h"
 #include "host/protocol/protocol.h"
 
 namespace host {

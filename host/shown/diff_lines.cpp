@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/protocol/words.h"
+#include "host/protocol/message_lines.h"
 
 namespace host {
 namespace {

@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "host/log/log_reader.h"
-#include "host/protocol/conversation.h"
+#include "host/protocol/traffic_decoder.h"
 #include "host/shown/shown_state.h"
 
 namespace host {

@@ -4,7 +4,7 @@
 
 #include "host/protocol/errors.h"
 #include "host/protocol/send_plan.h"
-#include "host/simulate/arguments.h"
+#include "host/simulate/action_arguments.h"
 
 namespace simulate {
 namespace {

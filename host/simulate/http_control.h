@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "host/simulate/control.h"
+#include "host/simulate/simulation_commands.h"
 #include "http/local_server.h"
 
 namespace simulate {

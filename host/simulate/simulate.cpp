@@ -11,9 +11,9 @@
 #include "host/link/station.h"
 #include "host/protocol/errors.h"
 #include "host/protocol/value_text.h"
-#include "host/simulate/console.h"
 #include "host/simulate/http_control.h"
 #include "host/simulate/key_presses.h"
+#include "host/simulate/terminal_input.h"
 
 namespace simulate {
 namespace {

@@ -4,7 +4,7 @@
 #include <span>
 #include <string>
 
-#include "host/simulate/control.h"
+#include "host/simulate/simulation_commands.h"
 
 namespace simulate {
 

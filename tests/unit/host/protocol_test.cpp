@@ -6,13 +6,13 @@
 #include <gmock/gmock.h>
 
 #include "host/link/inject.h"
-#include "host/protocol/conversation.h"
+#include "host/protocol/cmd2_values.h"
 #include "host/protocol/decode.h"
 #include "host/protocol/encode.h"
 #include "host/protocol/errors.h"
-#include "host/protocol/operating_values.h"
+#include "host/protocol/message_lines.h"
 #include "host/protocol/reassembly.h"
-#include "host/protocol/words.h"
+#include "host/protocol/traffic_decoder.h"
 #include "tests/unit/host/hex.h"
 
 namespace {

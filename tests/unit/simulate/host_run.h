@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "host/protocol/reassembly.h"
+#include "host/simulate/config_files.h"
 #include "host/simulate/scenario.h"
-#include "host/simulate/shelf.h"
 
 namespace simulate {
 

@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "host/protocol/errors.h"
-#include "host/simulate/control.h"
+#include "host/simulate/simulation_commands.h"
 #include "host/simulate/state_json.h"
 #include "tests/unit/simulate/host_run.h"
 

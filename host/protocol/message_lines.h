@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/protocol/conversation.h"
+#include "host/protocol/traffic_decoder.h"
 
 namespace host {
 

@@ -1,4 +1,4 @@
-#include "host/simulate/console.h"
+#include "host/simulate/terminal_input.h"
 
 #include <array>
 #include <iomanip>

@@ -1,4 +1,4 @@
-#include "host/load_computer/texts.h"
+#include "host/load_computer/phrases.h"
 
 #include <array>
 

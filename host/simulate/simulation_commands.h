@@ -9,8 +9,8 @@
 #include <variant>
 #include <vector>
 
+#include "host/simulate/config_files.h"
 #include "host/simulate/scenario.h"
-#include "host/simulate/shelf.h"
 
 namespace simulate {
 

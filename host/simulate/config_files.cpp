@@ -1,4 +1,4 @@
-#include "host/simulate/shelf.h"
+#include "host/simulate/config_files.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "host/simulate/control.h"
+#include "host/simulate/simulation_commands.h"
 
 namespace simulate {
 

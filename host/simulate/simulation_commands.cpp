@@ -1,4 +1,4 @@
-#include "host/simulate/control.h"
+#include "host/simulate/simulation_commands.h"
 
 #include "host/protocol/errors.h"
 

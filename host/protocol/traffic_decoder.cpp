@@ -1,4 +1,4 @@
-#include "host/protocol/conversation.h"
+#include "host/protocol/traffic_decoder.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "host/protocol/operating_values.h"
+#include "host/protocol/cmd2_values.h"
 
 #include <algorithm>
 #include <cassert>

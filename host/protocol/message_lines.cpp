@@ -1,4 +1,4 @@
-#include "host/protocol/words.h"
+#include "host/protocol/message_lines.h"
 
 #include <array>
 #include <ctime>

@@ -1,4 +1,4 @@
-#include "host/simulate/arguments.h"
+#include "host/simulate/action_arguments.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include <sstream>
 #include <vector>
 
-#include "host/crane/words.h"
+#include "host/crane/rigging.h"
 #include "host/protocol/errors.h"
 #include "host/protocol/value_text.h"
 

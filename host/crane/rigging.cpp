@@ -1,4 +1,4 @@
-#include "host/crane/words.h"
+#include "host/crane/rigging.h"
 
 #include <algorithm>
 
