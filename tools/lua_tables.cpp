@@ -29,11 +29,11 @@ const char* TypeName(field_type_t type) {
   }
 }
 
-const char* LayoutName(host::layout_t layout) {
+const char* LayoutName(host::message_layout_t layout) {
   switch (layout) {
-    case host::layout_t::TEXTS:
+    case host::message_layout_t::TEXTS:
       return "texts";
-    case host::layout_t::FLASH:
+    case host::message_layout_t::FLASH:
       return "flash";
     default:
       return "fields";

@@ -29,7 +29,7 @@ struct command_line_t {
   host::play_options_t play;
   host::watch_options_t watch;
   host::record_options_t record;
-  simulate::options_t simulate;
+  simulate::simulate_options_t simulate;
   host::diff_options_t diff;
   int status = 0;
 };
@@ -110,13 +110,13 @@ void AddRecord(CLI::App& app, host::record_options_t& options) {
 
 std::string ListFaults() {
   std::string text;
-  for (const host::fault_name_t& fault : host::Faults()) {
+  for (const host::bus_fault_name_t& fault : host::BusFaults()) {
     text += (text.empty() ? "" : "; ") + std::string(fault.name) + ": " + std::string(fault.about);
   }
   return text;
 }
 
-void AddSimulate(CLI::App& app, simulate::options_t& options) {
+void AddSimulate(CLI::App& app, simulate::simulate_options_t& options) {
   CLI::App* command = app.add_subcommand("simulate", "Run a crane and its host load computer on the bus");
   command->footer(
       "A scenario is a text file with a time in seconds and an action a line; docs/simulator.md says more.\n"

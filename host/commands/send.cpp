@@ -17,10 +17,10 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // Listens to the whole bus meanwhile, because another host's requests get their answers on the same identifier.
-void AwaitAnswer(const step_t& step, Station& station, Conversation& conversation, double timeout_s) {
+void AwaitAnswer(const send_step_t& step, Station& station, TrafficDecoder& decoder, double timeout_s) {
   for (bus::frame_t frame : step.frames) {
     frame.time_us = bus::RealTime_us();
-    conversation.Feed(frame);
+    decoder.Accept(frame);
   }
   const auto end = Clock::now() + std::chrono::duration<double>(timeout_s);
   for (bus::frame_t frame; Clock::now() < end;) {
@@ -28,9 +28,9 @@ void AwaitAnswer(const step_t& step, Station& station, Conversation& conversatio
     if (!station.Receive(frame, static_cast<int>(left.count()))) break;
     // One clock for the requests and the answers, whatever the server's says.
     frame.time_us = bus::RealTime_us();
-    const auto heard = conversation.Feed(frame);
-    if (!heard || heard->answers != step.request) continue;
-    std::cout << InWords(heard->decoded) << std::endl;
+    const auto heard = decoder.Accept(frame);
+    if (!heard || heard->request != step.request) continue;
+    std::cout << FormatMessage(heard->decoded) << std::endl;
     return;
   }
   throw Failure("the display does not answer " + std::string(step.request->name) + "; is it running?");
@@ -40,16 +40,16 @@ void AwaitAnswer(const step_t& step, Station& station, Conversation& conversatio
 
 void Send(const send_options_t& options) {
   const std::string directory = platform::RuntimeDirectory();
-  OperatingValues values = options.neutral ? OperatingValues() : LoadOperatingValues(directory);
+  Cmd2Values values = options.neutral ? Cmd2Values() : LoadSentValues(directory);
   const plan_t plan = PlanSend(options.arguments, values);
   const StopSignal stop;
   Station station(options.bus, stop);
-  Conversation conversation;
-  for (const step_t& step : plan.steps) {
+  TrafficDecoder decoder;
+  for (const send_step_t& step : plan.steps) {
     if (!station.Send(step.frames)) return;
-    if (step.request != nullptr) AwaitAnswer(step, station, conversation, options.timeout_s);
+    if (step.request != nullptr) AwaitAnswer(step, station, decoder, options.timeout_s);
   }
-  if (plan.sendsValues) SaveOperatingValues(directory, values);
+  if (plan.sendsValues) SaveSentValues(directory, values);
 }
 
 }  // namespace host

@@ -16,7 +16,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Prints the conversation as it goes on, and at the end what it was made of.
+// Prints the decoder as it goes on, and at the end what it was made of.
 class Watcher {
  public:
   explicit Watcher(const watch_options_t& options) : options_(options) {}
@@ -25,46 +25,45 @@ class Watcher {
   void Summarise(std::uint64_t lost, const char* what) const;
 
  private:
-  bool IsNews(const utterance_t& utterance);
+  bool IsNews(const bus_message_t& heard);
 
   const watch_options_t& options_;
-  Conversation conversation_;
+  TrafficDecoder decoder_;
   std::map<std::string, std::string>
       last_;  // words by kind, of at most some 60 kinds and those of other stations
 };
 
-bool Watcher::IsNews(const utterance_t& utterance) {
+bool Watcher::IsNews(const bus_message_t& heard) {
   constexpr std::size_t MOST_KINDS = 4096;
   if (!options_.changes) return true;
   if (last_.size() > MOST_KINDS) last_.clear();
-  const std::string kind = utterance.speaker == speaker_t::OTHER
-                               ? std::to_string(utterance.frame.identifier)
-                               : utterance.decoded.command + utterance.decoded.name;
-  std::string words = InWords(utterance.decoded);
-  std::string& last = last_[std::string(SpeakerName(utterance.speaker)) + kind];
+  const std::string kind = heard.sender == sender_t::OTHER ? std::to_string(heard.frame.identifier)
+                                                           : heard.decoded.command + heard.decoded.name;
+  std::string words = FormatMessage(heard.decoded);
+  std::string& last = last_[std::string(SenderName(heard.sender)) + kind];
   if (last == words) return false;
   last = std::move(words);
   return true;
 }
 
 void Watcher::Hear(const bus::frame_t& frame) {
-  const auto utterance = conversation_.Feed(frame);
-  if (!utterance || !IsNews(*utterance)) return;
-  std::cout << (options_.json ? JsonLine(*utterance) : WatchLine(*utterance)) << '\n';
+  const auto heard = decoder_.Accept(frame);
+  if (!heard || !IsNews(*heard)) return;
+  std::cout << (options_.json ? FormatJsonLine(*heard) : FormatWatchLine(*heard)) << '\n';
 }
 
 void Watcher::Summarise(std::uint64_t lost, const char* what) const {
   std::cout.flush();
-  const auto& host = conversation_.Host();
-  const auto& display = conversation_.Display();
-  std::cerr << "hx7: " << conversation_.Counters().frames << " frames, " << conversation_.Counters().others
+  const auto& host = decoder_.Host();
+  const auto& display = decoder_.Display();
+  std::cerr << "hx7: " << decoder_.Counts().frames << " frames, " << decoder_.Counts().others
             << " of other stations";
   if (lost > 0) std::cerr << ", " << lost << what;
-  std::cerr << "\nhx7: messages: host " << host.messages + conversation_.Counters().requests << ", display "
+  std::cerr << "\nhx7: messages: host " << host.messages + decoder_.Counts().requests << ", display "
             << display.messages << "; broken: host " << host.broken << ", display " << display.broken
             << "; stray frames: host " << host.strays << ", display " << display.strays
             << "; too long: " << host.tooLong + display.tooLong
-            << "; requests without an answer: " << conversation_.Unanswered() << '\n';
+            << "; requests without an answer: " << decoder_.Unanswered() << '\n';
 }
 
 void WatchLog(std::istream& in, Watcher& watcher) {

@@ -19,12 +19,12 @@ double Radians(double degrees) {
   return degrees * std::numbers::pi / 180;
 }
 
-struct reach_t {
+struct head_reach_t {
   double length;
   double offset_deg;
 };
 
-reach_t ReachBeyondHead(pick_t pick, jib_t jib) {
+head_reach_t ReachBeyondHead(pick_t pick, jib_t jib) {
   if (pick == pick_t::AUX) return {MEASURES.auxReach, 0};
   if (pick == pick_t::FLY && IsErected(jib)) {
     return {IsLong(jib) ? MEASURES.longFly : MEASURES.shortFly, OffsetOf(jib)};
@@ -46,7 +46,7 @@ double CylinderArm(double angle) {
 }  // namespace
 
 point_t SheavesAt(double length, double angle, pick_t pick, jib_t jib) {
-  const reach_t beyond = ReachBeyondHead(pick, jib);
+  const head_reach_t beyond = ReachBeyondHead(pick, jib);
   const double boom = Radians(angle);
   const double reach = Radians(angle - beyond.offset_deg);
   return {length * std::cos(boom) + beyond.length * std::cos(reach) - MEASURES.footBehind,

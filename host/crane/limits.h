@@ -37,14 +37,14 @@ class Limits {
   bool AnyTripped() const;
 
  private:
-  struct watched_t {
+  struct watched_limit_t {
     limit_t limit;
     bool tripped = false;
   };
-  const watched_t& At(quantity_t quantity) const { return watched_[static_cast<std::size_t>(quantity)]; }
-  watched_t& At(quantity_t quantity) { return watched_[static_cast<std::size_t>(quantity)]; }
+  const watched_limit_t& At(quantity_t quantity) const { return watched_[static_cast<std::size_t>(quantity)]; }
+  watched_limit_t& At(quantity_t quantity) { return watched_[static_cast<std::size_t>(quantity)]; }
 
-  std::array<watched_t, QUANTITY_NAMES.size()> watched_{};
+  std::array<watched_limit_t, QUANTITY_NAMES.size()> watched_{};
 };
 
 }  // namespace crane

@@ -22,20 +22,20 @@ std::vector<std::string> WordsOf(const std::string& line) {
 }
 
 // Where a value lies among rising points: between `low` and `low + 1`, at `part` of the way.
-struct place_t {
+struct table_place_t {
   std::size_t low;
   double part;
 };
 
-std::optional<place_t> Locate(const std::vector<double>& points, double value) {
+std::optional<table_place_t> Locate(const std::vector<double>& points, double value) {
   constexpr double ALMOST = 1e-9;  // a boom that stands at its end does not stand beyond it
   if (points.empty() || !(value >= points.front() - ALMOST && value <= points.back() + ALMOST))
     return std::nullopt;
   const auto above = std::ranges::upper_bound(points, value);
   const auto high = static_cast<std::size_t>(above - points.begin());
-  if (high == 0) return place_t{0, 0};
-  if (high == points.size()) return place_t{high - 1, 0};
-  return place_t{high - 1, (value - points[high - 1]) / (points[high] - points[high - 1])};
+  if (high == 0) return table_place_t{0, 0};
+  if (high == points.size()) return table_place_t{high - 1, 0};
+  return table_place_t{high - 1, (value - points[high - 1]) / (points[high] - points[high - 1])};
 }
 
 }  // namespace
@@ -43,7 +43,7 @@ std::optional<place_t> Locate(const std::vector<double>& points, double value) {
 class ChartParser {
  public:
   ChartParser(LoadChart& chart, const std::string& file) : chart_(chart), file_(file) {}
-  void Take(const std::string& line);
+  void ReadLine(const std::string& line);
   void Finish();
 
  private:
@@ -55,12 +55,12 @@ class ChartParser {
   }
   [[noreturn]] void Refuse(const std::string& why) const { Refuse(line_, why); }
   double Number(const std::string& word) const;
-  void TakeName(const words_t& words);
-  void TakeUnits(const words_t& words);
+  void ReadName(const words_t& words);
+  void ReadUnits(const words_t& words);
   void BeginTable(const words_t& words);
-  void TakeAttribute(table_t& table, const std::string& word) const;
-  void TakeLengths(const words_t& words);
-  void TakeRow(const words_t& words);
+  void ReadAttribute(table_t& table, const std::string& word) const;
+  void ReadLengths(const words_t& words);
+  void ReadRow(const words_t& words);
   void CheckTable() const;
 
   LoadChart& chart_;
@@ -80,25 +80,25 @@ double ChartParser::Number(const std::string& word) const {
   return value;
 }
 
-void ChartParser::TakeName(const words_t& words) {
+void ChartParser::ReadName(const words_t& words) {
   for (std::size_t i = 1; i < words.size(); ++i) chart_.name_ += (i > 1 ? " " : "") + words[i];
   constexpr std::size_t MOST = 20;  // beside its label on a line of the display
   if (chart_.name_.empty() || chart_.name_.size() > MOST) Refuse("a name has 1 to 20 characters");
 }
 
-void ChartParser::TakeUnits(const words_t& words) {
+void ChartParser::ReadUnits(const words_t& words) {
   const bool imperial = words.size() == 2 && words[1] == "imperial";
   if (!imperial && (words.size() != 2 || words[1] != "metric")) Refuse("units are metric or imperial");
   metres_ = imperial ? METRES_PER_FOOT : 1;
   kilograms_ = imperial ? KILOGRAMS_PER_POUND : 1;
 }
 
-void ChartParser::TakeAttribute(table_t& table, const std::string& word) const {
+void ChartParser::ReadAttribute(table_t& table, const std::string& word) const {
   const std::size_t equals = word.find('=');
   const std::string name = word.substr(0, equals);
   const std::string value = equals == std::string::npos ? "" : word.substr(equals + 1);
   if (name == "base") {
-    if (const auto base = IndexOf(BASE_NAMES, value)) {
+    if (const auto base = FindName(BASE_NAMES, value)) {
       table.base = static_cast<base_t>(*base);
       return;
     }
@@ -107,7 +107,7 @@ void ChartParser::TakeAttribute(table_t& table, const std::string& word) const {
     return;
   } else if (name == "hook") {
     table.anyHook = false;
-    const auto jib = IndexOf(JIB_NAMES, value);
+    const auto jib = FindName(JIB_NAMES, value);
     if (jib && IsErected(static_cast<jib_t>(*jib))) table.jib = static_cast<jib_t>(*jib);
     if (table.jib || value == "boom") return;
   } else if (name == "arc" && value == "front") {
@@ -125,11 +125,11 @@ void ChartParser::BeginTable(const words_t& words) {
   if (chart_.tables_.size() == MOST_TABLES) Refuse("more than 100 configurations");
   table_t table;
   table.line = line_;
-  for (std::size_t i = 1; i < words.size(); ++i) TakeAttribute(table, words[i]);
+  for (std::size_t i = 1; i < words.size(); ++i) ReadAttribute(table, words[i]);
   chart_.tables_.push_back(std::move(table));
 }
 
-void ChartParser::TakeLengths(const words_t& words) {
+void ChartParser::ReadLengths(const words_t& words) {
   if (chart_.tables_.empty()) Refuse("lengths belong behind a configuration");
   table_t& table = chart_.tables_.back();
   if (!table.lengths.empty()) Refuse("this configuration has its lengths already");
@@ -141,7 +141,7 @@ void ChartParser::TakeLengths(const words_t& words) {
   }
 }
 
-void ChartParser::TakeRow(const words_t& words) {
+void ChartParser::ReadRow(const words_t& words) {
   if (chart_.tables_.empty() || chart_.tables_.back().lengths.empty()) {
     Refuse("\"" + words[0] +
            "\" is not expected here: name, units, configuration, lengths, and then the rows, each a radius "
@@ -167,15 +167,15 @@ void ChartParser::CheckTable() const {
   if (last.radii.empty()) Refuse(last.line, "this configuration has no capacities");
 }
 
-void ChartParser::Take(const std::string& line) {
+void ChartParser::ReadLine(const std::string& line) {
   ++line_;
   const words_t words = WordsOf(line);
   if (words.empty()) return;
-  if (words[0] == "name") return TakeName(words);
-  if (words[0] == "units") return TakeUnits(words);
+  if (words[0] == "name") return ReadName(words);
+  if (words[0] == "units") return ReadUnits(words);
   if (words[0] == "configuration") return BeginTable(words);
-  if (words[0] == "lengths") return TakeLengths(words);
-  TakeRow(words);
+  if (words[0] == "lengths") return ReadLengths(words);
+  ReadRow(words);
 }
 
 void ChartParser::Finish() {
@@ -186,7 +186,7 @@ void ChartParser::Finish() {
 LoadChart LoadChart::Parse(std::istream& in, const std::string& file) {
   LoadChart chart;
   ChartParser parser(chart, file);
-  for (std::string line; std::getline(in, line);) parser.Take(line);
+  for (std::string line; std::getline(in, line);) parser.ReadLine(line);
   parser.Finish();
   return chart;
 }

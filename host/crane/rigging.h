@@ -42,7 +42,7 @@ constexpr double OffsetOf(jib_t jib) {
 }
 
 // The index of a name in one of the arrays above; empty when it is none of them.
-std::optional<std::size_t> IndexOf(std::span<const std::string_view> names, std::string_view name);
+std::optional<std::size_t> FindName(std::span<const std::string_view> names, std::string_view name);
 
 template <typename E, std::size_t N>
 std::string_view NameOf(const std::array<std::string_view, N>& names, E value) {

@@ -32,8 +32,8 @@ std::unique_ptr<bus::Endpoint> Open(const std::string& bus) {
 Station::Station(std::string bus, const StopSignal& stop)
     : bus_(std::move(bus)), stop_(stop), endpoint_(Open(bus_)) {}
 
-void Station::StartDrain() {
-  drain_ = std::jthread([this, endpoint = endpoint_.get()](const std::stop_token& end) {
+void Station::StartReceiver() {
+  receiver_ = std::jthread([this, endpoint = endpoint_.get()](const std::stop_token& end) {
     const std::stop_callback wake(end, [endpoint] { endpoint->Interrupt(); });
     bus::frame_t frame;
     while (!end.stop_requested()) {
@@ -44,16 +44,16 @@ void Station::StartDrain() {
   });
 }
 
-void Station::Drain(hear_t hear) {
-  draining_ = true;
+void Station::StartReceiving(hear_t hear) {
+  receiving_ = true;
   hear_ = std::move(hear);
-  StartDrain();
+  StartReceiver();
 }
 
 bool Station::Rejoin() {
   std::cerr << "hx7: lost the bus: " + endpoint_->Problem() + "; trying to join it again for " +
                    std::to_string(REJOIN_PATIENCE.count()) + " s\n";
-  drain_ = {};
+  receiver_ = {};
   const auto end = Clock::now() + REJOIN_PATIENCE;
   for (;;) {
     if (!stop_.WaitUntil(Clock::now() + REJOIN_PAUSE)) return false;
@@ -67,7 +67,7 @@ bool Station::Rejoin() {
     }
   }
   std::cerr << "hx7: joined the bus again\n";
-  if (draining_) StartDrain();
+  if (receiving_) StartReceiver();
   return true;
 }
 

@@ -23,25 +23,27 @@ class Station {
   // The next frame within about `timeout_ms`; false when there was none, or on a stop. Loss as above.
   bool Receive(bus::frame_t& frame, int timeout_ms);
   // A frame that has come already, also after a stop. Does not wait.
-  bool TakeWaiting(bus::frame_t& frame) { return endpoint_->Receive(frame, 0) == bus::Endpoint::result_t::OK; }
+  bool ReceiveWaiting(bus::frame_t& frame) {
+    return endpoint_->Receive(frame, 0) == bus::Endpoint::result_t::OK;
+  }
   // From now on a thread of the station reads what comes and hands it to `hear` (empty: throws it away), so
   // that a sender who has no time to listen is never held up by the bus. Receive is not called any more.
   using hear_t = std::function<void(const bus::frame_t&)>;
-  void Drain(hear_t hear = {});
+  void StartReceiving(hear_t hear = {});
   // Frames that came and were lost before they could be received.
   std::uint64_t Lost() const { return lostBefore_ + endpoint_->Lost(); }
 
  private:
   bool Rejoin();
-  void StartDrain();
+  void StartReceiver();
 
   const std::string bus_;
   const StopSignal& stop_;
   std::unique_ptr<bus::Endpoint> endpoint_;
   std::uint64_t lostBefore_ = 0;  // on connections that are gone
-  bool draining_ = false;
-  hear_t hear_;         // the draining thread's
-  std::jthread drain_;  // uses endpoint_, so it ends first
+  bool receiving_ = false;
+  hear_t hear_;            // the draining thread's
+  std::jthread receiver_;  // uses endpoint_, so it ends first
 };
 
 }  // namespace host

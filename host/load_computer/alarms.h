@@ -15,7 +15,7 @@ enum class alarm_t : std::uint8_t { NONE, OPERATOR_LIMIT, PRE_ALARM, SENSOR_FAUL
 
 alarm_t AlarmOf(const measured_t& measured, const crane::Limits& limits, bool sensorFault);
 // What the display says of it; empty for none.
-std::optional<text_t> TextOf(alarm_t alarm);
+std::optional<phrase_t> AlarmPhrase(alarm_t alarm);
 
 class Bell {
  public:

@@ -40,7 +40,7 @@ void Dialogue::LeadFromSlate() {
 
 void Dialogue::Transition(std::string_view name) {
   const auto* command = host::FindCommand("transition");
-  outbox_.Send(host::Encode("transition", *host::NumberOf(command->fields[0].names, name)));
+  outbox_.Send(host::MakeMessage("transition", *host::NumberOf(command->fields[0].names, name)));
 }
 
 void Dialogue::SelectMode(bool on) {
@@ -69,7 +69,7 @@ void Dialogue::LeaveWad() {
   returnAt_ms_.reset();
 }
 
-void Dialogue::Tell(text_t notice) {
+void Dialogue::Tell(phrase_t notice) {
   notice_ = notice;
   noticeEnd_ms_ = now_ms_ + NOTICE_MS;
 }
@@ -79,7 +79,7 @@ void Dialogue::ReturnIn(std::int64_t time_ms) {
 }
 
 void Dialogue::Select(unsigned choice) {
-  if (!HasMenu()) return Tell(text_t::NOTHING_TO_SELECT);
+  if (!HasMenu()) return Tell(phrase_t::NOTHING_TO_SELECT);
   if (view_ == view_t::BASE_MENU) return SelectBase(choice);
   ToggleLimit(choice);
 }

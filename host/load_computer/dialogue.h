@@ -56,7 +56,7 @@ class Dialogue {
   view_t Shown() const { return view_; }
   unsigned InfoPage() const { return infoPage_; }
   // A word on what the last key did, for a few seconds.
-  std::optional<text_t> Notice() const { return notice_; }
+  std::optional<phrase_t> Notice() const { return notice_; }
   // The select keys choose something.
   bool HasMenu() const;
   // Asks for what brings a display that has just been started from Slate to the page shown.
@@ -75,7 +75,7 @@ class Dialogue {
   void LeaveWad();
   void SelectMode(bool on);
   void Transition(std::string_view name);
-  void Tell(text_t notice);
+  void Tell(phrase_t notice);
   void ReturnIn(std::int64_t time_ms);
   void Select(unsigned choice);
   template <unsigned CHOICE>
@@ -86,7 +86,7 @@ class Dialogue {
   void ToggleLimit(unsigned choice);
 
   // Something that is there or not; `on` and `off` say which.
-  void Toggle(bool crane::rigging_t::*part, text_t on, text_t off);
+  void Toggle(bool crane::rigging_t::*part, phrase_t on, phrase_t off);
   void ToggleBoomMode();
   void NextWinch();
   void ToggleCounterweight();
@@ -111,7 +111,7 @@ class Dialogue {
   view_t view_ = view_t::OPERATING;
   unsigned infoPage_ = 0;
   bool selectMode_ = false;  // as last sent
-  std::optional<text_t> notice_;
+  std::optional<phrase_t> notice_;
   std::int64_t now_ms_ = 0;
   std::int64_t noticeEnd_ms_ = 0;
   std::optional<std::int64_t> returnAt_ms_;

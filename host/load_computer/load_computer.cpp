@@ -40,7 +40,7 @@ constexpr greeting_t GREETINGS[] = {{"protocol-version", 1},     {"encryption", 
                                     {"display-mode", 1},         {"beeper", 0}};
 constexpr std::int64_t GREETED_MS = GREETING_MS * static_cast<std::int64_t>(std::size(GREETINGS) + 1);
 
-unsigned KeyOf(const host::Message& message) {
+unsigned KeyOf(const host::MessageBytes& message) {
   return message[0] == host::EXTENDED_COMMAND ? 0x700U | message[1] : message[0];
 }
 
@@ -57,7 +57,7 @@ LoadComputer::LoadComputer(crane::LoadChart chart, std::uint32_t seed, double sp
       cab_{crane_, limits_, bell_, settings_, measured_},
       dialogue_(cab_, outbox_) {}
 
-std::vector<transmission_t> LoadComputer::Step() {
+std::vector<message_frames_t> LoadComputer::Step() {
   now_ms_ += TICK_MS;
   crane_.Step(static_cast<double>(TICK_MS) / 1000);
   dialogue_.Step(now_ms_);
@@ -69,7 +69,7 @@ std::vector<transmission_t> LoadComputer::Step() {
   } else {
     Converse();
   }
-  return outbox_.Take();
+  return outbox_.Drain();
 }
 
 void LoadComputer::Look() {
@@ -101,29 +101,29 @@ void LoadComputer::Greet() {
 }
 
 // What stands as it is until it changes, in the order in which the display needs it: the language before texts.
-std::vector<host::Message> LoadComputer::Settled() const {
+std::vector<host::MessageBytes> LoadComputer::Settled() const {
   const crane::jib_t jib = crane_.Rigging().jib;
-  return {host::Encode("language", settings_.language),
-          host::Encode("units", static_cast<double>(settings_.units)),
+  return {host::MakeMessage("language", settings_.language),
+          host::MakeMessage("units", static_cast<double>(settings_.units)),
           ValidKeys(),
-          host::Encode(*host::FindCommand("colors"), ColorsOf(crane_)),
-          host::Encode("swing-mode", SwingModeOf(cab_, chart_)),
-          host::Encode("erected-icon", crane::IsErected(jib) ? 1 : 0),
-          host::Encode("stowed-icon", jib == crane::jib_t::STOWED ? 1 : 0),
-          host::EncodeTexts(TextsOf(Page())),
-          host::EncodeFlash(FlashOf(Page())),
-          host::Encode("beeper", bell_.Beeper())};
+          host::MakeMessage(*host::FindCommand("colors"), ColorsOf(crane_)),
+          host::MakeMessage("swing-mode", SwingModeOf(cab_, chart_)),
+          host::MakeMessage("erected-icon", crane::IsErected(jib) ? 1 : 0),
+          host::MakeMessage("stowed-icon", jib == crane::jib_t::STOWED ? 1 : 0),
+          host::MakeTextsMessage(MakePageTexts(Page())),
+          host::MakeFlashMessage(MakeFlashText(Page())),
+          host::MakeMessage("beeper", bell_.Beeper())};
 }
 
-void LoadComputer::SendIfNew(const message_t& message) {
-  message_t& last = sent_[KeyOf(message)];
+void LoadComputer::SendIfNew(const host::MessageBytes& message) {
+  host::MessageBytes& last = sent_[KeyOf(message)];
   if (last == message) return;
   last = message;
   outbox_.Send(message);
 }
 
 void LoadComputer::SendChanges() {
-  for (const message_t& message : Settled()) SendIfNew(message);
+  for (const host::MessageBytes& message : Settled()) SendIfNew(message);
 }
 
 // One setting a second is said again in turn: a display that was started anew knows none. A silent beeper is
@@ -150,7 +150,7 @@ void LoadComputer::AskForPage() {
 
 void LoadComputer::SendValues() {
   FillValues(cab_, values_);
-  outbox_.Send(values_.Encode());
+  outbox_.Send(values_.MakeMessage());
 }
 
 void LoadComputer::SendFullTraffic() {
@@ -185,27 +185,27 @@ void LoadComputer::Restart() {
 }
 
 void LoadComputer::Send(std::span<const std::string> arguments) {
-  for (host::step_t& step : host::PlanSend(arguments, values_).steps) outbox_.Send(std::move(step.frames));
+  for (host::send_step_t& step : host::PlanSend(arguments, values_).steps) outbox_.Send(std::move(step.frames));
 }
 
 // The select keys are good for menus alone.
-host::Message LoadComputer::ValidKeys() const {
+host::MessageBytes LoadComputer::ValidKeys() const {
   constexpr std::uint8_t SELECT_KEYS[] = {8, 17, 14, 15};
   std::vector<std::uint8_t> masks = host::ParseKeyMasks("all");
   if (!dialogue_.HasMenu()) {
     for (const std::uint8_t key : SELECT_KEYS) masks[key] = 0;
   }
-  return host::EncodeKeyMasks(masks);
+  return host::MakeKeyMasksMessage(masks);
 }
 
 // Four bytes for each field: as many as 36 frames carry.
-host::Message LoadComputer::FullTexts() const {
-  std::vector<host::text_t> texts;
+host::MessageBytes LoadComputer::FullTexts() const {
+  std::vector<host::field_text_t> texts;
   for (std::uint8_t field = 0; field < host::TextFieldNames().size(); ++field) {
     const auto letter = static_cast<char>('A' + (now_ms_ / FULL_TEXTS_MS + field) % 26);
     texts.push_back({field, std::string(4, letter)});
   }
-  return host::EncodeTexts(texts);
+  return host::MakeTextsMessage(texts);
 }
 
 // The answers to the requests have no number of their own. None but a key state's has a host key's number in
@@ -217,42 +217,42 @@ void LoadComputer::Hear(const bus::frame_t& frame) {
   if (!frame.extended || frame.identifier != DISPLAY_FRAME_ID) return;
   if (now_ms_ - heard_ms_ > OfDisplay(DISPLAY_AWAY_MS)) askedFrom_ms_ = now_ms_;
   heard_ms_ = now_ms_;
-  host::Message reply;
-  if (!display_.Feed(frame.Bytes(), reply)) return;
+  host::MessageBytes reply;
+  if (!display_.Accept(frame.Bytes(), reply)) return;
   ++replies_;
   if (reply.size() == FIRST_FRAME_ROOM) Press(reply[KEY_AT]);
   if (reply.size() == MessageRoom(FILE_ID_FRAMES)) fileId_.assign(reply.begin(), reply.begin() + FILE_ID_SIZE);
 }
 
-state_t LoadComputer::State() const {
-  state_t state{.time_s = static_cast<double>(now_ms_) / 1000,
-                .scenario = {},
-                .measured = measured_,
-                .length = crane_.Length(),
-                .hookHeight = crane_.HookHeight(),
-                .sheaveHeight = crane_.SheaveHeight(),
-                .netLoad = crane_.NetLoad(),
-                .wind = sensors_.Wind(),
-                .rigging = crane_.Rigging(),
-                .base = crane_.WantedBase(),
-                .baseMoves = crane_.BaseMoves(),
-                .atRest = crane_.AtRest(),
-                .limits = {},
-                .lamps = host::LampsOf(LampsOf(cab_)),
-                .faults = {},
-                .settings = settings_,
-                .view = dialogue_.Shown(),
-                .infoPage = dialogue_.InfoPage(),
-                .silent = now_ms_ < silentUntil_ms_,
-                .texts = {},
-                .replies = replies_,
-                .displayFileId = fileId_};
+simulation_state_t LoadComputer::State() const {
+  simulation_state_t state{.time_s = static_cast<double>(now_ms_) / 1000,
+                           .scenario = {},
+                           .measured = measured_,
+                           .length = crane_.Length(),
+                           .hookHeight = crane_.HookHeight(),
+                           .sheaveHeight = crane_.SheaveHeight(),
+                           .netLoad = crane_.NetLoad(),
+                           .wind = sensors_.Wind(),
+                           .rigging = crane_.Rigging(),
+                           .base = crane_.WantedBase(),
+                           .baseMoves = crane_.BaseMoves(),
+                           .atRest = crane_.AtRest(),
+                           .limits = {},
+                           .lamps = host::ListLamps(MakeLampWord(cab_)),
+                           .faults = {},
+                           .settings = settings_,
+                           .view = dialogue_.Shown(),
+                           .infoPage = dialogue_.InfoPage(),
+                           .silent = now_ms_ < silentUntil_ms_,
+                           .texts = {},
+                           .replies = replies_,
+                           .displayFileId = fileId_};
   for (unsigned i = 0; i < state.limits.size(); ++i)
     state.limits[i] = limits_.Get(static_cast<crane::quantity_t>(i));
-  for (unsigned i = 0; i < FAULT_NAMES.size(); ++i) {
-    if (sensors_.HasFault(static_cast<fault_t>(i))) state.faults.emplace_back(FAULT_NAMES[i]);
+  for (unsigned i = 0; i < SENSOR_FAULT_NAMES.size(); ++i) {
+    if (sensors_.HasFault(static_cast<sensor_fault_t>(i))) state.faults.emplace_back(SENSOR_FAULT_NAMES[i]);
   }
-  for (const host::text_t& text : TextsOf(Page())) {
+  for (const host::field_text_t& text : MakePageTexts(Page())) {
     state.texts.emplace_back(host::TextFieldNames()[text.field], text.text);
   }
   return state;

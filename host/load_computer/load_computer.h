@@ -32,7 +32,7 @@ class LoadComputer {
   LoadComputer& operator=(const LoadComputer&) = delete;
 
   // The next hundredth of a second. Gives what is to be sent in it, in order.
-  std::vector<transmission_t> Step();
+  std::vector<message_frames_t> Step();
   // A frame of the bus; others than the display's are passed over.
   void Hear(const bus::frame_t& frame);
   // A host key as the display reports it.
@@ -53,11 +53,9 @@ class LoadComputer {
   // Commands by name, as `hx7 send` takes them. Throws host::UsageError.
   void Send(std::span<const std::string> arguments);
 
-  state_t State() const;
+  simulation_state_t State() const;
 
  private:
-  using message_t = host::Message;
-
   bool Every(std::int64_t period_ms) const { return (now_ms_ - begin_ms_) % period_ms == 0; }
   std::int64_t OfDisplay(std::int64_t time_ms) const;
   void Greet();
@@ -68,11 +66,11 @@ class LoadComputer {
   void Refresh();
   void AskForPage();
   void SendFullTraffic();
-  void SendIfNew(const message_t& message);
-  std::vector<message_t> Settled() const;
-  message_t ValidKeys() const;
-  message_t FullTexts() const;
-  page_t Page() const { return {cab_, dialogue_, sensors_, chart_}; }
+  void SendIfNew(const host::MessageBytes& message);
+  std::vector<host::MessageBytes> Settled() const;
+  host::MessageBytes ValidKeys() const;
+  host::MessageBytes FullTexts() const;
+  page_inputs_t Page() const { return {cab_, dialogue_, sensors_, chart_}; }
 
   const crane::LoadChart chart_;
   const double speed_;
@@ -85,7 +83,7 @@ class LoadComputer {
   Outbox outbox_;
   cab_t cab_;
   Dialogue dialogue_;
-  host::OperatingValues values_;  // as last sent
+  host::Cmd2Values values_;  // as last sent
   host::Reassembler display_;
   std::uint64_t replies_ = 0;
   std::string fileId_;  // of the display's program, as it last said
@@ -98,7 +96,7 @@ class LoadComputer {
   bool fullTraffic_ = false;
   unsigned refreshed_ = 0;
   // What was last sent of each command that only changes now and then; the key is command and sub-command.
-  std::map<unsigned, message_t> sent_;
+  std::map<unsigned, host::MessageBytes> sent_;
 };
 
 }  // namespace simulate

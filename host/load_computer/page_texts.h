@@ -10,7 +10,7 @@
 
 namespace simulate {
 
-struct page_t {
+struct page_inputs_t {
   const cab_t& cab;
   const Dialogue& dialogue;
   const Sensors& sensors;
@@ -18,8 +18,8 @@ struct page_t {
 };
 
 // At most one text a field; they fit into one message.
-std::vector<host::text_t> TextsOf(const page_t& page);
+std::vector<host::field_text_t> MakePageTexts(const page_inputs_t& page);
 // What the configuration page flashes; a blank where there is nothing to say.
-std::string FlashOf(const page_t& page);
+std::string MakeFlashText(const page_inputs_t& page);
 
 }  // namespace simulate

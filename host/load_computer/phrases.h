@@ -12,7 +12,7 @@ constexpr unsigned LANGUAGES = 6;  // English, Spanish, Portuguese, Chinese, Rus
 constexpr unsigned COLUMNS = 40;
 constexpr unsigned CHINESE_COLUMNS = 24;
 
-enum class text_t : std::uint8_t {
+enum class phrase_t : std::uint8_t {
   ON_TIRES,
   OUTRIGGERS_RETRACTED,
   OUTRIGGERS_HALF,
@@ -75,8 +75,8 @@ enum class text_t : std::uint8_t {
 };
 
 // UTF-8. `language` is 0 to 5.
-std::string_view Say(text_t text, unsigned language);
+std::string_view Say(phrase_t text, unsigned language);
 // The same with "#" replaced.
-std::string Say(text_t text, unsigned language, const std::string& value);
+std::string Say(phrase_t text, unsigned language, const std::string& value);
 
 }  // namespace simulate

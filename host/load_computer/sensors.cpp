@@ -48,11 +48,12 @@ measured_t Sensors::Read(const crane::Crane& crane, const crane::LoadChart& char
   measured.capacity = crane::RatedCapacity(chart, crane);
   measured.twoBlock = crane.TwoBlocked();
 
-  if (HasFault(fault_t::LOAD_CELL)) measured.load = measured.piston = measured.rod = UNKNOWN;
-  if (HasFault(fault_t::ANGLE_SENSOR)) measured.angle = measured.radius = measured.capacity = UNKNOWN;
-  if (HasFault(fault_t::LENGTH_SENSOR)) measured.extension = measured.radius = measured.capacity = UNKNOWN;
-  if (HasFault(fault_t::SWING_SENSOR)) measured.swing = UNKNOWN;
-  if (HasFault(fault_t::TWO_BLOCK_SWITCH)) measured.twoBlock = true;
+  if (HasFault(sensor_fault_t::LOAD_CELL)) measured.load = measured.piston = measured.rod = UNKNOWN;
+  if (HasFault(sensor_fault_t::ANGLE_SENSOR)) measured.angle = measured.radius = measured.capacity = UNKNOWN;
+  if (HasFault(sensor_fault_t::LENGTH_SENSOR))
+    measured.extension = measured.radius = measured.capacity = UNKNOWN;
+  if (HasFault(sensor_fault_t::SWING_SENSOR)) measured.swing = UNKNOWN;
+  if (HasFault(sensor_fault_t::TWO_BLOCK_SWITCH)) measured.twoBlock = true;
   const bool known = !std::isnan(measured.load) && !std::isnan(measured.capacity);
   measured.percent = known ? crane::PercentOf(measured.load, measured.capacity) : UNKNOWN;
   return measured;

@@ -27,9 +27,15 @@ struct measured_t {
 };
 
 // Faults that can be put in and taken out again.
-enum class fault_t : std::uint8_t { LOAD_CELL, ANGLE_SENSOR, LENGTH_SENSOR, SWING_SENSOR, TWO_BLOCK_SWITCH };
-constexpr std::array<std::string_view, 5> FAULT_NAMES = {"load-cell", "angle-sensor", "length-sensor",
-                                                         "swing-sensor", "two-block-switch"};
+enum class sensor_fault_t : std::uint8_t {
+  LOAD_CELL,
+  ANGLE_SENSOR,
+  LENGTH_SENSOR,
+  SWING_SENSOR,
+  TWO_BLOCK_SWITCH
+};
+constexpr std::array<std::string_view, 5> SENSOR_FAULT_NAMES = {"load-cell", "angle-sensor", "length-sensor",
+                                                                "swing-sensor", "two-block-switch"};
 
 class Sensors {
  public:
@@ -37,8 +43,8 @@ class Sensors {
   // Metres a second; the load sways in it. 0 to 40.
   void SetWind(double wind) { wind_ = wind; }
   double Wind() const { return wind_; }
-  void SetFault(fault_t fault, bool on) { faults_[static_cast<std::size_t>(fault)] = on; }
-  bool HasFault(fault_t fault) const { return faults_[static_cast<std::size_t>(fault)]; }
+  void SetFault(sensor_fault_t fault, bool on) { faults_[static_cast<std::size_t>(fault)] = on; }
+  bool HasFault(sensor_fault_t fault) const { return faults_[static_cast<std::size_t>(fault)]; }
   bool AnyFault() const;
 
   // One look, ten a second. The same seed and the same crane give the same values.
@@ -56,7 +62,7 @@ class Sensors {
 
   std::mt19937 random_;
   double wind_ = 3;
-  std::array<bool, FAULT_NAMES.size()> faults_{};
+  std::array<bool, SENSOR_FAULT_NAMES.size()> faults_{};
   Tremor load_, angle_, length_, swing_, pressure_;
 };
 

@@ -80,7 +80,7 @@ void AddBase(const crane::Crane& crane, LampWord& lamps) {
 
 }  // namespace
 
-std::uint32_t LampsOf(const cab_t& cab) {
+std::uint32_t MakeLampWord(const cab_t& cab) {
   LampWord lamps;
   AddAlarms(cab, lamps);
   AddRigging(cab.crane.Rigging(), lamps);
@@ -117,7 +117,7 @@ unsigned SwingModeOf(const cab_t& cab, const crane::LoadChart& chart) {
   return chart.Has(conditions) ? FRONT_ARC : NOT_AVAILABLE;
 }
 
-void FillValues(const cab_t& cab, host::OperatingValues& values) {
+void FillValues(const cab_t& cab, host::Cmd2Values& values) {
   const measured_t& now = cab.measured;
   const units_t units = cab.settings.units;
   values.Set("capacity", Weight(now.capacity, units));
@@ -127,7 +127,7 @@ void FillValues(const cab_t& cab, host::OperatingValues& values) {
   values.Set("extension", Length(now.extension, units));
   values.Set("percent", now.percent);
   values.Set("parts-of-line", cab.crane.Rigging().parts);
-  values.Set("led", LampsOf(cab));
+  values.Set("led", MakeLampWord(cab));
   values.Set("swing", std::isnan(now.swing) ? UNKNOWN_SWING : std::round(now.swing));
   values.Set("piston-pressure", Pressure(now.piston, units));
   values.Set("rod-pressure", Pressure(now.rod, units));

@@ -11,7 +11,7 @@
 namespace simulate {
 
 // The lamp word of command 2.
-std::uint32_t LampsOf(const cab_t& cab);
+std::uint32_t MakeLampWord(const cab_t& cab);
 // Of tires and outriggers retracted, half and extended: green where the crane stands on what the operator has
 // chosen, yellow on what it moves to and red on what it still stands on, the others dark.
 std::array<double, 4> ColorsOf(const crane::Crane& crane);
@@ -19,6 +19,6 @@ std::array<double, 4> ColorsOf(const crane::Crane& crane);
 unsigned SwingModeOf(const cab_t& cab, const crane::LoadChart& chart);
 // All of command 2, converted to the units that are set. What is not known becomes what the display shows as
 // dashes.
-void FillValues(const cab_t& cab, host::OperatingValues& values);
+void FillValues(const cab_t& cab, host::Cmd2Values& values);
 
 }  // namespace simulate

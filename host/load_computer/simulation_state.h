@@ -14,7 +14,7 @@
 
 namespace simulate {
 
-struct state_t {
+struct simulation_state_t {
   double time_s = 0;  // of the crane
   std::string scenario;
   measured_t measured;  // as the display is told, but in metres, kilograms, degrees and bar

@@ -27,7 +27,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr double FASTEST = 100'000;
 
-std::string Seconds(std::chrono::microseconds time) {
+std::string FormatSeconds(std::chrono::microseconds time) {
   std::ostringstream text;
   text << std::fixed << std::setprecision(1) << std::chrono::duration<double>(time).count() << " s";
   return text.str();
@@ -71,7 +71,7 @@ std::uintmax_t SizeOf(const std::string& file) {
 constexpr std::chrono::milliseconds DISPLAY_CATCHES_UP{500};
 constexpr std::chrono::milliseconds KEY_SETTLES{100};
 
-std::vector<bus::key_change_t> ReadKeys(const std::string& file) {
+std::vector<bus::key_change_t> ReadKeyLog(const std::string& file) {
   std::vector<bus::key_change_t> keys;
   if (file.empty()) return keys;
   std::ifstream in(file);
@@ -92,7 +92,7 @@ class Recording {
     frame_ = reader_.Next();
     while (!keys_.empty() && (!frame_ || keys_.front().time_us < frame_->time_us)) keys_ = keys_.subspan(1);
   }
-  std::optional<happening_t> Next() {
+  std::optional<recorded_event_t> Next() {
     if (!keys_.empty() && (!frame_ || keys_.front().time_us <= frame_->time_us)) {
       const bus::key_change_t change = keys_.front();
       keys_ = keys_.subspan(1);
@@ -115,13 +115,13 @@ class FilePlayer {
       : options_(options),
         stop_(stop),
         station_(options.bus, stop),
-        keys_(ReadKeys(options.keysFile)),
+        keys_(ReadKeyLog(options.keysFile)),
         speed_(ParseSpeed(options.speed, FASTEST)),
         schedule_(Clock::now(), speed_),
         progress_(!options.quiet && ::isatty(STDERR_FILENO) != 0),
         control_(stop, options.file != "-", [this](bool paused) { progress_.ShowPaused(paused); }),
         size_(SizeOf(options.file)) {
-    station_.Drain();
+    station_.StartReceiving();
   }
   void Run(std::istream& in);
 
@@ -141,14 +141,14 @@ class FilePlayer {
   ProgressLine progress_;
   PlayControl control_;
   const std::uintmax_t size_;
-  played_t played_;
+  play_counts_t played_;
   std::uint64_t skipped_ = 0;
 };
 
 // "12.3 s  45 %  1234 frames"
 void FilePlayer::ShowProgress(std::istream& in) {
   if (!progress_.Due()) return;
-  std::string text = Seconds(schedule_.Position());
+  std::string text = FormatSeconds(schedule_.Position());
   if (size_ > 0) {
     const auto at = static_cast<std::streamoff>(in.tellg());
     text += "  " + std::to_string(at < 0 ? 100 : static_cast<std::uintmax_t>(at) * 100 / size_) + " %";
@@ -168,16 +168,16 @@ std::optional<Clock::duration> FilePlayer::MoveKey(const bus::key_change_t& chan
 
 bool FilePlayer::PlayOnce(std::istream& in) {
   Recording recording(in, keys_);
-  const stage_t stage{.now = Clock::now,
-                      .waitUntil = [this](Clock::time_point when) { return control_.WaitUntil(when); },
-                      .send =
-                          [this](const bus::frame_t& frame) {
-                            const bool sent = station_.Send({&frame, 1});
-                            control_.Sent();
-                            return sent;
-                          },
-                      .progress = [this, &in] { ShowProgress(in); },
-                      .moveKey = [this](const bus::key_change_t& change) { return MoveKey(change); }};
+  const player_hooks_t stage{.now = Clock::now,
+                             .waitUntil = [this](Clock::time_point when) { return control_.WaitUntil(when); },
+                             .send =
+                                 [this](const bus::frame_t& frame) {
+                                   const bool sent = station_.Send({&frame, 1});
+                                   control_.Sent();
+                                   return sent;
+                                 },
+                             .progress = [this, &in] { ShowProgress(in); },
+                             .moveKey = [this](const bus::key_change_t& change) { return MoveKey(change); }};
   const bool whole = Play([&recording] { return recording.Next(); }, schedule_, options_.all, stage, played_);
   skipped_ += recording.Skipped();
   return whole;
@@ -186,7 +186,7 @@ bool FilePlayer::PlayOnce(std::istream& in) {
 void FilePlayer::Summarise() const {
   progress_.Clear();
   if (options_.quiet) return;
-  std::cerr << "hx7: played " << played_.frames << " frames, " << Seconds(schedule_.Position())
+  std::cerr << "hx7: played " << played_.frames << " frames, " << FormatSeconds(schedule_.Position())
             << " of the log; passed over " << played_.passedOver << " frames of the display and " << skipped_
             << " lines that are no frames\n";
 }

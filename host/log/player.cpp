@@ -17,7 +17,7 @@ namespace {
 using put_off_t = std::optional<Schedule::TimePoint::duration>;
 
 // Each gives back what all that follows is put off by; empty: stop.
-put_off_t PlayFrame(const bus::frame_t& frame, bool all, const stage_t& stage, played_t& played) {
+put_off_t PlayFrame(const bus::frame_t& frame, bool all, const player_hooks_t& stage, play_counts_t& played) {
   if (!all && frame.extended && frame.identifier == DISPLAY_FRAME_ID) {
     ++played.passedOver;
     return put_off_t{0};
@@ -30,20 +30,21 @@ put_off_t PlayFrame(const bus::frame_t& frame, bool all, const stage_t& stage, p
   return took > BUS_AWAY ? took : Schedule::TimePoint::duration::zero();
 }
 
-put_off_t PlayHappening(const happening_t& happening, bool all, const stage_t& stage, played_t& played) {
+put_off_t PlayHappening(const recorded_event_t& happening, bool all, const player_hooks_t& stage,
+                        play_counts_t& played) {
   const auto* key = std::get_if<bus::key_change_t>(&happening);
   return key != nullptr ? stage.moveKey(*key)
                         : PlayFrame(std::get<bus::frame_t>(happening), all, stage, played);
 }
 
-std::uint64_t TimeOf(const happening_t& happening) {
+std::uint64_t TimeOf(const recorded_event_t& happening) {
   return std::visit([](const auto& what) { return what.time_us; }, happening);
 }
 
 }  // namespace
 
-bool Play(const std::function<std::optional<happening_t>()>& next, Schedule& schedule, bool all,
-          const stage_t& stage, played_t& played) {
+bool Play(const std::function<std::optional<recorded_event_t>()>& next, Schedule& schedule, bool all,
+          const player_hooks_t& stage, play_counts_t& played) {
   while (const auto happening = next()) {
     const put_off_t held = stage.waitUntil(schedule.Due(TimeOf(*happening)));
     if (!held) return false;

@@ -41,10 +41,10 @@ class Schedule {
 // catching up in one burst.
 constexpr std::chrono::milliseconds BUS_AWAY{500};
 
-using happening_t = std::variant<bus::frame_t, bus::key_change_t>;
+using recorded_event_t = std::variant<bus::frame_t, bus::key_change_t>;
 
 // What the player needs of the world; a test gives it a clock of its own.
-struct stage_t {
+struct player_hooks_t {
   std::function<Schedule::TimePoint()> now;
   // Waits until then and as much longer as somebody holds the log, which is what it gives back; empty: stop.
   std::function<std::optional<Schedule::TimePoint::duration>(Schedule::TimePoint)> waitUntil;
@@ -54,14 +54,14 @@ struct stage_t {
   std::function<std::optional<Schedule::TimePoint::duration>(const bus::key_change_t&)> moveKey;
 };
 
-struct played_t {
+struct play_counts_t {
   std::uint64_t frames = 0;
   std::uint64_t passedOver = 0;  // frames of the display
 };
 
 // Plays what `next` gives until it gives nothing (or the stage stops it), and adds to `played`. Frames of the
 // display itself are passed over unless `all` is set: the display that listens has its own to say.
-bool Play(const std::function<std::optional<happening_t>()>& next, Schedule& schedule, bool all,
-          const stage_t& stage, played_t& played);
+bool Play(const std::function<std::optional<recorded_event_t>()>& next, Schedule& schedule, bool all,
+          const player_hooks_t& stage, play_counts_t& played);
 
 }  // namespace host

@@ -15,7 +15,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // The name that the log's lines carry: that of the interface, or of the one bus that a socketcand server has.
-std::string InterfaceOf(const std::string& bus) {
+std::string LogInterfaceName(const std::string& bus) {
   constexpr std::string_view KERNEL = "socketcan:";
   return bus.starts_with(KERNEL) ? bus.substr(KERNEL.size()) : "can0";
 }
@@ -27,7 +27,7 @@ constexpr int WAIT_MS = 100;
 class BusRecorder {
  public:
   BusRecorder(std::ostream& out, const record_options_t& options)
-      : out_(out), options_(options), interface_(InterfaceOf(options.bus)), station_(options.bus, stop_) {}
+      : out_(out), options_(options), interface_(LogInterfaceName(options.bus)), station_(options.bus, stop_) {}
 
   void Run() {
     auto flush = Clock::now() + FLUSH_PACE;
@@ -53,7 +53,7 @@ class BusRecorder {
   // What came before the end belongs into the log; a bus that never falls silent does not put the end off.
   void Drain() {
     const auto limit = Clock::now() + DRAIN_LIMIT;
-    for (bus::frame_t frame; Clock::now() < limit && station_.TakeWaiting(frame);) Write(frame);
+    for (bus::frame_t frame; Clock::now() < limit && station_.ReceiveWaiting(frame);) Write(frame);
   }
 
   std::ostream& out_;

@@ -10,13 +10,13 @@
 
 namespace host {
 
-class OperatingValues {
+class Cmd2Values {
  public:
-  OperatingValues();  // all 0: nothing on the hook, no lamp lit
+  Cmd2Values();  // all 0: nothing on the hook, no lamp lit
   // By the table's names ("load", "led"); the table must have the name. Percent is in percent.
   double Get(std::string_view name) const;
   void Set(std::string_view name, double value);
-  Message Encode() const;
+  MessageBytes MakeMessage() const;
 
  private:
   std::vector<double> values_;  // in the order of the table's fields
@@ -24,8 +24,8 @@ class OperatingValues {
 
 // In the runtime directory, one "name=value" a line. A file that is missing or broken gives the neutral values
 // of what it does not say.
-OperatingValues LoadOperatingValues(const std::string& directory);
+Cmd2Values LoadSentValues(const std::string& directory);
 // Replaces the file in one step, so that a reader never sees half of it. Throws failure.
-void SaveOperatingValues(const std::string& directory, const OperatingValues& values);
+void SaveSentValues(const std::string& directory, const Cmd2Values& values);
 
 }  // namespace host

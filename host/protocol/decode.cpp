@@ -16,7 +16,7 @@ using Bytes = std::span<const std::uint8_t>;
 constexpr std::size_t LEAST_TEXT_LENGTH = 3;   // of a text sub-command: a byte, the field and one character
 constexpr std::size_t LEAST_TEXTS_LENGTH = 5;  // of CMD5: one such sub-command with its length
 
-std::string UnitText(unit_t unit, units_t units) {
+std::string ValueUnit(unit_t unit, known_units_t units) {
   constexpr std::array<const char*, 2> WEIGHTS = {"lbs", "kgs"};
   constexpr std::array<const char*, 2> LENGTHS = {"feet", "meters"};
   switch (unit) {
@@ -42,9 +42,9 @@ std::string Hex(Bytes bytes) {
   return text;
 }
 
-std::vector<std::string> Words(const std::string& text) {
+std::vector<std::string> SplitWords(const std::string& text) {
   std::vector<std::string> words;
-  for (const std::string_view word : Split(text, ' ')) words.emplace_back(word);
+  for (const std::string_view word : SplitAt(text, ' ')) words.emplace_back(word);
   return words;
 }
 
@@ -52,30 +52,30 @@ value_t DecodeKeyMasks(const field_t& field, Bytes message) {
   const std::size_t begin = field.offset + 1U;
   const std::size_t count = std::min<std::size_t>(message[field.offset], message.size() - begin);
   const std::string text = FormatKeyMasks(message.subspan(begin, count));
-  return {.name = std::string(field.name), .text = text, .unit = {}, .number = {}, .parts = Words(text)};
+  return {.name = std::string(field.name), .text = text, .unit = {}, .number = {}, .parts = SplitWords(text)};
 }
 
-value_t DecodeNumber(const field_t& field, Bytes message, units_t units) {
-  const double number = LoadNumber(field, message);
+value_t DecodeNumber(const field_t& field, Bytes message, known_units_t units) {
+  const double number = ReadNumber(field, message);
   value_t value{.name = std::string(field.name), .text = FormatValue(field, number), .unit = {}, .number = {}};
   if (field.type == field_type_t::LAMPS) {
-    value.parts = LampsOf(static_cast<std::uint32_t>(number));
+    value.parts = ListLamps(static_cast<std::uint32_t>(number));
   } else if (field.type == field_type_t::FLOAT_BE ||
              NameOf(field.names, static_cast<unsigned>(number)).empty()) {
     value.number = number;
-    value.unit = UnitText(field.unit, units);
+    value.unit = ValueUnit(field.unit, units);
   }
   return value;
 }
 
-value_t DecodeField(const field_t& field, Bytes message, units_t units) {
+value_t DecodeField(const field_t& field, Bytes message, known_units_t units) {
   if (field.type == field_type_t::KEY_MASKS) return DecodeKeyMasks(field, message);
   if (field.type != field_type_t::TEXT) return DecodeNumber(field, message, units);
   const std::string text = Characters(message.subspan(field.offset, field.size));
   return {.name = std::string(field.name), .text = text, .unit = {}, .number = {}, .parts = {}, .quoted = true};
 }
 
-void DecodeFields(std::span<const field_t> fields, Bytes message, units_t units, decoded_t& decoded) {
+void DecodeFields(std::span<const field_t> fields, Bytes message, known_units_t units, decoded_t& decoded) {
   for (const field_t& field : fields) decoded.values.push_back(DecodeField(field, message, units));
   if (fields.size() == 1) decoded.values[0].name.clear();
 }
@@ -125,15 +125,15 @@ void DecodeFlash(Bytes message, decoded_t& decoded) {
 
 }  // namespace
 
-decoded_t DecodeUnknown(Bytes message, std::string problem) {
+decoded_t ShowBytes(Bytes message, std::string problem) {
   decoded_t decoded{.command = "?", .name = "unknown", .values = {}, .problem = std::move(problem)};
   decoded.values.push_back({.name = "bytes", .text = Hex(message), .unit = {}, .number = {}});
   return decoded;
 }
 
-decoded_t DecodeCommand(Bytes message, units_t units) {
+decoded_t ReadCommand(Bytes message, known_units_t units) {
   const command_t* command = FindCommand(message);
-  if (command == nullptr) return DecodeUnknown(message, "the display knows no such command");
+  if (command == nullptr) return ShowBytes(message, "the display knows no such command");
   decoded_t decoded{.command = "CMD" + std::to_string(command->number),
                     .name = std::string(command->name),
                     .values = {},
@@ -142,9 +142,9 @@ decoded_t DecodeCommand(Bytes message, units_t units) {
   if (message.size() < command->leastLength) {
     decoded.problem =
         std::to_string(message.size()) + " bytes came, " + std::to_string(command->leastLength) + " are needed";
-  } else if (command->layout == layout_t::TEXTS) {
+  } else if (command->layout == message_layout_t::TEXTS) {
     DecodeTexts(message, decoded);
-  } else if (command->layout == layout_t::FLASH) {
+  } else if (command->layout == message_layout_t::FLASH) {
     DecodeFlash(message, decoded);
   } else {
     DecodeFields(command->fields, message, units, decoded);
@@ -152,7 +152,7 @@ decoded_t DecodeCommand(Bytes message, units_t units) {
   return decoded;
 }
 
-decoded_t DecodeReply(const command_t& request, Bytes message) {
+decoded_t ReadReply(const command_t& request, Bytes message) {
   decoded_t decoded{.command = "reply", .name = std::string(request.name), .values = {}, .problem = {}};
   DecodeFields(request.reply.fields, message, {}, decoded);
   return decoded;

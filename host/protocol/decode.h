@@ -28,13 +28,13 @@ struct decoded_t {
 };
 
 // Units that the host has set: 0 Imperial, 1 Metric; empty until it has.
-using units_t = std::optional<unsigned>;
+using known_units_t = std::optional<unsigned>;
 
 // A message of the host, with the padding of its last frame.
-decoded_t DecodeCommand(std::span<const std::uint8_t> message, units_t units);
+decoded_t ReadCommand(std::span<const std::uint8_t> message, known_units_t units);
 // A message of the display that answers `request`.
-decoded_t DecodeReply(const command_t& request, std::span<const std::uint8_t> message);
+decoded_t ReadReply(const command_t& request, std::span<const std::uint8_t> message);
 // A message that nothing is known of: its bytes in hexadecimal.
-decoded_t DecodeUnknown(std::span<const std::uint8_t> message, std::string problem);
+decoded_t ShowBytes(std::span<const std::uint8_t> message, std::string problem);
 
 }  // namespace host

@@ -36,7 +36,7 @@ std::uint32_t LoadLamps(std::span<const std::uint8_t> message, std::size_t at) {
   return word;
 }
 
-void AppendText(Message& message, std::uint8_t field, std::string_view text) {
+void AppendText(MessageBytes& message, std::uint8_t field, std::string_view text) {
   if (text.empty()) throw UsageError("a text needs one character at least; send a blank to show nothing");
   const std::size_t begin = message.size();
   if (text.size() > MOST_MESSAGE_BYTES - std::min(MOST_MESSAGE_BYTES, begin + TEXT_HEADER)) {
@@ -52,7 +52,7 @@ void AppendText(Message& message, std::uint8_t field, std::string_view text) {
 
 }  // namespace
 
-void StoreNumber(const field_t& field, double value, std::span<std::uint8_t> message) {
+void WriteNumber(const field_t& field, double value, std::span<std::uint8_t> message) {
   const double scaled = value * field.scale;
   switch (field.type) {
     case field_type_t::I16_BE:
@@ -66,7 +66,7 @@ void StoreNumber(const field_t& field, double value, std::span<std::uint8_t> mes
   }
 }
 
-double LoadNumber(const field_t& field, std::span<const std::uint8_t> message) {
+double ReadNumber(const field_t& field, std::span<const std::uint8_t> message) {
   switch (field.type) {
     case field_type_t::I16_BE:
       return static_cast<std::int16_t>(platform::LoadBe16(message, field.offset)) / field.scale;
@@ -79,30 +79,30 @@ double LoadNumber(const field_t& field, std::span<const std::uint8_t> message) {
   }
 }
 
-Message Encode(const command_t& command, std::span<const double> values) {
+MessageBytes MakeMessage(const command_t& command, std::span<const double> values) {
   assert(values.size() == command.fields.size());
-  Message message(command.leastLength, 0);
+  MessageBytes message(command.leastLength, 0);
   message[0] = command.number;
   if (command.sub != NO_SUB) message[1] = static_cast<std::uint8_t>(command.sub);
-  for (std::size_t i = 0; i < values.size(); ++i) StoreNumber(command.fields[i], values[i], message);
+  for (std::size_t i = 0; i < values.size(); ++i) WriteNumber(command.fields[i], values[i], message);
   return message;
 }
 
-Message Encode(std::string_view command, double value) {
+MessageBytes MakeMessage(std::string_view command, double value) {
   const command_t* found = FindCommand(command);
   assert(found != nullptr);
-  return Encode(*found, {&value, 1});
+  return MakeMessage(*found, {&value, 1});
 }
 
-Message Encode(std::string_view command) {
+MessageBytes MakeMessage(std::string_view command) {
   const command_t* found = FindCommand(command);
   assert(found != nullptr);
-  return Encode(*found);
+  return MakeMessage(*found);
 }
 
-Message EncodeKeyMasks(std::span<const std::uint8_t> masks) {
+MessageBytes MakeKeyMasksMessage(std::span<const std::uint8_t> masks) {
   constexpr std::array<std::uint8_t, 2> HEAD = {EXTENDED_COMMAND, 1};
-  Message message;
+  MessageBytes message;
   message.reserve(HEAD.size() + 1 + masks.size());
   message.assign(HEAD.begin(), HEAD.end());
   message.push_back(static_cast<std::uint8_t>(masks.size()));
@@ -110,22 +110,22 @@ Message EncodeKeyMasks(std::span<const std::uint8_t> masks) {
   return message;
 }
 
-Message EncodeTexts(std::span<const text_t> texts) {
+MessageBytes MakeTextsMessage(std::span<const field_text_t> texts) {
   if (texts.empty()) throw UsageError("a text command needs one text at least");
-  Message message(TEXTS_BEGIN, 0);
+  MessageBytes message(TEXTS_BEGIN, 0);
   message[0] = TextsCommand().number;
-  for (const text_t& text : texts) AppendText(message, text.field, text.text);
+  for (const field_text_t& text : texts) AppendText(message, text.field, text.text);
   platform::StoreBe16(message, 1, static_cast<std::uint16_t>(message.size() - TEXTS_BEGIN));
   return message;
 }
 
-Message EncodeFlash(std::string_view text) {
-  Message message = {FlashCommand().number};
+MessageBytes MakeFlashMessage(std::string_view text) {
+  MessageBytes message = {FlashCommand().number};
   AppendText(message, 0, text);
   return message;
 }
 
-std::vector<bus::frame_t> Segment(std::span<const std::uint8_t> message) {
+std::vector<bus::frame_t> CutIntoFrames(std::span<const std::uint8_t> message) {
   if (message.empty()) throw UsageError("a message needs one byte at least");
   std::size_t count = 1;
   while (MessageRoom(count) < message.size()) ++count;

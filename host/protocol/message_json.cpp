@@ -50,14 +50,14 @@ void AddMessage(Json& line, const decoded_t& decoded) {
 
 }  // namespace
 
-std::string JsonLine(const utterance_t& utterance) {
+std::string FormatJsonLine(const bus_message_t& heard) {
   Json line;
-  line["time"] = static_cast<double>(utterance.time_us) / MICROS_PER_SECOND;
-  line["from"] = SpeakerName(utterance.speaker);
-  if (utterance.speaker == speaker_t::OTHER) {
-    AddFrame(line, utterance.frame);
+  line["time"] = static_cast<double>(heard.time_us) / MICROS_PER_SECOND;
+  line["from"] = SenderName(heard.sender);
+  if (heard.sender == sender_t::OTHER) {
+    AddFrame(line, heard.frame);
   } else {
-    AddMessage(line, utterance.decoded);
+    AddMessage(line, heard.decoded);
   }
   return line.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

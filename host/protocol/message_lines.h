@@ -9,19 +9,19 @@
 namespace host {
 
 // "host", "display", "other".
-std::string_view SpeakerName(speaker_t speaker);
+std::string_view SenderName(sender_t sender);
 
 // "operating-values: load 12300 lbs, radius 35.4 feet, led prealarm,a2b".
-std::string InWords(const decoded_t& decoded);
+std::string FormatMessage(const decoded_t& decoded);
 
 // "14:05:12.345" in the machine's own zone.
-std::string TimeOfDay(std::uint64_t time_us);
+std::string FormatTimeOfDay(std::uint64_t time_us);
 
 // "14:05:12.345  host     CMD7.11  units: metric".
-std::string WatchLine(const utterance_t& utterance);
+std::string FormatWatchLine(const bus_message_t& heard);
 
 // {"time":1436509052.249713,"from":"host","command":"CMD7.11","name":"units","values":{"units":"metric"}}; a
 // field that comes more than once has an array, lamps and keys have one always.
-std::string JsonLine(const utterance_t& utterance);
+std::string FormatJsonLine(const bus_message_t& heard);
 
 }  // namespace host

@@ -87,7 +87,7 @@ constexpr std::array<std::string_view, 32> LAMPS = {"prealarm",
                                                     "swing-alarm-set",
                                                     "swing-alarm-tripped"};
 
-// Message byte 1 has no meaning.
+// MessageBytes byte 1 has no meaning.
 constexpr field_t OPERATING_VALUES[] = {
     {.name = "capacity",
      .type = field_type_t::FLOAT_BE,
@@ -189,7 +189,7 @@ constexpr command_t COMMANDS[] = {
      .name = "flash",
      .about = "flash message of the configuration page",
      .leastLength = 6,
-     .layout = layout_t::FLASH},
+     .layout = message_layout_t::FLASH},
     {.number = 4,
      .name = "beeper",
      .about = "sounds the beeper until changed",
@@ -199,7 +199,7 @@ constexpr command_t COMMANDS[] = {
      .name = "texts",
      .about = "texts of the display; fields that are not named become empty",
      .leastLength = 8,
-     .layout = layout_t::TEXTS},
+     .layout = message_layout_t::TEXTS},
     {.number = 6, .name = "key-state", .about = "asks for the next key press", .reply = {1, KEY_STATE}},
     {.number = 7,
      .sub = 1,

@@ -47,14 +47,14 @@ struct field_t {
   std::span<const number_name_t> names = {};  // values with a name
 };
 
-enum class layout_t : std::uint8_t {
+enum class message_layout_t : std::uint8_t {
   FIELDS,  // fields at fixed offsets
   TEXTS,   // CMD5: u16 length of what follows, then text sub-commands
   FLASH,   // CMD3: one text sub-command
 };
 
 // A reply has the frames' layout of a message but no command number: it belongs to the request before it.
-struct reply_t {
+struct reply_layout_t {
   std::uint8_t frames = 0;
   std::span<const field_t> fields = {};
 };
@@ -65,9 +65,9 @@ struct command_t {
   std::string_view name;
   std::string_view about;
   std::uint8_t leastLength = 1;  // message bytes
-  layout_t layout = layout_t::FIELDS;
+  message_layout_t layout = message_layout_t::FIELDS;
   std::span<const field_t> fields = {};
-  reply_t reply = {};  // frames 0: the display answers nothing
+  reply_layout_t reply = {};  // frames 0: the display answers nothing
 };
 
 constexpr std::uint8_t EXTENDED_COMMAND = 7;

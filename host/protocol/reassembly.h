@@ -11,7 +11,7 @@ namespace host {
 
 class Reassembler {
  public:
-  struct counters_t {
+  struct joining_counts_t {
     std::uint64_t messages = 0;
     std::uint64_t broken = 0;   // messages given up because a frame was missing, repeated or out of order
     std::uint64_t strays = 0;   // frames that begin no message while none is being joined
@@ -20,17 +20,17 @@ class Reassembler {
 
   // One frame's data. True when it completes a message, which is then in `message` with the padding of its last
   // frame. As in the display, the frame that breaks a sequence is not looked at again as a possible beginning.
-  bool Feed(std::span<const std::uint8_t> data, Message& message);
-  const counters_t& Counters() const { return counters_; }
+  bool Accept(std::span<const std::uint8_t> data, MessageBytes& message);
+  const joining_counts_t& Counts() const { return counts_; }
 
  private:
-  bool Begin(std::span<const std::uint8_t> data, Message& message);
-  bool Deliver(Message& message);
+  bool Begin(std::span<const std::uint8_t> data, MessageBytes& message);
+  bool Deliver(MessageBytes& message);
 
-  Message message_;
+  MessageBytes message_;
   unsigned expected_ = 0;  // frames of the message
   unsigned received_ = 0;  // 0: waiting for a first frame
-  counters_t counters_;
+  joining_counts_t counts_;
 };
 
 }  // namespace host

@@ -20,7 +20,7 @@ struct argument_t {
   std::optional<std::string_view> value;
 };
 
-argument_t TakeApart(std::string_view text) {
+argument_t SplitArgument(std::string_view text) {
   const std::size_t equals = text.find('=');
   if (equals == std::string_view::npos) return {text, std::nullopt};
   return {text.substr(0, equals), text.substr(equals + 1)};
@@ -49,8 +49,8 @@ std::string_view NeedValue(const argument_t& argument) {
   return *argument.value;
 }
 
-Message ParseHexMessage(std::string_view text) {
-  Message message;
+MessageBytes ParseHexMessage(std::string_view text) {
+  MessageBytes message;
   for (; !text.empty(); text.remove_prefix(2)) {
     std::uint8_t byte = 0;
     const auto [stop, error] =
@@ -69,45 +69,45 @@ bus::frame_t ParseFrame(std::string_view text) {
   return line->frame;
 }
 
-Message EncodeArgument(const command_t& command, const argument_t& argument) {
-  if (command.layout == layout_t::FLASH) return EncodeFlash(NeedValue(argument));
-  if (command.layout == layout_t::TEXTS) {
+MessageBytes EncodeArgument(const command_t& command, const argument_t& argument) {
+  if (command.layout == message_layout_t::FLASH) return MakeFlashMessage(NeedValue(argument));
+  if (command.layout == message_layout_t::TEXTS) {
     throw UsageError("name the field of the text, such as line1-center=\"HELLO\"");
   }
   if (command.fields.empty()) {
     if (argument.value) throw UsageError(std::string(command.name) + " takes no value");
-    return Encode(command);
+    return MakeMessage(command);
   }
   if (command.fields[0].type == field_type_t::KEY_MASKS)
-    return EncodeKeyMasks(ParseKeyMasks(NeedValue(argument)));
-  const auto parts = Split(NeedValue(argument), ',');
+    return MakeKeyMasksMessage(ParseKeyMasks(NeedValue(argument)));
+  const auto parts = SplitAt(NeedValue(argument), ',');
   if (parts.size() != command.fields.size()) {
     throw UsageError(std::string(command.name) + " takes " + std::to_string(command.fields.size()) + " value" +
                      (command.fields.size() == 1 ? "" : "s with commas between"));
   }
   std::vector<double> values;
   for (std::size_t i = 0; i < parts.size(); ++i) values.push_back(ParseValue(command.fields[i], parts[i]));
-  return Encode(command, values);
+  return MakeMessage(command, values);
 }
 
 // Works the arguments off one by one; the two messages that gather several arguments are made at the end.
 class Planner {
  public:
-  explicit Planner(OperatingValues& values) : values_(values) {}
-  void Take(const argument_t& argument);
+  explicit Planner(Cmd2Values& values) : values_(values) {}
+  void Add(const argument_t& argument);
   plan_t Finish();
 
  private:
-  step_t& Gather(std::optional<std::size_t>& step);
+  send_step_t& Gather(std::optional<std::size_t>& step);
 
-  OperatingValues& values_;
+  Cmd2Values& values_;
   plan_t plan_;
-  std::vector<text_t> texts_;
+  std::vector<field_text_t> texts_;
   std::optional<std::size_t> valuesStep_;
   std::optional<std::size_t> textsStep_;
 };
 
-step_t& Planner::Gather(std::optional<std::size_t>& step) {
+send_step_t& Planner::Gather(std::optional<std::size_t>& step) {
   if (!step) {
     step = plan_.steps.size();
     plan_.steps.emplace_back();
@@ -115,9 +115,9 @@ step_t& Planner::Gather(std::optional<std::size_t>& step) {
   return plan_.steps[*step];
 }
 
-void Planner::Take(const argument_t& argument) {
+void Planner::Add(const argument_t& argument) {
   if (argument.name == RAW) {
-    plan_.steps.push_back({Segment(ParseHexMessage(NeedValue(argument)))});
+    plan_.steps.push_back({CutIntoFrames(ParseHexMessage(NeedValue(argument)))});
   } else if (argument.name == FRAME) {
     plan_.steps.push_back({{ParseFrame(NeedValue(argument))}});
   } else if (const field_t* field = FindField(OperatingValuesCommand(), argument.name)) {
@@ -131,7 +131,7 @@ void Planner::Take(const argument_t& argument) {
       Gather(valuesStep_);
     } else {
       plan_.steps.push_back(
-          {Segment(EncodeArgument(*command, argument)), command->reply.frames > 0 ? command : nullptr});
+          {CutIntoFrames(EncodeArgument(*command, argument)), command->reply.frames > 0 ? command : nullptr});
     }
   } else {
     RefuseName(argument.name);
@@ -139,20 +139,20 @@ void Planner::Take(const argument_t& argument) {
 }
 
 plan_t Planner::Finish() {
-  if (valuesStep_) Gather(valuesStep_).frames = Segment(values_.Encode());
-  if (textsStep_) Gather(textsStep_).frames = Segment(EncodeTexts(texts_));
+  if (valuesStep_) Gather(valuesStep_).frames = CutIntoFrames(values_.MakeMessage());
+  if (textsStep_) Gather(textsStep_).frames = CutIntoFrames(MakeTextsMessage(texts_));
   plan_.sendsValues = valuesStep_.has_value();
   return std::move(plan_);
 }
 
 }  // namespace
 
-plan_t PlanSend(std::span<const std::string> arguments, OperatingValues& values) {
+plan_t PlanSend(std::span<const std::string> arguments, Cmd2Values& values) {
   Planner planner(values);
   for (const std::string& text : arguments) {
-    const argument_t argument = TakeApart(text);
+    const argument_t argument = SplitArgument(text);
     try {
-      planner.Take(argument);
+      planner.Add(argument);
     } catch (const UsageError& error) {
       throw UsageError(text + ": " + error.what());
     }
@@ -196,17 +196,17 @@ std::string Row(std::string_view name, const std::string& words) {
 }
 
 void ListOther(const command_t& command, std::string& text) {
-  if (command.layout == layout_t::TEXTS || &command == &OperatingValuesCommand()) return;
+  if (command.layout == message_layout_t::TEXTS || &command == &OperatingValuesCommand()) return;
   std::string words(command.about);
-  if (command.layout == layout_t::FLASH) words += "; a text";
+  if (command.layout == message_layout_t::FLASH) words += "; a text";
   if (!command.fields.empty()) {
     const std::string values = FieldWords(command.fields[0]);
     words += command.fields.size() > 1 ? "; of each: " + values : values.empty() ? "" : "; " + values;
   }
   if (command.reply.frames > 0) words += "; prints the answer";
-  text +=
-      Row(std::string(command.name) + (command.fields.empty() && command.layout == layout_t::FIELDS ? "" : "="),
-          words);
+  text += Row(std::string(command.name) +
+                  (command.fields.empty() && command.layout == message_layout_t::FIELDS ? "" : "="),
+              words);
 }
 
 }  // namespace

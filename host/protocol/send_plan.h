@@ -11,7 +11,7 @@
 
 namespace host {
 
-struct step_t {
+struct send_step_t {
   std::vector<bus::frame_t> frames;
   const command_t* request = nullptr;  // whose reply is waited for
 };
@@ -20,10 +20,10 @@ struct step_t {
 // where its first stands; the rest in order. `values` are those sent last and become those that will have been
 // sent. Throws UsageError, with the nearest name where there is no such name.
 struct plan_t {
-  std::vector<step_t> steps;
+  std::vector<send_step_t> steps;
   bool sendsValues = false;
 };
-plan_t PlanSend(std::span<const std::string> arguments, OperatingValues& values);
+plan_t PlanSend(std::span<const std::string> arguments, Cmd2Values& values);
 
 // Every name with its values and units, for `hx7 send --list`.
 std::string ListSendNames();

@@ -10,13 +10,13 @@ namespace {
 constexpr std::size_t MOST_WAITING = 32;
 constexpr std::uint64_t PATIENCE_US = 1'000'000;
 
-speaker_t SpeakerOf(const bus::frame_t& frame) {
-  if (!frame.extended) return speaker_t::OTHER;
-  if (frame.identifier == HOST_FRAME_ID) return speaker_t::HOST;
-  return frame.identifier == DISPLAY_FRAME_ID ? speaker_t::DISPLAY : speaker_t::OTHER;
+sender_t SenderOf(const bus::frame_t& frame) {
+  if (!frame.extended) return sender_t::OTHER;
+  if (frame.identifier == HOST_FRAME_ID) return sender_t::HOST;
+  return frame.identifier == DISPLAY_FRAME_ID ? sender_t::DISPLAY : sender_t::OTHER;
 }
 
-std::size_t FramesOf(const Message& message) {
+std::size_t CountFrames(const MessageBytes& message) {
   std::size_t frames = 1;
   while (MessageRoom(frames) < message.size()) ++frames;
   return frames;
@@ -55,46 +55,46 @@ const command_t* ReplyMatcher::Answered(std::size_t frames, std::uint64_t time_u
   return request;
 }
 
-void Conversation::HearHost(const Message& message, utterance_t& utterance) {
-  utterance.decoded = DecodeCommand(message, units_);
+void TrafficDecoder::HearHost(const MessageBytes& message, bus_message_t& heard) {
+  heard.decoded = ReadCommand(message, units_);
   const command_t* command = FindCommand(message);
   if (command == nullptr) return;
   // A request of more than one frame gets no answer.
-  if (command->reply.frames > 0 && FramesOf(message) == 1) replies_.Requested(*command, utterance.time_us);
+  if (command->reply.frames > 0 && CountFrames(message) == 1) replies_.Requested(*command, heard.time_us);
   if (command->name == "units" && message.size() >= command->leastLength && message[2] <= 1)
     units_ = message[2];
 }
 
-void Conversation::HearDisplay(const Message& message, utterance_t& utterance) {
-  utterance.answers = replies_.Answered(FramesOf(message), utterance.time_us);
-  utterance.decoded = utterance.answers == nullptr ? DecodeUnknown(message, "nobody asked for this")
-                                                   : DecodeReply(*utterance.answers, message);
+void TrafficDecoder::HearDisplay(const MessageBytes& message, bus_message_t& heard) {
+  heard.request = replies_.Answered(CountFrames(message), heard.time_us);
+  heard.decoded = heard.request == nullptr ? ShowBytes(message, "nobody asked for this")
+                                           : ReadReply(*heard.request, message);
 }
 
-std::optional<utterance_t> Conversation::Feed(const bus::frame_t& frame) {
-  ++counters_.frames;
-  utterance_t utterance{
-      .time_us = frame.time_us, .speaker = SpeakerOf(frame), .frame = frame, .message = {}, .decoded = {}};
-  if (utterance.speaker == speaker_t::OTHER) {
-    ++counters_.others;
-    utterance.decoded = DecodeUnknown(frame.Bytes(), "");
-    return utterance;
+std::optional<bus_message_t> TrafficDecoder::Accept(const bus::frame_t& frame) {
+  ++counts_.frames;
+  bus_message_t heard{
+      .time_us = frame.time_us, .sender = SenderOf(frame), .frame = frame, .bytes = {}, .decoded = {}};
+  if (heard.sender == sender_t::OTHER) {
+    ++counts_.others;
+    heard.decoded = ShowBytes(frame.Bytes(), "");
+    return heard;
   }
-  Message message;
-  const bool fromHost = utterance.speaker == speaker_t::HOST;
+  MessageBytes message;
+  const bool fromHost = heard.sender == sender_t::HOST;
   if (fromHost && IsImmediateRequest(frame.Bytes())) {
-    ++counters_.requests;
+    ++counts_.requests;
     message.assign(frame.Bytes().begin() + 2, frame.Bytes().end());
-  } else if (!(fromHost ? host_ : display_).Feed(frame.Bytes(), message)) {
+  } else if (!(fromHost ? host_ : display_).Accept(frame.Bytes(), message)) {
     return std::nullopt;
   }
   if (fromHost) {
-    HearHost(message, utterance);
+    HearHost(message, heard);
   } else {
-    HearDisplay(message, utterance);
+    HearDisplay(message, heard);
   }
-  utterance.message = std::move(message);
-  return utterance;
+  heard.bytes = std::move(message);
+  return heard;
 }
 
 }  // namespace host

@@ -33,41 +33,41 @@ class ReplyMatcher {
   std::uint64_t unanswered_ = 0;
 };
 
-enum class speaker_t : std::uint8_t { HOST, DISPLAY, OTHER };
+enum class sender_t : std::uint8_t { HOST, DISPLAY, OTHER };
 
-struct utterance_t {
+struct bus_message_t {
   std::uint64_t time_us = 0;  // of its last frame
-  speaker_t speaker = speaker_t::OTHER;
+  sender_t sender = sender_t::OTHER;
   bus::frame_t frame;                  // that last frame; all there is of another speaker
-  Message message = {};                // with the padding of its last frame; empty of another speaker
-  const command_t* answers = nullptr;  // of the display: the request
+  MessageBytes bytes = {};             // with the padding of its last frame; empty of another speaker
+  const command_t* request = nullptr;  // of the display: the request
   decoded_t decoded;
 };
 
-class Conversation {
+class TrafficDecoder {
  public:
-  struct counters_t {
+  struct traffic_counts_t {
     std::uint64_t frames = 0;
     std::uint64_t others = 0;    // frames of neither the host nor the display
     std::uint64_t requests = 0;  // messages that the display answers before it joins frames
   };
 
   // The next frame of the bus, in order of time. Something comes back when it completes a message.
-  std::optional<utterance_t> Feed(const bus::frame_t& frame);
-  const counters_t& Counters() const { return counters_; }
-  const Reassembler::counters_t& Host() const { return host_.Counters(); }
-  const Reassembler::counters_t& Display() const { return display_.Counters(); }
+  std::optional<bus_message_t> Accept(const bus::frame_t& frame);
+  const traffic_counts_t& Counts() const { return counts_; }
+  const Reassembler::joining_counts_t& Host() const { return host_.Counts(); }
+  const Reassembler::joining_counts_t& Display() const { return display_.Counts(); }
   std::uint64_t Unanswered() const { return replies_.Unanswered(); }
 
  private:
-  void HearHost(const Message& message, utterance_t& utterance);
-  void HearDisplay(const Message& message, utterance_t& utterance);
+  void HearHost(const MessageBytes& message, bus_message_t& heard);
+  void HearDisplay(const MessageBytes& message, bus_message_t& heard);
 
   Reassembler host_;
   Reassembler display_;
   ReplyMatcher replies_;
-  units_t units_;
-  counters_t counters_;
+  known_units_t units_;
+  traffic_counts_t counts_;
 };
 
 }  // namespace host

@@ -20,12 +20,12 @@ namespace {
 constexpr std::size_t HOST_KEYS = 23;
 constexpr std::uint8_t BEEP_ONCE = 127;
 
-struct limits_t {
+struct value_range_t {
   double least;
   double most;
 };
 
-limits_t LimitsOf(field_type_t type) {
+value_range_t RangeOf(field_type_t type) {
   switch (type) {
     case field_type_t::I16_BE:
       return {-32768, 32767};
@@ -84,7 +84,7 @@ std::uint32_t ParseLamps(std::string_view text) {
   if (text == "none") return 0;
   if (text == "all") return 0xFFFFFFFF;
   std::uint32_t word = 0;
-  for (const std::string_view name : Split(text, ',')) {
+  for (const std::string_view name : SplitAt(text, ',')) {
     const auto* const lamp = std::ranges::find(LampNames(), name).base();
     const auto bit = static_cast<unsigned>(lamp - LampNames().data());
     if (bit >= LampNames().size()) {
@@ -103,7 +103,7 @@ std::uint32_t ParseLamps(std::string_view text) {
 }
 
 void ParseKeyMask(std::string_view text, std::vector<std::uint8_t>& masks) {
-  const auto parts = Split(text, ':');
+  const auto parts = SplitAt(text, ':');
   const auto key = NumberOf(HostKeyNames(), parts[0]);
   if (!key) {
     throw UsageError("\"" + std::string(parts[0]) + "\" is not a host key" +
@@ -132,7 +132,7 @@ double ParseValue(const field_t& field, std::string_view text) {
     if (field.type == field_type_t::LAMPS) return ParseLamps(text);
     RefuseValue(field, text);
   }
-  const limits_t limits = LimitsOf(field.type);
+  const value_range_t limits = RangeOf(field.type);
   const bool whole = field.type == field_type_t::FLOAT_BE || std::trunc(*number) == *number;
   if (*number < limits.least || *number > limits.most || !whole) RefuseValue(field, text);
   return *number;
@@ -141,7 +141,7 @@ double ParseValue(const field_t& field, std::string_view text) {
 std::string FormatValue(const field_t& field, double value) {
   if (field.type == field_type_t::LAMPS) {
     std::string text;
-    for (const std::string& lamp : LampsOf(static_cast<std::uint32_t>(value)))
+    for (const std::string& lamp : ListLamps(static_cast<std::uint32_t>(value)))
       text += (text.empty() ? "" : ",") + lamp;
     return text.empty() ? "none" : text;
   }
@@ -167,7 +167,7 @@ std::vector<std::uint8_t> ParseKeyMasks(std::string_view text) {
   if (text == "all") return std::vector<std::uint8_t>(HOST_KEYS, BEEP_ONCE);
   std::vector<std::uint8_t> masks(HOST_KEYS, 0);
   if (text == "none") return masks;
-  for (const std::string_view part : Split(text, ',')) ParseKeyMask(part, masks);
+  for (const std::string_view part : SplitAt(text, ',')) ParseKeyMask(part, masks);
   return masks;
 }
 
@@ -185,7 +185,7 @@ std::string FormatKeyMasks(std::span<const std::uint8_t> masks) {
   return text.empty() ? "none" : text;
 }
 
-std::vector<std::string> LampsOf(std::uint32_t word) {
+std::vector<std::string> ListLamps(std::uint32_t word) {
   std::vector<std::string> lamps;
   for (unsigned bit = 0; bit < LampNames().size(); ++bit) {
     if ((word >> bit & 1U) != 0) lamps.emplace_back(LampNames()[bit]);
@@ -202,7 +202,7 @@ std::string ListNames(std::span<const number_name_t> names) {
   return text;
 }
 
-std::vector<std::string_view> Split(std::string_view text, char separator) {
+std::vector<std::string_view> SplitAt(std::string_view text, char separator) {
   std::vector<std::string_view> parts;
   for (;;) {
     const std::size_t end = text.find(separator);

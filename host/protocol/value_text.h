@@ -28,11 +28,11 @@ std::vector<std::uint8_t> ParseKeyMasks(std::string_view text);
 // "info tires:no-beep": the keys that are valid, with their mask unless it is the usual one.
 std::string FormatKeyMasks(std::span<const std::uint8_t> masks);
 
-std::vector<std::string> LampsOf(std::uint32_t word);
+std::vector<std::string> ListLamps(std::uint32_t word);
 
 // Names of a table as "a, b or c".
 std::string ListNames(std::span<const number_name_t> names);
-std::vector<std::string_view> Split(std::string_view text, char separator);
+std::vector<std::string_view> SplitAt(std::string_view text, char separator);
 // The candidate that differs least from `name`; empty when none is near.
 std::string_view Nearest(std::string_view name, std::span<const std::string_view> candidates);
 // Safe for a terminal: control characters and what is not UTF-8 are replaced, quotes escaped.

@@ -10,21 +10,21 @@ namespace {
 constexpr std::size_t MOST_AHEAD = 1024;
 
 // What one name shows through some states, each text once, and since when.
-struct step_t {
+struct shown_step_t {
   std::string text;
   std::uint64_t time_us;
 };
 
-std::string TextOf(const shown_t& shown, const std::string& name) {
+std::string ShownText(const shown_texts_t& shown, const std::string& name) {
   const auto found = shown.find(name);
   return found == shown.end() ? "" : found->second;
 }
 
-std::vector<step_t> StepsOf(const std::string& name, const shown_at_t& before,
-                            std::span<const shown_at_t> states) {
-  std::vector<step_t> steps = {{TextOf(*before.shown, name), before.time_us}};
+std::vector<shown_step_t> StepsOf(const std::string& name, const shown_at_t& before,
+                                  std::span<const shown_at_t> states) {
+  std::vector<shown_step_t> steps = {{ShownText(*before.shown, name), before.time_us}};
   for (const shown_at_t& state : states) {
-    std::string text = TextOf(*state.shown, name);
+    std::string text = ShownText(*state.shown, name);
     if (text != steps.back().text) steps.push_back({std::move(text), state.time_us});
   }
   return steps;
@@ -43,11 +43,11 @@ std::set<std::string> NamesIn(const side_states_t& states) {
 }
 
 // Where one side has no further text, it goes on showing its last.
-std::optional<shown_otherwise_t> Compare(const std::string& name, const std::vector<step_t>& a,
-                                         const std::vector<step_t>& b) {
+std::optional<shown_otherwise_t> Compare(const std::string& name, const std::vector<shown_step_t>& a,
+                                         const std::vector<shown_step_t>& b) {
   for (std::size_t i = 0; i < std::max(a.size(), b.size()); ++i) {
-    const step_t& inA = a[std::min(i, a.size() - 1)];
-    const step_t& inB = b[std::min(i, b.size() - 1)];
+    const shown_step_t& inA = a[std::min(i, a.size() - 1)];
+    const shown_step_t& inB = b[std::min(i, b.size() - 1)];
     if (inA.text != inB.text) return shown_otherwise_t{name, {inA.text, inB.text}, {inA.time_us, inB.time_us}};
   }
   return std::nullopt;

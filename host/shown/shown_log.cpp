@@ -10,7 +10,7 @@ namespace {
 constexpr std::uint64_t SILENCE_US = 11'000'000;  // the display says so after ten seconds, one later at most
 constexpr std::uint64_t NOTICED_US = 10'000'000;
 
-std::size_t HashOf(const shown_t& shown) {
+std::size_t HashOf(const shown_texts_t& shown) {
   constexpr std::size_t FACTOR = 1'000'003;
   std::size_t hash = 0;
   for (const auto& [name, text] : shown) {
@@ -27,7 +27,7 @@ bool IsHosts(const bus::frame_t& frame) {
 
 std::optional<shown_at_t> ShownLog::Changed(std::uint64_t time_us) {
   if (state_.Shown() == *last_) return std::nullopt;
-  last_ = std::make_shared<shown_t>(state_.Shown());
+  last_ = std::make_shared<shown_texts_t>(state_.Shown());
   return shown_at_t{time_us, last_, HashOf(*last_)};
 }
 
@@ -49,8 +49,8 @@ std::optional<shown_at_t> ShownLog::Next() {
       kept_ = frame;
       return Changed(*lost_us);
     }
-    const auto heard = conversation_.Feed(*frame);
-    if (heard && heard->speaker == speaker_t::HOST) state_.Apply(heard->message);
+    const auto heard = decoder_.Accept(*frame);
+    if (heard && heard->sender == sender_t::HOST) state_.Apply(heard->bytes);
     if (auto changed = Changed(frame->time_us)) return changed;
   }
 }

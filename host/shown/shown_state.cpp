@@ -85,7 +85,7 @@ constexpr std::array<effect_t, 14> EFFECTS = {{{"operating-values", &ShownState:
                                                {"swing-mode", &ShownState::ShowSwingMode}}};
 
 std::string FieldText(const field_t& field, Block block) {
-  return FormatValue(field, LoadNumber(field, block));
+  return FormatValue(field, ReadNumber(field, block));
 }
 
 }  // namespace
@@ -141,10 +141,10 @@ void ShownState::SetLinkLost(bool lost) {
 
 void ShownState::ShowOperatingValues(const command_t& command, Block block) {
   for (const value_form_t& form : VALUE_FORMS) {
-    shown_[std::string(form.field)] = form.text(LoadNumber(*FindField(command, form.field), block));
+    shown_[std::string(form.field)] = form.text(ReadNumber(*FindField(command, form.field), block));
   }
-  lamps_ = static_cast<std::uint32_t>(LoadNumber(*FindField(command, "led"), block));
-  swing_ = static_cast<int>(LoadNumber(*FindField(command, "swing"), block));
+  lamps_ = static_cast<std::uint32_t>(ReadNumber(*FindField(command, "led"), block));
+  swing_ = static_cast<int>(ReadNumber(*FindField(command, "swing"), block));
   swingHeard_ = true;
   ShowSwing();
   ShowLamps();
@@ -168,7 +168,7 @@ void ShownState::ShowSwingMode(const command_t& command, Block block) {
 
 void ShownState::ShowLamps() {
   Forget("lamp ");
-  for (const std::string& lamp : LampsOf(lamps_)) {
+  for (const std::string& lamp : ListLamps(lamps_)) {
     const auto colored = std::ranges::find(COLORED_LAMPS, lamp, &colored_lamp_t::lamp);
     std::string light = "lit";
     if (colored != COLORED_LAMPS.end()) {
@@ -186,14 +186,14 @@ void ShownState::ShowColors(const command_t& command, Block block) {
 
 void ShownState::ShowBeeper(const command_t& command, Block block) {
   const field_t& field = command.fields[0];
-  const double duration = LoadNumber(field, block);
+  const double duration = ReadNumber(field, block);
   const bool named = !NameOf(field.names, static_cast<unsigned>(duration)).empty();
   shown_["beeper"] = FormatValue(field, duration) + (named ? "" : " x 10 ms");
 }
 
 void ShownState::ShowSwitch(const command_t& command, Block block) {
   const field_t& field = command.fields[0];
-  shown_[std::string(command.name)] = FormatValue(field, LoadNumber(field, block) != 0 ? 1 : 0);
+  shown_[std::string(command.name)] = FormatValue(field, ReadNumber(field, block) != 0 ? 1 : 0);
 }
 
 void ShownState::ShowNumber(const command_t& command, Block block) {
@@ -202,7 +202,7 @@ void ShownState::ShowNumber(const command_t& command, Block block) {
 
 void ShownState::ShowKnownNumber(const command_t& command, Block block) {
   const field_t& field = command.fields[0];
-  const std::string_view name = NameOf(field.names, static_cast<unsigned>(LoadNumber(field, block)));
+  const std::string_view name = NameOf(field.names, static_cast<unsigned>(ReadNumber(field, block)));
   if (!name.empty()) shown_[command.name == "transition" ? "page-request" : std::string(command.name)] = name;
 }
 

@@ -16,14 +16,14 @@ namespace host {
 
 // By name: the protocol's own ("load", "units"), "lamp overload", "text line1-center", "flash", "page-request",
 // "link". What the host has not said yet, a lamp that is dark and a field without a text have no entry.
-using shown_t = std::map<std::string, std::string>;
+using shown_texts_t = std::map<std::string, std::string>;
 
 class ShownState {
  public:
   // A whole message of the host, with the padding of its last frame.
   void Apply(std::span<const std::uint8_t> message);
   void SetLinkLost(bool lost);
-  const shown_t& Shown() const { return shown_; }
+  const shown_texts_t& Shown() const { return shown_; }
 
   // The changes that the commands make; `block` is the message in the display's block of 256 bytes.
   using Block = std::span<const std::uint8_t>;
@@ -43,7 +43,7 @@ class ShownState {
   bool ShowText(Block text);
   void Forget(std::string_view prefix);
 
-  shown_t shown_;
+  shown_texts_t shown_;
   std::uint32_t lamps_ = 0;
   std::map<std::string, std::string> colors_;  // of the lamps that have one
   int swing_ = 0;

@@ -12,10 +12,10 @@ namespace simulate {
 
 constexpr std::string_view USUAL_SCENARIO = "normal-lift";
 
-class Shelf {
+class ConfigFiles {
  public:
   // The folder is the one that bus::FindConfigFolder finds. Throws host::failure where there are no scenarios.
-  explicit Shelf(const std::string& config);
+  explicit ConfigFiles(const std::string& config);
 
   std::vector<std::string> ScenarioNames() const;
   // By a name of the above. Throws host::UsageError, with the nearest name.

@@ -17,15 +17,16 @@ http::address_t ReadHttpAddress(const std::string& text);
 class HttpControl {
  public:
   // Throws host::UsageError for the address and host::failure when it cannot be had.
-  HttpControl(const std::string& address, ControlQueue& controls, const StateBoard& board, const Shelf& shelf);
+  HttpControl(const std::string& address, CommandQueue& controls, const StateBoard& board,
+              const ConfigFiles& files);
 
  private:
   void AddRequests();
-  void Take(const std::function<control_t()>& read, http::response_t& response);
+  void PostCommand(const std::function<simulation_command_t()>& read, http::response_t& response);
 
-  ControlQueue& controls_;
+  CommandQueue& commands_;
   const StateBoard& board_;
-  const Shelf& shelf_;
+  const ConfigFiles& files_;
   http::LocalServer server_;
 };
 

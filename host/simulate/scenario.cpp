@@ -34,14 +34,14 @@ std::int64_t ParseTime(const std::string& word, std::int64_t last_ms) {
 class ScenarioParser {
  public:
   explicit ScenarioParser(scenario_t& scenario) : scenario_(scenario) {}
-  void Take(const std::string& line);
+  void ReadLine(const std::string& line);
 
  private:
   scenario_t& scenario_;
   std::int64_t last_ms_ = 0;
 };
 
-void ScenarioParser::Take(const std::string& line) {
+void ScenarioParser::ReadLine(const std::string& line) {
   if (scenario_.about.empty() && line.starts_with("# ")) scenario_.about = line.substr(2);
   const std::vector<std::string> words = SplitWords(line);
   if (words.empty()) return;
@@ -67,7 +67,7 @@ scenario_t ParseScenario(std::istream& in, const std::string& file) {
   for (std::string line; std::getline(in, line);) {
     ++number;
     try {
-      parser.Take(line);
+      parser.ReadLine(line);
     } catch (const host::UsageError& error) {
       throw host::UsageError(file + ":" + std::to_string(number) + ": " + error.what());
     }
@@ -88,14 +88,14 @@ ScenarioPlayer::ScenarioPlayer(scenario_t scenario, bool loop, std::int64_t begi
   }
 }
 
-void ScenarioPlayer::Step(std::int64_t now_ms, stage_t& stage) {
+void ScenarioPlayer::Step(std::int64_t now_ms, action_target_t& target) {
   if (scenario_.repeat_ms && now_ms - begin_ms_ >= *scenario_.repeat_ms) {
     begin_ms_ = now_ms;
     next_ = 0;
   }
   const auto& lines = scenario_.lines;
   for (; next_ < lines.size() && lines[next_].time_ms <= now_ms - begin_ms_; ++next_) {
-    lines[next_].action(stage);
+    lines[next_].action(target);
   }
 }
 

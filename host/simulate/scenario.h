@@ -22,7 +22,7 @@ namespace simulate {
 struct scenario_t {
   struct line_t {
     std::int64_t time_ms;
-    action_t action;
+    crane_action_t action;
   };
   std::string name;
   std::string about;
@@ -41,7 +41,7 @@ class ScenarioPlayer {
   // Begins at this time of the crane. `loop` repeats one that does not by itself, a while after its last line.
   ScenarioPlayer(scenario_t scenario, bool loop, std::int64_t begin_ms = 0);
   // Carries out what is due at this time of the crane, before the load computer's step.
-  void Step(std::int64_t now_ms, stage_t& stage);
+  void Step(std::int64_t now_ms, action_target_t& target);
   const scenario_t& Scenario() const { return scenario_; }
 
  private:

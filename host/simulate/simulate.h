@@ -7,7 +7,7 @@
 
 namespace simulate {
 
-struct options_t {
+struct simulate_options_t {
   std::string bus = "local";
   std::string scenario;  // a name or a file; empty: a normal lift, or nothing where it is driven by hand
   std::string chart;     // a file; empty: the standard one
@@ -25,7 +25,7 @@ struct options_t {
 
 // Runs until a stop signal, the end of the crane's time or, driven by hand, of the input. Throws host::failure
 // and host::UsageError.
-void Simulate(const options_t& options);
+void Simulate(const simulate_options_t& options);
 
 // The scenarios that can be named, with what they show, a line each.
 std::string ListScenarios(const std::string& config);

@@ -4,15 +4,15 @@
 
 namespace simulate {
 
-control_t ParseControl(std::string_view text, const Shelf& shelf) {
+simulation_command_t ParseSimulationCommand(std::string_view text, const ConfigFiles& files) {
   const std::vector<std::string> words = SplitWords(text);
   if (words.empty()) throw host::UsageError("there is no action");
   if (words[0] != "scenario") return ParseAction(words);
   if (words.size() != 2) throw host::UsageError("scenario takes a name, or none");
-  return words[1] == "none" ? scenario_t{} : shelf.NamedScenario(words[1]);
+  return words[1] == "none" ? scenario_t{} : files.NamedScenario(words[1]);
 }
 
-bool ControlQueue::Push(control_t control) {
+bool CommandQueue::Post(simulation_command_t control) {
   constexpr std::size_t MOST = 256;
   const std::scoped_lock lock(mutex_);
   if (waiting_.size() >= MOST) return false;
@@ -20,17 +20,17 @@ bool ControlQueue::Push(control_t control) {
   return true;
 }
 
-std::vector<control_t> ControlQueue::Take() {
+std::vector<simulation_command_t> CommandQueue::Drain() {
   const std::scoped_lock lock(mutex_);
   return std::exchange(waiting_, {});
 }
 
-void StateBoard::Show(state_t state) {
+void StateBoard::Show(simulation_state_t state) {
   const std::scoped_lock lock(mutex_);
   state_ = std::move(state);
 }
 
-state_t StateBoard::Get() const {
+simulation_state_t StateBoard::Get() const {
   const std::scoped_lock lock(mutex_);
   return state_;
 }

@@ -15,35 +15,35 @@
 namespace simulate {
 
 // Somebody drives the crane himself: the scenario ends.
-struct by_hand_t {
-  std::vector<action_t> actions;
+struct manual_control_t {
+  std::vector<crane_action_t> actions;
 };
-using control_t = std::variant<action_t, scenario_t, by_hand_t>;
+using simulation_command_t = std::variant<crane_action_t, scenario_t, manual_control_t>;
 
 // An action as a scenario has it, or `scenario NAME|none`. Throws host::UsageError.
-control_t ParseControl(std::string_view text, const Shelf& shelf);
+simulation_command_t ParseSimulationCommand(std::string_view text, const ConfigFiles& files);
 
 // From the threads that listen to the one that runs the crane. All calls from any thread.
-class ControlQueue {
+class CommandQueue {
  public:
   // False when 256 wait already; the command is then not taken.
-  bool Push(control_t control);
-  std::vector<control_t> Take();
+  bool Post(simulation_command_t control);
+  std::vector<simulation_command_t> Drain();
 
  private:
   std::mutex mutex_;
-  std::vector<control_t> waiting_;  // guarded by mutex_
+  std::vector<simulation_command_t> waiting_;  // guarded by mutex_
 };
 
 // The latest state, from the thread that runs the crane to those that tell of it. All calls from any thread.
 class StateBoard {
  public:
-  void Show(state_t state);
-  state_t Get() const;
+  void Show(simulation_state_t state);
+  simulation_state_t Get() const;
 
  private:
   mutable std::mutex mutex_;
-  state_t state_;  // guarded by mutex_
+  simulation_state_t state_;  // guarded by mutex_
 };
 
 }  // namespace simulate

@@ -17,7 +17,7 @@ json Known(double value) {
   return std::isfinite(value) ? json(value) : json(nullptr);
 }
 
-json CraneJson(const state_t& state) {
+json CraneJson(const simulation_state_t& state) {
   const measured_t& now = state.measured;
   return {{"angle", Known(now.angle)},
           {"length", state.length},
@@ -36,7 +36,7 @@ json CraneJson(const state_t& state) {
           {"at_rest", state.atRest}};
 }
 
-json RiggingJson(const state_t& state) {
+json RiggingJson(const simulation_state_t& state) {
   const crane::rigging_t& rigging = state.rigging;
   return {{"base", crane::NameOf(crane::BASE_NAMES, state.base)},
           {"base_moves", state.baseMoves},
@@ -50,7 +50,7 @@ json RiggingJson(const state_t& state) {
           {"parts", rigging.parts}};
 }
 
-json LimitsJson(const state_t& state) {
+json LimitsJson(const simulation_state_t& state) {
   json limits = json::object();
   for (std::size_t i = 0; i < state.limits.size(); ++i) {
     const crane::limit_t& limit = state.limits[i];
@@ -77,7 +77,7 @@ std::string NameOfNumber(std::string_view command, unsigned number) {
   return std::string(host::NameOf(host::FindCommand(command)->fields[0].names, number));
 }
 
-json ParseObject(const std::string& body) {
+json ParseJsonObject(const std::string& body) {
   json parsed = json::parse(body, nullptr, false);
   if (!parsed.is_object()) throw host::UsageError("the body is not a JSON object");
   return parsed;
@@ -93,7 +93,7 @@ constexpr std::array<axis_t, 5> AXES = {{{"angle", "boom angle"},
                                          {"load", "load"},
                                          {"hoist", "hoist"}}};
 
-action_t ReadAxis(const std::string& name, const json& value) {
+crane_action_t ReadAxis(const std::string& name, const json& value) {
   for (const axis_t& axis : AXES) {
     if (name != axis.name) continue;
     if (!value.is_number()) throw host::UsageError(name + " takes a number");
@@ -104,7 +104,7 @@ action_t ReadAxis(const std::string& name, const json& value) {
 
 }  // namespace
 
-std::string StateJson(const state_t& state, std::span<const std::string> scenarios) {
+std::string StateJson(const simulation_state_t& state, std::span<const std::string> scenarios) {
   json texts = json::object();
   for (const auto& [field, text] : state.texts) texts[field] = text;
   const json all = {{"time", state.time_s},
@@ -121,23 +121,23 @@ std::string StateJson(const state_t& state, std::span<const std::string> scenari
                     {"info_page", state.infoPage},
                     {"texts", texts},
                     {"silent", state.silent},
-                    {"faults", {{"available", FAULT_NAMES}, {"present", state.faults}}},
+                    {"faults", {{"available", SENSOR_FAULT_NAMES}, {"present", state.faults}}},
                     {"ranges", RangesJson()},
                     {"display", {{"replies", state.replies}, {"file_id", state.displayFileId}}}};
   return all.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
-control_t ReadDo(const std::string& body, const Shelf& shelf) {
-  const json request = ParseObject(body);
+simulation_command_t ReadDo(const std::string& body, const ConfigFiles& files) {
+  const json request = ParseJsonObject(body);
   if (request.size() != 1 || !request.contains("do") || !request["do"].is_string()) {
     throw host::UsageError(R"(the body is {"do":"ACTION"}, such as {"do":"boom angle 45"})");
   }
-  return ParseControl(request["do"].get<std::string>(), shelf);
+  return ParseSimulationCommand(request["do"].get<std::string>(), files);
 }
 
-control_t ReadControls(const std::string& body) {
-  const json request = ParseObject(body);
-  by_hand_t byHand;
+simulation_command_t ReadControls(const std::string& body) {
+  const json request = ParseJsonObject(body);
+  manual_control_t byHand;
   for (const auto& [name, value] : request.items()) byHand.actions.push_back(ReadAxis(name, value));
   if (byHand.actions.empty()) throw host::UsageError(R"(name a control, such as {"angle":45})");
   return byHand;

@@ -9,12 +9,12 @@
 namespace simulate {
 
 // What GET /api/state answers. Numbers that are not known are null.
-std::string StateJson(const state_t& state, std::span<const std::string> scenarios);
+std::string StateJson(const simulation_state_t& state, std::span<const std::string> scenarios);
 
 // {"do":"boom angle 45"}. Throws host::UsageError.
-control_t ReadDo(const std::string& body, const Shelf& shelf);
+simulation_command_t ReadDo(const std::string& body, const ConfigFiles& files);
 // {"angle":45,"load":5000}: targets of angle, length, swing, load and hoist, in degrees, metres and kilograms,
 // at least one. Throws host::UsageError.
-control_t ReadControls(const std::string& body);
+simulation_command_t ReadControls(const std::string& body);
 
 }  // namespace simulate

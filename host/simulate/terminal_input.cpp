@@ -22,7 +22,7 @@ bool CanRead() {
 
 }  // namespace
 
-bool Console::Take(const std::string& line, const LoadComputer& computer) {
+bool TerminalInput::Execute(const std::string& line, const LoadComputer& computer) {
   if (line.size() > MOST_LINE) {
     std::cerr << "hx7: a line has 4096 characters at most\n";
     return true;
@@ -35,7 +35,7 @@ bool Console::Take(const std::string& line, const LoadComputer& computer) {
     std::cout << DescribeState(computer.State()) << std::flush;
   } else {
     try {
-      if (!queue_.Push(ParseControl(line, shelf_))) std::cerr << "hx7: too many commands at once\n";
+      if (!queue_.Post(ParseSimulationCommand(line, files_))) std::cerr << "hx7: too many commands at once\n";
     } catch (const host::UsageError& error) {
       std::cerr << "hx7: " << error.what() << "; help lists all\n";
     }
@@ -43,7 +43,7 @@ bool Console::Take(const std::string& line, const LoadComputer& computer) {
   return true;
 }
 
-bool Console::Step(const LoadComputer& computer) {
+bool TerminalInput::Step(const LoadComputer& computer) {
   while (CanRead()) {
     std::array<char, 4096> bytes{};
     const ssize_t count = ::read(STDIN_FILENO, bytes.data(), bytes.size());
@@ -54,13 +54,13 @@ bool Console::Step(const LoadComputer& computer) {
         continue;
       }
       const std::string line = std::exchange(line_, {});
-      if (!Take(line, computer)) return false;
+      if (!Execute(line, computer)) return false;
     }
   }
   return true;
 }
 
-std::string DescribeState(const state_t& state) {
+std::string DescribeState(const simulation_state_t& state) {
   std::ostringstream text;
   const measured_t& now = state.measured;
   text << std::fixed << std::setprecision(1) << "time " << state.time_s << " s";

@@ -7,23 +7,23 @@
 
 namespace simulate {
 
-class Console {
+class TerminalInput {
  public:
-  Console(ControlQueue& queue, const Shelf& shelf) : queue_(queue), shelf_(shelf) {}
+  TerminalInput(CommandQueue& queue, const ConfigFiles& files) : queue_(queue), files_(files) {}
   // Takes what has been typed since the last call. `help` and `status` are answered on standard output,
   // mistakes on standard error. False when the input has ended or said `quit`; every line before that has been
   // taken.
   bool Step(const LoadComputer& computer);
 
  private:
-  bool Take(const std::string& line, const LoadComputer& computer);
+  bool Execute(const std::string& line, const LoadComputer& computer);
 
-  ControlQueue& queue_;
-  const Shelf& shelf_;
+  CommandQueue& queue_;
+  const ConfigFiles& files_;
   std::string line_;  // not ended yet
 };
 
 // The state in a few lines for a person.
-std::string DescribeState(const state_t& state);
+std::string DescribeState(const simulation_state_t& state);
 
 }  // namespace simulate

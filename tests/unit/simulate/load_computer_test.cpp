@@ -103,7 +103,7 @@ TEST(LoadComputer, SoundsEachAlarmInItsWay) {
     beeper = c.beeper;
     EXPECT_EQ(TextOf(LastOf(said, "texts"), "line4-center"), c.text);
     const std::string flash(c.text[0] == '\0' ? " " : c.text);
-    const host::Message& message = LastOf(said, "flash")->message;
+    const host::MessageBytes& message = LastOf(said, "flash")->message;
     EXPECT_EQ(std::string(message.begin() + FLASH_AT, message.end()).substr(0, flash.size()), flash);
     EXPECT_EQ(HasLamp(LastOf(said, "operating-values"), "alarm"), c.beeper != 0);
     if (*c.lamp != '\0') {

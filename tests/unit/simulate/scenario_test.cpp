@@ -82,11 +82,12 @@ TEST(Scenario, TakesOtherUnits) {
 }
 
 TEST(Requests, AreReadOrRefused) {
-  const Shelf shelf(CONFIG);
-  EXPECT_TRUE(std::holds_alternative<action_t>(ReadDo(R"({"do":"boom angle 45"})", shelf)));
+  const ConfigFiles shelf(CONFIG);
+  EXPECT_TRUE(std::holds_alternative<crane_action_t>(ReadDo(R"({"do":"boom angle 45"})", shelf)));
   EXPECT_EQ(std::get<scenario_t>(ReadDo(R"({"do":"scenario overload"})", shelf)).name, "overload");
   EXPECT_EQ(std::get<scenario_t>(ReadDo(R"({"do":"scenario none"})", shelf)).lines.size(), 0U);
-  EXPECT_EQ(std::get<by_hand_t>(ReadControls(R"({"angle":45,"load":5000.5,"swing":-20})")).actions.size(), 3U);
+  EXPECT_EQ(
+      std::get<manual_control_t>(ReadControls(R"({"angle":45,"load":5000.5,"swing":-20})")).actions.size(), 3U);
   for (const char* body : {"", "[]", "{}", "{", R"({"do":5})", R"({"do":""})", R"({"do":"fly away"})",
                            R"({"do":"stop","more":1})", R"({"do":"scenario ../../etc/passwd"})"}) {
     EXPECT_THROW(ReadDo(body, shelf), host::UsageError) << body;
@@ -98,12 +99,12 @@ TEST(Requests, AreReadOrRefused) {
 }
 
 TEST(Requests, AreBounded) {
-  ControlQueue queue;
+  CommandQueue queue;
   int taken = 0;
-  while (taken < 1000 && queue.Push(by_hand_t{})) ++taken;
+  while (taken < 1000 && queue.Post(manual_control_t{})) ++taken;
   EXPECT_EQ(taken, 256);
-  EXPECT_EQ(queue.Take().size(), 256U);
-  EXPECT_TRUE(queue.Push(by_hand_t{}));
+  EXPECT_EQ(queue.Drain().size(), 256U);
+  EXPECT_TRUE(queue.Post(manual_control_t{}));
 }
 
 }  // namespace
