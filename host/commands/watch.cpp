@@ -9,6 +9,7 @@
 #include "host/link/station.h"
 #include "host/log/log_reader.h"
 #include "host/protocol/errors.h"
+#include "host/protocol/message_json.h"
 #include "host/protocol/message_lines.h"
 
 namespace host {

@@ -47,7 +47,7 @@ Cmd2Values LoadSentValues(const std::string& directory) {
     try {
       values.Set(field->name, ParseValue(*field, line.substr(equals + 1)));
     } catch (const UsageError&) {
-      continue;  // a value that cannot be read is a value that was not said
+      continue;  // an unreadable value stays 0, as if the file lacked it
     }
   }
   return values;
@@ -59,7 +59,8 @@ void SaveSentValues(const std::string& directory, const Cmd2Values& values) {
   for (const field_t& field : OperatingValuesCommand().fields) {
     text += std::string(field.name) + "=" + FormatValue(field, values.Get(field.name)) + "\n";
   }
-  if (!bus::ReplaceFile(path, text)) throw Failure("cannot keep the values in " + path.string());
+  if (!bus::ReplaceFile(path, text))
+    throw Failure("cannot save the operating values to " + path.string() + "; is the folder writable?");
 }
 
 }  // namespace host

@@ -1,3 +1,5 @@
+#include "host/protocol/message_json.h"
+
 #include <cmath>
 
 #include <nlohmann/json.hpp>
@@ -14,7 +16,7 @@ constexpr double MICROS_PER_SECOND = 1e6;
 Json ValueJson(const value_t& value) {
   if (!value.parts.empty()) return value.parts;
   if (value.number && std::isfinite(*value.number)) {
-    // As the words say it: a float's shortest form, not the digits that a double makes of it.
+    // A float's shortest decimal form, as in the text; the double itself would print its rounding error.
     const Json number = Json::parse(value.text, nullptr, false);
     return number.is_number() ? number : Json(*value.number);
   }
@@ -50,14 +52,14 @@ void AddMessage(Json& line, const decoded_t& decoded) {
 
 }  // namespace
 
-std::string FormatJsonLine(const bus_message_t& heard) {
+std::string FormatJsonLine(const bus_message_t& message) {
   Json line;
-  line["time"] = static_cast<double>(heard.time_us) / MICROS_PER_SECOND;
-  line["from"] = SenderName(heard.sender);
-  if (heard.sender == sender_t::OTHER) {
-    AddFrame(line, heard.frame);
+  line["time"] = static_cast<double>(message.time_us) / MICROS_PER_SECOND;
+  line["from"] = SenderName(message.sender);
+  if (message.sender == sender_t::OTHER) {
+    AddFrame(line, message.frame);
   } else {
-    AddMessage(line, heard.decoded);
+    AddMessage(line, message.decoded);
   }
   return line.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

@@ -14,7 +14,7 @@ constexpr std::uint64_t MICROS_PER_SECOND = 1'000'000;
 constexpr int SENDER_WIDTH = 7;
 constexpr int COMMAND_WIDTH = 8;
 
-std::string ValueWords(const value_t& value) {
+std::string FormatNamedValue(const value_t& value) {
   std::string words = value.name.empty() ? "" : value.name + " ";
   words += value.quoted ? "\"" + Printable(value.text) + "\"" : value.text;
   return value.unit.empty() ? words : words + " " + value.unit;
@@ -25,12 +25,12 @@ std::string Padded(std::string text, int width) {
   return text;
 }
 
-// Of a frame of somebody else: its identifier stands where a command would.
-std::string OtherWords(const bus_message_t& heard) {
+// A frame of another station has its identifier in the place of the command.
+std::string FormatOther(const bus_message_t& message) {
   std::ostringstream identifier;
-  identifier << std::hex << std::uppercase << std::setfill('0') << std::setw(heard.frame.extended ? 8 : 3)
-             << heard.frame.identifier;
-  return Padded(identifier.str(), COMMAND_WIDTH) + "  " + heard.decoded.values[0].text;
+  identifier << std::hex << std::uppercase << std::setfill('0') << std::setw(message.frame.extended ? 8 : 3)
+             << message.frame.identifier;
+  return Padded(identifier.str(), COMMAND_WIDTH) + "  " + message.decoded.values[0].text;
 }
 
 }  // namespace
@@ -54,17 +54,17 @@ std::string FormatMessage(const decoded_t& decoded) {
   std::string words = decoded.name;
   const char* separator = ": ";
   for (const value_t& value : decoded.values) {
-    words += separator + ValueWords(value);
+    words += separator + FormatNamedValue(value);
     separator = ", ";
   }
   return decoded.problem.empty() ? words : words + "  (!) " + decoded.problem;
 }
 
-std::string FormatWatchLine(const bus_message_t& heard) {
-  const std::string head = FormatTimeOfDay(heard.time_us) + "  " +
-                           Padded(std::string(SenderName(heard.sender)), SENDER_WIDTH) + "  ";
-  if (heard.sender == sender_t::OTHER) return head + OtherWords(heard);
-  return head + Padded(heard.decoded.command, COMMAND_WIDTH) + "  " + FormatMessage(heard.decoded);
+std::string FormatWatchLine(const bus_message_t& message) {
+  const std::string head = FormatTimeOfDay(message.time_us) + "  " +
+                           Padded(std::string(SenderName(message.sender)), SENDER_WIDTH) + "  ";
+  if (message.sender == sender_t::OTHER) return head + FormatOther(message);
+  return head + Padded(message.decoded.command, COMMAND_WIDTH) + "  " + FormatMessage(message.decoded);
 }
 
 }  // namespace host

@@ -32,7 +32,7 @@ bool Reassembler::Begin(std::span<const std::uint8_t> data, MessageBytes& messag
 }
 
 bool Reassembler::Accept(std::span<const std::uint8_t> frame, MessageBytes& message) {
-  // The display reads eight bytes of every frame, zeros where it was shorter.
+  // The display reads eight bytes of every frame; the missing bytes of a shorter frame are zeros.
   std::array<std::uint8_t, FRAME_SIZE> data{};
   std::copy_n(frame.begin(), std::min(frame.size(), data.size()), data.begin());
   if (received_ == 0) return Begin(data, message);

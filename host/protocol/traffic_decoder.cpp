@@ -16,14 +16,8 @@ sender_t SenderOf(const bus::frame_t& frame) {
   return frame.identifier == DISPLAY_FRAME_ID ? sender_t::DISPLAY : sender_t::OTHER;
 }
 
-std::size_t CountFrames(const MessageBytes& message) {
-  std::size_t frames = 1;
-  while (MessageRoom(frames) < message.size()) ++frames;
-  return frames;
-}
-
-// The display answers these as they come, before frames are joined; so they may stand between the frames of a
-// message.
+// The display answers these requests when their frame arrives, before it joins frames. So such a frame may come
+// between the frames of another message and does not break it.
 bool IsImmediateRequest(std::span<const std::uint8_t> data) {
   if (data.size() < 3 || data[0] != 0 || data[1] != 1) return false;
   const command_t* command = FindCommand(data.subspan(2));
@@ -32,22 +26,22 @@ bool IsImmediateRequest(std::span<const std::uint8_t> data) {
 
 }  // namespace
 
-void ReplyMatcher::GiveUp(std::uint64_t before_us) {
+void ReplyMatcher::DropOld(std::uint64_t before_us) {
   while (!waiting_.empty() && (waiting_.front().time_us < before_us || waiting_.size() > MOST_WAITING)) {
     waiting_.pop_front();
     ++unanswered_;
   }
 }
 
-void ReplyMatcher::Requested(const command_t& request, std::uint64_t time_us) {
+void ReplyMatcher::AddRequest(const command_t& request, std::uint64_t time_us) {
   waiting_.push_back({&request, time_us});
-  GiveUp(time_us - std::min(time_us, PATIENCE_US));
+  DropOld(time_us - std::min(time_us, PATIENCE_US));
 }
 
-const command_t* ReplyMatcher::Answered(std::size_t frames, std::uint64_t time_us) {
-  GiveUp(time_us - std::min(time_us, PATIENCE_US));
+const command_t* ReplyMatcher::MatchReply(std::size_t frames, std::uint64_t time_us) {
+  DropOld(time_us - std::min(time_us, PATIENCE_US));
   const auto found = std::ranges::find_if(
-      waiting_, [&](const waiting_t& waiting) { return waiting.request->reply.frames == frames; });
+      waiting_, [&](const waiting_request_t& waiting) { return waiting.request->reply.frames == frames; });
   if (found == waiting_.end()) return nullptr;
   const command_t* request = found->request;
   unanswered_ += static_cast<std::uint64_t>(found - waiting_.begin());
@@ -55,46 +49,48 @@ const command_t* ReplyMatcher::Answered(std::size_t frames, std::uint64_t time_u
   return request;
 }
 
-void TrafficDecoder::HearHost(const MessageBytes& message, bus_message_t& heard) {
-  heard.decoded = ReadCommand(message, units_);
-  const command_t* command = FindCommand(message);
+void TrafficDecoder::ReadHost(bus_message_t& message) {
+  message.decoded = ReadCommand(message.bytes, units_);
+  const command_t* command = FindCommand(message.bytes);
   if (command == nullptr) return;
-  // A request of more than one frame gets no answer.
-  if (command->reply.frames > 0 && CountFrames(message) == 1) replies_.Requested(*command, heard.time_us);
-  if (command->name == "units" && message.size() >= command->leastLength && message[2] <= 1)
-    units_ = message[2];
+  // The display does not answer a request of more than one frame.
+  if (command->reply.frames > 0 && CountFrames(message.bytes.size()) == 1) {
+    replies_.AddRequest(*command, message.time_us);
+  }
+  const bool setsUnits = command->name == "units" && message.bytes.size() >= command->leastLength;
+  if (setsUnits && message.bytes[2] <= 1) units_ = message.bytes[2];
 }
 
-void TrafficDecoder::HearDisplay(const MessageBytes& message, bus_message_t& heard) {
-  heard.request = replies_.Answered(CountFrames(message), heard.time_us);
-  heard.decoded = heard.request == nullptr ? ShowBytes(message, "nobody asked for this")
-                                           : ReadReply(*heard.request, message);
+void TrafficDecoder::ReadDisplay(bus_message_t& message) {
+  message.request = replies_.MatchReply(CountFrames(message.bytes.size()), message.time_us);
+  message.decoded = message.request == nullptr ? ShowBytes(message.bytes, "no request waits for this reply")
+                                               : ReadReply(*message.request, message.bytes);
+}
+
+std::optional<MessageBytes> TrafficDecoder::Join(const bus::frame_t& frame, sender_t sender) {
+  const auto data = frame.Bytes();
+  if (sender == sender_t::HOST && IsImmediateRequest(data)) {
+    ++counts_.requests;
+    return MessageBytes(data.begin() + 2, data.end());
+  }
+  MessageBytes bytes;
+  Reassembler& reassembler = sender == sender_t::HOST ? host_ : display_;
+  return reassembler.Accept(data, bytes) ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
 std::optional<bus_message_t> TrafficDecoder::Accept(const bus::frame_t& frame) {
   ++counts_.frames;
-  bus_message_t heard{
-      .time_us = frame.time_us, .sender = SenderOf(frame), .frame = frame, .bytes = {}, .decoded = {}};
-  if (heard.sender == sender_t::OTHER) {
+  bus_message_t message{.time_us = frame.time_us, .sender = SenderOf(frame), .frame = frame, .decoded = {}};
+  if (message.sender == sender_t::OTHER) {
     ++counts_.others;
-    heard.decoded = ShowBytes(frame.Bytes(), "");
-    return heard;
+    message.decoded = ShowBytes(frame.Bytes(), "");
+    return message;
   }
-  MessageBytes message;
-  const bool fromHost = heard.sender == sender_t::HOST;
-  if (fromHost && IsImmediateRequest(frame.Bytes())) {
-    ++counts_.requests;
-    message.assign(frame.Bytes().begin() + 2, frame.Bytes().end());
-  } else if (!(fromHost ? host_ : display_).Accept(frame.Bytes(), message)) {
-    return std::nullopt;
-  }
-  if (fromHost) {
-    HearHost(message, heard);
-  } else {
-    HearDisplay(message, heard);
-  }
-  heard.bytes = std::move(message);
-  return heard;
+  auto bytes = Join(frame, message.sender);
+  if (!bytes) return std::nullopt;
+  message.bytes = std::move(*bytes);
+  message.sender == sender_t::HOST ? ReadHost(message) : ReadDisplay(message);
+  return message;
 }
 
 }  // namespace host

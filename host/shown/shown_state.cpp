@@ -7,7 +7,7 @@
 
 #include "platform/byte_order.h"
 
-#include "host/protocol/encode.h"
+#include "host/protocol/field_codecs.h"
 #include "host/protocol/value_text.h"
 #include "src/core/frame_layout.h"
 

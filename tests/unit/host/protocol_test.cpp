@@ -10,6 +10,7 @@
 #include "host/protocol/decode.h"
 #include "host/protocol/encode.h"
 #include "host/protocol/errors.h"
+#include "host/protocol/message_json.h"
 #include "host/protocol/message_lines.h"
 #include "host/protocol/reassembly.h"
 #include "host/protocol/traffic_decoder.h"

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "host/protocol/field_codecs.h"
 #include "host/protocol/reassembly.h"
 #include "host/simulate/config_files.h"
 #include "host/simulate/scenario.h"
