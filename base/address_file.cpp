@@ -7,7 +7,7 @@
 
 #include "base/whole_file.h"
 
-namespace bus {
+namespace base {
 namespace {
 
 std::string PathOf(const char* file) {
@@ -31,4 +31,4 @@ void RemoveAddressFile(const char* file) {
   std::filesystem::remove(PathOf(file), ignored);
 }
 
-}  // namespace bus
+}  // namespace base

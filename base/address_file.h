@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace bus {
+namespace base {
 
 constexpr const char* BUS_ADDRESS_FILE = "socketcand.address";  // the local bus
 constexpr const char* PANEL_ADDRESS_FILE = "http.address";      // the front panel
@@ -15,4 +15,4 @@ std::string ReadAddressFile(const char* file);
 bool WriteAddressFile(const char* file, const std::string& address);
 void RemoveAddressFile(const char* file);
 
-}  // namespace bus
+}  // namespace base

@@ -5,7 +5,7 @@
 
 #include <unistd.h>
 
-namespace bus {
+namespace base {
 
 class Descriptor {
  public:
@@ -26,4 +26,4 @@ class Descriptor {
   int fd_;
 };
 
-}  // namespace bus
+}  // namespace base

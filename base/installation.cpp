@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-namespace bus {
+namespace base {
 namespace {
 
 namespace fs = std::filesystem;
@@ -33,4 +33,4 @@ std::string FindConfigFolder(const std::string& given) {
   throw std::runtime_error("no configuration found; name its folder with --config DIR or in ORVIK_CONFIG");
 }
 
-}  // namespace bus
+}  // namespace base

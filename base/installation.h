@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace bus {
+namespace base {
 
 // The folder of this executable.
 std::string ProgramFolder();
@@ -13,4 +13,4 @@ std::string ProgramFolder();
 // do, when it is not there.
 std::string FindConfigFolder(const std::string& given);
 
-}  // namespace bus
+}  // namespace base

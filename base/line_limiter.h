@@ -1,20 +1,23 @@
-// Reports what goes wrong often without flooding the terminal.
+// Limits how often a fault that repeats is reported.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 #include <optional>
 #include <string>
 
-namespace unit {
+namespace base {
 
-// Counts occurrences and gives at most one line a second. Not thread-safe; its owner locks it.
+// Counts a fault and lets at most one line a second through. Any thread.
 class LineLimiter {
  public:
   using time_t = std::chrono::steady_clock::time_point;
 
-  // `what` with how often it happened since the last line; empty while the second has not passed.
+  // Call it each time that the fault occurs. Returns the line to print, with the number of faults since the
+  // last line where there was more than one; nothing within a second of the last line.
   std::optional<std::string> Note(const std::string& what, time_t now) {
+    const std::lock_guard lock(mutex_);
     ++count_;
     if (now < next_) return {};
     next_ = now + std::chrono::seconds(1);
@@ -25,8 +28,9 @@ class LineLimiter {
   }
 
  private:
+  std::mutex mutex_;  // guards the two below
   std::uint64_t count_ = 0;
   time_t next_{};
 };
 
-}  // namespace unit
+}  // namespace base

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace bus {
+namespace base {
 
 bool ReplaceFile(const std::string& path, const std::string& text) {
   const std::string fresh = path + ".new";
@@ -17,4 +17,4 @@ bool ReplaceFile(const std::string& path, const std::string& text) {
   return false;
 }
 
-}  // namespace bus
+}  // namespace base

@@ -13,7 +13,7 @@ namespace {
 constexpr const char* DEFAULT_ADDRESS = "127.0.0.1:29536";
 
 std::string LocalAddress() {
-  const std::string address = ReadAddressFile(BUS_ADDRESS_FILE);
+  const std::string address = base::ReadAddressFile(base::BUS_ADDRESS_FILE);
   return address.empty() ? DEFAULT_ADDRESS : address;
 }
 

@@ -30,7 +30,7 @@ constexpr std::chrono::milliseconds QUEUE_RETRY{1};  // a full transmit queue dr
 
 class KernelEndpoint : public Endpoint {
  public:
-  KernelEndpoint(Descriptor socket, std::string interface)
+  KernelEndpoint(base::Descriptor socket, std::string interface)
       : socket_(std::move(socket)), interface_(std::move(interface)) {}
   result_t Send(const frame_t& frame, int timeout_ms) override;
   result_t Receive(frame_t& frame, int timeout_ms) override;
@@ -43,7 +43,7 @@ class KernelEndpoint : public Endpoint {
   result_t Down(const std::string& what);
   result_t DownBy(int error);
 
-  Descriptor socket_;
+  base::Descriptor socket_;
   const std::string interface_;
   Waker waker_;
   std::atomic<std::uint32_t> lost_ = 0;
@@ -213,7 +213,7 @@ void Bind(int fd, const std::string& interface) {
 }  // namespace
 
 std::unique_ptr<Endpoint> OpenKernelInterface(const std::string& interface) {
-  Descriptor socket(::socket(PF_CAN, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, CAN_RAW));
+  base::Descriptor socket(::socket(PF_CAN, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, CAN_RAW));
   if (socket.Get() < 0) {
     Refuse(interface,
            "this kernel has no CAN (" + ErrorText(errno) + "); load its can-raw module, or use local");

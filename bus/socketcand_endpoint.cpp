@@ -11,6 +11,7 @@
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
+#include "base/host_port.h"
 #include "bus/can_frame.h"
 #include "bus/echo_window.h"
 #include "bus/socketcand_text.h"
@@ -27,7 +28,7 @@ constexpr std::string_view ECHO = "< echo >";
 
 class SocketcandEndpoint : public Endpoint {
  public:
-  SocketcandEndpoint(Descriptor socket, std::string address)
+  SocketcandEndpoint(base::Descriptor socket, std::string address)
       : socket_(std::move(socket)), address_(std::move(address)) {}
   ~SocketcandEndpoint() override;
   void Greet();
@@ -45,7 +46,7 @@ class SocketcandEndpoint : public Endpoint {
   void Ask(const std::string& request, const Deadline& deadline);
   result_t Down(const std::string& what);
 
-  Descriptor socket_;
+  base::Descriptor socket_;
   const std::string address_;
   std::string unsent_;    // sending thread: what the server has not taken yet
   bool hasSent_ = false;  // sending thread
@@ -179,17 +180,21 @@ struct address_list_t {
   }
 };
 
-// "127.0.0.1:29536", "desk:29536", "[::1]:29536".
-void Resolve(const std::string& address, address_list_t& list) {
-  const std::size_t colon = address.rfind(':');
-  if (colon == std::string::npos || colon == 0 || colon + 1 == address.size()) {
-    throw std::runtime_error("\"" + address + "\" is no address of a socketcand server; write HOST:PORT");
+base::host_port_t ParseServer(const std::string& address) {
+  try {
+    return base::ParseHostPort(address);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error("\"" + address + "\" is no address of a socketcand server: " + error.what() +
+                             "; write HOST:PORT");
   }
-  std::string host = address.substr(0, colon);
-  if (host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
+}
+
+void Resolve(const std::string& address, address_list_t& list) {
+  const base::host_port_t server = ParseServer(address);
   addrinfo hints{};
   hints.ai_socktype = SOCK_STREAM;
-  const int error = ::getaddrinfo(host.c_str(), address.c_str() + colon + 1, &hints, &list.first);
+  const int error =
+      ::getaddrinfo(server.host.c_str(), std::to_string(server.port).c_str(), &hints, &list.first);
   if (error != 0) throw std::runtime_error(address + ": " + ::gai_strerror(error));
 }
 
@@ -203,13 +208,14 @@ int Connect(int fd, const addrinfo& to, const Deadline& deadline) {
   return ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
 }
 
-Descriptor ConnectTo(const std::string& address, const std::string& remedy) {
+base::Descriptor ConnectTo(const std::string& address, const std::string& remedy) {
   address_list_t list;
   Resolve(address, list);
   const Deadline deadline(CONNECT_TIMEOUT_MS);
   int error = ECONNREFUSED;
   for (const addrinfo* to = list.first; to != nullptr; to = to->ai_next) {
-    Descriptor socket(::socket(to->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, to->ai_protocol));
+    base::Descriptor socket(
+        ::socket(to->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, to->ai_protocol));
     error = socket.Get() < 0 ? errno : Connect(socket.Get(), *to, deadline);
     if (error == 0) return socket;
   }
@@ -219,7 +225,7 @@ Descriptor ConnectTo(const std::string& address, const std::string& remedy) {
 }  // namespace
 
 std::unique_ptr<Endpoint> OpenSocketcand(const std::string& address, const std::string& remedy) {
-  Descriptor socket = ConnectTo(address, remedy);
+  base::Descriptor socket = ConnectTo(address, remedy);
   // Frames are small and late frames are worthless.
   const int on = 1;
   ::setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);

@@ -29,7 +29,7 @@ class Waker {
   void Clear();
 
  private:
-  Descriptor event_;
+  base::Descriptor event_;
 };
 
 enum class wait_t { READY, TIMEOUT, WOKEN };

@@ -4,19 +4,15 @@
 #include <string>
 #include <string_view>
 
+#include "base/host_port.h"
+
 namespace http {
 
-struct address_t {
-  std::string host;  // "127.0.0.1", "::1" or "localhost"
-  int port = 0;      // 0: any free one
-};
+using address_t = base::host_port_t;
 
 // Reads "127.0.0.1:8740", "localhost:0" or "[::1]:8740". Throws std::runtime_error for anything else, and for a
 // host that is not the loopback: there are no passwords.
 address_t ParseAddress(const std::string& text);
-// As it stands in a URL.
-std::string FormatAddress(const address_t& address);
-
 // Whether a Host header names the loopback: a page from elsewhere could otherwise come in under a name
 // of its own.
 bool IsLoopbackHost(std::string_view host);

@@ -13,6 +13,8 @@
 #include "platform/paths.h"
 
 #include "base/address_file.h"
+#include "base/host_port.h"
+#include "base/json_text.h"
 
 namespace http {
 namespace {
@@ -42,7 +44,7 @@ std::string Explain(int status, const std::string& guide) {
 }
 
 std::string ErrorJson(const std::string& text) {
-  return nlohmann::json{{"error", text}}.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  return base::DumpJson({{"error", text}});
 }
 
 }  // namespace
@@ -59,7 +61,7 @@ LocalServer::LocalServer(server_options_t options)
 
 LocalServer::~LocalServer() {
   if (!thread_.joinable()) return;
-  bus::RemoveAddressFile(options_.addressFile);
+  base::RemoveAddressFile(options_.addressFile);
   // stop() is without effect until the loop runs.
   while (!server_->is_running()) std::this_thread::sleep_for(1ms);
   server_->stop();
@@ -119,13 +121,13 @@ void LocalServer::Listen(const address_t& address) {
   address_ = address;
   Bind();
   thread_ = std::thread([this] { server_->listen_after_bind(); });
-  if (!bus::WriteAddressFile(options_.addressFile, FormatAddress(address_))) {
+  if (!base::WriteAddressFile(options_.addressFile, base::FormatHostPort(address_))) {
     std::cerr << options_.name + " cannot write its address into " + platform::RuntimeDirectory() + "\n";
   }
 }
 
 void LocalServer::Bind() {
-  const std::string wanted = FormatAddress(address_);
+  const std::string wanted = base::FormatHostPort(address_);
   if (address_.port == 0) {
     address_.port = server_->bind_to_any_port(address_.host);
   } else if (!server_->bind_to_port(address_.host, address_.port)) {

@@ -35,7 +35,7 @@ void FrontKeys::Press(int key) {
 }
 
 void FrontKeys::Post(int key, const std::string& path, const std::string& body) {
-  const std::string address = bus::ReadAddressFile(bus::PANEL_ADDRESS_FILE);
+  const std::string address = base::ReadAddressFile(base::PANEL_ADDRESS_FILE);
   httplib::Client panel("http://" + address);
   panel.set_connection_timeout(PATIENCE);
   panel.set_read_timeout(PATIENCE);

@@ -59,7 +59,7 @@ void SaveSentValues(const std::string& directory, const Cmd2Values& values) {
   for (const field_t& field : OperatingValuesCommand().fields) {
     text += std::string(field.name) + "=" + FormatValue(field, values.Get(field.name)) + "\n";
   }
-  if (!bus::ReplaceFile(path, text))
+  if (!base::ReplaceFile(path, text))
     throw Failure("cannot save the operating values to " + path.string() + "; is the folder writable?");
 }
 

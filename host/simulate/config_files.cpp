@@ -20,7 +20,7 @@ constexpr const char* STANDARD_CHART = "charts/standard.chart";
 
 std::string FindConfigFolder(const std::string& given) {
   try {
-    return bus::FindConfigFolder(given);
+    return base::FindConfigFolder(given);
   } catch (const std::runtime_error& error) {
     throw host::Failure(error.what());
   }

@@ -14,7 +14,7 @@ constexpr std::string_view USUAL_SCENARIO = "normal-lift";
 
 class ConfigFiles {
  public:
-  // The folder is the one that bus::FindConfigFolder finds. Throws host::failure where there are no scenarios.
+  // The folder is the one that base::FindConfigFolder finds. Throws host::failure where there are no scenarios.
   explicit ConfigFiles(const std::string& config);
 
   std::vector<std::string> ScenarioNames() const;

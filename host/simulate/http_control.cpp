@@ -31,7 +31,7 @@ HttpControl::HttpControl(const std::string& address, CommandQueue& controls, con
       files_(files),
       server_({.name = "the simulator",
                .guide = "see GET /api/state, POST /api/do and POST /api/controls",
-               .addressFile = bus::HOST_ADDRESS_FILE,
+               .addressFile = base::HOST_ADDRESS_FILE,
                .threads = THREADS,
                .mostBody = MOST_BODY,
                .headers = {}}) {

@@ -85,8 +85,8 @@ def test_what_is_no_bundle_is_refused(make_desk, tmp_path):
     whole = {"bus.log": b"(1.0) can0 18FF00D0#00\n", "config/generic.xml": b"<orvik-generic/>"}
     cases = [
         (lambda: path.write_bytes(b"no archive"), "Unrecognized archive format"),
-        (lambda: write(path, {"about.json": b"{}"}), "there is no log of the bus in it"),
-        (lambda: write(path, {"bus.log": b"x"}), "there is no configuration in it"),
+        (lambda: write(path, {"about.json": b"{}"}), "the bundle has no log of the bus"),
+        (lambda: write(path, {"bus.log": b"x"}), "the bundle has no configuration"),
         (lambda: write(path, dict(whole, **{"../../outside": b"x"})), "a path in it leads elsewhere"),
         (lambda: write(path, whole, type=tarfile.SYMTYPE, linkname="/etc/passwd"), "is no bundle"),
         (lambda: write(path, whole), "generic.xml"),

@@ -56,7 +56,7 @@ void RollingLog::Begin() {
   if (std::filesystem::file_size(Path(NEWEST), absent) > 0 && !absent) {
     static_cast<void>(std::rename(Path(NEWEST).c_str(), Path(BEFORE).c_str()));
   }
-  file_ = bus::Descriptor(
+  file_ = base::Descriptor(
       ::open(Path(NEWEST).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR));
   size_ = 0;
 }

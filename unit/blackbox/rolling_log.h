@@ -35,7 +35,7 @@ class RollingLog {
   const std::string name_;
   const std::size_t most_;
   std::mutex mutex_;  // guards the two below
-  bus::Descriptor file_;
+  base::Descriptor file_;
   std::size_t size_ = 0;
 };
 

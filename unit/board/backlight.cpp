@@ -64,7 +64,7 @@ void Backlight::CheckWritable(const std::string& file) const {
 // The kernel takes a value with one write.
 void Backlight::Write(const std::string& file, std::uint32_t value) const {
   const std::string path = directory_ + file;
-  const bus::Descriptor descriptor(::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
+  const base::Descriptor descriptor(::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
   const std::string text = std::to_string(value) + "\n";
   if (descriptor.Get() < 0 || ::write(descriptor.Get(), text.data(), text.size()) < 0) Refuse(path, errno);
 }

@@ -34,7 +34,7 @@ class InputDevice {
   };
 
   std::string path_;
-  bus::Descriptor descriptor_;
+  base::Descriptor descriptor_;
   std::unique_ptr<libevdev, free_t> evdev_;
 };
 

@@ -49,7 +49,7 @@ class KeyDevice {
   platform::board_word_t& held_;
   mutable std::mutex mutex_;  // guards the next
   std::string problem_;
-  bus::Descriptor stop_;  // readable once the thread is to end
+  base::Descriptor stop_;  // readable once the thread is to end
   std::thread thread_;
 };
 

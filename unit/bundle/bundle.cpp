@@ -60,7 +60,7 @@ json ReadRun() {
 }
 
 void AddState(archive_t& bundle, std::vector<std::string>& missing) {
-  const std::string address = bus::ReadAddressFile(bus::PANEL_ADDRESS_FILE);
+  const std::string address = base::ReadAddressFile(base::PANEL_ADDRESS_FILE);
   if (address.empty()) {
     missing.emplace_back("state (the unit does not run)");
     return;

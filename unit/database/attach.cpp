@@ -71,4 +71,9 @@ bool AttachDatabase(int timeout_ms) {
   return true;
 }
 
+std::optional<double> ReadParameterValue(unsigned handle) {
+  double value = 0;
+  return DBSHM::Read(handle, value) == 1 ? std::optional(value) : std::nullopt;
+}
+
 }  // namespace unit

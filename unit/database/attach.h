@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <mutex>
+#include <optional>
 #include <shared_mutex>
 
 namespace unit {
@@ -35,5 +36,8 @@ class DatabaseWatch {
 // Attaches this process to the parameter database, once however often it is called, waiting at most
 // `timeout_ms` for its owner to make it. False when there is none.
 bool AttachDatabase(int timeout_ms);
+
+// A parameter's value; empty where it is not valid. The caller holds a DatabaseView whose Number() is not 0.
+std::optional<double> ReadParameterValue(unsigned handle);
 
 }  // namespace unit

@@ -29,10 +29,10 @@ bool Attach() {
 }
 
 std::string FormatValue(unsigned handle) {
-  double value = 0;
-  if (DBSHM::Read(handle, value) == 0) return "-";
+  const std::optional<double> value = ReadParameterValue(handle);
+  if (!value) return "-";
   std::array<char, 32> text{};
-  const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
+  const auto end = std::to_chars(text.data(), text.data() + text.size(), *value).ptr;
   return {text.data(), end};
 }
 

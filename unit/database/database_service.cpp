@@ -1,6 +1,5 @@
 #include "unit/database/database_service.h"
 
-#include <array>
 #include <atomic>
 #include <bit>
 #include <cerrno>
@@ -15,12 +14,13 @@
 #include <thread>
 #include <unordered_map>
 
-#include "platform/byte_order.h"
 #include "platform/messages.h"
 
 #include "src/services/dbshm.h"
+#include "unit/database/attach.h"
 #include "unit/database/database_owner.h"
 #include "unit/health/notify_link.h"
+#include "unit/service/database_change.h"
 
 namespace unit {
 namespace {
@@ -30,7 +30,6 @@ using namespace std::chrono_literals;
 constexpr int PULSE_CHANGED = 0;  // from the database's clients; its value is the handle
 constexpr int PULSE_STOP = 1;     // from the service itself
 constexpr auto LOOK_PERIOD = 250ms;
-constexpr std::size_t CHANGE_SIZE = 16;
 
 class DatabaseService : public Service {
  public:
@@ -175,12 +174,9 @@ void DatabaseService::LookAround() {
 // Publishes the value unless it is the one published last. A value that is not valid is published as a NaN.
 // What the manager does not take is tried again on the next look.
 bool DatabaseService::PublishChange(watched_t& watched) {
-  double value = 0;
-  if (DBSHM::Read(watched.handle, value) == 0) value = std::numeric_limits<double>::quiet_NaN();
+  const double value = ReadParameterValue(watched.handle).value_or(std::numeric_limits<double>::quiet_NaN());
   if (watched.published == std::bit_cast<std::uint64_t>(value)) return false;
-  std::array<std::uint8_t, CHANGE_SIZE> message{};
-  platform::StoreLe32(message, 0, watched.handle);
-  platform::StoreLeDouble(message, 8, value);
+  const auto message = WriteDatabaseChange({watched.handle, value});
   if (!link_.Publish(DATABASE_CHANNEL_NAME, std::span<const std::uint8_t>(message))) return false;
   watched.published = std::bit_cast<std::uint64_t>(value);
   ++published_;

@@ -5,12 +5,13 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/json_text.h"
+
 namespace unit {
 
 std::string FormatStatus(const status_t& status) {
-  const nlohmann::json json = {
-      {"name", status.name}, {"up", status.up}, {"detail", status.detail}, {"counters", status.counters}};
-  return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  return base::DumpJson(
+      {{"name", status.name}, {"up", status.up}, {"detail", status.detail}, {"counters", status.counters}});
 }
 
 std::vector<status_t> WorkersOf(const status_t& status) {

@@ -59,7 +59,7 @@ void FilterStore::Save() const {
            << ' ' << filter.channelName << '\n';
     }
   }
-  std::ignore = bus::ReplaceFile(file_, text.str());
+  std::ignore = base::ReplaceFile(file_, text.str());
 }
 
 }  // namespace unit

@@ -58,8 +58,8 @@ sockaddr_can SocketAddress(unsigned interfaceIndex, std::uint8_t address, std::u
 }
 
 // A socket that is the station `source` of the bus and may send to all.
-bus::Descriptor OpenStation(unsigned interfaceIndex, std::uint8_t source, std::uint32_t pgn) {
-  bus::Descriptor station(socket(PF_CAN, SOCK_DGRAM | SOCK_CLOEXEC, CAN_J1939));
+base::Descriptor OpenStation(unsigned interfaceIndex, std::uint8_t source, std::uint32_t pgn) {
+  base::Descriptor station(socket(PF_CAN, SOCK_DGRAM | SOCK_CLOEXEC, CAN_J1939));
   if (station.Get() < 0) Fail("no J1939 socket");
   const int on = 1;
   setsockopt(station.Get(), SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
@@ -112,7 +112,7 @@ std::string KernelTransport::Send(std::uint32_t identifier, std::span<const std:
 int KernelTransport::SendingSocket(std::uint8_t source) {
   const auto found = senders_.find(source);
   if (found != senders_.end()) return found->second.Get();
-  bus::Descriptor station = OpenStation(interfaceIndex_, source, J1939_NO_PGN);
+  base::Descriptor station = OpenStation(interfaceIndex_, source, J1939_NO_PGN);
   setsockopt(station.Get(), SOL_SOCKET, SO_SNDTIMEO, &SEND_TIMEOUT, sizeof SEND_TIMEOUT);
   return senders_.emplace(source, std::move(station)).first->second.Get();
 }

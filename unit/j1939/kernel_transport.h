@@ -38,9 +38,9 @@ class KernelTransport {
   int SendingSocket(std::uint8_t source);
 
   unsigned interfaceIndex_ = 0;
-  bus::Descriptor receiver_;
-  std::mutex mutex_;                                 // guards senders_
-  std::map<std::uint8_t, bus::Descriptor> senders_;  // by source address
+  base::Descriptor receiver_;
+  std::mutex mutex_;                                  // guards senders_
+  std::map<std::uint8_t, base::Descriptor> senders_;  // by source address
 };
 
 }  // namespace unit

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <stdexcept>
@@ -14,6 +15,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "base/host_port.h"
 #include "bus/socketcand_text.h"
 
 namespace unit {
@@ -31,8 +33,7 @@ std::string Name(const sockaddr* address, socklen_t size) {
   std::array<char, NI_MAXSERV> port{};
   getnameinfo(address, size, host.data(), host.size(), port.data(), port.size(),
               NI_NUMERICHOST | NI_NUMERICSERV);
-  const std::string name = host.data();
-  return (address->sa_family == AF_INET6 ? "[" + name + "]" : name) + ":" + port.data();
+  return base::FormatHostPort({host.data(), std::atoi(port.data())});
 }
 
 bool IsLoopback(const sockaddr* address) {
@@ -46,18 +47,22 @@ bool IsLoopback(const sockaddr* address) {
   return address->sa_family == AF_INET6 && IN6_IS_ADDR_LOOPBACK(&v6.sin6_addr);
 }
 
+base::host_port_t ParsePlace(const std::string& address) {
+  try {
+    return base::ParseHostPort(address);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error("\"" + address + "\" is no address: " + error.what() + "; write HOST:PORT");
+  }
+}
+
 // "HOST:PORT" as the system's own form; the list's first entry is taken.
 class ResolvedAddress {
  public:
   explicit ResolvedAddress(const std::string& address) {
-    const std::size_t colon = address.rfind(':');
-    if (colon == std::string::npos)
-      throw std::runtime_error("\"" + address + "\" is no address; write HOST:PORT");
-    std::string host = address.substr(0, colon);
-    if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+    const base::host_port_t place = ParsePlace(address);
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
-    const int error = getaddrinfo(host.c_str(), address.c_str() + colon + 1, &hints, &list_);
+    const int error = getaddrinfo(place.host.c_str(), std::to_string(place.port).c_str(), &hints, &list_);
     if (error != 0) {
       throw std::runtime_error("\"" + address + "\": " + gai_strerror(error) + "; write HOST:PORT");
     }
@@ -97,7 +102,7 @@ void LocalBus::Listen(const std::string& address) {
     throw std::runtime_error("the bus may be served on the loopback only, not on " + address +
                              "; use --socketcand 127.0.0.1:PORT");
   }
-  listener_ = bus::Descriptor(socket(info.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  listener_ = base::Descriptor(socket(info.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   const int on = 1;
   setsockopt(listener_.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
   if (bind(listener_.Get(), info.ai_addr, info.ai_addrlen) != 0 || listen(listener_.Get(), BACKLOG) != 0) {
@@ -150,7 +155,7 @@ std::map<std::string, std::uint64_t> LocalBus::Counters() const {
   const std::lock_guard lock(mutex_);
   std::uint64_t refused = refusedMessages_;
   for (const station_t& station : stations_) {
-    refused += station.conversation.Refused() + station.splitter.Dropped();
+    refused += station.session.Refused() + station.splitter.Dropped();
   }
   return {{"stations", stations_.size()},
           {"stations.refused", refusedStations_},
@@ -201,7 +206,7 @@ int LocalBus::WaitTime_ms(time_t now) const {
   const auto consider = [&next](time_t when) { next = std::min(next.value_or(when), when); };
   for (const station_t& station : stations_) {
     if (station.fullSince) consider(*station.fullSince + STALL_LIMIT);
-    if (station.conversation.StatisticsPeriod().count() > 0) consider(station.nextStatistics);
+    if (station.session.StatisticsPeriod().count() > 0) consider(station.nextStatistics);
   }
   if (!next) return -1;
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - now).count();
@@ -209,7 +214,7 @@ int LocalBus::WaitTime_ms(time_t now) const {
 }
 
 void LocalBus::Accept() {
-  bus::Descriptor socket(accept4(listener_.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+  base::Descriptor socket(accept4(listener_.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
   if (socket.Get() < 0) return;
   const int on = 1;
   setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -221,7 +226,7 @@ void LocalBus::Accept() {
     return;
   }
   stations_.emplace_back().socket = std::move(socket);
-  stations_.back().output = Conversation::GREETING;
+  stations_.back().output = SocketcandSession::GREETING;
 }
 
 void LocalBus::Read(station_t& station) {
@@ -237,7 +242,7 @@ void LocalBus::Read(station_t& station) {
 }
 
 void LocalBus::Obey(station_t& station, const std::string& message) {
-  const Conversation::outcome_t outcome = station.conversation.Take(message);
+  const SocketcandSession::outcome_t outcome = station.session.Take(message);
   if (!outcome.reply.empty()) Queue(station, outcome.reply, steady_clock::now());
   if (outcome.frame) {
     ++station.traffic[3];
@@ -253,7 +258,7 @@ void LocalBus::Broadcast(bus::frame_t frame, const station_t* sender) {
   const std::string text = " " + bus::FormatSocketcandFrame(frame);
   const time_t now = steady_clock::now();
   for (station_t& station : stations_) {
-    if (&station == sender || !station.conversation.WantsFrames()) continue;
+    if (&station == sender || !station.session.WantsFrames()) continue;
     Queue(station, text, now);
     ++station.traffic[1];
   }
@@ -290,7 +295,7 @@ void LocalBus::FlushAll() {
 }
 
 void LocalBus::SendStatistics(station_t& station, time_t now) {
-  const auto period = station.conversation.StatisticsPeriod();
+  const auto period = station.session.StatisticsPeriod();
   if (period.count() == 0 || now < station.nextStatistics) return;
   station.nextStatistics = now + period;
   std::string text = "< stat";
@@ -306,7 +311,7 @@ void LocalBus::RemoveGone(time_t now) {
     std::cerr << "j1939: a station of the bus did not read for 2 s and was taken off it" << std::endl;
   }
   stations_.remove_if([this](const station_t& station) {
-    if (station.gone) refusedMessages_ += station.conversation.Refused() + station.splitter.Dropped();
+    if (station.gone) refusedMessages_ += station.session.Refused() + station.splitter.Dropped();
     return station.gone;
   });
 }

@@ -26,7 +26,7 @@
 #include "bus/can_frame.h"
 #include "bus/endpoint.h"
 #include "bus/socketcand_text.h"
-#include "unit/j1939/conversation.h"
+#include "unit/j1939/socketcand_session.h"
 
 namespace unit {
 
@@ -60,8 +60,8 @@ class LocalBus : public bus::Endpoint {
   using time_t = std::chrono::steady_clock::time_point;
 
   struct station_t {
-    bus::Descriptor socket;
-    Conversation conversation;
+    base::Descriptor socket;
+    SocketcandSession session;
     bus::SocketcandSplitter splitter;
     std::string output;
     std::optional<time_t> fullSince;  // since when more than OUTPUT_HIGH waited, until it is below OUTPUT_LOW
@@ -88,8 +88,8 @@ class LocalBus : public bus::Endpoint {
   bool IsCongested() const { return inboxFull_ || AnyStationFull(); }
   void Wake();
 
-  bus::Descriptor listener_;
-  bus::Descriptor wake_;
+  base::Descriptor listener_;
+  base::Descriptor wake_;
   std::string address_;
   std::thread thread_;
   std::atomic<bool> stopping_{false};

@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/json_text.h"
+
 namespace unit {
 
 using nlohmann::json;
@@ -31,7 +33,7 @@ HealthBook::report_t HealthBook::Report(const std::string& problem, time_t now) 
   }
   json report = {{"up", up}, {"services", std::move(services)}};
   if (!problem.empty()) report["problem"] = problem;
-  return {up, report.dump(-1, ' ', false, json::error_handler_t::replace)};
+  return {up, base::DumpJson(report)};
 }
 
 }  // namespace unit

@@ -37,7 +37,7 @@ void AnswerFromScreen(screen_request_t request, const char* type, response_t& re
 }
 
 void AskHost(const std::function<httplib::Result(httplib::Client&)>& ask, response_t& response) {
-  const std::string address = bus::ReadAddressFile(bus::HOST_ADDRESS_FILE);
+  const std::string address = base::ReadAddressFile(base::HOST_ADDRESS_FILE);
   if (address.empty()) {
     return Fail(response, http::UNAVAILABLE,
                 "no host simulator runs here; start one with hx7 simulate --http 127.0.0.1:0");
@@ -58,7 +58,7 @@ HttpServer::HttpServer(const http::address_t& address, panel_parts_t parts)
     : parts_(std::move(parts)),
       server_({.name = "the front panel",
                .guide = "see the front panel at /",
-               .addressFile = bus::PANEL_ADDRESS_FILE,
+               .addressFile = base::PANEL_ADDRESS_FILE,
                .threads = POOL,
                .mostBody = MAX_BODY,
                .headers = {{"Content-Security-Policy", CONTENT_POLICY}}}) {

@@ -5,9 +5,11 @@
 #include <chrono>
 #include <thread>
 
+#include "base/host_port.h"
 #include "unit/health/subscriber.h"
 #include "unit/panel/http_server.h"
 #include "unit/screen/client/screen_requests.h"
+#include "unit/service/database_change.h"
 #include "unit/service/worker_service.h"
 
 namespace unit {
@@ -43,7 +45,7 @@ class PanelWorker {
     const http::LocalServer& server = server_.Server();
     return {"panel",
             true,
-            "http://" + http::FormatAddress(server.Address()) + "/",
+            "http://" + base::FormatHostPort(server.Address()) + "/",
             {{"requests", server.Requests()}, {"refused", server.Refused()}, {"streams", hub_.Count()}}};
   }
 

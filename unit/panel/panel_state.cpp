@@ -5,12 +5,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/byte_order.h"
-
-#include "src/services/dbshm.h"
+#include "base/json_text.h"
 #include "unit/database/attach.h"
 #include "unit/screen/client/screen_client.h"
 #include "unit/screen/client/screen_requests.h"
+#include "unit/service/database_change.h"
 
 namespace unit {
 namespace {
@@ -22,14 +21,10 @@ constexpr auto DATABASE_PERIOD = 100ms;
 constexpr auto SECOND = 1s;
 constexpr const char* NO_MANAGER = "no notification manager";
 
-std::string Dump(const json& value) {
-  return value.dump(-1, ' ', false, json::error_handler_t::replace);
-}
-
 // A message as one line; empty when it is no object.
 std::string ObjectOf(const std::string& message) {
   const json parsed = json::parse(message, nullptr, false);
-  return parsed.is_object() ? Dump(parsed) : std::string();
+  return parsed.is_object() ? base::DumpJson(parsed) : std::string();
 }
 
 // 0 where there is no such number.
@@ -42,12 +37,6 @@ std::uint64_t NumberOf(const json& object, const char* name) {
 json FiniteOrNull(const std::optional<double>& value) {
   return value && std::isfinite(*value) ? json(*value) : json(nullptr);
 }
-
-std::optional<double> ReadParameter(unsigned handle) {
-  double value = 0;
-  return DBSHM::Read(handle, value) == 1 ? std::optional(value) : std::nullopt;
-}
-
 }  // namespace
 
 PanelState::PanelState(StreamHub& hub, std::vector<parameter_t> parameters)
@@ -81,7 +70,7 @@ void PanelState::TakeScreen(const std::string& change) {
       NumberOf(parsed, "previous") == screenRevision_ && parsed.value("page", json()) == json(false);
   screenRevision_ = NumberOf(parsed, "revision");
   if (follows) {
-    hub_.Broadcast("change", Dump(parsed));
+    hub_.Broadcast("change", base::DumpJson(parsed));
   } else {
     BroadcastScreen();
   }
@@ -98,10 +87,10 @@ void PanelState::BroadcastScreen() {
 }
 
 void PanelState::TakeDatabase(std::span<const std::uint8_t> message) {
-  constexpr std::size_t VALUE_AT = 8;
-  if (message.size() != VALUE_AT + sizeof(double)) return;
+  const std::optional<database_change_t> change = ReadDatabaseChange(message);
+  if (!change) return;
   const std::lock_guard lock(mutex_);
-  changed_[platform::LoadLe32(message, 0)] = platform::LoadLeDouble(message, VALUE_AT);
+  changed_[change->handle] = change->value;
 }
 
 void PanelState::Step(time_t now, bool connected) {
@@ -122,7 +111,7 @@ void PanelState::ReadParameters() {
   const DatabaseView database;
   if (database.Number() == 0) return;
   for (const parameter_t& parameter : parameters_) {
-    const std::optional<double> value = ReadParameter(parameter.handle);
+    const std::optional<double> value = ReadParameterValue(parameter.handle);
     const auto [known, fresh] = read_.emplace(parameter.handle, value);
     if (!fresh && known->second == value) continue;
     known->second = value;
@@ -138,7 +127,7 @@ void PanelState::BroadcastParameters() {
   if (changed.empty()) return;
   json values = json::object();
   for (const auto& [handle, value] : changed) values[std::to_string(handle)] = FiniteOrNull(value);
-  hub_.Broadcast("database", Dump(values));
+  hub_.Broadcast("database", base::DumpJson(values));
 }
 
 std::string PanelState::Board() const {
@@ -160,13 +149,13 @@ bool PanelState::Database(std::string& text) const {
   if (database.Number() == 0) return false;
   json parameters = json::array();
   for (const parameter_t& parameter : parameters_) {
-    const std::optional<double> value = ReadParameter(parameter.handle);
+    const std::optional<double> value = ReadParameterValue(parameter.handle);
     parameters.push_back({{"name", parameter.name},
                           {"handle", parameter.handle},
                           {"value", FiniteOrNull(value)},
                           {"valid", value.has_value()}});
   }
-  text = Dump({{"parameters", std::move(parameters)}});
+  text = base::DumpJson({{"parameters", std::move(parameters)}});
   return true;
 }
 
@@ -190,7 +179,7 @@ bool ReadKeyRequest(const std::string& body, bool& down) {
 std::string WithoutPicture(const std::string& state) {
   json parsed = json::parse(state, nullptr, false);
   if (parsed.is_object()) parsed.erase("svg");
-  return Dump(parsed);
+  return base::DumpJson(parsed);
 }
 
 }  // namespace unit

@@ -28,17 +28,18 @@ std::array<int, 2> MakePipe() {
   return ends;
 }
 
-// In the child, between fork and exec: system calls only, since other threads' locks may be held.
+// Runs in the child between fork and exec. It makes system calls only: locks of this program's other threads
+// may be held in the copy for ever.
 [[noreturn]] void BecomeProgram(const std::vector<char*>& arguments, pid_t parent, int out, int err) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (getppid() != parent) _exit(NOT_STARTED);  // it died before the line above
+  if (getppid() != parent) _exit(NOT_STARTED);  // the parent died before prctl took effect
   setpgid(0, 0);
   UnblockStopSignals();
   const int null = open("/dev/null", O_RDONLY);
   dup2(null, STDIN_FILENO);
   dup2(out, STDOUT_FILENO);
   dup2(err, STDERR_FILENO);
-  close_range(STDERR_FILENO + 1, ~0U, 0);  // whatever a library opened without close-on-exec
+  close_range(STDERR_FILENO + 1, ~0U, 0);  // descriptors that a library opened without close-on-exec
   execv(arguments[0], arguments.data());
   _exit(NOT_STARTED);
 }
@@ -75,7 +76,7 @@ Child::Child(const std::string& name, const std::vector<std::string>& arguments,
 Child::~Child() {
   if (process_ < 0 || ending_) return;
   kill(-process_, SIGKILL);
-  kill(process_, SIGKILL);  // its group may not be there yet
+  kill(process_, SIGKILL);  // the child may not have made its process group yet
   waitpid(process_, nullptr, 0);
 }
 

@@ -1,4 +1,4 @@
-// A program that runs as a child of this one.
+// A program that runs as a child process of this one.
 #pragma once
 
 #include <memory>
@@ -19,12 +19,13 @@ struct ending_t {
   std::string Describe() const;  // "ended with status 1", "was killed by signal 11 (Segmentation fault)"
 };
 
-// All calls come from one thread, which must outlive the child: the kernel ends the child with the thread that
-// started it, even when this program is killed.
+// All calls come from one thread, and that thread must outlive the child: the kernel kills the child when the
+// thread that started it ends, so that no child survives this program even where it is killed.
 class Child {
  public:
-  // Starts `arguments[0]` in a process group of its own, so that a Ctrl-C meant for this program does not reach
-  // it. Its lines go to `pump`, and those of standard error to `watch` too. Throws std::runtime_error.
+  // Starts `arguments[0]` in a process group of its own, so that Ctrl-C in the terminal reaches this program
+  // alone. The child's lines go to `pump`, those of its standard error also to `watch`. Throws
+  // std::runtime_error.
   Child(const std::string& name, const std::vector<std::string>& arguments, LinePump& pump,
         std::shared_ptr<LineWatch> watch);
   // Kills the child if it still runs.
@@ -34,7 +35,7 @@ class Child {
 
   pid_t Process() const { return process_; }
   void Signal(int signal) const;
-  // How it ended, once it has. Does not block.
+  // How the child ended; empty while it runs. Does not block.
   std::optional<ending_t> TryReap();
 
  private:

@@ -36,13 +36,14 @@ const char* KindName(kind_t kind) {
   return kind == kind_t::EVENT ? "event " : "action";
 }
 
-int SayNobodyListens() {
+int ReportNoManager() {
   std::cerr << "unit events: no notification manager here. Start one with \"unit run\", or set "
                "ORVIK_RUNTIME_DIR to the folder of the running unit.\n";
   return 1;
 }
 
-// The one that a (shortened) name means; says so when there is none or more than one.
+// The event or action that has this name or, alone, begins with it; prints an error when there is none or more
+// than one.
 notices_t::const_iterator Complete(const notices_t& notices, const std::string& name) {
   std::vector<std::string> all;
   for (const auto& entry : notices) all.push_back(entry.first);
@@ -65,7 +66,7 @@ bool Publish(const screen_names_t& names, const notice_t& notice) {
   return link.Publish(names.actionChannel.c_str(), ActionMessage(channel, notice.number));
 }
 
-// Turns messages of the two channels into lines.
+// Prints the messages of the two channels as lines.
 class NoticePrinter {
  public:
   NoticePrinter(const screen_names_t& names, bool all) : all_(all) {
@@ -117,7 +118,7 @@ int PostEvent(const std::string& genericFile, const std::string& name) {
   const notices_t notices = CollectNotices(names);
   const auto found = Complete(notices, name);
   if (found == notices.end()) return 1;
-  if (!Publish(names, found->second)) return SayNobodyListens();
+  if (!Publish(names, found->second)) return ReportNoManager();
   std::cout << KindName(found->second.kind) << ' ' << found->first << '\n';
   return 0;
 }
@@ -125,7 +126,7 @@ int PostEvent(const std::string& genericFile, const std::string& name) {
 int WatchEvents(const std::string& genericFile, bool all,
                 const std::function<bool(std::chrono::milliseconds)>& pause) {
   const screen_names_t names = LoadScreenNames(genericFile);
-  if (!ConnectToManager()) return SayNobodyListens();
+  if (!ConnectToManager()) return ReportNoManager();
   NoticePrinter printer(names, all);
   const Subscriber subscriber(
       {names.eventChannel, names.actionChannel},

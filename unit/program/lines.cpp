@@ -15,13 +15,13 @@ LinePump::LinePump(RollingLog& log) : log_(log) {
   thread_ = std::thread([this] { Run(); });
 }
 
-// What the children have written by now is still shown.
+// Prints what the children have written so far before the thread ends.
 LinePump::~LinePump() {
   {
     const std::lock_guard lock(mutex_);
     stopping_ = true;
   }
-  close(wake_[1]);  // its other end becomes readable
+  close(wake_[1]);  // makes the other end readable
   thread_.join();
   close(wake_[0]);
   for (const source_t& source : sources_) close(source.descriptor);
@@ -36,17 +36,22 @@ void LinePump::Add(int descriptor, const std::string& name, std::FILE* to, std::
   [[maybe_unused]] const ssize_t written = write(wake_[1], "+", 1);
 }
 
+// Waits until a child has written, a child was added, or the end was requested.
+void LinePump::Wait() {
+  std::vector<pollfd> polled = {{wake_[0], POLLIN, 0}};
+  {
+    const std::lock_guard lock(mutex_);
+    for (const source_t& source : sources_) polled.push_back({source.descriptor, POLLIN, 0});
+  }
+  poll(polled.data(), polled.size(), -1);
+  std::array<char, 64> wakes{};
+  while (read(wake_[0], wakes.data(), wakes.size()) > 0) {
+  }
+}
+
 void LinePump::Run() {
   for (bool last = false; !last;) {
-    std::vector<pollfd> polled = {{wake_[0], POLLIN, 0}};
-    {
-      const std::lock_guard lock(mutex_);
-      for (const source_t& source : sources_) polled.push_back({source.descriptor, POLLIN, 0});
-    }
-    poll(polled.data(), polled.size(), -1);
-    std::array<char, 64> wakes{};
-    while (read(wake_[0], wakes.data(), wakes.size()) > 0) {
-    }
+    Wait();
     const std::lock_guard lock(mutex_);
     last = stopping_;
     for (source_t& source : sources_) Read(source);
@@ -68,7 +73,7 @@ void LinePump::Read(source_t& source) {
   source.ended = true;
 }
 
-// One call for the whole line, so that the lines of several programs never mix.
+// Writes the line in one call: pieces of two programs' lines must not mix.
 void LinePump::Show(const source_t& source, const std::string& line) {
   log_.WriteStamped(source.name, line);
   if (source.watch) source.watch->Note(line);

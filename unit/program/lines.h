@@ -1,4 +1,4 @@
-// The lines of the child programs, shown with the program's name in front.
+// Prints the lines of the child programs with the program's name in front.
 #pragma once
 
 #include <array>
@@ -16,10 +16,10 @@
 
 namespace unit {
 
-// Looks out for a line of a program. Any thread.
+// Remembers whether a program has printed a certain line. Any thread.
 class LineWatch {
  public:
-  // Notes lines that contain `text`; an empty one none.
+  // Looks for lines that contain `text`; an empty text is never found.
   explicit LineWatch(std::string text) : text_(std::move(text)) {}
   void Note(const std::string& line) {
     if (!text_.empty() && line.find(text_) != std::string::npos) seen_ = true;
@@ -32,8 +32,8 @@ class LineWatch {
   std::atomic<bool> seen_{false};
 };
 
-// Reads the pipes of all children on one thread, which ends when the object does, and writes their lines
-// ("orvik | Orvik: System Up") to standard output or standard error, and to the black box.
+// Reads the pipes of all children and writes their lines ("orvik | Orvik: System Up") to standard output or
+// standard error, and to the black box. Has one thread, which ends with the object.
 class LinePump {
  public:
   // `log` must outlive this.
@@ -42,7 +42,7 @@ class LinePump {
   LinePump(const LinePump&) = delete;
   LinePump& operator=(const LinePump&) = delete;
 
-  // Takes the reading end of a pipe over; `watch` (may be null) is given each line. Any thread.
+  // Takes over the reading end of a pipe. Passes each line to `watch` too, which may be null. Any thread.
   void Add(int descriptor, const std::string& name, std::FILE* to, std::shared_ptr<LineWatch> watch = {});
 
  private:
@@ -56,6 +56,7 @@ class LinePump {
   };
 
   void Run();
+  void Wait();
   void Read(source_t& source);
   void Show(const source_t& source, const std::string& line);
 

@@ -12,6 +12,7 @@
 #include "unit/bundle/bundle.h"
 #include "unit/database/database_commands.h"
 #include "unit/program/event_commands.h"
+#include "unit/program/parts.h"
 #include "unit/program/replay.h"
 #include "unit/program/run.h"
 #include "unit/program/status_command.h"
@@ -59,26 +60,54 @@ void CheckBus(CLI::Option* option) {
       "local|socketcan:IFACE");
 }
 
-void AddParts(CLI::App& command, unit::options_t& options) {
+// --only and --without.
+void AddPartNames(CLI::App& command, run_arguments_t& run) {
+  const auto isPart = CLI::IsMember(unit::PartNames());
+  auto* only = command.add_option("--only", run.only, "Run only these parts, separated by commas")
+                   ->delimiter(',')
+                   ->check(isPart);
+  command.add_option("--without", run.without, "Run all parts but these")
+      ->delimiter(',')
+      ->check(isPart)
+      ->excludes(only);
+}
+
+// --http and --socketcand.
+void AddListeners(CLI::App& command, unit::options_t& options) {
+  command.add_option("--http", options.httpAddress, "Where the front panel listens")->capture_default_str();
+  command.add_option("--socketcand", options.socketcandAddress, "Where the local bus listens")
+      ->capture_default_str();
+}
+
+// --seconds, which it returns, and --snapshot.
+CLI::Option* AddEnd(CLI::App& command, unit::run_plan_t& plan, unsigned& seconds) {
+  auto* limit = command.add_option("--seconds", seconds, "Stop after so many seconds");
+  command.add_option("--snapshot", plan.snapshotFile, "Write the picture as PNG before stopping")->needs(limit);
+  return limit;
+}
+
+// The display unit's devices, where a real one is connected.
+void AddDevices(CLI::App& command, unit::options_t& options) {
   auto* keys =
       command.add_option("--keys", options.keysDevice, "Front keys: an input device (/dev/input/event...)");
   command
-      .add_option("--key-map", options.keyMapFile, "Which of its keys is which front key: lines like KEY_F1 1")
+      .add_option("--key-map", options.keyMapFile,
+                  "File that maps the device's keys to front keys: lines like KEY_F1 1")
       ->check(CLI::ExistingFile)
       ->needs(keys);
-  command.add_option("--beeper", options.beeperDevice, "Beeper: an input device that sounds");
-  command.add_option("--backlight", options.backlightDirectory, "Backlight: a folder of /sys/class/backlight");
+  command.add_option("--beeper", options.beeperDevice, "Beeper: an input device with a sounder");
+  command.add_option("--backlight", options.backlightDirectory, "Backlight: a folder in /sys/class/backlight");
 }
 
 void AddHost(CLI::App& command, run_arguments_t& run) {
   auto* noHost = command.add_flag("--no-host", run.noHost, "Run no host load computer");
-  auto* play = command.add_option("--play", run.plan.playFile, "Have hx7 play a bus log (candump -L)")
+  auto* play = command.add_option("--play", run.plan.playFile, "Let hx7 play this bus log (candump -L)")
                    ->check(CLI::ExistingFile)
                    ->excludes(noHost);
-  command.add_flag("--loop", run.plan.loop, "Play it again and again")->needs(play);
+  command.add_flag("--loop", run.plan.loop, "Play the log again and again")->needs(play);
   command
       .add_option("--scenario", run.plan.scenario,
-                  "What hx7 simulates, a name of `hx7 simulate --list` or a file; without it a normal lift")
+                  "What hx7 simulates: a name of `hx7 simulate --list`, or a file (default: a normal lift)")
       ->excludes(noHost)
       ->excludes(play);
 }
@@ -86,33 +115,18 @@ void AddHost(CLI::App& command, run_arguments_t& run) {
 CLI::App* AddRun(CLI::App& app, run_arguments_t& run, unsigned& seconds) {
   CLI::App* command = app.add_subcommand("run", "Run the unit's services and the application until Ctrl-C");
   unit::options_t& options = run.plan.options;
-  const auto isPart = CLI::IsMember(unit::PartNames());
-  auto* only = command
-                   ->add_option("--only", run.only,
-                                "Run these alone (of notify, database, board, j1939, screen, "
-                                "panel, window, orvik, hx7), with commas between")
-                   ->delimiter(',')
-                   ->check(isPart);
-  command->add_option("--without", run.without, "Leave these out")
-      ->delimiter(',')
-      ->check(isPart)
-      ->excludes(only);
+  AddPartNames(*command, run);
   CheckBus(command->add_option("--bus", options.bus, "The CAN bus")->capture_default_str());
-  command->add_option("--http", options.httpAddress, "Where the front panel listens")->capture_default_str();
-  command->add_option("--socketcand", options.socketcandAddress, "Where the local bus listens")
-      ->capture_default_str();
+  AddListeners(*command, options);
   command->add_option("--config", run.config, "The configuration's folder");
-  AddParts(*command, options);
-  command->add_flag("--window", run.window, "Show the screen in a window; keys 1 to 8 press there");
+  AddDevices(*command, options);
+  command->add_flag("--window", run.window, "Show the screen in a window; its keys 1 to 8 are the front keys");
   command->add_flag("--fullscreen", options.fullscreen,
-                    "Show it on the whole display, with a desktop or without");
+                    "Show the screen on the whole display, with or without a desktop");
   command->add_flag("--no-orvik", run.noOrvik, "Run the services without the application");
   AddHost(*command, run);
   command->add_option("--record", options.recordFile, "Write a log of the bus (candump -L)");
-  auto* limit =
-      command->add_option("--seconds", seconds, "Stop after so many seconds")->check(CLI::Range(1, 1'000'000));
-  command->add_option("--snapshot", run.plan.snapshotFile, "Write the picture as PNG before stopping")
-      ->needs(limit);
+  AddEnd(*command, run.plan, seconds)->check(CLI::Range(1, 1'000'000));
   command->add_flag("--verbose", run.plan.verbose, "Show the counters of all services at the end");
   return command;
 }
@@ -122,11 +136,11 @@ int CarryRun(run_arguments_t& run, unsigned seconds) {
   plan.parts = run.only.empty() ? unit::UsualParts() : std::set<std::string>(run.only.begin(), run.only.end());
   if (run.window || plan.options.fullscreen) plan.parts.insert(unit::WINDOW_PART);
   for (const std::string& part : run.without) plan.parts.erase(part);
-  if (run.noOrvik) plan.parts.erase("orvik");
-  if (run.noHost) plan.parts.erase("hx7");
+  if (run.noOrvik) plan.parts.erase(unit::ORVIK_PART);
+  if (run.noHost) plan.parts.erase(unit::HOST_PART);
   if (seconds > 0) plan.seconds = seconds;
   try {
-    plan.options.configDirectory = bus::FindConfigFolder(run.config);
+    plan.options.configDirectory = base::FindConfigFolder(run.config);
   } catch (const std::exception& error) {
     std::cerr << "unit run: " << error.what() << '\n';
     return 1;
@@ -137,16 +151,18 @@ int CarryRun(run_arguments_t& run, unsigned seconds) {
 }
 
 void AddDatabase(CLI::App& app, database_arguments_t& arguments, int& result) {
-  CLI::App* db = app.add_subcommand("db", "Read and write the parameter database; a name may be shortened");
+  CLI::App* db =
+      app.add_subcommand("db", "Read and write the parameter database; a unique prefix of a name is enough");
   db->require_subcommand(1);
   CLI::App* get = db->add_subcommand("get", "Print values");
   get->add_option("NAME", arguments.names)->required();
   get->callback([&] { result = unit::GetParameters(arguments.names); });
-  CLI::App* set = db->add_subcommand("set", "Write a value; - makes it not valid");
+  CLI::App* set = db->add_subcommand("set", "Write a value; - makes the parameter not valid");
   set->add_option("NAME", arguments.name)->required();
   set->add_option("VALUE", arguments.value)->required();
   set->callback([&] { result = unit::SetParameter(arguments.name, arguments.value); });
-  CLI::App* list = db->add_subcommand("list", "Print name, handle and value of all, or of those with a prefix");
+  CLI::App* list =
+      db->add_subcommand("list", "Print name, handle and value of all parameters, or of those with a prefix");
   list->add_option("PREFIX", arguments.prefix);
   list->callback([&] { result = unit::ListParameters(arguments.prefix); });
   CLI::App* watch = db->add_subcommand("watch", "Print values as they change, until Ctrl-C");
@@ -158,71 +174,59 @@ void AddDatabase(CLI::App& app, database_arguments_t& arguments, int& result) {
 }
 
 void AddEvents(CLI::App& app, event_arguments_t& arguments, int& result) {
-  CLI::App* events = app.add_subcommand("events", "Post and watch what application and screen tell each other");
+  CLI::App* events =
+      app.add_subcommand("events", "Post and watch the events and actions between application and screen");
   events->require_subcommand(1);
   events->add_option("--config", arguments.config, "The configuration's folder");
-  const auto generic = [&] { return bus::FindConfigFolder(arguments.config) + "/generic.xml"; };
-  CLI::App* list = events->add_subcommand("list", "Print the names of all, or of those with a prefix");
+  const auto generic = [&] { return base::FindConfigFolder(arguments.config) + "/generic.xml"; };
+  CLI::App* list =
+      events->add_subcommand("list", "Print the names of all events and actions, or of those with a prefix");
   list->add_option("PREFIX", arguments.name);
   list->callback([&, generic] { result = unit::ListEvents(generic(), arguments.name); });
-  CLI::App* post = events->add_subcommand("post", "Post an event or an action; its name may be shortened");
+  CLI::App* post =
+      events->add_subcommand("post", "Post an event or an action; a unique prefix of its name is enough");
   post->add_option("NAME", arguments.name)->required();
   post->callback([&, generic] { result = unit::PostEvent(generic(), arguments.name); });
-  CLI::App* watch = events->add_subcommand("watch", "Print them as they are posted, until Ctrl-C");
-  watch->add_flag("--all", arguments.all, "Heartbeats and repetitions too");
+  CLI::App* watch =
+      events->add_subcommand("watch", "Print events and actions as they are posted, until Ctrl-C");
+  watch->add_flag("--all", arguments.all, "Print heartbeats and repetitions too");
   watch->callback([&, generic] {
     unit::BlockStopSignals();
     result = unit::WatchEvents(generic(), arguments.all, [](auto time) { return !unit::StopRequested(time); });
   });
 }
 
-void AddBundle(CLI::App& app, std::string& file, replay_arguments_t& replay, unsigned& seconds, int& result) {
-  CLI::App* make = app.add_subcommand("bundle", "Pack all that a report needs into one file");
+void AddBundle(CLI::App& app, std::string& file, int& result) {
+  CLI::App* make =
+      app.add_subcommand("bundle", "Pack logs, screen and configuration into one file for a fault report");
   make->add_option("FILE", file, "The archive to write, such as report.tar.gz")->required();
   make->callback([&] { result = unit::MakeBundle(file); });
-  CLI::App* show = app.add_subcommand("replay", "Show a bundle again on a unit of its own configuration");
-  show->add_option("FILE", replay.options.file, "The bundle")->required()->check(CLI::ExistingFile);
-  show->add_option("--speed", replay.plan.speed, "Factor, such as 2 or 0.5; max ignores the time")
-      ->capture_default_str();
-  show->add_flag("--check", replay.options.check,
-                 "Stop at the end and compare the screen with the recorded one");
-  show->add_flag("--window", replay.window, "Show the screen in a window");
-  unit::options_t& options = replay.plan.options;
-  show->add_option("--http", options.httpAddress, "Where the front panel listens")->capture_default_str();
-  show->add_option("--socketcand", options.socketcandAddress, "Where the local bus listens")
-      ->capture_default_str();
-  auto* limit = show->add_option("--seconds", seconds, "Stop after so many seconds");
-  show->add_option("--snapshot", replay.plan.snapshotFile, "Write the picture as PNG before stopping")
-      ->needs(limit);
-  show->callback([&] {
-    replay.plan.parts = unit::UsualParts();
-    if (replay.window) replay.plan.parts.insert(unit::WINDOW_PART);
-    if (seconds > 0) replay.plan.seconds = seconds;
-    unit::BlockStopSignals();
-    result = unit::Replay(replay.options, replay.plan);
-  });
 }
 
-}  // namespace
+int CarryReplay(replay_arguments_t& replay, unsigned seconds) {
+  replay.plan.parts = unit::UsualParts();
+  if (replay.window) replay.plan.parts.insert(unit::WINDOW_PART);
+  if (seconds > 0) replay.plan.seconds = seconds;
+  unit::BlockStopSignals();
+  return unit::Replay(replay.options, replay.plan);
+}
 
-int main(int argc, char** argv) {
-  CLI::App app("The display unit around the application: its services, database, bus and front panel.", "unit");
-  app.set_version_flag("--version", std::string("unit ") + ORVIK_VERSION);
-  app.require_subcommand(1);
-  int result = 0;
-  unsigned seconds = 0;
-  run_arguments_t run;
-  database_arguments_t database;
-  AddRun(app, run, seconds)->callback([&] { result = CarryRun(run, seconds); });
-  app.add_subcommand("status", "Show what runs here and how it is")->callback([&] {
-    result = unit::ShowStatus();
-  });
-  AddDatabase(app, database, result);
-  std::string bundle;
-  replay_arguments_t replay;
-  AddBundle(app, bundle, replay, seconds, result);
-  event_arguments_t events;
-  AddEvents(app, events, result);
+CLI::App* AddReplay(CLI::App& app, replay_arguments_t& replay, unsigned& seconds) {
+  CLI::App* show =
+      app.add_subcommand("replay", "Replay a bundle on a unit with the bundle's own configuration");
+  show->add_option("FILE", replay.options.file, "The bundle")->required()->check(CLI::ExistingFile);
+  show->add_option("--speed", replay.plan.speed, "Factor, such as 2 or 0.5; max ignores the times of the log")
+      ->capture_default_str();
+  show->add_flag("--check", replay.options.check,
+                 "Stop at the end of the log and compare the screen with the recorded one");
+  show->add_flag("--window", replay.window, "Show the screen in a window");
+  AddListeners(*show, replay.plan.options);
+  AddEnd(*show, replay.plan, seconds);
+  return show;
+}
+
+// Reads the command line and carries it out. Returns the exit status.
+int Carry(CLI::App& app, int argc, char** argv, const int& result) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -232,4 +236,30 @@ int main(int argc, char** argv) {
     return 1;
   }
   return result;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app(
+      "The display unit around the application: its services, parameter database, bus and front panel.",
+      "unit");
+  app.set_version_flag("--version", std::string("unit ") + ORVIK_VERSION);
+  app.require_subcommand(1);
+  int result = 0;
+  unsigned seconds = 0;
+  run_arguments_t run;
+  database_arguments_t database;
+  AddRun(app, run, seconds)->callback([&] { result = CarryRun(run, seconds); });
+  app.add_subcommand("status", "Show which services and programs run here, and their state")->callback([&] {
+    result = unit::ShowStatus();
+  });
+  AddDatabase(app, database, result);
+  std::string bundle;
+  replay_arguments_t replay;
+  AddBundle(app, bundle, result);
+  AddReplay(app, replay, seconds)->callback([&] { result = CarryReplay(replay, seconds); });
+  event_arguments_t events;
+  AddEvents(app, events, result);
+  return Carry(app, argc, argv, result);
 }

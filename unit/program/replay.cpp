@@ -36,17 +36,17 @@ void Unpack(const archive_t& bundle, const fs::path& folder) {
   }
 }
 
-bool HasPart(const archive_t& bundle, const char* name) {
+bool HasFile(const archive_t& bundle, const char* name) {
   const auto found = bundle.find(name);
   return found != bundle.end() && !found->second.empty();
 }
 
-const std::string& Part(const archive_t& bundle, const char* name, const char* what) {
-  if (HasPart(bundle, name)) return bundle.at(name);
-  throw std::runtime_error(std::string("there is no ") + what + " in it (" + name + ")");
+void Require(const archive_t& bundle, const char* name, const char* what) {
+  if (HasFile(bundle, name)) return;
+  throw std::runtime_error(std::string("the bundle has no ") + what + " (" + name + ")");
 }
 
-// The last frames take a moment to reach the screen.
+// Compares for up to SETTLE_LIMIT, because the last frames take a moment to reach the screen.
 std::string CompareAtTheEnd(const std::string& recorded) {
   std::vector<std::string> differences;
   const auto end = std::chrono::steady_clock::now() + SETTLE_LIMIT;
@@ -64,8 +64,9 @@ std::string CompareAtTheEnd(const std::string& recorded) {
   return "the screen does not show what was recorded";
 }
 
-// The application leaves its splash page up to a second after it first hears the host, and refuses the pages
-// that the host asks for until then. That second is chance, so the log begins on the page after it.
+// The application leaves its splash page at some time within a second after it first hears the host, and until
+// then refuses the pages that the host selects. The log therefore begins only after the splash page: else
+// chance would decide which of its first pages are shown.
 bool LeaveSplashPage(const screen_names_t& names) {
   std::string shown;
   if (!AskScreen(SCREEN_REQUEST_STATE, shown)) return false;
@@ -74,24 +75,29 @@ bool LeaveSplashPage(const screen_names_t& names) {
   return false;
 }
 
+// Makes the plan run the configuration and the log that were unpacked into `folder`.
+void SetPlan(run_plan_t& plan, const archive_t& bundle, const fs::path& folder) {
+  plan.options.configDirectory = folder / "config";
+  plan.options.genericFile = plan.options.configDirectory + "/generic.xml";
+  plan.playFile = folder / BUNDLE_BUS;
+  if (HasFile(bundle, BUNDLE_KEYS)) plan.keysFile = folder / BUNDLE_KEYS;
+  plan.hostMayStart = [names = LoadScreenNames(plan.options.genericFile)] { return LeaveSplashPage(names); };
+}
+
 }  // namespace
 
 int Replay(const replay_options_t& options, run_plan_t plan) {
   try {
     const archive_t bundle = ReadArchive(options.file);
-    Part(bundle, BUNDLE_BUS, "log of the bus");
-    Part(bundle, "config/generic.xml", "configuration");
-    const std::string recorded = options.check ? Part(bundle, BUNDLE_SCREEN, "state of the screen") : "";
+    Require(bundle, BUNDLE_BUS, "log of the bus");
+    Require(bundle, "config/generic.xml", "configuration");
+    if (options.check) Require(bundle, BUNDLE_SCREEN, "state of the screen");
     const fs::path folder = fs::path(platform::RuntimeDirectory()) / "replay";
     Unpack(bundle, folder);
     std::cout << "unit replay: " << DescribeBundle(bundle) << std::endl;
-    plan.options.configDirectory = folder / "config";
-    plan.options.genericFile = plan.options.configDirectory + "/generic.xml";
-    plan.playFile = folder / BUNDLE_BUS;
-    if (HasPart(bundle, BUNDLE_KEYS)) plan.keysFile = folder / BUNDLE_KEYS;
+    SetPlan(plan, bundle, folder);
     plan.untilPlayed = options.check;
-    plan.hostMayStart = [names = LoadScreenNames(plan.options.genericFile)] { return LeaveSplashPage(names); };
-    if (options.check) plan.atEnd = [&recorded] { return CompareAtTheEnd(recorded); };
+    if (options.check) plan.atEnd = [&bundle] { return CompareAtTheEnd(bundle.at(BUNDLE_SCREEN)); };
     return Run(plan);
   } catch (const std::exception& error) {
     std::cerr << "unit replay: " << options.file << ": " << error.what() << '\n';

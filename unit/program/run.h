@@ -1,39 +1,33 @@
-// `unit run`: the unit's services in this process and the application beside it.
+// `unit run`: runs the unit's services in this process, and the application and the host as child processes.
 #pragma once
 
 #include <functional>
 #include <optional>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "unit/service/service.h"
 
 namespace unit {
 
-// In the order of starting: the services of this process, then the programs "orvik" and "hx7".
-const std::vector<std::string>& PartNames();
-// Those that run where nobody names any: all but the native window.
-std::set<std::string> UsualParts();
-constexpr const char* WINDOW_PART = "window";
-
 struct run_plan_t {
   options_t options;
-  std::set<std::string> parts;         // which of PartNames() to run
-  std::string playFile;                // a bus log for hx7 to play; empty: it simulates a crane
-  std::string keysFile;                // front keys to press beside it; empty: none
-  bool loop = false;                   // of the log
-  std::string speed = "1";             // of the log
-  std::string scenario;                // of the simulated crane; empty: its usual one
-  bool untilPlayed = false;            // stop when the log has come to its end
-  std::function<bool()> hostMayStart;  // asked every 100 ms, for a while, once the application listens
-  std::function<std::string()> atEnd;  // called before the services stop; what is wrong, empty when nothing is
-  std::string snapshotFile;
-  std::optional<unsigned> seconds;  // until it stops by itself
-  bool verbose = false;
+  std::set<std::string> parts;         // what to run, of PartNames()
+  std::string playFile;                // bus log that hx7 plays; empty: hx7 simulates a crane
+  std::string keysFile;                // log of front keys that hx7 plays with it; empty: none
+  bool loop = false;                   // play the log again and again
+  std::string speed = "1";             // factor for the log's times, or "max"
+  std::string scenario;                // of the simulated crane; empty: hx7's default
+  bool untilPlayed = false;            // stop when hx7 has played the log to its end
+  std::function<bool()> hostMayStart;  // hx7 starts once this returns true; may be empty. See HOST_PATIENCE
+  std::function<std::string()> atEnd;  // called before the services stop; returns a problem or an empty text
+  std::string snapshotFile;            // PNG file for the picture at the end; empty: none
+  std::optional<unsigned> seconds;     // how long to run; empty: until it is stopped
+  bool verbose = false;                // print the services' counters at the end
 };
 
-// Runs until a stop is asked for. BlockStopSignals has been called. Returns the program's exit status.
+// Runs until a stop is requested or the plan ends it. The caller has called BlockStopSignals. Returns the
+// program's exit status: 1 after a problem, which is printed to standard error.
 int Run(const run_plan_t& plan);
 
 }  // namespace unit

@@ -20,7 +20,7 @@ constexpr const char* RESOURCE_PROGRAMS = "fs/etfs/resources/bin";
 }  // namespace
 
 std::string FindProgram(const std::string& name) {
-  const fs::path program = fs::path(bus::ProgramFolder()) / name;
+  const fs::path program = fs::path(base::ProgramFolder()) / name;
   if (fs::exists(program)) return program;
   throw std::runtime_error("there is no program " + program.string() +
                            "; build it, or leave it out with --without " + name);

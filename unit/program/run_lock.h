@@ -1,11 +1,12 @@
-// That each service runs once in a runtime directory.
+// Keeps two units from running the same service in one runtime directory.
 #pragma once
 
 #include <string>
 
 namespace unit {
 
-// Held as long as the object lives; the system releases it with the process, however that ends.
+// The lock is held while the object lives. The kernel releases it when the process ends, also where it is
+// killed.
 class RunLock {
  public:
   // Throws std::runtime_error naming the process that holds the lock of `service`.
@@ -16,6 +17,7 @@ class RunLock {
 
  private:
   bool TryLock(const std::string& service);
+  [[noreturn]] void Refuse(const std::string& service);
 
   std::string file_;
   int descriptor_ = -1;

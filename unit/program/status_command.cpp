@@ -24,7 +24,7 @@ void ShowEntry(const nlohmann::json& entry) {
   std::printf("%-20s %-5s %s\n", name.c_str(), entry.value("up", false) ? "up" : "DOWN", detail.c_str());
 }
 
-// The entries stand in an array, or in arrays that are members of an object.
+// Prints every object that has a name and a state, at whatever depth of the document.
 void ShowEntries(const nlohmann::json& json) {
   for (const auto& item : json) {
     if (item.is_object() && item.contains("name") && item.contains("up")) {
@@ -35,7 +35,7 @@ void ShowEntries(const nlohmann::json& json) {
   }
 }
 
-int SayNothingRuns() {
+int ReportNothingRuns() {
   std::cout << "unit: nothing runs in " << platform::RuntimeDirectory() << ". Start it with \"unit run\".\n";
   return 1;
 }
@@ -43,16 +43,17 @@ int SayNothingRuns() {
 }  // namespace
 
 int ShowStatus() {
-  const std::string address = bus::ReadAddressFile(bus::PANEL_ADDRESS_FILE);
-  if (address.empty()) return SayNothingRuns();
+  const std::string address = base::ReadAddressFile(base::PANEL_ADDRESS_FILE);
+  if (address.empty()) return ReportNothingRuns();
   httplib::Client client("http://" + address);
   client.set_connection_timeout(TIMEOUT_S);
   client.set_read_timeout(TIMEOUT_S);
   const httplib::Result result = client.Get("/api/health");
-  if (!result) return SayNothingRuns();
+  if (!result) return ReportNothingRuns();
   const nlohmann::json json = nlohmann::json::parse(result->body, nullptr, false);
   if (json.is_discarded()) {
-    std::cerr << "unit status: http://" << address << "/api/health does not answer as a front panel does.\n";
+    std::cerr << "unit status: http://" << address
+              << "/api/health is not a front panel: it answers with something else than JSON.\n";
     return 1;
   }
   ShowEntries(json);

@@ -1,10 +1,10 @@
-// `unit status`: what runs in this runtime directory and how it is.
+// `unit status`: shows which services and programs run in this runtime directory, and their state.
 #pragma once
 
 namespace unit {
 
 // Asks the front panel and prints one line for each service, worker and program. Returns the exit status: 0
-// when all are up, 1 when something is down or nothing runs.
+// when all are up, 1 when one is down or nothing runs.
 int ShowStatus();
 
 }  // namespace unit

@@ -1,20 +1,20 @@
-// The signals that end the program, waited for instead of handled.
+// The signals that end the program. The main loop waits for them; there is no signal handler.
 #pragma once
 
 #include <chrono>
 
 namespace unit {
 
-// Blocks SIGINT, SIGTERM, SIGHUP and SIGCHLD for this thread and all that it starts, so that StopRequested
-// alone sees them, and ignores SIGPIPE. Called before any thread exists.
+// Blocks SIGINT, SIGTERM, SIGHUP and SIGCHLD for this thread and for those that it starts later, so that only
+// StopRequested receives them, and ignores SIGPIPE. Called before any other thread exists.
 void BlockStopSignals();
-// Undoes it in a child before it becomes another program.
+// Undoes BlockStopSignals in a child process, before exec.
 void UnblockStopSignals();
 
-// Waits at most `time`, or until a child has ended. True when a stop has been asked for; each request counts
+// Waits at most `time`, or until a child has ended. True when a stop was requested; each request is reported
 // once.
 bool StopRequested(std::chrono::milliseconds time);
-// Asks for a stop as Ctrl-C does. Any thread.
+// Requests a stop, as Ctrl-C does. Any thread.
 void RequestStop();
 
 }  // namespace unit

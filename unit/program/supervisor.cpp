@@ -29,19 +29,27 @@ void Supervisor::Step() {
   const steady_clock::time_point now = steady_clock::now();
   for (run_t& run : runs_) {
     if (run.child) {
-      if (const auto ending = run.child->TryReap()) {
-        TakeEnding(run, *ending);
-      } else if (!run.up) {
-        Note(run, true, "process " + std::to_string(run.child->Process()));
-      }
+      CheckChild(run);
     } else if (run.startAgain && now >= *run.startAgain) {
-      try {
-        Launch(run);
-      } catch (const std::exception& error) {
-        std::cerr << "unit: " << error.what() << std::endl;
-        run.startAgain = now + run.delay;
-      }
+      LaunchAgain(run, now);
     }
+  }
+}
+
+void Supervisor::CheckChild(run_t& run) {
+  if (const auto ending = run.child->TryReap()) {
+    TakeEnding(run, *ending);
+  } else if (!run.up) {
+    Note(run, true, "process " + std::to_string(run.child->Process()));
+  }
+}
+
+void Supervisor::LaunchAgain(run_t& run, time_t now) {
+  try {
+    Launch(run);
+  } catch (const std::exception& error) {
+    std::cerr << "unit: " << error.what() << std::endl;
+    run.startAgain = now + run.delay;
   }
 }
 
@@ -49,8 +57,8 @@ void Supervisor::TakeEnding(run_t& run, const ending_t& ending) {
   const steady_clock::time_point now = steady_clock::now();
   ForgetChild(run);
   if (ending.IsSuccess()) {
-    std::cout << "unit: " << run.program.name << " has come to its end" << std::endl;
-    return Note(run, !run.program.endIsFailure, "has come to its end");
+    std::cout << "unit: " << run.program.name << " has ended" << std::endl;
+    return Note(run, !run.program.endIsFailure, "has ended");
   }
   if (now - run.started >= STEADY_AFTER) run.delay = FIRST_DELAY;
   run.startAgain = now + run.delay;
@@ -97,13 +105,14 @@ void Supervisor::EndChild(run_t& run) {
   std::cerr << "unit: " << name << " does not react; killing it" << std::endl;
 }
 
-// Kills it where it still runs.
+// The child's destructor kills the process where it still runs.
 void Supervisor::ForgetChild(run_t& run) {
   run.child.reset();
   if (run.program.tidyUp) run.program.tidyUp();
 }
 
-// Until the child has ended, has said that it will not, or the user has lost patience. True when it has ended.
+// Waits until the child has ended, has refused to stop, `time` is over, or another stop is requested. True when
+// the child has ended.
 bool Supervisor::WaitForEnd(run_t& run, std::chrono::milliseconds time) {
   const auto deadline = steady_clock::now() + time;
   while (!run.child->TryReap()) {

@@ -1,4 +1,4 @@
-// Keeps the child programs running: starts them, starts again what dies, and stops them in order.
+// Keeps the child programs running: starts them, starts them again when they fail, and stops them in order.
 #pragma once
 
 #include <chrono>
@@ -20,10 +20,10 @@ struct program_t {
   std::string name;                    // "orvik"
   std::vector<std::string> arguments;  // the executable's path first
   int stopSignal;
-  std::chrono::milliseconds stopTime;  // after which SIGTERM, then SIGKILL, follow
-  std::string refusal;                 // of the line that says that it will not stop; empty: it always tries to
-  bool endIsFailure;                   // an end with status 0 leaves something missing
-  std::function<void()> tidyUp;        // what it may have left on; after each of its ends. May be empty
+  std::chrono::milliseconds stopTime;  // then SIGTERM follows, then SIGKILL
+  std::string refusal;           // part of the line with which it refuses to stop; empty: it never refuses
+  bool endIsFailure;             // an end with status 0 counts as down
+  std::function<void()> tidyUp;  // called after each of its ends; may be empty
 };
 
 // All calls but Statuses come from the thread that made the object.
@@ -31,22 +31,24 @@ class Supervisor {
  public:
   static constexpr std::chrono::seconds FIRST_DELAY{1};
   static constexpr std::chrono::seconds LONGEST_DELAY{10};
-  static constexpr std::chrono::seconds STEADY_AFTER{30};  // a run of this length counts as a good start
+  static constexpr std::chrono::seconds STEADY_AFTER{
+      30};  // after a run of this length the delay is short again
   static constexpr std::chrono::seconds TERMINATE_TIME{2};
 
   // The children's lines go to `log` too, which must outlive this.
   explicit Supervisor(RollingLog& log) : pump_(log) {}
   // Starts a program. They are stopped in the reverse order. Throws std::runtime_error.
   void Start(const program_t& program);
-  // Looks after the children; called whenever one may have ended, and ten times a second.
+  // Notes which children have ended and starts them again when it is time. Called ten times a second, and when
+  // a child may have ended.
   void Step();
-  // Has a program end and start again, as if it had died. For what it cannot recover from by itself.
+  // Terminates a program, so that it is started again; `why` is printed.
   void Restart(const std::string& name, const std::string& why);
-  // It has come to its end and is not started again.
+  // The program has ended with status 0 and is not started again.
   bool HasEnded(const std::string& name) const;
-  // Stops all. A further request to stop while it waits makes it go on to the next, harsher signal at once.
+  // Stops all programs. A further stop request during the wait sends the next, harsher signal at once.
   void Stop();
-  // "orvik" and "hx7" as services. Any thread.
+  // The state of each program, in the form of a service's. Any thread.
   std::vector<status_t> Statuses() const;
 
  private:
@@ -64,6 +66,8 @@ class Supervisor {
   };
 
   void Launch(run_t& run);
+  void LaunchAgain(run_t& run, time_t now);
+  void CheckChild(run_t& run);
   void TakeEnding(run_t& run, const ending_t& ending);
   static void ForgetChild(run_t& run);
   static bool WaitForEnd(run_t& run, std::chrono::milliseconds time);

@@ -43,11 +43,10 @@ class Service {
   virtual status_t GetStatus() const = 0;
 };
 
-// Channels of the notification manager that the unit's services use among themselves. Beside them stand the
-// application's: the event and action channels of the generic configuration, SCREEN_CHANNEL_NAME,
-// J1939_CHANNEL_NAME.
-constexpr const char* HEALTH_CHANNEL_NAME = "unit.Health";      // JSON: name, up, detail, counters
-constexpr const char* DATABASE_CHANNEL_NAME = "unit.Database";  // u32 handle, u32 0, f64 value; little-endian
+// Channels of the notification manager that the unit's services use among themselves; see also
+// DATABASE_CHANNEL_NAME (database_change.h) and SCREEN_CHANGES_CHANNEL_NAME. The application has channels of
+// its own: the event and action channels of the generic configuration, SCREEN_CHANNEL_NAME, J1939_CHANNEL_NAME.
+constexpr const char* HEALTH_CHANNEL_NAME = "unit.Health";  // JSON: name, up, detail, counters
 constexpr const char* BUS_CHANNEL_NAME = "unit.Bus";  // JSON: counts and the last frames, ten times a second
 constexpr const char* BOARD_CHANNEL_NAME = "unit.Board";  // JSON: beeper, backlight, keys; on every change
 

@@ -71,7 +71,7 @@ class Client {
   bool IsClosed() { return Next().empty(); }
 
  private:
-  bus::Descriptor socket_;
+  base::Descriptor socket_;
   bus::SocketcandSplitter splitter_;
 };
 

@@ -10,7 +10,7 @@
 #include "src/services/nm_messages.h"
 #include "tests/unit/support/test_folder.h"
 #include "unit/j1939/bus_report.h"
-#include "unit/j1939/conversation.h"
+#include "unit/j1939/socketcand_session.h"
 #include "unit/j1939/filter_store.h"
 #include "unit/j1939/j1939_requests.h"
 #include "unit/j1939/pacing.h"
@@ -133,13 +133,13 @@ TEST(ConversationTest, AnswersAsSocketcandDoes) {
       {"<>", "< error unknown command >"},
       {"< bcmmode >", "< ok >"},
   };
-  Conversation station;
+  SocketcandSession station;
   for (const auto& line : conversation) EXPECT_EQ(station.Take(line.message).reply, line.reply) << line.message;
   EXPECT_EQ(station.Refused(), 9U);
 }
 
 TEST(ConversationTest, FramesAreWantedInRawModeOnly) {
-  Conversation station;
+  SocketcandSession station;
   station.Take("< open can0 >");
   EXPECT_FALSE(station.WantsFrames());
   const auto outcome = station.Take("< send 123 1 7f >");
@@ -153,7 +153,7 @@ TEST(ConversationTest, FramesAreWantedInRawModeOnly) {
 }
 
 TEST(ConversationTest, StatisticsComeNoOftenerThanTenTimesASecond) {
-  Conversation station;
+  SocketcandSession station;
   station.Take("< open can0 >");
   for (const auto& [message, period] :
        {std::pair{"< statistics 1 >", 100ms}, {"< statistics 250 >", 250ms}, {"< statistics 0 >", 0ms}}) {

@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/json_text.h"
+
 namespace unit {
 namespace {
 
@@ -25,14 +27,10 @@ json ToJson(const element_change_t& element) {
   return result;
 }
 
-std::string Dump(const json& value) {
-  return value.dump(-1, ' ', false, json::error_handler_t::replace);
-}
-
 }  // namespace
 
 std::string FormatState(const ScreenModel& model) {
-  return Dump({{"revision", model.Revision()},
+  return base::DumpJson({{"revision", model.Revision()},
                {"page", model.Page().name},
                {"action", model.Page().action},
                {"title", model.Page().title},
@@ -50,9 +48,9 @@ std::string FormatChange(const screen_change_t& change, std::size_t limit) {
     result["widgets"] = change.widgets;
     result["variables"] = ToJson(change.variables);
   }
-  std::string text = Dump(result);
+  std::string text = base::DumpJson(result);
   if (text.size() <= limit) return text;
-  return Dump({{"revision", change.revision}, {"previous", change.previous}, {"page", true}});
+  return base::DumpJson({{"revision", change.revision}, {"previous", change.previous}, {"page", true}});
 }
 
 }  // namespace unit

@@ -14,6 +14,7 @@
 #include "unit/screen/client/screen_requests.h"
 #include "unit/screen/render/renderer.h"
 #include "unit/screen/service/screen_json.h"
+#include "unit/service/database_change.h"
 
 namespace unit {
 namespace {
@@ -33,11 +34,6 @@ enum channel_index_t : std::size_t { SCREEN_MESSAGES = 0, DATABASE_CHANGES = 1, 
 
 void Print(const std::string& line) {
   std::cerr << "screen: " + line + "\n" << std::flush;
-}
-
-variable_value_t ReadParameter(unsigned handle) {
-  double value = 0;
-  return DBSHM::Read(handle, value) == 1 ? variable_value_t(value) : std::nullopt;
 }
 
 }  // namespace
@@ -115,20 +111,19 @@ void ScreenWorker::TakeEvent(std::span<const std::uint8_t> payload) {
 }
 
 void ScreenWorker::TakeVariable(std::span<const std::uint8_t> payload) {
-  constexpr std::size_t VALUE_AT = 8;
-  if (payload.size() != VALUE_AT + sizeof(double)) return;
+  const std::optional<database_change_t> change = ReadDatabaseChange(payload);
+  if (!change) return;
   const std::lock_guard lock(mutex_);
-  const auto found = variablesByHandle_.find(platform::LoadLe32(payload, 0));
+  const auto found = variablesByHandle_.find(change->handle);
   if (found == variablesByHandle_.end()) return;
-  for (const std::string& name : found->second)
-    model_.SetVariable(name, platform::LoadLeDouble(payload, VALUE_AT));
+  for (const std::string& name : found->second) model_.SetVariable(name, change->value);
   if (!model_.HasNotices()) return;
   wake_ = true;
   wakePace_.notify_all();
 }
 
 // The mutex is held.
-void ScreenWorker::Report(LineLimiter& limiter, const std::string& what) {
+void ScreenWorker::Report(base::LineLimiter& limiter, const std::string& what) {
   if (const auto line = limiter.Note(what, clock_t::now())) Print(*line);
 }
 
@@ -285,7 +280,7 @@ void ScreenWorker::ReadVariables() {
     }
   }
   for (const auto& [handle, names] : variablesByHandle_) {
-    const variable_value_t value = ReadParameter(handle);
+    const variable_value_t value = ReadParameterValue(handle);
     for (const std::string& name : names) model_.SetVariable(name, value);
   }
 }

@@ -68,7 +68,7 @@ class ScreenWorker {
   void PostNotices();
   void ReloadDesign(clock_t::time_point now);
   void ReadVariables();
-  void Report(LineLimiter& limiter, const std::string& what);
+  void Report(base::LineLimiter& limiter, const std::string& what);
 
   const std::filesystem::path designFolder_;
   NotifyLink link_;
@@ -84,7 +84,7 @@ class ScreenWorker {
   clock_t::time_point pendingSince_{};
   std::uint64_t malformed_ = 0;
   std::string designProblem_;
-  LineLimiter malformedLines_, unknownLines_;
+  base::LineLimiter malformedLines_, unknownLines_;
   bool wake_ = false;
   bool stopping_ = false;
   std::condition_variable wakePace_;

@@ -1,4 +1,4 @@
-#include "unit/j1939/conversation.h"
+#include "unit/j1939/socketcand_session.h"
 
 #include <algorithm>
 #include <charconv>
@@ -19,22 +19,22 @@ std::string_view TakeWord(std::string_view& text) {
 
 }  // namespace
 
-struct Conversation::command_t {
+struct SocketcandSession::command_t {
   std::string_view word;
   bool needsBus;
-  outcome_t (Conversation::*carry)(std::string_view message, std::string_view argument);
+  outcome_t (SocketcandSession::*carry)(std::string_view message, std::string_view argument);
 };
 
-const Conversation::command_t Conversation::COMMANDS[] = {
-    {"open", false, &Conversation::Open},
-    {"rawmode", true, &Conversation::RawMode},
-    {"bcmmode", true, &Conversation::BroadcastMode},
-    {"echo", false, &Conversation::Echo},
-    {"statistics", true, &Conversation::Statistics},
-    {"send", true, &Conversation::Send},
+const SocketcandSession::command_t SocketcandSession::COMMANDS[] = {
+    {"open", false, &SocketcandSession::Open},
+    {"rawmode", true, &SocketcandSession::RawMode},
+    {"bcmmode", true, &SocketcandSession::BroadcastMode},
+    {"echo", false, &SocketcandSession::Echo},
+    {"statistics", true, &SocketcandSession::Statistics},
+    {"send", true, &SocketcandSession::Send},
 };
 
-Conversation::outcome_t Conversation::Take(std::string_view message) {
+SocketcandSession::outcome_t SocketcandSession::Take(std::string_view message) {
   std::string_view inner = message;
   if (inner.starts_with('<')) inner.remove_prefix(1);
   if (inner.ends_with('>')) inner.remove_suffix(1);
@@ -45,29 +45,31 @@ Conversation::outcome_t Conversation::Take(std::string_view message) {
   return (this->*command->carry)(message, TakeWord(inner));
 }
 
-Conversation::outcome_t Conversation::Open(std::string_view /*message*/, std::string_view argument) {
+SocketcandSession::outcome_t SocketcandSession::Open(std::string_view /*message*/, std::string_view argument) {
   if (argument != BUS_NAME) return Refuse("could not open bus");
   open_ = true;
   return {OK, {}};
 }
 
-Conversation::outcome_t Conversation::RawMode(std::string_view /*message*/, std::string_view /*argument*/) {
+SocketcandSession::outcome_t SocketcandSession::RawMode(std::string_view /*message*/,
+                                                        std::string_view /*argument*/) {
   raw_ = true;
   return {OK, {}};
 }
 
 // The mode that a bus is opened in: no frames but those subscribed to, and nothing subscribes here.
-Conversation::outcome_t Conversation::BroadcastMode(std::string_view /*message*/,
-                                                    std::string_view /*argument*/) {
+SocketcandSession::outcome_t SocketcandSession::BroadcastMode(std::string_view /*message*/,
+                                                              std::string_view /*argument*/) {
   raw_ = false;
   return {OK, {}};
 }
 
-Conversation::outcome_t Conversation::Echo(std::string_view message, std::string_view /*argument*/) {
+SocketcandSession::outcome_t SocketcandSession::Echo(std::string_view message, std::string_view /*argument*/) {
   return {std::string(message), {}};
 }
 
-Conversation::outcome_t Conversation::Statistics(std::string_view /*message*/, std::string_view argument) {
+SocketcandSession::outcome_t SocketcandSession::Statistics(std::string_view /*message*/,
+                                                           std::string_view argument) {
   unsigned period_ms = 0;
   const char* end = argument.data() + argument.size();
   const auto [stop, error] = std::from_chars(argument.data(), end, period_ms);
@@ -77,13 +79,13 @@ Conversation::outcome_t Conversation::Statistics(std::string_view /*message*/, s
   return {};  // the statistics themselves are the answer
 }
 
-Conversation::outcome_t Conversation::Send(std::string_view message, std::string_view /*argument*/) {
+SocketcandSession::outcome_t SocketcandSession::Send(std::string_view message, std::string_view /*argument*/) {
   std::optional<bus::frame_t> frame = bus::ParseSocketcandSend(message);
   if (!frame) return Refuse("not a frame");
   return {{}, frame};
 }
 
-Conversation::outcome_t Conversation::Refuse(std::string_view why) {
+SocketcandSession::outcome_t SocketcandSession::Refuse(std::string_view why) {
   ++refused_;
   return {"< error " + std::string(why) + " >", {}};
 }

@@ -14,7 +14,7 @@
 
 namespace unit {
 
-class Conversation {
+class SocketcandSession {
  public:
   static constexpr std::string_view GREETING = "< hi >";
   static constexpr std::string_view BUS_NAME = "can0";
