@@ -8,10 +8,10 @@ namespace {
 
 constexpr double GRAVITY = 9.80665;  // m/s²
 constexpr double PASCALS_PER_BAR = 100'000;
-constexpr double RETURN_PRESSURE_BAR = 12;  // of the rod side at rest
+constexpr double RETURN_PRESSURE_BAR = 12;  // on the rod side at rest
 constexpr double LOWERING_PRESSURE_BAR = 30;
 
-constexpr double FRONT_DEG = 5;  // to either side
+constexpr double FRONT_DEG = 5;  // to each side of the front
 constexpr double FRONT_ARC_DEG = 30;
 constexpr double SIDE_DEG = 150;
 
@@ -32,7 +32,7 @@ head_reach_t ReachBeyondHead(pick_t pick, jib_t jib) {
   return {0, 0};
 }
 
-// Of the cylinder's line of force from the foot pin.
+// Distance of the cylinder's line of force from the foot pin.
 double CylinderArm(double angle) {
   const double cosine = std::cos(Radians(angle));
   const double sine = std::sin(Radians(angle));

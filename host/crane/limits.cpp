@@ -7,9 +7,9 @@ namespace crane {
 namespace {
 
 struct margins_t {
-  double around;  // when set at the present value
+  double around;  // distance from the present value
   bool bothSides;
-  double backBy;  // so that a value on the limit does not chatter
+  double backBy;  // so that a value at the limit does not trip and release repeatedly
 };
 constexpr std::array<margins_t, QUANTITY_NAMES.size()> MARGINS = {
     {{5, true, 0.3}, {1.5, false, 0.1}, {1.5, false, 0.1}, {15, true, 1}}};

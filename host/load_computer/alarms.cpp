@@ -12,7 +12,7 @@ struct alarm_signals_t {
   std::uint8_t beeper;
   std::optional<phrase_t> text;
 };
-// The nearer the danger, the faster the pulse, up to one that never pauses.
+// The index is the alarm. Urgent alarms pulse faster; overload sounds without a pause.
 constexpr std::array<alarm_signals_t, 6> SIGNALS = {{{0, std::nullopt},
                                                      {100, phrase_t::OPERATOR_LIMIT},
                                                      {50, phrase_t::NEAR_LIMIT},
@@ -26,7 +26,7 @@ const alarm_signals_t& SignalsOf(alarm_t alarm) {
 
 }  // namespace
 
-alarm_t AlarmOf(const measured_t& measured, const crane::Limits& limits, bool sensorFault) {
+alarm_t FindAlarm(const measured_t& measured, const crane::Limits& limits, bool sensorFault) {
   const crane::level_t level =
       std::isnan(measured.percent) ? crane::level_t::NORMAL : crane::LevelOf(measured.percent);
   if (measured.twoBlock) return alarm_t::TWO_BLOCK;
@@ -36,7 +36,7 @@ alarm_t AlarmOf(const measured_t& measured, const crane::Limits& limits, bool se
   return limits.AnyTripped() ? alarm_t::OPERATOR_LIMIT : alarm_t::NONE;
 }
 
-std::optional<phrase_t> AlarmPhrase(alarm_t alarm) {
+std::optional<phrase_t> PhraseFor(alarm_t alarm) {
   return SignalsOf(alarm).text;
 }
 

@@ -48,8 +48,8 @@ void Dialogue::SelectMode(bool on) {
   selectMode_ = on;
 }
 
-// The display goes from Main to Wad by some of its keys itself; the request is for those that do not, and is
-// without effect on Wad. Select mode is left on between pages, because its end would lead to Main.
+// Some keys of the display change from Main to Wad by themselves. The request is for the other keys; on Wad it
+// has no effect. Select mode stays on between pages: ending it would make the display go to Main.
 void Dialogue::ShowWad(view_t view, bool menu) {
   if (view_ == view_t::CONFIGURATION) Transition("config-to-wad");
   if (view_ == view_t::OPERATING) Transition("main-to-wad");
@@ -60,7 +60,7 @@ void Dialogue::ShowWad(view_t view, bool menu) {
 
 void Dialogue::LeaveWad() {
   if (selectMode_) {
-    SelectMode(false);  // which brings the display back to Main
+    SelectMode(false);  // the display then returns to Main by itself
   } else {
     Transition("wad-to-main");
   }

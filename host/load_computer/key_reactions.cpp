@@ -1,4 +1,4 @@
-// The host keys, one by one.
+// What each host key does.
 #include <array>
 
 #include "host/load_computer/dialogue.h"
@@ -7,7 +7,7 @@ namespace simulate {
 namespace {
 
 constexpr std::int64_t SWING_PAGE_MS = 2500;
-// The display has left its configuration page by then and can be asked to leave the next one.
+// By then the display has left its configuration page and accepts the request to leave the next page.
 constexpr std::int64_t CONFIGURATION_LEFT_MS = 1000;
 
 }  // namespace
@@ -40,11 +40,11 @@ std::span<const Dialogue::reaction_t> Dialogue::Reactions() {
   return REACTIONS;
 }
 
-void Dialogue::Toggle(bool crane::rigging_t::*part, phrase_t on, phrase_t off) {
+void Dialogue::Toggle(bool crane::rigging_t::*member, phrase_t on, phrase_t off) {
   crane::rigging_t rigging = cab_.crane.Rigging();
-  rigging.*part = !(rigging.*part);
+  rigging.*member = !(rigging.*member);
   cab_.crane.Rig(rigging);
-  Tell(rigging.*part ? on : off);
+  Tell(rigging.*member ? on : off);
 }
 
 void Dialogue::ToggleBoomMode() {
@@ -76,7 +76,7 @@ void Dialogue::CancelAlarm() {
   Tell(cab_.bell.Silence() ? phrase_t::SILENCED : phrase_t::NOTHING_TO_SILENCE);
 }
 
-// Also when nothing but the operating page is shown: the display may have gone to Wad by itself.
+// Sends the request on the operating page too: the display may have changed to Wad by itself.
 void Dialogue::ExitToMain() {
   LeaveWad();
 }
@@ -91,7 +91,7 @@ void Dialogue::FewerParts() {
   ChangeParts(-1);
 }
 
-// The display has no key for fewer on its pages, so that the most is followed by one.
+// The display's pages have no key for fewer parts, so after the most comes 1.
 void Dialogue::MoreParts() {
   ChangeParts(1);
 }

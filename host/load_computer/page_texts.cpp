@@ -40,7 +40,7 @@ phrase_t TextFor(const std::array<phrase_t, N>& texts, E value) {
   return texts[static_cast<std::size_t>(value)];
 }
 
-// Gathers the texts of one page.
+// Collects the texts of one page.
 class PageWriter {
  public:
   explicit PageWriter(const page_inputs_t& page) : page_(page), language_(page.cab.settings.language) {}
@@ -99,14 +99,14 @@ void PageWriter::PutRow(unsigned line, phrase_t label, std::string value) {
   Put(field + "-right", std::move(value));
 }
 
-// Choices 1 and 2 stand on the left, 3 and 4 on the right, each beside its key.
+// The display shows choices 1 and 2 on the left, 3 and 4 on the right, each beside its key.
 void PageWriter::PutChoice(unsigned choice, phrase_t name, std::string state) {
   const std::string field = "select" + std::to_string(choice + 1);
   Put(field + "-linea", name);
   Put(field + "-lineb", std::move(state));
 }
 
-// Which jib stands where.
+// Which jib is erected and which is stowed.
 void PageWriter::PutLabels() {
   constexpr const char* NONE = "-";
   const crane::jib_t jib = Crane().Rigging().jib;
@@ -114,9 +114,9 @@ void PageWriter::PutLabels() {
   Put("stowed", jib == crane::jib_t::STOWED ? std::string(Say(phrase_t::FLY, language_)) : NONE);
 }
 
-// An alarm or a notice has the last line for itself.
+// An alarm or a notice fills the last line; without either, it shows parts of line and counterweight.
 void PageWriter::Alarm() {
-  const auto alarm = AlarmPhrase(page_.cab.bell.Now());
+  const auto alarm = PhraseFor(page_.cab.bell.Now());
   if (const auto notice = page_.dialogue.Notice()) {
     Put("line4-center", *notice);
   } else if (alarm) {
@@ -174,16 +174,16 @@ void PageWriter::Program() {
 }
 
 void PageWriter::Info() {
-  using part_t = void (PageWriter::*)();
-  static constexpr std::array<part_t, INFO_PAGES> PARTS = {&PageWriter::Heights, &PageWriter::LimitsMenu,
-                                                           &PageWriter::Pressures, &PageWriter::Program};
+  using writer_t = void (PageWriter::*)();
+  static constexpr std::array<writer_t, INFO_PAGES> WRITERS = {&PageWriter::Heights, &PageWriter::LimitsMenu,
+                                                               &PageWriter::Pressures, &PageWriter::Program};
   const unsigned shown = page_.dialogue.InfoPage();
-  // The menu has no line to spare.
+  // The menu fills all lines.
   if (shown != LIMITS_PAGE) {
     Put("line1-center",
         Say(phrase_t::INFO, language_, std::to_string(shown + 1) + "/" + std::to_string(INFO_PAGES)));
   }
-  (this->*PARTS[shown])();
+  (this->*WRITERS[shown])();
 }
 
 void PageWriter::BaseMenu() {
@@ -207,7 +207,7 @@ void PageWriter::Calibration() {
   PutRow(4, phrase_t::PISTON, Bar(now.piston));
 }
 
-// The labels go first. With the words and numbers as they are nothing has to.
+// Drops the last texts, the jib labels first, if the message would be too long. The present texts all fit.
 void PageWriter::KeepWhatFits() {
   std::size_t room = MessageRoom(MAX_MESSAGE_FRAMES) - host::TEXTS_BEGIN;
   const auto tooMuch = std::ranges::find_if(texts_, [&](const host::field_text_t& text) {
@@ -220,12 +220,12 @@ void PageWriter::KeepWhatFits() {
 }
 
 texts_t PageWriter::Make() {
-  using part_t = void (*)(PageWriter&);
-  static constexpr std::array<part_t, VIEW_NAMES.size()> PARTS = {
+  using writer_t = void (*)(PageWriter&);
+  static constexpr std::array<writer_t, VIEW_NAMES.size()> WRITERS = {
       [](PageWriter& page) { page.Operating(); },   [](PageWriter& page) { page.Info(); },
       [](PageWriter& page) { page.BaseMenu(); },    [](PageWriter& page) { page.Swing(); },
       [](PageWriter& page) { page.Calibration(); }, [](PageWriter& page) { page.Operating(); }};
-  PARTS[static_cast<std::size_t>(page_.dialogue.Shown())](*this);
+  WRITERS[static_cast<std::size_t>(page_.dialogue.Shown())](*this);
   PutLabels();
   KeepWhatFits();
   return std::move(texts_);
@@ -239,7 +239,7 @@ std::vector<host::field_text_t> MakePageTexts(const page_inputs_t& page) {
 
 std::string MakeFlashText(const page_inputs_t& page) {
   const unsigned language = page.cab.settings.language;
-  if (const auto alarm = AlarmPhrase(page.cab.bell.Now())) return std::string(Say(*alarm, language));
+  if (const auto alarm = PhraseFor(page.cab.bell.Now())) return std::string(Say(*alarm, language));
   if (page.dialogue.Shown() == view_t::CONFIGURATION)
     return std::string(Say(phrase_t::CONFIGURATION, language));
   return " ";

@@ -1,4 +1,4 @@
-// The texts of the page that the host shows, laid into the display's fields.
+// The texts of the page that the host shows, for the display's text fields.
 #pragma once
 
 #include <string>
@@ -17,9 +17,9 @@ struct page_inputs_t {
   const crane::LoadChart& chart;
 };
 
-// At most one text a field; they fit into one message.
+// At most one text for each field; together they fit into one message.
 std::vector<host::field_text_t> MakePageTexts(const page_inputs_t& page);
-// What the configuration page flashes; a blank where there is nothing to say.
+// The flash message of the configuration page; a blank if there is none.
 std::string MakeFlashText(const page_inputs_t& page);
 
 }  // namespace simulate

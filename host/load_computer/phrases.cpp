@@ -7,8 +7,8 @@ namespace {
 
 using translations_t = std::array<std::string_view, LANGUAGES>;
 
-// In the order of Text. What stands side by side on a line fits into it together, and a page into one message,
-// which is what shortens the Russian ones: two bytes a letter.
+// In the order of phrase_t. Texts that share a line must fit into it together, and all texts of a page into one
+// message. That is why the Russian texts are abbreviated: each letter takes two bytes.
 constexpr std::array<translations_t, static_cast<std::size_t>(phrase_t::COUNT)> WORDS = {{
     {"ON TIRES", "SOBRE NEUMÁTICOS", "SOBRE PNEUS", "轮胎支撑", "НА ШИНАХ", "SUR PNEUS"},
     {"OUTRIGGERS RETRACTED", "ESTABILIZADORES DENTRO", "ESTABILIZADORES DENTRO", "支腿收回", "ОПОРЫ ВТЯН.",

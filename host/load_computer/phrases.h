@@ -1,4 +1,4 @@
-// The load computer's own words in the six languages of the display.
+// The load computer's texts in the six languages of the display.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 namespace simulate {
 
 constexpr unsigned LANGUAGES = 6;  // English, Spanish, Portuguese, Chinese, Russian, French
-// Columns of the display's grid; Chinese characters are wider.
+// Columns of the display's text grid; Chinese has fewer because its characters are wider.
 constexpr unsigned COLUMNS = 40;
 constexpr unsigned CHINESE_COLUMNS = 24;
 
@@ -17,7 +17,7 @@ enum class phrase_t : std::uint8_t {
   OUTRIGGERS_RETRACTED,
   OUTRIGGERS_HALF,
   OUTRIGGERS_EXTENDED,
-  TIRES,  // the same in a menu
+  TIRES,  // from here to EXTENDED: the same in a menu
   RETRACTED,
   HALF,
   EXTENDED,

@@ -14,7 +14,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The name that the log's lines carry: that of the interface, or of the one bus that a socketcand server has.
+// The interface name for the log's lines: the kernel's, or the one bus name of a socketcand server.
 std::string LogInterfaceName(const std::string& bus) {
   constexpr std::string_view KERNEL = "socketcan:";
   return bus.starts_with(KERNEL) ? bus.substr(KERNEL.size()) : "can0";
@@ -50,7 +50,7 @@ class BusRecorder {
     ++frames_;
   }
 
-  // What came before the end belongs into the log; a bus that never falls silent does not put the end off.
+  // Frames that arrived before the stop belong in the log. The limit ends this on a bus that is never silent.
   void Drain() {
     const auto limit = Clock::now() + DRAIN_LIMIT;
     for (bus::frame_t frame; Clock::now() < limit && station_.ReceiveWaiting(frame);) Write(frame);
@@ -64,20 +64,24 @@ class BusRecorder {
   std::uint64_t frames_ = 0;
 };
 
+void OpenNew(const record_options_t& options, std::ofstream& file) {
+  if (!options.force && std::filesystem::exists(options.file)) {
+    throw UsageError(options.file + " exists already; name another file, or replace it with --force");
+  }
+  file.open(options.file);
+  if (!file) throw Failure("cannot write " + options.file + "; is the folder there, and writable?");
+}
+
 }  // namespace
 
 void Record(const record_options_t& options) {
   std::ofstream file;
   const bool toFile = options.file != "-";
-  if (toFile && !options.force && std::filesystem::exists(options.file)) {
-    throw UsageError(options.file + " exists already; name another file, or replace it with --force");
-  }
-  if (toFile) file.open(options.file);
-  if (toFile && !file) throw Failure("cannot write " + options.file);
+  if (toFile) OpenNew(options, file);
   std::ostream& out = toFile ? file : std::cout;
   BusRecorder recorder(out, options);
   recorder.Run();
-  if (!out.flush()) throw Failure("cannot write " + options.file + " any further");
+  if (!out.flush()) throw Failure("cannot write more to " + options.file + "; is the disk full?");
   std::cerr << "hx7: recorded " << recorder.Frames() << " frames";
   if (recorder.Lost() > 0) {
     std::cerr << ", lost " << recorder.Lost() << " that came faster than they could be written";

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/json_text.h"
 #include "host/protocol/message_lines.h"
 
 namespace host {
@@ -61,7 +62,7 @@ std::string FormatJsonLine(const bus_message_t& message) {
   } else {
     AddMessage(line, message.decoded);
   }
-  return line.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return base::DumpOrderedJson(line);
 }
 
 }  // namespace host

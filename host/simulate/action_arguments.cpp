@@ -22,9 +22,7 @@ std::string OneOf(std::span<const std::string_view> names) {
 }  // namespace
 
 void RefuseWord(const std::string& word, const std::string& right, std::span<const std::string_view> names) {
-  const std::string_view nearest = host::Nearest(word, names);
-  throw host::UsageError("\"" + word + "\" is not " + right +
-                         (nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?"));
+  throw host::UsageError("\"" + word + "\" is not " + right + host::Suggest(word, names));
 }
 
 std::size_t ParseName(std::span<const std::string_view> names, const std::string& word) {

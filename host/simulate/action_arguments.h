@@ -1,5 +1,5 @@
-// Reads the arguments of actions: names, switches, and numbers with or without a unit. All throw
-// host::UsageError that says what would be right, and the nearest name.
+// Reads the arguments of actions: names, switches, and numbers with or without a unit. All functions throw
+// host::UsageError, which says what would be right and suggests the nearest name.
 #pragma once
 
 #include <array>
@@ -26,7 +26,7 @@ std::uint8_t ParseProtocolName(std::span<const host::number_name_t> table, const
 
 struct argument_unit_t {
   std::string_view name;
-  double factor;  // to the first of its kind, in which a number without a unit is
+  double factor;  // to the first unit of its kind, which a number without a unit has
 };
 constexpr std::array<argument_unit_t, 2> LENGTH_UNITS = {{{"m", 1}, {"ft", 0.3048}}};
 constexpr std::array<argument_unit_t, 4> WEIGHT_UNITS = {

@@ -35,7 +35,7 @@ double ParseSwing(const std::string& word) {
   return ParseQuantity(word, -360, 360, DEGREES);
 }
 
-// Changes one thing of the rigging.
+// An action that changes one member of the rigging.
 template <typename T>
 crane_action_t Rigging(T crane::rigging_t::*member, T value) {
   return [=](action_target_t& target) {
@@ -187,7 +187,7 @@ crane_action_t ParseTraffic(arguments_t words) {
 
 crane_action_t ParseSend(arguments_t words) {
   host::Cmd2Values neutral;
-  host::PlanSend(words, neutral);  // throws where something is wrong
+  host::PlanSend(words, neutral);  // throws for a wrong argument
   return [arguments = std::vector<std::string>(words.begin(), words.end())](action_target_t& target) {
     target.computer.Send(arguments);
   };
@@ -204,11 +204,11 @@ constexpr action_row_t ACTIONS[] = {
      ParseBase},
     {"boom", "angle DEGREES | length METRES", "the boom to an angle or a length", 2, 2, ParseBoom},
     {"swing", "DEGREES", "to the right of the front, negative to the left", 1, 1, ParseSwingAction},
-    {"hoist", "HEIGHT | hold HEIGHT | stop", "the hook over the ground; hold follows the boom", 1, 2,
-     ParseHoist},
-    {"load", "KILOGRAMS", "on the hook, beside its block", 1, 1, ParseLoad},
-    {"stop", "", "every movement", 0, 0, ParseStop},
-    {"wind", "METRES-A-SECOND", "in which the load sways", 1, 1, ParseWind},
+    {"hoist", "HEIGHT | hold HEIGHT | stop", "the hook above the ground; with hold the winch follows the boom",
+     1, 2, ParseHoist},
+    {"load", "KILOGRAMS", "on the hook, without the hook block", 1, 1, ParseLoad},
+    {"stop", "", "stops every movement", 0, 0, ParseStop},
+    {"wind", "METRES-A-SECOND", "makes the load sway", 1, 1, ParseWind},
     {"counterweight", "on|off", "", 1, 1, ParseCounterweight},
     {"jib", "absent|stowed|long-0|short-0|long-15|...", "the lattice jib", 1, 1, ParseJib},
     {"pick", "main-boom|aux|fly", "where the hook hangs", 1, 1, ParsePick},
@@ -219,17 +219,18 @@ constexpr action_row_t ACTIONS[] = {
     {"parts", "NUMBER", "parts of line", 1, 1, ParseParts},
     {"limit", "angle|radius|extension|swing [LEAST|none] MOST | ... off", "the operator's limits", 2, 3,
      ParseLimit},
-    {"fault", "load-cell|angle-sensor|length-sensor|swing-sensor|two-block-switch [on|off]", "of a sensor", 1,
-     2, ParseFault},
+    {"fault", "load-cell|angle-sensor|length-sensor|swing-sensor|two-block-switch [on|off]",
+     "sets or clears a sensor fault", 1, 2, ParseFault},
     {"key", "NAME", "what the host does when the display reports this key", 1, 1, ParseKey},
-    {"press", "NUMBER", "a front key of the display that runs here", 1, 1, ParsePress},
+    {"press", "NUMBER", "presses a front key of the display on this machine", 1, 1, ParsePress},
     {"language", "english|spanish|portuguese|chinese|russian|french", "", 1, 1, ParseLanguage},
     {"units", "imperial|metric", "", 1, 1, ParseUnits},
-    {"silence", "SECONDS", "the link is cut; the crane moves on", 1, 1, ParseSilence},
-    {"restart", "", "the host goes down and comes up with its start-up conversation", 0, 0, ParseRestart},
-    {"traffic", "usual|full", "full: as much as a host can put on the bus", 1, 1, ParseTraffic},
-    {"send", "COMMAND=VALUE...", "any command by name, as hx7 send takes it", 1, ANY_NUMBER, ParseSend},
-    {"say", "TEXT", "a line for whoever watches", 1, ANY_NUMBER, ParseSay},
+    {"silence", "SECONDS", "the host sends nothing; the crane keeps moving", 1, 1, ParseSilence},
+    {"restart", "", "the host restarts, with its start-up messages", 0, 0, ParseRestart},
+    {"traffic", "usual|full", "full: as much as a host can send", 1, 1, ParseTraffic},
+    {"send", "COMMAND=VALUE...", "any command by name, with the arguments of hx7 send", 1, ANY_NUMBER,
+     ParseSend},
+    {"say", "TEXT", "prints a line for the user", 1, ANY_NUMBER, ParseSay},
 };
 
 std::vector<std::string_view> ActionNames() {
@@ -245,19 +246,15 @@ std::vector<std::string> SplitWords(std::string_view text) {
   bool inWord = false;
   bool inQuotes = false;
   for (const char c : text) {
-    if (c == '"') {
-      inQuotes = !inQuotes;
-    } else if (!inQuotes && (c == '#' && !inWord)) {
-      break;
-    } else if (!inQuotes && (c == ' ' || c == '\t' || c == '\r')) {
-      inWord = false;
-      continue;
-    }
-    if (!inWord) words.emplace_back();
-    inWord = true;
-    if (c != '"') words.back().push_back(c);
+    const bool quote = c == '"';
+    if (!inQuotes && !inWord && c == '#') break;
+    const bool blank = !inQuotes && (c == ' ' || c == '\t' || c == '\r');
+    if (!blank && !inWord) words.emplace_back();
+    inWord = !blank;
+    if (quote) inQuotes = !inQuotes;
+    if (inWord && !quote) words.back().push_back(c);
   }
-  if (inQuotes) throw UsageError("a quote \" does not end");
+  if (inQuotes) throw UsageError("a quote \" is not closed");
   return words;
 }
 

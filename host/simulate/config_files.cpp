@@ -49,11 +49,9 @@ scenario_t ConfigFiles::NamedScenario(const std::string& name) const {
     return LoadScenario(fs::path(folder_) / SCENARIOS / (name + SUFFIX));
   }
   const std::vector<std::string_view> candidates(names.begin(), names.end());
-  const std::string_view nearest = host::Nearest(name, candidates);
-  throw host::UsageError(
-      "there is no scenario \"" + name + "\"; " +
-      (nearest.empty() ? "`hx7 simulate --list` shows all"
-                       : "did you mean " + std::string(nearest) + "? (`hx7 simulate --list` shows all)"));
+  const std::string suggestion = host::Suggest(name, candidates);
+  throw host::UsageError("there is no scenario \"" + name + "\"" +
+                         (suggestion.empty() ? "; " : suggestion + " ") + "`hx7 simulate --list` shows all");
 }
 
 scenario_t ConfigFiles::Scenario(const std::string& nameOrFile) const {
@@ -64,7 +62,7 @@ scenario_t ConfigFiles::Scenario(const std::string& nameOrFile) const {
 crane::LoadChart ConfigFiles::Chart(const std::string& file) const {
   const std::string path = file.empty() ? (fs::path(folder_) / STANDARD_CHART).string() : file;
   std::ifstream in(path);
-  if (!in) throw host::Failure("cannot read the load chart " + path);
+  if (!in) throw host::Failure("cannot read the load chart " + path + "; check its name and its rights");
   try {
     return crane::LoadChart::Parse(in, path);
   } catch (const crane::ChartError& error) {

@@ -1,4 +1,4 @@
-// Where scenarios and load charts lie: in the configuration's folders `scenarios` and `charts`.
+// Reads scenarios and load charts from the configuration's folders `scenarios` and `charts`.
 #pragma once
 
 #include <string>
@@ -14,15 +14,16 @@ constexpr std::string_view USUAL_SCENARIO = "normal-lift";
 
 class ConfigFiles {
  public:
-  // The folder is the one that base::FindConfigFolder finds. Throws host::failure where there are no scenarios.
+  // Uses the folder that base::FindConfigFolder finds. Throws host::Failure if it has no scenarios.
   explicit ConfigFiles(const std::string& config);
 
   std::vector<std::string> ScenarioNames() const;
-  // By a name of the above. Throws host::UsageError, with the nearest name.
+  // Reads the scenario of a name from ScenarioNames. Throws host::UsageError, which suggests the nearest name.
   scenario_t NamedScenario(const std::string& name) const;
-  // By a name or, where it has a slash or a dot, by its file.
+  // The same by name, or by file if the text has a slash or a dot.
   scenario_t Scenario(const std::string& nameOrFile) const;
-  // A file; empty: the standard chart. Throws host::failure, and host::UsageError for a mistake in it.
+  // Reads a chart file; empty: the standard chart. Throws host::Failure if the file cannot be read and
+  // host::UsageError for a mistake in it.
   crane::LoadChart Chart(const std::string& file) const;
 
  private:

@@ -60,7 +60,7 @@ void HttpControl::AddRequests() {
 void HttpControl::PostCommand(const std::function<simulation_command_t()>& read, http::response_t& response) {
   try {
     if (!commands_.Post(read())) {
-      return http::Fail(response, http::UNAVAILABLE, "too many commands wait already");
+      return http::Fail(response, http::UNAVAILABLE, "256 commands wait already; try again");
     }
     response.set_content("{}", http::JSON);
   } catch (const host::UsageError& error) {

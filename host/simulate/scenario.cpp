@@ -23,11 +23,11 @@ std::int64_t ParseTime(const std::string& word, std::int64_t last_ms) {
   double seconds = 0;
   const auto [stop, error] = std::from_chars(begin, end, seconds);
   if (error != std::errc() || stop != end || !(seconds >= 0 && seconds <= MOST_S)) {
-    throw host::UsageError("\"" + word +
-                           "\" is no time; a line begins with seconds, such as 2.5, or +10 after the last");
+    throw host::UsageError(
+        "\"" + word + "\" is not a time; a line begins with seconds, such as 2.5, or +10 after the last line");
   }
   const std::int64_t time_ms = std::llround(seconds * 1000) + (relative ? last_ms : 0);
-  if (time_ms < last_ms) throw host::UsageError("the time " + word + " is before that of the line above");
+  if (time_ms < last_ms) throw host::UsageError("the time " + word + " is before the time of the line above");
   return time_ms;
 }
 
@@ -46,13 +46,13 @@ void ScenarioParser::ReadLine(const std::string& line) {
   const std::vector<std::string> words = SplitWords(line);
   if (words.empty()) return;
   if (scenario_.repeat_ms) throw host::UsageError("nothing may follow repeat");
-  if (scenario_.lines.size() == MOST_LINES) throw host::UsageError("more than 100000 lines");
+  if (scenario_.lines.size() == MOST_LINES) throw host::UsageError("a scenario has at most 100000 lines");
   last_ms_ = ParseTime(words[0], last_ms_);
-  if (words.size() < 2) throw host::UsageError("a time without an action");
+  if (words.size() < 2) throw host::UsageError("an action must follow the time");
   if (words[1] != REPEAT) {
     scenario_.lines.push_back({last_ms_, ParseAction(std::span(words).subspan(1))});
   } else if (last_ms_ == 0 || words.size() > 2) {
-    throw host::UsageError("repeat takes nothing, and a time above 0");
+    throw host::UsageError("repeat takes no argument and needs a time above 0");
   } else {
     scenario_.repeat_ms = last_ms_;
   }
@@ -77,7 +77,7 @@ scenario_t ParseScenario(std::istream& in, const std::string& file) {
 
 scenario_t LoadScenario(const std::string& path) {
   std::ifstream file(path);
-  if (!file) throw host::Failure("cannot read " + path);
+  if (!file) throw host::Failure("cannot read the scenario " + path + "; check its name and its rights");
   return ParseScenario(file, path);
 }
 

@@ -22,10 +22,10 @@ using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 constexpr double FASTEST = 1000;
-constexpr auto BEHIND = 1s;        // after which what was missed is left out
-constexpr auto SHOW_STATE = 50ms;  // of real time
+constexpr auto BEHIND = 1s;        // steps that are later than this are not caught up with
+constexpr auto SHOW_STATE = 50ms;  // in real time
 
-// The steps' real times: each reckoned from the beginning, so that nothing adds up.
+// The real time of each step, computed from the beginning so that errors do not add up.
 class Pace {
  public:
   explicit Pace(double speed) : speed_(speed), begin_(Clock::now()) {}
@@ -35,7 +35,7 @@ class Pace {
     const auto due = begin_ + std::chrono::duration_cast<Clock::duration>(passed);
     const auto behind = Clock::now() - due;
     if (behind < BEHIND) return due;
-    begin_ += behind;  // the machine slept: no burst
+    begin_ += behind;  // the machine was suspended: go on from now, without a burst
     return due + behind;
   }
 
@@ -44,8 +44,8 @@ class Pace {
   Clock::time_point begin_;
 };
 
-// What the station heard, on its way to the thread that runs the crane. Where that falls behind, what came
-// first is kept: keys are answered in their order.
+// Frames from the station's thread for the thread that runs the crane. A full inbox drops the newest frames, so
+// that the keys keep their order.
 class Inbox {
  public:
   void Accept(const bus::frame_t& frame) {
@@ -76,9 +76,9 @@ class Simulation {
  private:
   void Drive();
   bool Step();
-  void Carry(simulation_command_t control);
-  bool Transmit(const message_frames_t& transmission);
-  void Listen();
+  void Execute(simulation_command_t control);
+  bool SendMessage(const message_frames_t& frames);
+  void ReadInbox();
   void ShowState();
   void Say(const std::string& text) const;
 
@@ -124,7 +124,7 @@ void Simulation::Say(const std::string& text) const {
   if (!options_.quiet) std::cout << text << std::endl;
 }
 
-void Simulation::Carry(simulation_command_t control) {
+void Simulation::Execute(simulation_command_t control) {
   if (auto* action = std::get_if<crane_action_t>(&control)) return (*action)(target_);
   if (auto* scenario = std::get_if<scenario_t>(&control)) {
     scenario_ = ScenarioPlayer(std::move(*scenario), options_.loop, computer_.Now_ms());
@@ -134,13 +134,13 @@ void Simulation::Carry(simulation_command_t control) {
   for (const crane_action_t& action : std::get<manual_control_t>(control).actions) action(target_);
 }
 
-// Every message of the simulation goes out through here, whole. False when a stop came first.
-bool Simulation::Transmit(const message_frames_t& transmission) {
-  return station_.Send(injector_.Apply(transmission));
+// Sends one message, and a faulty one before it if it is due. Returns false if a stop came first.
+bool Simulation::SendMessage(const message_frames_t& frames) {
+  return station_.Send(injector_.Apply(frames));
 }
 
-void Simulation::Listen() {
-  for (const bus::frame_t& frame : inbox_.Drain()) computer_.Hear(frame);
+void Simulation::ReadInbox() {
+  for (const bus::frame_t& frame : inbox_.Drain()) computer_.Accept(frame);
 }
 
 void Simulation::ShowState() {
@@ -153,10 +153,10 @@ void Simulation::ShowState() {
 
 bool Simulation::Step() {
   const bool go = !console_ || console_->Step(computer_);
-  for (simulation_command_t& control : commands_.Drain()) Carry(std::move(control));
+  for (simulation_command_t& control : commands_.Drain()) Execute(std::move(control));
   scenario_.Step(computer_.Now_ms(), target_);
-  for (const message_frames_t& transmission : computer_.Step()) {
-    if (!Transmit(transmission)) return false;
+  for (const message_frames_t& frames : computer_.Step()) {
+    if (!SendMessage(frames)) return false;
   }
   ShowState();
   return go;
@@ -173,14 +173,15 @@ void Simulation::Drive() {
   for (std::int64_t tick = 1; !stop_.Stopped() && (end_ms == 0 || computer_.Now_ms() < end_ms); ++tick) {
     if (!Step()) return;
     if (!pace_.IsMax()) stop_.WaitUntil(pace_.Due(tick));
-    Listen();
+    ReadInbox();
   }
 }
 
 }  // namespace
 
 void Simulate(const simulate_options_t& options) {
-  if (!options.http.empty()) ReadHttpAddress(options.http);  // before anything is on the bus
+  if (!options.http.empty())
+    ReadHttpAddress(options.http);  // a wrong address must be refused before anything is sent
   const host::StopSignal stop;
   Simulation(options, stop).Run();
 }

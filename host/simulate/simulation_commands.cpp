@@ -6,9 +6,10 @@ namespace simulate {
 
 simulation_command_t ParseSimulationCommand(std::string_view text, const ConfigFiles& files) {
   const std::vector<std::string> words = SplitWords(text);
-  if (words.empty()) throw host::UsageError("there is no action");
+  if (words.empty()) throw host::UsageError("the command is empty; write an action, such as boom angle 45");
   if (words[0] != "scenario") return ParseAction(words);
-  if (words.size() != 2) throw host::UsageError("scenario takes a name, or none");
+  if (words.size() != 2)
+    throw host::UsageError("scenario takes a name, or none; `hx7 simulate --list` shows the names");
   return words[1] == "none" ? scenario_t{} : files.NamedScenario(words[1]);
 }
 

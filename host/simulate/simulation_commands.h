@@ -1,4 +1,4 @@
-// Commands from outside, on the terminal or over HTTP, on their way to the thread that runs the crane.
+// Passes commands from the terminal and from HTTP to the thread that runs the crane.
 #pragma once
 
 #include <mutex>
@@ -14,19 +14,19 @@
 
 namespace simulate {
 
-// Somebody drives the crane himself: the scenario ends.
+// Direct control of the crane; ends the scenario.
 struct manual_control_t {
   std::vector<crane_action_t> actions;
 };
 using simulation_command_t = std::variant<crane_action_t, scenario_t, manual_control_t>;
 
-// An action as a scenario has it, or `scenario NAME|none`. Throws host::UsageError.
+// Reads an action in the form of a scenario, or `scenario NAME|none`. Throws host::UsageError.
 simulation_command_t ParseSimulationCommand(std::string_view text, const ConfigFiles& files);
 
-// From the threads that listen to the one that runs the crane. All calls from any thread.
+// Commands that wait for the thread that runs the crane. All calls from any thread.
 class CommandQueue {
  public:
-  // False when 256 wait already; the command is then not taken.
+  // Returns false, without taking the command, if 256 wait already.
   bool Post(simulation_command_t control);
   std::vector<simulation_command_t> Drain();
 
@@ -35,7 +35,7 @@ class CommandQueue {
   std::vector<simulation_command_t> waiting_;  // guarded by mutex_
 };
 
-// The latest state, from the thread that runs the crane to those that tell of it. All calls from any thread.
+// The latest state, from the thread that runs the crane to those that show it. All calls from any thread.
 class StateBoard {
  public:
   void Show(simulation_state_t state);

@@ -1,4 +1,4 @@
-// Commands on the terminal: lines of standard input, read without waiting.
+// Reads commands from the terminal, line by line, without waiting for input.
 #pragma once
 
 #include <string>
@@ -10,20 +10,22 @@ namespace simulate {
 class TerminalInput {
  public:
   TerminalInput(CommandQueue& queue, const ConfigFiles& files) : queue_(queue), files_(files) {}
-  // Takes what has been typed since the last call. `help` and `status` are answered on standard output,
-  // mistakes on standard error. False when the input has ended or said `quit`; every line before that has been
-  // taken.
+  // Executes the lines typed since the last call. Prints the answers to `help` and `status` on standard output
+  // and errors on standard error. Returns false at the end of the input and after `quit`; all lines before it
+  // have then been executed.
   bool Step(const LoadComputer& computer);
 
  private:
+  bool Accept(std::string_view typed, const LoadComputer& computer);
+  void PostCommand(const std::string& line);
   bool Execute(const std::string& line, const LoadComputer& computer);
 
   CommandQueue& queue_;
   const ConfigFiles& files_;
-  std::string line_;  // not ended yet
+  std::string line_;  // the unfinished line
 };
 
-// The state in a few lines for a person.
+// The state in a few lines for the user.
 std::string DescribeState(const simulation_state_t& state);
 
 }  // namespace simulate

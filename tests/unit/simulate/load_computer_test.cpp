@@ -28,7 +28,7 @@ TEST(LoadComputer, TalksAtAHostsPace) {
   EXPECT_EQ(CountOf(said, "transition"), 0U) << "a display that was there from the beginning has its page";
   EXPECT_LE(CountOf(said, "texts"), 8U) << "texts are said again now and then, and when they change";
   EXPECT_GE(CountOf(said, "units"), 5U) << "for a display that was started meanwhile";
-  run.computer.Hear({.identifier = DISPLAY_FRAME_ID, .length = 8, .data = {}});
+  run.computer.Accept({.identifier = DISPLAY_FRAME_ID, .length = 8, .data = {}});
   EXPECT_EQ(CountOf(run.Pass(60), "transition"), 12U) << "one that comes late is asked for its page";
 }
 
