@@ -1,5 +1,5 @@
-// The protocol's tables for other programs: the Lua tables of the Wireshark dissector and the DBC file. Both
-// are made from host/protocol.h, so that no command is described twice.
+// The host protocol's tables for other programs: Lua tables for the Wireshark dissector, and a DBC file. Both
+// are made from the table of host/protocol/protocol.cpp, so that no command is described twice.
 #pragma once
 
 #include <string>
@@ -9,7 +9,7 @@ namespace tables {
 // tools/wireshark/orvik_tables.lua: a chunk that returns one table.
 std::string LuaText();
 
-// config/orvik.dbc: what can be said of a frame without knowing the ones before it.
+// config/orvik.dbc: the values that a single frame holds. DBC files cannot describe messages of several frames.
 std::string DbcText();
 
 }  // namespace tables

@@ -1,5 +1,6 @@
 #include <sstream>
 
+#include "host/protocol/field_codecs.h"
 #include "host/protocol/protocol.h"
 #include "src/core/frame_layout.h"
 #include "tools/dissector_tables.h"
@@ -9,38 +10,20 @@ namespace {
 
 using host::command_t;
 using host::field_t;
-using host::field_type_t;
 using host::unit_t;
 
-const char* TypeName(field_type_t type) {
-  switch (type) {
-    case field_type_t::I16_BE:
-      return "i16";
-    case field_type_t::FLOAT_BE:
-      return "float";
-    case field_type_t::LAMPS:
-      return "lamps";
-    case field_type_t::KEY_MASKS:
-      return "key_masks";
-    case field_type_t::TEXT:
-      return "text";
-    default:
-      return "u8";
-  }
-}
-
-const char* LayoutName(host::layout_t layout) {
+const char* LayoutName(host::message_layout_t layout) {
   switch (layout) {
-    case host::layout_t::TEXTS:
+    case host::message_layout_t::TEXTS:
       return "texts";
-    case host::layout_t::FLASH:
+    case host::message_layout_t::FLASH:
       return "flash";
     default:
       return "fields";
   }
 }
 
-// The protocol's names and texts have no characters that Lua would want escaped, but quotes may come.
+// A Lua string; quotes and backslashes are escaped.
 std::string Quoted(std::string_view text) {
   std::string quoted = "\"";
   for (const char c : text) {
@@ -58,6 +41,17 @@ std::string Names(std::span<const host::number_name_t> names) {
   return text + " }";
 }
 
+// The units that the host sets: by the value of the command `units`.
+std::string SetUnits() {
+  std::string text = "{";
+  for (const unit_t unit : {unit_t::WEIGHT, unit_t::LENGTH}) {
+    const host::unit_words_t& words = host::WordsOf(unit);
+    text += "\n    " + std::string(words.name) + " = { [0] = " + Quoted(words.bySetting[0]) +
+            ", [1] = " + Quoted(words.bySetting[1]) + " },";
+  }
+  return text + "\n  }";
+}
+
 std::string List(std::span<const std::string_view> names) {
   std::string text = "{\n";
   for (std::size_t i = 0; i < names.size(); ++i)
@@ -67,9 +61,9 @@ std::string List(std::span<const std::string_view> names) {
 
 std::string Field(const field_t& field) {
   std::ostringstream text;
-  text << "{ name = " << Quoted(field.name) << ", type = \"" << TypeName(field.type)
+  text << "{ name = " << Quoted(field.name) << ", type = \"" << host::CodecOf(field.type).name
        << "\", offset = " << int{field.offset} << ", size = " << int{field.size};
-  if (field.unit != unit_t::NONE) text << ", unit = \"" << host::UnitName(field.unit) << '"';
+  if (field.unit != unit_t::NONE) text << ", unit = \"" << host::WordsOf(field.unit).name << '"';
   if (field.scale != 1.0) text << ", scale = " << field.scale;
   if (!field.names.empty()) text << ",\n          names = " << Names(field.names);
   text << " }";
@@ -100,10 +94,11 @@ std::string Command(const command_t& command) {
 
 std::string LuaText() {
   std::ostringstream text;
-  text << "-- The host protocol as host/protocol.cpp has it. Made by make_dissector_tables; do not edit.\n"
+  text << "-- The host protocol, from host/protocol/protocol.cpp. Made by make_dissector_tables; do not edit.\n"
        << "return {\n  host_id = 0x" << std::hex << std::uppercase << HOST_FRAME_ID << ",\n  display_id = 0x"
        << DISPLAY_FRAME_ID << std::dec << ",\n  most_frames = " << MAX_MESSAGE_FRAMES
-       << ",\n  extended_command = " << int{host::EXTENDED_COMMAND} << ",\n  commands = {\n";
+       << ",\n  extended_command = " << int{host::EXTENDED_COMMAND} << ",\n  set_units = " << SetUnits()
+       << ",\n  commands = {\n";
   for (const command_t& command : host::Commands()) text << Command(command);
   text << "  },\n  text_fields = " << List(host::TextFieldNames()) << ",\n  lamps = " << List(host::LampNames())
        << ",\n  keys = " << Names(host::HostKeyNames()) << ",\n  key_masks = " << Names(host::KeyMaskNames())

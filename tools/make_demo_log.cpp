@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "bus/log_lines.h"
+#include "host/protocol/cmd2_values.h"
 #include "host/protocol/encode.h"
-#include "host/protocol/operating_values.h"
 #include "host/protocol/value_text.h"
 
 namespace {
@@ -34,8 +34,8 @@ class DemoLog {
   void At(double seconds) {
     time_us_ = std::max(time_us_, EPOCH_US + static_cast<std::uint64_t>(std::llround(seconds * 1e6)));
   }
-  void Put(const host::Message& message) {
-    for (bus::frame_t frame : host::Segment(message)) {
+  void Put(const host::MessageBytes& message) {
+    for (bus::frame_t frame : host::CutIntoFrames(message)) {
       frame.time_us = time_us_;
       time_us_ += FRAME_TIME_US;
       file_ << bus::FormatLogLine(frame, "can0") << '\n';
@@ -52,16 +52,16 @@ class DemoLog {
 };
 
 // A value over the time of the lift, straight lines between the points.
-struct point_t {
+struct curve_point_t {
   double at;
   double value;
 };
 
-double Along(std::span<const point_t> points, double at) {
+double Along(std::span<const curve_point_t> points, double at) {
   if (at <= points.front().at) return points.front().value;
   for (std::size_t i = 1; i < points.size(); ++i) {
-    const point_t& from = points[i - 1];
-    const point_t& to = points[i];
+    const curve_point_t& from = points[i - 1];
+    const curve_point_t& to = points[i];
     if (at <= to.at) return from.value + (to.value - from.value) * (at - from.at) / (to.at - from.at);
   }
   return points.back().value;
@@ -71,22 +71,22 @@ constexpr double BOOM_BASE_FT = 35;    // length of the boom drawn in
 constexpr double PIVOT_OFFSET_FT = 3;  // from the boom's pivot to the centre of rotation
 constexpr double HOOK_BLOCK_LBS = 500;
 
-constexpr point_t ANGLE_DEG[] = {{10, 5},  {22, 62}, {44, 62},  {54, 48},
-                                 {56, 48}, {62, 60}, {129, 60}, {139, 5}};
-constexpr point_t EXTENSION_FT[] = {{12, 0}, {25, 45}, {129, 45}, {138, 0}};
-constexpr point_t SWING_DEG[] = {{26, 0}, {33, -75}, {96, -75}, {101, -40}, {129, -40}, {136, 0}};
-constexpr point_t LOAD_LBS[] = {{36, HOOK_BLOCK_LBS}, {42, 14000}, {126.5, 14000}, {129, HOOK_BLOCK_LBS}};
+constexpr curve_point_t ANGLE_DEG[] = {{10, 5},  {22, 62}, {44, 62},  {54, 48},
+                                       {56, 48}, {62, 60}, {129, 60}, {139, 5}};
+constexpr curve_point_t EXTENSION_FT[] = {{12, 0}, {25, 45}, {129, 45}, {138, 0}};
+constexpr curve_point_t SWING_DEG[] = {{26, 0}, {33, -75}, {96, -75}, {101, -40}, {129, -40}, {136, 0}};
+constexpr curve_point_t LOAD_LBS[] = {{36, HOOK_BLOCK_LBS}, {42, 14000}, {126.5, 14000}, {129, HOOK_BLOCK_LBS}};
 // Rated capacity over the radius, boom fully rigged.
-constexpr point_t CAPACITY_LBS[] = {{10, 80000}, {15, 61000}, {20, 46500}, {25, 36400},
-                                    {30, 29000}, {35, 23400}, {40, 19100}, {50, 13200},
-                                    {60, 9200},  {70, 6300},  {80, 4000},  {100, 1500}};
+constexpr curve_point_t CAPACITY_LBS[] = {{10, 80000}, {15, 61000}, {20, 46500}, {25, 36400},
+                                          {30, 29000}, {35, 23400}, {40, 19100}, {50, 13200},
+                                          {60, 9200},  {70, 6300},  {80, 4000},  {100, 1500}};
 
 constexpr double TWO_BLOCK_BEGIN_S = 64;
 constexpr double TWO_BLOCK_END_S = 69;
 constexpr double PRE_ALARM_PERCENT = 90;  // of the rated capacity
 constexpr double OVERLOAD_PERCENT = 100;
 
-double Rounded(double value, double step) {
+double RoundTo(double value, double step) {
   return std::round(value / step) * step;
 }
 
@@ -94,42 +94,42 @@ double Lamps(const std::string& names) {
   return host::ParseValue(*host::FindField(host::OperatingValuesCommand(), "led"), names);
 }
 
-enum class alarm_t { NONE, PRE_ALARM, OVERLOAD, TWO_BLOCK };
+enum class demo_alarm_t { NONE, PRE_ALARM, OVERLOAD, TWO_BLOCK };
 
-struct crane_t {
+struct demo_crane_t {
   double angle, extension, radius, swing, load, capacity;
   double Percent() const { return 100 * load / capacity; }
 };
 
-crane_t CraneAt(double at) {
-  crane_t crane{};
-  crane.angle = Rounded(Along(ANGLE_DEG, at), 0.1);
-  crane.extension = Rounded(Along(EXTENSION_FT, at), 0.1);
-  crane.swing = Rounded(Along(SWING_DEG, at), 1);
-  crane.load = Rounded(Along(LOAD_LBS, at), 50);
+demo_crane_t CraneAt(double at) {
+  demo_crane_t crane{};
+  crane.angle = RoundTo(Along(ANGLE_DEG, at), 0.1);
+  crane.extension = RoundTo(Along(EXTENSION_FT, at), 0.1);
+  crane.swing = RoundTo(Along(SWING_DEG, at), 1);
+  crane.load = RoundTo(Along(LOAD_LBS, at), 50);
   const double radians = crane.angle * std::numbers::pi / 180;
-  crane.radius = Rounded((BOOM_BASE_FT + crane.extension) * std::cos(radians) - PIVOT_OFFSET_FT, 0.1);
-  crane.capacity = Rounded(Along(CAPACITY_LBS, crane.radius), 100);
+  crane.radius = RoundTo((BOOM_BASE_FT + crane.extension) * std::cos(radians) - PIVOT_OFFSET_FT, 0.1);
+  crane.capacity = RoundTo(Along(CAPACITY_LBS, crane.radius), 100);
   return crane;
 }
 
-alarm_t AlarmOf(const crane_t& crane, double at) {
-  if (at >= TWO_BLOCK_BEGIN_S && at < TWO_BLOCK_END_S) return alarm_t::TWO_BLOCK;
-  if (crane.Percent() >= OVERLOAD_PERCENT) return alarm_t::OVERLOAD;
-  return crane.Percent() >= PRE_ALARM_PERCENT ? alarm_t::PRE_ALARM : alarm_t::NONE;
+demo_alarm_t FindAlarm(const demo_crane_t& crane, double at) {
+  if (at >= TWO_BLOCK_BEGIN_S && at < TWO_BLOCK_END_S) return demo_alarm_t::TWO_BLOCK;
+  if (crane.Percent() >= OVERLOAD_PERCENT) return demo_alarm_t::OVERLOAD;
+  return crane.Percent() >= PRE_ALARM_PERCENT ? demo_alarm_t::PRE_ALARM : demo_alarm_t::NONE;
 }
 
-struct alarm_signs_t {
+struct demo_alarm_signals_t {
   const char* lamps;
   double beeper;
   const char* text;  // on the display and as its flash message
 };
 
-const alarm_signs_t& SignsOf(alarm_t alarm) {
-  static constexpr alarm_signs_t SIGNS[] = {{"none", 0, nullptr},
-                                            {"prealarm", 20, "NEAR LIMIT"},
-                                            {"prealarm,overload,alarm", 255, "OVERLOAD"},
-                                            {"a2b,alarm", 255, "TWO-BLOCK"}};
+const demo_alarm_signals_t& SignalsOf(demo_alarm_t alarm) {
+  static constexpr demo_alarm_signals_t SIGNS[] = {{"none", 0, nullptr},
+                                                   {"prealarm", 20, "NEAR LIMIT"},
+                                                   {"prealarm,overload,alarm", 255, "OVERLOAD"},
+                                                   {"a2b,alarm", 255, "TWO-BLOCK"}};
   return SIGNS[static_cast<std::size_t>(alarm)];
 }
 
@@ -152,8 +152,8 @@ constexpr std::array<std::array<const char*, TEXT_FIELDS.size()>, 6> TEXTS = {{
      "4 BRINS", "CONTREPOIDS 12000", "MONTÉE", "REPLIÉE"},
 }};
 
-host::Message TextsOf(std::size_t language, const char* alarm) {
-  std::vector<host::text_t> texts;
+host::MessageBytes MakeTexts(std::size_t language, const char* alarm) {
+  std::vector<host::field_text_t> texts;
   for (std::size_t i = 0; i < TEXT_FIELDS.size(); ++i) {
     texts.push_back({*host::FindTextField(TEXT_FIELDS[i]), TEXTS[language][i]});
   }
@@ -161,37 +161,37 @@ host::Message TextsOf(std::size_t language, const char* alarm) {
     texts.push_back({*host::FindTextField("line4-center"), alarm});
     texts.push_back({*host::FindTextField("flash-msg"), alarm});
   }
-  return host::EncodeTexts(texts);
+  return host::MakeTextsMessage(texts);
 }
 
 // What happens once, at its time.
-struct action_t {
+struct demo_action_t {
   double at;
   std::function<void(DemoLog&)> act;
 };
 
-action_t Command(double at, const char* name, double value) {
-  return {at, [=](DemoLog& log) { log.Put(host::Encode(name, value)); }};
+demo_action_t Command(double at, const char* name, double value) {
+  return {at, [=](DemoLog& log) { log.Put(host::MakeMessage(name, value)); }};
 }
 
-action_t Request(double at, const char* name) {
-  return {at, [=](DemoLog& log) { log.Put(host::Encode(name)); }};
+demo_action_t Request(double at, const char* name) {
+  return {at, [=](DemoLog& log) { log.Put(host::MakeMessage(name)); }};
 }
 
-action_t ValidKeys(double at, const char* keys) {
-  return {at, [=](DemoLog& log) { log.Put(host::EncodeKeyMasks(host::ParseKeyMasks(keys))); }};
+demo_action_t ValidKeys(double at, const char* keys) {
+  return {at, [=](DemoLog& log) { log.Put(host::MakeKeyMasksMessage(host::ParseKeyMasks(keys))); }};
 }
 
 // Tires, retracted, half, extended: 0 dark, 1 green, 2 yellow, 3 red.
-action_t Colors(double at, std::array<double, 4> colors) {
-  return {at, [=](DemoLog& log) { log.Put(host::Encode(*host::FindCommand("colors"), colors)); }};
+demo_action_t Colors(double at, std::array<double, 4> colors) {
+  return {at, [=](DemoLog& log) { log.Put(host::MakeMessage(*host::FindCommand("colors"), colors)); }};
 }
 
-action_t Texts(double at, std::size_t language) {
-  return {at, [=](DemoLog& log) { log.Put(TextsOf(language, nullptr)); }};
+demo_action_t Texts(double at, std::size_t language) {
+  return {at, [=](DemoLog& log) { log.Put(MakeTexts(language, nullptr)); }};
 }
 
-void AddStartUp(std::vector<action_t>& actions) {
+void AddStartUp(std::vector<demo_action_t>& actions) {
   double at = 0.2;
   for (const char* name : {"program-name", "program-date", "file-id", "lcd-status", "led-brightness"}) {
     actions.push_back(Request(at, name));
@@ -208,7 +208,7 @@ void AddStartUp(std::vector<action_t>& actions) {
   for (int again = 1; again < 12; ++again) actions.push_back(Command(again + 0.5, "transition", SLATE_TO_MAIN));
 }
 
-void AddLift(std::vector<action_t>& actions) {
+void AddLift(std::vector<demo_action_t>& actions) {
   actions.insert(
       actions.end(),
       {Command(26.0, "swing-mode", 1),  // over the front, its arc, the side, all round; then the number again
@@ -218,7 +218,7 @@ void AddLift(std::vector<action_t>& actions) {
        Command(74.5, "erected-icon", 0)});
 }
 
-void AddLanguages(std::vector<action_t>& actions) {
+void AddLanguages(std::vector<demo_action_t>& actions) {
   constexpr double BEGIN = 76;
   constexpr double EACH = 4;
   for (std::size_t i = 1; i <= TEXTS.size(); ++i) {
@@ -229,8 +229,8 @@ void AddLanguages(std::vector<action_t>& actions) {
   }
 }
 
-std::vector<action_t> Actions() {
-  std::vector<action_t> actions;
+std::vector<demo_action_t> Actions() {
+  std::vector<demo_action_t> actions;
   AddStartUp(actions);
   AddLift(actions);
   AddLanguages(actions);
@@ -240,47 +240,47 @@ std::vector<action_t> Actions() {
   return actions;
 }
 
-host::Message ValuesOf(const crane_t& crane, double at, alarm_t alarm) {
+host::MessageBytes ValuesOf(const demo_crane_t& crane, double at, demo_alarm_t alarm) {
   const bool metric = at >= METRIC_BEGIN_S && at < METRIC_END_S;
   const double weight = metric ? 0.45359237 : 1;
   const double length = metric ? 0.3048 : 1;
   const bool rigging = at >= 70 && at < 73;
-  host::OperatingValues values;
-  values.Set("capacity", Rounded(crane.capacity * weight, 1));
-  values.Set("load", Rounded(crane.load * weight, 1));
-  values.Set("radius", Rounded(crane.radius * length, 0.1));
+  host::Cmd2Values values;
+  values.Set("capacity", RoundTo(crane.capacity * weight, 1));
+  values.Set("load", RoundTo(crane.load * weight, 1));
+  values.Set("radius", RoundTo(crane.radius * length, 0.1));
   values.Set("angle", crane.angle);
-  values.Set("extension", Rounded(crane.extension * length, 0.1));
-  values.Set("percent", Rounded(crane.Percent(), 0.1));
+  values.Set("extension", RoundTo(crane.extension * length, 0.1));
+  values.Set("percent", RoundTo(crane.Percent(), 0.1));
   values.Set("parts-of-line", at < 34 || at >= 131 ? 2 : 4);
   values.Set("swing", crane.swing);
-  values.Set("piston-pressure", Rounded(400 + crane.load * 0.09, 1));
-  values.Set("rod-pressure", Rounded(120 + crane.load * 0.01, 1));
-  const double lamps = Lamps(SignsOf(alarm).lamps) +
+  values.Set("piston-pressure", RoundTo(400 + crane.load * 0.09, 1));
+  values.Set("rod-pressure", RoundTo(120 + crane.load * 0.01, 1));
+  const double lamps = Lamps(SignalsOf(alarm).lamps) +
                        Lamps("boom-mode,pick-main-boom,front-winch,counterweight") +
                        Lamps(rigging ? "tires,outrigger-retracted,outrigger-half" : "outrigger-extended");
   values.Set("led", lamps);
-  return values.Encode();
+  return values.MakeMessage();
 }
 
 void WriteLift(DemoLog& log) {
-  const std::vector<action_t> actions = Actions();
-  alarm_t shown = alarm_t::NONE;
+  const std::vector<demo_action_t> actions = Actions();
+  demo_alarm_t shown = demo_alarm_t::NONE;
   for (int tick = 0; tick < static_cast<int>(END_S * TICKS_PER_SECOND); ++tick) {
     const double at = static_cast<double>(tick) / TICKS_PER_SECOND;
     if (at >= SILENCE_BEGIN_S && at < SILENCE_END_S) continue;
     log.At(at);
-    for (const action_t& action : actions) {
+    for (const demo_action_t& action : actions) {
       if (std::lround(action.at * TICKS_PER_SECOND) == tick) action.act(log);
     }
-    const crane_t crane = CraneAt(at);
-    const alarm_t alarm = AlarmOf(crane, at);
+    const demo_crane_t crane = CraneAt(at);
+    const demo_alarm_t alarm = FindAlarm(crane, at);
     if (alarm != shown) {
-      log.Put(host::Encode("beeper", SignsOf(alarm).beeper));
-      log.Put(TextsOf(0, SignsOf(alarm).text));
+      log.Put(host::MakeMessage("beeper", SignalsOf(alarm).beeper));
+      log.Put(MakeTexts(0, SignalsOf(alarm).text));
       shown = alarm;
     }
-    if (tick % KEY_STATE_EVERY == 0) log.Put(host::Encode("key-state"));
+    if (tick % KEY_STATE_EVERY == 0) log.Put(host::MakeMessage("key-state"));
     if (tick % VALUES_EVERY == 0) log.Put(ValuesOf(crane, at, alarm));
   }
 }

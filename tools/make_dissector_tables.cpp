@@ -1,5 +1,5 @@
-// Writes the files that describe the host protocol to other programs, or checks that they are what it would
-// write: make_dissector_tables [--check] REPOSITORY
+// make_dissector_tables [--check] REPOSITORY: writes the files that describe the host protocol to other
+// programs. With --check it only compares them with what it would write, and fails if they differ.
 #include <array>
 #include <fstream>
 #include <iostream>
@@ -16,18 +16,19 @@ struct file_t {
 constexpr std::array<file_t, 2> FILES = {
     {{"/tools/wireshark/orvik_tables.lua", tables::LuaText}, {"/config/orvik.dbc", tables::DbcText}}};
 
-bool Check(const std::string& name, const std::string& text) {
+bool CheckFile(const std::string& name, const std::string& text) {
   std::ostringstream held;
   held << std::ifstream(name, std::ios::binary).rdbuf();
   if (held.str() == text) return true;
-  std::cerr << name << " is not what host/protocol.cpp says; write it again with make_dissector_tables\n";
+  std::cerr << name
+            << " differs from host/protocol/protocol.cpp; write it again: make_dissector_tables REPOSITORY\n";
   return false;
 }
 
-bool Write(const std::string& name, const std::string& text) {
+bool WriteFile(const std::string& name, const std::string& text) {
   std::ofstream file(name, std::ios::binary);
   if (file << text && file.flush()) return true;
-  std::cerr << "cannot write " << name << '\n';
+  std::cerr << "make_dissector_tables: cannot write " << name << "; is REPOSITORY right, and writable?\n";
   return false;
 }
 
@@ -41,6 +42,6 @@ int main(int argc, char** argv) {
   }
   bool good = true;
   for (const file_t& file : FILES)
-    good = (check ? Check : Write)(std::string(argv[argc - 1]) + file.name, file.text()) && good;
+    good = (check ? CheckFile : WriteFile)(std::string(argv[argc - 1]) + file.name, file.text()) && good;
   return good ? 0 : 1;
 }

@@ -12,13 +12,13 @@ namespace {
 
 std::ifstream OpenLog(const std::string& name) {
   std::ifstream file(name);
-  if (!file) throw UsageError("cannot read " + name);
+  if (!file) throw UsageError("cannot read the log " + name + "; check its name and its rights");
   return file;
 }
 
-class Comparison {
+class LogComparison {
  public:
-  explicit Comparison(const diff_options_t& options)
+  explicit LogComparison(const diff_options_t& options)
       : options_(options),
         files_{OpenLog(options.a), OpenLog(options.b)},
         logs_{ShownLog(files_[0]), ShownLog(files_[1])} {}
@@ -36,7 +36,7 @@ class Comparison {
   std::uint64_t differences_ = 0;
 };
 
-ShownDiff::Source Comparison::Source(std::size_t side) {
+ShownDiff::Source LogComparison::Source(std::size_t side) {
   return [this, side] {
     auto next = logs_[side].Next();
     if (next) ++states_[side];
@@ -44,12 +44,12 @@ ShownDiff::Source Comparison::Source(std::size_t side) {
   };
 }
 
-void Comparison::Print(const difference_t& difference) const {
+void LogComparison::Print(const difference_t& difference) const {
   if (options_.limit > 0 && differences_ > options_.limit) return;
-  std::cout << (options_.json ? DifferenceJson(difference) + "\n" : DifferenceLines(difference));
+  std::cout << (options_.json ? FormatDifferenceJson(difference) + "\n" : FormatDifference(difference));
 }
 
-void Comparison::Summarise() const {
+void LogComparison::Summarise() const {
   std::cout.flush();
   if (options_.limit > 0 && differences_ > options_.limit) {
     std::cerr << "hx7: " << differences_ - options_.limit << " more differences; --limit 0 prints them all\n";
@@ -59,7 +59,7 @@ void Comparison::Summarise() const {
             << " states; differences: " << differences_ << '\n';
 }
 
-bool Comparison::Run() {
+bool LogComparison::Run() {
   ShownDiff diff(Source(0), Source(1));
   while (const auto difference = diff.Next()) {
     ++differences_;
@@ -68,7 +68,7 @@ bool Comparison::Run() {
   for (std::size_t side = 0; side < SIDES; ++side) {
     if (logs_[side].Frames() == 0)
       throw UsageError((side == 0 ? options_.a : options_.b) +
-                       " holds no frame; it should be a log that `hx7 play` reads");
+                       " holds no frame; `hx7 play --help` names the kinds of logs that hx7 reads");
   }
   Summarise();
   return differences_ == 0;
@@ -77,7 +77,7 @@ bool Comparison::Run() {
 }  // namespace
 
 bool Diff(const diff_options_t& options) {
-  return Comparison(options).Run();
+  return LogComparison(options).Run();
 }
 
 }  // namespace host

@@ -1,4 +1,4 @@
-// hx7 diff: what the display shows differently for two logs.
+// hx7 diff: finds what the display shows differently for two logs.
 #pragma once
 
 #include <cstdint>
@@ -10,10 +10,10 @@ struct diff_options_t {
   std::string a;
   std::string b;
   bool json = false;
-  std::uint64_t limit = 20;  // differences that are printed; 0: all
+  std::uint64_t limit = 20;  // differences to print; 0: all
 };
-// True where the display shows the same in both logs. Throws UsageError where one cannot be read, so that
-// status 1 means a difference and nothing else.
+// Prints the differences on standard output and a summary on standard error. Returns true if the display shows
+// the same for both logs. Throws UsageError if a log cannot be read: exit status 1 must mean a difference only.
 bool Diff(const diff_options_t& options);
 
 }  // namespace host

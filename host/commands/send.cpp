@@ -6,50 +6,52 @@
 #include "platform/paths.h"
 
 #include "host/link/station.h"
-#include "host/protocol/conversation.h"
 #include "host/protocol/errors.h"
+#include "host/protocol/message_lines.h"
 #include "host/protocol/send_plan.h"
-#include "host/protocol/words.h"
+#include "host/protocol/traffic_decoder.h"
 
 namespace host {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Listens to the whole bus meanwhile, because another host's requests get their answers on the same identifier.
-void AwaitAnswer(const step_t& step, Station& station, Conversation& conversation, double timeout_s) {
-  for (bus::frame_t frame : step.frames) {
+// Waits for the display's reply to the step's request and prints it. The decoder must see the whole bus,
+// because the replies to another host's requests have the same identifier. All frames get the time of this
+// machine's clock, so that a server with another clock does not spoil the matching.
+void AwaitReply(const send_step_t& step, Station& station, TrafficDecoder& decoder, double timeout_s) {
+  const auto accept = [&decoder](bus::frame_t frame) {
     frame.time_us = bus::RealTime_us();
-    conversation.Feed(frame);
-  }
+    return decoder.Accept(frame);
+  };
+  for (const bus::frame_t& frame : step.frames) accept(frame);
   const auto end = Clock::now() + std::chrono::duration<double>(timeout_s);
   for (bus::frame_t frame; Clock::now() < end;) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
     if (!station.Receive(frame, static_cast<int>(left.count()))) break;
-    // One clock for the requests and the answers, whatever the server's says.
-    frame.time_us = bus::RealTime_us();
-    const auto heard = conversation.Feed(frame);
-    if (!heard || heard->answers != step.request) continue;
-    std::cout << InWords(heard->decoded) << std::endl;
+    const auto message = accept(frame);
+    if (!message || message->request != step.request) continue;
+    std::cout << FormatMessage(message->decoded) << std::endl;
     return;
   }
-  throw Failure("the display does not answer " + std::string(step.request->name) + "; is it running?");
+  throw Failure("the display does not answer " + std::string(step.request->name) +
+                "; is it running, and on this bus?");
 }
 
 }  // namespace
 
 void Send(const send_options_t& options) {
   const std::string directory = platform::RuntimeDirectory();
-  OperatingValues values = options.neutral ? OperatingValues() : LoadOperatingValues(directory);
+  Cmd2Values values = options.neutral ? Cmd2Values() : LoadSentValues(directory);
   const plan_t plan = PlanSend(options.arguments, values);
   const StopSignal stop;
   Station station(options.bus, stop);
-  Conversation conversation;
-  for (const step_t& step : plan.steps) {
+  TrafficDecoder decoder;
+  for (const send_step_t& step : plan.steps) {
     if (!station.Send(step.frames)) return;
-    if (step.request != nullptr) AwaitAnswer(step, station, conversation, options.timeout_s);
+    if (step.request != nullptr) AwaitReply(step, station, decoder, options.timeout_s);
   }
-  if (plan.sendsValues) SaveOperatingValues(directory, values);
+  if (plan.sendsValues) SaveSentValues(directory, values);
 }
 
 }  // namespace host

@@ -9,76 +9,77 @@
 #include "host/link/station.h"
 #include "host/log/log_reader.h"
 #include "host/protocol/errors.h"
-#include "host/protocol/words.h"
+#include "host/protocol/message_json.h"
+#include "host/protocol/message_lines.h"
 
 namespace host {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Prints the conversation as it goes on, and at the end what it was made of.
-class Watcher {
+// Prints messages as they complete, and at the end how many frames and messages there were.
+class MessagePrinter {
  public:
-  explicit Watcher(const watch_options_t& options) : options_(options) {}
-  void Hear(const bus::frame_t& frame);
-  // What was not heard: lines of a log, or frames of the bus.
+  explicit MessagePrinter(const watch_options_t& options) : options_(options) {}
+  void Accept(const bus::frame_t& frame);
+  // `lost`: lines of the log without a frame, or frames of the bus that were lost.
   void Summarise(std::uint64_t lost, const char* what) const;
 
  private:
-  bool IsNews(const utterance_t& utterance);
+  bool IsToPrint(const bus_message_t& message);
 
   const watch_options_t& options_;
-  Conversation conversation_;
-  std::map<std::string, std::string>
-      last_;  // words by kind, of at most some 60 kinds and those of other stations
+  TrafficDecoder decoder_;
+  // The last words of each kind of message: some 60 kinds of host and display, and those of other stations.
+  std::map<std::string, std::string> last_;
 };
 
-bool Watcher::IsNews(const utterance_t& utterance) {
+bool MessagePrinter::IsToPrint(const bus_message_t& message) {
   constexpr std::size_t MOST_KINDS = 4096;
   if (!options_.changes) return true;
   if (last_.size() > MOST_KINDS) last_.clear();
-  const std::string kind = utterance.speaker == speaker_t::OTHER
-                               ? std::to_string(utterance.frame.identifier)
-                               : utterance.decoded.command + utterance.decoded.name;
-  std::string words = InWords(utterance.decoded);
-  std::string& last = last_[std::string(SpeakerName(utterance.speaker)) + kind];
+  const std::string kind = message.sender == sender_t::OTHER ? std::to_string(message.frame.identifier)
+                                                             : message.decoded.command + message.decoded.name;
+  std::string words = FormatMessage(message.decoded);
+  std::string& last = last_[std::string(SenderName(message.sender)) + kind];
   if (last == words) return false;
   last = std::move(words);
   return true;
 }
 
-void Watcher::Hear(const bus::frame_t& frame) {
-  const auto utterance = conversation_.Feed(frame);
-  if (!utterance || !IsNews(*utterance)) return;
-  std::cout << (options_.json ? JsonLine(*utterance) : WatchLine(*utterance)) << '\n';
+void MessagePrinter::Accept(const bus::frame_t& frame) {
+  const auto message = decoder_.Accept(frame);
+  if (!message || !IsToPrint(*message)) return;
+  std::cout << (options_.json ? FormatJsonLine(*message) : FormatWatchLine(*message)) << '\n';
 }
 
-void Watcher::Summarise(std::uint64_t lost, const char* what) const {
+void MessagePrinter::Summarise(std::uint64_t lost, const char* what) const {
   std::cout.flush();
-  const auto& host = conversation_.Host();
-  const auto& display = conversation_.Display();
-  std::cerr << "hx7: " << conversation_.Counters().frames << " frames, " << conversation_.Counters().others
+  const auto& host = decoder_.Host();
+  const auto& display = decoder_.Display();
+  std::cerr << "hx7: " << decoder_.Counts().frames << " frames, " << decoder_.Counts().others
             << " of other stations";
   if (lost > 0) std::cerr << ", " << lost << what;
-  std::cerr << "\nhx7: messages: host " << host.messages + conversation_.Counters().requests << ", display "
+  std::cerr << "\nhx7: messages: host " << host.messages + decoder_.Counts().requests << ", display "
             << display.messages << "; broken: host " << host.broken << ", display " << display.broken
             << "; stray frames: host " << host.strays << ", display " << display.strays
             << "; too long: " << host.tooLong + display.tooLong
-            << "; requests without an answer: " << conversation_.Unanswered() << '\n';
+            << "; requests without a reply: " << decoder_.Unanswered() << '\n';
 }
 
-void WatchLog(std::istream& in, Watcher& watcher) {
+void WatchLog(std::istream& in, MessagePrinter& printer) {
   LogReader reader(in);
   std::uint64_t frames = 0;
   while (const auto frame = reader.Next()) {
-    watcher.Hear(*frame);
+    printer.Accept(*frame);
     ++frames;
   }
-  watcher.Summarise(reader.Skipped(), " lines that are no frames");
-  if (frames == 0) throw Failure("there is no frame in it; it should be a log of candump -L");
+  printer.Summarise(reader.Skipped(), " lines without a frame");
+  if (frames == 0)
+    throw Failure("the log holds no frame; `hx7 play --help` names the kinds of logs that hx7 reads");
 }
 
-void WatchBus(const watch_options_t& options, Watcher& watcher) {
+void WatchBus(const watch_options_t& options, MessagePrinter& printer) {
   constexpr int WAIT_MS = 100;
   const StopSignal stop;
   Station station(options.bus, stop);
@@ -86,24 +87,24 @@ void WatchBus(const watch_options_t& options, Watcher& watcher) {
   while (!stop.Stopped() && (!options.seconds || Clock::now() < end)) {
     bus::frame_t frame;
     if (station.Receive(frame, 0)) {
-      watcher.Hear(frame);
+      printer.Accept(frame);
       continue;
     }
-    std::cout.flush();  // all that came is shown before it waits
-    if (station.Receive(frame, WAIT_MS)) watcher.Hear(frame);
+    std::cout.flush();  // show everything received before waiting
+    if (station.Receive(frame, WAIT_MS)) printer.Accept(frame);
   }
-  watcher.Summarise(station.Lost(), " lost because they came too fast");
+  printer.Summarise(station.Lost(), " lost because they came too fast");
 }
 
 }  // namespace
 
 void Watch(const watch_options_t& options) {
-  Watcher watcher(options);
-  if (options.file.empty()) return WatchBus(options, watcher);
-  if (options.file == "-") return WatchLog(std::cin, watcher);
+  MessagePrinter printer(options);
+  if (options.file.empty()) return WatchBus(options, printer);
+  if (options.file == "-") return WatchLog(std::cin, printer);
   std::ifstream file(options.file);
-  if (!file) throw Failure("cannot read " + options.file);
-  WatchLog(file, watcher);
+  if (!file) throw Failure("cannot read the log " + options.file + "; check its name and its rights");
+  WatchLog(file, printer);
 }
 
 }  // namespace host

@@ -17,8 +17,8 @@ constexpr double PARKED_ANGLE = 5;
 constexpr double PARKED_DROP = 2.2;
 constexpr double MOST_LOAD = 100'000;
 
-constexpr double TWO_BLOCK_DROP = 1.5;     // the switch's weight hangs that far below the sheaves
-constexpr double TWO_BLOCK_RELEASE = 1.8;  // and closes the switch again
+constexpr double TWO_BLOCK_DROP = 1.5;     // the switch's weight hangs so far below the sheaves
+constexpr double TWO_BLOCK_RELEASE = 1.8;  // the switch closes again
 constexpr double HOOK_BLOCK = 230;
 constexpr double MAN_BASKET = 320;  // with its crew
 
@@ -83,7 +83,7 @@ void Crane::Rig(const rigging_t& rigging) {
   rope_.Place(RopeFor(std::min(height, SheaveHeight() - PARKED_DROP)));
 }
 
-// A hook on the ground goes no further; the rope is slack.
+// A hook on the ground does not go lower; the rope is slack.
 double Crane::HookDrop() const {
   return std::min((rope_.Position() - Length()) / rigging_.parts, SheaveHeight());
 }

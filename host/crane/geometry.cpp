@@ -8,10 +8,10 @@ namespace {
 
 constexpr double GRAVITY = 9.80665;  // m/s²
 constexpr double PASCALS_PER_BAR = 100'000;
-constexpr double RETURN_PRESSURE_BAR = 12;  // of the rod side at rest
+constexpr double RETURN_PRESSURE_BAR = 12;  // on the rod side at rest
 constexpr double LOWERING_PRESSURE_BAR = 30;
 
-constexpr double FRONT_DEG = 5;  // to either side
+constexpr double FRONT_DEG = 5;  // to each side of the front
 constexpr double FRONT_ARC_DEG = 30;
 constexpr double SIDE_DEG = 150;
 
@@ -19,12 +19,12 @@ double Radians(double degrees) {
   return degrees * std::numbers::pi / 180;
 }
 
-struct reach_t {
+struct head_reach_t {
   double length;
   double offset_deg;
 };
 
-reach_t ReachBeyondHead(pick_t pick, jib_t jib) {
+head_reach_t ReachBeyondHead(pick_t pick, jib_t jib) {
   if (pick == pick_t::AUX) return {MEASURES.auxReach, 0};
   if (pick == pick_t::FLY && IsErected(jib)) {
     return {IsLong(jib) ? MEASURES.longFly : MEASURES.shortFly, OffsetOf(jib)};
@@ -32,7 +32,7 @@ reach_t ReachBeyondHead(pick_t pick, jib_t jib) {
   return {0, 0};
 }
 
-// Of the cylinder's line of force from the foot pin.
+// Distance of the cylinder's line of force from the foot pin.
 double CylinderArm(double angle) {
   const double cosine = std::cos(Radians(angle));
   const double sine = std::sin(Radians(angle));
@@ -46,7 +46,7 @@ double CylinderArm(double angle) {
 }  // namespace
 
 point_t SheavesAt(double length, double angle, pick_t pick, jib_t jib) {
-  const reach_t beyond = ReachBeyondHead(pick, jib);
+  const head_reach_t beyond = ReachBeyondHead(pick, jib);
   const double boom = Radians(angle);
   const double reach = Radians(angle - beyond.offset_deg);
   return {length * std::cos(boom) + beyond.length * std::cos(reach) - MEASURES.footBehind,

@@ -1,48 +1,48 @@
-// The crane's measures, and what follows from them: where the hook hangs, and what the boom cylinder carries.
-// Metres, kilograms, degrees, bar. Angles are of the boom over the horizontal.
+// The crane's dimensions, and what is computed from them: the place of the sheaves and the pressures of the
+// boom cylinder. Units: metres, kilograms, degrees, bar. Boom angles are above the horizontal.
 #pragma once
 
-#include "host/crane/words.h"
+#include "host/crane/rigging.h"
 
 namespace crane {
 
 struct measures_t {
   double footHeight = 2.4;  // the boom's foot pin above the ground
   double footBehind = 1.1;  // the foot pin behind the centre of rotation
-  double shortest = 10.7;   // the boom drawn in, from foot pin to head
-  double longest = 33.5;    // and telescoped out
-  double leastAngle = -2;   // the cylinder's ends
+  double shortest = 10.7;   // the retracted boom, from foot pin to head
+  double longest = 33.5;    // the extended boom
+  double leastAngle = -2;   // at the end of the cylinder's stroke
   double mostAngle = 80;
-  double boomMass = 6800;  // its centre of mass at half of its length
-  double auxReach = 0.6;   // of the auxiliary head beyond the boom's
-  double longFly = 16.2;   // of the jib, beyond the head
+  double boomMass = 6800;  // with its centre of mass at half of the length
+  double auxReach = 0.6;   // of the auxiliary head beyond the boom head
+  double longFly = 16.2;   // of the jib beyond the boom head
   double shortFly = 9.1;
-  double cylinderForward = 1.9;  // its lower pin, before the foot pin
+  double cylinderForward = 1.9;  // its lower pin in front of the foot pin
   double cylinderBelow = 0.75;   // and below it
   double cylinderAlong = 3.2;    // its upper pin along the boom
-  double cylinderUnder = 0.45;   // and under the boom's axis
+  double cylinderUnder = 0.45;   // and below the boom's axis
   double pistonArea = 0.0707;    // square metres: 300 mm bore
   double ringArea = 0.0393;      // with a rod of 200 mm
 };
 constexpr measures_t MEASURES{};
 
-// The hook's sheaves seen from the centre of rotation on the ground.
+// A place relative to the centre of rotation on the ground.
 struct point_t {
   double radius;  // horizontal
   double height;
 };
-// `jib` matters for a pick from the fly, and must then be erected; otherwise the boom's head is taken.
+// Where the hook's sheaves are. A pick from a fly that is not erected counts as one from the boom head.
 point_t SheavesAt(double length, double angle, pick_t pick, jib_t jib);
 
 struct pressures_t {
   double piston;
   double rod;
 };
-// Moment equilibrium about the foot pin: the load at the sheaves and the boom's own weight against the
-// cylinder. `lowering` is 0 at rest to 1 at full speed downwards, when the rod side drives the boom down.
+// From the moments about the foot pin: load and boom weight against the cylinder's force. `lowering` is the
+// speed downwards as a fraction of full speed, 0 to 1; the rod side then has pressure to push the boom down.
 pressures_t CylinderPressures(double length, double angle, double load, double radius, double lowering);
 
-// Over what the boom points, 0 being the front and positive to the right; any number of degrees.
+// `swing` is in degrees to the right of the front and may exceed a turn.
 area_t AreaOf(double swing);
 
 }  // namespace crane

@@ -1,4 +1,4 @@
-// The limits that the operator sets for himself on angle, radius, extension and swing.
+// The working limits that the operator sets on angle, radius, extension and swing.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@ namespace crane {
 enum class quantity_t : std::uint8_t { ANGLE, RADIUS, EXTENSION, SWING };
 constexpr std::array<std::string_view, 4> QUANTITY_NAMES = {"angle", "radius", "extension", "swing"};
 
-// Degrees or metres; a side without a value has no limit. For swing the least is the left and the most the
+// In degrees or metres; a side without a value has no limit. For swing `least` is the left side and `most` the
 // right.
 struct limit_t {
   std::optional<double> least;
@@ -21,14 +21,13 @@ struct limit_t {
 class Limits {
  public:
   void Set(quantity_t quantity, const limit_t& limit);
-  // Around the value as it is now, by the margin that suits the quantity: both sides of an angle and of swing,
-  // the far side of the others.
+  // Sets limits at a margin from the present value: on both sides for angle and swing, above for the others.
   void SetAround(quantity_t quantity, double value);
   void Clear(quantity_t quantity);
   void ClearAll() { watched_ = {}; }
 
-  // Compares a measured value. Passing the limit trips it; it holds until the value is back by a small margin.
-  // A value that is not known (NaN) changes nothing.
+  // Compares a measured value with its limit. A value beyond the limit trips it; the limit stays tripped until
+  // the value is back inside by a small margin. An unknown value (NaN) changes nothing.
   void Check(quantity_t quantity, double value);
 
   const limit_t& Get(quantity_t quantity) const { return At(quantity).limit; }
@@ -37,14 +36,14 @@ class Limits {
   bool AnyTripped() const;
 
  private:
-  struct watched_t {
+  struct watched_limit_t {
     limit_t limit;
     bool tripped = false;
   };
-  const watched_t& At(quantity_t quantity) const { return watched_[static_cast<std::size_t>(quantity)]; }
-  watched_t& At(quantity_t quantity) { return watched_[static_cast<std::size_t>(quantity)]; }
+  const watched_limit_t& At(quantity_t quantity) const { return watched_[static_cast<std::size_t>(quantity)]; }
+  watched_limit_t& At(quantity_t quantity) { return watched_[static_cast<std::size_t>(quantity)]; }
 
-  std::array<watched_t, QUANTITY_NAMES.size()> watched_{};
+  std::array<watched_limit_t, QUANTITY_NAMES.size()> watched_{};
 };
 
 }  // namespace crane

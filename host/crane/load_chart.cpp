@@ -21,21 +21,21 @@ std::vector<std::string> WordsOf(const std::string& line) {
   return words;
 }
 
-// Where a value lies among rising points: between `low` and `low + 1`, at `part` of the way.
-struct place_t {
+// The place of a value among increasing points: between points `low` and `low + 1`, at the fraction `part`.
+struct table_place_t {
   std::size_t low;
   double part;
 };
 
-std::optional<place_t> Locate(const std::vector<double>& points, double value) {
-  constexpr double ALMOST = 1e-9;  // a boom that stands at its end does not stand beyond it
+std::optional<table_place_t> Locate(const std::vector<double>& points, double value) {
+  constexpr double ALMOST = 1e-9;  // rounding must not put a boom at its end outside the table
   if (points.empty() || !(value >= points.front() - ALMOST && value <= points.back() + ALMOST))
     return std::nullopt;
   const auto above = std::ranges::upper_bound(points, value);
   const auto high = static_cast<std::size_t>(above - points.begin());
-  if (high == 0) return place_t{0, 0};
-  if (high == points.size()) return place_t{high - 1, 0};
-  return place_t{high - 1, (value - points[high - 1]) / (points[high] - points[high - 1])};
+  if (high == 0) return table_place_t{0, 0};
+  if (high == points.size()) return table_place_t{high - 1, 0};
+  return table_place_t{high - 1, (value - points[high - 1]) / (points[high] - points[high - 1])};
 }
 
 }  // namespace
@@ -43,7 +43,7 @@ std::optional<place_t> Locate(const std::vector<double>& points, double value) {
 class ChartParser {
  public:
   ChartParser(LoadChart& chart, const std::string& file) : chart_(chart), file_(file) {}
-  void Take(const std::string& line);
+  void ReadLine(const std::string& line);
   void Finish();
 
  private:
@@ -54,23 +54,29 @@ class ChartParser {
     throw ChartError(file_ + ":" + std::to_string(line) + ": " + why);
   }
   [[noreturn]] void Refuse(const std::string& why) const { Refuse(line_, why); }
-  double Number(const std::string& word) const;
-  void TakeName(const words_t& words);
-  void TakeUnits(const words_t& words);
+  double ParsePositive(const std::string& word) const;
+  void ReadName(const words_t& words);
+  void ReadUnits(const words_t& words);
   void BeginTable(const words_t& words);
-  void TakeAttribute(table_t& table, const std::string& word) const;
-  void TakeLengths(const words_t& words);
-  void TakeRow(const words_t& words);
+  void ReadAttribute(table_t& table, const std::string& word) const;
+  // Each returns false for a value that the attribute does not have.
+  static bool ReadBase(table_t& table, const std::string& value);
+  static bool ReadCounterweight(table_t& table, const std::string& value);
+  static bool ReadHook(table_t& table, const std::string& value);
+  static bool ReadArc(table_t& table, const std::string& value);
+  void ReadLengths(const words_t& words);
+  void ReadRow(const words_t& words);
+  void CheckRowSize(const table_t& table, const words_t& words) const;
   void CheckTable() const;
 
   LoadChart& chart_;
   const std::string& file_;
   std::size_t line_ = 0;
-  double metres_ = 0;  // of the file's unit of length; 0: not said yet
+  double metres_ = 0;  // in one unit of length of the file; 0: not set yet
   double kilograms_ = 0;
 };
 
-double ChartParser::Number(const std::string& word) const {
+double ChartParser::ParsePositive(const std::string& word) const {
   double value = 0;
   const auto [stop, error] = std::from_chars(word.data(), word.data() + word.size(), value);
   constexpr double MOST = 1e6;
@@ -80,85 +86,104 @@ double ChartParser::Number(const std::string& word) const {
   return value;
 }
 
-void ChartParser::TakeName(const words_t& words) {
+void ChartParser::ReadName(const words_t& words) {
   for (std::size_t i = 1; i < words.size(); ++i) chart_.name_ += (i > 1 ? " " : "") + words[i];
-  constexpr std::size_t MOST = 20;  // beside its label on a line of the display
+  constexpr std::size_t MOST = 20;  // fits beside its label on a line of the display
   if (chart_.name_.empty() || chart_.name_.size() > MOST) Refuse("a name has 1 to 20 characters");
 }
 
-void ChartParser::TakeUnits(const words_t& words) {
+void ChartParser::ReadUnits(const words_t& words) {
   const bool imperial = words.size() == 2 && words[1] == "imperial";
-  if (!imperial && (words.size() != 2 || words[1] != "metric")) Refuse("units are metric or imperial");
+  if (!imperial && (words.size() != 2 || words[1] != "metric")) Refuse("units must be metric or imperial");
   metres_ = imperial ? METRES_PER_FOOT : 1;
   kilograms_ = imperial ? KILOGRAMS_PER_POUND : 1;
 }
 
-void ChartParser::TakeAttribute(table_t& table, const std::string& word) const {
+bool ChartParser::ReadBase(table_t& table, const std::string& value) {
+  const auto base = FindName(BASE_NAMES, value);
+  if (base) table.base = static_cast<base_t>(*base);
+  return base.has_value();
+}
+
+bool ChartParser::ReadCounterweight(table_t& table, const std::string& value) {
+  table.counterweight = value == "on";
+  return value == "on" || value == "off";
+}
+
+bool ChartParser::ReadHook(table_t& table, const std::string& value) {
+  table.anyHook = false;
+  const auto jib = FindName(JIB_NAMES, value);
+  if (jib && IsErected(static_cast<jib_t>(*jib))) table.jib = static_cast<jib_t>(*jib);
+  return table.jib || value == "boom";
+}
+
+bool ChartParser::ReadArc(table_t& table, const std::string& value) {
+  table.frontOnly = true;
+  return value == "front";
+}
+
+void ChartParser::ReadAttribute(table_t& table, const std::string& word) const {
+  struct attribute_t {
+    std::string_view name;
+    bool (*read)(table_t& table, const std::string& value);
+  };
+  static constexpr attribute_t ATTRIBUTES[] = {
+      {"base", ReadBase}, {"counterweight", ReadCounterweight}, {"hook", ReadHook}, {"arc", ReadArc}};
   const std::size_t equals = word.find('=');
-  const std::string name = word.substr(0, equals);
   const std::string value = equals == std::string::npos ? "" : word.substr(equals + 1);
-  if (name == "base") {
-    if (const auto base = IndexOf(BASE_NAMES, value)) {
-      table.base = static_cast<base_t>(*base);
-      return;
-    }
-  } else if (name == "counterweight" && (value == "on" || value == "off")) {
-    table.counterweight = value == "on";
-    return;
-  } else if (name == "hook") {
-    table.anyHook = false;
-    const auto jib = IndexOf(JIB_NAMES, value);
-    if (jib && IsErected(static_cast<jib_t>(*jib))) table.jib = static_cast<jib_t>(*jib);
-    if (table.jib || value == "boom") return;
-  } else if (name == "arc" && value == "front") {
-    table.frontOnly = true;
-    return;
-  }
+  const auto* found = std::ranges::find(ATTRIBUTES, word.substr(0, equals), &attribute_t::name);
+  if (found != std::end(ATTRIBUTES) && found->read(table, value)) return;
   Refuse("\"" + word +
-         "\" is no attribute; use base=tires|retracted|half|extended, counterweight=on|off, "
+         "\" is not an attribute; use base=tires|retracted|half|extended, counterweight=on|off, "
          "hook=boom|long-0|short-0|..., arc=front");
 }
 
 void ChartParser::BeginTable(const words_t& words) {
   if (metres_ == 0) Refuse("units metric or units imperial must stand before the first configuration");
   CheckTable();
-  if (chart_.tables_.size() == MOST_TABLES) Refuse("more than 100 configurations");
+  if (chart_.tables_.size() == MOST_TABLES) Refuse("a chart has at most 100 configurations");
   table_t table;
   table.line = line_;
-  for (std::size_t i = 1; i < words.size(); ++i) TakeAttribute(table, words[i]);
+  for (std::size_t i = 1; i < words.size(); ++i) ReadAttribute(table, words[i]);
   chart_.tables_.push_back(std::move(table));
 }
 
-void ChartParser::TakeLengths(const words_t& words) {
-  if (chart_.tables_.empty()) Refuse("lengths belong behind a configuration");
+void ChartParser::ReadLengths(const words_t& words) {
+  if (chart_.tables_.empty()) Refuse("lengths must follow a configuration");
   table_t& table = chart_.tables_.back();
   if (!table.lengths.empty()) Refuse("this configuration has its lengths already");
-  if (words.size() < 2) Refuse("no lengths");
+  if (words.size() < 2) Refuse("lengths needs at least one boom length");
   for (std::size_t i = 1; i < words.size(); ++i) {
-    const double length = Number(words[i]) * metres_;
-    if (!table.lengths.empty() && length <= table.lengths.back()) Refuse("the lengths do not rise");
+    const double length = ParsePositive(words[i]) * metres_;
+    if (!table.lengths.empty() && length <= table.lengths.back()) Refuse("the lengths must increase");
     table.lengths.push_back(length);
   }
 }
 
-void ChartParser::TakeRow(const words_t& words) {
+void ChartParser::ReadRow(const words_t& words) {
   if (chart_.tables_.empty() || chart_.tables_.back().lengths.empty()) {
-    Refuse("\"" + words[0] +
-           "\" is not expected here: name, units, configuration, lengths, and then the rows, each a radius "
-           "and its capacities");
+    Refuse(
+        "\"" + words[0] +
+        "\" is not expected here; write name, units, configuration, lengths, and then the rows, each a radius "
+        "and its capacities");
   }
   table_t& table = chart_.tables_.back();
-  const double radius = Number(words[0]) * metres_;
-  if (!table.radii.empty() && radius <= table.radii.back()) Refuse("the radii do not rise");
+  const double radius = ParsePositive(words[0]) * metres_;
+  if (!table.radii.empty() && radius <= table.radii.back()) Refuse("the radii must increase");
+  CheckRowSize(table, words);
+  table.radii.push_back(radius);
+  for (std::size_t i = 1; i < words.size(); ++i) {
+    table.capacities.push_back(words[i] == "-" ? 0 : ParsePositive(words[i]) * kilograms_);
+  }
+}
+
+void ChartParser::CheckRowSize(const table_t& table, const words_t& words) const {
   if (words.size() != table.lengths.size() + 1) {
     Refuse("a row has a radius and " + std::to_string(table.lengths.size()) + " capacities, this one has " +
            std::to_string(words.size() - 1));
   }
-  if (table.capacities.size() + words.size() > MOST_CELLS) Refuse("more than 10000 capacities");
-  table.radii.push_back(radius);
-  for (std::size_t i = 1; i < words.size(); ++i) {
-    table.capacities.push_back(words[i] == "-" ? 0 : Number(words[i]) * kilograms_);
-  }
+  if (table.capacities.size() + words.size() > MOST_CELLS)
+    Refuse("a configuration has at most 10000 capacities");
 }
 
 void ChartParser::CheckTable() const {
@@ -167,15 +192,15 @@ void ChartParser::CheckTable() const {
   if (last.radii.empty()) Refuse(last.line, "this configuration has no capacities");
 }
 
-void ChartParser::Take(const std::string& line) {
+void ChartParser::ReadLine(const std::string& line) {
   ++line_;
   const words_t words = WordsOf(line);
   if (words.empty()) return;
-  if (words[0] == "name") return TakeName(words);
-  if (words[0] == "units") return TakeUnits(words);
+  if (words[0] == "name") return ReadName(words);
+  if (words[0] == "units") return ReadUnits(words);
   if (words[0] == "configuration") return BeginTable(words);
-  if (words[0] == "lengths") return TakeLengths(words);
-  TakeRow(words);
+  if (words[0] == "lengths") return ReadLengths(words);
+  ReadRow(words);
 }
 
 void ChartParser::Finish() {
@@ -186,7 +211,7 @@ void ChartParser::Finish() {
 LoadChart LoadChart::Parse(std::istream& in, const std::string& file) {
   LoadChart chart;
   ChartParser parser(chart, file);
-  for (std::string line; std::getline(in, line);) parser.Take(line);
+  for (std::string line; std::getline(in, line);) parser.ReadLine(line);
   parser.Finish();
   return chart;
 }
@@ -207,14 +232,15 @@ double LoadChart::Capacity(const conditions_t& conditions, double radius, double
   const auto row = Locate(table->radii, radius);
   const auto column = Locate(table->lengths, length);
   if (!row || !column) return 0;
+  // The four cells around the place, each weighted by its nearness. A cell with no weight may lie outside.
   double capacity = 0;
   for (const unsigned corner : {0U, 1U, 2U, 3U}) {
-    const bool lower = (corner & 2U) != 0;
-    const bool right = (corner & 1U) != 0;
-    const double weight = (lower ? row->part : 1 - row->part) * (right ? column->part : 1 - column->part);
+    const unsigned down = corner / 2;
+    const unsigned right = corner % 2;
+    const double weight =
+        (down == 1 ? row->part : 1 - row->part) * (right == 1 ? column->part : 1 - column->part);
     if (weight == 0) continue;
-    const double cell =
-        table->capacities[(row->low + (lower ? 1 : 0)) * table->lengths.size() + column->low + (right ? 1 : 0)];
+    const double cell = table->capacities[(row->low + down) * table->lengths.size() + column->low + right];
     if (cell == 0) return 0;
     capacity += weight * cell;
   }

@@ -1,15 +1,16 @@
-// The load chart: what the crane may lift, over radius and boom length, as it is rigged. Read from a text file:
+// The load chart: the rated capacity by radius and boom length for each configuration. It is read from a text
+// file:
 //
-//   name Standard 50                       what the chart is called
+//   name Standard 50                       the chart's name
 //   units metric                           metres and kilograms, or imperial: feet and pounds
 //   configuration base=extended counterweight=on hook=boom
-//   lengths  10.7  18.3  25.9  33.5        boom lengths, rising
-//   3.0     50000 30000     -     -        a radius, then a capacity for each length; - where there is none
-//   3.5     46000 ...                      radii rise
+//   lengths  10.7  18.3  25.9  33.5        boom lengths, increasing
+//   3.0     50000 30000     -     -        a radius, then a capacity for each length; - for none
+//   3.5     46000 ...                      radii increase
 //
 // A configuration's attributes are base (tires, retracted, half, extended), counterweight (on, off), hook
-// (boom, or the erected jib: long-0, short-0, long-15, ...) and arc (front: over the front alone). One that is
-// not named is any. The first configuration that fits is the one that holds. # begins a comment.
+// (boom, or the erected jib: long-0, short-0, long-15, ...) and arc (front: only over the front). An attribute
+// that is not named has any value. The first configuration that fits applies. # begins a comment.
 #pragma once
 
 #include <iosfwd>
@@ -18,11 +19,11 @@
 #include <string>
 #include <vector>
 
-#include "host/crane/words.h"
+#include "host/crane/rigging.h"
 
 namespace crane {
 
-// "FILE:LINE: what is wrong".
+// The text is "FILE:LINE: what is wrong".
 class ChartError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -41,8 +42,8 @@ class LoadChart {
   static LoadChart Parse(std::istream& in, const std::string& file);
 
   const std::string& Name() const { return name_; }
-  // In kilograms; between the rows and columns on a straight line. 0 outside of them, where one of the
-  // neighbours has no capacity, and where no configuration fits.
+  // The capacity in kilograms, interpolated linearly between rows and columns. 0 outside the table, next to a
+  // cell without a capacity, and if no configuration fits.
   double Capacity(const conditions_t& conditions, double radius, double length) const;
   bool Has(const conditions_t& conditions) const { return Find(conditions) != nullptr; }
 
@@ -57,7 +58,7 @@ class LoadChart {
     std::size_t line = 0;
     std::vector<double> lengths;
     std::vector<double> radii;
-    std::vector<double> capacities;  // row by row; 0 where there is none
+    std::vector<double> capacities;  // row by row; 0 for none
   };
   const table_t* Find(const conditions_t& conditions) const;
 

@@ -5,24 +5,24 @@
 namespace crane {
 namespace {
 
-constexpr double STOWED_JIB = 250;  // kilograms off the boom's capacity
+constexpr double STOWED_JIB = 250;  // kilograms deducted from the boom's capacity
 constexpr double ERECTED_JIB = 1100;
 constexpr double AUX_HEAD = 60;
-constexpr double LINE_PULL = 5500;  // kilograms a part of line
+constexpr double LINE_PULL = 5500;  // kilograms for each part of line
 constexpr double MANUAL_BOOM = 0.85;
 constexpr double PEOPLE = 0.5;  // ASME B30.23: half of the rated capacity for a suspended platform
 constexpr double PRE_ALARM_PERCENT = 90;
 constexpr double OVERLOAD_PERCENT = 100;
 constexpr double MOST_PERCENT = 999;
 
-// The hook hangs from something that is there.
+// Whether the head or jib that the hook hangs from is mounted.
 bool CanPick(const rigging_t& rigging) {
   if (rigging.pick == pick_t::AUX) return rigging.auxHead;
   return rigging.pick == pick_t::MAIN_BOOM || IsErected(rigging.jib);
 }
 
 double Deduction(const rigging_t& rigging) {
-  if (rigging.pick == pick_t::FLY) return 0;  // its chart knows
+  if (rigging.pick == pick_t::FLY) return 0;  // the jib's own chart includes it
   double deduction = rigging.auxHead ? AUX_HEAD : 0;
   if (rigging.jib == jib_t::STOWED) deduction += STOWED_JIB;
   if (IsErected(rigging.jib)) deduction += ERECTED_JIB;

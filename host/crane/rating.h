@@ -1,4 +1,4 @@
-// What the crane may lift as it is now, and how near the load is to it.
+// The rated capacity of the crane as it is rigged and stands now, and the load's share of it.
 #pragma once
 
 #include <cstdint>
@@ -8,15 +8,15 @@
 
 namespace crane {
 
-// The rated capacity in kilograms for everything that hangs at the sheaves: the chart's, less what a jib or an
-// auxiliary head takes off, never more than the rope carries, and half of it for people.
+// The rated capacity in kilograms for everything on the rope: the chart's capacity less the deductions for jib
+// and auxiliary head, at most what the rope carries, and half of that for people.
 double RatedCapacity(const LoadChart& chart, const Crane& crane);
 
-// Of `load` in `capacity`, in percent; at most 999, which is also what any load is without a capacity.
+// `load` in percent of `capacity`, at most 999. A load without a capacity is 999.
 double PercentOf(double load, double capacity);
 
 enum class level_t : std::uint8_t { NORMAL, PRE_ALARM, OVERLOAD };
-// From 90 % of the rated capacity and from 100 %.
+// PRE_ALARM from 90 % of the rated capacity, OVERLOAD from 100 %.
 level_t LevelOf(double percent);
 
 }  // namespace crane

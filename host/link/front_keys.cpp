@@ -42,7 +42,8 @@ void FrontKeys::Post(int key, const std::string& path, const std::string& body) 
   if (!address.empty() && panel.Post("/api/keys/" + std::to_string(key) + path, body, "application/json")) {
     return;
   }
-  std::cerr << "hx7: key " << key << " is not pressed; no panel runs here\n";
+  std::cerr << "hx7: front key " << key
+            << " is not pressed: no panel answers in this runtime directory; start one with `unit run`\n";
 }
 
 }  // namespace host

@@ -1,4 +1,5 @@
-// The front keys of the display that runs in this runtime directory, moved through its panel.
+// Presses the front keys of the display that uses the same runtime directory, through its panel's HTTP
+// requests.
 #pragma once
 
 #include <cstdint>
@@ -6,23 +7,23 @@
 
 namespace host {
 
-// One thread at a time.
+// For one thread at a time.
 class FrontKeys {
  public:
   FrontKeys() = default;
-  ~FrontKeys();  // lets go of every key that it holds
+  ~FrontKeys();  // releases every key that is held
   FrontKeys(const FrontKeys&) = delete;
   FrontKeys& operator=(const FrontKeys&) = delete;
 
-  // Each moves key 1 to 8 and returns when the panel has it, after a second at the latest. A line on standard
-  // error says when no panel takes it.
+  // Both send key 1 to 8 to the panel and return when it has answered, after one second at the latest. If no
+  // panel answers, they print a line on standard error.
   void Hold(int key, bool down);
-  void Press(int key);  // down and up again, as long as a finger's press
+  void Press(int key);  // down and up again after the time of a finger's press
 
  private:
   static void Post(int key, const std::string& path, const std::string& body);
 
-  std::uint32_t held_ = 0;  // a bit a key
+  std::uint32_t held_ = 0;  // one bit for each key
 };
 
 }  // namespace host

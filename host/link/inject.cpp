@@ -11,43 +11,42 @@ namespace {
 
 using frames_t = std::vector<bus::frame_t>;
 
-constexpr std::array<fault_name_t, FAULTS> FAULT_TABLE = {{
+constexpr std::array<bus_fault_name_t, BUS_FAULTS> FAULT_TABLE = {{
     {"missing-frame", "one frame of a message is left out"},
-    {"repeated-frame", "one frame of a message comes twice"},
-    {"wrong-sequence", "two frames of a message change places"},
+    {"repeated-frame", "one frame of a message is sent twice"},
+    {"wrong-sequence", "two frames of a message are swapped"},
     {"oversize", "a message of more frames than the display takes"},
-    {"bad-length", "a text command whose length is not its own"},
-    {"broken-utf8", "a text that is no UTF-8"},
-    {"unknown-command", "a command that nobody knows"},
-    {"babble", "a station that floods the bus with frames of its own"},
+    {"bad-length", "a text command with a wrong length"},
+    {"broken-utf8", "a text that is not UTF-8"},
+    {"unknown-command", "a command number that the display does not know"},
+    {"babble", "another station floods the bus with frames"},
 }};
 
 constexpr std::size_t OVERSIZE_FRAMES = 40;
 constexpr std::size_t BABBLE_FRAMES = 500;
-constexpr std::uint32_t BABBLE_IDENTIFIER = 0x18FF00D1;  // next to the host's
+constexpr std::uint32_t BABBLE_IDENTIFIER = 0x18FF00D1;  // between the host's and the display's
 constexpr std::uint8_t FIRST_UNKNOWN = 10;
-constexpr std::uint8_t TEXT_COMMAND = 5;
 
-// Three frames at least: a single frame can neither be missed in part nor change places.
-frames_t Lengthened(std::span<const bus::frame_t> message) {
+// A message of at least three frames: a single frame cannot lose a part or be swapped.
+frames_t MakeLong(std::span<const bus::frame_t> message) {
   constexpr std::size_t LONG = 3;
   if (message.size() >= LONG) return {message.begin(), message.end()};
-  return Segment(
-      Encode(OperatingValuesCommand(), std::vector<double>(OperatingValuesCommand().fields.size(), 0.0)));
+  return CutIntoFrames(
+      MakeMessage(OperatingValuesCommand(), std::vector<double>(OperatingValuesCommand().fields.size(), 0.0)));
 }
 
 std::size_t Pick(std::mt19937_64& chance, std::size_t from, std::size_t to) {
   return from + chance() % (to - from + 1);
 }
 
-frames_t MissFrame(std::span<const bus::frame_t> message, std::mt19937_64& chance) {
-  frames_t frames = Lengthened(message);
+frames_t DropFrame(std::span<const bus::frame_t> message, std::mt19937_64& chance) {
+  frames_t frames = MakeLong(message);
   frames.erase(frames.begin() + static_cast<std::ptrdiff_t>(Pick(chance, 0, frames.size() - 1)));
   return frames;
 }
 
 frames_t RepeatFrame(std::span<const bus::frame_t> message, std::mt19937_64& chance) {
-  frames_t frames = Lengthened(message);
+  frames_t frames = MakeLong(message);
   const auto at = static_cast<std::ptrdiff_t>(Pick(chance, 0, frames.size() - 1));
   const bus::frame_t twice = frames[static_cast<std::size_t>(at)];
   frames.insert(frames.begin() + at, twice);
@@ -55,41 +54,41 @@ frames_t RepeatFrame(std::span<const bus::frame_t> message, std::mt19937_64& cha
 }
 
 frames_t SwapFrames(std::span<const bus::frame_t> message, std::mt19937_64& chance) {
-  frames_t frames = Lengthened(message);
+  frames_t frames = MakeLong(message);
   const std::size_t at = Pick(chance, 1, frames.size() - 2);
   std::swap(frames[at], frames[at + 1]);
   return frames;
 }
 
 frames_t SendOversize(std::span<const bus::frame_t> /*message*/, std::mt19937_64& /*chance*/) {
-  Message message(6 + 7 * (OVERSIZE_FRAMES - 1), 'X');
-  message[0] = TEXT_COMMAND;
-  return Segment(message);
+  MessageBytes message(6 + 7 * (OVERSIZE_FRAMES - 1), 'X');
+  message[0] = TextsCommand().number;
+  return CutIntoFrames(message);
 }
 
-// A text command that says it is longer or shorter than anything the display takes.
-frames_t SpoilLength(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
+// A text command whose length is below or above every length that the display accepts.
+frames_t SendBadLength(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
   constexpr std::array<std::uint16_t, 5> LENGTHS = {0, 1, 4, 803, 0xFFFF};
   const std::uint16_t length = LENGTHS[Pick(chance, 0, LENGTHS.size() - 1)];
-  Message message = EncodeTexts(std::array<text_t, 1>{{{17, "BAD LENGTH"}}});
+  MessageBytes message = MakeTextsMessage(std::array<field_text_t, 1>{{{17, "BAD LENGTH"}}});
   message[1] = static_cast<std::uint8_t>(length >> 8U);
   message[2] = static_cast<std::uint8_t>(length);
-  return Segment(message);
+  return CutIntoFrames(message);
 }
 
-frames_t SpoilText(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
+frames_t SendBrokenText(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
   constexpr std::array<std::string_view, 4> TEXTS = {"A\xC3\x28", "\xE4\xB8", "\xED\xA0\x80", "\xF8\x88\x80"};
   const std::string_view text = TEXTS[Pick(chance, 0, TEXTS.size() - 1)];
-  Message message = EncodeTexts(std::array<text_t, 1>{{{17, "BROKEN UTF8 "}}});
+  MessageBytes message = MakeTextsMessage(std::array<field_text_t, 1>{{{17, "BROKEN UTF8 "}}});
   std::copy(text.begin(), text.end(), message.end() - static_cast<std::ptrdiff_t>(text.size()));
-  return Segment(message);
+  return CutIntoFrames(message);
 }
 
 frames_t SendUnknown(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
-  return Segment(Message{static_cast<std::uint8_t>(Pick(chance, FIRST_UNKNOWN, 0xFF))});
+  return CutIntoFrames(MessageBytes{static_cast<std::uint8_t>(Pick(chance, FIRST_UNKNOWN, 0xFF))});
 }
 
-frames_t Babble(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
+frames_t FloodBus(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chance) {
   frames_t frames(BABBLE_FRAMES);
   for (bus::frame_t& frame : frames) {
     frame.identifier = BABBLE_IDENTIFIER;
@@ -99,37 +98,34 @@ frames_t Babble(std::span<const bus::frame_t> /*message*/, std::mt19937_64& chan
   return frames;
 }
 
-using spoiler_t = frames_t (*)(std::span<const bus::frame_t>, std::mt19937_64&);
-constexpr std::array<spoiler_t, FAULTS> SPOILERS = {MissFrame,   RepeatFrame, SwapFrames,  SendOversize,
-                                                    SpoilLength, SpoilText,   SendUnknown, Babble};
+using faulty_sender_t = frames_t (*)(std::span<const bus::frame_t>, std::mt19937_64&);
+constexpr std::array<faulty_sender_t, BUS_FAULTS> SENDERS = {
+    DropFrame, RepeatFrame, SwapFrames, SendOversize, SendBadLength, SendBrokenText, SendUnknown, FloodBus};
 
 }  // namespace
 
-std::span<const fault_name_t, FAULTS> Faults() {
+std::span<const bus_fault_name_t, BUS_FAULTS> BusFaults() {
   return FAULT_TABLE;
 }
 
-std::vector<fault_t> ParseFaults(std::string_view text) {
-  std::vector<fault_t> faults;
-  std::vector<std::string_view> names(FAULTS);
-  std::ranges::transform(FAULT_TABLE, names.begin(), &fault_name_t::name);
-  if (text == "all") text = {};
-  for (const std::string_view name : text.empty() ? names : Split(text, ',')) {
+std::vector<bus_fault_t> ParseBusFaults(std::string_view text) {
+  std::vector<bus_fault_t> faults;
+  std::vector<std::string_view> names(BUS_FAULTS);
+  std::ranges::transform(FAULT_TABLE, names.begin(), &bus_fault_name_t::name);
+  for (const std::string_view name : text == "all" || text.empty() ? names : SplitAt(text, ',')) {
     const auto found = std::ranges::find(names, name);
     if (found == names.end()) {
-      const std::string_view nearest = Nearest(name, names);
-      throw UsageError("there is no fault \"" + std::string(name) + "\"" +
-                       (nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?"));
+      throw UsageError("there is no fault \"" + std::string(name) + "\"" + Suggest(name, names));
     }
-    faults.push_back(static_cast<fault_t>(found - names.begin()));
+    faults.push_back(static_cast<bus_fault_t>(found - names.begin()));
   }
   return faults;
 }
 
-Injector::Injector(std::vector<fault_t> faults, double rate, std::uint64_t seed)
+Injector::Injector(std::vector<bus_fault_t> faults, double rate, std::uint64_t seed)
     : faults_(std::move(faults)), rate_(rate), chance_(seed) {}
 
-bool Injector::Draw(fault_t& fault) {
+bool Injector::DrawFault(bus_fault_t& fault) {
   if (!asked_.empty()) {
     fault = asked_.front();
     asked_.erase(asked_.begin());
@@ -140,14 +136,14 @@ bool Injector::Draw(fault_t& fault) {
   return true;
 }
 
-std::vector<bus::frame_t> Injector::Spoil(fault_t fault, std::span<const bus::frame_t> message) {
+std::vector<bus::frame_t> Injector::MakeFaulty(bus_fault_t fault, std::span<const bus::frame_t> message) {
   ++counts_[static_cast<std::size_t>(fault)];
-  return SPOILERS[static_cast<std::size_t>(fault)](message, chance_);
+  return SENDERS[static_cast<std::size_t>(fault)](message, chance_);
 }
 
 std::vector<bus::frame_t> Injector::Apply(std::span<const bus::frame_t> message) {
   std::vector<bus::frame_t> frames;
-  if (fault_t fault{}; Draw(fault)) frames = Spoil(fault, message);
+  if (bus_fault_t fault{}; DrawFault(fault)) frames = MakeFaulty(fault, message);
   frames.insert(frames.end(), message.begin(), message.end());
   return frames;
 }
@@ -155,7 +151,7 @@ std::vector<bus::frame_t> Injector::Apply(std::span<const bus::frame_t> message)
 std::string Injector::Summary() const {
   std::uint64_t total = 0;
   std::string names;
-  for (std::size_t i = 0; i < FAULTS; ++i) {
+  for (std::size_t i = 0; i < BUS_FAULTS; ++i) {
     if (counts_[i] == 0) continue;
     total += counts_[i];
     names +=

@@ -12,7 +12,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Result = bus::Endpoint::result_t;
 
-constexpr int SEND_WAIT_MS = 100;  // between two looks at the stop signal
+constexpr int SEND_WAIT_MS = 100;  // between two checks of the stop signal
 constexpr int RECEIVE_WAIT_MS = 100;
 constexpr int MESSAGE_WAIT_MS = 2000;
 constexpr std::chrono::milliseconds SEND_PATIENCE{MESSAGE_WAIT_MS};
@@ -32,54 +32,60 @@ std::unique_ptr<bus::Endpoint> Open(const std::string& bus) {
 Station::Station(std::string bus, const StopSignal& stop)
     : bus_(std::move(bus)), stop_(stop), endpoint_(Open(bus_)) {}
 
-void Station::StartDrain() {
-  drain_ = std::jthread([this, endpoint = endpoint_.get()](const std::stop_token& end) {
+void Station::StartReceiver() {
+  receiver_ = std::jthread([this, endpoint = endpoint_.get()](const std::stop_token& end) {
     const std::stop_callback wake(end, [endpoint] { endpoint->Interrupt(); });
     bus::frame_t frame;
     while (!end.stop_requested()) {
       const Result result = endpoint->Receive(frame, -1);
       if (result == Result::DOWN) return;
-      if (result == Result::OK && hear_) hear_(frame);
+      if (result == Result::OK && onFrame_) onFrame_(frame);
     }
   });
 }
 
-void Station::Drain(hear_t hear) {
-  draining_ = true;
-  hear_ = std::move(hear);
-  StartDrain();
+void Station::StartReceiving(on_frame_t onFrame) {
+  receiving_ = true;
+  onFrame_ = std::move(onFrame);
+  StartReceiver();
+}
+
+void Station::ConnectAgain() {
+  auto joined = bus::OpenEndpoint(bus_);
+  lostBefore_ += endpoint_->Lost();
+  endpoint_ = std::move(joined);
 }
 
 bool Station::Rejoin() {
-  std::cerr << "hx7: lost the bus: " + endpoint_->Problem() + "; trying to join it again for " +
-                   std::to_string(REJOIN_PATIENCE.count()) + " s\n";
-  drain_ = {};
+  std::cerr << "hx7: lost the bus: " + endpoint_->Problem() + "; trying for " +
+                   std::to_string(REJOIN_PATIENCE.count()) + " s to reconnect\n";
+  receiver_ = {};
   const auto end = Clock::now() + REJOIN_PATIENCE;
-  for (;;) {
+  for (bool joined = false; !joined;) {
     if (!stop_.WaitUntil(Clock::now() + REJOIN_PAUSE)) return false;
     try {
-      auto joined = bus::OpenEndpoint(bus_);
-      lostBefore_ += endpoint_->Lost();
-      endpoint_ = std::move(joined);
-      break;
+      ConnectAgain();
+      joined = true;
     } catch (const std::runtime_error& error) {
       if (Clock::now() >= end) throw Failure(std::string("the bus did not come back: ") + error.what());
     }
   }
   std::cerr << "hx7: joined the bus again\n";
-  if (draining_) StartDrain();
+  if (receiving_) StartReceiver();
   return true;
 }
 
 bool Station::Send(std::span<const bus::frame_t> frames) {
   const auto end = Clock::now() + SEND_PATIENCE;
-  // A message that did not go out whole must not begin again: it is waited for in one piece.
+  // Half a message must not be sent again from its beginning, so a message of several frames has one long wait.
   const int wait_ms = frames.size() == 1 ? SEND_WAIT_MS : MESSAGE_WAIT_MS;
   while (!stop_.Stopped()) {
     const Result result = endpoint_->SendAll(frames, wait_ms);
     if (result == Result::OK) return true;
     if (result == Result::DOWN && !Rejoin()) return false;
-    if (result == Result::TIMEOUT && Clock::now() >= end) throw Failure(bus_ + ": the bus takes no frames");
+    if (result == Result::TIMEOUT && Clock::now() >= end)
+      throw Failure("the bus " + bus_ +
+                    " accepts no frames; is another station on it, and its cable connected?");
   }
   return false;
 }

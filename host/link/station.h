@@ -1,4 +1,4 @@
-// This program's station on the bus, which comes back by itself when the bus was away for a while.
+// hx7's connection to the bus, which reconnects by itself after a short loss.
 #pragma once
 
 #include <functional>
@@ -14,34 +14,40 @@ namespace host {
 
 class Station {
  public:
-  // Opens the bus; throws failure. `stop` ends every wait.
+  // Opens the bus. `stop` ends every wait. Throws Failure.
   Station(std::string bus, const StopSignal& stop);
 
-  // The frames of one message. When the bus is lost, says so on standard error and tries for ten seconds to
-  // join it again, then throws failure. False: stopped, and not sent.
+  // Sends the frames of one message. If the bus is lost, prints a line on standard error and tries for ten
+  // seconds to reconnect, then throws Failure. Returns false if a stop came first; the frames are then not
+  // sent.
   bool Send(std::span<const bus::frame_t> frames);
-  // The next frame within about `timeout_ms`; false when there was none, or on a stop. Loss as above.
+  // Waits up to about `timeout_ms` for the next frame. Returns false if none came, or on a stop. A lost bus as
+  // in Send.
   bool Receive(bus::frame_t& frame, int timeout_ms);
-  // A frame that has come already, also after a stop. Does not wait.
-  bool TakeWaiting(bus::frame_t& frame) { return endpoint_->Receive(frame, 0) == bus::Endpoint::result_t::OK; }
-  // From now on a thread of the station reads what comes and hands it to `hear` (empty: throws it away), so
-  // that a sender who has no time to listen is never held up by the bus. Receive is not called any more.
-  using hear_t = std::function<void(const bus::frame_t&)>;
-  void Drain(hear_t hear = {});
-  // Frames that came and were lost before they could be received.
+  // Takes a frame that has arrived already, also after a stop. Does not wait.
+  bool ReceiveWaiting(bus::frame_t& frame) {
+    return endpoint_->Receive(frame, 0) == bus::Endpoint::result_t::OK;
+  }
+  // From now on a thread of the station reads every frame and passes it to `onFrame` (empty: drops it). A
+  // program that only sends needs this: the bus would stop accepting frames from a station that does not read.
+  // Receive must not be called any more.
+  using on_frame_t = std::function<void(const bus::frame_t&)>;
+  void StartReceiving(on_frame_t onFrame = {});
+  // Frames that were lost because they arrived faster than this program read them.
   std::uint64_t Lost() const { return lostBefore_ + endpoint_->Lost(); }
 
  private:
   bool Rejoin();
-  void StartDrain();
+  void ConnectAgain();
+  void StartReceiver();
 
   const std::string bus_;
   const StopSignal& stop_;
   std::unique_ptr<bus::Endpoint> endpoint_;
-  std::uint64_t lostBefore_ = 0;  // on connections that are gone
-  bool draining_ = false;
-  hear_t hear_;         // the draining thread's
-  std::jthread drain_;  // uses endpoint_, so it ends first
+  std::uint64_t lostBefore_ = 0;  // on earlier connections
+  bool receiving_ = false;
+  on_frame_t onFrame_;     // called on the receiving thread
+  std::jthread receiver_;  // uses endpoint_, so it is destroyed first
 };
 
 }  // namespace host

@@ -14,7 +14,7 @@
 namespace host {
 namespace {
 
-// What the signal handler touches: a descriptor that becomes readable, and stays so, and the same as a flag.
+// The signal handler sets the flag and makes the descriptor readable; it stays readable, so every wait ends.
 std::atomic<int> stopEvent = -1;
 std::atomic<bool> stopped = false;
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
@@ -25,7 +25,7 @@ void NoteStop(int /*signal*/) {
   [[maybe_unused]] const auto written = ::write(stopEvent, &one, sizeof one);
 }
 
-void Handle(void (*handler)(int)) {
+void SetHandlers(void (*handler)(int)) {
   struct sigaction action {};
   action.sa_handler = handler;
   ::sigaction(SIGINT, &action, nullptr);
@@ -42,12 +42,12 @@ timespec ToTimespec(std::chrono::nanoseconds span) {
 StopSignal::StopSignal() {
   stopped = false;
   stopEvent = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  if (stopEvent < 0) throw Failure("no event descriptor");
-  Handle(NoteStop);
+  if (stopEvent < 0) throw Failure("cannot create an event descriptor; too many open files?");
+  SetHandlers(NoteStop);
 }
 
 StopSignal::~StopSignal() {
-  Handle(SIG_DFL);
+  SetHandlers(SIG_DFL);
   ::close(stopEvent.exchange(-1));
 }
 

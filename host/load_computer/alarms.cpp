@@ -8,25 +8,25 @@
 namespace simulate {
 namespace {
 
-struct signs_t {
+struct alarm_signals_t {
   std::uint8_t beeper;
-  std::optional<text_t> text;
+  std::optional<phrase_t> text;
 };
-// The nearer the danger, the faster the pulse, up to one that never pauses.
-constexpr std::array<signs_t, 6> SIGNS = {{{0, std::nullopt},
-                                           {100, text_t::OPERATOR_LIMIT},
-                                           {50, text_t::NEAR_LIMIT},
-                                           {50, text_t::SENSOR_FAULT},
-                                           {255, text_t::OVERLOAD},
-                                           {10, text_t::TWO_BLOCK}}};
+// The index is the alarm. Urgent alarms pulse faster; overload sounds without a pause.
+constexpr std::array<alarm_signals_t, 6> SIGNALS = {{{0, std::nullopt},
+                                                     {100, phrase_t::OPERATOR_LIMIT},
+                                                     {50, phrase_t::NEAR_LIMIT},
+                                                     {50, phrase_t::SENSOR_FAULT},
+                                                     {255, phrase_t::OVERLOAD},
+                                                     {10, phrase_t::TWO_BLOCK}}};
 
-const signs_t& SignsOf(alarm_t alarm) {
-  return SIGNS[static_cast<std::size_t>(alarm)];
+const alarm_signals_t& SignalsOf(alarm_t alarm) {
+  return SIGNALS[static_cast<std::size_t>(alarm)];
 }
 
 }  // namespace
 
-alarm_t AlarmOf(const measured_t& measured, const crane::Limits& limits, bool sensorFault) {
+alarm_t FindAlarm(const measured_t& measured, const crane::Limits& limits, bool sensorFault) {
   const crane::level_t level =
       std::isnan(measured.percent) ? crane::level_t::NORMAL : crane::LevelOf(measured.percent);
   if (measured.twoBlock) return alarm_t::TWO_BLOCK;
@@ -36,8 +36,8 @@ alarm_t AlarmOf(const measured_t& measured, const crane::Limits& limits, bool se
   return limits.AnyTripped() ? alarm_t::OPERATOR_LIMIT : alarm_t::NONE;
 }
 
-std::optional<text_t> TextOf(alarm_t alarm) {
-  return SignsOf(alarm).text;
+std::optional<phrase_t> PhraseFor(alarm_t alarm) {
+  return SignalsOf(alarm).text;
 }
 
 void Bell::Ring(alarm_t alarm) {
@@ -52,7 +52,7 @@ bool Bell::Silence() {
 }
 
 std::uint8_t Bell::Beeper() const {
-  return silenced_ ? std::uint8_t{0} : SignsOf(now_).beeper;
+  return silenced_ ? std::uint8_t{0} : SignalsOf(now_).beeper;
 }
 
 }  // namespace simulate

@@ -5,25 +5,26 @@
 #include <optional>
 
 #include "host/crane/limits.h"
+#include "host/load_computer/phrases.h"
 #include "host/load_computer/sensors.h"
-#include "host/load_computer/texts.h"
 
 namespace simulate {
 
-// The higher one is said when several are there.
+// In ascending priority. Of several alarms at once the load computer reports the one with the highest priority.
 enum class alarm_t : std::uint8_t { NONE, OPERATOR_LIMIT, PRE_ALARM, SENSOR_FAULT, OVERLOAD, TWO_BLOCK };
 
-alarm_t AlarmOf(const measured_t& measured, const crane::Limits& limits, bool sensorFault);
-// What the display says of it; empty for none.
-std::optional<text_t> TextOf(alarm_t alarm);
+alarm_t FindAlarm(const measured_t& measured, const crane::Limits& limits, bool sensorFault);
+// The text for the display; empty for no alarm.
+std::optional<phrase_t> PhraseFor(alarm_t alarm);
 
 class Bell {
  public:
   void Ring(alarm_t alarm);
-  // Until another alarm comes. False when nothing sounded.
+  // Silences the present alarm until another one comes. Returns false if there was none.
   bool Silence();
   alarm_t Now() const { return now_; }
-  // As command 4 takes it: 0 silent, 255 continuous, otherwise the length of a pulse and its pause in 10 ms.
+  // The value for command 4: 0 silent, 255 continuous, otherwise the length of a pulse and of its pause in 10
+  // ms.
   std::uint8_t Beeper() const;
 
  private:

@@ -40,7 +40,7 @@ void Dialogue::LeadFromSlate() {
 
 void Dialogue::Transition(std::string_view name) {
   const auto* command = host::FindCommand("transition");
-  outbox_.Send(host::Encode("transition", *host::NumberOf(command->fields[0].names, name)));
+  outbox_.Send(host::MakeMessage("transition", *host::NumberOf(command->fields[0].names, name)));
 }
 
 void Dialogue::SelectMode(bool on) {
@@ -48,8 +48,8 @@ void Dialogue::SelectMode(bool on) {
   selectMode_ = on;
 }
 
-// The display goes from Main to Wad by some of its keys itself; the request is for those that do not, and is
-// without effect on Wad. Select mode is left on between pages, because its end would lead to Main.
+// Some keys of the display change from Main to Wad by themselves. The request is for the other keys; on Wad it
+// has no effect. Select mode stays on between pages: ending it would make the display go to Main.
 void Dialogue::ShowWad(view_t view, bool menu) {
   if (view_ == view_t::CONFIGURATION) Transition("config-to-wad");
   if (view_ == view_t::OPERATING) Transition("main-to-wad");
@@ -60,7 +60,7 @@ void Dialogue::ShowWad(view_t view, bool menu) {
 
 void Dialogue::LeaveWad() {
   if (selectMode_) {
-    SelectMode(false);  // which brings the display back to Main
+    SelectMode(false);  // the display then returns to Main by itself
   } else {
     Transition("wad-to-main");
   }
@@ -69,7 +69,7 @@ void Dialogue::LeaveWad() {
   returnAt_ms_.reset();
 }
 
-void Dialogue::Tell(text_t notice) {
+void Dialogue::Tell(phrase_t notice) {
   notice_ = notice;
   noticeEnd_ms_ = now_ms_ + NOTICE_MS;
 }
@@ -79,7 +79,7 @@ void Dialogue::ReturnIn(std::int64_t time_ms) {
 }
 
 void Dialogue::Select(unsigned choice) {
-  if (!HasMenu()) return Tell(text_t::NOTHING_TO_SELECT);
+  if (!HasMenu()) return Tell(phrase_t::NOTHING_TO_SELECT);
   if (view_ == view_t::BASE_MENU) return SelectBase(choice);
   ToggleLimit(choice);
 }

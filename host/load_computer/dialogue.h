@@ -1,5 +1,5 @@
-// The load computer's side of the talk with the operator: which page it has put on the display, and what each
-// host key does.
+// The load computer's dialogue with the operator: which page it shows on the display, and what each host key
+// does.
 #pragma once
 
 #include <cstdint>
@@ -16,53 +16,54 @@
 
 namespace simulate {
 
-// What the host shows. The display has one page, Wad, for the host's own texts; Config is a page of its own.
+// What the host shows. The display has one page, Wad, for texts of the host; CONFIGURATION is its page Config.
 enum class view_t : std::uint8_t { OPERATING, INFO, BASE_MENU, SWING, CALIBRATION, CONFIGURATION };
 constexpr std::array<std::string_view, 6> VIEW_NAMES = {"operating", "info",        "base-menu",
                                                         "swing",     "calibration", "configuration"};
 constexpr unsigned INFO_PAGES = 4;
-constexpr unsigned LIMITS_PAGE = 1;  // the info page with a menu of the operator's limits
+constexpr unsigned LIMITS_PAGE = 1;  // the info page with the menu of the operator's limits
 
-// How swing stands on the display: in degrees, as the area under the boom, or as the arc that the chart is for.
+// How the display shows swing: in degrees, as the area under the boom, or as the arc that the load chart
+// covers.
 enum class swing_shown_t : std::uint8_t { NUMBER, AREA, CHART };
 constexpr std::array<std::string_view, 3> SWING_SHOWN_NAMES = {"number", "area", "chart"};
 
-// What the operator has set; it outlives a restart of the host.
+// The operator's settings; they survive a restart of the host.
 struct settings_t {
   unsigned language = 0;  // as the protocol numbers them
   units_t units = units_t::IMPERIAL;
   swing_shown_t swing = swing_shown_t::NUMBER;
 };
 
-// Everything that a key may change.
+// What a key may read or change.
 struct cab_t {
   crane::Crane& crane;
   crane::Limits& limits;
   Bell& bell;
   settings_t& settings;
-  const measured_t& measured;  // the last look
+  const measured_t& measured;  // the last measurement
 };
 
 class Dialogue {
  public:
   Dialogue(const cab_t& cab, Outbox& outbox) : cab_(cab), outbox_(outbox) {}
 
-  // A host key, 1 to 22, as the display reports it. Others are nothing.
+  // Carries out a host key, 1 to 22, as the display reports it. Other numbers do nothing.
   void Press(unsigned key);
   void Step(std::int64_t now_ms);
-  // As after power-up.
+  // Returns to the state after power-up.
   void Reset();
 
   view_t Shown() const { return view_; }
   unsigned InfoPage() const { return infoPage_; }
-  // A word on what the last key did, for a few seconds.
-  std::optional<text_t> Notice() const { return notice_; }
-  // The select keys choose something.
+  // What the last key did; shown for a few seconds.
+  std::optional<phrase_t> Notice() const { return notice_; }
+  // True if the select keys choose from a menu.
   bool HasMenu() const;
-  // Asks for what brings a display that has just been started from Slate to the page shown.
+  // Sends the page request that brings a display from Slate, its first page, to the page shown.
   void LeadFromSlate();
 
-  // One for each host key. `about` is what the operator sees.
+  // One row for each host key. `about` says what the operator sees.
   struct reaction_t {
     std::uint8_t key;
     std::string_view about;
@@ -75,7 +76,7 @@ class Dialogue {
   void LeaveWad();
   void SelectMode(bool on);
   void Transition(std::string_view name);
-  void Tell(text_t notice);
+  void Tell(phrase_t notice);
   void ReturnIn(std::int64_t time_ms);
   void Select(unsigned choice);
   template <unsigned CHOICE>
@@ -85,8 +86,8 @@ class Dialogue {
   void SelectBase(unsigned choice);
   void ToggleLimit(unsigned choice);
 
-  // Something that is there or not; `on` and `off` say which.
-  void Toggle(bool crane::rigging_t::*part, text_t on, text_t off);
+  // Mounts or removes a part; `on` and `off` are the notices.
+  void Toggle(bool crane::rigging_t::*member, phrase_t on, phrase_t off);
   void ToggleBoomMode();
   void NextWinch();
   void ToggleCounterweight();
@@ -110,8 +111,8 @@ class Dialogue {
   Outbox& outbox_;
   view_t view_ = view_t::OPERATING;
   unsigned infoPage_ = 0;
-  bool selectMode_ = false;  // as last sent
-  std::optional<text_t> notice_;
+  bool selectMode_ = false;  // as sent last
+  std::optional<phrase_t> notice_;
   std::int64_t now_ms_ = 0;
   std::int64_t noticeEnd_ms_ = 0;
   std::optional<std::int64_t> returnAt_ms_;

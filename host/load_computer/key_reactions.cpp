@@ -1,4 +1,4 @@
-// The host keys, one by one.
+// What each host key does.
 #include <array>
 
 #include "host/load_computer/dialogue.h"
@@ -7,7 +7,7 @@ namespace simulate {
 namespace {
 
 constexpr std::int64_t SWING_PAGE_MS = 2500;
-// The display has left its configuration page by then and can be asked to leave the next one.
+// By then the display has left its configuration page and accepts the request to leave the next page.
 constexpr std::int64_t CONFIGURATION_LEFT_MS = 1000;
 
 }  // namespace
@@ -40,15 +40,15 @@ std::span<const Dialogue::reaction_t> Dialogue::Reactions() {
   return REACTIONS;
 }
 
-void Dialogue::Toggle(bool crane::rigging_t::*part, text_t on, text_t off) {
+void Dialogue::Toggle(bool crane::rigging_t::*member, phrase_t on, phrase_t off) {
   crane::rigging_t rigging = cab_.crane.Rigging();
-  rigging.*part = !(rigging.*part);
+  rigging.*member = !(rigging.*member);
   cab_.crane.Rig(rigging);
-  Tell(rigging.*part ? on : off);
+  Tell(rigging.*member ? on : off);
 }
 
 void Dialogue::ToggleBoomMode() {
-  Toggle(&crane::rigging_t::manualBoom, text_t::BOOM_MANUAL, text_t::BOOM_TOGETHER);
+  Toggle(&crane::rigging_t::manualBoom, phrase_t::BOOM_MANUAL, phrase_t::BOOM_TOGETHER);
 }
 
 void Dialogue::NextWinch() {
@@ -56,11 +56,11 @@ void Dialogue::NextWinch() {
   const bool front = rigging.winch == crane::winch_t::FRONT;
   rigging.winch = front ? crane::winch_t::REAR : crane::winch_t::FRONT;
   cab_.crane.Rig(rigging);
-  Tell(front ? text_t::REAR_WINCH : text_t::FRONT_WINCH);
+  Tell(front ? phrase_t::REAR_WINCH : phrase_t::FRONT_WINCH);
 }
 
 void Dialogue::ToggleCounterweight() {
-  Toggle(&crane::rigging_t::counterweight, text_t::COUNTERWEIGHT, text_t::NO_COUNTERWEIGHT);
+  Toggle(&crane::rigging_t::counterweight, phrase_t::COUNTERWEIGHT, phrase_t::NO_COUNTERWEIGHT);
 }
 
 void Dialogue::ToggleStowed() {
@@ -69,14 +69,14 @@ void Dialogue::ToggleStowed() {
   rigging.jib = stowed ? crane::jib_t::ABSENT : crane::jib_t::STOWED;
   if (rigging.pick == crane::pick_t::FLY) rigging.pick = crane::pick_t::MAIN_BOOM;
   cab_.crane.Rig(rigging);
-  Tell(stowed ? text_t::NO_JIB : text_t::JIB_STOWED);
+  Tell(stowed ? phrase_t::NO_JIB : phrase_t::JIB_STOWED);
 }
 
 void Dialogue::CancelAlarm() {
-  Tell(cab_.bell.Silence() ? text_t::SILENCED : text_t::NOTHING_TO_SILENCE);
+  Tell(cab_.bell.Silence() ? phrase_t::SILENCED : phrase_t::NOTHING_TO_SILENCE);
 }
 
-// Also when nothing but the operating page is shown: the display may have gone to Wad by itself.
+// Sends the request on the operating page too: the display may have changed to Wad by itself.
 void Dialogue::ExitToMain() {
   LeaveWad();
 }
@@ -91,7 +91,7 @@ void Dialogue::FewerParts() {
   ChangeParts(-1);
 }
 
-// The display has no key for fewer on its pages, so that the most is followed by one.
+// The display's pages have no key for fewer parts, so after the most comes 1.
 void Dialogue::MoreParts() {
   ChangeParts(1);
 }
@@ -114,7 +114,7 @@ void Dialogue::ToggleAux() {
   rigging.auxHead = !rigging.auxHead;
   if (rigging.pick == crane::pick_t::AUX) rigging.pick = crane::pick_t::MAIN_BOOM;
   cab_.crane.Rig(rigging);
-  Tell(rigging.auxHead ? text_t::AUX_ON : text_t::AUX_OFF);
+  Tell(rigging.auxHead ? phrase_t::AUX_ON : phrase_t::AUX_OFF);
 }
 
 void Dialogue::NextPick() {
@@ -129,7 +129,7 @@ void Dialogue::NextPick() {
     rigging.pick = pick_t::MAIN_BOOM;
   }
   cab_.crane.Rig(rigging);
-  static constexpr std::array<text_t, 3> NOTICES = {text_t::MAIN_BOOM, text_t::AUX_HEAD, text_t::FLY};
+  static constexpr std::array<phrase_t, 3> NOTICES = {phrase_t::MAIN_BOOM, phrase_t::AUX_HEAD, phrase_t::FLY};
   Tell(NOTICES[static_cast<std::size_t>(rigging.pick)]);
 }
 
@@ -163,7 +163,7 @@ void Dialogue::NextSwing() {
 }
 
 void Dialogue::ToggleManBasket() {
-  Toggle(&crane::rigging_t::manBasket, text_t::MAN_BASKET, text_t::NO_MAN_BASKET);
+  Toggle(&crane::rigging_t::manBasket, phrase_t::MAN_BASKET, phrase_t::NO_MAN_BASKET);
 }
 
 }  // namespace simulate

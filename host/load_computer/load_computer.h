@@ -1,8 +1,9 @@
-// The host load computer: reckons what the crane may lift, and keeps the display informed at a host's pace.
+// The host load computer: computes what the crane may lift and sends the display its data at the pace of a real
+// host.
 //
-// It lives in a time of its own, a hundredth of a second a step, so that ten minutes can pass in a second and
-// the same seed puts the same bytes on the bus. What it sends never depends on when the display answers, or
-// whether it does; only on the keys that are pressed.
+// It has its own clock of 10 ms steps, so that ten minutes can pass in a second and the same seed gives the
+// same bytes on the bus. For the same reason its messages depend on the keys that are pressed, never on whether
+// and when the display answers.
 #pragma once
 
 #include <cstdint>
@@ -15,8 +16,8 @@
 #include "host/load_computer/outbox.h"
 #include "host/load_computer/page_texts.h"
 #include "host/load_computer/sensors.h"
-#include "host/load_computer/state.h"
-#include "host/protocol/operating_values.h"
+#include "host/load_computer/simulation_state.h"
+#include "host/protocol/cmd2_values.h"
 #include "host/protocol/reassembly.h"
 
 namespace simulate {
@@ -25,17 +26,16 @@ constexpr std::int64_t TICK_MS = 10;
 
 class LoadComputer {
  public:
-  // The display lives in real time: `speed` says how much faster than that the crane's passes; 0 where nobody
-  // can say.
+  // `speed` is the crane's time divided by real time, in which the display works; 0 if unknown.
   LoadComputer(crane::LoadChart chart, std::uint32_t seed, double speed = 1);
   LoadComputer(const LoadComputer&) = delete;
   LoadComputer& operator=(const LoadComputer&) = delete;
 
-  // The next hundredth of a second. Gives what is to be sent in it, in order.
-  std::vector<transmission_t> Step();
-  // A frame of the bus; others than the display's are passed over.
-  void Hear(const bus::frame_t& frame);
-  // A host key as the display reports it.
+  // Computes the next 10 ms and returns the messages to send in them, in order.
+  std::vector<message_frames_t> Step();
+  // Takes a frame of the bus; frames of other stations than the display are ignored.
+  void Accept(const bus::frame_t& frame);
+  // Carries out a host key as if the display had reported it.
   void Press(unsigned key) { dialogue_.Press(key); }
 
   std::int64_t Now_ms() const { return now_ms_; }
@@ -43,36 +43,34 @@ class LoadComputer {
   crane::Limits& Limits() { return limits_; }
   Sensors& TheSensors() { return sensors_; }
   settings_t& Settings() { return settings_; }
-  // The link is cut for that long; the crane moves on.
+  // Sends nothing for so long; the crane keeps moving.
   void FallSilent(double seconds);
-  // The host goes down and comes up again after two seconds, with its start-up conversation. The operator's
-  // limits are gone, language and units stay.
+  // Restarts the host: two seconds of silence, then the start-up messages. The operator's limits are lost;
+  // language and units stay.
   void Restart();
-  // Everything at the fastest that a host does, with texts that fill a message.
+  // Sends everything at a host's highest rate, with texts that fill a message.
   void SetFullTraffic(bool full);
-  // Commands by name, as `hx7 send` takes them. Throws host::UsageError.
+  // Sends commands by name, with the arguments of `hx7 send`. Throws host::UsageError.
   void Send(std::span<const std::string> arguments);
 
-  state_t State() const;
+  simulation_state_t State() const;
 
  private:
-  using message_t = host::Message;
-
   bool Every(std::int64_t period_ms) const { return (now_ms_ - begin_ms_) % period_ms == 0; }
-  std::int64_t OfDisplay(std::int64_t time_ms) const;
-  void Greet();
-  void Look();
-  void Converse();
+  std::int64_t ToCraneTime_ms(std::int64_t time_ms) const;
+  void SendGreeting();
+  void Measure();
+  void SendUsual();
   void SendValues();
   void SendChanges();
   void Refresh();
-  void AskForPage();
+  void RequestPage();
   void SendFullTraffic();
-  void SendIfNew(const message_t& message);
-  std::vector<message_t> Settled() const;
-  message_t ValidKeys() const;
-  message_t FullTexts() const;
-  page_t Page() const { return {cab_, dialogue_, sensors_, chart_}; }
+  void SendIfNew(const host::MessageBytes& message);
+  std::vector<host::MessageBytes> MakeSettings() const;
+  host::MessageBytes MakeValidKeys() const;
+  host::MessageBytes MakeFullTexts() const;
+  page_inputs_t PageInputs() const { return {cab_, dialogue_, sensors_, chart_}; }
 
   const crane::LoadChart chart_;
   const double speed_;
@@ -85,20 +83,20 @@ class LoadComputer {
   Outbox outbox_;
   cab_t cab_;
   Dialogue dialogue_;
-  host::OperatingValues values_;  // as last sent
+  host::Cmd2Values values_;  // as last sent
   host::Reassembler display_;
   std::uint64_t replies_ = 0;
-  std::string fileId_;  // of the display's program, as it last said
+  std::string fileId_;  // of the display's program, as it replied last
 
   std::int64_t now_ms_ = 0;
-  std::int64_t begin_ms_ = 0;  // of the conversation
+  std::int64_t begin_ms_ = 0;  // of the start-up messages
   std::int64_t silentUntil_ms_ = 0;
-  std::int64_t heard_ms_ = 0;      // when the display was heard last
-  std::int64_t askedFrom_ms_ = 0;  // since when the display is asked for its page
+  std::int64_t heard_ms_ = 0;      // when the last frame of the display came
+  std::int64_t askedFrom_ms_ = 0;  // since when page requests are sent
   bool fullTraffic_ = false;
   unsigned refreshed_ = 0;
-  // What was last sent of each command that only changes now and then; the key is command and sub-command.
-  std::map<unsigned, message_t> sent_;
+  // The last message of each command that is sent on change; the key is command and sub-command.
+  std::map<unsigned, host::MessageBytes> sent_;
 };
 
 }  // namespace simulate

@@ -1,4 +1,4 @@
-// What the load computer has to say, message by message, until somebody puts it on the bus.
+// The messages of the load computer's present step, in order, until the simulation puts them on the bus.
 #pragma once
 
 #include <string_view>
@@ -9,20 +9,20 @@
 
 namespace simulate {
 
-// The frames of one message. They go out together and in order.
-using transmission_t = std::vector<bus::frame_t>;
+// The frames of one message; they are sent together and in order.
+using message_frames_t = std::vector<bus::frame_t>;
 
 class Outbox {
  public:
-  void Send(const host::Message& message) { transmissions_.push_back(host::Segment(message)); }
-  void Send(std::string_view command, double value) { Send(host::Encode(command, value)); }
-  void Request(std::string_view command) { Send(host::Encode(command)); }
-  void Send(transmission_t transmission) { transmissions_.push_back(std::move(transmission)); }
-  std::vector<transmission_t> Take() { return std::exchange(transmissions_, {}); }
-  void Clear() { transmissions_.clear(); }
+  void Send(const host::MessageBytes& message) { messages_.push_back(host::CutIntoFrames(message)); }
+  void Send(std::string_view command, double value) { Send(host::MakeMessage(command, value)); }
+  void Request(std::string_view command) { Send(host::MakeMessage(command)); }
+  void Send(message_frames_t frames) { messages_.push_back(std::move(frames)); }
+  std::vector<message_frames_t> Drain() { return std::exchange(messages_, {}); }
+  void Clear() { messages_.clear(); }
 
  private:
-  std::vector<transmission_t> transmissions_;
+  std::vector<message_frames_t> messages_;
 };
 
 }  // namespace simulate

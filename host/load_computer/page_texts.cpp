@@ -10,19 +10,22 @@
 namespace simulate {
 namespace {
 
-using texts_t = std::vector<host::text_t>;
+using texts_t = std::vector<host::field_text_t>;
 
 constexpr const char* PROGRAM_VERSION = "HX7 " ORVIK_VERSION;
-constexpr std::array<text_t, 4> BASE_TEXTS = {text_t::ON_TIRES, text_t::OUTRIGGERS_RETRACTED,
-                                              text_t::OUTRIGGERS_HALF, text_t::OUTRIGGERS_EXTENDED};
-constexpr std::array<text_t, 4> BASE_CHOICES = {text_t::TIRES, text_t::RETRACTED, text_t::HALF,
-                                                text_t::EXTENDED};
-constexpr std::array<text_t, 3> PICK_TEXTS = {text_t::MAIN_BOOM, text_t::AUX_HEAD, text_t::FLY};
-constexpr std::array<text_t, 4> AREA_TEXTS = {text_t::FRONT, text_t::FRONT_ARC, text_t::SIDE, text_t::REAR};
-constexpr std::array<text_t, 3> SWING_TEXTS = {text_t::SWING_NUMBER, text_t::SWING_AREA, text_t::SWING_CHART};
-constexpr std::array<text_t, 4> LIMIT_TEXTS = {text_t::ANGLE, text_t::RADIUS, text_t::EXTENSION, text_t::SWING};
+constexpr std::array<phrase_t, 4> BASE_TEXTS = {phrase_t::ON_TIRES, phrase_t::OUTRIGGERS_RETRACTED,
+                                                phrase_t::OUTRIGGERS_HALF, phrase_t::OUTRIGGERS_EXTENDED};
+constexpr std::array<phrase_t, 4> BASE_CHOICES = {phrase_t::TIRES, phrase_t::RETRACTED, phrase_t::HALF,
+                                                  phrase_t::EXTENDED};
+constexpr std::array<phrase_t, 3> PICK_TEXTS = {phrase_t::MAIN_BOOM, phrase_t::AUX_HEAD, phrase_t::FLY};
+constexpr std::array<phrase_t, 4> AREA_TEXTS = {phrase_t::FRONT, phrase_t::FRONT_ARC, phrase_t::SIDE,
+                                                phrase_t::REAR};
+constexpr std::array<phrase_t, 3> SWING_TEXTS = {phrase_t::SWING_NUMBER, phrase_t::SWING_AREA,
+                                                 phrase_t::SWING_CHART};
+constexpr std::array<phrase_t, 4> LIMIT_TEXTS = {phrase_t::ANGLE, phrase_t::RADIUS, phrase_t::EXTENSION,
+                                                 phrase_t::SWING};
 
-std::string Number(double value, int digits) {
+std::string FormatNumber(double value, int digits) {
   if (std::isnan(value)) return "---";
   const double scale = std::pow(10, digits);
   const double rounded = std::round(value * scale) / scale + 0.0;  // which takes the sign off a negative zero
@@ -33,23 +36,23 @@ std::string Number(double value, int digits) {
 }
 
 template <typename E, std::size_t N>
-text_t TextFor(const std::array<text_t, N>& texts, E value) {
+phrase_t TextFor(const std::array<phrase_t, N>& texts, E value) {
   return texts[static_cast<std::size_t>(value)];
 }
 
-// Gathers the texts of one page.
-class Page {
+// Collects the texts of one page.
+class PageWriter {
  public:
-  explicit Page(const page_t& page) : page_(page), language_(page.cab.settings.language) {}
+  explicit PageWriter(const page_inputs_t& page) : page_(page), language_(page.cab.settings.language) {}
   texts_t Make();
 
  private:
   void Put(std::string_view field, std::string text) {
     if (!text.empty()) texts_.push_back({*host::FindTextField(field), std::move(text)});
   }
-  void Put(std::string_view field, text_t text) { Put(field, std::string(Say(text, language_))); }
-  void PutRow(unsigned line, text_t label, std::string value);
-  void PutChoice(unsigned choice, text_t name, std::string state);
+  void Put(std::string_view field, phrase_t text) { Put(field, std::string(Say(text, language_))); }
+  void PutRow(unsigned line, phrase_t label, std::string value);
+  void PutChoice(unsigned choice, phrase_t name, std::string state);
   void PutLabels();
   void KeepWhatFits();
   void Operating();
@@ -69,145 +72,145 @@ class Page {
   const crane::Crane& Crane() const { return page_.cab.crane; }
   units_t InUnits() const { return page_.cab.settings.units; }
 
-  const page_t& page_;
+  const page_inputs_t& page_;
   unsigned language_;
   texts_t texts_;
 };
 
-std::string Page::Metres(double metres) const {
-  return Number(Length(metres, InUnits()), 1) + " " + LengthUnit(InUnits());
+std::string PageWriter::Metres(double metres) const {
+  return FormatNumber(Length(metres, InUnits()), 1) + " " + LengthUnit(InUnits());
 }
 
-std::string Page::Bar(double bar) const {
-  return Number(Pressure(bar, InUnits()), 0) + " " + PressureUnit(InUnits());
+std::string PageWriter::Bar(double bar) const {
+  return FormatNumber(Pressure(bar, InUnits()), 0) + " " + PressureUnit(InUnits());
 }
 
-std::string Page::Jib() const {
+std::string PageWriter::Jib() const {
   const crane::jib_t jib = Crane().Rigging().jib;
-  if (jib == crane::jib_t::ABSENT) return std::string(Say(text_t::NO_JIB, language_));
-  if (jib == crane::jib_t::STOWED) return std::string(Say(text_t::JIB_STOWED, language_));
-  return Say(crane::IsLong(jib) ? text_t::LONG_FLY : text_t::SHORT_FLY, language_,
-             Number(crane::OffsetOf(jib), 0));
+  if (jib == crane::jib_t::ABSENT) return std::string(Say(phrase_t::NO_JIB, language_));
+  if (jib == crane::jib_t::STOWED) return std::string(Say(phrase_t::JIB_STOWED, language_));
+  return Say(crane::IsLong(jib) ? phrase_t::LONG_FLY : phrase_t::SHORT_FLY, language_,
+             FormatNumber(crane::OffsetOf(jib), 0));
 }
 
-void Page::PutRow(unsigned line, text_t label, std::string value) {
+void PageWriter::PutRow(unsigned line, phrase_t label, std::string value) {
   const std::string field = "line" + std::to_string(line);
   Put(field + "-left", label);
   Put(field + "-right", std::move(value));
 }
 
-// Choices 1 and 2 stand on the left, 3 and 4 on the right, each beside its key.
-void Page::PutChoice(unsigned choice, text_t name, std::string state) {
+// The display shows choices 1 and 2 on the left, 3 and 4 on the right, each beside its key.
+void PageWriter::PutChoice(unsigned choice, phrase_t name, std::string state) {
   const std::string field = "select" + std::to_string(choice + 1);
   Put(field + "-linea", name);
   Put(field + "-lineb", std::move(state));
 }
 
-// Which jib stands where.
-void Page::PutLabels() {
+// Which jib is erected and which is stowed.
+void PageWriter::PutLabels() {
   constexpr const char* NONE = "-";
   const crane::jib_t jib = Crane().Rigging().jib;
   Put("erected", crane::IsErected(jib) ? Jib() : NONE);
-  Put("stowed", jib == crane::jib_t::STOWED ? std::string(Say(text_t::FLY, language_)) : NONE);
+  Put("stowed", jib == crane::jib_t::STOWED ? std::string(Say(phrase_t::FLY, language_)) : NONE);
 }
 
-// An alarm or a notice has the last line for itself.
-void Page::Alarm() {
-  const auto alarm = TextOf(page_.cab.bell.Now());
+// An alarm or a notice fills the last line; without either, it shows parts of line and counterweight.
+void PageWriter::Alarm() {
+  const auto alarm = PhraseFor(page_.cab.bell.Now());
   if (const auto notice = page_.dialogue.Notice()) {
     Put("line4-center", *notice);
   } else if (alarm) {
     Put("line4-center", *alarm);
   } else {
     const crane::rigging_t& rigging = Crane().Rigging();
-    Put("line4-left", Say(text_t::PARTS_OF_LINE, language_, std::to_string(rigging.parts)));
-    Put("counterweight", rigging.counterweight ? text_t::COUNTERWEIGHT : text_t::NO_COUNTERWEIGHT);
+    Put("line4-left", Say(phrase_t::PARTS_OF_LINE, language_, std::to_string(rigging.parts)));
+    Put("counterweight", rigging.counterweight ? phrase_t::COUNTERWEIGHT : phrase_t::NO_COUNTERWEIGHT);
   }
   if (alarm) Put("flash-msg", *alarm);
 }
 
-void Page::Operating() {
+void PageWriter::Operating() {
   const crane::rigging_t& rigging = Crane().Rigging();
   Put("outriggers", TextFor(BASE_TEXTS, Crane().WantedBase()));
   Put("swing-text", TextFor(AREA_TEXTS, Crane().Over()));
   Put("jib", Jib());
-  Put("aux", rigging.auxHead ? text_t::AUX_ON : text_t::AUX_OFF);
-  Put("pickpoint", rigging.manBasket ? text_t::MAN_BASKET : TextFor(PICK_TEXTS, rigging.pick));
-  Put("winch", rigging.winch == crane::winch_t::FRONT ? text_t::FRONT_WINCH : text_t::REAR_WINCH);
+  Put("aux", rigging.auxHead ? phrase_t::AUX_ON : phrase_t::AUX_OFF);
+  Put("pickpoint", rigging.manBasket ? phrase_t::MAN_BASKET : TextFor(PICK_TEXTS, rigging.pick));
+  Put("winch", rigging.winch == crane::winch_t::FRONT ? phrase_t::FRONT_WINCH : phrase_t::REAR_WINCH);
   Alarm();
 }
 
-void Page::Heights() {
-  PutRow(2, text_t::HOOK_HEIGHT, Metres(Crane().HookHeight()));
-  PutRow(3, text_t::HEAD_HEIGHT, Metres(Crane().SheaveHeight()));
-  PutRow(4, text_t::LINE_SPEED, Metres(std::abs(Crane().LineSpeed())) + "/s");
+void PageWriter::Heights() {
+  PutRow(2, phrase_t::HOOK_HEIGHT, Metres(Crane().HookHeight()));
+  PutRow(3, phrase_t::HEAD_HEIGHT, Metres(Crane().SheaveHeight()));
+  PutRow(4, phrase_t::LINE_SPEED, Metres(std::abs(Crane().LineSpeed())) + "/s");
 }
 
-std::string Page::LimitText(crane::quantity_t quantity) const {
-  if (!page_.cab.limits.IsSet(quantity)) return std::string(Say(text_t::OFF, language_));
+std::string PageWriter::LimitText(crane::quantity_t quantity) const {
+  if (!page_.cab.limits.IsSet(quantity)) return std::string(Say(phrase_t::OFF, language_));
   const bool metres = quantity == crane::quantity_t::RADIUS || quantity == crane::quantity_t::EXTENSION;
-  const auto side = [&](double value) { return Number(metres ? Length(value, InUnits()) : value, 1); };
+  const auto side = [&](double value) { return FormatNumber(metres ? Length(value, InUnits()) : value, 1); };
   const crane::limit_t& limit = page_.cab.limits.Get(quantity);
   const std::string least = limit.least ? side(*limit.least) : "";
   const std::string most = limit.most ? side(*limit.most) : "";
   return least + (limit.least && limit.most ? " / " : limit.most ? "< " : " <") + most;
 }
 
-void Page::LimitsMenu() {
+void PageWriter::LimitsMenu() {
   for (unsigned choice = 0; choice < LIMIT_TEXTS.size(); ++choice) {
     PutChoice(choice, LIMIT_TEXTS[choice], LimitText(static_cast<crane::quantity_t>(choice)));
   }
 }
 
-void Page::Pressures() {
-  PutRow(2, text_t::PISTON, Bar(page_.cab.measured.piston));
-  PutRow(3, text_t::ROD, Bar(page_.cab.measured.rod));
-  PutRow(4, text_t::WIND, Metres(page_.sensors.Wind()) + "/s");
+void PageWriter::Pressures() {
+  PutRow(2, phrase_t::PISTON, Bar(page_.cab.measured.piston));
+  PutRow(3, phrase_t::ROD, Bar(page_.cab.measured.rod));
+  PutRow(4, phrase_t::WIND, Metres(page_.sensors.Wind()) + "/s");
 }
 
-void Page::Program() {
-  PutRow(2, text_t::PROGRAM, PROGRAM_VERSION);
-  PutRow(3, text_t::CHART, page_.chart.Name());
+void PageWriter::Program() {
+  PutRow(2, phrase_t::PROGRAM, PROGRAM_VERSION);
+  PutRow(3, phrase_t::CHART, page_.chart.Name());
 }
 
-void Page::Info() {
-  using part_t = void (Page::*)();
-  static constexpr std::array<part_t, INFO_PAGES> PARTS = {&Page::Heights, &Page::LimitsMenu, &Page::Pressures,
-                                                           &Page::Program};
+void PageWriter::Info() {
+  using writer_t = void (PageWriter::*)();
+  static constexpr std::array<writer_t, INFO_PAGES> WRITERS = {&PageWriter::Heights, &PageWriter::LimitsMenu,
+                                                               &PageWriter::Pressures, &PageWriter::Program};
   const unsigned shown = page_.dialogue.InfoPage();
-  // The menu has no line to spare.
+  // The menu fills all lines.
   if (shown != LIMITS_PAGE) {
     Put("line1-center",
-        Say(text_t::INFO, language_, std::to_string(shown + 1) + "/" + std::to_string(INFO_PAGES)));
+        Say(phrase_t::INFO, language_, std::to_string(shown + 1) + "/" + std::to_string(INFO_PAGES)));
   }
-  (this->*PARTS[shown])();
+  (this->*WRITERS[shown])();
 }
 
-void Page::BaseMenu() {
+void PageWriter::BaseMenu() {
   for (unsigned choice = 0; choice < BASE_CHOICES.size(); ++choice) {
     const bool selected = static_cast<unsigned>(Crane().WantedBase()) == choice;
     PutChoice(choice, BASE_CHOICES[choice],
-              selected ? std::string(Say(text_t::SELECTED, language_)) : std::string());
+              selected ? std::string(Say(phrase_t::SELECTED, language_)) : std::string());
   }
 }
 
-void Page::Swing() {
+void PageWriter::Swing() {
   Put("line2-center", TextFor(SWING_TEXTS, page_.cab.settings.swing));
   Put("line3-center", TextFor(AREA_TEXTS, Crane().Over()));
 }
 
-void Page::Calibration() {
+void PageWriter::Calibration() {
   const measured_t& now = page_.cab.measured;
-  Put("line1-center", text_t::CALIBRATION);
-  PutRow(2, text_t::ANGLE, Number(now.angle, 1) + "°");
-  PutRow(3, text_t::EXTENSION, Metres(now.extension));
-  PutRow(4, text_t::PISTON, Bar(now.piston));
+  Put("line1-center", phrase_t::CALIBRATION);
+  PutRow(2, phrase_t::ANGLE, FormatNumber(now.angle, 1) + "°");
+  PutRow(3, phrase_t::EXTENSION, Metres(now.extension));
+  PutRow(4, phrase_t::PISTON, Bar(now.piston));
 }
 
-// The labels go first. With the words and numbers as they are nothing has to.
-void Page::KeepWhatFits() {
+// Drops the last texts, the jib labels first, if the message would be too long. The present texts all fit.
+void PageWriter::KeepWhatFits() {
   std::size_t room = MessageRoom(MAX_MESSAGE_FRAMES) - host::TEXTS_BEGIN;
-  const auto tooMuch = std::ranges::find_if(texts_, [&](const host::text_t& text) {
+  const auto tooMuch = std::ranges::find_if(texts_, [&](const host::field_text_t& text) {
     const std::size_t size = host::TEXT_HEADER + text.text.size();
     if (size > room) return true;
     room -= size;
@@ -216,13 +219,13 @@ void Page::KeepWhatFits() {
   texts_.erase(tooMuch, texts_.end());
 }
 
-texts_t Page::Make() {
-  using part_t = void (*)(Page&);
-  static constexpr std::array<part_t, VIEW_NAMES.size()> PARTS = {
-      [](Page& page) { page.Operating(); },   [](Page& page) { page.Info(); },
-      [](Page& page) { page.BaseMenu(); },    [](Page& page) { page.Swing(); },
-      [](Page& page) { page.Calibration(); }, [](Page& page) { page.Operating(); }};
-  PARTS[static_cast<std::size_t>(page_.dialogue.Shown())](*this);
+texts_t PageWriter::Make() {
+  using writer_t = void (*)(PageWriter&);
+  static constexpr std::array<writer_t, VIEW_NAMES.size()> WRITERS = {
+      [](PageWriter& page) { page.Operating(); },   [](PageWriter& page) { page.Info(); },
+      [](PageWriter& page) { page.BaseMenu(); },    [](PageWriter& page) { page.Swing(); },
+      [](PageWriter& page) { page.Calibration(); }, [](PageWriter& page) { page.Operating(); }};
+  WRITERS[static_cast<std::size_t>(page_.dialogue.Shown())](*this);
   PutLabels();
   KeepWhatFits();
   return std::move(texts_);
@@ -230,14 +233,15 @@ texts_t Page::Make() {
 
 }  // namespace
 
-std::vector<host::text_t> TextsOf(const page_t& page) {
-  return Page(page).Make();
+std::vector<host::field_text_t> MakePageTexts(const page_inputs_t& page) {
+  return PageWriter(page).Make();
 }
 
-std::string FlashOf(const page_t& page) {
+std::string MakeFlashText(const page_inputs_t& page) {
   const unsigned language = page.cab.settings.language;
-  if (const auto alarm = TextOf(page.cab.bell.Now())) return std::string(Say(*alarm, language));
-  if (page.dialogue.Shown() == view_t::CONFIGURATION) return std::string(Say(text_t::CONFIGURATION, language));
+  if (const auto alarm = PhraseFor(page.cab.bell.Now())) return std::string(Say(*alarm, language));
+  if (page.dialogue.Shown() == view_t::CONFIGURATION)
+    return std::string(Say(phrase_t::CONFIGURATION, language));
   return " ";
 }
 

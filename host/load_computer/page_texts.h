@@ -1,4 +1,4 @@
-// The texts of the page that the host shows, laid into the display's fields.
+// The texts of the page that the host shows, for the display's text fields.
 #pragma once
 
 #include <string>
@@ -10,16 +10,16 @@
 
 namespace simulate {
 
-struct page_t {
+struct page_inputs_t {
   const cab_t& cab;
   const Dialogue& dialogue;
   const Sensors& sensors;
   const crane::LoadChart& chart;
 };
 
-// At most one text a field; they fit into one message.
-std::vector<host::text_t> TextsOf(const page_t& page);
-// What the configuration page flashes; a blank where there is nothing to say.
-std::string FlashOf(const page_t& page);
+// At most one text for each field; together they fit into one message.
+std::vector<host::field_text_t> MakePageTexts(const page_inputs_t& page);
+// The flash message of the configuration page; a blank if there is none.
+std::string MakeFlashText(const page_inputs_t& page);
 
 }  // namespace simulate

@@ -1,5 +1,4 @@
-// What the load computer knows of the crane: the crane's state through sensors that tremble a little and can
-// fail.
+// What the load computer measures: the crane's state through sensors that have noise and can fail.
 #pragma once
 
 #include <array>
@@ -12,7 +11,8 @@
 
 namespace simulate {
 
-// Metres, kilograms, degrees, bar. NaN where a sensor has failed, and in all that follows from it.
+// Units: metres, kilograms, degrees, bar. A value is NaN if its sensor, or one that it is computed from, has
+// failed.
 struct measured_t {
   double capacity = 0;
   double load = 0;
@@ -26,27 +26,34 @@ struct measured_t {
   bool twoBlock = false;
 };
 
-// Faults that can be put in and taken out again.
-enum class fault_t : std::uint8_t { LOAD_CELL, ANGLE_SENSOR, LENGTH_SENSOR, SWING_SENSOR, TWO_BLOCK_SWITCH };
-constexpr std::array<std::string_view, 5> FAULT_NAMES = {"load-cell", "angle-sensor", "length-sensor",
-                                                         "swing-sensor", "two-block-switch"};
+// Sensor faults that scenarios can set and clear.
+enum class sensor_fault_t : std::uint8_t {
+  LOAD_CELL,
+  ANGLE_SENSOR,
+  LENGTH_SENSOR,
+  SWING_SENSOR,
+  TWO_BLOCK_SWITCH
+};
+constexpr std::array<std::string_view, 5> SENSOR_FAULT_NAMES = {"load-cell", "angle-sensor", "length-sensor",
+                                                                "swing-sensor", "two-block-switch"};
 
 class Sensors {
  public:
   explicit Sensors(std::uint32_t seed) : random_(seed) {}
-  // Metres a second; the load sways in it. 0 to 40.
+  // In metres per second, 0 to 40; wind makes the load sway.
   void SetWind(double wind) { wind_ = wind; }
   double Wind() const { return wind_; }
-  void SetFault(fault_t fault, bool on) { faults_[static_cast<std::size_t>(fault)] = on; }
-  bool HasFault(fault_t fault) const { return faults_[static_cast<std::size_t>(fault)]; }
+  void SetFault(sensor_fault_t fault, bool on) { faults_[static_cast<std::size_t>(fault)] = on; }
+  bool HasFault(sensor_fault_t fault) const { return faults_[static_cast<std::size_t>(fault)]; }
   bool AnyFault() const;
 
-  // One look, ten a second. The same seed and the same crane give the same values.
-  measured_t Read(const crane::Crane& crane, const crane::LoadChart& chart);
+  // Measures once; the load computer calls this ten times a second. The same seed and crane give the same
+  // values.
+  measured_t Measure(const crane::Crane& crane, const crane::LoadChart& chart);
 
  private:
-  // Trembling that forgets itself within a few looks.
-  class Tremor {
+  // Noise that is correlated over a few measurements.
+  class Noise {
    public:
     double Next(std::mt19937& random);
 
@@ -54,10 +61,12 @@ class Sensors {
     double value_ = 0;  // -1 to 1, mostly near 0
   };
 
+  void ApplyFaults(measured_t& measured) const;
+
   std::mt19937 random_;
   double wind_ = 3;
-  std::array<bool, FAULT_NAMES.size()> faults_{};
-  Tremor load_, angle_, length_, swing_, pressure_;
+  std::array<bool, SENSOR_FAULT_NAMES.size()> faults_{};
+  Noise load_, angle_, length_, swing_, pressure_;
 };
 
 }  // namespace simulate

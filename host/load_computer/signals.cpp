@@ -13,7 +13,7 @@ namespace {
 constexpr double GREEN = 1;
 constexpr double YELLOW = 2;
 constexpr double RED = 3;
-constexpr double UNKNOWN_SWING = 32767;  // a whole number has no NaN; this one is beyond what is shown
+constexpr double UNKNOWN_SWING = 32767;  // an integer has no NaN; the display shows dashes for this value
 
 // The protocol's swing modes.
 enum swing_mode_t : std::uint8_t { NUMBER, FRONT, REAR, SIDE, ALL_ROUND, NOT_AVAILABLE, FRONT_ARC };
@@ -26,15 +26,15 @@ std::uint32_t Lamp(std::string_view name) {
   return 1U << static_cast<unsigned>(found - names.begin());
 }
 
-// Gathers lamps by name.
+// Collects lamps by name.
 class LampWord {
  public:
   void Add(std::string_view name, bool lit) {
     if (lit) word_ |= Lamp(name);
   }
-  // The lamp that is so many bits above the named one.
+  // Adds the lamp that is so many bits above the named one.
   void AddFrom(std::string_view name, unsigned above) { word_ |= Lamp(name) << above; }
-  std::uint32_t Get() const { return word_; }
+  std::uint32_t Word() const { return word_; }
 
  private:
   std::uint32_t word_ = 0;
@@ -48,7 +48,7 @@ void AddRigging(const crane::rigging_t& rigging, LampWord& lamps) {
   lamps.Add("boom-mode", rigging.manualBoom);
   lamps.Add("aux-head", rigging.auxHead);
   lamps.Add("man-basket", rigging.manBasket);
-  // The erected jibs and the picks stand in the lamp word in the order of their enumerations.
+  // The lamp word has the erected jibs and the picks in the order of their enumerations.
   if (crane::IsErected(rigging.jib)) {
     lamps.AddFrom("jib-long-fly-0",
                   static_cast<unsigned>(rigging.jib) - static_cast<unsigned>(crane::jib_t::LONG0));
@@ -72,23 +72,40 @@ void AddAlarms(const cab_t& cab, LampWord& lamps) {
 }
 
 void AddBase(const crane::Crane& crane, LampWord& lamps) {
-  const auto colors = ColorsOf(crane);
+  const auto colors = BaseColors(crane);
   for (unsigned i = 0; i < colors.size(); ++i) {
     if (colors[i] != 0) lamps.AddFrom("tires", i);
   }
 }
 
+// The arc that the load chart covers in the present configuration. A chart for the rear covers all round,
+// except that on tires the chart over the front is another.
+swing_mode_t FindChartArc(const crane::Crane& crane, const crane::LoadChart& chart) {
+  crane::conditions_t conditions{.base = crane.SafeBase(),
+                                 .counterweight = crane.Rigging().counterweight,
+                                 .jib = {},
+                                 .area = crane::area_t::REAR};
+  if (crane.Rigging().pick == crane::pick_t::FLY) conditions.jib = crane.Rigging().jib;
+  const crane::area_t area = crane.Over();
+  if (chart.Has(conditions)) {
+    const bool front = area == crane::area_t::FRONT || area == crane::area_t::FRONT_ARC;
+    return conditions.base == crane::base_t::TIRES && front ? FRONT_ARC : ALL_ROUND;
+  }
+  conditions.area = area;
+  return chart.Has(conditions) ? FRONT_ARC : NOT_AVAILABLE;
+}
+
 }  // namespace
 
-std::uint32_t LampsOf(const cab_t& cab) {
+std::uint32_t MakeLampWord(const cab_t& cab) {
   LampWord lamps;
   AddAlarms(cab, lamps);
   AddRigging(cab.crane.Rigging(), lamps);
   AddBase(cab.crane, lamps);
-  return lamps.Get();
+  return lamps.Word();
 }
 
-std::array<double, 4> ColorsOf(const crane::Crane& crane) {
+std::array<double, 4> BaseColors(const crane::Crane& crane) {
   std::array<double, 4> colors{};
   const auto wanted = static_cast<std::size_t>(crane.WantedBase());
   const auto stands = static_cast<std::size_t>(crane.SafeBase());
@@ -97,27 +114,13 @@ std::array<double, 4> ColorsOf(const crane::Crane& crane) {
   return colors;
 }
 
-unsigned SwingModeOf(const cab_t& cab, const crane::LoadChart& chart) {
+unsigned FindSwingMode(const cab_t& cab, const crane::LoadChart& chart) {
   if (cab.settings.swing == swing_shown_t::NUMBER) return NUMBER;
-  const crane::area_t area = cab.crane.Over();
-  if (cab.settings.swing == swing_shown_t::AREA) return AREA_MODES[static_cast<std::size_t>(area)];
-  crane::conditions_t conditions{.base = cab.crane.SafeBase(),
-                                 .counterweight = cab.crane.Rigging().counterweight,
-                                 .jib = {},
-                                 .area = crane::area_t::REAR};
-  if (cab.crane.Rigging().pick == crane::pick_t::FLY) conditions.jib = cab.crane.Rigging().jib;
-  const bool tires = conditions.base == crane::base_t::TIRES;
-  if (chart.Has(conditions)) {
-    conditions.area = area;
-    // On tires the chart over the front is another than the one all round.
-    const bool front = area == crane::area_t::FRONT || area == crane::area_t::FRONT_ARC;
-    return tires && front ? FRONT_ARC : ALL_ROUND;
-  }
-  conditions.area = area;
-  return chart.Has(conditions) ? FRONT_ARC : NOT_AVAILABLE;
+  if (cab.settings.swing == swing_shown_t::AREA) return AREA_MODES[static_cast<std::size_t>(cab.crane.Over())];
+  return FindChartArc(cab.crane, chart);
 }
 
-void FillValues(const cab_t& cab, host::OperatingValues& values) {
+void FillValues(const cab_t& cab, host::Cmd2Values& values) {
   const measured_t& now = cab.measured;
   const units_t units = cab.settings.units;
   values.Set("capacity", Weight(now.capacity, units));
@@ -127,7 +130,7 @@ void FillValues(const cab_t& cab, host::OperatingValues& values) {
   values.Set("extension", Length(now.extension, units));
   values.Set("percent", now.percent);
   values.Set("parts-of-line", cab.crane.Rigging().parts);
-  values.Set("led", LampsOf(cab));
+  values.Set("led", MakeLampWord(cab));
   values.Set("swing", std::isnan(now.swing) ? UNKNOWN_SWING : std::round(now.swing));
   values.Set("piston-pressure", Pressure(now.piston, units));
   values.Set("rod-pressure", Pressure(now.rod, units));

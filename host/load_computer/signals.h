@@ -1,4 +1,4 @@
-// The crane's state in the terms of the protocol: lamps, colours, swing mode and operating values.
+// The crane's state as the protocol sends it: lamps, colours, swing mode and operating values.
 #pragma once
 
 #include <array>
@@ -6,19 +6,20 @@
 
 #include "host/crane/load_chart.h"
 #include "host/load_computer/dialogue.h"
-#include "host/protocol/operating_values.h"
+#include "host/protocol/cmd2_values.h"
 
 namespace simulate {
 
 // The lamp word of command 2.
-std::uint32_t LampsOf(const cab_t& cab);
-// Of tires and outriggers retracted, half and extended: green where the crane stands on what the operator has
-// chosen, yellow on what it moves to and red on what it still stands on, the others dark.
-std::array<double, 4> ColorsOf(const crane::Crane& crane);
-// How swing is shown; NaN for a swing that is not known is the sensor's affair.
-unsigned SwingModeOf(const cab_t& cab, const crane::LoadChart& chart);
-// All of command 2, converted to the units that are set. What is not known becomes what the display shows as
+std::uint32_t MakeLampWord(const cab_t& cab);
+// The colours for tires and outriggers retracted, half and extended. The base that the operator has chosen is
+// green when the crane stands on it and yellow while it moves there; the base that the crane then still stands
+// on is red; the others are dark.
+std::array<double, 4> BaseColors(const crane::Crane& crane);
+// The mode in which the display shows swing. An unknown swing does not change it.
+unsigned FindSwingMode(const cab_t& cab, const crane::LoadChart& chart);
+// Sets all values of command 2 in the operator's units. Unknown values become ones that the display shows as
 // dashes.
-void FillValues(const cab_t& cab, host::OperatingValues& values);
+void FillValues(const cab_t& cab, host::Cmd2Values& values);
 
 }  // namespace simulate

@@ -1,10 +1,9 @@
-// The crane is reckoned in metres, kilograms and bar; the display is told in the units that the operator has
-// set.
+// Converts the crane's metres, kilograms and bar to the units that the operator has set for the display.
 #pragma once
 
 namespace simulate {
 
-enum class units_t : unsigned char { IMPERIAL, METRIC };  // as the protocol numbers them
+enum class units_t : unsigned char { IMPERIAL, METRIC };  // the protocol's numbers
 
 constexpr double POUNDS_PER_KILOGRAM = 1 / 0.45359237;
 constexpr double FEET_PER_METRE = 1 / 0.3048;

@@ -1,5 +1,4 @@
-// Reads the frames of a log, one after the other, in every form that bus::ParseAnyLogLine knows and whatever
-// else stands in the file.
+// Reads the frames of a log one by one, in every form that bus::ParseAnyLogLine knows. Other lines are skipped.
 #pragma once
 
 #include <array>
@@ -14,15 +13,17 @@ namespace host {
 class LogReader {
  public:
   explicit LogReader(std::istream& in) : in_(in) {}
-  // The next frame; empty at the end. Lines that are no frames are passed over and counted. Throws failure at a
-  // head that says that the lines after it mean something else: decimal identifiers, or times since the line
-  // before.
+  // The next frame; empty at the end. Lines without a frame are skipped and counted. Throws Failure at the
+  // heading of an ASC log with decimal identifiers or relative times: its lines would be read wrongly.
   std::optional<bus::frame_t> Next();
   std::uint64_t Skipped() const { return skipped_; }
 
  private:
+  // Reads a line into `line_`; false at the end. A line that exceeds it is skipped and `tooLong` is set.
+  bool ReadLine(bool& tooLong);
+
   std::istream& in_;
-  std::array<char, 256> line_{};  // a frame's line has some 150 characters at most; longer lines are no frames
+  std::array<char, 256> line_{};  // a frame's line has at most some 150 characters
   std::uint64_t skipped_ = 0;
 };
 

@@ -27,13 +27,13 @@ using Clock = std::chrono::steady_clock;
 
 constexpr double FASTEST = 100'000;
 
-std::string Seconds(std::chrono::microseconds time) {
+std::string FormatSeconds(std::chrono::microseconds time) {
   std::ostringstream text;
   text << std::fixed << std::setprecision(1) << std::chrono::duration<double>(time).count() << " s";
   return text.str();
 }
 
-// A line on the terminal that is written over five times a second.
+// A progress line on the terminal, written anew five times a second.
 class ProgressLine {
  public:
   explicit ProgressLine(bool shown) : shown_(shown) {}
@@ -44,9 +44,9 @@ class ProgressLine {
     text_ = text;
     if (shown_) std::cerr << "\r\033[K" + text_;
   }
-  // What holds the log, behind the text that stands.
+  // Adds to the last text whether the log is paused.
   void ShowPaused(bool paused) const {
-    if (shown_) std::cerr << "\r\033[K" + text_ + (paused ? "  paused, space goes on" : "");
+    if (shown_) std::cerr << "\r\033[K" + text_ + (paused ? "  paused; space continues" : "");
   }
   void Clear() const {
     if (shown_) std::cerr << "\r\033[K";
@@ -58,7 +58,7 @@ class ProgressLine {
   Clock::time_point next_{};
 };
 
-// Bytes of a file; 0 where it is no file or has none.
+// The size in bytes; 0 if it is not a regular file.
 std::uintmax_t SizeOf(const std::string& file) {
   std::error_code error;
   const std::uintmax_t size =
@@ -66,33 +66,35 @@ std::uintmax_t SizeOf(const std::string& file) {
   return error ? 0 : size;
 }
 
-// Faster than recorded, the display still takes real time: for what came before a press, half a second is
-// plenty, and it notices a change after two to six ticks of 10 ms.
+// A log that plays faster than recorded does not make the display faster. It needs up to half a second for the
+// frames before a key press, and notices a key after two to six ticks of 10 ms.
 constexpr std::chrono::milliseconds DISPLAY_CATCHES_UP{500};
 constexpr std::chrono::milliseconds KEY_SETTLES{100};
 
-std::vector<bus::key_change_t> ReadKeys(const std::string& file) {
+std::vector<bus::key_change_t> ReadKeyLog(const std::string& file) {
   std::vector<bus::key_change_t> keys;
   if (file.empty()) return keys;
   std::ifstream in(file);
-  if (!in) throw Failure("cannot read " + file);
+  if (!in) throw Failure("cannot read the key log " + file + "; check its name and its rights");
   for (std::string line; std::getline(in, line);) {
     if (const auto change = bus::ParseKeyLine(line)) keys.push_back(*change);
   }
   if (keys.empty()) {
-    throw Failure(file + " holds no key; it should have lines such as " + bus::FormatKeyLine({0, 3, true}));
+    throw Failure("the key log " + file + " holds no key; it should have lines such as " +
+                  bus::FormatKeyLine({0, 3, true}));
   }
   return keys;
 }
 
-// A log's frames with the keys between them. Keys from before its first frame are left out.
+// A log's frames and the key presses between them, in the order of time. Presses before the first frame are
+// left out.
 class Recording {
  public:
   Recording(std::istream& in, std::span<const bus::key_change_t> keys) : reader_(in), keys_(keys) {
     frame_ = reader_.Next();
     while (!keys_.empty() && (!frame_ || keys_.front().time_us < frame_->time_us)) keys_ = keys_.subspan(1);
   }
-  std::optional<happening_t> Next() {
+  std::optional<recorded_event_t> Next() {
     if (!keys_.empty() && (!frame_ || keys_.front().time_us <= frame_->time_us)) {
       const bus::key_change_t change = keys_.front();
       keys_ = keys_.subspan(1);
@@ -115,18 +117,20 @@ class FilePlayer {
       : options_(options),
         stop_(stop),
         station_(options.bus, stop),
-        keys_(ReadKeys(options.keysFile)),
+        keys_(ReadKeyLog(options.keysFile)),
         speed_(ParseSpeed(options.speed, FASTEST)),
         schedule_(Clock::now(), speed_),
         progress_(!options.quiet && ::isatty(STDERR_FILENO) != 0),
         control_(stop, options.file != "-", [this](bool paused) { progress_.ShowPaused(paused); }),
         size_(SizeOf(options.file)) {
-    station_.Drain();
+    station_.StartReceiving();
   }
   void Run(std::istream& in);
 
  private:
   bool PlayOnce(std::istream& in);
+  void PlayLoop(std::istream& in);
+  bool SendFrame(const bus::frame_t& frame);
   std::optional<Clock::duration> MoveKey(const bus::key_change_t& change);
   void ShowProgress(std::istream& in);
   void Summarise() const;
@@ -141,14 +145,14 @@ class FilePlayer {
   ProgressLine progress_;
   PlayControl control_;
   const std::uintmax_t size_;
-  played_t played_;
+  play_counts_t played_;
   std::uint64_t skipped_ = 0;
 };
 
 // "12.3 s  45 %  1234 frames"
 void FilePlayer::ShowProgress(std::istream& in) {
   if (!progress_.Due()) return;
-  std::string text = Seconds(schedule_.Position());
+  std::string text = FormatSeconds(schedule_.Position());
   if (size_ > 0) {
     const auto at = static_cast<std::streamoff>(in.tellg());
     text += "  " + std::to_string(at < 0 ? 100 : static_cast<std::uintmax_t>(at) * 100 / size_) + " %";
@@ -166,19 +170,20 @@ std::optional<Clock::duration> FilePlayer::MoveKey(const bus::key_change_t& chan
   return Clock::now() - start;
 }
 
+bool FilePlayer::SendFrame(const bus::frame_t& frame) {
+  const bool sent = station_.Send({&frame, 1});
+  control_.NoteSent();
+  return sent;
+}
+
 bool FilePlayer::PlayOnce(std::istream& in) {
   Recording recording(in, keys_);
-  const stage_t stage{.now = Clock::now,
-                      .waitUntil = [this](Clock::time_point when) { return control_.WaitUntil(when); },
-                      .send =
-                          [this](const bus::frame_t& frame) {
-                            const bool sent = station_.Send({&frame, 1});
-                            control_.Sent();
-                            return sent;
-                          },
-                      .progress = [this, &in] { ShowProgress(in); },
-                      .moveKey = [this](const bus::key_change_t& change) { return MoveKey(change); }};
-  const bool whole = Play([&recording] { return recording.Next(); }, schedule_, options_.all, stage, played_);
+  const player_hooks_t hooks{.now = Clock::now,
+                             .waitUntil = [this](Clock::time_point when) { return control_.WaitUntil(when); },
+                             .send = [this](const bus::frame_t& frame) { return SendFrame(frame); },
+                             .progress = [this, &in] { ShowProgress(in); },
+                             .moveKey = [this](const bus::key_change_t& change) { return MoveKey(change); }};
+  const bool whole = Play([&recording] { return recording.Next(); }, schedule_, options_.all, hooks, played_);
   skipped_ += recording.Skipped();
   return whole;
 }
@@ -186,28 +191,33 @@ bool FilePlayer::PlayOnce(std::istream& in) {
 void FilePlayer::Summarise() const {
   progress_.Clear();
   if (options_.quiet) return;
-  std::cerr << "hx7: played " << played_.frames << " frames, " << Seconds(schedule_.Position())
-            << " of the log; passed over " << played_.passedOver << " frames of the display and " << skipped_
-            << " lines that are no frames\n";
+  std::cerr << "hx7: played " << played_.frames << " frames, " << FormatSeconds(schedule_.Position())
+            << " of the log; skipped " << played_.skipped << " frames of the display and " << skipped_
+            << " lines without a frame\n";
+}
+
+void FilePlayer::PlayLoop(std::istream& in) {
+  while (PlayOnce(in) && options_.loop && played_.frames > 0) {
+    schedule_.Rewind();
+    in.clear();
+    in.seekg(0);
+    if (!in)
+      throw Failure("cannot read " + options_.file + " again for --loop; only a file can be played in a loop");
+  }
 }
 
 void FilePlayer::Run(std::istream& in) {
   try {
-    while (PlayOnce(in) && options_.loop && played_.frames > 0) {
-      schedule_.Rewind();
-      in.clear();
-      in.seekg(0);
-      if (!in) throw Failure(options_.file + " cannot be read again for --loop");
-    }
+    PlayLoop(in);
   } catch (...) {
     Summarise();
     throw;
   }
   Summarise();
-  if (played_.frames == 0 && !stop_.Stopped())
-    throw Failure(
-        options_.file +
-        " holds no frame to play; it should be a log of candump -L or another that `hx7 play --help` names");
+  if (played_.frames == 0 && !stop_.Stopped()) {
+    throw Failure(options_.file +
+                  " holds no frame to play; `hx7 play --help` names the kinds of logs that it reads");
+  }
 }
 
 }  // namespace
@@ -216,7 +226,7 @@ void PlayFile(const play_options_t& options) {
   std::ifstream file;
   if (options.file != "-") {
     file.open(options.file);
-    if (!file) throw Failure("cannot read " + options.file);
+    if (!file) throw Failure("cannot read the log " + options.file + "; check its name and its rights");
   }
   const StopSignal stop;
   FilePlayer player(options, stop);

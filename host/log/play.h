@@ -1,4 +1,4 @@
-// hx7 play: a recorded log, played on the bus.
+// hx7 play: plays a recorded log on the bus.
 #pragma once
 
 #include <string>
@@ -7,13 +7,14 @@ namespace host {
 
 struct play_options_t {
   std::string bus = "local";
-  std::string file;
-  std::string keysFile;  // front keys to press beside it; empty: none
+  std::string file;      // "-": standard input
+  std::string keysFile;  // keys.log of the same recording: front keys to press; empty: none
   std::string speed = "1";
   bool loop = false;
   bool quiet = false;
-  bool all = false;
+  bool all = false;  // also the frames of the display
 };
+// Plays until the end of the log or a stop signal. Throws Failure and UsageError.
 void PlayFile(const play_options_t& options);
 
 }  // namespace host

@@ -12,7 +12,7 @@
 namespace host {
 namespace {
 
-constexpr std::chrono::milliseconds SLICE{50};  // between two looks at keyboard and signal
+constexpr std::chrono::milliseconds SLICE{50};  // between two checks of the keys and the signal
 
 std::atomic<bool> continued = false;
 static_assert(std::atomic<bool>::is_always_lock_free);
@@ -27,44 +27,45 @@ void HandleContinue(void (*handler)(int)) {
   ::sigaction(SIGCONT, &action, nullptr);
 }
 
-// In the background the terminal is somebody else's: reading or setting it would stop the process.
+// In the background the terminal belongs to another process group: reading or setting it would stop this
+// process.
 bool InForeground() {
   return ::isatty(STDIN_FILENO) != 0 && ::tcgetpgrp(STDIN_FILENO) == ::getpgrp();
 }
 
 }  // namespace
 
-Keyboard::Keyboard(bool wanted) {
+TerminalKeys::TerminalKeys(bool wanted) {
   listening_ = wanted && InForeground() && ::tcgetattr(STDIN_FILENO, &before_) == 0;
   Resume();
 }
 
-Keyboard::~Keyboard() {
+TerminalKeys::~TerminalKeys() {
   if (listening_ && InForeground()) ::tcsetattr(STDIN_FILENO, TCSADRAIN, &before_);
 }
 
-void Keyboard::Resume() {
+void TerminalKeys::Resume() {
   if (!listening_ || !InForeground()) return;
   termios single = before_;
   single.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
-  single.c_cc[VMIN] = 0;  // read what there is, never wait
+  single.c_cc[VMIN] = 0;  // a read returns at once with the keys that are there
   single.c_cc[VTIME] = 0;
   ::tcsetattr(STDIN_FILENO, TCSADRAIN, &single);
 }
 
-bool Keyboard::SpaceHit() {
+bool TerminalKeys::TakeSpace() {
   pollfd input{STDIN_FILENO, POLLIN, 0};
   if (!listening_ || ::poll(&input, 1, 0) <= 0 || !InForeground()) return false;
   std::array<char, 64> keys{};
   const ssize_t count = ::read(STDIN_FILENO, keys.data(), keys.size());
-  if (count <= 0) listening_ = false;  // the terminal is gone
+  if (count <= 0) listening_ = false;  // the terminal was closed
   bool hit = false;
   for (ssize_t i = 0; i < count; ++i) hit ^= keys[static_cast<std::size_t>(i)] == ' ';
   return hit;
 }
 
 PlayControl::PlayControl(const StopSignal& stop, bool keys, std::function<void(bool)> showPaused)
-    : stop_(stop), keyboard_(keys), showPaused_(std::move(showPaused)) {
+    : stop_(stop), keys_(keys), showPaused_(std::move(showPaused)) {
   continued = false;
   HandleContinue(NoteContinue);
 }
@@ -73,24 +74,24 @@ PlayControl::~PlayControl() {
   HandleContinue(SIG_DFL);
 }
 
-// Since the process was last seen running, where it was stopped after that.
-PlayControl::Clock::duration PlayControl::Stoppage() {
+// How long the process was stopped (SIGSTOP, Ctrl-Z) since the last call; 0 if it was not.
+PlayControl::Clock::duration PlayControl::TakeStoppedTime() {
   const auto now = Clock::now();
   const auto since = now - lastAlive_;
   lastAlive_ = now;
   if (!continued.exchange(false)) return {};
-  keyboard_.Resume();
+  keys_.Resume();
   return since;
 }
 
-std::optional<PlayControl::Clock::duration> PlayControl::HoldWhilePaused() {
+std::optional<PlayControl::Clock::duration> PlayControl::WaitWhilePaused() {
   const auto begin = Clock::now();
   showPaused_(true);
   bool stopped = false;
   do {
     stopped = !stop_.WaitUntil(Clock::now() + SLICE);
-    Stoppage();  // a process that is stopped while it is paused is paused all the same
-  } while (!stopped && !keyboard_.SpaceHit());
+    TakeStoppedTime();  // time stopped during a pause is part of the pause
+  } while (!stopped && !keys_.TakeSpace());
   showPaused_(false);
   if (stopped) return std::nullopt;
   return Clock::now() - begin;
@@ -99,9 +100,9 @@ std::optional<PlayControl::Clock::duration> PlayControl::HoldWhilePaused() {
 std::optional<PlayControl::Clock::duration> PlayControl::WaitUntil(Clock::time_point when) {
   Clock::duration held{};
   for (;;) {
-    held += Stoppage();
-    if (keyboard_.SpaceHit()) {
-      const auto paused = HoldWhilePaused();
+    held += TakeStoppedTime();
+    if (keys_.TakeSpace()) {
+      const auto paused = WaitWhilePaused();
       if (!paused) return std::nullopt;
       held += *paused;
     }
@@ -112,7 +113,7 @@ std::optional<PlayControl::Clock::duration> PlayControl::WaitUntil(Clock::time_p
   }
 }
 
-void PlayControl::Sent() {
+void PlayControl::NoteSent() {
   const auto now = Clock::now();
   if (now - lastAlive_ > BUS_AWAY) continued = false;
   lastAlive_ = now;

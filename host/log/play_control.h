@@ -1,4 +1,4 @@
-// What holds a log that plays: the space bar on the terminal, a stopped process, and the end.
+// What pauses or ends a log that plays: the space bar, a stopped process, and the stop signal.
 #pragma once
 
 #include <chrono>
@@ -11,18 +11,18 @@
 
 namespace host {
 
-// Single keys from standard input while it is this process's terminal; nothing else is read from it. Puts the
-// terminal back as it was.
-class Keyboard {
+// Reads single keys from standard input while it is the terminal of this process. The destructor restores the
+// terminal's settings.
+class TerminalKeys {
  public:
-  explicit Keyboard(bool wanted);
-  ~Keyboard();
-  Keyboard(const Keyboard&) = delete;
-  Keyboard& operator=(const Keyboard&) = delete;
+  explicit TerminalKeys(bool wanted);
+  ~TerminalKeys();
+  TerminalKeys(const TerminalKeys&) = delete;
+  TerminalKeys& operator=(const TerminalKeys&) = delete;
   bool Listening() const { return listening_; }
-  // Takes the keys that were hit; true when the space bar was hit an odd number of times.
-  bool SpaceHit();
-  // Asks for single keys again, after a shell had the terminal.
+  // Takes the keys that were pressed. Returns true if the space bar was pressed an odd number of times.
+  bool TakeSpace();
+  // Sets the terminal to single keys again after a shell has used it.
   void Resume();
 
  private:
@@ -30,30 +30,31 @@ class Keyboard {
   termios before_{};
 };
 
-// Waits for the next frame's time, put off by as long as the log was held meanwhile. One at a time: it notes
-// SIGCONT while it exists. All calls from one thread.
+// Waits for the next frame's time, later by as long as the log was paused meanwhile. Only one may exist at a
+// time, because it handles SIGCONT. All calls from one thread.
 class PlayControl {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // `showPaused` is called with true at a pause by the space bar, and with false behind it.
+  // `showPaused` is called with true when the space bar begins a pause and with false when the pause ends.
   PlayControl(const StopSignal& stop, bool keys, std::function<void(bool)> showPaused);
   ~PlayControl();
   PlayControl(const PlayControl&) = delete;
   PlayControl& operator=(const PlayControl&) = delete;
 
-  // How long the log was held, 0 mostly; empty when a stop came first.
+  // Returns how long the log was paused while it waited, usually 0; empty if a stop came first.
   std::optional<Clock::duration> WaitUntil(Clock::time_point when);
-  // A frame was sent. The player sees for itself that this took long.
-  void Sent();
-  bool Listening() const { return keyboard_.Listening(); }
+  // Call after each sent frame. Time that the sending itself took does not count as a pause here: the player
+  // measures it.
+  void NoteSent();
+  bool Listening() const { return keys_.Listening(); }
 
  private:
-  Clock::duration Stoppage();
-  std::optional<Clock::duration> HoldWhilePaused();
+  Clock::duration TakeStoppedTime();
+  std::optional<Clock::duration> WaitWhilePaused();
 
   const StopSignal& stop_;
-  Keyboard keyboard_;
+  TerminalKeys keys_;
   std::function<void(bool)> showPaused_;
   Clock::time_point lastAlive_ = Clock::now();
 };

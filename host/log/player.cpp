@@ -14,41 +14,40 @@ Schedule::TimePoint Schedule::Due(std::uint64_t stamp_us) {
 
 namespace {
 
-using put_off_t = std::optional<Schedule::TimePoint::duration>;
+using delay_t = std::optional<Schedule::TimePoint::duration>;
 
-// Each gives back what all that follows is put off by; empty: stop.
-put_off_t PlayFrame(const bus::frame_t& frame, bool all, const stage_t& stage, played_t& played) {
+// Both return the delay to add to every later frame's time; empty: stop.
+delay_t PlayFrame(const bus::frame_t& frame, bool all, const player_hooks_t& hooks, play_counts_t& played) {
   if (!all && frame.extended && frame.identifier == DISPLAY_FRAME_ID) {
-    ++played.passedOver;
-    return put_off_t{0};
+    ++played.skipped;
+    return delay_t{0};
   }
-  const auto before = stage.now();
-  if (!stage.send(frame)) return std::nullopt;
-  const auto took = stage.now() - before;
+  const auto before = hooks.now();
+  if (!hooks.send(frame)) return std::nullopt;
+  const auto took = hooks.now() - before;
   ++played.frames;
-  stage.progress();
+  hooks.progress();
   return took > BUS_AWAY ? took : Schedule::TimePoint::duration::zero();
 }
 
-put_off_t PlayHappening(const happening_t& happening, bool all, const stage_t& stage, played_t& played) {
-  const auto* key = std::get_if<bus::key_change_t>(&happening);
-  return key != nullptr ? stage.moveKey(*key)
-                        : PlayFrame(std::get<bus::frame_t>(happening), all, stage, played);
+delay_t PlayEvent(const recorded_event_t& event, bool all, const player_hooks_t& hooks, play_counts_t& played) {
+  const auto* key = std::get_if<bus::key_change_t>(&event);
+  return key != nullptr ? hooks.moveKey(*key) : PlayFrame(std::get<bus::frame_t>(event), all, hooks, played);
 }
 
-std::uint64_t TimeOf(const happening_t& happening) {
-  return std::visit([](const auto& what) { return what.time_us; }, happening);
+std::uint64_t TimeOf(const recorded_event_t& event) {
+  return std::visit([](const auto& recorded) { return recorded.time_us; }, event);
 }
 
 }  // namespace
 
-bool Play(const std::function<std::optional<happening_t>()>& next, Schedule& schedule, bool all,
-          const stage_t& stage, played_t& played) {
-  while (const auto happening = next()) {
-    const put_off_t held = stage.waitUntil(schedule.Due(TimeOf(*happening)));
+bool Play(const std::function<std::optional<recorded_event_t>()>& next, Schedule& schedule, bool all,
+          const player_hooks_t& hooks, play_counts_t& played) {
+  while (const auto event = next()) {
+    const delay_t held = hooks.waitUntil(schedule.Due(TimeOf(*event)));
     if (!held) return false;
     schedule.Shift(*held);
-    const put_off_t later = PlayHappening(*happening, all, stage, played);
+    const delay_t later = PlayEvent(*event, all, hooks, played);
     if (!later) return false;
     schedule.Shift(*later);
   }

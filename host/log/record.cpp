@@ -14,8 +14,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The name that the log's lines carry: that of the interface, or of the one bus that a socketcand server has.
-std::string InterfaceOf(const std::string& bus) {
+// The interface name for the log's lines: the kernel's, or the one bus name of a socketcand server.
+std::string LogInterfaceName(const std::string& bus) {
   constexpr std::string_view KERNEL = "socketcan:";
   return bus.starts_with(KERNEL) ? bus.substr(KERNEL.size()) : "can0";
 }
@@ -27,7 +27,7 @@ constexpr int WAIT_MS = 100;
 class BusRecorder {
  public:
   BusRecorder(std::ostream& out, const record_options_t& options)
-      : out_(out), options_(options), interface_(InterfaceOf(options.bus)), station_(options.bus, stop_) {}
+      : out_(out), options_(options), interface_(LogInterfaceName(options.bus)), station_(options.bus, stop_) {}
 
   void Run() {
     auto flush = Clock::now() + FLUSH_PACE;
@@ -50,10 +50,10 @@ class BusRecorder {
     ++frames_;
   }
 
-  // What came before the end belongs into the log; a bus that never falls silent does not put the end off.
+  // Frames that arrived before the stop belong in the log. The limit ends this on a bus that is never silent.
   void Drain() {
     const auto limit = Clock::now() + DRAIN_LIMIT;
-    for (bus::frame_t frame; Clock::now() < limit && station_.TakeWaiting(frame);) Write(frame);
+    for (bus::frame_t frame; Clock::now() < limit && station_.ReceiveWaiting(frame);) Write(frame);
   }
 
   std::ostream& out_;
@@ -64,20 +64,24 @@ class BusRecorder {
   std::uint64_t frames_ = 0;
 };
 
+void OpenNew(const record_options_t& options, std::ofstream& file) {
+  if (!options.force && std::filesystem::exists(options.file)) {
+    throw UsageError(options.file + " exists already; name another file, or replace it with --force");
+  }
+  file.open(options.file);
+  if (!file) throw Failure("cannot write " + options.file + "; is the folder there, and writable?");
+}
+
 }  // namespace
 
 void Record(const record_options_t& options) {
   std::ofstream file;
   const bool toFile = options.file != "-";
-  if (toFile && !options.force && std::filesystem::exists(options.file)) {
-    throw UsageError(options.file + " exists already; name another file, or replace it with --force");
-  }
-  if (toFile) file.open(options.file);
-  if (toFile && !file) throw Failure("cannot write " + options.file);
+  if (toFile) OpenNew(options, file);
   std::ostream& out = toFile ? file : std::cout;
   BusRecorder recorder(out, options);
   recorder.Run();
-  if (!out.flush()) throw Failure("cannot write " + options.file + " any further");
+  if (!out.flush()) throw Failure("cannot write more to " + options.file + "; is the disk full?");
   std::cerr << "hx7: recorded " << recorder.Frames() << " frames";
   if (recorder.Lost() > 0) {
     std::cerr << ", lost " << recorder.Lost() << " that came faster than they could be written";

@@ -1,4 +1,4 @@
-// hx7 record: the bus, written to a log.
+// hx7 record: writes the frames of the bus to a log.
 #pragma once
 
 #include <optional>
@@ -8,10 +8,11 @@ namespace host {
 
 struct record_options_t {
   std::string bus = "local";
-  std::string file;
-  bool force = false;  // replace a file that exists
-  std::optional<double> seconds;
+  std::string file;               // "-": standard output
+  bool force = false;             // replace an existing file
+  std::optional<double> seconds;  // empty: until a stop signal
 };
+// Throws Failure and UsageError.
 void Record(const record_options_t& options);
 
 }  // namespace host

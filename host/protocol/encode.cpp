@@ -1,14 +1,12 @@
 #include "host/protocol/encode.h"
 
 #include <algorithm>
-#include <array>
 #include <cassert>
-#include <cmath>
-#include <limits>
 
 #include "platform/byte_order.h"
 
 #include "host/protocol/errors.h"
+#include "host/protocol/field_codecs.h"
 #include "src/core/frame_layout.h"
 
 namespace host {
@@ -16,32 +14,24 @@ namespace {
 
 constexpr std::size_t MOST_FRAMES = 255;
 constexpr std::size_t MOST_MESSAGE_BYTES = MessageRoom(MAX_MESSAGE_FRAMES);
-constexpr std::size_t LAMP_BYTES_APART = 5;  // from bits 0 to 7 to bits 24 to 31
 
-template <typename T>
-T Fit(double value) {
-  constexpr double LEAST = std::numeric_limits<T>::min();
-  constexpr double MOST = std::numeric_limits<T>::max();
-  return std::isnan(value) ? T{0} : static_cast<T>(std::clamp(std::round(value), LEAST, MOST));
+// Frame `number` of `count`, with its part of the message.
+bus::frame_t MakeFrame(std::size_t number, std::size_t count, std::span<const std::uint8_t> part) {
+  const std::size_t room = number == 0 ? FIRST_FRAME_ROOM : LATER_FRAME_ROOM;
+  bus::frame_t frame{.identifier = HOST_FRAME_ID, .length = FRAME_SIZE, .data = {}};
+  frame.data.fill(FRAME_PADDING);
+  frame.data[0] = static_cast<std::uint8_t>(number);
+  if (number == 0) frame.data[1] = static_cast<std::uint8_t>(count);
+  std::ranges::copy(part, frame.data.begin() + static_cast<std::ptrdiff_t>(FRAME_SIZE - room));
+  return frame;
 }
 
-void StoreLamps(std::span<std::uint8_t> message, std::size_t at, std::uint32_t word) {
-  for (unsigned i = 0; i < 3; ++i) message[at + i] = static_cast<std::uint8_t>(word >> (8U * i));
-  message[at + LAMP_BYTES_APART] = static_cast<std::uint8_t>(word >> 24U);
-}
-
-std::uint32_t LoadLamps(std::span<const std::uint8_t> message, std::size_t at) {
-  std::uint32_t word = static_cast<std::uint32_t>(message[at + LAMP_BYTES_APART]) << 24U;
-  for (unsigned i = 0; i < 3; ++i) word |= static_cast<std::uint32_t>(message[at + i]) << (8U * i);
-  return word;
-}
-
-void AppendText(Message& message, std::uint8_t field, std::string_view text) {
-  if (text.empty()) throw UsageError("a text needs one character at least; send a blank to show nothing");
+void AppendText(MessageBytes& message, std::uint8_t field, std::string_view text) {
+  if (text.empty()) throw UsageError("a text needs at least one character; send a blank to clear the field");
   const std::size_t begin = message.size();
   if (text.size() > MOST_MESSAGE_BYTES - std::min(MOST_MESSAGE_BYTES, begin + TEXT_HEADER)) {
-    throw UsageError("the texts do not fit into one message of " + std::to_string(MOST_MESSAGE_BYTES) +
-                     " bytes");
+    throw UsageError("the texts exceed one message of " + std::to_string(MOST_MESSAGE_BYTES) +
+                     " bytes; send fewer or shorter ones");
   }
   message.resize(begin + TEXT_HEADER);
   platform::StoreBe16(message, begin,
@@ -52,98 +42,67 @@ void AppendText(Message& message, std::uint8_t field, std::string_view text) {
 
 }  // namespace
 
-void StoreNumber(const field_t& field, double value, std::span<std::uint8_t> message) {
-  const double scaled = value * field.scale;
-  switch (field.type) {
-    case field_type_t::I16_BE:
-      return platform::StoreBe16(message, field.offset, static_cast<std::uint16_t>(Fit<std::int16_t>(scaled)));
-    case field_type_t::FLOAT_BE:
-      return platform::StoreBeFloat(message, field.offset, static_cast<float>(scaled));
-    case field_type_t::LAMPS:
-      return StoreLamps(message, field.offset, Fit<std::uint32_t>(scaled));
-    default:
-      message[field.offset] = Fit<std::uint8_t>(scaled);
-  }
-}
-
-double LoadNumber(const field_t& field, std::span<const std::uint8_t> message) {
-  switch (field.type) {
-    case field_type_t::I16_BE:
-      return static_cast<std::int16_t>(platform::LoadBe16(message, field.offset)) / field.scale;
-    case field_type_t::FLOAT_BE:
-      return platform::LoadBeFloat(message, field.offset) / field.scale;
-    case field_type_t::LAMPS:
-      return LoadLamps(message, field.offset) / field.scale;
-    default:
-      return message[field.offset] / field.scale;
-  }
-}
-
-Message Encode(const command_t& command, std::span<const double> values) {
+MessageBytes MakeMessage(const command_t& command, std::span<const double> values) {
   assert(values.size() == command.fields.size());
-  Message message(command.leastLength, 0);
+  MessageBytes message(command.leastLength, 0);
   message[0] = command.number;
   if (command.sub != NO_SUB) message[1] = static_cast<std::uint8_t>(command.sub);
-  for (std::size_t i = 0; i < values.size(); ++i) StoreNumber(command.fields[i], values[i], message);
+  for (std::size_t i = 0; i < values.size(); ++i) WriteNumber(command.fields[i], values[i], message);
   return message;
 }
 
-Message Encode(std::string_view command, double value) {
+MessageBytes MakeMessage(std::string_view command, double value) {
   const command_t* found = FindCommand(command);
   assert(found != nullptr);
-  return Encode(*found, {&value, 1});
+  return MakeMessage(*found, {&value, 1});
 }
 
-Message Encode(std::string_view command) {
+MessageBytes MakeMessage(std::string_view command) {
   const command_t* found = FindCommand(command);
   assert(found != nullptr);
-  return Encode(*found);
+  return MakeMessage(*found);
 }
 
-Message EncodeKeyMasks(std::span<const std::uint8_t> masks) {
-  constexpr std::array<std::uint8_t, 2> HEAD = {EXTENDED_COMMAND, 1};
-  Message message;
-  message.reserve(HEAD.size() + 1 + masks.size());
-  message.assign(HEAD.begin(), HEAD.end());
-  message.push_back(static_cast<std::uint8_t>(masks.size()));
+MessageBytes MakeKeyMasksMessage(std::span<const std::uint8_t> masks) {
+  MessageBytes message = MakeMessage("valid-keys", static_cast<double>(masks.size()));
   message.insert(message.end(), masks.begin(), masks.end());
   return message;
 }
 
-Message EncodeTexts(std::span<const text_t> texts) {
-  if (texts.empty()) throw UsageError("a text command needs one text at least");
-  Message message(TEXTS_BEGIN, 0);
+MessageBytes MakeTextsMessage(std::span<const field_text_t> texts) {
+  if (texts.empty()) throw UsageError("a text command needs at least one text");
+  MessageBytes message(TEXTS_BEGIN, 0);
   message[0] = TextsCommand().number;
-  for (const text_t& text : texts) AppendText(message, text.field, text.text);
+  for (const field_text_t& text : texts) AppendText(message, text.field, text.text);
   platform::StoreBe16(message, 1, static_cast<std::uint16_t>(message.size() - TEXTS_BEGIN));
   return message;
 }
 
-Message EncodeFlash(std::string_view text) {
-  Message message = {FlashCommand().number};
+MessageBytes MakeFlashMessage(std::string_view text) {
+  MessageBytes message = {FlashCommand().number};
   AppendText(message, 0, text);
   return message;
 }
 
-std::vector<bus::frame_t> Segment(std::span<const std::uint8_t> message) {
-  if (message.empty()) throw UsageError("a message needs one byte at least");
-  std::size_t count = 1;
-  while (MessageRoom(count) < message.size()) ++count;
+std::size_t CountFrames(std::size_t bytes) {
+  std::size_t frames = 1;
+  while (MessageRoom(frames) < bytes) ++frames;
+  return frames;
+}
+
+std::vector<bus::frame_t> CutIntoFrames(std::span<const std::uint8_t> message) {
+  if (message.empty()) throw UsageError("a message needs at least one byte");
+  const std::size_t count = CountFrames(message.size());
   if (count > MOST_FRAMES) {
-    throw UsageError("a message has " + std::to_string(MessageRoom(MOST_FRAMES)) + " bytes at most");
+    throw UsageError("a message has at most " + std::to_string(MessageRoom(MOST_FRAMES)) +
+                     " bytes, this one has " + std::to_string(message.size()));
   }
-  std::vector<bus::frame_t> frames(count);
-  for (std::size_t k = 0; k < count; ++k) {
-    bus::frame_t& frame = frames[k];
-    frame.identifier = HOST_FRAME_ID;
-    frame.length = FRAME_SIZE;
-    frame.data.fill(FRAME_PADDING);
-    frame.data[0] = static_cast<std::uint8_t>(k);
-    if (k == 0) frame.data[1] = static_cast<std::uint8_t>(count);
-    const std::size_t room = k == 0 ? FIRST_FRAME_ROOM : LATER_FRAME_ROOM;
-    const std::size_t part = std::min(room, message.size());
-    std::copy_n(message.begin(), part, frame.data.begin() + static_cast<std::ptrdiff_t>(FRAME_SIZE - room));
-    message = message.subspan(part);
+  std::vector<bus::frame_t> frames;
+  for (std::size_t number = 0; number < count; ++number) {
+    const std::size_t room = number == 0 ? FIRST_FRAME_ROOM : LATER_FRAME_ROOM;
+    const auto part = message.first(std::min(room, message.size()));
+    frames.push_back(MakeFrame(number, count, part));
+    message = message.subspan(part.size());
   }
   return frames;
 }

@@ -1,4 +1,4 @@
-// Makes the host's messages from the protocol's table, and cuts them into frames.
+// Makes the host's messages from the protocol table and cuts them into frames.
 #pragma once
 
 #include <cstdint>
@@ -12,35 +12,34 @@
 
 namespace host {
 
-using Message = std::vector<std::uint8_t>;
+using MessageBytes = std::vector<std::uint8_t>;
 
-// One number into a message, or out of one, as the field lays it out (lamps, bytes, integers, floats). The
-// field must lie inside the message. A number that does not fit is cut to the nearest that does.
-void StoreNumber(const field_t& field, double value, std::span<std::uint8_t> message);
-double LoadNumber(const field_t& field, std::span<const std::uint8_t> message);
+// Makes a command's message with one value for each of its fields; a request has no fields. A value that its
+// field cannot hold becomes the nearest that it can.
+MessageBytes MakeMessage(const command_t& command, std::span<const double> values = {});
+// The same by the command's name; the table must have it.
+MessageBytes MakeMessage(std::string_view command, double value);
+MessageBytes MakeMessage(std::string_view command);
 
-// A message of a command with one value for each of its fields (none for a request).
-Message Encode(const command_t& command, std::span<const double> values = {});
-// The same by name; the table must have it.
-Message Encode(std::string_view command, double value);
-Message Encode(std::string_view command);
+// CMD7 sub-command 1: one mask for each host key, beginning with key 0, at most 24.
+MessageBytes MakeKeyMasksMessage(std::span<const std::uint8_t> masks);
 
-// CMD7 sub-command 1: one mask a host key, beginning with key 0, at most 24.
-Message EncodeKeyMasks(std::span<const std::uint8_t> masks);
-
-// A text for one field. Texts for the same field are joined by the display with a blank.
-struct text_t {
+// A text for one field of CMD5. The display joins several texts for one field with a blank.
+struct field_text_t {
   std::uint8_t field = 0;
-  std::string text;  // UTF-8, 1 byte at least
+  std::string text;  // UTF-8, at least 1 byte
 };
-// CMD5 with one sub-command a text. Throws UsageError when a text is empty or all do not fit into the 251
-// bytes that the display takes.
-Message EncodeTexts(std::span<const text_t> texts);
-// CMD3, under the same terms.
-Message EncodeFlash(std::string_view text);
+// CMD5 with one sub-command for each text. Throws UsageError if a text is empty or if the message exceeds the
+// 251 bytes that the display accepts.
+MessageBytes MakeTextsMessage(std::span<const field_text_t> texts);
+// CMD3. Throws UsageError as MakeTextsMessage does.
+MessageBytes MakeFlashMessage(std::string_view text);
 
-// The frames of a message on the host's identifier, the last one padded with 0xFF. Throws UsageError for an
-// empty message and for one that 255 frames cannot carry.
-std::vector<bus::frame_t> Segment(std::span<const std::uint8_t> message);
+// How many frames carry a message of so many bytes; at least 1.
+std::size_t CountFrames(std::size_t bytes);
+
+// Cuts a message into frames with the host's identifier and pads the last one with 0xFF. Throws UsageError for
+// an empty message and for one that needs more than 255 frames.
+std::vector<bus::frame_t> CutIntoFrames(std::span<const std::uint8_t> message);
 
 }  // namespace host

@@ -6,12 +6,22 @@
 namespace host {
 namespace {
 
+// In the order of unit_t.
+constexpr std::array<unit_words_t, 6> UNIT_WORDS = {{
+    {"", ""},
+    {"weight", "lbs or kgs as units says", {"lbs", "kgs"}},
+    {"length", "feet or meters as units says", {"feet", "meters"}},
+    {"deg", "degrees"},
+    {"%", "%"},
+    {"x 10 ms", "in steps of 10 ms"},
+}};
+
 constexpr number_name_t UNITS[] = {{0, "imperial"}, {1, "metric"}};
 constexpr number_name_t LANGUAGES[] = {{0, "english"}, {1, "spanish"}, {2, "portuguese"},
                                        {3, "chinese"}, {4, "russian"}, {5, "french"}};
 constexpr number_name_t SWITCH[] = {{0, "off"}, {1, "on"}};
 constexpr number_name_t DISPLAY_MODES[] = {{0, "thousands"}, {1, "units"}};
-// There is no transition 2.
+// The protocol has no transition 2.
 constexpr number_name_t TRANSITIONS[] = {{0, "wad-to-main"},   {1, "config-to-wad"},   {3, "slate-to-main"},
                                          {4, "wad-to-config"}, {5, "slate-to-config"}, {6, "main-to-wad"},
                                          {7, "slate-to-wad"}};
@@ -53,7 +63,8 @@ constexpr std::string_view TEXT_FIELDS[] = {
     "line3-right",   "line4-left",    "line4-center",  "line4-right",   "flash-msg",     "erected",
     "stowed"};
 
-// Within each jib pair the long fly has the lower bit, and the rear winch comes before the front one.
+// The index is the bit. The long fly of each offset has the lower bit, and so has the rear winch: the order of
+// the display's lamps.
 constexpr std::array<std::string_view, 32> LAMPS = {"prealarm",
                                                     "overload",
                                                     "a2b",
@@ -87,7 +98,7 @@ constexpr std::array<std::string_view, 32> LAMPS = {"prealarm",
                                                     "swing-alarm-set",
                                                     "swing-alarm-tripped"};
 
-// Message byte 1 has no meaning.
+// The display ignores byte 1 of the message.
 constexpr field_t OPERATING_VALUES[] = {
     {.name = "capacity",
      .type = field_type_t::FLOAT_BE,
@@ -148,7 +159,7 @@ constexpr field_t DURATION[] = {{.name = "duration",
                                  .range = "0 silent, 255 continuous, else on and off for that long",
                                  .names = BEEPER}};
 constexpr field_t PLAIN_BYTE[] = {{.name = "value", .offset = 1, .range = "0 to 255"}};
-// Of the sub-commands of CMD7, whose data begin at byte 2.
+// Fields of the sub-commands of CMD7; their data begin at byte 2.
 constexpr field_t SUB_BYTE[] = {{.name = "value", .offset = 2, .range = "0 to 255"}};
 constexpr field_t SUB_SWITCH[] = {{.name = "value", .offset = 2, .names = SWITCH}};
 constexpr field_t SUB_KEY_MASKS[] = {
@@ -189,7 +200,7 @@ constexpr command_t COMMANDS[] = {
      .name = "flash",
      .about = "flash message of the configuration page",
      .leastLength = 6,
-     .layout = layout_t::FLASH},
+     .layout = message_layout_t::FLASH},
     {.number = 4,
      .name = "beeper",
      .about = "sounds the beeper until changed",
@@ -199,7 +210,7 @@ constexpr command_t COMMANDS[] = {
      .name = "texts",
      .about = "texts of the display; fields that are not named become empty",
      .leastLength = 8,
-     .layout = layout_t::TEXTS},
+     .layout = message_layout_t::TEXTS},
     {.number = 6, .name = "key-state", .about = "asks for the next key press", .reply = {1, KEY_STATE}},
     {.number = 7,
      .sub = 1,
@@ -350,6 +361,9 @@ const command_t* FindCommand(std::span<const std::uint8_t> message) {
   return message.size() < 2 ? nullptr : FindCommand(message[0], message[1]);
 }
 
+// CMD0 to CMD6 have the rows of their numbers.
+static_assert(COMMANDS[2].number == 2 && COMMANDS[3].number == 3 && COMMANDS[5].number == 5);
+
 const command_t& OperatingValuesCommand() {
   return COMMANDS[2];
 }
@@ -391,21 +405,8 @@ std::optional<std::uint8_t> NumberOf(std::span<const number_name_t> names, std::
   return found->number;
 }
 
-const char* UnitName(unit_t unit) {
-  switch (unit) {
-    case unit_t::WEIGHT:
-      return "weight";
-    case unit_t::LENGTH:
-      return "length";
-    case unit_t::DEGREES:
-      return "deg";
-    case unit_t::PERCENT:
-      return "%";
-    case unit_t::TEN_MILLISECONDS:
-      return "x 10 ms";
-    default:
-      return "";
-  }
+const unit_words_t& WordsOf(unit_t unit) {
+  return UNIT_WORDS[static_cast<std::size_t>(unit)];
 }
 
 }  // namespace host

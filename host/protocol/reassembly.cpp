@@ -8,21 +8,21 @@
 
 namespace host {
 
-bool Reassembler::Deliver(Message& message) {
+bool Reassembler::Deliver(MessageBytes& message) {
   received_ = 0;
   if (expected_ > MAX_MESSAGE_FRAMES) {
-    ++counters_.tooLong;
+    ++counts_.tooLong;
     return false;
   }
-  ++counters_.messages;
+  ++counts_.messages;
   message = std::move(message_);
   message_.clear();
   return true;
 }
 
-bool Reassembler::Begin(std::span<const std::uint8_t> data, Message& message) {
+bool Reassembler::Begin(std::span<const std::uint8_t> data, MessageBytes& message) {
   if (data[0] != 0 || data[1] == 0) {
-    ++counters_.strays;
+    ++counts_.strays;
     return false;
   }
   expected_ = data[1];
@@ -31,14 +31,14 @@ bool Reassembler::Begin(std::span<const std::uint8_t> data, Message& message) {
   return expected_ < 2 && Deliver(message);
 }
 
-bool Reassembler::Feed(std::span<const std::uint8_t> frame, Message& message) {
-  // The display reads eight bytes of every frame, zeros where it was shorter.
+bool Reassembler::Accept(std::span<const std::uint8_t> frame, MessageBytes& message) {
+  // The display reads eight bytes of every frame; the missing bytes of a shorter frame are zeros.
   std::array<std::uint8_t, FRAME_SIZE> data{};
   std::copy_n(frame.begin(), std::min(frame.size(), data.size()), data.begin());
   if (received_ == 0) return Begin(data, message);
   if (data[0] != received_) {
     received_ = 0;
-    ++counters_.broken;
+    ++counts_.broken;
     return false;
   }
   message_.insert(message_.end(), data.begin() + 1, data.end());

@@ -20,7 +20,7 @@ struct argument_t {
   std::optional<std::string_view> value;
 };
 
-argument_t TakeApart(std::string_view text) {
+argument_t SplitArgument(std::string_view text) {
   const std::size_t equals = text.find('=');
   if (equals == std::string_view::npos) return {text, std::nullopt};
   return {text.substr(0, equals), text.substr(equals + 1)};
@@ -35,22 +35,20 @@ std::vector<std::string_view> AllNames() {
 }
 
 [[noreturn]] void RefuseName(std::string_view name) {
-  const auto names = AllNames();
-  const std::string_view nearest = Nearest(name, names);
-  throw UsageError("there is no \"" + std::string(name) + "\"; " +
-                   (nearest.empty()
-                        ? "`hx7 send --list` shows all names"
-                        : "did you mean " + std::string(nearest) + "? (`hx7 send --list` shows all)"));
+  const std::string suggestion = Suggest(name, AllNames());
+  throw UsageError("there is no command or value \"" + std::string(name) + "\"" +
+                   (suggestion.empty() ? "; " : suggestion + " ") + "`hx7 send --list` shows all names");
 }
 
-std::string_view NeedValue(const argument_t& argument) {
+std::string_view RequireValue(const argument_t& argument) {
   if (!argument.value)
-    throw UsageError(std::string(argument.name) + " needs a value: " + std::string(argument.name) + "=...");
+    throw UsageError(std::string(argument.name) + " needs a value: write " + std::string(argument.name) +
+                     "=...");
   return *argument.value;
 }
 
-Message ParseHexMessage(std::string_view text) {
-  Message message;
+MessageBytes ParseHexMessage(std::string_view text) {
+  MessageBytes message;
   for (; !text.empty(); text.remove_prefix(2)) {
     std::uint8_t byte = 0;
     const auto [stop, error] =
@@ -69,45 +67,51 @@ bus::frame_t ParseFrame(std::string_view text) {
   return line->frame;
 }
 
-Message EncodeArgument(const command_t& command, const argument_t& argument) {
-  if (command.layout == layout_t::FLASH) return EncodeFlash(NeedValue(argument));
-  if (command.layout == layout_t::TEXTS) {
+std::vector<double> ParseFieldValues(const command_t& command, std::string_view text) {
+  const auto parts = SplitAt(text, ',');
+  const std::size_t wanted = command.fields.size();
+  if (parts.size() != wanted) {
+    throw UsageError(std::string(command.name) + " takes " + std::to_string(wanted) + " value" +
+                     (wanted == 1 ? "" : "s with commas between"));
+  }
+  std::vector<double> values;
+  for (std::size_t i = 0; i < parts.size(); ++i) values.push_back(ParseValue(command.fields[i], parts[i]));
+  return values;
+}
+
+MessageBytes MakeArgumentMessage(const command_t& command, const argument_t& argument) {
+  if (command.layout == message_layout_t::FLASH) return MakeFlashMessage(RequireValue(argument));
+  if (command.layout == message_layout_t::TEXTS) {
     throw UsageError("name the field of the text, such as line1-center=\"HELLO\"");
   }
   if (command.fields.empty()) {
     if (argument.value) throw UsageError(std::string(command.name) + " takes no value");
-    return Encode(command);
+    return MakeMessage(command);
   }
-  if (command.fields[0].type == field_type_t::KEY_MASKS)
-    return EncodeKeyMasks(ParseKeyMasks(NeedValue(argument)));
-  const auto parts = Split(NeedValue(argument), ',');
-  if (parts.size() != command.fields.size()) {
-    throw UsageError(std::string(command.name) + " takes " + std::to_string(command.fields.size()) + " value" +
-                     (command.fields.size() == 1 ? "" : "s with commas between"));
-  }
-  std::vector<double> values;
-  for (std::size_t i = 0; i < parts.size(); ++i) values.push_back(ParseValue(command.fields[i], parts[i]));
-  return Encode(command, values);
+  const std::string_view value = RequireValue(argument);
+  if (command.fields[0].type == field_type_t::KEY_MASKS) return MakeKeyMasksMessage(ParseKeyMasks(value));
+  return MakeMessage(command, ParseFieldValues(command, value));
 }
 
-// Works the arguments off one by one; the two messages that gather several arguments are made at the end.
+// Turns the arguments into steps one by one. CMD2 and CMD5 collect several arguments and are made at the end.
 class Planner {
  public:
-  explicit Planner(OperatingValues& values) : values_(values) {}
-  void Take(const argument_t& argument);
+  explicit Planner(Cmd2Values& values) : values_(values) {}
+  void Add(const argument_t& argument);
   plan_t Finish();
 
  private:
-  step_t& Gather(std::optional<std::size_t>& step);
+  void AddCommand(const argument_t& argument);
+  send_step_t& CollectAt(std::optional<std::size_t>& step);
 
-  OperatingValues& values_;
+  Cmd2Values& values_;
   plan_t plan_;
-  std::vector<text_t> texts_;
+  std::vector<field_text_t> texts_;
   std::optional<std::size_t> valuesStep_;
   std::optional<std::size_t> textsStep_;
 };
 
-step_t& Planner::Gather(std::optional<std::size_t>& step) {
+send_step_t& Planner::CollectAt(std::optional<std::size_t>& step) {
   if (!step) {
     step = plan_.steps.size();
     plan_.steps.emplace_back();
@@ -115,44 +119,48 @@ step_t& Planner::Gather(std::optional<std::size_t>& step) {
   return plan_.steps[*step];
 }
 
-void Planner::Take(const argument_t& argument) {
+void Planner::Add(const argument_t& argument) {
   if (argument.name == RAW) {
-    plan_.steps.push_back({Segment(ParseHexMessage(NeedValue(argument)))});
+    plan_.steps.push_back({CutIntoFrames(ParseHexMessage(RequireValue(argument)))});
   } else if (argument.name == FRAME) {
-    plan_.steps.push_back({{ParseFrame(NeedValue(argument))}});
+    plan_.steps.push_back({{ParseFrame(RequireValue(argument))}});
   } else if (const field_t* field = FindField(OperatingValuesCommand(), argument.name)) {
-    Gather(valuesStep_);
-    values_.Set(field->name, ParseValue(*field, NeedValue(argument)));
+    CollectAt(valuesStep_);
+    values_.Set(field->name, ParseValue(*field, RequireValue(argument)));
   } else if (const auto text = FindTextField(argument.name)) {
-    Gather(textsStep_);
-    texts_.push_back({*text, std::string(NeedValue(argument))});
-  } else if (const command_t* command = FindCommand(argument.name)) {
-    if (command == &OperatingValuesCommand() && !argument.value) {
-      Gather(valuesStep_);
-    } else {
-      plan_.steps.push_back(
-          {Segment(EncodeArgument(*command, argument)), command->reply.frames > 0 ? command : nullptr});
-    }
+    CollectAt(textsStep_);
+    texts_.push_back({*text, std::string(RequireValue(argument))});
   } else {
-    RefuseName(argument.name);
+    AddCommand(argument);
   }
 }
 
+void Planner::AddCommand(const argument_t& argument) {
+  const command_t* command = FindCommand(argument.name);
+  if (command == nullptr) RefuseName(argument.name);
+  if (command == &OperatingValuesCommand() && !argument.value) {
+    CollectAt(valuesStep_);
+    return;
+  }
+  plan_.steps.push_back(
+      {CutIntoFrames(MakeArgumentMessage(*command, argument)), command->reply.frames > 0 ? command : nullptr});
+}
+
 plan_t Planner::Finish() {
-  if (valuesStep_) Gather(valuesStep_).frames = Segment(values_.Encode());
-  if (textsStep_) Gather(textsStep_).frames = Segment(EncodeTexts(texts_));
+  if (valuesStep_) CollectAt(valuesStep_).frames = CutIntoFrames(values_.MakeMessage());
+  if (textsStep_) CollectAt(textsStep_).frames = CutIntoFrames(MakeTextsMessage(texts_));
   plan_.sendsValues = valuesStep_.has_value();
   return std::move(plan_);
 }
 
 }  // namespace
 
-plan_t PlanSend(std::span<const std::string> arguments, OperatingValues& values) {
+plan_t PlanSend(std::span<const std::string> arguments, Cmd2Values& values) {
   Planner planner(values);
   for (const std::string& text : arguments) {
-    const argument_t argument = TakeApart(text);
+    const argument_t argument = SplitArgument(text);
     try {
-      planner.Take(argument);
+      planner.Add(argument);
     } catch (const UsageError& error) {
       throw UsageError(text + ": " + error.what());
     }
@@ -162,74 +170,56 @@ plan_t PlanSend(std::span<const std::string> arguments, OperatingValues& values)
 
 namespace {
 
-const char* UnitWords(unit_t unit) {
-  switch (unit) {
-    case unit_t::WEIGHT:
-      return "lbs or kgs as units says";
-    case unit_t::LENGTH:
-      return "feet or meters as units says";
-    case unit_t::DEGREES:
-      return "degrees";
-    case unit_t::PERCENT:
-      return "%";
-    case unit_t::TEN_MILLISECONDS:
-      return "in steps of 10 ms";
-    default:
-      return "";
-  }
-}
-
-std::string FieldWords(const field_t& field) {
+std::string DescribeField(const field_t& field) {
   std::string words;
-  for (const std::string& part : {std::string(UnitWords(field.unit)), std::string(field.range),
+  for (const std::string& part : {std::string(WordsOf(field.unit).help), std::string(field.range),
                                   field.names.empty() ? "" : ListNames(field.names)}) {
     if (!part.empty()) words += (words.empty() ? "" : "; ") + part;
   }
   return words;
 }
 
-std::string Row(std::string_view name, const std::string& words) {
+std::string FormatRow(std::string_view name, const std::string& words) {
   constexpr std::size_t WIDTH = 20;
   std::string row = "  " + std::string(name);
   row.resize(std::max(row.size() + 1, WIDTH), ' ');
   return row + words + "\n";
 }
 
-void ListOther(const command_t& command, std::string& text) {
-  if (command.layout == layout_t::TEXTS || &command == &OperatingValuesCommand()) return;
+void ListCommand(const command_t& command, std::string& text) {
+  if (command.layout == message_layout_t::TEXTS || &command == &OperatingValuesCommand()) return;
   std::string words(command.about);
-  if (command.layout == layout_t::FLASH) words += "; a text";
+  if (command.layout == message_layout_t::FLASH) words += "; a text";
   if (!command.fields.empty()) {
-    const std::string values = FieldWords(command.fields[0]);
+    const std::string values = DescribeField(command.fields[0]);
     words += command.fields.size() > 1 ? "; of each: " + values : values.empty() ? "" : "; " + values;
   }
   if (command.reply.frames > 0) words += "; prints the answer";
-  text +=
-      Row(std::string(command.name) + (command.fields.empty() && command.layout == layout_t::FIELDS ? "" : "="),
-          words);
+  text += FormatRow(std::string(command.name) +
+                        (command.fields.empty() && command.layout == message_layout_t::FIELDS ? "" : "="),
+                    words);
 }
 
 }  // namespace
 
 std::string ListSendNames() {
   std::string text =
-      "Operating values (all that a call names travel together; those not named stay as they were):\n";
+      "Operating values (a call sends all of them together; those not named keep their last value):\n";
   for (const field_t& field : OperatingValuesCommand().fields) {
-    text += Row(std::string(field.name) + "=", FieldWords(field));
+    text += FormatRow(std::string(field.name) + "=", DescribeField(field));
   }
-  text += Row(OperatingValuesCommand().name, "sends them again as they are");
+  text += FormatRow(OperatingValuesCommand().name, "sends them again unchanged");
   text += "  Lamps:";
   for (const std::string_view lamp : LampNames()) text.append(" ").append(lamp);
-  text += "\n\nTexts (all that a call names travel together; those not named become empty):\n ";
+  text += "\n\nTexts (a call sends all of them together; those not named become empty):\n ";
   for (const std::string_view name : TextFieldNames()) text.append(" ").append(name);
   text += "\n\nCommands:\n";
-  for (const command_t& command : Commands()) ListOther(command, text);
-  text += Row("raw=", "a message of any bytes, in hexadecimal; cut into frames");
-  text += Row("frame=", "one frame of any identifier, as IDENTIFIER#DATA");
+  for (const command_t& command : Commands()) ListCommand(command, text);
+  text += FormatRow("raw=", "a message of any bytes, in hexadecimal; hx7 cuts it into frames");
+  text += FormatRow("frame=", "one frame of any identifier, as IDENTIFIER#DATA");
   text += "\nHost keys:";
   for (const number_name_t& key : HostKeyNames()) text.append(" ").append(key.name);
-  text += "\nMasks of valid-keys: " + ListNames(KeyMaskNames()) + " or 0 to 255\n";
-  return text;
+  return text + "\nMasks of valid-keys: " + ListNames(KeyMaskNames()) + " or 0 to 255\n";
 }
 
 }  // namespace host

@@ -5,7 +5,6 @@
 #include <charconv>
 #include <cmath>
 #include <iterator>
-#include <limits>
 #include <numeric>
 #include <optional>
 #include <utility>
@@ -13,30 +12,13 @@
 #include <utf8.h>
 
 #include "host/protocol/errors.h"
+#include "host/protocol/field_codecs.h"
 
 namespace host {
 namespace {
 
 constexpr std::size_t HOST_KEYS = 23;
 constexpr std::uint8_t BEEP_ONCE = 127;
-
-struct limits_t {
-  double least;
-  double most;
-};
-
-limits_t LimitsOf(field_type_t type) {
-  switch (type) {
-    case field_type_t::I16_BE:
-      return {-32768, 32767};
-    case field_type_t::FLOAT_BE:
-      return {-std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()};
-    case field_type_t::LAMPS:
-      return {0, 4294967295.0};
-    default:
-      return {0, 255};
-  }
-}
 
 template <typename T>
 std::optional<T> WholeNumber(std::string_view text, int base) {
@@ -57,8 +39,8 @@ std::optional<double> AnyNumber(std::string_view text) {
   return value;
 }
 
-// The shortest text that gives the same float again. Scaling costs a float's last digit, so a scaled value gets
-// the seven digits that are sure.
+// The shortest text that reads back to the same float. Scaling loses a float's last digit, so a scaled value
+// has the seven digits that are exact.
 std::string FloatText(const field_t& field, double value) {
   constexpr int SURE_DIGITS = 7;
   std::array<char, 64> text{};
@@ -67,11 +49,6 @@ std::string FloatText(const field_t& field, double value) {
       field.scale == 1.0 ? std::to_chars(text.data(), end, static_cast<float>(value), std::chars_format::fixed)
                          : std::to_chars(text.data(), end, value, std::chars_format::general, SURE_DIGITS);
   return error == std::errc() ? std::string(text.data(), stop) : std::to_string(value);
-}
-
-std::string Suggestion(std::string_view name, std::span<const std::string_view> names) {
-  const std::string_view nearest = Nearest(name, names);
-  return nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?";
 }
 
 std::vector<std::string_view> NamesOnly(std::span<const number_name_t> names) {
@@ -84,11 +61,11 @@ std::uint32_t ParseLamps(std::string_view text) {
   if (text == "none") return 0;
   if (text == "all") return 0xFFFFFFFF;
   std::uint32_t word = 0;
-  for (const std::string_view name : Split(text, ',')) {
+  for (const std::string_view name : SplitAt(text, ',')) {
     const auto* const lamp = std::ranges::find(LampNames(), name).base();
     const auto bit = static_cast<unsigned>(lamp - LampNames().data());
     if (bit >= LampNames().size()) {
-      throw UsageError("\"" + std::string(name) + "\" is not a lamp" + Suggestion(name, LampNames()));
+      throw UsageError("\"" + std::string(name) + "\" is not a lamp" + Suggest(name, LampNames()));
     }
     word |= 1U << bit;
   }
@@ -98,16 +75,16 @@ std::uint32_t ParseLamps(std::string_view text) {
 [[noreturn]] void RefuseValue(const field_t& field, std::string_view text) {
   std::string right = field.names.empty() ? std::string(field.range) : ListNames(field.names);
   if (right.empty()) right = "a number";
-  throw UsageError("\"" + std::string(text) + "\" does not fit; expected " + right +
-                   Suggestion(text, NamesOnly(field.names)));
+  throw UsageError("\"" + std::string(text) + "\" does not fit; it takes " + right +
+                   Suggest(text, NamesOnly(field.names)));
 }
 
 void ParseKeyMask(std::string_view text, std::vector<std::uint8_t>& masks) {
-  const auto parts = Split(text, ':');
+  const auto parts = SplitAt(text, ':');
   const auto key = NumberOf(HostKeyNames(), parts[0]);
   if (!key) {
     throw UsageError("\"" + std::string(parts[0]) + "\" is not a host key" +
-                     Suggestion(parts[0], NamesOnly(HostKeyNames())));
+                     Suggest(parts[0], NamesOnly(HostKeyNames())));
   }
   constexpr field_t MASK{.name = "mask", .range = "0 to 255"};
   std::uint8_t mask = BEEP_ONCE;
@@ -132,16 +109,16 @@ double ParseValue(const field_t& field, std::string_view text) {
     if (field.type == field_type_t::LAMPS) return ParseLamps(text);
     RefuseValue(field, text);
   }
-  const limits_t limits = LimitsOf(field.type);
-  const bool whole = field.type == field_type_t::FLOAT_BE || std::trunc(*number) == *number;
-  if (*number < limits.least || *number > limits.most || !whole) RefuseValue(field, text);
+  const field_codec_t& codec = CodecOf(field.type);
+  const bool whole = !codec.whole || std::trunc(*number) == *number;
+  if (*number < codec.least || *number > codec.most || !whole) RefuseValue(field, text);
   return *number;
 }
 
 std::string FormatValue(const field_t& field, double value) {
   if (field.type == field_type_t::LAMPS) {
     std::string text;
-    for (const std::string& lamp : LampsOf(static_cast<std::uint32_t>(value)))
+    for (const std::string& lamp : ListLamps(static_cast<std::uint32_t>(value)))
       text += (text.empty() ? "" : ",") + lamp;
     return text.empty() ? "none" : text;
   }
@@ -167,7 +144,7 @@ std::vector<std::uint8_t> ParseKeyMasks(std::string_view text) {
   if (text == "all") return std::vector<std::uint8_t>(HOST_KEYS, BEEP_ONCE);
   std::vector<std::uint8_t> masks(HOST_KEYS, 0);
   if (text == "none") return masks;
-  for (const std::string_view part : Split(text, ',')) ParseKeyMask(part, masks);
+  for (const std::string_view part : SplitAt(text, ',')) ParseKeyMask(part, masks);
   return masks;
 }
 
@@ -185,7 +162,7 @@ std::string FormatKeyMasks(std::span<const std::uint8_t> masks) {
   return text.empty() ? "none" : text;
 }
 
-std::vector<std::string> LampsOf(std::uint32_t word) {
+std::vector<std::string> ListLamps(std::uint32_t word) {
   std::vector<std::string> lamps;
   for (unsigned bit = 0; bit < LampNames().size(); ++bit) {
     if ((word >> bit & 1U) != 0) lamps.emplace_back(LampNames()[bit]);
@@ -202,7 +179,7 @@ std::string ListNames(std::span<const number_name_t> names) {
   return text;
 }
 
-std::vector<std::string_view> Split(std::string_view text, char separator) {
+std::vector<std::string_view> SplitAt(std::string_view text, char separator) {
   std::vector<std::string_view> parts;
   for (;;) {
     const std::size_t end = text.find(separator);
@@ -214,7 +191,7 @@ std::vector<std::string_view> Split(std::string_view text, char separator) {
 
 namespace {
 
-// Letters to insert, take out or replace (Levenshtein), one row of the table at a time.
+// How many letters to insert, remove or replace (Levenshtein distance), one row of the table at a time.
 std::size_t Distance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
@@ -234,7 +211,8 @@ std::string_view Nearest(std::string_view name, std::span<const std::string_view
   constexpr std::size_t MOST_LETTERS = 64;
   if (name.empty() || name.size() > MOST_LETTERS) return {};
   std::string_view best;
-  std::size_t least = 1 + std::max<std::size_t>(1, name.size() / 3);  // further away it is another word
+  std::size_t least =
+      1 + std::max<std::size_t>(1, name.size() / 3);  // a more distant candidate is another word
   for (const std::string_view candidate : candidates) {
     const std::size_t distance = candidate.starts_with(name) ? 1 : Distance(name, candidate);
     if (distance >= least) continue;
@@ -244,15 +222,25 @@ std::string_view Nearest(std::string_view name, std::span<const std::string_view
   return best;
 }
 
+std::string Suggest(std::string_view name, std::span<const std::string_view> candidates) {
+  const std::string_view nearest = Nearest(name, candidates);
+  return nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?";
+}
+
+std::string HexByte(std::uint8_t byte) {
+  constexpr std::string_view DIGITS = "0123456789ABCDEF";
+  return {DIGITS[byte >> 4U], DIGITS[byte & 0xFU]};
+}
+
 std::string Printable(std::string_view text) {
+  constexpr unsigned char DELETE = 0x7F;
   std::string valid;
   utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(valid));
   std::string safe;
   for (const char c : valid) {
     const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7F) {
-      constexpr std::string_view DIGITS = "0123456789ABCDEF";
-      safe.append("\\x").append(1, DIGITS[byte >> 4U]).append(1, DIGITS[byte & 0xFU]);
+    if (byte < ' ' || byte == DELETE) {
+      safe.append("\\x").append(HexByte(byte));
     } else {
       if (c == '"' || c == '\\') safe.push_back('\\');
       safe.push_back(c);

@@ -2,7 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/protocol/words.h"
+#include "base/json_text.h"
+#include "host/protocol/message_lines.h"
 
 namespace host {
 namespace {
@@ -11,15 +12,15 @@ using Json = nlohmann::ordered_json;
 
 constexpr double MICROS_PER_SECOND = 1e6;
 
-double Seconds(std::uint64_t time_us) {
+double ToSeconds(std::uint64_t time_us) {
   return static_cast<double>(time_us) / MICROS_PER_SECOND;
 }
 
-// The time stands where it is not that of the head, and where there is one.
-std::string SideWords(const shown_otherwise_t& shown, std::size_t side, std::uint64_t head_us) {
+// The text of one side, with its time if there is one and the heading has another.
+std::string FormatSide(const shown_otherwise_t& shown, std::size_t side, std::uint64_t head_us) {
   const std::string text = shown.text[side].empty() ? "nothing" : shown.text[side];
   const std::uint64_t since_us = shown.time_us[side];
-  return since_us == head_us || since_us == 0 ? text : text + " since " + TimeOfDay(since_us);
+  return since_us == head_us || since_us == 0 ? text : text + " since " + FormatTimeOfDay(since_us);
 }
 
 Json TextJson(const std::string& text) {
@@ -28,37 +29,36 @@ Json TextJson(const std::string& text) {
 
 }  // namespace
 
-std::string DifferenceLines(const difference_t& difference) {
+std::string FormatDifference(const difference_t& difference) {
   constexpr std::array<const char*, SIDES> NAMES = {"A ", "  B "};
   std::string lines;
   for (std::size_t side = 0; side < SIDES; ++side) {
     const std::uint64_t time_us = difference.time_us[side];
-    lines += NAMES[side] + (time_us == 0 ? "(no frame yet)" : TimeOfDay(time_us));
+    lines += NAMES[side] + (time_us == 0 ? "(no frame yet)" : FormatTimeOfDay(time_us));
   }
   lines += "\n";
   if (difference.shown.empty()) lines += "  the same changes, in another order\n";
   for (const shown_otherwise_t& shown : difference.shown) {
-    lines += "  " + shown.name + ": " + SideWords(shown, 0, difference.time_us[0]) + " | " +
-             SideWords(shown, 1, difference.time_us[1]) + "\n";
+    lines += "  " + shown.name + ": " + FormatSide(shown, 0, difference.time_us[0]) + " | " +
+             FormatSide(shown, 1, difference.time_us[1]) + "\n";
   }
   return lines;
 }
 
-std::string DifferenceJson(const difference_t& difference) {
+std::string FormatDifferenceJson(const difference_t& difference) {
   constexpr std::array<const char*, SIDES> NAMES = {"a", "b"};
   Json line;
+  Json shown = Json::object();
   for (std::size_t side = 0; side < SIDES; ++side) {
-    line[NAMES[side]] = {{"time", Seconds(difference.time_us[side])}, {"states", difference.states[side]}};
-  }
-  line["shown"] = Json::object();
-  for (const shown_otherwise_t& shown : difference.shown) {
-    Json& entry = line["shown"][shown.name];
-    for (std::size_t side = 0; side < SIDES; ++side) {
-      entry[NAMES[side]] = TextJson(shown.text[side]);
-      entry[std::string(NAMES[side]) + "_time"] = Seconds(shown.time_us[side]);
+    line[NAMES[side]] = {{"time", ToSeconds(difference.time_us[side])}, {"states", difference.states[side]}};
+    for (const shown_otherwise_t& one : difference.shown) {
+      Json& entry = shown[one.name];
+      entry[NAMES[side]] = TextJson(one.text[side]);
+      entry[std::string(NAMES[side]) + "_time"] = ToSeconds(one.time_us[side]);
     }
   }
-  return line.dump(-1, ' ', false, Json::error_handler_t::replace);
+  line["shown"] = std::move(shown);
+  return base::DumpOrderedJson(line);
 }
 
 }  // namespace host

@@ -9,22 +9,22 @@ namespace {
 
 constexpr std::size_t MOST_AHEAD = 1024;
 
-// What one name shows through some states, each text once, and since when.
-struct step_t {
+// A text that one name shows through some states, and since when.
+struct shown_step_t {
   std::string text;
   std::uint64_t time_us;
 };
 
-std::string TextOf(const shown_t& shown, const std::string& name) {
+std::string ShownText(const shown_texts_t& shown, const std::string& name) {
   const auto found = shown.find(name);
   return found == shown.end() ? "" : found->second;
 }
 
-std::vector<step_t> StepsOf(const std::string& name, const shown_at_t& before,
-                            std::span<const shown_at_t> states) {
-  std::vector<step_t> steps = {{TextOf(*before.shown, name), before.time_us}};
+std::vector<shown_step_t> ListSteps(const std::string& name, const shown_at_t& before,
+                                    std::span<const shown_at_t> states) {
+  std::vector<shown_step_t> steps = {{ShownText(*before.shown, name), before.time_us}};
   for (const shown_at_t& state : states) {
-    std::string text = TextOf(*state.shown, name);
+    std::string text = ShownText(*state.shown, name);
     if (text != steps.back().text) steps.push_back({std::move(text), state.time_us});
   }
   return steps;
@@ -32,7 +32,7 @@ std::vector<step_t> StepsOf(const std::string& name, const shown_at_t& before,
 
 using side_states_t = std::array<std::vector<shown_at_t>, SIDES>;
 
-std::set<std::string> NamesIn(const side_states_t& states) {
+std::set<std::string> ListShownNames(const side_states_t& states) {
   std::set<std::string> names;
   for (const auto& side : states) {
     for (const shown_at_t& state : side) {
@@ -42,12 +42,12 @@ std::set<std::string> NamesIn(const side_states_t& states) {
   return names;
 }
 
-// Where one side has no further text, it goes on showing its last.
-std::optional<shown_otherwise_t> Compare(const std::string& name, const std::vector<step_t>& a,
-                                         const std::vector<step_t>& b) {
+// The first texts in which two sides differ. A side that has no further text still shows its last one.
+std::optional<shown_otherwise_t> Compare(const std::string& name, const std::vector<shown_step_t>& a,
+                                         const std::vector<shown_step_t>& b) {
   for (std::size_t i = 0; i < std::max(a.size(), b.size()); ++i) {
-    const step_t& inA = a[std::min(i, a.size() - 1)];
-    const step_t& inB = b[std::min(i, b.size() - 1)];
+    const shown_step_t& inA = a[std::min(i, a.size() - 1)];
+    const shown_step_t& inB = b[std::min(i, b.size() - 1)];
     if (inA.text != inB.text) return shown_otherwise_t{name, {inA.text, inB.text}, {inA.time_us, inB.time_us}};
   }
   return std::nullopt;
@@ -76,7 +76,7 @@ void ShownDiff::PassEqual() {
   }
 }
 
-// A common state whose distances from here add up to `sum`.
+// Finds a state that both sides have, with distances from here that add up to `sum`.
 std::optional<ShownDiff::meeting_t> ShownDiff::MeetAt(std::size_t sum) {
   for (std::size_t a = sum >= MOST_AHEAD ? sum - MOST_AHEAD + 1 : 0; a <= std::min(sum, MOST_AHEAD - 1); ++a) {
     const std::size_t b = sum - a;
@@ -92,26 +92,27 @@ ShownDiff::meeting_t ShownDiff::Meet() {
     Fill(0, reach);
     Fill(1, reach);
     if (const auto meeting = MeetAt(sum)) return *meeting;
-    if (sum >= ahead_[0].size() + ahead_[1].size()) break;  // both logs end before
+    if (sum >= ahead_[0].size() + ahead_[1].size()) break;  // both logs have ended
   }
   return {{ahead_[0].size(), ahead_[1].size()}};
 }
 
 difference_t ShownDiff::Describe(const meeting_t& meeting) const {
   side_states_t states;
+  side_states_t named;  // the same and the state before, for the names that each side shows
   difference_t difference;
   for (std::size_t side = 0; side < SIDES; ++side) {
     const auto begin = ahead_[side].begin();
     states[side].assign(begin, begin + static_cast<std::ptrdiff_t>(meeting.at[side]));
+    named[side] = states[side];
+    named[side].push_back(before_[side]);
     difference.states[side] = states[side].size();
     difference.time_us[side] = states[side].empty() ? before_[side].time_us : states[side].front().time_us;
   }
-  side_states_t all = states;
-  for (std::size_t side = 0; side < SIDES; ++side) all[side].push_back(before_[side]);
-  for (const std::string& name : NamesIn(all)) {
-    if (auto otherwise =
-            Compare(name, StepsOf(name, before_[0], states[0]), StepsOf(name, before_[1], states[1])))
-      difference.shown.push_back(std::move(*otherwise));
+  for (const std::string& name : ListShownNames(named)) {
+    auto otherwise =
+        Compare(name, ListSteps(name, before_[0], states[0]), ListSteps(name, before_[1], states[1]));
+    if (otherwise) difference.shown.push_back(std::move(*otherwise));
   }
   return difference;
 }

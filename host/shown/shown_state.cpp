@@ -7,7 +7,7 @@
 
 #include "platform/byte_order.h"
 
-#include "host/protocol/encode.h"
+#include "host/protocol/field_codecs.h"
 #include "host/protocol/value_text.h"
 #include "src/core/frame_layout.h"
 
@@ -20,7 +20,7 @@ constexpr std::string_view DASHES = "-----";
 constexpr double HUNDRED = 100.0;
 
 std::string Printed(const char* format, double value) {
-  std::array<char, 64> text{};  // a float has 39 places at most
+  std::array<char, 64> text{};  // a float has at most 39 digits before the point
   static_cast<void>(std::snprintf(text.data(), text.size(), format, value));
   return text.data();
 }
@@ -55,7 +55,7 @@ constexpr std::array<value_form_t, 9> VALUE_FORMS = {{{"capacity", ShownCapacity
                                                       {"piston-pressure", ShownPressure},
                                                       {"rod-pressure", ShownPressure}}};
 
-// The lamps that show a colour of CMD7.18, with its field's name.
+// The lamps whose colour CMD7.18 sets, with the field that sets it.
 struct colored_lamp_t {
   std::string_view lamp;
   std::string_view color;
@@ -65,6 +65,7 @@ constexpr std::array<colored_lamp_t, 4> COLORED_LAMPS = {{{"tires", "tires"},
                                                           {"outrigger-half", "half"},
                                                           {"outrigger-extended", "extended"}}};
 
+// What each command changes on the screen. A command without a row changes nothing that is compared.
 struct effect_t {
   std::string_view command;
   void (ShownState::*show)(const command_t& command, Block block);
@@ -84,8 +85,8 @@ constexpr std::array<effect_t, 14> EFFECTS = {{{"operating-values", &ShownState:
                                                {"colors", &ShownState::ShowColors},
                                                {"swing-mode", &ShownState::ShowSwingMode}}};
 
-std::string FieldText(const field_t& field, Block block) {
-  return FormatValue(field, LoadNumber(field, block));
+std::string FormatField(const field_t& field, Block block) {
+  return FormatValue(field, ReadNumber(field, block));
 }
 
 }  // namespace
@@ -93,7 +94,7 @@ std::string FieldText(const field_t& field, Block block) {
 std::string ShownWeight(double value) {
   constexpr double MOST = 1'000'000;
   constexpr double COMMA = 1000;
-  // Less than a hundred below 0 still cuts to 0; what is further below shows 0 as well.
+  // The display shows every negative weight as 0.
   if (std::isnan(value) || value >= MOST) return std::string(DASHES);
   const double whole = std::trunc(std::max(value, 0.0) / HUNDRED) * HUNDRED;
   if (whole < COMMA) return Printed("%.0f", whole);
@@ -126,7 +127,7 @@ void ShownState::Apply(std::span<const std::uint8_t> message) {
   if (command == nullptr) return;
   const auto effect = std::ranges::find(EFFECTS, command->name, &effect_t::command);
   if (effect == EFFECTS.end()) return;
-  // The display reads its whole block, zeros where the message was shorter.
+  // The display reads a block of fixed size; it is zero beyond the message.
   std::array<std::uint8_t, MAX_MESSAGE_SIZE> block{};
   std::copy_n(message.begin(), std::min(message.size(), block.size()), block.begin());
   (this->*effect->show)(*command, block);
@@ -142,10 +143,10 @@ void ShownState::SetLinkLost(bool lost) {
 
 void ShownState::ShowOperatingValues(const command_t& command, Block block) {
   for (const value_form_t& form : VALUE_FORMS) {
-    shown_[std::string(form.field)] = form.text(LoadNumber(*FindField(command, form.field), block));
+    shown_[std::string(form.field)] = form.text(ReadNumber(*FindField(command, form.field), block));
   }
-  lamps_ = static_cast<std::uint32_t>(LoadNumber(*FindField(command, "led"), block));
-  swing_ = static_cast<int>(LoadNumber(*FindField(command, "swing"), block));
+  lamps_ = static_cast<std::uint32_t>(ReadNumber(*FindField(command, "led"), block));
+  swing_ = static_cast<int>(ReadNumber(*FindField(command, "swing"), block));
   swingHeard_ = true;
   ShowSwing();
   ShowLamps();
@@ -162,56 +163,56 @@ void ShownState::ShowSwing() {
 }
 
 void ShownState::ShowSwingMode(const command_t& command, Block block) {
-  const std::string mode = FieldText(command.fields[0], block);
+  const std::string mode = FormatField(command.fields[0], block);
   swingWord_ = mode == "number" ? "" : mode;
   ShowSwing();
 }
 
 void ShownState::ShowLamps() {
   Forget("lamp ");
-  for (const std::string& lamp : LampsOf(lamps_)) {
+  for (const std::string& lamp : ListLamps(lamps_)) {
     const auto colored = std::ranges::find(COLORED_LAMPS, lamp, &colored_lamp_t::lamp);
     std::string light = "lit";
     if (colored != COLORED_LAMPS.end()) {
       const auto color = colors_.find(std::string(colored->color));
-      light = color == colors_.end() ? "green" : color->second;  // green until the host sets another
+      light = color == colors_.end() ? "green" : color->second;  // the display's colour until the host sets one
     }
     shown_["lamp " + lamp] = light;
   }
 }
 
 void ShownState::ShowColors(const command_t& command, Block block) {
-  for (const field_t& field : command.fields) colors_[std::string(field.name)] = FieldText(field, block);
+  for (const field_t& field : command.fields) colors_[std::string(field.name)] = FormatField(field, block);
   ShowLamps();
 }
 
 void ShownState::ShowBeeper(const command_t& command, Block block) {
   const field_t& field = command.fields[0];
-  const double duration = LoadNumber(field, block);
+  const double duration = ReadNumber(field, block);
   const bool named = !NameOf(field.names, static_cast<unsigned>(duration)).empty();
   shown_["beeper"] = FormatValue(field, duration) + (named ? "" : " x 10 ms");
 }
 
 void ShownState::ShowSwitch(const command_t& command, Block block) {
   const field_t& field = command.fields[0];
-  shown_[std::string(command.name)] = FormatValue(field, LoadNumber(field, block) != 0 ? 1 : 0);
+  shown_[std::string(command.name)] = FormatValue(field, ReadNumber(field, block) != 0 ? 1 : 0);
 }
 
 void ShownState::ShowNumber(const command_t& command, Block block) {
-  shown_[std::string(command.name)] = FieldText(command.fields[0], block);
+  shown_[std::string(command.name)] = FormatField(command.fields[0], block);
 }
 
 void ShownState::ShowKnownNumber(const command_t& command, Block block) {
   const field_t& field = command.fields[0];
-  const std::string_view name = NameOf(field.names, static_cast<unsigned>(LoadNumber(field, block)));
+  const std::string_view name = NameOf(field.names, static_cast<unsigned>(ReadNumber(field, block)));
   if (!name.empty()) shown_[command.name == "transition" ? "page-request" : std::string(command.name)] = name;
 }
 
-// One text sub-command at the head of what is left of the block; false where the display stops as well.
+// Reads the text sub-command at the head of the rest of the block. Returns false where the display stops
+// reading too.
 bool ShownState::ShowText(Block text) {
-  constexpr std::size_t LEAST = 3;
   const std::size_t length = text.size() < TEXT_HEADER ? 0 : platform::LoadBe16(text, 0);
-  if (length < LEAST || length + TEXT_LENGTH_BYTES > text.size()) return false;
+  if (length < LEAST_TEXT_LENGTH || length + TEXT_LENGTH_BYTES > text.size()) return false;
   const std::uint8_t field = text[TEXT_FIELD_AT];
   if (field >= TextFieldNames().size()) return true;
   std::string& shown = shown_["text " + std::string(TextFieldNames()[field])];
@@ -222,9 +223,8 @@ bool ShownState::ShowText(Block text) {
 }
 
 void ShownState::ShowTexts(const command_t& /*command*/, Block block) {
-  constexpr std::size_t LEAST = 5;
   const std::size_t length = platform::LoadBe16(block, 1);
-  if (length < LEAST) return;
+  if (length < LEAST_TEXTS_LENGTH) return;
   Forget("text ");
   const Block texts = block.subspan(TEXTS_BEGIN);
   for (std::size_t at = 0; at < std::min(length, texts.size());) {
@@ -233,12 +233,11 @@ void ShownState::ShowTexts(const command_t& /*command*/, Block block) {
   }
 }
 
-// The byte in the field's place means nothing here.
+// The display ignores the field number of a flash message.
 void ShownState::ShowFlash(const command_t& /*command*/, Block block) {
-  constexpr std::size_t LEAST = 3;
   const Block text = block.subspan(1);
   const std::size_t length = platform::LoadBe16(text, 0);
-  if (length < LEAST || length + TEXT_LENGTH_BYTES > text.size()) return;
+  if (length < LEAST_TEXT_LENGTH || length + TEXT_LENGTH_BYTES > text.size()) return;
   const Block letters = text.subspan(TEXT_HEADER, length + TEXT_LENGTH_BYTES - TEXT_HEADER);
   shown_["flash"] = Printable(std::string(letters.begin(), letters.end()));
 }

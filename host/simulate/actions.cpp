@@ -4,13 +4,13 @@
 
 #include "host/protocol/errors.h"
 #include "host/protocol/send_plan.h"
-#include "host/simulate/arguments.h"
+#include "host/simulate/action_arguments.h"
 
 namespace simulate {
 namespace {
 
 using host::UsageError;
-using words_t = std::span<const std::string>;
+using arguments_t = std::span<const std::string>;
 
 struct action_row_t {
   std::string_view word;
@@ -18,7 +18,7 @@ struct action_row_t {
   std::string_view about;
   std::size_t least;  // arguments
   std::size_t most;
-  action_t (*parse)(words_t);
+  crane_action_t (*parse)(arguments_t);
 };
 constexpr std::size_t ANY_NUMBER = 1000;
 
@@ -26,93 +26,96 @@ constexpr double MOST_HEIGHT = 60;
 constexpr double MOST_RADIUS = 60;
 
 double ParseAngle(const std::string& word) {
-  return ParseNumber(word, crane::MEASURES.leastAngle, crane::MEASURES.mostAngle, DEGREES);
+  return ParseQuantity(word, crane::MEASURES.leastAngle, crane::MEASURES.mostAngle, DEGREES);
 }
 double ParseBoomLength(const std::string& word) {
-  return ParseNumber(word, crane::MEASURES.shortest, crane::MEASURES.longest, LENGTH_UNITS);
+  return ParseQuantity(word, crane::MEASURES.shortest, crane::MEASURES.longest, LENGTH_UNITS);
 }
 double ParseSwing(const std::string& word) {
-  return ParseNumber(word, -360, 360, DEGREES);
+  return ParseQuantity(word, -360, 360, DEGREES);
 }
 
-// Changes one thing of the rigging.
+// An action that changes one member of the rigging.
 template <typename T>
-action_t Rigging(T crane::rigging_t::*member, T value) {
-  return [=](stage_t& stage) {
-    crane::rigging_t rigging = stage.computer.Crane().Rigging();
+crane_action_t Rigging(T crane::rigging_t::*member, T value) {
+  return [=](action_target_t& target) {
+    crane::rigging_t rigging = target.computer.Crane().Rigging();
     rigging.*member = value;
-    stage.computer.Crane().Rig(rigging);
+    target.computer.Crane().Rig(rigging);
   };
 }
 
-action_t ParseBase(words_t words) {
-  return [base = ParseEnum<crane::base_t>(crane::BASE_NAMES, words[0])](stage_t& stage) {
-    stage.computer.Crane().MoveBase(base);
+crane_action_t ParseBase(arguments_t words) {
+  return [base = ParseEnum<crane::base_t>(crane::BASE_NAMES, words[0])](action_target_t& target) {
+    target.computer.Crane().MoveBase(base);
   };
 }
 
-action_t ParseBoom(words_t words) {
+crane_action_t ParseBoom(arguments_t words) {
   static constexpr std::array<std::string_view, 2> NAMES = {"angle", "length"};
   if (ParseName(NAMES, words[0]) == 0) {
-    return [angle = ParseAngle(words[1])](stage_t& stage) { stage.computer.Crane().MoveAngle(angle); };
+    return
+        [angle = ParseAngle(words[1])](action_target_t& target) { target.computer.Crane().MoveAngle(angle); };
   }
-  return [length = ParseBoomLength(words[1])](stage_t& stage) { stage.computer.Crane().MoveLength(length); };
+  return [length = ParseBoomLength(words[1])](action_target_t& target) {
+    target.computer.Crane().MoveLength(length);
+  };
 }
 
-action_t ParseSwingAction(words_t words) {
-  return [swing = ParseSwing(words[0])](stage_t& stage) { stage.computer.Crane().MoveSwing(swing); };
+crane_action_t ParseSwingAction(arguments_t words) {
+  return [swing = ParseSwing(words[0])](action_target_t& target) { target.computer.Crane().MoveSwing(swing); };
 }
 
-action_t ParseHoist(words_t words) {
-  if (words[0] == "stop") return [](stage_t& stage) { stage.computer.Crane().StopHoist(); };
+crane_action_t ParseHoist(arguments_t words) {
+  if (words[0] == "stop") return [](action_target_t& target) { target.computer.Crane().StopHoist(); };
   const bool hold = words[0] == "hold";
   if (hold && words.size() < 2) throw UsageError("hoist hold needs a height");
-  const double height = ParseNumber(words[hold ? 1 : 0], 0, MOST_HEIGHT, LENGTH_UNITS);
-  if (hold) return [height](stage_t& stage) { stage.computer.Crane().HoldHook(height); };
-  return [height](stage_t& stage) { stage.computer.Crane().HoistTo(height); };
+  const double height = ParseQuantity(words[hold ? 1 : 0], 0, MOST_HEIGHT, LENGTH_UNITS);
+  if (hold) return [height](action_target_t& target) { target.computer.Crane().HoldHook(height); };
+  return [height](action_target_t& target) { target.computer.Crane().HoistTo(height); };
 }
 
-action_t ParseLoad(words_t words) {
+crane_action_t ParseLoad(arguments_t words) {
   constexpr double MOST = 100'000;
-  return [load = ParseNumber(words[0], 0, MOST, WEIGHT_UNITS)](stage_t& stage) {
-    stage.computer.Crane().SetLoad(load);
+  return [load = ParseQuantity(words[0], 0, MOST, WEIGHT_UNITS)](action_target_t& target) {
+    target.computer.Crane().SetLoad(load);
   };
 }
 
-action_t ParseStop(words_t) {
-  return [](stage_t& stage) { stage.computer.Crane().StopAll(); };
+crane_action_t ParseStop(arguments_t) {
+  return [](action_target_t& target) { target.computer.Crane().StopAll(); };
 }
 
-action_t ParseWind(words_t words) {
+crane_action_t ParseWind(arguments_t words) {
   constexpr double MOST = 40;
-  return [wind = ParseNumber(words[0], 0, MOST, SPEED)](stage_t& stage) {
-    stage.computer.TheSensors().SetWind(wind);
+  return [wind = ParseQuantity(words[0], 0, MOST, SPEED)](action_target_t& target) {
+    target.computer.TheSensors().SetWind(wind);
   };
 }
 
-action_t ParseCounterweight(words_t words) {
+crane_action_t ParseCounterweight(arguments_t words) {
   return Rigging(&crane::rigging_t::counterweight, ParseSwitch(words[0]));
 }
-action_t ParseJib(words_t words) {
+crane_action_t ParseJib(arguments_t words) {
   return Rigging(&crane::rigging_t::jib, ParseEnum<crane::jib_t>(crane::JIB_NAMES, words[0]));
 }
-action_t ParsePick(words_t words) {
+crane_action_t ParsePick(arguments_t words) {
   return Rigging(&crane::rigging_t::pick, ParseEnum<crane::pick_t>(crane::PICK_NAMES, words[0]));
 }
-action_t ParseWinch(words_t words) {
+crane_action_t ParseWinch(arguments_t words) {
   return Rigging(&crane::rigging_t::winch, ParseEnum<crane::winch_t>(crane::WINCH_NAMES, words[0]));
 }
-action_t ParseAuxHead(words_t words) {
+crane_action_t ParseAuxHead(arguments_t words) {
   return Rigging(&crane::rigging_t::auxHead, ParseSwitch(words[0]));
 }
-action_t ParseManBasket(words_t words) {
+crane_action_t ParseManBasket(arguments_t words) {
   return Rigging(&crane::rigging_t::manBasket, ParseSwitch(words[0]));
 }
-action_t ParseBoomMode(words_t words) {
+crane_action_t ParseBoomMode(arguments_t words) {
   static constexpr std::array<std::string_view, 2> NAMES = {"together", "manual"};
   return Rigging(&crane::rigging_t::manualBoom, ParseName(NAMES, words[0]) == 1);
 }
-action_t ParseParts(words_t words) {
+crane_action_t ParseParts(arguments_t words) {
   return Rigging(&crane::rigging_t::parts, ParseWhole(words[0], 1, crane::MOST_PARTS));
 }
 
@@ -120,77 +123,80 @@ std::optional<double> ParseSide(const std::string& word, crane::quantity_t quant
   if (word == "none") return std::nullopt;
   if (quantity == crane::quantity_t::ANGLE) return ParseAngle(word);
   if (quantity == crane::quantity_t::SWING) return ParseSwing(word);
-  return ParseNumber(word, 0, MOST_RADIUS, LENGTH_UNITS);
+  return ParseQuantity(word, 0, MOST_RADIUS, LENGTH_UNITS);
 }
 
-action_t ParseLimit(words_t words) {
+crane_action_t ParseLimit(arguments_t words) {
   const auto quantity = ParseEnum<crane::quantity_t>(crane::QUANTITY_NAMES, words[0]);
-  if (words[1] == "off") return [quantity](stage_t& stage) { stage.computer.Limits().Clear(quantity); };
+  if (words[1] == "off")
+    return [quantity](action_target_t& target) { target.computer.Limits().Clear(quantity); };
   crane::limit_t limit;
   if (words.size() > 2) {
     limit = {ParseSide(words[1], quantity), ParseSide(words[2], quantity)};
   } else {
     limit = {std::nullopt, ParseSide(words[1], quantity)};
   }
-  return [quantity, limit](stage_t& stage) { stage.computer.Limits().Set(quantity, limit); };
+  return [quantity, limit](action_target_t& target) { target.computer.Limits().Set(quantity, limit); };
 }
 
-action_t ParseFault(words_t words) {
-  const auto fault = ParseEnum<fault_t>(FAULT_NAMES, words[0]);
+crane_action_t ParseFault(arguments_t words) {
+  const auto fault = ParseEnum<sensor_fault_t>(SENSOR_FAULT_NAMES, words[0]);
   const bool on = words.size() < 2 || ParseSwitch(words[1]);
-  return [fault, on](stage_t& stage) { stage.computer.TheSensors().SetFault(fault, on); };
+  return [fault, on](action_target_t& target) { target.computer.TheSensors().SetFault(fault, on); };
 }
 
-action_t ParseKey(words_t words) {
+crane_action_t ParseKey(arguments_t words) {
   const std::uint8_t key = ParseProtocolName(host::HostKeyNames().subspan(1), words[0]);
-  return [key](stage_t& stage) { stage.computer.Press(key); };
+  return [key](action_target_t& target) { target.computer.Press(key); };
 }
 
-action_t ParsePress(words_t words) {
+crane_action_t ParsePress(arguments_t words) {
   constexpr int FRONT_KEYS = 8;
-  return [key = ParseWhole(words[0], 1, FRONT_KEYS)](stage_t& stage) { stage.pressFrontKey(key); };
+  return [key = ParseWhole(words[0], 1, FRONT_KEYS)](action_target_t& target) { target.pressFrontKey(key); };
 }
 
-action_t ParseLanguage(words_t words) {
+crane_action_t ParseLanguage(arguments_t words) {
   const auto table = host::FindCommand("language")->fields[0].names;
-  return [language = ParseProtocolName(table, words[0])](stage_t& stage) {
-    stage.computer.Settings().language = language;
+  return [language = ParseProtocolName(table, words[0])](action_target_t& target) {
+    target.computer.Settings().language = language;
   };
 }
 
-action_t ParseUnits(words_t words) {
+crane_action_t ParseUnits(arguments_t words) {
   const auto table = host::FindCommand("units")->fields[0].names;
   const auto units = static_cast<units_t>(ParseProtocolName(table, words[0]));
-  return [units](stage_t& stage) { stage.computer.Settings().units = units; };
+  return [units](action_target_t& target) { target.computer.Settings().units = units; };
 }
 
-action_t ParseSilence(words_t words) {
+crane_action_t ParseSilence(arguments_t words) {
   constexpr double MOST = 3600;
-  return [time = ParseNumber(words[0], 0, MOST, SECONDS)](stage_t& stage) { stage.computer.FallSilent(time); };
-}
-
-action_t ParseRestart(words_t) {
-  return [](stage_t& stage) { stage.computer.Restart(); };
-}
-
-action_t ParseTraffic(words_t words) {
-  static constexpr std::array<std::string_view, 2> NAMES = {"usual", "full"};
-  const bool full = ParseName(NAMES, words[0]) == 1;
-  return [full](stage_t& stage) { stage.computer.SetFullTraffic(full); };
-}
-
-action_t ParseSend(words_t words) {
-  host::OperatingValues neutral;
-  host::PlanSend(words, neutral);  // throws where something is wrong
-  return [arguments = std::vector<std::string>(words.begin(), words.end())](stage_t& stage) {
-    stage.computer.Send(arguments);
+  return [time = ParseQuantity(words[0], 0, MOST, SECONDS)](action_target_t& target) {
+    target.computer.FallSilent(time);
   };
 }
 
-action_t ParseSay(words_t words) {
+crane_action_t ParseRestart(arguments_t) {
+  return [](action_target_t& target) { target.computer.Restart(); };
+}
+
+crane_action_t ParseTraffic(arguments_t words) {
+  static constexpr std::array<std::string_view, 2> NAMES = {"usual", "full"};
+  const bool full = ParseName(NAMES, words[0]) == 1;
+  return [full](action_target_t& target) { target.computer.SetFullTraffic(full); };
+}
+
+crane_action_t ParseSend(arguments_t words) {
+  host::Cmd2Values neutral;
+  host::PlanSend(words, neutral);  // throws for a wrong argument
+  return [arguments = std::vector<std::string>(words.begin(), words.end())](action_target_t& target) {
+    target.computer.Send(arguments);
+  };
+}
+
+crane_action_t ParseSay(arguments_t words) {
   std::string text;
   for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
-  return [text](stage_t& stage) { stage.say(text); };
+  return [text](action_target_t& target) { target.say(text); };
 }
 
 constexpr action_row_t ACTIONS[] = {
@@ -198,11 +204,11 @@ constexpr action_row_t ACTIONS[] = {
      ParseBase},
     {"boom", "angle DEGREES | length METRES", "the boom to an angle or a length", 2, 2, ParseBoom},
     {"swing", "DEGREES", "to the right of the front, negative to the left", 1, 1, ParseSwingAction},
-    {"hoist", "HEIGHT | hold HEIGHT | stop", "the hook over the ground; hold follows the boom", 1, 2,
-     ParseHoist},
-    {"load", "KILOGRAMS", "on the hook, beside its block", 1, 1, ParseLoad},
-    {"stop", "", "every movement", 0, 0, ParseStop},
-    {"wind", "METRES-A-SECOND", "in which the load sways", 1, 1, ParseWind},
+    {"hoist", "HEIGHT | hold HEIGHT | stop", "the hook above the ground; with hold the winch follows the boom",
+     1, 2, ParseHoist},
+    {"load", "KILOGRAMS", "on the hook, without the hook block", 1, 1, ParseLoad},
+    {"stop", "", "stops every movement", 0, 0, ParseStop},
+    {"wind", "METRES-A-SECOND", "makes the load sway", 1, 1, ParseWind},
     {"counterweight", "on|off", "", 1, 1, ParseCounterweight},
     {"jib", "absent|stowed|long-0|short-0|long-15|...", "the lattice jib", 1, 1, ParseJib},
     {"pick", "main-boom|aux|fly", "where the hook hangs", 1, 1, ParsePick},
@@ -213,17 +219,18 @@ constexpr action_row_t ACTIONS[] = {
     {"parts", "NUMBER", "parts of line", 1, 1, ParseParts},
     {"limit", "angle|radius|extension|swing [LEAST|none] MOST | ... off", "the operator's limits", 2, 3,
      ParseLimit},
-    {"fault", "load-cell|angle-sensor|length-sensor|swing-sensor|two-block-switch [on|off]", "of a sensor", 1,
-     2, ParseFault},
+    {"fault", "load-cell|angle-sensor|length-sensor|swing-sensor|two-block-switch [on|off]",
+     "sets or clears a sensor fault", 1, 2, ParseFault},
     {"key", "NAME", "what the host does when the display reports this key", 1, 1, ParseKey},
-    {"press", "NUMBER", "a front key of the display that runs here", 1, 1, ParsePress},
+    {"press", "NUMBER", "presses a front key of the display on this machine", 1, 1, ParsePress},
     {"language", "english|spanish|portuguese|chinese|russian|french", "", 1, 1, ParseLanguage},
     {"units", "imperial|metric", "", 1, 1, ParseUnits},
-    {"silence", "SECONDS", "the link is cut; the crane moves on", 1, 1, ParseSilence},
-    {"restart", "", "the host goes down and comes up with its start-up conversation", 0, 0, ParseRestart},
-    {"traffic", "usual|full", "full: as much as a host can put on the bus", 1, 1, ParseTraffic},
-    {"send", "COMMAND=VALUE...", "any command by name, as hx7 send takes it", 1, ANY_NUMBER, ParseSend},
-    {"say", "TEXT", "a line for whoever watches", 1, ANY_NUMBER, ParseSay},
+    {"silence", "SECONDS", "the host sends nothing; the crane keeps moving", 1, 1, ParseSilence},
+    {"restart", "", "the host restarts, with its start-up messages", 0, 0, ParseRestart},
+    {"traffic", "usual|full", "full: as much as a host can send", 1, 1, ParseTraffic},
+    {"send", "COMMAND=VALUE...", "any command by name, with the arguments of hx7 send", 1, ANY_NUMBER,
+     ParseSend},
+    {"say", "TEXT", "prints a line for the user", 1, ANY_NUMBER, ParseSay},
 };
 
 std::vector<std::string_view> ActionNames() {
@@ -239,27 +246,23 @@ std::vector<std::string> SplitWords(std::string_view text) {
   bool inWord = false;
   bool inQuotes = false;
   for (const char c : text) {
-    if (c == '"') {
-      inQuotes = !inQuotes;
-    } else if (!inQuotes && (c == '#' && !inWord)) {
-      break;
-    } else if (!inQuotes && (c == ' ' || c == '\t' || c == '\r')) {
-      inWord = false;
-      continue;
-    }
-    if (!inWord) words.emplace_back();
-    inWord = true;
-    if (c != '"') words.back().push_back(c);
+    const bool quote = c == '"';
+    if (!inQuotes && !inWord && c == '#') break;
+    const bool blank = !inQuotes && (c == ' ' || c == '\t' || c == '\r');
+    if (!blank && !inWord) words.emplace_back();
+    inWord = !blank;
+    if (quote) inQuotes = !inQuotes;
+    if (inWord && !quote) words.back().push_back(c);
   }
-  if (inQuotes) throw UsageError("a quote \" does not end");
+  if (inQuotes) throw UsageError("a quote \" is not closed");
   return words;
 }
 
-action_t ParseAction(std::span<const std::string> words) {
+crane_action_t ParseAction(std::span<const std::string> words) {
   const auto* row = std::ranges::find(ACTIONS, words[0], &action_row_t::word);
   if (row == std::end(ACTIONS))
     RefuseWord(words[0], "an action; hx7 simulate --help lists them", ActionNames());
-  const words_t arguments = words.subspan(1);
+  const arguments_t arguments = words.subspan(1);
   if (arguments.size() < row->least || arguments.size() > row->most) {
     throw UsageError(std::string(row->word) + " takes " +
                      (row->most == 0 ? "nothing" : std::string(row->arguments)));

@@ -1,4 +1,4 @@
-// The words that move the crane and its host: the same in scenarios, on the terminal and over HTTP.
+// The actions that control the crane and its host. Scenarios, the terminal and HTTP use the same ones.
 #pragma once
 
 #include <functional>
@@ -11,21 +11,21 @@
 
 namespace simulate {
 
-// What an action may touch.
-struct stage_t {
+// What an action may change or call.
+struct action_target_t {
   LoadComputer& computer;
-  std::function<void(int)> pressFrontKey;       // of the real display, 1 to 8
-  std::function<void(const std::string&)> say;  // a line for the person who watches
+  std::function<void(int)> pressFrontKey;       // of the display, 1 to 8
+  std::function<void(const std::string&)> say;  // prints a line for the user
 };
-using action_t = std::function<void(stage_t&)>;
+using crane_action_t = std::function<void(action_target_t&)>;
 
-// Words between blanks; one in double quotes may hold blanks. # begins a comment. Throws host::UsageError for
-// a quote that does not end.
+// Splits at blanks; a word in double quotes may contain blanks. # begins a comment. Throws host::UsageError for
+// a quote that is not closed.
 std::vector<std::string> SplitWords(std::string_view text);
 
-// An action with its arguments, at least one word. Everything is checked here: the action itself cannot fail.
-// Throws host::UsageError that says what would be right.
-action_t ParseAction(std::span<const std::string> words);
+// Reads an action with its arguments; `words` has at least one word. Checks everything, so that the action
+// itself cannot fail. Throws host::UsageError, which says what would be right.
+crane_action_t ParseAction(std::span<const std::string> words);
 
 // Every action with its arguments, for `help`.
 std::string ListActions();

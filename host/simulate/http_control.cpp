@@ -24,11 +24,11 @@ http::address_t ReadHttpAddress(const std::string& text) {
   }
 }
 
-HttpControl::HttpControl(const std::string& address, ControlQueue& controls, const StateBoard& board,
-                         const Shelf& shelf)
-    : controls_(controls),
+HttpControl::HttpControl(const std::string& address, CommandQueue& controls, const StateBoard& board,
+                         const ConfigFiles& files)
+    : commands_(controls),
       board_(board),
-      shelf_(shelf),
+      files_(files),
       server_({.name = "the simulator",
                .guide = "see GET /api/state, POST /api/do and POST /api/controls",
                .addressFile = base::HOST_ADDRESS_FILE,
@@ -46,21 +46,21 @@ HttpControl::HttpControl(const std::string& address, ControlQueue& controls, con
 
 void HttpControl::AddRequests() {
   server_.Get("/api/state", [this](const http::request_t&, http::response_t& response) {
-    response.set_content(StateJson(board_.Get(), shelf_.ScenarioNames()), http::JSON);
+    response.set_content(StateJson(board_.Get(), files_.ScenarioNames()), http::JSON);
   });
   server_.Post("/api/do", [this](const http::request_t&, const std::string& body, http::response_t& response) {
-    Take([&] { return ReadDo(body, shelf_); }, response);
+    PostCommand([&] { return ReadDo(body, files_); }, response);
   });
   server_.Post("/api/controls",
                [this](const http::request_t&, const std::string& body, http::response_t& response) {
-                 Take([&] { return ReadControls(body); }, response);
+                 PostCommand([&] { return ReadControls(body); }, response);
                });
 }
 
-void HttpControl::Take(const std::function<control_t()>& read, http::response_t& response) {
+void HttpControl::PostCommand(const std::function<simulation_command_t()>& read, http::response_t& response) {
   try {
-    if (!controls_.Push(read())) {
-      return http::Fail(response, http::UNAVAILABLE, "too many commands wait already");
+    if (!commands_.Post(read())) {
+      return http::Fail(response, http::UNAVAILABLE, "256 commands wait already; try again");
     }
     response.set_content("{}", http::JSON);
   } catch (const host::UsageError& error) {

@@ -17,7 +17,8 @@ KeyPresses::~KeyPresses() {
 void KeyPresses::Press(int key) {
   const std::scoped_lock lock(mutex_);
   if (waiting_.size() >= MOST_PRESSES) {
-    std::cerr << "hx7: press " << key << " is dropped; the panel does not answer\n";
+    std::cerr << "hx7: the press of front key " << key
+              << " is dropped: 16 presses wait, and the panel does not answer\n";
     return;
   }
   waiting_.push_back(key);

@@ -1,4 +1,4 @@
-// The front keys of the display that runs here, pressed from a scenario.
+// Presses the front keys of the display on this machine, for the scenario action `press`.
 #pragma once
 
 #include <condition_variable>
@@ -10,15 +10,15 @@
 
 namespace simulate {
 
-// On a thread of its own: a panel that hangs must not hold the host up.
+// Works on a thread of its own, because a panel that hangs must not delay the host.
 class KeyPresses {
  public:
   KeyPresses() = default;
   ~KeyPresses();
   KeyPresses(const KeyPresses&) = delete;
   KeyPresses& operator=(const KeyPresses&) = delete;
-  // Returns at once. Where no panel runs, a line on standard error says so; beyond 16 that wait, presses are
-  // dropped with another.
+  // Returns at once. Prints a line on standard error if no panel answers, and one for each press that is
+  // dropped because 16 wait already.
   void Press(int key);
 
  private:
@@ -27,7 +27,7 @@ class KeyPresses {
   std::mutex mutex_;
   std::condition_variable_any wake_;
   std::deque<int> waiting_;  // guarded by mutex_
-  host::FrontKeys keys_;     // the thread's
+  host::FrontKeys keys_;     // used by the thread only
   std::jthread thread_;      // started by the first press
 };
 

@@ -23,36 +23,36 @@ std::int64_t ParseTime(const std::string& word, std::int64_t last_ms) {
   double seconds = 0;
   const auto [stop, error] = std::from_chars(begin, end, seconds);
   if (error != std::errc() || stop != end || !(seconds >= 0 && seconds <= MOST_S)) {
-    throw host::UsageError("\"" + word +
-                           "\" is no time; a line begins with seconds, such as 2.5, or +10 after the last");
+    throw host::UsageError(
+        "\"" + word + "\" is not a time; a line begins with seconds, such as 2.5, or +10 after the last line");
   }
   const std::int64_t time_ms = std::llround(seconds * 1000) + (relative ? last_ms : 0);
-  if (time_ms < last_ms) throw host::UsageError("the time " + word + " is before that of the line above");
+  if (time_ms < last_ms) throw host::UsageError("the time " + word + " is before the time of the line above");
   return time_ms;
 }
 
 class ScenarioParser {
  public:
   explicit ScenarioParser(scenario_t& scenario) : scenario_(scenario) {}
-  void Take(const std::string& line);
+  void ReadLine(const std::string& line);
 
  private:
   scenario_t& scenario_;
   std::int64_t last_ms_ = 0;
 };
 
-void ScenarioParser::Take(const std::string& line) {
+void ScenarioParser::ReadLine(const std::string& line) {
   if (scenario_.about.empty() && line.starts_with("# ")) scenario_.about = line.substr(2);
   const std::vector<std::string> words = SplitWords(line);
   if (words.empty()) return;
   if (scenario_.repeat_ms) throw host::UsageError("nothing may follow repeat");
-  if (scenario_.lines.size() == MOST_LINES) throw host::UsageError("more than 100000 lines");
+  if (scenario_.lines.size() == MOST_LINES) throw host::UsageError("a scenario has at most 100000 lines");
   last_ms_ = ParseTime(words[0], last_ms_);
-  if (words.size() < 2) throw host::UsageError("a time without an action");
+  if (words.size() < 2) throw host::UsageError("an action must follow the time");
   if (words[1] != REPEAT) {
     scenario_.lines.push_back({last_ms_, ParseAction(std::span(words).subspan(1))});
   } else if (last_ms_ == 0 || words.size() > 2) {
-    throw host::UsageError("repeat takes nothing, and a time above 0");
+    throw host::UsageError("repeat takes no argument and needs a time above 0");
   } else {
     scenario_.repeat_ms = last_ms_;
   }
@@ -67,7 +67,7 @@ scenario_t ParseScenario(std::istream& in, const std::string& file) {
   for (std::string line; std::getline(in, line);) {
     ++number;
     try {
-      parser.Take(line);
+      parser.ReadLine(line);
     } catch (const host::UsageError& error) {
       throw host::UsageError(file + ":" + std::to_string(number) + ": " + error.what());
     }
@@ -77,7 +77,7 @@ scenario_t ParseScenario(std::istream& in, const std::string& file) {
 
 scenario_t LoadScenario(const std::string& path) {
   std::ifstream file(path);
-  if (!file) throw host::Failure("cannot read " + path);
+  if (!file) throw host::Failure("cannot read the scenario " + path + "; check its name and its rights");
   return ParseScenario(file, path);
 }
 
@@ -88,14 +88,14 @@ ScenarioPlayer::ScenarioPlayer(scenario_t scenario, bool loop, std::int64_t begi
   }
 }
 
-void ScenarioPlayer::Step(std::int64_t now_ms, stage_t& stage) {
+void ScenarioPlayer::Step(std::int64_t now_ms, action_target_t& target) {
   if (scenario_.repeat_ms && now_ms - begin_ms_ >= *scenario_.repeat_ms) {
     begin_ms_ = now_ms;
     next_ = 0;
   }
   const auto& lines = scenario_.lines;
   for (; next_ < lines.size() && lines[next_].time_ms <= now_ms - begin_ms_; ++next_) {
-    lines[next_].action(stage);
+    lines[next_].action(target);
   }
 }
 

@@ -1,12 +1,12 @@
-// A scenario: what happens to crane and host, each at its time. Plain text, one action a line:
+// A scenario: a list of actions with their times, as plain text with one action on each line:
 //
-//   # Up, out and round.                 a comment; the first one is what `hx7 simulate --list` shows
-//   0    base extended                   seconds from the scenario's begin
+//   # Up, out and round.                 a comment; `hx7 simulate --list` shows the first one
+//   0    base extended                   seconds from the beginning of the scenario
 //   2.5  boom angle 60
 //   +10  load 5000                       seconds after the line before
 //   90   repeat                          begins again; the crane stays as it is
 //
-// Times never go back. Without `repeat` the host goes on as things stand after the last line.
+// Times must not decrease. Without `repeat` the host continues in the state after the last line.
 #pragma once
 
 #include <cstdint>
@@ -20,28 +20,29 @@
 namespace simulate {
 
 struct scenario_t {
-  struct line_t {
+  struct timed_action_t {
     std::int64_t time_ms;
-    action_t action;
+    crane_action_t action;
   };
   std::string name;
   std::string about;
-  std::vector<line_t> lines;
+  std::vector<timed_action_t> lines;
   std::optional<std::int64_t> repeat_ms;
 };
 
-// Throws host::UsageError: "FILE:LINE: what is wrong".
+// Reads a scenario. Throws host::UsageError: "FILE:LINE: what is wrong".
 scenario_t ParseScenario(std::istream& in, const std::string& file);
-// Reads a file. Throws also where there is none.
+// Reads a scenario file. Throws host::Failure too, if the file cannot be read.
 scenario_t LoadScenario(const std::string& path);
 
-// A scenario on its way.
+// Runs a scenario.
 class ScenarioPlayer {
  public:
-  // Begins at this time of the crane. `loop` repeats one that does not by itself, a while after its last line.
+  // Begins at `begin_ms` of the crane's time. `loop` repeats a scenario without `repeat` five seconds after its
+  // last line.
   ScenarioPlayer(scenario_t scenario, bool loop, std::int64_t begin_ms = 0);
-  // Carries out what is due at this time of the crane, before the load computer's step.
-  void Step(std::int64_t now_ms, stage_t& stage);
+  // Runs the actions that are due at this time of the crane. Call it before the load computer's step.
+  void Step(std::int64_t now_ms, action_target_t& target);
   const scenario_t& Scenario() const { return scenario_; }
 
  private:

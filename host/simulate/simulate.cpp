@@ -11,9 +11,9 @@
 #include "host/link/station.h"
 #include "host/protocol/errors.h"
 #include "host/protocol/value_text.h"
-#include "host/simulate/console.h"
 #include "host/simulate/http_control.h"
 #include "host/simulate/key_presses.h"
+#include "host/simulate/terminal_input.h"
 
 namespace simulate {
 namespace {
@@ -22,10 +22,10 @@ using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 constexpr double FASTEST = 1000;
-constexpr auto BEHIND = 1s;        // after which what was missed is left out
-constexpr auto SHOW_STATE = 50ms;  // of real time
+constexpr auto BEHIND = 1s;        // steps that are later than this are not caught up with
+constexpr auto SHOW_STATE = 50ms;  // in real time
 
-// The steps' real times: each reckoned from the beginning, so that nothing adds up.
+// The real time of each step, computed from the beginning so that errors do not add up.
 class Pace {
  public:
   explicit Pace(double speed) : speed_(speed), begin_(Clock::now()) {}
@@ -35,7 +35,7 @@ class Pace {
     const auto due = begin_ + std::chrono::duration_cast<Clock::duration>(passed);
     const auto behind = Clock::now() - due;
     if (behind < BEHIND) return due;
-    begin_ += behind;  // the machine slept: no burst
+    begin_ += behind;  // the machine was suspended: go on from now, without a burst
     return due + behind;
   }
 
@@ -44,15 +44,15 @@ class Pace {
   Clock::time_point begin_;
 };
 
-// What the station heard, on its way to the thread that runs the crane. Where that falls behind, what came
-// first is kept: keys are answered in their order.
+// Frames from the station's thread for the thread that runs the crane. A full inbox drops the newest frames, so
+// that the keys keep their order.
 class Inbox {
  public:
-  void Put(const bus::frame_t& frame) {
+  void Accept(const bus::frame_t& frame) {
     const std::scoped_lock lock(mutex_);
     if (frames_.size() < MOST_FRAMES) frames_.push_back(frame);
   }
-  std::vector<bus::frame_t> Take() {
+  std::vector<bus::frame_t> Drain() {
     const std::scoped_lock lock(mutex_);
     return std::exchange(frames_, {});
   }
@@ -63,99 +63,100 @@ class Inbox {
   std::vector<bus::frame_t> frames_;  // guarded by mutex_
 };
 
-scenario_t FirstScenario(const options_t& options, const Shelf& shelf) {
-  if (!options.scenario.empty()) return shelf.Scenario(options.scenario);
-  return options.interactive ? scenario_t{} : shelf.NamedScenario(std::string(USUAL_SCENARIO));
+scenario_t FirstScenario(const simulate_options_t& options, const ConfigFiles& files) {
+  if (!options.scenario.empty()) return files.Scenario(options.scenario);
+  return options.interactive ? scenario_t{} : files.NamedScenario(std::string(USUAL_SCENARIO));
 }
 
 class Simulation {
  public:
-  Simulation(const options_t& options, const host::StopSignal& stop);
+  Simulation(const simulate_options_t& options, const host::StopSignal& stop);
   void Run();
 
  private:
   void Drive();
   bool Step();
-  void Carry(control_t control);
-  bool Transmit(const transmission_t& transmission);
-  void Listen();
+  void Execute(simulation_command_t control);
+  bool SendMessage(const message_frames_t& frames);
+  void ReadInbox();
   void ShowState();
   void Say(const std::string& text) const;
 
-  const options_t& options_;
+  const simulate_options_t& options_;
   const host::StopSignal& stop_;
-  const Shelf shelf_;
+  const ConfigFiles files_;
   const double speed_;
   LoadComputer computer_;
   ScenarioPlayer scenario_;
   Pace pace_;
   Inbox inbox_;
   host::Station station_;
-  ControlQueue controls_;
+  CommandQueue commands_;
   StateBoard board_;
   host::Injector injector_;
   KeyPresses keyPresses_;
-  stage_t stage_;
-  std::unique_ptr<Console> console_;
+  action_target_t target_;
+  std::unique_ptr<TerminalInput> console_;
   std::unique_ptr<HttpControl> http_;
   Clock::time_point shown_{};
 };
 
-Simulation::Simulation(const options_t& options, const host::StopSignal& stop)
+Simulation::Simulation(const simulate_options_t& options, const host::StopSignal& stop)
     : options_(options),
       stop_(stop),
-      shelf_(options.config),
+      files_(options.config),
       speed_(host::ParseSpeed(options.speed, FASTEST)),
-      computer_(shelf_.Chart(options.chart), options.seed, speed_),
-      scenario_(FirstScenario(options, shelf_), options.loop),
+      computer_(files_.Chart(options.chart), options.seed, speed_),
+      scenario_(FirstScenario(options, files_), options.loop),
       pace_(speed_),
       station_(options.bus, stop),
-      injector_(options.inject.empty() ? std::vector<host::fault_t>() : host::ParseFaults(options.inject),
-                options.injectRate, options.seed),
-      stage_{computer_, [this](int key) { keyPresses_.Press(key); },
-             [this](const std::string& text) { Say(text); }} {
-  station_.Drain([this](const bus::frame_t& frame) { inbox_.Put(frame); });
-  if (options.interactive) console_ = std::make_unique<Console>(controls_, shelf_);
-  if (!options.http.empty()) http_ = std::make_unique<HttpControl>(options.http, controls_, board_, shelf_);
+      injector_(
+          options.inject.empty() ? std::vector<host::bus_fault_t>() : host::ParseBusFaults(options.inject),
+          options.injectRate, options.seed),
+      target_{computer_, [this](int key) { keyPresses_.Press(key); },
+              [this](const std::string& text) { Say(text); }} {
+  station_.StartReceiving([this](const bus::frame_t& frame) { inbox_.Accept(frame); });
+  if (options.interactive) console_ = std::make_unique<TerminalInput>(commands_, files_);
+  if (!options.http.empty()) http_ = std::make_unique<HttpControl>(options.http, commands_, board_, files_);
 }
 
 void Simulation::Say(const std::string& text) const {
   if (!options_.quiet) std::cout << text << std::endl;
 }
 
-void Simulation::Carry(control_t control) {
-  if (auto* action = std::get_if<action_t>(&control)) return (*action)(stage_);
+void Simulation::Execute(simulation_command_t control) {
+  if (auto* action = std::get_if<crane_action_t>(&control)) return (*action)(target_);
   if (auto* scenario = std::get_if<scenario_t>(&control)) {
     scenario_ = ScenarioPlayer(std::move(*scenario), options_.loop, computer_.Now_ms());
     return;
   }
   scenario_ = ScenarioPlayer({}, false);
-  for (const action_t& action : std::get<by_hand_t>(control).actions) action(stage_);
+  for (const crane_action_t& action : std::get<manual_control_t>(control).actions) action(target_);
 }
 
-// Every message of the simulation goes out through here, whole. False when a stop came first.
-bool Simulation::Transmit(const transmission_t& transmission) {
-  return station_.Send(injector_.Apply(transmission));
+// Sends one message, and a faulty one before it if it is due. Returns false if a stop came first.
+bool Simulation::SendMessage(const message_frames_t& frames) {
+  return station_.Send(injector_.Apply(frames));
 }
 
-void Simulation::Listen() {
-  for (const bus::frame_t& frame : inbox_.Take()) computer_.Hear(frame);
+void Simulation::ReadInbox() {
+  for (const bus::frame_t& frame : inbox_.Drain()) computer_.Accept(frame);
 }
 
 void Simulation::ShowState() {
   if (!http_ || Clock::now() - shown_ < SHOW_STATE) return;
   shown_ = Clock::now();
-  state_t state = computer_.State();
+  simulation_state_t state = computer_.State();
   state.scenario = scenario_.Scenario().name;
   board_.Show(std::move(state));
 }
 
 bool Simulation::Step() {
   const bool go = !console_ || console_->Step(computer_);
-  for (control_t& control : controls_.Take()) Carry(std::move(control));
-  scenario_.Step(computer_.Now_ms(), stage_);
-  for (const transmission_t& transmission : computer_.Step()) {
-    if (!Transmit(transmission)) return false;
+  for (simulation_command_t& control : commands_.Drain()) Execute(std::move(control));
+  scenario_.Step(computer_.Now_ms(), target_);
+  for (const message_frames_t& frames : computer_.Step()) {
+    if (!SendMessage(frames)) return false;
   }
   ShowState();
   return go;
@@ -172,26 +173,27 @@ void Simulation::Drive() {
   for (std::int64_t tick = 1; !stop_.Stopped() && (end_ms == 0 || computer_.Now_ms() < end_ms); ++tick) {
     if (!Step()) return;
     if (!pace_.IsMax()) stop_.WaitUntil(pace_.Due(tick));
-    Listen();
+    ReadInbox();
   }
 }
 
 }  // namespace
 
-void Simulate(const options_t& options) {
-  if (!options.http.empty()) ReadHttpAddress(options.http);  // before anything is on the bus
+void Simulate(const simulate_options_t& options) {
+  if (!options.http.empty())
+    ReadHttpAddress(options.http);  // a wrong address must be refused before anything is sent
   const host::StopSignal stop;
   Simulation(options, stop).Run();
 }
 
 std::string ListScenarios(const std::string& config) {
-  const Shelf shelf(config);
+  const ConfigFiles files(config);
   std::string text;
-  for (const std::string& name : shelf.ScenarioNames()) {
+  for (const std::string& name : files.ScenarioNames()) {
     constexpr std::size_t WIDTH = 24;
     std::string row = name;
     row.resize(std::max(row.size() + 1, WIDTH), ' ');
-    text += row + shelf.NamedScenario(name).about + "\n";
+    text += row + files.NamedScenario(name).about + "\n";
   }
   return text;
 }

@@ -1,4 +1,4 @@
-// hx7 simulate: a crane and its host load computer on the bus, by a scenario, by hand or both.
+// hx7 simulate: runs a crane and its host load computer on the bus, by a scenario, by hand or both.
 #pragma once
 
 #include <cstdint>
@@ -7,27 +7,27 @@
 
 namespace simulate {
 
-struct options_t {
+struct simulate_options_t {
   std::string bus = "local";
-  std::string scenario;  // a name or a file; empty: a normal lift, or nothing where it is driven by hand
+  std::string scenario;  // a name or a file; empty: a normal lift, or with `interactive` no scenario
   std::string chart;     // a file; empty: the standard one
-  std::string config;    // the configuration's folder; empty: looked for
+  std::string config;    // the configuration folder; empty: base::FindConfigFolder finds it
   std::uint32_t seed = 1;
   std::string speed = "1";
   std::optional<double> secondsOfCrane;
   bool loop = false;
   bool interactive = false;
-  std::string http;  // where to listen; empty: nowhere
+  std::string http;  // address to listen at; empty: none
   bool quiet = false;
-  std::string inject;        // names of faults, or "all"; empty: a good host
-  double injectRate = 0.05;  // part of the messages that a bad one precedes
+  std::string inject;        // names of faults, or "all"; empty: none
+  double injectRate = 0.05;  // fraction of the messages that a faulty one precedes
 };
 
-// Runs until a stop signal, the end of the crane's time or, driven by hand, of the input. Throws host::failure
-// and host::UsageError.
-void Simulate(const options_t& options);
+// Runs until a stop signal, the end of `secondsOfCrane` or, with `interactive`, the end of the input. Throws
+// host::Failure and host::UsageError.
+void Simulate(const simulate_options_t& options);
 
-// The scenarios that can be named, with what they show, a line each.
+// The named scenarios with what they show, one on each line.
 std::string ListScenarios(const std::string& config);
 
 }  // namespace simulate

@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/json_text.h"
 #include "host/protocol/errors.h"
 #include "host/protocol/protocol.h"
 
@@ -17,7 +18,7 @@ json Known(double value) {
   return std::isfinite(value) ? json(value) : json(nullptr);
 }
 
-json CraneJson(const state_t& state) {
+json CraneJson(const simulation_state_t& state) {
   const measured_t& now = state.measured;
   return {{"angle", Known(now.angle)},
           {"length", state.length},
@@ -36,7 +37,7 @@ json CraneJson(const state_t& state) {
           {"at_rest", state.atRest}};
 }
 
-json RiggingJson(const state_t& state) {
+json RiggingJson(const simulation_state_t& state) {
   const crane::rigging_t& rigging = state.rigging;
   return {{"base", crane::NameOf(crane::BASE_NAMES, state.base)},
           {"base_moves", state.baseMoves},
@@ -50,7 +51,7 @@ json RiggingJson(const state_t& state) {
           {"parts", rigging.parts}};
 }
 
-json LimitsJson(const state_t& state) {
+json LimitsJson(const simulation_state_t& state) {
   json limits = json::object();
   for (std::size_t i = 0; i < state.limits.size(); ++i) {
     const crane::limit_t& limit = state.limits[i];
@@ -61,7 +62,7 @@ json LimitsJson(const state_t& state) {
   return limits;
 }
 
-// Where the sliders end.
+// The ranges of the panel's sliders.
 json RangesJson() {
   constexpr double MOST_SWING = 180;
   constexpr double MOST_LOAD = 50'000;
@@ -77,34 +78,35 @@ std::string NameOfNumber(std::string_view command, unsigned number) {
   return std::string(host::NameOf(host::FindCommand(command)->fields[0].names, number));
 }
 
-json ParseObject(const std::string& body) {
+json ParseJsonObject(const std::string& body) {
   json parsed = json::parse(body, nullptr, false);
-  if (!parsed.is_object()) throw host::UsageError("the body is not a JSON object");
+  if (!parsed.is_object()) throw host::UsageError(R"(the body must be a JSON object, such as {"angle":45})");
   return parsed;
 }
 
-struct axis_t {
+struct control_row_t {
   const char* name;
   const char* action;
 };
-constexpr std::array<axis_t, 5> AXES = {{{"angle", "boom angle"},
-                                         {"length", "boom length"},
-                                         {"swing", "swing"},
-                                         {"load", "load"},
-                                         {"hoist", "hoist"}}};
+constexpr std::array<control_row_t, 5> CONTROLS = {{{"angle", "boom angle"},
+                                                    {"length", "boom length"},
+                                                    {"swing", "swing"},
+                                                    {"load", "load"},
+                                                    {"hoist", "hoist"}}};
 
-action_t ReadAxis(const std::string& name, const json& value) {
-  for (const axis_t& axis : AXES) {
-    if (name != axis.name) continue;
+crane_action_t ReadControl(const std::string& name, const json& value) {
+  for (const control_row_t& control : CONTROLS) {
+    if (name != control.name) continue;
     if (!value.is_number()) throw host::UsageError(name + " takes a number");
-    return ParseAction(SplitWords(std::string(axis.action) + " " + value.dump()));
+    return ParseAction(SplitWords(std::string(control.action) + " " + base::DumpJson(value)));
   }
-  throw host::UsageError("\"" + name + "\" is no control; they are angle, length, swing, load and hoist");
+  throw host::UsageError("\"" + name +
+                         "\" is not a control; the controls are angle, length, swing, load and hoist");
 }
 
 }  // namespace
 
-std::string StateJson(const state_t& state, std::span<const std::string> scenarios) {
+std::string StateJson(const simulation_state_t& state, std::span<const std::string> scenarios) {
   json texts = json::object();
   for (const auto& [field, text] : state.texts) texts[field] = text;
   const json all = {{"time", state.time_s},
@@ -121,24 +123,24 @@ std::string StateJson(const state_t& state, std::span<const std::string> scenari
                     {"info_page", state.infoPage},
                     {"texts", texts},
                     {"silent", state.silent},
-                    {"faults", {{"available", FAULT_NAMES}, {"present", state.faults}}},
+                    {"faults", {{"available", SENSOR_FAULT_NAMES}, {"present", state.faults}}},
                     {"ranges", RangesJson()},
                     {"display", {{"replies", state.replies}, {"file_id", state.displayFileId}}}};
-  return all.dump(-1, ' ', false, json::error_handler_t::replace);
+  return base::DumpJson(all);
 }
 
-control_t ReadDo(const std::string& body, const Shelf& shelf) {
-  const json request = ParseObject(body);
+simulation_command_t ReadDo(const std::string& body, const ConfigFiles& files) {
+  const json request = ParseJsonObject(body);
   if (request.size() != 1 || !request.contains("do") || !request["do"].is_string()) {
-    throw host::UsageError(R"(the body is {"do":"ACTION"}, such as {"do":"boom angle 45"})");
+    throw host::UsageError(R"(the body must be {"do":"ACTION"}, such as {"do":"boom angle 45"})");
   }
-  return ParseControl(request["do"].get<std::string>(), shelf);
+  return ParseSimulationCommand(request["do"].get<std::string>(), files);
 }
 
-control_t ReadControls(const std::string& body) {
-  const json request = ParseObject(body);
-  by_hand_t byHand;
-  for (const auto& [name, value] : request.items()) byHand.actions.push_back(ReadAxis(name, value));
+simulation_command_t ReadControls(const std::string& body) {
+  const json request = ParseJsonObject(body);
+  manual_control_t byHand;
+  for (const auto& [name, value] : request.items()) byHand.actions.push_back(ReadControl(name, value));
   if (byHand.actions.empty()) throw host::UsageError(R"(name a control, such as {"angle":45})");
   return byHand;
 }

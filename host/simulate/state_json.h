@@ -1,20 +1,20 @@
-// The state as JSON, and the requests that change it.
+// The simulation's state as JSON, and the JSON requests that change it.
 #pragma once
 
 #include <span>
 #include <string>
 
-#include "host/simulate/control.h"
+#include "host/simulate/simulation_commands.h"
 
 namespace simulate {
 
-// What GET /api/state answers. Numbers that are not known are null.
-std::string StateJson(const state_t& state, std::span<const std::string> scenarios);
+// The answer to GET /api/state. Unknown numbers are null.
+std::string StateJson(const simulation_state_t& state, std::span<const std::string> scenarios);
 
-// {"do":"boom angle 45"}. Throws host::UsageError.
-control_t ReadDo(const std::string& body, const Shelf& shelf);
-// {"angle":45,"load":5000}: targets of angle, length, swing, load and hoist, in degrees, metres and kilograms,
-// at least one. Throws host::UsageError.
-control_t ReadControls(const std::string& body);
+// Reads {"do":"boom angle 45"}. Throws host::UsageError.
+simulation_command_t ReadDo(const std::string& body, const ConfigFiles& files);
+// Reads {"angle":45,"load":5000}: targets of angle, length, swing, load and hoist in degrees, metres and
+// kilograms, at least one. Throws host::UsageError.
+simulation_command_t ReadControls(const std::string& body);
 
 }  // namespace simulate

@@ -13,8 +13,6 @@ local orvik = Proto("orvik", "Orvik host protocol")
 
 local PATIENCE = 1.0     -- seconds for which a request waits for its reply
 local MOST_WAITING = 32  -- requests
-local WEIGHTS = { [0] = "lbs", [1] = "kgs" }
-local LENGTHS = { [0] = "feet", [1] = "meters" }
 
 -- ---- Fields ----
 
@@ -247,8 +245,8 @@ local function add(tree, key, range, value)
 end
 
 local function unit_of(field, set)
-  if field.unit == "weight" then return WEIGHTS[set] end
-  if field.unit == "length" then return LENGTHS[set] end
+  local by_setting = tables.set_units[field.unit]
+  if by_setting then return by_setting[set] end
   return field.unit
 end
 

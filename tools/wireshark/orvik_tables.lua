@@ -1,9 +1,13 @@
--- The host protocol as host/protocol.cpp has it. Made by make_dissector_tables; do not edit.
+-- The host protocol, from host/protocol/protocol.cpp. Made by make_dissector_tables; do not edit.
 return {
   host_id = 0x18FF00D0,
   display_id = 0x18FF00D2,
   most_frames = 36,
   extended_command = 7,
+  set_units = {
+    weight = { [0] = "lbs", [1] = "kgs" },
+    length = { [0] = "feet", [1] = "meters" },
+  },
   commands = {
     { number = 0, sub = -1, name = "initialize-lcd", least = 1, layout = "fields",
       about = "not used; the display reports it",

@@ -105,7 +105,7 @@ struct world_t {
   TimePoint::duration holdFor{};
   std::vector<std::int64_t> sentAt_us;
 
-  host::stage_t Stage() {
+  host::player_hooks_t Stage() {
     return {
         .now = [this] { return now; },
         .waitUntil = [this](TimePoint when) -> std::optional<TimePoint::duration> {
@@ -125,19 +125,19 @@ struct world_t {
   }
 };
 
-std::function<std::optional<host::happening_t>()> Frames(std::vector<std::uint64_t> stamps_us) {
-  return
-      [stamps = std::deque(stamps_us.begin(), stamps_us.end())]() mutable -> std::optional<host::happening_t> {
-        if (stamps.empty()) return std::nullopt;
-        const bus::frame_t frame{.identifier = 1, .time_us = stamps.front()};
-        stamps.pop_front();
-        return frame;
-      };
+std::function<std::optional<host::recorded_event_t>()> Frames(std::vector<std::uint64_t> stamps_us) {
+  return [stamps = std::deque(stamps_us.begin(),
+                              stamps_us.end())]() mutable -> std::optional<host::recorded_event_t> {
+    if (stamps.empty()) return std::nullopt;
+    const bus::frame_t frame{.identifier = 1, .time_us = stamps.front()};
+    stamps.pop_front();
+    return frame;
+  };
 }
 
 std::vector<std::int64_t> PlayAll(world_t& world, double speed, const std::vector<std::uint64_t>& stamps_us) {
   host::Schedule schedule(BEGIN, speed);
-  host::played_t played;
+  host::play_counts_t played;
   host::Play(Frames(stamps_us), schedule, false, world.Stage(), played);
   return world.sentAt_us;
 }
@@ -167,7 +167,7 @@ TEST(Play, DoesNotDriftHoweverLongSendingTakes) {
 TEST(Play, GoesOnFromWhereTheBusWasLost) {
   world_t world;
   host::Schedule schedule(BEGIN, 1);
-  host::played_t played;
+  host::play_counts_t played;
   auto stage = world.Stage();
   const auto send = stage.send;
   stage.send = [&, first = true](const bus::frame_t& frame) mutable {
@@ -190,7 +190,7 @@ TEST(Play, LoopsWithoutAGapAndStopsWhenTold) {
   world_t world;
   world.stopAfter = 5;
   host::Schedule schedule(BEGIN, 1);
-  host::played_t played;
+  host::play_counts_t played;
   while (host::Play(Frames({7'000, 8'000}), schedule, false, world.Stage(), played)) schedule.Rewind();
   EXPECT_THAT(world.sentAt_us, ElementsAre(0, 1'000, 1'000, 2'000, 2'000));
   EXPECT_EQ(played.frames, 5U);

@@ -6,36 +6,37 @@
 #include <gmock/gmock.h>
 
 #include "host/link/inject.h"
-#include "host/protocol/conversation.h"
+#include "host/protocol/cmd2_values.h"
 #include "host/protocol/decode.h"
 #include "host/protocol/encode.h"
 #include "host/protocol/errors.h"
-#include "host/protocol/operating_values.h"
+#include "host/protocol/message_json.h"
+#include "host/protocol/message_lines.h"
 #include "host/protocol/reassembly.h"
-#include "host/protocol/words.h"
+#include "host/protocol/traffic_decoder.h"
 #include "tests/unit/host/hex.h"
 
 namespace {
 
-using host::Message;
+using host::MessageBytes;
 using testing::ElementsAre;
 
-std::string Words(const char* message, host::units_t units = {}) {
-  return host::InWords(host::DecodeCommand(FromHex(message), units));
+std::string Words(const char* message, host::known_units_t units = {}) {
+  return host::FormatMessage(host::ReadCommand(FromHex(message), units));
 }
 
 // The floats are written by hand; the swing lies between the lamps' bits.
-TEST(OperatingValues, AreEncodedAndPutIntoWords) {
+TEST(Cmd2Values, AreEncodedAndPutIntoWords) {
   constexpr const char* MESSAGE =
       "02 00 46 EA 60 00 46 40 30 00 42 0E 00 00 C0 00 00 00 3F 00 00 00 3E CC 49 BA 04 05 00 01 FF B5 80 "
       "3F 80 00 00 BF 80 00 00";
-  host::OperatingValues values;
+  host::Cmd2Values values;
   const std::pair<const char*, double> numbers[] = {
       {"capacity", 30000}, {"load", 12300},        {"radius", 35.5},     {"angle", -2},
       {"extension", 0.5},  {"percent", 39.9},      {"parts-of-line", 4}, {"led", 0x80010005},
       {"swing", -75},      {"piston-pressure", 1}, {"rod-pressure", -1}};
   for (const auto& [name, number] : numbers) values.Set(name, number);
-  EXPECT_EQ(ToHex(values.Encode()), MESSAGE);
+  EXPECT_EQ(ToHex(values.MakeMessage()), MESSAGE);
   EXPECT_EQ(
       Words(MESSAGE, 1),
       "operating-values: capacity 30000 kgs, load 12300 kgs, radius 35.5 meters, angle -2 deg, extension "
@@ -80,32 +81,34 @@ TEST(Words, GiveJsonWithNumbersNamesAndLists) {
        R"(CMD7.18","name":"colors","values":{"tires":"green","retracted":"dark","half":9,"extended":"red")"},
       {"07 01 02 7F 7F", R"(CMD7.1","name":"valid-keys","values":{"valid-keys":["none","boom-mode"])"}};
   for (const auto& [message, json] : cases) {
-    host::utterance_t heard{.time_us = 1500000, .speaker = host::speaker_t::HOST, .frame = {}, .decoded = {}};
-    heard.decoded = host::DecodeCommand(FromHex(message), {});
-    EXPECT_EQ(host::JsonLine(heard), R"({"time":1.5,"from":"host","command":")" + std::string(json) + "}}");
+    host::bus_message_t heard{.time_us = 1500000, .sender = host::sender_t::HOST, .frame = {}, .decoded = {}};
+    heard.decoded = host::ReadCommand(FromHex(message), {});
+    EXPECT_EQ(host::FormatJsonLine(heard),
+              R"({"time":1.5,"from":"host","command":")" + std::string(json) + "}}");
   }
 }
 
-TEST(Encode, WhatDoesNotFitBecomesTheNearestThatDoesOrIsRefused) {
-  EXPECT_EQ(ToHex(host::Encode("beeper", 300)), "04 FF");
-  EXPECT_EQ(ToHex(host::Encode("beeper", -1)), "04 00");
-  host::OperatingValues values;
+TEST(MakeMessage, WhatDoesNotFitBecomesTheNearestThatDoesOrIsRefused) {
+  EXPECT_EQ(ToHex(host::MakeMessage("beeper", 300)), "04 FF");
+  EXPECT_EQ(ToHex(host::MakeMessage("beeper", -1)), "04 00");
+  host::Cmd2Values values;
   values.Set("swing", -40000);
-  EXPECT_EQ(ToHex(values.Encode()).substr(90, 5), "80 00");
-  using texts_t = std::vector<host::text_t>;
-  EXPECT_EQ(host::EncodeTexts(texts_t{{0, std::string(244, 'x')}}).size(), 251U) << "the display's block";
-  EXPECT_THROW(host::EncodeTexts(texts_t{{0, std::string(245, 'x')}}), host::UsageError);
-  EXPECT_THROW(host::EncodeTexts(texts_t{{0, "a"}, {1, ""}}), host::UsageError);
+  EXPECT_EQ(ToHex(values.MakeMessage()).substr(90, 5), "80 00");
+  using texts_t = std::vector<host::field_text_t>;
+  EXPECT_EQ(host::MakeTextsMessage(texts_t{{0, std::string(244, 'x')}}).size(), 251U) << "the display's block";
+  EXPECT_THROW(host::MakeTextsMessage(texts_t{{0, std::string(245, 'x')}}), host::UsageError);
+  EXPECT_THROW(host::MakeTextsMessage(texts_t{{0, "a"}, {1, ""}}), host::UsageError);
 }
 
-TEST(Segment, PadsTheLastFrameAndKnowsItsBounds) {
-  EXPECT_THAT(ToHex(host::Segment(Message{6})), ElementsAre("00 01 06 FF FF FF FF FF"));
-  EXPECT_THAT(ToHex(host::Segment(Message{1, 2, 3, 4, 5, 6})), ElementsAre("00 01 01 02 03 04 05 06"));
-  EXPECT_THAT(ToHex(host::Segment(Message{1, 2, 3, 4, 5, 6, 7})),
+TEST(CutIntoFrames, PadsTheLastFrameAndKnowsItsBounds) {
+  EXPECT_THAT(ToHex(host::CutIntoFrames(MessageBytes{6})), ElementsAre("00 01 06 FF FF FF FF FF"));
+  EXPECT_THAT(ToHex(host::CutIntoFrames(MessageBytes{1, 2, 3, 4, 5, 6})),
+              ElementsAre("00 01 01 02 03 04 05 06"));
+  EXPECT_THAT(ToHex(host::CutIntoFrames(MessageBytes{1, 2, 3, 4, 5, 6, 7})),
               ElementsAre("00 02 01 02 03 04 05 06", "01 07 FF FF FF FF FF FF"));
-  EXPECT_EQ(host::Segment(Message(6 + 7 * 254)).size(), 255U);
-  EXPECT_THROW(host::Segment(Message(6 + 7 * 254 + 1)), host::UsageError);
-  EXPECT_THROW(host::Segment(Message{}), host::UsageError);
+  EXPECT_EQ(host::CutIntoFrames(MessageBytes(6 + 7 * 254)).size(), 255U);
+  EXPECT_THROW(host::CutIntoFrames(MessageBytes(6 + 7 * 254 + 1)), host::UsageError);
+  EXPECT_THROW(host::CutIntoFrames(MessageBytes{}), host::UsageError);
 }
 
 // A name that two things had would send the one that is looked for first.
@@ -124,19 +127,19 @@ TEST(ProtocolTable, NamesAreUniqueAndFieldsLieInsideTheirMessages) {
 
 // What the display would join of the frames: the messages, and what broke.
 struct joined_t {
-  std::vector<Message> messages;
-  host::Reassembler::counters_t counters;
+  std::vector<MessageBytes> messages;
+  host::Reassembler::joining_counts_t counters;
 };
 
 joined_t Join(const std::vector<bus::frame_t>& frames) {
   host::Reassembler reassembler;
   joined_t joined;
   for (const bus::frame_t& frame : frames) {
-    Message message;
-    if (frame.identifier == 0x18FF00D0 && reassembler.Feed(frame.Bytes(), message))
+    MessageBytes message;
+    if (frame.identifier == 0x18FF00D0 && reassembler.Accept(frame.Bytes(), message))
       joined.messages.push_back(message);
   }
-  joined.counters = reassembler.Counters();
+  joined.counters = reassembler.Counts();
   return joined;
 }
 
@@ -145,7 +148,7 @@ TEST(Injector, EachFaultSpoilsAsItsNameSaysAndLosesOneGoodMessageAtMost) {
     const char* name;
     std::function<bool(const joined_t&)> spoils;
   };
-  const Message good = host::Encode("units", 1);
+  const MessageBytes good = host::MakeMessage("units", 1);
   for (const case_t& c : {
            case_t{"missing-frame", [](const auto& j) { return j.counters.broken + j.counters.strays > 0; }},
            {"repeated-frame", [](const auto& j) { return j.counters.broken + j.counters.strays > 0; }},
@@ -158,9 +161,9 @@ TEST(Injector, EachFaultSpoilsAsItsNameSaysAndLosesOneGoodMessageAtMost) {
        }) {
     for (std::uint64_t seed = 0; seed < 50; ++seed) {
       host::Injector injector({}, 0, seed);
-      injector.Ask(host::ParseFaults(c.name).front());
-      auto frames = injector.Apply(host::Segment(good));
-      const auto next = injector.Apply(host::Segment(good));
+      injector.Ask(host::ParseBusFaults(c.name).front());
+      auto frames = injector.Apply(host::CutIntoFrames(good));
+      const auto next = injector.Apply(host::CutIntoFrames(good));
       frames.insert(frames.end(), next.begin(), next.end());
       const joined_t joined = Join(frames);
       EXPECT_TRUE(c.spoils(joined)) << c.name << ", seed " << seed;
@@ -180,7 +183,7 @@ bus::frame_t Frame(const std::string& text, std::uint64_t time_us) {
   return frame;
 }
 
-TEST(Conversation, GivesEachReplyItsRequestAndNoticesWhatIsOutOfPlace) {
+TEST(TrafficDecoder, GivesEachReplyItsRequestAndNoticesWhatIsOutOfPlace) {
   struct {
     const char* what;
     std::vector<const char*> frames;  // 300 ms apart
@@ -200,18 +203,18 @@ TEST(Conversation, GivesEachReplyItsRequestAndNoticesWhatIsOutOfPlace) {
        {"unknown: bytes 00 01 06"},
        {0, 1, 1}}};
   for (const auto& c : cases) {
-    host::Conversation conversation;
+    host::TrafficDecoder conversation;
     std::vector<std::string> words;
     std::uint64_t now_us = 0;
     for (const char* frame : c.frames) {
-      const auto heard = conversation.Feed(Frame(frame, now_us += 300'000));
-      if (heard) words.push_back(host::InWords(heard->decoded));
+      const auto heard = conversation.Accept(Frame(frame, now_us += 300'000));
+      if (heard) words.push_back(host::FormatMessage(heard->decoded));
     }
     ASSERT_EQ(words.size(), c.words.size()) << c.what;
     for (std::size_t i = 0; i < words.size(); ++i)
       EXPECT_THAT(words[i], testing::StartsWith(c.words[i])) << c.what;
     const auto counts =
-        std::array{conversation.Unanswered(), conversation.Host().broken, conversation.Counters().others};
+        std::array{conversation.Unanswered(), conversation.Host().broken, conversation.Counts().others};
     EXPECT_EQ(counts, c.counts) << c.what;
   }
 }

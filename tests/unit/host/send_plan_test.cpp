@@ -16,14 +16,14 @@ using testing::HasSubstr;
 
 std::vector<std::string> FramesOf(const host::plan_t& plan) {
   std::vector<std::string> frames;
-  for (const host::step_t& step : plan.steps) {
+  for (const host::send_step_t& step : plan.steps) {
     for (const bus::frame_t& frame : step.frames) frames.push_back(ToHex(frame.Bytes()));
   }
   return frames;
 }
 
 host::plan_t Plan(const std::vector<std::string>& arguments) {
-  host::OperatingValues values;
+  host::Cmd2Values values;
   return host::PlanSend(arguments, values);
 }
 
@@ -58,7 +58,7 @@ TEST(SendPlan, SendsEachCommandByName) {
 }
 
 TEST(SendPlan, GathersValuesAndTextsWhereTheFirstStands) {
-  host::OperatingValues values;
+  host::Cmd2Values values;
   values.Set("load", 1);
   const std::vector<std::string> arguments = {"units=1",  "radius=2",         "line1-center=A",
                                               "beeper=1", "led=prealarm,a2b", "stowed=B"};
@@ -97,17 +97,17 @@ TEST(SendPlan, RefusesWhatItCannotSendAndSaysWhatWouldBeRight) {
   }
 }
 
-TEST(OperatingValues, ComeBackFromTheirFileAndSurviveABrokenOne) {
+TEST(Cmd2Values, ComeBackFromTheirFileAndSurviveABrokenOne) {
   const TestFolder folder;
-  host::OperatingValues values;
+  host::Cmd2Values values;
   values.Set("percent", 85.5);
   values.Set("led", 0x80000002);
   values.Set("swing", -75);
-  host::SaveOperatingValues(folder.Path(), values);
-  EXPECT_EQ(ToHex(host::LoadOperatingValues(folder.Path()).Encode()), ToHex(values.Encode()));
+  host::SaveSentValues(folder.Path(), values);
+  EXPECT_EQ(ToHex(host::LoadSentValues(folder.Path()).MakeMessage()), ToHex(values.MakeMessage()));
 
   folder.Write("hx7.values", "load\nradius=abc\nnothing=1\nangle=60\n=\n\xFF\xFE");
-  values = host::LoadOperatingValues(folder.Path());
+  values = host::LoadSentValues(folder.Path());
   EXPECT_EQ(values.Get("angle"), 60);
   EXPECT_EQ(values.Get("radius"), 0);
 }

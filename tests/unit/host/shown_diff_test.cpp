@@ -53,7 +53,7 @@ TEST(ShownValues, AreRoundedAsTheDisplayRoundsThem) {
 TEST(ShownState, FollowsTheHostsMessagesAsTheDisplayDoes) {
   struct case_t {
     std::vector<const char*> messages;
-    host::shown_t shown;
+    host::shown_texts_t shown;
   };
   const case_t cases[] = {
       {{"07 0B 01", "07 0B 02"}, {{"units", "metric"}}},  // others are refused
@@ -80,7 +80,7 @@ TEST(ShownState, FollowsTheHostsMessagesAsTheDisplayDoes) {
 
 TEST(ShownState, ShowsLampsWithTheColoursThatAreSetForThem) {
   host::ShownState state;
-  host::Message values(41, 0);
+  host::MessageBytes values(41, 0);
   values[0] = 2;
   values[27] = 0x02;  // overload
   values[29] = 0x03;  // tires, retracted
@@ -100,7 +100,8 @@ host::ShownDiff::Source Letters(const std::string& letters) {
   return [letters, at = std::size_t{0}]() mutable -> std::optional<host::shown_at_t> {
     if (at == letters.size()) return std::nullopt;
     const std::string letter(1, letters[at++]);
-    return host::shown_at_t{at * 1'000'000, std::make_shared<host::shown_t>(host::shown_t{{"letter", letter}}),
+    return host::shown_at_t{at * 1'000'000,
+                            std::make_shared<host::shown_texts_t>(host::shown_texts_t{{"letter", letter}}),
                             std::hash<std::string>()(letter)};
   };
 }

@@ -24,7 +24,7 @@ std::string NameOf(const said_t& said) {
 
 TEST(Coverage, EveryCommandIsSentBySomeScenario) {
   std::map<std::string, row_t> table;
-  const Shelf shelf(CONFIG);
+  const ConfigFiles shelf(CONFIG);
   for (const std::string& name : shelf.ScenarioNames()) {
     SCOPED_TRACE(name);
     const scenario_t scenario = shelf.NamedScenario(name);

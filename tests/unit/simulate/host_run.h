@@ -8,21 +8,22 @@
 
 #include <gtest/gtest.h>
 
+#include "host/protocol/field_codecs.h"
 #include "host/protocol/reassembly.h"
+#include "host/simulate/config_files.h"
 #include "host/simulate/scenario.h"
-#include "host/simulate/shelf.h"
 
 namespace simulate {
 
 struct said_t {
   std::int64_t time_ms;
-  host::Message message;
+  host::MessageBytes message;
 
   const host::command_t* Command() const { return host::FindCommand(message); }
   bool Is(std::string_view name) const { return Command() != nullptr && Command()->name == name; }
   double Value(std::string_view field = {}) const {
     for (const host::field_t& f : Command()->fields) {
-      if (field.empty() || f.name == field) return host::LoadNumber(f, message);
+      if (field.empty() || f.name == field) return host::ReadNumber(f, message);
     }
     ADD_FAILURE() << "no field " << field;
     return 0;
@@ -40,7 +41,7 @@ class HostRun {
     const std::int64_t end_ms = computer.Now_ms() + static_cast<std::int64_t>(seconds * 1000);
     while (computer.Now_ms() < end_ms) {
       player_.Step(computer.Now_ms(), stage_);
-      for (const transmission_t& transmission : computer.Step()) Join(transmission, said);
+      for (const message_frames_t& transmission : computer.Step()) Join(transmission, said);
     }
     return said;
   }
@@ -56,16 +57,16 @@ class HostRun {
   }
 
  private:
-  void Join(const transmission_t& transmission, std::vector<said_t>& said) {
-    host::Message message;
+  void Join(const message_frames_t& transmission, std::vector<said_t>& said) {
+    host::MessageBytes message;
     for (std::size_t i = 0; i < transmission.size(); ++i) {
-      const bool whole = reassembler_.Feed(transmission[i].Bytes(), message);
+      const bool whole = reassembler_.Accept(transmission[i].Bytes(), message);
       EXPECT_EQ(whole, i + 1 == transmission.size()) << "one message a transmission";
       if (whole) said.push_back({computer.Now_ms(), message});
     }
   }
 
-  Shelf shelf_;
+  ConfigFiles shelf_;
 
  public:
   LoadComputer computer;
@@ -74,8 +75,8 @@ class HostRun {
 
  private:
   ScenarioPlayer player_;
-  stage_t stage_{computer, [this](int key) { presses.push_back(key); },
-                 [this](const std::string& text) { lines.push_back(text); }};
+  action_target_t stage_{computer, [this](int key) { presses.push_back(key); },
+                         [this](const std::string& text) { lines.push_back(text); }};
   host::Reassembler reassembler_;
 };
 
@@ -95,7 +96,7 @@ inline std::size_t CountOf(const std::vector<said_t>& said, std::string_view com
 // The text that a message of command 5 puts into a field; empty where it names none.
 inline std::string TextOf(const said_t* said, std::string_view field) {
   if (said == nullptr) return {};
-  const host::Message& m = said->message;
+  const host::MessageBytes& m = said->message;
   const std::size_t end = host::TEXTS_BEGIN + static_cast<std::size_t>(m[1] << 8 | m[2]);
   for (std::size_t at = host::TEXTS_BEGIN; at + host::TEXT_HEADER <= end;) {
     const std::size_t length = static_cast<std::size_t>(m[at] << 8 | m[at + 1]);

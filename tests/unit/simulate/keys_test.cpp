@@ -51,7 +51,7 @@ TEST(Keys, ChangeTheRiggingWithItsLampAndText) {
     SCOPED_TRACE(std::string(c.before) + " then " + c.key);
     HostRun run;
     run.Raise("24");
-    for (const std::string_view key : host::Split(c.before, ',')) {
+    for (const std::string_view key : host::SplitAt(c.before, ',')) {
       if (!key.empty()) run.Do("key " + std::string(key));
     }
     run.Pass(0.2);
@@ -187,7 +187,7 @@ TEST(Texts, FitBesideEachOtherInEveryLanguage) {
     run.Do("limit angle -1.5 79.5");
     run.Do("limit swing -355.5 355.5");
     const unsigned width = std::string_view(language) == "chinese" ? CHINESE_COLUMNS : COLUMNS;
-    const Shelf shelf(CONFIG);
+    const ConfigFiles shelf(CONFIG);
     std::vector<said_t> said;
     for (const char* action :
          {"base half",       "jib long-15",   "jib short-30",      "jib absent",     "pick aux", "pick fly",

@@ -28,7 +28,7 @@ TEST(LoadComputer, TalksAtAHostsPace) {
   EXPECT_EQ(CountOf(said, "transition"), 0U) << "a display that was there from the beginning has its page";
   EXPECT_LE(CountOf(said, "texts"), 8U) << "texts are said again now and then, and when they change";
   EXPECT_GE(CountOf(said, "units"), 5U) << "for a display that was started meanwhile";
-  run.computer.Hear({.identifier = DISPLAY_FRAME_ID, .length = 8, .data = {}});
+  run.computer.Accept({.identifier = DISPLAY_FRAME_ID, .length = 8, .data = {}});
   EXPECT_EQ(CountOf(run.Pass(60), "transition"), 12U) << "one that comes late is asked for its page";
 }
 
@@ -103,7 +103,7 @@ TEST(LoadComputer, SoundsEachAlarmInItsWay) {
     beeper = c.beeper;
     EXPECT_EQ(TextOf(LastOf(said, "texts"), "line4-center"), c.text);
     const std::string flash(c.text[0] == '\0' ? " " : c.text);
-    const host::Message& message = LastOf(said, "flash")->message;
+    const host::MessageBytes& message = LastOf(said, "flash")->message;
     EXPECT_EQ(std::string(message.begin() + FLASH_AT, message.end()).substr(0, flash.size()), flash);
     EXPECT_EQ(HasLamp(LastOf(said, "operating-values"), "alarm"), c.beeper != 0);
     if (*c.lamp != '\0') {

@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "host/protocol/errors.h"
-#include "host/simulate/control.h"
+#include "host/simulate/simulation_commands.h"
 #include "host/simulate/state_json.h"
 #include "tests/unit/simulate/host_run.h"
 
@@ -54,13 +54,13 @@ TEST(Scenario, SaysWhereAMistakeStandsAndWhatWouldBeRight) {
       {"0 hoist hold", "1: hoist hold needs a height"},
       {"0 limit angle 20 99", "1: \"99\" is not a number"},
       {"0 stop now", "1: stop takes nothing"},
-      {"0 say \"open", "1: a quote \" does not end"},
-      {"x stop", "1: \"x\" is no time"},
-      {"-1 stop", "1: \"-1\" is no time"},
-      {"1e99 stop", "1: \"1e99\" is no time"},
-      {"5", "1: a time without an action"},
-      {"5 stop\n4 stop", "2: the time 4 is before that of the line above"},
-      {"0 repeat", "1: repeat takes nothing, and a time above 0"},
+      {"0 say \"open", "1: a quote \" is not closed"},
+      {"x stop", "1: \"x\" is not a time"},
+      {"-1 stop", "1: \"-1\" is not a time"},
+      {"1e99 stop", "1: \"1e99\" is not a time"},
+      {"5", "1: an action must follow the time"},
+      {"5 stop\n4 stop", "2: the time 4 is before the time of the line above"},
+      {"0 repeat", "1: repeat takes no argument and needs a time above 0"},
       {"5 repeat\n6 stop", "2: nothing may follow repeat"},
   };
   for (const auto& [text, problem] : cases) {
@@ -82,11 +82,12 @@ TEST(Scenario, TakesOtherUnits) {
 }
 
 TEST(Requests, AreReadOrRefused) {
-  const Shelf shelf(CONFIG);
-  EXPECT_TRUE(std::holds_alternative<action_t>(ReadDo(R"({"do":"boom angle 45"})", shelf)));
+  const ConfigFiles shelf(CONFIG);
+  EXPECT_TRUE(std::holds_alternative<crane_action_t>(ReadDo(R"({"do":"boom angle 45"})", shelf)));
   EXPECT_EQ(std::get<scenario_t>(ReadDo(R"({"do":"scenario overload"})", shelf)).name, "overload");
   EXPECT_EQ(std::get<scenario_t>(ReadDo(R"({"do":"scenario none"})", shelf)).lines.size(), 0U);
-  EXPECT_EQ(std::get<by_hand_t>(ReadControls(R"({"angle":45,"load":5000.5,"swing":-20})")).actions.size(), 3U);
+  EXPECT_EQ(
+      std::get<manual_control_t>(ReadControls(R"({"angle":45,"load":5000.5,"swing":-20})")).actions.size(), 3U);
   for (const char* body : {"", "[]", "{}", "{", R"({"do":5})", R"({"do":""})", R"({"do":"fly away"})",
                            R"({"do":"stop","more":1})", R"({"do":"scenario ../../etc/passwd"})"}) {
     EXPECT_THROW(ReadDo(body, shelf), host::UsageError) << body;
@@ -98,12 +99,12 @@ TEST(Requests, AreReadOrRefused) {
 }
 
 TEST(Requests, AreBounded) {
-  ControlQueue queue;
+  CommandQueue queue;
   int taken = 0;
-  while (taken < 1000 && queue.Push(by_hand_t{})) ++taken;
+  while (taken < 1000 && queue.Post(manual_control_t{})) ++taken;
   EXPECT_EQ(taken, 256);
-  EXPECT_EQ(queue.Take().size(), 256U);
-  EXPECT_TRUE(queue.Push(by_hand_t{}));
+  EXPECT_EQ(queue.Drain().size(), 256U);
+  EXPECT_TRUE(queue.Post(manual_control_t{}));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "host/protocol/operating_values.h"
+#include "host/protocol/cmd2_values.h"
 
 #include <algorithm>
 #include <cassert>
@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* FILE_NAME = "hx7.values";
 
-std::size_t IndexOf(std::string_view name) {
+std::size_t FieldIndex(std::string_view name) {
   const auto fields = OperatingValuesCommand().fields;
   const auto found = std::ranges::find(fields, name, &field_t::name);
   assert(found != fields.end());
@@ -23,22 +23,22 @@ std::size_t IndexOf(std::string_view name) {
 
 }  // namespace
 
-OperatingValues::OperatingValues() : values_(OperatingValuesCommand().fields.size(), 0.0) {}
+Cmd2Values::Cmd2Values() : values_(OperatingValuesCommand().fields.size(), 0.0) {}
 
-double OperatingValues::Get(std::string_view name) const {
-  return values_[IndexOf(name)];
+double Cmd2Values::Get(std::string_view name) const {
+  return values_[FieldIndex(name)];
 }
 
-void OperatingValues::Set(std::string_view name, double value) {
-  values_[IndexOf(name)] = value;
+void Cmd2Values::Set(std::string_view name, double value) {
+  values_[FieldIndex(name)] = value;
 }
 
-Message OperatingValues::Encode() const {
-  return host::Encode(OperatingValuesCommand(), values_);
+MessageBytes Cmd2Values::MakeMessage() const {
+  return host::MakeMessage(OperatingValuesCommand(), values_);
 }
 
-OperatingValues LoadOperatingValues(const std::string& directory) {
-  OperatingValues values;
+Cmd2Values LoadSentValues(const std::string& directory) {
+  Cmd2Values values;
   std::ifstream file(std::filesystem::path(directory) / FILE_NAME);
   for (std::string line; std::getline(file, line);) {
     const std::size_t equals = line.find('=');
@@ -47,19 +47,20 @@ OperatingValues LoadOperatingValues(const std::string& directory) {
     try {
       values.Set(field->name, ParseValue(*field, line.substr(equals + 1)));
     } catch (const UsageError&) {
-      continue;  // a value that cannot be read is a value that was not said
+      continue;  // an unreadable value stays 0, as if the file lacked it
     }
   }
   return values;
 }
 
-void SaveOperatingValues(const std::string& directory, const OperatingValues& values) {
+void SaveSentValues(const std::string& directory, const Cmd2Values& values) {
   const std::filesystem::path path = std::filesystem::path(directory) / FILE_NAME;
   std::string text;
   for (const field_t& field : OperatingValuesCommand().fields) {
     text += std::string(field.name) + "=" + FormatValue(field, values.Get(field.name)) + "\n";
   }
-  if (!base::ReplaceFile(path, text)) throw Failure("cannot keep the values in " + path.string());
+  if (!base::ReplaceFile(path, text))
+    throw Failure("cannot save the operating values to " + path.string() + "; is the folder writable?");
 }
 
 }  // namespace host

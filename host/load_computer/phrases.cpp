@@ -1,15 +1,15 @@
-#include "host/load_computer/texts.h"
+#include "host/load_computer/phrases.h"
 
 #include <array>
 
 namespace simulate {
 namespace {
 
-using words_t = std::array<std::string_view, LANGUAGES>;
+using translations_t = std::array<std::string_view, LANGUAGES>;
 
-// In the order of Text. What stands side by side on a line fits into it together, and a page into one message,
-// which is what shortens the Russian ones: two bytes a letter.
-constexpr std::array<words_t, static_cast<std::size_t>(text_t::COUNT)> WORDS = {{
+// In the order of phrase_t. Texts that share a line must fit into it together, and all texts of a page into one
+// message. That is why the Russian texts are abbreviated: each letter takes two bytes.
+constexpr std::array<translations_t, static_cast<std::size_t>(phrase_t::COUNT)> WORDS = {{
     {"ON TIRES", "SOBRE NEUMÁTICOS", "SOBRE PNEUS", "轮胎支撑", "НА ШИНАХ", "SUR PNEUS"},
     {"OUTRIGGERS RETRACTED", "ESTABILIZADORES DENTRO", "ESTABILIZADORES DENTRO", "支腿收回", "ОПОРЫ ВТЯН.",
      "STABILISATEURS RENTRÉS"},
@@ -76,11 +76,11 @@ constexpr std::array<words_t, static_cast<std::size_t>(text_t::COUNT)> WORDS = {
 
 }  // namespace
 
-std::string_view Say(text_t text, unsigned language) {
+std::string_view Say(phrase_t text, unsigned language) {
   return WORDS[static_cast<std::size_t>(text)][language < LANGUAGES ? language : 0];
 }
 
-std::string Say(text_t text, unsigned language, const std::string& value) {
+std::string Say(phrase_t text, unsigned language, const std::string& value) {
   std::string said(Say(text, language));
   const std::size_t at = said.find('#');
   if (at != std::string::npos) said.replace(at, 1, value);

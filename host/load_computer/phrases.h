@@ -1,4 +1,4 @@
-// The load computer's own words in the six languages of the display.
+// The load computer's texts in the six languages of the display.
 #pragma once
 
 #include <cstdint>
@@ -8,16 +8,16 @@
 namespace simulate {
 
 constexpr unsigned LANGUAGES = 6;  // English, Spanish, Portuguese, Chinese, Russian, French
-// Columns of the display's grid; Chinese characters are wider.
+// Columns of the display's text grid; Chinese has fewer because its characters are wider.
 constexpr unsigned COLUMNS = 40;
 constexpr unsigned CHINESE_COLUMNS = 24;
 
-enum class text_t : std::uint8_t {
+enum class phrase_t : std::uint8_t {
   ON_TIRES,
   OUTRIGGERS_RETRACTED,
   OUTRIGGERS_HALF,
   OUTRIGGERS_EXTENDED,
-  TIRES,  // the same in a menu
+  TIRES,  // from here to EXTENDED: the same in a menu
   RETRACTED,
   HALF,
   EXTENDED,
@@ -75,8 +75,8 @@ enum class text_t : std::uint8_t {
 };
 
 // UTF-8. `language` is 0 to 5.
-std::string_view Say(text_t text, unsigned language);
+std::string_view Say(phrase_t text, unsigned language);
 // The same with "#" replaced.
-std::string Say(text_t text, unsigned language, const std::string& value);
+std::string Say(phrase_t text, unsigned language, const std::string& value);
 
 }  // namespace simulate

@@ -1,8 +1,11 @@
+#include "host/protocol/message_json.h"
+
 #include <cmath>
 
 #include <nlohmann/json.hpp>
 
-#include "host/protocol/words.h"
+#include "base/json_text.h"
+#include "host/protocol/message_lines.h"
 
 namespace host {
 namespace {
@@ -14,7 +17,7 @@ constexpr double MICROS_PER_SECOND = 1e6;
 Json ValueJson(const value_t& value) {
   if (!value.parts.empty()) return value.parts;
   if (value.number && std::isfinite(*value.number)) {
-    // As the words say it: a float's shortest form, not the digits that a double makes of it.
+    // A float's shortest decimal form, as in the text; the double itself would print its rounding error.
     const Json number = Json::parse(value.text, nullptr, false);
     return number.is_number() ? number : Json(*value.number);
   }
@@ -50,16 +53,16 @@ void AddMessage(Json& line, const decoded_t& decoded) {
 
 }  // namespace
 
-std::string JsonLine(const utterance_t& utterance) {
+std::string FormatJsonLine(const bus_message_t& message) {
   Json line;
-  line["time"] = static_cast<double>(utterance.time_us) / MICROS_PER_SECOND;
-  line["from"] = SpeakerName(utterance.speaker);
-  if (utterance.speaker == speaker_t::OTHER) {
-    AddFrame(line, utterance.frame);
+  line["time"] = static_cast<double>(message.time_us) / MICROS_PER_SECOND;
+  line["from"] = SenderName(message.sender);
+  if (message.sender == sender_t::OTHER) {
+    AddFrame(line, message.frame);
   } else {
-    AddMessage(line, utterance.decoded);
+    AddMessage(line, message.decoded);
   }
-  return line.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return base::DumpOrderedJson(line);
 }
 
 }  // namespace host

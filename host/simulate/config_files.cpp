@@ -1,4 +1,4 @@
-#include "host/simulate/shelf.h"
+#include "host/simulate/config_files.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -18,7 +18,7 @@ constexpr const char* SCENARIOS = "scenarios";
 constexpr const char* SUFFIX = ".scenario";
 constexpr const char* STANDARD_CHART = "charts/standard.chart";
 
-std::string FindConfig(const std::string& given) {
+std::string FindConfigFolder(const std::string& given) {
   try {
     return base::FindConfigFolder(given);
   } catch (const std::runtime_error& error) {
@@ -28,13 +28,13 @@ std::string FindConfig(const std::string& given) {
 
 }  // namespace
 
-Shelf::Shelf(const std::string& config) : folder_(FindConfig(config)) {
+ConfigFiles::ConfigFiles(const std::string& config) : folder_(FindConfigFolder(config)) {
   if (!fs::is_directory(fs::path(folder_) / SCENARIOS)) {
     throw host::Failure("there are no scenarios in " + folder_ + "; name the configuration with --config DIR");
   }
 }
 
-std::vector<std::string> Shelf::ScenarioNames() const {
+std::vector<std::string> ConfigFiles::ScenarioNames() const {
   std::vector<std::string> names;
   for (const fs::directory_entry& entry : fs::directory_iterator(fs::path(folder_) / SCENARIOS)) {
     if (entry.path().extension() == SUFFIX) names.push_back(entry.path().stem());
@@ -43,28 +43,26 @@ std::vector<std::string> Shelf::ScenarioNames() const {
   return names;
 }
 
-scenario_t Shelf::NamedScenario(const std::string& name) const {
+scenario_t ConfigFiles::NamedScenario(const std::string& name) const {
   const std::vector<std::string> names = ScenarioNames();
   if (std::ranges::find(names, name) != names.end()) {
     return LoadScenario(fs::path(folder_) / SCENARIOS / (name + SUFFIX));
   }
   const std::vector<std::string_view> candidates(names.begin(), names.end());
-  const std::string_view nearest = host::Nearest(name, candidates);
-  throw host::UsageError(
-      "there is no scenario \"" + name + "\"; " +
-      (nearest.empty() ? "`hx7 simulate --list` shows all"
-                       : "did you mean " + std::string(nearest) + "? (`hx7 simulate --list` shows all)"));
+  const std::string suggestion = host::Suggest(name, candidates);
+  throw host::UsageError("there is no scenario \"" + name + "\"" +
+                         (suggestion.empty() ? "; " : suggestion + " ") + "`hx7 simulate --list` shows all");
 }
 
-scenario_t Shelf::Scenario(const std::string& nameOrFile) const {
+scenario_t ConfigFiles::Scenario(const std::string& nameOrFile) const {
   const bool isFile = nameOrFile.find_first_of("/.") != std::string::npos;
   return isFile ? LoadScenario(nameOrFile) : NamedScenario(nameOrFile);
 }
 
-crane::LoadChart Shelf::Chart(const std::string& file) const {
+crane::LoadChart ConfigFiles::Chart(const std::string& file) const {
   const std::string path = file.empty() ? (fs::path(folder_) / STANDARD_CHART).string() : file;
   std::ifstream in(path);
-  if (!in) throw host::Failure("cannot read the load chart " + path);
+  if (!in) throw host::Failure("cannot read the load chart " + path + "; check its name and its rights");
   try {
     return crane::LoadChart::Parse(in, path);
   } catch (const crane::ChartError& error) {

@@ -1,4 +1,4 @@
-// What a crane can be rigged as, and the words for it: the same in load charts, scenarios and reports.
+// How a crane can be rigged, and the names for it. Load charts, scenarios and reports use the same names.
 #pragma once
 
 #include <array>
@@ -10,14 +10,14 @@
 
 namespace crane {
 
-// What it stands on, in the order in which one is reached from the other.
+// What the crane stands on, in the order in which the outriggers pass through them.
 enum class base_t : std::uint8_t { TIRES, RETRACTED, HALF, EXTENDED };
 // The lattice jib: not carried, stowed along the boom, or erected as long or short fly at an offset in degrees.
 enum class jib_t : std::uint8_t { ABSENT, STOWED, LONG0, SHORT0, LONG15, SHORT15, LONG30, SHORT30 };
 // Where the hook hangs.
 enum class pick_t : std::uint8_t { MAIN_BOOM, AUX, FLY };
 enum class winch_t : std::uint8_t { FRONT, REAR };
-// What the boom points over. The front arc reaches to both sides of the front.
+// The area that the boom points over. The front arc lies on both sides of the front.
 enum class area_t : std::uint8_t { FRONT, FRONT_ARC, SIDE, REAR };
 
 // The index is the enumerator.
@@ -33,7 +33,7 @@ constexpr bool IsErected(jib_t jib) {
 constexpr bool IsLong(jib_t jib) {
   return IsErected(jib) && (static_cast<unsigned>(jib) - static_cast<unsigned>(jib_t::LONG0)) % 2 == 0;
 }
-// Of an erected jib against the boom, in degrees downwards; 0 otherwise.
+// The angle of an erected jib below the boom's line, in degrees; 0 otherwise.
 constexpr double OffsetOf(jib_t jib) {
   constexpr unsigned STEP_DEG = 15;
   if (!IsErected(jib)) return 0;
@@ -41,8 +41,21 @@ constexpr double OffsetOf(jib_t jib) {
   return STEP_DEG * step;
 }
 
-// The index of a name in one of the arrays above; empty when it is none of them.
-std::optional<std::size_t> IndexOf(std::span<const std::string_view> names, std::string_view name);
+constexpr int MOST_PARTS = 12;  // of line on the hook block
+
+struct rigging_t {
+  bool counterweight = true;
+  jib_t jib = jib_t::STOWED;
+  pick_t pick = pick_t::MAIN_BOOM;
+  winch_t winch = winch_t::FRONT;
+  bool auxHead = false;
+  bool manBasket = false;
+  bool manualBoom = false;  // the boom sections telescope one by one, not together
+  int parts = 4;
+};
+
+// The index of a name in one of the arrays above; empty if the array has no such name.
+std::optional<std::size_t> FindName(std::span<const std::string_view> names, std::string_view name);
 
 template <typename E, std::size_t N>
 std::string_view NameOf(const std::array<std::string_view, N>& names, E value) {

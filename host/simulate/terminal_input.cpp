@@ -1,4 +1,4 @@
-#include "host/simulate/console.h"
+#include "host/simulate/terminal_input.h"
 
 #include <array>
 #include <iomanip>
@@ -22,45 +22,51 @@ bool CanRead() {
 
 }  // namespace
 
-bool Console::Take(const std::string& line, const LoadComputer& computer) {
-  if (line.size() > MOST_LINE) {
-    std::cerr << "hx7: a line has 4096 characters at most\n";
-    return true;
-  }
+bool TerminalInput::Execute(const std::string& line, const LoadComputer& computer) {
   if (line == "quit" || line == "exit") return false;
-  if (line.find_first_not_of(" \t\r") == std::string::npos) return true;
-  if (line == "help") {
+  if (line.size() > MOST_LINE) {
+    std::cerr << "hx7: the line is ignored; a line has at most 4096 characters\n";
+  } else if (line == "help") {
     std::cout << ListActions() << "  scenario NAME | none\n  status\n  quit\n" << std::flush;
   } else if (line == "status") {
     std::cout << DescribeState(computer.State()) << std::flush;
-  } else {
-    try {
-      if (!queue_.Push(ParseControl(line, shelf_))) std::cerr << "hx7: too many commands at once\n";
-    } catch (const host::UsageError& error) {
-      std::cerr << "hx7: " << error.what() << "; help lists all\n";
-    }
+  } else if (line.find_first_not_of(" \t\r") != std::string::npos) {
+    PostCommand(line);
   }
   return true;
 }
 
-bool Console::Step(const LoadComputer& computer) {
+void TerminalInput::PostCommand(const std::string& line) {
+  try {
+    if (queue_.Post(ParseSimulationCommand(line, files_))) return;
+    std::cerr << "hx7: the command is ignored: 256 wait already; try again\n";
+  } catch (const host::UsageError& error) {
+    std::cerr << "hx7: " << error.what() << "; `help` lists all actions\n";
+  }
+}
+
+bool TerminalInput::Step(const LoadComputer& computer) {
   while (CanRead()) {
     std::array<char, 4096> bytes{};
     const ssize_t count = ::read(STDIN_FILENO, bytes.data(), bytes.size());
     if (count <= 0) return false;
-    for (const char c : std::string_view(bytes.data(), static_cast<std::size_t>(count))) {
-      if (c != '\n') {
-        if (line_.size() <= MOST_LINE) line_.push_back(c);
-        continue;
-      }
-      const std::string line = std::exchange(line_, {});
-      if (!Take(line, computer)) return false;
+    if (!Accept(std::string_view(bytes.data(), static_cast<std::size_t>(count)), computer)) return false;
+  }
+  return true;
+}
+
+bool TerminalInput::Accept(std::string_view typed, const LoadComputer& computer) {
+  for (const char c : typed) {
+    if (c == '\n') {
+      if (!Execute(std::exchange(line_, {}), computer)) return false;
+    } else if (line_.size() <= MOST_LINE) {
+      line_.push_back(c);
     }
   }
   return true;
 }
 
-std::string DescribeState(const state_t& state) {
+std::string DescribeState(const simulation_state_t& state) {
   std::ostringstream text;
   const measured_t& now = state.measured;
   text << std::fixed << std::setprecision(1) << "time " << state.time_s << " s";

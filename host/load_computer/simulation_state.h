@@ -1,4 +1,4 @@
-// How the simulated crane and its load computer are at one moment, for people and for the panel.
+// The state of the simulated crane and its load computer at one moment, for the terminal and for the panel.
 #pragma once
 
 #include <array>
@@ -14,10 +14,10 @@
 
 namespace simulate {
 
-struct state_t {
+struct simulation_state_t {
   double time_s = 0;  // of the crane
   std::string scenario;
-  measured_t measured;  // as the display is told, but in metres, kilograms, degrees and bar
+  measured_t measured;  // as sent to the display, but in metres, kilograms, degrees and bar
   double length = 0;
   double hookHeight = 0;
   double sheaveHeight = 0;
@@ -29,14 +29,14 @@ struct state_t {
   bool atRest = true;
   std::array<crane::limit_t, crane::QUANTITY_NAMES.size()> limits;
   std::vector<std::string> lamps;
-  std::vector<std::string> faults;  // that are in
+  std::vector<std::string> faults;  // sensor faults that are set
   settings_t settings;
   view_t view = view_t::OPERATING;
   unsigned infoPage = 0;
-  bool silent = false;                                     // the host says nothing for a while
+  bool silent = false;                                     // the host sends nothing for a while
   std::vector<std::pair<std::string, std::string>> texts;  // field and text
-  std::uint64_t replies = 0;                               // frames' messages that the display has answered
-  std::string displayFileId;                               // as the display told it; empty before
+  std::uint64_t replies = 0;                               // messages received from the display
+  std::string displayFileId;                               // from the display's reply; empty before it
 };
 
 }  // namespace simulate

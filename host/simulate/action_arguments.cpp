@@ -1,4 +1,4 @@
-#include "host/simulate/arguments.h"
+#include "host/simulate/action_arguments.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include <sstream>
 #include <vector>
 
-#include "host/crane/words.h"
+#include "host/crane/rigging.h"
 #include "host/protocol/errors.h"
 #include "host/protocol/value_text.h"
 
@@ -22,13 +22,11 @@ std::string OneOf(std::span<const std::string_view> names) {
 }  // namespace
 
 void RefuseWord(const std::string& word, const std::string& right, std::span<const std::string_view> names) {
-  const std::string_view nearest = host::Nearest(word, names);
-  throw host::UsageError("\"" + word + "\" is not " + right +
-                         (nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?"));
+  throw host::UsageError("\"" + word + "\" is not " + right + host::Suggest(word, names));
 }
 
 std::size_t ParseName(std::span<const std::string_view> names, const std::string& word) {
-  const auto index = crane::IndexOf(names, word);
+  const auto index = crane::FindName(names, word);
   if (!index) RefuseWord(word, OneOf(names), names);
   return *index;
 }
@@ -45,12 +43,13 @@ std::uint8_t ParseProtocolName(std::span<const host::number_name_t> table, const
   RefuseWord(word, OneOf(names), names);
 }
 
-double ParseNumber(const std::string& word, double least, double most, std::span<const unit_t> units) {
+double ParseQuantity(const std::string& word, double least, double most,
+                     std::span<const argument_unit_t> units) {
   double value = 0;
   const char* const end = word.data() + word.size();
   const auto [stop, error] = std::from_chars(word.data(), end, value);
   const std::string_view unit(stop, static_cast<std::size_t>(end - stop));
-  const auto found = std::ranges::find(units, unit, &unit_t::name);
+  const auto found = std::ranges::find(units, unit, &argument_unit_t::name);
   if (error == std::errc() && found != units.end()) value *= found->factor;
   const bool known = error == std::errc() && (unit.empty() || found != units.end());
   if (known && value >= least && value <= most) return value;

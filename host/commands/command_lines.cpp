@@ -1,0 +1,202 @@
+#include "host/commands/command_lines.h"
+
+#include <iostream>
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "host/commands/diff.h"
+#include "host/commands/send.h"
+#include "host/commands/watch.h"
+#include "host/link/inject.h"
+#include "host/log/play.h"
+#include "host/log/record.h"
+#include "host/protocol/send_plan.h"
+#include "host/simulate/actions.h"
+#include "host/simulate/simulate.h"
+
+namespace host {
+namespace {
+
+constexpr int DIFFERENT = 1;  // exit status of hx7 diff
+
+// Options live in a shared_ptr that the command's callback holds: as long as the parser itself.
+template <typename Options>
+std::shared_ptr<Options> MakeOptions() {
+  return std::make_shared<Options>();
+}
+
+void AddBus(CLI::App& command, std::string& bus) {
+  command
+      .add_option("--bus", bus,
+                  "local: the unit on this machine; socketcan:INTERFACE: a CAN interface of the kernel; "
+                  "socketcand:HOST:PORT: a socketcand server")
+      ->capture_default_str();
+}
+
+void AddSeconds(CLI::App& command, std::optional<double>& seconds) {
+  command.add_option("--seconds", seconds, "Stop after so many seconds")->check(CLI::PositiveNumber);
+}
+
+// A flag that prints a list instead of running the command.
+void AddList(CLI::App& command, const char* about, std::function<std::string()> list) {
+  command.add_flag_callback(
+      "--list",
+      [list = std::move(list)] {
+        std::cout << list();
+        throw CLI::Success();
+      },
+      about);
+}
+
+void AddSendOptions(CLI::App& command, int& /*status*/) {
+  const auto options = MakeOptions<send_options_t>();
+  command.footer(
+      "Examples:\n"
+      "  hx7 send load=12300 radius=35.4 line1-center=\"HELLO\"\n"
+      "  hx7 send units=metric language=russian beeper=20\n"
+      "  hx7 send led=overload,a2b colors=green,dark,dark,yellow valid-keys=info,tires\n"
+      "  hx7 send program-name key-state\n"
+      "  hx7 send raw=040A frame=18FF00D0#0001060000000000\n\n"
+      "One message carries all operating values. Values that a call does not name are sent as hx7 sent them\n"
+      "last in this runtime directory (file hx7.values); the first time they are 0 and no lamp is lit.");
+  AddBus(command, options->bus);
+  command.add_option("--timeout", options->timeout_s, "Seconds to wait for the display's answer")
+      ->capture_default_str()
+      ->check(CLI::Range(0.0, 3600.0));
+  command.add_flag("--neutral", options->neutral,
+                   "Begin with all operating values 0 instead of those sent last");
+  AddList(command, "Show all names with their values and units", ListSendNames);
+  command.add_option("NAME=VALUE", options->arguments, "What to send, in order")->required();
+  command.callback([options] { Send(*options); });
+}
+
+void AddPlayOptions(CLI::App& command, int& /*status*/) {
+  const auto options = MakeOptions<play_options_t>();
+  command.footer(
+      "Reads logs of candump -L and -l, the output of candump -ta, -tz and -tA, and the log, ASC and CSV\n"
+      "files of python-can (ASC of log2asc too). Lines without a data frame are skipped and counted.\n"
+      "On a terminal the space bar pauses and continues. A process that was stopped continues where it was.\n"
+      "The display's own frames (18FF00D2) are not played, because the display on the bus sends its own;\n"
+      "--all plays them too. The interface names in the log do not matter. If the bus is lost, hx7 tries\n"
+      "for 10 seconds to reconnect.");
+  command.add_option("FILE", options->file, "The log; - is standard input")->required();
+  AddBus(command, options->bus);
+  command.add_option("--speed", options->speed, "Time factor, such as 2 or 0.5; max sends without waiting")
+      ->capture_default_str();
+  command.add_option("--keys", options->keysFile,
+                     "Press the front keys that a unit recorded with the log (keys.log of its bundle)");
+  command.add_flag("--loop", options->loop, "Begin again at the end, until stopped");
+  command.add_flag("--all", options->all, "Play the display's frames too");
+  command.add_flag("--quiet", options->quiet, "Print only errors");
+  command.callback([options] { PlayFile(*options); });
+}
+
+void AddWatchOptions(CLI::App& command, int& /*status*/) {
+  const auto options = MakeOptions<watch_options_t>();
+  command.add_option("FILE", options->file,
+                     "A log of a kind that play reads; - is standard input; without it, the live bus");
+  AddBus(command, options->bus);
+  command.add_flag("--json", options->json, "One JSON object on each line");
+  command.add_flag("--changes", options->changes, "Only messages that differ from the last of their kind");
+  AddSeconds(command, options->seconds);
+  command.callback([options] { Watch(*options); });
+}
+
+void AddRecordOptions(CLI::App& command, int& /*status*/) {
+  const auto options = MakeOptions<record_options_t>();
+  command.add_option("FILE", options->file, "The log; - is standard output")->required();
+  AddBus(command, options->bus);
+  command.add_flag("--force", options->force, "Replace an existing file");
+  AddSeconds(command, options->seconds);
+  command.callback([options] { Record(*options); });
+}
+
+std::string ListFaults() {
+  std::string text;
+  for (const bus_fault_name_t& fault : BusFaults()) {
+    text += (text.empty() ? "" : "; ") + std::string(fault.name) + ": " + std::string(fault.about);
+  }
+  return text;
+}
+
+void AddScenarioOptions(CLI::App& command, simulate::simulate_options_t& options) {
+  command.add_option("--scenario", options.scenario,
+                     "A name from --list, or a file. Default: a normal lift; with --interactive, no scenario");
+  command.add_option("--chart", options.chart, "A load chart file; default: the standard chart");
+  command.add_option("--seed", options.seed, "Of the sensors' noise; the same seed gives the same bytes")
+      ->capture_default_str();
+  command
+      .add_option("--speed", options.speed, "Time factor, such as 2 or 0.5; max is as fast as the bus allows")
+      ->capture_default_str();
+  command
+      .add_option("--seconds-of-crane", options.secondsOfCrane,
+                  "Stop after so many seconds of the crane's time")
+      ->check(CLI::Range(0.01, 1e9));
+  command.add_flag("--loop", options.loop, "Begin the scenario again at its end");
+  command.add_option("--config", options.config, "The configuration folder, with scenarios and charts");
+}
+
+void AddInjectOptions(CLI::App& command, simulate::simulate_options_t& options) {
+  command.add_option("--inject", options.inject,
+                     "Send faulty messages too: names separated by commas, or all. " + ListFaults());
+  command
+      .add_option("--inject-rate", options.injectRate, "Fraction of the messages that a faulty one precedes")
+      ->check(CLI::Range(0.0, 1.0))
+      ->capture_default_str();
+}
+
+void AddSimulateOptions(CLI::App& command, int& /*status*/) {
+  const auto options = MakeOptions<simulate::simulate_options_t>();
+  command.footer(
+      "A scenario is a text file with a time in seconds and an action on each line; see docs/simulator.md.\n"
+      "Actions, also for --interactive and for POST /api/do:\n" +
+      simulate::ListActions());
+  AddScenarioOptions(command, *options);
+  command.add_flag("--interactive", options->interactive,
+                   "Read actions from the terminal, until quit or the end of the input");
+  command.add_option("--http", options->http,
+                     "Accept actions over HTTP at this address, such as 127.0.0.1:8741");
+  AddInjectOptions(command, *options);
+  AddBus(command, options->bus);
+  command.add_flag("--quiet", options->quiet, "Print only errors");
+  AddList(command, "Show the scenarios", [options] { return simulate::ListScenarios(options->config); });
+  command.callback([options] { simulate::Simulate(*options); });
+}
+
+void AddDiffOptions(CLI::App& command, int& status) {
+  const auto options = MakeOptions<diff_options_t>();
+  command.footer(
+      "Compares the sequence of what the screen would show: rounded values, texts, lamps with their colours,\n"
+      "icons, units, language, beeper, swing, page requests and a lost link. The times and the number of\n"
+      "repetitions do not matter. Exit status: 0 the same, 1 different, 2 called wrongly or a log cannot be\n"
+      "read.");
+  command.add_option("A", options->a, "A log")->required();
+  command.add_option("B", options->b, "Another log")->required();
+  command.add_flag("--json", options->json, "One JSON object for each difference");
+  command.add_option("--limit", options->limit, "Differences to print; 0 prints all")->capture_default_str();
+  command.callback([options, &status] { status = Diff(*options) ? 0 : DIFFERENT; });
+}
+
+struct command_line_t {
+  const char* name;
+  const char* about;
+  void (*addOptions)(CLI::App& command, int& status);
+};
+constexpr command_line_t COMMANDS[] = {
+    {"send", "Send commands of the host by name, or raw messages and frames", AddSendOptions},
+    {"play", "Play a log onto the bus at its own pace", AddPlayOptions},
+    {"watch", "Show both directions in words, live or from a log", AddWatchOptions},
+    {"record", "Record the bus as a log of candump -L", AddRecordOptions},
+    {"simulate", "Run a crane and its host load computer on the bus", AddSimulateOptions},
+    {"diff", "Say where two logs differ in what the display shows", AddDiffOptions},
+};
+
+}  // namespace
+
+void AddCommands(CLI::App& app, int& status) {
+  for (const command_line_t& line : COMMANDS)
+    line.addOptions(*app.add_subcommand(line.name, line.about), status);
+}
+
+}  // namespace host
