@@ -13,6 +13,7 @@
 #include "platform/paths.h"
 
 #include "src/core/console.h"
+#include "src/core/generic_config.h"
 #include "src/devio/blinkers.h"
 #include "src/devio/digital_io.h"
 #include "src/devio/timer.h"
@@ -26,7 +27,6 @@
 #include "src/pages/keypad_scanner.h"
 #include "src/parse/parse_thread.h"
 #include "src/services/dbshm.h"
-#include "src/startup/generic_config.h"
 #include "src/startup/init_orvik_data.h"
 
 namespace {

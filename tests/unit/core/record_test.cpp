@@ -7,11 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include "src/core/generic_config.h"
 #include "src/core/operating_values.h"
 #include "src/core/orvik_data.h"
 #include "src/core/queues.h"
 #include "src/core/text_helpers.h"
-#include "src/startup/generic_config.h"
 #include "tests/unit/support/console_capture.h"
 #include "tests/unit/support/test_record.h"
 

@@ -10,10 +10,10 @@
 #include "src/services/nm_messages.h"
 #include "tests/unit/support/test_folder.h"
 #include "unit/j1939/bus_report.h"
-#include "unit/j1939/socketcand_session.h"
 #include "unit/j1939/filter_store.h"
 #include "unit/j1939/j1939_requests.h"
 #include "unit/j1939/pacing.h"
+#include "unit/j1939/socketcand_session.h"
 
 namespace unit {
 namespace {

@@ -65,7 +65,8 @@ TEST(Design, AFolderGivesItsGoodPagesAndReportsTheOthers) {
   const design_t design = LoadDesign(folder.Path(), {}, problems);
   EXPECT_EQ(design.size(), 2U);
   EXPECT_EQ(problems.size(), 2U);
-  EXPECT_THAT(CheckDesign(design), testing::UnorderedElementsAre(HasSubstr("Nowhere"), HasSubstr("the same order")));
+  EXPECT_THAT(CheckDesign(design),
+              testing::UnorderedElementsAre(HasSubstr("Nowhere"), HasSubstr("the same order")));
 }
 
 // The product's own design beside its configuration.

@@ -1,4 +1,4 @@
-#include "src/startup/generic_config.h"
+#include "src/core/generic_config.h"
 
 #include <sstream>
 #include <stdexcept>
