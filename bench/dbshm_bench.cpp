@@ -1,4 +1,4 @@
-// What an access of the parameter database costs, beside the same work under the bare lock and under a
+// Measures accesses to the parameter database. For comparison: the same work under the bare lock, and under a
 // process-shared, robust, priority-inheriting pthread mutex.
 #include <bit>
 #include <cstdint>
@@ -49,7 +49,7 @@ struct shared_t {
     return *static_cast<shared_t*>(memory);
   }
   void CompareAndStore(double next) {
-    // By bytes, as the database does.
+    // Compares the bytes, as the database does.
     if (std::bit_cast<std::uint64_t>(value) != std::bit_cast<std::uint64_t>(next)) value = next;
     benchmark::ClobberMemory();
   }

@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Figures of the whole desk: frame on the bus to patched widget on the stream, and what idling and load cost.
+"""Measures the whole desk: the time from a frame on the bus to the changed widget on the event stream, and the load of
+the processor when idle and at 2,000 frames per second.
 
 Usage: bench/desk_figures.py [CHANGES]   (default 1000; ORVIK_BIN names the programs' folder)
 """
@@ -20,7 +21,7 @@ TICKS = os.sysconf("SC_CLK_TCK")
 
 
 class Stream:
-    """The panel's event stream; remembers when each load text was first seen."""
+    """The panel's event stream; keeps when each event arrived."""
 
     def __init__(self, address):
         host, port = address.rsplit(":", 1)
@@ -47,11 +48,11 @@ class Stream:
                     if when >= since and text in shown:
                         self.seen.clear()
                         return when
-                assert self.changed.wait(5), f"{text} never came"
+                assert self.changed.wait(5), f"{text} did not arrive within 5 seconds"
 
 
 def measure_latency(desk, bus, changes):
-    bus.send_message([8, 1])  # the load before may have ended within a message, which takes the next frame with it
+    bus.send_message([8, 1])  # the traffic before may have ended within a message; the next frame is then lost with it
     bus.send_message([8, 1])
     stream = Stream(desk.address("http"))
     times = []
@@ -82,7 +83,7 @@ def measure_usage(desk, what, seconds, work):
 
 
 def send_at(bus, rate, until):
-    """`rate` frames a second by absolute deadlines, ten at a time."""
+    """Sends `rate` frames per second, ten at a time, at absolute deadlines."""
     frames = cut(cmd2())
     due, i = time.perf_counter(), 0
     while due < until:

@@ -1,7 +1,8 @@
-// How many host frames a second the display's side takes, and what the repair of host text costs.
+// Measures how many host frames per second the application processes, and what the repair of host text costs.
 //
-// Frames go the whole way in one thread: the service's delivery, the queues, decapsulation, the commands with
-// their writes to the parameter database. A bus of 250 kbit/s carries some 1,800 such frames a second.
+// One thread takes the frames the whole way: delivery by the service, the queues, decapsulation, and the
+// commands with their writes to the parameter database. A bus of 250 kbit/s carries some 1,800 such frames per
+// second.
 #include <algorithm>
 #include <array>
 #include <iterator>
@@ -24,7 +25,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// The service's deliveries of one message, cut into frames.
+// The deliveries of the service for one message, one for each frame.
 std::vector<std::vector<std::uint8_t>> Deliveries(const std::string& message) {
   std::size_t frames = 1;
   while (MessageRoom(frames) < message.size()) ++frames;
@@ -44,7 +45,7 @@ std::vector<std::vector<std::uint8_t>> Deliveries(const std::string& message) {
   return deliveries;
 }
 
-// Operating values as a host sends them ten times a second.
+// Operating values, which a host sends ten times a second.
 const std::string VALUES =
     "\x02\x00"
     "\x46\x41\xBC\x00\x46\x40\xF8\x00\x42\x0D\x99\x9A\xC1\x28\x00\x00\x41\xFC\x00\x00\x3F\x59\x99\x9A"
@@ -95,7 +96,7 @@ void RunRepair(benchmark::State& state, const std::string& text) {
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
-// The library's own replacement, which marks less than our rules ask for, as the yardstick.
+// For comparison: the library's replacement function, which follows fewer rules.
 void RunLibraryRepair(benchmark::State& state, const std::string& text) {
   constexpr char32_t FULLWIDTH_QUESTION_MARK = 0xFF1F;
   for (auto _ : state) {
@@ -106,21 +107,21 @@ void RunLibraryRepair(benchmark::State& state, const std::string& text) {
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
-void BmFixUtF8StringValid(benchmark::State& state) {
+void BmFixUtf8StringValid(benchmark::State& state) {
   RunRepair(state, VALID);
 }
 void BmLibraryRepairValid(benchmark::State& state) {
   RunLibraryRepair(state, VALID);
 }
-void BmFixUtF8StringBroken(benchmark::State& state) {
+void BmFixUtf8StringBroken(benchmark::State& state) {
   RunRepair(state, Broken());
 }
 void BmLibraryRepairBroken(benchmark::State& state) {
   RunLibraryRepair(state, Broken());
 }
-BENCHMARK(BmFixUtF8StringValid);
+BENCHMARK(BmFixUtf8StringValid);
 BENCHMARK(BmLibraryRepairValid);
-BENCHMARK(BmFixUtF8StringBroken);
+BENCHMARK(BmFixUtf8StringBroken);
 BENCHMARK(BmLibraryRepairBroken);
 
 }  // namespace

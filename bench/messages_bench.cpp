@@ -1,8 +1,9 @@
-// A message and its reply between two processes, beside a bare socket and ZeroMQ in the same run.
+// Measures a message and its reply between two processes. For comparison: a bare socket and ZeroMQ in the same
+// run.
 //
-// Each measurement is one round trip of `bytes` there and `bytes` back. "pinned" holds both processes on one
-// core, which keeps the cost of waking an idle core out of it; "free" leaves them to the scheduler. The aim is
-// a round trip of at most 1.3 times the bare socket's.
+// Each measurement is one round trip of `bytes` each way. "pinned" keeps both processes on one core, so that
+// the time to wake an idle core does not count; "free" leaves them to the scheduler. The target is a round trip
+// of at most 1.3 times the bare socket's.
 #include <array>
 #include <csignal>
 #include <cstdint>
@@ -36,7 +37,7 @@ void Pin(bool pinned) {
   sched_setaffinity(0, sizeof cores, &cores);
 }
 
-// A process that answers until it is killed. The constructor returns once it can be reached.
+// A process that replies until it is killed. The constructor returns when the process can receive.
 class Responder {
  public:
   using Body = std::function<void(const std::function<void()>& ready)>;
@@ -153,9 +154,9 @@ int main(int argc, char** argv) {
   std::string pattern = (std::filesystem::temp_directory_path() / "orvik-bench-XXXXXX").string();
   const std::string directory = mkdtemp(pattern.data());
   setenv("ORVIK_RUNTIME_DIR", directory.c_str(), 1);
-  Register("BareSocket", RunBareSocket);
-  Register("Message", RunMessages);
-  Register("ZeroMQ", RunZeroMq);
+  Register("BmBareSocket", RunBareSocket);
+  Register("BmMessage", RunMessages);
+  Register("BmZeroMq", RunZeroMq);
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
   std::filesystem::remove_all(directory);

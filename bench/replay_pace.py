@@ -1,10 +1,10 @@
 #!/usr/bin/python3
-"""How true `hx7 play` keeps a log's time: a station on the bus notes when each frame comes.
+"""Measures how closely `hx7 play` keeps a log's times: a station on the bus notes when each frame arrives.
 
     bench/replay_pace.py [--bin DIR] [--minutes 10] [--speed 1]
 
-Plays the demonstration log, joined end to end to that many minutes, and prints the duration against the log's and how
-far single frames were off.
+Plays the demonstration log, repeated to fill that many minutes, and prints the total duration against the log's and
+the deviation of single frames.
 """
 
 import argparse
@@ -21,7 +21,7 @@ ROUND = 142.0  # seconds after which the demonstration log may begin again
 
 
 def make_log(demo, path, seconds):
-    """Joins the demonstration log to one of that length; gives back its stamps in seconds from 0."""
+    """Repeats the demonstration log up to that length; returns its time stamps in seconds from 0."""
     lines = [line.split(" ", 1) for line in open(demo)]
     begin = float(lines[0][0].strip("()"))
     stamps = []

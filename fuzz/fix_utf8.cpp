@@ -1,4 +1,4 @@
-// The repair of host text: always well-formed afterwards, and well-formed text comes out as it was.
+// Fuzzes the repair of host text: the result is always well-formed, and well-formed text stays unchanged.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -17,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
   FixUTF8String(again);
   if (again != repaired) std::abort();
 
-  // U+FFFE and U+FFFF are the one thing that the library takes and the repair does not.
+  // U+FFFE and U+FFFF are the only characters that the library accepts and the repair replaces.
   const bool hasNonCharacter =
       text.find("\xEF\xBF\xBE") != std::string::npos || text.find("\xEF\xBF\xBF") != std::string::npos;
   if (utf8::is_valid(text) && !hasNonCharacter && repaired != text) std::abort();

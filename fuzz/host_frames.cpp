@@ -1,8 +1,8 @@
-// Anything that a host can put on the bus, from the J1939 service's delivery to the record.
+// Fuzzes everything that a host can send, from the delivery by the J1939 service to the record.
 //
-// An input's first byte chooses how the rest is sent: even, as frames of eight bytes each, whatever they hold;
-// odd, as the bytes of one message, cut into frames in the proper sequence, so that the commands behind the
-// framing are reached.
+// The first byte of an input chooses how the rest is sent. Even: as frames of eight bytes each. Odd: as one
+// message cut into frames in the right sequence, so that the input reaches the commands and does not fail at
+// the framing.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -28,7 +28,7 @@ void Require(bool condition) {
   if (!condition) std::abort();
 }
 
-// Delivers one frame; bytes that are not there are padding.
+// Delivers one frame, padded to eight bytes.
 void Deliver(orvikData_t* data, bytes_t frame) {
   std::array<std::uint8_t, J1939_MESSAGE_SIZE> message{};
   platform::StoreLe32(message, J1939_IDENTIFIER_AT, HOST_FRAME_ID);
@@ -60,7 +60,7 @@ void DeliverMessage(orvikData_t* data, bytes_t bytes) {
   }
 }
 
-// What must hold whatever the host sent.
+// What must hold for every input.
 void CheckRecord(orvikData_t* data) {
   for (const field_entry_t& entry : FIELDS) Require(entry.field->text.size() <= MAX_FIELD_TEXT);
   Require(data->flashLine.size() <= MAX_FIELD_TEXT);

@@ -1,4 +1,4 @@
-// The preference reader: any document is walked to its end, or refused by one of the reader's own exceptions.
+// Fuzzes the preference reader: it reads any document to its end or throws one of its own exceptions.
 #include <cstdint>
 #include <cstdlib>
 #include <sstream>
@@ -22,7 +22,7 @@ void ReadAttributes(const PREF::Reader::Node& node) {
   }
 }
 
-// Reads the children at even depth-first places and leaves the others to be passed over.
+// Descends into every second child, so that the reader must skip the others by itself.
 void Walk(PREF::Reader& reader, int depth) {
   if (depth > MAX_DEPTH) return;
   int place = 0;

@@ -1,6 +1,6 @@
-// Writes the demonstration log: one lift of a mobile crane as its host load computer puts it on the bus, from
-// start-up over approach, lift, overload and two-block to all languages, both units and a lost link. It ends as
-// it begins, so that it can be played in a loop. The same file comes out every time.
+// make_demo_log FILE: writes the demonstration log, one lift of a mobile crane as its host load computer sends
+// it: start-up, approach, lift, overload, two-block, all languages, both units and a lost link. It ends in the
+// state in which it begins, so that it can be played in a loop. Every run writes the same bytes.
 #include <array>
 #include <cmath>
 #include <fstream>
@@ -51,13 +51,13 @@ class DemoLog {
   std::uint64_t time_us_ = EPOCH_US;
 };
 
-// A value over the time of the lift, straight lines between the points.
+// A value over the time of the lift, interpolated linearly between the points.
 struct curve_point_t {
   double at;
   double value;
 };
 
-double Along(std::span<const curve_point_t> points, double at) {
+double Interpolate(std::span<const curve_point_t> points, double at) {
   if (at <= points.front().at) return points.front().value;
   for (std::size_t i = 1; i < points.size(); ++i) {
     const curve_point_t& from = points[i - 1];
@@ -67,7 +67,7 @@ double Along(std::span<const curve_point_t> points, double at) {
   return points.back().value;
 }
 
-constexpr double BOOM_BASE_FT = 35;    // length of the boom drawn in
+constexpr double BOOM_BASE_FT = 35;    // length of the retracted boom
 constexpr double PIVOT_OFFSET_FT = 3;  // from the boom's pivot to the centre of rotation
 constexpr double HOOK_BLOCK_LBS = 500;
 
@@ -103,13 +103,13 @@ struct demo_crane_t {
 
 demo_crane_t CraneAt(double at) {
   demo_crane_t crane{};
-  crane.angle = RoundTo(Along(ANGLE_DEG, at), 0.1);
-  crane.extension = RoundTo(Along(EXTENSION_FT, at), 0.1);
-  crane.swing = RoundTo(Along(SWING_DEG, at), 1);
-  crane.load = RoundTo(Along(LOAD_LBS, at), 50);
+  crane.angle = RoundTo(Interpolate(ANGLE_DEG, at), 0.1);
+  crane.extension = RoundTo(Interpolate(EXTENSION_FT, at), 0.1);
+  crane.swing = RoundTo(Interpolate(SWING_DEG, at), 1);
+  crane.load = RoundTo(Interpolate(LOAD_LBS, at), 50);
   const double radians = crane.angle * std::numbers::pi / 180;
   crane.radius = RoundTo((BOOM_BASE_FT + crane.extension) * std::cos(radians) - PIVOT_OFFSET_FT, 0.1);
-  crane.capacity = RoundTo(Along(CAPACITY_LBS, crane.radius), 100);
+  crane.capacity = RoundTo(Interpolate(CAPACITY_LBS, crane.radius), 100);
   return crane;
 }
 
@@ -164,7 +164,7 @@ host::MessageBytes MakeTexts(std::size_t language, const char* alarm) {
   return host::MakeTextsMessage(texts);
 }
 
-// What happens once, at its time.
+// An action that happens once, at its time.
 struct demo_action_t {
   double at;
   std::function<void(DemoLog&)> act;
@@ -203,19 +203,19 @@ void AddStartUp(std::vector<demo_action_t>& actions) {
        Command(0.95, "units", 0), Command(1.00, "display-mode", 1), Command(1.05, "beeper", 0),
        Command(1.10, "swing-mode", 0), Command(1.15, "erected-icon", 0), Command(1.20, "stowed-icon", 1),
        Colors(1.25, {1, 0, 0, 1}), ValidKeys(1.30, "all"), Texts(1.40, 0)});
-  // The display shows its first pages for a few seconds and takes no notice until it is on the right one.
+  // The display shows its first pages for a few seconds and ignores the request until it shows Slate.
   constexpr double SLATE_TO_MAIN = 3;
   for (int again = 1; again < 12; ++again) actions.push_back(Command(again + 0.5, "transition", SLATE_TO_MAIN));
 }
 
 void AddLift(std::vector<demo_action_t>& actions) {
-  actions.insert(
-      actions.end(),
-      {Command(26.0, "swing-mode", 1),  // over the front, its arc, the side, all round; then the number again
-       Command(28.5, "swing-mode", 6), Command(30.5, "swing-mode", 3), Command(32.5, "swing-mode", 4),
-       Command(34.0, "swing-mode", 0), Colors(70.0, {3, 1, 0, 0}),  // back onto the tires, and out again
-       Colors(71.5, {2, 0, 2, 0}), Colors(73.0, {1, 0, 0, 1}), Command(73.5, "erected-icon", 1),
-       Command(74.5, "erected-icon", 0)});
+  actions.insert(actions.end(),
+                 {Command(26.0, "swing-mode", 1),  // front, front arc, side, all round; then the number again
+                  Command(28.5, "swing-mode", 6), Command(30.5, "swing-mode", 3),
+                  Command(32.5, "swing-mode", 4), Command(34.0, "swing-mode", 0),
+                  Colors(70.0, {3, 1, 0, 0}),  // back to the tires and onto the outriggers again
+                  Colors(71.5, {2, 0, 2, 0}), Colors(73.0, {1, 0, 0, 1}), Command(73.5, "erected-icon", 1),
+                  Command(74.5, "erected-icon", 0)});
 }
 
 void AddLanguages(std::vector<demo_action_t>& actions) {
@@ -240,11 +240,16 @@ std::vector<demo_action_t> Actions() {
   return actions;
 }
 
+double LampsAt(double at, demo_alarm_t alarm) {
+  const bool rigging = at >= 70 && at < 73;
+  return Lamps(SignalsOf(alarm).lamps) + Lamps("boom-mode,pick-main-boom,front-winch,counterweight") +
+         Lamps(rigging ? "tires,outrigger-retracted,outrigger-half" : "outrigger-extended");
+}
+
 host::MessageBytes ValuesOf(const demo_crane_t& crane, double at, demo_alarm_t alarm) {
   const bool metric = at >= METRIC_BEGIN_S && at < METRIC_END_S;
   const double weight = metric ? 0.45359237 : 1;
   const double length = metric ? 0.3048 : 1;
-  const bool rigging = at >= 70 && at < 73;
   host::Cmd2Values values;
   values.Set("capacity", RoundTo(crane.capacity * weight, 1));
   values.Set("load", RoundTo(crane.load * weight, 1));
@@ -256,11 +261,26 @@ host::MessageBytes ValuesOf(const demo_crane_t& crane, double at, demo_alarm_t a
   values.Set("swing", crane.swing);
   values.Set("piston-pressure", RoundTo(400 + crane.load * 0.09, 1));
   values.Set("rod-pressure", RoundTo(120 + crane.load * 0.01, 1));
-  const double lamps = Lamps(SignalsOf(alarm).lamps) +
-                       Lamps("boom-mode,pick-main-boom,front-winch,counterweight") +
-                       Lamps(rigging ? "tires,outrigger-retracted,outrigger-half" : "outrigger-extended");
-  values.Set("led", lamps);
+  values.Set("led", LampsAt(at, alarm));
   return values.MakeMessage();
+}
+
+// The messages of one tick; `shown` is the alarm that was sent last.
+void WriteTick(int tick, const std::vector<demo_action_t>& actions, demo_alarm_t& shown, DemoLog& log) {
+  const double at = static_cast<double>(tick) / TICKS_PER_SECOND;
+  log.At(at);
+  for (const demo_action_t& action : actions) {
+    if (std::lround(action.at * TICKS_PER_SECOND) == tick) action.act(log);
+  }
+  const demo_crane_t crane = CraneAt(at);
+  const demo_alarm_t alarm = FindAlarm(crane, at);
+  if (alarm != shown) {
+    log.Put(host::MakeMessage("beeper", SignalsOf(alarm).beeper));
+    log.Put(MakeTexts(0, SignalsOf(alarm).text));
+    shown = alarm;
+  }
+  if (tick % KEY_STATE_EVERY == 0) log.Put(host::MakeMessage("key-state"));
+  if (tick % VALUES_EVERY == 0) log.Put(ValuesOf(crane, at, alarm));
 }
 
 void WriteLift(DemoLog& log) {
@@ -268,20 +288,7 @@ void WriteLift(DemoLog& log) {
   demo_alarm_t shown = demo_alarm_t::NONE;
   for (int tick = 0; tick < static_cast<int>(END_S * TICKS_PER_SECOND); ++tick) {
     const double at = static_cast<double>(tick) / TICKS_PER_SECOND;
-    if (at >= SILENCE_BEGIN_S && at < SILENCE_END_S) continue;
-    log.At(at);
-    for (const demo_action_t& action : actions) {
-      if (std::lround(action.at * TICKS_PER_SECOND) == tick) action.act(log);
-    }
-    const demo_crane_t crane = CraneAt(at);
-    const demo_alarm_t alarm = FindAlarm(crane, at);
-    if (alarm != shown) {
-      log.Put(host::MakeMessage("beeper", SignalsOf(alarm).beeper));
-      log.Put(MakeTexts(0, SignalsOf(alarm).text));
-      shown = alarm;
-    }
-    if (tick % KEY_STATE_EVERY == 0) log.Put(host::MakeMessage("key-state"));
-    if (tick % VALUES_EVERY == 0) log.Put(ValuesOf(crane, at, alarm));
+    if (at < SILENCE_BEGIN_S || at >= SILENCE_END_S) WriteTick(tick, actions, shown, log);
   }
 }
 
@@ -295,6 +302,6 @@ int main(int argc, char** argv) {
   DemoLog log(argv[1]);
   WriteLift(log);
   if (log.Close()) return 0;
-  std::cerr << "make_demo_log: cannot write " << argv[1] << '\n';
+  std::cerr << "make_demo_log: cannot write " << argv[1] << "; is the folder there, and writable?\n";
   return 1;
 }

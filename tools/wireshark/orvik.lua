@@ -1,12 +1,12 @@
 -- Wireshark dissector of the host protocol between the HX7 load computer and the Orvik display: joins frames into
--- messages, names every command and value, and gives each reply its request. Reads logs of candump, as `hx7 record`
--- writes them, and live CAN interfaces.
+-- messages, names every command and value, and links each reply to its request. It works on candump logs, which
+-- `hx7 record` writes, and on live CAN interfaces.
 --
 --   tshark -X lua_script:tools/wireshark/orvik.lua -r lift.log -Y 'orvik.load > 10000'
 --
 -- It joins frames and matches replies by the same rules as hx7 and the display (docs/host-protocol.md).
 
-local here = __DIR__ == "" and "." or __DIR__  -- of this file; empty where that is the working directory
+local here = __DIR__ == "" and "." or __DIR__  -- empty if this file is in the working directory
 local tables = dofile(here .. "/orvik_tables.lua")
 
 local orvik = Proto("orvik", "Orvik host protocol")
@@ -53,7 +53,7 @@ local MAKERS = {
   text = function(key, label) return ProtoField.string(key, label) end,
 }
 
--- The values of a command: each field's filter name is kept with it.
+-- Defines the filter fields for the values of a command and keeps each name in `field.key`.
 local function define_values(prefix, list)
   for _, field in ipairs(list) do
     local name = #list == 1 and prefix or prefix .. "." .. identifier(field.name)
@@ -67,7 +67,7 @@ for _, command in ipairs(tables.commands) do
   by_number[command.number * 256 + command.sub] = command
   local prefix = identifier(command.name)
   if command.name == "operating-values" then
-    for _, field in ipairs(command.fields) do  -- the crane's values go by their own names: orvik.load
+    for _, field in ipairs(command.fields) do  -- the crane's values have short names: orvik.load
       field.key = define(function(key) return MAKERS[field.type](key, field.name) end, identifier(field.name))
     end
   else
@@ -95,13 +95,13 @@ local experts = {
                            expert.group.SEQUENCE, expert.severity.WARN),
   stray = ProtoExpert.new("orvik.expert.stray", "No message begins with this frame", expert.group.SEQUENCE,
                           expert.severity.WARN),
-  too_long = ProtoExpert.new("orvik.expert.too_long", "The display drops a message of so many frames",
+  too_long = ProtoExpert.new("orvik.expert.too_long", "The display drops a message of more than 36 frames",
                              expert.group.SEQUENCE, expert.severity.WARN),
-  unasked = ProtoExpert.new("orvik.expert.unasked", "Nobody asked for this", expert.group.RESPONSE_CODE,
+  unasked = ProtoExpert.new("orvik.expert.unasked", "No request waits for this reply", expert.group.RESPONSE_CODE,
                             expert.severity.WARN),
-  unanswered = ProtoExpert.new("orvik.expert.unanswered", "No reply came", expert.group.RESPONSE_CODE,
+  unanswered = ProtoExpert.new("orvik.expert.unanswered", "The display did not reply", expert.group.RESPONSE_CODE,
                                expert.severity.NOTE),
-  problem = ProtoExpert.new("orvik.expert.problem", "The display will not like this", expert.group.MALFORMED,
+  problem = ProtoExpert.new("orvik.expert.problem", "The display refuses this", expert.group.MALFORMED,
                             expert.severity.WARN),
 }
 local expert_list = {}
@@ -138,8 +138,8 @@ function Joiner:begin(data, number)
   return self.expected < 2 and self:deliver() or { kind = "part", part = 1, of = self.expected }
 end
 
--- `data` has eight bytes. What the frame was is said by `kind`. The frame that breaks a sequence is not looked at again
--- as a possible beginning, because the display does not either.
+-- `data` has eight bytes. The result's `kind` says what the frame was. A frame that breaks a sequence is dropped even
+-- if it could begin a message, because the display drops it too.
 function Joiner:feed(data, number)
   if self.received == 0 then return self:begin(data, number) end
   if data:get_index(0) ~= self.received then
@@ -154,7 +154,7 @@ function Joiner:feed(data, number)
   return { kind = "part", part = self.received, of = self.expected }
 end
 
--- ---- The conversation ----
+-- ---- Requests and replies ----
 
 local joiners, waiting, units, unanswered, results
 
@@ -163,7 +163,7 @@ function orvik.init()
   waiting = {}  -- requests, the oldest first
   units = nil   -- of weights and lengths: nil until the host has set them
   unanswered = 0
-  results = {}  -- what each frame was, by its number: frames are joined once, in order
+  results = {}  -- the result for each frame number: frames are joined only once, in order
 end
 
 local function find_command(bytes)
@@ -191,14 +191,14 @@ local function hear_host(result, now)
   result.message = command
   result.units = units
   if not command then return end
-  if command.reply and #result.frames == 1 then  -- a request of more than one frame gets no answer
+  if command.reply and #result.frames == 1 then  -- the display does not answer a longer request
     waiting[#waiting + 1] = { command = command, result = result, time = now, number = result.frames[1] }
     give_up_old(now)
   end
   if command.name == "units" and result.bytes:get_index(2) <= 1 then units = result.bytes:get_index(2) end
 end
 
--- Replies carry no command number: the oldest waiting request whose reply has as many frames is theirs.
+-- Replies carry no command number: a reply belongs to the oldest waiting request whose reply has as many frames.
 local function hear_display(result, now, number)
   give_up_old(now)
   for index, request in ipairs(waiting) do
@@ -214,7 +214,7 @@ local function hear_display(result, now, number)
   end
 end
 
--- The display answers these as they come, so they may stand between the frames of a message.
+-- The display answers these requests before it joins frames, so they may come between the frames of a message.
 local function is_immediate_request(data)
   if data:get_index(0) ~= 0 or data:get_index(1) ~= 1 then return false end
   local command = find_command(data:subset(2, 6))
@@ -262,7 +262,7 @@ local function add_lamps(tree, field, buffer)
   end
 end
 
--- "info tires:no-beep": the keys that are valid, with their mask unless it is the usual one.
+-- "info tires:no-beep": the valid keys, with their mask unless it is beep-once.
 local function add_key_masks(tree, field, buffer)
   local begin = field.offset + 1
   local count = math.min(buffer(field.offset, 1):uint(), buffer:len() - begin)
@@ -304,7 +304,8 @@ local function add_values(tree, list_of_fields, buffer, set)
   end
 end
 
--- One text sub-command at `at`; where the next one begins, or nil and what is wrong, where the display stops as well.
+-- Adds the text sub-command at `at`. Returns where the next one begins, or nil and the problem where the display stops
+-- reading too.
 local function add_text(tree, buffer, at, stop, flash)
   local left = stop - at
   local length = left < 4 and 0 or buffer(at, 2):uint()
@@ -334,7 +335,7 @@ local function add_texts(tree, buffer)
   return problem
 end
 
--- Shows the command and gives back what the display will not like about it.
+-- Adds the command's values. Returns why the display refuses the message, or nil.
 local function add_command(tree, command, buffer, set)
   if buffer:len() < command.least then
     return string.format("%d bytes came, %d are needed", buffer:len(), command.least)
@@ -393,7 +394,7 @@ local function show_host_message(tree, result, buffer, pinfo)
 end
 
 local function show_reply(tree, result, buffer, pinfo)
-  if not result.answers then return show_unknown(tree, buffer, "nobody asked for this", experts.unasked, pinfo) end
+  if not result.answers then return show_unknown(tree, buffer, "no request waits for this reply", experts.unasked, pinfo) end
   show_heading(tree, "reply", result.answers.name, pinfo)
   add_values(tree, result.answers.reply, buffer)
   tree:add(fields["orvik.request_in"], result.request_in):set_generated()
@@ -419,11 +420,11 @@ local function show_frame(tree, result, pinfo)
   end
 end
 
--- ---- The entry ----
+-- ---- Registration ----
 
 local FROM = { [tables.host_id] = "host", [tables.display_id] = "display" }
 
--- Of eight bytes the missing ones read as zeros, as the display reads them.
+-- The eight bytes that the display reads; the missing bytes of a shorter frame are zeros.
 local function eight_bytes(buffer)
   local data = buffer:bytes()
   local length = math.min(data:len(), 8)
@@ -458,7 +459,8 @@ local function dissect(from, buffer, pinfo, root)
   return buffer:len()
 end
 
--- The identifier decides the direction. A table's entry cannot be told from another, so each direction is one.
+-- The identifier gives the direction. A dissector does not learn which table entry called it, so each direction has
+-- a dissector of its own.
 local directions = {}
 for number, from in pairs(FROM) do
   local direction = Proto("orvik_" .. from, "Orvik host protocol, from the " .. from)
