@@ -27,7 +27,7 @@
 #include "platform/shared_memory.h"
 
 #include "src/services/dbshm.h"
-#include "tests/unit/support/test_folder.h"
+#include "tests/support/test_folder.h"
 
 namespace {
 

@@ -24,7 +24,7 @@
 #include "platform/messages.h"
 #include "platform/names.h"
 
-#include "tests/unit/support/test_folder.h"
+#include "tests/support/test_folder.h"
 
 namespace contract {
 

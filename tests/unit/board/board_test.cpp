@@ -7,7 +7,7 @@
 
 #include <gmock/gmock.h>
 
-#include "tests/unit/support/test_folder.h"
+#include "tests/support/test_folder.h"
 #include "unit/board/backlight.h"
 #include "unit/board/key_map.h"
 #include "unit/board/sound_follower.h"

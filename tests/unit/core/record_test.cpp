@@ -12,8 +12,8 @@
 #include "src/core/orvik_data.h"
 #include "src/core/queues.h"
 #include "src/core/text_helpers.h"
-#include "tests/unit/support/console_capture.h"
-#include "tests/unit/support/test_record.h"
+#include "tests/support/console_capture.h"
+#include "tests/support/test_record.h"
 
 namespace {
 

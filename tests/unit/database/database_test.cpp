@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "src/services/dbshm.h"
-#include "tests/unit/support/test_folder.h"
+#include "tests/support/test_folder.h"
 #include "unit/database/attach.h"
 #include "unit/database/database_commands.h"
 #include "unit/database/database_owner.h"

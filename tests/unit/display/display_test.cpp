@@ -11,7 +11,7 @@
 #include "src/display/number_format.h"
 #include "src/display/operating_page.h"
 #include "src/display/value_widgets.h"
-#include "tests/unit/support/test_record.h"
+#include "tests/support/test_record.h"
 
 namespace {
 

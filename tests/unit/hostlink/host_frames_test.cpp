@@ -11,9 +11,9 @@
 #include "src/hostlink/j1939_external.h"
 #include "src/hostlink/watchdog.h"
 #include "src/services/nm_messages.h"
-#include "tests/unit/services/fake_service.h"
-#include "tests/unit/support/console_capture.h"
-#include "tests/unit/support/test_record.h"
+#include "tests/support/fake_service.h"
+#include "tests/support/console_capture.h"
+#include "tests/support/test_record.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include "src/hostlink/j1939_external.h"
 #include "src/services/nm_messages.h"
-#include "tests/unit/support/test_folder.h"
+#include "tests/support/test_folder.h"
 #include "unit/j1939/bus_report.h"
 #include "unit/j1939/conversation.h"
 #include "unit/j1939/filter_store.h"

@@ -5,7 +5,7 @@
 
 #include <gmock/gmock.h>
 
-#include "tests/unit/support/test_folder.h"
+#include "tests/support/test_folder.h"
 #include "unit/notify/exchange.h"
 #include "unit/notify/heartbeats.h"
 #include "unit/notify/requests.h"

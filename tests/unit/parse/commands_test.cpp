@@ -10,9 +10,9 @@
 #include "src/parse/parse_thread.h"
 #include "src/text/fields.h"
 #include "src/text/system_text.h"
-#include "tests/unit/parse/grid_text.h"
-#include "tests/unit/support/console_capture.h"
-#include "tests/unit/support/test_record.h"
+#include "tests/support/grid_text.h"
+#include "tests/support/console_capture.h"
+#include "tests/support/test_record.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include "host/protocol/errors.h"
 #include "host/simulate/control.h"
 #include "host/simulate/state_json.h"
-#include "tests/unit/simulate/host_run.h"
+#include "tests/support/host_run.h"
 
 namespace simulate {
 namespace {
@@ -82,7 +82,7 @@ TEST(Scenario, TakesOtherUnits) {
 }
 
 TEST(Requests, AreReadOrRefused) {
-  const Shelf shelf(CONFIG);
+  const Shelf shelf(SOURCE_FOLDER "/config");
   EXPECT_TRUE(std::holds_alternative<action_t>(ReadDo(R"({"do":"boom angle 45"})", shelf)));
   EXPECT_EQ(std::get<scenario_t>(ReadDo(R"({"do":"scenario overload"})", shelf)).name, "overload");
   EXPECT_EQ(std::get<scenario_t>(ReadDo(R"({"do":"scenario none"})", shelf)).lines.size(), 0U);

@@ -1,0 +1,80 @@
+// A service at the other end of the real message path, which keeps what it was sent and answers as told.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <stdexcept>
+#include <string_view>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/messages.h"
+#include "platform/names.h"
+
+#include "tests/support/test_folder.h"
+
+using bytes_t = std::vector<std::uint8_t>;
+
+class FakeService {
+ public:
+  using answer_t = std::function<bytes_t(const bytes_t& request)>;
+
+  FakeService(const char* name, answer_t answer) : answer_(std::move(answer)) {
+    attach_ = name_attach(nullptr, name, 0);
+    if (attach_ == nullptr) throw std::runtime_error("cannot take the name of the service");
+    thread_ = std::jthread([this, chid = attach_->chid] { Serve(chid); });
+  }
+  ~FakeService() { name_detach(attach_, 0); }
+  FakeService(const FakeService&) = delete;
+  FakeService& operator=(const FakeService&) = delete;
+
+  // The requests so far; the service forgets them.
+  std::vector<bytes_t> TakeRequests() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(requests_, {});
+  }
+
+ private:
+  void Serve(int chid) {
+    bytes_t buffer(2U << 20U);
+    _msg_info info{};
+    for (int rcvid = 0; (rcvid = MsgReceive(chid, buffer.data(), buffer.size(), &info)) >= 0;) {
+      if (rcvid == 0) continue;  // a client went
+      const bytes_t request(buffer.begin(), buffer.begin() + info.msglen);
+      {
+        const std::lock_guard lock(mutex_);
+        requests_.push_back(request);
+      }
+      const bytes_t reply = answer_(request);
+      MsgReply(rcvid, 0, reply.data(), reply.size());
+    }
+  }
+
+  answer_t answer_;
+  name_attach_t* attach_ = nullptr;
+  std::mutex mutex_;
+  std::vector<bytes_t> requests_;
+  std::jthread thread_;
+};
+
+// Little-endian words, one after another.
+inline bytes_t Words(std::initializer_list<std::int64_t> words) {
+  bytes_t bytes;
+  for (const std::int64_t word : words) {
+    for (int shift = 0; shift < 32; shift += 8) bytes.push_back(static_cast<std::uint8_t>(word >> shift));
+  }
+  return bytes;
+}
+
+inline bytes_t operator+(bytes_t left, const bytes_t& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+inline bytes_t Characters(std::string_view text) {
+  return {text.begin(), text.end()};
+}
