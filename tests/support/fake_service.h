@@ -5,7 +5,6 @@
 #include <functional>
 #include <mutex>
 #include <stdexcept>
-#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -15,9 +14,8 @@
 #include "platform/messages.h"
 #include "platform/names.h"
 
+#include "tests/support/bytes.h"
 #include "tests/support/test_folder.h"
-
-using bytes_t = std::vector<std::uint8_t>;
 
 class FakeService {
  public:
@@ -60,21 +58,3 @@ class FakeService {
   std::vector<bytes_t> requests_;
   std::jthread thread_;
 };
-
-// Little-endian words, one after another.
-inline bytes_t Words(std::initializer_list<std::int64_t> words) {
-  bytes_t bytes;
-  for (const std::int64_t word : words) {
-    for (int shift = 0; shift < 32; shift += 8) bytes.push_back(static_cast<std::uint8_t>(word >> shift));
-  }
-  return bytes;
-}
-
-inline bytes_t operator+(bytes_t left, const bytes_t& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
-}
-
-inline bytes_t Characters(std::string_view text) {
-  return {text.begin(), text.end()};
-}

@@ -51,19 +51,23 @@ double ParameterValue(const std::string& name) {
   return DBSHM::Read(DBSHM::getHandle(name), value) == 1 ? value : std::numeric_limits<double>::quiet_NaN();
 }
 
-TestRecord::TestRecord() {
-  PrepareTestRuntime();
+RecordWithoutDatabase::RecordWithoutDatabase() {
   for (pthread_mutex_t* mutex :
        {&data_.canMutex, &data_.decapMutex, &data_.displayMutex, &data_.beeperMutex, &data_.dialsMutex}) {
     pthread_mutex_init(mutex, nullptr);
   }
+  SetLanguage(&data_, 0);
+  data_.running = 1;
+}
+
+TestRecord::TestRecord() {
+  PrepareTestRuntime();
   for (const variable_name_t& variable : VARIABLE_NAMES) {
     const std::string name(variable.name);
     data_.variableHandles[name] = static_cast<int>(DBSHM::getHandle(name));
   }
   InitVariableHandles(&data_);
   SetLanguage(&data_, 0);
-  data_.running = 1;
 }
 
 void TestRecord::ConnectEvents(const std::string& channelName) {

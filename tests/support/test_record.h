@@ -13,19 +13,25 @@ void PrepareTestRuntime();
 double ParameterValue(const std::string& name);
 
 // A record as InitOrvikData leaves it where no other folder is needed: mutexes made, English on a 4 × 40 grid,
-// the handles of all parameters, `running` set. The fields of the text grid, which are the process's, are the
-// test's to clear. Without a notification client until ConnectEvents.
-class TestRecord {
+// `running` set. Writes to the parameter database are ignored. The fields of the text grid belong to the
+// process: the test clears them.
+class RecordWithoutDatabase {
  public:
-  TestRecord();
+  RecordWithoutDatabase();
 
-  orvikData_t* Get() { return &data_; }
   operator orvikData_t*() { return &data_; }  // NOLINT(google-explicit-constructor): stands for the record
   orvikData_t* operator->() { return &data_; }
 
+ protected:
+  orvikData_t data_;
+};
+
+// The same with the parameter database and the handles of all parameters. It has no notification client until
+// ConnectEvents.
+class TestRecord : public RecordWithoutDatabase {
+ public:
+  TestRecord();
+
   // Posts events through a client of the notification manager that runs in this process.
   void ConnectEvents(const std::string& channelName);
-
- private:
-  orvikData_t data_;
 };

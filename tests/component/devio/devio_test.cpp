@@ -6,7 +6,6 @@
 
 #include "src/devio/blinkers.h"
 #include "src/devio/digital_io.h"
-#include "src/devio/timer.h"
 #include "src/services/dbshm.h"
 #include "tests/support/console_capture.h"
 #include "tests/support/test_record.h"
@@ -153,42 +152,6 @@ TEST_F(Blinkers, AreSteppedByTheirThreadUntilItIsStopped) {
       40));
   data.blinkerExit = 1;
   EXPECT_TRUE(Becomes([&] { return data.blinkerReady == 0; }));
-}
-
-TEST(Timer, LowersWhatIsAboveZeroAtEachTick) {
-  TestRecord record;
-  record->countdown[0] = 2;
-  record->countdown[1] = -7;
-  record->countdown[8] = 1;
-  for (int tick = 0; tick < 3; ++tick) LowerCountdowns(record);
-  EXPECT_EQ(record->countdown[0], 0);
-  EXPECT_EQ(record->countdown[1], -7);
-  EXPECT_EQ(record->countdown[8], 0);
-}
-
-TEST(Timer, TakesTheDifferenceOfTimesWithNanosecondsThatAreNotNegative) {
-  struct case_t {
-    std::timespec start, end;
-    std::int64_t nanoseconds;
-  };
-  for (auto [start, end, nanoseconds] : {case_t{{1, 0}, {3, 5}, 2'000'000'005},
-                                         {{1, 999'999'999}, {2, 0}, 1},
-                                         {{2, 0}, {1, 500'000'000}, -500'000'000}}) {
-    std::timespec difference{};
-    EXPECT_EQ(ElaspedNanoSeconds(&start, &end, &difference), nanoseconds);
-    EXPECT_EQ(difference.tv_sec * std::int64_t{1'000'000'000} + difference.tv_nsec, nanoseconds);
-    EXPECT_GE(difference.tv_nsec, 0);
-  }
-}
-
-TEST(Timer, TicksAfterTenMillisecondsOrWhenTheClockWasSet) {
-  for (const auto& [elapsed, due] : {std::pair{9'999'999, false}, {10'000'000, true}, {-1, true}}) {
-    EXPECT_EQ(IsTickDue(elapsed), due) << elapsed;
-  }
-  std::timespec future{};
-  clock_gettime(CLOCK_REALTIME, &future);
-  future.tv_sec += 3600;
-  EXPECT_LT(WaitForTick(future).tv_sec, future.tv_sec);
 }
 
 }  // namespace

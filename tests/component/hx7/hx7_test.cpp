@@ -8,8 +8,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "tests/support/socketcand_desk.h"
 #include "tests/support/hex.h"
+#include "tests/support/socketcand_desk.h"
 #include "tests/support/test_folder.h"
 
 namespace {

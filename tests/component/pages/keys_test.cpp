@@ -100,20 +100,6 @@ TEST_F(Scanner, WantsTwoTicksForAPressAndSixForARelease) {
   EXPECT_EQ(KEYPAD::KeyHeld, 0);
 }
 
-TEST(PageTables, BuildTheSetOnceAndSetMasksWithinTheMap) {
-  TestRecord record;
-  InitPages(record);
-  const Page_t* first = record->target.pages.data();
-  EXPECT_EQ(CurrentPageId(record), ACTION_PAGE_SPLASH);
-  InitPages(record);
-  EXPECT_EQ(record->target.pages.data(), first);
-  EXPECT_EQ(record->target.pages.size(), 6U);
-  const std::array<unsigned char, 30> masks = {0, 1, 0x33};
-  SetValidKeys(record, masks.data(), 30);
-  EXPECT_EQ(record->keyMasks[2], 0x33U);
-  EXPECT_EQ(record->keyMasks[23], 0U);
-}
-
 // A record with all pages; the number of an action is its index and 100.
 class Actions : public testing::Test {
  protected:

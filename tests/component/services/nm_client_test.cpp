@@ -1,17 +1,13 @@
-// The messages of the clients of the notification manager, the screen and the J1939 service, byte by byte, over
-// the real message path.
-#include <array>
-#include <functional>
+// The messages of a client of the notification manager, byte by byte, over the real message path.
+#include "src/services/nm_client.h"
+
 #include <string>
+#include <thread>
 
 #include <unistd.h>
 
 #include "platform/byte_order.h"
 
-#include "src/core/frame_layout.h"
-#include "src/hostlink/j1939_external.h"
-#include "src/screenapi/screen_api.h"
-#include "src/services/nm_client.h"
 #include "src/services/nm_messages.h"
 #include "tests/support/fake_service.h"
 
@@ -125,152 +121,6 @@ TEST_F(NMClientTest, ThreadsThatShareAClientGetTheirOwnResults) {
         ASSERT_EQ(client.sendMsg(1, data.data(), static_cast<int>(data.size())), mark);
       }
     });
-  }
-}
-
-constexpr std::uint8_t CHANNEL = 6;
-
-class ScreenApiTest : public testing::Test {
- protected:
-  RuntimeDirectoryForTest directory_;
-  FakeService server_{NM_SERVER_NAME, [](const bytes_t&) { return Words({0, CHANNEL, 1, 1}); }};
-};
-
-// What was published by one call, without the notification manager's header.
-bytes_t Published(FakeService& server) {
-  const auto requests = server.TakeRequests();
-  if (requests.empty()) return {};
-  bytes_t message(requests[0].begin() + NM_HEADER_SIZE, requests[0].end());
-  const auto size = static_cast<std::int64_t>(message.size());
-  EXPECT_EQ(requests, std::vector<bytes_t>{Words({NM_SEND, CHANNEL, size, 1}) + message});
-  return message;
-}
-
-TEST_F(ScreenApiTest, EachOperationIsOneMessage) {
-  ScreenApi screen;
-  const auto start = server_.TakeRequests();
-  ASSERT_EQ(start.size(), 2U);
-  EXPECT_EQ(start[1], Words({NM_REGISTER, -1, 10, 1}) + Characters("screenapi") + bytes_t{0});
-
-  const std::int64_t half = 0x3F000000, one = 0x3F800000, minusTwo = 0xC0000000;
-  const std::vector<std::pair<std::function<void()>, bytes_t>> cases = {
-      {[&] { screen.setText(5, "ab", 2); }, Words({5, 0, 2}) + bytes_t{'a', 'b', 0}},
-      {[&] { screen.setTextWidget(-1, ""); }, Words({-1, 0, 0}) + bytes_t{0}},
-      {[&] { screen.setTextGauge(5, "\xC3\xA9"); }, Words({5, 0, 0}) + bytes_t{0xC3, 0xA9, 0}},
-      {[&] { screen.move(3, -10, 76); }, Words({3, 1, -10, 76})},
-      {[&] { screen.rotate(3, 0.5F, 1.0F, -2.0F); }, Words({3, 2, half, one, minusTwo})},
-      {[&] { screen.framerate(30); }, Words({0, 3, 30})},
-      {[&] { screen.processCommands(); }, Words({0, 4})},
-      {[&] { screen.show(3); }, Words({3, 5})},
-      {[&] { screen.hide(3); }, Words({3, 6})},
-      {[&] { screen.setColor(3, 1, 0.5F, 1.0F, -2.0F, 1.0F); }, Words({3, 7, 1, half, one, minusTwo, one})},
-      {[&] { screen.setAlternate(9, 2); }, Words({0, 8, 2})},
-  };
-  for (const auto& [call, message] : cases) {
-    call();
-    EXPECT_EQ(Published(server_), message);
-  }
-}
-
-TEST_F(ScreenApiTest, ATextThatDoesNotFitIsDroppedSilently) {
-  ScreenApi screen;
-  server_.TakeRequests();
-  screen.setTextGauge(1, std::string(1011, 'x'), 0);
-  EXPECT_TRUE(server_.TakeRequests().empty());
-  screen.setTextGauge(1, std::string(1010, 'x'), 0);
-  EXPECT_EQ(Published(server_).size(), 1023U);
-}
-
-// The dispatcher and a key thread use one client; their messages must not run into each other.
-TEST_F(ScreenApiTest, ThreadsMayShareAClient) {
-  ScreenApi screen;
-  server_.TakeRequests();
-  const auto write = [&screen](char mark, std::size_t length) {
-    const std::string text(length, mark);
-    for (int i = 0; i < 300; ++i) screen.setTextWidget(mark, text);
-  };
-  std::thread other(write, 'a', 700);
-  write('b', 90);
-  other.join();
-  const auto requests = server_.TakeRequests();
-  EXPECT_EQ(requests.size(), 600U);
-  const bytes_t a = Words({'a', 0, 0}) + bytes_t(700, 'a') + bytes_t{0};
-  const bytes_t b = Words({'b', 0, 0}) + bytes_t(90, 'b') + bytes_t{0};
-  for (const bytes_t& request : requests) {
-    const bytes_t message(request.begin() + NM_HEADER_SIZE, request.end());
-    ASSERT_TRUE(message == a || message == b);
-  }
-}
-
-constexpr std::size_t FRAME_END = 28;  // behind the eight data bytes
-
-using message_t = std::array<char, 2000>;
-
-message_t Untouched() {
-  message_t message;
-  message.fill('#');
-  return message;
-}
-
-bytes_t Head(const message_t& message, std::size_t length) {
-  return {message.begin(), message.begin() + static_cast<std::ptrdiff_t>(length)};
-}
-
-TEST(J1939External, ARequestFillsItsPartOfTheBufferAlone) {
-  using Api = J1939External;
-  for (const auto& [build, type] :
-       {std::pair{&Api::setFilter, 0}, {&Api::setMultipacketFilter, 3}, {&Api::setFastpacketFilter, 5}}) {
-    message_t message = Untouched();
-    build(0x18FF00D0, 0x00FFFFFF, 1, "OrvikReceiveChannel", message.data());
-    EXPECT_EQ(Head(message, 20), Words({type, 1827, 1, 0x18FF00D0, 0x00FFFFFF}));
-    EXPECT_EQ(std::string(message.data() + 1806, 23), "##OrvikReceiveChannel##");
-  }
-  const std::array<std::uint8_t, 2000> data{0, 1, 7, 255, 4, 5, 6, 128};
-  for (const auto& [build, type] : {std::pair{&Api::sendMsg, 1},
-                                    {&Api::sendRawMsg, 2},
-                                    {&Api::sendMultipacketMsg, 4},
-                                    {&Api::sendFastpacketMsg, 6}}) {
-    message_t message = Untouched();
-    build(0x98FF00D2, 8, 1, data.data(), message.data());
-    EXPECT_EQ(Head(message, FRAME_END),
-              Words({type, 1808, 1, 0x98FF00D2, 8}) + bytes_t(data.begin(), data.begin() + 8));
-    EXPECT_EQ(std::string(message.data() + FRAME_END, 4), "####");
-  }
-  message_t message = Untouched();
-  Api::sendMultipacketMsg(1, 2000, 1, data.data(), message.data());
-  EXPECT_EQ(message[1807], 0);
-  EXPECT_EQ(message[1808], '#');
-}
-
-TEST(J1939External, AFrameGoesToTheChannelOfItsOwnFilterAlone) {
-  const RuntimeDirectoryForTest directory;
-  std::uint8_t nextChannel = 20;
-  FakeService manager(NM_SERVER_NAME, [&](const bytes_t& request) {
-    return Words({request[0], request[0] == NM_REGISTER ? nextChannel++ : -1, 4, 1});
-  });
-  NM::NMClient client;
-  J1939External::ExternalStandardCAN table(client);
-  table.addFilter(0x100, 0xFF, "first");
-  table.addFilter(0x300, 0xFF, "second");
-  EXPECT_EQ(table.FilterCount(), 2U);
-  manager.TakeRequests();
-
-  for (const std::uint32_t identifier : {0x0FFU, 0x101U, 0x301U}) {
-    const CAN_packet_t2 stranger{.canID = identifier};
-    EXPECT_EQ(table.CheckRxPacket(&stranger), 0);
-  }
-  EXPECT_TRUE(manager.TakeRequests().empty());
-
-  using lengths_t = std::pair<std::uint8_t, std::uint8_t>;
-  for (const auto& [dlc, delivered] : {lengths_t{0, 8}, {1, 1}, {8, 8}, {200, 8}}) {
-    const CAN_packet_t2 frame{.canID = 0x300, .dlc = dlc, .data = {1, 2, 3, 4, 5, 6, 7, 8}};
-    EXPECT_EQ(table.CheckRxPacket(&frame), 0);
-    EXPECT_EQ(table.LastResult(), 4);
-    const bytes_t sent = manager.TakeRequests().at(0);
-    EXPECT_EQ(sent.size(), NM_HEADER_SIZE + 1808);
-    EXPECT_EQ(bytes_t(sent.begin(), sent.begin() + 16 + 20),
-              Words({NM_SEND, 21, 1808, 1}) + Words({1, 1808, 1, 0x300, delivered}));
-    for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(sent[16 + 20 + i], i + 1) << i;
   }
 }
 

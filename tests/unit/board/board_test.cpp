@@ -1,13 +1,10 @@
 // The board's real parts: their keys, their light and their sound, with files and devices that are none.
-#include <filesystem>
-#include <fstream>
 #include <set>
 #include <sstream>
 #include <stdexcept>
 
 #include <gmock/gmock.h>
 
-#include "tests/support/test_folder.h"
 #include "unit/board/backlight.h"
 #include "unit/board/key_map.h"
 #include "unit/board/sound_follower.h"
@@ -15,7 +12,6 @@
 namespace unit {
 namespace {
 
-using namespace std::chrono_literals;
 using testing::HasSubstr;
 
 KeyMap Parse(const std::string& text) {
@@ -64,8 +60,6 @@ TEST(KeyMap, NamesTheFaultyLine) {
     EXPECT_THAT([&] { Parse(c.text); }, testing::ThrowsMessage<std::runtime_error>(HasSubstr(c.fault)))
         << c.text;
   }
-  EXPECT_THROW(KeyMap::Read("/nonexistent"), std::runtime_error);
-  EXPECT_THROW(KeyMap::Read("/dev/zero"), std::runtime_error);
 }
 
 TEST(Brightness, IsTheShareRoundedAndNeverDarkByRounding) {
@@ -83,64 +77,6 @@ TEST(Brightness, IsTheShareRoundedAndNeverDarkByRounding) {
                           {4'294'967'295, 4'294'967'295, 4'294'967'294, 4'294'967'294},
                           {255, 0, 5, 0}}) {
     EXPECT_EQ(Brightness(c.most, c.period, c.duty), c.brightness) << c.most << ' ' << c.duty << '/' << c.period;
-  }
-}
-
-class BacklightFolder : public testing::Test {
- protected:
-  BacklightFolder() {
-    folder_.Write("max_brightness", "200\n");
-    folder_.Write("brightness", "40\n");
-  }
-
-  std::string Read(const std::string& file) const {
-    std::string line;
-    std::getline(std::ifstream(folder_.Path() / file) >> std::ws, line);
-    return line;
-  }
-
-  TestFolder folder_;
-};
-
-TEST_F(BacklightFolder, FollowsFromTheEnableOnAndWritesChangesAlone) {
-  folder_.Write("bl_power", "4\n");
-  Backlight light(folder_.Path());
-  const Backlight::time_t now{};
-  light.Follow(false, 100, 50, now);
-  light.Follow(true, 100, 0, now);  // enabled just now: the duty is still to come
-  EXPECT_EQ(Read("brightness") + Read("bl_power"), "404");
-  light.Follow(true, 100, 50, now);
-  EXPECT_EQ(Read("brightness") + Read("bl_power"), "1000");
-  folder_.Write("brightness", "7\n");
-  folder_.Write("bl_power", "4\n");
-  light.Follow(true, 100, 50, now);
-  EXPECT_EQ(Read("brightness") + Read("bl_power"), "74") << "nothing changed, nothing is written";
-  light.Follow(true, 100, 0, now);
-  EXPECT_EQ(Read("brightness") + Read("bl_power"), "04") << "the power is given once";
-}
-
-TEST_F(BacklightFolder, ReportsALightThatGoesAndTriesAgain) {
-  Backlight light(folder_.Path());
-  Backlight::time_t now{};
-  light.Follow(true, 100, 100, now);
-  std::filesystem::remove(folder_.Path() / "brightness");
-  light.Follow(true, 100, 100, now);
-  EXPECT_THAT(light.Problem(), HasSubstr("brightness: No such file"));
-  folder_.Write("brightness", "0\n");
-  folder_.Write("max_brightness", "10\n");
-  light.Follow(true, 100, 100, now += 999ms);
-  EXPECT_EQ(Read("brightness"), "0");
-  light.Follow(true, 100, 100, now += 1ms);
-  EXPECT_EQ(Read("brightness"), "10") << "of the new driver's range";
-  EXPECT_EQ(light.Problem(), "");
-}
-
-TEST_F(BacklightFolder, RefusesARangeThatIsNone) {
-  for (const char* text : {"", "0\n", "-5\n", "5 5\n", "99999999999\n"}) {
-    folder_.Write("max_brightness", text);
-    EXPECT_THAT([this] { const Backlight light(folder_.Path()); },
-                testing::ThrowsMessage<std::runtime_error>(HasSubstr("holds no number above 0")))
-        << text;
   }
 }
 

@@ -4,14 +4,10 @@
 #include "platform/byte_order.h"
 
 #include "src/core/command_counters.h"
-#include "src/core/name_tables.h"
 #include "src/hostlink/can_transport.h"
 #include "src/hostlink/decapsulation.h"
 #include "src/hostlink/immediate_replies.h"
 #include "src/hostlink/j1939_external.h"
-#include "src/hostlink/watchdog.h"
-#include "src/services/nm_messages.h"
-#include "tests/support/fake_service.h"
 #include "tests/support/console_capture.h"
 #include "tests/support/test_record.h"
 
@@ -37,23 +33,8 @@ class CanTransport : public testing::Test {
 
   void HostSends(const frame_t& bytes) { HandleServiceMessage(record_, Delivery(0x18FF00D0, bytes)); }
 
-  TestRecord record_;
+  RecordWithoutDatabase record_;
 };
-
-TEST_F(CanTransport, CountsTheRequestsOfOneFrameAndQueuesNone) {
-  const ConsoleCapture console;  // nobody takes the answers
-  const std::pair<frame_t, std::size_t> requests[] = {{{0, 1, 6}, 6},     {{0, 1, 7, 3}, 9},
-                                                      {{0, 1, 7, 4}, 10}, {{0, 1, 7, 5}, 11},
-                                                      {{0, 1, 7, 7}, 13}, {{0, 1, 7, 9}, 15}};
-  for (const auto& [request, counter] : requests) {
-    HostSends(request);
-    EXPECT_EQ(CommandCounts[counter], 1U);
-  }
-  EXPECT_TRUE(record_->canPackets.empty());
-  EXPECT_EQ(CommandCounts[COUNT_TOTAL_PKTS], 0U);
-  EXPECT_EQ(record_->hostSeen, 1);
-  EXPECT_EQ(record_->watchdogSeconds, 0);
-}
 
 TEST_F(CanTransport, QueuesAllOtherHostFrames) {
   const std::vector<frame_t> frames = {{0, 2, 6},    {1, 6},    {0, 1, 7, 8}, {0, 1, 7, 0},
@@ -176,70 +157,6 @@ TEST(Decapsulator, TakesWhatFitsTheBlockAndConsumesTheFramesOfWhatDoesNot) {
               "Orvik: ERROR!  Message of " + std::to_string(frames) + " frames exceeds maximum of 36\n");
   }
   EXPECT_EQ(Decode(decapsulator, {{0, 1, 9, 9, 9, 9, 9, 9}}, 1).size(), 1U);
-}
-
-constexpr const char* LINK_STATE = "OrvikHX7TimeOutLamp";
-
-class Watchdog : public testing::Test {
- protected:
-  Watchdog() {
-    record_.ConnectEvents("orvik.Events");
-    manager_.TakeRequests();
-    record_->eventIds = {
-        {"orvik.SplashToSlate", 101}, {"orvik.SplashToGauges", 102}, {"orvik.ConfigToMain", 103}};
-    record_->currentPage = &page_;
-  }
-
-  void Tick(int times) {
-    for (int i = 0; i < times; ++i) WatchdogTick(record_);
-  }
-
-  // The events posted since the last call, in order.
-  std::vector<unsigned> Events() {
-    std::vector<unsigned> ids;
-    for (const bytes_t& request : manager_.TakeRequests()) {
-      ids.push_back(platform::LoadLe32(request, NM_HEADER_SIZE));
-    }
-    return ids;
-  }
-
-  TestRecord record_;
-  FakeService manager_{NM_SERVER_NAME, [](const bytes_t&) { return Words({0, 6, 1, 1}); }};
-  Page_t page_{ACTION_PAGE_CONFIG, EVENT_CONFIG_TO_MAIN, 0, {}};
-};
-
-TEST_F(Watchdog, CountsTheLinkAsLostOnTheEleventhTick) {
-  record_->hostSeen = 1;
-  Tick(10);
-  EXPECT_EQ(ParameterValue(LINK_STATE), 1.0);
-  EXPECT_EQ(record_->hostTimedOut, 0);
-  EXPECT_TRUE(Events().empty());
-
-  Tick(1);
-  EXPECT_EQ(ParameterValue(LINK_STATE), 2.0);
-  EXPECT_EQ(record_->hostTimedOut, 1);
-  EXPECT_EQ(record_->hostSeen, 0);
-  EXPECT_EQ(Events(), (std::vector<unsigned>{103}));
-  Tick(3);  // again every second, and the count stays
-  EXPECT_EQ(record_->watchdogSeconds, 11);
-  EXPECT_EQ(Events(), (std::vector<unsigned>{103, 103, 103}));
-
-  record_->watchdogSeconds = 0;  // one host frame
-  record_->hostSeen = 1;
-  Tick(1);
-  EXPECT_EQ(ParameterValue(LINK_STATE), 1.0);
-  EXPECT_EQ(record_->hostTimedOut, 0);
-  EXPECT_TRUE(Events().empty());
-}
-
-TEST_F(Watchdog, PostsNoTimeOutEventWhereThereIsNone) {
-  page_.timeOutEvent = EVENT_ID_NONE;
-  Tick(12);
-  page_.timeOutEvent = EVENT_MAIN_TO_WAD;  // which the configuration does not number
-  Tick(1);
-  record_->currentPage = nullptr;
-  Tick(1);
-  EXPECT_TRUE(Events().empty());
 }
 
 }  // namespace

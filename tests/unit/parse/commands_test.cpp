@@ -10,8 +10,8 @@
 #include "src/parse/parse_thread.h"
 #include "src/text/fields.h"
 #include "src/text/system_text.h"
-#include "tests/support/grid_text.h"
 #include "tests/support/console_capture.h"
+#include "tests/support/grid_text.h"
 #include "tests/support/test_record.h"
 
 namespace {
@@ -45,7 +45,7 @@ class Commands : public testing::Test {
     return text;
   }
 
-  TestRecord record_;
+  RecordWithoutDatabase record_;
 };
 
 TEST_F(Commands, CountThemselves) {

@@ -9,8 +9,8 @@
 #include "src/text/grid.h"
 #include "src/text/system_text.h"
 #include "src/text/utf8_text.h"
-#include "tests/support/grid_text.h"
 #include "tests/support/console_capture.h"
+#include "tests/support/grid_text.h"
 #include "tests/support/test_record.h"
 
 namespace {
@@ -33,7 +33,7 @@ class Fields : public testing::Test {
 
   std::string Line(std::size_t line) { return GridLine(record_, line); }
 
-  TestRecord record_;
+  RecordWithoutDatabase record_;
 };
 
 std::string Blanks(std::size_t count) {

@@ -104,7 +104,7 @@ TEST(ExpandSubCommand, WidensAsciiInTheFullWidthLanguageOnly) {
        {1, 0xFF5B, 0xFF5B, 0x7F},
        "WARNING.  Valid NON_PRINTABLE 0x9\nWARNING.  Valid NON_PRINTABLE 0x1f\nWARNING.  Unexpandable 0x7f\n"},
       {0, "ab\xC3", {1, 'a', 'b'}, ""}};  // was not repaired
-  TestRecord record;
+  RecordWithoutDatabase record;
   for (const text_t& text : texts) {
     SetLanguage(record, text.language);
     ConsoleCapture console;
@@ -117,7 +117,7 @@ TEST(ExpandSubCommand, WidensAsciiInTheFullWidthLanguageOnly) {
 }
 
 TEST(ExpandSubCommand, WidensEachPrintableCharacterToItsOwn) {
-  TestRecord record;
+  RecordWithoutDatabase record;
   SetLanguage(record, 3);
   std::string printable;
   std::vector<unsigned> expected;
