@@ -170,12 +170,12 @@ int ExitStatus(pid_t child) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
-class Database : public testing::Test {
+class DatabaseTest : public testing::Test {
  protected:
   RuntimeDirectoryForTest directory_;
 
-  Database() { DBSHM::Init(); }
-  ~Database() override { platform::UnlinkSharedObject(OBJECT_NAME); }
+  DatabaseTest() { DBSHM::Init(); }
+  ~DatabaseTest() override { platform::UnlinkSharedObject(OBJECT_NAME); }
 
   // The values of the pulses that wait, in order; a mark of the test's own ends them.
   static std::vector<int> TakePulses() {
@@ -190,13 +190,13 @@ class Database : public testing::Test {
   }
 };
 
-TEST_F(Database, EveryTypeReachesAnotherProcess) {
+TEST_F(DatabaseTest, EveryTypeReachesAnotherProcess) {
   WriteTypes();
   EXPECT_TRUE(ReadTypes());
   EXPECT_EQ(ExitStatus(StartChild("check-types")), 0);
 }
 
-TEST_F(Database, ValuesLieInTheObjectAsLaidOut) {
+TEST_F(DatabaseTest, ValuesLieInTheObjectAsLaidOut) {
   DBSHM::Write(2, 0x7BCDU, -1.0, 1, true);
   EXPECT_EQ(Peek<std::uint32_t>(32 + 80), 0x7BCDU);
   EXPECT_EQ(Peek<std::uint64_t>(32 + 80 + 8), 0xBFF0000000000000U);
@@ -211,7 +211,7 @@ TEST_F(Database, ValuesLieInTheObjectAsLaidOut) {
   EXPECT_EQ(DBSHM::getMemoryPtr(), view) << "others are reading it";
 }
 
-TEST_F(Database, ProcessesAtOnceAndAnyNumberOfKilledOnesLeaveWholeValuesAndBlockNobody) {
+TEST_F(DatabaseTest, ProcessesAtOnceAndAnyNumberOfKilledOnesLeaveWholeValuesAndBlockNobody) {
   for (const pid_t child : {StartChild("read-and-write"), StartChild("read-and-write")}) {
     EXPECT_EQ(ExitStatus(child), 0);
   }
@@ -219,7 +219,7 @@ TEST_F(Database, ProcessesAtOnceAndAnyNumberOfKilledOnesLeaveWholeValuesAndBlock
   EXPECT_TRUE(IsWhole());
 }
 
-TEST_F(Database, AValueExpiresAfterItsTime) {
+TEST_F(DatabaseTest, AValueExpiresAfterItsTime) {
   const std::uint64_t before = ClockCycles();
   DBSHM::Write(5, 3U, 1.5, 20, true);
   const std::uint64_t after = ClockCycles();
@@ -248,7 +248,7 @@ TEST_F(Database, AValueExpiresAfterItsTime) {
   EXPECT_TRUE(Reads(5, 2.5));
 }
 
-TEST_F(Database, AChangeSendsOnePulse) {
+TEST_F(DatabaseTest, AChangeSendsOnePulse) {
   struct case_t {
     const char* what;
     std::function<void()> write;
@@ -273,7 +273,7 @@ TEST_F(Database, AChangeSendsOnePulse) {
   }
 }
 
-TEST_F(Database, HandlesBeyondTheLastAreRefused) {
+TEST_F(DatabaseTest, HandlesBeyondTheLastAreRefused) {
   DBSHM::Write(LAST_HANDLE, 1.0);
   EXPECT_TRUE(Reads(LAST_HANDLE, 1.0));
   for (const unsigned handle : {LAST_HANDLE + 1, 0xFFFFFFFFU}) {
@@ -284,7 +284,7 @@ TEST_F(Database, HandlesBeyondTheLastAreRefused) {
   }
 }
 
-TEST_F(Database, NamesAreReadWithoutTrustInTheirTable) {
+TEST_F(DatabaseTest, NamesAreReadWithoutTrustInTheirTable) {
   const std::string longest(NAME_SIZE, 'x');
   std::size_t at = NAMES_AT;
   for (const auto& [handle, name] : {std::pair<unsigned, std::string>{11, "PlugA.Resistor"},
@@ -311,7 +311,7 @@ TEST_F(Database, NamesAreReadWithoutTrustInTheirTable) {
   EXPECT_EQ(DBSHM::getHandle("absent"), 0U);
 }
 
-TEST_F(Database, AWriterKilledInTheMiddleLeavesAnInvalidValueAndAFreeLock) {
+TEST_F(DatabaseTest, AWriterKilledInTheMiddleLeavesAnInvalidValueAndAFreeLock) {
   DBSHM::Write(TORN, 1.0);
   DBSHM::Write(TORN + 1, 2.0);
   EXPECT_EQ(ExitStatus(StartChild("die-while-writing")), -SIGKILL);
@@ -322,7 +322,7 @@ TEST_F(Database, AWriterKilledInTheMiddleLeavesAnInvalidValueAndAFreeLock) {
   EXPECT_TRUE(Reads(TORN, 3.0));
 }
 
-TEST_F(Database, WithoutADatabaseNothingIsReadOrWritten) {
+TEST_F(DatabaseTest, WithoutADatabaseNothingIsReadOrWritten) {
   platform::UnlinkSharedObject(OBJECT_NAME);
   EXPECT_EQ(ExitStatus(StartChild("find-nothing")), 0);
 

@@ -9,7 +9,7 @@
 namespace contract {
 namespace {
 
-class ServerDeath : public ServedTest {
+class ServerDeathTest : public ServedTest {
  protected:
   static constexpr int SENDERS = 8;
 
@@ -33,26 +33,26 @@ class ServerDeath : public ServedTest {
   static void LetThemBlock() { std::this_thread::sleep_for(20ms); }
 };
 
-TEST_F(ServerDeath, BeforeItReceivesFailsTheSenders) {
+TEST_F(ServerDeathTest, BeforeItReceivesFailsTheSenders) {
   server_.SignalWith(SIGSTOP);
   KillUnder(ask_t::ECHO, LetThemBlock);
 }
 
-TEST_F(ServerDeath, BeforeItRepliesFailsTheSenders) {
+TEST_F(ServerDeathTest, BeforeItRepliesFailsTheSenders) {
   EXPECT_EQ(Ask(ask_t::ECHO), 1);
   KillUnder(ask_t::HOLD, [this] {
     for (int i = 0; i < SENDERS; ++i) EXPECT_TRUE(held_.Await());
   });
 }
 
-TEST_F(ServerDeath, WhileSendersWaitForRoomFailsThem) {
+TEST_F(ServerDeathTest, WhileSendersWaitForRoomFailsThem) {
   server_.SignalWith(SIGSTOP);
   while (MsgSendPulse(coid_, 10, 1, 0) == 0) continue;
   ASSERT_EQ(errno, EAGAIN);
   KillUnder(ask_t::ECHO, LetThemBlock);
 }
 
-TEST_F(ServerDeath, InAnyMomentFailsOrAnswersAndNeverHangs) {
+TEST_F(ServerDeathTest, InAnyMomentFailsOrAnswersAndNeverHangs) {
   server_.Kill();
   for (int round = 0; round < 60; ++round) {
     const Signal ready;
@@ -79,9 +79,9 @@ TEST_F(ServerDeath, InAnyMomentFailsOrAnswersAndNeverHangs) {
 }
 
 // The test is the server here and its clients are killed.
-class ClientDeath : public PlatformTest {
+class ClientDeathTest : public PlatformTest {
  protected:
-  ~ClientDeath() override { name_detach(attach_, 0); }
+  ~ClientDeathTest() override { name_detach(attach_, 0); }
 
   // A client process that sends a pulse and a message, and waits for its reply.
   std::unique_ptr<Child> StartClient(const Signal& about) const {
@@ -110,7 +110,7 @@ class ClientDeath : public PlatformTest {
   name_attach_t* const attach_ = name_attach(nullptr, SERVER_NAME, 0);
 };
 
-TEST_F(ClientDeath, AfterItsMessageWasReceivedIsToldByReplyAndPulse) {
+TEST_F(ClientDeathTest, AfterItsMessageWasReceivedIsToldByReplyAndPulse) {
   const Signal about;
   const auto client = StartClient(about);
   EXPECT_EQ(Receive().pulse.code, 4);
@@ -122,7 +122,7 @@ TEST_F(ClientDeath, AfterItsMessageWasReceivedIsToldByReplyAndPulse) {
   EXPECT_EQ(ErrorOf(MsgReply(message.rcvid, 5, nullptr, 0)), ESRCH);
 }
 
-TEST_F(ClientDeath, BeforeItsMessageWasReceivedLeavesNothingBehind) {
+TEST_F(ClientDeathTest, BeforeItsMessageWasReceivedLeavesNothingBehind) {
   const Signal about;
   const auto client = StartClient(about);
   ASSERT_TRUE(about.Await());
@@ -136,7 +136,7 @@ TEST_F(ClientDeath, BeforeItsMessageWasReceivedLeavesNothingBehind) {
   }
 }
 
-TEST_F(ClientDeath, OfManyDoesNotStopTheServiceOfOthers) {
+TEST_F(ClientDeathTest, OfManyDoesNotStopTheServiceOfOthers) {
   for (int round = 0; round < 40; ++round) {
     const Signal about;
     const auto victim = StartClient(about);

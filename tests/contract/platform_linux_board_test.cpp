@@ -23,15 +23,15 @@ constexpr int CommandWord(std::uint32_t word) {
 }
 constexpr int ENABLE = CommandWord(0x80040505U);
 
-class Board : public PlatformTest {
+class BoardTest : public PlatformTest {
  protected:
-  Board() { EXPECT_EQ(ThreadCtl(_NTO_TCTL_IO, nullptr), 0); }
+  BoardTest() { EXPECT_EQ(ThreadCtl(_NTO_TCTL_IO, nullptr), 0); }
   platform::board_state_t& State() const { return *owner_.Get(); }
 
   BoardMapping owner_{BoardMapping::role_t::OWNER};
 };
 
-TEST_F(Board, AnswersTheScannersStrobesWithTheKeysHeld) {
+TEST_F(BoardTest, AnswersTheScannersStrobesWithTheKeysHeld) {
   const std::uintptr_t keypad = mmap_device_io(8, 0x43FA8000);
   ASSERT_NE(keypad, MAP_DEVICE_FAILED);
   out16(keypad, 0x0F0F);
@@ -51,7 +51,7 @@ TEST_F(Board, AnswersTheScannersStrobesWithTheKeysHeld) {
   EXPECT_EQ(in16(keypad), 0x0F0F);
 }
 
-TEST_F(Board, KeepsItsPadsAndHasNothingElsewhere) {
+TEST_F(BoardTest, KeepsItsPadsAndHasNothingElsewhere) {
   EXPECT_EQ(BoardMapping(BoardMapping::role_t::OWNER).Get(), nullptr) << "there is one owner";
   EXPECT_EQ(BoardMapping(BoardMapping::role_t::USER).Get()->magic, State().magic);
   const std::uintptr_t pads = mmap_device_io(16, 0x43FAC060);
@@ -75,7 +75,7 @@ TEST_F(Board, KeepsItsPadsAndHasNothingElsewhere) {
   EXPECT_EQ(munmap_device_io(1, 16), -1);
 }
 
-TEST_F(Board, GivesItsRegistersToPrivilegedThreadsOnly) {
+TEST_F(BoardTest, GivesItsRegistersToPrivilegedThreadsOnly) {
   std::thread([] {
     EXPECT_EQ(mmap_device_io(8, 0x43FA8000), MAP_DEVICE_FAILED);
     EXPECT_EQ(errno, EPERM);
@@ -85,7 +85,7 @@ TEST_F(Board, GivesItsRegistersToPrivilegedThreadsOnly) {
   }).join();
 }
 
-TEST_F(Board, CounterRunsAt32000ASecondAndCyclesAt66Point5Million) {
+TEST_F(BoardTest, CounterRunsAt32000ASecondAndCyclesAt66Point5Million) {
   const std::uintptr_t counter = mmap_device_io(4, 0x53F90024);
   ASSERT_NE(counter, MAP_DEVICE_FAILED);
   // Against each other: both are read twice, and a reading lies between its neighbour's two.
@@ -102,7 +102,7 @@ TEST_F(Board, CounterRunsAt32000ASecondAndCyclesAt66Point5Million) {
   EXPECT_GE(cycles2 - cycles1, CYCLES_PER_SECOND / 20);
 }
 
-TEST_F(Board, BeeperTakesItsExactCommandAndCountsTheRest) {
+TEST_F(BoardTest, BeeperTakesItsExactCommandAndCountsTheRest) {
   const int device = platform::OpenDevice("/dev/io_interface", O_RDWR);
   ASSERT_GT(device, 0);
   using Command = std::vector<std::uint8_t>;
@@ -128,7 +128,7 @@ TEST_F(Board, BeeperTakesItsExactCommandAndCountsTheRest) {
   EXPECT_EQ(platform::CloseDevice(device), 0);
 }
 
-TEST_F(Board, BacklightTakesItsThreeCommandsAndCountsTheRest) {
+TEST_F(BoardTest, BacklightTakesItsThreeCommandsAndCountsTheRest) {
   constexpr int PERIOD = CommandWord(0x80040501U), DUTY = CommandWord(0x80040503U);
   const int device = platform::OpenDevice("/dev/pwm0", O_RDONLY);
   ASSERT_GT(device, 0);
@@ -158,9 +158,9 @@ TEST_F(Board, BacklightTakesItsThreeCommandsAndCountsTheRest) {
   EXPECT_EQ(devctl(device, ENABLE, nullptr, 0, nullptr), EBADF);
 }
 
-using NoBoard = PlatformTest;
+using NoBoardTest = PlatformTest;
 
-TEST_F(NoBoard, MeansNoDevices) {
+TEST_F(NoBoardTest, MeansNoDevices) {
   for (const char* path : {"/dev/io_interface", "/dev/pwm0"}) {
     EXPECT_EQ(ErrorOf(platform::OpenDevice(path, O_RDWR)), ENOENT);
   }

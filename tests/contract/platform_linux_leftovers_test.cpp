@@ -26,7 +26,7 @@ std::size_t OpenDescriptors() {
   return FilesIn("/proc/self/fd");
 }
 
-class Leftovers : public PlatformTest {};
+class LeftoversTest : public PlatformTest {};
 
 // Uses all that makes files or descriptors, from several threads.
 void UseEverything() {
@@ -49,7 +49,7 @@ void UseEverything() {
   EXPECT_EQ(platform::UnlinkSharedObject("/Everything"), 0);
 }
 
-TEST_F(Leftovers, AreNoneAfterAnOrderlyUse) {
+TEST_F(LeftoversTest, AreNoneAfterAnOrderlyUse) {
   UseEverything();
   const std::size_t before = OpenDescriptors();
   for (int i = 0; i < 5; ++i) UseEverything();
@@ -57,7 +57,7 @@ TEST_F(Leftovers, AreNoneAfterAnOrderlyUse) {
   EXPECT_EQ(FilesInDirectory(), 0U);
 }
 
-TEST_F(Leftovers, OfAThreadThatEndsAreNone) {
+TEST_F(LeftoversTest, OfAThreadThatEndsAreNone) {
   const int chid = ChannelCreate(0);
   const int coid = ConnectAttach(0, 0, chid, 0, 0);
   const std::size_t before = OpenDescriptors();
@@ -76,7 +76,7 @@ TEST_F(Leftovers, OfAThreadThatEndsAreNone) {
   EXPECT_EQ(ChannelDestroy(chid), 0);
 }
 
-TEST_F(Leftovers, OfAProcessThatExitsWithoutDetachingAreNone) {
+TEST_F(LeftoversTest, OfAProcessThatExitsWithoutDetachingAreNone) {
   Child careless([] {
     const pid_t program = fork();
     if (program == 0) {
@@ -94,7 +94,7 @@ TEST_F(Leftovers, OfAProcessThatExitsWithoutDetachingAreNone) {
   EXPECT_EQ(platform::OpenSharedObject("/Careless", O_RDWR, 0), -1);
 }
 
-TEST_F(Leftovers, OfKilledProcessesGoWithTheNextStartAndThoseInUseStay) {
+TEST_F(LeftoversTest, OfKilledProcessesGoWithTheNextStartAndThoseInUseStay) {
   const auto open = [](const char* name, int flags) { return platform::OpenSharedObject(name, flags, 0600); };
   name_attach_t* const mine = name_attach(nullptr, "Mine", 0);
   ASSERT_NE(mine, nullptr);
@@ -122,7 +122,7 @@ TEST_F(Leftovers, OfKilledProcessesGoWithTheNextStartAndThoseInUseStay) {
   EXPECT_EQ(name_detach(mine, 0), 0);
 }
 
-TEST_F(Leftovers, InAForkedChildDoNotKeepADeadParentAlive) {
+TEST_F(LeftoversTest, InAForkedChildDoNotKeepADeadParentAlive) {
   const Signal ready;
   const Signal release;
   Child parent([&] {
@@ -159,7 +159,7 @@ TEST_F(Leftovers, InAForkedChildDoNotKeepADeadParentAlive) {
   release.Raise();
 }
 
-TEST_F(Leftovers, ThatSomebodyRemovedLetAPulseThrough) {
+TEST_F(LeftoversTest, ThatSomebodyRemovedLetAPulseThrough) {
   const int chid = ChannelCreate(0);
   const int coid = ConnectAttach(0, 0, chid, 0, 0);
   std::filesystem::remove_all(platform::RuntimeDirectory());
@@ -171,7 +171,7 @@ TEST_F(Leftovers, ThatSomebodyRemovedLetAPulseThrough) {
   ChannelDestroy(chid);
 }
 
-TEST_F(Leftovers, OfALongRuntimePathAreNoHindrance) {
+TEST_F(LeftoversTest, OfALongRuntimePathAreNoHindrance) {
   const std::string deep = Directory() + "/" + std::string(120, 'd') + "/e";
   setenv("ORVIK_RUNTIME_DIR", deep.c_str(), 1);
   UseEverything();
@@ -180,7 +180,7 @@ TEST_F(Leftovers, OfALongRuntimePathAreNoHindrance) {
   EXPECT_EQ(status.st_mode & 0777U, 0700U);
 }
 
-TEST_F(Leftovers, ConnectionsWithGarbageAreDropped) {
+TEST_F(LeftoversTest, ConnectionsWithGarbageAreDropped) {
   name_attach_t* const attach = name_attach(nullptr, SERVER_NAME, 0);
   ASSERT_NE(attach, nullptr);
   const std::string path =
@@ -204,7 +204,7 @@ TEST_F(Leftovers, ConnectionsWithGarbageAreDropped) {
   name_detach(attach, 0);
 }
 
-TEST_F(Leftovers, OfDescriptorsAreNotNeededToTurnClientsAway) {
+TEST_F(LeftoversTest, OfDescriptorsAreNotNeededToTurnClientsAway) {
   const Signal ready;
   const Child server([&] {
     const rlimit few = {40, 40};
@@ -232,7 +232,7 @@ TEST_F(Leftovers, OfDescriptorsAreNotNeededToTurnClientsAway) {
   })) << "and serves again when it has descriptors";
 }
 
-TEST(Paths, OfTheUnitAreUnderItsRoot) {
+TEST(PathsTest, OfTheUnitAreUnderItsRoot) {
   unsetenv("ORVIK_ROOT");
   EXPECT_EQ(platform::ResolveUnitPath("/fs/etfs/a"), "/fs/etfs/a");
   setenv("ORVIK_ROOT", "/tmp/unit/", 1);
@@ -247,7 +247,7 @@ bool IsUserSignalBlocked() {
   return sigismember(&mask, SIGUSR1) == 1;
 }
 
-TEST(Threads, StartDetachedWithTheirNameAndWithoutTheUserSignal) {
+TEST(ThreadsTest, StartDetachedWithTheirNameAndWithoutTheUserSignal) {
   struct seen_t {
     Signal ended;
     std::array<char, 16> name{};

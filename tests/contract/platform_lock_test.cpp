@@ -29,9 +29,9 @@ struct shared_t {
   long second;
 };
 
-class Lock : public PlatformTest {
+class LockTest : public PlatformTest {
  protected:
-  Lock() {
+  LockTest() {
     const int object = platform::OpenSharedObject(OBJECT, O_RDWR | O_CREAT | O_EXCL, 0600);
     EXPECT_EQ(ftruncate(object, sizeof(shared_t)), 0);
     void* const memory = mmap(nullptr, sizeof(shared_t), PROT_READ | PROT_WRITE, MAP_SHARED, object, 0);
@@ -39,7 +39,7 @@ class Lock : public PlatformTest {
     shared_ = new (memory) shared_t{};
     platform::InitSharedLock(shared_->lock);
   }
-  ~Lock() override {
+  ~LockTest() override {
     munmap(shared_, sizeof(shared_t));
     EXPECT_EQ(platform::UnlinkSharedObject(OBJECT), 0);
   }
@@ -83,7 +83,7 @@ class Lock : public PlatformTest {
   shared_t* shared_;
 };
 
-TEST_F(Lock, AdmitsOneAtATimeOfThreadsAndProcesses) {
+TEST_F(LockTest, AdmitsOneAtATimeOfThreadsAndProcesses) {
   constexpr int TIMES = 20000;
   std::array<std::unique_ptr<Child>, 3> processes;
   for (auto& process : processes) process = std::make_unique<Child>([this] { return StepTimes(TIMES); });
@@ -93,7 +93,7 @@ TEST_F(Lock, AdmitsOneAtATimeOfThreadsAndProcesses) {
   EXPECT_EQ(shared_->second, 6 * TIMES);
 }
 
-TEST_F(Lock, OfAKilledHolderGoesToTheNextWithTheSlotOnce) {
+TEST_F(LockTest, OfAKilledHolderGoesToTheNextWithTheSlotOnce) {
   KillHolder(-1);
   EXPECT_EQ(LockAndUnlock(), std::nullopt);
   for (const std::uint32_t slot : {0U, 5U, 32767U}) {
@@ -106,7 +106,7 @@ TEST_F(Lock, OfAKilledHolderGoesToTheNextWithTheSlotOnce) {
   EXPECT_EQ(LockAndUnlock(), 7U) << "and again when its finder dies too";
 }
 
-TEST_F(Lock, OfAKilledHolderGoesToAWaiter) {
+TEST_F(LockTest, OfAKilledHolderGoesToAWaiter) {
   std::atomic<int> got = -1;
   std::jthread waiter;
   KillHolder(9, {}, [&] {
@@ -118,7 +118,7 @@ TEST_F(Lock, OfAKilledHolderGoesToAWaiter) {
   EXPECT_EQ(got, 9);
 }
 
-TEST_F(Lock, WorksInAForkedChildOfAThreadThatUsedIt) {
+TEST_F(LockTest, WorksInAForkedChildOfAThreadThatUsedIt) {
   StepTimes(3);
   Child child([this] {
     StepTimes(2);  // with a stale thread id it would give back a lock that it does not hold, and hang

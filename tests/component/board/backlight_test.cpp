@@ -16,14 +16,14 @@ namespace {
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
-TEST(KeyMap, RefusesAFileThatCannotBeRead) {
+TEST(KeyMapTest, RefusesAFileThatCannotBeRead) {
   EXPECT_THROW(KeyMap::Read("/nonexistent"), std::runtime_error);
   EXPECT_THROW(KeyMap::Read("/dev/zero"), std::runtime_error);
 }
 
-class BacklightFolder : public testing::Test {
+class BacklightTest : public testing::Test {
  protected:
-  BacklightFolder() {
+  BacklightTest() {
     folder_.Write("max_brightness", "200\n");
     folder_.Write("brightness", "40\n");
   }
@@ -37,7 +37,7 @@ class BacklightFolder : public testing::Test {
   TestFolder folder_;
 };
 
-TEST_F(BacklightFolder, FollowsFromTheEnableOnAndWritesChangesAlone) {
+TEST_F(BacklightTest, FollowsFromTheEnableOnAndWritesChangesAlone) {
   folder_.Write("bl_power", "4\n");
   Backlight light(folder_.Path());
   const Backlight::time_t now{};
@@ -54,7 +54,7 @@ TEST_F(BacklightFolder, FollowsFromTheEnableOnAndWritesChangesAlone) {
   EXPECT_EQ(Read("brightness") + Read("bl_power"), "04") << "the power is given once";
 }
 
-TEST_F(BacklightFolder, ReportsALightThatGoesAndTriesAgain) {
+TEST_F(BacklightTest, ReportsALightThatGoesAndTriesAgain) {
   Backlight light(folder_.Path());
   Backlight::time_t now{};
   light.Follow(true, 100, 100, now);
@@ -70,7 +70,7 @@ TEST_F(BacklightFolder, ReportsALightThatGoesAndTriesAgain) {
   EXPECT_EQ(light.Problem(), "");
 }
 
-TEST_F(BacklightFolder, RefusesARangeThatIsNone) {
+TEST_F(BacklightTest, RefusesARangeThatIsNone) {
   for (const char* text : {"", "0\n", "-5\n", "5 5\n", "99999999999\n"}) {
     folder_.Write("max_brightness", text);
     EXPECT_THAT([this] { const Backlight light(folder_.Path()); },

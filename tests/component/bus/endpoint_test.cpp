@@ -25,7 +25,7 @@ std::string ErrorOf(const std::string& description) {
   return "";
 }
 
-TEST(OpenEndpoint, SaysWhatIsWrongAndWhatToDo) {
+TEST(OpenEndpointTest, SaysWhatIsWrongAndWhatToDo) {
   EXPECT_THAT(ErrorOf("vcan0"), HasSubstr("socketcan:INTERFACE"));
   EXPECT_THAT(ErrorOf("socketcand:localhost"), HasSubstr("HOST:PORT"));
   EXPECT_THAT(ErrorOf("socketcand:127.0.0.1:1"), HasSubstr("nothing answers at 127.0.0.1:1"));
@@ -35,7 +35,7 @@ TEST(OpenEndpoint, SaysWhatIsWrongAndWhatToDo) {
 }
 
 // Closing a connection with unread bytes resets it, which costs what the server has not taken yet.
-TEST(SocketcandEndpoint, LosesNothingThatItSentWhenItLeavesAServerThatIsSlow) {
+TEST(SocketcandEndpointTest, LosesNothingThatItSentWhenItLeavesAServerThatIsSlow) {
   SocketcandDesk desk;
   auto endpoint = bus::OpenEndpoint(desk.Bus());
   desk.WaitForClients(1);
@@ -51,7 +51,7 @@ TEST(SocketcandEndpoint, LosesNothingThatItSentWhenItLeavesAServerThatIsSlow) {
   EXPECT_EQ(desk.WaitForFrames(sent).size(), sent);
 }
 
-TEST(SocketcandEndpoint, DoesNotRunAheadOfItsServer) {
+TEST(SocketcandEndpointTest, DoesNotRunAheadOfItsServer) {
   SocketcandDesk desk;
   const auto endpoint = bus::OpenEndpoint(desk.Bus());
   std::size_t sent = 0;
@@ -65,7 +65,7 @@ TEST(SocketcandEndpoint, DoesNotRunAheadOfItsServer) {
   EXPECT_EQ(sent, 640U);
 }
 
-TEST(SocketcandEndpoint, HandsOutTheFramesThatCameBeforeTheServerWentAndThenStaysDown) {
+TEST(SocketcandEndpointTest, HandsOutTheFramesThatCameBeforeTheServerWentAndThenStaysDown) {
   SocketcandDesk desk;
   const auto endpoint = bus::OpenEndpoint(desk.Bus());
   desk.WaitForClients(1);

@@ -13,7 +13,7 @@ namespace {
 
 using Result = bus::Endpoint::result_t;
 
-TEST(KernelEndpoint, HearsTheOtherStationsDataFramesAndNotItsOwn) {
+TEST(KernelEndpointTest, HearsTheOtherStationsDataFramesAndNotItsOwn) {
   ASSERT_NE(::if_nametoindex("vcan0"), 0U) << "run under tools/can-kernel";
   const auto one = bus::OpenEndpoint("socketcan:vcan0");
   const auto other = bus::OpenEndpoint("socketcan:vcan0");

@@ -12,7 +12,7 @@
 
 namespace {
 
-TEST(Setters, RoundCapacityDownAndLoadHalfUp) {
+TEST(SettersTest, RoundCapacityDownAndLoadHalfUp) {
   TestRecord record;
   struct case_t {
     double sent, capacity, load;
@@ -34,7 +34,7 @@ TEST(Setters, RoundCapacityDownAndLoadHalfUp) {
   }
 }
 
-TEST(GenericConfiguration, FillsIdentityAndNamesInAnyOrderOfSections) {
+TEST(GenericConfigurationTest, FillsIdentityAndNamesInAnyOrderOfSections) {
   TestRecord record;
   record->variableHandles.clear();
   std::istringstream stream(R"(<?xml version="1.0"?><!-- names -->
@@ -61,7 +61,7 @@ TEST(GenericConfiguration, FillsIdentityAndNamesInAnyOrderOfSections) {
 
 // Each producer pushes its own codes, 1 up to 120 and 121 up to 240, round and round; per producer none may be
 // missing, doubled or out of order.
-TEST(KeyQueue, LosesAndDoublesNoKeyOfTwoProducers) {
+TEST(KeyQueueTest, LosesAndDoublesNoKeyOfTwoProducers) {
   constexpr unsigned KEYS = 60'000;
   constexpr unsigned ROUND = 120;
   KeyQueue queue;

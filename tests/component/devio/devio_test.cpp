@@ -12,9 +12,9 @@
 
 namespace {
 
-class Beeper : public testing::Test {
+class BeeperTest : public testing::Test {
  protected:
-  Beeper() { record_->beeperState = BEEPER_SILENT; }
+  BeeperTest() { record_->beeperState = BEEPER_SILENT; }
 
   // One turn of the loop in words: "on" and "off" commands, and the milliseconds between them.
   std::string Step() {
@@ -36,7 +36,7 @@ class Beeper : public testing::Test {
   std::function<void()> duringSleep_;
 };
 
-TEST_F(Beeper, HasItsSoundAndItsPictureInEachState) {
+TEST_F(BeeperTest, HasItsSoundAndItsPictureInEachState) {
   struct case_t {
     int type, duration;
     const char* log;
@@ -59,7 +59,7 @@ TEST_F(Beeper, HasItsSoundAndItsPictureInEachState) {
   EXPECT_EQ(Step(), "on 200 off 200 ") << "as before";
 }
 
-TEST_F(Beeper, ClicksOnceAndInterruptsNothing) {
+TEST_F(BeeperTest, ClicksOnceAndInterruptsNothing) {
   SetBeeperKeyPress(record_);
   EXPECT_EQ(Step(), "on 50 off ");
   EXPECT_EQ(Step(), "off 10 ");
@@ -72,16 +72,16 @@ TEST_F(Beeper, ClicksOnceAndInterruptsNothing) {
   EXPECT_EQ(Step(), "off 10 ");
 }
 
-TEST_F(Beeper, DoesNotLoseAnAlarmThatIsSetDuringAClick) {
+TEST_F(BeeperTest, DoesNotLoseAnAlarmThatIsSetDuringAClick) {
   SetBeeperKeyPress(record_);
   duringSleep_ = [this] { SetBeeper(record_, BEEPER_CONTINUOUS, 0); };
   EXPECT_EQ(Step(), "on 50 off ");
   EXPECT_EQ(record_->beeperState, BEEPER_CONTINUOUS);
 }
 
-class Blinkers : public testing::Test {
+class BlinkersTest : public testing::Test {
  protected:
-  Blinkers() { InitBlinkers(record_); }
+  BlinkersTest() { InitBlinkers(record_); }
 
   static int Value(unsigned handle) {
     double value = 0;
@@ -100,7 +100,7 @@ class Blinkers : public testing::Test {
   TestRecord record_;
 };
 
-TEST_F(Blinkers, StepEveryPeriodPlusOneTicks) {
+TEST_F(BlinkersTest, StepEveryPeriodPlusOneTicks) {
   StartBlinker(record_, 29, 0, 1, 4, 540);
   EXPECT_EQ(Value(540), 0);
   EXPECT_EQ(Run(540, 15), "0 0 0 0 1 1 1 1 1 0 0 0 0 0 1 ");
@@ -115,7 +115,7 @@ TEST_F(Blinkers, StepEveryPeriodPlusOneTicks) {
   EXPECT_EQ(Run(542, 2), "2 2 ");
 }
 
-TEST_F(Blinkers, StopTheFirstWhicheverIsStopped) {
+TEST_F(BlinkersTest, StopTheFirstWhicheverIsStopped) {
   StartBlinker(record_, 0, 0, 9, 0, 550);
   StartBlinker(record_, 5, 0, 9, 0, 551);
   StopBlinker(&blinkers[5], 77);
@@ -123,7 +123,7 @@ TEST_F(Blinkers, StopTheFirstWhicheverIsStopped) {
   EXPECT_EQ(Value(550), 77);
 }
 
-TEST_F(Blinkers, RefuseAnIndexOutsideTheTable) {
+TEST_F(BlinkersTest, RefuseAnIndexOutsideTheTable) {
   ConsoleCapture console;
   for (const int index : {30, -1}) StartBlinker(record_, index, 1, 2, 3, 553);
   EXPECT_EQ(console.Err(),
@@ -136,7 +136,7 @@ bool Becomes(const std::function<bool()>& condition, int polls = 4000) {
   return condition();
 }
 
-TEST_F(Blinkers, AreSteppedByTheirThreadUntilItIsStopped) {
+TEST_F(BlinkersTest, AreSteppedByTheirThreadUntilItIsStopped) {
   // This record outlives the test: nothing orders a detached thread's last look at it before its end.
   static auto& data = *new orvikData_t;
   const ConsoleCapture console;

@@ -21,7 +21,7 @@ std::map<std::string_view, double> Lit() {
   return lit;
 }
 
-TEST(Lamps, FollowTheirBitsOfTheLampWord) {
+TEST(LampsTest, FollowTheirBitsOfTheLampWord) {
   TestRecord record;
   SetOutriggerColors(record, 3, 2, 4, 5);
   using lit_t = std::map<std::string_view, double>;

@@ -7,7 +7,7 @@
 
 namespace {
 
-TEST(OperatingValues, ComeBackFromTheirFileAndSurviveABrokenOne) {
+TEST(OperatingValuesTest, ComeBackFromTheirFileAndSurviveABrokenOne) {
   const TestFolder folder;
   host::OperatingValues values;
   values.Set("percent", 85.5);

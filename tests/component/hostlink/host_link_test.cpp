@@ -18,7 +18,7 @@
 
 namespace {
 
-TEST(CanTransport, CountsTheRequestsOfOneFrameAndQueuesNone) {
+TEST(CanTransportTest, CountsTheRequestsOfOneFrameAndQueuesNone) {
   TestRecord record;
   record->watchdogSeconds = 5;
   for (auto& count : CommandCounts) count = 0;
@@ -39,7 +39,7 @@ TEST(CanTransport, CountsTheRequestsOfOneFrameAndQueuesNone) {
   EXPECT_EQ(record->watchdogSeconds, 0);
 }
 
-TEST(J1939External, AFrameGoesToTheChannelOfItsOwnFilterAlone) {
+TEST(J1939ExternalTest, AFrameGoesToTheChannelOfItsOwnFilterAlone) {
   const RuntimeDirectoryForTest directory;
   std::uint8_t nextChannel = 20;
   FakeService manager(NM_SERVER_NAME, [&](const bytes_t& request) {
@@ -73,9 +73,9 @@ TEST(J1939External, AFrameGoesToTheChannelOfItsOwnFilterAlone) {
 
 constexpr const char* LINK_STATE = "OrvikHX7TimeOutLamp";
 
-class Watchdog : public testing::Test {
+class WatchdogTest : public testing::Test {
  protected:
-  Watchdog() {
+  WatchdogTest() {
     record_.ConnectEvents("orvik.Events");
     manager_.TakeRequests();
     record_->eventIds = {
@@ -101,7 +101,7 @@ class Watchdog : public testing::Test {
   Page_t page_{ACTION_PAGE_CONFIG, EVENT_CONFIG_TO_MAIN, 0, {}};
 };
 
-TEST_F(Watchdog, CountsTheLinkAsLostOnTheEleventhTick) {
+TEST_F(WatchdogTest, CountsTheLinkAsLostOnTheEleventhTick) {
   record_->hostSeen = 1;
   Tick(10);
   EXPECT_EQ(ParameterValue(LINK_STATE), 1.0);
@@ -125,7 +125,7 @@ TEST_F(Watchdog, CountsTheLinkAsLostOnTheEleventhTick) {
   EXPECT_TRUE(Events().empty());
 }
 
-TEST_F(Watchdog, PostsNoTimeOutEventWhereThereIsNone) {
+TEST_F(WatchdogTest, PostsNoTimeOutEventWhereThereIsNone) {
   page_.timeOutEvent = EVENT_ID_NONE;
   Tick(12);
   page_.timeOutEvent = EVENT_MAIN_TO_WAD;  // which the configuration does not number

@@ -24,7 +24,7 @@ std::string ReadFile(const std::filesystem::path& path) {
 }
 
 // One run of hx7 in a folder of its own.
-class Hx7 : public testing::Test {
+class Hx7Test : public testing::Test {
  protected:
   struct result_t {
     int status;
@@ -32,7 +32,7 @@ class Hx7 : public testing::Test {
     std::string err;
   };
 
-  Hx7() { ::setenv("TZ", "UTC", 1); }
+  Hx7Test() { ::setenv("TZ", "UTC", 1); }
 
   pid_t Start(std::vector<std::string> arguments) const {
     arguments.insert(arguments.begin(), HX7_PROGRAM);
@@ -61,7 +61,7 @@ class Hx7 : public testing::Test {
   RuntimeDirectoryForTest folder_;
 };
 
-TEST_F(Hx7, SendRemembersTheOperatingValuesOfTheCallBefore) {
+TEST_F(Hx7Test, SendRemembersTheOperatingValuesOfTheCallBefore) {
   SocketcandDesk desk;
   EXPECT_EQ(Run({"send", "--bus", desk.Bus(), "load=12300", "parts-of-line=4"}).status, 0);
   EXPECT_EQ(Run({"send", "--bus", desk.Bus(), "radius=35.5"}).status, 0);
@@ -74,7 +74,7 @@ TEST_F(Hx7, SendRemembersTheOperatingValuesOfTheCallBefore) {
   EXPECT_EQ(frames[13], "01 00 00 00 00 00 00 00");
 }
 
-TEST_F(Hx7, SendPrintsTheDisplaysAnswerOrSaysThatThereIsNone) {
+TEST_F(Hx7Test, SendPrintsTheDisplaysAnswerOrSaysThatThereIsNone) {
   SocketcandDesk desk([](const bus::frame_t& request) {
     if (request.data[3] != 3) return std::vector<bus::frame_t>{};
     return std::vector<bus::frame_t>{
@@ -90,7 +90,7 @@ TEST_F(Hx7, SendPrintsTheDisplaysAnswerOrSaysThatThereIsNone) {
   EXPECT_EQ(desk.WaitForFrames(2).size(), 2U);  // nothing is sent behind a request that failed
 }
 
-TEST_F(Hx7, ExitStatusTellsAWrongCallFromAFailure) {
+TEST_F(Hx7Test, ExitStatusTellsAWrongCallFromAFailure) {
   const std::pair<const char*, int> cases[] = {{"send --list", 0},
                                                {"", 2},
                                                {"fly", 2},
@@ -107,7 +107,7 @@ TEST_F(Hx7, ExitStatusTellsAWrongCallFromAFailure) {
   }
 }
 
-TEST_F(Hx7, PlaysALogInOrderAndSaysWhatItPassedOver) {
+TEST_F(Hx7Test, PlaysALogInOrderAndSaysWhatItPassedOver) {
   SocketcandDesk desk;
   const std::string log = WriteLog(
       "(10.000000) can0 18FF00D0#0001060000000000\n(10.000500) can0 18FF00D2#0001000000FFFFFF\n"
@@ -124,7 +124,7 @@ TEST_F(Hx7, PlaysALogInOrderAndSaysWhatItPassedOver) {
   EXPECT_EQ(Run({"play", "--bus", desk.Bus(), WriteLog("nothing\n")}).status, 1);
 }
 
-TEST_F(Hx7, PlayJoinsABusAgainThatWasLostAndStopsAtOnceOnASignalInTheMiddleOfAPause) {
+TEST_F(Hx7Test, PlayJoinsABusAgainThatWasLostAndStopsAtOnceOnASignalInTheMiddleOfAPause) {
   SocketcandDesk desk;
   const pid_t child =
       Start({"play", "--loop", "--bus", desk.Bus(), WriteLog("(1.0) can0 123#01\n(1.01) can0 123#02\n")});
@@ -146,7 +146,7 @@ TEST_F(Hx7, PlayJoinsABusAgainThatWasLostAndStopsAtOnceOnASignalInTheMiddleOfAPa
   EXPECT_EQ(Finish(paused).status, 0);
 }
 
-TEST_F(Hx7, PlayGoesOnWhereItWasAfterItsProcessWasStopped) {
+TEST_F(Hx7Test, PlayGoesOnWhereItWasAfterItsProcessWasStopped) {
   SocketcandDesk desk;
   std::string log;
   for (int i = 0; i < 100; ++i) log += "(1." + std::to_string(100 + i * 5) + ") can0 123#\n";
@@ -165,7 +165,7 @@ TEST_F(Hx7, PlayGoesOnWhereItWasAfterItsProcessWasStopped) {
   EXPECT_EQ(desk.WaitForFrames(100).size(), 100U);
 }
 
-TEST_F(Hx7, DiffTellsADifferenceFromATrouble) {
+TEST_F(Hx7Test, DiffTellsADifferenceFromATrouble) {
   const std::string log =
       WriteLog("(10.0) can0 18FF00D0#0001070B01FFFFFF\n(11.0) can0 18FF00D0#0001040AFFFFFFFF\n");
   // Later, twice, and with a request between.
@@ -182,7 +182,7 @@ TEST_F(Hx7, DiffTellsADifferenceFromATrouble) {
   EXPECT_EQ(Run({"diff", log, lost}).out, "A 00:00:10.000  B 00:00:20.000\n  link: nothing | lost\n");
 }
 
-TEST_F(Hx7, RecordsWhatWatchThenReadsAsItHappened) {
+TEST_F(Hx7Test, RecordsWhatWatchThenReadsAsItHappened) {
   SocketcandDesk desk;
   const std::string log = folder_.Path() / "new.log";
   const pid_t record = Start({"record", "--bus", desk.Bus(), log});
@@ -209,7 +209,7 @@ TEST_F(Hx7, RecordsWhatWatchThenReadsAsItHappened) {
   EXPECT_EQ(Run({"record", "--bus", desk.Bus(), log}).status, 2);  // it exists
 }
 
-TEST_F(Hx7, WatchesTheLiveBusForAWhile) {
+TEST_F(Hx7Test, WatchesTheLiveBusForAWhile) {
   SocketcandDesk desk;
   const pid_t watch = Start({"watch", "--changes", "--seconds", "1", "--bus", desk.Bus()});
   desk.WaitForClients(1);

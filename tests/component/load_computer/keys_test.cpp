@@ -15,7 +15,7 @@ namespace {
 
 using testing::HasSubstr;
 
-TEST(Keys, ChangeTheRiggingWithItsLampAndText) {
+TEST(KeysTest, ChangeTheRiggingWithItsLampAndText) {
   struct {
     const char* before;  // keys with commas between
     const char* key;
@@ -96,7 +96,7 @@ void Converse(HostRun& run, const std::vector<answer_t>& conversation, double se
 }
 
 // Transitions: 0 wad to main, 1 config to wad, 4 wad to config, 6 main to wad.
-TEST(Keys, LeadThroughTextsAndPagesAndBack) {
+TEST(KeysTest, LeadThroughTextsAndPagesAndBack) {
   const std::vector<answer_t> conversations[] = {
       {{"pol-up", "parts-of-line", "5"},
        {"", "line4-left", "5 PARTS OF LINE"},
@@ -134,7 +134,7 @@ TEST(Keys, LeadThroughTextsAndPagesAndBack) {
   }
 }
 
-TEST(Keys, ChooseTheOutriggersAndTheWayToShowTheSwing) {
+TEST(KeysTest, ChooseTheOutriggersAndTheWayToShowTheSwing) {
   HostRun run;
   run.Raise("20");
   run.Do("swing 90");
@@ -157,7 +157,7 @@ TEST(Keys, ChooseTheOutriggersAndTheWayToShowTheSwing) {
   }
 }
 
-TEST(Keys, AreDescribedAsTheyAre) {
+TEST(KeysTest, AreDescribedAsTheyAre) {
   std::ostringstream page;
   page << std::ifstream(SOURCE_FOLDER "/docs/simulator.md").rdbuf();
   for (const Dialogue::reaction_t& reaction : Dialogue::Reactions()) {
@@ -169,7 +169,7 @@ TEST(Keys, AreDescribedAsTheyAre) {
 }
 
 // The display's grid has 40 columns, 24 in Chinese; what is on the right covers what is on the left.
-TEST(Texts, FitBesideEachOtherInEveryLanguage) {
+TEST(TextsTest, FitBesideEachOtherInEveryLanguage) {
   constexpr const char* LINES[4][2] = {
       {"outriggers", "swing-text"}, {"jib", "aux"}, {"pickpoint", "winch"}, {"line4-left", "counterweight"}};
   constexpr const char* MENU[4][2] = {{"select1-linea", "select3-linea"},

@@ -9,7 +9,7 @@ namespace {
 
 constexpr int FLASH_AT = 5;  // of the text in command 3
 
-TEST(LoadComputer, TalksAtAHostsPace) {
+TEST(LoadComputerTest, TalksAtAHostsPace) {
   HostRun run;
   const auto start = run.Pass(2);
   std::vector<std::string> order;
@@ -32,7 +32,7 @@ TEST(LoadComputer, TalksAtAHostsPace) {
   EXPECT_EQ(CountOf(run.Pass(60), "transition"), 12U) << "one that comes late is asked for its page";
 }
 
-TEST(LoadComputer, FallsSilentAndRestarts) {
+TEST(LoadComputerTest, FallsSilentAndRestarts) {
   HostRun run;
   run.Pass(5);
   run.Do("silence 3");
@@ -50,7 +50,7 @@ TEST(LoadComputer, FallsSilentAndRestarts) {
 }
 
 // 20 m at 60 degrees is a radius of 8.9 m.
-TEST(LoadComputer, TellsTheDisplayInTheUnitsThatAreSet) {
+TEST(LoadComputerTest, TellsTheDisplayInTheUnitsThatAreSet) {
   HostRun run;
   run.Raise("20");
   run.Do("load 5000");
@@ -76,7 +76,7 @@ TEST(LoadComputer, TellsTheDisplayInTheUnitsThatAreSet) {
   EXPECT_NEAR(values->Value("percent"), 100 * values->Value("load") / values->Value("capacity"), 0.01);
 }
 
-TEST(LoadComputer, SoundsEachAlarmInItsWay) {
+TEST(LoadComputerTest, SoundsEachAlarmInItsWay) {
   struct {
     const char* action;
     double beeper;
@@ -117,7 +117,7 @@ TEST(LoadComputer, SoundsEachAlarmInItsWay) {
   EXPECT_EQ(LastOf(run.Pass(1), "beeper")->Value(), 10) << "another alarm sounds";
 }
 
-TEST(LoadComputer, FillsTheBusAtItsFastest) {
+TEST(LoadComputerTest, FillsTheBusAtItsFastest) {
   HostRun run;
   run.Pass(5);
   run.Do("traffic full");

@@ -18,9 +18,9 @@
 namespace {
 
 // The scanner on the emulated port, with the timer's ticks given by hand.
-class Scanner : public testing::Test {
+class ScannerTest : public testing::Test {
  protected:
-  Scanner() : board_(platform::BoardMapping::role_t::OWNER) {
+  ScannerTest() : board_(platform::BoardMapping::role_t::OWNER) {
     ThreadCtl(_NTO_TCTL_IO, nullptr);
     port_ = mmap_device_io(8, 0x43FA8000);
     out16(port_ + 4, 0x0F00);
@@ -52,7 +52,7 @@ class Scanner : public testing::Test {
   std::uintptr_t port_;
 };
 
-TEST_F(Scanner, ReadsEachKeyAndThePairAndNothingElse) {
+TEST_F(ScannerTest, ReadsEachKeyAndThePairAndNothingElse) {
   struct case_t {
     std::initializer_list<int> keys;
     int code, key;
@@ -79,7 +79,7 @@ TEST_F(Scanner, ReadsEachKeyAndThePairAndNothingElse) {
   }
 }
 
-TEST_F(Scanner, WantsTwoTicksForAPressAndSixForARelease) {
+TEST_F(ScannerTest, WantsTwoTicksForAPressAndSixForARelease) {
   Hold({3});
   Scan(1);
   EXPECT_EQ(KEYPAD::KeyHeld, 0);
@@ -101,9 +101,9 @@ TEST_F(Scanner, WantsTwoTicksForAPressAndSixForARelease) {
 }
 
 // A record with all pages; the number of an action is its index and 100.
-class Actions : public testing::Test {
+class ActionsTest : public testing::Test {
  protected:
-  Actions() {
+  ActionsTest() {
     for (std::size_t i = 1; i < ACTION_NAME_COUNT; ++i) {
       data_->actionIds[std::string(ACTION_ID_NAMES[i])] = static_cast<int>(i) + 100;
     }
@@ -116,7 +116,7 @@ class Actions : public testing::Test {
   TestRecord data_;
 };
 
-TEST_F(Actions, ActionsActInTheirOrder) {
+TEST_F(ActionsTest, ActionsActInTheirOrder) {
   ConsoleCapture console;
   Show(ACTION_PAGE_WAD);
   EXPECT_EQ(CurrentPageId(data_), ACTION_PAGE_WAD);
@@ -129,7 +129,7 @@ TEST_F(Actions, ActionsActInTheirOrder) {
   EXPECT_EQ(console.Err(), "Orvik: ERROR!  received unknown action 119\n");
 }
 
-TEST_F(Actions, ExternalKeysFollowTheirThreeVariables) {
+TEST_F(ActionsTest, ExternalKeysFollowTheirThreeVariables) {
   struct case_t {
     double enabled, code;
     std::uint32_t queued;

@@ -78,9 +78,9 @@ std::vector<ask_t> AllAsks() {
   return asks;
 }
 
-class PageFlow : public testing::Test {
+class PageFlowTest : public testing::Test {
  protected:
-  PageFlow() {
+  PageFlowTest() {
     const unit::screen_names_t names = unit::LoadScreenNames(SOURCE_FOLDER "/config/generic.xml");
     std::vector<std::string> problems;
     design_ = unit::LoadDesign(SOURCE_FOLDER "/config/screen", unit::WidgetNames(names), problems);
@@ -132,7 +132,7 @@ class PageFlow : public testing::Test {
   std::map<std::string, const unit::page_t*> pageByAction_;
 };
 
-TEST_F(PageFlow, TheDocumentShowsTheTablesThatTheProgramsUse) {
+TEST_F(PageFlowTest, TheDocumentShowsTheTablesThatTheProgramsUse) {
   const std::string file = SOURCE_FOLDER "/docs/pages.md";
   std::stringstream content;
   content << std::ifstream(file).rdbuf();

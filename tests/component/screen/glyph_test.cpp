@@ -71,7 +71,7 @@ std::set<char32_t> Characters() {
   return characters;
 }
 
-TEST(Fonts, HaveAGlyphForEveryCharacterOfTheProduct) {
+TEST(FontsTest, HaveAGlyphForEveryCharacterOfTheProduct) {
   const std::set<char32_t> characters = Characters();
   ASSERT_TRUE(characters.contains(U'Я') && characters.contains(U'信')) << "the texts were not found";
   const std::array<std::vector<const char*>, 2> families{

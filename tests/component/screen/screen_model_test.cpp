@@ -31,7 +31,7 @@ std::string Page(const std::string& name, int order, const std::string& content,
          "</page></metadata>" + content + "</svg>";
 }
 
-TEST(Design, MistakesAreReportedWithFileAndElement) {
+TEST(DesignTest, MistakesAreReportedWithFileAndElement) {
   const std::pair<const char*, const char*> mistakes[] = {
       {R"(<text data-widget="Unknown"/>)", "no widget Unknown"},
       {R"(<rect data-var="A" data-fil="1:red"/>)", "unknown attribute data-fil"},
@@ -54,7 +54,7 @@ TEST(Design, MistakesAreReportedWithFileAndElement) {
   }
 }
 
-TEST(Design, AFolderGivesItsGoodPagesAndReportsTheOthers) {
+TEST(DesignTest, AFolderGivesItsGoodPagesAndReportsTheOthers) {
   const TestFolder folder;
   folder.Write("a.svg", Page("A", 0, "", R"(<transition event="e" page="Nowhere"/>)"));
   folder.Write("b.svg", Page("A", 1, "", ""));
@@ -69,7 +69,7 @@ TEST(Design, AFolderGivesItsGoodPagesAndReportsTheOthers) {
 }
 
 // The product's own design beside its configuration.
-TEST(ProductDesign, FitsTheConfigurationAndIsDrawn) {
+TEST(ProductDesignTest, FitsTheConfigurationAndIsDrawn) {
   const screen_names_t names = LoadScreenNames(SOURCE_FOLDER "/config/generic.xml");
   std::vector<std::string> problems;
   const design_t design = LoadDesign(SOURCE_FOLDER "/config/screen", WidgetNames(names), problems);
@@ -111,9 +111,9 @@ screen_names_t Names() {
   return names;
 }
 
-class Screen : public testing::Test {
+class ScreenModelTest : public testing::Test {
  protected:
-  Screen() {
+  ScreenModelTest() {
     folder_.Write("main.svg", Page("Main", 0, MAIN, R"(<transition event="MainToWad" page="Wad"/>)"));
     folder_.Write("wad.svg", Page("Wad", 1, WAD, R"(<transition event="WadToMain" page="Main"/>)"));
     model_ = std::make_unique<ScreenModel>(Names(), Load());
@@ -154,7 +154,7 @@ class Screen : public testing::Test {
   std::unique_ptr<ScreenModel> model_;
 };
 
-TEST_F(Screen, TextsTakeEffectTogetherAtProcessCommandsAndOnce) {
+TEST_F(ScreenModelTest, TextsTakeEffectTogetherAtProcessCommandsAndOnce) {
   SetText(LOAD, " 12,300");
   EXPECT_TRUE(model_->TakeChange().elements.empty());
   model_->Accept({});  // process commands
@@ -167,13 +167,13 @@ TEST_F(Screen, TextsTakeEffectTogetherAtProcessCommandsAndOnce) {
   EXPECT_EQ(Show("<b>&").elements.front().content, "&lt;b&gt;&amp;") << "references, not elements";
 }
 
-TEST_F(Screen, ManyCommandsWithoutAnEndTakeEffectAtTheBound) {
+TEST_F(ScreenModelTest, ManyCommandsWithoutAnEndTakeEffectAtTheBound) {
   for (std::size_t i = 0; i < ScreenModel::MAX_PENDING; ++i) SetText(LOAD, std::to_string(i));
   EXPECT_FALSE(model_->HasPending());
   EXPECT_EQ(model_->WidgetTexts().at("Load"), std::to_string(ScreenModel::MAX_PENDING - 1));
 }
 
-TEST_F(Screen, UnknownHandlesAreCountedAndChangeNothing) {
+TEST_F(ScreenModelTest, UnknownHandlesAreCountedAndChangeNothing) {
   SetText(0, "lost");
   SetText(99, "lost");
   model_->ProcessCommands();
@@ -181,7 +181,7 @@ TEST_F(Screen, UnknownHandlesAreCountedAndChangeNothing) {
   EXPECT_TRUE(model_->TakeChange().elements.empty());
 }
 
-TEST_F(Screen, OnlyEventsOfThePageShownChangeItAndWidgetsKeepTheirTexts) {
+TEST_F(ScreenModelTest, OnlyEventsOfThePageShownChangeItAndWidgetsKeepTheirTexts) {
   for (const std::uint32_t event : {std::uint32_t{WAD_TO_MAIN}, std::uint32_t{HEARTBEAT}, 4711U}) {
     EXPECT_FALSE(model_->HandleEvent(event));
   }
@@ -196,7 +196,7 @@ TEST_F(Screen, OnlyEventsOfThePageShownChangeItAndWidgetsKeepTheirTexts) {
   EXPECT_EQ(model_->WidgetTexts().at("Elsewhere"), "kept");
 }
 
-TEST_F(Screen, ElementsFollowTheirVariable) {
+TEST_F(ScreenModelTest, ElementsFollowTheirVariable) {
   model_->SetVariable("Lamp", 1.0);
   model_->SetVariable("Part", 0.6);
   const screen_change_t change = model_->TakeChange();
@@ -213,7 +213,7 @@ TEST_F(Screen, ElementsFollowTheirVariable) {
   EXPECT_FALSE(unknown.variables.at("Part").has_value());
 }
 
-TEST_F(Screen, DataThatAreNotCurrentShowDashes) {
+TEST_F(ScreenModelTest, DataThatAreNotCurrentShowDashes) {
   Show("12,300");
   model_->SetVariable("Lamp", 1.0);
   model_->SetDataState(DATA_LINK_LOST);
@@ -225,7 +225,7 @@ TEST_F(Screen, DataThatAreNotCurrentShowDashes) {
   EXPECT_THAT(model_->Svg(), Not(HasSubstr(">----<")));
 }
 
-TEST_F(Screen, WidgetsMoveTurnHideAndChangeColour) {
+TEST_F(ScreenModelTest, WidgetsMoveTurnHideAndChangeColour) {
   screen_command_t command;
   command.target = LOAD;
   const auto send = [&](screen_operation_t operation) {
@@ -244,7 +244,7 @@ TEST_F(Screen, WidgetsMoveTurnHideAndChangeColour) {
   EXPECT_EQ(Attribute(send(SCREEN_SET_COLOR), "Load", "style"), "fill:rgba(255,0,128,1)");
 }
 
-TEST_F(Screen, AChangedDesignReplacesItsPageAndABrokenOneDoesNot) {
+TEST_F(ScreenModelTest, AChangedDesignReplacesItsPageAndABrokenOneDoesNot) {
   Show("77");
   folder_.Write("main.svg", Page("Main", 0, R"(<text id="Load" x="1" y="1"/><circle r="4"/>)", ""));
   folder_.Write("wad.svg", "<svg");

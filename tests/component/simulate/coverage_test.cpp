@@ -22,7 +22,7 @@ std::string NameOf(const said_t& said) {
   return unknown ? "unknown sub-command" : "unknown command";
 }
 
-TEST(Coverage, EveryCommandIsSentBySomeScenario) {
+TEST(CoverageTest, EveryCommandIsSentBySomeScenario) {
   std::map<std::string, row_t> table;
   const Shelf shelf(SOURCE_FOLDER "/config");
   for (const std::string& name : shelf.ScenarioNames()) {
@@ -60,7 +60,7 @@ std::set<std::string> AnswerTo(const host::number_name_t& key) {
   return answer;
 }
 
-TEST(Coverage, EveryHostKeyIsAnswered) {
+TEST(CoverageTest, EveryHostKeyIsAnswered) {
   for (const host::number_name_t& key : host::HostKeyNames().subspan(1)) {
     const auto answer = AnswerTo(key);
     std::cout << std::left << std::setw(3) << int{key.number} << std::setw(20) << key.name;

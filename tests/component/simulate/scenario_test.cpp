@@ -18,7 +18,7 @@ scenario_t Parse(const std::string& text) {
   return ParseScenario(in, "some/a.scenario");
 }
 
-TEST(Scenario, CarriesOutEachLineAtItsTime) {
+TEST(ScenarioTest, CarriesOutEachLineAtItsTime) {
   HostRun run(1,
               Parse("# What it shows.\n\n0 say start\n2.5 press 3 # a comment\n+1 say \"two  words\" # more\n"
                     "+0 boom angle 20deg\n10 repeat\n"));
@@ -34,7 +34,7 @@ TEST(Scenario, CarriesOutEachLineAtItsTime) {
   EXPECT_EQ(Parse("").name, "a");
 }
 
-TEST(Scenario, TakesOtherUnits) {
+TEST(ScenarioTest, TakesOtherUnits) {
   HostRun run;
   run.Do("hoist hold 3ft");
   run.Do("boom length 50ft");
@@ -44,7 +44,7 @@ TEST(Scenario, TakesOtherUnits) {
   EXPECT_NEAR(run.computer.Crane().NetLoad(), 4535.9237, 1e-9);
 }
 
-TEST(Requests, AreReadOrRefused) {
+TEST(RequestsTest, AreReadOrRefused) {
   const Shelf shelf(SOURCE_FOLDER "/config");
   EXPECT_TRUE(std::holds_alternative<action_t>(ReadDo(R"({"do":"boom angle 45"})", shelf)));
   EXPECT_EQ(std::get<scenario_t>(ReadDo(R"({"do":"scenario overload"})", shelf)).name, "overload");

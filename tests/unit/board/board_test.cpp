@@ -19,14 +19,14 @@ KeyMap Parse(const std::string& text) {
   return KeyMap::Parse(stream, "keys");
 }
 
-TEST(KeyMap, TakesNamesNumbersAndComments) {
+TEST(KeyMapTest, TakesNamesNumbersAndComments) {
   const KeyMap map = Parse("# the left edge\nKEY_F1 1\n\n  0x23f\t3 # odd\r\nBTN_0 8\n30 1");
   for (const auto& [code, key] : {std::pair{59U, 1}, {0x23FU, 3}, {0x100U, 8}, {30U, 1}, {60U, 0}}) {
     EXPECT_EQ(map.FrontKey(code), key) << code;
   }
 }
 
-TEST(KeyMap, HoldsAFrontKeyUntilTheLastKeyThatMeansItGoesUp) {
+TEST(KeyMapTest, HoldsAFrontKeyUntilTheLastKeyThatMeansItGoesUp) {
   const KeyMap map = Parse("30 1\n31 1\n32 8\n");
   struct case_t {
     std::set<unsigned> down;
@@ -38,7 +38,7 @@ TEST(KeyMap, HoldsAFrontKeyUntilTheLastKeyThatMeansItGoesUp) {
   }
 }
 
-TEST(KeyMap, NamesTheFaultyLine) {
+TEST(KeyMapTest, NamesTheFaultyLine) {
   struct case_t {
     const char* text;
     const char* fault;
@@ -62,7 +62,7 @@ TEST(KeyMap, NamesTheFaultyLine) {
   }
 }
 
-TEST(Brightness, IsTheShareRoundedAndNeverDarkByRounding) {
+TEST(BrightnessTest, IsTheShareRoundedAndNeverDarkByRounding) {
   struct case_t {
     std::uint32_t most, period, duty, brightness;
   };
@@ -80,7 +80,7 @@ TEST(Brightness, IsTheShareRoundedAndNeverDarkByRounding) {
   }
 }
 
-TEST(SoundFollower, FollowsTheBeeperAndMakesUpForABeepBetweenTwoLooks) {
+TEST(SoundFollowerTest, FollowsTheBeeperAndMakesUpForABeepBetweenTwoLooks) {
   struct look_t {
     int at_ms;
     bool sounding;

@@ -23,7 +23,7 @@ bool operator==(const frame_t& a, const frame_t& b) {
          std::ranges::equal(a.Bytes(), b.Bytes());
 }
 
-TEST(CanFrameText, WritesAndReadsTheThreeForms) {
+TEST(CanFrameTextTest, WritesAndReadsTheThreeForms) {
   struct case_t {
     frame_t frame;
     const char* log;
@@ -58,7 +58,7 @@ TEST(CanFrameText, WritesAndReadsTheThreeForms) {
   }
 }
 
-TEST(CanFrameText, ReadsWhatOtherToolsWrite) {
+TEST(CanFrameTextTest, ReadsWhatOtherToolsWrite) {
   const frame_t expected = Frame(0x18FF00D2, true, {0, 1, 0xFF}, 1500000);
   for (const char* line : {"(1.500000) vcan0 18ff00d2#0001fF", "  (1.5) vcan0\t18FF00D2#0001FF T\r\n",
                            "(1.500000999) vcan0 18FF00D2#0001FF R"}) {
@@ -74,7 +74,7 @@ TEST(CanFrameText, ReadsWhatOtherToolsWrite) {
   EXPECT_TRUE(*single == Frame(1, false, {0, 10}));
 }
 
-TEST(CanFrameText, RefusesWhatIsNoDataFrame) {
+TEST(CanFrameTextTest, RefusesWhatIsNoDataFrame) {
   for (const char* line :
        {"", "(1.0) can0", "1.0 can0 123#00", "(1) can0 123#00", "(1.0) can0 123", "(1.0) can0 123#R",
         "(1.0 can0 123#00", "(1.) can0 123#00", "(1.0) can0 123##1001122", "(1.0) can0 123#0",
@@ -101,7 +101,7 @@ std::vector<std::string> Drain(bus::SocketcandSplitter& splitter) {
   return messages;
 }
 
-TEST(SocketcandSplitter, JoinsPiecesAndPassesOverWhatStandsBetween) {
+TEST(SocketcandSplitterTest, JoinsPiecesAndPassesOverWhatStandsBetween) {
   bus::SocketcandSplitter splitter;
   splitter.Feed("\r\n< hi");
   EXPECT_THAT(Drain(splitter), ElementsAre());
@@ -112,7 +112,7 @@ TEST(SocketcandSplitter, JoinsPiecesAndPassesOverWhatStandsBetween) {
   EXPECT_EQ(splitter.Dropped(), 0U);
 }
 
-TEST(SocketcandSplitter, DropsMessagesBeyond256BytesAndGoesOn) {
+TEST(SocketcandSplitterTest, DropsMessagesBeyond256BytesAndGoesOn) {
   bus::SocketcandSplitter splitter;
   const std::string longest = "<" + std::string(254, 'a') + ">";
   splitter.Feed(longest + "<" + std::string(255, 'b') + ">< ok >");

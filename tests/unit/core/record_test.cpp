@@ -12,7 +12,7 @@
 
 namespace {
 
-TEST(Setters, TakeTheGridAndItsBlankFromLanguageAndSystemVersion) {
+TEST(SettersTest, TakeTheGridAndItsBlankFromLanguageAndSystemVersion) {
   RecordWithoutDatabase record;
   struct case_t {
     int language;
@@ -36,7 +36,7 @@ TEST(Setters, TakeTheGridAndItsBlankFromLanguageAndSystemVersion) {
   }
 }
 
-TEST(Dates, AreReformattedAndUnknownMonthsAreMinusOne) {
+TEST(DatesTest, AreReformattedAndUnknownMonthsAreMinusOne) {
   struct case_t {
     const char *in, *out;
   };
@@ -66,7 +66,7 @@ std::vector<std::uint32_t> Ids(const std::vector<CAN_packet_t2>& frames) {
   return ids;
 }
 
-TEST(HandOverQueues, KeepTheOrderAndTakeTheWholeBacklog) {
+TEST(HandOverQueuesTest, KeepTheOrderAndTakeTheWholeBacklog) {
   orvikData_t data;
   getCanPackets(&data);
   EXPECT_TRUE(data.canWork.empty());
@@ -81,7 +81,7 @@ TEST(HandOverQueues, KeepTheOrderAndTakeTheWholeBacklog) {
   EXPECT_EQ(data.canPackets.capacity(), 0U);
 }
 
-TEST(HandOverQueues, DropAndCountWhatComesBeyondTheirBound) {
+TEST(HandOverQueuesTest, DropAndCountWhatComesBeyondTheirBound) {
   orvikData_t data;
   for (std::size_t i = 0; i < MAX_QUEUED_MESSAGES + 3; ++i) addDecapData(&data, DecapData_t{});
   EXPECT_EQ(data.decapData.size(), MAX_QUEUED_MESSAGES);
@@ -91,7 +91,7 @@ TEST(HandOverQueues, DropAndCountWhatComesBeyondTheirBound) {
   EXPECT_EQ(data.decapData.size(), 1U) << "a consumer that caught up makes room";
 }
 
-TEST(KeyQueue, GivesKeysInOrderAndRefusesTheNewKeyWhenFull) {
+TEST(KeyQueueTest, GivesKeysInOrderAndRefusesTheNewKeyWhenFull) {
   orvikData_t data;
   EXPECT_EQ(getKeyData(&data), 0U);
   for (unsigned key = 1; key <= KeyQueue::CAPACITY; ++key) addKeyData(&data, static_cast<unsigned char>(key));

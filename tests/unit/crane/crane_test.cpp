@@ -19,7 +19,7 @@ void Pass(Crane& crane, double seconds) {
   for (int i = 0; i < std::lround(seconds / STEP_S); ++i) crane.Step(STEP_S);
 }
 
-TEST(Geometry, PutsTheHookWhereTheBoomIs) {
+TEST(GeometryTest, PutsTheHookWhereTheBoomIs) {
   struct {
     double length, angle;
     pick_t pick;
@@ -41,7 +41,7 @@ TEST(Geometry, PutsTheHookWhereTheBoomIs) {
 }
 
 // At 0 degrees the pins are (1.9, -0.75) and (3.2, -0.45): the cylinder's arm is 1.545 / 1.33417 = 1.158025 m.
-TEST(Geometry, BalancesTheBoomOnItsCylinder) {
+TEST(GeometryTest, BalancesTheBoomOnItsCylinder) {
   const double weight = 9.80665 * 6800 * 5.35;
   const pressures_t empty = CylinderPressures(10.7, 0, 0, 9.6, 0);
   EXPECT_NEAR(empty.piston, weight / 1.158025 / 0.0707 / 1e5 + 12 * 0.0393 / 0.0707, 0.01);
@@ -52,7 +52,7 @@ TEST(Geometry, BalancesTheBoomOnItsCylinder) {
   EXPECT_DOUBLE_EQ(loaded.rod, 42);
 }
 
-TEST(Geometry, KnowsWhatTheBoomPointsOver) {
+TEST(GeometryTest, KnowsWhatTheBoomPointsOver) {
   const std::pair<double, area_t> cases[] = {
       {0, area_t::FRONT},   {-5, area_t::FRONT},      {5.1, area_t::FRONT_ARC}, {-30, area_t::FRONT_ARC},
       {31, area_t::SIDE},   {-150, area_t::SIDE},     {151, area_t::REAR},      {180, area_t::REAR},
@@ -60,7 +60,7 @@ TEST(Geometry, KnowsWhatTheBoomPointsOver) {
   for (const auto& [swing, area] : cases) EXPECT_EQ(AreaOf(swing), area) << swing;
 }
 
-TEST(Movement, ArrivesSmoothlyAndExactly) {
+TEST(MovementTest, ArrivesSmoothlyAndExactly) {
   Crane crane;
   crane.MoveAngle(45);
   crane.MoveSwing(-90);
@@ -92,7 +92,7 @@ TEST(Movement, ArrivesSmoothlyAndExactly) {
   EXPECT_EQ(crane.Angle(), stopped);
 }
 
-TEST(Movement, CountsOnTheLesserBaseWhileOutriggersMove) {
+TEST(MovementTest, CountsOnTheLesserBaseWhileOutriggersMove) {
   Crane crane;
   crane.MoveBase(base_t::EXTENDED);
   Pass(crane, 4);
@@ -105,7 +105,7 @@ TEST(Movement, CountsOnTheLesserBaseWhileOutriggersMove) {
   EXPECT_EQ(crane.SafeBase(), base_t::TIRES);
 }
 
-TEST(Hoist, GoesWhereItIsToldAndFollowsTheBoomOnlyWhenHeld) {
+TEST(HoistTest, GoesWhereItIsToldAndFollowsTheBoomOnlyWhenHeld) {
   Crane crane;
   crane.MoveAngle(60);
   crane.HoldHook(1.5);
@@ -126,7 +126,7 @@ TEST(Hoist, GoesWhereItIsToldAndFollowsTheBoomOnlyWhenHeld) {
   EXPECT_NEAR(crane.HookHeight(), height, 1e-9) << "new reeving leaves the hook where it hangs";
 }
 
-TEST(Hoist, StopsTheTelescopeAndTheWinchWhenTheHookTouchesTheHead) {
+TEST(HoistTest, StopsTheTelescopeAndTheWinchWhenTheHookTouchesTheHead) {
   Crane crane;
   crane.MoveAngle(60);
   Pass(crane, 40);
@@ -150,7 +150,7 @@ TEST(Hoist, StopsTheTelescopeAndTheWinchWhenTheHookTouchesTheHead) {
   EXPECT_GT(crane.HookDrop(), 1.2);
 }
 
-TEST(Limits, TripBeyondAndHoldUntilTheValueIsBack) {
+TEST(LimitsTest, TripBeyondAndHoldUntilTheValueIsBack) {
   struct {
     quantity_t quantity;
     limit_t limit;
@@ -207,7 +207,7 @@ LoadChart Parse(const std::string& text) {
   return LoadChart::Parse(in, "small.chart");
 }
 
-TEST(LoadChart, GivesCapacitiesBetweenItsRowsAndColumns) {
+TEST(LoadChartTest, GivesCapacitiesBetweenItsRowsAndColumns) {
   const LoadChart chart = Parse(SMALL);
   EXPECT_EQ(chart.Name(), "Small");
   const conditions_t rigged{.base = base_t::EXTENDED, .counterweight = true, .jib = {}, .area = area_t::REAR};
@@ -227,7 +227,7 @@ TEST(LoadChart, GivesCapacitiesBetweenItsRowsAndColumns) {
   }
 }
 
-TEST(LoadChart, TakesTheFirstConfigurationThatFits) {
+TEST(LoadChartTest, TakesTheFirstConfigurationThatFits) {
   const LoadChart chart = Parse(SMALL);
   struct {
     conditions_t conditions;
@@ -242,12 +242,12 @@ TEST(LoadChart, TakesTheFirstConfigurationThatFits) {
   for (const auto& c : cases) EXPECT_NEAR(chart.Capacity(c.conditions, c.radius, c.length), c.capacity, 0.01);
 }
 
-TEST(LoadChart, ConvertsFeetAndPounds) {
+TEST(LoadChartTest, ConvertsFeetAndPounds) {
   const LoadChart chart = Parse("name F\nunits imperial\nconfiguration\nlengths 100\n10 2000\n20 1000\n");
   EXPECT_NEAR(chart.Capacity({}, 15 * 0.3048, 30.48), 1500 * 0.45359237, 0.01);
 }
 
-TEST(LoadChart, SaysWhereAMistakeStands) {
+TEST(LoadChartTest, SaysWhereAMistakeStands) {
   const std::pair<const char*, const char*> cases[] = {
       {"", ":0: the file holds no configuration"},
       {"units metrical\n", ":1: units are metric or imperial"},
@@ -272,7 +272,7 @@ TEST(LoadChart, SaysWhereAMistakeStands) {
 }
 
 // A chart that gives 10 t everywhere, so that only the rigging counts.
-TEST(Rating, TakesOffWhatTheRiggingCosts) {
+TEST(RatingTest, TakesOffWhatTheRiggingCosts) {
   const LoadChart chart =
       Parse("name T\nunits metric\nconfiguration\nlengths 10 40\n1 10000 10000\n60 10000 10000\n");
   struct {
@@ -297,7 +297,7 @@ TEST(Rating, TakesOffWhatTheRiggingCosts) {
   }
 }
 
-TEST(Rating, KnowsPreAlarmAndOverload) {
+TEST(RatingTest, KnowsPreAlarmAndOverload) {
   EXPECT_EQ(LevelOf(89.99), level_t::NORMAL);
   EXPECT_EQ(LevelOf(90), level_t::PRE_ALARM);
   EXPECT_EQ(LevelOf(99.99), level_t::PRE_ALARM);

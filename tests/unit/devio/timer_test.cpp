@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(Timer, LowersWhatIsAboveZeroAtEachTick) {
+TEST(TimerTest, LowersWhatIsAboveZeroAtEachTick) {
   RecordWithoutDatabase record;
   record->countdown[0] = 2;
   record->countdown[1] = -7;
@@ -17,7 +17,7 @@ TEST(Timer, LowersWhatIsAboveZeroAtEachTick) {
   EXPECT_EQ(record->countdown[8], 0);
 }
 
-TEST(Timer, TakesTheDifferenceOfTimesWithNanosecondsThatAreNotNegative) {
+TEST(TimerTest, TakesTheDifferenceOfTimesWithNanosecondsThatAreNotNegative) {
   struct case_t {
     std::timespec start, end;
     std::int64_t nanoseconds;
@@ -32,7 +32,7 @@ TEST(Timer, TakesTheDifferenceOfTimesWithNanosecondsThatAreNotNegative) {
   }
 }
 
-TEST(Timer, TicksAfterTenMillisecondsOrWhenTheClockWasSet) {
+TEST(TimerTest, TicksAfterTenMillisecondsOrWhenTheClockWasSet) {
   for (const auto& [elapsed, due] : {std::pair{9'999'999, false}, {10'000'000, true}, {-1, true}}) {
     EXPECT_EQ(IsTickDue(elapsed), due) << elapsed;
   }

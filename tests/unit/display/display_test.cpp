@@ -12,7 +12,7 @@ namespace {
 constexpr double INFINITE = std::numeric_limits<double>::infinity();
 constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
 
-TEST(NumberFormats, WriteDegreesOfTheFullCircle) {
+TEST(NumberFormatsTest, WriteDegreesOfTheFullCircle) {
   struct swing_t {
     int degrees;
     const char* text;
@@ -31,7 +31,7 @@ TEST(NumberFormats, WriteDegreesOfTheFullCircle) {
   }
 }
 
-TEST(ValueTexts, RoundAsEachValueDoes) {
+TEST(ValueTextsTest, RoundAsEachValueDoes) {
   struct case_t {
     void (*format)(double, char*);
     double value;

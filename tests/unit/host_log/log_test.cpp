@@ -22,7 +22,7 @@ std::vector<std::string> Read(const std::string& text, std::uint64_t* skipped = 
   return lines;
 }
 
-TEST(LogReader, ReadsWhatOtherProgramsWrite) {
+TEST(LogReaderTest, ReadsWhatOtherProgramsWrite) {
   ::setenv("TZ", "UTC-2", 1);
   ::tzset();
   const std::pair<const char*, const char*> cases[] = {
@@ -50,7 +50,7 @@ TEST(LogReader, ReadsWhatOtherProgramsWrite) {
   for (const auto& [line, frame] : cases) EXPECT_THAT(Read(line), testing::ElementsAre(frame)) << line;
 }
 
-TEST(LogReader, PassesOverWhatIsNoDataFrameAndCountsIt) {
+TEST(LogReaderTest, PassesOverWhatIsNoDataFrameAndCountsIt) {
   const char* const lines[] = {"(1.0) can0 123#R",
                                "(1.0) can0 123##1010203",
                                "(1.0) can0 20000004#0000000000000000",
@@ -85,7 +85,7 @@ TEST(LogReader, PassesOverWhatIsNoDataFrameAndCountsIt) {
   }
 }
 
-TEST(LogReader, RefusesALogThatCountsOtherwise) {
+TEST(LogReaderTest, RefusesALogThatCountsOtherwise) {
   EXPECT_THROW(Read("base dec  timestamps absolute\n1.0 1  123  Rx   d 1 00\n"), host::Failure);
   EXPECT_THROW(Read("base hex  timestamps relative\n1.0 1  123  Rx   d 1 00\n"), host::Failure);
 }
@@ -142,7 +142,7 @@ std::vector<std::int64_t> PlayAll(world_t& world, double speed, const std::vecto
   return world.sentAt_us;
 }
 
-TEST(Play, KeepsThePaceOfTheRecordingAtItsSpeed) {
+TEST(PlayTest, KeepsThePaceOfTheRecordingAtItsSpeed) {
   const std::vector<std::uint64_t> stamps = {1'000'000, 1'010'000, 1'010'000, 3'000'000};
   EXPECT_THAT(PlayAll(*std::make_unique<world_t>(), 1, stamps), ElementsAre(0, 10'000, 10'000, 2'000'000));
   EXPECT_THAT(PlayAll(*std::make_unique<world_t>(), 4, stamps), ElementsAre(0, 2'500, 2'500, 500'000));
@@ -152,7 +152,7 @@ TEST(Play, KeepsThePaceOfTheRecordingAtItsSpeed) {
               ElementsAre(0, 1'000, 1'000, 3'000));
 }
 
-TEST(Play, DoesNotDriftHoweverLongSendingTakes) {
+TEST(PlayTest, DoesNotDriftHoweverLongSendingTakes) {
   world_t world;
   world.sendTakes = 900us;
   std::vector<std::uint64_t> stamps;
@@ -164,7 +164,7 @@ TEST(Play, DoesNotDriftHoweverLongSendingTakes) {
   EXPECT_EQ(PlayAll(quick, 3, stamps).back(), 33'333'000);
 }
 
-TEST(Play, GoesOnFromWhereTheBusWasLost) {
+TEST(PlayTest, GoesOnFromWhereTheBusWasLost) {
   world_t world;
   host::Schedule schedule(BEGIN, 1);
   host::played_t played;
@@ -179,14 +179,14 @@ TEST(Play, GoesOnFromWhereTheBusWasLost) {
   EXPECT_THAT(world.sentAt_us, ElementsAre(0, 8'010'000, 8'020'000));
 }
 
-TEST(Play, PutsOffAllThatFollowsAfterAPause) {
+TEST(PlayTest, PutsOffAllThatFollowsAfterAPause) {
   world_t world;
   world.holdAt = 2;
   world.holdFor = 5s;
   EXPECT_THAT(PlayAll(world, 2, {0, 10'000, 20'000, 30'000}), ElementsAre(0, 5'000, 5'010'000, 5'015'000));
 }
 
-TEST(Play, LoopsWithoutAGapAndStopsWhenTold) {
+TEST(PlayTest, LoopsWithoutAGapAndStopsWhenTold) {
   world_t world;
   world.stopAfter = 5;
   host::Schedule schedule(BEGIN, 1);

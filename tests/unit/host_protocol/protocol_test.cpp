@@ -25,7 +25,7 @@ std::string Words(const char* message, host::units_t units = {}) {
 }
 
 // The floats are written by hand; the swing lies between the lamps' bits.
-TEST(OperatingValues, AreEncodedAndPutIntoWords) {
+TEST(OperatingValuesTest, AreEncodedAndPutIntoWords) {
   constexpr const char* MESSAGE =
       "02 00 46 EA 60 00 46 40 30 00 42 0E 00 00 C0 00 00 00 3F 00 00 00 3E CC 49 BA 04 05 00 01 FF B5 80 "
       "3F 80 00 00 BF 80 00 00";
@@ -43,7 +43,7 @@ TEST(OperatingValues, AreEncodedAndPutIntoWords) {
       "deg, piston-pressure 1, rod-pressure -1");
 }
 
-TEST(Decode, PutsEveryLayoutIntoWords) {
+TEST(DecodeTest, PutsEveryLayoutIntoWords) {
   const std::pair<const char*, const char*> cases[] = {
       {"05 00 0F 00 07 00 11 48 45 4C 4C 4F 00 04 00 1D C2 B0 FF FF",
        "texts: line1-center \"HELLO\", erected \"°\""},
@@ -72,7 +72,7 @@ TEST(Decode, PutsEveryLayoutIntoWords) {
   for (const auto& [message, words] : cases) EXPECT_EQ(Words(message), words) << message;
 }
 
-TEST(Words, GiveJsonWithNumbersNamesAndLists) {
+TEST(WordsTest, GiveJsonWithNumbersNamesAndLists) {
   const std::pair<const char*, const char*> cases[] = {
       {"05 00 0A 00 03 00 11 41 00 03 00 11 FF FF",
        "CMD5\",\"name\":\"texts\",\"values\":{\"line1-center\":[\"A\",\"\xEF\xBF\xBD\"]"},
@@ -86,7 +86,7 @@ TEST(Words, GiveJsonWithNumbersNamesAndLists) {
   }
 }
 
-TEST(Encode, WhatDoesNotFitBecomesTheNearestThatDoesOrIsRefused) {
+TEST(EncodeTest, WhatDoesNotFitBecomesTheNearestThatDoesOrIsRefused) {
   EXPECT_EQ(ToHex(host::Encode("beeper", 300)), "04 FF");
   EXPECT_EQ(ToHex(host::Encode("beeper", -1)), "04 00");
   host::OperatingValues values;
@@ -98,7 +98,7 @@ TEST(Encode, WhatDoesNotFitBecomesTheNearestThatDoesOrIsRefused) {
   EXPECT_THROW(host::EncodeTexts(texts_t{{0, "a"}, {1, ""}}), host::UsageError);
 }
 
-TEST(Segment, PadsTheLastFrameAndKnowsItsBounds) {
+TEST(SegmentTest, PadsTheLastFrameAndKnowsItsBounds) {
   EXPECT_THAT(ToHex(host::Segment(Message{6})), ElementsAre("00 01 06 FF FF FF FF FF"));
   EXPECT_THAT(ToHex(host::Segment(Message{1, 2, 3, 4, 5, 6})), ElementsAre("00 01 01 02 03 04 05 06"));
   EXPECT_THAT(ToHex(host::Segment(Message{1, 2, 3, 4, 5, 6, 7})),
@@ -109,7 +109,7 @@ TEST(Segment, PadsTheLastFrameAndKnowsItsBounds) {
 }
 
 // A name that two things had would send the one that is looked for first.
-TEST(ProtocolTable, NamesAreUniqueAndFieldsLieInsideTheirMessages) {
+TEST(ProtocolTableTest, NamesAreUniqueAndFieldsLieInsideTheirMessages) {
   std::set<std::string_view> names;
   for (const host::command_t& command : host::Commands()) {
     EXPECT_TRUE(names.insert(command.name).second) << command.name;
@@ -140,7 +140,7 @@ joined_t Join(const std::vector<bus::frame_t>& frames) {
   return joined;
 }
 
-TEST(Injector, EachFaultSpoilsAsItsNameSaysAndLosesOneGoodMessageAtMost) {
+TEST(InjectorTest, EachFaultSpoilsAsItsNameSaysAndLosesOneGoodMessageAtMost) {
   struct case_t {
     const char* name;
     std::function<bool(const joined_t&)> spoils;
@@ -180,7 +180,7 @@ bus::frame_t Frame(const std::string& text, std::uint64_t time_us) {
   return frame;
 }
 
-TEST(Conversation, GivesEachReplyItsRequestAndNoticesWhatIsOutOfPlace) {
+TEST(ConversationTest, GivesEachReplyItsRequestAndNoticesWhatIsOutOfPlace) {
   struct {
     const char* what;
     std::vector<const char*> frames;  // 300 ms apart

@@ -31,7 +31,7 @@ std::vector<std::string> Words(const std::string& text) {
   return {std::istream_iterator<std::string>(in), {}};
 }
 
-TEST(SendPlan, SendsEachCommandByName) {
+TEST(SendPlanTest, SendsEachCommandByName) {
   // Arguments and the bytes of their messages; each fits one frame and is padded.
   for (const std::string& word : Words(
            "beeper=20:0414 beeper=continuous:04FF units=metric:070B01 units=0x02:070B02 "
@@ -56,7 +56,7 @@ TEST(SendPlan, SendsEachCommandByName) {
                           "03 00 7F 00 00 00 00 FF"));
 }
 
-TEST(SendPlan, GathersValuesAndTextsWhereTheFirstStands) {
+TEST(SendPlanTest, GathersValuesAndTextsWhereTheFirstStands) {
   host::OperatingValues values;
   values.Set("load", 1);
   const std::vector<std::string> arguments = {"units=1",  "radius=2",         "line1-center=A",
@@ -71,7 +71,7 @@ TEST(SendPlan, GathersValuesAndTextsWhereTheFirstStands) {
   EXPECT_EQ(ToHex(plan.steps[3].frames[0].Bytes()), "00 01 04 01 FF FF FF FF");
 }
 
-TEST(SendPlan, RefusesWhatItCannotSendAndSaysWhatWouldBeRight) {
+TEST(SendPlanTest, RefusesWhatItCannotSendAndSaysWhatWouldBeRight) {
   const std::pair<const char*, const char*> cases[] = {
       {"did you mean load?", "lod=3"},
       {"did you mean overload?", "led=overlod"},

@@ -28,7 +28,7 @@ void ExpectSame(const std::string& shown, const char* widget, double value) {
   EXPECT_EQ(shown, text.starts_with("---") ? "-----" : text) << value;
 }
 
-TEST(ShownValues, AreRoundedAsTheDisplayRoundsThem) {
+TEST(ShownValuesTest, AreRoundedAsTheDisplayRoundsThem) {
   constexpr double NONE = std::numeric_limits<double>::quiet_NaN();
   constexpr double ENDLESS = std::numeric_limits<double>::infinity();
   std::vector<double> values = {NONE, ENDLESS, -ENDLESS, -0.04,  -0.06,  -19.94, -20, -20.04, -20.06,
@@ -50,7 +50,7 @@ TEST(ShownValues, AreRoundedAsTheDisplayRoundsThem) {
   }
 }
 
-TEST(ShownState, FollowsTheHostsMessagesAsTheDisplayDoes) {
+TEST(ShownStateTest, FollowsTheHostsMessagesAsTheDisplayDoes) {
   struct case_t {
     std::vector<const char*> messages;
     host::shown_t shown;
@@ -78,7 +78,7 @@ TEST(ShownState, FollowsTheHostsMessagesAsTheDisplayDoes) {
   }
 }
 
-TEST(ShownState, ShowsLampsWithTheColoursThatAreSetForThem) {
+TEST(ShownStateTest, ShowsLampsWithTheColoursThatAreSetForThem) {
   host::ShownState state;
   host::Message values(41, 0);
   values[0] = 2;
@@ -116,7 +116,7 @@ std::vector<std::pair<std::string, std::string>> Differences(const std::string& 
   return found;
 }
 
-TEST(ShownDiff, PartsAndMeetsAgainAtTheNearestStateOfBoth) {
+TEST(ShownDiffTest, PartsAndMeetsAgainAtTheNearestStateOfBoth) {
   EXPECT_THAT(Differences("abcd", "abcd"), ElementsAre());
   EXPECT_THAT(Differences("abcd", "abXd"), ElementsAre(Pair("1/1", "cX")));
   EXPECT_THAT(Differences("abcd", "abd"),
@@ -128,7 +128,7 @@ TEST(ShownDiff, PartsAndMeetsAgainAtTheNearestStateOfBoth) {
   EXPECT_THAT(Differences("", ""), ElementsAre());
 }
 
-TEST(ShownDiff, HoldsBoundedMuchAndFindsItsWayBackAfterwards) {
+TEST(ShownDiffTest, HoldsBoundedMuchAndFindsItsWayBackAfterwards) {
   std::string a;
   std::string b;
   for (int i = 0; i < 3000; ++i) {
@@ -142,7 +142,7 @@ TEST(ShownDiff, HoldsBoundedMuchAndFindsItsWayBackAfterwards) {
   EXPECT_THAT(found[3], Pair("0/1", "zY"));
 }
 
-TEST(DiffLines, SayWhatEachLogShowsAsJson) {
+TEST(DiffLinesTest, SayWhatEachLogShowsAsJson) {
   const host::difference_t difference{
       .states = {1, 2},
       .time_us = {1'700'000'000'250'000, 1'700'000'000'260'000},

@@ -24,9 +24,9 @@ std::vector<std::uint8_t> Delivery(std::uint32_t identifier, const frame_t& byte
   return message;
 }
 
-class CanTransport : public testing::Test {
+class CanTransportTest : public testing::Test {
  protected:
-  CanTransport() {
+  CanTransportTest() {
     for (auto& count : CommandCounts) count = 0;
     record_->watchdogSeconds = 5;
   }
@@ -36,7 +36,7 @@ class CanTransport : public testing::Test {
   RecordWithoutDatabase record_;
 };
 
-TEST_F(CanTransport, QueuesAllOtherHostFrames) {
+TEST_F(CanTransportTest, QueuesAllOtherHostFrames) {
   const std::vector<frame_t> frames = {{0, 2, 6},    {1, 6},    {0, 1, 7, 8}, {0, 1, 7, 0},
                                        {0, 1, 5, 3}, {1, 1, 6}, {0, 0, 6},    {255, 255, 255}};
   for (const auto& frame : frames) HostSends(frame);
@@ -49,7 +49,7 @@ TEST_F(CanTransport, QueuesAllOtherHostFrames) {
   EXPECT_EQ(CommandCounts[COUNT_TOTAL_PKTS], frames.size());
 }
 
-TEST_F(CanTransport, IgnoresOtherIdentifiersAndMessagesTooShortForAFrame) {
+TEST_F(CanTransportTest, IgnoresOtherIdentifiersAndMessagesTooShortForAFrame) {
   for (const std::uint32_t identifier : {0x18FF00D1U, 0x18FF00D2U, 0x1CFF00D0U, 0U}) {
     HandleServiceMessage(record_, Delivery(identifier, {0, 1, 5}));
   }
@@ -64,7 +64,7 @@ TEST_F(CanTransport, IgnoresOtherIdentifiersAndMessagesTooShortForAFrame) {
   EXPECT_EQ(record_->canPackets.size(), 1U);
 }
 
-TEST(ProgramDate, AlwaysHasADayOfTwoDigits) {
+TEST(ProgramDateTest, AlwaysHasADayOfTwoDigits) {
   const program_date_t early = BuildProgramDate("Sep  7 2026");
   EXPECT_THAT(early.frame1, ElementsAre(0, 2, 'S', 'e', 'p', ' ', '0', '7'));
   EXPECT_THAT(early.frame2, ElementsAre(1, ' ', '2', '0', '2', '6', 0xFF, 0xFF));
@@ -90,7 +90,7 @@ std::vector<std::vector<int>> Decode(Decapsulator& decapsulator, const std::vect
   return messages;
 }
 
-TEST(Decapsulator, JoinsFramesInSequenceAndDropsAllOthers) {
+TEST(DecapsulatorTest, JoinsFramesInSequenceAndDropsAllOthers) {
   const frame_t one = {0, 1, 5, 1, 2, 3, 4, 6};
   const frame_t first = {0, 3, 2, 10, 11, 12, 13, 14};
   const frame_t second = {1, 15, 16, 17, 18, 19, 20, 21};
@@ -120,7 +120,7 @@ TEST(Decapsulator, JoinsFramesInSequenceAndDropsAllOthers) {
   }
 }
 
-TEST(Decapsulator, LeavesWhatAnEarlierMessageLeftBehindTheMessage) {
+TEST(DecapsulatorTest, LeavesWhatAnEarlierMessageLeftBehindTheMessage) {
   Decapsulator decapsulator;
   const auto messages =
       Decode(decapsulator,
@@ -142,7 +142,7 @@ std::vector<frame_t> CountingMessage(std::uint8_t frames) {
   return message;
 }
 
-TEST(Decapsulator, TakesWhatFitsTheBlockAndConsumesTheFramesOfWhatDoesNot) {
+TEST(DecapsulatorTest, TakesWhatFitsTheBlockAndConsumesTheFramesOfWhatDoesNot) {
   Decapsulator decapsulator;
   const auto longest = Decode(decapsulator, CountingMessage(36), 252);
   ASSERT_EQ(longest.size(), 1U);

@@ -23,7 +23,7 @@ bytes_t Head(const message_t& message, std::size_t length) {
   return {message.begin(), message.begin() + static_cast<std::ptrdiff_t>(length)};
 }
 
-TEST(J1939External, ARequestFillsItsPartOfTheBufferAlone) {
+TEST(J1939ExternalTest, ARequestFillsItsPartOfTheBufferAlone) {
   using Api = J1939External;
   for (const auto& [build, type] :
        {std::pair{&Api::setFilter, 0}, {&Api::setMultipacketFilter, 3}, {&Api::setFastpacketFilter, 5}}) {

@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(HttpAddress, IsOneOfTheLoopback) {
+TEST(HttpAddressTest, IsOneOfTheLoopback) {
   for (const char* text : {"127.0.0.1:8740", "localhost:0", "[::1]:65535", "127.1.2.3:1"}) {
     EXPECT_EQ(http::FormatAddress(http::ParseAddress(text)), text);
   }
@@ -17,7 +17,7 @@ TEST(HttpAddress, IsOneOfTheLoopback) {
   }
 }
 
-TEST(HttpAddress, OnlyLoopbackNamesAreAnswered) {
+TEST(HttpAddressTest, OnlyLoopbackNamesAreAnswered) {
   for (const char* host : {"127.0.0.1:8740", "localhost", "localhost:1", "[::1]:8740"}) {
     EXPECT_TRUE(http::IsLoopbackHost(host)) << host;
   }
@@ -27,7 +27,7 @@ TEST(HttpAddress, OnlyLoopbackNamesAreAnswered) {
   }
 }
 
-TEST(HttpAddress, ChangesComeFromProgramsOrTheOwnPages) {
+TEST(HttpAddressTest, ChangesComeFromProgramsOrTheOwnPages) {
   constexpr const char* HOST = "127.0.0.1:8740";
   EXPECT_TRUE(http::IsOwnOrigin("", HOST));
   EXPECT_TRUE(http::IsOwnOrigin("http://127.0.0.1:8740", HOST));

@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(PageTables, BuildTheSetOnceAndSetMasksWithinTheMap) {
+TEST(PageTablesTest, BuildTheSetOnceAndSetMasksWithinTheMap) {
   RecordWithoutDatabase record;
   InitPages(record);
   const Page_t* first = record->target.pages.data();

@@ -18,9 +18,9 @@ namespace {
 
 using namespace std::string_literals;
 
-class Commands : public testing::Test {
+class CommandsTest : public testing::Test {
  protected:
-  Commands() {
+  CommandsTest() {
     InitAllFields();
     record_->blankChar = '_';
     record_->spaceChar = '_';
@@ -48,7 +48,7 @@ class Commands : public testing::Test {
   RecordWithoutDatabase record_;
 };
 
-TEST_F(Commands, CountThemselves) {
+TEST_F(CommandsTest, CountThemselves) {
   // Each command, and the one counter that it moves.
   const std::vector<std::pair<std::vector<char>, int>> counted = {
       {{0}, 0},         {{1}, 1},         {{4, 20}, 4}, {{6}, 6},        {{8, 7}, 26}, {{9, 100}, 26},
@@ -70,7 +70,7 @@ TEST_F(Commands, CountThemselves) {
             (std::vector{2, 3, 4, 5}));
 }
 
-TEST_F(Commands, ValidKeysBeyondTheMapAreReportedAndLeftOut) {
+TEST_F(CommandsTest, ValidKeysBeyondTheMapAreReportedAndLeftOut) {
   const auto masks = [this](std::size_t i) { return unsigned{record_->keyMasks[i]}; };
   for (auto& mask : record_->keyMasks) mask = 0x7F;
   Send("\x07\x01\x03\x00\x01\x7F\x09"s);
@@ -83,7 +83,7 @@ TEST_F(Commands, ValidKeysBeyondTheMapAreReportedAndLeftOut) {
   EXPECT_EQ(console.Err(), "***** ERROR!  Valid keys count.  max=24, count=255\n");
 }
 
-TEST_F(Commands, FillTheFieldsWithTheirTextUpToTheEndOfTheBlock) {
+TEST_F(CommandsTest, FillTheFieldsWithTheirTextUpToTheEndOfTheBlock) {
   ConsoleCapture console;
   Send(
       "\x05"
@@ -114,7 +114,7 @@ struct refused_t {
   std::string left;  // the first field's text afterwards
 };
 
-TEST_F(Commands, AreRefusedForBadLengths) {
+TEST_F(CommandsTest, AreRefusedForBadLengths) {
   const auto sub = [](int length) {
     return "***** ERROR!  Cmd5 sub command length.  min=3, max=800, subLen=" + std::to_string(length) +
            "\nError!  ProcessSubCommand returned failure\n";
@@ -145,7 +145,7 @@ TEST_F(Commands, AreRefusedForBadLengths) {
   }
 }
 
-TEST_F(Commands, CentreTheFlashMessage) {
+TEST_F(CommandsTest, CentreTheFlashMessage) {
   struct flash_t {
     int language;
     std::string text;

@@ -159,7 +159,7 @@ TEST_F(CompositorTest, DepthAndSizeOfAFrameAreBounded) {
   EXPECT_EQ(compositor_.Counters().operationsRefused, 20U);
 }
 
-TEST(ScreenMessage, MovesRotationsAndColours) {
+TEST(ScreenMessageTest, MovesRotationsAndColours) {
   const auto move = ReadScreenMessage(bytes_t{7, 0, 0, 0, 1, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 76, 0, 0, 0});
   ASSERT_TRUE(move);
   EXPECT_EQ(move->place, (std::array<std::int32_t, 2>{-1, 76}));
@@ -174,7 +174,7 @@ TEST(ScreenMessage, MovesRotationsAndColours) {
   EXPECT_EQ(color->parts, (std::array<float, 4>{1, 0, 0.5, 1}));
 }
 
-TEST(ScreenMessage, WhatIsNoWholeMessageIsRefused) {
+TEST(ScreenMessageTest, WhatIsNoWholeMessageIsRefused) {
   const std::pair<const char*, bytes_t> cases[] = {
       {"empty", {}},
       {"shorter than its header", {1, 0, 0, 0, 4, 0, 0}},

@@ -38,7 +38,7 @@ struct walk_t {
   const char* elements;
 };
 
-TEST(PreferenceReader, WalksElementsInDocumentOrder) {
+TEST(PreferenceReaderTest, WalksElementsInDocumentOrder) {
   const std::vector<walk_t> walks = {
       {"<a/>", "a"},
       {"  \r\n<a>text</a>\n", "a"},
@@ -53,14 +53,14 @@ TEST(PreferenceReader, WalksElementsInDocumentOrder) {
   for (const walk_t& walk : walks) EXPECT_EQ(Describe(walk.document), walk.elements) << walk.document;
 }
 
-TEST(PreferenceReader, ReadsTheSameAcrossABlockBorder) {
+TEST(PreferenceReaderTest, ReadsTheSameAcrossABlockBorder) {
   const std::string document = "<a x='&quot;'><!-- - --><b y=\"2\">t &lt;</b><?p?><c/></a>";
   for (std::size_t padding = 4096 - document.size(); padding <= 4096; ++padding) {
     EXPECT_EQ(Describe(std::string(padding, ' ') + document), "a(b,c)") << padding;
   }
 }
 
-TEST(PreferenceReader, PassesOverWhatTheCallerDoesNotVisit) {
+TEST(PreferenceReaderTest, PassesOverWhatTheCallerDoesNotVisit) {
   std::istringstream stream("<r><a><a1><a2/></a1>text</a><b><b1/><b2/><b3><b4/></b3></b><c/><d/></r>");
   Reader reader(stream);
   reader.beginParsing();
@@ -75,7 +75,7 @@ TEST(PreferenceReader, PassesOverWhatTheCallerDoesNotVisit) {
   EXPECT_EQ(reader.getNextSibling(), nullptr);
 }
 
-TEST(PreferenceReader, SkipsAnyDepthOfNesting) {
+TEST(PreferenceReaderTest, SkipsAnyDepthOfNesting) {
   constexpr int DEPTH = 200'000;
   std::string document = "<r>";
   for (int i = 0; i < DEPTH; ++i) document += "<e>";
@@ -87,7 +87,7 @@ TEST(PreferenceReader, SkipsAnyDepthOfNesting) {
   EXPECT_EQ(reader.getNextSibling()->GetName(), "last");
 }
 
-TEST(PreferenceReader, KeepsTextWithSingleBlanksAndEntities) {
+TEST(PreferenceReaderTest, KeepsTextWithSingleBlanksAndEntities) {
   const std::vector<walk_t> texts = {
       {"<a>  one \n\t two</a>", "one two"}, {"<a>one </a>", "one "},
       {"<a>&lt;&amp;&gt;</a>", "<&>"},      {"<a>one<!-- - -> -->two<b/>three</a>", "onetwo"},
@@ -100,7 +100,7 @@ TEST(PreferenceReader, KeepsTextWithSingleBlanksAndEntities) {
   }
 }
 
-TEST(PreferenceReader, ConvertsAttributes) {
+TEST(PreferenceReaderTest, ConvertsAttributes) {
   std::istringstream stream(
       "<a int='-12' big = '4294967295' wide='65537' byte=\"300\" yes='2' true='true' real='1.5e2x'\n"
       " quotes='say \"&apos;\"' char='xy' empty='' raw=' a  b '/>");
@@ -121,7 +121,7 @@ TEST(PreferenceReader, ConvertsAttributes) {
               testing::ThrowsMessage<Node::AttributeNotFoundException>("Can't find attribute: absent"));
 }
 
-TEST(PreferenceReader, ReportsWhatEndsTooEarlyAndWhatDoesNotBelong) {
+TEST(PreferenceReaderTest, ReportsWhatEndsTooEarlyAndWhatDoesNotBelong) {
   for (const char* document : {"", "  ", "<", "<a", "<a ", "<a x", "<a x=", "<a x='1", "<a x='&am", "<a>",
                                "<a>te", "<a><b/>", "<a><b></b>", "<a/", "<a></a", "<!-- <a/>", "<?xml"}) {
     EXPECT_THROW(Describe(document), Reader::EOFFoundException) << document;

@@ -16,7 +16,7 @@ scenario_t Parse(const std::string& text) {
   return ParseScenario(in, "some/a.scenario");
 }
 
-TEST(Scenario, SaysWhereAMistakeStandsAndWhatWouldBeRight) {
+TEST(ScenarioTest, SaysWhereAMistakeStandsAndWhatWouldBeRight) {
   const std::pair<const char*, const char*> cases[] = {
       {"0 bom angle 45", "1: \"bom\" is not an action; hx7 simulate --help lists them; did you mean boom?"},
       {"\n0 boom angel 45", "2: \"angel\" is not one of angle length"},
@@ -53,7 +53,7 @@ TEST(Scenario, SaysWhereAMistakeStandsAndWhatWouldBeRight) {
   }
 }
 
-TEST(Requests, AreBounded) {
+TEST(RequestsTest, AreBounded) {
   ControlQueue queue;
   int taken = 0;
   while (taken < 1000 && queue.Push(by_hand_t{})) ++taken;

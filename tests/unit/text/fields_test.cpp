@@ -22,9 +22,9 @@ std::vector<unsigned> CodePoints(const std::string& text) {
 }
 
 // Fields and a grid that starts empty, with a visible blank.
-class Fields : public testing::Test {
+class FieldsTest : public testing::Test {
  protected:
-  Fields() {
+  FieldsTest() {
     InitAllFields();
     record_->spaceChar = '_';
   }
@@ -40,7 +40,7 @@ std::string Blanks(std::size_t count) {
   return std::string(count, '_');
 }
 
-TEST_F(Fields, StandWhereTheLayoutSays) {
+TEST_F(FieldsTest, StandWhereTheLayoutSays) {
   // Numbers as the host sends them; each text alone on the grid.
   const std::vector<std::tuple<unsigned char, std::size_t, std::size_t>> places = {
       // field, line, column
@@ -60,7 +60,7 @@ TEST_F(Fields, StandWhereTheLayoutSays) {
   }
 }
 
-TEST_F(Fields, LaterStepsWinWhereTextsOverlap) {
+TEST_F(FieldsTest, LaterStepsWinWhereTextsOverlap) {
   // Longer texts first in each line's order: every later one leaves a stub of the earlier.
   const std::vector<std::pair<unsigned char, std::string>> texts = {
       {1, "1111111"}, {8, "222222"},  {16, "33333"}, {17, std::string(34, '4')},
@@ -74,7 +74,7 @@ TEST_F(Fields, LaterStepsWinWhereTextsOverlap) {
   EXPECT_EQ(Line(1), Blanks(40));
 }
 
-TEST_F(Fields, CenterRoundsDownAndTextsOfOneFieldAreJoinedByABlank) {
+TEST_F(FieldsTest, CenterRoundsDownAndTextsOfOneFieldAreJoinedByABlank) {
   Put(17, "ab");
   Put(17, "cd");
   FieldsToUTF8Lines(record_);
@@ -86,7 +86,7 @@ TEST_F(Fields, CenterRoundsDownAndTextsOfOneFieldAreJoinedByABlank) {
   EXPECT_EQ(FieldToText(fieldLine3Center), "");
 }
 
-TEST_F(Fields, RunOnFromColumn0WhenLongerThanTheLine) {
+TEST_F(FieldsTest, RunOnFromColumn0WhenLongerThanTheLine) {
   const std::string text = "0123456789012345678901234567890123456789ABCDE";
   const std::vector<std::pair<int, std::string>> messages = {
       {JUSTIFY_LEFT, "WARNING!  Left justification truncation"},
@@ -104,7 +104,7 @@ TEST_F(Fields, RunOnFromColumn0WhenLongerThanTheLine) {
   }
 }
 
-TEST_F(Fields, FillHiddenCellsAndAreCutAtTheEndOfTheGridAndOfALineThatStandsAlone) {
+TEST_F(FieldsTest, FillHiddenCellsAndAreCutAtTheEndOfTheGridAndOfALineThatStandsAlone) {
   const ConsoleCapture console;
   const Field_t field{16, CodePoints(std::string(256, 'x'))};
   SetLCDResolution(record_, 4, 24);
@@ -121,7 +121,7 @@ TEST_F(Fields, FillHiddenCellsAndAreCutAtTheEndOfTheGridAndOfALineThatStandsAlon
   EXPECT_EQ(own[1].cells[0].codePoint, 0U);
 }
 
-TEST_F(Fields, RefuseAnUnknownJustificationOrNumberAndMoreThanAMessageCarries) {
+TEST_F(FieldsTest, RefuseAnUnknownJustificationOrNumberAndMoreThanAMessageCarries) {
   InitializeUTF8Display(record_);
   ConsoleCapture console;
   for (const int justification : {3, -1}) {
@@ -139,7 +139,7 @@ TEST_F(Fields, RefuseAnUnknownJustificationOrNumberAndMoreThanAMessageCarries) {
   EXPECT_EQ(fieldJib.text.size(), MAX_FIELD_TEXT);
 }
 
-TEST_F(Fields, LCDRunsOverAllOthersFromLineToLine) {
+TEST_F(FieldsTest, LCDRunsOverAllOthersFromLineToLine) {
   Put(16, "left");
   Put(21, "right");
   Put(0, std::string(50, 'x'));
@@ -154,7 +154,7 @@ TEST_F(Fields, LCDRunsOverAllOthersFromLineToLine) {
   EXPECT_EQ(Line(3), std::string(24, 'y'));
 }
 
-TEST_F(Fields, SurviveAnyGeometry) {
+TEST_F(FieldsTest, SurviveAnyGeometry) {
   const ConsoleCapture console;
   for (unsigned char id = 0; id < FIELD_COUNT; ++id) Put(id, std::string(256, 'x'));
   for (const int rows : {-1, 0, 1, 4, 5, 1000}) {
@@ -167,7 +167,7 @@ TEST_F(Fields, SurviveAnyGeometry) {
   }
 }
 
-TEST_F(Fields, LinesAreTheSameWhereTheirShownCellsAre) {
+TEST_F(FieldsTest, LinesAreTheSameWhereTheirShownCellsAre) {
   UTF8Line_t a;
   UTF8Line_t b;
   SetLCDResolution(record_, 4, 24);
@@ -177,7 +177,7 @@ TEST_F(Fields, LinesAreTheSameWhereTheirShownCellsAre) {
   EXPECT_FALSE(SameUTF8Line(record_, &a, &b));
 }
 
-TEST_F(Fields, GiveStowedAndErectedTextAsUTF8) {
+TEST_F(FieldsTest, GiveStowedAndErectedTextAsUTF8) {
   Put(29, "Aufgerichtet \xE4\xB8\xAD\xF0\x9F\x98\x80");
   EXPECT_EQ(ErectedText(record_), "Aufgerichtet \xE4\xB8\xAD\xF0\x9F\x98\x80");
   EXPECT_EQ(StowedText(record_), "");
@@ -185,16 +185,16 @@ TEST_F(Fields, GiveStowedAndErectedTextAsUTF8) {
   EXPECT_EQ(StowedText(record_), std::string("a\xEF\xBC\x9F") + "b");
 }
 
-TEST_F(Fields, DumpTheFlashTextByItsLowBytesOnEveryUpdate) {
+TEST_F(FieldsTest, DumpTheFlashTextByItsLowBytesOnEveryUpdate) {
   ConsoleCapture console;
   Put(28, "Hi \xD1\x81\xC2\xB0\x09");
   EXPECT_EQ(console.Out(), "Flash, fid=28, size=6\n    'Hi A0x00b0, 0x0009, '\n");
 }
 
 // The system's own text over that of a host, which has filled two fields.
-class SystemText : public Fields {
+class SystemTextTest : public FieldsTest {
  protected:
-  SystemText() {
+  SystemTextTest() {
     record_->spaceChar = ' ';
     record_->blankChar = ' ';
     Put(16, "host");
@@ -218,7 +218,7 @@ class SystemText : public Fields {
   }
 };
 
-TEST_F(SystemText, EndsAtOnceWhenTheHostSendsNewTextOrTheFieldsStartAnew) {
+TEST_F(SystemTextTest, EndsAtOnceWhenTheHostSendsNewTextOrTheFieldsStartAnew) {
   ShowSystemText(record_, "message");
   EXPECT_EQ(StowedText(record_), "");
   HostSends("n");
@@ -240,7 +240,7 @@ TEST_F(SystemText, EndsAtOnceWhenTheHostSendsNewTextOrTheFieldsStartAnew) {
   EXPECT_EQ(Text(0), "");
 }
 
-TEST_F(SystemText, IsSplitAtABlankWhenLongerThanALine) {
+TEST_F(SystemTextTest, IsSplitAtABlankWhenLongerThanALine) {
   const std::vector<std::array<std::string, 3>> splits = {{"abcd efghi", "abcd efghi", ""},
                                                           {"abcd efghij", "abcd", "efghij"},
                                                           {"abcdefghij klm", "abcdefghij", "klm"},
@@ -254,7 +254,7 @@ TEST_F(SystemText, IsSplitAtABlankWhenLongerThanALine) {
   }
 }
 
-TEST_F(SystemText, IsWidenedInTheFullWidthLanguage) {
+TEST_F(SystemTextTest, IsWidenedInTheFullWidthLanguage) {
   SetLanguage(record_, 3);
   ShowSystemText(record_, "LOST COMMUNICATIONS WITH COMPUTER!");
   EXPECT_EQ(record_->utf8Display[1].cells[0].codePoint, 0xFF2CU);  // "L": 24 characters, the whole line

@@ -30,7 +30,7 @@ std::string WithMarks(const std::string& text) {
   return marked;
 }
 
-TEST(FixUTF8String, MarksEachIllFormedSequence) {
+TEST(FixUTF8StringTest, MarksEachIllFormedSequence) {
   const std::vector<repair_t> repairs = {
       {"empty", "", ""},
       {"one to four bytes", "a\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80z", "a\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80z"},
@@ -64,7 +64,7 @@ TEST(FixUTF8String, MarksEachIllFormedSequence) {
   }
 }
 
-TEST(FixUTF8String, GivesTextThatACheckedDecoderTakesAndLeavesAlone) {
+TEST(FixUTF8StringTest, GivesTextThatACheckedDecoderTakesAndLeavesAlone) {
   std::mt19937 random(20130827);
   // Bytes from the edges of the classes, where mistakes live.
   const std::string bytes = "\x00\x41\x7F\x80\x9F\xA0\xBF\xC0\xC1\xC2\xDF\xE0\xED\xEF\xF0\xF4\xF5\xF7\xF8\xFF"s;
@@ -79,7 +79,7 @@ TEST(FixUTF8String, GivesTextThatACheckedDecoderTakesAndLeavesAlone) {
   }
 }
 
-TEST(TrimSpaces, RemovesBlanksAndTabsFromBothEndsOnly) {
+TEST(TrimSpacesTest, RemovesBlanksAndTabsFromBothEndsOnly) {
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"\t  ab c \t", "ab c"}, {"   ", ""}, {"", ""}, {"x", "x"}, {" \n ", "\n"}, {"\ta", "a"}, {"a\t", "a"}};
   for (const auto& [text, trimmed] : cases) {
@@ -89,7 +89,7 @@ TEST(TrimSpaces, RemovesBlanksAndTabsFromBothEndsOnly) {
   }
 }
 
-TEST(ExpandSubCommand, WidensAsciiInTheFullWidthLanguageOnly) {
+TEST(ExpandSubCommandTest, WidensAsciiInTheFullWidthLanguageOnly) {
   struct text_t {
     int language;
     std::string text;
@@ -116,7 +116,7 @@ TEST(ExpandSubCommand, WidensAsciiInTheFullWidthLanguageOnly) {
   }
 }
 
-TEST(ExpandSubCommand, WidensEachPrintableCharacterToItsOwn) {
+TEST(ExpandSubCommandTest, WidensEachPrintableCharacterToItsOwn) {
   RecordWithoutDatabase record;
   SetLanguage(record, 3);
   std::string printable;

@@ -16,7 +16,7 @@ struct fit_case_t {
   place_t place;
 };
 
-TEST(PictureRules, ThePictureStandsWholeInTheMiddleOfAnyWindow) {
+TEST(PictureRulesTest, ThePictureStandsWholeInTheMiddleOfAnyWindow) {
   const std::array<fit_case_t, 7> cases = {{{640, 480, {0, 0, 640, 480}},
                                             {1920, 1080, {240, 0, 1440, 1080}},
                                             {480, 800, {0, 220, 480, 360}},
@@ -29,7 +29,7 @@ TEST(PictureRules, ThePictureStandsWholeInTheMiddleOfAnyWindow) {
   }
 }
 
-TEST(PictureRules, ThePictureIsAsBrightAsTheBacklightAndNeverBlack) {
+TEST(PictureRulesTest, ThePictureIsAsBrightAsTheBacklightAndNeverBlack) {
   struct case_t {
     bool enabled;
     std::uint32_t period, duty;
@@ -55,7 +55,7 @@ constexpr const char* LAMPS = R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox
 <rect x="320" width="320" height="480" fill="#fff" data-flashing="2"/></svg>)";
 
 // The left lamp flashes once a second, the right one twice; each is light first.
-TEST(PictureRules, WhatFlashesIsDimInTheSecondHalfOfItsPeriod) {
+TEST(PictureRulesTest, WhatFlashesIsDimInTheSecondHalfOfItsPeriod) {
   struct case_t {
     std::chrono::milliseconds time;
     std::uint32_t left, right;
