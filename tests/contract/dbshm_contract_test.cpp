@@ -1,6 +1,6 @@
-// What the parameter database must hold to between processes: whole values, validity, pulses, and a lock that
-// outlives its holder. Every second process is a real one: this program again, with "--child" and its part's
-// name.
+// The parameter database between processes: whole values, validity, pulses, and a lock that outlives its
+// holder. The other process is this program again, started with "--child" and the name of its
+// part.
 #include <array>
 #include <cmath>
 #include <csignal>
@@ -34,7 +34,7 @@ namespace {
 using namespace dbshm_layout;
 
 constexpr unsigned CHARACTERS = 100, TAGGED = 101, TORN = 102, FIRST_TYPED = 110;
-constexpr int BROKEN = 3;  // a child's exit status for a value that nobody wrote
+constexpr int BROKEN = 3;  // a child's exit status for a value that no process wrote
 
 std::uint8_t* At(std::size_t offset) {
   return static_cast<std::uint8_t*>(DBSHM::getMemoryPtr()) + offset;
@@ -89,7 +89,7 @@ void WritePattern(unsigned i) {
   DBSHM::Write(TAGGED, i % 1000, static_cast<double>(i % 1000), 100'000, true);
 }
 
-// A value that is read as good is one that somebody has written whole.
+// Whether every valid value is one that a process has written as a whole.
 bool IsWhole() {
   char characters[9]{};
   if (DBSHM::Read(CHARACTERS, characters) == 1 && characters != std::string(8, characters[0])) return false;
@@ -106,7 +106,7 @@ int ReadAndWriteBesideAnother() {
   return 0;
 }
 
-// Dies with the lock held and half a value written.
+// Dies while it holds the lock and has written half of a value.
 int DieWhileWriting() {
   auto& lock = *reinterpret_cast<platform::shared_lock_t*>(At(LOCK_AT));
   if (platform::LockShared(lock)) return BROKEN;
@@ -116,7 +116,7 @@ int DieWhileWriting() {
   return BROKEN;
 }
 
-// Kills one writer after another at a moment of chance; whoever comes next must find whole values, soon.
+// Kills one writer after another at random moments. The next reader must find whole values without delay.
 int KillManyWriters() {
   std::minstd_rand random(1);
   for (int i = 0; i < 2000; ++i) {
@@ -133,7 +133,7 @@ int KillManyWriters() {
   return 0;
 }
 
-// The message of the Open that main did stands on standard error already; the second one is looked at.
+// main has called Open, and its message was printed. This checks the message of the second call.
 int FindNothing() {
   testing::internal::CaptureStderr();
   DBSHM::Open();
@@ -151,7 +151,7 @@ const std::map<std::string, int (*)()> CHILDREN = {
     {"read-and-write", ReadAndWriteBesideAnother},
 };
 
-// Through the emulator where this program runs in one: the kernel cannot start it by itself.
+// Starts the child by the emulator where this program runs in one, because the kernel cannot start it.
 pid_t StartChild(const char* part) {
   std::istringstream emulator(EMULATOR);
   std::vector<std::string> words(std::istream_iterator<std::string>(emulator), {});
@@ -177,7 +177,7 @@ class DatabaseTest : public testing::Test {
   DatabaseTest() { DBSHM::Init(); }
   ~DatabaseTest() override { platform::UnlinkSharedObject(OBJECT_NAME); }
 
-  // The values of the pulses that wait, in order; a mark of the test's own ends them.
+  // The values of the queued pulses in order. The test sends a pulse of its own to end them.
   static std::vector<int> TakePulses() {
     constexpr int END = 1;
     MsgSendPulse(DBSHM::getCoid(), getprio(0), END, 0);
@@ -208,7 +208,7 @@ TEST_F(DatabaseTest, ValuesLieInTheObjectAsLaidOut) {
   EXPECT_EQ(Peek<std::int32_t>(12), getpid());
   void* const view = DBSHM::getMemoryPtr();
   DBSHM::Open();
-  EXPECT_EQ(DBSHM::getMemoryPtr(), view) << "others are reading it";
+  EXPECT_EQ(DBSHM::getMemoryPtr(), view) << "other threads are reading it";
 }
 
 TEST_F(DatabaseTest, ProcessesAtOnceAndAnyNumberOfKilledOnesLeaveWholeValuesAndBlockNobody) {
@@ -277,6 +277,7 @@ TEST_F(DatabaseTest, HandlesBeyondTheLastAreRefused) {
   DBSHM::Write(LAST_HANDLE, 1.0);
   EXPECT_TRUE(Reads(LAST_HANDLE, 1.0));
   for (const unsigned handle : {LAST_HANDLE + 1, 0xFFFFFFFFU}) {
+    SCOPED_TRACE(handle);
     double value = 5;
     DBSHM::Write(handle, 1.0);
     EXPECT_EQ(DBSHM::Read(handle, value), 0);
@@ -296,6 +297,7 @@ TEST_F(DatabaseTest, NamesAreReadWithoutTrustInTheirTable) {
     at += NAME_ENTRY_SIZE;
   }
   for (const std::uint32_t last : {3U, 0xFFFFFFFFU}) {
+    SCOPED_TRACE(last);
     Poke(LAST_NAME_AT, last);
     DBSHM::makeParamMap();
     EXPECT_EQ(DBSHM::getHandle("PlugA.Resistor"), 11U);
@@ -326,7 +328,7 @@ TEST_F(DatabaseTest, WithoutADatabaseNothingIsReadOrWritten) {
   platform::UnlinkSharedObject(OBJECT_NAME);
   EXPECT_EQ(ExitStatus(StartChild("find-nothing")), 0);
 
-  // One that is still being made is shorter than the layout.
+  // An object that its owner is still making is shorter than the layout.
   const int fd = platform::OpenSharedObject(OBJECT_NAME, O_RDWR | O_CREAT | O_EXCL, 0777);
   ASSERT_GE(fd, 0);
   EXPECT_EQ(ftruncate(fd, 4096), 0);

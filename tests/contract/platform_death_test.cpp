@@ -1,4 +1,4 @@
-// The death of either end, at every moment of a message.
+// The death of the sender or the receiver before, during and after a message.
 #include <array>
 #include <atomic>
 #include <cstring>
@@ -13,7 +13,7 @@ class ServerDeathTest : public ServedTest {
  protected:
   static constexpr int SENDERS = 8;
 
-  // The server dies while all senders wait: each gets its error, and so does everybody who asks later.
+  // Kills the server while all senders wait. Each sender gets ESRCH, and so does every later call.
   template <class Wait>
   void KillUnder(ask_t question, const Wait& untilTheyWait) {
     std::atomic<int> failed = 0;
@@ -29,7 +29,7 @@ class ServerDeathTest : public ServedTest {
     fails();
     std::thread(fails).join();
   }
-  // Lets the senders block; what is expected holds whether they do or not.
+  // Gives the senders time to block. The expectations also hold for a sender that has not blocked yet.
   static void LetThemBlock() { std::this_thread::sleep_for(20ms); }
 };
 
@@ -78,7 +78,7 @@ TEST_F(ServerDeathTest, InAnyMomentFailsOrAnswersAndNeverHangs) {
   }
 }
 
-// The test is the server here and its clients are killed.
+// The test is the server and kills its clients.
 class ClientDeathTest : public PlatformTest {
  protected:
   ~ClientDeathTest() override { name_detach(attach_, 0); }
@@ -129,7 +129,7 @@ TEST_F(ClientDeathTest, BeforeItsMessageWasReceivedLeavesNothingBehind) {
   client->Kill();
   const int scoid = Receive().pulse.scoid;
   EXPECT_NE(scoid, 0);
-  // Its message may still come; the pulse that tells of its end is the last.
+  // The client's message may still arrive. The pulse that reports its end comes last.
   for (got_t got; !(got = Receive()).IsEndOf(scoid);) {
     ASSERT_GT(got.rcvid, 0);
     EXPECT_EQ(MsgReply(got.rcvid, 5, nullptr, 0), -1);

@@ -37,7 +37,7 @@ TEST_F(BoardTest, AnswersTheScannersStrobesWithTheKeysHeld) {
   out16(keypad, 0x0F0F);
   KeysHeldBy(State(), platform::key_source_t::PANEL) = 0x80;
   KeysHeldBy(State(), platform::key_source_t::KEY_DEVICE) = 0x110;  // there is no ninth key
-  // Columns are driven low as outputs alone; no key closes column 10.
+  // Only outputs drive their column low. No key is in column 10.
   for (const auto& [direction, data, rows] : {std::tuple(0x0F00U, 0xF7FFU, 0xDU),
                                               {0x0F00U, 0xFBFFU, 0xFU},
                                               {0x0F00U, 0xFDFFU, 0xEU},
@@ -68,7 +68,7 @@ TEST_F(BoardTest, KeepsItsPadsAndHasNothingElsewhere) {
                                        {4, 0x43FA8006},
                                        {4, 0x12345678},
                                        {std::numeric_limits<std::size_t>::max(), 0x43FA8000}}) {
-    EXPECT_EQ(mmap_device_io(bytes, address), MAP_DEVICE_FAILED);
+    EXPECT_EQ(mmap_device_io(bytes, address), MAP_DEVICE_FAILED) << bytes << " at " << address;
     EXPECT_EQ(errno, ENXIO);
   }
   EXPECT_EQ(munmap_device_io(pads, 16), 0);
@@ -88,7 +88,7 @@ TEST_F(BoardTest, GivesItsRegistersToPrivilegedThreadsOnly) {
 TEST_F(BoardTest, CounterRunsAt32000ASecondAndCyclesAt66Point5Million) {
   const std::uintptr_t counter = mmap_device_io(4, 0x53F90024);
   ASSERT_NE(counter, MAP_DEVICE_FAILED);
-  // Against each other: both are read twice, and a reading lies between its neighbour's two.
+  // Compares both clocks: each reading of the counter lies between two readings of the cycles.
   const std::uint64_t cycles0 = ClockCycles();
   const std::uint32_t count0 = in32(counter);
   const std::uint64_t cycles1 = ClockCycles();
@@ -120,7 +120,7 @@ TEST_F(BoardTest, BeeperTakesItsExactCommandAndCountsTheRest) {
        {Command{}, Command{0x20, 0, 0, 0, 0, 0, 0x80}, Command{0x20, 0, 0, 0, 0, 0, 0x80, 0x3F, 0},
         Command{0x21, 0, 0, 0, 0, 0, 0x80, 0x3F}, Command{0x20, 0, 1, 0, 0, 0, 0x80, 0x3F},
         Command{0x20, 0, 0, 0, 0, 0, 0x00, 0x40}}) {
-    EXPECT_EQ(ErrorOf(write(refused)), EINVAL);
+    EXPECT_EQ(ErrorOf(write(refused)), EINVAL) << testing::PrintToString(refused);
   }
   EXPECT_EQ(State().outputRefused, 6U);
   EXPECT_EQ(State().outputWrites, 3U);
@@ -162,7 +162,7 @@ using NoBoardTest = PlatformTest;
 
 TEST_F(NoBoardTest, MeansNoDevices) {
   for (const char* path : {"/dev/io_interface", "/dev/pwm0"}) {
-    EXPECT_EQ(ErrorOf(platform::OpenDevice(path, O_RDWR)), ENOENT);
+    EXPECT_EQ(ErrorOf(platform::OpenDevice(path, O_RDWR)), ENOENT) << path;
   }
   EXPECT_EQ(BoardMapping(BoardMapping::role_t::USER).Get(), nullptr);
   EXPECT_EQ(devctl(-1, 0, nullptr, 0, nullptr), EBADF);

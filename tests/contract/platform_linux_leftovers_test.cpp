@@ -1,4 +1,4 @@
-// Linux: what stays in the runtime directory, in the process and in its children. Nothing that is not in use.
+// Linux: no file and no descriptor stays in the runtime directory, in a process or in its children once unused.
 #include <array>
 #include <cerrno>
 #include <filesystem>
@@ -28,7 +28,7 @@ std::size_t OpenDescriptors() {
 
 class LeftoversTest : public PlatformTest {};
 
-// Uses all that makes files or descriptors, from several threads.
+// Makes every kind of file and descriptor, from several threads.
 void UseEverything() {
   name_attach_t* const attach = name_attach(nullptr, "Everything", 0);
   ASSERT_NE(attach, nullptr);
@@ -68,9 +68,10 @@ TEST_F(LeftoversTest, OfAThreadThatEndsAreNone) {
   }
   send();
   ReceivePulse(chid);
-  // This thread's own socket, and the last thread's until the receiver looks again: two ends each.
+  // Two ends each of this thread's socket and of the last thread's, which the receiver closes when it next
+  // looks.
   EXPECT_LE(OpenDescriptors(), before + 4);
-  // NOLINTNEXTLINE(cert-env33-c): what a shell command inherits is what is tried
+  // NOLINTNEXTLINE(cert-env33-c): the test is about what a shell command inherits
   EXPECT_EQ(std::system("ls -l /proc/self/fd | grep -q socket:"), 256) << "a socket went through exec";
   EXPECT_EQ(ConnectDetach(coid), 0);
   EXPECT_EQ(ChannelDestroy(chid), 0);
@@ -83,7 +84,7 @@ TEST_F(LeftoversTest, OfAProcessThatExitsWithoutDetachingAreNone) {
       static_cast<void>(ChannelCreate(0));
       static_cast<void>(name_attach(nullptr, "Careless", 0));
       static_cast<void>(platform::OpenSharedObject("/Careless", O_RDWR | O_CREAT, 0600));
-      exit(0);  // NOLINT(concurrency-mt-unsafe): with its exit handlers, which is what is tried
+      exit(0);  // NOLINT(concurrency-mt-unsafe): the test is about the exit handlers
     }
     int status = -1;
     waitpid(program, &status, 0);
@@ -134,7 +135,7 @@ TEST_F(LeftoversTest, InAForkedChildDoNotKeepADeadParentAlive) {
     MsgReceive(attach->chid, &byte, 1, nullptr);
     if (fork() == 0) {
       alarm(CHILD_LIFETIME_S);
-      // Its parent's channel is not its own.
+      // The parent's channel is of no use in its child.
       _exit(MsgReceive(attach->chid, &byte, 1, nullptr) == -1 && MsgSendPulse(held, 10, 1, 1) == -1 &&
                     release.Await()
                 ? 0
@@ -163,9 +164,7 @@ TEST_F(LeftoversTest, ThatSomebodyRemovedLetAPulseThrough) {
   const int chid = ChannelCreate(0);
   const int coid = ConnectAttach(0, 0, chid, 0, 0);
   std::filesystem::remove_all(platform::RuntimeDirectory());
-  std::thread([coid] {
-    EXPECT_EQ(MsgSendPulse(coid, 10, 7, 0), 0) << "a stop has to wake its receiver";
-  }).join();
+  std::thread([coid] { EXPECT_EQ(MsgSendPulse(coid, 10, 7, 0), 0) << "a stop must wake the receiver"; }).join();
   EXPECT_EQ(ReceivePulse(chid).code, 7);
   ConnectDetach(coid);
   ChannelDestroy(chid);
@@ -229,7 +228,7 @@ TEST_F(LeftoversTest, OfDescriptorsAreNotNeededToTurnClientsAway) {
     const long result = MsgSend(coid, "E", 1, nullptr, 0);
     name_close(coid);
     return result == 1;
-  })) << "and serves again when it has descriptors";
+  })) << "the server serves again when descriptors are free";
 }
 
 TEST(PathsTest, OfTheUnitAreUnderItsRoot) {
@@ -264,7 +263,7 @@ TEST(ThreadsTest, StartDetachedWithTheirNameAndWithoutTheUserSignal) {
   ASSERT_TRUE(seen.ended.Await());
   EXPECT_STREQ(seen.name.data(), "Key Pad Scanner");
   EXPECT_TRUE(seen.blocked);
-  EXPECT_FALSE(IsUserSignalBlocked()) << "the starting thread still gets it";
+  EXPECT_FALSE(IsUserSignalBlocked()) << "the starting thread keeps its mask";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The eight-byte lock between threads and processes, and what becomes of it when its holder is killed.
+// The eight-byte lock between threads and processes, and its recovery when its holder is killed.
 #include <array>
 #include <atomic>
 #include <memory>
@@ -22,7 +22,7 @@ using platform::UnlockShared;
 
 constexpr const char* OBJECT = "/ContractLock";
 
-// What the processes share: a lock and counters that only its holder changes.
+// Shared by the processes: a lock, and counters that only its holder changes.
 struct shared_t {
   shared_lock_t lock;
   long first;
@@ -44,7 +44,7 @@ class LockTest : public PlatformTest {
     EXPECT_EQ(platform::UnlinkSharedObject(OBJECT), 0);
   }
 
-  // Adds one to both counters, which are equal whenever nobody holds the lock. Repairs what a dead holder left.
+  // Adds 1 to both counters, which are equal while the lock is free. Repairs them after a dead holder.
   void Step() const {
     if (LockShared(shared_->lock)) shared_->second = shared_->first;
     MarkSlot(shared_->lock, 0);
@@ -58,7 +58,7 @@ class LockTest : public PlatformTest {
     return 0;
   }
   // A process that takes the lock, marks a slot (or none) and is killed as soon as `meanwhile` has run.
-  // What the lock tells that process is to be `expected`.
+  // Taking the lock must return `expected` in that process.
   template <class Meanwhile>
   void KillHolder(int slot, std::optional<std::uint32_t> expected, const Meanwhile& meanwhile) const {
     const Signal holding;
@@ -103,7 +103,7 @@ TEST_F(LockTest, OfAKilledHolderGoesToTheNextWithTheSlotOnce) {
   }
   KillHolder(7);
   KillHolder(-1, 7);
-  EXPECT_EQ(LockAndUnlock(), 7U) << "and again when its finder dies too";
+  EXPECT_EQ(LockAndUnlock(), 7U) << "the slot is reported again when the process that got it dies too";
 }
 
 TEST_F(LockTest, OfAKilledHolderGoesToAWaiter) {
@@ -111,7 +111,7 @@ TEST_F(LockTest, OfAKilledHolderGoesToAWaiter) {
   std::jthread waiter;
   KillHolder(9, {}, [&] {
     waiter = std::jthread([&] { got = static_cast<int>(LockAndUnlock().value_or(1000)); });
-    std::this_thread::sleep_for(10ms);  // lets it wait; what is expected holds whether it does or not
+    std::this_thread::sleep_for(10ms);  // time for the waiter to block; the expectations hold without it too
     EXPECT_EQ(got, -1);
   });
   waiter.join();
@@ -121,7 +121,7 @@ TEST_F(LockTest, OfAKilledHolderGoesToAWaiter) {
 TEST_F(LockTest, WorksInAForkedChildOfAThreadThatUsedIt) {
   StepTimes(3);
   Child child([this] {
-    StepTimes(2);  // with a stale thread id it would give back a lock that it does not hold, and hang
+    StepTimes(2);  // a stale thread id would release a lock that the thread does not hold, and hang
     Child grandchild([this] { return StepTimes(1); });
     return grandchild.Result();
   });

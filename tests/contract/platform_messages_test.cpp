@@ -1,4 +1,4 @@
-// Messages: blocking, sizes, order, several threads, and the reply to each its own.
+// Messages and pulses: blocking, sizes, order, and the replies to several threads.
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -44,7 +44,7 @@ TEST_F(MessagesTest, AreRefusedAndHarmNothing) {
   const int closed = name_open(SERVER_NAME, 0);
   ASSERT_EQ(name_close(closed), 0);
   for (const int coid : {-1, closed, 123456}) {
-    EXPECT_EQ(ErrorOf(MsgSend(coid, "E", 1, nullptr, 0)), EBADF);
+    EXPECT_EQ(ErrorOf(MsgSend(coid, "E", 1, nullptr, 0)), EBADF) << coid;
     EXPECT_EQ(ErrorOf(MsgSendPulse(coid, 10, 0, 0)), EBADF);
   }
   EXPECT_EQ(Ask(ask_t::ECHO), 1);
@@ -59,7 +59,7 @@ TEST_F(MessagesTest, WaitingForAReplyEndsWhenAnotherThreadClosesTheConnection) {
   EXPECT_EQ(Ask(ask_t::ECHO), 1);
 }
 
-// Receiver and sender in one process, each test with the channel in its own hand.
+// Receiver and sender in one process. The test itself receives on the channel.
 class ChannelsTest : public PlatformTest {
  protected:
   ChannelsTest() : chid_(ChannelCreate(_NTO_CHF_DISCONNECT)), coid_(ConnectAttach(0, 0, chid_, 0, 0)) {}
@@ -73,6 +73,7 @@ class ChannelsTest : public PlatformTest {
 
 TEST_F(ChannelsTest, CutLongMessagesAndTellWhoSentThem) {
   for (const std::size_t size : {500UL, 200000UL}) {
+    SCOPED_TRACE(size);
     const Bytes sent = MakeMessage(size, 3);
     std::thread sender([&] { EXPECT_EQ(MsgSend(coid_, sent.data(), size, nullptr, 77), 42); });
     Bytes got(101, 0xEE);
@@ -142,7 +143,7 @@ TEST_F(ChannelsTest, WhenDestroyedWakeReceiversAndSenders) {
     }
     failed += ErrorOf(result) == ESRCH ? 1 : 0;
   });
-  std::this_thread::sleep_for(20ms);  // lets them block; what is expected holds whether they do or not
+  std::this_thread::sleep_for(20ms);  // time for them to block; the expectations hold without it too
   EXPECT_EQ(ChannelDestroy(chid_), 0);
   threads.clear();
   EXPECT_EQ(failed, 4);
@@ -178,7 +179,7 @@ TEST_F(ChannelsTest, DeliverAMessageBehindThePulsesOfItsThread) {
 TEST_F(ChannelsTest, TellThatAConnectionWentWhenAllOfItWent) {
   const int other = ConnectAttach(0, 0, chid_, 0, 0);
   int scoid = 0;
-  // Two threads use it and end; the connection is still there.
+  // Two threads use the connection and end. It stays open.
   for (int i = 0; i < 2; ++i) {
     std::thread([&] { EXPECT_EQ(MsgSendPulse(other, 10, 9, i), 0); }).join();
     const _pulse pulse = ReceivePulse(chid_);
@@ -187,7 +188,7 @@ TEST_F(ChannelsTest, TellThatAConnectionWentWhenAllOfItWent) {
     scoid = pulse.scoid;
   }
   EXPECT_EQ(MsgSendPulse(coid_, 10, 3, 0), 0);
-  EXPECT_EQ(ReceivePulse(chid_).code, 3) << "and no pulse of a connection that went";
+  EXPECT_EQ(ReceivePulse(chid_).code, 3) << "no disconnect pulse was sent";
   EXPECT_EQ(ConnectDetach(other), 0);
   const _pulse gone = ReceivePulse(chid_);
   EXPECT_EQ(gone.code, _PULSE_CODE_DISCONNECT);
@@ -203,7 +204,7 @@ TEST_F(ChannelsTest, ServeAHundredConnectionsInTheOrderOfTheirPulses) {
   for (const int coid : connections) EXPECT_EQ(ConnectDetach(coid), 0);
 }
 
-// --- Names: one living holder, and nothing in the way after its death
+// --- Names: one living holder each, and free at once after its death
 
 using NamesTest = PlatformTest;
 

@@ -1,4 +1,4 @@
-// Bytes of messages, put together by hand.
+// The bytes of messages, written by hand.
 #pragma once
 
 #include <cstdint>

@@ -1,11 +1,11 @@
-// Standard output and standard error of a scope, for tests of what the application prints.
+// Captures the lines that the application prints in a scope.
 #pragma once
 
 #include <string>
 
 #include <gtest/gtest.h>
 
-// Catches what is printed from its making until Out or Err first asks; both then give the text of that time.
+// Captures from construction until the first call of Out or Err; both return the text of that time.
 class ConsoleCapture {
  public:
   ConsoleCapture() {

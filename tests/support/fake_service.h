@@ -1,4 +1,4 @@
-// A service at the other end of the real message path, which keeps what it was sent and answers as told.
+// A service on the real message path, which keeps its requests and answers by a function.
 #pragma once
 
 #include <cstdint>
@@ -41,7 +41,7 @@ class FakeService {
     bytes_t buffer(2U << 20U);
     _msg_info info{};
     for (int rcvid = 0; (rcvid = MsgReceive(chid, buffer.data(), buffer.size(), &info)) >= 0;) {
-      if (rcvid == 0) continue;  // a client went
+      if (rcvid == 0) continue;  // the pulse of a client that has left
       const bytes_t request(buffer.begin(), buffer.begin() + info.msglen);
       {
         const std::lock_guard lock(mutex_);

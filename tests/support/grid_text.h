@@ -1,4 +1,4 @@
-// The text grid as a test sees it.
+// The text grid as text.
 #pragma once
 
 #include <string>
@@ -14,7 +14,7 @@ inline std::string GridCells(const orvikData_t* data, std::size_t line, int coun
   }
   return text;
 }
-// Its shown cells.
+// The cells of a line that are shown.
 inline std::string GridLine(const orvikData_t* data, std::size_t line) {
   return GridCells(data, line, data->lcdColumns);
 }

@@ -1,4 +1,4 @@
-// Bytes as a person writes them down: "00 01 06".
+// Bytes as hexadecimal text: "00 01 06".
 #pragma once
 
 #include <cstdint>

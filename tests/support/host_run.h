@@ -34,7 +34,7 @@ class HostRun {
   explicit HostRun(std::uint32_t seed = 1, scenario_t scenario = {})
       : shelf_(SOURCE_FOLDER "/config"), computer(shelf_.Chart(""), seed), player_(std::move(scenario), true) {}
 
-  // What is said in the next seconds of the crane.
+  // The messages of the next seconds of crane time.
   std::vector<said_t> Pass(double seconds) {
     std::vector<said_t> said;
     const std::int64_t end_ms = computer.Now_ms() + static_cast<std::int64_t>(seconds * 1000);
@@ -44,10 +44,10 @@ class HostRun {
     }
     return said;
   }
-  // Carries out an action by its words.
+  // Carries out the action that the words name.
   void Do(std::string_view words) { ParseAction(SplitWords(words))(stage_); }
-  // Lets it stand on its outriggers with the hook over the ground and the boom at 60 degrees, `length` metres
-  // long.
+  // Sets the crane on its outriggers with the hook above the ground and the boom at 60 degrees and `length`
+  // metres.
   void Raise(const char* length) {
     for (const char* action : {"base extended", "boom angle 60", "hoist hold 2"}) Do(action);
     Pass(40);

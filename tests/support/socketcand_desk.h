@@ -1,5 +1,5 @@
-// A small socketcand server for tests: real TCP on a free port of the loopback, any number of clients one after
-// the other or at once. It keeps the frames that clients send and answers them through a function.
+// A small socketcand server for tests: real TCP on a free port of the loopback, any number of clients at once.
+// It keeps the frames that clients send and answers them by a function.
 #pragma once
 
 #include <atomic>
@@ -35,7 +35,7 @@ class SocketcandDesk {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const int small = 8192;  // so that a client meets a full connection soon
+    const int small = 8192;  // so that a client fills the connection soon
     ::setsockopt(listener_, SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
     socklen_t size = sizeof address;
     void* generic = &address;
@@ -56,7 +56,7 @@ class SocketcandDesk {
 
   std::string Bus() const { return "socketcand:127.0.0.1:" + std::to_string(port_); }
 
-  // The frames that came so far, once there are `count` of them or five seconds have passed.
+  // Waits until `count` frames have come, for 20 seconds at most, and returns all frames so far.
   std::vector<bus::frame_t> WaitForFrames(std::size_t count) {
     std::unique_lock lock(mutex_);
     changed_.wait_for(lock, std::chrono::seconds(20), [&] { return frames_.size() >= count; });
@@ -70,7 +70,7 @@ class SocketcandDesk {
     const std::scoped_lock lock(mutex_);
     for (const auto& [fd, splitter] : clients_) ::send(fd, text.data(), text.size(), MSG_NOSIGNAL);
   }
-  // Until what was sent waits with the clients, whether they read it or not.
+  // Waits until everything sent lies in the clients' receive buffers.
   void WaitUntilDelivered() {
     const std::scoped_lock lock(mutex_);
     for (const auto& [fd, splitter] : clients_) {
@@ -110,7 +110,7 @@ class SocketcandDesk {
   void Read(int fd) {
     char bytes[65536];
     const ssize_t got = ::recv(fd, bytes, sizeof bytes, MSG_DONTWAIT);
-    if (got < 0 && errno == EAGAIN) return;  // the number was that of a client that is gone
+    if (got < 0 && errno == EAGAIN) return;  // this number belonged to a client that has left
     if (got <= 0) {
       ::close(fd);
       clients_.erase(fd);
@@ -138,7 +138,7 @@ class SocketcandDesk {
   const int listener_;
   int port_ = 0;
   std::atomic<bool> stop_ = false;
-  std::mutex mutex_;  // all below
+  std::mutex mutex_;  // guards all members below
   std::condition_variable changed_;
   std::map<int, bus::SocketcandSplitter> clients_;
   std::vector<bus::frame_t> frames_;

@@ -1,4 +1,4 @@
-// Folders of a test's own.
+// Temporary folders.
 #pragma once
 
 #include <cstdlib>
@@ -6,7 +6,7 @@
 #include <fstream>
 #include <string>
 
-// Made for the test, removed with all that is in it at the end.
+// A new folder, which is removed with its content at the end.
 class TestFolder {
  public:
   TestFolder() {

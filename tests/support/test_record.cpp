@@ -15,7 +15,7 @@
 
 namespace {
 
-// Handles from 1 on: handle 0 is what an unknown name gets.
+// Handles start at 1, because an unknown name has handle 0.
 void FillNameTable() {
   using namespace dbshm_layout;
   const std::span<std::uint8_t> object(static_cast<std::uint8_t*>(DBSHM::getMemoryPtr()), OBJECT_SIZE);
@@ -72,6 +72,6 @@ TestRecord::TestRecord() {
 
 void TestRecord::ConnectEvents(const std::string& channelName) {
   data_.eventChannelName = channelName;
-  data_.nmClient = new NM::NMClient;  // the record's, which also frees it
+  data_.nmClient = new NM::NMClient;  // the record owns and frees it
   data_.eventChannel = data_.nmClient->registerName(channelName.c_str());
 }

@@ -6,7 +6,7 @@
 #include "src/core/orvik_data.h"
 
 // Gives this process a runtime directory of its own (removed at its end) and makes the parameter database
-// there, with every parameter of the application. Once, however often it is called.
+// there, with every parameter of the application. Later calls do nothing.
 void PrepareTestRuntime();
 
 // A parameter's value; NaN when it has none.

@@ -2,11 +2,10 @@
 
 import socket
 import subprocess
-import time
 
 import pytest
 
-from desk import BIN, DEMO_LOG, cmd2, cut, wait_for
+from desk import BIN, DEMO_LOG, cmd2, cut, wait_for, wait_steady
 
 FRAMES = 3000  # of the demonstration log: 40 seconds of it, played faster than that
 
@@ -18,7 +17,7 @@ def desk(make_desk):
 
 def cansend(message):
     for frame in cut(message):
-        subprocess.run(["cansend", "vcan0", f"18FF00D0#{frame.hex()}"], check=True)
+        subprocess.run(["cansend", "vcan0", f"18FF00D0#{frame.hex()}"], check=True, timeout=30)
 
 
 def test_frames_of_cansend_reach_the_screen_and_candump_sees_the_reply(desk):
@@ -50,7 +49,7 @@ def test_noise_of_cangen_changes_nothing_on_the_screen(desk):
     wait_for(lambda: desk.request("GET", "/api/health")[0] == 200, "a unit that is well", 20)
 
 
-COUNTER = "OrvikTotalHX7Commands"  # which goes on while anything is left to be shown
+COUNTER = "OrvikTotalHX7Commands"  # counts on while commands are left to be shown
 
 
 def screen_of(desk):
@@ -59,12 +58,7 @@ def screen_of(desk):
         return screen["widgets"] | {name: value for name, value in screen["variables"].items()
                                     if name.startswith("Orvik")}
 
-    def same_for_a_while():
-        before = state()
-        time.sleep(2)
-        return before if state() == before else None
-
-    shown = wait_for(same_for_a_while, "a screen that stands still", 60)
+    shown = wait_steady(state, "the screen", 2, 60)
     del shown[COUNTER]
     return shown
 

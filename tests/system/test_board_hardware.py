@@ -5,7 +5,7 @@ import os
 
 import pytest
 
-from desk import BIN, CONFIG, PATIENCE, Process, wait_for
+from desk import BIN, CONFIG, Process, name_call, wait_for
 from input_devices import SND_BELL, SND_TONE, MockDevices, UinputDevices, sounds_until
 
 KEY_1, KEY_2, KEY_A, KEY_F1, KEY_F8 = 2, 3, 30, 59, 66
@@ -85,17 +85,18 @@ def test_devices_come_and_go(make_desk, inputs, tmp_path):
     wait_for(lambda: "event5" in detail(desk), "the beeper to be missed")
 
 
-@pytest.mark.parametrize("sounds, code, value", [([SND_BELL, SND_TONE], SND_TONE, 2400), ([SND_BELL], SND_BELL, 1)])
+@pytest.mark.parametrize("sounds, code, value", [([SND_BELL, SND_TONE], SND_TONE, 2400), ([SND_BELL], SND_BELL, 1)],
+                         ids=["tone", "bell"])
 def test_the_beeper_follows_the_application_and_is_silent_at_the_end(make_desk, inputs, sounds, code, value):
     beeper = inputs.plug("event5", sounds=sounds)
     desk = make_desk("--beeper", inputs.path("event5"), **inputs.environment)
     desk.bus().send_message([4, 20])  # on and off in turn
-    got = sounds_until(beeper, lambda got: len(got) >= 5, 10 * PATIENCE)
+    got = sounds_until(beeper, lambda got: len(got) >= 5, "five sound events")
     assert got[:5] == [(code, 0), (code, value), (code, 0), (code, value), (code, 0)]
     desk.bus().send_message([4, 255])
-    sounds_until(beeper, lambda _: desk.get("/api/board")["beeper"]["sounding"], 10 * PATIENCE)
+    sounds_until(beeper, lambda _: desk.get("/api/board")["beeper"]["sounding"], "the beeper")
     desk.unit.stop()
-    assert (got + sounds_until(beeper, lambda got: got, 5))[-1] == (code, 0)
+    assert (got + sounds_until(beeper, lambda got: got, "the end of the sound"))[-1] == (code, 0)
 
 
 def light(folder, **files):
@@ -118,7 +119,7 @@ def test_the_backlight_follows_the_application(make_desk, tmp_path):
     (["--backlight", "{}/nowhere"], 1, "/sys/class/backlight"), (["--backlight", "{}/odd"], 1, "no number"),
     (["--keys", "/dev/input/event3", "--key-map", "{}/map"], 1, "line 2: \"KEY_NONE\" is no key"),
     (["--key-map", "{}/map"], 2, "--keys"),
-])
+], ids=name_call)
 def test_what_cannot_work_refuses_the_start(tmp_path, options, status, text):
     light(tmp_path / "odd", max_brightness="bright\n", brightness="40\n")
     (tmp_path / "map").write_text("KEY_F1 1\nKEY_NONE 2\n")

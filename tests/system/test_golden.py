@@ -7,11 +7,10 @@ golden-report/index.html in the build folder.
 import json
 import os
 import pathlib
-import time
 
 import pytest
 
-from desk import BIN, CONFIG, wait_for
+from desk import BIN, CONFIG, wait_for, wait_steady
 from pictures import MEAN_TOLERANCE, TILE_TOLERANCE, Report, compare, differences, png_of, state_of
 
 FILES = pathlib.Path(__file__).resolve().parents[1] / "golden"
@@ -48,18 +47,12 @@ def report():
 
 
 def settled(desk, wanted):
-    """The screen's state once it is the wanted one, or has stood still for a while."""
-    last, since = None, time.monotonic()
-
+    """The screen's state once it is the wanted one, or has not changed for a second."""
     def look():
-        nonlocal last, since
         screen = desk.screen()
-        state = state_of(screen, (CONFIG / "screen" / f"{screen['page'].lower()}.svg").read_text())
-        if state != last:
-            last, since = state, time.monotonic()
-        return state if state == wanted or time.monotonic() - since > 1 else None
+        return state_of(screen, (CONFIG / "screen" / f"{screen['page'].lower()}.svg").read_text())
 
-    return wait_for(look, "the screen to stand still", 20)
+    return wait_steady(look, "the screen", 1, wanted=wanted)
 
 
 @pytest.mark.parametrize("moment", MOMENTS)

@@ -1,11 +1,10 @@
 """A bad host: whatever it puts on the bus, the display shows what the next good message says."""
 
 import re
-import time
 
 import pytest
 
-from desk import BIN, CONFIG, cmd2, cmd5, wait_for
+from desk import BIN, CONFIG, cmd2, cmd5, wait_for, wait_steady
 
 # Fault: stream and line that name what was wrong. Broken sequences are given up without a word.
 FAULTS = {
@@ -51,19 +50,12 @@ def test_faults_follow_their_seed_and_are_called_by_name(desk):
         lines = (desk.runtime / "blackbox" / "bus.log").read_text().splitlines()
         return [line.split()[2] for line in lines if "18FF00D2" not in line]
 
-    def settled():
-        before = len(frames())
-        time.sleep(0.3)
-        return len(frames()) == before
-
     desk.go_to("Main").close()
     logs = []
     for _ in range(2):
-        wait_for(settled, "a quiet bus")
-        start = len(frames())
+        start = len(wait_steady(frames, "the log of the bus", 0.3))
         inject(desk, "all", 0.05)
-        wait_for(settled, "the last frames")
-        logs.append(frames()[start:])
+        logs.append(wait_steady(frames, "the log of the bus", 0.3)[start:])
     assert len(logs[0]) > 1000 and logs[0] == logs[1]
     status, _, errors = desk.run(BIN / "hx7", "simulate", "--config", CONFIG, "--inject", "bable")
     assert status == 2 and 'there is no fault "bable"; did you mean babble?' in errors

@@ -185,7 +185,7 @@ def test_wireshark_says_of_every_message_what_watch_says(tmp_path):
 
 def test_wireshark_counts_broken_sequences_and_matches_replies(tmp_path):
     log = log_of_everything().write(tmp_path / "everything.log")
-    summary = subprocess.run([BIN / "hx7", "watch", log], capture_output=True, text=True).stderr
+    summary = subprocess.run([BIN / "hx7", "watch", log], capture_output=True, text=True, timeout=60).stderr
     counted = [int(n) for n in re.search(r"broken: host (\d+).*stray frames: host (\d+).*too long: (\d+).*"
                                          r"an answer: (\d+)", summary).groups()]
     assert counted[0] == 2 and counted[2] == 1, summary
@@ -245,7 +245,7 @@ def test_a_record_is_read_by_candumps_tools_and_by_wireshark(desk, tmp_path):
     assert len(run("log2asc", "-I", log, "can0").splitlines()) >= len(lines)
     assert len(tshark(log, "-Y", "orvik", "-T", "fields", "-e", "frame.number").split()) == len(lines)
     assert {"units", "program-name"} <= {message["name"] for message in check_against_watch(log)}
-    desk_again = subprocess.run([BIN / "hx7", "diff", log, log], capture_output=True, text=True)
+    desk_again = subprocess.run([BIN / "hx7", "diff", log, log], capture_output=True, text=True, timeout=60)
     assert desk_again.returncode == 0, desk_again.stderr
 
 

@@ -34,7 +34,8 @@ class Monkey:
         self.over.wait(seconds)
         self.over.set()
         for thread in threads:
-            thread.join()
+            thread.join(60)
+            assert not thread.is_alive(), "timed out waiting for an actor to end"
         if self.failures:
             raise self.failures[0]
 
@@ -54,6 +55,7 @@ class Monkey:
             short = chance.random() < 0.1
             for key in keys:
                 finger.move((key, True))
+            # These two are the lengths of a press and of a release.
             time.sleep(0.001 if short else PACE * chance.uniform(0.1, 0.25))
             for key in keys:
                 finger.move((key, False))

@@ -7,7 +7,7 @@ import zlib
 
 import pytest
 
-from desk import BIN, CONFIG, DEMO_LOG, Desk, Process, wait_for
+from desk import BIN, CONFIG, DEMO_LOG, Desk, Process, name_call, wait_for
 
 ADDRESSES = ["--http", "127.0.0.1:0", "--socketcand", "127.0.0.1:0"]
 
@@ -46,7 +46,7 @@ def test_a_run_with_application_and_host_shows_a_lift_and_stops_in_order(tmp_pat
     (["unit", "status"], 1, "run"), (["unit", "db", "list"], 1, "unit run"),
     (["hx7", "send", "radiu=12"], 2, "radius"), (["hx7", "send", "load=12"], 1, "unit run"),
     (["hx7", "play", "/nonexistent.log"], 1, "/nonexistent.log"),
-])
+], ids=name_call)
 def test_calls_that_end_at_once(tmp_path, call, status, text):
     process = Process([BIN / call[0], *call[1:]], tmp_path / "run")
     assert process.wait_exit(20) == status, process.out + process.err

@@ -7,7 +7,7 @@ import re
 
 import pytest
 
-from desk import BIN, CONFIG, Desk, Process, wait_for
+from desk import BIN, CONFIG, Desk, Process, name_call, wait_for
 
 ADDRESSES = ["--http", "127.0.0.1:0", "--socketcand", "127.0.0.1:0"]
 
@@ -81,9 +81,6 @@ def test_a_run_shows_a_crane_at_work_and_answers_the_front_keys(tmp_path):
         desk.press(5)
         wait_text(desk, "SWING AREA")
         wait_for(lambda: desk.screen()["page"] == "Main", "the operating page by itself")
-    except BaseException:
-        unit.dump()
-        raise
     finally:
         unit.stop()
     assert not (tmp_path / "run" / "hx7.address").exists()
@@ -118,7 +115,7 @@ def test_by_hand_on_the_terminal_with_a_lost_link_and_a_restart(desk, tmp_path):
     pipe = tmp_path / "commands"
     os.mkfifo(pipe)
     host = desk.start("sh", "-c", f"exec '{BIN}/hx7' simulate --config '{CONFIG}' --interactive < '{pipe}'")
-    with open(pipe, "w", buffering=1) as terminal:
+    with os.fdopen(os.open(pipe, os.O_RDWR), "w", buffering=1) as terminal:  # which waits for no reader
         wait_for(lambda: desk.screen()["page"] == "Main", "the operating page")
         terminal.write("laod 5000\nhelp\nload 5000\nlanguage french\nstatus\n")
         host.wait_line('"laod" is not an action', host.err)
@@ -189,7 +186,7 @@ def test_two_runs_with_the_same_seed_put_the_same_bytes_on_the_bus(make_desk, tm
     (["--speed", "0"], 2, "--speed takes max or a factor"), (["--http", "0.0.0.0:80"], 2, "this machine alone"),
     (["--config", "/none"], 1, "there is no folder /none"), (["--seconds-of-crane", "-1"], 2, "--seconds-of-crane"),
     ([], 1, "unit run"),
-])
+], ids=name_call)
 def test_calls_that_end_at_once(tmp_path, arguments, status, text):
     config = [] if "--config" in arguments else ["--config", CONFIG]
     process = Process([BIN / "hx7", "simulate", *config, *arguments], tmp_path / "run")

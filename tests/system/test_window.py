@@ -3,6 +3,7 @@
 import array
 import io
 import os
+import select
 import subprocess
 
 import pytest
@@ -73,10 +74,11 @@ def screen():
     server = subprocess.Popen(["Xvfb", "-displayfd", str(writing), "-screen", "0", "1000x720x24", "-nolisten", "tcp"],
                               pass_fds=[writing], stderr=subprocess.DEVNULL)
     os.close(writing)
+    assert select.select([reading], [], [], 30)[0], "timed out waiting for the X server"
     with os.fdopen(reading) as number:
         yield Screen(":" + number.readline().strip())
     server.terminate()
-    server.wait()
+    server.wait(30)
 
 
 def wait_held(desk, *keys):

@@ -42,16 +42,16 @@ TEST_F(BacklightTest, FollowsFromTheEnableOnAndWritesChangesAlone) {
   Backlight light(folder_.Path());
   const Backlight::time_t now{};
   light.Follow(false, 100, 50, now);
-  light.Follow(true, 100, 0, now);  // enabled just now: the duty is still to come
+  light.Follow(true, 100, 0, now);  // the application sets the duty after it enables the light
   EXPECT_EQ(Read("brightness") + Read("bl_power"), "404");
   light.Follow(true, 100, 50, now);
   EXPECT_EQ(Read("brightness") + Read("bl_power"), "1000");
   folder_.Write("brightness", "7\n");
   folder_.Write("bl_power", "4\n");
   light.Follow(true, 100, 50, now);
-  EXPECT_EQ(Read("brightness") + Read("bl_power"), "74") << "nothing changed, nothing is written";
+  EXPECT_EQ(Read("brightness") + Read("bl_power"), "74") << "an unchanged value is not written again";
   light.Follow(true, 100, 0, now);
-  EXPECT_EQ(Read("brightness") + Read("bl_power"), "04") << "the power is given once";
+  EXPECT_EQ(Read("brightness") + Read("bl_power"), "04") << "the power is written once only";
 }
 
 TEST_F(BacklightTest, ReportsALightThatGoesAndTriesAgain) {
@@ -66,7 +66,7 @@ TEST_F(BacklightTest, ReportsALightThatGoesAndTriesAgain) {
   light.Follow(true, 100, 100, now += 999ms);
   EXPECT_EQ(Read("brightness"), "0");
   light.Follow(true, 100, 100, now += 1ms);
-  EXPECT_EQ(Read("brightness"), "10") << "of the new driver's range";
+  EXPECT_EQ(Read("brightness"), "10") << "in the new driver's range";
   EXPECT_EQ(light.Problem(), "");
 }
 

@@ -34,7 +34,7 @@ TEST(OpenEndpointTest, SaysWhatIsWrongAndWhatToDo) {
   EXPECT_THAT(ErrorOf(stranger.Bus()), HasSubstr("Is it a socketcand server?"));
 }
 
-// Closing a connection with unread bytes resets it, which costs what the server has not taken yet.
+// Closing a connection with unread bytes resets it, and the server then loses what it has not read yet.
 TEST(SocketcandEndpointTest, LosesNothingThatItSentWhenItLeavesAServerThatIsSlow) {
   SocketcandDesk desk;
   auto endpoint = bus::OpenEndpoint(desk.Bus());

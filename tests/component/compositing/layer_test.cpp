@@ -1,10 +1,11 @@
-// The drawing layer's command queue and its frames, byte by byte.
+// The command queue and the frames of a drawing layer, byte by byte.
 #include "src/compositing/layer.h"
 
 #include <functional>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include <gmock/gmock.h>
 #include <sys/wait.h>
@@ -49,33 +50,38 @@ TEST_F(LayerTest, EachOperationIsOneRecord) {
   const Color4 red{1.0F, 0.5F, 0.5F, 1.0F}, dark{0.5F, 0.5F, 0.5F, 2.0F};
   const bytes_t colors = Words({ONE, HALF, HALF, ONE, HALF, HALF, HALF, TWO});
   const VideoInfo_t video{10, 20, 320, 240, -1};
-  const std::vector<std::pair<std::function<void()>, bytes_t>> cases = {
-      {[&] { layer.glPushAndTranslate(1.0F, 0.5F, -2.0F); }, Record(4, 1, 0, Words({ONE, HALF, MINUS_TWO}))},
-      {[&] { layer.glPush(); }, Record(4, 2, 0)},
-      {[&] { layer.glPop(); }, Record(4, 3, 0)},
-      {[&] { layer.glRotate(2.0F, 0.0F, 0.0F, 1.0F); }, Record(4, 5, 0, Words({TWO, 0, 0, ONE}))},
-      {[&] { layer.glScale(1.0F, 2.0F, 0.5F); }, Record(4, 6, 0, Words({ONE, TWO, HALF}))},
-      {[&] { layer.setColor(1.0F, 0.5F, 0.5F, 2.0F); }, Record(4, 7, 0, Words({ONE, HALF, HALF, TWO}))},
-      {[&] { layer.clearTexture(); }, Record(4, 9, 0)},
-      {[&] { layer.enable(-5); }, Record(4, 10, 0, Words({-5}))},
-      {[&] { layer.disable(5); }, Record(4, 11, 0, Words({5}))},
-      {[&] { layer.preloadImages("a b"); }, Record(4, 13, 0, Characters(std::string("a b\0", 4)))},
-      {[&] { layer.drawText(); }, Record(4, 14, 0)},
-      {[&] { layer.capture("f.png"); }, Record(7, 0, 0, Characters(std::string("f.png\0", 6)))},
-      {[&] { layer.video(&video); }, Record(8, 0, 0, Words({10, 20, 320, 240, -1})) + Record(9, 0, 0)},
-      {[&] { arc.outline(); }, Record(5, 1, 0, Words({TWO, HALF, ONE}))},
-      {[&] { arc.fill(); }, Record(5, 2, 0, Words({TWO, HALF, ONE}))},
-      {[&] { arc.fillGradient(red, dark); }, Record(5, 3, 0, Words({TWO, HALF, ONE}) + colors)},
-      {[&] { circle.outline(); }, Record(5, 4, 0, Words({TWO}))},
-      {[&] { circle.fill(); }, Record(5, 5, 0, Words({TWO}))},
-      {[&] { circle.fillGradient(red, dark); }, Record(5, 6, 0, Words({TWO}) + colors)},
-      {[&] { line.draw(); }, Record(5, 7, 0, Words({ONE, TWO, HALF, ONE, TWO, ONE}))},
-      {[&] { image.DrawTexture(0, 0); },
+  const std::tuple<const char*, std::function<void()>, bytes_t> cases[] = {
+      {"pushAndTranslate", [&] { layer.glPushAndTranslate(1.0F, 0.5F, -2.0F); },
+       Record(4, 1, 0, Words({ONE, HALF, MINUS_TWO}))},
+      {"push", [&] { layer.glPush(); }, Record(4, 2, 0)},
+      {"pop", [&] { layer.glPop(); }, Record(4, 3, 0)},
+      {"rotate", [&] { layer.glRotate(2.0F, 0.0F, 0.0F, 1.0F); }, Record(4, 5, 0, Words({TWO, 0, 0, ONE}))},
+      {"scale", [&] { layer.glScale(1.0F, 2.0F, 0.5F); }, Record(4, 6, 0, Words({ONE, TWO, HALF}))},
+      {"setColor", [&] { layer.setColor(1.0F, 0.5F, 0.5F, 2.0F); },
+       Record(4, 7, 0, Words({ONE, HALF, HALF, TWO}))},
+      {"clearTexture", [&] { layer.clearTexture(); }, Record(4, 9, 0)},
+      {"enable", [&] { layer.enable(-5); }, Record(4, 10, 0, Words({-5}))},
+      {"disable", [&] { layer.disable(5); }, Record(4, 11, 0, Words({5}))},
+      {"preloadImages", [&] { layer.preloadImages("a b"); },
+       Record(4, 13, 0, Characters(std::string("a b\0", 4)))},
+      {"drawText", [&] { layer.drawText(); }, Record(4, 14, 0)},
+      {"capture", [&] { layer.capture("f.png"); }, Record(7, 0, 0, Characters(std::string("f.png\0", 6)))},
+      {"video", [&] { layer.video(&video); }, Record(8, 0, 0, Words({10, 20, 320, 240, -1})) + Record(9, 0, 0)},
+      {"arc.outline", [&] { arc.outline(); }, Record(5, 1, 0, Words({TWO, HALF, ONE}))},
+      {"arc.fill", [&] { arc.fill(); }, Record(5, 2, 0, Words({TWO, HALF, ONE}))},
+      {"arc.fillGradient", [&] { arc.fillGradient(red, dark); },
+       Record(5, 3, 0, Words({TWO, HALF, ONE}) + colors)},
+      {"circle.outline", [&] { circle.outline(); }, Record(5, 4, 0, Words({TWO}))},
+      {"circle.fill", [&] { circle.fill(); }, Record(5, 5, 0, Words({TWO}))},
+      {"circle.fillGradient", [&] { circle.fillGradient(red, dark); }, Record(5, 6, 0, Words({TWO}) + colors)},
+      {"line.draw", [&] { line.draw(); }, Record(5, 7, 0, Words({ONE, TWO, HALF, ONE, TWO, ONE}))},
+      {"image.DrawTexture", [&] { image.DrawTexture(0, 0); },
        Record(6, 1, 3, Words({0, 0}) + Characters(std::string("/a.png\0", 7)))},
-      {[&] { image.DrawTextureCentered(64, 48); },
+      {"image.DrawTextureCentered", [&] { image.DrawTextureCentered(64, 48); },
        Record(6, 2, 3, Words({64, 48}) + Characters(std::string("/a.png\0", 7)))},
   };
-  for (const auto& [call, records] : cases) {
+  for (const auto& [name, call, records] : cases) {
+    SCOPED_TRACE(name);
     layer.draw(DRAW_APPEND, false);
     call();
     EXPECT_EQ(Queued(layer), records);
@@ -101,12 +107,8 @@ void Fill(Layer& layer, std::size_t used) {
 }
 
 TEST_F(LayerTest, AFullQueueTakesDataButNoHeader) {
-  struct case_t {
-    std::size_t used, length;
-    bool header, warning, data;
-  };
   // 1,048,576 is the queue's size, 28 a header's.
-  const std::vector<case_t> cases = {
+  const std::tuple<std::size_t, std::size_t, bool, bool, bool> cases[] = {
       {600'000, 224'260, true, false, true},  // 600,000 + 2 x 224,288 is exactly the size
       {600'000, 224'261, false, true, true},
       {600'000, 448'548, false, true, true},  // 600,000 + 28 + 448,548 is exactly the size
@@ -118,17 +120,17 @@ TEST_F(LayerTest, AFullQueueTakesDataButNoHeader) {
   };
   Layer layer(LAYER_ID, LAYER_USER);
   const bytes_t data(2'000'000, 0x11);
-  for (const case_t& c : cases) {
-    SCOPED_TRACE(std::to_string(c.used) + " used, " + std::to_string(c.length) + " more");
-    Fill(layer, c.used);
+  for (const auto& [used, length, header, warning, fits] : cases) {
+    SCOPED_TRACE(std::to_string(used) + " used, " + std::to_string(length) + " more");
+    Fill(layer, used);
     testing::internal::CaptureStdout();
-    layer.addCommandWithParameters(CMD_SHAPE, 0, 0, static_cast<int>(c.length), data.data(), nullptr);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), c.warning ? "LayerClient: command queue full\n" : "");
-    const std::size_t start = (c.used + 3) / 4 * 4;
+    layer.addCommandWithParameters(CMD_SHAPE, 0, 0, static_cast<int>(length), data.data(), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), warning ? "LayerClient: command queue full\n" : "");
+    const std::size_t start = (used + 3) / 4 * 4;
     const bytes_t queued = Queued(layer);
-    ASSERT_EQ(queued.size(), start + (c.header ? 28 : 0) + (c.data ? c.length : 0));
-    if (c.data) {
-      EXPECT_EQ(queued[start], c.header ? 0xAA : 0x11);
+    ASSERT_EQ(queued.size(), start + (header ? 28 : 0) + (fits ? length : 0));
+    if (fits) {
+      EXPECT_EQ(queued[start], header ? 0xAA : 0x11);
     }
   }
 }
@@ -203,7 +205,7 @@ TEST_F(LayerTest, ObjectsBelongToTheCurrentLayerUntilItEnds) {
                                 "CompGraphLine: No current layer - object not added\n"));
 }
 
-// Only another process can watch a thread that never comes back.
+// The drawing thread never returns, so that it runs in a process of its own, which the test kills.
 TEST_F(LayerTest, AThreadWhoseFrameIsRefusedStopsForGood) {
   int output[2];
   ASSERT_EQ(pipe(output), 0);

@@ -1,6 +1,7 @@
 // The record with the parameter database, and its key queue under two producing threads.
 #include <sstream>
 #include <thread>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -14,23 +15,17 @@ namespace {
 
 TEST(SettersTest, RoundCapacityDownAndLoadHalfUp) {
   TestRecord record;
-  struct case_t {
-    double sent, capacity, load;
-  };
-  for (const case_t& c : {case_t{12399.0, 12300, 12400},
-                          {12350.0, 12300, 12400},
-                          {12349.0, 12300, 12300},
-                          {0.0, 0, 0},
-                          {49.9, 0, 0},
-                          {50.0, 0, 100},
-                          {-150.0, -100, -100},
-                          {1e30, 1e30, 1e30}}) {
-    SetCapacity(record, c.sent);
-    SetLoad(record, c.sent);
-    EXPECT_DOUBLE_EQ(record->capacity, c.capacity) << c.sent;
-    EXPECT_DOUBLE_EQ(record->load, c.load) << c.sent;
-    EXPECT_DOUBLE_EQ(ParameterValue("OrvikCapacity"), c.capacity);
-    EXPECT_DOUBLE_EQ(ParameterValue("OrvikLoad"), c.load);
+  const std::tuple<double, double, double> cases[] = {
+      {12399.0, 12300, 12400}, {12350.0, 12300, 12400}, {12349.0, 12300, 12300}, {0.0, 0, 0}, {49.9, 0, 0},
+      {50.0, 0, 100},          {-150.0, -100, -100},    {1e30, 1e30, 1e30}};
+  for (const auto& [sent, capacity, load] : cases) {
+    SCOPED_TRACE(sent);
+    SetCapacity(record, sent);
+    SetLoad(record, sent);
+    EXPECT_DOUBLE_EQ(record->capacity, capacity);
+    EXPECT_DOUBLE_EQ(record->load, load);
+    EXPECT_DOUBLE_EQ(ParameterValue("OrvikCapacity"), capacity);
+    EXPECT_DOUBLE_EQ(ParameterValue("OrvikLoad"), load);
   }
 }
 
@@ -59,7 +54,7 @@ TEST(GenericConfigurationTest, FillsIdentityAndNamesInAnyOrderOfSections) {
   EXPECT_EQ(record->variableHandles.at("load"), static_cast<int>(record->variables.load));
 }
 
-// Each producer pushes its own codes, 1 up to 120 and 121 up to 240, round and round; per producer none may be
+// The producers push the codes 1 to 120 and 121 to 240 in rounds. No code of a producer may be
 // missing, doubled or out of order.
 TEST(KeyQueueTest, LosesAndDoublesNoKeyOfTwoProducers) {
   constexpr unsigned KEYS = 60'000;

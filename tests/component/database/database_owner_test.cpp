@@ -23,7 +23,7 @@ TEST(ParameterListTest, AMissingFileIsRefused) {
 const std::vector<parameter_t> PARAMETERS = {{"OrvikTires", 7, 2.5, true},
                                              {"OrvikLoad", 1, std::nullopt, false}};
 
-// Whether `body`, in a process of its own, says yes.
+// Runs `body` in a process of its own. False when it returns false or does not return.
 template <class Body>
 bool InProcess(const Body& body) {
   const pid_t child = fork();
@@ -43,7 +43,7 @@ TEST_F(DatabaseOwnerTest, OthersFindNamesAndFirstValuesInACompleteDatabase) {
   MakeDatabase(PARAMETERS);
   EXPECT_EQ(LookAtDatabase(), database_state_t::COMPLETE);
   EXPECT_TRUE(InProcess([] {
-    DBSHM::Open();  // as another program: what the fork brought along is not used
+    DBSHM::Open();  // as another program does: the view inherited by the fork is not used
     double tires = 0;
     double load = 1;
     return DBSHM::getHandle("OrvikTires") == 7 && DBSHM::Read(7, tires) == 1 && tires == 2.5 &&
@@ -52,7 +52,7 @@ TEST_F(DatabaseOwnerTest, OthersFindNamesAndFirstValuesInACompleteDatabase) {
   EXPECT_TRUE(InProcess([] {
     EXPECT_THROW(MakeDatabase(PARAMETERS), std::runtime_error);
     return !testing::Test::HasFailure();
-  })) << "a living owner keeps its database";
+  })) << "the database of a living owner is not replaced";
   RemoveDatabase();
   EXPECT_EQ(LookAtDatabase(), database_state_t::NONE);
 }
@@ -68,7 +68,7 @@ TEST_F(DatabaseOwnerTest, TheDatabaseOfAKilledOwnerIsMadeAnew) {
   double tires = 0;
   EXPECT_EQ(DBSHM::Read(7, tires), 1);
   EXPECT_EQ(tires, 2.5);
-  EXPECT_TRUE(AttachDatabase(0)) << "the owner is attached to its own";
+  EXPECT_TRUE(AttachDatabase(0)) << "the owner is attached to its database";
   RemoveDatabase();
 }
 

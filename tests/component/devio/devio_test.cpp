@@ -1,5 +1,6 @@
-// Beeper, blinkers and timer, a step at a time.
+// Single steps of the beeper and the blinkers, and the blinkers' thread.
 #include <functional>
+#include <tuple>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -16,7 +17,7 @@ class BeeperTest : public testing::Test {
  protected:
   BeeperTest() { record_->beeperState = BEEPER_SILENT; }
 
-  // One turn of the loop in words: "on" and "off" commands, and the milliseconds between them.
+  // One step as text: the commands "on" and "off", and the milliseconds of each pause.
   std::string Step() {
     std::string log;
     const beeper_device_t device{[&log](const std::array<std::uint8_t, 8>& command) {
@@ -37,17 +38,15 @@ class BeeperTest : public testing::Test {
 };
 
 TEST_F(BeeperTest, HasItsSoundAndItsPictureInEachState) {
-  struct case_t {
-    int type, duration;
-    const char* log;
-    double image;
-  };
   DBSHM::Write(record_->variables.beepImage, 9.0);
-  for (const auto& [type, duration, log, image] : {case_t{BEEPER_SINGLE, 5, "on 50 off ", 9.0},
-                                                   {BEEPER_SILENT, 5, "off 10 ", 0.0},
-                                                   {BEEPER_CONTINUOUS, 5, "on 10 ", 2.0},
-                                                   {BEEPER_PULSE, -3, "on 0 off 10 ", 1.0},
-                                                   {BEEPER_PULSE, 20, "on 200 off 200 ", 1.0}}) {
+  const std::tuple<const char*, int, int, const char*, double> cases[] = {
+      {"one beep", BEEPER_SINGLE, 5, "on 50 off ", 9.0},
+      {"silent", BEEPER_SILENT, 5, "off 10 ", 0.0},
+      {"continuous", BEEPER_CONTINUOUS, 5, "on 10 ", 2.0},
+      {"pulses of a negative duration", BEEPER_PULSE, -3, "on 0 off 10 ", 1.0},
+      {"pulses", BEEPER_PULSE, 20, "on 200 off 200 ", 1.0}};
+  for (const auto& [name, type, duration, log, image] : cases) {
+    SCOPED_TRACE(name);
     SetBeeper(record_, type, duration);
     EXPECT_EQ(Step(), log);
     EXPECT_EQ(ParameterValue("OrvikBeepImage"), image);
@@ -56,7 +55,7 @@ TEST_F(BeeperTest, HasItsSoundAndItsPictureInEachState) {
   for (const int unknown : {4, -1}) SetBeeper(record_, unknown, 1);
   EXPECT_EQ(console.Err(),
             "Orvik: SetBeeper ERROR!  Unknown type 4\nOrvik: SetBeeper ERROR!  Unknown type -1\n");
-  EXPECT_EQ(Step(), "on 200 off 200 ") << "as before";
+  EXPECT_EQ(Step(), "on 200 off 200 ") << "the state before";
 }
 
 TEST_F(BeeperTest, ClicksOnceAndInterruptsNothing) {
@@ -66,7 +65,7 @@ TEST_F(BeeperTest, ClicksOnceAndInterruptsNothing) {
   for (const auto& [duration, log] : {std::pair{20, "on 200 off 200 "}, {255, "on 10 "}}) {
     SetBeeperDuration(record_, duration);
     SetBeeperKeyPress(record_);
-    EXPECT_EQ(Step(), log);
+    EXPECT_EQ(Step(), log) << duration;
   }
   SetBeeperDuration(record_, 0);
   EXPECT_EQ(Step(), "off 10 ");
@@ -110,7 +109,7 @@ TEST_F(BlinkersTest, StepEveryPeriodPlusOneTicks) {
   EXPECT_EQ(Run(541, 2), "3 3 ");
   StartBlinker(record_, 1, 0, 9, 2, 542);
   SetBlinkerPeriod(record_, &blinkers[1], 0);
-  EXPECT_EQ(Run(542, 4), "0 0 1 2 ") << "a new period leaves the countdown that is under way";
+  EXPECT_EQ(Run(542, 4), "0 0 1 2 ") << "a new period does not change the present countdown";
   InitBlinkers(record_);
   EXPECT_EQ(Run(542, 2), "2 2 ");
 }
@@ -137,13 +136,13 @@ bool Becomes(const std::function<bool()>& condition, int polls = 4000) {
 }
 
 TEST_F(BlinkersTest, AreSteppedByTheirThreadUntilItIsStopped) {
-  // This record outlives the test: nothing orders a detached thread's last look at it before its end.
+  // The record is never freed, because the detached thread may still read it when the test has ended.
   static auto& data = *new orvikData_t;
   const ConsoleCapture console;
   ASSERT_EQ(InitBlinkerThread(&data), 0);
   ASSERT_TRUE(Becomes([&] { return data.blinkerReady == 1; }));
   data.running = 1;
-  // A blinker that is started before the thread has reset the table stays dark: it is started again.
+  // The thread resets the table once. A blinker that was started before that is started again here.
   EXPECT_TRUE(Becomes(
       [&] {
         StartBlinker(&data, 0, 0, 1, 0, 560);

@@ -1,4 +1,4 @@
-// The lamps' parameters.
+// The parameters of the lamps that the lamp word lights.
 #include <map>
 #include <string_view>
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-// The parameters that are above zero, without their "Orvik".
+// The parameters above zero, without the prefix "Orvik".
 std::map<std::string_view, double> Lit() {
   std::map<std::string_view, double> lit;
   for (const variable_name_t& variable : VARIABLE_NAMES) {

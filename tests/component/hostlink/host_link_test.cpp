@@ -1,4 +1,4 @@
-// What the host link does with its clients and the parameter database: replies, filters, the lost link.
+// The host link with its clients and the parameter database: replies, filters and the watchdog.
 #include <algorithm>
 #include <array>
 
@@ -22,7 +22,7 @@ TEST(CanTransportTest, CountsTheRequestsOfOneFrameAndQueuesNone) {
   TestRecord record;
   record->watchdogSeconds = 5;
   for (auto& count : CommandCounts) count = 0;
-  const ConsoleCapture console;  // nobody takes the answers
+  const ConsoleCapture console;  // the replies find no service
   const std::pair<std::array<std::uint8_t, 8>, std::size_t> requests[] = {
       {{0, 1, 6}, 6},     {{0, 1, 7, 3}, 9},  {{0, 1, 7, 4}, 10},
       {{0, 1, 7, 5}, 11}, {{0, 1, 7, 7}, 13}, {{0, 1, 7, 9}, 15}};
@@ -31,7 +31,7 @@ TEST(CanTransportTest, CountsTheRequestsOfOneFrameAndQueuesNone) {
     platform::StoreLe32(message, J1939_IDENTIFIER_AT, HOST_FRAME_ID);
     std::ranges::copy(request, message.begin() + J1939_DATA_AT);
     HandleServiceMessage(record, message);
-    EXPECT_EQ(CommandCounts[counter], 1U);
+    EXPECT_EQ(CommandCounts[counter], 1U) << counter;
   }
   EXPECT_TRUE(record->canPackets.empty());
   EXPECT_EQ(CommandCounts[COUNT_TOTAL_PKTS], 0U);
@@ -40,7 +40,7 @@ TEST(CanTransportTest, CountsTheRequestsOfOneFrameAndQueuesNone) {
 }
 
 TEST(J1939ExternalTest, AFrameGoesToTheChannelOfItsOwnFilterAlone) {
-  const RuntimeDirectoryForTest directory;
+  PrepareTestRuntime();
   std::uint8_t nextChannel = 20;
   FakeService manager(NM_SERVER_NAME, [&](const bytes_t& request) {
     return Words({request[0], request[0] == NM_REGISTER ? nextChannel++ : -1, 4, 1});
@@ -55,11 +55,12 @@ TEST(J1939ExternalTest, AFrameGoesToTheChannelOfItsOwnFilterAlone) {
   for (const std::uint32_t identifier : {0x0FFU, 0x101U, 0x301U}) {
     const CAN_packet_t2 stranger{.canID = identifier};
     EXPECT_EQ(table.CheckRxPacket(&stranger), 0);
+    EXPECT_TRUE(manager.TakeRequests().empty()) << identifier;
   }
-  EXPECT_TRUE(manager.TakeRequests().empty());
 
   using lengths_t = std::pair<std::uint8_t, std::uint8_t>;
   for (const auto& [dlc, delivered] : {lengths_t{0, 8}, {1, 1}, {8, 8}, {200, 8}}) {
+    SCOPED_TRACE(int{dlc});
     const CAN_packet_t2 frame{.canID = 0x300, .dlc = dlc, .data = {1, 2, 3, 4, 5, 6, 7, 8}};
     EXPECT_EQ(table.CheckRxPacket(&frame), 0);
     EXPECT_EQ(table.LastResult(), 4);
@@ -113,7 +114,7 @@ TEST_F(WatchdogTest, CountsTheLinkAsLostOnTheEleventhTick) {
   EXPECT_EQ(record_->hostTimedOut, 1);
   EXPECT_EQ(record_->hostSeen, 0);
   EXPECT_EQ(Events(), (std::vector<unsigned>{103}));
-  Tick(3);  // again every second, and the count stays
+  Tick(3);  // the event is posted every second, the count stays
   EXPECT_EQ(record_->watchdogSeconds, 11);
   EXPECT_EQ(Events(), (std::vector<unsigned>{103, 103, 103}));
 

@@ -1,4 +1,4 @@
-// The program itself on a real TCP connection.
+// The program hx7 on a real TCP connection.
 #include <iterator>
 #include <sstream>
 
@@ -87,7 +87,7 @@ TEST_F(Hx7Test, SendPrintsTheDisplaysAnswerOrSaysThatThereIsNone) {
   const auto silent = Run({"send", "--bus", desk.Bus(), "--timeout", "0.05", "file-id", "units=metric"});
   EXPECT_EQ(silent.status, 1);
   EXPECT_THAT(silent.err, HasSubstr("does not answer file-id"));
-  EXPECT_EQ(desk.WaitForFrames(2).size(), 2U);  // nothing is sent behind a request that failed
+  EXPECT_EQ(desk.WaitForFrames(2).size(), 2U);  // hx7 sends nothing after a request that failed
 }
 
 TEST_F(Hx7Test, ExitStatusTellsAWrongCallFromAFailure) {
@@ -155,20 +155,21 @@ TEST_F(Hx7Test, PlayGoesOnWhereItWasAfterItsProcessWasStopped) {
   ::kill(child, SIGSTOP);
   int status = 0;
   ASSERT_EQ(::waitpid(child, &status, WUNTRACED), child);
-  ::usleep(700'000);  // longer than all that is left of the log
+  ::usleep(700'000);  // the time under test: longer than the rest of the log
   const std::size_t before = desk.WaitForFrames(0).size();
   ::kill(child, SIGCONT);
   const auto begin = std::chrono::steady_clock::now();
   EXPECT_EQ(Finish(child).status, 0);
   const auto took = std::chrono::steady_clock::now() - begin;
-  EXPECT_GT(took, std::chrono::milliseconds(5 * (100 - static_cast<int>(before)) - 60));  // no burst
+  EXPECT_GT(took, std::chrono::milliseconds(5 * (100 - static_cast<int>(before)) -
+                                            60));  // the rest is played at its pace
   EXPECT_EQ(desk.WaitForFrames(100).size(), 100U);
 }
 
 TEST_F(Hx7Test, DiffTellsADifferenceFromATrouble) {
   const std::string log =
       WriteLog("(10.0) can0 18FF00D0#0001070B01FFFFFF\n(11.0) can0 18FF00D0#0001040AFFFFFFFF\n");
-  // Later, twice, and with a request between.
+  // The same messages at later times, one of them twice, with a request between them.
   const auto same = WriteLog(
       "(90.0) can1 18FF00D0#0001070B01FFFFFF\n(90.1) can1 18FF00D0#0001070B01FFFFFF\n"
       "(90.2) can1 18FF00D0#000106FFFFFFFFFF\n(99.0) can1 18FF00D0#0001040AFFFFFFFF\n",
@@ -187,7 +188,7 @@ TEST_F(Hx7Test, RecordsWhatWatchThenReadsAsItHappened) {
   const std::string log = folder_.Path() / "new.log";
   const pid_t record = Start({"record", "--bus", desk.Bus(), log});
   desk.WaitForClients(1);
-  ::kill(record, SIGSTOP);  // what it is sent now waits until it is to end
+  ::kill(record, SIGSTOP);  // the recorder reads the frames below only when it is told to end
   desk.SendText(
       "< frame 18FF00D0 1700000000.250000 0001060000000000 >< frame 18FF00D2 1700000000.251000 "
       "0001001212FFFFFF >");
@@ -206,7 +207,7 @@ TEST_F(Hx7Test, RecordsWhatWatchThenReadsAsItHappened) {
             "22:13:20.252  other    123       01\n");
   EXPECT_THAT(Run({"watch", "--json", log}).out,
               HasSubstr(R"("values":{"status":0,"key":"info","last-key":"info"}})"));
-  EXPECT_EQ(Run({"record", "--bus", desk.Bus(), log}).status, 2);  // it exists
+  EXPECT_EQ(Run({"record", "--bus", desk.Bus(), log}).status, 2);  // the file exists
 }
 
 TEST_F(Hx7Test, WatchesTheLiveBusForAWhile) {

@@ -87,7 +87,7 @@ unsigned NumberOf(const bus::frame_t& frame) {
   return static_cast<unsigned>(frame.data[0] << 24 | frame.data[1] << 16 | frame.data[2] << 8 | frame.data[3]);
 }
 
-// Takes the unit's frames, which must be numbered from 0 on.
+// Receives frames as the unit does. They must be numbered from 0.
 void ExpectNumbered(LocalBus& bus, unsigned frames) {
   bus::frame_t frame;
   for (unsigned i = 0; i < frames; ++i) {
@@ -111,13 +111,13 @@ TEST(LocalBusTest, AFrameReachesEveryStationButItsSender) {
   EXPECT_FALSE(frame.extended);
 
   bob.Say("< send 7FF 1 2 >");
-  EXPECT_EQ(alice.NextFrame(), "7FF#02") << "and nothing of its own before";
+  EXPECT_EQ(alice.NextFrame(), "7FF#02") << "a station does not get its own frames";
   const bus::frame_t reply{.identifier = 0x18FF00D2, .extended = true, .length = 1, .data = {3}, .time_us = 0};
   ASSERT_EQ(bus.Send(reply, DEADLINE_MS), bus::Endpoint::result_t::OK);
   EXPECT_EQ(alice.NextFrame(), "18FF00D2#03");
   EXPECT_EQ(bob.NextFrame(), "18FF00D2#03");
   ASSERT_EQ(bus.Receive(frame, DEADLINE_MS), bus::Endpoint::result_t::OK);
-  EXPECT_EQ(frame.identifier, 0x7FFU) << "the unit hears the others, not itself";
+  EXPECT_EQ(frame.identifier, 0x7FFU) << "the unit does not get its own frame";
   EXPECT_EQ(bus.Receive(frame, 0), bus::Endpoint::result_t::TIMEOUT);
 }
 
@@ -135,11 +135,11 @@ TEST(LocalBusTest, TheThirtyThirdStationIsToldThatThereIsNoRoom) {
 }
 
 TEST(LocalBusTest, WhatAStationSentBeforeItLeftCountsThoughItReadNothing) {
-  constexpr unsigned FRAMES = 1500;  // some 50 kB, which the connection holds
+  constexpr unsigned FRAMES = 1500;  // about 50 kB, which fit the connection's buffers
   LocalBus bus("127.0.0.1:0");
   {
     Client host = Client::Joined(bus);
-    // Frames that it leaves unread make its end abrupt.
+    // Unread frames make the closed connection send a reset.
     for (int i = 0; i < 10; ++i)
       bus.Send({.identifier = 1, .extended = true, .length = 0, .data = {}, .time_us = 0}, 0);
     std::string text;
@@ -172,21 +172,18 @@ TEST(LocalBusTest, AStationThatDoesNotReadIsTakenOffTheBusAndTheOthersMissNothin
 
 TEST(LocalBusTest, ServesTheLoopbackOnlyAndSaysWhatToDo) {
   const LocalBus first("127.0.0.1:0");
-  struct {
-    std::string address;
-    const char* text;
-  } const cases[] = {
+  const std::pair<std::string, const char*> cases[] = {
       {"0.0.0.0:0", "loopback only"},
       {"127.0.0.1", "write HOST:PORT"},
       {"127.0.0.1:http:x", "write HOST:PORT"},
       {first.Address(), "--socketcand 127.0.0.1:PORT"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [address, text] : cases) {
     try {
-      const LocalBus bus(c.address);
-      ADD_FAILURE() << c.address;
+      const LocalBus bus(address);
+      ADD_FAILURE() << address;
     } catch (const std::runtime_error& error) {
-      EXPECT_THAT(error.what(), HasSubstr(c.text)) << c.address;
+      EXPECT_THAT(error.what(), HasSubstr(text)) << address;
     }
   }
 }

@@ -1,4 +1,4 @@
-// The answers of the host to its keys, as the display gets to see them.
+// The messages with which the host answers its keys.
 #include <cmath>
 #include <fstream>
 #include <sstream>
@@ -16,14 +16,8 @@ namespace {
 using testing::HasSubstr;
 
 TEST(KeysTest, ChangeTheRiggingWithItsLampAndText) {
-  struct {
-    const char* before;  // keys with commas between
-    const char* key;
-    const char* lamp;
-    bool lit;
-    const char* field;
-    const char* text;
-  } const cases[] = {
+  // Keys before it with commas between, the key, the lamp that is then lit or dark, the field and its text.
+  const std::tuple<const char*, const char*, const char*, bool, const char*, const char*> cases[] = {
       {"", "boom-mode", "boom-mode", true, "line4-center", "BOOM MANUAL"},
       {"boom-mode", "boom-mode", "boom-mode", false, "line4-center", "BOOM TOGETHER"},
       {"", "winch", "rear-winch", true, "winch", "REAR WINCH"},
@@ -47,26 +41,26 @@ TEST(KeysTest, ChangeTheRiggingWithItsLampAndText) {
       {"", "alarm-cancel", "alarm", false, "line4-center", "NO ALARM"},
       {"", "select-2", "alarm", false, "line4-center", "NO CHOICE"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(std::string(c.before) + " then " + c.key);
+  for (const auto& [before, key, lamp, lit, field, text] : cases) {
+    SCOPED_TRACE(std::string(before) + " then " + key);
     HostRun run;
     run.Raise("24");
-    for (const std::string_view key : host::Split(c.before, ',')) {
-      if (!key.empty()) run.Do("key " + std::string(key));
+    for (const std::string_view earlier : host::Split(before, ',')) {
+      if (!earlier.empty()) run.Do("key " + std::string(earlier));
     }
     run.Pass(0.2);
-    run.Do(std::string("key ") + c.key);
-    const auto said = run.Pass(12);  // the settings come again meanwhile
+    run.Do(std::string("key ") + key);
+    const auto said = run.Pass(12);  // long enough for the settings to be sent again
     const auto soon = std::vector<said_t>(said.begin(), std::ranges::find_if(said, [&](const said_t& one) {
                                             return one.time_ms > said.front().time_ms + 1000;
                                           }));
-    EXPECT_EQ(HasLamp(LastOf(soon, "operating-values"), c.lamp), c.lit);
-    EXPECT_EQ(TextOf(LastOf(soon, "texts"), c.field), c.text);
-    EXPECT_THAT(TextOf(LastOf(said, "texts"), "line4-left"), HasSubstr("PARTS OF LINE")) << "the notice goes";
+    EXPECT_EQ(HasLamp(LastOf(soon, "operating-values"), lamp), lit);
+    EXPECT_EQ(TextOf(LastOf(soon, "texts"), field), text);
+    EXPECT_THAT(TextOf(LastOf(said, "texts"), "line4-left"), HasSubstr("PARTS OF LINE")) << "the notice ends";
   }
 }
 
-// What was last said of a text field, of a lamp ("lit", "dark"), or of a command or value.
+// The last value sent for a text field, a lamp ("lit", "dark"), a command or an operating value.
 std::string LastSaid(const std::vector<said_t>& said, const std::string& what) {
   if (host::FindTextField(what)) return TextOf(LastOf(said, "texts"), what);
   const said_t* values = LastOf(said, "operating-values");
@@ -79,7 +73,7 @@ std::string LastSaid(const std::vector<said_t>& said, const std::string& what) {
 }
 
 struct answer_t {
-  const char* key;  // or "" for more of the same answer
+  const char* key;  // "" where the row is a further part of the last answer
   const char* what;
   const char* said;
 };
@@ -119,7 +113,7 @@ TEST(KeysTest, LeadThroughTextsAndPagesAndBack) {
        {"", "select1-lineb", "0.0 / 10.0"},
        {"", "select4-lineb", "-15.0 / 15.0"},
        {"select-4", "swing-alarm-set", "dark"},
-       {"exit-alarm-main", "select-mode", "0"},  // which leads the display to Main
+       {"exit-alarm-main", "select-mode", "0"},  // this brings the display to Main
        {"", "transition", "nothing"},
        {"", "winch", "FRONT WINCH"}},
       {{"info", "transition", "6"}, {"exit-alarm-main", "transition", "0"}},
@@ -147,7 +141,7 @@ TEST(KeysTest, ChooseTheOutriggersAndTheWayToShowTheSwing) {
             {"swing-mode", "line2-center", "SWING IN DEGREES"},
             {"", "swing-mode", "0"}},
            1);
-  EXPECT_EQ(LastSaid(run.Pass(2), "transition"), "0") << "back by itself";
+  EXPECT_EQ(LastSaid(run.Pass(2), "transition"), "0") << "the page returns by itself";
   for (const auto& [key, base, lamp] : {std::tuple("select-2", "OUTRIGGERS RETRACTED", "outrigger-retracted"),
                                         {"select-3", "OUTRIGGERS HALF", "outrigger-half"},
                                         {"select-4", "OUTRIGGERS EXTENDED", "outrigger-extended"}}) {
@@ -168,7 +162,7 @@ TEST(KeysTest, AreDescribedAsTheyAre) {
   }
 }
 
-// The display's grid has 40 columns, 24 in Chinese; what is on the right covers what is on the left.
+// The display's grid has 40 columns, 24 in Chinese. The text on the right covers the text on the left.
 TEST(TextsTest, FitBesideEachOtherInEveryLanguage) {
   constexpr const char* LINES[4][2] = {
       {"outriggers", "swing-text"}, {"jib", "aux"}, {"pickpoint", "winch"}, {"line4-left", "counterweight"}};

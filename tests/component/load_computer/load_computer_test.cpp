@@ -1,5 +1,6 @@
-// The load computer's pace, alarms and readouts.
+// The load computer's message rates, alarms and operating values.
 #include <cmath>
+#include <tuple>
 
 #include "src/core/frame_layout.h"
 #include "tests/support/host_run.h"
@@ -25,11 +26,11 @@ TEST(LoadComputerTest, TalksAtAHostsPace) {
   const auto said = run.Pass(60);
   EXPECT_EQ(CountOf(said, "operating-values"), 600U);
   EXPECT_EQ(CountOf(said, "key-state"), 1200U);
-  EXPECT_EQ(CountOf(said, "transition"), 0U) << "a display that was there from the beginning has its page";
-  EXPECT_LE(CountOf(said, "texts"), 8U) << "texts are said again now and then, and when they change";
-  EXPECT_GE(CountOf(said, "units"), 5U) << "for a display that was started meanwhile";
+  EXPECT_EQ(CountOf(said, "transition"), 0U) << "a display that runs from the beginning needs no page request";
+  EXPECT_LE(CountOf(said, "texts"), 8U) << "texts are repeated at long intervals, and sent when they change";
+  EXPECT_GE(CountOf(said, "units"), 5U) << "settings are repeated for a display that starts later";
   run.computer.Hear({.identifier = DISPLAY_FRAME_ID, .length = 8, .data = {}});
-  EXPECT_EQ(CountOf(run.Pass(60), "transition"), 12U) << "one that comes late is asked for its page";
+  EXPECT_EQ(CountOf(run.Pass(60), "transition"), 12U) << "a display that starts late gets page requests";
 }
 
 TEST(LoadComputerTest, FallsSilentAndRestarts) {
@@ -39,7 +40,7 @@ TEST(LoadComputerTest, FallsSilentAndRestarts) {
   run.Do("language russian");
   EXPECT_TRUE(run.Pass(2.9).empty());
   const auto after = run.Pass(0.5);
-  EXPECT_EQ(LastOf(after, "language")->Value(), 4) << "what changed meanwhile is said";
+  EXPECT_EQ(LastOf(after, "language")->Value(), 4) << "changes during the silence are sent after it";
   run.Do("limit radius 5");
   run.Do("restart");
   EXPECT_TRUE(run.Pass(1.8).empty());
@@ -59,55 +60,48 @@ TEST(LoadComputerTest, TellsTheDisplayInTheUnitsThatAreSet) {
   const auto imperial = run.Pass(1);
   run.Do("units metric");
   const auto metric = run.Pass(1);
-  struct {
-    const char* field;
-    double metric, imperial, within;
-  } const cases[] = {{"radius", 8.9, 8.9 / 0.3048, 0.05},
-                     {"extension", 9.3, 9.3 / 0.3048, 0.05},
-                     {"angle", 60, 60, 0.05},
-                     {"swing", 90, 90, 0},
-                     {"load", 5230, 5230 / 0.45359237, 60},
-                     {"parts-of-line", 4, 4, 0}};
-  for (const auto& c : cases) {
-    EXPECT_NEAR(LastOf(imperial, "operating-values")->Value(c.field), c.imperial, c.within) << c.field;
-    EXPECT_NEAR(LastOf(metric, "operating-values")->Value(c.field), c.metric, c.within) << c.field;
+  const std::tuple<const char*, double, double, double> cases[] = {{"radius", 8.9, 8.9 / 0.3048, 0.05},
+                                                                   {"extension", 9.3, 9.3 / 0.3048, 0.05},
+                                                                   {"angle", 60, 60, 0.05},
+                                                                   {"swing", 90, 90, 0},
+                                                                   {"load", 5230, 5230 / 0.45359237, 60},
+                                                                   {"parts-of-line", 4, 4, 0}};
+  for (const auto& [field, inMetric, inImperial, within] : cases) {
+    EXPECT_NEAR(LastOf(imperial, "operating-values")->Value(field), inImperial, within) << field;
+    EXPECT_NEAR(LastOf(metric, "operating-values")->Value(field), inMetric, within) << field;
   }
   const said_t* values = LastOf(metric, "operating-values");
   EXPECT_NEAR(values->Value("percent"), 100 * values->Value("load") / values->Value("capacity"), 0.01);
 }
 
 TEST(LoadComputerTest, SoundsEachAlarmInItsWay) {
-  struct {
-    const char* action;
-    double beeper;
-    const char* text;
-    const char* lamp;
-  } const cases[] = {{"load 9000", 0, "", ""},
-                     {"load 14500", 50, "NEAR LIMIT", "prealarm"},
-                     {"load 20000", 255, "OVERLOAD", "overload"},
-                     {"fault two-block-switch", 10, "TWO-BLOCK", "a2b"},
-                     {"fault two-block-switch off", 255, "OVERLOAD", "overload"},
-                     {"load 0", 0, "", ""},
-                     {"limit angle 10 50", 100, "LIMIT SET", "angle-alarm-tripped"},
-                     {"fault angle-sensor", 50, "SENSOR FAULT", "alarm"}};
+  const std::tuple<const char*, double, const char*, const char*> cases[] = {
+      {"load 9000", 0, "", ""},
+      {"load 14500", 50, "NEAR LIMIT", "prealarm"},
+      {"load 20000", 255, "OVERLOAD", "overload"},
+      {"fault two-block-switch", 10, "TWO-BLOCK", "a2b"},
+      {"fault two-block-switch off", 255, "OVERLOAD", "overload"},
+      {"load 0", 0, "", ""},
+      {"limit angle 10 50", 100, "LIMIT SET", "angle-alarm-tripped"},
+      {"fault angle-sensor", 50, "SENSOR FAULT", "alarm"}};
   HostRun run;
   run.Raise("20");
-  double beeper = 0;
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.action);
-    run.Do(c.action);
+  double before = 0;
+  for (const auto& [action, beeper, text, lamp] : cases) {
+    SCOPED_TRACE(action);
+    run.Do(action);
     const auto said = run.Pass(12);
-    if (c.beeper != beeper) {
-      EXPECT_EQ(LastOf(said, "beeper")->Value(), c.beeper);
+    if (beeper != before) {
+      EXPECT_EQ(LastOf(said, "beeper")->Value(), beeper);
     }
-    beeper = c.beeper;
-    EXPECT_EQ(TextOf(LastOf(said, "texts"), "line4-center"), c.text);
-    const std::string flash(c.text[0] == '\0' ? " " : c.text);
+    before = beeper;
+    EXPECT_EQ(TextOf(LastOf(said, "texts"), "line4-center"), text);
+    const std::string flash(text[0] == '\0' ? " " : text);
     const host::Message& message = LastOf(said, "flash")->message;
     EXPECT_EQ(std::string(message.begin() + FLASH_AT, message.end()).substr(0, flash.size()), flash);
-    EXPECT_EQ(HasLamp(LastOf(said, "operating-values"), "alarm"), c.beeper != 0);
-    if (*c.lamp != '\0') {
-      EXPECT_TRUE(HasLamp(LastOf(said, "operating-values"), c.lamp));
+    EXPECT_EQ(HasLamp(LastOf(said, "operating-values"), "alarm"), beeper != 0);
+    if (*lamp != '\0') {
+      EXPECT_TRUE(HasLamp(LastOf(said, "operating-values"), lamp));
     }
   }
   EXPECT_TRUE(std::isnan(LastOf(run.Pass(1), "operating-values")->Value("angle")));
@@ -124,7 +118,7 @@ TEST(LoadComputerTest, FillsTheBusAtItsFastest) {
   const auto said = run.Pass(10);
   EXPECT_EQ(CountOf(said, "operating-values"), 500U);
   const auto isFull = [](const said_t& one) { return one.Is("texts") && one.message.size() == 251; };
-  EXPECT_EQ(std::ranges::count_if(said, isFull), 200) << "as much as a message holds";
+  EXPECT_EQ(std::ranges::count_if(said, isFull), 200) << "messages of the greatest length";
   const auto full = std::ranges::find_if(said, isFull);
   for (const std::string_view field : host::TextFieldNames())
     EXPECT_EQ(TextOf(&*full, field).size(), 4U) << field;

@@ -28,7 +28,7 @@ TEST(HeartbeatMonitorTest, ReportsOnceWhenAWorkerFallsSilentAndOnceWhenItIsBack)
   monitor.SetChannel(5);
 
   HeartbeatMonitor::time_t now{1000s};
-  EXPECT_THAT(monitor.Check(now), IsEmpty()) << "nothing is expected of a worker that was never seen";
+  EXPECT_THAT(monitor.Check(now), IsEmpty()) << "a worker without a first heartbeat is not supervised";
   const std::vector<std::uint8_t> parse = {70, 0, 0, 0};
   const std::vector<std::uint8_t> dispatch = {44, 1, 0, 0};
   EXPECT_EQ(monitor.Note(5, parse, now), std::nullopt);
@@ -44,12 +44,12 @@ TEST(HeartbeatMonitorTest, ReportsOnceWhenAWorkerFallsSilentAndOnceWhenItIsBack)
   EXPECT_THAT(monitor.Note(5, parse, now + 1s), ::testing::Optional(HasSubstr("Parse worker is back")));
   EXPECT_EQ(monitor.Note(5, parse, now + 1s), std::nullopt);
 
-  // The application ends as it should: its last heartbeats and its silence are nothing to report.
+  // The application ends in order: neither its last heartbeats nor its silence are reported.
   now += 1s;
   monitor.Note(5, std::vector<std::uint8_t>{9, 0, 0, 0}, now);
   monitor.Note(5, parse, now + 10ms);
   EXPECT_THAT(monitor.Check(now + 5s), IsEmpty());
-  // Its next run is supervised as the first was.
+  // The application's next run is supervised again.
   now += 7s;
   monitor.Note(5, parse, now);
   EXPECT_THAT(monitor.Check(now + 2s), ElementsAre(HasSubstr("Parse")));

@@ -1,4 +1,7 @@
-// The front keys from the port to the look-up on the page, and the actions that stand for keys and pages.
+// The front keys from the port to the look-up on the page, and the actions for keys and pages.
+#include <tuple>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "platform/board_state.h"
@@ -17,7 +20,7 @@
 
 namespace {
 
-// The scanner on the emulated port, with the timer's ticks given by hand.
+// The scanner on the emulated port. The test lowers the timer's countdowns itself.
 class ScannerTest : public testing::Test {
  protected:
   ScannerTest() : board_(platform::BoardMapping::role_t::OWNER) {
@@ -32,7 +35,7 @@ class ScannerTest : public testing::Test {
     record_->currentPage = &record_->target.pages[0];
   }
 
-  void Hold(std::initializer_list<int> keys) {
+  void Hold(const std::vector<int>& keys) {
     std::uint32_t held = 0;
     for (const int key : keys) held |= 1U << (key - 1);
     board_.Get()->keysHeld[0] = held;
@@ -47,35 +50,25 @@ class ScannerTest : public testing::Test {
     }
   }
 
-  TestRecord record_;  // makes the runtime directory in which the board lies
+  TestRecord record_;  // makes the runtime directory, which the board needs
   platform::BoardMapping board_;
   std::uintptr_t port_;
 };
 
 TEST_F(ScannerTest, ReadsEachKeyAndThePairAndNothingElse) {
-  struct case_t {
-    std::initializer_list<int> keys;
-    int code, key;
-  };
-  for (const case_t& c : {case_t{{1}, 0x0001, 1},
-                          {{2}, 0x0002, 2},
-                          {{3}, 0x0004, 3},
-                          {{4}, 0x0008, 4},
-                          {{5}, 0x0010, 5},
-                          {{6}, 0x0020, 6},
-                          {{7}, 0x1000, 7},
-                          {{8}, 0x2000, 8},
-                          {{5, 8}, 0x2010, 9},
-                          {{1, 2}, 0x0003, 0},
-                          {{1, 5, 8}, 0x2011, 0},
-                          {{1, 2, 3}, 0x0007, 0},
-                          {{}, 0, 0}}) {
+  const std::tuple<std::vector<int>, int, int> chords[] = {
+      {{1}, 0x0001, 1},    {{2}, 0x0002, 2},    {{3}, 0x0004, 3},       {{4}, 0x0008, 4},
+      {{5}, 0x0010, 5},    {{6}, 0x0020, 6},    {{7}, 0x1000, 7},       {{8}, 0x2000, 8},
+      {{5, 8}, 0x2010, 9}, {{1, 2}, 0x0003, 0}, {{1, 5, 8}, 0x2011, 0}, {{1, 2, 3}, 0x0007, 0},
+      {{}, 0, 0}};
+  for (const auto& [keys, code, key] : chords) {
+    SCOPED_TRACE(testing::PrintToString(keys));
     Hold({});
     Scan(8);
-    Hold(c.keys);
-    EXPECT_EQ(KEYPAD::ScanMatrix(port_), c.code);
+    Hold(keys);
+    EXPECT_EQ(KEYPAD::ScanMatrix(port_), code);
     Scan(4);
-    EXPECT_EQ(KEYPAD::NewKey, c.key) << c.code;
+    EXPECT_EQ(KEYPAD::NewKey, key);
   }
 }
 
@@ -85,7 +78,7 @@ TEST_F(ScannerTest, WantsTwoTicksForAPressAndSixForARelease) {
   EXPECT_EQ(KEYPAD::KeyHeld, 0);
   Hold({});
   Scan(8);
-  EXPECT_EQ(KEYPAD::KeyHeld, 0) << "a press that was too short never arrives";
+  EXPECT_EQ(KEYPAD::KeyHeld, 0) << "a press that is too short is not taken";
   Hold({3});
   Scan(3);
   EXPECT_EQ(KEYPAD::KeyHeld, 3);
@@ -94,13 +87,13 @@ TEST_F(ScannerTest, WantsTwoTicksForAPressAndSixForARelease) {
   EXPECT_EQ(KEYPAD::KeyHeld, 3);
   Hold({3});
   Scan(5);
-  EXPECT_EQ(KEYPAD::KeyHeld, 3) << "a release that was too short keeps the key held";
+  EXPECT_EQ(KEYPAD::KeyHeld, 3) << "a release that is too short is not taken";
   Hold({});
   Scan(7);
   EXPECT_EQ(KEYPAD::KeyHeld, 0);
 }
 
-// A record with all pages; the number of an action is its index and 100.
+// A record with all pages. The number of an action is its index plus 100.
 class ActionsTest : public testing::Test {
  protected:
   ActionsTest() {
@@ -120,31 +113,32 @@ TEST_F(ActionsTest, ActionsActInTheirOrder) {
   ConsoleCapture console;
   Show(ACTION_PAGE_WAD);
   EXPECT_EQ(CurrentPageId(data_), ACTION_PAGE_WAD);
-  Show(ACTION_PAGE_ENGINE);  // a page without keys is no page of the set
+  Show(ACTION_PAGE_ENGINE);  // the set has no such page
   EXPECT_EQ(CurrentPageId(data_), ACTION_PAGE_WAD);
   data_->actionIds["ExitApplication"] = 100 + ACTION_PAGE_MAIN;
-  EXPECT_TRUE(HandleAction(data_, 100 + ACTION_PAGE_MAIN)) << "a number that names a page too acts as the page";
+  EXPECT_TRUE(HandleAction(data_, 100 + ACTION_PAGE_MAIN)) << "where a number is also a page's, the page wins";
   data_->actionIds["ExitApplication"] = 300;
   EXPECT_FALSE(HandleAction(data_, 300));
   EXPECT_EQ(console.Err(), "Orvik: ERROR!  received unknown action 119\n");
 }
 
 TEST_F(ActionsTest, ExternalKeysFollowTheirThreeVariables) {
-  struct case_t {
-    double enabled, code;
-    std::uint32_t queued;
-    int held, beeper;
-  };
   Show(ACTION_PAGE_WAD);
-  for (const case_t& c :
-       {case_t{1, 3, 18, 18, 2}, {1, 0, 0, 0, 1}, {0, 3, 0, 0, 2}, {0, 0, 0, 0, 1}, {1, 1e9, 0, 0, 1}}) {
-    DBSHM::Write(data_->variables.externalKeysEnabled, c.enabled);
-    DBSHM::Write(data_->variables.externalSystemKeyCode, c.code);
+  const std::tuple<const char*, double, double, std::uint32_t, int, int> cases[] = {
+      {"press", 1, 3, 18, 18, 2},
+      {"release", 1, 0, 0, 0, 1},
+      {"press of a disabled key", 0, 3, 0, 0, 2},
+      {"release of a disabled key", 0, 0, 0, 0, 1},
+      {"a number that no key has", 1, 1e9, 0, 0, 1}};
+  for (const auto& [name, enabled, code, queued, held, beeper] : cases) {
+    SCOPED_TRACE(name);
+    DBSHM::Write(data_->variables.externalKeysEnabled, enabled);
+    DBSHM::Write(data_->variables.externalSystemKeyCode, code);
     data_->beeperState = 1;
     HandleAction(data_, 100 + ACTION_KEY_PRESS_CHANGED);
-    EXPECT_EQ(getKeyData(data_), c.queued);
-    EXPECT_EQ(data_->keyStatus, c.held);
-    EXPECT_EQ(data_->beeperState, c.beeper);
+    EXPECT_EQ(getKeyData(data_), queued);
+    EXPECT_EQ(data_->keyStatus, held);
+    EXPECT_EQ(data_->beeperState, beeper);
   }
 }
 

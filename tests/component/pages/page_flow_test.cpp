@@ -1,5 +1,5 @@
-// Where every page change leads that a key, the host, its silence or the end of the program can ask for: by the
-// tables of the application and the transitions of the screen design, which docs/pages.md shows.
+// The target of every page change that a key, the host, its silence or the program's end can request, from the
+// tables of the application and the transitions of the screen design. docs/pages.md shows the same table.
 #include <cstdlib>
 #include <fstream>
 #include <map>
@@ -24,7 +24,7 @@ namespace {
 constexpr const char* BEGIN = "<!-- table: begin -->\n";
 constexpr const char* END = "<!-- table: end -->\n";
 
-// One way of asking on one page. `events` are tried in order: the first that the page's design knows leads.
+// One request on one page. The first of `events` that the page's design has a transition for decides.
 struct ask_t {
   std::string how;
   int page;
@@ -90,7 +90,7 @@ class PageFlowTest : public testing::Test {
 
   const unit::page_t& DesignOf(int pageId) const { return *pageByAction_.at(std::string(ActionName(pageId))); }
 
-  // The name of the page that the ask leads to; nothing when it leads nowhere.
+  // The name of the page that the request leads to; nothing when there is no transition.
   std::optional<std::string> LeadsTo(const ask_t& ask) const {
     const auto& transitions = DesignOf(ask.page).transitions;
     for (const std::string& event : ask.events) {
@@ -144,7 +144,8 @@ TEST_F(PageFlowTest, TheDocumentShowsTheTablesThatTheProgramsUse) {
   if (std::getenv("ORVIK_WRITE_DOCS") != nullptr) {
     std::ofstream(file) << text.substr(0, from) << Table() << text.substr(end);
   } else {
-    EXPECT_EQ(text.substr(from, end - from), Table()) << "ORVIK_WRITE_DOCS=1 and this test write it anew";
+    EXPECT_EQ(text.substr(from, end - from), Table())
+        << "set ORVIK_WRITE_DOCS=1 and run this test to write the table";
   }
 }
 

@@ -1,4 +1,4 @@
-// The last states that the panel keeps, and what of them its streams carry.
+// The states that the panel keeps, and the events that its streams carry.
 #include "unit/panel/panel_state.h"
 
 #include <gmock/gmock.h>
@@ -17,7 +17,7 @@ class PanelStateTest : public testing::Test {
  protected:
   PanelStateTest() { Events(); }
 
-  // What the reader was sent since the last call.
+  // The events sent to the reader since the last call.
   std::string Events() {
     std::string text;
     stream_->Wait(text, 0ms);
@@ -43,15 +43,15 @@ TEST_F(PanelStateTest, PassesOverWhatIsNoObjectAndKeepsAnEventOnItsLine) {
     state_.TakeBoard(text);
     state_.TakeBus(text);
     state_.TakeScreen(text);
+    EXPECT_EQ(Events(), "") << text;
   }
-  EXPECT_EQ(Events(), "");
   state_.TakeBus("{\"a\":1,\n\n\"b\":2}");
   EXPECT_EQ(Events(), "event: bus\ndata: {\"a\":1,\"b\":2}\n\n");
 }
 
 TEST_F(PanelStateTest, HandsOnChangesThatFollowEachOtherOnly) {
   state_.TakeScreen(R"({"revision":5,"previous":4,"page":false})");
-  EXPECT_THAT(Events(), Not(HasSubstr("event: change"))) << "what came before is not known";
+  EXPECT_THAT(Events(), Not(HasSubstr("event: change"))) << "the change before this one is not known";
   state_.TakeScreen(R"({"revision":6,"previous":5,"page":false})");
   EXPECT_THAT(Events(), HasSubstr("event: change"));
   for (const char* change :

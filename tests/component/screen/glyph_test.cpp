@@ -44,7 +44,7 @@ bool HasGlyph(const pattern_t& font, char32_t c) {
          FcCharSetHasChar(characters, c) == FcTrue;
 }
 
-// Whatever stands in the files that hold the product's texts, comments and all.
+// Collects all characters of the files that hold the product's texts, comments included.
 void Collect(const fs::path& folder, std::set<char32_t>& characters) {
   for (const auto& entry : fs::recursive_directory_iterator(folder)) {
     if (!entry.is_regular_file()) continue;
@@ -63,7 +63,7 @@ std::set<char32_t> Characters() {
   for (const char* folder : {"src", "host", "tools", "config"}) {
     Collect(fs::path(SOURCE_FOLDER) / folder, characters);
   }
-  // What the host may send beside: Latin, Cyrillic, and the full-width forms of ASCII.
+  // The host may also send Latin and Cyrillic letters, and the full-width forms of ASCII.
   for (char32_t c = 0xA1; c <= 0xFF; ++c) characters.insert(c);
   for (char32_t c = 0x410; c <= 0x44F; ++c) characters.insert(c);
   for (char32_t c = 0xFF01; c <= 0xFF5E; ++c) characters.insert(c);

@@ -68,7 +68,7 @@ TEST(DesignTest, AFolderGivesItsGoodPagesAndReportsTheOthers) {
   EXPECT_THAT(CheckDesign(design), testing::UnorderedElementsAre(HasSubstr("Nowhere"), HasSubstr("one order")));
 }
 
-// The product's own design beside its configuration.
+// The design in config/screen with the names in config/generic.xml.
 TEST(ProductDesignTest, FitsTheConfigurationAndIsDrawn) {
   const screen_names_t names = LoadScreenNames(SOURCE_FOLDER "/config/generic.xml");
   std::vector<std::string> problems;
@@ -218,7 +218,7 @@ TEST_F(ScreenModelTest, DataThatAreNotCurrentShowDashes) {
   model_->SetVariable("Lamp", 1.0);
   model_->SetDataState(DATA_LINK_LOST);
   const screen_change_t change = model_->TakeChange();
-  EXPECT_EQ(Attribute(change, "lamp", "display"), "none");  // unknown is none of the values that it shows
+  EXPECT_EQ(Attribute(change, "lamp", "display"), "none");  // data-show names no entry for an unknown value
   EXPECT_THAT(model_->Svg(), HasSubstr(">----</text>"));
   EXPECT_EQ(model_->WidgetTexts().at("Load"), "12,300");
   model_->SetDataState(DATA_CURRENT);
@@ -253,7 +253,7 @@ TEST_F(ScreenModelTest, AChangedDesignReplacesItsPageAndABrokenOneDoesNot) {
   EXPECT_THAT(model_->Svg(), HasSubstr("<circle"));
   EXPECT_THAT(model_->Svg(), HasSubstr(">77</text>"));
   EXPECT_TRUE(model_->TakeChange().page);
-  EXPECT_FALSE(model_->HandleEvent(MAIN_TO_WAD)) << "the changed page has no transitions any more";
+  EXPECT_FALSE(model_->HandleEvent(MAIN_TO_WAD)) << "the changed page has no transitions";
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include "src/services/nm_messages.h"
 #include "tests/support/fake_service.h"
@@ -18,7 +19,7 @@ class ScreenApiTest : public testing::Test {
   FakeService server_{NM_SERVER_NAME, [](const bytes_t&) { return Words({0, CHANNEL, 1, 1}); }};
 };
 
-// What was published by one call, without the notification manager's header.
+// The message that one call published, without the notification manager's header.
 bytes_t Published(FakeService& server) {
   const auto requests = server.TakeRequests();
   if (requests.empty()) return {};
@@ -35,20 +36,22 @@ TEST_F(ScreenApiTest, EachOperationIsOneMessage) {
   EXPECT_EQ(start[1], Words({NM_REGISTER, -1, 10, 1}) + Characters("screenapi") + bytes_t{0});
 
   const std::int64_t half = 0x3F000000, one = 0x3F800000, minusTwo = 0xC0000000;
-  const std::vector<std::pair<std::function<void()>, bytes_t>> cases = {
-      {[&] { screen.setText(5, "ab", 2); }, Words({5, 0, 2}) + bytes_t{'a', 'b', 0}},
-      {[&] { screen.setTextWidget(-1, ""); }, Words({-1, 0, 0}) + bytes_t{0}},
-      {[&] { screen.setTextGauge(5, "\xC3\xA9"); }, Words({5, 0, 0}) + bytes_t{0xC3, 0xA9, 0}},
-      {[&] { screen.move(3, -10, 76); }, Words({3, 1, -10, 76})},
-      {[&] { screen.rotate(3, 0.5F, 1.0F, -2.0F); }, Words({3, 2, half, one, minusTwo})},
-      {[&] { screen.framerate(30); }, Words({0, 3, 30})},
-      {[&] { screen.processCommands(); }, Words({0, 4})},
-      {[&] { screen.show(3); }, Words({3, 5})},
-      {[&] { screen.hide(3); }, Words({3, 6})},
-      {[&] { screen.setColor(3, 1, 0.5F, 1.0F, -2.0F, 1.0F); }, Words({3, 7, 1, half, one, minusTwo, one})},
-      {[&] { screen.setAlternate(9, 2); }, Words({0, 8, 2})},
+  const std::tuple<const char*, std::function<void()>, bytes_t> cases[] = {
+      {"setText", [&] { screen.setText(5, "ab", 2); }, Words({5, 0, 2}) + bytes_t{'a', 'b', 0}},
+      {"setTextWidget", [&] { screen.setTextWidget(-1, ""); }, Words({-1, 0, 0}) + bytes_t{0}},
+      {"setTextGauge", [&] { screen.setTextGauge(5, "\xC3\xA9"); }, Words({5, 0, 0}) + bytes_t{0xC3, 0xA9, 0}},
+      {"move", [&] { screen.move(3, -10, 76); }, Words({3, 1, -10, 76})},
+      {"rotate", [&] { screen.rotate(3, 0.5F, 1.0F, -2.0F); }, Words({3, 2, half, one, minusTwo})},
+      {"framerate", [&] { screen.framerate(30); }, Words({0, 3, 30})},
+      {"processCommands", [&] { screen.processCommands(); }, Words({0, 4})},
+      {"show", [&] { screen.show(3); }, Words({3, 5})},
+      {"hide", [&] { screen.hide(3); }, Words({3, 6})},
+      {"setColor", [&] { screen.setColor(3, 1, 0.5F, 1.0F, -2.0F, 1.0F); },
+       Words({3, 7, 1, half, one, minusTwo, one})},
+      {"setAlternate", [&] { screen.setAlternate(9, 2); }, Words({0, 8, 2})},
   };
-  for (const auto& [call, message] : cases) {
+  for (const auto& [name, call, message] : cases) {
+    SCOPED_TRACE(name);
     call();
     EXPECT_EQ(Published(server_), message);
   }
@@ -63,7 +66,7 @@ TEST_F(ScreenApiTest, ATextThatDoesNotFitIsDroppedSilently) {
   EXPECT_EQ(Published(server_).size(), 1023U);
 }
 
-// The dispatcher and a key thread use one client; their messages must not run into each other.
+// The dispatcher and the key thread share one client; their messages must not mix.
 TEST_F(ScreenApiTest, ThreadsMayShareAClient) {
   ScreenApi screen;
   server_.TakeRequests();

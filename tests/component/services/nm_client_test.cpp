@@ -3,6 +3,7 @@
 
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include <unistd.h>
 
@@ -27,7 +28,7 @@ class NMClientTest : public testing::Test {
   }
 
   RuntimeDirectoryForTest directory_;
-  int ownChid_ = 0;  // the client's channel, as it told the service
+  int ownChid_ = 0;  // the client's channel, which its connect request carries
   bytes_t reply_ = Words({0, 5, 3, 0});
 };
 
@@ -77,13 +78,11 @@ TEST_F(NMClientTest, AReplyThatClaimsTooMuchIsCut) {
   NM::NMClient client;
   int channel = 0;
   std::string buffer(20000, '.');
-  struct case_t {
-    std::int32_t claimed;
-    int room;
-    int expected;
-  };
-  for (const auto& [claimed, room, expected] :
-       {case_t{100, 4, 4}, {0x7FFFFFFF, 20000, NM_PAYLOAD_SIZE}, {-1, 4, -1}, {4, -5, 0}, {0, 4, 0}}) {
+  for (const auto& [claimed, room, expected] : {std::tuple<std::int32_t, int, int>{100, 4, 4},
+                                                {0x7FFFFFFF, 20000, NM_PAYLOAD_SIZE},
+                                                {-1, 4, -1},
+                                                {4, -5, 0},
+                                                {0, 4, 0}}) {
     reply_ = Words({4, 1, claimed, 0});
     client.wakeReceiver();
     EXPECT_EQ(client.recvMsg(channel, buffer.data(), room), expected) << claimed << ' ' << room;
@@ -106,7 +105,7 @@ TEST_F(NMClientTest, AMessageOnThePulseChannelIsRefusedAndItsSenderGoesOn) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "NM-Client: Error: unexpected rcvid\n");
 }
 
-// Replies carry what the request carried, so that a mix-up of two threads' messages would show.
+// Each reply carries the first byte of its request, so that a thread notices the reply to another one.
 TEST_F(NMClientTest, ThreadsThatShareAClientGetTheirOwnResults) {
   const FakeService server(NM_SERVER_NAME, [this](const bytes_t& request) {
     if (request.at(0) == NM_CONNECT) return Answer()(request);

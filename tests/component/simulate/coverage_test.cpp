@@ -1,4 +1,4 @@
-// Every scenario through ten minutes of the crane, and what all of them send together.
+// Ten minutes of crane time of every scenario. Together the scenarios send every command.
 #include <algorithm>
 #include <iomanip>
 #include <iostream>
@@ -42,7 +42,7 @@ TEST(CoverageTest, EveryCommandIsSentBySomeScenario) {
   }
 }
 
-// What is different after a key from the same host without it.
+// The commands that a host sends after the key, and that an equal host without the key does not send.
 std::set<std::string> AnswerTo(const host::number_name_t& key) {
   HostRun pressed;
   HostRun left;

@@ -29,7 +29,8 @@ TEST(ScenarioTest, CarriesOutEachLineAtItsTime) {
   run.Pass(1);
   EXPECT_THAT(run.lines, ElementsAre("start", "two  words"));
   run.Pass(8);
-  EXPECT_THAT(run.lines, ElementsAre("start", "two  words", "start")) << "after ten seconds again";
+  EXPECT_THAT(run.lines, ElementsAre("start", "two  words", "start"))
+      << "the scenario repeats after ten seconds";
   EXPECT_EQ(Parse("# What it shows.\n0 stop\n").about, "What it shows.");
   EXPECT_EQ(Parse("").name, "a");
 }

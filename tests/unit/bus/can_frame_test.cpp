@@ -1,5 +1,7 @@
 #include "bus/can_frame.h"
 
+#include <tuple>
+
 #include <gmock/gmock.h>
 
 #include "bus/log_lines.h"
@@ -24,13 +26,7 @@ bool operator==(const frame_t& a, const frame_t& b) {
 }
 
 TEST(CanFrameTextTest, WritesAndReadsTheThreeForms) {
-  struct case_t {
-    frame_t frame;
-    const char* log;
-    const char* send;
-    const char* received;
-  };
-  const case_t cases[] = {
+  const std::tuple<frame_t, const char*, const char*, const char*> cases[] = {
       {Frame(0x18FF00D0, true, {0, 1, 6, 0, 0, 0, 0, 0xAB}, 1436509052249713),
        "(1436509052.249713) can0 18FF00D0#00010600000000AB", "< send 18FF00D0 8 00 01 06 00 00 00 00 AB >",
        "< frame 18FF00D0 1436509052.249713 00010600000000AB >"},
@@ -39,22 +35,23 @@ TEST(CanFrameTextTest, WritesAndReadsTheThreeForms) {
       {Frame(0x7F, true, {}, 0), "(0.000000) can0 0000007F#", "< send 0000007F 0 >",
        "< frame 0000007F 0.000000  >"},
   };
-  for (const case_t& c : cases) {
-    EXPECT_EQ(bus::FormatLogLine(c.frame, "can0"), c.log);
-    EXPECT_EQ(bus::FormatSocketcandSend(c.frame), c.send);
-    EXPECT_EQ(bus::FormatSocketcandFrame(c.frame), c.received);
-    const auto line = bus::ParseLogLine(c.log);
-    ASSERT_TRUE(line) << c.log;
-    EXPECT_TRUE(line->frame == c.frame) << c.log;
+  for (const auto& [frame, log, send, received] : cases) {
+    SCOPED_TRACE(log);
+    EXPECT_EQ(bus::FormatLogLine(frame, "can0"), log);
+    EXPECT_EQ(bus::FormatSocketcandSend(frame), send);
+    EXPECT_EQ(bus::FormatSocketcandFrame(frame), received);
+    const auto line = bus::ParseLogLine(log);
+    ASSERT_TRUE(line);
+    EXPECT_TRUE(line->frame == frame);
     EXPECT_EQ(line->interface, "can0");
-    const auto received = bus::ParseSocketcandFrame(c.received);
-    ASSERT_TRUE(received) << c.received;
-    EXPECT_TRUE(*received == c.frame) << c.received;
-    frame_t unstamped = c.frame;
+    const auto heard = bus::ParseSocketcandFrame(received);
+    ASSERT_TRUE(heard);
+    EXPECT_TRUE(*heard == frame);
+    frame_t unstamped = frame;
     unstamped.time_us = 0;
-    const auto sent = bus::ParseSocketcandSend(c.send);
-    ASSERT_TRUE(sent) << c.send;
-    EXPECT_TRUE(*sent == unstamped) << c.send;
+    const auto sent = bus::ParseSocketcandSend(send);
+    ASSERT_TRUE(sent);
+    EXPECT_TRUE(*sent == unstamped);
   }
 }
 
@@ -118,7 +115,8 @@ TEST(SocketcandSplitterTest, DropsMessagesBeyond256BytesAndGoesOn) {
   splitter.Feed(longest + "<" + std::string(255, 'b') + ">< ok >");
   EXPECT_THAT(Drain(splitter), ElementsAre(longest, "< ok >"));
   EXPECT_EQ(splitter.Dropped(), 1U);
-  for (int i = 0; i < 1000; ++i) {  // never closed: must not grow, and counts once
+  for (int i = 0; i < 1000;
+       ++i) {  // The message never ends. It is counted once, and the splitter keeps none of it.
     splitter.Feed(i == 0 ? "<" + std::string(300, 'c') : std::string(300, 'c'));
     EXPECT_THAT(Drain(splitter), ElementsAre());
   }

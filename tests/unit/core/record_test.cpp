@@ -24,6 +24,7 @@ TEST(SettersTest, TakeTheGridAndItsBlankFromLanguageAndSystemVersion) {
                           {5, 2 + 3 / 10.0, 40, 0x20, 0x5F, 0x7B, 0x7D},
                           {4, 2.4, 40, 0xA0, 0x5F, 0x7B, 0x7D},
                           {3, 2.3, 24, 0x3000, 0xFF3F, 0xFF5B, 0xFF5D}}) {
+    SCOPED_TRACE("language " + std::to_string(c.language) + ", system " + std::to_string(c.osVersion));
     record->osVerRev = c.osVersion;
     SetLanguage(record, c.language);
     EXPECT_EQ(record->lcdSize, 4 * c.columns);
@@ -37,17 +38,15 @@ TEST(SettersTest, TakeTheGridAndItsBlankFromLanguageAndSystemVersion) {
 }
 
 TEST(DatesTest, AreReformattedAndUnknownMonthsAreMinusOne) {
-  struct case_t {
-    const char *in, *out;
-  };
-  for (const case_t& c : {case_t{"Aug 27 2013", "08/27/13"},
-                          {"Jan  7 2024", "01/07/24"},
-                          {"Dec 31 1999", "12/31/99"},
-                          {"Foo 01 2000", "-1/01/00"},
-                          {"", "-1/00/00"}}) {
+  const std::pair<const char*, const char*> cases[] = {{"Aug 27 2013", "08/27/13"},
+                                                       {"Jan  7 2024", "01/07/24"},
+                                                       {"Dec 31 1999", "12/31/99"},
+                                                       {"Foo 01 2000", "-1/01/00"},
+                                                       {"", "-1/00/00"}};
+  for (const auto& [in, expected] : cases) {
     std::array<char, 32> out{};
-    FormatDate(out.data(), c.in);
-    EXPECT_STREQ(out.data(), c.out);
+    FormatDate(out.data(), in);
+    EXPECT_STREQ(out.data(), expected) << in;
   }
   std::array<char, 4> text{};
   StringToCharArray(text.data(), "longer than that", 4);
@@ -77,7 +76,7 @@ TEST(HandOverQueuesTest, KeepTheOrderAndTakeTheWholeBacklog) {
   EXPECT_EQ(Ids(data.canPackets), (std::vector<std::uint32_t>{3}));
   getCanPackets(&data);
   EXPECT_EQ(Ids(data.canWork), (std::vector<std::uint32_t>{1, 2, 3}))
-      << "what the consumer still had stays in front";
+      << "items that the consumer has not handled yet stay in front";
   EXPECT_EQ(data.canPackets.capacity(), 0U);
 }
 
@@ -88,7 +87,7 @@ TEST(HandOverQueuesTest, DropAndCountWhatComesBeyondTheirBound) {
   EXPECT_EQ(data.decapDataDropped, 3U);
   getDecapData(&data);
   addDecapData(&data, DecapData_t{});
-  EXPECT_EQ(data.decapData.size(), 1U) << "a consumer that caught up makes room";
+  EXPECT_EQ(data.decapData.size(), 1U) << "an empty queue accepts messages again";
 }
 
 TEST(KeyQueueTest, GivesKeysInOrderAndRefusesTheNewKeyWhenFull) {

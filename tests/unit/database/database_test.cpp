@@ -37,10 +37,7 @@ TEST(ParameterListTest, ReadsNamesHandlesFirstValuesAndWhetherChangesArePublishe
 
 TEST(ParameterListTest, AWrongListIsRefusedWithFileLineAndRemedy) {
   const std::string longName(128, 'n');
-  struct {
-    std::string line2;
-    const char* text;
-  } const cases[] = {
+  const std::pair<std::string, const char*> cases[] = {
       {"<Parameter name=\"a\" handle=\"1\"", "p.xml:"},
       {"", "has no <Parameter>"},
       {"<Param name=\"a\" handle=\"1\"/>", "p.xml:2: <Param> is not known here"},
@@ -61,11 +58,11 @@ TEST(ParameterListTest, AWrongListIsRefusedWithFileLineAndRemedy) {
       {"<Parameter name=\"a\" handle=\"1\"/>\n\n<Parameter name=\"b\" handle=\"1\"/>",
        "p.xml:4: handle 1 stands on line 2 already"},
   };
-  for (const auto& c : cases) {
-    const std::string list = "<orvik-parameters version=\"1\">\n" + c.line2 + "\n</orvik-parameters>";
+  for (const auto& [line2, text] : cases) {
+    const std::string list = "<orvik-parameters version=\"1\">\n" + line2 + "\n</orvik-parameters>";
     EXPECT_THAT([&] { ReadParameters(list, "p.xml"); },
-                ThrowsMessage<std::runtime_error>(AllOf(StartsWith("p.xml:"), HasSubstr(c.text))))
-        << c.line2;
+                ThrowsMessage<std::runtime_error>(AllOf(StartsWith("p.xml:"), HasSubstr(text))))
+        << line2;
   }
   for (const char* text : {"", "<other/>", "<orvik-parameters version=\"2\"/>", "not XML", "<a"}) {
     EXPECT_THROW(ReadParameters(text, "p.xml"), std::runtime_error) << text;

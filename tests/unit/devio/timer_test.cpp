@@ -1,5 +1,7 @@
 #include "src/devio/timer.h"
 
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "tests/support/test_record.h"
@@ -18,13 +20,10 @@ TEST(TimerTest, LowersWhatIsAboveZeroAtEachTick) {
 }
 
 TEST(TimerTest, TakesTheDifferenceOfTimesWithNanosecondsThatAreNotNegative) {
-  struct case_t {
-    std::timespec start, end;
-    std::int64_t nanoseconds;
-  };
-  for (auto [start, end, nanoseconds] : {case_t{{1, 0}, {3, 5}, 2'000'000'005},
-                                         {{1, 999'999'999}, {2, 0}, 1},
-                                         {{2, 0}, {1, 500'000'000}, -500'000'000}}) {
+  for (auto [start, end, nanoseconds] :
+       {std::tuple<std::timespec, std::timespec, std::int64_t>{{1, 0}, {3, 5}, 2'000'000'005},
+        {{1, 999'999'999}, {2, 0}, 1},
+        {{2, 0}, {1, 500'000'000}, -500'000'000}}) {
     std::timespec difference{};
     EXPECT_EQ(ElaspedNanoSeconds(&start, &end, &difference), nanoseconds);
     EXPECT_EQ(difference.tv_sec * std::int64_t{1'000'000'000} + difference.tv_nsec, nanoseconds);

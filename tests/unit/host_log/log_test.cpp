@@ -1,4 +1,4 @@
-// Logs of the bus: what is read of them, and when it is played.
+// The formats of bus logs that are read, and the times at which their frames are played.
 #include <cstdlib>
 #include <ctime>
 #include <deque>
@@ -96,12 +96,12 @@ using TimePoint = host::Schedule::TimePoint;
 
 constexpr TimePoint BEGIN{1h};
 
-// A world whose time passes only where it is told to: in waits, and as long as sending takes.
+// A clock that advances only in waits and by the time that a send takes.
 struct world_t {
   TimePoint now = BEGIN;
   std::chrono::microseconds sendTakes{0};
   std::size_t stopAfter = 1'000'000;
-  std::size_t holdAt = 1'000'000;  // frames after which somebody holds the log
+  std::size_t holdAt = 1'000'000;  // the number of frames after which the player is paused
   TimePoint::duration holdFor{};
   std::vector<std::int64_t> sentAt_us;
 
@@ -147,7 +147,7 @@ TEST(PlayTest, KeepsThePaceOfTheRecordingAtItsSpeed) {
   EXPECT_THAT(PlayAll(*std::make_unique<world_t>(), 1, stamps), ElementsAre(0, 10'000, 10'000, 2'000'000));
   EXPECT_THAT(PlayAll(*std::make_unique<world_t>(), 4, stamps), ElementsAre(0, 2'500, 2'500, 500'000));
   EXPECT_THAT(PlayAll(*std::make_unique<world_t>(), 0, stamps), ElementsAre(0, 0, 0, 0));
-  // A clock that goes backward takes no time at all.
+  // Where the recorded clock goes backward, the next frame follows at once.
   EXPECT_THAT(PlayAll(*std::make_unique<world_t>(), 1, {5'000'000, 5'001'000, 1'000'000, 1'002'000}),
               ElementsAre(0, 1'000, 1'000, 3'000));
 }
@@ -157,8 +157,8 @@ TEST(PlayTest, DoesNotDriftHoweverLongSendingTakes) {
   world.sendTakes = 900us;
   std::vector<std::uint64_t> stamps;
   for (std::uint64_t i = 0; i < 100'000; ++i) stamps.push_back(i * 1'000);
-  const auto sent = PlayAll(world, 3, stamps);  // a third of a millisecond is no whole number of microseconds
-  EXPECT_GT(sent.back(), 33'333'000);  // 900 us a frame are too slow for it: it falls behind, and catches up
+  const auto sent = PlayAll(world, 3, stamps);  // 1/3 ms is not a whole number of microseconds
+  EXPECT_GT(sent.back(), 33'333'000);  // a frame takes 900 us, longer than 1/3 ms: playing falls behind
   world_t quick;
   quick.sendTakes = 300us;
   EXPECT_EQ(PlayAll(quick, 3, stamps).back(), 33'333'000);
@@ -172,7 +172,7 @@ TEST(PlayTest, GoesOnFromWhereTheBusWasLost) {
   const auto send = stage.send;
   stage.send = [&, first = true](const bus::frame_t& frame) mutable {
     send(frame);
-    if (std::exchange(first, false)) world.now += 8s;  // gone, and back
+    if (std::exchange(first, false)) world.now += 8s;  // the bus was lost for 8 s
     return true;
   };
   host::Play(Frames({0, 10'000, 20'000}), schedule, false, stage, played);

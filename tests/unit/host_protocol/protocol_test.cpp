@@ -1,4 +1,4 @@
-// The host's messages: into bytes and frames, back into words, and spoilt on purpose.
+// The host's messages: encoding, segmentation, decoding into words, and injected faults.
 #include <algorithm>
 #include <array>
 #include <set>
@@ -24,7 +24,7 @@ std::string Words(const char* message, host::units_t units = {}) {
   return host::InWords(host::DecodeCommand(FromHex(message), units));
 }
 
-// The floats are written by hand; the swing lies between the lamps' bits.
+// The bytes of the floats are written by hand. The two swing bytes lie between the third and fourth lamp byte.
 TEST(OperatingValuesTest, AreEncodedAndPutIntoWords) {
   constexpr const char* MESSAGE =
       "02 00 46 EA 60 00 46 40 30 00 42 0E 00 00 C0 00 00 00 3F 00 00 00 3E CC 49 BA 04 05 00 01 FF B5 80 "
@@ -48,17 +48,17 @@ TEST(DecodeTest, PutsEveryLayoutIntoWords) {
       {"05 00 0F 00 07 00 11 48 45 4C 4C 4F 00 04 00 1D C2 B0 FF FF",
        "texts: line1-center \"HELLO\", erected \"°\""},
       {"03 00 04 00 63 41 42 FF", "flash: \"AB\""},
-      // Foreign text cannot steer the terminal.
+      // Control characters are escaped, so that text from the bus cannot control the terminal.
       {"03 00 08 00 00 1B 5B 41 22 FF C3", "flash: \"\\x1B[A\\\"\xEF\xBF\xBD\xEF\xBF\xBD\""},
       {"04 FF FF FF FF FF", "beeper: continuous"},
       {"04 14", "beeper: 20 x 10 ms"},
       {"06 FF FF FF FF FF", "key-state"},
       {"07 01 04 7F 00 01 05 FF", "valid-keys: none winch:no-beep counterweight:5"},
-      {"07 01 FF 7F", "valid-keys: none"},  // more keys announced than came
+      {"07 01 FF 7F", "valid-keys: none"},  // the count is larger than the number of masks
       {"07 0B 01", "units: metric"},
       {"07 0F 02", "transition: 2"},
       {"07 12 01 00 09 03", "colors: tires green, retracted dark, half 9, extended red"},
-      // What the display will not like.
+      // Messages that the display refuses.
       {"02 00 46", "operating-values  (!) 3 bytes came, 41 are needed"},
       {"07", "unknown: bytes 07  (!) the display knows no such command"},
       {"07 15 00", "unknown: bytes 07 15 00  (!) the display knows no such command"},
@@ -108,7 +108,7 @@ TEST(SegmentTest, PadsTheLastFrameAndKnowsItsBounds) {
   EXPECT_THROW(host::Segment(Message{}), host::UsageError);
 }
 
-// A name that two things had would send the one that is looked for first.
+// If a command and a field had one name, `hx7 send` would always take the one that it looks up first.
 TEST(ProtocolTableTest, NamesAreUniqueAndFieldsLieInsideTheirMessages) {
   std::set<std::string_view> names;
   for (const host::command_t& command : host::Commands()) {
@@ -118,11 +118,11 @@ TEST(ProtocolTableTest, NamesAreUniqueAndFieldsLieInsideTheirMessages) {
     EXPECT_EQ(host::FindCommand(command.number, command.sub), &command);
   }
   for (const host::field_t& field : host::OperatingValuesCommand().fields)
-    EXPECT_TRUE(names.insert(field.name).second);
+    EXPECT_TRUE(names.insert(field.name).second) << field.name;
   for (const std::string_view name : host::TextFieldNames()) EXPECT_TRUE(names.insert(name).second) << name;
 }
 
-// What the display would join of the frames: the messages, and what broke.
+// The messages that the display would join from the frames, and its counters of broken sequences.
 struct joined_t {
   std::vector<Message> messages;
   host::Reassembler::counters_t counters;

@@ -32,7 +32,7 @@ std::vector<std::string> Words(const std::string& text) {
 }
 
 TEST(SendPlanTest, SendsEachCommandByName) {
-  // Arguments and the bytes of their messages; each fits one frame and is padded.
+  // Arguments and the bytes of their messages. Each message fits one frame, which is padded.
   for (const std::string& word : Words(
            "beeper=20:0414 beeper=continuous:04FF units=metric:070B01 units=0x02:070B02 "
            "language=russian:070D04 "
@@ -50,7 +50,7 @@ TEST(SendPlanTest, SendsEachCommandByName) {
     EXPECT_THAT(FramesOf(Plan({word.substr(0, colon)})), ElementsAre(frame)) << word;
   }
   EXPECT_THAT(FramesOf(Plan({"frame=18FF00D0#0001"})), ElementsAre("00 01"));
-  // 23 masks: boom mode (1) with 5, info (18) as usual.
+  // 23 masks: boom mode (1) has mask 5, info (18) the default mask 7F.
   EXPECT_THAT(FramesOf(Plan({"valid-keys=boom-mode:5,info"})),
               ElementsAre("00 04 07 01 17 00 05 00", "01 00 00 00 00 00 00 00", "02 00 00 00 00 00 00 00",
                           "03 00 7F 00 00 00 00 FF"));
@@ -64,7 +64,8 @@ TEST(SendPlanTest, GathersValuesAndTextsWhereTheFirstStands) {
   const host::plan_t plan = host::PlanSend(arguments, values);
   ASSERT_EQ(plan.steps.size(), 4U);
   EXPECT_TRUE(plan.sendsValues);
-  EXPECT_EQ(ToHex(plan.steps[1].frames[1].Bytes()), "01 3F 80 00 00 40 00 00");  // the load as it was, radius 2
+  EXPECT_EQ(ToHex(plan.steps[1].frames[1].Bytes()),
+            "01 3F 80 00 00 40 00 00");  // the earlier load, and radius 2
   EXPECT_EQ(ToHex(plan.steps[1].frames[4].Bytes()), "04 05 00 00 00 00 00 00");
   EXPECT_EQ(ToHex(plan.steps[2].frames[0].Bytes()), "00 02 05 00 0A 00 03 00");
   EXPECT_EQ(ToHex(plan.steps[2].frames[1].Bytes()), "01 11 41 00 03 00 1E 42");

@@ -22,7 +22,7 @@ std::string Trimmed(const char* text) {
   return all.substr(std::min(all.find_first_not_of(' '), all.size()));
 }
 
-// Dashes are as many as the widget is wide there, five here.
+// The display writes as many dashes as its widget is wide; the host's model always writes five.
 void ExpectSame(const std::string& shown, const char* widget, double value) {
   const std::string text = Trimmed(widget);
   EXPECT_EQ(shown, text.starts_with("---") ? "-----" : text) << value;
@@ -51,30 +51,26 @@ TEST(ShownValuesTest, AreRoundedAsTheDisplayRoundsThem) {
 }
 
 TEST(ShownStateTest, FollowsTheHostsMessagesAsTheDisplayDoes) {
-  struct case_t {
-    std::vector<const char*> messages;
-    host::shown_t shown;
-  };
-  const case_t cases[] = {
-      {{"07 0B 01", "07 0B 02"}, {{"units", "metric"}}},  // others are refused
+  const std::pair<std::vector<const char*>, host::shown_t> cases[] = {
+      {{"07 0B 01", "07 0B 02"}, {{"units", "metric"}}},  // other numbers are refused
       {{"07 0D 04", "07 0D 06"}, {{"language", "russian"}}},
       {{"07 0F 03", "07 0F 02"}, {{"page-request", "slate-to-main"}}},
-      {{"07 13 01", "07 13 00"}, {}},  // the number, which nobody has said
+      {{"07 13 01", "07 13 00"}, {}},  // the display shows the swing, which no message has set
       {{"07 13 09"}, {{"swing", "9"}}},
       {{"04 14", "07 0A FF"}, {{"beeper", "continuous"}}},
       {{"04 14"}, {{"beeper", "20 x 10 ms"}}},
       {{"05 00 09 00 07 00 11 48 45 4C 4C 4F", "05 00 05 00 03 00 12 41"}, {{"text line1-right", "A"}}},
       {{"05 00 0A 00 03 00 11 41 00 03 00 11 42"}, {{"text line1-center", "A B"}}},
-      {{"05 00 0A 00 03 00 11 41 00 02 00 11"}, {{"text line1-center", "A"}}},  // ends at a wrong length
+      {{"05 00 0A 00 03 00 11 41 00 02 00 11"}, {{"text line1-center", "A"}}},  // the second length is wrong
       {{"05 00 05 00 03 00 11 41", "05 00 04 00 03 00 11"}, {{"text line1-center", "A"}}},
       {{"05 00 05 00 03 00 1F 41"}, {}},  // no such field
       {{"03 00 04 00 00 41 42", "03 00 02 00 00"}, {{"flash", "AB"}}},
-      {{"06", "07 03", "08 01", "63"}, {}},  // nothing to see
+      {{"06", "07 03", "08 01", "63"}, {}},  // these change nothing on the screen
   };
-  for (const case_t& c : cases) {
+  for (const auto& [messages, shown] : cases) {
     host::ShownState state;
-    for (const char* message : c.messages) state.Apply(FromHex(message));
-    EXPECT_EQ(state.Shown(), c.shown) << c.messages[0];
+    for (const char* message : messages) state.Apply(FromHex(message));
+    EXPECT_EQ(state.Shown(), shown) << messages[0];
   }
 }
 
@@ -95,7 +91,7 @@ TEST(ShownStateTest, ShowsLampsWithTheColoursThatAreSetForThem) {
   EXPECT_FALSE(state.Shown().contains("lamp tires"));
 }
 
-// A letter is a state; the time is its place.
+// Each letter is one state. Its time in seconds is its position.
 host::ShownDiff::Source Letters(const std::string& letters) {
   return [letters, at = std::size_t{0}]() mutable -> std::optional<host::shown_at_t> {
     if (at == letters.size()) return std::nullopt;
@@ -119,8 +115,9 @@ std::vector<std::pair<std::string, std::string>> Differences(const std::string& 
 TEST(ShownDiffTest, PartsAndMeetsAgainAtTheNearestStateOfBoth) {
   EXPECT_THAT(Differences("abcd", "abcd"), ElementsAre());
   EXPECT_THAT(Differences("abcd", "abXd"), ElementsAre(Pair("1/1", "cX")));
-  EXPECT_THAT(Differences("abcd", "abd"),
-              ElementsAre(Pair("1/0", "cb")));  // where one misses it, it stays as it was
+  EXPECT_THAT(
+      Differences("abcd", "abd"),
+      ElementsAre(Pair("1/0", "cb")));  // B has no such state, so that its previous state is still shown
   EXPECT_THAT(Differences("abd", "abcd"), ElementsAre(Pair("0/1", "bc")));
   EXPECT_THAT(Differences("abcde", "aXcYe"), ElementsAre(Pair("1/1", "bX"), Pair("1/1", "dY")));
   EXPECT_THAT(Differences("ab", "abcd"), ElementsAre(Pair("0/2", "bc")));
@@ -136,7 +133,7 @@ TEST(ShownDiffTest, HoldsBoundedMuchAndFindsItsWayBackAfterwards) {
     b += i % 2 == 0 ? 'r' : 's';
   }
   const auto found = Differences("a" + a + "z", "a" + b + "zY");
-  ASSERT_EQ(found.size(), 4U);  // three times what fits, less the last, which meets at z; then Y
+  ASSERT_EQ(found.size(), 4U);  // three blocks, the last of which ends at the common z, and the final Y
   EXPECT_EQ(found[0].first, "1024/1024");
   EXPECT_EQ(found[2].first, "952/952");
   EXPECT_THAT(found[3], Pair("0/1", "zY"));

@@ -1,4 +1,6 @@
-// What becomes of the host's frames: an answer, a place in the queue, a message; and of their absence.
+// The queue of the host's frames, the messages joined from them, and requests to the J1939 service.
+#include <tuple>
+
 #include <gmock/gmock.h>
 
 #include "platform/byte_order.h"
@@ -8,6 +10,7 @@
 #include "src/hostlink/decapsulation.h"
 #include "src/hostlink/immediate_replies.h"
 #include "src/hostlink/j1939_external.h"
+#include "tests/support/bytes.h"
 #include "tests/support/console_capture.h"
 #include "tests/support/test_record.h"
 
@@ -16,7 +19,7 @@ namespace {
 using testing::ElementsAre;
 using frame_t = std::array<std::uint8_t, 8>;
 
-// A delivery of the J1939 service.
+// A frame as the J1939 service delivers it.
 std::vector<std::uint8_t> Delivery(std::uint32_t identifier, const frame_t& bytes) {
   std::vector<std::uint8_t> message(J1939_MESSAGE_SIZE, 0xEE);
   platform::StoreLe32(message, 12, identifier);
@@ -42,6 +45,7 @@ TEST_F(CanTransportTest, QueuesAllOtherHostFrames) {
   for (const auto& frame : frames) HostSends(frame);
   ASSERT_EQ(record_->canPackets.size(), frames.size());
   for (std::size_t i = 0; i < frames.size(); ++i) {
+    SCOPED_TRACE(i);
     EXPECT_EQ(record_->canPackets[i].data, frames[i]);
     EXPECT_EQ(record_->canPackets[i].canID, 0x18FF00D0U);
     EXPECT_EQ(record_->canPackets[i].dlc, 0);
@@ -52,11 +56,13 @@ TEST_F(CanTransportTest, QueuesAllOtherHostFrames) {
 TEST_F(CanTransportTest, IgnoresOtherIdentifiersAndMessagesTooShortForAFrame) {
   for (const std::uint32_t identifier : {0x18FF00D1U, 0x18FF00D2U, 0x1CFF00D0U, 0U}) {
     HandleServiceMessage(record_, Delivery(identifier, {0, 1, 5}));
+    EXPECT_TRUE(record_->canPackets.empty()) << identifier;
   }
   const auto message = Delivery(HOST_FRAME_ID, {0, 1, 5});
-  for (const std::size_t size : {0U, 1U, 12U, 27U})
+  for (const std::size_t size : {0U, 1U, 12U, 27U}) {
     HandleServiceMessage(record_, std::span(message).first(size));
-  EXPECT_TRUE(record_->canPackets.empty());
+    EXPECT_TRUE(record_->canPackets.empty()) << size;
+  }
   EXPECT_EQ(record_->hostSeen, 0);
   EXPECT_EQ(record_->watchdogSeconds, 5);
 
@@ -97,12 +103,8 @@ TEST(DecapsulatorTest, JoinsFramesInSequenceAndDropsAllOthers) {
   const frame_t third = {2, 22, 23, 24, 25, 26, 27, 28};
   const std::vector<int> single = {5, 1, 2, 3, 4, 6, 0, 0};
   const std::vector<int> joined = {2, 10, 11, 12, 13, 14, 15, 16};
-  struct conversation_t {
-    const char* what;
-    std::vector<frame_t> frames;
-    std::vector<std::vector<int>> messages;  // their first eight bytes
-  };
-  const std::vector<conversation_t> conversations = {
+  // Frames, and the first eight bytes of the messages that they complete.
+  const std::tuple<const char*, std::vector<frame_t>, std::vector<std::vector<int>>> conversations[] = {
       {"one frame", {one}, {single}},
       {"three frames", {first, second, third}, {joined}},
       {"two messages", {one, first, second, third}, {single, joined}},
@@ -113,10 +115,10 @@ TEST(DecapsulatorTest, JoinsFramesInSequenceAndDropsAllOthers) {
       {"a first frame while collecting is dropped too", {first, one, second, third}, {}},
       {"and the next message is whole again", {first, one, one}, {single}},
   };
-  for (const conversation_t& c : conversations) {
+  for (const auto& [name, frames, messages] : conversations) {
     Decapsulator decapsulator;
-    EXPECT_EQ(Decode(decapsulator, c.frames, 8), c.messages) << c.what;
-    EXPECT_FALSE(decapsulator.IsCollecting()) << c.what;
+    EXPECT_EQ(Decode(decapsulator, frames, 8), messages) << name;
+    EXPECT_FALSE(decapsulator.IsCollecting()) << name;
   }
 }
 
@@ -157,6 +159,48 @@ TEST(DecapsulatorTest, TakesWhatFitsTheBlockAndConsumesTheFramesOfWhatDoesNot) {
               "Orvik: ERROR!  Message of " + std::to_string(frames) + " frames exceeds maximum of 36\n");
   }
   EXPECT_EQ(Decode(decapsulator, {{0, 1, 9, 9, 9, 9, 9, 9}}, 1).size(), 1U);
+}
+
+constexpr std::size_t FRAME_END = 28;  // after the eight data bytes
+
+using message_t = std::array<char, 2000>;
+
+message_t Untouched() {
+  message_t message;
+  message.fill('#');
+  return message;
+}
+
+bytes_t Head(const message_t& message, std::size_t length) {
+  return {message.begin(), message.begin() + static_cast<std::ptrdiff_t>(length)};
+}
+
+TEST(J1939ExternalTest, ARequestFillsItsPartOfTheBufferAlone) {
+  using Api = J1939External;
+  for (const auto& [build, type] :
+       {std::pair{&Api::setFilter, 0}, {&Api::setMultipacketFilter, 3}, {&Api::setFastpacketFilter, 5}}) {
+    SCOPED_TRACE(type);
+    message_t message = Untouched();
+    build(0x18FF00D0, 0x00FFFFFF, 1, "OrvikReceiveChannel", message.data());
+    EXPECT_EQ(Head(message, 20), Words({type, 1827, 1, 0x18FF00D0, 0x00FFFFFF}));
+    EXPECT_EQ(std::string(message.data() + 1806, 23), "##OrvikReceiveChannel##");
+  }
+  const std::array<std::uint8_t, 2000> data{0, 1, 7, 255, 4, 5, 6, 128};
+  for (const auto& [build, type] : {std::pair{&Api::sendMsg, 1},
+                                    {&Api::sendRawMsg, 2},
+                                    {&Api::sendMultipacketMsg, 4},
+                                    {&Api::sendFastpacketMsg, 6}}) {
+    SCOPED_TRACE(type);
+    message_t message = Untouched();
+    build(0x98FF00D2, 8, 1, data.data(), message.data());
+    EXPECT_EQ(Head(message, FRAME_END),
+              Words({type, 1808, 1, 0x98FF00D2, 8}) + bytes_t(data.begin(), data.begin() + 8));
+    EXPECT_EQ(std::string(message.data() + FRAME_END, 4), "####");
+  }
+  message_t message = Untouched();
+  Api::sendMultipacketMsg(1, 2000, 1, data.data(), message.data());
+  EXPECT_EQ(message[1807], 0);
+  EXPECT_EQ(message[1808], '#');
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The parts of the J1939 service without a bus: requests, the words of stations, pace and report.
+// The parts of the J1939 service that need no bus: requests, the stations' conversation, pacing and the report.
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -7,6 +7,7 @@
 
 #include "src/hostlink/j1939_external.h"
 #include "src/services/nm_messages.h"
+#include "tests/support/bytes.h"
 #include "unit/j1939/bus_report.h"
 #include "unit/j1939/conversation.h"
 #include "unit/j1939/j1939_requests.h"
@@ -16,9 +17,8 @@ namespace unit {
 namespace {
 
 using namespace std::chrono_literals;
-using bytes_t = std::vector<std::uint8_t>;
 
-// The first five words, the rest of a message zero, and what follows it.
+// The first bytes of a message, which is zero from there up to `size`, and the name behind it.
 bytes_t Message(std::initializer_list<std::uint8_t> words, const std::string& name = "",
                 std::size_t size = 1808) {
   bytes_t message(words);
@@ -32,20 +32,18 @@ TEST(J1939RequestsTest, TheTypeTellsWhatItIsFor) {
                                               reach_t::MULTIPACKET, reach_t::MULTIPACKET, reach_t::FASTPACKET,
                                               reach_t::FASTPACKET};
   for (std::uint8_t type = 0; type < std::uint8_t{REACHES.size()}; ++type) {
+    SCOPED_TRACE(int{type});
     const bool isFilter = type == 0 || type == 3 || type == 5;
     const std::uint8_t length = isFilter ? 0x11 : 0x10;  // 1808 and the name
     const bytes_t message = Message({type, 0, 0, 0, length, 7, 0, 0, 1}, isFilter ? "x" : "");
     const j1939_request_t request = ReadRequest(message);
-    ASSERT_EQ(request.index(), isFilter ? 0U : 1U) << int{type};
+    ASSERT_EQ(request.index(), isFilter ? 0U : 1U);
     EXPECT_EQ(isFilter ? std::get<0>(request).reach : std::get<1>(request).reach, REACHES[type]);
   }
 }
 
 TEST(J1939RequestsTest, AMalformedRequestIsRefused) {
-  struct {
-    const char* what;
-    bytes_t message;
-  } const cases[] = {
+  const std::pair<const char*, bytes_t> cases[] = {
       {"empty", {}},
       {"cut in its header", bytes_t(19)},
       {"type 7", Message({7, 0, 0, 0, 0, 0, 0, 0, 1})},
@@ -63,16 +61,13 @@ TEST(J1939RequestsTest, AMalformedRequestIsRefused) {
       {"filter with a zero in its name", Message({0, 0, 0, 0, 0x12, 7, 0, 0, 1}, std::string("x\0", 2))},
       {"filter with a name of 128 bytes", Message({0, 0, 0, 0, 0x90, 7, 0, 0, 1}, std::string(128, 'x'))},
   };
-  for (const auto& c : cases) {
-    EXPECT_TRUE(std::holds_alternative<refused_request_t>(ReadRequest(c.message))) << c.what;
+  for (const auto& [what, message] : cases) {
+    EXPECT_TRUE(std::holds_alternative<refused_request_t>(ReadRequest(message))) << what;
   }
 }
 
 TEST(ConversationTest, AnswersAsSocketcandDoes) {
-  struct {
-    const char* message;
-    const char* reply;
-  } const conversation[] = {
+  const std::pair<const char*, const char*> conversation[] = {
       {"< send 123 0 >", "< error no bus open >"},
       {"< rawmode >", "< error no bus open >"},
       {"< open vcan7 >", "< error could not open bus >"},
@@ -91,7 +86,7 @@ TEST(ConversationTest, AnswersAsSocketcandDoes) {
       {"< bcmmode >", "< ok >"},
   };
   Conversation station;
-  for (const auto& line : conversation) EXPECT_EQ(station.Take(line.message).reply, line.reply) << line.message;
+  for (const auto& [message, reply] : conversation) EXPECT_EQ(station.Take(message).reply, reply) << message;
   EXPECT_EQ(station.Refused(), 9U);
 }
 
@@ -121,12 +116,9 @@ TEST(ConversationTest, StatisticsComeNoOftenerThanTenTimesASecond) {
 
 TEST(PacingTest, TheBusSlowsDownAsTheRoomGoesToItsEnd) {
   Pacing pacing;
-  struct {
-    int room;
-    std::chrono::milliseconds pause;
-  } const cases[] = {{4096, 0ms}, {512, 0ms}, {511, 1ms}, {256, 1ms},
-                     {255, 4ms},  {63, 32ms}, {1, 250ms}, {-1, 0ms}};
-  for (const auto& c : cases) EXPECT_EQ(pacing.PauseAfter(c.room), c.pause) << c.room;
+  const std::pair<int, std::chrono::milliseconds> cases[] = {{4096, 0ms}, {512, 0ms}, {511, 1ms}, {256, 1ms},
+                                                             {255, 4ms},  {63, 32ms}, {1, 250ms}, {-1, 0ms}};
+  for (const auto& [room, pause] : cases) EXPECT_EQ(pacing.PauseAfter(room), pause) << room;
 }
 
 TEST(PacingTest, ASubscriberThatHasStoppedHoldsTheBusForSecondsAndNotForEver) {
@@ -135,8 +127,8 @@ TEST(PacingTest, ASubscriberThatHasStoppedHoldsTheBusForSecondsAndNotForEver) {
   for (int room = Pacing::ENOUGH_ROOM; room >= 0; --room) held += pacing.PauseAfter(room);
   EXPECT_GT(held, 5s);
   EXPECT_LT(held, 10s);
-  EXPECT_EQ(pacing.PauseAfter(0), 0ms) << "given up";
-  EXPECT_EQ(pacing.PauseAfter(1), 250ms) << "it reads again";
+  EXPECT_EQ(pacing.PauseAfter(0), 0ms) << "the service gives up waiting";
+  EXPECT_EQ(pacing.PauseAfter(1), 250ms) << "the subscriber reads again";
   EXPECT_EQ(pacing.PauseAfter(0), Pacing::LONGEST);
 }
 

@@ -1,7 +1,8 @@
-// What an element shows: the entry of a rule, a number in its format, a text in its place.
+// The entry that a rule chooses for a value, a number in its format, and the layout of a text.
 #include <cmath>
 #include <limits>
 #include <stdexcept>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -52,23 +53,22 @@ TEST(ValueRuleTest, RefusesWhatCannotBeRead) {
 }
 
 TEST(ValueFormatTest, ShowsTheValueInItsPlace) {
-  struct {
-    const char* format;
-    double value;
-    const char* expected;
-  } const cases[] = {{"{0} %", 85.0, "85 %"},
-                     {"{0} %", 84.9, "84 %"},
-                     {"{0} %", 100.0 * 0.9F, "90 %"},
-                     {"{0} %", 89.97, "89 %"},
-                     {"{0.0}", 35.44, "35.4"},
-                     {"{0.0}", -0.04, "0.0"},
-                     {"{00}", 5.0, "05"},
-                     {"{00}", -5.0, "-05"},
-                     {"{00}:", 123.0, "123:"},
-                     {"{0.00} m", 1.0, "1.00 m"},
-                     {"{0}", 1e300, "--"},
-                     {"{0}", std::numeric_limits<double>::quiet_NaN(), "--"}};
-  for (const auto& [format, value, expected] : cases) EXPECT_EQ(ValueFormat(format).Apply(value), expected);
+  const std::tuple<const char*, double, const char*> cases[] = {
+      {"{0} %", 85.0, "85 %"},
+      {"{0} %", 84.9, "84 %"},
+      {"{0} %", 100.0 * 0.9F, "90 %"},
+      {"{0} %", 89.97, "89 %"},
+      {"{0.0}", 35.44, "35.4"},
+      {"{0.0}", -0.04, "0.0"},
+      {"{00}", 5.0, "05"},
+      {"{00}", -5.0, "-05"},
+      {"{00}:", 123.0, "123:"},
+      {"{0.00} m", 1.0, "1.00 m"},
+      {"{0}", 1e300, "--"},
+      {"{0}", std::numeric_limits<double>::quiet_NaN(), "--"}};
+  for (const auto& [format, value, expected] : cases) {
+    EXPECT_EQ(ValueFormat(format).Apply(value), expected) << format << " of " << value;
+  }
 }
 
 TEST(ValueFormatTest, RefusesWhatHasNotOnePlace) {

@@ -1,9 +1,9 @@
-// What the preference document reader accepts, hands out and refuses.
+// The preference documents that the reader accepts and refuses, and the nodes that it returns.
 #include "src/services/preference_reader.h"
 
 #include <sstream>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include <gmock/gmock.h>
 
@@ -33,13 +33,8 @@ std::string Describe(const std::string& document) {
   return below.empty() ? root : root + '(' + below + ')';
 }
 
-struct walk_t {
-  const char* document;
-  const char* elements;
-};
-
 TEST(PreferenceReaderTest, WalksElementsInDocumentOrder) {
-  const std::vector<walk_t> walks = {
+  const std::pair<const char*, const char*> walks[] = {
       {"<a/>", "a"},
       {"  \r\n<a>text</a>\n", "a"},
       {"<a><b><c><d/></c></b><e/></a>", "a(b(c(d)),e)"},
@@ -50,7 +45,7 @@ TEST(PreferenceReaderTest, WalksElementsInDocumentOrder) {
        "a(b,c)"},
       {"<a><b/></x>", "a(b)"},  // names of closing tags are not compared
   };
-  for (const walk_t& walk : walks) EXPECT_EQ(Describe(walk.document), walk.elements) << walk.document;
+  for (const auto& [document, elements] : walks) EXPECT_EQ(Describe(document), elements) << document;
 }
 
 TEST(PreferenceReaderTest, ReadsTheSameAcrossABlockBorder) {
@@ -65,7 +60,7 @@ TEST(PreferenceReaderTest, PassesOverWhatTheCallerDoesNotVisit) {
   Reader reader(stream);
   reader.beginParsing();
   EXPECT_EQ(reader.getFirstChild()->GetName(), "a");
-  EXPECT_EQ(reader.getNextSibling()->GetName(), "b");  // the children of a were not asked for
+  EXPECT_EQ(reader.getNextSibling()->GetName(), "b");  // the caller did not visit the children of a
   EXPECT_EQ(reader.getFirstChild()->GetName(), "b1");
   EXPECT_EQ(reader.getFirstChild(), nullptr);
   EXPECT_EQ(reader.getFirstChild(), nullptr);
@@ -88,15 +83,15 @@ TEST(PreferenceReaderTest, SkipsAnyDepthOfNesting) {
 }
 
 TEST(PreferenceReaderTest, KeepsTextWithSingleBlanksAndEntities) {
-  const std::vector<walk_t> texts = {
+  const std::pair<const char*, const char*> texts[] = {
       {"<a>  one \n\t two</a>", "one two"}, {"<a>one </a>", "one "},
       {"<a>&lt;&amp;&gt;</a>", "<&>"},      {"<a>one<!-- - -> -->two<b/>three</a>", "onetwo"},
       {"<a> <!-- --> one</a>", "one"},      {"<a>\xC3\xA9 \xE4\xB8\xAD</a>", "\xC3\xA9 \xE4\xB8\xAD"},
   };
-  for (const walk_t& text : texts) {
-    std::istringstream stream(text.document);
+  for (const auto& [document, text] : texts) {
+    std::istringstream stream(document);
     Reader reader(stream);
-    EXPECT_EQ(reader.beginParsing()->GetText(), text.elements) << text.document;
+    EXPECT_EQ(reader.beginParsing()->GetText(), text) << document;
   }
 }
 

@@ -1,4 +1,4 @@
-// The mistakes that a scenario file may hold, and the bound of the queue of requests.
+// The messages for mistakes in a scenario file, and the bound of the queue of requests.
 #include "host/simulate/scenario.h"
 
 #include <sstream>

@@ -1,5 +1,7 @@
-// The fields of the host's text on the grid, and the system's own text over them.
+// The fields of the host's text on the text grid, and the system's own text, which covers them.
 #include "src/text/fields.h"
+
+#include <tuple>
 
 #include <gtest/gtest.h>
 #include <utf8.h>
@@ -41,7 +43,7 @@ std::string Blanks(std::size_t count) {
 }
 
 TEST_F(FieldsTest, StandWhereTheLayoutSays) {
-  // Numbers as the host sends them; each text alone on the grid.
+  // The host's field numbers. Each text stands alone on the grid.
   const std::vector<std::tuple<unsigned char, std::size_t, std::size_t>> places = {
       // field, line, column
       {1, 0, 0},  {8, 0, 0},  {16, 0, 0},  {17, 0, 19}, {5, 0, 38},  {12, 0, 38}, {18, 0, 38},
@@ -61,7 +63,7 @@ TEST_F(FieldsTest, StandWhereTheLayoutSays) {
 }
 
 TEST_F(FieldsTest, LaterStepsWinWhereTextsOverlap) {
-  // Longer texts first in each line's order: every later one leaves a stub of the earlier.
+  // In the order of a line each text is shorter than the one before, so that a part of each stays visible.
   const std::vector<std::pair<unsigned char, std::string>> texts = {
       {1, "1111111"}, {8, "222222"},  {16, "33333"}, {17, std::string(34, '4')},
       {5, "5555555"}, {12, "666666"}, {18, "77777"}, {11, "aaaa"},
@@ -80,9 +82,9 @@ TEST_F(FieldsTest, CenterRoundsDownAndTextsOfOneFieldAreJoinedByABlank) {
   FieldsToUTF8Lines(record_);
   EXPECT_EQ(Line(0), Blanks(17) + "ab_cd" + Blanks(18));
 
-  Put(17, "");  // the blank comes even if nothing follows
+  Put(17, "");  // an empty text adds the blank too
   EXPECT_EQ(FieldToText(fieldLine1Center), "ab_cd_");
-  Put(23, "");  // and not where nothing stands yet
+  Put(23, "");  // an empty field gets no blank
   EXPECT_EQ(FieldToText(fieldLine3Center), "");
 }
 
@@ -93,6 +95,7 @@ TEST_F(FieldsTest, RunOnFromColumn0WhenLongerThanTheLine) {
       {JUSTIFY_CENTER, "ERROR!  Center justification error"},
       {JUSTIFY_RIGHT, "ERROR!  Right justification error"}};
   for (const auto& [justification, message] : messages) {
+    SCOPED_TRACE(message);
     InitializeUTF8Display(record_);
     ConsoleCapture console;
     const Field_t field{19, CodePoints(text)};
@@ -162,7 +165,8 @@ TEST_F(FieldsTest, SurviveAnyGeometry) {
       SetLCDResolution(record_, rows, columns);
       FieldsToUTF8Lines(record_);
       DumpUTF8LineAll(record_);
-      EXPECT_TRUE(SameUTF8Line(record_, &record_->utf8Display[0], &record_->utf8Display[0]));
+      EXPECT_TRUE(SameUTF8Line(record_, &record_->utf8Display[0], &record_->utf8Display[0]))
+          << rows << " × " << columns;
     }
   }
 }
@@ -191,7 +195,7 @@ TEST_F(FieldsTest, DumpTheFlashTextByItsLowBytesOnEveryUpdate) {
   EXPECT_EQ(console.Out(), "Flash, fid=28, size=6\n    'Hi A0x00b0, 0x0009, '\n");
 }
 
-// The system's own text over that of a host, which has filled two fields.
+// The host has filled two fields; the system's own text covers them.
 class SystemTextTest : public FieldsTest {
  protected:
   SystemTextTest() {
@@ -202,7 +206,7 @@ class SystemTextTest : public FieldsTest {
     FieldsToUTF8Lines(record_);
   }
 
-  // The shown cells of a line without the blanks around them.
+  // The shown cells of a line, trimmed.
   std::string Text(std::size_t line) {
     std::string text = Line(line);
     TrimSpaces(text);
@@ -224,10 +228,10 @@ TEST_F(SystemTextTest, EndsAtOnceWhenTheHostSendsNewTextOrTheFieldsStartAnew) {
   HostSends("n");
   EXPECT_FALSE(SystemTextShown());
   EXPECT_EQ(Text(0), "n");
-  EndSystemText(record_);  // nothing comes back
+  EndSystemText(record_);  // restores nothing, because the host's text ended the system text
   EXPECT_EQ(Text(0), "n");
 
-  ShowSystemText(record_, "second");  // keeps the new text
+  ShowSystemText(record_, "second");  // saves the new text
   EndSystemText(record_);
   EXPECT_EQ(Text(0), "n");
 

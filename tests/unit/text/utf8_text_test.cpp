@@ -1,8 +1,9 @@
-// Text of the host: repaired, trimmed, widened.
+// Repair of ill-formed UTF-8, trimming, and the full-width forms of the host's text.
 #include "src/text/utf8_text.h"
 
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -17,12 +18,6 @@ namespace {
 
 using namespace std::string_literals;
 
-struct repair_t {
-  const char* what;
-  std::string text;
-  std::string repaired;
-};
-
 // "?" stands for the mark U+FF1F.
 std::string WithMarks(const std::string& text) {
   std::string marked;
@@ -31,7 +26,7 @@ std::string WithMarks(const std::string& text) {
 }
 
 TEST(FixUTF8StringTest, MarksEachIllFormedSequence) {
-  const std::vector<repair_t> repairs = {
+  const std::tuple<const char*, std::string, std::string> repairs[] = {
       {"empty", "", ""},
       {"one to four bytes", "a\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80z", "a\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80z"},
       {"a zero byte is a character", "a\0b"s, "a\0b"s},
@@ -57,16 +52,16 @@ TEST(FixUTF8StringTest, MarksEachIllFormedSequence) {
       {"a byte that does not follow, near the end", "\xE4"s + "A", "?A"},
       {"the same behind a continuation", "\xF0\x80"s + "A", "?A"},
   };
-  for (const repair_t& repair : repairs) {
-    std::string text = repair.text;
+  for (const auto& [name, given, repaired] : repairs) {
+    std::string text = given;
     FixUTF8String(text);
-    EXPECT_EQ(text, WithMarks(repair.repaired)) << repair.what;
+    EXPECT_EQ(text, WithMarks(repaired)) << name;
   }
 }
 
 TEST(FixUTF8StringTest, GivesTextThatACheckedDecoderTakesAndLeavesAlone) {
   std::mt19937 random(20130827);
-  // Bytes from the edges of the classes, where mistakes live.
+  // The first and last byte of each class of UTF-8 bytes.
   const std::string bytes = "\x00\x41\x7F\x80\x9F\xA0\xBF\xC0\xC1\xC2\xDF\xE0\xED\xEF\xF0\xF4\xF5\xF7\xF8\xFF"s;
   for (int round = 0; round < 20'000; ++round) {
     std::string text;
@@ -85,34 +80,29 @@ TEST(TrimSpacesTest, RemovesBlanksAndTabsFromBothEndsOnly) {
   for (const auto& [text, trimmed] : cases) {
     std::string s = text;
     TrimSpaces(s);
-    EXPECT_EQ(s, trimmed);
+    EXPECT_EQ(s, trimmed) << '"' << text << '"';
   }
 }
 
 TEST(ExpandSubCommandTest, WidensAsciiInTheFullWidthLanguageOnly) {
-  struct text_t {
-    int language;
-    std::string text;
-    std::vector<unsigned> codepoints;
-    std::string out;
-  };
-  const std::vector<text_t> texts = {
+  const std::tuple<int, std::string, std::vector<unsigned>, std::string> texts[] = {
       {0, "A\t\x7F \xC2\xB0\xE4\xB8\xAD", {1, 0x41, 0x09, 0x7F, 0x20, 0xB0, 0x4E2D}, ""},
       {3, "A ~\xC2\xB0\xF0\x9F\x98\x80", {1, 0xFF21, 0x3000, 0xFF5E, 0xB0, 0x1F600}, ""},
       {3,
        "\t\x1F\x7F",
        {1, 0xFF5B, 0xFF5B, 0x7F},
        "WARNING.  Valid NON_PRINTABLE 0x9\nWARNING.  Valid NON_PRINTABLE 0x1f\nWARNING.  Unexpandable 0x7f\n"},
-      {0, "ab\xC3", {1, 'a', 'b'}, ""}};  // was not repaired
+      {0, "ab\xC3", {1, 'a', 'b'}, ""}};  // text that was not repaired before
   RecordWithoutDatabase record;
-  for (const text_t& text : texts) {
-    SetLanguage(record, text.language);
+  for (const auto& [language, text, expected, out] : texts) {
+    SCOPED_TRACE(text);
+    SetLanguage(record, language);
     ConsoleCapture console;
-    std::vector<unsigned> codepoints = {1};  // appends
-    ExpandSubCommand(record, text.text, codepoints);
-    EXPECT_EQ(codepoints, text.codepoints);
-    EXPECT_EQ(console.Out(), text.out);
-    EXPECT_EQ(console.Err().empty(), text.text.back() != '\xC3');
+    std::vector<unsigned> codepoints = {1};  // the function appends
+    ExpandSubCommand(record, text, codepoints);
+    EXPECT_EQ(codepoints, expected);
+    EXPECT_EQ(console.Out(), out);
+    EXPECT_EQ(console.Err().empty(), text.back() != '\xC3');
   }
 }
 
