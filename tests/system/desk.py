@@ -19,6 +19,7 @@ REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 BIN = pathlib.Path(os.environ.get("ORVIK_BIN", REPOSITORY / "build/release/bin"))
 CONFIG = REPOSITORY / "config"
 DEMO_LOG = BIN.parent / "demo/lift.log"
+ADDRESSES = ["--http", "127.0.0.1:0", "--socketcand", "127.0.0.1:0"]  # of free ports
 # Sanitizer builds are several times slower.
 PATIENCE = float(os.environ.get("ORVIK_PATIENCE", "1"))
 
@@ -267,8 +268,7 @@ class Desk:
         for name in ("http.address", "socketcand.address"):
             with contextlib.suppress(FileNotFoundError):
                 (self.runtime / name).unlink()
-        unit = self.start(BIN / "unit", "run", "--no-orvik", "--no-host", "--config", CONFIG, "--http", "127.0.0.1:0",
-                          "--socketcand", "127.0.0.1:0", *options)
+        unit = self.start(BIN / "unit", "run", "--no-orvik", "--no-host", "--config", CONFIG, *ADDRESSES, *options)
         wait_for(lambda: self._ready(unit), "the panel", 20)
         return unit
 
@@ -293,11 +293,17 @@ class Desk:
         status = process.wait_exit(seconds)
         return status, "\n".join(process.out), "\n".join(process.err)
 
+    def succeed(self, *arguments, seconds=30):
+        """Runs a program that must end with status 0, and returns its standard output and standard error."""
+        status, out, errors = self.run(*arguments, seconds=seconds)
+        assert status == 0, out + errors
+        return out, errors
+
     def address(self, name):
         return (self.runtime / f"{name}.address").read_text().strip()
 
-    def request(self, method, path, body=None, headers=None):
-        connection = http.client.HTTPConnection(self.address("http"), timeout=20)
+    def request(self, method, path, body=None, headers=None, server="http"):
+        connection = http.client.HTTPConnection(self.address(server), timeout=20)
         try:
             connection.request(method, path, body, headers or {})
             response = connection.getresponse()
@@ -356,12 +362,18 @@ class Desk:
             time.sleep(0.12 * PATIENCE)  # the length of the press
         time.sleep(0.15 * PATIENCE)  # the length of the release
 
+    def wait_keys(self, *keys):
+        """Waits until these front keys are held, and no other."""
+        def held():
+            return [n + 1 for n, down in enumerate(self.get("/api/board")["keys"]) if down]
+
+        wait_for(lambda: held() == list(keys), f"keys {keys} to be held")
+
     def beeps(self):
         return self.get("/api/board")["beeper"]["pulses"]
 
     def post(self, name):
-        status, _, errors = self.run(BIN / "unit", "events", "--config", CONFIG, "post", name)
-        assert status == 0, errors
+        self.succeed(BIN / "unit", "events", "--config", CONFIG, "post", name)
 
     def page_of_orvik(self, bus):
         """The page that the application holds for the current one, as its answer to an undefined request names it."""

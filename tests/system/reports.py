@@ -13,10 +13,10 @@ def pytest_runtest_makereport(item):
 
 @pytest.fixture(autouse=True)
 def show_processes(request):
-    """Set up before every desk, and so torn down after them all, when the lines are complete."""
+    """Torn down after all other fixtures, when the processes have ended and their lines are complete."""
     Process.started.clear()
     yield
-    for process in Process.started:
+    for process in reversed(Process.started):
         if process.child.poll() is None:
             process.stop()
     found = [line for process in Process.started for line in process.err if REPORT.search(line)]

@@ -17,7 +17,7 @@ FILES = pathlib.Path(__file__).resolve().parents[1] / "golden"
 WRITE = bool(os.environ.get("ORVIK_WRITE_GOLDEN"))
 SEED = "7"
 
-# Name: scenario, seconds of crane time, what happens then.
+# Name: scenario, seconds of crane time, event after it.
 MOMENTS = {
     "lift-under-way": ("normal-lift", 80, None),
     "lift-on-the-dials": ("normal-lift", 90, "dials"),
@@ -60,9 +60,8 @@ def test_the_screen_at(make_desk, report, moment):
     scenario, seconds, event = MOMENTS[moment]
     desk = make_desk(FONTCONFIG_FILE=str(FILES / "fonts.conf"))
     desk.go_to("Main").close()
-    status, _, errors = desk.run(BIN / "hx7", "simulate", "--config", CONFIG, "--scenario", scenario, "--seed", SEED,
-                                 "--speed", SPEED, "--seconds-of-crane", str(seconds), seconds=60)
-    assert status == 0, errors
+    desk.succeed(BIN / "hx7", "simulate", "--config", CONFIG, "--scenario", scenario, "--seed", SEED, "--speed", SPEED,
+                 "--seconds-of-crane", str(seconds), seconds=60)
     then(desk, event)
     state_file, picture_file = FILES / f"{moment}.json", FILES / f"{moment}.png"
     wanted = json.loads(state_file.read_text()) if state_file.exists() else None

@@ -1,4 +1,4 @@
-"""Start, end, and what is refused."""
+"""The application's start and end, and the calls and configurations that it refuses."""
 
 import json
 import os
@@ -8,7 +8,7 @@ import signal
 
 import pytest
 
-from desk import BIN, CONFIG, DEMO_LOG, WAIT_ALL, Desk, Process, frozen_thread, wait_for
+from desk import BIN, CONFIG, DEMO_LOG, WAIT_ALL, Process, frozen_thread, wait_for
 
 START = [
     "Orvik: Product: QMT740VGA, Version: Rev. 01.003.0109, Compile Date: ",
@@ -122,7 +122,7 @@ def flood(desk, bus):
     desk.start(BIN / "hx7", "play", DEMO_LOG, "--speed", "max", "--loop")
 
 
-# What goes on while the end is asked for.
+# What happens while the application is told to end.
 STATES = {
     "a silent bus and a blocked receive": lambda desk, bus: bus.close(),
     "a beeper asleep in a beep of 2.5 s": lambda desk, bus: (bus.send_message([4, 250]),
@@ -149,7 +149,7 @@ def test_an_alarm_ends_with_the_application(make_desk, killed):
     desk.orvik = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik")
     desk.orvik.wait_line("Orvik: System Up", seconds=20)
     bus = desk.bus()
-    desk.move_to("Wad", bus)  # where the application refuses to end
+    desk.move_to("Wad", bus)  # the application refuses to end on this page
     bus.send_message([4, 255])
     wait_for(lambda: desk.get("/api/board")["beeper"]["sounding"], "the alarm")
     unit = desk.orvik.child.pid
@@ -235,20 +235,16 @@ def shared_objects(process):
         return {word for line in maps for word in line.split() if word.startswith("/dev/shm/")}
 
 
-def test_nothing_is_left_behind():
-    desk = Desk()
-    try:
-        desk.go_to("Main")
-        objects = shared_objects(desk.unit)
-        assert len(objects) == 2, "the database and the board"
-        desk.orvik.child.send_signal(signal.SIGUSR1)
-        assert desk.orvik.wait_exit() == 0
-        desk.unit.child.send_signal(signal.SIGINT)
-        assert desk.unit.wait_exit() == 0
-        assert [name for name in os.listdir(desk.runtime) if not re.fullmatch(r".*\.(lock|json)|root|blackbox", name)] == []
-        assert [path for path in objects if os.path.exists(path)] == []
-    finally:
-        desk.close()
+def test_nothing_is_left_behind(desk):
+    desk.go_to("Main")
+    objects = shared_objects(desk.unit)
+    assert len(objects) == 2, "the database and the board"
+    desk.orvik.child.send_signal(signal.SIGUSR1)
+    assert desk.orvik.wait_exit() == 0
+    desk.unit.child.send_signal(signal.SIGINT)
+    assert desk.unit.wait_exit() == 0
+    assert [name for name in os.listdir(desk.runtime) if not re.fullmatch(r".*\.(lock|json)|root|blackbox", name)] == []
+    assert [path for path in objects if os.path.exists(path)] == []
 
 
 def test_a_unit_killed_and_started_again_serves_a_new_application(desk):
