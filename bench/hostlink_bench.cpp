@@ -19,7 +19,7 @@
 #include "src/parse/parse_thread.h"
 #include "src/text/fields.h"
 #include "src/text/utf8_text.h"
-#include "tests/unit/support/test_record.h"
+#include "tests/support/test_record.h"
 
 namespace {
 

@@ -18,7 +18,7 @@
 #include "src/parse/parse_thread.h"
 #include "src/text/fields.h"
 #include "src/text/system_text.h"
-#include "tests/unit/support/test_record.h"
+#include "tests/support/test_record.h"
 
 namespace {
 

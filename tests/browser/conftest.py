@@ -11,6 +11,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "system"))
 
 from desk import Desk  # noqa: E402
 from panel import Panel  # noqa: E402
+from reports import pytest_runtest_makereport, show_processes  # noqa: E402, F401
 
 FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-dev-shm-usage",
          "--disable-background-networking", "--disable-component-update", "--disable-sync", "--window-size=1280,890"]
@@ -29,20 +30,13 @@ def driver():
         browser.quit()
 
 
-@pytest.hookimpl(hookwrapper=True)
-def pytest_runtest_makereport(item):
-    outcome = yield
-    setattr(item, "report_" + outcome.get_result().when, outcome.get_result())
-
-
 @pytest.fixture
-def open_panel(request, driver):
-    """Opens the front panel of a desk of its own; the lines of every process show when the test failed."""
+def open_panel(driver):
+    """Opens the front panel of a desk of its own."""
     with contextlib.ExitStack() as stack:
         def make(**settings):
             desk = Desk(**settings)
-            stack.callback(lambda: desk.close(show=getattr(request.node, "report_call", None) is None
-                                              or request.node.report_call.failed))
+            stack.callback(desk.close)
             stack.callback(lambda: driver.get("about:blank"))
             return Panel(driver, desk)
         yield make

@@ -1,4 +1,4 @@
-"""The front panel as a test sees it: through the browser on one side, through the unit's interface on the other."""
+"""The front panel in the browser, and the unit behind it."""
 
 from selenium.webdriver.common.by import By
 
@@ -11,7 +11,7 @@ class Panel:
         self.url = f"http://{desk.address('http')}/"
 
     def open(self):
-        self.driver.get_log("browser")  # what another page left
+        self.driver.get_log("browser")  # drops the entries of the page before
         self.driver.get(self.url)
         self.wait_live()
         # Gone after a reload.
@@ -30,12 +30,6 @@ class Panel:
     def wait_live(self):
         wait_for(lambda: self.find("#connection").text == "Live" and not self.find("#veil").is_displayed(),
                  "the panel to be live", 20)
-
-    def keys_held(self):
-        return [n + 1 for n, held in enumerate(self.desk.get("/api/board")["keys"]) if held]
-
-    def wait_keys(self, *keys):
-        wait_for(lambda: self.keys_held() == list(keys), f"keys {keys} held")
 
     def errors(self):
         return [entry for entry in self.driver.get_log("browser") if entry["level"] == "SEVERE"]

@@ -5,7 +5,7 @@ import re
 from desk import BIN, CONFIG, wait_for
 from selenium.webdriver.common.action_chains import ActionChains
 
-# Both pictures, drawn into canvases; gives the mean difference of a colour part and the greatest of a 16 x 16 tile.
+# Draws both pictures into canvases; returns the mean difference of a colour component and the greatest of a 16 x 16 tile.
 COMPARE = """
   const done = arguments[arguments.length - 1];
   const load = (path) => new Promise((resolve, reject) => {
@@ -40,8 +40,7 @@ def test_what_the_host_sends_appears_without_a_reload(open_panel):
     panel = open_panel()
     bus = panel.desk.go_to("Main")
     panel.open()
-    status, _, errors = panel.desk.run(BIN / "hx7", "send", "load=23400", "line1-left=ПРИВЕТ")
-    assert status == 0, errors
+    panel.desk.succeed(BIN / "hx7", "send", "load=23400", "line1-left=ПРИВЕТ")
     wait_for(lambda: panel.screen_text("orvikTextWidgetLoad") == "23,400", "the load on the screen")
     wait_for(lambda: panel.screen_text("orvikTextWidgetLine1Std") == "ПРИВЕТ", "the line on the screen")
     bus.send_message([7, 15, 6])  # to the working area page
@@ -54,9 +53,7 @@ def test_what_the_host_sends_appears_without_a_reload(open_panel):
 def test_the_browser_draws_what_the_unit_draws(open_panel):
     panel = open_panel()
     panel.desk.go_to("Main")
-    status, _, errors = panel.desk.run(BIN / "hx7", "send", "load=8800", "line1-left=OUTRIGGERS", "line2-left=ОПОРЫ",
-                                       "line3-right=主臂")
-    assert status == 0, errors
+    panel.desk.succeed(BIN / "hx7", "send", "load=8800", "line1-left=OUTRIGGERS", "line2-left=ОПОРЫ", "line3-right=主臂")
     panel.open()
     wait_for(lambda: panel.screen_text("orvikTextWidgetLoad") == "8,800", "the load on the screen")
     result = panel.driver.execute_async_script(COMPARE)
@@ -70,14 +67,14 @@ def test_keys_are_held_by_mouse_and_keyboard(open_panel):
     panel = open_panel(orvik=False)
     panel.open()
     ActionChains(panel.driver).click_and_hold(panel.find("#key-3")).perform()
-    panel.wait_keys(3)
+    panel.desk.wait_keys(3)
     ActionChains(panel.driver).key_down("7").key_down("2").perform()
-    panel.wait_keys(2, 3, 7)
+    panel.desk.wait_keys(2, 3, 7)
     assert panel.find("#key-7").get_attribute("aria-pressed") == "true"
     ActionChains(panel.driver).release().key_up("7").perform()
-    panel.wait_keys(2)
+    panel.desk.wait_keys(2)
     panel.driver.execute_script("window.dispatchEvent(new Event('blur'))")
-    panel.wait_keys()
+    panel.desk.wait_keys()
 
 
 def test_digits_typed_into_the_filter_press_no_key(open_panel):
@@ -86,7 +83,7 @@ def test_digits_typed_into_the_filter_press_no_key(open_panel):
     panel.find("#tab-database").click()
     panel.find("#filter").send_keys("Version.Os.1")
     wait_for(lambda: re.match(r"1 of \d+", panel.find("#filter-count").text), "the filtered list")
-    assert panel.keys_held() == []
+    assert not any(panel.desk.get("/api/board")["keys"])
     assert panel.desk.run(BIN / "unit", "db", "set", "Version.Os.1", "9.5")[0] == 0
     wait_for(lambda: "9.5" in panel.find("#database-rows").text, "the new value")
 
@@ -101,13 +98,13 @@ def test_reconnects_by_itself_after_the_unit_was_restarted(open_panel):
                      "--http", f"127.0.0.1:{port}")
     panel.wait_live()
     ActionChains(panel.driver).key_down("1").perform()
-    panel.wait_keys(1)
+    panel.desk.wait_keys(1)
     ActionChains(panel.driver).key_up("1").perform()
-    panel.wait_keys()
+    panel.desk.wait_keys()
     assert not panel.was_reloaded()
 
 
-# Keeps the nodes that decide how loud the page is.
+# Keeps the gain nodes of the page.
 LISTEN = """
   window.gains = [];
   window.GainNode = class extends GainNode { constructor(...given) { super(...given); window.gains.push(this); } };
@@ -153,6 +150,6 @@ def test_the_host_tab_drives_the_crane(open_panel):
     wait_for(lambda: desk.value("OrvikLanguage") == 4, "Russian")
     panel.find("#action").send_keys("bom angle 20\n")
     wait_for(lambda: "bom" in panel.find("#host-problem").text, "what was wrong")
-    assert panel.keys_held() == []
+    assert not any(panel.desk.get("/api/board")["keys"])
     host.stop()
     wait_for(lambda: "no host simulator runs here" in panel.find("#host-problem").text, "the host's end")

@@ -1,6 +1,6 @@
-// What the parameter database must hold to between processes: whole values, validity, pulses, and a lock that
-// outlives its holder. Every second process is a real one: this program again, with "--child" and its part's
-// name.
+// The parameter database between processes: whole values, validity, pulses, and a lock that outlives its
+// holder. The other process is this program again, started with "--child" and the name of its
+// part.
 #include <array>
 #include <cmath>
 #include <csignal>
@@ -27,14 +27,14 @@
 #include "platform/shared_memory.h"
 
 #include "src/services/dbshm.h"
-#include "tests/unit/support/test_folder.h"
+#include "tests/support/test_folder.h"
 
 namespace {
 
 using namespace dbshm_layout;
 
 constexpr unsigned CHARACTERS = 100, TAGGED = 101, TORN = 102, FIRST_TYPED = 110;
-constexpr int BROKEN = 3;  // a child's exit status for a value that nobody wrote
+constexpr int BROKEN = 3;  // a child's exit status for a value that no process wrote
 
 std::uint8_t* At(std::size_t offset) {
   return static_cast<std::uint8_t*>(DBSHM::getMemoryPtr()) + offset;
@@ -89,7 +89,7 @@ void WritePattern(unsigned i) {
   DBSHM::Write(TAGGED, i % 1000, static_cast<double>(i % 1000), 100'000, true);
 }
 
-// A value that is read as good is one that somebody has written whole.
+// Whether every valid value is one that a process has written as a whole.
 bool IsWhole() {
   char characters[9]{};
   if (DBSHM::Read(CHARACTERS, characters) == 1 && characters != std::string(8, characters[0])) return false;
@@ -106,7 +106,7 @@ int ReadAndWriteBesideAnother() {
   return 0;
 }
 
-// Dies with the lock held and half a value written.
+// Dies while it holds the lock and has written half of a value.
 int DieWhileWriting() {
   auto& lock = *reinterpret_cast<platform::shared_lock_t*>(At(LOCK_AT));
   if (platform::LockShared(lock)) return BROKEN;
@@ -116,7 +116,7 @@ int DieWhileWriting() {
   return BROKEN;
 }
 
-// Kills one writer after another at a moment of chance; whoever comes next must find whole values, soon.
+// Kills one writer after another at random moments. The next reader must find whole values without delay.
 int KillManyWriters() {
   std::minstd_rand random(1);
   for (int i = 0; i < 2000; ++i) {
@@ -133,7 +133,7 @@ int KillManyWriters() {
   return 0;
 }
 
-// The message of the Open that main did stands on standard error already; the second one is looked at.
+// main has called Open, and its message was printed. This checks the message of the second call.
 int FindNothing() {
   testing::internal::CaptureStderr();
   DBSHM::Open();
@@ -151,7 +151,7 @@ const std::map<std::string, int (*)()> CHILDREN = {
     {"read-and-write", ReadAndWriteBesideAnother},
 };
 
-// Through the emulator where this program runs in one: the kernel cannot start it by itself.
+// Starts the child by the emulator where this program runs in one, because the kernel cannot start it.
 pid_t StartChild(const char* part) {
   std::istringstream emulator(EMULATOR);
   std::vector<std::string> words(std::istream_iterator<std::string>(emulator), {});
@@ -170,14 +170,14 @@ int ExitStatus(pid_t child) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
-class Database : public testing::Test {
+class DatabaseTest : public testing::Test {
  protected:
   RuntimeDirectoryForTest directory_;
 
-  Database() { DBSHM::Init(); }
-  ~Database() override { platform::UnlinkSharedObject(OBJECT_NAME); }
+  DatabaseTest() { DBSHM::Init(); }
+  ~DatabaseTest() override { platform::UnlinkSharedObject(OBJECT_NAME); }
 
-  // The values of the pulses that wait, in order; a mark of the test's own ends them.
+  // The values of the queued pulses in order. The test sends a pulse of its own to end them.
   static std::vector<int> TakePulses() {
     constexpr int END = 1;
     MsgSendPulse(DBSHM::getCoid(), getprio(0), END, 0);
@@ -190,13 +190,13 @@ class Database : public testing::Test {
   }
 };
 
-TEST_F(Database, EveryTypeReachesAnotherProcess) {
+TEST_F(DatabaseTest, EveryTypeReachesAnotherProcess) {
   WriteTypes();
   EXPECT_TRUE(ReadTypes());
   EXPECT_EQ(ExitStatus(StartChild("check-types")), 0);
 }
 
-TEST_F(Database, AFloatIsWrittenAndReadThroughTheDoubleOfItsSlot) {
+TEST_F(DatabaseTest, AFloatIsWrittenAndReadThroughTheDoubleOfItsSlot) {
   double wide = 0;
   DBSHM::Write(TAGGED, 2.5F);
   EXPECT_EQ(DBSHM::Read(TAGGED, wide), 1);
@@ -209,7 +209,7 @@ TEST_F(Database, AFloatIsWrittenAndReadThroughTheDoubleOfItsSlot) {
   EXPECT_EQ(narrow, 3.25F);
 }
 
-TEST_F(Database, ValuesLieInTheObjectAsLaidOut) {
+TEST_F(DatabaseTest, ValuesLieInTheObjectAsLaidOut) {
   DBSHM::Write(2, 0x7BCDU, -1.0, 1, true);
   EXPECT_EQ(Peek<std::uint32_t>(32 + 80), 0x7BCDU);
   EXPECT_EQ(Peek<std::uint64_t>(32 + 80 + 8), 0xBFF0000000000000U);
@@ -221,10 +221,10 @@ TEST_F(Database, ValuesLieInTheObjectAsLaidOut) {
   EXPECT_EQ(Peek<std::int32_t>(12), getpid());
   void* const view = DBSHM::getMemoryPtr();
   DBSHM::Open();
-  EXPECT_EQ(DBSHM::getMemoryPtr(), view) << "others are reading it";
+  EXPECT_EQ(DBSHM::getMemoryPtr(), view) << "other threads are reading it";
 }
 
-TEST_F(Database, ProcessesAtOnceAndAnyNumberOfKilledOnesLeaveWholeValuesAndBlockNobody) {
+TEST_F(DatabaseTest, ProcessesAtOnceAndAnyNumberOfKilledOnesLeaveWholeValuesAndBlockNobody) {
   for (const pid_t child : {StartChild("read-and-write"), StartChild("read-and-write")}) {
     EXPECT_EQ(ExitStatus(child), 0);
   }
@@ -232,7 +232,7 @@ TEST_F(Database, ProcessesAtOnceAndAnyNumberOfKilledOnesLeaveWholeValuesAndBlock
   EXPECT_TRUE(IsWhole());
 }
 
-TEST_F(Database, AValueExpiresAfterItsTime) {
+TEST_F(DatabaseTest, AValueExpiresAfterItsTime) {
   const std::uint64_t before = ClockCycles();
   DBSHM::Write(5, 3U, 1.5, 20, true);
   const std::uint64_t after = ClockCycles();
@@ -261,7 +261,7 @@ TEST_F(Database, AValueExpiresAfterItsTime) {
   EXPECT_TRUE(Reads(5, 2.5));
 }
 
-TEST_F(Database, AChangeSendsOnePulse) {
+TEST_F(DatabaseTest, AChangeSendsOnePulse) {
   struct case_t {
     const char* what;
     std::function<void()> write;
@@ -286,10 +286,11 @@ TEST_F(Database, AChangeSendsOnePulse) {
   }
 }
 
-TEST_F(Database, HandlesBeyondTheLastAreRefused) {
+TEST_F(DatabaseTest, HandlesBeyondTheLastAreRefused) {
   DBSHM::Write(LAST_HANDLE, 1.0);
   EXPECT_TRUE(Reads(LAST_HANDLE, 1.0));
   for (const unsigned handle : {LAST_HANDLE + 1, 0xFFFFFFFFU}) {
+    SCOPED_TRACE(handle);
     double value = 5;
     DBSHM::Write(handle, 1.0);
     EXPECT_EQ(DBSHM::Read(handle, value), 0);
@@ -297,7 +298,7 @@ TEST_F(Database, HandlesBeyondTheLastAreRefused) {
   }
 }
 
-TEST_F(Database, NamesAreReadWithoutTrustInTheirTable) {
+TEST_F(DatabaseTest, NamesAreReadWithoutTrustInTheirTable) {
   const std::string longest(NAME_SIZE, 'x');
   std::size_t at = NAMES_AT;
   for (const auto& [handle, name] : {std::pair<unsigned, std::string>{11, "PlugA.Resistor"},
@@ -309,6 +310,7 @@ TEST_F(Database, NamesAreReadWithoutTrustInTheirTable) {
     at += NAME_ENTRY_SIZE;
   }
   for (const std::uint32_t last : {3U, 0xFFFFFFFFU}) {
+    SCOPED_TRACE(last);
     Poke(LAST_NAME_AT, last);
     DBSHM::makeParamMap();
     EXPECT_EQ(DBSHM::getHandle("PlugA.Resistor"), 11U);
@@ -324,7 +326,7 @@ TEST_F(Database, NamesAreReadWithoutTrustInTheirTable) {
   EXPECT_EQ(DBSHM::getHandle("absent"), 0U);
 }
 
-TEST_F(Database, AWriterKilledInTheMiddleLeavesAnInvalidValueAndAFreeLock) {
+TEST_F(DatabaseTest, AWriterKilledInTheMiddleLeavesAnInvalidValueAndAFreeLock) {
   DBSHM::Write(TORN, 1.0);
   DBSHM::Write(TORN + 1, 2.0);
   EXPECT_EQ(ExitStatus(StartChild("die-while-writing")), -SIGKILL);
@@ -335,11 +337,11 @@ TEST_F(Database, AWriterKilledInTheMiddleLeavesAnInvalidValueAndAFreeLock) {
   EXPECT_TRUE(Reads(TORN, 3.0));
 }
 
-TEST_F(Database, WithoutADatabaseNothingIsReadOrWritten) {
+TEST_F(DatabaseTest, WithoutADatabaseNothingIsReadOrWritten) {
   platform::UnlinkSharedObject(OBJECT_NAME);
   EXPECT_EQ(ExitStatus(StartChild("find-nothing")), 0);
 
-  // One that is still being made is shorter than the layout.
+  // An object that its owner is still making is shorter than the layout.
   const int fd = platform::OpenSharedObject(OBJECT_NAME, O_RDWR | O_CREAT | O_EXCL, 0777);
   ASSERT_GE(fd, 0);
   EXPECT_EQ(ftruncate(fd, 4096), 0);

@@ -1,4 +1,4 @@
-// The death of either end, at every moment of a message.
+// The death of the sender or the receiver before, during and after a message.
 #include <array>
 #include <atomic>
 #include <cstring>
@@ -9,11 +9,11 @@
 namespace contract {
 namespace {
 
-class ServerDeath : public ServedTest {
+class ServerDeathTest : public ServedTest {
  protected:
   static constexpr int SENDERS = 8;
 
-  // The server dies while all senders wait: each gets its error, and so does everybody who asks later.
+  // Kills the server while all senders wait. Each sender gets ESRCH, and so does every later call.
   template <class Wait>
   void KillUnder(ask_t question, const Wait& untilTheyWait) {
     std::atomic<int> failed = 0;
@@ -29,30 +29,30 @@ class ServerDeath : public ServedTest {
     fails();
     std::thread(fails).join();
   }
-  // Lets the senders block; what is expected holds whether they do or not.
+  // Gives the senders time to block. The expectations also hold for a sender that has not blocked yet.
   static void LetThemBlock() { std::this_thread::sleep_for(20ms); }
 };
 
-TEST_F(ServerDeath, BeforeItReceivesFailsTheSenders) {
+TEST_F(ServerDeathTest, BeforeItReceivesFailsTheSenders) {
   server_.SignalWith(SIGSTOP);
   KillUnder(ask_t::ECHO, LetThemBlock);
 }
 
-TEST_F(ServerDeath, BeforeItRepliesFailsTheSenders) {
+TEST_F(ServerDeathTest, BeforeItRepliesFailsTheSenders) {
   EXPECT_EQ(Ask(ask_t::ECHO), 1);
   KillUnder(ask_t::HOLD, [this] {
     for (int i = 0; i < SENDERS; ++i) EXPECT_TRUE(held_.Await());
   });
 }
 
-TEST_F(ServerDeath, WhileSendersWaitForRoomFailsThem) {
+TEST_F(ServerDeathTest, WhileSendersWaitForRoomFailsThem) {
   server_.SignalWith(SIGSTOP);
   while (MsgSendPulse(coid_, 10, 1, 0) == 0) continue;
   ASSERT_EQ(errno, EAGAIN);
   KillUnder(ask_t::ECHO, LetThemBlock);
 }
 
-TEST_F(ServerDeath, InAnyMomentFailsOrAnswersAndNeverHangs) {
+TEST_F(ServerDeathTest, InAnyMomentFailsOrAnswersAndNeverHangs) {
   server_.Kill();
   for (int round = 0; round < 60; ++round) {
     const Signal ready;
@@ -78,10 +78,10 @@ TEST_F(ServerDeath, InAnyMomentFailsOrAnswersAndNeverHangs) {
   }
 }
 
-// The test is the server here and its clients are killed.
-class ClientDeath : public PlatformTest {
+// The test is the server and kills its clients.
+class ClientDeathTest : public PlatformTest {
  protected:
-  ~ClientDeath() override { name_detach(attach_, 0); }
+  ~ClientDeathTest() override { name_detach(attach_, 0); }
 
   // A client process that sends a pulse and a message, and waits for its reply.
   std::unique_ptr<Child> StartClient(const Signal& about) const {
@@ -110,7 +110,7 @@ class ClientDeath : public PlatformTest {
   name_attach_t* const attach_ = name_attach(nullptr, SERVER_NAME, 0);
 };
 
-TEST_F(ClientDeath, AfterItsMessageWasReceivedIsToldByReplyAndPulse) {
+TEST_F(ClientDeathTest, AfterItsMessageWasReceivedIsToldByReplyAndPulse) {
   const Signal about;
   const auto client = StartClient(about);
   EXPECT_EQ(Receive().pulse.code, 4);
@@ -122,21 +122,21 @@ TEST_F(ClientDeath, AfterItsMessageWasReceivedIsToldByReplyAndPulse) {
   EXPECT_EQ(ErrorOf(MsgReply(message.rcvid, 5, nullptr, 0)), ESRCH);
 }
 
-TEST_F(ClientDeath, BeforeItsMessageWasReceivedLeavesNothingBehind) {
+TEST_F(ClientDeathTest, BeforeItsMessageWasReceivedLeavesNothingBehind) {
   const Signal about;
   const auto client = StartClient(about);
   ASSERT_TRUE(about.Await());
   client->Kill();
   const int scoid = Receive().pulse.scoid;
   EXPECT_NE(scoid, 0);
-  // Its message may still come; the pulse that tells of its end is the last.
+  // The client's message may still arrive. The pulse that reports its end comes last.
   for (got_t got; !(got = Receive()).IsEndOf(scoid);) {
     ASSERT_GT(got.rcvid, 0);
     EXPECT_EQ(MsgReply(got.rcvid, 5, nullptr, 0), -1);
   }
 }
 
-TEST_F(ClientDeath, OfManyDoesNotStopTheServiceOfOthers) {
+TEST_F(ClientDeathTest, OfManyDoesNotStopTheServiceOfOthers) {
   for (int round = 0; round < 40; ++round) {
     const Signal about;
     const auto victim = StartClient(about);

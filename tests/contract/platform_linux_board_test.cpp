@@ -23,21 +23,21 @@ constexpr int CommandWord(std::uint32_t word) {
 }
 constexpr int ENABLE = CommandWord(0x80040505U);
 
-class Board : public PlatformTest {
+class BoardTest : public PlatformTest {
  protected:
-  Board() { EXPECT_EQ(ThreadCtl(_NTO_TCTL_IO, nullptr), 0); }
+  BoardTest() { EXPECT_EQ(ThreadCtl(_NTO_TCTL_IO, nullptr), 0); }
   platform::board_state_t& State() const { return *owner_.Get(); }
 
   BoardMapping owner_{BoardMapping::role_t::OWNER};
 };
 
-TEST_F(Board, AnswersTheScannersStrobesWithTheKeysHeld) {
+TEST_F(BoardTest, AnswersTheScannersStrobesWithTheKeysHeld) {
   const std::uintptr_t keypad = mmap_device_io(8, 0x43FA8000);
   ASSERT_NE(keypad, MAP_DEVICE_FAILED);
   out16(keypad, 0x0F0F);
   KeysHeldBy(State(), platform::key_source_t::PANEL) = 0x80;
   KeysHeldBy(State(), platform::key_source_t::KEY_DEVICE) = 0x110;  // there is no ninth key
-  // Columns are driven low as outputs alone; no key closes column 10.
+  // Only outputs drive their column low. No key is in column 10.
   for (const auto& [direction, data, rows] : {std::tuple(0x0F00U, 0xF7FFU, 0xDU),
                                               {0x0F00U, 0xFBFFU, 0xFU},
                                               {0x0F00U, 0xFDFFU, 0xEU},
@@ -51,7 +51,7 @@ TEST_F(Board, AnswersTheScannersStrobesWithTheKeysHeld) {
   EXPECT_EQ(in16(keypad), 0x0F0F);
 }
 
-TEST_F(Board, KeepsItsPadsAndHasNothingElsewhere) {
+TEST_F(BoardTest, KeepsItsPadsAndHasNothingElsewhere) {
   EXPECT_EQ(BoardMapping(BoardMapping::role_t::OWNER).Get(), nullptr) << "there is one owner";
   EXPECT_EQ(BoardMapping(BoardMapping::role_t::USER).Get()->magic, State().magic);
   const std::uintptr_t pads = mmap_device_io(16, 0x43FAC060);
@@ -68,14 +68,14 @@ TEST_F(Board, KeepsItsPadsAndHasNothingElsewhere) {
                                        {4, 0x43FA8006},
                                        {4, 0x12345678},
                                        {std::numeric_limits<std::size_t>::max(), 0x43FA8000}}) {
-    EXPECT_EQ(mmap_device_io(bytes, address), MAP_DEVICE_FAILED);
+    EXPECT_EQ(mmap_device_io(bytes, address), MAP_DEVICE_FAILED) << bytes << " at " << address;
     EXPECT_EQ(errno, ENXIO);
   }
   EXPECT_EQ(munmap_device_io(pads, 16), 0);
   EXPECT_EQ(munmap_device_io(1, 16), -1);
 }
 
-TEST_F(Board, GivesItsRegistersToPrivilegedThreadsOnly) {
+TEST_F(BoardTest, GivesItsRegistersToPrivilegedThreadsOnly) {
   std::thread([] {
     EXPECT_EQ(mmap_device_io(8, 0x43FA8000), MAP_DEVICE_FAILED);
     EXPECT_EQ(errno, EPERM);
@@ -85,10 +85,10 @@ TEST_F(Board, GivesItsRegistersToPrivilegedThreadsOnly) {
   }).join();
 }
 
-TEST_F(Board, CounterRunsAt32000ASecondAndCyclesAt66Point5Million) {
+TEST_F(BoardTest, CounterRunsAt32000ASecondAndCyclesAt66Point5Million) {
   const std::uintptr_t counter = mmap_device_io(4, 0x53F90024);
   ASSERT_NE(counter, MAP_DEVICE_FAILED);
-  // Against each other: both are read twice, and a reading lies between its neighbour's two.
+  // Compares both clocks: each reading of the counter lies between two readings of the cycles.
   const std::uint64_t cycles0 = ClockCycles();
   const std::uint32_t count0 = in32(counter);
   const std::uint64_t cycles1 = ClockCycles();
@@ -102,7 +102,7 @@ TEST_F(Board, CounterRunsAt32000ASecondAndCyclesAt66Point5Million) {
   EXPECT_GE(cycles2 - cycles1, CYCLES_PER_SECOND / 20);
 }
 
-TEST_F(Board, BeeperTakesItsExactCommandAndCountsTheRest) {
+TEST_F(BoardTest, BeeperTakesItsExactCommandAndCountsTheRest) {
   const int device = platform::OpenDevice("/dev/io_interface", O_RDWR);
   ASSERT_GT(device, 0);
   using Command = std::vector<std::uint8_t>;
@@ -120,7 +120,7 @@ TEST_F(Board, BeeperTakesItsExactCommandAndCountsTheRest) {
        {Command{}, Command{0x20, 0, 0, 0, 0, 0, 0x80}, Command{0x20, 0, 0, 0, 0, 0, 0x80, 0x3F, 0},
         Command{0x21, 0, 0, 0, 0, 0, 0x80, 0x3F}, Command{0x20, 0, 1, 0, 0, 0, 0x80, 0x3F},
         Command{0x20, 0, 0, 0, 0, 0, 0x00, 0x40}}) {
-    EXPECT_EQ(ErrorOf(write(refused)), EINVAL);
+    EXPECT_EQ(ErrorOf(write(refused)), EINVAL) << testing::PrintToString(refused);
   }
   EXPECT_EQ(State().outputRefused, 6U);
   EXPECT_EQ(State().outputWrites, 3U);
@@ -128,7 +128,7 @@ TEST_F(Board, BeeperTakesItsExactCommandAndCountsTheRest) {
   EXPECT_EQ(platform::CloseDevice(device), 0);
 }
 
-TEST_F(Board, BacklightTakesItsThreeCommandsAndCountsTheRest) {
+TEST_F(BoardTest, BacklightTakesItsThreeCommandsAndCountsTheRest) {
   constexpr int PERIOD = CommandWord(0x80040501U), DUTY = CommandWord(0x80040503U);
   const int device = platform::OpenDevice("/dev/pwm0", O_RDONLY);
   ASSERT_GT(device, 0);
@@ -158,11 +158,11 @@ TEST_F(Board, BacklightTakesItsThreeCommandsAndCountsTheRest) {
   EXPECT_EQ(devctl(device, ENABLE, nullptr, 0, nullptr), EBADF);
 }
 
-using NoBoard = PlatformTest;
+using NoBoardTest = PlatformTest;
 
-TEST_F(NoBoard, MeansNoDevices) {
+TEST_F(NoBoardTest, MeansNoDevices) {
   for (const char* path : {"/dev/io_interface", "/dev/pwm0"}) {
-    EXPECT_EQ(ErrorOf(platform::OpenDevice(path, O_RDWR)), ENOENT);
+    EXPECT_EQ(ErrorOf(platform::OpenDevice(path, O_RDWR)), ENOENT) << path;
   }
   EXPECT_EQ(BoardMapping(BoardMapping::role_t::USER).Get(), nullptr);
   EXPECT_EQ(devctl(-1, 0, nullptr, 0, nullptr), EBADF);

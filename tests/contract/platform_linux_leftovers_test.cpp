@@ -1,4 +1,4 @@
-// Linux: what stays in the runtime directory, in the process and in its children. Nothing that is not in use.
+// Linux: no file and no descriptor stays in the runtime directory, in a process or in its children once unused.
 #include <array>
 #include <cerrno>
 #include <filesystem>
@@ -26,9 +26,9 @@ std::size_t OpenDescriptors() {
   return FilesIn("/proc/self/fd");
 }
 
-class Leftovers : public PlatformTest {};
+class LeftoversTest : public PlatformTest {};
 
-// Uses all that makes files or descriptors, from several threads.
+// Makes every kind of file and descriptor, from several threads.
 void UseEverything() {
   name_attach_t* const attach = name_attach(nullptr, "Everything", 0);
   ASSERT_NE(attach, nullptr);
@@ -49,7 +49,7 @@ void UseEverything() {
   EXPECT_EQ(platform::UnlinkSharedObject("/Everything"), 0);
 }
 
-TEST_F(Leftovers, AreNoneAfterAnOrderlyUse) {
+TEST_F(LeftoversTest, AreNoneAfterAnOrderlyUse) {
   UseEverything();
   const std::size_t before = OpenDescriptors();
   for (int i = 0; i < 5; ++i) UseEverything();
@@ -57,7 +57,7 @@ TEST_F(Leftovers, AreNoneAfterAnOrderlyUse) {
   EXPECT_EQ(FilesInDirectory(), 0U);
 }
 
-TEST_F(Leftovers, OfAThreadThatEndsAreNone) {
+TEST_F(LeftoversTest, OfAThreadThatEndsAreNone) {
   const int chid = ChannelCreate(0);
   const int coid = ConnectAttach(0, 0, chid, 0, 0);
   const std::size_t before = OpenDescriptors();
@@ -68,22 +68,23 @@ TEST_F(Leftovers, OfAThreadThatEndsAreNone) {
   }
   send();
   ReceivePulse(chid);
-  // This thread's own socket, and the last thread's until the receiver looks again: two ends each.
+  // Two ends each of this thread's socket and of the last thread's, which the receiver closes when it next
+  // looks.
   EXPECT_LE(OpenDescriptors(), before + 4);
-  // NOLINTNEXTLINE(cert-env33-c): what a shell command inherits is what is tried
+  // NOLINTNEXTLINE(cert-env33-c): the test is about what a shell command inherits
   EXPECT_EQ(std::system("ls -l /proc/self/fd | grep -q socket:"), 256) << "a socket went through exec";
   EXPECT_EQ(ConnectDetach(coid), 0);
   EXPECT_EQ(ChannelDestroy(chid), 0);
 }
 
-TEST_F(Leftovers, OfAProcessThatExitsWithoutDetachingAreNone) {
+TEST_F(LeftoversTest, OfAProcessThatExitsWithoutDetachingAreNone) {
   Child careless([] {
     const pid_t program = fork();
     if (program == 0) {
       static_cast<void>(ChannelCreate(0));
       static_cast<void>(name_attach(nullptr, "Careless", 0));
       static_cast<void>(platform::OpenSharedObject("/Careless", O_RDWR | O_CREAT, 0600));
-      exit(0);  // NOLINT(concurrency-mt-unsafe): with its exit handlers, which is what is tried
+      exit(0);  // NOLINT(concurrency-mt-unsafe): the test is about the exit handlers
     }
     int status = -1;
     waitpid(program, &status, 0);
@@ -94,7 +95,7 @@ TEST_F(Leftovers, OfAProcessThatExitsWithoutDetachingAreNone) {
   EXPECT_EQ(platform::OpenSharedObject("/Careless", O_RDWR, 0), -1);
 }
 
-TEST_F(Leftovers, OfKilledProcessesGoWithTheNextStartAndThoseInUseStay) {
+TEST_F(LeftoversTest, OfKilledProcessesGoWithTheNextStartAndThoseInUseStay) {
   const auto open = [](const char* name, int flags) { return platform::OpenSharedObject(name, flags, 0600); };
   name_attach_t* const mine = name_attach(nullptr, "Mine", 0);
   ASSERT_NE(mine, nullptr);
@@ -122,7 +123,7 @@ TEST_F(Leftovers, OfKilledProcessesGoWithTheNextStartAndThoseInUseStay) {
   EXPECT_EQ(name_detach(mine, 0), 0);
 }
 
-TEST_F(Leftovers, InAForkedChildDoNotKeepADeadParentAlive) {
+TEST_F(LeftoversTest, InAForkedChildDoNotKeepADeadParentAlive) {
   const Signal ready;
   const Signal release;
   Child parent([&] {
@@ -134,7 +135,7 @@ TEST_F(Leftovers, InAForkedChildDoNotKeepADeadParentAlive) {
     MsgReceive(attach->chid, &byte, 1, nullptr);
     if (fork() == 0) {
       alarm(CHILD_LIFETIME_S);
-      // Its parent's channel is not its own.
+      // The parent's channel is of no use in its child.
       _exit(MsgReceive(attach->chid, &byte, 1, nullptr) == -1 && MsgSendPulse(held, 10, 1, 1) == -1 &&
                     release.Await()
                 ? 0
@@ -159,19 +160,17 @@ TEST_F(Leftovers, InAForkedChildDoNotKeepADeadParentAlive) {
   release.Raise();
 }
 
-TEST_F(Leftovers, ThatSomebodyRemovedLetAPulseThrough) {
+TEST_F(LeftoversTest, ThatSomebodyRemovedLetAPulseThrough) {
   const int chid = ChannelCreate(0);
   const int coid = ConnectAttach(0, 0, chid, 0, 0);
   std::filesystem::remove_all(platform::RuntimeDirectory());
-  std::thread([coid] {
-    EXPECT_EQ(MsgSendPulse(coid, 10, 7, 0), 0) << "a stop has to wake its receiver";
-  }).join();
+  std::thread([coid] { EXPECT_EQ(MsgSendPulse(coid, 10, 7, 0), 0) << "a stop must wake the receiver"; }).join();
   EXPECT_EQ(ReceivePulse(chid).code, 7);
   ConnectDetach(coid);
   ChannelDestroy(chid);
 }
 
-TEST_F(Leftovers, OfALongRuntimePathAreNoHindrance) {
+TEST_F(LeftoversTest, OfALongRuntimePathAreNoHindrance) {
   const std::string deep = Directory() + "/" + std::string(120, 'd') + "/e";
   setenv("ORVIK_RUNTIME_DIR", deep.c_str(), 1);
   UseEverything();
@@ -180,7 +179,7 @@ TEST_F(Leftovers, OfALongRuntimePathAreNoHindrance) {
   EXPECT_EQ(status.st_mode & 0777U, 0700U);
 }
 
-TEST_F(Leftovers, ConnectionsWithGarbageAreDropped) {
+TEST_F(LeftoversTest, ConnectionsWithGarbageAreDropped) {
   name_attach_t* const attach = name_attach(nullptr, SERVER_NAME, 0);
   ASSERT_NE(attach, nullptr);
   const std::string path =
@@ -204,7 +203,7 @@ TEST_F(Leftovers, ConnectionsWithGarbageAreDropped) {
   name_detach(attach, 0);
 }
 
-TEST_F(Leftovers, OfDescriptorsAreNotNeededToTurnClientsAway) {
+TEST_F(LeftoversTest, OfDescriptorsAreNotNeededToTurnClientsAway) {
   const Signal ready;
   const Child server([&] {
     const rlimit few = {40, 40};
@@ -229,10 +228,10 @@ TEST_F(Leftovers, OfDescriptorsAreNotNeededToTurnClientsAway) {
     const long result = MsgSend(coid, "E", 1, nullptr, 0);
     name_close(coid);
     return result == 1;
-  })) << "and serves again when it has descriptors";
+  })) << "the server serves again when descriptors are free";
 }
 
-TEST(Paths, OfTheUnitAreUnderItsRoot) {
+TEST(PathsTest, OfTheUnitAreUnderItsRoot) {
   unsetenv("ORVIK_ROOT");
   EXPECT_EQ(platform::ResolveUnitPath("/fs/etfs/a"), "/fs/etfs/a");
   setenv("ORVIK_ROOT", "/tmp/unit/", 1);
@@ -247,7 +246,7 @@ bool IsUserSignalBlocked() {
   return sigismember(&mask, SIGUSR1) == 1;
 }
 
-TEST(Threads, StartDetachedWithTheirNameAndWithoutTheUserSignal) {
+TEST(ThreadsTest, StartDetachedWithTheirNameAndWithoutTheUserSignal) {
   struct seen_t {
     Signal ended;
     std::array<char, 16> name{};
@@ -264,7 +263,7 @@ TEST(Threads, StartDetachedWithTheirNameAndWithoutTheUserSignal) {
   ASSERT_TRUE(seen.ended.Await());
   EXPECT_STREQ(seen.name.data(), "Key Pad Scanner");
   EXPECT_TRUE(seen.blocked);
-  EXPECT_FALSE(IsUserSignalBlocked()) << "the starting thread still gets it";
+  EXPECT_FALSE(IsUserSignalBlocked()) << "the starting thread keeps its mask";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The eight-byte lock between threads and processes, and what becomes of it when its holder is killed.
+// The eight-byte lock between threads and processes, and its recovery when its holder is killed.
 #include <array>
 #include <atomic>
 #include <memory>
@@ -22,16 +22,16 @@ using platform::UnlockShared;
 
 constexpr const char* OBJECT = "/ContractLock";
 
-// What the processes share: a lock and counters that only its holder changes.
+// Shared by the processes: a lock, and counters that only its holder changes.
 struct shared_t {
   shared_lock_t lock;
   long first;
   long second;
 };
 
-class Lock : public PlatformTest {
+class LockTest : public PlatformTest {
  protected:
-  Lock() {
+  LockTest() {
     const int object = platform::OpenSharedObject(OBJECT, O_RDWR | O_CREAT | O_EXCL, 0600);
     EXPECT_EQ(ftruncate(object, sizeof(shared_t)), 0);
     void* const memory = mmap(nullptr, sizeof(shared_t), PROT_READ | PROT_WRITE, MAP_SHARED, object, 0);
@@ -39,12 +39,12 @@ class Lock : public PlatformTest {
     shared_ = new (memory) shared_t{};
     platform::InitSharedLock(shared_->lock);
   }
-  ~Lock() override {
+  ~LockTest() override {
     munmap(shared_, sizeof(shared_t));
     EXPECT_EQ(platform::UnlinkSharedObject(OBJECT), 0);
   }
 
-  // Adds one to both counters, which are equal whenever nobody holds the lock. Repairs what a dead holder left.
+  // Adds 1 to both counters, which are equal while the lock is free. Repairs them after a dead holder.
   void Step() const {
     if (LockShared(shared_->lock)) shared_->second = shared_->first;
     MarkSlot(shared_->lock, 0);
@@ -58,7 +58,7 @@ class Lock : public PlatformTest {
     return 0;
   }
   // A process that takes the lock, marks a slot (or none) and is killed as soon as `meanwhile` has run.
-  // What the lock tells that process is to be `expected`.
+  // Taking the lock must return `expected` in that process.
   template <class Meanwhile>
   void KillHolder(int slot, std::optional<std::uint32_t> expected, const Meanwhile& meanwhile) const {
     const Signal holding;
@@ -83,7 +83,7 @@ class Lock : public PlatformTest {
   shared_t* shared_;
 };
 
-TEST_F(Lock, AdmitsOneAtATimeOfThreadsAndProcesses) {
+TEST_F(LockTest, AdmitsOneAtATimeOfThreadsAndProcesses) {
   constexpr int TIMES = 20000;
   std::array<std::unique_ptr<Child>, 3> processes;
   for (auto& process : processes) process = std::make_unique<Child>([this] { return StepTimes(TIMES); });
@@ -93,7 +93,7 @@ TEST_F(Lock, AdmitsOneAtATimeOfThreadsAndProcesses) {
   EXPECT_EQ(shared_->second, 6 * TIMES);
 }
 
-TEST_F(Lock, OfAKilledHolderGoesToTheNextWithTheSlotOnce) {
+TEST_F(LockTest, OfAKilledHolderGoesToTheNextWithTheSlotOnce) {
   KillHolder(-1);
   EXPECT_EQ(LockAndUnlock(), std::nullopt);
   for (const std::uint32_t slot : {0U, 5U, 32767U}) {
@@ -103,25 +103,25 @@ TEST_F(Lock, OfAKilledHolderGoesToTheNextWithTheSlotOnce) {
   }
   KillHolder(7);
   KillHolder(-1, 7);
-  EXPECT_EQ(LockAndUnlock(), 7U) << "and again when its finder dies too";
+  EXPECT_EQ(LockAndUnlock(), 7U) << "the slot is reported again when the process that got it dies too";
 }
 
-TEST_F(Lock, OfAKilledHolderGoesToAWaiter) {
+TEST_F(LockTest, OfAKilledHolderGoesToAWaiter) {
   std::atomic<int> got = -1;
   std::jthread waiter;
   KillHolder(9, {}, [&] {
     waiter = std::jthread([&] { got = static_cast<int>(LockAndUnlock().value_or(1000)); });
-    std::this_thread::sleep_for(10ms);  // lets it wait; what is expected holds whether it does or not
+    std::this_thread::sleep_for(10ms);  // time for the waiter to block; the expectations hold without it too
     EXPECT_EQ(got, -1);
   });
   waiter.join();
   EXPECT_EQ(got, 9);
 }
 
-TEST_F(Lock, WorksInAForkedChildOfAThreadThatUsedIt) {
+TEST_F(LockTest, WorksInAForkedChildOfAThreadThatUsedIt) {
   StepTimes(3);
   Child child([this] {
-    StepTimes(2);  // with a stale thread id it would give back a lock that it does not hold, and hang
+    StepTimes(2);  // a stale thread id would release a lock that the thread does not hold, and hang
     Child grandchild([this] { return StepTimes(1); });
     return grandchild.Result();
   });

@@ -1,4 +1,4 @@
-// Messages: blocking, sizes, order, several threads, and the reply to each its own.
+// Messages and pulses: blocking, sizes, order, and the replies to several threads.
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -22,9 +22,9 @@ Bytes MakeMessage(std::size_t size, unsigned seed) {
   return bytes;
 }
 
-class Messages : public ServedTest {};
+class MessagesTest : public ServedTest {};
 
-TEST_F(Messages, ComeBackWholeOrCutToTheRoomOfTheSenderInEverySize) {
+TEST_F(MessagesTest, ComeBackWholeOrCutToTheRoomOfTheSenderInEverySize) {
   for (const std::size_t size :
        std::initializer_list<std::size_t>{0, 1, 20, 1824, 65535, 65536, 65537, LARGEST_MESSAGE}) {
     for (const std::size_t room : {size, std::min<std::size_t>(size, 10)}) {
@@ -37,20 +37,20 @@ TEST_F(Messages, ComeBackWholeOrCutToTheRoomOfTheSenderInEverySize) {
   }
 }
 
-TEST_F(Messages, AreRefusedAndHarmNothing) {
+TEST_F(MessagesTest, AreRefusedAndHarmNothing) {
   const Bytes tooLong(LARGEST_MESSAGE + 1);
   EXPECT_EQ(ErrorOf(MsgSend(coid_, tooLong.data(), tooLong.size(), nullptr, 0)), EMSGSIZE);
   EXPECT_EQ(ErrorOf(Ask(ask_t::ERROR)), EDOM);
   const int closed = name_open(SERVER_NAME, 0);
   ASSERT_EQ(name_close(closed), 0);
   for (const int coid : {-1, closed, 123456}) {
-    EXPECT_EQ(ErrorOf(MsgSend(coid, "E", 1, nullptr, 0)), EBADF);
+    EXPECT_EQ(ErrorOf(MsgSend(coid, "E", 1, nullptr, 0)), EBADF) << coid;
     EXPECT_EQ(ErrorOf(MsgSendPulse(coid, 10, 0, 0)), EBADF);
   }
   EXPECT_EQ(Ask(ask_t::ECHO), 1);
 }
 
-TEST_F(Messages, WaitingForAReplyEndsWhenAnotherThreadClosesTheConnection) {
+TEST_F(MessagesTest, WaitingForAReplyEndsWhenAnotherThreadClosesTheConnection) {
   std::thread waiting([&] { EXPECT_EQ(Ask(ask_t::HOLD), -1); });
   EXPECT_TRUE(held_.Await());
   EXPECT_EQ(name_close(coid_), 0);
@@ -59,11 +59,11 @@ TEST_F(Messages, WaitingForAReplyEndsWhenAnotherThreadClosesTheConnection) {
   EXPECT_EQ(Ask(ask_t::ECHO), 1);
 }
 
-// Receiver and sender in one process, each test with the channel in its own hand.
-class Channels : public PlatformTest {
+// Receiver and sender in one process. The test itself receives on the channel.
+class ChannelsTest : public PlatformTest {
  protected:
-  Channels() : chid_(ChannelCreate(_NTO_CHF_DISCONNECT)), coid_(ConnectAttach(0, 0, chid_, 0, 0)) {}
-  ~Channels() override {
+  ChannelsTest() : chid_(ChannelCreate(_NTO_CHF_DISCONNECT)), coid_(ConnectAttach(0, 0, chid_, 0, 0)) {}
+  ~ChannelsTest() override {
     ConnectDetach(coid_);
     ChannelDestroy(chid_);
   }
@@ -71,8 +71,9 @@ class Channels : public PlatformTest {
   const int coid_;
 };
 
-TEST_F(Channels, CutLongMessagesAndTellWhoSentThem) {
+TEST_F(ChannelsTest, CutLongMessagesAndTellWhoSentThem) {
   for (const std::size_t size : {500UL, 200000UL}) {
+    SCOPED_TRACE(size);
     const Bytes sent = MakeMessage(size, 3);
     std::thread sender([&] { EXPECT_EQ(MsgSend(coid_, sent.data(), size, nullptr, 77), 42); });
     Bytes got(101, 0xEE);
@@ -92,7 +93,7 @@ TEST_F(Channels, CutLongMessagesAndTellWhoSentThem) {
   }
 }
 
-TEST_F(Channels, AnswerEachMessageOnceAndInAnyOrder) {
+TEST_F(ChannelsTest, AnswerEachMessageOnceAndInAnyOrder) {
   const auto senders = StartThreads(3, [&](int i) {
     for (const int base : {100, 200}) EXPECT_EQ(MsgSend(coid_, &i, sizeof i, nullptr, 0), base + i);
   });
@@ -109,7 +110,7 @@ TEST_F(Channels, AnswerEachMessageOnceAndInAnyOrder) {
   }
 }
 
-TEST_F(Channels, GiveEachOfManySendersItsOwnReplyFromSeveralReceivers) {
+TEST_F(ChannelsTest, GiveEachOfManySendersItsOwnReplyFromSeveralReceivers) {
   auto receivers = StartThreads(3, [&](int) {
     Bytes buffer(10240);
     _msg_info info{};
@@ -129,7 +130,7 @@ TEST_F(Channels, GiveEachOfManySendersItsOwnReplyFromSeveralReceivers) {
   EXPECT_EQ(ChannelDestroy(chid_), 0);
 }
 
-TEST_F(Channels, WhenDestroyedWakeReceiversAndSenders) {
+TEST_F(ChannelsTest, WhenDestroyedWakeReceiversAndSenders) {
   std::atomic<int> failed = 0;
   auto threads = StartThreads(4, [&](int i) {
     char byte = 0;
@@ -142,7 +143,7 @@ TEST_F(Channels, WhenDestroyedWakeReceiversAndSenders) {
     }
     failed += ErrorOf(result) == ESRCH ? 1 : 0;
   });
-  std::this_thread::sleep_for(20ms);  // lets them block; what is expected holds whether they do or not
+  std::this_thread::sleep_for(20ms);  // time for them to block; the expectations hold without it too
   EXPECT_EQ(ChannelDestroy(chid_), 0);
   threads.clear();
   EXPECT_EQ(failed, 4);
@@ -151,7 +152,7 @@ TEST_F(Channels, WhenDestroyedWakeReceiversAndSenders) {
   EXPECT_EQ(ChannelDestroy(chid_), -1);
 }
 
-TEST_F(Channels, DeliverPulsesInOrderUpToWhatTheyHold) {
+TEST_F(ChannelsTest, DeliverPulsesInOrderUpToWhatTheyHold) {
   int sent = 0;
   while (sent < 1000000 && MsgSendPulse(coid_, getprio(0), 5, sent) == 0) ++sent;
   EXPECT_EQ(errno, EAGAIN);
@@ -165,7 +166,7 @@ TEST_F(Channels, DeliverPulsesInOrderUpToWhatTheyHold) {
   EXPECT_EQ(ReceivePulse(chid_).value.sival_int, -1);
 }
 
-TEST_F(Channels, DeliverAMessageBehindThePulsesOfItsThread) {
+TEST_F(ChannelsTest, DeliverAMessageBehindThePulsesOfItsThread) {
   const std::jthread sender([&] {
     for (int i = 0; i < 50; ++i) EXPECT_EQ(MsgSendPulse(coid_, 10, 1, i), 0);
     EXPECT_EQ(MsgSend(coid_, "m", 1, nullptr, 0), 7);
@@ -175,10 +176,10 @@ TEST_F(Channels, DeliverAMessageBehindThePulsesOfItsThread) {
   EXPECT_EQ(MsgReply(MsgReceive(chid_, &byte, 1, nullptr), 7, nullptr, 0), 0);
 }
 
-TEST_F(Channels, TellThatAConnectionWentWhenAllOfItWent) {
+TEST_F(ChannelsTest, TellThatAConnectionWentWhenAllOfItWent) {
   const int other = ConnectAttach(0, 0, chid_, 0, 0);
   int scoid = 0;
-  // Two threads use it and end; the connection is still there.
+  // Two threads use the connection and end. It stays open.
   for (int i = 0; i < 2; ++i) {
     std::thread([&] { EXPECT_EQ(MsgSendPulse(other, 10, 9, i), 0); }).join();
     const _pulse pulse = ReceivePulse(chid_);
@@ -187,7 +188,7 @@ TEST_F(Channels, TellThatAConnectionWentWhenAllOfItWent) {
     scoid = pulse.scoid;
   }
   EXPECT_EQ(MsgSendPulse(coid_, 10, 3, 0), 0);
-  EXPECT_EQ(ReceivePulse(chid_).code, 3) << "and no pulse of a connection that went";
+  EXPECT_EQ(ReceivePulse(chid_).code, 3) << "no disconnect pulse was sent";
   EXPECT_EQ(ConnectDetach(other), 0);
   const _pulse gone = ReceivePulse(chid_);
   EXPECT_EQ(gone.code, _PULSE_CODE_DISCONNECT);
@@ -195,7 +196,7 @@ TEST_F(Channels, TellThatAConnectionWentWhenAllOfItWent) {
   EXPECT_EQ(ConnectDetach(scoid), 0);
 }
 
-TEST_F(Channels, ServeAHundredConnectionsInTheOrderOfTheirPulses) {
+TEST_F(ChannelsTest, ServeAHundredConnectionsInTheOrderOfTheirPulses) {
   std::array<int, 100> connections{};
   for (int& coid : connections) coid = ConnectAttach(0, 0, chid_, 0, 0);
   for (const int coid : connections) ASSERT_EQ(MsgSendPulse(coid, 10, 1, coid), 0);
@@ -203,11 +204,11 @@ TEST_F(Channels, ServeAHundredConnectionsInTheOrderOfTheirPulses) {
   for (const int coid : connections) EXPECT_EQ(ConnectDetach(coid), 0);
 }
 
-// --- Names: one living holder, and nothing in the way after its death
+// --- Names: one living holder each, and free at once after its death
 
-using Names = PlatformTest;
+using NamesTest = PlatformTest;
 
-TEST_F(Names, AreHeldByOneAtATime) {
+TEST_F(NamesTest, AreHeldByOneAtATime) {
   constexpr const char* ODD = "a name/with %";
   const auto attach = [](const char* name) { return name_attach(nullptr, name, 0); };
   EXPECT_EQ(ErrorOf(name_open(ODD, 0)), ENOENT);
@@ -233,7 +234,7 @@ TEST_F(Names, AreHeldByOneAtATime) {
   EXPECT_EQ(name_detach(other, 0), 0);
 }
 
-TEST_F(Names, AreTakenByExactlyOneOfManyAtTheSameTime) {
+TEST_F(NamesTest, AreTakenByExactlyOneOfManyAtTheSameTime) {
   const Signal go;
   const Signal won;
   const Signal done;

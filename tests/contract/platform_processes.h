@@ -1,7 +1,7 @@
 // Processes, a server, runtime directories and deadlines for the tests of the operating-system interfaces.
 //
-// A test forks its processes before it starts threads of its own: what runs in a child then is what would run
-// in a program of its own.
+// A test forks its processes before it starts threads of its own, so that a child runs in the same state as a
+// program of its own.
 #pragma once
 
 #include <array>
@@ -24,7 +24,7 @@
 #include "platform/messages.h"
 #include "platform/names.h"
 
-#include "tests/unit/support/test_folder.h"
+#include "tests/support/test_folder.h"
 
 namespace contract {
 
@@ -32,7 +32,7 @@ using namespace std::chrono_literals;
 constexpr auto DEADLINE = 20s;
 constexpr unsigned CHILD_LIFETIME_S = 110;  // no child outlives a test that failed
 
-// Waits for a condition that nothing announces. False after the deadline.
+// Polls a condition. False after the deadline.
 template <class Condition>
 bool Eventually(Condition&& condition, std::chrono::milliseconds limit = DEADLINE) {
   const auto end = std::chrono::steady_clock::now() + limit;
@@ -43,7 +43,7 @@ bool Eventually(Condition&& condition, std::chrono::milliseconds limit = DEADLIN
   return true;
 }
 
-// What a call failed with; 0 when it did not fail.
+// The error of a failed call; 0 when it did not fail.
 inline int ErrorOf(long result) {
   return result == -1 ? errno : 0;
 }
@@ -143,7 +143,7 @@ enum class ask_t : std::uint8_t {
   ERROR = 'R',  // the answer is the error EDOM
 };
 
-// Answers messages as their first byte asks.
+// Answers each message as its first byte says.
 class Server {
  public:
   // Serves for ever. Raises `ready` once it can be found, `held` for each message that it holds.

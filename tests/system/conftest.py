@@ -3,22 +3,16 @@ import contextlib
 import pytest
 
 from desk import Desk
-
-
-@pytest.hookimpl(hookwrapper=True)
-def pytest_runtest_makereport(item):
-    outcome = yield
-    setattr(item, "report_" + outcome.get_result().when, outcome.get_result())
+from reports import pytest_runtest_makereport, show_processes  # noqa: F401
 
 
 @pytest.fixture
-def make_desk(request):
-    """Makes desks that are closed after the test; the lines of every process show when it failed."""
+def make_desk():
+    """Makes desks, which are closed after the test."""
     with contextlib.ExitStack() as stack:
         def make(*options, **settings):
             desk = Desk(*options, **settings)
-            stack.callback(lambda: desk.close(show=getattr(request.node, "report_call", None) is None
-                                              or request.node.report_call.failed))
+            stack.callback(desk.close)
             return desk
         yield make
 

@@ -19,18 +19,19 @@ REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 BIN = pathlib.Path(os.environ.get("ORVIK_BIN", REPOSITORY / "build/release/bin"))
 CONFIG = REPOSITORY / "config"
 DEMO_LOG = BIN.parent / "demo/lift.log"
+ADDRESSES = ["--http", "127.0.0.1:0", "--socketcand", "127.0.0.1:0"]  # of free ports
 # Sanitizer builds are several times slower.
 PATIENCE = float(os.environ.get("ORVIK_PATIENCE", "1"))
 
-# What a sanitizer prints first; a process may go on after it.
+# The first words of a sanitizer's report. The process may go on after it.
 REPORT = re.compile(r"(Address|Leak|Thread)Sanitizer|runtime error:")
 
 HOST_ID = 0x18FF00D0
 DISPLAY_ID = 0x18FF00D2
 
 
-def wait_for(condition, what, seconds=10.0):
-    """Polls until `condition` gives something true, and returns it."""
+def wait_for(condition, what, seconds=10.0, interval=0.01):
+    """Polls until `condition` returns something true, and returns that."""
     deadline = time.monotonic() + seconds * PATIENCE
     while True:
         result = condition()
@@ -38,11 +39,33 @@ def wait_for(condition, what, seconds=10.0):
             return result
         if time.monotonic() > deadline:
             raise AssertionError(f"timed out waiting for {what}; last seen: {result!r}")
-        time.sleep(0.01)
+        time.sleep(interval)  # between two polls
+
+
+def wait_steady(look, what, still, seconds=20.0, wanted=None):
+    """Polls until `look` returns `wanted`, or the same for `still` seconds, and returns that."""
+    last, since = look(), time.monotonic()
+
+    def is_steady():
+        nonlocal last, since
+        now = look()
+        if now != last:
+            last, since = now, time.monotonic()
+        return now == wanted or time.monotonic() - since >= still
+
+    wait_for(is_steady, f"{what} to stand still", seconds, 0.05)
+    return last
+
+
+def name_call(value):
+    """The id of a parametrised test whose parameter is a list of words."""
+    return " ".join(map(str, value)) if isinstance(value, list) else None
 
 
 class Process:
-    """A child with its standard output and standard error kept line by line."""
+    """A child process. Its standard output and standard error are kept line by line."""
+
+    started = []  # of the present test, whose lines reports.py prints
 
     def __init__(self, arguments, runtime, **environment):
         env = dict(os.environ, ORVIK_RUNTIME_DIR=str(runtime), ORVIK_ROOT=str(pathlib.Path(runtime) / "root"), **environment)
@@ -54,6 +77,7 @@ class Process:
                         for pair in ((self.child.stdout, self.out), (self.child.stderr, self.err))]
         for reader in self.readers:
             reader.start()
+        self.started.append(self)
 
     @staticmethod
     def _read(stream, lines):
@@ -67,7 +91,10 @@ class Process:
                         seconds)
 
     def wait_exit(self, seconds=15.0):
-        status = self.child.wait(seconds * PATIENCE)
+        try:
+            status = self.child.wait(seconds * PATIENCE)
+        except subprocess.TimeoutExpired:
+            raise AssertionError(f"timed out waiting for {self.name} to end") from None
         for reader in self.readers:
             reader.join(5)
         return status
@@ -75,11 +102,10 @@ class Process:
     def stop(self, number=signal.SIGTERM):
         if self.child.poll() is None:
             self.child.send_signal(number)
-            try:
-                self.child.wait(15 * PATIENCE)
-            except subprocess.TimeoutExpired:
-                self.child.kill()
-        self.wait_exit()
+            with contextlib.suppress(AssertionError):
+                return self.wait_exit()
+            self.child.kill()
+        return self.wait_exit()
 
     def dump(self):
         print(f"--- {self.name} (exit {self.child.poll()}), standard output:", *self.out[-80:], sep="\n")
@@ -97,11 +123,11 @@ def trace(request, thread):
 
 
 def freeze(task):
-    """Halts a thread. False, and it goes on, where it was not in its pause and may hold what others wait for."""
+    """Halts a thread in its pause. Elsewhere it may hold a lock: then it is released, and the result is False."""
     thread = int(task.name)
     trace(PTRACE_SEIZE, thread)
     trace(PTRACE_INTERRUPT, thread)
-    os.waitpid(thread, WAIT_ALL)
+    wait_for(lambda: os.waitpid(thread, WAIT_ALL | os.WNOHANG)[0], f"thread {thread} to halt")
     if (task / "syscall").read_text().split()[0] == CLOCK_NANOSLEEP[os.uname().machine]:
         return True
     trace(PTRACE_DETACH, thread)
@@ -123,26 +149,31 @@ def frozen_thread(process, name):
 
 
 class Bus:
-    """A foreign station: speaks the socketcand protocol with nothing of ours."""
+    """A station on the bus with a socketcand client of its own, so that it shares no code with the programs."""
+
+    SECONDS = 10 * PATIENCE
 
     def __init__(self, address):
         host, port = address.rsplit(":", 1)
-        self.socket = socket.create_connection((host, int(port)), 10)
+        self.socket = socket.create_connection((host, int(port)), self.SECONDS)
         self.buffer = b""
         self._expect("hi")
         self._say("< open can0 >", "ok")
         self._say("< rawmode >", "ok")
 
-    def _message(self):
+    def _message(self, what):
         while b">" not in self.buffer:
-            received = self.socket.recv(65536)
-            assert received, "the bus closed the connection"
+            try:
+                received = self.socket.recv(65536)
+            except TimeoutError:
+                raise AssertionError(f"timed out waiting for {what} on the bus") from None
+            assert received, f"the bus closed the connection before {what} came"
             self.buffer += received
         message, self.buffer = self.buffer.split(b">", 1)
         return message.decode().strip(" <").split()
 
     def _expect(self, word):
-        assert self._message()[0] == word
+        assert self._message(f"< {word} >")[0] == word
 
     def _say(self, text, answer):
         self.socket.sendall(text.encode())
@@ -158,28 +189,31 @@ class Bus:
         for frame in cut(message):
             self.send(HOST_ID, frame)
 
-    def receive_any(self, seconds=5.0):
-        """The next frame, whosever it is: identifier and data."""
-        self.socket.settimeout(seconds * PATIENCE)
+    def _receive(self, sender, what, seconds):
+        deadline = time.monotonic() + seconds * PATIENCE
         while True:
-            words = self._message()
-            if words[0] == "frame":
+            left = deadline - time.monotonic()
+            assert left > 0, f"timed out waiting for {what} among other frames"
+            self.socket.settimeout(left)
+            words = self._message(what)
+            if words[0] == "frame" and sender in (None, int(words[1], 16)):
                 return int(words[1], 16), bytes.fromhex("".join(words[3:]))
 
-    def receive(self, seconds=5.0):
-        """The display's next frame."""
-        while True:
-            identifier, data = self.receive_any(seconds)
-            if identifier == DISPLAY_ID:
-                return data
+    def receive_any(self, seconds=5.0):
+        """The next frame of any station: identifier and data."""
+        return self._receive(None, "a frame", seconds)
+
+    def receive(self, seconds=10.0):
+        """The data of the display's next frame."""
+        return self._receive(DISPLAY_ID, "a frame of the display", seconds)[1]
 
     def pass_over(self):
-        """Reads what has come and forgets it: a station that does not read is taken off the bus."""
+        """Reads what has come and forgets it, because a station that does not read is taken off the bus."""
         self.socket.setblocking(False)
         with contextlib.suppress(BlockingIOError):
             while self.socket.recv(65536):
                 pass
-        self.socket.setblocking(True)
+        self.socket.settimeout(self.SECONDS)
 
     def ask(self, message, frames=1):
         self.send_message(message)
@@ -227,15 +261,14 @@ class Desk:
             self.unit = self.start_unit(*options)
             self.orvik = self.start_orvik() if orvik else None
         except BaseException:
-            self.close(show=True)
+            self.close()
             raise
 
     def start_unit(self, *options):
         for name in ("http.address", "socketcand.address"):
             with contextlib.suppress(FileNotFoundError):
                 (self.runtime / name).unlink()
-        unit = self.start(BIN / "unit", "run", "--no-orvik", "--no-host", "--config", CONFIG, "--http", "127.0.0.1:0",
-                          "--socketcand", "127.0.0.1:0", *options)
+        unit = self.start(BIN / "unit", "run", "--no-orvik", "--no-host", "--config", CONFIG, *ADDRESSES, *options)
         wait_for(lambda: self._ready(unit), "the panel", 20)
         return unit
 
@@ -260,14 +293,23 @@ class Desk:
         status = process.wait_exit(seconds)
         return status, "\n".join(process.out), "\n".join(process.err)
 
+    def succeed(self, *arguments, seconds=30):
+        """Runs a program that must end with status 0, and returns its standard output and standard error."""
+        status, out, errors = self.run(*arguments, seconds=seconds)
+        assert status == 0, out + errors
+        return out, errors
+
     def address(self, name):
         return (self.runtime / f"{name}.address").read_text().strip()
 
-    def request(self, method, path, body=None, headers=None):
-        connection = http.client.HTTPConnection(self.address("http"), timeout=20)
-        connection.request(method, path, body, headers or {})
-        response = connection.getresponse()
-        return response.status, response.read()
+    def request(self, method, path, body=None, headers=None, server="http"):
+        connection = http.client.HTTPConnection(self.address(server), timeout=20)
+        try:
+            connection.request(method, path, body, headers or {})
+            response = connection.getresponse()
+            return response.status, response.read()
+        except TimeoutError:
+            raise TimeoutError(f"timed out waiting for the answer to {method} {path}") from None
 
     def get(self, path):
         status, body = self.request("GET", path)
@@ -294,12 +336,12 @@ class Desk:
         return Bus(self.address("socketcand"))
 
     def counters(self, service):
-        """What a service counts; each tells of itself once a second."""
-        def told():
+        """The counters of a service, which it publishes once a second."""
+        def published():
             _, body = self.request("GET", "/api/health")  # 503 while something is slow to start
             return next((each["counters"] for each in json.loads(body)["services"] if each["name"] == service), None)
 
-        return wait_for(told, f"the service {service} to tell of itself")
+        return wait_for(published, f"the counters of the service {service}")
 
     def key(self, number, down):
         body = json.dumps({"down": down})
@@ -315,20 +357,26 @@ class Desk:
             self.key(key, False)
 
     def press(self, *keys):
-        """A press and a release, each as long as a finger's."""
+        """A press and a release, each as long as a finger's: the scanner takes neither if it is too short."""
         with self.held(*keys):
-            time.sleep(0.12 * PATIENCE)
-        time.sleep(0.15 * PATIENCE)
+            time.sleep(0.12 * PATIENCE)  # the length of the press
+        time.sleep(0.15 * PATIENCE)  # the length of the release
+
+    def wait_keys(self, *keys):
+        """Waits until these front keys are held, and no other."""
+        def held():
+            return [n + 1 for n, down in enumerate(self.get("/api/board")["keys"]) if down]
+
+        wait_for(lambda: held() == list(keys), f"keys {keys} to be held")
 
     def beeps(self):
         return self.get("/api/board")["beeper"]["pulses"]
 
     def post(self, name):
-        status, _, errors = self.run(BIN / "unit", "events", "--config", CONFIG, "post", name)
-        assert status == 0, errors
+        self.succeed(BIN / "unit", "events", "--config", CONFIG, "post", name)
 
     def page_of_orvik(self, bus):
-        """The page that the application takes for the current one."""
+        """The page that the application holds for the current one, as its answer to an undefined request names it."""
         question = "undefined transition request 99 while on Page."
         asked = sum(question in line for line in self.orvik.err)
         bus.send_message([7, 15, 99])
@@ -336,18 +384,20 @@ class Desk:
         return line.split()[-2].removeprefix("Page.")
 
     def move_to(self, page, bus):
-        """Brings screen and application from whichever page to this one, by events and a host that is heard."""
+        """Brings screen and application from any page to this one, by events and frames of the host."""
         to_main = {"Slate": "orvik.SlateToMain", "Wad": "orvik.WadToMain", "Config": "orvik.ConfigToMain",
                    "Dials": "orvik.DialsToMain"}
         from_main = {"Splash": "orvik.MainToSplash", "Slate": "orvik.MainToSplash", "Wad": "orvik.MainToWad",
                      "Config": "orvik.MainToConfig", "Dials": "orvik.MainToDials"}
+        deadline = time.monotonic() + 60 * PATIENCE
         while (shown := self.screen()["page"]) != page:
+            assert time.monotonic() < deadline, f"timed out waiting for the screen to stay on {page}"
             if shown == "Splash":
                 bus.send_message([8, 1])
             else:
                 self.post(from_main[page] if shown == "Main" else to_main[shown])
             wait_for(lambda: self.screen()["page"] != shown, f"another page than {shown}")
-        if page != "Splash":  # where asking would end it
+        if page != "Splash":  # the request would end the splash page
             wait_for(lambda: self.page_of_orvik(bus) == page, f"the application's page {page}")
 
     def go_to(self, page, bus=None):
@@ -363,18 +413,10 @@ class Desk:
                 bus.send_message([8, 1])  # any message: the splash page ends when the host is heard
             return shown == page
 
-        deadline = time.monotonic() + 15 * PATIENCE
-        while not step():
-            assert time.monotonic() < deadline, f"the screen never came to {page}"
-            time.sleep(0.1)
+        wait_for(step, f"the screen on {page}", 15, interval=0.1)
         return bus
 
-    def close(self, show=False):
+    def close(self):
         for process in reversed(self.processes):
             process.stop(signal.SIGKILL if process is self.orvik else signal.SIGTERM)
-        found = [line for process in self.processes for line in process.err if REPORT.search(line)]
-        if show or found:
-            for process in self.processes:
-                process.dump()
         self.directory.cleanup()
-        assert not found, f"a sanitizer reports: {found}"

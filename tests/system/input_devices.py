@@ -1,6 +1,6 @@
-"""Input devices for a test, as a kernel shows them: real ones by uinput, or umockdev's where there is no uinput.
+"""Input devices for a test: the kernel's own by uinput, or those of umockdev where there is no uinput.
 
-A program that is to see umockdev's runs, like the test itself, under umockdev-wrapper.
+The test and every program that opens a device of umockdev run under umockdev-wrapper.
 """
 
 import contextlib
@@ -10,8 +10,9 @@ import pty
 import signal
 import struct
 import tempfile
-import time
 import tty
+
+from desk import wait_for
 
 EVENT = struct.Struct("@qqHHi")  # time, type, code, value
 EV_SYN, EV_KEY, EV_SND = 0x00, 0x01, 0x12
@@ -66,7 +67,7 @@ class UinputDevice:
         reader.send_signal(signal.SIGCONT)
 
     def sounds(self):
-        """What was written since the last call: (code, value)."""
+        """The sound events written since the last call: (code, value)."""
         got = []
         with contextlib.suppress(BlockingIOError):
             for event in iter(self.device.read_one, None):
@@ -173,7 +174,7 @@ class MockDevice:
         self._write(*((EV_KEY, code, value) for code, value in events), (EV_SYN, SYN_REPORT, 0))
 
     def lose(self, _reader, *events):
-        """The kernel's sign for lost events, and the state that they left."""
+        """Sends the kernel's mark for lost events, and keeps the state that these left."""
         self._note(events)
         self._write((EV_SYN, SYN_DROPPED, 0), (EV_SYN, SYN_REPORT, 0))
 
@@ -193,11 +194,13 @@ class MockDevice:
         os.close(self.master)
 
 
-def sounds_until(device, wanted, seconds):
-    """Collects what is written to a device until `wanted` of it comes true."""
-    got, deadline = [], time.monotonic() + seconds
-    while not wanted(got):
-        assert time.monotonic() < deadline, f"the beeper got {got}"
-        got += device.sounds()
-        time.sleep(0.005)
+def sounds_until(device, wanted, what):
+    """Collects the sound events of a device until `wanted` of them is true."""
+    got = []
+
+    def collect():
+        got.extend(device.sounds())
+        return wanted(got)
+
+    wait_for(collect, what)
     return got

@@ -1,12 +1,11 @@
-"""The unit on a kernel's CAN interface, beside the tools of other people. Runs inside the user-mode kernel."""
+"""The unit on a kernel's CAN interface together with the tools of can-utils. Runs inside the user-mode kernel."""
 
 import socket
 import subprocess
-import time
 
 import pytest
 
-from desk import BIN, DEMO_LOG, cmd2, cut, wait_for
+from desk import BIN, DEMO_LOG, cmd2, cut, wait_for, wait_steady
 
 FRAMES = 3000  # of the demonstration log: 40 seconds of it, played faster than that
 
@@ -18,7 +17,7 @@ def desk(make_desk):
 
 def cansend(message):
     for frame in cut(message):
-        subprocess.run(["cansend", "vcan0", f"18FF00D0#{frame.hex()}"], check=True)
+        subprocess.run(["cansend", "vcan0", f"18FF00D0#{frame.hex()}"], check=True, timeout=30)
 
 
 def test_frames_of_cansend_reach_the_screen_and_candump_sees_the_reply(desk):
@@ -50,7 +49,7 @@ def test_noise_of_cangen_changes_nothing_on_the_screen(desk):
     wait_for(lambda: desk.request("GET", "/api/health")[0] == 200, "a unit that is well", 20)
 
 
-COUNTER = "OrvikTotalHX7Commands"  # which goes on while anything is left to be shown
+COUNTER = "OrvikTotalHX7Commands"  # counts on while commands are left to be shown
 
 
 def screen_of(desk):
@@ -59,12 +58,7 @@ def screen_of(desk):
         return screen["widgets"] | {name: value for name, value in screen["variables"].items()
                                     if name.startswith("Orvik")}
 
-    def same_for_a_while():
-        before = state()
-        time.sleep(2)
-        return before if state() == before else None
-
-    shown = wait_for(same_for_a_while, "a screen that stands still", 60)
+    shown = wait_steady(state, "the screen", 2, 60)
     del shown[COUNTER]
     return shown
 
@@ -85,16 +79,14 @@ def test_canplayer_and_hx7_leave_the_same_screen_of_the_same_log(desk, tmp_path)
     of_canplayer = screen_of(desk)
     wait_for(lambda: recorded.read_text().count("18FF00D0#") > FRAMES, "all of it in the record", 20)
     recorder.stop()
-    # The same of its recording, which hx7 made of what canplayer sent, with something else in between.
+    # After another screen, hx7 plays the recording that it made of canplayer's frames.
     status, differences, errors = desk.run(BIN / "hx7", "diff", log, recorded)
     assert status == 0, (differences, errors, recorder.err)
     cansend([7, 13, 4])
     cansend(cmd2(load=77700))
     wait_for(lambda: desk.value("OrvikLoad") == 77700 and desk.value("OrvikLanguage") == 4, "another screen", 20)
     cansend([7, 13, 0])
-    status, _, errors = desk.run(BIN / "hx7", "play", "--bus", "socketcan:vcan0", "--speed", "20", recorded,
-                                 seconds=60)
-    assert status == 0, errors
+    desk.succeed(BIN / "hx7", "play", "--bus", "socketcan:vcan0", "--speed", "20", recorded, seconds=60)
     of_hx7 = screen_of(desk)
     assert {name: (value, of_hx7[name]) for name, value in of_canplayer.items() if of_hx7[name] != value} == {}
 
@@ -113,7 +105,7 @@ def test_multi_packet_messages_go_through_the_kernels_j1939_and_past_the_display
     listener.wait_line(data.hex(), seconds=20)
     assert desk.run(BIN / "j1939_client", "send", "18FF42D2", data[::-1].hex())[0] == 0
     address = ()
-    while address[3:] != (0xD2,):  # its own broadcast comes back to it as well
+    while address[3:] != (0xD2,):  # the socket also receives its own broadcast
         received, address = peer.recvfrom(2000)
     assert (received, address[2]) == (data[::-1], 0xFF42)
     assert desk.value("OrvikLoad") == 22200

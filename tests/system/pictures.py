@@ -1,4 +1,4 @@
-"""Comparing pictures and states of the screen, and the report that shows what differs."""
+"""Comparison of pictures and states of the screen, and a report of the differences."""
 
 import base64
 import html
@@ -14,7 +14,7 @@ TILE = 16
 MEAN_TOLERANCE = 1.0
 TILE_TOLERANCE = 30.0
 
-# Variables that follow the clock, count, or blink.
+# Variables that follow the clock, are counters, or blink.
 UNSTEADY = ("RealTimeClock", "OrvikTotalHX7Commands", "Screen.DataState", "OrvikBeepImage")
 
 

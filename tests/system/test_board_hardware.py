@@ -1,11 +1,11 @@
-"""The board's real parts: keys and a beeper as input devices, a backlight in a made-up sysfs."""
+"""The board's real parts: keys and a beeper as input devices, and a backlight in a folder like sysfs."""
 
 import json
 import os
 
 import pytest
 
-from desk import BIN, CONFIG, PATIENCE, Process, wait_for
+from desk import BIN, CONFIG, Process, name_call, wait_for
 from input_devices import SND_BELL, SND_TONE, MockDevices, UinputDevices, sounds_until
 
 KEY_1, KEY_2, KEY_A, KEY_F1, KEY_F8 = 2, 3, 30, 59, 66
@@ -19,16 +19,8 @@ def inputs():
     devices.close()
 
 
-def held(desk):
-    return [key + 1 for key, down in enumerate(desk.get("/api/board")["keys"]) if down]
-
-
-def wait_held(desk, *keys):
-    wait_for(lambda: held(desk) == list(keys), f"keys {keys}, not {held(desk)}")
-
-
 def detail(desk):
-    # Whatever the status: the panel may not have found the notification manager yet.
+    # The status may be 503 while the panel has not found the notification manager yet.
     services = json.loads(desk.request("GET", "/api/health")[1])["services"]
     return next((service["detail"] for service in services if service["name"] == "board"), "")
 
@@ -38,16 +30,16 @@ def test_keys_of_a_device_hold_the_front_keys_beside_the_panels(make_desk, input
     desk = make_desk(*SERVICES, "--keys", inputs.path("event3"), orvik=False, **inputs.environment)
     wait_for(keys.is_grabbed, "the grab")
     for events, expected in [([(KEY_F1, 1)], [1]), ([(KEY_F1, 2)], [1]), ([(KEY_F8, 1), (KEY_2, 1)], [1, 2, 8]),
-                             ([(KEY_A, 1), (KEY_F8, 0)], [1, 2]),  # KEY_A means nothing
+                             ([(KEY_A, 1), (KEY_F8, 0)], [1, 2]),  # KEY_A is not mapped
                              ([(KEY_1, 1), (KEY_2, 0)], [1]), ([(KEY_F1, 0), (KEY_F8, 1)], [1, 8])]:
         keys.send(*events)
-        wait_held(desk, *expected)
-    # Each source lifts its own finger alone.
+        desk.wait_keys(*expected)
+    # A release by the panel does not release a key that the device holds.
     for key, down in ((8, "true"), (8, "false"), (5, "true")):
         assert desk.request("POST", f"/api/keys/{key}", f'{{"down":{down}}}')[0] == 200
-    wait_held(desk, 1, 5, 8)
+    desk.wait_keys(1, 5, 8)
     keys.send((KEY_F8, 0), (KEY_1, 0))
-    wait_held(desk, 5)
+    desk.wait_keys(5)
 
 
 def test_lost_events_are_made_good(make_desk, inputs):
@@ -55,11 +47,11 @@ def test_lost_events_are_made_good(make_desk, inputs):
     desk = make_desk(*SERVICES, "--keys", inputs.path("event3"), orvik=False, **inputs.environment)
     wait_for(keys.is_grabbed, "the grab")
     keys.send((KEY_1, 1))
-    wait_held(desk, 1)
+    desk.wait_keys(1)
     keys.lose(desk.unit.child, (KEY_2, 1), (KEY_1, 0))
-    wait_held(desk, 2)
+    desk.wait_keys(2)
     keys.send((KEY_F8, 1))
-    wait_held(desk, 2, 8)
+    desk.wait_keys(2, 8)
 
 
 def test_devices_come_and_go(make_desk, inputs, tmp_path):
@@ -76,26 +68,27 @@ def test_devices_come_and_go(make_desk, inputs, tmp_path):
         keys = inputs.plug("event4", keys=[KEY_A])
         wait_for(keys.is_grabbed, "the grab")
         keys.send((KEY_A, 1))
-        wait_held(desk, 7)
+        desk.wait_keys(7)
         wait_for(lambda: detail(desk) == "", "a clean state")
         keys.unplug()
-        wait_held(desk)
+        desk.wait_keys()
         wait_for(lambda: "event4" in detail(desk), "the keys to be missed")
     beeper.unplug()
     wait_for(lambda: "event5" in detail(desk), "the beeper to be missed")
 
 
-@pytest.mark.parametrize("sounds, code, value", [([SND_BELL, SND_TONE], SND_TONE, 2400), ([SND_BELL], SND_BELL, 1)])
+@pytest.mark.parametrize("sounds, code, value", [([SND_BELL, SND_TONE], SND_TONE, 2400), ([SND_BELL], SND_BELL, 1)],
+                         ids=["tone", "bell"])
 def test_the_beeper_follows_the_application_and_is_silent_at_the_end(make_desk, inputs, sounds, code, value):
     beeper = inputs.plug("event5", sounds=sounds)
     desk = make_desk("--beeper", inputs.path("event5"), **inputs.environment)
     desk.bus().send_message([4, 20])  # on and off in turn
-    got = sounds_until(beeper, lambda got: len(got) >= 5, 10 * PATIENCE)
+    got = sounds_until(beeper, lambda got: len(got) >= 5, "five sound events")
     assert got[:5] == [(code, 0), (code, value), (code, 0), (code, value), (code, 0)]
     desk.bus().send_message([4, 255])
-    sounds_until(beeper, lambda _: desk.get("/api/board")["beeper"]["sounding"], 10 * PATIENCE)
+    sounds_until(beeper, lambda _: desk.get("/api/board")["beeper"]["sounding"], "the beeper")
     desk.unit.stop()
-    assert (got + sounds_until(beeper, lambda got: got, 5))[-1] == (code, 0)
+    assert (got + sounds_until(beeper, lambda got: got, "the end of the sound"))[-1] == (code, 0)
 
 
 def light(folder, **files):
@@ -118,7 +111,7 @@ def test_the_backlight_follows_the_application(make_desk, tmp_path):
     (["--backlight", "{}/nowhere"], 1, "/sys/class/backlight"), (["--backlight", "{}/odd"], 1, "no number"),
     (["--keys", "/dev/input/event3", "--key-map", "{}/map"], 1, "line 2: \"KEY_NONE\" is no key"),
     (["--key-map", "{}/map"], 2, "--keys"),
-])
+], ids=name_call)
 def test_what_cannot_work_refuses_the_start(tmp_path, options, status, text):
     light(tmp_path / "odd", max_brightness="bright\n", brightness="40\n")
     (tmp_path / "map").write_text("KEY_F1 1\nKEY_NONE 2\n")

@@ -1,4 +1,4 @@
-"""What an engineer attaches to a report, and what it shows again."""
+"""The bundle that an engineer attaches to a report, and its replay."""
 
 import io
 import json
@@ -7,9 +7,7 @@ import tarfile
 
 import pytest
 
-from desk import BIN, cmd2, cmd5, wait_for
-
-PORTS = ["--http", "127.0.0.1:0", "--socketcand", "127.0.0.1:0"]
+from desk import ADDRESSES, BIN, cmd2, cmd5, wait_for
 
 
 def read(path):
@@ -71,9 +69,9 @@ def test_a_replay_ends_with_the_recorded_screen_or_says_what_differs(report, mak
     write(other, dict(content, **{"state/screen.json": json.dumps(screen).encode()}))
     desk = make_desk(orvik=False)
     desk.unit.stop()
-    status, out, errors = desk.run(BIN / "unit", "replay", path, "--check", *PORTS, seconds=60)
+    status, out, errors = desk.run(BIN / "unit", "replay", path, "--check", *ADDRESSES, seconds=60)
     assert status == 0 and "the screen shows what was recorded" in out, errors
-    status, _, errors = desk.run(BIN / "unit", "replay", other, "--check", "--speed", "max", *PORTS, seconds=60)
+    status, _, errors = desk.run(BIN / "unit", "replay", other, "--check", "--speed", "max", *ADDRESSES, seconds=60)
     assert status == 1
     assert 'orvikTextWidgetLoad: recorded " 45,700", now " 45,600"' in errors
 
@@ -93,6 +91,6 @@ def test_what_is_no_bundle_is_refused(make_desk, tmp_path):
     ]
     for make, text in cases:
         make()
-        status, _, errors = desk.run(BIN / "unit", "replay", path, *PORTS)
+        status, _, errors = desk.run(BIN / "unit", "replay", path, *ADDRESSES)
         assert status == 1 and text in errors, (text, errors)
     assert not (tmp_path / "outside").exists()

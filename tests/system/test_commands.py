@@ -1,4 +1,4 @@
-"""Every command of the host and what it leaves behind; the counters of all of them."""
+"""The effect of every command of the host on the database, the lines of the application and the screen."""
 
 from desk import cmd2, cmd5, wait_for
 

@@ -7,18 +7,17 @@ golden-report/index.html in the build folder.
 import json
 import os
 import pathlib
-import time
 
 import pytest
 
-from desk import BIN, CONFIG, wait_for
+from desk import BIN, CONFIG, wait_for, wait_steady
 from pictures import MEAN_TOLERANCE, TILE_TOLERANCE, Report, compare, differences, png_of, state_of
 
 FILES = pathlib.Path(__file__).resolve().parents[1] / "golden"
 WRITE = bool(os.environ.get("ORVIK_WRITE_GOLDEN"))
 SEED = "7"
 
-# Name: scenario, seconds of crane time, what happens then.
+# Name: scenario, seconds of crane time, event after it.
 MOMENTS = {
     "lift-under-way": ("normal-lift", 80, None),
     "lift-on-the-dials": ("normal-lift", 90, "dials"),
@@ -48,18 +47,12 @@ def report():
 
 
 def settled(desk, wanted):
-    """The screen's state once it is the wanted one, or has stood still for a while."""
-    last, since = None, time.monotonic()
-
+    """The screen's state once it is the wanted one, or has not changed for a second."""
     def look():
-        nonlocal last, since
         screen = desk.screen()
-        state = state_of(screen, (CONFIG / "screen" / f"{screen['page'].lower()}.svg").read_text())
-        if state != last:
-            last, since = state, time.monotonic()
-        return state if state == wanted or time.monotonic() - since > 1 else None
+        return state_of(screen, (CONFIG / "screen" / f"{screen['page'].lower()}.svg").read_text())
 
-    return wait_for(look, "the screen to stand still", 20)
+    return wait_steady(look, "the screen", 1, wanted=wanted)
 
 
 @pytest.mark.parametrize("moment", MOMENTS)
@@ -67,9 +60,8 @@ def test_the_screen_at(make_desk, report, moment):
     scenario, seconds, event = MOMENTS[moment]
     desk = make_desk(FONTCONFIG_FILE=str(FILES / "fonts.conf"))
     desk.go_to("Main").close()
-    status, _, errors = desk.run(BIN / "hx7", "simulate", "--config", CONFIG, "--scenario", scenario, "--seed", SEED,
-                                 "--speed", SPEED, "--seconds-of-crane", str(seconds), seconds=60)
-    assert status == 0, errors
+    desk.succeed(BIN / "hx7", "simulate", "--config", CONFIG, "--scenario", scenario, "--seed", SEED, "--speed", SPEED,
+                 "--seconds-of-crane", str(seconds), seconds=60)
     then(desk, event)
     state_file, picture_file = FILES / f"{moment}.json", FILES / f"{moment}.png"
     wanted = json.loads(state_file.read_text()) if state_file.exists() else None

@@ -1,4 +1,4 @@
-"""What the host hears, and what happens when the host falls silent."""
+"""The replies to the host, broken messages, and the loss of the link."""
 
 import re
 
@@ -41,7 +41,7 @@ def test_broken_sequences_lose_their_message_and_no_other(desk):
     for frames in [[first, rest[1]] + rest, [first, first] + rest, [bytes(8)], [first] + rest[:-1]]:
         for frame in frames:
             bus.send(HOST_ID, frame)
-    bus.send(HOST_ID, rest[0])      # ends the message that was left half done
+    bus.send(HOST_ID, rest[0])      # ends the message that was left incomplete
     bus.send(DISPLAY_ID, first)     # not the host's
     bus.send_message(cmd2(load=22200))
     wait_for(lambda: load() == 22200, "the next good message")

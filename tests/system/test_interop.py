@@ -1,4 +1,4 @@
-"""The bus and its logs beside other people's programs: python-can, candump's tools and Wireshark."""
+"""The bus and its logs with the programs of others: python-can, can-utils and Wireshark."""
 
 import json
 import os
@@ -75,7 +75,7 @@ def log_of_everything():
     for frames in (values[:2] + values[3:], [values[0]] * 2 + values[1:], [bytes(8)], [bytes([0, 0, 1])], [b"\0\1\4"]):
         for frame in frames:  # missing, repeated, no message at all, short
             log.frame(frame)
-    for number in range(40):  # more than the display takes
+    for number in range(40):  # more frames than the display accepts
         log.frame([0, 40, 5, 0, 9] if number == 0 else [number])
     log.host(cmd2(load=22200))
     log.frame(values[0])  # a request between the frames of a message
@@ -87,11 +87,11 @@ def log_of_everything():
                            [[7, 5], ([0, 3, *b"Rev. 0"], [1, *b"1.003.0"], [2, *b"109"])], [[7, 7], ([0, 1, 0],)],
                            [[7, 9], ([0, 1, 3],)]):
         log.host(request)
-        log.host([6])  # this one is never answered, or by the next reply of one frame
+        log.host([6])  # never answered, or by the next reply of one frame
         log.reply(*reply)
     log.host([7, 5] + [0] * 6)  # two frames: no answer
     log.time += 2
-    log.reply([0, 1, 0])  # nobody asked
+    log.reply([0, 1, 0])  # no request is open
     return log
 
 
@@ -140,7 +140,7 @@ def filter_of(message, name):
 
 def same(value, shown, key, names):
     if key == "orvik.led":
-        return True  # lamp by lamp, beside this
+        return True  # check_message compares each lamp
     if key == "orvik.bytes":
         return bytes.fromhex(value) == bytes.fromhex(shown.replace(":", ""))
     if key == "orvik.valid_keys":
@@ -185,7 +185,7 @@ def test_wireshark_says_of_every_message_what_watch_says(tmp_path):
 
 def test_wireshark_counts_broken_sequences_and_matches_replies(tmp_path):
     log = log_of_everything().write(tmp_path / "everything.log")
-    summary = subprocess.run([BIN / "hx7", "watch", log], capture_output=True, text=True).stderr
+    summary = subprocess.run([BIN / "hx7", "watch", log], capture_output=True, text=True, timeout=60).stderr
     counted = [int(n) for n in re.search(r"broken: host (\d+).*stray frames: host (\d+).*too long: (\d+).*"
                                          r"an answer: (\d+)", summary).groups()]
     assert counted[0] == 2 and counted[2] == 1, summary
@@ -245,7 +245,7 @@ def test_a_record_is_read_by_candumps_tools_and_by_wireshark(desk, tmp_path):
     assert len(run("log2asc", "-I", log, "can0").splitlines()) >= len(lines)
     assert len(tshark(log, "-Y", "orvik", "-T", "fields", "-e", "frame.number").split()) == len(lines)
     assert {"units", "program-name"} <= {message["name"] for message in check_against_watch(log)}
-    desk_again = subprocess.run([BIN / "hx7", "diff", log, log], capture_output=True, text=True)
+    desk_again = subprocess.run([BIN / "hx7", "diff", log, log], capture_output=True, text=True, timeout=60)
     assert desk_again.returncode == 0, desk_again.stderr
 
 

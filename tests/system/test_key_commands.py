@@ -19,13 +19,12 @@ def bound(make_desk):
 
 
 def set_value(desk, name, value):
-    status, _, errors = desk.run(BIN / "unit", "db", "set", name, str(value))
-    assert status == 0, errors
+    desk.succeed(BIN / "unit", "db", "set", name, str(value))
 
 
 def run_command(desk, number):
     """Presses and releases the key that carries the command; returns when its click was heard."""
-    # A click that falls into another one is not heard.
+    # A click during another sound makes no pulse of its own.
     wait_for(lambda: not desk.get("/api/board")["beeper"]["sounding"], "silence")
     beeps = desk.beeps()
     set_value(desk, "OrvikExternalSystemKeyCode", FIRST_KEY + number)
@@ -42,11 +41,7 @@ LINES = [
     (14, "out", ["Orvik: Datalogger Clear"]),
     (15, "out", ["Orvik: Dump Valid Keys", "Key None : BEEP ONCE", "Boom Mode : BEEP ONCE", "Man Basket : BEEP ONCE"]),
     (17, "out", ["Orvik: Swap transducers"]),
-    (18, "err", ["ERROR!  Undefined command"]),
-    (23, "err", ["ERROR!  Undefined command"]),
-    (25, "err", ["ERROR!  Undefined command"]),
-    (29, "err", ["ERROR!  Undefined command"]),
-    (51, "err", ["ERROR!  Undefined command"]),
+    *((number, "err", ["ERROR!  Undefined command"]) for number in (18, 23, 25, 29, 51)),
     (37, "out", ["calling StartBlinker"]),
     (50, "out", ["Swing: Pivot( 399 , 108 ) ", "       Offset( 11 , 0 ) ", "Boom:  Pivot( 127 , 128 ) ",
                  "       Offset( 11 , 0 ) "]),
@@ -149,7 +144,7 @@ def test_the_screen_tests_write_and_move_widgets(bound):
     desk, _ = bound
     for text in ("THE QUICK BROWN FOX JUMPS OVER THE LAZY ", "1234567890123456789012345678901234567890"):
         run_command(desk, 20)
-        # What the dispatcher does not write anew stays.
+        # The dispatcher does not overwrite this widget.
         wait_for(lambda: desk.widget("orvikTextWidgetFlashMsgStd") == text, text)
     run_command(desk, 30)
     desk.orvik.wait_line("Orvik: Move Text Widget Test")
@@ -160,7 +155,7 @@ def test_the_screen_tests_write_and_move_widgets(bound):
 
 def test_the_exit_command_ends_the_application(bound):
     desk, _ = bound
-    set_value(desk, "OrvikExternalSystemKeyCode", FIRST_KEY + 16)  # its click may fall into the end
+    set_value(desk, "OrvikExternalSystemKeyCode", FIRST_KEY + 16)  # the application may end before its click
     desk.orvik.wait_line("Orvik: raising SIGUSR1")
     assert desk.orvik.wait_exit() == 0
     assert "Orvik: Main timed out!" not in desk.orvik.out

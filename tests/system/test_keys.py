@@ -1,4 +1,4 @@
-"""From a finger on a front key to what follows: the report, the event, the page and the beep."""
+"""The effects of a press of a front key: the report to the host, the event, the page and the beep."""
 
 import http.client
 import time
@@ -94,7 +94,7 @@ def test_the_validity_mask_stops_or_silences_a_key(desk):
 
 
 class Finger:
-    """Quick changes over one connection to the panel, with the time that they took."""
+    """Quick key changes over one connection to the panel. move returns the time that they took."""
 
     def __init__(self, desk):
         self.connection = http.client.HTTPConnection(desk.address("http"), timeout=20)
@@ -109,7 +109,7 @@ class Finger:
 
 
 def try_until_quick(attempt, limit):
-    """Repeats an attempt, which returns how long it took, until one was as quick as it has to be."""
+    """Repeats an attempt, which returns its duration, until one took less than `limit`."""
     for _ in range(200):
         took = attempt()
         if took < limit:
@@ -119,11 +119,11 @@ def try_until_quick(attempt, limit):
 
 def test_short_presses_and_releases_count_for_nothing(desk):
     bus = desk.bus()
-    desk.move_to("Slate", bus)  # where the keys but 8 are noted and do nothing else
+    desk.move_to("Slate", bus)  # here every key but 8 only causes a note
     finger = Finger(desk)
 
     def settled(keys):
-        """Ends with a press that is noted, so that whatever came before has been noted too."""
+        """Presses key 7, whose note comes after the notes of all keys before it."""
         start = len(notes(desk)) - keys
         desk.press(7)
         return wait_for(lambda: (lambda seen: seen if seen[-2:] == [7, 7] else None)(notes(desk)[start:]), "key 7")
@@ -140,7 +140,7 @@ def test_short_presses_and_releases_count_for_nothing(desk):
         finger.move((3, True))
         wait_for(lambda: notes(desk)[start:] == [3], "key 3")
         took = finger.move((3, False), (3, True))
-        time.sleep(0.1)
+        time.sleep(0.1)  # longer than the scanner needs to take the short release for one
         finger.move((3, False))
         wait_for(lambda: notes(desk)[-1] == 3 and len(notes(desk)) >= start + 2, "its release")
         assert took >= 0.05 or notes(desk)[start:] == [3, 3], (took, notes(desk)[start:])
@@ -172,7 +172,7 @@ def test_a_release_clears_the_report_of_a_key_that_is_still_held(desk):
     desk.move_to("Wad", bus)
     desk.key(6, True)
     wait_for(lambda: key_state(bus)[0] == 14, "Select 3")
-    desk.key(7, True)  # two keys at once are none: that releases the first
+    desk.key(7, True)  # two keys at once count as no key, which releases the first
     wait_for(lambda: key_state(bus)[0] == 0, "nothing held")
     desk.key(6, False)
     wait_for(lambda: key_state(bus)[0] == 17, "Select 2")

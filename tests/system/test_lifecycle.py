@@ -1,15 +1,14 @@
-"""Start, end, and what is refused."""
+"""The application's start and end, and the calls and configurations that it refuses."""
 
 import json
 import os
 import pathlib
 import re
 import signal
-import time
 
 import pytest
 
-from desk import BIN, CONFIG, DEMO_LOG, WAIT_ALL, Desk, Process, frozen_thread, wait_for
+from desk import BIN, CONFIG, DEMO_LOG, WAIT_ALL, Process, frozen_thread, wait_for
 
 START = [
     "Orvik: Product: QMT740VGA, Version: Rev. 01.003.0109, Compile Date: ",
@@ -95,11 +94,12 @@ def test_an_application_started_again_finds_its_page(desk):
 def test_a_host_that_is_heard_does_not_hold_the_exit_up(desk):
     bus = desk.go_to("Main")
     desk.orvik.child.send_signal(signal.SIGUSR1)
-    for _ in range(400):  # the watchdog leaves the splash page again while the host is heard
+
+    def ended():  # the watchdog leaves the splash page again while frames of the host come
         bus.send_message([8, 1])
-        if desk.orvik.child.poll() is not None:
-            break
-        time.sleep(0.02)
+        return desk.orvik.child.poll() is not None
+
+    wait_for(ended, "the application's end", interval=0.02)
     assert desk.orvik.wait_exit() == 0
 
 
@@ -122,7 +122,7 @@ def flood(desk, bus):
     desk.start(BIN / "hx7", "play", DEMO_LOG, "--speed", "max", "--loop")
 
 
-# What goes on while the end is asked for.
+# What happens while the application is told to end.
 STATES = {
     "a silent bus and a blocked receive": lambda desk, bus: bus.close(),
     "a beeper asleep in a beep of 2.5 s": lambda desk, bus: (bus.send_message([4, 250]),
@@ -149,7 +149,7 @@ def test_an_alarm_ends_with_the_application(make_desk, killed):
     desk.orvik = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik")
     desk.orvik.wait_line("Orvik: System Up", seconds=20)
     bus = desk.bus()
-    desk.move_to("Wad", bus)  # where the application refuses to end
+    desk.move_to("Wad", bus)  # the application refuses to end on this page
     bus.send_message([4, 255])
     wait_for(lambda: desk.get("/api/board")["beeper"]["sounding"], "the alarm")
     unit = desk.orvik.child.pid
@@ -166,7 +166,8 @@ def test_a_thread_that_hangs_does_not_keep_the_process(desk):
     with frozen_thread(desk.orvik, "Blinker") as thread:
         desk.orvik.child.send_signal(signal.SIGUSR1)
         desk.orvik.wait_line("Orvik: Main timed out!", seconds=20)
-        os.waitpid(thread, WAIT_ALL)  # it ends with the process alone
+        # A traced thread ends only when its tracer takes the end.
+        wait_for(lambda: os.waitpid(thread, WAIT_ALL | os.WNOHANG)[0], "the end of the frozen thread")
     assert desk.orvik.wait_exit() == 0
     assert "Orvik: Blinker thread EXIT" not in desk.orvik.out
     assert desk.orvik.out[-1] == "Orvik: Main EXIT"
@@ -186,14 +187,17 @@ def test_a_worker_that_hangs_is_reported(desk, worker):
     wait_for(lambda: health() == (200, []), "everything up again")
 
 
-def test_wrong_calls(make_desk, tmp_path):
-    desk = make_desk(orvik=False)
-    usage = f"Usage: {BIN / 'orvik'} [generic]"
-    for arguments, stream, text in [([], "out", usage), (["a", "b"], "out", usage),
-                                    ([tmp_path / "none.xml"], "err", f"Orvik: Generic config file ({tmp_path / 'none.xml'}) failed.")]:
-        process = desk.start(BIN / "orvik", *arguments)
-        assert process.wait_exit() == 1
-        assert text in getattr(process, stream)
+USAGE = f"Usage: {BIN / 'orvik'} [generic]"
+
+
+@pytest.mark.parametrize("arguments, stream, text", [
+    ([], "out", USAGE), (["a", "b"], "out", USAGE),
+    (["/none.xml"], "err", "Orvik: Generic config file (/none.xml) failed."),
+], ids=["none", "two", "no file"])
+def test_wrong_calls(tmp_path, arguments, stream, text):
+    process = Process([BIN / "orvik", *arguments], tmp_path / "run")
+    assert process.wait_exit() == 1
+    assert text in getattr(process, stream)
 
 
 def test_faulty_configurations_are_reported_and_survived(make_desk, tmp_path):
@@ -231,20 +235,16 @@ def shared_objects(process):
         return {word for line in maps for word in line.split() if word.startswith("/dev/shm/")}
 
 
-def test_nothing_is_left_behind():
-    desk = Desk()
-    try:
-        desk.go_to("Main")
-        objects = shared_objects(desk.unit)
-        assert len(objects) == 2, "the database and the board"
-        desk.orvik.child.send_signal(signal.SIGUSR1)
-        assert desk.orvik.wait_exit() == 0
-        desk.unit.child.send_signal(signal.SIGINT)
-        assert desk.unit.wait_exit() == 0
-        assert [name for name in os.listdir(desk.runtime) if not re.fullmatch(r".*\.(lock|json)|root|blackbox", name)] == []
-        assert [path for path in objects if os.path.exists(path)] == []
-    finally:
-        desk.close()
+def test_nothing_is_left_behind(desk):
+    desk.go_to("Main")
+    objects = shared_objects(desk.unit)
+    assert len(objects) == 2, "the database and the board"
+    desk.orvik.child.send_signal(signal.SIGUSR1)
+    assert desk.orvik.wait_exit() == 0
+    desk.unit.child.send_signal(signal.SIGINT)
+    assert desk.unit.wait_exit() == 0
+    assert [name for name in os.listdir(desk.runtime) if not re.fullmatch(r".*\.(lock|json)|root|blackbox", name)] == []
+    assert [path for path in objects if os.path.exists(path)] == []
 
 
 def test_a_unit_killed_and_started_again_serves_a_new_application(desk):

@@ -1,4 +1,4 @@
-"""Keys, frames and page changes at random, all at once: nothing may be lost, doubled or stuck, or reported."""
+"""Random keys, frames and page changes at the same time: no key is lost, doubled or stuck."""
 
 import os
 import random
@@ -11,18 +11,18 @@ from test_keys import KEYS, Finger
 
 SECONDS = float(os.environ.get("ORVIK_MONKEY_SECONDS", "15"))
 SEED = int(os.environ.get("ORVIK_MONKEY_SEED", str(random.SystemRandom().randrange(1 << 32))))
-PACE = 1.0 if PATIENCE == 1 else 2.5  # a sanitizer's threads see a key later
+PACE = 1.0 if PATIENCE == 1 else 2.5  # a sanitizer build takes longer to see a key
 
 
 class Monkey:
-    """Actors on threads of their own. What one of them throws ends all, and shows."""
+    """Actors on threads of their own. An exception of one of them ends all, and run raises it."""
 
     def __init__(self, desk):
         self.desk = desk
         self.over = threading.Event()
         self.failures = []
         self.presses = []   # in order: the host key codes that each press may have given, 0 for none
-        self.received = []  # what the host was told
+        self.received = []  # the host key codes that the display reported
         self.watch = desk.start(BIN / "unit", "events", "--config", CONFIG, "watch")
         self.watch.wait_line("watching", self.watch.err)
 
@@ -34,14 +34,15 @@ class Monkey:
         self.over.wait(seconds)
         self.over.set()
         for thread in threads:
-            thread.join()
+            thread.join(60)
+            assert not thread.is_alive(), "timed out waiting for an actor to end"
         if self.failures:
             raise self.failures[0]
 
     def _act(self, actor, chance):
         try:
             actor(chance)
-        except Exception as failure:  # shown by run
+        except Exception as failure:  # raised by run
             self.failures.append(failure)
             self.over.set()
 
@@ -54,13 +55,14 @@ class Monkey:
             short = chance.random() < 0.1
             for key in keys:
                 finger.move((key, True))
+            # These two are the lengths of a press and of a release.
             time.sleep(0.001 if short else PACE * chance.uniform(0.1, 0.25))
             for key in keys:
                 finger.move((key, False))
             time.sleep(PACE * chance.uniform(0.12, 0.25))
             certain = len(keys) == 1 and not short
             for key in keys:
-                # The page may have changed since a moment before the press.
+                # The page may have changed shortly before the press.
                 codes = {KEYS.get(page, {}).get(key, (0, None))[0] for page in self.pages_since(before)}
                 self.presses.append(codes if certain else codes | {0})
 

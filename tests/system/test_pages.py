@@ -49,10 +49,12 @@ def ask(desk, bus, request, page):
 def test_every_request_of_the_host(desk, page):
     bus = desk.bus()
     for request in [0, 1, 2, 3, 4, 5, 6, 7, 8]:
-        desk.move_to(page, bus)
-        # The watchdog leaves the splash page within a second while the host is heard.
-        while not ask(desk, bus, request, page):
+        def asked():
             desk.move_to(page, bus)
+            return ask(desk, bus, request, page)
+
+        # The watchdog leaves the splash page within a second while frames of the host come.
+        assert any(asked() for _ in range(20)), f"{page} was never shown until request {request} was read"
         if request in REQUESTS and REQUESTS[request][2] == page:
             wait_for(lambda: desk.page_of_orvik(bus) == desk.screen()["page"] == REQUESTS[request][3], REQUESTS[request][3])
         elif page != "Splash":

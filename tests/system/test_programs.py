@@ -1,4 +1,4 @@
-"""The programs as a person calls them."""
+"""The programs as a user calls them."""
 
 import re
 import signal
@@ -7,9 +7,7 @@ import zlib
 
 import pytest
 
-from desk import BIN, CONFIG, DEMO_LOG, Desk, Process, wait_for
-
-ADDRESSES = ["--http", "127.0.0.1:0", "--socketcand", "127.0.0.1:0"]
+from desk import ADDRESSES, BIN, CONFIG, DEMO_LOG, Desk, Process, name_call, wait_for
 
 
 def is_whole_png(data):
@@ -26,12 +24,9 @@ def test_a_run_with_application_and_host_shows_a_lift_and_stops_in_order(tmp_pat
     picture, log = tmp_path / "out.png", tmp_path / "bus.log"
     unit = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--play", DEMO_LOG, "--loop",
                     "--seconds", "15", "--snapshot", picture, "--record", log], tmp_path / "run")
-    try:
-        unit.wait_line("orvik | Orvik: System Up", seconds=20)
-        unit.wait_line("while on Page.Main page", seconds=20)
-        assert unit.wait_exit(60) == 0, unit.err
-    finally:
-        unit.stop()
+    unit.wait_line("orvik | Orvik: System Up", seconds=20)
+    unit.wait_line("while on Page.Main page", seconds=20)
+    assert unit.wait_exit(60) == 0, unit.err
     assert is_whole_png(picture.read_bytes())
     assert "orvik | Orvik: Main EXIT" in unit.out
     lines = log.read_text().splitlines()
@@ -46,7 +41,7 @@ def test_a_run_with_application_and_host_shows_a_lift_and_stops_in_order(tmp_pat
     (["unit", "status"], 1, "run"), (["unit", "db", "list"], 1, "unit run"),
     (["hx7", "send", "radiu=12"], 2, "radius"), (["hx7", "send", "load=12"], 1, "unit run"),
     (["hx7", "play", "/nonexistent.log"], 1, "/nonexistent.log"),
-])
+], ids=name_call)
 def test_calls_that_end_at_once(tmp_path, call, status, text):
     process = Process([BIN / call[0], *call[1:]], tmp_path / "run")
     assert process.wait_exit(20) == status, process.out + process.err
@@ -60,7 +55,7 @@ def test_the_database_from_the_shell(make_desk):
         got, out, errors = desk.run(BIN / "unit", "db", *call)
         assert got == status and text in out + errors, (call, out, errors)
     assert desk.value("OrvikLoad") == 4200
-    # Each service is listed once it has told its state.
+    # A service is listed when it has published its state.
     def all_up():
         status, out, _ = desk.run(BIN / "unit", "status")
         return status == 0 and "notify" in out
@@ -81,16 +76,12 @@ def test_services_run_in_processes_of_their_own_and_follow_a_new_database(tmp_pa
         assert sent.wait_exit() == 0, sent.err
         wait_for(lambda: desk.value("OrvikLoad") == load and desk.screen()["variables"]["OrvikLoad"] == load, f"load {load}")
 
-    try:
-        for services in ["notify", "database", "board,j1939", "screen,panel"]:
-            run(services, f"unit: {services.split(',')[-1]} is up")
-        run("orvik", "Orvik: System Up")
-        send(8800)
-        processes["database"].stop(signal.SIGKILL)
-        run("database", "unit: database is up")
-        processes["orvik"].wait_line("orvik has to start again", processes["orvik"].err)
-        processes["orvik"].wait_line("Orvik: System Up", count=2, seconds=20)
-        send(9900)
-    finally:
-        for process in reversed(processes.values()):
-            process.stop()
+    for services in ["notify", "database", "board,j1939", "screen,panel"]:
+        run(services, f"unit: {services.split(',')[-1]} is up")
+    run("orvik", "Orvik: System Up")
+    send(8800)
+    processes["database"].stop(signal.SIGKILL)
+    run("database", "unit: database is up")
+    processes["orvik"].wait_line("orvik has to start again", processes["orvik"].err)
+    processes["orvik"].wait_line("Orvik: System Up", count=2, seconds=20)
+    send(9900)

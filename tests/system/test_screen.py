@@ -47,8 +47,7 @@ def test_lamps_and_percentage_follow_the_message(desk):
 def test_sending_by_name_and_the_picture(desk):
     desk.go_to("Main")
     before = desk.request("GET", "/screen.png")[1]
-    status, _, errors = desk.run(BIN / "hx7", "send", "load=45600", "radius=12.3", "line1-center=HELLO")
-    assert status == 0, errors
+    desk.succeed(BIN / "hx7", "send", "load=45600", "radius=12.3", "line1-center=HELLO")
     wait_for(lambda: desk.widgets("Load", "Radius") == [" 45,600", " 12.3"], "the values sent")
     wait_for(lambda: (desk.widget("orvikTextWidgetLine1Std") or "").replace("\u00a0", " ").strip() == "HELLO", "the line sent")
     after = desk.request("GET", "/screen.png")[1]

@@ -1,15 +1,12 @@
 """The simulated host on the real display: by scenarios, by hand and over HTTP."""
 
-import http.client
 import json
 import os
 import re
 
 import pytest
 
-from desk import BIN, CONFIG, Desk, Process, wait_for
-
-ADDRESSES = ["--http", "127.0.0.1:0", "--socketcand", "127.0.0.1:0"]
+from desk import ADDRESSES, BIN, CONFIG, Desk, Process, name_call, wait_for
 
 
 def simulate(desk, *arguments):
@@ -17,7 +14,7 @@ def simulate(desk, *arguments):
 
 
 def lines(desk):
-    """All texts of the grid, whichever set of line widgets shows them."""
+    """All texts of the grid, from both sets of line widgets."""
     shown = desk.widgets(*(f"Line{n}{kind}" for n in range(1, 5) for kind in ("Std", "Wide")))
     return re.sub(r"\s+", " ", " ".join(text or "" for text in shown))
 
@@ -31,13 +28,11 @@ class Host:
 
     def __init__(self, desk):
         wait_for((desk.runtime / "hx7.address").exists, "hx7.address")
-        self.address = desk.address("hx7")
+        self.desk = desk
 
     def request(self, method, path, body=None, **headers):
-        connection = http.client.HTTPConnection(self.address, timeout=20)
-        connection.request(method, path, body, headers)
-        response = connection.getresponse()
-        return response.status, json.loads(response.read() or b"{}")
+        status, answer = self.desk.request(method, path, body, headers, "hx7")
+        return status, json.loads(answer or b"{}")
 
     def state(self):
         status, state = self.request("GET", "/api/state")
@@ -53,39 +48,34 @@ def test_a_run_shows_a_crane_at_work_and_answers_the_front_keys(tmp_path):
     unit = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES], tmp_path / "run")
     desk = Desk.__new__(Desk)
     desk.runtime = tmp_path / "run"
-    try:
-        unit.wait_line("unit: panel at", seconds=20)
-        unit.wait_line("while on Page.Main page", seconds=20)
-        wait_for(lambda: desk.value("OrvikLoad") == 500, "the hook block's weight")
-        wait_for(lambda: desk.value("OrvikOutriggerExtended") == 1, "the outriggers")
-        wait_text(desk, "OUTRIGGERS EXTENDED")
-        host = Host(desk)
-        assert host.state()["scenario"] == "normal-lift"
-        desk.press(1)
-        wait_text(desk, "INFO 1/4")
-        assert desk.screen()["page"] == "Wad"
-        desk.press(3)
-        wait_text(desk, "EXTENSION OFF")
-        desk.press(5)
-        wait_for(lambda: desk.value("OrvikAngleAlarmSet") == 1, "the limit of the angle")
-        desk.press(1)
-        wait_for(lambda: desk.screen()["page"] == "Main", "the operating page")
-        wait_text(desk, "PARTS OF LINE")
-        desk.press(3)
-        wait_for(lambda: desk.value("OrvikPartsOfLine") == 5, "one part of line more")
-        desk.press(4)
-        wait_text(desk, "RETRACTED")
-        desk.press(6)
-        wait_text(desk, "OUTRIGGERS HALF")
-        wait_for(lambda: desk.screen()["page"] == "Main", "the operating page")
-        desk.press(5)
-        wait_text(desk, "SWING AREA")
-        wait_for(lambda: desk.screen()["page"] == "Main", "the operating page by itself")
-    except BaseException:
-        unit.dump()
-        raise
-    finally:
-        unit.stop()
+    unit.wait_line("unit: panel at", seconds=20)
+    unit.wait_line("while on Page.Main page", seconds=20)
+    wait_for(lambda: desk.value("OrvikLoad") == 500, "the hook block's weight")
+    wait_for(lambda: desk.value("OrvikOutriggerExtended") == 1, "the outriggers")
+    wait_text(desk, "OUTRIGGERS EXTENDED")
+    host = Host(desk)
+    assert host.state()["scenario"] == "normal-lift"
+    desk.press(1)
+    wait_text(desk, "INFO 1/4")
+    assert desk.screen()["page"] == "Wad"
+    desk.press(3)
+    wait_text(desk, "EXTENSION OFF")
+    desk.press(5)
+    wait_for(lambda: desk.value("OrvikAngleAlarmSet") == 1, "the limit of the angle")
+    desk.press(1)
+    wait_for(lambda: desk.screen()["page"] == "Main", "the operating page")
+    wait_text(desk, "PARTS OF LINE")
+    desk.press(3)
+    wait_for(lambda: desk.value("OrvikPartsOfLine") == 5, "one part of line more")
+    desk.press(4)
+    wait_text(desk, "RETRACTED")
+    desk.press(6)
+    wait_text(desk, "OUTRIGGERS HALF")
+    wait_for(lambda: desk.screen()["page"] == "Main", "the operating page")
+    desk.press(5)
+    wait_text(desk, "SWING AREA")
+    wait_for(lambda: desk.screen()["page"] == "Main", "the operating page by itself")
+    unit.stop()
     assert not (tmp_path / "run" / "hx7.address").exists()
     assert unit.child.returncode == 0
 
@@ -118,7 +108,7 @@ def test_by_hand_on_the_terminal_with_a_lost_link_and_a_restart(desk, tmp_path):
     pipe = tmp_path / "commands"
     os.mkfifo(pipe)
     host = desk.start("sh", "-c", f"exec '{BIN}/hx7' simulate --config '{CONFIG}' --interactive < '{pipe}'")
-    with open(pipe, "w", buffering=1) as terminal:
+    with os.fdopen(os.open(pipe, os.O_RDWR), "w", buffering=1) as terminal:  # O_RDWR does not wait for a reader
         wait_for(lambda: desk.screen()["page"] == "Main", "the operating page")
         terminal.write("laod 5000\nhelp\nload 5000\nlanguage french\nstatus\n")
         host.wait_line('"laod" is not an action', host.err)
@@ -166,14 +156,13 @@ def test_two_runs_with_the_same_seed_put_the_same_bytes_on_the_bus(make_desk, tm
     def run(name, seed, orvik, frames):
         log = tmp_path / name
         desk = make_desk("--record", log, orvik=orvik)
-        status, _, errors = desk.run(BIN / "hx7", "simulate", "--config", CONFIG, "--speed", "max", "--seconds-of-crane", "600",
-                                     "--seed", seed, seconds=90)
-        assert status == 0, errors
+        desk.succeed(BIN / "hx7", "simulate", "--config", CONFIG, "--speed", "max", "--seconds-of-crane", "600",
+                     "--seed", seed, seconds=90)
 
         def sent():
             return [line.split()[2] for line in log.read_text().splitlines() if "18FF00D0#" in line]
 
-        wait_for(lambda: len(sent()) >= frames, "what the unit has not worked off yet", 30)
+        wait_for(lambda: len(sent()) >= frames, "the rest of the frames in the record", 30)
         desk.unit.stop()
         return sent()
 
@@ -189,7 +178,7 @@ def test_two_runs_with_the_same_seed_put_the_same_bytes_on_the_bus(make_desk, tm
     (["--speed", "0"], 2, "--speed takes max or a factor"), (["--http", "0.0.0.0:80"], 2, "this machine alone"),
     (["--config", "/none"], 1, "there is no folder /none"), (["--seconds-of-crane", "-1"], 2, "--seconds-of-crane"),
     ([], 1, "unit run"),
-])
+], ids=name_call)
 def test_calls_that_end_at_once(tmp_path, arguments, status, text):
     config = [] if "--config" in arguments else ["--config", CONFIG]
     process = Process([BIN / "hx7", "simulate", *config, *arguments], tmp_path / "run")

@@ -3,6 +3,7 @@
 import array
 import io
 import os
+import select
 import subprocess
 
 import pytest
@@ -20,11 +21,11 @@ VEIL_RED = (0xFF, 0x5A, 0x5F)
 
 
 class Screen:
-    """An X server without a window manager, as a person sees and uses it."""
+    """An X server without a window manager: its window, keyboard and picture."""
 
     def __init__(self, name):
         self.environment = {"DISPLAY": name, "SDL_AUDIODRIVER": "dummy", "SDL_RENDER_DRIVER": "software",
-                            "SDL_FRAMEBUFFER_ACCELERATION": "0"}  # no driver of a graphics processor
+                            "SDL_FRAMEBUFFER_ACCELERATION": "0"}  # without a graphics driver
         self.display = Display(name)
         self.root = self.display.screen().root
 
@@ -54,14 +55,14 @@ class Screen:
         return Image.frombytes("RGB", (size.width, size.height), data, "raw", "BGRX")
 
     def wait_picture(self, desk, place, share=1.0):
-        """Until this part of the window shows the unit's screen at this share of its brightness, and nothing lies beside."""
+        """Waits until this part of the window shows the unit's screen at this brightness, and the rest is black."""
         def alike():
             png = Image.open(io.BytesIO(desk.request("GET", "/screen.png")[1])).convert("RGB")
             shown = self.picture()
             part = shown.crop(place).resize(png.size, Image.BOX)
             mean, tile, _ = compare(png_of(ImageEnhance.Brightness(png).enhance(share)), png_of(part))
             shown.paste((0, 0, 0), place)
-            # Glyphs that are drawn larger have other edges.
+            # Scaled glyphs have other edges.
             return shown.getbbox() is None and mean <= 2 * MEAN_TOLERANCE and tile <= TILE_TOLERANCE
 
         wait_for(alike, f"the screen at {place}", 20)
@@ -73,14 +74,11 @@ def screen():
     server = subprocess.Popen(["Xvfb", "-displayfd", str(writing), "-screen", "0", "1000x720x24", "-nolisten", "tcp"],
                               pass_fds=[writing], stderr=subprocess.DEVNULL)
     os.close(writing)
+    assert select.select([reading], [], [], 30)[0], "timed out waiting for the X server"
     with os.fdopen(reading) as number:
         yield Screen(":" + number.readline().strip())
     server.terminate()
-    server.wait()
-
-
-def wait_held(desk, *keys):
-    wait_for(lambda: [n + 1 for n, down in enumerate(desk.get("/api/board")["keys"]) if down] == list(keys), f"keys {keys}")
+    server.wait(30)
 
 
 def test_the_picture_fills_every_size_and_is_as_bright_as_the_backlight(make_desk, screen):
@@ -102,16 +100,16 @@ def test_keys_are_held_beside_the_panels_while_the_window_has_the_keyboard(make_
     for key, down, held in [("1", True, [1]), ("KP_8", True, [1, 8]), ("8", True, [1, 8]), ("KP_8", False, [1, 8]),
                             ("9", True, [1, 8]), ("8", False, [1])]:
         screen.key(key, down)
-        wait_held(desk, *held)
+        desk.wait_keys(*held)
     desk.key(1, True)
     desk.key(2, True)
     screen.focus(screen.root)
     desk.key(1, False)
-    wait_held(desk, 2)
+    desk.wait_keys(2)
     screen.key("1", False)
     screen.focus(screen.window)
     screen.key("3")
-    wait_held(desk, 2, 3)
+    desk.wait_keys(2, 3)
     screen.close_window()
     assert desk.unit.wait_exit() == 0
 
@@ -122,7 +120,7 @@ def test_fullscreen_stays_until_control_c(make_desk, screen):
     screen.wait_picture(desk, (20, 0, 980, 720))
     screen.key("Escape")
     screen.key("4")
-    wait_held(desk, 4)
+    desk.wait_keys(4)
     screen.key("Control_L")
     screen.key("c")
     assert desk.unit.wait_exit() == 0

@@ -16,8 +16,8 @@
 #include "src/pages/page_tables.h"
 #include "src/services/dbshm.h"
 #include "src/startup/init_orvik_data.h"
-#include "tests/unit/support/console_capture.h"
-#include "tests/unit/support/test_record.h"
+#include "tests/support/console_capture.h"
+#include "tests/support/test_record.h"
 
 namespace {
 

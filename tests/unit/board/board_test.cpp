@@ -1,13 +1,11 @@
-// The board's real parts: their keys, their light and their sound, with files and devices that are none.
-#include <filesystem>
-#include <fstream>
+// The key map of an input device, the brightness, and the sound that follows the beeper's pulses.
 #include <set>
 #include <sstream>
 #include <stdexcept>
+#include <tuple>
 
 #include <gmock/gmock.h>
 
-#include "tests/unit/support/test_folder.h"
 #include "unit/board/backlight.h"
 #include "unit/board/key_map.h"
 #include "unit/board/sound_follower.h"
@@ -15,7 +13,6 @@
 namespace unit {
 namespace {
 
-using namespace std::chrono_literals;
 using testing::HasSubstr;
 
 KeyMap Parse(const std::string& text) {
@@ -23,149 +20,76 @@ KeyMap Parse(const std::string& text) {
   return KeyMap::Parse(stream, "keys");
 }
 
-TEST(KeyMap, TakesNamesNumbersAndComments) {
+TEST(KeyMapTest, TakesNamesNumbersAndComments) {
   const KeyMap map = Parse("# the left edge\nKEY_F1 1\n\n  0x23f\t3 # odd\r\nBTN_0 8\n30 1");
   for (const auto& [code, key] : {std::pair{59U, 1}, {0x23FU, 3}, {0x100U, 8}, {30U, 1}, {60U, 0}}) {
     EXPECT_EQ(map.FrontKey(code), key) << code;
   }
 }
 
-TEST(KeyMap, HoldsAFrontKeyUntilTheLastKeyThatMeansItGoesUp) {
+TEST(KeyMapTest, HoldsAFrontKeyUntilTheLastKeyThatMeansItGoesUp) {
   const KeyMap map = Parse("30 1\n31 1\n32 8\n");
-  struct case_t {
-    std::set<unsigned> down;
-    std::uint32_t held;
-  };
-  for (const case_t& c :
-       {case_t{{}, 0x00}, {{30, 31}, 0x01}, {{31}, 0x01}, {{31, 32, 33}, 0x81}, {{33}, 0x00}}) {
-    EXPECT_EQ(map.Held([&](unsigned code) { return c.down.contains(code); }), c.held);
+  const std::tuple<const char*, std::set<unsigned>, std::uint32_t> cases[] = {
+      {"no key", {}, 0x00},
+      {"both keys of front key 1", {30, 31}, 0x01},
+      {"one of them", {31}, 0x01},
+      {"two front keys and a key that is not mapped", {31, 32, 33}, 0x81},
+      {"a key that is not mapped", {33}, 0x00}};
+  for (const auto& [name, down, held] : cases) {
+    EXPECT_EQ(map.Held([&down = down](unsigned code) { return down.contains(code); }), held) << name;
   }
 }
 
-TEST(KeyMap, NamesTheFaultyLine) {
-  struct case_t {
-    const char* text;
-    const char* fault;
-  };
-  for (const case_t& c : {case_t{"KEY_F1 1\nKEY_F2\n", "line 2: a key and the front key"},
-                          {"KEY_F1 1 2\n", "line 1: a key and the front key"},
-                          {"KEY_F99 1\n", "\"KEY_F99\" is no key"},
-                          {"EV_KEY 1\n", "\"EV_KEY\" is no key"},
-                          {"0 1\n", "\"0\" is no key"},
-                          {"0x300 1\n", "\"0x300\" is no key"},
-                          {"-1 1\n", "\"-1\" is no key"},
-                          {"30x 1\n", "\"30x\" is no key"},
-                          {"99999999999999999999 1\n", "is no key"},
-                          {"KEY_F1 0\n", "\"0\" is no front key"},
-                          {"KEY_F1 9\n", "\"9\" is no front key"},
-                          {"KEY_F1 4294967297\n", "is no front key"},
-                          {"KEY_F1 1\n59 2\n", "line 2: 59 is in the file a second time"},
-                          {"# nothing\n", "keys names no key"}}) {
-    EXPECT_THAT([&] { Parse(c.text); }, testing::ThrowsMessage<std::runtime_error>(HasSubstr(c.fault)))
-        << c.text;
-  }
-  EXPECT_THROW(KeyMap::Read("/nonexistent"), std::runtime_error);
-  EXPECT_THROW(KeyMap::Read("/dev/zero"), std::runtime_error);
-}
-
-TEST(Brightness, IsTheShareRoundedAndNeverDarkByRounding) {
-  struct case_t {
-    std::uint32_t most, period, duty, brightness;
-  };
-  for (const case_t& c : {case_t{255, 100, 100, 255},
-                          {255, 100, 50, 128},
-                          {255, 100, 0, 0},
-                          {7, 100, 1, 1},
-                          {7, 100, 64, 4},
-                          {7, 100, 65, 5},
-                          {1, 100, 5, 1},
-                          {255, 100, 250, 255},
-                          {4'294'967'295, 4'294'967'295, 4'294'967'294, 4'294'967'294},
-                          {255, 0, 5, 0}}) {
-    EXPECT_EQ(Brightness(c.most, c.period, c.duty), c.brightness) << c.most << ' ' << c.duty << '/' << c.period;
-  }
-}
-
-class BacklightFolder : public testing::Test {
- protected:
-  BacklightFolder() {
-    folder_.Write("max_brightness", "200\n");
-    folder_.Write("brightness", "40\n");
-  }
-
-  std::string Read(const std::string& file) const {
-    std::string line;
-    std::getline(std::ifstream(folder_.Path() / file) >> std::ws, line);
-    return line;
-  }
-
-  TestFolder folder_;
-};
-
-TEST_F(BacklightFolder, FollowsFromTheEnableOnAndWritesChangesAlone) {
-  folder_.Write("bl_power", "4\n");
-  Backlight light(folder_.Path());
-  const Backlight::time_t now{};
-  light.Follow(false, 100, 50, now);
-  light.Follow(true, 100, 0, now);  // enabled just now: the duty is still to come
-  EXPECT_EQ(Read("brightness") + Read("bl_power"), "404");
-  light.Follow(true, 100, 50, now);
-  EXPECT_EQ(Read("brightness") + Read("bl_power"), "1000");
-  folder_.Write("brightness", "7\n");
-  folder_.Write("bl_power", "4\n");
-  light.Follow(true, 100, 50, now);
-  EXPECT_EQ(Read("brightness") + Read("bl_power"), "74") << "nothing changed, nothing is written";
-  light.Follow(true, 100, 0, now);
-  EXPECT_EQ(Read("brightness") + Read("bl_power"), "04") << "the power is given once";
-}
-
-TEST_F(BacklightFolder, ReportsALightThatGoesAndTriesAgain) {
-  Backlight light(folder_.Path());
-  Backlight::time_t now{};
-  light.Follow(true, 100, 100, now);
-  std::filesystem::remove(folder_.Path() / "brightness");
-  light.Follow(true, 100, 100, now);
-  EXPECT_THAT(light.Problem(), HasSubstr("brightness: No such file"));
-  folder_.Write("brightness", "0\n");
-  folder_.Write("max_brightness", "10\n");
-  light.Follow(true, 100, 100, now += 999ms);
-  EXPECT_EQ(Read("brightness"), "0");
-  light.Follow(true, 100, 100, now += 1ms);
-  EXPECT_EQ(Read("brightness"), "10") << "of the new driver's range";
-  EXPECT_EQ(light.Problem(), "");
-}
-
-TEST_F(BacklightFolder, RefusesARangeThatIsNone) {
-  for (const char* text : {"", "0\n", "-5\n", "5 5\n", "99999999999\n"}) {
-    folder_.Write("max_brightness", text);
-    EXPECT_THAT([this] { const Backlight light(folder_.Path()); },
-                testing::ThrowsMessage<std::runtime_error>(HasSubstr("is not a number above 0")))
+TEST(KeyMapTest, NamesTheFaultyLine) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"KEY_F1 1\nKEY_F2\n", "line 2: a key and the front key"},
+      {"KEY_F1 1 2\n", "line 1: a key and the front key"},
+      {"KEY_F99 1\n", "\"KEY_F99\" is no key"},
+      {"EV_KEY 1\n", "\"EV_KEY\" is no key"},
+      {"0 1\n", "\"0\" is no key"},
+      {"0x300 1\n", "\"0x300\" is no key"},
+      {"-1 1\n", "\"-1\" is no key"},
+      {"30x 1\n", "\"30x\" is no key"},
+      {"99999999999999999999 1\n", "is no key"},
+      {"KEY_F1 0\n", "\"0\" is no front key"},
+      {"KEY_F1 9\n", "\"9\" is no front key"},
+      {"KEY_F1 4294967297\n", "is no front key"},
+      {"KEY_F1 1\n59 2\n", "line 2: 59 stands here a second time"},
+      {"# nothing\n", "keys names no key"}};
+  for (const auto& [text, fault] : cases) {
+    EXPECT_THAT([text = text] { Parse(text); }, testing::ThrowsMessage<std::runtime_error>(HasSubstr(fault)))
         << text;
   }
 }
 
-TEST(SoundFollower, FollowsTheBeeperAndMakesUpForABeepBetweenTwoLooks) {
-  struct look_t {
-    int at_ms;
-    bool sounding;
-    std::uint32_t pulses;
-    bool sounds;
-  };
+TEST(BrightnessTest, IsTheShareRoundedAndNeverDarkByRounding) {
+  const std::tuple<std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t> cases[] = {
+      {255, 100, 100, 255}, {255, 100, 50, 128},  {255, 100, 0, 0},
+      {7, 100, 1, 1},       {7, 100, 64, 4},      {7, 100, 65, 5},
+      {1, 100, 5, 1},       {255, 100, 250, 255}, {4'294'967'295, 4'294'967'295, 4'294'967'294, 4'294'967'294},
+      {255, 0, 5, 0}};
+  for (const auto& [most, period, duty, brightness] : cases) {
+    EXPECT_EQ(Brightness(most, period, duty), brightness) << most << ' ' << duty << '/' << period;
+  }
+}
+
+TEST(SoundFollowerTest, FollowsTheBeeperAndMakesUpForABeepBetweenTwoLooks) {
   SoundFollower follower;
-  for (const look_t& look : {look_t{0, false, 0, false},
-                             {10, true, 1, true},
-                             {20, false, 1, false},  // a beep that was seen ends when it ends
-                             {100, false, 2, true},  // one that was not is made up for
-                             {149, false, 2, true},
-                             {150, false, 2, false},
-                             {200, true, 5, true},
-                             {210, false, 5, false},
-                             {300, false, 6, true},
-                             {320, false, 8, true},  // another within
-                             {369, false, 8, true},
-                             {370, false, 8, false}}) {
-    const SoundFollower::time_t now{std::chrono::milliseconds(look.at_ms)};
-    EXPECT_EQ(follower.Follow(look.sounding, look.pulses, now), look.sounds) << look.at_ms;
+  for (const auto& [at_ms, sounding, pulses, sounds] :
+       {std::tuple<int, bool, std::uint32_t, bool>{0, false, 0, false},
+        {10, true, 1, true},
+        {20, false, 1, false},  // the follower saw this beep, and ends with it
+        {100, false, 2, true},  // it missed this beep between two looks, and sounds for 50 ms
+        {149, false, 2, true},
+        {150, false, 2, false},
+        {200, true, 5, true},
+        {210, false, 5, false},
+        {300, false, 6, true},
+        {320, false, 8, true},  // further beeps within these do not lengthen them
+        {369, false, 8, true},
+        {370, false, 8, false}}) {
+    const SoundFollower::time_t now{std::chrono::milliseconds(at_ms)};
+    EXPECT_EQ(follower.Follow(sounding, pulses, now), sounds) << at_ms;
   }
 }
 

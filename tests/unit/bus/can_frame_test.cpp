@@ -1,5 +1,7 @@
 #include "bus/can_frame.h"
 
+#include <tuple>
+
 #include <gmock/gmock.h>
 
 #include "bus/log_lines.h"
@@ -23,14 +25,8 @@ bool operator==(const frame_t& a, const frame_t& b) {
          std::ranges::equal(a.Bytes(), b.Bytes());
 }
 
-TEST(CanFrameText, WritesAndReadsTheThreeForms) {
-  struct case_t {
-    frame_t frame;
-    const char* log;
-    const char* send;
-    const char* received;
-  };
-  const case_t cases[] = {
+TEST(CanFrameTextTest, WritesAndReadsTheThreeForms) {
+  const std::tuple<frame_t, const char*, const char*, const char*> cases[] = {
       {Frame(0x18FF00D0, true, {0, 1, 6, 0, 0, 0, 0, 0xAB}, 1436509052249713),
        "(1436509052.249713) can0 18FF00D0#00010600000000AB", "< send 18FF00D0 8 00 01 06 00 00 00 00 AB >",
        "< frame 18FF00D0 1436509052.249713 00010600000000AB >"},
@@ -39,26 +35,27 @@ TEST(CanFrameText, WritesAndReadsTheThreeForms) {
       {Frame(0x7F, true, {}, 0), "(0.000000) can0 0000007F#", "< send 0000007F 0 >",
        "< frame 0000007F 0.000000  >"},
   };
-  for (const case_t& c : cases) {
-    EXPECT_EQ(bus::FormatLogLine(c.frame, "can0"), c.log);
-    EXPECT_EQ(bus::FormatSocketcandSend(c.frame), c.send);
-    EXPECT_EQ(bus::FormatSocketcandFrame(c.frame), c.received);
-    const auto line = bus::ParseLogLine(c.log);
-    ASSERT_TRUE(line) << c.log;
-    EXPECT_TRUE(line->frame == c.frame) << c.log;
+  for (const auto& [frame, log, send, received] : cases) {
+    SCOPED_TRACE(log);
+    EXPECT_EQ(bus::FormatLogLine(frame, "can0"), log);
+    EXPECT_EQ(bus::FormatSocketcandSend(frame), send);
+    EXPECT_EQ(bus::FormatSocketcandFrame(frame), received);
+    const auto line = bus::ParseLogLine(log);
+    ASSERT_TRUE(line);
+    EXPECT_TRUE(line->frame == frame);
     EXPECT_EQ(line->interface, "can0");
-    const auto received = bus::ParseSocketcandFrame(c.received);
-    ASSERT_TRUE(received) << c.received;
-    EXPECT_TRUE(*received == c.frame) << c.received;
-    frame_t unstamped = c.frame;
+    const auto heard = bus::ParseSocketcandFrame(received);
+    ASSERT_TRUE(heard);
+    EXPECT_TRUE(*heard == frame);
+    frame_t unstamped = frame;
     unstamped.time_us = 0;
-    const auto sent = bus::ParseSocketcandSend(c.send);
-    ASSERT_TRUE(sent) << c.send;
-    EXPECT_TRUE(*sent == unstamped) << c.send;
+    const auto sent = bus::ParseSocketcandSend(send);
+    ASSERT_TRUE(sent);
+    EXPECT_TRUE(*sent == unstamped);
   }
 }
 
-TEST(CanFrameText, ReadsWhatOtherToolsWrite) {
+TEST(CanFrameTextTest, ReadsWhatOtherToolsWrite) {
   const frame_t expected = Frame(0x18FF00D2, true, {0, 1, 0xFF}, 1500000);
   for (const char* line : {"(1.500000) vcan0 18ff00d2#0001fF", "  (1.5) vcan0\t18FF00D2#0001FF T\r\n",
                            "(1.500000999) vcan0 18FF00D2#0001FF R"}) {
@@ -74,7 +71,7 @@ TEST(CanFrameText, ReadsWhatOtherToolsWrite) {
   EXPECT_TRUE(*single == Frame(1, false, {0, 10}));
 }
 
-TEST(CanFrameText, RefusesWhatIsNoDataFrame) {
+TEST(CanFrameTextTest, RefusesWhatIsNoDataFrame) {
   for (const char* line :
        {"", "(1.0) can0", "1.0 can0 123#00", "(1) can0 123#00", "(1.0) can0 123", "(1.0) can0 123#R",
         "(1.0 can0 123#00", "(1.) can0 123#00", "(1.0) can0 123##1001122", "(1.0) can0 123#0",
@@ -101,7 +98,7 @@ std::vector<std::string> Drain(bus::SocketcandSplitter& splitter) {
   return messages;
 }
 
-TEST(SocketcandSplitter, JoinsPiecesAndPassesOverWhatStandsBetween) {
+TEST(SocketcandSplitterTest, JoinsPiecesAndPassesOverWhatStandsBetween) {
   bus::SocketcandSplitter splitter;
   splitter.Feed("\r\n< hi");
   EXPECT_THAT(Drain(splitter), ElementsAre());
@@ -112,13 +109,14 @@ TEST(SocketcandSplitter, JoinsPiecesAndPassesOverWhatStandsBetween) {
   EXPECT_EQ(splitter.Dropped(), 0U);
 }
 
-TEST(SocketcandSplitter, DropsMessagesBeyond256BytesAndGoesOn) {
+TEST(SocketcandSplitterTest, DropsMessagesBeyond256BytesAndGoesOn) {
   bus::SocketcandSplitter splitter;
   const std::string longest = "<" + std::string(254, 'a') + ">";
   splitter.Feed(longest + "<" + std::string(255, 'b') + ">< ok >");
   EXPECT_THAT(Drain(splitter), ElementsAre(longest, "< ok >"));
   EXPECT_EQ(splitter.Dropped(), 1U);
-  for (int i = 0; i < 1000; ++i) {  // never closed: must not grow, and counts once
+  for (int i = 0; i < 1000;
+       ++i) {  // The message never ends. It is counted once, and the splitter keeps none of it.
     splitter.Feed(i == 0 ? "<" + std::string(300, 'c') : std::string(300, 'c'));
     EXPECT_THAT(Drain(splitter), ElementsAre());
   }

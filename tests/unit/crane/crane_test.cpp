@@ -1,8 +1,9 @@
-// The crane's geometry, movements and load charts against values worked out by hand.
+// The crane's geometry, movements and load charts against values that were calculated by hand.
 #include "host/crane/crane.h"
 
 #include <cmath>
 #include <sstream>
+#include <tuple>
 
 #include <gmock/gmock.h>
 
@@ -19,13 +20,8 @@ void Pass(Crane& crane, double seconds) {
   for (int i = 0; i < std::lround(seconds / STEP_S); ++i) crane.Step(STEP_S);
 }
 
-TEST(Geometry, PutsTheHookWhereTheBoomIs) {
-  struct {
-    double length, angle;
-    pick_t pick;
-    jib_t jib;
-    double radius, height;
-  } const cases[] = {
+TEST(GeometryTest, PutsTheHookWhereTheBoomIs) {
+  const std::tuple<double, double, pick_t, jib_t, double, double> cases[] = {
       {20, 60, pick_t::MAIN_BOOM, jib_t::STOWED, 20 * 0.5 - 1.1, 20 * 0.8660254 + 2.4},
       {10.7, 0, pick_t::MAIN_BOOM, jib_t::LONG0, 9.6, 2.4},
       {20, 60, pick_t::AUX, jib_t::STOWED, 20.6 * 0.5 - 1.1, 20.6 * 0.8660254 + 2.4},
@@ -33,15 +29,15 @@ TEST(Geometry, PutsTheHookWhereTheBoomIs) {
       {30, 60, pick_t::FLY, jib_t::LONG15, 15 + 16.2 * 0.7071068 - 1.1, 25.980762 + 16.2 * 0.7071068 + 2.4},
       {30, 60, pick_t::FLY, jib_t::LONG30, 15 + 16.2 * 0.8660254 - 1.1, 25.980762 + 16.2 * 0.5 + 2.4},
   };
-  for (const auto& c : cases) {
-    const point_t sheaves = SheavesAt(c.length, c.angle, c.pick, c.jib);
-    EXPECT_NEAR(sheaves.radius, c.radius, 1e-5) << c.length << " m at " << c.angle;
-    EXPECT_NEAR(sheaves.height, c.height, 1e-5) << c.length << " m at " << c.angle;
+  for (const auto& [length, angle, pick, jib, radius, height] : cases) {
+    const point_t sheaves = SheavesAt(length, angle, pick, jib);
+    EXPECT_NEAR(sheaves.radius, radius, 1e-5) << length << " m at " << angle;
+    EXPECT_NEAR(sheaves.height, height, 1e-5) << length << " m at " << angle;
   }
 }
 
 // At 0 degrees the pins are (1.9, -0.75) and (3.2, -0.45): the cylinder's arm is 1.545 / 1.33417 = 1.158025 m.
-TEST(Geometry, BalancesTheBoomOnItsCylinder) {
+TEST(GeometryTest, BalancesTheBoomOnItsCylinder) {
   const double weight = 9.80665 * 6800 * 5.35;
   const pressures_t empty = CylinderPressures(10.7, 0, 0, 9.6, 0);
   EXPECT_NEAR(empty.piston, weight / 1.158025 / 0.0707 / 1e5 + 12 * 0.0393 / 0.0707, 0.01);
@@ -52,7 +48,7 @@ TEST(Geometry, BalancesTheBoomOnItsCylinder) {
   EXPECT_DOUBLE_EQ(loaded.rod, 42);
 }
 
-TEST(Geometry, KnowsWhatTheBoomPointsOver) {
+TEST(GeometryTest, KnowsWhatTheBoomPointsOver) {
   const std::pair<double, area_t> cases[] = {
       {0, area_t::FRONT},   {-5, area_t::FRONT},      {5.1, area_t::FRONT_ARC}, {-30, area_t::FRONT_ARC},
       {31, area_t::SIDE},   {-150, area_t::SIDE},     {151, area_t::REAR},      {180, area_t::REAR},
@@ -60,7 +56,7 @@ TEST(Geometry, KnowsWhatTheBoomPointsOver) {
   for (const auto& [swing, area] : cases) EXPECT_EQ(AreaOf(swing), area) << swing;
 }
 
-TEST(Movement, ArrivesSmoothlyAndExactly) {
+TEST(MovementTest, ArrivesSmoothlyAndExactly) {
   Crane crane;
   crane.MoveAngle(45);
   crane.MoveSwing(-90);
@@ -82,7 +78,7 @@ TEST(Movement, ArrivesSmoothlyAndExactly) {
   crane.MoveAngle(200);
   crane.MoveLength(1);
   Pass(crane, 60);
-  EXPECT_EQ(crane.Angle(), 80) << "the cylinder's end";
+  EXPECT_EQ(crane.Angle(), 80) << "the end of the cylinder's stroke";
   EXPECT_EQ(crane.Length(), 10.7);
   crane.MoveAngle(10);
   Pass(crane, 2);
@@ -92,7 +88,7 @@ TEST(Movement, ArrivesSmoothlyAndExactly) {
   EXPECT_EQ(crane.Angle(), stopped);
 }
 
-TEST(Movement, CountsOnTheLesserBaseWhileOutriggersMove) {
+TEST(MovementTest, CountsOnTheLesserBaseWhileOutriggersMove) {
   Crane crane;
   crane.MoveBase(base_t::EXTENDED);
   Pass(crane, 4);
@@ -105,7 +101,7 @@ TEST(Movement, CountsOnTheLesserBaseWhileOutriggersMove) {
   EXPECT_EQ(crane.SafeBase(), base_t::TIRES);
 }
 
-TEST(Hoist, GoesWhereItIsToldAndFollowsTheBoomOnlyWhenHeld) {
+TEST(HoistTest, GoesWhereItIsToldAndFollowsTheBoomOnlyWhenHeld) {
   Crane crane;
   crane.MoveAngle(60);
   crane.HoldHook(1.5);
@@ -117,16 +113,16 @@ TEST(Hoist, GoesWhereItIsToldAndFollowsTheBoomOnlyWhenHeld) {
   const double drop = crane.HookDrop();
   crane.MoveAngle(70);
   Pass(crane, 20);
-  EXPECT_DOUBLE_EQ(crane.HookDrop(), drop) << "the winch stands";
+  EXPECT_DOUBLE_EQ(crane.HookDrop(), drop) << "the winch does not turn";
   EXPECT_GT(crane.HookHeight(), 3.2);
   rigging_t rigging = crane.Rigging();
   rigging.parts = 8;
   const double height = crane.HookHeight();
   crane.Rig(rigging);
-  EXPECT_NEAR(crane.HookHeight(), height, 1e-9) << "new reeving leaves the hook where it hangs";
+  EXPECT_NEAR(crane.HookHeight(), height, 1e-9) << "a change of reeving does not move the hook";
 }
 
-TEST(Hoist, StopsTheTelescopeAndTheWinchWhenTheHookTouchesTheHead) {
+TEST(HoistTest, StopsTheTelescopeAndTheWinchWhenTheHookTouchesTheHead) {
   Crane crane;
   crane.MoveAngle(60);
   Pass(crane, 40);
@@ -137,10 +133,11 @@ TEST(Hoist, StopsTheTelescopeAndTheWinchWhenTheHookTouchesTheHead) {
   Pass(crane, 40);
   EXPECT_TRUE(crane.TwoBlocked());
   EXPECT_NEAR(crane.HookDrop(), 1.5, 0.02);
-  EXPECT_NEAR(crane.Length(), 10.7 + 4 * 0.5, 0.05) << "half a metre of drop in four parts of line";
+  EXPECT_NEAR(crane.Length(), 10.7 + 4 * 0.5, 0.05)
+      << "0.5 m of boom takes 2 m of rope, which four parts of line turn into 0.5 m of drop";
   crane.HoistTo(100);
   Pass(crane, 10);
-  EXPECT_GT(crane.HookDrop(), 1.4) << "upwards the winch does not turn";
+  EXPECT_GT(crane.HookDrop(), 1.4) << "the winch does not hoist";
   crane.HoistTo(2);
   Pass(crane, 40);
   EXPECT_FALSE(crane.TwoBlocked());
@@ -150,33 +147,31 @@ TEST(Hoist, StopsTheTelescopeAndTheWinchWhenTheHookTouchesTheHead) {
   EXPECT_GT(crane.HookDrop(), 1.2);
 }
 
-TEST(Limits, TripBeyondAndHoldUntilTheValueIsBack) {
-  struct {
-    quantity_t quantity;
-    limit_t limit;
-    double inside, beyond, almostBack;
-  } const cases[] = {{quantity_t::ANGLE, {20, 60}, 40, 60.1, 59.9},
-                     {quantity_t::ANGLE, {20, {}}, 79, 19.9, 20.1},
-                     {quantity_t::RADIUS, {{}, 12}, 0, 12.05, 11.95},
-                     {quantity_t::EXTENSION, {{}, 10}, 10, 10.2, 9.95},
-                     {quantity_t::SWING, {-30, 30}, -30, -30.5, -29.5}};
-  for (const auto& c : cases) {
+TEST(LimitsTest, TripBeyondAndHoldUntilTheValueIsBack) {
+  const std::tuple<quantity_t, limit_t, double, double, double> cases[] = {
+      {quantity_t::ANGLE, {20, 60}, 40, 60.1, 59.9},
+      {quantity_t::ANGLE, {20, {}}, 79, 19.9, 20.1},
+      {quantity_t::RADIUS, {{}, 12}, 0, 12.05, 11.95},
+      {quantity_t::EXTENSION, {{}, 10}, 10, 10.2, 9.95},
+      {quantity_t::SWING, {-30, 30}, -30, -30.5, -29.5}};
+  for (const auto& [quantity, limit, inside, beyond, almostBack] : cases) {
+    SCOPED_TRACE(NameOf(QUANTITY_NAMES, quantity));
     Limits limits;
-    limits.Check(c.quantity, c.beyond);
+    limits.Check(quantity, beyond);
     EXPECT_FALSE(limits.AnyTripped()) << "not set";
-    limits.Set(c.quantity, c.limit);
-    EXPECT_TRUE(limits.IsSet(c.quantity));
-    for (const auto& [value, tripped] : {std::pair{c.inside, false},
-                                         {c.beyond, true},
-                                         {c.almostBack, true},
+    limits.Set(quantity, limit);
+    EXPECT_TRUE(limits.IsSet(quantity));
+    for (const auto& [value, tripped] : {std::pair{inside, false},
+                                         {beyond, true},
+                                         {almostBack, true},
                                          {std::nan(""), true},
-                                         {c.inside + 1.5 * (c.inside < 0) - 1.5 * (c.inside > 9), false}}) {
-      limits.Check(c.quantity, value);
-      EXPECT_EQ(limits.IsTripped(c.quantity), tripped) << NameOf(QUANTITY_NAMES, c.quantity) << value;
+                                         {inside + 1.5 * (inside < 0) - 1.5 * (inside > 9), false}}) {
+      limits.Check(quantity, value);
+      EXPECT_EQ(limits.IsTripped(quantity), tripped) << value;
     }
-    limits.Check(c.quantity, c.beyond);
-    limits.Clear(c.quantity);
-    EXPECT_FALSE(limits.AnyTripped() || limits.IsSet(c.quantity));
+    limits.Check(quantity, beyond);
+    limits.Clear(quantity);
+    EXPECT_FALSE(limits.AnyTripped() || limits.IsSet(quantity));
   }
   Limits limits;
   limits.SetAround(quantity_t::ANGLE, 45.04);
@@ -207,13 +202,11 @@ LoadChart Parse(const std::string& text) {
   return LoadChart::Parse(in, "small.chart");
 }
 
-TEST(LoadChart, GivesCapacitiesBetweenItsRowsAndColumns) {
+TEST(LoadChartTest, GivesCapacitiesBetweenItsRowsAndColumns) {
   const LoadChart chart = Parse(SMALL);
   EXPECT_EQ(chart.Name(), "Small");
   const conditions_t rigged{.base = base_t::EXTENDED, .counterweight = true, .jib = {}, .area = area_t::REAR};
-  struct {
-    double radius, length, capacity;
-  } const cases[] = {
+  const std::tuple<double, double, double> cases[] = {
       {5, 10, 10000},    {9, 30, 4000}, {13, 20, 3000},  // corners
       {5, 15, 9000},     {7, 10, 8000}, {7, 15, 7250},   // half of the way
       {6, 12.5, 8562.5},                                 // a quarter of both ways: of 9500 and 5750
@@ -222,32 +215,31 @@ TEST(LoadChart, GivesCapacitiesBetweenItsRowsAndColumns) {
       {5, 25, 0},        {7, 25, 0},    {11, 15, 0},   // beside a gap
       {9, 15.0, 5500},                                 // on a row, the gap below does not count
   };
-  for (const auto& c : cases) {
-    EXPECT_NEAR(chart.Capacity(rigged, c.radius, c.length), c.capacity, 0.01) << c.radius << " " << c.length;
+  for (const auto& [radius, length, capacity] : cases) {
+    EXPECT_NEAR(chart.Capacity(rigged, radius, length), capacity, 0.01) << radius << " " << length;
   }
 }
 
-TEST(LoadChart, TakesTheFirstConfigurationThatFits) {
+TEST(LoadChartTest, TakesTheFirstConfigurationThatFits) {
   const LoadChart chart = Parse(SMALL);
-  struct {
-    conditions_t conditions;
-    double radius, length, capacity;
-  } const cases[] = {
-      {{base_t::EXTENDED, false, {}, area_t::FRONT}, 5, 10, 0},  // no chart without counterweight
-      {{base_t::TIRES, false, {}, area_t::FRONT_ARC}, 7, 10, 1500},
-      {{base_t::TIRES, false, {}, area_t::SIDE}, 7, 10, 0},
-      {{base_t::HALF, true, jib_t::LONG15, area_t::SIDE}, 20, 30, 900},
-      {{base_t::EXTENDED, true, jib_t::LONG30, area_t::SIDE}, 9, 20, 0},
+  const std::tuple<const char*, conditions_t, double, double, double> cases[] = {
+      {"no chart without counterweight", {base_t::EXTENDED, false, {}, area_t::FRONT}, 5, 10, 0},
+      {"on tires over the front arc", {base_t::TIRES, false, {}, area_t::FRONT_ARC}, 7, 10, 1500},
+      {"no chart on tires over the side", {base_t::TIRES, false, {}, area_t::SIDE}, 7, 10, 0},
+      {"on the long jib at 15 degrees", {base_t::HALF, true, jib_t::LONG15, area_t::SIDE}, 20, 30, 900},
+      {"no chart for the jib at 30 degrees", {base_t::EXTENDED, true, jib_t::LONG30, area_t::SIDE}, 9, 20, 0},
   };
-  for (const auto& c : cases) EXPECT_NEAR(chart.Capacity(c.conditions, c.radius, c.length), c.capacity, 0.01);
+  for (const auto& [name, conditions, radius, length, capacity] : cases) {
+    EXPECT_NEAR(chart.Capacity(conditions, radius, length), capacity, 0.01) << name;
+  }
 }
 
-TEST(LoadChart, ConvertsFeetAndPounds) {
+TEST(LoadChartTest, ConvertsFeetAndPounds) {
   const LoadChart chart = Parse("name F\nunits imperial\nconfiguration\nlengths 100\n10 2000\n20 1000\n");
   EXPECT_NEAR(chart.Capacity({}, 15 * 0.3048, 30.48), 1500 * 0.45359237, 0.01);
 }
 
-TEST(LoadChart, SaysWhereAMistakeStands) {
+TEST(LoadChartTest, SaysWhereAMistakeStands) {
   const std::pair<const char*, const char*> cases[] = {
       {"", ":0: the file holds no configuration"},
       {"units metrical\n", ":1: units are metric or imperial"},
@@ -271,33 +263,30 @@ TEST(LoadChart, SaysWhereAMistakeStands) {
   }
 }
 
-// A chart that gives 10 t everywhere, so that only the rigging counts.
-TEST(Rating, TakesOffWhatTheRiggingCosts) {
+// The chart gives 10 t everywhere, so that only the rigging changes the capacity.
+TEST(RatingTest, TakesOffWhatTheRiggingCosts) {
   const LoadChart chart =
       Parse("name T\nunits metric\nconfiguration\nlengths 10 40\n1 10000 10000\n60 10000 10000\n");
-  struct {
-    rigging_t rigging;
-    double capacity;
-  } const cases[] = {
-      {{.jib = jib_t::ABSENT}, 10000},
-      {{.jib = jib_t::STOWED}, 9750},
-      {{.jib = jib_t::LONG0}, 8900},
-      {{.jib = jib_t::LONG0, .pick = pick_t::FLY}, 10000},
-      {{.jib = jib_t::STOWED, .pick = pick_t::FLY}, 0},  // nothing to hang from
-      {{.jib = jib_t::ABSENT, .pick = pick_t::AUX}, 0},
-      {{.jib = jib_t::ABSENT, .pick = pick_t::AUX, .auxHead = true}, 9940},
-      {{.jib = jib_t::ABSENT, .manBasket = true}, 5000},
-      {{.jib = jib_t::ABSENT, .manualBoom = true}, 8500},
-      {{.jib = jib_t::ABSENT, .parts = 1}, 5500},  // the rope's
+  const std::tuple<const char*, rigging_t, double> cases[] = {
+      {"nothing rigged", {.jib = jib_t::ABSENT}, 10000},
+      {"jib stowed", {.jib = jib_t::STOWED}, 9750},
+      {"jib erected", {.jib = jib_t::LONG0}, 8900},
+      {"load on the jib", {.jib = jib_t::LONG0, .pick = pick_t::FLY}, 10000},
+      {"load on a stowed jib", {.jib = jib_t::STOWED, .pick = pick_t::FLY}, 0},
+      {"load on an absent auxiliary head", {.jib = jib_t::ABSENT, .pick = pick_t::AUX}, 0},
+      {"load on the auxiliary head", {.jib = jib_t::ABSENT, .pick = pick_t::AUX, .auxHead = true}, 9940},
+      {"man basket", {.jib = jib_t::ABSENT, .manBasket = true}, 5000},
+      {"manual boom", {.jib = jib_t::ABSENT, .manualBoom = true}, 8500},
+      {"the rope at one part of line", {.jib = jib_t::ABSENT, .parts = 1}, 5500},
   };
-  for (const auto& c : cases) {
+  for (const auto& [name, rigging, capacity] : cases) {
     Crane crane;
-    crane.Rig(c.rigging);
-    EXPECT_NEAR(RatedCapacity(chart, crane), c.capacity, 0.01);
+    crane.Rig(rigging);
+    EXPECT_NEAR(RatedCapacity(chart, crane), capacity, 0.01) << name;
   }
 }
 
-TEST(Rating, KnowsPreAlarmAndOverload) {
+TEST(RatingTest, KnowsPreAlarmAndOverload) {
   EXPECT_EQ(LevelOf(89.99), level_t::NORMAL);
   EXPECT_EQ(LevelOf(90), level_t::PRE_ALARM);
   EXPECT_EQ(LevelOf(99.99), level_t::PRE_ALARM);

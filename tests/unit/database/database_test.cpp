@@ -1,16 +1,9 @@
-// The list of parameters, the database that its owner makes of it, and names on the command line.
-#include <csignal>
+// The list of parameters, and shortened names on the command line.
 #include <stdexcept>
 
 #include <gmock/gmock.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include "src/services/dbshm.h"
-#include "tests/unit/support/test_folder.h"
-#include "unit/database/attach.h"
 #include "unit/database/database_commands.h"
-#include "unit/database/database_owner.h"
 #include "unit/database/parameter_list.h"
 
 namespace unit {
@@ -44,10 +37,7 @@ TEST(ParameterListTest, ReadsNamesHandlesFirstValuesAndWhetherChangesArePublishe
 
 TEST(ParameterListTest, AWrongListIsRefusedWithFileLineAndRemedy) {
   const std::string longName(128, 'n');
-  struct {
-    std::string line2;
-    const char* text;
-  } const cases[] = {
+  const std::pair<std::string, const char*> cases[] = {
       {"<Parameter name=\"a\" handle=\"1\"", "p.xml:"},
       {"", "has no <Parameter>"},
       {"<Param name=\"a\" handle=\"1\"/>", "p.xml:2: <Param> is not known here"},
@@ -68,16 +58,15 @@ TEST(ParameterListTest, AWrongListIsRefusedWithFileLineAndRemedy) {
       {"<Parameter name=\"a\" handle=\"1\"/>\n\n<Parameter name=\"b\" handle=\"1\"/>",
        "p.xml:4: handle 1 stands on line 2 already"},
   };
-  for (const auto& c : cases) {
-    const std::string list = "<orvik-parameters version=\"1\">\n" + c.line2 + "\n</orvik-parameters>";
+  for (const auto& [line2, text] : cases) {
+    const std::string list = "<orvik-parameters version=\"1\">\n" + line2 + "\n</orvik-parameters>";
     EXPECT_THAT([&] { ReadParameters(list, "p.xml"); },
-                ThrowsMessage<std::runtime_error>(AllOf(StartsWith("p.xml:"), HasSubstr(c.text))))
-        << c.line2;
+                ThrowsMessage<std::runtime_error>(AllOf(StartsWith("p.xml:"), HasSubstr(text))))
+        << line2;
   }
   for (const char* text : {"", "<other/>", "<orvik-parameters version=\"2\"/>", "not XML", "<a"}) {
     EXPECT_THROW(ReadParameters(text, "p.xml"), std::runtime_error) << text;
   }
-  EXPECT_THROW(ReadParameterFile("/nonexistent/p.xml"), std::runtime_error);
 }
 
 TEST(DatabaseCommandsTest, AShortenedNameMeansAllThatBeginWithItAndAWholeOneItself) {
@@ -86,58 +75,6 @@ TEST(DatabaseCommandsTest, AShortenedNameMeansAllThatBeginWithItAndAWholeOneItse
   EXPECT_THAT(FindCandidates(names, "OrvikL"), ElementsAre("OrvikLoad", "OrvikLoadLimit"));
   EXPECT_THAT(FindCandidates(names, "OrvikLoad"), ElementsAre("OrvikLoad"));
   EXPECT_THAT(FindCandidates(names, "orvik"), IsEmpty());
-}
-
-const std::vector<parameter_t> PARAMETERS = {{"OrvikTires", 7, 2.5, true},
-                                             {"OrvikLoad", 1, std::nullopt, false}};
-
-// Whether `body`, in a process of its own, says yes.
-template <class Body>
-bool InProcess(const Body& body) {
-  const pid_t child = fork();
-  if (child == 0) _exit(body() ? 0 : 1);
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
-class DatabaseOwnerTest : public ::testing::Test {
- protected:
-  RuntimeDirectoryForTest directory_;
-};
-
-TEST_F(DatabaseOwnerTest, OthersFindNamesAndFirstValuesInACompleteDatabase) {
-  EXPECT_EQ(LookAtDatabase(), database_state_t::NONE);
-  MakeDatabase(PARAMETERS);
-  EXPECT_EQ(LookAtDatabase(), database_state_t::COMPLETE);
-  EXPECT_TRUE(InProcess([] {
-    DBSHM::Open();  // as another program: what the fork brought along is not used
-    double tires = 0;
-    double load = 1;
-    return DBSHM::getHandle("OrvikTires") == 7 && DBSHM::Read(7, tires) == 1 && tires == 2.5 &&
-           DBSHM::Read(1, load) == 0 && ReadNameTable().size() == 2;
-  }));
-  EXPECT_TRUE(InProcess([] {
-    EXPECT_THROW(MakeDatabase(PARAMETERS), std::runtime_error);
-    return !testing::Test::HasFailure();
-  })) << "a living owner keeps its database";
-  RemoveDatabase();
-  EXPECT_EQ(LookAtDatabase(), database_state_t::NONE);
-}
-
-TEST_F(DatabaseOwnerTest, TheDatabaseOfAKilledOwnerIsMadeAnew) {
-  EXPECT_FALSE(InProcess([] {
-    MakeDatabase(PARAMETERS);
-    DBSHM::Write(7, 99.0);
-    return raise(SIGKILL) == 0;
-  }));
-  EXPECT_NE(LookAtDatabase(), database_state_t::COMPLETE);
-  MakeDatabase(PARAMETERS);
-  double tires = 0;
-  EXPECT_EQ(DBSHM::Read(7, tires), 1);
-  EXPECT_EQ(tires, 2.5);
-  EXPECT_TRUE(AttachDatabase(0)) << "the owner is attached to its own";
-  RemoveDatabase();
 }
 
 }  // namespace

@@ -1,26 +1,25 @@
-// What becomes of the host's frames: an answer, a place in the queue, a message; and of their absence.
+// The queue of the host's frames, the messages joined from them, and requests to the J1939 service.
+#include <tuple>
+
 #include <gmock/gmock.h>
 
 #include "platform/byte_order.h"
 
 #include "src/core/command_counters.h"
-#include "src/core/name_tables.h"
 #include "src/hostlink/can_transport.h"
 #include "src/hostlink/decapsulation.h"
 #include "src/hostlink/immediate_replies.h"
 #include "src/hostlink/j1939_external.h"
-#include "src/hostlink/watchdog.h"
-#include "src/services/nm_messages.h"
-#include "tests/unit/services/fake_service.h"
-#include "tests/unit/support/console_capture.h"
-#include "tests/unit/support/test_record.h"
+#include "tests/support/bytes.h"
+#include "tests/support/console_capture.h"
+#include "tests/support/test_record.h"
 
 namespace {
 
 using testing::ElementsAre;
 using frame_t = std::array<std::uint8_t, 8>;
 
-// A delivery of the J1939 service.
+// A frame as the J1939 service delivers it.
 std::vector<std::uint8_t> Delivery(std::uint32_t identifier, const frame_t& bytes) {
   std::vector<std::uint8_t> message(J1939_MESSAGE_SIZE, 0xEE);
   platform::StoreLe32(message, 12, identifier);
@@ -28,39 +27,25 @@ std::vector<std::uint8_t> Delivery(std::uint32_t identifier, const frame_t& byte
   return message;
 }
 
-class CanTransport : public testing::Test {
+class CanTransportTest : public testing::Test {
  protected:
-  CanTransport() {
+  CanTransportTest() {
     for (auto& count : CommandCounts) count = 0;
     record_->watchdogSeconds = 5;
   }
 
   void HostSends(const frame_t& bytes) { HandleServiceMessage(record_, Delivery(0x18FF00D0, bytes)); }
 
-  TestRecord record_;
+  RecordWithoutDatabase record_;
 };
 
-TEST_F(CanTransport, CountsTheRequestsOfOneFrameAndQueuesNone) {
-  const ConsoleCapture console;  // nobody takes the answers
-  const std::pair<frame_t, std::size_t> requests[] = {{{0, 1, 6}, 6},     {{0, 1, 7, 3}, 9},
-                                                      {{0, 1, 7, 4}, 10}, {{0, 1, 7, 5}, 11},
-                                                      {{0, 1, 7, 7}, 13}, {{0, 1, 7, 9}, 15}};
-  for (const auto& [request, counter] : requests) {
-    HostSends(request);
-    EXPECT_EQ(CommandCounts[counter], 1U);
-  }
-  EXPECT_TRUE(record_->canPackets.empty());
-  EXPECT_EQ(CommandCounts[COUNT_TOTAL_PKTS], 0U);
-  EXPECT_EQ(record_->hostSeen, 1);
-  EXPECT_EQ(record_->watchdogSeconds, 0);
-}
-
-TEST_F(CanTransport, QueuesAllOtherHostFrames) {
+TEST_F(CanTransportTest, QueuesAllOtherHostFrames) {
   const std::vector<frame_t> frames = {{0, 2, 6},    {1, 6},    {0, 1, 7, 8}, {0, 1, 7, 0},
                                        {0, 1, 5, 3}, {1, 1, 6}, {0, 0, 6},    {255, 255, 255}};
   for (const auto& frame : frames) HostSends(frame);
   ASSERT_EQ(record_->canPackets.size(), frames.size());
   for (std::size_t i = 0; i < frames.size(); ++i) {
+    SCOPED_TRACE(i);
     EXPECT_EQ(record_->canPackets[i].data, frames[i]);
     EXPECT_EQ(record_->canPackets[i].canID, 0x18FF00D0U);
     EXPECT_EQ(record_->canPackets[i].dlc, 0);
@@ -68,14 +53,16 @@ TEST_F(CanTransport, QueuesAllOtherHostFrames) {
   EXPECT_EQ(CommandCounts[COUNT_TOTAL_PKTS], frames.size());
 }
 
-TEST_F(CanTransport, IgnoresOtherIdentifiersAndMessagesTooShortForAFrame) {
+TEST_F(CanTransportTest, IgnoresOtherIdentifiersAndMessagesTooShortForAFrame) {
   for (const std::uint32_t identifier : {0x18FF00D1U, 0x18FF00D2U, 0x1CFF00D0U, 0U}) {
     HandleServiceMessage(record_, Delivery(identifier, {0, 1, 5}));
+    EXPECT_TRUE(record_->canPackets.empty()) << identifier;
   }
   const auto message = Delivery(HOST_FRAME_ID, {0, 1, 5});
-  for (const std::size_t size : {0U, 1U, 12U, 27U})
+  for (const std::size_t size : {0U, 1U, 12U, 27U}) {
     HandleServiceMessage(record_, std::span(message).first(size));
-  EXPECT_TRUE(record_->canPackets.empty());
+    EXPECT_TRUE(record_->canPackets.empty()) << size;
+  }
   EXPECT_EQ(record_->hostSeen, 0);
   EXPECT_EQ(record_->watchdogSeconds, 5);
 
@@ -83,8 +70,8 @@ TEST_F(CanTransport, IgnoresOtherIdentifiersAndMessagesTooShortForAFrame) {
   EXPECT_EQ(record_->canPackets.size(), 1U);
 }
 
-TEST(ProgramDate, AlwaysHasADayOfTwoDigits) {
-  const program_date_t early = MakeProgramDate("Sep  7 2026");
+TEST(ProgramDateTest, AlwaysHasADayOfTwoDigits) {
+  const program_date_t early = BuildProgramDate("Sep  7 2026");
   EXPECT_THAT(early.frame1, ElementsAre(0, 2, 'S', 'e', 'p', ' ', '0', '7'));
   EXPECT_THAT(early.frame2, ElementsAre(1, ' ', '2', '0', '2', '6', 0xFF, 0xFF));
   EXPECT_THAT(MakeProgramDate("Aug 27 2013").frame1, ElementsAre(0, 2, 'A', 'u', 'g', ' ', '2', '7'));
@@ -109,19 +96,15 @@ std::vector<std::vector<int>> Decode(Decapsulator& decapsulator, const std::vect
   return messages;
 }
 
-TEST(Decapsulator, JoinsFramesInSequenceAndDropsAllOthers) {
+TEST(DecapsulatorTest, JoinsFramesInSequenceAndDropsAllOthers) {
   const frame_t one = {0, 1, 5, 1, 2, 3, 4, 6};
   const frame_t first = {0, 3, 2, 10, 11, 12, 13, 14};
   const frame_t second = {1, 15, 16, 17, 18, 19, 20, 21};
   const frame_t third = {2, 22, 23, 24, 25, 26, 27, 28};
   const std::vector<int> single = {5, 1, 2, 3, 4, 6, 0, 0};
   const std::vector<int> joined = {2, 10, 11, 12, 13, 14, 15, 16};
-  struct conversation_t {
-    const char* what;
-    std::vector<frame_t> frames;
-    std::vector<std::vector<int>> messages;  // their first eight bytes
-  };
-  const std::vector<conversation_t> conversations = {
+  // Frames, and the first eight bytes of the messages that they complete.
+  const std::tuple<const char*, std::vector<frame_t>, std::vector<std::vector<int>>> conversations[] = {
       {"one frame", {one}, {single}},
       {"three frames", {first, second, third}, {joined}},
       {"two messages", {one, first, second, third}, {single, joined}},
@@ -132,14 +115,14 @@ TEST(Decapsulator, JoinsFramesInSequenceAndDropsAllOthers) {
       {"a first frame while collecting is dropped too", {first, one, second, third}, {}},
       {"and the next message is whole again", {first, one, one}, {single}},
   };
-  for (const conversation_t& c : conversations) {
+  for (const auto& [name, frames, messages] : conversations) {
     Decapsulator decapsulator;
-    EXPECT_EQ(Decode(decapsulator, c.frames, 8), c.messages) << c.what;
-    EXPECT_FALSE(decapsulator.IsCollecting()) << c.what;
+    EXPECT_EQ(Decode(decapsulator, frames, 8), messages) << name;
+    EXPECT_FALSE(decapsulator.IsCollecting()) << name;
   }
 }
 
-TEST(Decapsulator, LeavesWhatAnEarlierMessageLeftBehindTheMessage) {
+TEST(DecapsulatorTest, LeavesWhatAnEarlierMessageLeftBehindTheMessage) {
   Decapsulator decapsulator;
   const auto messages =
       Decode(decapsulator,
@@ -161,7 +144,7 @@ std::vector<frame_t> CountingMessage(std::uint8_t frames) {
   return message;
 }
 
-TEST(Decapsulator, TakesWhatFitsTheBlockAndConsumesTheFramesOfWhatDoesNot) {
+TEST(DecapsulatorTest, TakesWhatFitsTheBlockAndConsumesTheFramesOfWhatDoesNot) {
   Decapsulator decapsulator;
   const auto longest = Decode(decapsulator, CountingMessage(36), 252);
   ASSERT_EQ(longest.size(), 1U);
@@ -178,68 +161,46 @@ TEST(Decapsulator, TakesWhatFitsTheBlockAndConsumesTheFramesOfWhatDoesNot) {
   EXPECT_EQ(Decode(decapsulator, {{0, 1, 9, 9, 9, 9, 9, 9}}, 1).size(), 1U);
 }
 
-constexpr const char* LINK_STATE = "OrvikHX7TimeOutLamp";
+constexpr std::size_t FRAME_END = 28;  // after the eight data bytes
 
-class Watchdog : public testing::Test {
- protected:
-  Watchdog() {
-    record_.ConnectEvents("orvik.Events");
-    manager_.TakeRequests();
-    record_->eventIds = {
-        {"orvik.SplashToSlate", 101}, {"orvik.SplashToGauges", 102}, {"orvik.ConfigToMain", 103}};
-    record_->currentPage = &page_;
-  }
+using message_t = std::array<char, 2000>;
 
-  void Tick(int times) {
-    for (int i = 0; i < times; ++i) WatchdogTick(record_);
-  }
-
-  // The events posted since the last call, in order.
-  std::vector<unsigned> Events() {
-    std::vector<unsigned> ids;
-    for (const bytes_t& request : manager_.TakeRequests()) {
-      ids.push_back(platform::LoadLe32(request, NM_HEADER_SIZE));
-    }
-    return ids;
-  }
-
-  TestRecord record_;
-  FakeService manager_{NM_SERVER_NAME, [](const bytes_t&) { return Words({0, 6, 1, 1}); }};
-  Page_t page_{ACTION_PAGE_CONFIG, EVENT_CONFIG_TO_MAIN, 0, {}};
-};
-
-TEST_F(Watchdog, CountsTheLinkAsLostOnTheEleventhTick) {
-  record_->hostSeen = 1;
-  Tick(10);
-  EXPECT_EQ(ParameterValue(LINK_STATE), 1.0);
-  EXPECT_EQ(record_->hostTimedOut, 0);
-  EXPECT_TRUE(Events().empty());
-
-  Tick(1);
-  EXPECT_EQ(ParameterValue(LINK_STATE), 2.0);
-  EXPECT_EQ(record_->hostTimedOut, 1);
-  EXPECT_EQ(record_->hostSeen, 0);
-  EXPECT_EQ(Events(), (std::vector<unsigned>{103}));
-  Tick(3);  // again every second, and the count stays
-  EXPECT_EQ(record_->watchdogSeconds, 11);
-  EXPECT_EQ(Events(), (std::vector<unsigned>{103, 103, 103}));
-
-  record_->watchdogSeconds = 0;  // one host frame
-  record_->hostSeen = 1;
-  Tick(1);
-  EXPECT_EQ(ParameterValue(LINK_STATE), 1.0);
-  EXPECT_EQ(record_->hostTimedOut, 0);
-  EXPECT_TRUE(Events().empty());
+message_t Untouched() {
+  message_t message;
+  message.fill('#');
+  return message;
 }
 
-TEST_F(Watchdog, PostsNoTimeOutEventWhereThereIsNone) {
-  page_.timeOutEvent = EVENT_ID_NONE;
-  Tick(12);
-  page_.timeOutEvent = EVENT_MAIN_TO_WAD;  // which the configuration does not number
-  Tick(1);
-  record_->currentPage = nullptr;
-  Tick(1);
-  EXPECT_TRUE(Events().empty());
+bytes_t Head(const message_t& message, std::size_t length) {
+  return {message.begin(), message.begin() + static_cast<std::ptrdiff_t>(length)};
+}
+
+TEST(J1939ExternalTest, ARequestFillsItsPartOfTheBufferAlone) {
+  using Api = J1939External;
+  for (const auto& [build, type] :
+       {std::pair{&Api::setFilter, 0}, {&Api::setMultipacketFilter, 3}, {&Api::setFastpacketFilter, 5}}) {
+    SCOPED_TRACE(type);
+    message_t message = Untouched();
+    build(0x18FF00D0, 0x00FFFFFF, 1, "OrvikReceiveChannel", message.data());
+    EXPECT_EQ(Head(message, 20), Words({type, 1827, 1, 0x18FF00D0, 0x00FFFFFF}));
+    EXPECT_EQ(std::string(message.data() + 1806, 23), "##OrvikReceiveChannel##");
+  }
+  const std::array<std::uint8_t, 2000> data{0, 1, 7, 255, 4, 5, 6, 128};
+  for (const auto& [build, type] : {std::pair{&Api::sendMsg, 1},
+                                    {&Api::sendRawMsg, 2},
+                                    {&Api::sendMultipacketMsg, 4},
+                                    {&Api::sendFastpacketMsg, 6}}) {
+    SCOPED_TRACE(type);
+    message_t message = Untouched();
+    build(0x98FF00D2, 8, 1, data.data(), message.data());
+    EXPECT_EQ(Head(message, FRAME_END),
+              Words({type, 1808, 1, 0x98FF00D2, 8}) + bytes_t(data.begin(), data.begin() + 8));
+    EXPECT_EQ(std::string(message.data() + FRAME_END, 4), "####");
+  }
+  message_t message = Untouched();
+  Api::sendMultipacketMsg(1, 2000, 1, data.data(), message.data());
+  EXPECT_EQ(message[1807], 0);
+  EXPECT_EQ(message[1808], '#');
 }
 
 }  // namespace

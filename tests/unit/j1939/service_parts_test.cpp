@@ -1,5 +1,4 @@
-// The parts of the J1939 service without a bus: requests, filters, stations' words, pace and report.
-#include <fstream>
+// The parts of the J1939 service that need no bus: requests, the stations' conversation, pacing and the report.
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -8,9 +7,9 @@
 
 #include "src/hostlink/j1939_external.h"
 #include "src/services/nm_messages.h"
-#include "tests/unit/support/test_folder.h"
+#include "tests/support/bytes.h"
 #include "unit/j1939/bus_report.h"
-#include "unit/j1939/filter_store.h"
+#include "unit/j1939/conversation.h"
 #include "unit/j1939/j1939_requests.h"
 #include "unit/j1939/pacing.h"
 #include "unit/j1939/socketcand_session.h"
@@ -19,9 +18,8 @@ namespace unit {
 namespace {
 
 using namespace std::chrono_literals;
-using bytes_t = std::vector<std::uint8_t>;
 
-// The first five words, the rest of a message zero, and what follows it.
+// The first bytes of a message, which is zero from there up to `size`, and the name behind it.
 bytes_t Message(std::initializer_list<std::uint8_t> words, const std::string& name = "",
                 std::size_t size = 1808) {
   bytes_t message(words);
@@ -35,20 +33,18 @@ TEST(J1939RequestsTest, TheTypeTellsWhatItIsFor) {
                                               reach_t::MULTIPACKET, reach_t::MULTIPACKET, reach_t::FASTPACKET,
                                               reach_t::FASTPACKET};
   for (std::uint8_t type = 0; type < std::uint8_t{REACHES.size()}; ++type) {
+    SCOPED_TRACE(int{type});
     const bool isFilter = type == 0 || type == 3 || type == 5;
     const std::uint8_t length = isFilter ? 0x11 : 0x10;  // 1808 and the name
     const bytes_t message = Message({type, 0, 0, 0, length, 7, 0, 0, 1}, isFilter ? "x" : "");
     const j1939_request_t request = ReadRequest(message);
-    ASSERT_EQ(request.index(), isFilter ? 0U : 1U) << int{type};
+    ASSERT_EQ(request.index(), isFilter ? 0U : 1U);
     EXPECT_EQ(isFilter ? std::get<0>(request).reach : std::get<1>(request).reach, REACHES[type]);
   }
 }
 
 TEST(J1939RequestsTest, AMalformedRequestIsRefused) {
-  struct {
-    const char* what;
-    bytes_t message;
-  } const cases[] = {
+  const std::pair<const char*, bytes_t> cases[] = {
       {"empty", {}},
       {"cut in its header", bytes_t(19)},
       {"type 7", Message({7, 0, 0, 0, 0, 0, 0, 0, 1})},
@@ -66,56 +62,13 @@ TEST(J1939RequestsTest, AMalformedRequestIsRefused) {
       {"filter with a zero in its name", Message({0, 0, 0, 0, 0x12, 7, 0, 0, 1}, std::string("x\0", 2))},
       {"filter with a name of 128 bytes", Message({0, 0, 0, 0, 0x90, 7, 0, 0, 1}, std::string(128, 'x'))},
   };
-  for (const auto& c : cases) {
-    EXPECT_TRUE(std::holds_alternative<refused_request_t>(ReadRequest(c.message))) << c.what;
+  for (const auto& [what, message] : cases) {
+    EXPECT_TRUE(std::holds_alternative<refused_request_t>(ReadRequest(message))) << what;
   }
-}
-
-class FilterStoreTest : public ::testing::Test {
- protected:
-  const TestFolder folder_;
-  const std::string file_ = folder_.Path() / "filters";
-};
-
-TEST_F(FilterStoreTest, AServiceThatWasKilledFindsItsFiltersAgain) {
-  {
-    FilterStore store(file_);
-    EXPECT_TRUE(store.Add({reach_t::STANDARD, 0x18FF00D0, 0xFFFFFF, "first"}));
-    EXPECT_TRUE(store.Add({reach_t::STANDARD, 0x18FF00D0, 0xFFFFFF, "Orvik Receive Channel"}));
-    EXPECT_TRUE(store.Add({reach_t::MULTIPACKET, 0x18FF4101, 0, "long"}));
-  }
-  FilterStore again(file_);
-  EXPECT_EQ(again.Count(), 2U);
-  ASSERT_TRUE(again.Has(0x18FF00D0));
-  EXPECT_FALSE(again.Has(0x18FF4101)) << "a multi-packet filter takes no single frames";
-  EXPECT_EQ(again.All(reach_t::STANDARD).at(0x18FF00D0).channelName, "Orvik Receive Channel");
-  EXPECT_EQ(again.All(reach_t::STANDARD).at(0x18FF00D0).mask, 0xFFFFFFU);
-  again.Remove();
-  EXPECT_EQ(FilterStore(file_).Count(), 0U);
-}
-
-TEST_F(FilterStoreTest, ADamagedFileGivesWhatCanBeRead) {
-  std::ofstream(file_) << "standard 1 ff a\n\nstandard zz ff b\nother 2 ff c\nstandard ffffffff ff d\nstandard "
-                          "3\nstandard 4 0 e";
-  const FilterStore store(file_);
-  EXPECT_EQ(store.Count(), 2U);
-  EXPECT_TRUE(store.Has(1));
-  EXPECT_TRUE(store.Has(4));
-}
-
-TEST_F(FilterStoreTest, FiltersAreBounded) {
-  FilterStore store(file_);
-  for (std::uint32_t i = 0; i < FilterStore::MAX_FILTERS; ++i)
-    ASSERT_TRUE(store.Add({reach_t::STANDARD, i, 0, "x"}));
-  EXPECT_FALSE(store.Add({reach_t::STANDARD, 5000, 0, "x"}));
-  EXPECT_TRUE(store.Add({reach_t::STANDARD, 5, 0, "y"}));
 }
 
 TEST(ConversationTest, AnswersAsSocketcandDoes) {
-  struct {
-    const char* message;
-    const char* reply;
-  } const conversation[] = {
+  const std::pair<const char*, const char*> conversation[] = {
       {"< send 123 0 >", "< error no bus open >"},
       {"< rawmode >", "< error no bus open >"},
       {"< open vcan7 >", "< error could not open bus >"},
@@ -133,8 +86,8 @@ TEST(ConversationTest, AnswersAsSocketcandDoes) {
       {"<>", "< error unknown command >"},
       {"< bcmmode >", "< ok >"},
   };
-  SocketcandSession station;
-  for (const auto& line : conversation) EXPECT_EQ(station.Take(line.message).reply, line.reply) << line.message;
+  Conversation station;
+  for (const auto& [message, reply] : conversation) EXPECT_EQ(station.Take(message).reply, reply) << message;
   EXPECT_EQ(station.Refused(), 9U);
 }
 
@@ -164,12 +117,9 @@ TEST(ConversationTest, StatisticsComeNoOftenerThanTenTimesASecond) {
 
 TEST(PacingTest, TheBusSlowsDownAsTheRoomGoesToItsEnd) {
   Pacing pacing;
-  struct {
-    int room;
-    std::chrono::milliseconds pause;
-  } const cases[] = {{4096, 0ms}, {512, 0ms}, {511, 1ms}, {256, 1ms},
-                     {255, 4ms},  {63, 32ms}, {1, 250ms}, {-1, 0ms}};
-  for (const auto& c : cases) EXPECT_EQ(pacing.PauseAfter(c.room), c.pause) << c.room;
+  const std::pair<int, std::chrono::milliseconds> cases[] = {{4096, 0ms}, {512, 0ms}, {511, 1ms}, {256, 1ms},
+                                                             {255, 4ms},  {63, 32ms}, {1, 250ms}, {-1, 0ms}};
+  for (const auto& [room, pause] : cases) EXPECT_EQ(pacing.PauseAfter(room), pause) << room;
 }
 
 TEST(PacingTest, ASubscriberThatHasStoppedHoldsTheBusForSecondsAndNotForEver) {
@@ -178,8 +128,8 @@ TEST(PacingTest, ASubscriberThatHasStoppedHoldsTheBusForSecondsAndNotForEver) {
   for (int room = Pacing::ENOUGH_ROOM; room >= 0; --room) held += pacing.PauseAfter(room);
   EXPECT_GT(held, 5s);
   EXPECT_LT(held, 10s);
-  EXPECT_EQ(pacing.PauseAfter(0), 0ms) << "given up";
-  EXPECT_EQ(pacing.PauseAfter(1), 250ms) << "it reads again";
+  EXPECT_EQ(pacing.PauseAfter(0), 0ms) << "the service gives up waiting";
+  EXPECT_EQ(pacing.PauseAfter(1), 250ms) << "the subscriber reads again";
   EXPECT_EQ(pacing.PauseAfter(0), Pacing::LONGEST);
 }
 

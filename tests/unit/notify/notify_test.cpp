@@ -1,26 +1,20 @@
-// The notification manager without its message path: queues and pulses, the requests' bytes, and
-// who has stopped.
+// The notification manager without its message path: queues, pulses and the bytes of requests.
 #include <map>
 #include <string>
 
 #include <gmock/gmock.h>
 
-#include "tests/unit/support/test_folder.h"
+#include "tests/support/bytes.h"
 #include "unit/notify/exchange.h"
-#include "unit/notify/heartbeats.h"
 #include "unit/notify/requests.h"
 
 namespace unit {
 namespace {
 
-using namespace std::chrono_literals;
-using bytes_t = std::vector<std::uint8_t>;
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-// Counts the pulses of each client, and takes none beyond its room.
+// Counts the pulses of each client, and refuses pulses when `room` is used up.
 class FakePulses : public PulsePort {
  public:
   bool Open(int /*client*/, int process, int /*chid*/) override { return process != UNREACHABLE; }
@@ -91,7 +85,7 @@ TEST_F(ExchangeTest, AFullQueueLosesItsOldestMessagesAndNobodyElses) {
   EXPECT_EQ(losses[0].client, bob_);
   EXPECT_EQ(losses[0].messages, 1U);
   EXPECT_THAT(exchange_.TakeLosses(), IsEmpty());
-  EXPECT_EQ(pulses_.sent[bob_], 4) << "a message that takes a lost one's place needs no pulse of its own";
+  EXPECT_EQ(pulses_.sent[bob_], 4) << "a message that replaces a lost one sends no pulse";
   EXPECT_THAT(FetchAll(bob_), ElementsAre("b", "c", "d", "e"));
 }
 
@@ -117,7 +111,7 @@ TEST_F(ExchangeTest, APulseThatFoundNoRoomIsOwedAndMadeGood) {
 
   pulses_.room = 1;
   exchange_.Fetch(bob_);
-  EXPECT_EQ(pulses_.sent[bob_], 2) << "the fetch makes good what it can";
+  EXPECT_EQ(pulses_.sent[bob_], 2) << "a fetch sends the pulses that are owed while there is room";
 
   pulses_.room = 10;
   exchange_.PayOwedPulses();
@@ -132,8 +126,8 @@ TEST_F(ExchangeTest, AConnectionThatEndsTakesItsClientsAndTheirQueuesAlong) {
   EXPECT_EQ(exchange_.ClientCount(), 1U);
   EXPECT_FALSE(exchange_.Owns(11, bob_));
   EXPECT_TRUE(exchange_.Owns(10, alice_));
-  EXPECT_EQ(Publish(alice_, "b"), 4) << "with no other subscriber there is all the room";
-  EXPECT_GT(exchange_.AddClient(12, 3, 1), carol_) << "an identity is not given again";
+  EXPECT_EQ(Publish(alice_, "b"), 4) << "without another subscriber the whole queue is free";
+  EXPECT_GT(exchange_.AddClient(12, 3, 1), carol_) << "no identity is used twice";
 }
 
 TEST_F(ExchangeTest, ClientsAndChannelsAreBounded) {
@@ -152,9 +146,9 @@ constexpr int CONNECTION = 7;
 class RequestsTest : public ::testing::Test {
  protected:
   RequestsTest() {
-    // Connect: process 258, channel 3; then register "ab". Both come as the client sends them.
-    Ask({0, 0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 255, 255, 255, 255, 2, 1, 0, 0, 3, 0, 0, 0});
-    Ask({1, 0, 0, 0, 255, 255, 255, 255, 3, 0, 0, 0, 1, 0, 0, 0, 'a', 'b', 0});
+    // The client connects (process 258, channel 3) and registers the name "ab".
+    Ask(Words({0, -1, 0, -1, 258, 3}));
+    Ask(Words({1, -1, 3, 1}) + bytes_t{'a', 'b', 0});
   }
   bytes_t Ask(const bytes_t& request, std::size_t sent = 0, int connection = CONNECTION) {
     std::array<std::uint8_t, NM_MESSAGE_SIZE> reply{};
@@ -169,116 +163,59 @@ class RequestsTest : public ::testing::Test {
 };
 
 TEST_F(RequestsTest, AFetchGetsNoMoreThanItHasRoomFor) {
-  Ask({0, 0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 255, 255, 255, 255, 2, 1, 0, 0, 4, 0, 0, 0});
-  Ask({2, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0});
+  Ask(Words({0, -1, 0, -1, 258, 4}));
+  Ask(Words({2, 1, 0, 2}));
   // Room for 1000 / 4 = 250 messages of this size, one of which is taken.
-  EXPECT_THAT(Ask({3, 0, 0, 0, 1, 0, 0, 0, 4, 0, 0, 0, 1, 0, 0, 0, 9, 8, 7, 6}),
-              ElementsAreArray({3, 0, 0, 0, 1, 0, 0, 0, 249, 0, 0, 0, 1, 0, 0, 0}));
-  EXPECT_THAT(Ask({4, 0, 0, 0, 255, 255, 255, 255, 2, 0, 0, 0, 2, 0, 0, 0}),
-              ElementsAreArray({4, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 2, 0, 0, 0, 9, 8}));
-  EXPECT_THAT(Ask({4, 0, 0, 0, 255, 255, 255, 255, 0, 40, 0, 0, 2, 0, 0, 0}),
-              ElementsAreArray({4, 0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 2, 0, 0, 0}))
-      << "nothing waits";
+  EXPECT_EQ((Ask(Words({3, 1, 4, 1}) + bytes_t{9, 8, 7, 6})), Words({3, 1, 249, 1}));
+  EXPECT_EQ(Ask(Words({4, -1, 2, 2})), (Words({4, 1, 2, 2}) + bytes_t{9, 8}));
+  EXPECT_EQ(Ask(Words({4, -1, 10240, 2})), Words({4, -1, 0, 2})) << "the queue is empty";
   EXPECT_EQ(handler_.Cut(), 1U);
 }
 
 TEST_F(RequestsTest, ARequestThatIsWrongIsRefusedAndCountedByItsCause) {
-  bytes_t longName = {1, 0, 0, 0, 255, 255, 255, 255, 129, 0, 0, 0, 1, 0, 0, 0};
-  longName.insert(longName.end(), 128, 'n');
-  longName.push_back(0);
-  const auto connect = [](const bytes_t& words) {
-    bytes_t request = {0, 0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 255, 255, 255, 255};
-    request.insert(request.end(), words.begin(), words.end());
-    return request;
-  };
   struct {
-    const char* what;
+    const char* name;
     refusal_t cause;
     bytes_t request;
     std::size_t sent = 0;
   } const cases[] = {
       {"empty", refusal_t::TRUNCATED_HEADER, {}},
-      {"half a header", refusal_t::TRUNCATED_HEADER, {3, 0, 0, 0, 1, 0, 0, 0}},
+      {"half a header", refusal_t::TRUNCATED_HEADER, Words({3, 1})},
       {"sent more than was received", refusal_t::OVERSIZE, bytes_t(NM_MESSAGE_SIZE, 3), 20'000},
-      {"type -1", refusal_t::BAD_TYPE, {255, 255, 255, 255, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}},
-      {"type 5", refusal_t::BAD_TYPE, {5, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}},
-      {"connect without its words", refusal_t::BAD_LENGTH, connect({1, 0, 0, 0})},
-      {"connect with an unreachable channel", refusal_t::NO_PULSE, connect({154, 2, 0, 0, 1, 0, 0, 0})},
-      {"connect with channel 0", refusal_t::NO_PULSE, connect({1, 0, 0, 0, 0, 0, 0, 0})},
-      {"identity never given", refusal_t::WRONG_CLIENT, {3, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 9, 0, 0, 0}},
-      {"identity -1", refusal_t::WRONG_CLIENT, {4, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 255, 255, 255, 255}},
-      {"channel 0", refusal_t::UNKNOWN_CHANNEL, {2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}},
-      {"channel 2", refusal_t::UNKNOWN_CHANNEL, {3, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}},
-      {"length beyond the payload", refusal_t::BAD_LENGTH, {3, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 1, 0, 0, 0, 1}},
-      {"payload beyond the length",
-       refusal_t::BAD_LENGTH,
-       {3, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 2}},
-      {"negative length", refusal_t::BAD_LENGTH, {3, 0, 0, 0, 1, 0, 0, 0, 255, 255, 255, 255, 1, 0, 0, 0}},
-      {"negative room", refusal_t::BAD_LENGTH, {4, 0, 0, 0, 0, 0, 0, 0, 255, 255, 255, 255, 1, 0, 0, 0}},
-      {"name without its zero",
-       refusal_t::BAD_NAME,
-       {1, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 1, 0, 0, 0, 'a', 'b'}},
-      {"name of length 0", refusal_t::BAD_NAME, {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}},
-      {"name of 128 bytes", refusal_t::BAD_NAME, longName},
+      {"type -1", refusal_t::BAD_TYPE, Words({-1, 0, 0, 1})},
+      {"type 5", refusal_t::BAD_TYPE, Words({5, 0, 0, 1})},
+      {"connect without its words", refusal_t::BAD_LENGTH, Words({0, -1, 0, -1, 1})},
+      {"connect with an unreachable channel", refusal_t::NO_PULSE, Words({0, -1, 0, -1, 666, 1})},
+      {"connect with channel 0", refusal_t::NO_PULSE, Words({0, -1, 0, -1, 1, 0})},
+      {"identity never given", refusal_t::WRONG_CLIENT, Words({3, 1, 0, 9})},
+      {"identity -1", refusal_t::WRONG_CLIENT, Words({4, 0, 1, -1})},
+      {"channel 0", refusal_t::UNKNOWN_CHANNEL, Words({2, 0, 0, 1})},
+      {"channel 2", refusal_t::UNKNOWN_CHANNEL, Words({3, 2, 0, 1})},
+      {"length beyond the payload", refusal_t::BAD_LENGTH, Words({3, 1, 2, 1}) + bytes_t{1}},
+      {"payload beyond the length", refusal_t::BAD_LENGTH, Words({3, 1, 1, 1}) + bytes_t{1, 2}},
+      {"negative length", refusal_t::BAD_LENGTH, Words({3, 1, -1, 1})},
+      {"negative room", refusal_t::BAD_LENGTH, Words({4, 0, -1, 1})},
+      {"name without its zero", refusal_t::BAD_NAME, Words({1, 0, 2, 1}) + bytes_t{'a', 'b'}},
+      {"name of length 0", refusal_t::BAD_NAME, Words({1, 0, 0, 1})},
+      {"name of 128 bytes", refusal_t::BAD_NAME, Words({1, -1, 129, 1}) + bytes_t(128, 'n') + bytes_t{0}},
   };
   for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
     const std::uint64_t before = handler_.Refused(c.cause);
     const bytes_t reply = Ask(c.request, c.sent);
-    ASSERT_EQ(reply.size(), NM_HEADER_SIZE) << c.what;
-    EXPECT_THAT(bytes_t(reply.begin() + 4, reply.begin() + 12),
-                ElementsAreArray({255, 255, 255, 255, 256 - static_cast<int>(c.cause), 255, 255, 255}))
-        << c.what;
-    EXPECT_EQ(handler_.Refused(c.cause), before + 1) << c.what;
+    ASSERT_EQ(reply.size(), NM_HEADER_SIZE);
+    EXPECT_EQ(bytes_t(reply.begin() + 4, reply.begin() + 12), Words({-1, -static_cast<int>(c.cause)}));
+    EXPECT_EQ(handler_.Refused(c.cause), before + 1);
   }
   EXPECT_EQ(observed_, 0);
 }
 
 TEST_F(RequestsTest, AnIdentityIsGoodOnItsOwnConnectionOnly) {
-  const bytes_t subscribe = {2, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0};
+  const bytes_t subscribe = Words({2, 1, 0, 1});
   Ask(subscribe, 0, CONNECTION + 1);
   EXPECT_EQ(handler_.Refused(refusal_t::WRONG_CLIENT), 1U);
   Ask(subscribe);
   EXPECT_EQ(handler_.Refused(refusal_t::WRONG_CLIENT), 1U);
-}
-
-TEST(HeartbeatMonitorTest, ReportsOnceWhenAWorkerFallsSilentAndOnceWhenItIsBack) {
-  const TestFolder folder;
-  const std::string file =
-      folder.Write("generic.xml", R"(<orvik-generic version="1"><App id="1" name="a"/><Events channel="Events">
-    <Event name="orvik.ParseHeartbeatEvent" id="70"/><Event name="orvik.DispatchHeartbeatEvent" id="300"/>
-    <Event name="orvik.ExitApplication" id="9"/>
-    </Events></orvik-generic>)");
-  HeartbeatMonitor monitor;
-  EXPECT_EQ(monitor.Load(file), "");
-  EXPECT_EQ(monitor.ChannelName(), "Events");
-  monitor.SetChannel(5);
-
-  HeartbeatMonitor::time_t now{1000s};
-  EXPECT_THAT(monitor.Check(now), IsEmpty()) << "nothing is expected of a worker that was never seen";
-  const std::vector<std::uint8_t> parse = {70, 0, 0, 0};
-  const std::vector<std::uint8_t> dispatch = {44, 1, 0, 0};
-  EXPECT_EQ(monitor.Note(5, parse, now), std::nullopt);
-  EXPECT_EQ(monitor.Note(5, dispatch, now), std::nullopt);
-  now += 1999ms;
-  EXPECT_THAT(monitor.Check(now), IsEmpty());
-  monitor.Note(5, dispatch, now);
-  monitor.Note(4, parse, now);                          // another channel
-  monitor.Note(5, std::vector<std::uint8_t>{70}, now);  // not an event number
-  now += 1ms;
-  EXPECT_THAT(monitor.Check(now), ElementsAre(HasSubstr("Parse")));
-  EXPECT_THAT(monitor.Check(now + 1s), IsEmpty());
-  EXPECT_THAT(monitor.Note(5, parse, now + 1s), ::testing::Optional(HasSubstr("Parse worker is back")));
-  EXPECT_EQ(monitor.Note(5, parse, now + 1s), std::nullopt);
-
-  // The application ends as it should: its last heartbeats and its silence are nothing to report.
-  now += 1s;
-  monitor.Note(5, std::vector<std::uint8_t>{9, 0, 0, 0}, now);
-  monitor.Note(5, parse, now + 10ms);
-  EXPECT_THAT(monitor.Check(now + 5s), IsEmpty());
-  // Its next run is supervised as the first was.
-  now += 7s;
-  monitor.Note(5, parse, now);
-  EXPECT_THAT(monitor.Check(now + 2s), ElementsAre(HasSubstr("Parse")));
 }
 
 }  // namespace

@@ -1,4 +1,6 @@
-// The commands of the host: what they count, what they are refused for, and where their text goes.
+// The host's commands: their counters, the lengths for which they are refused, and the fields of their text.
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "src/core/command_counters.h"
@@ -10,23 +12,23 @@
 #include "src/parse/parse_thread.h"
 #include "src/text/fields.h"
 #include "src/text/system_text.h"
-#include "tests/unit/parse/grid_text.h"
-#include "tests/unit/support/console_capture.h"
-#include "tests/unit/support/test_record.h"
+#include "tests/support/console_capture.h"
+#include "tests/support/grid_text.h"
+#include "tests/support/test_record.h"
 
 namespace {
 
 using namespace std::string_literals;
 
-class Commands : public testing::Test {
+class CommandsTest : public testing::Test {
  protected:
-  Commands() {
+  CommandsTest() {
     InitAllFields();
     record_->blankChar = '_';
     record_->spaceChar = '_';
   }
 
-  // Bytes that are not given are `rest`, as if an earlier message had left them.
+  // The rest of the block is filled with `rest`, as an earlier message would leave it.
   void Send(const std::string& bytes, std::uint8_t rest = 0) {
     DecapData_t message;
     message.bytes.fill(rest);
@@ -34,7 +36,7 @@ class Commands : public testing::Test {
     ParseMessage(record_, message);
   }
 
-  // The counters that are not 0, but for TOTAL CMDS, as "index:count ".
+  // The counters that are not 0, except TOTAL CMDS, as "index:count ".
   static std::string Counts() {
     std::string text;
     for (std::size_t i = 0; i < COMMAND_COUNTERS; ++i) {
@@ -45,11 +47,11 @@ class Commands : public testing::Test {
     return text;
   }
 
-  TestRecord record_;
+  RecordWithoutDatabase record_;
 };
 
-TEST_F(Commands, CountThemselves) {
-  // Each command, and the one counter that it moves.
+TEST_F(CommandsTest, CountThemselves) {
+  // Each command, and the only counter that it increments.
   const std::vector<std::pair<std::vector<char>, int>> counted = {
       {{0}, 0},         {{1}, 1},         {{4, 20}, 4}, {{6}, 6},        {{8, 7}, 26}, {{9, 100}, 26},
       {{10}, 28},       {{'\xFF'}, 28},   {{7, 0}, 25}, {{7, 1, 0}, 7},  {{7, 3}, 9},  {{7, 4}, 10},
@@ -57,9 +59,10 @@ TEST_F(Commands, CountThemselves) {
       {{7, 13, 6}, 19}, {{7, 20}, 25},    {{7, 21}, 25}};
   const ConsoleCapture console;
   for (const auto& [bytes, counter] : counted) {
+    SCOPED_TRACE(testing::PrintToString(bytes));
     for (auto& count : CommandCounts) count = 0;
     Send({bytes.begin(), bytes.end()}, 0xA5);
-    EXPECT_EQ(Counts(), std::to_string(counter) + ":1 ") << testing::PrintToString(bytes);
+    EXPECT_EQ(Counts(), std::to_string(counter) + ":1 ");
     EXPECT_EQ(CommandCounts[COUNT_TOTAL_CMDS], 1U);
   }
   for (auto& count : CommandCounts) count = 0;
@@ -70,7 +73,7 @@ TEST_F(Commands, CountThemselves) {
             (std::vector{2, 3, 4, 5}));
 }
 
-TEST_F(Commands, ValidKeysBeyondTheMapAreReportedAndLeftOut) {
+TEST_F(CommandsTest, ValidKeysBeyondTheMapAreReportedAndLeftOut) {
   const auto masks = [this](std::size_t i) { return unsigned{record_->keyMasks[i]}; };
   for (auto& mask : record_->keyMasks) mask = 0x7F;
   Send("\x07\x01\x03\x00\x01\x7F\x09"s);
@@ -83,7 +86,7 @@ TEST_F(Commands, ValidKeysBeyondTheMapAreReportedAndLeftOut) {
   EXPECT_EQ(console.Err(), "***** ERROR!  Valid keys count.  max=24, count=255\n");
 }
 
-TEST_F(Commands, FillTheFieldsWithTheirTextUpToTheEndOfTheBlock) {
+TEST_F(CommandsTest, FillTheFieldsWithTheirTextUpToTheEndOfTheBlock) {
   ConsoleCapture console;
   Send(
       "\x05"
@@ -96,30 +99,23 @@ TEST_F(Commands, FillTheFieldsWithTheirTextUpToTheEndOfTheBlock) {
   EXPECT_EQ(console.Out() + console.Err(), "");
 
   ShowSystemText(record_, "LOST");
-  Send("\x05\x00\x06\x00\x04\x00\x10\xC3X"s);  // what is not named is cleared, what is broken marked
+  Send("\x05\x00\x06\x00\x04\x00\x10\xC3X"s);  // other fields are cleared, ill-formed bytes are marked
   EXPECT_FALSE(SystemTextShown());
   EXPECT_EQ(GridLine(record_, 0), "#X______________________________________");
   EXPECT_EQ(StowedText(record_), "");
 
-  // mainLen 253, subLen 251: 249 bytes of text, and the last of them is the block's last.
+  // mainLen 253, subLen 251: 249 bytes of text, which fill the block to its last byte.
   Send("\x05\x00\xFD\x00\xFB\x00\x1E"s + std::string(248, 'a') + "b");
   EXPECT_EQ(StowedText(record_), std::string(248, 'a') + "b");
 }
 
-struct refused_t {
-  const char* what;
-  std::string message;
-  std::string out;
-  std::string err;
-  std::string left;  // the first field's text afterwards
-};
-
-TEST_F(Commands, AreRefusedForBadLengths) {
+TEST_F(CommandsTest, AreRefusedForBadLengths) {
   const auto sub = [](int length) {
     return "***** ERROR!  Cmd5 sub command length.  min=3, max=800, subLen=" + std::to_string(length) +
            "\nError!  ProcessSubCommand returned failure\n";
   };
-  const std::vector<refused_t> refused = {
+  // Name, message, standard output, standard error, and the text of the first field afterwards.
+  const std::tuple<const char*, std::string, std::string, std::string, std::string> refused[] = {
       {"802 bytes, all but one text absent", "\x05\x03\x22\x00\x03\x00\x10X"s, "", sub(0), "X"},
       {"a text of no bytes", "\x05\x00\x06\x00\x02\x00\x10\x00\x00"s, "", sub(2), ""},
       {"a second text of no bytes", "\x05\x00\x09\x00\x03\x00\x10X\x00\x02\x00\x10"s, "", sub(2), "X"},
@@ -134,35 +130,32 @@ TEST_F(Commands, AreRefusedForBadLengths) {
   };
   Send("\x03\x00\x03\x00\x00X"s);
   const std::vector<unsigned> flash = record_->flashLine;
-  for (const refused_t& r : refused) {
+  for (const auto& [name, message, out, err, left] : refused) {
+    SCOPED_TRACE(name);
     Send("\x05\x00\x07\x00\x05\x00\x10old"s);
     ConsoleCapture console;
-    Send(r.message);
-    EXPECT_EQ(console.Out(), r.out) << r.what;
-    EXPECT_EQ(console.Err(), r.err) << r.what;
-    EXPECT_EQ(FieldToText(fieldLine1Left), r.left) << r.what;
-    EXPECT_EQ(record_->flashLine, flash) << r.what;
+    Send(message);
+    EXPECT_EQ(console.Out(), out);
+    EXPECT_EQ(console.Err(), err);
+    EXPECT_EQ(FieldToText(fieldLine1Left), left);
+    EXPECT_EQ(record_->flashLine, flash);
   }
 }
 
-TEST_F(Commands, CentreTheFlashMessage) {
-  struct flash_t {
-    int language;
-    std::string text;
-    std::size_t blanks;
-  };
-  const std::vector<flash_t> flashes = {
+TEST_F(CommandsTest, CentreTheFlashMessage) {
+  const std::tuple<int, std::string, std::size_t> flashes[] = {
       {0, "HELLO", 12}, {0, "HELLO!", 11},           {0, std::string(28, 'x'), 0}, {0, std::string(40, 'x'), 0},
       {3, "HELLO", 8},  {3, std::string(21, 'x'), 0}};
-  for (const flash_t& flash : flashes) {
-    SetLanguage(record_, flash.language);
+  for (const auto& [language, text, blanks] : flashes) {
+    SCOPED_TRACE(text + " in language " + std::to_string(language));
+    SetLanguage(record_, language);
     record_->blankChar = '_';
-    Send("\x03\x00"s + static_cast<char>(flash.text.size() + 2) + "\x05\x00"s + flash.text);
-    ASSERT_EQ(record_->flashLine.size(), flash.blanks + flash.text.size());
+    Send("\x03\x00"s + static_cast<char>(text.size() + 2) + "\x05\x00"s + text);
+    ASSERT_EQ(record_->flashLine.size(), blanks + text.size());
     EXPECT_EQ(std::count(record_->flashLine.begin(), record_->flashLine.end(), '_'),
-              static_cast<std::ptrdiff_t>(flash.blanks));
+              static_cast<std::ptrdiff_t>(blanks));
     EXPECT_EQ(record_->flashLine.back(),
-              static_cast<unsigned char>(flash.text.back()) + (flash.language == 3 ? 0xFEE0U : 0U));
+              static_cast<unsigned char>(text.back()) + (language == 3 ? 0xFEE0U : 0U));
   }
 }
 

@@ -10,8 +10,8 @@
 #include "host/protocol/encode.h"
 #include "src/parse/parse_thread.h"
 #include "src/text/fields.h"
-#include "tests/unit/support/console_capture.h"
-#include "tests/unit/support/test_record.h"
+#include "tests/support/console_capture.h"
+#include "tests/support/test_record.h"
 
 // The message as the parse thread takes it, with zeros behind.
 inline DecapData_t BlockOf(std::span<const std::uint8_t> message) {

@@ -19,7 +19,7 @@
 #include "src/hostlink/j1939_external.h"
 #include "src/services/nm_messages.h"
 #include "tests/unit/protocol/both_sides.h"
-#include "tests/unit/services/fake_service.h"
+#include "tests/support/fake_service.h"
 
 namespace {
 

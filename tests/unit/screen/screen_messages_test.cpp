@@ -1,10 +1,12 @@
-// What clients of the screen service may send: the records of a layer, and the messages to widgets.
+// The messages of the screen service's clients: the records of a drawing layer, and commands to widgets.
 #include <bit>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/bytes.h"
 #include "unit/screen/compositor/compositor.h"
 #include "unit/screen/design/message_reader.h"
 
@@ -12,18 +14,11 @@ namespace unit {
 namespace {
 
 using namespace Compositing;
-using bytes_t = std::vector<std::uint8_t>;
-
-void AddWord(bytes_t& bytes, std::uint32_t word) {
-  for (unsigned shift = 0; shift < 32; shift += 8) bytes.push_back(static_cast<std::uint8_t>(word >> shift));
-}
 
 bytes_t Record(std::uint32_t command, std::uint32_t first, const std::vector<float>& floats = {},
                std::uint32_t layer = 1) {
-  bytes_t record;
-  for (const std::uint32_t word : {0x55AA55AAU, 0U, command, first, layer, 0U}) AddWord(record, word);
-  AddWord(record, static_cast<std::uint32_t>(floats.size() * 4));
-  for (const float value : floats) AddWord(record, std::bit_cast<std::uint32_t>(value));
+  bytes_t record = Words({0x55AA55AA, 0, command, first, layer, 0, std::ssize(floats) * 4});
+  for (const float value : floats) record = record + Words({std::bit_cast<std::uint32_t>(value)});
   return record;
 }
 
@@ -91,12 +86,8 @@ TEST_F(CompositorTest, ArcsRunCounterClockwiseFromThreeOClock) {
 }
 
 TEST_F(CompositorTest, PicturesTakeTheirOwnSizeUnlessOneIsGiven) {
-  bytes_t image = Record(CMD_IMAGE, IMAGE_CENTERED, {});
-  image[24] = 20;
-  AddWord(image, 40);
-  AddWord(image, 0);
-  for (const char c : std::string("/boom.png")) image.push_back(static_cast<std::uint8_t>(c));
-  image.push_back(0);  // 18 bytes of data, not padded at the end of the message
+  bytes_t image = Record(CMD_IMAGE, IMAGE_CENTERED, {}) + Words({40, 0}) + Characters("/boom.png") + bytes_t{0};
+  image[24] = 20;  // the length counts padding that the last 18 bytes of a message do not have
   EXPECT_EQ(Draw({START, END, image}), compositor_reply_t::OK);
   Draw({END});
   const drawing_t drawing = compositor_.Drawing();
@@ -122,11 +113,8 @@ TEST_F(CompositorTest, ABadRecordIsCountedAndTheRestOfTheFrameIsDrawn) {
   tooLong[27] = 0x7F;
   bytes_t oddLength = CIRCLE;
   oddLength[24] = 3;
-  struct {
-    const char* why;
-    bytes_t record;
-    bool counted;  // as a refused operation; else as a place without a record
-  } const cases[] = {
+  // Whether the record is counted as a refused operation; the others count as places without a record.
+  const std::tuple<const char*, bytes_t, bool> cases[] = {
       {"parameters without a header", bytes_t(40, 0x11), false},
       {"data beyond the message", tooLong, false},
       {"a length that is no multiple of four", oddLength, false},
@@ -141,11 +129,12 @@ TEST_F(CompositorTest, ABadRecordIsCountedAndTheRestOfTheFrameIsDrawn) {
       {"a picture without a size", Record(CMD_IMAGE, IMAGE_TOP_LEFT), true},
   };
   for (const auto& [why, record, counted] : cases) {
+    SCOPED_TRACE(why);
     const compositor_counters_t before = compositor_.Counters();
-    EXPECT_EQ(Draw({START, CIRCLE, record, CIRCLE, END}), compositor_reply_t::OK) << why;
-    EXPECT_EQ(compositor_.Drawing().size(), 2U) << why;
-    EXPECT_EQ(compositor_.Counters().operationsRefused - before.operationsRefused, counted ? 1U : 0U) << why;
-    EXPECT_EQ(compositor_.Counters().recordsSkipped - before.recordsSkipped, counted ? 0U : 1U) << why;
+    EXPECT_EQ(Draw({START, CIRCLE, record, CIRCLE, END}), compositor_reply_t::OK);
+    EXPECT_EQ(compositor_.Drawing().size(), 2U);
+    EXPECT_EQ(compositor_.Counters().operationsRefused - before.operationsRefused, counted ? 1U : 0U);
+    EXPECT_EQ(compositor_.Counters().recordsSkipped - before.recordsSkipped, counted ? 0U : 1U);
   }
 }
 
@@ -159,37 +148,34 @@ TEST_F(CompositorTest, DepthAndSizeOfAFrameAreBounded) {
   EXPECT_EQ(compositor_.Counters().operationsRefused, 20U);
 }
 
-TEST(ScreenMessage, MovesRotationsAndColours) {
-  const auto move = ReadScreenMessage(bytes_t{7, 0, 0, 0, 1, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 76, 0, 0, 0});
+TEST(ScreenMessageTest, MovesRotationsAndColours) {
+  const auto move = ReadScreenMessage(Words({7, 1, -1, 76}));
   ASSERT_TRUE(move);
   EXPECT_EQ(move->place, (std::array<std::int32_t, 2>{-1, 76}));
-  const auto turn = ReadScreenMessage(
-      bytes_t{7, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0xB4, 0x42, 0, 0, 0x80, 0x3F, 0, 0, 0, 0xC0});  // 90, 1, -2
+  const auto turn = ReadScreenMessage(Words({7, 2, 0x42B40000, 0x3F800000, 0xC0000000}));  // 90, 1, -2
   ASSERT_TRUE(turn);
   EXPECT_EQ(turn->parts, (std::array<float, 4>{90, 1, -2, 0}));
-  const auto color = ReadScreenMessage(bytes_t{7,    0,    0, 0, 7, 0, 0, 0, 1, 0,    0, 0, 0,    0,
-                                               0x80, 0x3F, 0, 0, 0, 0, 0, 0, 0, 0x3F, 0, 0, 0x80, 0x3F});
+  const auto color = ReadScreenMessage(Words({7, 7, 1, 0x3F800000, 0, 0x3F000000, 0x3F800000}));
   ASSERT_TRUE(color);
   EXPECT_EQ(color->number, 1U);
   EXPECT_EQ(color->parts, (std::array<float, 4>{1, 0, 0.5, 1}));
 }
 
-TEST(ScreenMessage, WhatIsNoWholeMessageIsRefused) {
+TEST(ScreenMessageTest, WhatIsNoWholeMessageIsRefused) {
   const std::pair<const char*, bytes_t> cases[] = {
       {"empty", {}},
       {"shorter than its header", {1, 0, 0, 0, 4, 0, 0}},
-      {"an operation that does not exist", {1, 0, 0, 0, 9, 0, 0, 0}},
-      {"an operation beyond every table", {1, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF}},
-      {"a text without attribute", {1, 0, 0, 0, 0, 0, 0, 0}},
-      {"a text without even its end", {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
-      {"a text without its end", {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 'a'}},
-      {"an attribute that does not exist", {1, 0, 0, 0, 0, 0, 0, 0, 3, 0, 0, 0, 'a', 0}},
-      {"a move without y", {1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0}},
-      {"a move with more than y", {1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0}},
-      {"a show with an argument", {1, 0, 0, 0, 5, 0, 0, 0, 1, 0, 0, 0}},
-      {"a rotation by no number", {1, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0xC0, 0x7F, 0, 0, 0, 0, 0, 0, 0, 0}},
-      {"a colour of a part that does not exist",
-       {1, 0, 0, 0, 7, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
+      {"an operation that does not exist", Words({1, 9})},
+      {"an operation beyond every table", Words({1, -1})},
+      {"a text without attribute", Words({1, 0})},
+      {"a text without even its end", Words({1, 0, 0})},
+      {"a text without its end", Words({1, 0, 0}) + bytes_t{'a'}},
+      {"an attribute that does not exist", Words({1, 0, 3}) + bytes_t{'a', 0}},
+      {"a move without y", Words({1, 1, 1})},
+      {"a move with more than y", Words({1, 1, 1, 1}) + bytes_t{0}},
+      {"a show with an argument", Words({1, 5, 1})},
+      {"a rotation by no number", Words({1, 2, 0x7FC00000, 0, 0})},
+      {"a colour of a part that does not exist", Words({1, 7, 2, 0, 0, 0, 0})},
   };
   for (const auto& [why, message] : cases) EXPECT_FALSE(ReadScreenMessage(message)) << why;
   bytes_t longText(SCREEN_MESSAGE_SIZE + 1, 'a');

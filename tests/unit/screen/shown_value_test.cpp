@@ -1,7 +1,8 @@
-// What an element shows: the entry of a rule, a number in its format, a text in its place.
+// The entry that a rule chooses for a value, a number in its format, and the layout of a text.
 #include <cmath>
 #include <limits>
 #include <stdexcept>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -11,7 +12,7 @@
 namespace unit {
 namespace {
 
-TEST(ValueRule, ChoosesTheFirstEntryThatHolds) {
+TEST(ValueRuleTest, ChoosesTheFirstEntryThatHolds) {
   constexpr const char* LOAD = "..0.9:green;0.9..1:yellow;1..:red;?:grey";
   struct {
     const char* rule;
@@ -44,34 +45,33 @@ TEST(ValueRule, ChoosesTheFirstEntryThatHolds) {
   }
 }
 
-TEST(ValueRule, RefusesWhatCannotBeRead) {
+TEST(ValueRuleTest, RefusesWhatCannotBeRead) {
   for (const char* text :
        {"", "1", "x:red", "1..0:red", "1..1:red", "1:a;;2:b", "1:a;b", "nan:a", "1..inf:a", ":a"}) {
     EXPECT_THROW(ValueRule{text}, std::runtime_error) << text;
   }
 }
 
-TEST(ValueFormat, ShowsTheValueInItsPlace) {
-  struct {
-    const char* format;
-    double value;
-    const char* expected;
-  } const cases[] = {{"{0} %", 85.0, "85 %"},
-                     {"{0} %", 84.9, "84 %"},
-                     {"{0} %", 100.0 * 0.9F, "90 %"},
-                     {"{0} %", 89.97, "89 %"},
-                     {"{0.0}", 35.44, "35.4"},
-                     {"{0.0}", -0.04, "0.0"},
-                     {"{00}", 5.0, "05"},
-                     {"{00}", -5.0, "-05"},
-                     {"{00}:", 123.0, "123:"},
-                     {"{0.00} m", 1.0, "1.00 m"},
-                     {"{0}", 1e300, "--"},
-                     {"{0}", std::numeric_limits<double>::quiet_NaN(), "--"}};
-  for (const auto& [format, value, expected] : cases) EXPECT_EQ(ValueFormat(format).Apply(value), expected);
+TEST(ValueFormatTest, ShowsTheValueInItsPlace) {
+  const std::tuple<const char*, double, const char*> cases[] = {
+      {"{0} %", 85.0, "85 %"},
+      {"{0} %", 84.9, "84 %"},
+      {"{0} %", 100.0 * 0.9F, "90 %"},
+      {"{0} %", 89.97, "89 %"},
+      {"{0.0}", 35.44, "35.4"},
+      {"{0.0}", -0.04, "0.0"},
+      {"{00}", 5.0, "05"},
+      {"{00}", -5.0, "-05"},
+      {"{00}:", 123.0, "123:"},
+      {"{0.00} m", 1.0, "1.00 m"},
+      {"{0}", 1e300, "--"},
+      {"{0}", std::numeric_limits<double>::quiet_NaN(), "--"}};
+  for (const auto& [format, value, expected] : cases) {
+    EXPECT_EQ(ValueFormat(format).Apply(value), expected) << format << " of " << value;
+  }
 }
 
-TEST(ValueFormat, RefusesWhatHasNotOnePlace) {
+TEST(ValueFormatTest, RefusesWhatHasNotOnePlace) {
   for (const char* text : {"", "12", "{}", "{x}", "{.0}", "}0{", "{0}{0}", "{0.0.0}", "{0000000000}"}) {
     EXPECT_THROW(ValueFormat{text}, std::runtime_error) << text;
   }
@@ -88,7 +88,7 @@ text_place_t Place(double x, double width, int cells = 0, double fontSize = 16) 
 
 const text_place_t CELLS = Place(100, 400, 40);  // 10 pixels a column
 
-TEST(TextLayout, EachGlyphStandsInTheMiddleOfItsColumnWhateverItsFont) {
+TEST(TextLayoutTest, EachGlyphStandsInTheMiddleOfItsColumnWhateverItsFont) {
   const text_layout_t layout = LayOut("A Я", CELLS, align_t::LEFT);
   EXPECT_EQ(layout.anchor, "middle");
   ASSERT_EQ(layout.runs.size(), 2U);
@@ -98,14 +98,14 @@ TEST(TextLayout, EachGlyphStandsInTheMiddleOfItsColumnWhateverItsFont) {
   EXPECT_EQ(layout.runs[1].x, 125);
 }
 
-TEST(TextLayout, CellsAlignWholeTextsAndCutWhatGoesBeyondTheLast) {
+TEST(TextLayoutTest, CellsAlignWholeTextsAndCutWhatGoesBeyondTheLast) {
   EXPECT_EQ(LayOut("ABC", CELLS, align_t::RIGHT).runs.front().x, 475);
   EXPECT_EQ(LayOut("ABC", CELLS, align_t::CENTER).runs.front().x, 285);  // column 18: rounded down
   EXPECT_EQ(LayOut(std::string(45, 'x'), CELLS, align_t::RIGHT).runs.size(), 40U);
   EXPECT_EQ(LayOut(std::string(45, 'x'), CELLS, align_t::RIGHT).runs.back().x, 495);
 }
 
-TEST(TextLayout, AFullWidthGlyphShrinksIntoANarrowColumn) {
+TEST(TextLayoutTest, AFullWidthGlyphShrinksIntoANarrowColumn) {
   const text_layout_t layout = LayOut("a？", CELLS, align_t::LEFT);
   EXPECT_FALSE(layout.runs[0].fontSize);
   EXPECT_EQ(layout.runs[1].fontSize, 10);
@@ -113,7 +113,7 @@ TEST(TextLayout, AFullWidthGlyphShrinksIntoANarrowColumn) {
   EXPECT_FALSE(LayOut("主", wide, align_t::LEFT).runs[0].fontSize);
 }
 
-TEST(TextLayout, ProportionalTextFollowsTheMessageUnlessTheDesignFixesIt) {
+TEST(TextLayoutTest, ProportionalTextFollowsTheMessageUnlessTheDesignFixesIt) {
   const text_place_t plain = Place(100, 400);
   const text_layout_t right = LayOut("  12,300", plain, align_t::RIGHT);
   EXPECT_EQ(right.anchor, "end");
@@ -126,14 +126,14 @@ TEST(TextLayout, ProportionalTextFollowsTheMessageUnlessTheDesignFixesIt) {
   EXPECT_TRUE(LayOut("   ", plain, align_t::LEFT).runs.empty());
 }
 
-TEST(TextLayout, ALongTextIsCutByCharactersNotBytes) {
+TEST(TextLayoutTest, ALongTextIsCutByCharactersNotBytes) {
   text_place_t place = Place(100, 400);
   place.maximum = 4;
   EXPECT_EQ(LayOut("Лебёдка", place, align_t::LEFT).runs.front().text, "Леб…");
   EXPECT_EQ(LayOut("Леб.", place, align_t::LEFT).runs.front().text, "Леб.");
 }
 
-TEST(TextLayout, CleanTextIsFitForADocument) {
+TEST(TextLayoutTest, CleanTextIsFitForADocument) {
   EXPECT_EQ(CleanText("Ünder 100°"), "Ünder 100°");
   EXPECT_EQ(CleanText("a\x01\x7f"), "a\uFFFD\uFFFD");
   EXPECT_EQ(CleanText("\xC3"), "\uFFFD");

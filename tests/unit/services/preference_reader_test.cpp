@@ -1,9 +1,9 @@
-// What the preference document reader accepts, hands out and refuses.
+// The preference documents that the reader accepts and refuses, and the nodes that it returns.
 #include "src/services/preference_reader.h"
 
 #include <sstream>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include <gmock/gmock.h>
 
@@ -33,13 +33,8 @@ std::string Describe(const std::string& document) {
   return below.empty() ? root : root + '(' + below + ')';
 }
 
-struct walk_t {
-  const char* document;
-  const char* elements;
-};
-
-TEST(PreferenceReader, WalksElementsInDocumentOrder) {
-  const std::vector<walk_t> walks = {
+TEST(PreferenceReaderTest, WalksElementsInDocumentOrder) {
+  const std::pair<const char*, const char*> walks[] = {
       {"<a/>", "a"},
       {"  \r\n<a>text</a>\n", "a"},
       {"<a><b><c><d/></c></b><e/></a>", "a(b(c(d)),e)"},
@@ -50,22 +45,22 @@ TEST(PreferenceReader, WalksElementsInDocumentOrder) {
        "a(b,c)"},
       {"<a><b/></x>", "a(b)"},  // names of closing tags are not compared
   };
-  for (const walk_t& walk : walks) EXPECT_EQ(Describe(walk.document), walk.elements) << walk.document;
+  for (const auto& [document, elements] : walks) EXPECT_EQ(Describe(document), elements) << document;
 }
 
-TEST(PreferenceReader, ReadsTheSameAcrossABlockBorder) {
+TEST(PreferenceReaderTest, ReadsTheSameAcrossABlockBorder) {
   const std::string document = "<a x='&quot;'><!-- - --><b y=\"2\">t &lt;</b><?p?><c/></a>";
   for (std::size_t padding = 4096 - document.size(); padding <= 4096; ++padding) {
     EXPECT_EQ(Describe(std::string(padding, ' ') + document), "a(b,c)") << padding;
   }
 }
 
-TEST(PreferenceReader, PassesOverWhatTheCallerDoesNotVisit) {
+TEST(PreferenceReaderTest, PassesOverWhatTheCallerDoesNotVisit) {
   std::istringstream stream("<r><a><a1><a2/></a1>text</a><b><b1/><b2/><b3><b4/></b3></b><c/><d/></r>");
   Reader reader(stream);
   reader.beginParsing();
   EXPECT_EQ(reader.getFirstChild()->GetName(), "a");
-  EXPECT_EQ(reader.getNextSibling()->GetName(), "b");  // the children of a were not asked for
+  EXPECT_EQ(reader.getNextSibling()->GetName(), "b");  // the caller did not visit the children of a
   EXPECT_EQ(reader.getFirstChild()->GetName(), "b1");
   EXPECT_EQ(reader.getFirstChild(), nullptr);
   EXPECT_EQ(reader.getFirstChild(), nullptr);
@@ -75,7 +70,7 @@ TEST(PreferenceReader, PassesOverWhatTheCallerDoesNotVisit) {
   EXPECT_EQ(reader.getNextSibling(), nullptr);
 }
 
-TEST(PreferenceReader, SkipsAnyDepthOfNesting) {
+TEST(PreferenceReaderTest, SkipsAnyDepthOfNesting) {
   constexpr int DEPTH = 200'000;
   std::string document = "<r>";
   for (int i = 0; i < DEPTH; ++i) document += "<e>";
@@ -87,20 +82,20 @@ TEST(PreferenceReader, SkipsAnyDepthOfNesting) {
   EXPECT_EQ(reader.getNextSibling()->GetName(), "last");
 }
 
-TEST(PreferenceReader, KeepsTextWithSingleBlanksAndEntities) {
-  const std::vector<walk_t> texts = {
+TEST(PreferenceReaderTest, KeepsTextWithSingleBlanksAndEntities) {
+  const std::pair<const char*, const char*> texts[] = {
       {"<a>  one \n\t two</a>", "one two"}, {"<a>one </a>", "one "},
       {"<a>&lt;&amp;&gt;</a>", "<&>"},      {"<a>one<!-- - -> -->two<b/>three</a>", "onetwo"},
       {"<a> <!-- --> one</a>", "one"},      {"<a>\xC3\xA9 \xE4\xB8\xAD</a>", "\xC3\xA9 \xE4\xB8\xAD"},
   };
-  for (const walk_t& text : texts) {
-    std::istringstream stream(text.document);
+  for (const auto& [document, text] : texts) {
+    std::istringstream stream(document);
     Reader reader(stream);
-    EXPECT_EQ(reader.beginParsing()->GetText(), text.elements) << text.document;
+    EXPECT_EQ(reader.beginParsing()->GetText(), text) << document;
   }
 }
 
-TEST(PreferenceReader, ConvertsAttributes) {
+TEST(PreferenceReaderTest, ConvertsAttributes) {
   std::istringstream stream(
       "<a int='-12' big = '4294967295' wide='65537' byte=\"300\" yes='2' true='true' real='1.5e2x'\n"
       " quotes='say \"&apos;\"' char='xy' empty='' raw=' a  b '/>");
@@ -121,7 +116,7 @@ TEST(PreferenceReader, ConvertsAttributes) {
               testing::ThrowsMessage<Node::AttributeNotFoundException>("Can't find attribute: absent"));
 }
 
-TEST(PreferenceReader, ReportsWhatEndsTooEarlyAndWhatDoesNotBelong) {
+TEST(PreferenceReaderTest, ReportsWhatEndsTooEarlyAndWhatDoesNotBelong) {
   for (const char* document : {"", "  ", "<", "<a", "<a ", "<a x", "<a x=", "<a x='1", "<a x='&am", "<a>",
                                "<a>te", "<a><b/>", "<a><b></b>", "<a/", "<a></a", "<!-- <a/>", "<?xml"}) {
     EXPECT_THROW(Describe(document), Reader::EOFFoundException) << document;

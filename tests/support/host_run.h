@@ -1,0 +1,118 @@
+// A load computer without bus and clock: its messages, joined from the frames that it sends.
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "host/protocol/field_codecs.h"
+#include "host/protocol/reassembly.h"
+#include "host/simulate/config_files.h"
+#include "host/simulate/scenario.h"
+
+namespace simulate {
+
+struct said_t {
+  std::int64_t time_ms;
+  host::MessageBytes message;
+
+  const host::command_t* Command() const { return host::FindCommand(message); }
+  bool Is(std::string_view name) const { return Command() != nullptr && Command()->name == name; }
+  double Value(std::string_view field = {}) const {
+    for (const host::field_t& f : Command()->fields) {
+      if (field.empty() || f.name == field) return host::ReadNumber(f, message);
+    }
+    ADD_FAILURE() << "no field " << field;
+    return 0;
+  }
+};
+
+class HostRun {
+ public:
+  explicit HostRun(std::uint32_t seed = 1, scenario_t scenario = {})
+      : shelf_(SOURCE_FOLDER "/config"), computer(shelf_.Chart(""), seed), player_(std::move(scenario), true) {}
+
+  // The messages of the next seconds of crane time.
+  std::vector<said_t> Pass(double seconds) {
+    std::vector<said_t> said;
+    const std::int64_t end_ms = computer.Now_ms() + static_cast<std::int64_t>(seconds * 1000);
+    while (computer.Now_ms() < end_ms) {
+      player_.Step(computer.Now_ms(), stage_);
+      for (const message_frames_t& transmission : computer.Step()) Join(transmission, said);
+    }
+    return said;
+  }
+  // Carries out the action that the words name.
+  void Do(std::string_view words) { ParseAction(SplitWords(words))(stage_); }
+  // Sets the crane on its outriggers with the hook above the ground and the boom at 60 degrees and `length`
+  // metres.
+  void Raise(const char* length) {
+    for (const char* action : {"base extended", "boom angle 60", "hoist hold 2"}) Do(action);
+    Pass(40);
+    Do(std::string("boom length ") + length);
+    Pass(40);
+  }
+
+ private:
+  void Join(const message_frames_t& transmission, std::vector<said_t>& said) {
+    host::MessageBytes message;
+    for (std::size_t i = 0; i < transmission.size(); ++i) {
+      const bool whole = reassembler_.Accept(transmission[i].Bytes(), message);
+      EXPECT_EQ(whole, i + 1 == transmission.size()) << "one message a transmission";
+      if (whole) said.push_back({computer.Now_ms(), message});
+    }
+  }
+
+  ConfigFiles shelf_;
+
+ public:
+  LoadComputer computer;
+  std::vector<int> presses;
+  std::vector<std::string> lines;
+
+ private:
+  ScenarioPlayer player_;
+  action_target_t stage_{computer, [this](int key) { presses.push_back(key); },
+                         [this](const std::string& text) { lines.push_back(text); }};
+  host::Reassembler reassembler_;
+};
+
+inline const said_t* LastOf(const std::vector<said_t>& said, std::string_view command) {
+  for (auto it = said.rbegin(); it != said.rend(); ++it) {
+    if (it->Is(command)) return &*it;
+  }
+  return nullptr;
+}
+
+inline std::size_t CountOf(const std::vector<said_t>& said, std::string_view command) {
+  std::size_t count = 0;
+  for (const said_t& one : said) count += one.Is(command) ? 1 : 0;
+  return count;
+}
+
+// The text that a message of command 5 puts into a field; empty where it names none.
+inline std::string TextOf(const said_t* said, std::string_view field) {
+  if (said == nullptr) return {};
+  const host::MessageBytes& m = said->message;
+  const std::size_t end = host::TEXTS_BEGIN + static_cast<std::size_t>(m[1] << 8 | m[2]);
+  for (std::size_t at = host::TEXTS_BEGIN; at + host::TEXT_HEADER <= end;) {
+    const std::size_t length = static_cast<std::size_t>(m[at] << 8 | m[at + 1]);
+    if (m[at + host::TEXT_FIELD_AT] == *host::FindTextField(field)) {
+      return {m.begin() + static_cast<std::ptrdiff_t>(at + host::TEXT_HEADER),
+              m.begin() + static_cast<std::ptrdiff_t>(at + host::TEXT_LENGTH_BYTES + length)};
+    }
+    at += host::TEXT_LENGTH_BYTES + length;
+  }
+  return {};
+}
+
+inline bool HasLamp(const said_t* values, std::string_view lamp) {
+  const auto names = host::LampNames();
+  const auto bit = std::ranges::find(names, lamp) - names.begin();
+  return (static_cast<std::uint32_t>(values->Value("led")) >> bit & 1U) != 0;
+}
+
+}  // namespace simulate
