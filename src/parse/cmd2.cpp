@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "src/core/command_counters.h"
 #include "src/core/operating_values.h"
 
 namespace {
@@ -38,6 +39,7 @@ unsigned LampWord(const MessageView& payload) {
 }  // namespace
 
 void ProcessCmd2(orvikData_t* data, const MessageView& payload) {
+  IncrementCommandCounter(data, COUNT_CMD2);
   for (const float_value_t& value : FLOAT_VALUES) value.set(data, payload.BeFloat(value.at));
   SetPartsOfLine(data, payload.Byte(PARTS_OF_LINE_AT));
   SetLEDState(data, LampWord(payload));

@@ -1,5 +1,6 @@
 #include "src/parse/cmd3.h"
 
+#include "src/core/command_counters.h"
 #include "src/core/console.h"
 #include "src/core/sharing.h"
 #include "src/text/expand.h"
@@ -45,6 +46,7 @@ void CenterFlashLine(orvikData_t* data, const std::vector<unsigned>& codepoints)
 }  // namespace
 
 void ProcessCmd3(orvikData_t* data, SubCmd_t* command) {
+  IncrementCommandCounter(data, COUNT_CMD3);
   if (!HasGoodLength(data, *command)) return;
 
   std::string text = command->Text();

@@ -1,5 +1,6 @@
 #include "src/parse/cmd5.h"
 
+#include "src/core/command_counters.h"
 #include "src/core/console.h"
 #include "src/core/sharing.h"
 #include "src/text/expand.h"
@@ -59,6 +60,7 @@ void WalkSubCommands(orvikData_t* data, const MainCmd_t& command, int (*handle)(
 }  // namespace
 
 void ProcessCmd5(orvikData_t* data, MainCmd_t* command) {
+  IncrementCommandCounter(data, COUNT_CMD5);
   if (!HasGoodMainLength(data, *command, ", subLen=")) return;
 
   const MutexGuard guard(data->displayMutex);

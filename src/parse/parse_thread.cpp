@@ -71,15 +71,15 @@ struct main_command_t {
   void (*process)(orvikData_t* data, const MessageView& payload);
 };
 
-// The index is the command number. CMD7 has a counter for each sub-command, and CMD9 advances the counter of
-// CMD8.
+// The index is the command number. CMD2, CMD3 and CMD5 count themselves, because other code may call their
+// functions. CMD7 has a counter for each sub-command, and CMD9 advances the counter of CMD8.
 constexpr std::array<main_command_t, 10> COMMANDS = {{
     {COUNT_CMD0, ReportInitialize},
     {COUNT_CMD1, IgnoreCommand},
-    {COUNT_CMD2, ProcessCmd2},
-    {COUNT_CMD3, ShowFlashMessage},
+    {COUNT_NONE, ProcessCmd2},
+    {COUNT_NONE, ShowFlashMessage},
     {COUNT_CMD4, SetBeeperFromHost},
-    {COUNT_CMD5, ShowStrings},
+    {COUNT_NONE, ShowStrings},
     {COUNT_CMD6, ReportKeyStatusRequest},
     {COUNT_NONE, ProcessCmd7},
     {COUNT_CMD8, StoreProtocolVersion},

@@ -1,7 +1,6 @@
-#include "host/protocol/operating_values.h"
-
 #include <gtest/gtest.h>
 
+#include "host/protocol/cmd2_values.h"
 #include "tests/support/hex.h"
 #include "tests/support/test_folder.h"
 
@@ -9,15 +8,15 @@ namespace {
 
 TEST(OperatingValuesTest, ComeBackFromTheirFileAndSurviveABrokenOne) {
   const TestFolder folder;
-  host::OperatingValues values;
+  host::Cmd2Values values;
   values.Set("percent", 85.5);
   values.Set("led", 0x80000002);
   values.Set("swing", -75);
-  host::SaveOperatingValues(folder.Path(), values);
-  EXPECT_EQ(ToHex(host::LoadOperatingValues(folder.Path()).Encode()), ToHex(values.Encode()));
+  host::SaveSentValues(folder.Path(), values);
+  EXPECT_EQ(ToHex(host::LoadSentValues(folder.Path()).MakeMessage()), ToHex(values.MakeMessage()));
 
   folder.Write("hx7.values", "load\nradius=abc\nnothing=1\nangle=60\n=\n\xFF\xFE");
-  values = host::LoadOperatingValues(folder.Path());
+  values = host::LoadSentValues(folder.Path());
   EXPECT_EQ(values.Get("angle"), 60);
   EXPECT_EQ(values.Get("radius"), 0);
 }

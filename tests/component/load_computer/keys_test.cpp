@@ -45,7 +45,7 @@ TEST(KeysTest, ChangeTheRiggingWithItsLampAndText) {
     SCOPED_TRACE(std::string(before) + " then " + key);
     HostRun run;
     run.Raise("24");
-    for (const std::string_view earlier : host::Split(before, ',')) {
+    for (const std::string_view earlier : host::SplitAt(before, ',')) {
       if (!earlier.empty()) run.Do("key " + std::string(earlier));
     }
     run.Pass(0.2);
@@ -181,7 +181,7 @@ TEST(TextsTest, FitBesideEachOtherInEveryLanguage) {
     run.Do("limit angle -1.5 79.5");
     run.Do("limit swing -355.5 355.5");
     const unsigned width = std::string_view(language) == "chinese" ? CHINESE_COLUMNS : COLUMNS;
-    const Shelf shelf(SOURCE_FOLDER "/config");
+    const ConfigFiles shelf(SOURCE_FOLDER "/config");
     std::vector<said_t> said;
     for (const char* action :
          {"base half",       "jib long-15",   "jib short-30",      "jib absent",     "pick aux", "pick fly",

@@ -29,7 +29,7 @@ TEST(LoadComputerTest, TalksAtAHostsPace) {
   EXPECT_EQ(CountOf(said, "transition"), 0U) << "a display that runs from the beginning needs no page request";
   EXPECT_LE(CountOf(said, "texts"), 8U) << "texts are repeated at long intervals, and sent when they change";
   EXPECT_GE(CountOf(said, "units"), 5U) << "settings are repeated for a display that starts later";
-  run.computer.Hear({.identifier = DISPLAY_FRAME_ID, .length = 8, .data = {}});
+  run.computer.Accept({.identifier = DISPLAY_FRAME_ID, .length = 8, .data = {}});
   EXPECT_EQ(CountOf(run.Pass(60), "transition"), 12U) << "a display that starts late gets page requests";
 }
 
@@ -97,7 +97,7 @@ TEST(LoadComputerTest, SoundsEachAlarmInItsWay) {
     before = beeper;
     EXPECT_EQ(TextOf(LastOf(said, "texts"), "line4-center"), text);
     const std::string flash(text[0] == '\0' ? " " : text);
-    const host::Message& message = LastOf(said, "flash")->message;
+    const host::MessageBytes& message = LastOf(said, "flash")->message;
     EXPECT_EQ(std::string(message.begin() + FLASH_AT, message.end()).substr(0, flash.size()), flash);
     EXPECT_EQ(HasLamp(LastOf(said, "operating-values"), "alarm"), beeper != 0);
     if (*lamp != '\0') {

@@ -11,6 +11,7 @@
 #include "src/core/queues.h"
 #include "src/devio/timer.h"
 #include "src/pages/action_channel.h"
+#include "src/pages/key_dispatch.h"
 #include "src/pages/key_report.h"
 #include "src/pages/keypad_scanner.h"
 #include "src/pages/page_tables.h"
@@ -124,7 +125,8 @@ TEST_F(ActionsTest, ActionsActInTheirOrder) {
 
 TEST_F(ActionsTest, AReleaseEndsTheKeyStatusWhateverItFindsOnThePage) {
   const ConsoleCapture console;
-  for (const int pageAtRelease : {ACTION_PAGE_MAIN, ACTION_PAGE_CONFIG, ACTION_PAGE_SPLASH, ACTION_PAGE_DIALS}) {
+  for (const int pageAtRelease :
+       {ACTION_PAGE_MAIN, ACTION_PAGE_CONFIG, ACTION_PAGE_SPLASH, ACTION_PAGE_DIALS}) {
     Show(ACTION_PAGE_MAIN);
     MatrixDispatch(data_, KD620_KEY4, KEY_PRESSED);
     EXPECT_EQ(data_->keyStatus, 19);

@@ -53,7 +53,7 @@ void PressKeys(orvikData_t* data) {
 
 TEST(Reinitialisation, LeavesHandlesAndPagesWholeForTheThreadsThatUseThem) {
   TestRecord record;
-  orvikData_t* data = record.Get();
+  orvikData_t* data = record;
   data->initialize = InitOrvikData;
   data->screenObjectIds["orvikTextWidgetCapacity"] = CAPACITY_HANDLE;
   ConsoleCapture console;

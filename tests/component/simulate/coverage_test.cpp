@@ -24,7 +24,7 @@ std::string NameOf(const said_t& said) {
 
 TEST(CoverageTest, EveryCommandIsSentBySomeScenario) {
   std::map<std::string, row_t> table;
-  const Shelf shelf(SOURCE_FOLDER "/config");
+  const ConfigFiles shelf(SOURCE_FOLDER "/config");
   for (const std::string& name : shelf.ScenarioNames()) {
     SCOPED_TRACE(name);
     const scenario_t scenario = shelf.NamedScenario(name);

@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "host/protocol/errors.h"
-#include "host/simulate/control.h"
+#include "host/simulate/simulation_commands.h"
 #include "host/simulate/state_json.h"
 #include "tests/support/host_run.h"
 
@@ -46,11 +46,12 @@ TEST(ScenarioTest, TakesOtherUnits) {
 }
 
 TEST(RequestsTest, AreReadOrRefused) {
-  const Shelf shelf(SOURCE_FOLDER "/config");
-  EXPECT_TRUE(std::holds_alternative<action_t>(ReadDo(R"({"do":"boom angle 45"})", shelf)));
+  const ConfigFiles shelf(SOURCE_FOLDER "/config");
+  EXPECT_TRUE(std::holds_alternative<crane_action_t>(ReadDo(R"({"do":"boom angle 45"})", shelf)));
   EXPECT_EQ(std::get<scenario_t>(ReadDo(R"({"do":"scenario overload"})", shelf)).name, "overload");
   EXPECT_EQ(std::get<scenario_t>(ReadDo(R"({"do":"scenario none"})", shelf)).lines.size(), 0U);
-  EXPECT_EQ(std::get<by_hand_t>(ReadControls(R"({"angle":45,"load":5000.5,"swing":-20})")).actions.size(), 3U);
+  EXPECT_EQ(
+      std::get<manual_control_t>(ReadControls(R"({"angle":45,"load":5000.5,"swing":-20})")).actions.size(), 3U);
   for (const char* body : {"", "[]", "{}", "{", R"({"do":5})", R"({"do":""})", R"({"do":"fly away"})",
                            R"({"do":"stop","more":1})", R"({"do":"scenario ../../etc/passwd"})"}) {
     EXPECT_THROW(ReadDo(body, shelf), host::UsageError) << body;

@@ -1,10 +1,11 @@
-#include "src/devio/digital_io.h"
 #include "src/devio/timer.h"
 
+#include <chrono>
 #include <tuple>
 
 #include <gtest/gtest.h>
 
+#include "src/devio/digital_io.h"
 #include "tests/support/test_record.h"
 
 namespace {

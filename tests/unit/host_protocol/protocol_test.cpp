@@ -13,7 +13,6 @@
 #include "host/protocol/message_json.h"
 #include "host/protocol/message_lines.h"
 #include "host/protocol/reassembly.h"
-#include "host/protocol/words.h"
 #include "tests/support/hex.h"
 
 namespace {
@@ -89,9 +88,9 @@ TEST(WordsTest, GiveJsonWithNumbersNamesAndLists) {
 }
 
 TEST(EncodeTest, WhatDoesNotFitBecomesTheNearestThatDoesOrIsRefused) {
-  EXPECT_EQ(ToHex(host::Encode("beeper", 300)), "04 FF");
-  EXPECT_EQ(ToHex(host::Encode("beeper", -1)), "04 00");
-  host::OperatingValues values;
+  EXPECT_EQ(ToHex(host::MakeMessage("beeper", 300)), "04 FF");
+  EXPECT_EQ(ToHex(host::MakeMessage("beeper", -1)), "04 00");
+  host::Cmd2Values values;
   values.Set("swing", -40000);
   EXPECT_EQ(ToHex(values.MakeMessage()).substr(90, 5), "80 00");
   using texts_t = std::vector<host::field_text_t>;
@@ -101,9 +100,10 @@ TEST(EncodeTest, WhatDoesNotFitBecomesTheNearestThatDoesOrIsRefused) {
 }
 
 TEST(SegmentTest, PadsTheLastFrameAndKnowsItsBounds) {
-  EXPECT_THAT(ToHex(host::Segment(Message{6})), ElementsAre("00 01 06 FF FF FF FF FF"));
-  EXPECT_THAT(ToHex(host::Segment(Message{1, 2, 3, 4, 5, 6})), ElementsAre("00 01 01 02 03 04 05 06"));
-  EXPECT_THAT(ToHex(host::Segment(Message{1, 2, 3, 4, 5, 6, 7})),
+  EXPECT_THAT(ToHex(host::CutIntoFrames(MessageBytes{6})), ElementsAre("00 01 06 FF FF FF FF FF"));
+  EXPECT_THAT(ToHex(host::CutIntoFrames(MessageBytes{1, 2, 3, 4, 5, 6})),
+              ElementsAre("00 01 01 02 03 04 05 06"));
+  EXPECT_THAT(ToHex(host::CutIntoFrames(MessageBytes{1, 2, 3, 4, 5, 6, 7})),
               ElementsAre("00 02 01 02 03 04 05 06", "01 07 FF FF FF FF FF FF"));
   EXPECT_EQ(host::CutIntoFrames(MessageBytes(6 + 7 * 254)).size(), 255U);
   EXPECT_THROW(host::CutIntoFrames(MessageBytes(6 + 7 * 254 + 1)), host::UsageError);

@@ -57,7 +57,7 @@ TEST(SendPlanTest, SendsEachCommandByName) {
 }
 
 TEST(SendPlanTest, GathersValuesAndTextsWhereTheFirstStands) {
-  host::OperatingValues values;
+  host::Cmd2Values values;
   values.Set("load", 1);
   const std::vector<std::string> arguments = {"units=1",  "radius=2",         "line1-center=A",
                                               "beeper=1", "led=prealarm,a2b", "stowed=B"};

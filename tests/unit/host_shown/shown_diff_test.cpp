@@ -51,7 +51,7 @@ TEST(ShownValuesTest, AreRoundedAsTheDisplayRoundsThem) {
 }
 
 TEST(ShownStateTest, FollowsTheHostsMessagesAsTheDisplayDoes) {
-  const std::pair<std::vector<const char*>, host::shown_t> cases[] = {
+  const std::pair<std::vector<const char*>, host::shown_texts_t> cases[] = {
       {{"07 0B 01", "07 0B 02"}, {{"units", "metric"}}},  // other numbers are refused
       {{"07 0D 04", "07 0D 06"}, {{"language", "russian"}}},
       {{"07 0F 03", "07 0F 02"}, {{"page-request", "slate-to-main"}}},
@@ -146,7 +146,7 @@ TEST(DiffLinesTest, SayWhatEachLogShowsAsJson) {
       .time_us = {1'700'000'000'250'000, 1'700'000'000'260'000},
       .shown = {{"load", {"12,300", "12,400"}, {1'700'000'000'250'000, 1'700'000'000'260'000}},
                 {"flash", {"", "GO"}, {0, 1'700'000'001'000'000}}}};
-  EXPECT_EQ(host::DifferenceJson(difference),
+  EXPECT_EQ(host::FormatDifferenceJson(difference),
             R"({"a":{"time":1700000000.25,"states":1},"b":{"time":1700000000.26,"states":2},)"
             R"("shown":{"load":{"a":"12,300","a_time":1700000000.25,"b":"12,400","b_time":1700000000.26},)"
             R"("flash":{"a":null,"a_time":0.0,"b":"GO","b_time":1700000001.0}}})");

@@ -71,7 +71,7 @@ TEST_F(CanTransportTest, IgnoresOtherIdentifiersAndMessagesTooShortForAFrame) {
 }
 
 TEST(ProgramDateTest, AlwaysHasADayOfTwoDigits) {
-  const program_date_t early = BuildProgramDate("Sep  7 2026");
+  const program_date_t early = MakeProgramDate("Sep  7 2026");
   EXPECT_THAT(early.frame1, ElementsAre(0, 2, 'S', 'e', 'p', ' ', '0', '7'));
   EXPECT_THAT(early.frame2, ElementsAre(1, ' ', '2', '0', '2', '6', 0xFF, 0xFF));
   EXPECT_THAT(MakeProgramDate("Aug 27 2013").frame1, ElementsAre(0, 2, 'A', 'u', 'g', ' ', '2', '7'));

@@ -8,7 +8,7 @@ namespace {
 
 TEST(HttpAddressTest, IsOneOfTheLoopback) {
   for (const char* text : {"127.0.0.1:8740", "localhost:0", "[::1]:65535", "127.1.2.3:1"}) {
-    EXPECT_EQ(http::FormatAddress(http::ParseAddress(text)), text);
+    EXPECT_EQ(base::FormatHostPort(http::ParseAddress(text)), text);
   }
   for (const char* text :
        {"", "127.0.0.1", ":8740", "0.0.0.0:8740", "192.168.0.2:80", "127.0.0.1:", "127.0.0.1:65536",

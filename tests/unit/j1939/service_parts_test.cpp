@@ -9,7 +9,6 @@
 #include "src/services/nm_messages.h"
 #include "tests/support/bytes.h"
 #include "unit/j1939/bus_report.h"
-#include "unit/j1939/conversation.h"
 #include "unit/j1939/j1939_requests.h"
 #include "unit/j1939/pacing.h"
 #include "unit/j1939/socketcand_session.h"
@@ -86,7 +85,7 @@ TEST(ConversationTest, AnswersAsSocketcandDoes) {
       {"<>", "< error unknown command >"},
       {"< bcmmode >", "< ok >"},
   };
-  Conversation station;
+  SocketcandSession station;
   for (const auto& [message, reply] : conversation) EXPECT_EQ(station.Take(message).reply, reply) << message;
   EXPECT_EQ(station.Refused(), 9U);
 }

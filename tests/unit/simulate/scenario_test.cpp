@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 
 #include "host/protocol/errors.h"
-#include "host/simulate/control.h"
+#include "host/simulate/simulation_commands.h"
 
 namespace simulate {
 namespace {
@@ -54,7 +54,7 @@ TEST(ScenarioTest, SaysWhereAMistakeStandsAndWhatWouldBeRight) {
 }
 
 TEST(RequestsTest, AreBounded) {
-  ControlQueue queue;
+  CommandQueue queue;
   int taken = 0;
   while (taken < 1000 && queue.Post(manual_control_t{})) ++taken;
   EXPECT_EQ(taken, 256);

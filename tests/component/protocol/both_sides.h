@@ -41,7 +41,7 @@ inline std::string Plain(std::string_view text) {
 inline std::string PlaceOf(std::uint8_t field) {
   TestRecord record;
   InitAllFields();
-  Tell(record, host::EncodeTexts(std::vector<host::text_t>{{field, "ab"}}));
+  Tell(record, host::MakeTextsMessage(std::vector<host::field_text_t>{{field, "ab"}}));
   if (ErectedText(record) == "ab") return "label of the erected jib";
   if (StowedText(record) == "ab") return "label of the stowed jib";
   for (int line = 0; line < record->lcdRows; ++line) {

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/load_computer/texts.h"
+#include "host/load_computer/phrases.h"
 #include "host/protocol/decode.h"
 #include "host/protocol/encode.h"
 #include "src/core/name_tables.h"
@@ -18,7 +18,7 @@
 #include "src/pages/display_transition.h"
 #include "src/pages/key_report.h"
 #include "src/text/fields.h"
-#include "tests/unit/protocol/both_sides.h"
+#include "tests/component/protocol/both_sides.h"
 
 namespace {
 
@@ -42,13 +42,13 @@ std::string SwingMode(unsigned number) {
 // "Set display mode: Units ( with trailing zeroes )"; any number but 0 is the second mode.
 std::string DisplayMode(unsigned number) {
   TestRecord record;
-  const std::string said = Tell(record, host::Encode("display-mode", number));
+  const std::string said = Tell(record, host::MakeMessage("display-mode", number));
   return number > 1 ? "" : said.substr(18, said.find_first_of(" \n", 18) - 18);
 }
 
 std::string Beeper(const char* command, unsigned number) {
   TestRecord record;
-  Tell(record, host::Encode(command, number));
+  Tell(record, host::MakeMessage(command, number));
   const int state = record->beeperState;
   EXPECT_TRUE(state != BEEPER_PULSE || record->beeperDuration == static_cast<int>(number));
   return state == BEEPER_SILENT ? "off" : state == BEEPER_CONTINUOUS ? "continuous" : "";
@@ -144,9 +144,10 @@ TEST(Names, OfColorsBeginWithTheLetterInTheLampAndDarkHasNone) {
 
 TEST(Names, OfUnitsStandForTheUnitsThatTheDisplayShows) {
   const host::command_t& command = host::OperatingValuesCommand();
-  const host::Message message = host::Encode(command, std::vector<double>(command.fields.size(), 1.5));
+  const host::MessageBytes message =
+      host::MakeMessage(command, std::vector<double>(command.fields.size(), 1.5));
   for (unsigned units = 0; units < UNITS_WEIGHT.size(); ++units) {
-    const host::decoded_t decoded = host::DecodeCommand(message, units);
+    const host::decoded_t decoded = host::ReadCommand(message, units);
     EXPECT_EQ(decoded.values[1].unit, UNITS_WEIGHT[units][0]);
     EXPECT_EQ(decoded.values[2].unit, UNITS_DISTANCE[units][0]);
     EXPECT_EQ(host::NameOf(NamesOf("units"), units),
@@ -198,9 +199,9 @@ TEST(Grid, HasTheHostsLinesAndColumnsInEveryLanguage) {
     if (name.starts_with("line")) lines = std::max(lines, name[4] - '0');
   }
   for (const auto& [number, name] : NamesOf("language")) {
-    Tell(record, host::Encode("language", number));
+    Tell(record, host::MakeMessage("language", number));
     EXPECT_EQ(record->lcdRows, lines) << name;
-    const unsigned columns = name == "chinese" ? simulate::kChineseColumns : simulate::kColumns;
+    const unsigned columns = name == "chinese" ? simulate::CHINESE_COLUMNS : simulate::COLUMNS;
     EXPECT_EQ(record->lcdColumns, static_cast<int>(columns)) << name;
   }
 }

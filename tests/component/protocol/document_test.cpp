@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "host/protocol/protocol.h"
-#include "tests/unit/protocol/both_sides.h"
+#include "tests/component/protocol/both_sides.h"
 
 namespace {
 

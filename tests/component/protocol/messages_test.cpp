@@ -9,8 +9,8 @@
 
 #include "host/protocol/decode.h"
 #include "host/protocol/encode.h"
+#include "host/protocol/message_lines.h"
 #include "host/protocol/reassembly.h"
-#include "host/protocol/words.h"
 #include "src/core/command_counters.h"
 #include "src/core/queues.h"
 #include "src/hostlink/can_transport.h"
@@ -18,12 +18,12 @@
 #include "src/hostlink/immediate_replies.h"
 #include "src/hostlink/j1939_external.h"
 #include "src/services/nm_messages.h"
-#include "tests/unit/protocol/both_sides.h"
 #include "tests/support/fake_service.h"
+#include "tests/component/protocol/both_sides.h"
 
 namespace {
 
-using host::Message;
+using host::MessageBytes;
 
 // The bytes in front of the data: the command, and the sub-command where it has one.
 std::size_t HeadOf(const host::command_t& command) {
@@ -38,7 +38,7 @@ TEST(Commands, OfTheHostAreThoseThatTheDisplayKnows) {
   const ConsoleCapture console;
   for (unsigned number = 0; number < 256; ++number) {
     const auto byte = static_cast<std::uint8_t>(number);
-    for (const Message& message : {Message{byte, 0}, Message{7, byte}}) {
+    for (const MessageBytes& message : {MessageBytes{byte, 0}, MessageBytes{7, byte}}) {
       const unsigned before = unknown();
       ParseMessage(record, BlockOf(message));
       EXPECT_EQ(unknown() == before, host::FindCommand(message) != nullptr) << testing::PrintToString(message);
@@ -79,10 +79,10 @@ words_t WordsOf(const orvikData_t& r) {
           {"encryption value", r.dynamicEncryptionMethod}};
 }
 
-words_t WordsAfter(const Message& message) {
+words_t WordsAfter(const MessageBytes& message) {
   TestRecord record;
   Tell(record, message);
-  return WordsOf(*record.Get());
+  return WordsOf(*static_cast<orvikData_t*>(record));
 }
 
 TEST(Commands, BringEachFieldToItsWordAndToNoOther) {
@@ -90,7 +90,7 @@ TEST(Commands, BringEachFieldToItsWordAndToNoOther) {
   const std::set<std::string> elsewhere = {"max-parts-of-line value", "transition value", "valid-keys keys"};
   for (const host::command_t& command : host::Commands()) {
     std::vector<double> values(command.fields.size(), 0.0);
-    const words_t before = values.empty() ? words_t() : WordsAfter(host::Encode(command, values));
+    const words_t before = values.empty() ? words_t() : WordsAfter(host::MakeMessage(command, values));
     for (std::size_t i = 0; i < values.size(); ++i) {
       std::string name = std::string(command.name) + " " + std::string(command.fields[i].name);
       if (elsewhere.contains(name)) continue;
@@ -99,7 +99,7 @@ TEST(Commands, BringEachFieldToItsWordAndToNoOther) {
       words_t expected = before;
       ASSERT_TRUE(expected.contains(name)) << name << " is no word of WordsOf";
       expected[name] = command.fields[i].name == "percent" ? values[i] / 100 : values[i];
-      EXPECT_EQ(WordsAfter(host::Encode(command, values)), expected) << name;
+      EXPECT_EQ(WordsAfter(host::MakeMessage(command, values)), expected) << name;
       values[i] = 0;
     }
   }
@@ -109,34 +109,34 @@ TEST(Commands, BringLampBitsAroundTheSwingAndTheMaskOfEachKey) {
   std::vector<double> values(host::OperatingValuesCommand().fields.size());
   values[7] = 0x81020304;
   values[8] = -75;
-  const words_t words = WordsAfter(host::Encode(host::OperatingValuesCommand(), values));
+  const words_t words = WordsAfter(host::MakeMessage(host::OperatingValuesCommand(), values));
   EXPECT_EQ(words.at("operating-values led"), 0x81020304);
   EXPECT_EQ(words.at("operating-values swing"), -75);
 
   TestRecord record;
   std::vector<std::uint8_t> masks(HOST_KEYS);
   for (std::size_t i = 0; i < masks.size(); ++i) masks[i] = static_cast<std::uint8_t>(i * 11);
-  EXPECT_EQ(Tell(record, host::EncodeKeyMasks(masks)), "");
+  EXPECT_EQ(Tell(record, host::MakeKeyMasksMessage(masks)), "");
   EXPECT_TRUE(std::ranges::equal(masks, record->keyMasks, [](unsigned a, unsigned b) { return a == b; }));
 }
 
 // '#' for each byte of the message that makes a difference to the record or to what the console says.
 std::string BytesRead(const host::command_t& command) {
-  const auto effect = [](const Message& message) {
+  const auto effect = [](const MessageBytes& message) {
     TestRecord record;
     for (auto& mask : record->keyMasks) mask = 0x55;
     std::string said = Tell(record, message);
-    return std::tuple(std::move(said), WordsOf(*record.Get()), record->keyMasks[0].Load());
+    return std::tuple(std::move(said), WordsOf(*static_cast<orvikData_t*>(record)), record->keyMasks[0].Load());
   };
   // Bytes that make large floats, where any change counts although weights are cut to hundreds.
-  Message message(command.leastLength + 4, command.fields.size() > 4 ? 0x4E : 0);
-  const Message head = host::Encode(command, std::vector<double>(command.fields.size()));
+  MessageBytes message(command.leastLength + 4, command.fields.size() > 4 ? 0x4E : 0);
+  const MessageBytes head = host::MakeMessage(command, std::vector<double>(command.fields.size()));
   std::copy_n(head.begin(), HeadOf(command), message.begin());
   const auto before = effect(message);
   std::string read(message.size(), '.');
   for (std::size_t at = HeadOf(command); at < message.size(); ++at) {
     for (const unsigned change : {0x01U, 0xFFU}) {
-      Message changed = message;
+      MessageBytes changed = message;
       changed[at] = static_cast<std::uint8_t>(changed[at] ^ change);
       if (effect(changed) != before) read[at] = '#';
     }
@@ -161,15 +161,15 @@ TEST(Texts, AreRefusedByTheDisplayWhereTheDecoderPointsOutAFault) {
   TestRecord record;
   for (std::uint8_t length = 0; length < 12; ++length) {
     for (const auto field : std::array<std::uint8_t, 4>{0, 30, 31, 255}) {
-      std::vector<Message> messages = {{3, 0, length, 0, field, 'A', 'B'}};
+      std::vector<MessageBytes> messages = {{3, 0, length, 0, field, 'A', 'B'}};
       for (std::uint8_t total = 0; total < 16; ++total) {
         // It points out a text beyond the total as well, which the display takes whole.
         if (total < 5 || length + 2 <= total) messages.push_back({5, 0, total, 0, length, 0, field, 'A', 'B'});
       }
-      for (Message& message : messages) {
+      for (MessageBytes& message : messages) {
         SCOPED_TRACE(testing::PrintToString(message));
         message.resize(64);
-        EXPECT_EQ(Tell(record, message) == "", host::DecodeCommand(message, {}).problem == "");
+        EXPECT_EQ(Tell(record, message) == "", host::ReadCommand(message, {}).problem == "");
       }
     }
   }
@@ -189,8 +189,8 @@ TEST(Frames, AreJoinedAlikeOnBothSides) {
   Decapsulator decapsulator;
   int whole = 0;
   for (const auto& frame : frames) {
-    Message message;
-    ASSERT_EQ(reassembler.Feed(frame, message),
+    MessageBytes message;
+    ASSERT_EQ(reassembler.Accept(frame, message),
               decapsulator.DecodeFrame({.canID = HOST_FRAME_ID, .data = frame}));
     if (message.empty()) continue;
     ++whole;
@@ -200,8 +200,8 @@ TEST(Frames, AreJoinedAlikeOnBothSides) {
 }
 
 // The frames that the display has sent since the last call; they go to the service in the manager's messages.
-std::vector<Message> FramesOf(FakeService& manager) {
-  std::vector<Message> frames;
+std::vector<MessageBytes> FramesOf(FakeService& manager) {
+  std::vector<MessageBytes> frames;
   for (const bytes_t& request : manager.TakeRequests()) {
     const std::size_t data = NM_HEADER_SIZE + J1939_DATA_AT;
     if (request.size() == NM_HEADER_SIZE + J1939_MESSAGE_SIZE)
@@ -222,9 +222,9 @@ TEST(Requests, AreAnsweredAtOnceWithTheFramesAndBytesThatTheHostExpects) {
   addKeyData(record, 10);
   addKeyData(record, 12);
   for (const host::command_t& command : host::Commands()) {
-    Message request = {command.number, static_cast<std::uint8_t>(command.sub)};
-    const bus::frame_t frame = host::Segment(request)[0];
-    Message delivery(J1939_MESSAGE_SIZE);
+    MessageBytes request = {command.number, static_cast<std::uint8_t>(command.sub)};
+    const bus::frame_t frame = host::CutIntoFrames(request)[0];
+    MessageBytes delivery(J1939_MESSAGE_SIZE);
     platform::StoreLe32(delivery, J1939_IDENTIFIER_AT, frame.identifier);
     std::ranges::copy(frame.data, delivery.begin() + J1939_DATA_AT);
     record->canPackets.clear();
@@ -232,12 +232,12 @@ TEST(Requests, AreAnsweredAtOnceWithTheFramesAndBytesThatTheHostExpects) {
 
     EXPECT_EQ(record->canPackets.empty(), command.reply.frames > 0) << command.name;
     host::Reassembler reassembler;
-    Message reply;
-    const std::vector<Message> frames = FramesOf(manager);
-    for (const Message& part : frames) reassembler.Feed(part, reply);
+    MessageBytes reply;
+    const std::vector<MessageBytes> frames = FramesOf(manager);
+    for (const MessageBytes& part : frames) reassembler.Accept(part, reply);
     const auto answer = answers.extract(std::string(command.name));
     if (answer) {
-      EXPECT_EQ(host::InWords(host::DecodeReply(command, reply)), answer.mapped());
+      EXPECT_EQ(host::FormatMessage(host::ReadReply(command, reply)), answer.mapped());
     }
     while (!reply.empty() && reply.back() == FRAME_PADDING) reply.pop_back();
     EXPECT_EQ(frames.size(), command.reply.frames) << command.name;
