@@ -112,7 +112,7 @@ def test_by_hand_on_the_terminal_with_a_lost_link_and_a_restart(desk, tmp_path):
         wait_for(lambda: desk.screen()["page"] == "Main", "the operating page")
         terminal.write("laod 5000\nhelp\nload 5000\nlanguage french\nstatus\n")
         host.wait_line('"laod" is not an action', host.err)
-        host.wait_line("the hook over the ground")
+        host.wait_line("the hook above the ground")
         host.wait_line("base tires, view operating")
         wait_for(lambda: desk.value("OrvikLoad") == 11500, "five tons and the hook block")
         wait_text(desk, "FLÈCHE PRINCIPALE")

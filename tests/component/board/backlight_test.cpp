@@ -74,7 +74,7 @@ TEST_F(BacklightTest, RefusesARangeThatIsNone) {
   for (const char* text : {"", "0\n", "-5\n", "5 5\n", "99999999999\n"}) {
     folder_.Write("max_brightness", text);
     EXPECT_THAT([this] { const Backlight light(folder_.Path()); },
-                testing::ThrowsMessage<std::runtime_error>(HasSubstr("holds no number above 0")))
+                testing::ThrowsMessage<std::runtime_error>(HasSubstr("is not a number above 0")))
         << text;
   }
 }
