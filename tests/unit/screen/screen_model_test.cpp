@@ -65,7 +65,7 @@ TEST(Design, AFolderGivesItsGoodPagesAndReportsTheOthers) {
   const design_t design = LoadDesign(folder.Path(), {}, problems);
   EXPECT_EQ(design.size(), 2U);
   EXPECT_EQ(problems.size(), 2U);
-  EXPECT_THAT(CheckDesign(design), testing::UnorderedElementsAre(HasSubstr("Nowhere"), HasSubstr("one order")));
+  EXPECT_THAT(CheckDesign(design), testing::UnorderedElementsAre(HasSubstr("Nowhere"), HasSubstr("same order")));
 }
 
 // The product's own design beside its configuration.
@@ -80,13 +80,13 @@ TEST(ProductDesign, FitsTheConfigurationAndIsDrawn) {
   for (const auto& [name, page] : design) {
     EXPECT_TRUE(names.actions.contains(page.action)) << page.action;
     for (const auto& [event, target] : page.transitions) EXPECT_TRUE(events.contains(event)) << event;
-    for (const live_element_t& element : page.elements) {
-      const std::string& variable = element.variable;
-      EXPECT_TRUE(variable.empty() || variable == DATA_STATE_VARIABLE || names.variables.contains(variable))
-          << name << ": " << variable;
+    for (const live_element_t& element : page.looks[LOOK_DAY].elements) {
+      for (const std::string& variable : element.variables) {
+        EXPECT_TRUE(variable == DATA_STATE_VARIABLE || names.variables.contains(variable)) << name << ": " << variable;
+      }
     }
     std::ostringstream svg;
-    page.document->print(svg);
+    page.looks[LOOK_DAY].document->print(svg);
     EXPECT_THAT(RenderPng(svg.str()), testing::StartsWith("\x89PNG")) << name;
   }
   EXPECT_THROW(RenderPng("<svg"), std::runtime_error);

@@ -19,6 +19,7 @@ namespace unit {
 
 // The service's own variable beside those of the database.
 constexpr const char* DATA_STATE_VARIABLE = "Screen.DataState";
+constexpr const char* LANGUAGE_VARIABLE = "OrvikLanguage";
 enum data_state_t : int { DATA_CURRENT = 1, DATA_LINK_LOST = 2, DATA_PROGRAM_SILENT = 3 };
 
 struct element_change_t {
@@ -49,7 +50,7 @@ struct screen_counters_t {
 class ScreenModel {
  public:
   // The page of the lowest order is shown first. Throws std::runtime_error when the design has no page.
-  ScreenModel(screen_names_t names, design_t design);
+  ScreenModel(screen_names_t names, design_t design, word_catalogue_t words = {});
 
   // Keeps the command until ProcessCommands. False when its widget is unknown. Once MAX_PENDING wait, all of
   // them take effect at once.
@@ -68,10 +69,13 @@ class ScreenModel {
   void SetDrawing(drawing_t drawing);
   // The pictures that drawings use, by their ids, as definitions of every page.
   void SetPictures(drawing_t pictures);
-  // Takes the pages that were read anew; a page that is not among them stays as it is.
-  void ReplacePages(design_t&& pages);
+  // Takes the pages that were read anew; a page that is not among them stays as it is, and so does one with a
+  // mistake (CheckPage). Returns one line for each such page.
+  std::vector<std::string> ReplacePages(design_t&& pages);
+  void ReplaceWords(word_catalogue_t words);
 
   const page_t& Page() const { return *page_; }
+  look_t Look() const { return look_; }
   std::uint64_t Revision() const { return revision_; }
   // Empty names, elements and page when nothing changed. Advances the revision when something did.
   screen_change_t TakeChange();
@@ -91,19 +95,25 @@ class ScreenModel {
   void ShowPage(const std::string& name);
   void NoteChange(const std::string& variable);
   void RefreshAll();
+  void RefreshWords();
+  void UpdateLook();
+  const page_look_t& Shown() const { return page_->looks.at(look_); }
   void Refresh(std::size_t index);
   void RefreshWidget(const std::string& name);
   void RefreshVariable(const std::string& name);
   void WriteDrawing();
   void WritePictures();
   bool IsCurrent() const;
+  variable_value_t ValueOf(const live_element_t& element) const;
   element_input_t InputOf(const live_element_t& element) const;
   const widget_t* FindWidget(const std::string& name) const;
   element_change_t ChangeOf(std::size_t index) const;
 
   screen_names_t names_;
   design_t design_;
+  word_catalogue_t words_;
   page_t* page_ = nullptr;
+  look_t look_ = LOOK_DAY;
   std::map<std::int32_t, widget_t> widgets_;  // by handle
   std::map<std::string, variable_value_t> variables_;
   std::vector<screen_command_t> pending_;
