@@ -54,7 +54,7 @@ def settled(desk, wanted):
     def look():
         nonlocal last, since
         screen = desk.screen()
-        state = state_of(screen, (CONFIG / "screen" / f"{screen['page'].lower()}.svg").read_text())
+        state = state_of(screen, desk.request("GET", "/screen.svg")[1].decode())
         if state != last:
             last, since = state, time.monotonic()
         return state if state == wanted or time.monotonic() - since > 1 else None

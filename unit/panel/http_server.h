@@ -16,6 +16,7 @@ struct panel_parts_t {
   StreamHub& hub;
   KeyHolder& keys;
   std::function<bool()> connected;  // to the notification manager; any thread
+  std::string wordsFolder;          // the catalogue of the operator's languages
 };
 
 // Listens while it exists. Its pool of threads is larger than the number of streams, so that those hold nobody
@@ -33,6 +34,7 @@ class HttpServer {
  private:
   void AddAssets();
   void AddScreen();
+  void AddWords();
   void AddState();
   void AddKeys();
   void AddHost();

@@ -11,6 +11,7 @@
 #include "base/installation.h"
 #include "unit/bundle/bundle.h"
 #include "unit/database/database_commands.h"
+#include "unit/design/design_command.h"
 #include "unit/program/event_commands.h"
 #include "unit/program/replay.h"
 #include "unit/program/run.h"
@@ -203,6 +204,22 @@ void AddBundle(CLI::App& app, std::string& file, replay_arguments_t& replay, uns
   });
 }
 
+void AddDesign(CLI::App& app, unit::design_options_t& options, int& result) {
+  CLI::App* design = app.add_subcommand("design", "Check the screen's design, one line for each mistake");
+  design->add_option("FOLDER", options.folder, "The pages, such as config/screen; words and configuration beside it")
+      ->required()
+      ->check(CLI::ExistingDirectory);
+  design->add_option("--sheet", options.sheets, "Write all pages in all languages and states as FILE.png or FILE.html")
+      ->check([](const std::string& file) {
+        return file.ends_with(".png") || file.ends_with(".html") ? std::string() : file + " is neither .png nor .html";
+      });
+  design->add_option("--page", options.pages, "Draw these pages alone");
+  design->add_option("--width", options.pictureWidth, "The width of a picture on the sheet")
+      ->check(CLI::Range(80, 640))
+      ->capture_default_str();
+  design->callback([&] { result = unit::CheckDesignFolder(options); });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -223,6 +240,8 @@ int main(int argc, char** argv) {
   AddBundle(app, bundle, replay, seconds, result);
   event_arguments_t events;
   AddEvents(app, events, result);
+  unit::design_options_t design;
+  AddDesign(app, design, result);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "unit/health/subscriber.h"
+#include "unit/screen/design/word_catalogue.h"
 #include "unit/screen/render/renderer.h"
 
 namespace unit {
@@ -29,7 +30,8 @@ class ScreenPainter {
   static constexpr std::chrono::milliseconds SILENCE{3000};
   static constexpr int WIDEST = 2048;  // what every graphics processor takes
 
-  ScreenPainter();
+  // `words` are those of the veil that is shown while there is no picture.
+  explicit ScreenPainter(word_catalogue_t words);
   ~ScreenPainter();
   ScreenPainter(const ScreenPainter&) = delete;
   ScreenPainter& operator=(const ScreenPainter&) = delete;
@@ -57,16 +59,19 @@ class ScreenPainter {
   void Wake();
   void Run();
   void Step(int width, int height);
+  void FollowLanguage(const std::string& svg);
   void Draw(source_t source);
   void Lose(const std::string& problem);
   clock_t::time_point NextLook() const;
 
-  const picture_t veil_;
+  const word_catalogue_t words_;
+  double language_ = 0;       // the thread's: of the last document
   source_t drawn_;            // the thread's
   clock_t::time_point look_;  // the thread's: when it last asked
 
   mutable std::mutex mutex_;  // guards all down to stopping_
   picture_t picture_;         // null: there is none
+  picture_t veil_;            // in the language of the last document
   std::string problem_;
   clock_t::time_point heard_;  // when the picture was last known to be the current one
   int width_, height_;

@@ -256,5 +256,15 @@ TEST_F(Screen, AChangedDesignReplacesItsPageAndABrokenOneDoesNot) {
   EXPECT_FALSE(model_->HandleEvent(MAIN_TO_WAD)) << "the changed page has no transitions any more";
 }
 
+TEST_F(Screen, AMistakeInOnePageIsOneLineAboutThatPageAndItsTransitionIsNeverTaken) {
+  folder_.Write("wad.svg", Page("Wad", 1, WAD, R"(<transition event="WadToMain" page="Nowhere"/>)"));
+  EXPECT_THAT(model_->ReplacePages(Load()), testing::ElementsAre(HasSubstr("wad.svg: WadToMain leads to no page: Nowhere")));
+  EXPECT_TRUE(model_->HandleEvent(MAIN_TO_WAD)) << "Main leads to the page as it was";
+  EXPECT_TRUE(model_->HandleEvent(WAD_TO_MAIN)) << "and that leads back";
+  folder_.Write("wad.svg", "<svg");
+  EXPECT_THAT(model_->ReplacePages(Load()), IsEmpty()) << "the transitions to Wad are no mistake of Main";
+  EXPECT_THAT(problems_, testing::ElementsAre(HasSubstr("wad.svg")));
+}
+
 }  // namespace
 }  // namespace unit

@@ -230,6 +230,7 @@ void ScreenModel::WritePictures() {
 void ScreenModel::RefreshAll() {
   if (pageChanged_ || views_.size() != Shown().elements.size()) {
     views_.assign(Shown().elements.size(), {});
+    WriteLanguage();
     WritePictures();
     WriteDrawing();
   }
@@ -262,9 +263,19 @@ void ScreenModel::RefreshVariable(const std::string& name) {
 }
 
 void ScreenModel::RefreshWords() {
+  WriteLanguage();
   for (std::size_t i = 0; i < Shown().elements.size(); ++i) {
     if (Shown().elements[i].HasWord()) Refresh(i);
   }
+}
+
+// Names the language on the document, for who draws it and has words of its own beside it.
+void ScreenModel::WriteLanguage() {
+  pugi::xml_node root = Shown().document->document_element();
+  pugi::xml_attribute language = root.attribute(LANGUAGE_ATTRIBUTE);
+  if (!language) language = root.append_attribute(LANGUAGE_ATTRIBUTE);
+  const auto known = variables_.find(LANGUAGE_VARIABLE);
+  language.set_value(known == variables_.end() ? 0 : static_cast<int>(known->second.value_or(0)));
 }
 
 void ScreenModel::UpdateLook() {

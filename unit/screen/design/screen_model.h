@@ -20,6 +20,7 @@ namespace unit {
 // The service's own variable beside those of the database.
 constexpr const char* DATA_STATE_VARIABLE = "Screen.DataState";
 constexpr const char* LANGUAGE_VARIABLE = "OrvikLanguage";
+constexpr const char* LANGUAGE_ATTRIBUTE = "data-language";  // of the document: the variable's value
 enum data_state_t : int { DATA_CURRENT = 1, DATA_LINK_LOST = 2, DATA_PROGRAM_SILENT = 3 };
 
 struct element_change_t {
@@ -63,6 +64,8 @@ class ScreenModel {
   void SetDataState(data_state_t state);
   // Follows the transition that the page shown has for the event. True when the page changed.
   bool HandleEvent(std::uint32_t number);
+  // Shows the page of that name, which must exist.
+  void ShowPage(const std::string& name);
   // The actions that changed values call for by the page shown, oldest first; at most MAX_NOTICES are kept.
   std::vector<std::string> TakeNotices() { return std::exchange(notices_, {}); }
   bool HasNotices() const { return !notices_.empty(); }
@@ -80,6 +83,7 @@ class ScreenModel {
   // Empty names, elements and page when nothing changed. Advances the revision when something did.
   screen_change_t TakeChange();
 
+  const design_t& Design() const { return design_; }
   // The page as an SVG document.
   std::string Svg() const;
   const std::map<std::string, variable_value_t>& Variables() const { return variables_; }
@@ -92,10 +96,10 @@ class ScreenModel {
 
  private:
   void Apply(const screen_command_t& command);
-  void ShowPage(const std::string& name);
   void NoteChange(const std::string& variable);
   void RefreshAll();
   void RefreshWords();
+  void WriteLanguage();
   void UpdateLook();
   const page_look_t& Shown() const { return page_->looks.at(look_); }
   void Refresh(std::size_t index);
