@@ -105,12 +105,15 @@ std::string DrawSheet(ScreenModel& model, const sheet_options_t& options,
 std::string WriteSheetPage(const sheet_options_t& options, const std::string& png) {
   const sheet_grid_t grid{options.width};
   std::ostringstream html;
-  html << "<!doctype html>\n<html lang=\"en\">\n<meta charset=\"utf-8\">\n<title>Screen design</title>\n<style>\n"
+  html << "<!doctype html>\n<html lang=\"en\">\n<meta charset=\"utf-8\">\n<title>Screen "
+          "design</title>\n<style>\n"
           "body{background:#30363d;color:#fff;font:14px sans-serif}\n"
-          "td,th{padding:2px;text-align:left;font-weight:normal}thead th{position:sticky;top:0;background:#30363d}\n"
+          "td,th{padding:2px;text-align:left;font-weight:normal}thead "
+          "th{position:sticky;top:0;background:#30363d}\n"
           "i{display:block;width:"
        << grid.width << "px;height:" << grid.Height() << "px;background-image:url(data:image/png;base64,"
-       << EncodeBase64(png) << ")}\ni:hover{transform:scale(2);position:relative;z-index:1}\n</style>\n<table><thead><tr><th>";
+       << EncodeBase64(png)
+       << ")}\ni:hover{transform:scale(2);position:relative;z-index:1}\n</style>\n<table><thead><tr><th>";
   for (int column = 0; column < COLUMNS; ++column) html << "<th>" << ColumnName(column);
   html << "</thead>\n";
   int row = 0;

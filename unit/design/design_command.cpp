@@ -27,7 +27,8 @@ void WriteFile(const std::string& file, const std::string& bytes) {
 void WriteSheets(ScreenModel& model, const sheet_options_t& sheet, const std::vector<std::string>& files) {
   if (files.empty()) return;
   const std::string png = DrawSheet(model, sheet, [](const std::string& page) { Step("drawing " + page); });
-  for (const std::string& file : files) WriteFile(file, file.ends_with(".html") ? WriteSheetPage(sheet, png) : png);
+  for (const std::string& file : files)
+    WriteFile(file, file.ends_with(".html") ? WriteSheetPage(sheet, png) : png);
 }
 
 // The pages asked for, in the order in which they are numbered. Throws std::runtime_error with a name that no
@@ -46,9 +47,9 @@ std::vector<std::string> ChoosePages(const design_t& design, std::vector<std::st
 
 void PrintExtremes(const text_extremes_t& extremes) {
   const auto text = [](double value) { return FormatPixels(value, 1); };
-  std::cout << "smallest text " << text(extremes.size) << ", caption " << text(extremes.captionSize) << ", value "
-            << text(extremes.valueSize) << " pixels; lowest contrast " << text(extremes.contrast) << " of a label, "
-            << text(extremes.valueContrast) << " of a value\n";
+  std::cout << "smallest text " << text(extremes.size) << ", caption " << text(extremes.captionSize)
+            << ", value " << text(extremes.valueSize) << " pixels; lowest contrast " << text(extremes.contrast)
+            << " of a label, " << text(extremes.valueContrast) << " of a value\n";
 }
 
 int Check(const design_options_t& options) {
@@ -59,13 +60,16 @@ int Check(const design_options_t& options) {
   design_t design = LoadDesign(folder, WidgetNames(names), findings);
   if (design.empty()) throw std::runtime_error(folder.string() + ": there is no page (*.svg) in it");
   word_catalogue_t words = LoadWords(config / "words", findings);
-  const auto add = [&](const std::vector<std::string>& more) { findings.insert(findings.end(), more.begin(), more.end()); };
+  const auto add = [&](const std::vector<std::string>& more) {
+    findings.insert(findings.end(), more.begin(), more.end());
+  };
   add(CheckDesign(design));
   add(CheckWords(words, WordsUsed(design), {"panel.", "window."}));
   add(CheckNames(design, names));
   const sheet_options_t sheet{ChoosePages(design, options.pages), options.pictureWidth};
   ScreenModel model(std::move(names), std::move(design), std::move(words));
-  const design_report_t report = CheckTexts(model, sheet.pages, [](const std::string& page) { Step("checking " + page); });
+  const design_report_t report =
+      CheckTexts(model, sheet.pages, [](const std::string& page) { Step("checking " + page); });
   add(report.findings);
   for (const std::string& finding : findings) std::cout << finding << "\n";
   if (findings.empty()) PrintExtremes(report.extremes);

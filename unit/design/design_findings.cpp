@@ -11,9 +11,10 @@ namespace unit {
 namespace {
 
 // librsvg has none of these, or other ones.
-constexpr std::array<std::string_view, 6> UNEVEN_ATTRIBUTES{"textLength",     "lengthAdjust",  "dominant-baseline",
-                                                            "baseline-shift", "writing-mode", "white-space"};
-constexpr std::array<std::string_view, 4> UNEVEN_STYLES{"var(", "white-space", "dominant-baseline", "animation"};
+constexpr std::array<std::string_view, 6> UNEVEN_ATTRIBUTES{
+    "textLength", "lengthAdjust", "dominant-baseline", "baseline-shift", "writing-mode", "white-space"};
+constexpr std::array<std::string_view, 4> UNEVEN_STYLES{"var(", "white-space", "dominant-baseline",
+                                                        "animation"};
 
 std::string FileOf(const page_t& page) {
   return page.file.filename().string() + ": ";
@@ -57,13 +58,17 @@ bool HasValue(const Names& names, const std::string& wanted) {
 }
 
 void CheckPageNames(const page_t& page, const screen_names_t& names, std::vector<std::string>& findings) {
-  if (!names.actions.contains(page.action)) findings.push_back(FileOf(page) + "<page>: unknown action " + page.action);
+  if (!names.actions.contains(page.action))
+    findings.push_back(FileOf(page) + "<page>: unknown action " + page.action);
   for (const auto& [event, target] : page.transitions) {
-    if (!HasValue(names.events, event)) findings.push_back(FileOf(page) + "<transition>: unknown event " + event);
+    if (!HasValue(names.events, event))
+      findings.push_back(FileOf(page) + "<transition>: unknown event " + event);
   }
   for (const auto& [variable, action] : page.notices) {
-    if (!names.variables.contains(variable)) findings.push_back(FileOf(page) + "<notice>: unknown variable " + variable);
-    if (!names.actions.contains(action)) findings.push_back(FileOf(page) + "<notice>: unknown action " + action);
+    if (!names.variables.contains(variable))
+      findings.push_back(FileOf(page) + "<notice>: unknown variable " + variable);
+    if (!names.actions.contains(action))
+      findings.push_back(FileOf(page) + "<notice>: unknown action " + action);
   }
   for (const live_element_t& element : page.looks.at(LOOK_DAY).elements) {
     for (const std::string& variable : element.variables) {
@@ -131,7 +136,8 @@ void CheckScene(ScreenModel& model, const design_scene_t& scene, int language, i
     ShowScene(model, scene, language, look);
     const std::string svg = model.Svg();
     const std::vector<drawn_text_t> texts = ReadDrawnTexts(svg, cache);
-    const std::string where = scene.name + ", " + LanguageName(language) + (look == LOOK_DAY ? ", day" : ", night");
+    const std::string where =
+        scene.name + ", " + LanguageName(language) + (look == LOOK_DAY ? ", day" : ", night");
     findings.Add(CheckPlaces(texts), where);
     findings.Add(CheckSizes(texts, extremes), where);
     if (language == 0) findings.Add(CheckContrast(svg, texts, extremes), where);

@@ -13,10 +13,11 @@ constexpr std::array<const char*, LANGUAGES> LANGUAGE_NAMES{"English", "Spanish"
                                                             "Chinese", "Russian", "French"};
 // The longer of the two systems' units, as the application writes them.
 constexpr std::array<const char*, LANGUAGES> WEIGHTS{"kgs", "libras", "libras", "kgs", "kgs", "livres"};
-constexpr std::array<const char*, LANGUAGES> DISTANCES{"meters", "metros", "metros", "meters", "meters", "meters"};
+constexpr std::array<const char*, LANGUAGES> DISTANCES{"meters", "metros", "metros",
+                                                       "meters", "meters", "meters"};
 constexpr std::array<const char*, LANGUAGES> LINES{
-    "OUTRIGGERS 100%          MAIN BOOM HOIST", "ESTABILIZADORES 100%     CABRESTANTE PPAL",
-    "ESTABILIZADORES 100%   GUINCHO PRINCIPAL", "支腿全伸　主臂卷扬",
+    "OUTRIGGERS 100%          MAIN BOOM HOIST",  "ESTABILIZADORES 100%     CABRESTANTE PPAL",
+    "ESTABILIZADORES 100%   GUINCHO PRINCIPAL",  "支腿全伸　主臂卷扬",
     "ОПОРЫ ВЫДВИНУТЫ 100%      ГЛАВНАЯ ЛЕБЁДКА", "STABILISATEURS 100%      TREUIL PRINCIPAL"};
 
 struct value_text_t {
@@ -34,13 +35,34 @@ constexpr std::array<value_text_t, 6> VALUES{{{"Load", "12,300", "888,800"},
 // Everything that the host can light at once, and values of the greatest width.
 std::map<std::string, double> AllLit(double color) {
   std::map<std::string, double> lit;
-  for (const char* name :
-       {"OrvikPickMainBoom", "OrvikPickAux", "OrvikPickFly", "OrvikJibShortFly0", "OrvikJibLongFly0",
-        "OrvikJibShortFly15", "OrvikJibLongFly15", "OrvikJibShortFly30", "OrvikJibLongFly30", "OrvikFrontWinch",
-        "OrvikRearWinch", "OrvikCounterweight", "OrvikStowed", "OrvikBoomMode", "OrvikAuxHead", "OrvikAlarmSet",
-        "OrvikPreAlarm", "OrvikOverload", "OrvikA2B", "OrvikAngleAlarmSet", "OrvikAngleAlarmTripped",
-        "OrvikRadiusAlarmSet", "OrvikRadiusAlarmTripped", "OrvikExtensionAlarmSet", "OrvikExtensionAlarmTripped",
-        "OrvikSwingAlarmSet", "OrvikSwingAlarmTripped", "OrvikManBasket"}) {
+  for (const char* name : {"OrvikPickMainBoom",
+                           "OrvikPickAux",
+                           "OrvikPickFly",
+                           "OrvikJibShortFly0",
+                           "OrvikJibLongFly0",
+                           "OrvikJibShortFly15",
+                           "OrvikJibLongFly15",
+                           "OrvikJibShortFly30",
+                           "OrvikJibLongFly30",
+                           "OrvikFrontWinch",
+                           "OrvikRearWinch",
+                           "OrvikCounterweight",
+                           "OrvikStowed",
+                           "OrvikBoomMode",
+                           "OrvikAuxHead",
+                           "OrvikAlarmSet",
+                           "OrvikPreAlarm",
+                           "OrvikOverload",
+                           "OrvikA2B",
+                           "OrvikAngleAlarmSet",
+                           "OrvikAngleAlarmTripped",
+                           "OrvikRadiusAlarmSet",
+                           "OrvikRadiusAlarmTripped",
+                           "OrvikExtensionAlarmSet",
+                           "OrvikExtensionAlarmTripped",
+                           "OrvikSwingAlarmSet",
+                           "OrvikSwingAlarmTripped",
+                           "OrvikManBasket"}) {
     lit[name] = 1;
   }
   for (const char* name :
@@ -117,8 +139,14 @@ const std::vector<design_scene_t>& SheetScenes() {
   static const std::vector<design_scene_t> SCENES{
       {"normal", DATA_CURRENT, {}, false},
       {"pre-alarm", DATA_CURRENT, {{"OrvikPercentSafeWorkingLoad", 0.95}, {"OrvikPreAlarm", 1}}, false},
-      {"overload", DATA_CURRENT, {{"OrvikPercentSafeWorkingLoad", 1.12}, {"OrvikOverload", 1}, {"OrvikBeepImage", 1}}, false},
-      {"two-block", DATA_CURRENT, {{"OrvikPercentSafeWorkingLoad", 0.45}, {"OrvikA2B", 1}, {"OrvikBeepImage", 2}}, false},
+      {"overload",
+       DATA_CURRENT,
+       {{"OrvikPercentSafeWorkingLoad", 1.12}, {"OrvikOverload", 1}, {"OrvikBeepImage", 1}},
+       false},
+      {"two-block",
+       DATA_CURRENT,
+       {{"OrvikPercentSafeWorkingLoad", 0.45}, {"OrvikA2B", 1}, {"OrvikBeepImage", 2}},
+       false},
       {"lost link", DATA_LINK_LOST, {}, false}};
   return SCENES;
 }
@@ -131,8 +159,14 @@ const std::vector<design_scene_t>& CheckScenes() {
       scenes.push_back({"all lamps, colour " + std::to_string(color), DATA_CURRENT, AllLit(color), true});
     }
     scenes.push_back({"program silent", DATA_PROGRAM_SILENT, {}, true});
-    scenes.push_back({"dark", DATA_CURRENT, {{"RealTimeClock.IsAvailable", 0}, {"OrvikOutriggerExtended", 0},
-                                             {"OrvikPickMainBoom", 0}, {"OrvikFrontWinch", 0}, {"OrvikStowed", 0}}, true});
+    scenes.push_back({"dark",
+                      DATA_CURRENT,
+                      {{"RealTimeClock.IsAvailable", 0},
+                       {"OrvikOutriggerExtended", 0},
+                       {"OrvikPickMainBoom", 0},
+                       {"OrvikFrontWinch", 0},
+                       {"OrvikStowed", 0}},
+                      true});
     return scenes;
   }();
   return SCENES;

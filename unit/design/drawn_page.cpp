@@ -116,8 +116,8 @@ class PageReader {
     if (content.find_first_not_of(' ') == std::string::npos) return;
     const auto box = Measure(node, path);
     if (!box) return;
-    texts_.push_back({NameOf(node), content, node.attribute("class").value(), FontSize(node, sizes_), *box,
-                      FrameOf(*box)});
+    texts_.push_back(
+        {NameOf(node), content, node.attribute("class").value(), FontSize(node, sizes_), *box, FrameOf(*box)});
   }
 
   ink_box_t FrameOf(const ink_box_t& text) const {

@@ -10,8 +10,8 @@
 namespace unit {
 namespace {
 
-constexpr int SCALE = 2;          // thin strokes reach their colour
-constexpr double SPARE = 1;       // pixels that texts keep from each other
+constexpr int SCALE = 2;           // thin strokes reach their colour
+constexpr double SPARE = 1;        // pixels that texts keep from each other
 constexpr double TOLERANCE = 0.5;  // of a text at the edge of its frame
 
 std::string Format(double value) {
@@ -23,7 +23,8 @@ bool HasClass(const drawn_text_t& text, const std::string& name) {
 }
 
 bool Touch(const ink_box_t& a, const ink_box_t& b) {
-  return a.x < b.x + b.width + SPARE && b.x < a.x + a.width + SPARE && a.y < b.y + b.height && b.y < a.y + a.height;
+  return a.x < b.x + b.width + SPARE && b.x < a.x + a.width + SPARE && a.y < b.y + b.height &&
+         b.y < a.y + a.height;
 }
 
 bool IsInside(const ink_box_t& text, const ink_box_t& frame) {
@@ -65,8 +66,8 @@ double ContrastOf(const ink_box_t& box, const picture_pair_t& pair) {
   const int bottom = std::min(pair.with.height, static_cast<int>((box.y + box.height) * SCALE) + 1);
   for (int y = top; y < bottom; ++y) {
     for (int x = left; x < right; ++x) {
-      const auto at = static_cast<std::size_t>(y) * static_cast<std::size_t>(pair.with.width) +
-                      static_cast<std::size_t>(x);
+      const auto at =
+          static_cast<std::size_t>(y) * static_cast<std::size_t>(pair.with.width) + static_cast<std::size_t>(x);
       if (((pair.with.values[at] ^ pair.without.values[at]) & 0xFFFFFF) == 0) continue;
       strongest = std::max(strongest, Contrast(pair.with.values[at], pair.without.values[at]));
     }
@@ -111,8 +112,8 @@ std::vector<text_finding_t> CheckSizes(const std::vector<drawn_text_t>& texts, t
                                                     : extremes.size;
     extreme = std::min(extreme, text.fontSize);
     if (text.fontSize >= least) continue;
-    findings.push_back({text.name, "\"" + text.content + "\" has " + Format(text.fontSize) + " pixels; at least " +
-                                       Format(least) + " are needed"});
+    findings.push_back({text.name, "\"" + text.content + "\" has " + Format(text.fontSize) +
+                                       " pixels; at least " + Format(least) + " are needed"});
   }
   return findings;
 }

@@ -10,7 +10,7 @@
 
 namespace unit {
 
-constexpr double LEAST_SIZE = 14;         // pixels, of any text
+constexpr double LEAST_SIZE = 14;          // pixels, of any text
 constexpr double LEAST_CAPTION_SIZE = 16;  // of all but units and the names of lamps that are off
 constexpr double LEAST_VALUE_SIZE = 28;
 constexpr double LEAST_CONTRAST = 4.5;

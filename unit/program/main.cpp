@@ -206,12 +206,17 @@ void AddBundle(CLI::App& app, std::string& file, replay_arguments_t& replay, uns
 
 void AddDesign(CLI::App& app, unit::design_options_t& options, int& result) {
   CLI::App* design = app.add_subcommand("design", "Check the screen's design, one line for each mistake");
-  design->add_option("FOLDER", options.folder, "The pages, such as config/screen; words and configuration beside it")
+  design
+      ->add_option("FOLDER", options.folder,
+                   "The pages, such as config/screen; words and configuration beside it")
       ->required()
       ->check(CLI::ExistingDirectory);
-  design->add_option("--sheet", options.sheets, "Write all pages in all languages and states as FILE.png or FILE.html")
+  design
+      ->add_option("--sheet", options.sheets,
+                   "Write all pages in all languages and states as FILE.png or FILE.html")
       ->check([](const std::string& file) {
-        return file.ends_with(".png") || file.ends_with(".html") ? std::string() : file + " is neither .png nor .html";
+        return file.ends_with(".png") || file.ends_with(".html") ? std::string()
+                                                                 : file + " is neither .png nor .html";
       });
   design->add_option("--page", options.pages, "Draw these pages alone");
   design->add_option("--width", options.pictureWidth, "The width of a picture on the sheet")

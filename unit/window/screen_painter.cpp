@@ -30,9 +30,11 @@ ScreenPainter::picture_t DrawVeil(const words_t& words) {
   const std::string svg = R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 640 480">
 <rect width="640" height="480" fill="#0b0f14"/>
 <g font-family="B612, DejaVu Sans, Noto Sans CJK SC, sans-serif" text-anchor="middle">
-<text x="320" y="232" font-size="28" font-weight="bold" fill="#ff7a7e">)" + WordOf(words, "window.lost") +
+<text x="320" y="232" font-size="28" font-weight="bold" fill="#ff7a7e">)" +
+                          WordOf(words, "window.lost") +
                           R"(</text>
-<text x="320" y="268" font-size="18" fill="#9fb2c2">)" + WordOf(words, "window.unknown") + "</text>\n</g></svg>";
+<text x="320" y="268" font-size="18" fill="#9fb2c2">)" +
+                          WordOf(words, "window.unknown") + "</text>\n</g></svg>";
   return std::make_shared<pixels_t>(RenderPixels(svg, PICTURE_WIDTH, PICTURE_HEIGHT));
 }
 

@@ -34,7 +34,8 @@ TEST(WordCatalogue, EachMissingAndEachSuperfluousWordIsOneLine) {
   const std::string load = R"(<word key="load">L</word>)";
   for (int language = 0; language < 6; ++language) {
     folder.Write(std::to_string(language) + ".xml",
-                 Words(language, language == 4 ? R"(<word key="old">O</word>)" : load + R"(<word key="panel.x">X</word>)"));
+                 Words(language, language == 4 ? R"(<word key="old">O</word>)"
+                                               : load + R"(<word key="panel.x">X</word>)"));
   }
   std::vector<std::string> problems;
   const word_catalogue_t words = LoadWords(folder.Path(), problems);
@@ -55,8 +56,8 @@ TEST(WordCatalogue, FilesThatCannotBeUsedAreNamed) {
   folder.Write("f.xml", "<words");
   std::vector<std::string> problems;
   LoadWords(folder.Path(), problems);
-  EXPECT_THAT(problems, ElementsAre(HasSubstr("b.xml: another file has the same language"), HasSubstr("c.xml: <words>"),
-                                    HasSubstr("d.xml: the word a stands twice"),
+  EXPECT_THAT(problems, ElementsAre(HasSubstr("b.xml: another file has the same language"),
+                                    HasSubstr("c.xml: <words>"), HasSubstr("d.xml: the word a stands twice"),
                                     HasSubstr("e.xml: a word needs key and text"), HasSubstr("f.xml")));
 }
 
@@ -107,10 +108,11 @@ class SharedParts : public testing::Test {
 };
 
 TEST_F(SharedParts, StandInTheirPlacesWithTheirParameters) {
-  EXPECT_EQ(Insert(R"svg(<g data-part="lamp" var="A2B" transform="translate(1 2)"/>)svg",
-                   R"svg(<g id="lamp"><rect data-var="Orvik$var"/><g data-part="name" word="$var"/></g>)svg"
-                   R"svg(<g id="name"><text>$word</text></g>)svg"),
-            R"svg(<svg><g transform="translate(1 2)"><rect data-var="OrvikA2B"/><g><text>A2B</text></g></g></svg>)svg");
+  EXPECT_EQ(
+      Insert(R"svg(<g data-part="lamp" var="A2B" transform="translate(1 2)"/>)svg",
+             R"svg(<g id="lamp"><rect data-var="Orvik$var"/><g data-part="name" word="$var"/></g>)svg"
+             R"svg(<g id="name"><text>$word</text></g>)svg"),
+      R"svg(<svg><g transform="translate(1 2)"><rect data-var="OrvikA2B"/><g><text>A2B</text></g></g></svg>)svg");
 }
 
 TEST_F(SharedParts, WithAMistakeAreRefused) {
@@ -220,7 +222,8 @@ TEST_F(ProductPages, NeedlesHideWhereTheNumberIsNotKnown) {
   EXPECT_THAT(Visible(), Not(HasSubstr(BOOM))) << "no text came yet";
   SetText("orvikTextWidgetAngle", "61.2");
   SetText("orvikTextWidgetSwing", "-24");
-  EXPECT_THAT(Visible(), testing::AllOf(HasSubstr(BOOM), HasSubstr(SWING), HasSubstr(">61.2<"), HasSubstr(">-24<")));
+  EXPECT_THAT(Visible(),
+              testing::AllOf(HasSubstr(BOOM), HasSubstr(SWING), HasSubstr(">61.2<"), HasSubstr(">-24<")));
   SetText("orvikTextWidgetAngle", "-----");
   SetText("orvikTextWidgetSwing", "-N/A-");
   EXPECT_THAT(Visible(), testing::AllOf(Not(HasSubstr(BOOM)), Not(HasSubstr(SWING))));
@@ -235,14 +238,15 @@ TEST_F(ProductPages, EveryPageShowsTheAlarmsInTheirColours) {
     }
     std::string visible = Visible();
     EXPECT_THAT(visible, testing::AllOf(HasSubstr(">189 %<"), HasSubstr("■ OVER"))) << page;
-    EXPECT_THAT(visible, testing::AllOf(Not(HasSubstr("\"sign-overload\"")), Not(HasSubstr(">OVERLOAD<")))) << page;
+    EXPECT_THAT(visible, testing::AllOf(Not(HasSubstr("\"sign-overload\"")), Not(HasSubstr(">OVERLOAD<"))))
+        << page;
     for (const char* lamp : {"OrvikA2B", "OrvikOverload", "OrvikPreAlarm", "OrvikSwingAlarmTripped"}) {
       model_->SetVariable(lamp, 1);
     }
     model_->SetVariable("OrvikLanguage", 5);
     visible = Visible();
-    for (const char* sign : {"\"sign-two-block\"", "\"sign-overload\"", ">SURCHARGE<", ">FIN COURSE<", ">PRÉALARME<",
-                             ">LIMITE DÉP.<"}) {
+    for (const char* sign : {"\"sign-two-block\"", "\"sign-overload\"", ">SURCHARGE<", ">FIN COURSE<",
+                             ">PRÉALARME<", ">LIMITE DÉP.<"}) {
       EXPECT_THAT(visible, HasSubstr(sign)) << page;
     }
     model_->SetVariable("OrvikLanguage", 0);

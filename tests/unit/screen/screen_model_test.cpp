@@ -65,7 +65,8 @@ TEST(Design, AFolderGivesItsGoodPagesAndReportsTheOthers) {
   const design_t design = LoadDesign(folder.Path(), {}, problems);
   EXPECT_EQ(design.size(), 2U);
   EXPECT_EQ(problems.size(), 2U);
-  EXPECT_THAT(CheckDesign(design), testing::UnorderedElementsAre(HasSubstr("Nowhere"), HasSubstr("same order")));
+  EXPECT_THAT(CheckDesign(design),
+              testing::UnorderedElementsAre(HasSubstr("Nowhere"), HasSubstr("same order")));
 }
 
 // The product's own design beside its configuration.
@@ -82,7 +83,8 @@ TEST(ProductDesign, FitsTheConfigurationAndIsDrawn) {
     for (const auto& [event, target] : page.transitions) EXPECT_TRUE(events.contains(event)) << event;
     for (const live_element_t& element : page.looks[LOOK_DAY].elements) {
       for (const std::string& variable : element.variables) {
-        EXPECT_TRUE(variable == DATA_STATE_VARIABLE || names.variables.contains(variable)) << name << ": " << variable;
+        EXPECT_TRUE(variable == DATA_STATE_VARIABLE || names.variables.contains(variable))
+            << name << ": " << variable;
       }
     }
     std::ostringstream svg;
@@ -258,7 +260,8 @@ TEST_F(Screen, AChangedDesignReplacesItsPageAndABrokenOneDoesNot) {
 
 TEST_F(Screen, AMistakeInOnePageIsOneLineAboutThatPageAndItsTransitionIsNeverTaken) {
   folder_.Write("wad.svg", Page("Wad", 1, WAD, R"(<transition event="WadToMain" page="Nowhere"/>)"));
-  EXPECT_THAT(model_->ReplacePages(Load()), testing::ElementsAre(HasSubstr("wad.svg: WadToMain leads to no page: Nowhere")));
+  EXPECT_THAT(model_->ReplacePages(Load()),
+              testing::ElementsAre(HasSubstr("wad.svg: WadToMain leads to no page: Nowhere")));
   EXPECT_TRUE(model_->HandleEvent(MAIN_TO_WAD)) << "Main leads to the page as it was";
   EXPECT_TRUE(model_->HandleEvent(WAD_TO_MAIN)) << "and that leads back";
   folder_.Write("wad.svg", "<svg");

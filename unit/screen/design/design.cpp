@@ -70,8 +70,10 @@ void ReadVariables(live_element_t& element, const pugi::xml_attribute& attribute
 // One key, or keys by value.
 void ReadWord(live_element_t& element, const pugi::xml_attribute& attribute) {
   const std::string_view text = attribute.value();
-  if (text.find(':') == std::string_view::npos) element.word = text;
-  else element.words = ValueRule(text);
+  if (text.find(':') == std::string_view::npos)
+    element.word = text;
+  else
+    element.words = ValueRule(text);
 }
 
 using reader_t = void (*)(live_element_t&, const pugi::xml_attribute&);
@@ -154,8 +156,8 @@ void CheckElement(const live_element_t& element, const std::set<std::string>& wi
     }
   }
   const bool follows = !element.show.Empty() || !element.hide.Empty() || !element.words.Empty() ||
-                       !element.text.Empty() || !element.flash.Empty() ||
-                       !element.styles.empty() || !element.format.Empty() || element.turn || element.bar;
+                       !element.text.Empty() || !element.flash.Empty() || !element.styles.empty() ||
+                       !element.format.Empty() || element.turn || element.bar;
   if (follows && element.variables.empty()) throw std::runtime_error("follows a value but has no data-var");
   if (element.place.cells > 0 && element.place.width <= 0)
     throw std::runtime_error("data-cells needs data-box");
@@ -275,7 +277,8 @@ page_t ReadPage(const fs::path& file, const std::set<std::string>& widgets, cons
   if (std::string_view(root.name()) != "svg") throw std::runtime_error("the root is not <svg>");
   ReadPageElement(page, root);
   InsertParts(root, *base.parts);
-  for (const look_t look : {LOOK_DAY, LOOK_NIGHT}) page.looks.at(look) = ReadLook(document, look, widgets, base);
+  for (const look_t look : {LOOK_DAY, LOOK_NIGHT})
+    page.looks.at(look) = ReadLook(document, look, widgets, base);
   return page;
 }
 

@@ -39,8 +39,8 @@ struct bar_t {
 struct live_element_t {
   pugi::xml_node node;
   std::string id;
-  std::string widget;      // the widget whose text it shows
-  std::string background;  // the widget whose background it is
+  std::string widget;                  // the widget whose text it shows
+  std::string background;              // the widget whose background it is
   std::vector<std::string> variables;  // of several the greatest known value counts
   std::string known;                   // shown only while this widget's text has a digit
   std::string word;                    // key of a word of the operator's language
@@ -94,7 +94,8 @@ using design_t = std::map<std::string, page_t>;  // by name
 page_t LoadPage(const std::filesystem::path& file, const std::set<std::string>& widgets,
                 const design_base_t& base = {});
 
-// Reads every *.svg of a folder but the parts. A file that cannot be read is reported through `problems` and left out.
+// Reads every *.svg of a folder but the parts. A file that cannot be read is reported through `problems` and
+// left out.
 design_t LoadDesign(const std::filesystem::path& folder, const std::set<std::string>& widgets,
                     std::vector<std::string>& problems);
 

@@ -26,8 +26,9 @@ std::string FillIn(std::string_view text, const pugi::xml_node& place) {
     while (end < text.size() && IsNameCharacter(text[end])) ++end;
     const std::string name(text.substr(i + 1, end - i - 1));
     const pugi::xml_attribute value = place.attribute(name.c_str());
-    if (!value) throw std::runtime_error("part " + std::string(place.attribute(PART_ATTRIBUTE).value()) +
-                                         " needs " + name);
+    if (!value)
+      throw std::runtime_error("part " + std::string(place.attribute(PART_ATTRIBUTE).value()) + " needs " +
+                               name);
     filled += value.value();
     i = end;
   }

@@ -1,8 +1,8 @@
 // Groups that stand on several pages, written once: config/screen/parts.svg.
 //
-// A page names a group of that file by its id: <g data-part="lamp" var="OrvikA2B" transform="translate(84 40)"/>
-// takes the children of <g id="lamp">, in which "$var" stands for the value of the attribute `var`. Parts may
-// name other parts.
+// A page names a group of that file by its id: <g data-part="lamp" var="OrvikA2B" transform="translate(84
+// 40)"/> takes the children of <g id="lamp">, in which "$var" stands for the value of the attribute `var`.
+// Parts may name other parts.
 #pragma once
 
 #include <filesystem>

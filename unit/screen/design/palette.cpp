@@ -67,7 +67,8 @@ palette_t LoadPalette(const std::filesystem::path& file) {
   if (!result) throw std::runtime_error(file.string() + ": " + result.description());
   for (const pugi::xml_node& color : document.child("palette").children("colour")) {
     const std::string name = color.attribute("name").value();
-    const std::array<std::string, LOOKS> values{color.attribute("day").value(), color.attribute("night").value()};
+    const std::array<std::string, LOOKS> values{color.attribute("day").value(),
+                                                color.attribute("night").value()};
     if (name.empty() || values[0].empty() || values[1].empty()) {
       throw std::runtime_error(file.string() + ": a colour needs name, day and night");
     }

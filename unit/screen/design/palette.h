@@ -22,7 +22,7 @@ constexpr std::size_t LOOKS = 2;
 using palette_t = std::map<std::string, std::array<std::string, LOOKS>>;  // by name, the colour for each look
 
 constexpr const char* BRIGHTNESS_VARIABLE = "OrvikBrightness";
-constexpr double DAY_FROM = 70;    // percent of the backlight
+constexpr double DAY_FROM = 70;     // percent of the backlight
 constexpr double NIGHT_UP_TO = 50;  // between the two the look stays as it is
 
 // The look for a brightness; an unknown brightness changes nothing.
