@@ -88,7 +88,9 @@ class PageFlowTest : public testing::Test {
     for (const auto& [name, page] : design_) pageByAction_[page.action] = &page;
   }
 
-  const unit::page_t& DesignOf(int pageId) const { return *pageByAction_.at(std::string(ActionName(pageId))); }
+  const unit::page_design_t& DesignOf(int pageId) const {
+    return *pageByAction_.at(std::string(ActionName(pageId)));
+  }
 
   // The name of the page that the request leads to; nothing when there is no transition.
   std::optional<std::string> LeadsTo(const ask_t& ask) const {
@@ -129,7 +131,7 @@ class PageFlowTest : public testing::Test {
   }
 
   unit::design_t design_;
-  std::map<std::string, const unit::page_t*> pageByAction_;
+  std::map<std::string, const unit::page_design_t*> pageByAction_;
 };
 
 TEST_F(PageFlowTest, TheDocumentShowsTheTablesThatTheProgramsUse) {
