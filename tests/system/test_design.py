@@ -21,18 +21,16 @@ def config(tmp_path):
     return folder
 
 
-@pytest.mark.timeout(700)
 def test_the_products_design_has_no_findings():
     status, found, errors = design(CONFIG)
     assert (status, found.count("\n")) == (0, 1), found + errors
     assert found.startswith("smallest text 14, caption 16, value 28 pixels; lowest contrast ")
 
 
-@pytest.mark.timeout(120)
 def test_each_mistake_is_one_line(config):
     page = config / "screen" / "engine.svg"
     page.write_text(page.read_text().replace("</svg>", """
-      <rect x="100" y="100" width="40" height="30" fill="#202020"/>
+      <rect x="100" y="100" width="100" height="30" fill="#202020"/>
       <text x="102" y="120" id="wide">TOO WIDE FOR IT</text>
       <text x="300" y="200" id="one">ONE</text><text x="310" y="204" id="two">TWO</text>
       <text x="420" y="160" id="small" style="font-size:13px">SMALL</text>
@@ -45,7 +43,7 @@ def test_each_mistake_is_one_line(config):
     status, found, _ = design(config, "--page", "Engine", "--sheet", config / "sheet.png", "--sheet", config / "sheet.html")
     assert status == 1
     for line in ('wide: "TOO WIDE FOR IT"', 'one: "ONE" touches "TWO" (two)', 'small: "SMALL" has 13 pixels; at least 16',
-                 'pale: "PALE" has a contrast of 1.', "id=orvikTextWidgetNone>: the configuration has no widget",
+                 'pale: "PALE" has a contrast of 1.5', "id=orvikTextWidgetNone>: the configuration has no widget",
                  "id=uneven>: dominant-baseline is not drawn alike", "id=uneven>: unknown variable OrvikNothing",
                  "unknown event orvik.EngineToNowhere", "words: French lacks load", "words: nothing uses lode"):
         assert len([text for text in found.splitlines() if line in text]) == 1, f"{line}:\n{found}"
