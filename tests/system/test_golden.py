@@ -50,7 +50,7 @@ def settled(desk, wanted):
     """The screen's state once it is the wanted one, or has not changed for a second."""
     def look():
         screen = desk.screen()
-        return state_of(screen, (CONFIG / "screen" / f"{screen['page'].lower()}.svg").read_text())
+        return state_of(screen, desk.request("GET", "/screen.svg")[1].decode())
 
     return wait_steady(look, "the screen", 1, wanted=wanted)
 

@@ -1,7 +1,9 @@
 #include "unit/panel/http_server.h"
 
 #include <chrono>
+#include <fstream>
 #include <functional>
+#include <sstream>
 #include <utility>
 
 #include <httplib.h>
@@ -64,6 +66,7 @@ HttpServer::HttpServer(const http::address_t& address, panel_parts_t parts)
                .headers = {{"Content-Security-Policy", CONTENT_POLICY}}}) {
   AddAssets();
   AddScreen();
+  AddWords();
   AddState();
   AddKeys();
   AddHost();
@@ -94,6 +97,17 @@ void HttpServer::AddScreen() {
     if (response.status != http::UNAVAILABLE) response.body = WithoutPicture(response.body);
   });
   server_.Get("/api/stream", [this](const request_t&, response_t& response) { ServeStream(response); });
+}
+
+// The panel's page has its words from the catalogue that the screen uses.
+void HttpServer::AddWords() {
+  server_.Get("/words/([a-z]{2})[.]xml", [this](const request_t& request, response_t& response) {
+    const std::string code = request.matches[1];
+    std::ifstream file(parts_.wordsFolder + "/" + code + ".xml");
+    std::stringstream text;
+    if (!(text << file.rdbuf())) return Fail(response, http::NOT_FOUND, "no words in the language " + code);
+    response.set_content(text.str(), "text/xml; charset=utf-8");
+  });
 }
 
 void HttpServer::AddState() {

@@ -16,6 +16,7 @@ struct panel_parts_t {
   StreamHub& hub;
   KeyHolder& keys;
   std::function<bool()> connected;  // to the notification manager; any thread
+  std::string wordsFolder;          // the catalogue of the operator's languages
 };
 
 // Listens while the object lives. It has more threads than streams, so that open streams do not block other
@@ -33,6 +34,7 @@ class HttpServer {
  private:
   void AddAssets();
   void AddScreen();
+  void AddWords();
   void AddState();
   void AddKeys();
   void AddHost();

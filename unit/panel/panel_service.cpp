@@ -26,8 +26,9 @@ class PanelWorker {
  public:
   explicit PanelWorker(const options_t& options)
       : state_(hub_, ReadParameterFile(options.configDirectory + "/parameters.xml")),
-        server_(http::ParseAddress(options.httpAddress),
-                {state_, hub_, keys_, [this] { return connected_.load(); }}),
+        server_(
+            http::ParseAddress(options.httpAddress),
+            {state_, hub_, keys_, [this] { return connected_.load(); }, options.configDirectory + "/words"}),
         subscriber_(
             {SCREEN_CHANGES_CHANNEL_NAME, BOARD_CHANNEL_NAME, BUS_CHANNEL_NAME, HEALTH_CHANNEL_NAME,
              DATABASE_CHANNEL_NAME},

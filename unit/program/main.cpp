@@ -11,6 +11,7 @@
 #include "base/installation.h"
 #include "unit/bundle/bundle.h"
 #include "unit/database/database_commands.h"
+#include "unit/design/design_command.h"
 #include "unit/program/event_commands.h"
 #include "unit/program/parts.h"
 #include "unit/program/replay.h"
@@ -225,6 +226,27 @@ CLI::App* AddReplay(CLI::App& app, replay_arguments_t& replay, unsigned& seconds
   return show;
 }
 
+void AddDesign(CLI::App& app, unit::design_options_t& options, int& result) {
+  CLI::App* design = app.add_subcommand("design", "Check the screen's design, one line for each mistake");
+  design
+      ->add_option("FOLDER", options.folder,
+                   "The pages, such as config/screen; words and configuration beside it")
+      ->required()
+      ->check(CLI::ExistingDirectory);
+  design
+      ->add_option("--sheet", options.sheets,
+                   "Write all pages in all languages and states as FILE.png or FILE.html")
+      ->check([](const std::string& file) {
+        return file.ends_with(".png") || file.ends_with(".html") ? std::string()
+                                                                 : file + " is neither .png nor .html";
+      });
+  design->add_option("--page", options.pages, "Draw these pages alone");
+  design->add_option("--width", options.pictureWidth, "The width of a picture on the sheet")
+      ->check(CLI::Range(80, 640))
+      ->capture_default_str();
+  design->callback([&] { result = unit::CheckDesignFolder(options); });
+}
+
 // Reads the command line and carries it out. Returns the exit status.
 int Carry(CLI::App& app, int argc, char** argv, const int& result) {
   try {
@@ -261,5 +283,7 @@ int main(int argc, char** argv) {
   AddReplay(app, replay, seconds)->callback([&] { result = CarryReplay(replay, seconds); });
   event_arguments_t events;
   AddEvents(app, events, result);
+  unit::design_options_t design;
+  AddDesign(app, design, result);
   return Carry(app, argc, argv, result);
 }

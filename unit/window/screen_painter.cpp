@@ -1,22 +1,42 @@
 #include "unit/window/screen_painter.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
 #include "unit/screen/client/screen_client.h"
 #include "unit/screen/client/screen_requests.h"
+#include "unit/screen/design/screen_model.h"
 #include "unit/window/picture_rules.h"
 
 namespace unit {
 namespace {
 
-constexpr const char* VEIL = R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 640 480">
+// The language of the document that was shown last; English before the first.
+double LanguageOf(const std::string& svg) {
+  const std::string mark = std::string(LANGUAGE_ATTRIBUTE) + "=\"";
+  const std::size_t at = svg.find(mark);
+  return at == std::string::npos ? 0 : std::strtod(svg.c_str() + at + mark.size(), nullptr);
+}
+
+std::string WordOf(const words_t& words, const char* key) {
+  const auto word = words.find(key);
+  return word == words.end() ? "" : word->second;
+}
+
+// Says in the operator's language that what the unit shows is not known.
+ScreenPainter::shared_pixels_t DrawVeil(const words_t& words) {
+  const std::string svg = R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 640 480">
 <rect width="640" height="480" fill="#0b0f14"/>
-<g font-family="B612, DejaVu Sans, sans-serif" text-anchor="middle">
-<text x="320" y="232" font-size="26" font-weight="bold" fill="#ff5a5f">No picture</text>
-<text x="320" y="268" font-size="18" fill="#8fa3b5">The state of the unit is unknown. Trying again.</text>
-</g></svg>)";
+<g font-family="B612, DejaVu Sans, Noto Sans CJK SC, sans-serif" text-anchor="middle">
+<text x="320" y="232" font-size="28" font-weight="bold" fill="#ff7a7e">)" +
+                          WordOf(words, "window.lost") +
+                          R"(</text>
+<text x="320" y="268" font-size="18" fill="#9fb2c2">)" +
+                          WordOf(words, "window.unknown") + "</text>\n</g></svg>";
+  return std::make_shared<pixels_t>(RenderPixels(svg, PICTURE_WIDTH, PICTURE_HEIGHT));
+}
 
 std::chrono::milliseconds Milliseconds(ScreenPainter::clock_t::time_point time) {
   return std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch());
@@ -24,8 +44,9 @@ std::chrono::milliseconds Milliseconds(ScreenPainter::clock_t::time_point time) 
 
 }  // namespace
 
-ScreenPainter::ScreenPainter()
-    : veil_(std::make_shared<pixels_t>(RenderPixels(VEIL, PICTURE_WIDTH, PICTURE_HEIGHT))),
+ScreenPainter::ScreenPainter(word_catalogue_t words)
+    : words_(std::move(words)),
+      veil_(DrawVeil(words_.Of(0))),
       problem_("not requested yet"),
       width_(PICTURE_WIDTH),
       height_(PICTURE_HEIGHT) {
@@ -93,10 +114,19 @@ void ScreenPainter::Step(int width, int height) {
   look_ = clock_t::now();
   source_t source;
   if (!AskScreen(SCREEN_REQUEST_SVG, source.svg)) return Lose(source.svg);
+  FollowLanguage(source.svg);
   source.style = FlashStyle(source.svg, Milliseconds(look_));
   source.width = width;
   source.height = height;
   Draw(std::move(source));
+}
+
+void ScreenPainter::FollowLanguage(const std::string& svg) {
+  const double language = LanguageOf(svg);
+  if (std::exchange(language_, language) == language) return;
+  shared_pixels_t veil = DrawVeil(words_.Of(language));
+  const std::lock_guard lock(mutex_);
+  veil_ = std::move(veil);
 }
 
 // The picture is current as of the request, not as of the end of the drawing.

@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "unit/health/subscriber.h"
+#include "unit/screen/design/word_catalogue.h"
 #include "unit/screen/render/renderer.h"
 
 namespace unit {
@@ -29,7 +30,8 @@ class ScreenPainter {
   static constexpr std::chrono::milliseconds SILENCE{3000};
   static constexpr int WIDEST = 2048;  // the largest texture that every graphics processor supports
 
-  ScreenPainter();
+  // `words` are those of the veil that is shown while there is no picture.
+  explicit ScreenPainter(word_catalogue_t words);
   ~ScreenPainter();
   ScreenPainter(const ScreenPainter&) = delete;
   ScreenPainter& operator=(const ScreenPainter&) = delete;
@@ -58,16 +60,19 @@ class ScreenPainter {
   void Wake();
   void Run();
   void Step(int width, int height);
+  void FollowLanguage(const std::string& svg);
   void Draw(source_t source);
   void Lose(const std::string& problem);
   clock_t::time_point NextLook() const;
 
-  const shared_pixels_t veil_;
+  const word_catalogue_t words_;
+  double language_ = 0;       // of the thread: of the last document
   source_t drawn_;            // of the thread
   clock_t::time_point look_;  // of the thread: time of the last request
 
   mutable std::mutex mutex_;  // guards all down to stopping_
   shared_pixels_t picture_;   // null: there is no picture
+  shared_pixels_t veil_;      // in the language of the last document
   std::string problem_;
   clock_t::time_point heard_;  // when the picture was last known to be current
   int width_, height_;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <filesystem>
 #include <future>
 #include <iostream>
 #include <mutex>
@@ -43,12 +44,18 @@ class BoardLink {
   steady_clock::time_point nextLook_{};
 };
 
+// The screen service refuses to start with a catalogue that has mistakes; here they are no reason to stay dark.
+word_catalogue_t ReadWords(const options_t& options) {
+  std::vector<std::string> problems;
+  return LoadWords(std::filesystem::path(options.configDirectory) / "words", problems);
+}
+
 // One thread opens the window and serves it every 10 ms; the painter draws on another.
 class WindowWorker {
  public:
   // Returns when the window is open; throws std::runtime_error with the problem and what to do about it.
   WindowWorker(const options_t& options, std::function<void()> end)
-      : options_(options), end_(std::move(end)), thread_([this] { Run(); }) {
+      : options_(options), end_(std::move(end)), painter_(ReadWords(options)), thread_([this] { Run(); }) {
     try {
       opened_.get_future().get();
     } catch (...) {

@@ -41,7 +41,7 @@ TEST(DesignTest, MistakesAreReportedWithFileAndElement) {
       {R"(<rect data-var="A" data-text="1:x"/>)", "for text elements only"},
       {R"(<text id="Known" data-cells="40"/>)", "data-cells needs data-box"},
       {R"(<text id="Known" data-cells="0" data-box="0 9"/>)", "1 to 200"},
-      {R"(<g id="a"/><g id="a"/>)", "taken"},
+      {R"(<g id="a"/><g id="a"/>)", "has this id"},
       {"<script/>", "do not draw this element alike"},
       {"<g>", "at byte"},
   };
@@ -81,13 +81,14 @@ TEST(ProductDesignTest, FitsTheConfigurationAndIsDrawn) {
   for (const auto& [name, page] : design) {
     EXPECT_TRUE(names.actions.contains(page.action)) << page.action;
     for (const auto& [event, target] : page.transitions) EXPECT_TRUE(events.contains(event)) << event;
-    for (const live_element_t& element : page.elements) {
-      const std::string& variable = element.variable;
-      EXPECT_TRUE(variable.empty() || variable == DATA_STATE_VARIABLE || names.variables.contains(variable))
-          << name << ": " << variable;
+    for (const live_element_t& element : page.looks[LOOK_DAY].elements) {
+      for (const std::string& variable : element.variables) {
+        EXPECT_TRUE(variable == DATA_STATE_VARIABLE || names.variables.contains(variable))
+            << name << ": " << variable;
+      }
     }
     std::ostringstream svg;
-    page.document->print(svg);
+    page.looks[LOOK_DAY].document->print(svg);
     EXPECT_THAT(RenderPng(svg.str()), testing::StartsWith("\x89PNG")) << name;
   }
   EXPECT_THROW(RenderPng("<svg"), std::runtime_error);
@@ -255,6 +256,18 @@ TEST_F(ScreenModelTest, AChangedDesignReplacesItsPageAndABrokenOneDoesNot) {
   EXPECT_THAT(model_->Svg(), HasSubstr(">77</text>"));
   EXPECT_TRUE(model_->TakeChange().page);
   EXPECT_FALSE(model_->HandleEvent(MAIN_TO_WAD)) << "the changed page has no transitions";
+}
+
+TEST_F(ScreenModelTest, AMistakeInOnePageIsOneLineAboutThatPageAndItsTransitionIsNeverTaken) {
+  folder_.Write("wad.svg", Page("Wad", 1, WAD, R"(<transition event="WadToMain" page="Nowhere"/>)"));
+  EXPECT_THAT(
+      model_->ReplacePages(Load()),
+      testing::ElementsAre(HasSubstr("wad.svg: WadToMain leads to a page that does not exist: Nowhere")));
+  EXPECT_TRUE(model_->HandleEvent(MAIN_TO_WAD)) << "Main leads to the page as it was";
+  EXPECT_TRUE(model_->HandleEvent(WAD_TO_MAIN)) << "and that leads back";
+  folder_.Write("wad.svg", "<svg");
+  EXPECT_THAT(model_->ReplacePages(Load()), IsEmpty()) << "the transitions to Wad are no mistake of Main";
+  EXPECT_THAT(problems_, testing::ElementsAre(HasSubstr("wad.svg")));
 }
 
 }  // namespace

@@ -161,6 +161,12 @@ TEST(ScreenMessageTest, MovesRotationsAndColours) {
   EXPECT_EQ(color->parts, (std::array<float, 4>{1, 0, 0.5, 1}));
 }
 
+TEST(ScreenMessageTest, AZeroWithinATextIsACharacterAndTheLengthGivesItsEnd) {
+  const auto text = ReadScreenMessage(bytes_t{7, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 'A', 0, 0xC2, 0x85, 'B', 0});
+  ASSERT_TRUE(text);
+  EXPECT_EQ(text->text, "A\uFFFD\uFFFDB") << "a zero, and a control character of C1";
+}
+
 TEST(ScreenMessageTest, WhatIsNoWholeMessageIsRefused) {
   const std::pair<const char*, bytes_t> cases[] = {
       {"empty", {}},

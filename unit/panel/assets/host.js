@@ -16,6 +16,15 @@ const SWITCHES = [
   { label: 'Stop all movement', act: () => 'stop' },
 ];
 
+// The simulator counts in metres and kilograms; what is shown has the units of the panel.
+const IMPERIAL = { m: { unit: 'ft', factor: 3.28084 }, kg: { unit: 'lb', factor: 2.204623 } };
+
+function inUnits(value, unit) {
+  const other = document.documentElement.dataset.units === 'feet' ? IMPERIAL[unit] : undefined;
+  if (value === null) return '--';
+  return `${Math.round(value * (other?.factor ?? 1) * 10) / 10} ${other?.unit ?? unit}`;
+}
+
 let state = null;
 const moving = new Set(); // sliders that the user is moving
 
@@ -52,7 +61,7 @@ function makeAxis(axis) {
   slider.disabled = true;
   slider.addEventListener('input', () => {
     moving.add(axis.name);
-    shown.textContent = `→ ${slider.value} ${axis.unit}`;
+    shown.textContent = `→ ${inUnits(Number(slider.value), axis.unit)}`;
   });
   slider.addEventListener('change', () => {
     ask('controls', { [axis.name]: Number(slider.value) })
@@ -80,7 +89,7 @@ function showAxes() {
     if (moving.has(axis.name)) continue;
     const value = axis.value(state);
     if (document.activeElement !== slider && value !== null) slider.value = value;
-    shown.textContent = value === null ? '--' : `${Math.round(value * 10) / 10} ${axis.unit}`;
+    shown.textContent = inUnits(value, axis.unit);
   }
 }
 
@@ -110,16 +119,12 @@ function showFaults() {
   }
 }
 
-function round(value, unit) {
-  return value === null ? '--' : `${Math.round(value * 10) / 10} ${unit}`;
-}
-
 function showRows() {
   const { crane, configuration } = state;
   const rows = [
-    ['Radius', round(crane.radius, 'm')],
-    ['Load on the hook', round(crane.load, 'kg')],
-    ['Rated capacity', round(crane.capacity, 'kg')],
+    ['Radius', inUnits(crane.radius, 'm')],
+    ['Load on the hook', inUnits(crane.load, 'kg')],
+    ['Rated capacity', inUnits(crane.capacity, 'kg')],
     ['Utilisation', crane.percent === null ? '--' : `${Math.round(crane.percent)} %`],
     ['Base', configuration.base],
     ['Jib, pick point', `${configuration.jib}, ${configuration.pick}`],

@@ -2,10 +2,69 @@
 
 const byId = (id) => document.getElementById(id);
 
-function setChip(id, state, text) {
+// --- Words. The panel speaks the display's language, or the one that is chosen here.
+
+const LANGUAGES = ['en', 'es', 'pt', 'zh', 'ru', 'fr']; // by the value of OrvikLanguage
+const catalogues = new Map(); // language to its words
+let words = new Map();
+let language = -1;
+
+function word(key, fallback) {
+  return words.get(key) ?? fallback;
+}
+
+async function loadWords(code) {
+  const response = await fetch(`/words/${code}.xml`);
+  if (!response.ok) throw new Error(`no words in ${code}`);
+  const file = new DOMParser().parseFromString(await response.text(), 'text/xml');
+  return new Map([...file.querySelectorAll('word')].map((entry) => [entry.getAttribute('key'), entry.textContent]));
+}
+
+// Each element that has a word shows it; what changes with the unit's state says its own word each time.
+function showWords() {
+  for (const element of document.querySelectorAll('[data-word]')) {
+    element.textContent = word(element.dataset.word, element.textContent);
+  }
+  for (const chip of document.querySelectorAll('.chip[data-key]')) sayChip(chip);
+  const sound = byId('sound');
+  sound.textContent = sound.getAttribute('aria-pressed') === 'true' ? word('panel.sound-on', 'Sound on') : word('panel.sound-off', 'Sound off');
+  nameKeys();
+}
+
+async function followLanguage() {
+  const chosen = byId('language').value;
+  const wanted = chosen === '' ? screenState.variables.OrvikLanguage ?? 0 : Number(chosen);
+  if (wanted === language || !LANGUAGES[wanted]) return;
+  language = wanted;
+  document.documentElement.lang = LANGUAGES[wanted];
+  try {
+    if (!catalogues.has(wanted)) catalogues.set(wanted, await loadWords(LANGUAGES[wanted]));
+    if (language !== wanted) return; // another was asked for meanwhile
+    words = catalogues.get(wanted);
+    showWords();
+  } catch {
+    language = -1; // asked again with the next change
+  }
+}
+
+function sayChip(chip) {
+  chip.lastElementChild.textContent = word(chip.dataset.key, chip.dataset.text) + chip.dataset.more;
+}
+
+// `more` is what no catalogue has: names of services and the like.
+function setChip(id, state, key, text, more = '') {
   const chip = byId(id);
   chip.dataset.state = state;
-  chip.lastElementChild.textContent = text;
+  Object.assign(chip.dataset, { key, text, more });
+  sayChip(chip);
+}
+
+// --- Units of the host's numbers. They are the display's, or those chosen here.
+
+function followUnits() {
+  const shown = shadow.querySelector('[data-widget$="UnitsDistance"], [id$="UnitsDistance"]')?.textContent ?? '';
+  const displays = /^(feet|pies|pieds)$/.test(shown) ? 'feet' : 'meters';
+  document.documentElement.dataset.units = byId('units').value || displays;
 }
 
 // --- Screen. The SVG is in a shadow tree, so that its styles and those of the page do not affect each other.
@@ -36,6 +95,8 @@ function showScreen(state) {
   byId('screen').setAttribute('aria-label', `The unit's screen, page ${state.title || state.page}`);
   nameKeys();
   showLink();
+  followLanguage();
+  followUnits();
 }
 
 function changeElement(change) {
@@ -57,13 +118,15 @@ function changeScreen(change) {
   Object.assign(screenState.variables, change.variables);
   nameKeys();
   showLink();
+  followLanguage();
+  followUnits();
 }
 
 function showLink() {
   const lamp = screenState.variables.OrvikHX7TimeOutLamp;
-  if (lamp === 1) setChip('link', 'good', 'Host link heard');
-  else if (lamp === 2) setChip('link', 'bad', 'Host link lost');
-  else setChip('link', 'unknown', 'Host link unknown');
+  if (lamp === 1) setChip('link', 'good', 'panel.link-heard', 'Host link heard');
+  else if (lamp === 2) setChip('link', 'bad', 'panel.link-lost', 'Host link lost');
+  else setChip('link', 'unknown', 'panel.link-unknown', 'Host link unknown');
 }
 
 // --- Keys
@@ -132,7 +195,8 @@ function makeKey(key) {
 function nameKeys() {
   for (const [key, button] of buttons) {
     const label = shadow.querySelector(`[data-key="${key}"]`)?.textContent ?? '';
-    const name = label ? `Key ${key}, ${label}` : `Key ${key}`;
+    const own = `${word('panel.key', 'Key')} ${key}`;
+    const name = label ? `${own}, ${label}` : own;
     if (button.getAttribute('aria-label') !== name) button.setAttribute('aria-label', name);
   }
 }
@@ -166,7 +230,7 @@ function toggleSound() {
   const button = byId('sound');
   const on = button.getAttribute('aria-pressed') !== 'true';
   button.setAttribute('aria-pressed', String(on));
-  button.textContent = on ? 'Sound on' : 'Sound off';
+  button.textContent = on ? word('panel.sound-on', 'Sound on') : word('panel.sound-off', 'Sound off');
   if (on && !audio) {
     const context = new AudioContext();
     const oscillator = new OscillatorNode(context, { type: 'square', frequency: 2400 });
@@ -196,7 +260,7 @@ function showBeeper({ sounding, pulses }) {
   const sign = byId('beeper');
   const show = (on) => {
     sign.dataset.state = on ? 'on' : 'off';
-    sign.lastElementChild.textContent = on ? 'Sounding' : 'Silent';
+    sign.lastElementChild.textContent = on ? word('panel.sounding', 'Sounding') : word('panel.silent', 'Silent');
   };
   clearTimeout(signTimer);
   if (sounding || clicked) show(true);
@@ -209,7 +273,7 @@ const DARKEST = 0.15; // keeps a dark screen readable on the panel
 function showBacklight({ enabled, period, duty }) {
   const part = enabled && period > 0 ? Math.min(duty / period, 1) : 1;
   byId('screen').style.filter = part < 1 ? `brightness(${DARKEST + (1 - DARKEST) * part})` : '';
-  byId('backlight').lastElementChild.textContent = enabled ? `Backlight ${Math.round(part * 100)} %` : 'Backlight --';
+  byId('backlight').lastElementChild.textContent = `${word('panel.backlight', 'Backlight')} ${enabled ? `${Math.round(part * 100)} %` : '--'}`;
 }
 
 function showBoard(board) {
@@ -312,8 +376,8 @@ function showHealth(health) {
   });
   byId('service-rows').replaceChildren(...rows);
   const down = health.services.filter((service) => !service.up).map((service) => service.name);
-  if (health.up) setChip('health', 'good', 'All services up');
-  else setChip('health', 'bad', down.length ? `Down: ${down.join(', ')}` : health.problem || 'Services down');
+  if (health.up) setChip('health', 'good', 'panel.health-good', 'All services up');
+  else setChip('health', 'bad', 'panel.health-bad', 'Down', `: ${down.join(', ') || health.problem || ''}`);
 }
 
 // --- Tabs
@@ -362,16 +426,16 @@ function heard() {
   clearTimeout(silence);
   silence = setTimeout(reconnect, SILENT_MS);
   if (!byId('veil').hidden && screenState.revision < 0) return;
-  setChip('connection', 'good', 'Live');
+  setChip('connection', 'good', 'panel.live', 'Live');
   byId('veil').hidden = true;
 }
 
 function lose() {
   screenState.revision = -1;
   byId('veil').hidden = false;
-  setChip('connection', 'bad', 'No connection');
-  setChip('link', 'unknown', 'Host link unknown');
-  setChip('health', 'unknown', 'Services unknown');
+  setChip('connection', 'bad', 'panel.disconnected', 'No connection');
+  setChip('link', 'unknown', 'panel.link-unknown', 'Host link unknown');
+  setChip('health', 'unknown', 'panel.health-unknown', 'Services unknown');
   soundBeeper(false, false);
   lastPulses = null;
   held.clear();
@@ -401,4 +465,7 @@ function connect() {
 }
 
 for (let key = 1; key <= KEYS; ++key) makeKey(key);
+byId('language').addEventListener('change', followLanguage);
+byId('units').addEventListener('change', followUnits);
+setChip('connection', 'wait', 'panel.connecting', 'Connecting');
 connect();

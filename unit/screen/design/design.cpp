@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "unit/screen/design/page_parts.h"
+
 namespace unit {
 namespace {
 
@@ -56,6 +58,24 @@ void ReadBar(live_element_t& element, const pugi::xml_attribute& attribute) {
   element.bar = bar_t{numbers[0], numbers[1], element.node.attribute("width").as_double()};
 }
 
+void ReadVariables(live_element_t& element, const pugi::xml_attribute& attribute) {
+  std::string_view rest = attribute.value();
+  while (!rest.empty()) {
+    const std::size_t end = std::min(rest.find(' '), rest.size());
+    if (end > 0) element.variables.emplace_back(rest.substr(0, end));
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+}
+
+// One key, or keys by value.
+void ReadWord(live_element_t& element, const pugi::xml_attribute& attribute) {
+  const std::string_view text = attribute.value();
+  if (text.find(':') == std::string_view::npos)
+    element.word = text;
+  else
+    element.words = ValueRule(text);
+}
+
 using reader_t = void (*)(live_element_t&, const pugi::xml_attribute&);
 
 struct attribute_reader_t {
@@ -63,10 +83,13 @@ struct attribute_reader_t {
   reader_t read;
 };
 
-constexpr std::array<attribute_reader_t, 16> READERS{{
+constexpr std::array<attribute_reader_t, 19> READERS{{
     {"data-widget", [](auto& e, const auto& a) { e.widget = a.value(); }},
     {"data-background", [](auto& e, const auto& a) { e.background = a.value(); }},
-    {"data-var", [](auto& e, const auto& a) { e.variable = a.value(); }},
+    {"data-known", [](auto& e, const auto& a) { e.known = a.value(); }},
+    {"data-var", ReadVariables},
+    {"data-word", ReadWord},
+    {"data-hide", [](auto& e, const auto& a) { e.hide = ValueRule(a.value(), false); }},
     {"data-show", [](auto& e, const auto& a) { e.show = ValueRule(a.value(), false); }},
     {"data-text", [](auto& e, const auto& a) { e.text = ValueRule(a.value()); }},
     {"data-flash", [](auto& e, const auto& a) { e.flash = ValueRule(a.value()); }},
@@ -128,20 +151,22 @@ void ReadAlign(live_element_t& element) {
 }
 
 void CheckElement(const live_element_t& element, const std::set<std::string>& widgets) {
-  for (const std::string& name : {element.widget, element.background}) {
+  for (const std::string& name : {element.widget, element.background, element.known}) {
     if (!name.empty() && !widgets.contains(name)) {
       throw std::runtime_error("the configuration has no widget " + name);
     }
   }
-  const bool follows = !element.show.Empty() || !element.text.Empty() || !element.flash.Empty() ||
-                       !element.styles.empty() || !element.format.Empty() || element.turn || element.bar;
-  if (follows && element.variable.empty())
+  const bool follows = !element.show.Empty() || !element.hide.Empty() || !element.words.Empty() ||
+                       !element.text.Empty() || !element.flash.Empty() || !element.styles.empty() ||
+                       !element.format.Empty() || element.turn || element.bar;
+  if (follows && element.variables.empty()) {
     throw std::runtime_error("the element follows a value but has no data-var");
+  }
   if (element.place.cells > 0 && element.place.width <= 0)
     throw std::runtime_error("data-cells needs data-box");
   if (element.bar && element.bar->width <= 0) throw std::runtime_error("data-bar needs a width");
-  if (!element.IsText() && (!element.text.Empty() || !element.format.Empty())) {
-    throw std::runtime_error("data-text and data-format are for text elements only");
+  if (!element.IsText() && (!element.text.Empty() || !element.format.Empty() || element.HasWord())) {
+    throw std::runtime_error("data-text, data-word and data-format are for text elements only");
   }
 }
 
@@ -157,12 +182,13 @@ live_element_t ReadElement(pugi::xml_node node, const std::set<std::string>& wid
 }
 
 bool IsLive(const live_element_t& element) {
-  return !element.widget.empty() || !element.background.empty() || !element.variable.empty();
+  return !element.widget.empty() || !element.background.empty() || !element.variables.empty() ||
+         !element.known.empty() || element.HasWord();
 }
 
 std::string Describe(pugi::xml_node node) {
   std::string text = "<" + std::string(node.name());
-  for (const char* attribute : {"id", "data-widget", "data-var"}) {
+  for (const char* attribute : {"id", "data-widget", "data-var", "data-word"}) {
     if (const auto found = node.attribute(attribute))
       text += std::string(" ") + attribute + "=" + found.value();
   }
@@ -172,8 +198,7 @@ std::string Describe(pugi::xml_node node) {
 // Collects the live elements of a page. Gives an id to those without one, so that a change can refer to them.
 class ElementCollector : public pugi::xml_tree_walker {
  public:
-  ElementCollector(page_design_t& page, const std::set<std::string>& widgets)
-      : page_(page), widgets_(widgets) {}
+  ElementCollector(page_look_t& look, const std::set<std::string>& widgets) : look_(look), widgets_(widgets) {}
 
   bool for_each(pugi::xml_node& node) override {
     if (node.type() != pugi::node_element) return true;
@@ -193,17 +218,17 @@ class ElementCollector : public pugi::xml_tree_walker {
     }
     const std::string id = node.attribute("id").value();
     if (!id.empty() && !ids_.insert(id).second) throw std::runtime_error("another element has this id");
-    if (id == COMPOSITOR_ELEMENT) page_.compositor = node;
+    if (id == COMPOSITOR_ELEMENT) look_.compositor = node;
     live_element_t element = ReadElement(node, widgets_);
     if (!IsLive(element)) return;
     if (element.id.empty()) {
-      element.id = "live-" + std::to_string(page_.elements.size());
+      element.id = "live-" + std::to_string(look_.elements.size());
       node.append_attribute("id").set_value(element.id.c_str());
     }
-    page_.elements.push_back(std::move(element));
+    look_.elements.push_back(std::move(element));
   }
 
-  page_design_t& page_;
+  page_look_t& look_;
   const std::set<std::string>& widgets_;
   std::set<std::string> ids_;
 };
@@ -239,39 +264,51 @@ void ReadPageElement(page_design_t& page, pugi::xml_node root) {
   ReadNotices(page, described);
 }
 
-page_design_t ReadPage(const fs::path& file, const std::set<std::string>& widgets) {
+page_look_t ReadLook(const pugi::xml_document& document, look_t look, const std::set<std::string>& widgets,
+                     const design_base_t& base) {
+  page_look_t result;
+  result.document = std::make_unique<pugi::xml_document>();
+  result.document->reset(document);
+  PaintColors(*result.document, base.palette, look);
+  ElementCollector collector(result, widgets);
+  result.document->traverse(collector);
+  return result;
+}
+
+page_design_t ReadPage(const fs::path& file, const std::set<std::string>& widgets, const design_base_t& base) {
   page_design_t page;
-  page.document = std::make_unique<pugi::xml_document>();
-  const pugi::xml_parse_result result = page.document->load_file(file.c_str());
+  page.file = file;
+  pugi::xml_document document;
+  const pugi::xml_parse_result result = document.load_file(file.c_str());
   if (!result) {
     throw std::runtime_error(std::string(result.description()) + " at byte " + std::to_string(result.offset));
   }
-  const pugi::xml_node root = page.document->document_element();
+  const pugi::xml_node root = document.document_element();
   if (std::string_view(root.name()) != "svg") throw std::runtime_error("the root is not <svg>");
   ReadPageElement(page, root);
-  ElementCollector collector(page, widgets);
-  page.document->traverse(collector);
+  InsertParts(root, *base.parts);
+  for (const look_t look : {LOOK_DAY, LOOK_NIGHT})
+    page.looks.at(look) = ReadLook(document, look, widgets, base);
   return page;
 }
 
-}  // namespace
-
-page_design_t LoadPage(const fs::path& file, const std::set<std::string>& widgets) {
+// A mistake in what the pages share is one line, not one for each page.
+bool LoadBase(const fs::path& folder, design_base_t& base, std::vector<std::string>& problems) {
   try {
-    return ReadPage(file, widgets);
-  } catch (const std::runtime_error& error) {
-    throw std::runtime_error(file.string() + ": " + error.what());
+    base.palette = LoadPalette(folder / "palette.xml");
+    base.parts = LoadParts(folder / PARTS_FILE);
+    return true;
+  } catch (const std::runtime_error& refused) {
+    problems.emplace_back(refused.what());
+    return false;
   }
 }
 
-namespace {
-
-// Sorted, so that the problems come in a fixed order.
 std::set<fs::path> ListPages(const fs::path& folder, std::vector<std::string>& problems) {
-  std::set<fs::path> files;
+  std::set<fs::path> files;  // sorted, so that the problems come in a fixed order
   std::error_code error;
   for (const auto& entry : fs::directory_iterator(folder, error)) {
-    if (entry.path().extension() == ".svg") files.insert(entry.path());
+    if (entry.path().extension() == ".svg" && entry.path().filename() != PARTS_FILE) files.insert(entry.path());
   }
   if (error) problems.push_back(folder.string() + ": " + error.message());
   return files;
@@ -279,12 +316,22 @@ std::set<fs::path> ListPages(const fs::path& folder, std::vector<std::string>& p
 
 }  // namespace
 
+page_design_t LoadPage(const fs::path& file, const std::set<std::string>& widgets, const design_base_t& base) {
+  try {
+    return ReadPage(file, widgets, base);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(file.string() + ": " + error.what());
+  }
+}
+
 design_t LoadDesign(const fs::path& folder, const std::set<std::string>& widgets,
                     std::vector<std::string>& problems) {
   design_t design;
+  design_base_t base;
+  if (!LoadBase(folder, base, problems)) return design;
   for (const fs::path& file : ListPages(folder, problems)) {
     try {
-      page_design_t page = LoadPage(file, widgets);
+      page_design_t page = LoadPage(file, widgets, base);
       const std::string name = page.name;
       if (!design.emplace(name, std::move(page)).second) {
         problems.push_back(file.string() + ": another file has a page " + name);
@@ -296,24 +343,40 @@ design_t LoadDesign(const fs::path& folder, const std::set<std::string>& widgets
   return design;
 }
 
+std::string CheckPage(const page_design_t& page, const std::set<std::string>& names,
+                      const std::map<int, std::string>& orders) {
+  for (const auto& [event, target] : page.transitions) {
+    if (names.contains(target)) continue;
+    return page.file.string() + ": " + event + " leads to a page that does not exist: " + target;
+  }
+  const auto other = orders.find(page.order);
+  if (other == orders.end() || other->second == page.name) return {};
+  return page.file.string() + ": page " + other->second + " has the same order";
+}
+
 std::vector<std::string> CheckDesign(const design_t& design) {
   std::vector<std::string> problems;
+  std::set<std::string> names;
   std::map<int, std::string> orders;
+  for (const auto& [name, page] : design) names.insert(name);
   for (const auto& [name, page] : design) {
-    for (const auto& [event, target] : page.transitions) {
-      if (design.contains(target)) continue;
-      problems.push_back("page ");
-      problems.back()
-          .append(name)
-          .append(": ")
-          .append(event)
-          .append(" leads to a page that does not exist: ")
-          .append(target);
-    }
-    const auto [other, fresh] = orders.emplace(page.order, name);
-    if (!fresh) problems.push_back("pages " + other->second + " and " + name + " have the same order");
+    orders.emplace(page.order, name);
+    std::string problem = CheckPage(page, names, orders);
+    if (!problem.empty()) problems.push_back(std::move(problem));
   }
   return problems;
+}
+
+std::set<std::string> WordsUsed(const design_t& design) {
+  std::set<std::string> used;
+  for (const auto& [name, page] : design) {
+    for (const live_element_t& element : page.looks.at(LOOK_DAY).elements) {
+      if (!element.word.empty()) used.insert(element.word);
+      for (const std::string& key : element.words.Texts()) used.insert(key);
+    }
+  }
+  used.erase("");  // a value for which nothing stands there
+  return used;
 }
 
 }  // namespace unit

@@ -8,8 +8,15 @@
 namespace unit {
 namespace {
 
+// Dashes and names of areas are no number.
+bool HasNumber(const widget_t* widget) {
+  return widget != nullptr && widget->text && widget->text->find_first_of("0123456789") != std::string::npos;
+}
+
 bool IsHidden(const live_element_t& element, const element_input_t& input, const variable_value_t& value) {
   if (input.widget != nullptr && !input.widget->shown) return true;
+  if (!element.known.empty() && !HasNumber(input.known)) return true;
+  if (!element.hide.Empty() && element.hide.Choose(value) != nullptr) return true;
   return element.show.Empty() ? element.baseHidden : element.show.Choose(value) == nullptr;
 }
 
@@ -64,7 +71,18 @@ std::string BarWidth(const bar_t& bar, const variable_value_t& value) {
   return FormatPixels(bar.width * std::clamp((*value - bar.low) / (bar.high - bar.low), 0.0, 1.0));
 }
 
-std::string TextByValue(const live_element_t& element, const variable_value_t& value) {
+// The design's own text stands where the language has no such word, or no catalogue was read.
+std::string WordFor(const live_element_t& element, const element_input_t& input, const std::string& key) {
+  if (key.empty()) return {};
+  if (input.words == nullptr) return element.baseText;
+  const auto word = input.words->find(key);
+  return word != input.words->end() ? word->second : element.baseText;
+}
+
+std::string TextByValue(const live_element_t& element, const element_input_t& input,
+                        const variable_value_t& value) {
+  if (!element.word.empty()) return WordFor(element, input, element.word);
+  if (const std::string* key = element.words.Choose(value)) return WordFor(element, input, *key);
   if (!element.format.Empty() && value) return element.format.Apply(*value * element.scale);
   if (!value && element.stale) return *element.stale;
   const std::string* chosen = element.text.Empty() ? nullptr : element.text.Choose(value);
@@ -87,8 +105,8 @@ void ViewText(element_view_t& view, const live_element_t& element, const element
   if (!element.IsText()) return;
   if (input.widget != nullptr) {
     ViewWidgetText(view, element, input);
-  } else if (!element.text.Empty() || !element.format.Empty()) {
-    view.text = std::vector<text_run_t>{{{}, {}, TextByValue(element, value)}};
+  } else if (!element.text.Empty() || !element.format.Empty() || element.HasWord()) {
+    view.text = std::vector<text_run_t>{{{}, {}, TextByValue(element, input, value)}};
   }
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "unit/screen/design/design.h"
+#include "unit/screen/design/word_catalogue.h"
 
 namespace unit {
 
@@ -26,6 +27,8 @@ struct widget_t {
 struct element_input_t {
   const widget_t* widget = nullptr;      // null: the element follows none
   const widget_t* background = nullptr;  // the widget whose background the element shows; may be null
+  const widget_t* known = nullptr;       // the widget without whose number it is hidden
+  const words_t* words = nullptr;        // of the operator's language; null: the design's own texts
   variable_value_t value;
   bool current = true;  // false: the data on the screen are old
 };

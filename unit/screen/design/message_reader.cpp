@@ -1,6 +1,5 @@
 #include "unit/screen/design/message_reader.h"
 
-#include <algorithm>
 #include <cmath>
 #include <string_view>
 
@@ -26,10 +25,11 @@ bool ReadFloats(screen_command_t& command, std::span<const std::uint8_t> message
 bool ReadText(screen_command_t& command, std::span<const std::uint8_t> message) {
   if (message.size() <= TEXT_AT || message.size() > SCREEN_MESSAGE_SIZE) return false;
   command.number = platform::LoadLe32(message, SCREEN_ARGUMENTS_AT);
-  const auto text = message.subspan(TEXT_AT);
-  const auto end = std::find(text.begin(), text.end(), std::uint8_t{0});
-  if (command.number > SCREEN_TEXT_RIGHT || end == text.end()) return false;
-  command.text = CleanText(std::string(text.begin(), end));
+  // The message's last byte is the text's end. A zero before it is a character of the text: the host's texts
+  // may hold any code, and what follows it must not be lost.
+  const auto text = message.subspan(TEXT_AT, message.size() - TEXT_AT - 1);
+  if (command.number > SCREEN_TEXT_RIGHT || message.back() != 0) return false;
+  command.text = CleanText(std::string(text.begin(), text.end()));
   return true;
 }
 

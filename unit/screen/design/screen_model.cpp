@@ -39,10 +39,42 @@ page_design_t* FirstPage(design_t& design) {
   return &first->second;
 }
 
+// The first page of `fresh` that has a mistake beside the pages that stay as they are.
+design_t::const_iterator FindMistaken(const design_t& fresh, const design_t& present, std::string& problem) {
+  std::set<std::string> names;
+  std::map<int, std::string> orders;
+  for (const auto& [name, page] : present) {
+    names.insert(name);
+    if (!fresh.contains(name)) orders.emplace(page.order, name);
+  }
+  for (const auto& [name, page] : fresh) names.insert(name);
+  return std::find_if(fresh.begin(), fresh.end(), [&](const auto& entry) {
+    orders.emplace(entry.second.order, entry.first);
+    problem = CheckPage(entry.second, names, orders);
+    return !problem.empty();
+  });
+}
+
+// Takes the pages with a mistake out of `fresh`; one line for each. A page that was there before keeps its name
+// and its order, so that its mistake is no mistake of the pages that lead to it.
+std::vector<std::string> DropMistaken(design_t& fresh, const design_t& present) {
+  std::vector<std::string> problems;
+  std::string problem;
+  for (auto page = FindMistaken(fresh, present, problem); page != fresh.end();
+       page = FindMistaken(fresh, present, problem)) {
+    problems.push_back(problem);
+    fresh.erase(page);
+  }
+  return problems;
+}
+
 }  // namespace
 
-ScreenModel::ScreenModel(screen_names_t names, design_t design)
-    : names_(std::move(names)), design_(std::move(design)), page_(FirstPage(design_)) {
+ScreenModel::ScreenModel(screen_names_t names, design_t design, word_catalogue_t words)
+    : names_(std::move(names)),
+      design_(std::move(design)),
+      words_(std::move(words)),
+      page_(FirstPage(design_)) {
   for (const auto& [handle, name] : names_.widgets) widgets_[handle].name = name;
   for (const auto& [name, parameter] : names_.variables) variables_[name];
   variables_[DATA_STATE_VARIABLE] = DATA_PROGRAM_SILENT;
@@ -151,23 +183,30 @@ void ScreenModel::ShowPage(const std::string& name) {
   RefreshAll();
 }
 
-void ScreenModel::ReplacePages(design_t&& pages) {
+std::vector<std::string> ScreenModel::ReplacePages(design_t&& pages) {
   const std::string shown = page_->name;
+  std::vector<std::string> problems = DropMistaken(pages, design_);
   for (auto& [name, page] : pages) design_.insert_or_assign(name, std::move(page));
   page_ = &design_.at(shown);
   pageChanged_ = true;
   RefreshAll();
+  return problems;
+}
+
+void ScreenModel::ReplaceWords(word_catalogue_t words) {
+  words_ = std::move(words);
+  RefreshWords();
 }
 
 void ScreenModel::SetDrawing(drawing_t drawing) {
   if (drawing == drawing_) return;
   drawing_ = std::move(drawing);
   WriteDrawing();
-  drawingChanged_ = !page_->compositor.empty();
+  drawingChanged_ = !Shown().compositor.empty();
 }
 
 void ScreenModel::WriteDrawing() {
-  pugi::xml_node layer = page_->compositor;
+  pugi::xml_node layer = Shown().compositor;
   if (layer.empty()) return;
   layer.remove_children();
   for (const drawn_element_t& element : drawing_) WriteElement(layer, element);
@@ -181,8 +220,8 @@ void ScreenModel::SetPictures(drawing_t pictures) {
 }
 
 void ScreenModel::WritePictures() {
-  if (page_->compositor.empty()) return;
-  pugi::xml_node root = page_->document->document_element();
+  if (Shown().compositor.empty()) return;
+  pugi::xml_node root = Shown().document->document_element();
   root.remove_child(root.find_child_by_attribute("defs", "id", PICTURES_ELEMENT));
   pugi::xml_node definitions = root.prepend_child("defs");
   definitions.append_attribute("id").set_value(PICTURES_ELEMENT);
@@ -190,16 +229,17 @@ void ScreenModel::WritePictures() {
 }
 
 void ScreenModel::RefreshAll() {
-  if (pageChanged_ || views_.size() != page_->elements.size()) {
-    views_.assign(page_->elements.size(), {});
+  if (pageChanged_ || views_.size() != Shown().elements.size()) {
+    views_.assign(Shown().elements.size(), {});
+    WriteLanguage();
     WritePictures();
     WriteDrawing();
   }
-  for (std::size_t i = 0; i < page_->elements.size(); ++i) Refresh(i);
+  for (std::size_t i = 0; i < Shown().elements.size(); ++i) Refresh(i);
 }
 
 void ScreenModel::Refresh(std::size_t index) {
-  const live_element_t& element = page_->elements.at(index);
+  const live_element_t& element = Shown().elements.at(index);
   element_view_t view = MakeView(element, InputOf(element));
   if (view == views_.at(index)) return;
   ApplyView(element, view);
@@ -208,16 +248,53 @@ void ScreenModel::Refresh(std::size_t index) {
 }
 
 void ScreenModel::RefreshWidget(const std::string& name) {
-  for (std::size_t i = 0; i < page_->elements.size(); ++i) {
-    const live_element_t& element = page_->elements[i];
-    if (element.widget == name || element.background == name) Refresh(i);
+  for (std::size_t i = 0; i < Shown().elements.size(); ++i) {
+    const live_element_t& element = Shown().elements[i];
+    if (element.widget == name || element.background == name || element.known == name) Refresh(i);
   }
 }
 
 void ScreenModel::RefreshVariable(const std::string& name) {
-  for (std::size_t i = 0; i < page_->elements.size(); ++i) {
-    if (page_->elements[i].variable == name) Refresh(i);
+  for (std::size_t i = 0; i < Shown().elements.size(); ++i) {
+    const auto& variables = Shown().elements[i].variables;
+    if (std::find(variables.begin(), variables.end(), name) != variables.end()) Refresh(i);
   }
+  if (name == LANGUAGE_VARIABLE) RefreshWords();
+  if (name == BRIGHTNESS_VARIABLE) UpdateLook();
+}
+
+void ScreenModel::RefreshWords() {
+  WriteLanguage();
+  for (std::size_t i = 0; i < Shown().elements.size(); ++i) {
+    if (Shown().elements[i].HasWord()) Refresh(i);
+  }
+}
+
+// Names the language on the document, for who draws it and has words of its own beside it.
+void ScreenModel::WriteLanguage() {
+  pugi::xml_node root = Shown().document->document_element();
+  pugi::xml_attribute language = root.attribute(LANGUAGE_ATTRIBUTE);
+  if (!language) language = root.append_attribute(LANGUAGE_ATTRIBUTE);
+  const auto known = variables_.find(LANGUAGE_VARIABLE);
+  language.set_value(known == variables_.end() ? 0 : static_cast<int>(known->second.value_or(0)));
+}
+
+void ScreenModel::UpdateLook() {
+  const look_t look = ChooseLook(look_, variables_.at(BRIGHTNESS_VARIABLE));
+  if (std::exchange(look_, look) == look) return;
+  pageChanged_ = true;
+  RefreshAll();
+}
+
+// Several variables count as one: the greatest known value of them.
+variable_value_t ScreenModel::ValueOf(const live_element_t& element) const {
+  variable_value_t greatest;
+  for (const std::string& name : element.variables) {
+    const auto variable = variables_.find(name);
+    if (variable == variables_.end() || !variable->second) continue;
+    greatest = std::max(greatest.value_or(*variable->second), *variable->second);
+  }
+  return greatest;
 }
 
 bool ScreenModel::IsCurrent() const {
@@ -235,16 +312,19 @@ element_input_t ScreenModel::InputOf(const live_element_t& element) const {
   element_input_t input;
   input.widget = FindWidget(element.widget);
   input.background = FindWidget(element.background);
-  const auto variable = variables_.find(element.variable);
-  if (variable != variables_.end()) input.value = variable->second;
+  input.known = FindWidget(element.known);
+  input.value = ValueOf(element);
+  if (const auto language = variables_.find(LANGUAGE_VARIABLE); language != variables_.end()) {
+    input.words = &words_.Of(language->second);
+  }
   input.current = IsCurrent();
   return input;
 }
 
 element_change_t ScreenModel::ChangeOf(std::size_t index) const {
   const element_view_t& view = views_.at(index);
-  element_change_t change{page_->elements.at(index).id, view.attributes, {}};
-  if (view.text) change.content = PrintContent(page_->elements[index].node);
+  element_change_t change{Shown().elements.at(index).id, view.attributes, {}};
+  if (view.text) change.content = PrintContent(Shown().elements[index].node);
   return change;
 }
 
@@ -254,7 +334,7 @@ screen_change_t ScreenModel::TakeChange() {
   change.page = std::exchange(pageChanged_, false);
   if (!change.page) {
     for (const std::size_t index : changedElements_) change.elements.push_back(ChangeOf(index));
-    if (drawingChanged_) change.elements.push_back({COMPOSITOR_ELEMENT, {}, PrintContent(page_->compositor)});
+    if (drawingChanged_) change.elements.push_back({COMPOSITOR_ELEMENT, {}, PrintContent(Shown().compositor)});
   }
   for (const std::int32_t handle : changedWidgets_) {
     change.widgets[widgets_.at(handle).name] = widgets_.at(handle).text.value_or("");
@@ -276,7 +356,7 @@ void ScreenModel::ForgetChanges() {
 }
 
 std::string ScreenModel::Svg() const {
-  return Print(page_->document->document_element());
+  return Print(Shown().document->document_element());
 }
 
 std::map<std::string, std::string> ScreenModel::WidgetTexts() const {

@@ -20,6 +20,8 @@ namespace unit {
 
 // A variable that the screen service sets itself; all others come from the database.
 constexpr const char* DATA_STATE_VARIABLE = "Screen.DataState";
+constexpr const char* LANGUAGE_VARIABLE = "OrvikLanguage";
+constexpr const char* LANGUAGE_ATTRIBUTE = "data-language";  // of the document: the variable's value
 enum data_state_t : int { DATA_CURRENT = 1, DATA_LINK_LOST = 2, DATA_PROGRAM_SILENT = 3 };
 
 struct element_change_t {
@@ -50,7 +52,7 @@ struct screen_counters_t {
 class ScreenModel {
  public:
   // The page of the lowest order is shown first. Throws std::runtime_error when the design has no page.
-  ScreenModel(screen_names_t names, design_t design);
+  ScreenModel(screen_names_t names, design_t design, word_catalogue_t words = {});
 
   // Keeps the command until ProcessCommands. False when its widget is unknown. When MAX_PENDING commands wait,
   // all of them take effect.
@@ -63,20 +65,26 @@ class ScreenModel {
   void SetDataState(data_state_t state);
   // Follows the transition that the page shown has for the event. True when the page changed.
   bool HandleEvent(std::uint32_t number);
+  // Shows the page of that name, which must exist.
+  void ShowPage(const std::string& name);
   // The actions that the page shown posts for changed values, oldest first; at most MAX_NOTICES are kept.
   std::vector<std::string> TakeNotices() { return std::exchange(notices_, {}); }
   bool HasNotices() const { return !notices_.empty(); }
   void SetDrawing(drawing_t drawing);
   // Sets the pictures that drawings use, as definitions of every page.
   void SetPictures(drawing_t pictures);
-  // Replaces the pages that were read again; the other pages stay unchanged.
-  void ReplacePages(design_t&& pages);
+  // Replaces the pages that were read again; the other pages stay unchanged, and so does a page with a mistake
+  // (CheckPage). Returns one line for each such page.
+  std::vector<std::string> ReplacePages(design_t&& pages);
+  void ReplaceWords(word_catalogue_t words);
 
   const page_design_t& Page() const { return *page_; }
+  look_t Look() const { return look_; }
   std::uint64_t Revision() const { return revision_; }
   // The changes since the last call. Advances the revision when there are any.
   screen_change_t TakeChange();
 
+  const design_t& Design() const { return design_; }
   // The page as an SVG document.
   std::string Svg() const;
   const std::map<std::string, variable_value_t>& Variables() const { return variables_; }
@@ -89,15 +97,19 @@ class ScreenModel {
 
  private:
   void Apply(const screen_command_t& command);
-  void ShowPage(const std::string& name);
   void NoteChange(const std::string& variable);
   void RefreshAll();
+  void RefreshWords();
+  void WriteLanguage();
+  void UpdateLook();
+  const page_look_t& Shown() const { return page_->looks.at(look_); }
   void Refresh(std::size_t index);
   void RefreshWidget(const std::string& name);
   void RefreshVariable(const std::string& name);
   void WriteDrawing();
   void WritePictures();
   bool IsCurrent() const;
+  variable_value_t ValueOf(const live_element_t& element) const;
   element_input_t InputOf(const live_element_t& element) const;
   const widget_t* FindWidget(const std::string& name) const;
   element_change_t ChangeOf(std::size_t index) const;
@@ -105,7 +117,9 @@ class ScreenModel {
 
   screen_names_t names_;
   design_t design_;
+  word_catalogue_t words_;
   page_design_t* page_ = nullptr;
+  look_t look_ = LOOK_DAY;
   std::map<std::int32_t, widget_t> widgets_;  // by handle
   std::map<std::string, variable_value_t> variables_;
   std::vector<screen_command_t> pending_;

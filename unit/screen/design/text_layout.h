@@ -36,7 +36,9 @@ struct text_layout_t {
   bool operator==(const text_layout_t&) const = default;
 };
 
-// Makes a received text fit for an XML document: ill-formed UTF-8 and control characters become U+FFFD.
+// Makes a received text fit for an XML document. The one rule for characters that cannot be shown: each
+// ill-formed sequence, each control character (C0, U+0000 among them, DEL, and C1, U+0080 to U+009F), U+FFFE
+// and U+FFFF becomes one U+FFFD. Nothing is left out, so that what follows keeps its column.
 std::string CleanText(std::string_view text);
 
 // In cells, each glyph has a run of its own, centred in its column: fallback fonts have other widths, and not

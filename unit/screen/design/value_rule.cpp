@@ -80,6 +80,12 @@ const std::string* ValueRule::Choose(const variable_value_t& value) const {
   return found == entries_.end() ? nullptr : &found->text;
 }
 
+std::vector<std::string> ValueRule::Texts() const {
+  std::vector<std::string> texts;
+  for (const entry_t& entry : entries_) texts.push_back(entry.text);
+  return texts;
+}
+
 ValueFormat::ValueFormat(std::string_view text) {
   const std::size_t open = text.find('{');
   const std::size_t close = text.find('}');

@@ -34,6 +34,8 @@ class ValueRule {
   bool Empty() const { return entries_.empty(); }
   // The text of the first entry that matches; null when none does. Valid as long as the rule.
   const std::string* Choose(const variable_value_t& value) const;
+  // The texts of all entries, in their order.
+  std::vector<std::string> Texts() const;
 
  private:
   struct entry_t {

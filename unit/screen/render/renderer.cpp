@@ -78,12 +78,18 @@ cairo_status_t Append(void* closure, const unsigned char* data, unsigned length)
   return CAIRO_STATUS_SUCCESS;
 }
 
+handle_t ReadSvg(const std::string& svg) {
+  GError* error = nullptr;
+  const std::basic_string<guint8> bytes(svg.begin(), svg.end());
+  handle_t handle(rsvg_handle_new_from_data(bytes.data(), bytes.size(), &error));
+  if (!handle) Fail(error);
+  return handle;
+}
+
 // Draws the document over the whole surface.
 void Draw(const std::string& svg, const std::string& style, cairo_surface_t& surface) {
   GError* error = nullptr;
-  const std::basic_string<guint8> bytes(svg.begin(), svg.end());
-  const handle_t handle(rsvg_handle_new_from_data(bytes.data(), bytes.size(), &error));
-  if (!handle) Fail(error);
+  const handle_t handle = ReadSvg(svg);
   const std::basic_string<guint8> css(style.begin(), style.end());
   if (rsvg_handle_set_stylesheet(handle.get(), css.data(), css.size(), &error) == FALSE) Fail(error);
   const context_t context(cairo_create(&surface));
@@ -114,6 +120,35 @@ pixels_t RenderPixels(const std::string& svg, int width, int height, const std::
       reinterpret_cast<unsigned char*>(pixels.values.data()), CAIRO_FORMAT_RGB24, width, height, width * 4));
   Draw(svg, style, *surface);
   return pixels;
+}
+
+std::string WritePng(const pixels_t& pixels) {
+  std::vector<std::uint32_t> copy = pixels.values;  // cairo wants to be able to write
+  const surface_t surface(cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(copy.data()),
+                                                              CAIRO_FORMAT_RGB24, pixels.width, pixels.height,
+                                                              pixels.width * 4));
+  std::string png;
+  if (cairo_surface_write_to_png_stream(surface.get(), Append, &png) != CAIRO_STATUS_SUCCESS) Fail(nullptr);
+  return png;
+}
+
+struct SvgGeometry::state_t {
+  handle_t handle;
+};
+
+SvgGeometry::SvgGeometry(const std::string& svg) : state_(std::make_unique<state_t>()) {
+  state_->handle = ReadSvg(svg);
+}
+SvgGeometry::~SvgGeometry() = default;
+
+std::optional<ink_box_t> SvgGeometry::Find(const std::string& id) const {
+  const RsvgRectangle viewport{0, 0, SCREEN_WIDTH, SCREEN_HEIGHT};
+  RsvgRectangle ink{};
+  const std::string name = "#" + id;
+  const bool found = rsvg_handle_get_geometry_for_layer(state_->handle.get(), name.c_str(), &viewport, &ink,
+                                                        nullptr, nullptr) == TRUE;
+  if (!found || ink.width <= 0 || ink.height <= 0) return std::nullopt;
+  return ink_box_t{ink.x, ink.y, ink.width, ink.height};
 }
 
 }  // namespace unit

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,5 +22,29 @@ std::string RenderPng(const std::string& svg, double scale = 1);
 // Draws the document in any size; `style` is a style sheet (CSS) that is added to the document's own. Throws
 // and takes as much time as RenderPng.
 pixels_t RenderPixels(const std::string& svg, int width, int height, const std::string& style = {});
+
+// The picture as PNG. Throws std::runtime_error when it cannot be made.
+std::string WritePng(const pixels_t& pixels);
+
+struct ink_box_t {
+  double x = 0, y = 0, width = 0, height = 0;  // pixels of the document
+};
+
+// Where librsvg draws the elements of one document.
+class SvgGeometry {
+ public:
+  // Throws std::runtime_error when the document cannot be read.
+  explicit SvgGeometry(const std::string& svg);
+  ~SvgGeometry();
+  SvgGeometry(const SvgGeometry&) = delete;
+  SvgGeometry& operator=(const SvgGeometry&) = delete;
+
+  // What the element with that id covers with ink; empty when it draws nothing.
+  std::optional<ink_box_t> Find(const std::string& id) const;
+
+ private:
+  struct state_t;
+  std::unique_ptr<state_t> state_;
+};
 
 }  // namespace unit

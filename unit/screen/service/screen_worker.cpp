@@ -2,6 +2,7 @@
 
 #include <array>
 #include <iostream>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -25,6 +26,8 @@ constexpr auto TEXT_LIMIT = 100ms;    // then a text takes effect without "proce
 constexpr auto PROGRAM_SILENCE = 2s;  // the application sends "process commands" every 10 ms
 constexpr auto READ_PERIOD = 1s;
 constexpr auto RELOAD_DELAY = 100ms;  // an editor may write several files at once
+// Words of the front panel and of the window stand in the same catalogue.
+const std::set<std::string> OTHER_USERS{"panel.", "window."};
 constexpr const char* LINK_VARIABLE = "OrvikHX7TimeOutLamp";
 constexpr double LINK_LOST = 2.0;
 
@@ -41,14 +44,26 @@ ScreenModel ScreenWorker::MakeModel(const options_t& options) {
   std::vector<std::string> problems;
   design_t design = LoadDesign(designFolder_, WidgetNames(names), problems);
   for (std::string& problem : CheckDesign(design)) problems.push_back(std::move(problem));
+  word_catalogue_t words = ReadWords(design, problems);
+  for (const std::string& problem : problems) Print(problem);
   if (!problems.empty()) throw std::runtime_error(problems.front());
   if (design.empty()) throw std::runtime_error(designFolder_.string() + ": the folder has no page (*.svg)");
-  return {std::move(names), std::move(design)};
+  return {std::move(names), std::move(design), std::move(words)};
+}
+
+word_catalogue_t ScreenWorker::ReadWords(const design_t& design, std::vector<std::string>& problems) const {
+  word_catalogue_t words = LoadWords(wordsFolder_, problems);
+  for (std::string& problem : CheckWords(words, WordsUsed(design), OTHER_USERS)) {
+    problems.push_back(std::move(problem));
+  }
+  return words;
 }
 
 ScreenWorker::ScreenWorker(const options_t& options)
     : designFolder_(std::filesystem::path(options.configDirectory) / "screen"),
+      wordsFolder_(std::filesystem::path(options.configDirectory) / "words"),
       watch_(designFolder_),
+      wordsWatch_(wordsFolder_),
       model_(MakeModel(options)),
       variables_(model_),
       compositor_([this](const std::string& path) { return pictures_.Find(path); }),
@@ -233,16 +248,17 @@ void ScreenWorker::PostActions(clock_t::time_point now) {
 }
 
 void ScreenWorker::ReloadDesign(clock_t::time_point now) {
-  if (watch_.Changed()) reloadAt_ = now + RELOAD_DELAY;
+  if (watch_.Changed() || wordsWatch_.Changed()) reloadAt_ = now + RELOAD_DELAY;
   if (reloadAt_ == clock_t::time_point{} || now < reloadAt_) return;
   reloadAt_ = {};
   std::vector<std::string> problems;
   design_t design = LoadDesign(designFolder_, WidgetNames(model_.Names()), problems);
-  for (const std::string& problem : problems) Print(problem + "; the page stays unchanged");
-  for (const std::string& problem : CheckDesign(design)) Print(problem);
+  word_catalogue_t words = LoadWords(wordsFolder_, problems);
   const std::lock_guard lock(mutex_);
+  for (std::string& problem : model_.ReplacePages(std::move(design))) problems.push_back(std::move(problem));
+  model_.ReplaceWords(std::move(words));
+  for (const std::string& problem : problems) Print(problem + "; the page stays unchanged");
   designProblem_ = problems.empty() ? "" : problems.front();
-  model_.ReplacePages(std::move(design));
 }
 
 void ScreenWorker::ReadVariables() {

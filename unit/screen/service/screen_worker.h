@@ -51,6 +51,7 @@ class ScreenWorker {
   using clock_t = std::chrono::steady_clock;
 
   ScreenModel MakeModel(const options_t& options);
+  word_catalogue_t ReadWords(const design_t& design, std::vector<std::string>& problems) const;
   // subscriber
   void TakeMessage(std::size_t channel, std::span<const std::uint8_t> payload);
   void TakeScreenMessage(std::span<const std::uint8_t> payload);
@@ -73,9 +74,9 @@ class ScreenWorker {
   void Report(base::LineLimiter& limiter, const std::string& what);
   std::map<std::string, std::uint64_t> Counters() const;
 
-  const std::filesystem::path designFolder_;
+  const std::filesystem::path designFolder_, wordsFolder_;
   NotifyLink link_;
-  DesignWatch watch_;  // the pace thread's
+  DesignWatch watch_, wordsWatch_;  // the pace thread's
 
   mutable std::mutex mutex_;  // guards all down to stopping_
   ScreenModel model_;

@@ -1,0 +1,58 @@
+"""`unit design`: the product's design has no findings, and each kind of mistake is one line that names it."""
+
+import shutil
+import subprocess
+
+import pytest
+
+from desk import BIN, CONFIG
+
+
+def design(folder, *arguments):
+    done = subprocess.run([BIN / "unit", "design", folder / "screen", *arguments], capture_output=True, text=True,
+                          timeout=600)
+    return done.returncode, done.stdout, done.stderr
+
+
+@pytest.fixture
+def config(tmp_path):
+    folder = tmp_path / "config"
+    shutil.copytree(CONFIG, folder)
+    return folder
+
+
+def test_the_products_design_has_no_findings():
+    status, found, errors = design(CONFIG)
+    assert (status, found.count("\n")) == (0, 1), found + errors
+    assert found.startswith("smallest text 14, caption 16, value 28 pixels; lowest contrast ")
+
+
+def test_each_mistake_is_one_line(config):
+    page = config / "screen" / "engine.svg"
+    page.write_text(page.read_text().replace("</svg>", """
+      <rect x="100" y="100" width="100" height="30" fill="#202020"/>
+      <text x="102" y="120" id="wide">TOO WIDE FOR IT</text>
+      <text x="300" y="200" id="one">ONE</text><text x="310" y="204" id="two">TWO</text>
+      <text x="420" y="160" id="small" style="font-size:13px">SMALL</text>
+      <text x="420" y="200" id="pale" style="fill:#303438">PALE</text>
+      <text x="420" y="240" id="orvikTextWidgetNone">NONE</text>
+      <text x="420" y="280" id="uneven" dominant-baseline="middle" data-var="OrvikNothing" data-format="{0}">UNEVEN</text>
+    </svg>""").replace('event="orvik.EngineToMain"', 'event="orvik.EngineToNowhere"'))
+    french = config / "words" / "fr.xml"
+    french.write_text(french.read_text().replace('key="load"', 'key="lode"'))
+    status, found, _ = design(config, "--page", "Engine", "--sheet", config / "sheet.png", "--sheet", config / "sheet.html")
+    assert status == 1
+    for line in ('wide: "TOO WIDE FOR IT"', 'one: "ONE" touches "TWO" (two)', 'small: "SMALL" has 13 pixels; at least 16',
+                 'pale: "PALE" has a contrast of 1.5', "id=orvikTextWidgetNone>: the configuration has no widget",
+                 "id=uneven>: dominant-baseline is not drawn alike", "id=uneven>: unknown variable OrvikNothing",
+                 "unknown event orvik.EngineToNowhere", "words: French lacks load", "words: nothing uses lode"):
+        assert len([text for text in found.splitlines() if line in text]) == 1, f"{line}:\n{found}"
+    assert (config / "sheet.png").read_bytes().startswith(b"\x89PNG")
+    assert "Engine, two-block, Russian, night" in (config / "sheet.html").read_text()
+
+
+def test_a_folder_without_pages_is_refused(tmp_path):
+    (tmp_path / "screen").mkdir()
+    shutil.copy(CONFIG / "generic.xml", tmp_path)
+    status, _, errors = design(tmp_path)
+    assert status == 2 and "the folder has no page" in errors

@@ -1,0 +1,90 @@
+#include "unit/screen/design/page_parts.h"
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace unit {
+namespace {
+
+constexpr int DEEPEST = 8;
+constexpr const char* PART_ATTRIBUTE = "data-part";
+
+bool IsNameCharacter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
+}
+
+// The text with each "$name" replaced by the attribute of `place`.
+std::string FillIn(std::string_view text, const pugi::xml_node& place) {
+  std::string filled;
+  for (std::size_t i = 0; i < text.size();) {
+    if (text[i] != '$') {
+      filled += text[i++];
+      continue;
+    }
+    std::size_t end = i + 1;
+    while (end < text.size() && IsNameCharacter(text[end])) ++end;
+    const std::string name(text.substr(i + 1, end - i - 1));
+    const pugi::xml_attribute value = place.attribute(name.c_str());
+    if (!value)
+      throw std::runtime_error("part " + std::string(place.attribute(PART_ATTRIBUTE).value()) + " needs " +
+                               name);
+    filled += value.value();
+    i = end;
+  }
+  return filled;
+}
+
+void FillInAll(pugi::xml_node node, const pugi::xml_node& place) {
+  for (pugi::xml_attribute attribute : node.attributes()) {
+    attribute.set_value(FillIn(attribute.value(), place).c_str());
+  }
+  if (node.type() == pugi::node_pcdata) node.set_value(FillIn(node.value(), place).c_str());
+  for (pugi::xml_node child : node.children()) FillInAll(child, place);
+}
+
+pugi::xml_node FindPart(const pugi::xml_document& parts, const char* name) {
+  const pugi::xml_node part = parts.document_element().find_child_by_attribute("id", name);
+  if (part.empty()) throw std::runtime_error("there is no part " + std::string(name));
+  return part;
+}
+
+void InsertBelow(pugi::xml_node node, const pugi::xml_document& parts, int depth);
+
+void InsertPart(pugi::xml_node place, const pugi::xml_document& parts, int depth) {
+  if (depth > DEEPEST) throw std::runtime_error("parts name each other in a circle");
+  const std::string name = place.attribute(PART_ATTRIBUTE).value();
+  for (const pugi::xml_node& child : FindPart(parts, name.c_str()).children()) {
+    FillInAll(place.append_copy(child), place);
+  }
+  const std::string transform = place.attribute("transform").value();
+  InsertBelow(place, parts, depth + 1);
+  place.remove_attributes();
+  if (!transform.empty()) place.append_attribute("transform").set_value(transform.c_str());
+}
+
+void InsertBelow(pugi::xml_node node, const pugi::xml_document& parts, int depth) {
+  for (pugi::xml_node child : node.children()) {
+    if (child.attribute(PART_ATTRIBUTE)) {
+      InsertPart(child, parts, depth);
+    } else {
+      InsertBelow(child, parts, depth);
+    }
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<pugi::xml_document> LoadParts(const std::filesystem::path& file) {
+  auto document = std::make_unique<pugi::xml_document>();
+  if (!std::filesystem::exists(file)) return document;
+  const pugi::xml_parse_result result = document->load_file(file.c_str());
+  if (!result) throw std::runtime_error(file.string() + ": " + result.description());
+  return document;
+}
+
+void InsertParts(pugi::xml_node root, const pugi::xml_document& parts) {
+  InsertBelow(root, parts, 0);
+}
+
+}  // namespace unit
