@@ -108,7 +108,7 @@ def test_the_backlight_follows_the_application(make_desk, tmp_path):
 
 
 @pytest.mark.parametrize("options, status, text", [
-    (["--backlight", "{}/nowhere"], 1, "/sys/class/backlight"), (["--backlight", "{}/odd"], 1, "no number"),
+    (["--backlight", "{}/nowhere"], 1, "/sys/class/backlight"), (["--backlight", "{}/odd"], 1, "not a number"),
     (["--keys", "/dev/input/event3", "--key-map", "{}/map"], 1, "line 2: \"KEY_NONE\" is no key"),
     (["--key-map", "{}/map"], 2, "--keys"),
 ], ids=name_call)

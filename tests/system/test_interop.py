@@ -187,7 +187,7 @@ def test_wireshark_counts_broken_sequences_and_matches_replies(tmp_path):
     log = log_of_everything().write(tmp_path / "everything.log")
     summary = subprocess.run([BIN / "hx7", "watch", log], capture_output=True, text=True, timeout=60).stderr
     counted = [int(n) for n in re.search(r"broken: host (\d+).*stray frames: host (\d+).*too long: (\d+).*"
-                                         r"an answer: (\d+)", summary).groups()]
+                                         r"a reply: (\d+)", summary).groups()]
     assert counted[0] == 2 and counted[2] == 1, summary
     shown = [tshark(log, "-T", "fields", "-e", f"orvik.{name}").split() for name in
              ("broken", "strays", "too_long", "unanswered")]

@@ -42,8 +42,8 @@ TEST(KeyMapTest, HoldsAFrontKeyUntilTheLastKeyThatMeansItGoesUp) {
 
 TEST(KeyMapTest, NamesTheFaultyLine) {
   const std::pair<const char*, const char*> cases[] = {
-      {"KEY_F1 1\nKEY_F2\n", "line 2: a key and the front key"},
-      {"KEY_F1 1 2\n", "line 1: a key and the front key"},
+      {"KEY_F1 1\nKEY_F2\n", "line 2: a line has a key and its front key"},
+      {"KEY_F1 1 2\n", "line 1: a line has a key and its front key"},
       {"KEY_F99 1\n", "\"KEY_F99\" is no key"},
       {"EV_KEY 1\n", "\"EV_KEY\" is no key"},
       {"0 1\n", "\"0\" is no key"},
@@ -54,7 +54,7 @@ TEST(KeyMapTest, NamesTheFaultyLine) {
       {"KEY_F1 0\n", "\"0\" is no front key"},
       {"KEY_F1 9\n", "\"9\" is no front key"},
       {"KEY_F1 4294967297\n", "is no front key"},
-      {"KEY_F1 1\n59 2\n", "line 2: 59 stands here a second time"},
+      {"KEY_F1 1\n59 2\n", "line 2: 59 is in the file a second time"},
       {"# nothing\n", "keys names no key"}};
   for (const auto& [text, fault] : cases) {
     EXPECT_THAT([text = text] { Parse(text); }, testing::ThrowsMessage<std::runtime_error>(HasSubstr(fault)))

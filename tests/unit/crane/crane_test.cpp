@@ -242,11 +242,11 @@ TEST(LoadChartTest, ConvertsFeetAndPounds) {
 TEST(LoadChartTest, SaysWhereAMistakeStands) {
   const std::pair<const char*, const char*> cases[] = {
       {"", ":0: the file holds no configuration"},
-      {"units metrical\n", ":1: units are metric or imperial"},
+      {"units metrical\n", ":1: units must be metric or imperial"},
       {"configuration\n", ":1: units"},
       {"units metric\n5 6\n", ":2: \"5\" is not expected"},
-      {"units metric\nconfiguration base=tyres\n", ":2: \"base=tyres\" is no attribute"},
-      {"units metric\nconfiguration hook=stowed\n", ":2: \"hook=stowed\" is no attribute"},
+      {"units metric\nconfiguration base=tyres\n", ":2: \"base=tyres\" is not an attribute"},
+      {"units metric\nconfiguration hook=stowed\n", ":2: \"hook=stowed\" is not an attribute"},
       {"units metric\nconfiguration\nlengths 10 10\n", ":3: the lengths must increase"},
       {"units metric\nconfiguration\nlengths 10\nlengths 20\n", ":4: this configuration has its lengths"},
       {"units metric\nconfiguration\nlengths 10\n5 100\n5 90\n", ":5: the radii must increase"},
