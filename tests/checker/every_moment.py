@@ -28,7 +28,7 @@ from bad_host import BadHost, FRONT_KEYS  # noqa: E402
 from desk import BIN, CONFIG, Bus, Desk, Process, wait_for  # noqa: E402
 from host_model import HostModel  # noqa: E402
 from live_screen import LiveScreen  # noqa: E402
-from moment_judge import Report, distribution, judge, judge_silences  # noqa: E402
+from moment_judge import Report, distribution, episodes, judge, judge_silences  # noqa: E402
 
 MOST_PRINTED = 30
 # Scenarios whose silences are as long as they must be at their own pace alone, and how many seconds they take.
@@ -124,10 +124,14 @@ def print_report(title, report, watch, started):
         print(f"  next frame to number: {distribution(report.back)}")
     if report.old_pages:
         print(f"  old numbers as a page begins: {distribution(report.old_pages)}")
-    print(f"  wrong: {len(report.wrong)}", flush=True)
-    for each in report.wrong[:MOST_PRINTED]:
-        print(f"    {each.quantity} at {each.since - started:.3f} s for {each.seconds:.3f} s: shown {each.shown!r}, "
-              f"must be {each.expected!r}")
+    found = episodes(report.wrong)
+    print(f"  wrong: {len(report.wrong)}, at {len(found)} times", flush=True)
+    for episode in found[:MOST_PRINTED]:
+        until = max(each.since + each.seconds for each in episode)
+        first = episode[0]
+        print(f"    at {first.since - started:.3f} s for {until - first.since:.3f} s: "
+              f"{', '.join(sorted({each.quantity for each in episode}))}; {first.quantity} shown {first.shown!r}, "
+              f"must be {first.expected!r}")
 
 
 def scenarios(options):

@@ -90,7 +90,8 @@ class LiveScreen:
                 with self.lock:
                     self.heard = now
                     self.events += 1
-                    self._take(name, json.loads(line[6:]), now)
+                    if name in ("screen", "change", "health"):
+                        self._take(name, json.loads(line[6:]), now)
                     if name in ("screen", "change") or self.is_marked(now) != self.marked:
                         self._note(now)
 

@@ -159,6 +159,17 @@ def judge_silences(silences, screen, end, report, allowed=MOST_AGE):
             report.back.append(numbers[0] - following)
 
 
+def episodes(wrong, pause=0.5):
+    """The wrong moments of all quantities, those that follow one another within `pause` seconds as one."""
+    found = []
+    for each in sorted(wrong, key=lambda moment: moment.since):
+        if found and each.since - max(moment.since + moment.seconds for moment in found[-1]) <= pause:
+            found[-1].append(each)
+        else:
+            found.append([each])
+    return found
+
+
 def distribution(seconds):
     if not seconds:
         return "none"
