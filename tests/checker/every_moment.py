@@ -172,7 +172,10 @@ def random_traffic(options):
     reader = threading.Thread(target=lambda: drain(bus, stopping), daemon=True)
     reader.start()
     host = BadHost(bus, options.seed, short_frames=options.short_frames)
-    host.run(options.seconds or 3600)
+    try:
+        host.run(options.seconds or 3600)
+    except OSError as error:  # what was seen until then is judged all the same
+        print(f"the host was taken off the bus after {time.monotonic() - started:.0f} s: {error}")
     stopping.set()
     report = watch.finish()
     print_report(f"random traffic, seed {options.seed}, {host.sent} messages of which {host.injected} spoiled", report,
