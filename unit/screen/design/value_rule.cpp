@@ -46,8 +46,10 @@ value_match_t ParseMatch(std::string_view text) {
 // as 0.899999976 and must match 0.9.
 double Settle(double value) {
   if (value == 0 || !std::isfinite(value)) return value;
-  const double digits = std::pow(10.0, 6 - std::ceil(std::log10(std::abs(value))));
-  const double settled = std::round(value * digits) / digits;
+  const double exponent = 6 - std::ceil(std::log10(std::abs(value)));
+  // A negative power of ten is not exact: a large value is divided by the positive one instead.
+  const double scale = std::pow(10.0, std::abs(exponent));
+  const double settled = exponent < 0 ? std::round(value / scale) * scale : std::round(value * scale) / scale;
   return std::isfinite(settled) ? settled : value;
 }
 
