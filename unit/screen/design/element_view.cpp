@@ -83,10 +83,11 @@ std::string TextByValue(const live_element_t& element, const element_input_t& in
                         const variable_value_t& value) {
   if (!element.word.empty()) return WordFor(element, input, element.word);
   if (const std::string* key = element.words.Choose(value)) return WordFor(element, input, *key);
-  if (!element.format.Empty() && value) return element.format.Apply(*value * element.scale);
   if (!value && element.stale) return *element.stale;
-  const std::string* chosen = element.text.Empty() ? nullptr : element.text.Choose(value);
-  return chosen != nullptr ? *chosen : element.baseText;
+  // A text by value comes before the number: it says what no number can, that the value is out of range.
+  if (const std::string* chosen = element.text.Empty() ? nullptr : element.text.Choose(value)) return *chosen;
+  if (!element.format.Empty() && value) return element.format.Apply(*value * element.scale);
+  return element.baseText;
 }
 
 void ViewWidgetText(element_view_t& view, const live_element_t& element, const element_input_t& input) {

@@ -22,7 +22,7 @@ import threading
 import time
 
 HERE = pathlib.Path(__file__).resolve().parent
-sys.path[:0] = [str(HERE), str(HERE.parent / "system")]
+sys.path[:0] = [str(HERE), str(HERE.parents[1] / "tests" / "system")]
 
 from bad_host import BadHost, FRONT_KEYS  # noqa: E402
 from desk import BIN, CONFIG, Bus, Desk, Process, wait_for  # noqa: E402

@@ -1,4 +1,4 @@
-#include "tests/exhaustive/recorded_screen.h"
+#include "bench/exhaustive/recorded_screen.h"
 
 #include "src/screenapi/screen_api.h"
 

@@ -1,6 +1,6 @@
 // Compares the text on the screen for every value that the host can send with an independent reference.
-#include "tests/exhaustive/exhaustive_options.h"
-#include "tests/exhaustive/value_checks.h"
+#include "bench/exhaustive/exhaustive_options.h"
+#include "bench/exhaustive/value_checks.h"
 
 int main(int argc, char** argv) {
   return exhaustive::RunProof(

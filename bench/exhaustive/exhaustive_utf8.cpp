@@ -6,9 +6,9 @@
 #include <string>
 #include <string_view>
 
+#include "bench/exhaustive/exhaustive_options.h"
+#include "bench/exhaustive/utf8_reference.h"
 #include "src/text/utf8_text.h"
-#include "tests/exhaustive/exhaustive_options.h"
-#include "tests/exhaustive/utf8_reference.h"
 
 namespace exhaustive {
 namespace {

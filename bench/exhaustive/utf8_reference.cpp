@@ -1,4 +1,4 @@
-#include "tests/exhaustive/utf8_reference.h"
+#include "bench/exhaustive/utf8_reference.h"
 
 #include <array>
 #include <cstddef>

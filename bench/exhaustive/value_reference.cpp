@@ -1,8 +1,8 @@
-#include "tests/exhaustive/value_reference.h"
+#include "bench/exhaustive/value_reference.h"
 
 #include <array>
 
-#include "tests/exhaustive/soft_double.h"
+#include "bench/exhaustive/soft_double.h"
 
 namespace exhaustive {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/exhaustive/chunk_run.h"
+#include "bench/exhaustive/chunk_run.h"
 
 namespace exhaustive {
 

@@ -1,4 +1,4 @@
-#include "tests/exhaustive/soft_double.h"
+#include "bench/exhaustive/soft_double.h"
 
 #include <bit>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "tests/exhaustive/exhaustive_options.h"
+#include "bench/exhaustive/exhaustive_options.h"
 
 #include <cstdio>
 #include <exception>

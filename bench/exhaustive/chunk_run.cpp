@@ -1,4 +1,4 @@
-#include "tests/exhaustive/chunk_run.h"
+#include "bench/exhaustive/chunk_run.h"
 
 #include <algorithm>
 #include <array>
