@@ -43,7 +43,12 @@ class Tap(Bus):
         """Identifier, data and monotonic time of the next frame; raises TimeoutError when there is none."""
         self.socket.settimeout(seconds)
         while True:
-            words = self._message()
+            try:
+                words = self._message("a frame")
+            except AssertionError as silence:
+                if "timed out" in str(silence):
+                    raise TimeoutError from None
+                raise
             if words[0] == "frame":
                 age = time.time() - float(words[2])
                 return int(words[1], 16), bytes.fromhex("".join(words[3:])), time.monotonic() - age

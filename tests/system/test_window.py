@@ -17,7 +17,7 @@ from desk import BIN, CONFIG, wait_for
 from pictures import MEAN_TOLERANCE, TILE_TOLERANCE, compare, png_of
 
 WHOLE = (0, 0, 640, 480)
-VEIL_RED = (0xFF, 0x5A, 0x5F)
+VEIL_RED = (0xFF, 0x7A, 0x7E)
 
 
 class Screen:

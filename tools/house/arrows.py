@@ -270,7 +270,7 @@ def circles(model):
 
     def walk(folder, path):
         if folder in path:
-            yield circle_text(edges, path[path.index(folder):] + [folder])
+            yield circle_text(edges, from_first(path[path.index(folder):]))
         elif folder not in done:
             for following in edges.get(folder, {}):
                 yield from walk(following, path + [folder])
@@ -278,6 +278,12 @@ def circles(model):
 
     for folder in sorted(edges):
         yield from walk(folder, [])
+
+
+def from_first(circle):
+    """The circle from its first folder by name, so that the message does not depend on where the walk began."""
+    start = circle.index(min(circle))
+    return circle[start:] + circle[:start + 1]
 
 
 def circle_text(edges, circle):

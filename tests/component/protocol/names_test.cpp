@@ -84,13 +84,13 @@ std::string Transition(unsigned number) {
          std::string(event.substr(event.find("To")));
 }
 
-// The letter in the lamp on the main page.
+// The letter in the lamp of a part that the pages share.
 std::string Color(unsigned number) {
   std::ostringstream page;
-  page << std::ifstream(MAIN_PAGE).rdbuf();
+  page << std::ifstream(PARTS_OF_PAGES).rdbuf();
   const std::string text = page.str();
   std::smatch letters;
-  const std::regex pattern("data-var=\"OrvikTires\" data-text=\"[^\"]*\\b" + std::to_string(number) +
+  const std::regex pattern("data-var=\"[$]var\" data-text=\"[^\"]*\\b" + std::to_string(number) +
                            ":([A-Z])");
   return std::regex_search(text, letters, pattern) ? letters[1].str() : "";
 }
