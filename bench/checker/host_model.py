@@ -92,7 +92,10 @@ def tenths(value, lowest):
 def percent(value):
     if not math.isfinite(value) or abs(value) * 100 > 1e15:
         return DASHES
-    return math.trunc(float(f"{value * 100:.5e}")) + 0  # six digits are what the float carries; then cut
+    share = float(f"{value:.5e}")  # six digits are what the float carries
+    if share >= 10 or share < -1:  # beyond these a share has no meaning for the operator
+        return ">999" if share >= 10 else DASHES
+    return math.trunc(float(f"{value * 100:.5e}")) + 0
 
 
 def narrow(text):
