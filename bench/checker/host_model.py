@@ -90,7 +90,7 @@ def tenths(value, lowest):
 
 
 def percent(value):
-    if not math.isfinite(value) or abs(value) * 100 > 1e15:
+    if not math.isfinite(value):
         return DASHES
     share = float(f"{value:.5e}")  # six digits are what the float carries
     if share >= 10 or share < -1:  # beyond these a share has no meaning for the operator
