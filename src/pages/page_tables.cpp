@@ -62,7 +62,7 @@ constexpr const char* TARGET_NAME = "Holten";
 
 // A time-out event leads to a page that shows the lost-link message. Main and Slate show it, so they have none.
 const std::array<page_definition_t, 6>& Definitions() {
-  static const std::array<page_definition_t, 6> definitions = {{
+  static const std::array<page_definition_t, 6> DEFINITIONS = {{
       {ACTION_PAGE_SPLASH, EVENT_SPLASH_TO_SLATE, SplashKeys},
       {ACTION_PAGE_SLATE, EVENT_ID_NONE, SlateKeys},
       {ACTION_PAGE_MAIN, EVENT_ID_NONE, OperatingKeys},
@@ -70,7 +70,7 @@ const std::array<page_definition_t, 6>& Definitions() {
       {ACTION_PAGE_CONFIG, EVENT_CONFIG_TO_MAIN, ConfigKeys},
       {ACTION_PAGE_DIALS, EVENT_DIALS_TO_MAIN, DialsKeys},
   }};
-  return definitions;
+  return DEFINITIONS;
 }
 
 }  // namespace

@@ -347,7 +347,8 @@ std::string CheckPage(const page_design_t& page, const std::set<std::string>& na
                       const std::map<int, std::string>& orders) {
   for (const auto& [event, target] : page.transitions) {
     if (names.contains(target)) continue;
-    return page.file.string() + ": " + event + " leads to a page that does not exist: " + target;
+    return page.file.string().append(": ").append(event).append(" leads to a page that does not exist: ") +
+           target;
   }
   const auto other = orders.find(page.order);
   if (other == orders.end() || other->second == page.name) return {};
