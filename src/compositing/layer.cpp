@@ -19,6 +19,7 @@ namespace Compositing {
 namespace {
 
 constexpr std::size_t WORD = sizeof(std::uint32_t);
+constexpr std::chrono::milliseconds RETRY{500};
 
 std::atomic<Layer*> currentLayer{nullptr};
 
@@ -37,11 +38,20 @@ void Print(std::ostream& stream, const std::string& line) {
 
 }  // namespace
 
-Layer::Layer(int id, LayerType_t type) : id_(id), queue_(QUEUE_SIZE) {
+Layer::Layer(int id, LayerType_t type) : id_(id), type_(type), queue_(QUEUE_SIZE) {
+  if (const int error = Connect(); error != 0) {
+    Print(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(error));
+  }
+}
+
+// Returns 0, an error number or the compositor's status.
+int Layer::Connect() {
+  if (coid_ >= 0) name_close(coid_);
   coid_ = name_open(SERVER_NAME, 0);
-  const int error = SendSingleRecord(CMD_CREATE_LAYER, static_cast<int>(type));
+  const int error = SendSingleRecord(CMD_CREATE_LAYER, static_cast<int>(type_));
   connected_ = error == 0;
-  if (!connected_) Print(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(error));
+  nextTry_ = std::chrono::steady_clock::now() + RETRY;
+  return error;
 }
 
 Layer::~Layer() {
@@ -111,9 +121,10 @@ void Layer::draw(DrawType_t type, bool beginNext) {
   addCommandWithParameters(CMD_OPERATION, OP_START_FRAME, 0, words.size(), words.data(), nullptr);
 }
 
-// Only a reply other than 0 halts the thread. Without a compositor the frame is discarded.
+// Only a reply other than 0 halts the thread. Without a compositor the frame is discarded; one that was started
+// again gets the layer and the frame anew.
 void Layer::SendFrame() {
-  if (!connected_) return;
+  if (!connected_ && (std::chrono::steady_clock::now() < nextTry_ || Connect() != 0)) return;
   const compositor_reply_t reply = Send({queue_.data(), used_});
   if (reply.error != 0) {
     connected_ = false;

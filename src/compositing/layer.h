@@ -3,6 +3,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -97,6 +98,7 @@ class Layer {
     int error;            // error number when there is no reply, else 0
     std::int32_t status;  // the reply
   };
+  int Connect();
   int SendSingleRecord(cmd_t command, int firstArgument) const;
   compositor_reply_t Send(std::span<const std::uint8_t> records) const;
   void SendFrame();
@@ -106,9 +108,11 @@ class Layer {
   void WriteHeader(std::span<std::uint8_t> record, const record_header_t& header) const;
 
   const int id_;
+  const LayerType_t type_;
   int coid_ = -1;
   std::atomic<bool> connected_{false};
-  std::recursive_mutex mutex_;  // guards queue_, used_ and objects_
+  std::recursive_mutex mutex_;  // guards all below, and coid_
+  std::chrono::steady_clock::time_point nextTry_;
   std::vector<std::uint8_t> queue_;
   std::size_t used_ = 0;
   std::map<int, DrawingObject*> objects_;

@@ -1,5 +1,6 @@
 #include "src/dials/dials.h"
 
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -14,6 +15,9 @@
 namespace {
 
 constexpr int LAYER_ID = 1;
+// A compositor that was started again has an empty layer and tells nobody, so that the steady picture is drawn
+// again from time to time.
+constexpr std::chrono::seconds REDRAW_PERIOD{1};
 
 PGN_dimensions_t boomSize, swingSize;
 
@@ -23,6 +27,7 @@ struct drawn_t {
   double swing = std::numeric_limits<double>::quiet_NaN();
   bool any = false;      // the layer's last frame is not empty
   bool cleared = false;  // until the page is shown anew, or asked to be redrawn
+  std::chrono::steady_clock::time_point at{};
 };
 drawn_t drawn;
 
@@ -64,7 +69,10 @@ bool IsSame(double a, double b) {
 
 void DrawDials(orvikData_t* data, Compositing::Layer& layer) {
   const drawing_geometry_t& d = data->drawing;
-  drawn = {.angle = KnownAngle(data), .swing = KnownSwing(data), .any = true, .cleared = false};
+  drawn = {.angle = KnownAngle(data),
+           .swing = KnownSwing(data),
+           .any = true,
+           .at = std::chrono::steady_clock::now()};
   if (!std::isnan(drawn.angle)) {
     DrawPicture(
         layer, {BOOM_PICTURE, boomSize, d.boomPivotX, d.boomPivotY, d.boomOffsetX, d.boomOffsetY, drawn.angle});
@@ -111,6 +119,7 @@ void RefreshPageDials(orvikData_t* data) {
 void UpdateDials(orvikData_t* data) {
   const MutexGuard guard(data->dialsMutex);
   const bool same = IsSame(KnownAngle(data), drawn.angle) && IsSame(KnownSwing(data), drawn.swing);
-  if (drawn.cleared || (drawn.any && same)) return;
+  const bool recent = std::chrono::steady_clock::now() - drawn.at < REDRAW_PERIOD;
+  if (drawn.cleared || (drawn.any && same && recent)) return;
   if (Compositing::Layer* layer = data->layer; layer != nullptr) DrawDials(data, *layer);
 }
