@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -42,7 +43,11 @@ struct queue_limits_t {
 struct message_t {
   int channel = -1;
   std::shared_ptr<const std::vector<std::uint8_t>> payload;
+  std::string key{};  // see Exchange::KeepNewest; empty for a message that is not kept
 };
+
+// What a message of a channel sets: two messages with one key replace each other. Empty when it sets nothing.
+using message_key_t = std::string (*)(std::span<const std::uint8_t> payload);
 
 // Messages that a client lost because it did not fetch in time.
 struct loss_t {
@@ -55,6 +60,7 @@ class Exchange {
  public:
   static constexpr std::size_t MAX_CLIENTS = 256;
   static constexpr std::size_t MAX_CHANNELS = 1024;
+  static constexpr std::size_t MAX_KEPT = 1024;  // messages of one channel; further keys are not kept
 
   Exchange(queue_limits_t limits, PulsePort& pulses) : limits_(limits), pulses_(pulses) {}
 
@@ -72,6 +78,9 @@ class Exchange {
   bool HasChannel(int channel) const { return channel >= 1 && std::cmp_less_equal(channel, channels_.size()); }
   // The client and the channel must exist. A second subscription changes nothing.
   void Subscribe(int client, int channel);
+  // Keeps the newest message of each key of the channel while its sender lives. A new subscriber gets them all;
+  // a subscriber whose full queue lost one gets it as soon as its queue has room.
+  void KeepNewest(int channel, message_key_t key);
 
   // Queues the payload for every subscriber but the sender, in the order of subscribing. Returns how many more
   // messages of this size the fullest of their queues has room for; 0 when one of them lost a message.
@@ -103,13 +112,26 @@ class Exchange {
     // takes its place, so that the numbers of pulses and of messages stay equal.
     std::size_t announced = 0;
     std::uint64_t unreportedLosses = 0;
+    std::set<std::pair<int, std::string>> missed{};  // channel and key of kept messages to be sent again
+  };
+  struct kept_t {
+    int sender;
+    message_t message;
   };
   struct channel_t {
     std::string name;
-    std::vector<int> subscribers;
+    std::vector<int> subscribers{};
+    message_key_t key = nullptr;
+    std::map<std::string, kept_t> kept{};
   };
 
+  channel_t& Channel(int channel) { return channels_[static_cast<std::size_t>(channel) - 1]; }
+  const kept_t* FindKept(int channel, const std::string& key) const;
+  message_t MakeMessage(int sender, int channel, std::span<const std::uint8_t> payload);
   std::size_t Queue(int id, const message_t& message);
+  void Append(int id, client_t& client, const message_t& message);
+  void DropOldest(client_t& client);
+  void SendMissed(int id, client_t& client);
   bool MakeRoom(client_t& client, std::size_t bytes);
   bool Announce(int id, client_t& client);
   std::size_t RoomFor(const client_t& client, std::size_t bytes) const;

@@ -20,6 +20,7 @@
 #include "unit/notify/exchange.h"
 #include "unit/notify/heartbeats.h"
 #include "unit/notify/requests.h"
+#include "unit/notify/state_channels.h"
 
 namespace unit {
 namespace {
@@ -114,6 +115,7 @@ void NotifyService::Start() {
   } else {
     heartbeats_.SetChannel(exchange_.RegisterName(heartbeats_.ChannelName()));
   }
+  KeepStates(exchange_);
   TakeName();
   stopping_ = false;
   up_ = true;

@@ -4,9 +4,11 @@
 
 #include <gmock/gmock.h>
 
+#include "src/screenapi/screen_messages.h"
 #include "tests/support/bytes.h"
 #include "unit/notify/exchange.h"
 #include "unit/notify/requests.h"
+#include "unit/notify/state_channels.h"
 
 namespace unit {
 namespace {
@@ -128,6 +130,51 @@ TEST_F(ExchangeTest, AConnectionThatEndsTakesItsClientsAndTheirQueuesAlong) {
   EXPECT_TRUE(exchange_.Owns(10, alice_));
   EXPECT_EQ(Publish(alice_, "b"), 4) << "without another subscriber the whole queue is free";
   EXPECT_GT(exchange_.AddClient(12, 3, 1), carol_) << "no identity is used twice";
+}
+
+// A message is its key and its value: "a1" and "a2" replace each other, "!" is not kept.
+std::string FirstCharacter(std::span<const std::uint8_t> payload) {
+  return payload[0] == '!' ? "" : std::string(1, static_cast<char>(payload[0]));
+}
+
+TEST_F(ExchangeTest, TheNewestOfEachKeyReachesWhoSubscribesLateAndWhoLostIt) {
+  exchange_.KeepNewest(channel_, FirstCharacter);
+  for (const char* text : {"a1", "b1", "!", "a2"}) Publish(alice_, text);
+  exchange_.Subscribe(bob_, channel_);
+  EXPECT_THAT(FetchAll(bob_), ElementsAre("a2", "b1"));
+
+  for (const char* text : {"a3", "b2", "c1", "!", "!", "c2", "d1"}) Publish(alice_, text);
+  EXPECT_THAT(FetchAll(bob_), ElementsAre("!", "!", "c2", "d1", "a3", "b2"))
+      << "three were lost, two were the newest";
+  EXPECT_EQ(exchange_.Lost(), 3U);
+  EXPECT_EQ(pulses_.sent[bob_], 8);
+
+  exchange_.Subscribe(alice_, channel_);
+  EXPECT_THAT(FetchAll(alice_), IsEmpty()) << "its own";
+  exchange_.RemoveConnection(10);
+  exchange_.Subscribe(carol_, channel_);
+  EXPECT_THAT(FetchAll(carol_), IsEmpty()) << "of a sender that has ended";
+}
+
+TEST_F(ExchangeTest, MoreKeptMessagesThanAQueueHoldsComeOneAfterTheOther) {
+  exchange_.KeepNewest(channel_, FirstCharacter);
+  for (const char* text : {"f", "e", "d", "c", "b", "a"}) Publish(alice_, text);
+  exchange_.Subscribe(bob_, channel_);
+  EXPECT_THAT(FetchAll(bob_), ElementsAre("a", "b", "c", "d", "e", "f"));
+  EXPECT_EQ(pulses_.sent[bob_], 6);
+}
+
+TEST(StateChannelsTest, OneThingOfAWidgetHasOneKey) {
+  const auto key = [](std::initializer_list<std::int64_t> words) { return ScreenMessageKey(Words(words)); };
+  EXPECT_EQ(key({7, SCREEN_SET_TEXT, 0, 'a'}), key({7, SCREEN_SET_TEXT, 2, 'b'}));
+  EXPECT_NE(key({7, SCREEN_SET_TEXT, 0, 'a'}), key({8, SCREEN_SET_TEXT, 0, 'a'}));
+  EXPECT_NE(key({7, SCREEN_SET_TEXT, 0}), key({7, SCREEN_MOVE, 0, 0}));
+  EXPECT_EQ(key({7, SCREEN_SHOW}), key({7, SCREEN_HIDE}));
+  EXPECT_NE(key({7, SCREEN_SET_COLOR, 0}), key({7, SCREEN_SET_COLOR, 1}));
+  for (const auto& none :
+       {Words({0, SCREEN_PROCESS_COMMANDS}), Words({7}), Words({7, SCREEN_SET_COLOR}), Words({7, 99})}) {
+    EXPECT_EQ(ScreenMessageKey(none), "");
+  }
 }
 
 TEST_F(ExchangeTest, ClientsAndChannelsAreBounded) {
