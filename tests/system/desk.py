@@ -19,6 +19,7 @@ REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 BIN = pathlib.Path(os.environ.get("ORVIK_BIN", REPOSITORY / "build/release/bin"))
 CONFIG = REPOSITORY / "config"
 DEMO_LOG = BIN.parent / "demo/lift.log"
+APART = ["notify", "database", "board,j1939", "screen", "panel"]  # services that tests run as processes of their own
 ADDRESSES = ["--http", "127.0.0.1:0", "--socketcand", "127.0.0.1:0"]  # of free ports
 # Sanitizer builds are several times slower.
 PATIENCE = float(os.environ.get("ORVIK_PATIENCE", "1"))
@@ -250,7 +251,7 @@ def cmd5(*fields):
 class Desk:
     """A unit in a runtime directory of its own, with free ports."""
 
-    def __init__(self, *options, orvik=True, program="orvik", **environment):
+    def __init__(self, *options, orvik=True, apart=False, program="orvik", **environment):
         self.directory = tempfile.TemporaryDirectory(prefix="orvik-test-")
         self.runtime = pathlib.Path(self.directory.name) / "run"
         self.processes = []
@@ -258,7 +259,8 @@ class Desk:
         self.program = BIN / program
         self.orvik = None
         try:
-            self.unit = self.start_unit(*options)
+            self.unit = None if apart else self.start_unit(*options)
+            self.parts = {part: self.start_part(part) for part in APART} if apart else {}
             self.orvik = self.start_orvik() if orvik else None
         except BaseException:
             self.close()
@@ -271,6 +273,11 @@ class Desk:
         unit = self.start(BIN / "unit", "run", "--no-orvik", "--no-host", "--config", CONFIG, *ADDRESSES, *options)
         wait_for(lambda: self._ready(unit), "the panel", 20)
         return unit
+
+    def start_part(self, part):
+        process = self.start(BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--only", part)
+        process.wait_line(f"unit: {part.split(',')[-1]} is up", seconds=20)
+        return process
 
     def _ready(self, unit):
         assert unit.child.poll() is None, "the unit ended"

@@ -1,27 +1,35 @@
 #include "unit/screen/design/design_watch.h"
 
-#include <array>
-
-#include <sys/inotify.h>
-#include <unistd.h>
+#include <system_error>
+#include <utility>
 
 namespace unit {
 
-DesignWatch::DesignWatch(const std::filesystem::path& folder)
-    : descriptor_(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
-  // Some editors write the file itself, others write a second file and rename it.
-  if (descriptor_ >= 0) inotify_add_watch(descriptor_, folder.c_str(), IN_CLOSE_WRITE | IN_MOVED_TO);
-}
+namespace fs = std::filesystem;
 
-DesignWatch::~DesignWatch() {
-  if (descriptor_ >= 0) close(descriptor_);
-}
+DesignWatch::DesignWatch(fs::path folder) : folder_(std::move(folder)), reported_(List()), last_(reported_) {}
 
-bool DesignWatch::Changed() {
-  bool changed = false;
-  std::array<char, 4096> events{};
-  while (descriptor_ >= 0 && read(descriptor_, events.data(), events.size()) > 0) changed = true;
+bool DesignWatch::Changed(time_t now) {
+  if (now < nextLook_) return false;
+  nextLook_ = now + PERIOD;
+  listing_t found = List();
+  const bool changed = found == last_ && found != reported_;
+  if (changed) reported_ = found;
+  last_ = std::move(found);
   return changed;
+}
+
+DesignWatch::listing_t DesignWatch::List() const {
+  listing_t listing;
+  std::error_code error;
+  for (fs::directory_iterator entry(folder_, error); !error && entry != fs::directory_iterator();
+       entry.increment(error)) {
+    std::error_code gone;  // between the listing and the look
+    const auto written = entry->last_write_time(gone);
+    const auto size = entry->file_size(gone);
+    if (!gone) listing[entry->path()] = {written, size};
+  }
+  return listing;
 }
 
 }  // namespace unit

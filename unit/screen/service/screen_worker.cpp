@@ -24,8 +24,9 @@ using namespace std::chrono_literals;
 constexpr auto PACE = 20ms;
 constexpr auto TEXT_LIMIT = 100ms;    // then a text takes effect without "process commands"
 constexpr auto PROGRAM_SILENCE = 2s;  // the application sends "process commands" every 10 ms
+constexpr auto OWN_PAUSE = 1s;        // without a step: the process was stopped, and what waits for it is old
+constexpr auto CATCH_UP = 500ms;      // then this long, while it reads what has gathered, no value is current
 constexpr auto READ_PERIOD = 1s;
-constexpr auto RELOAD_DELAY = 100ms;  // an editor may write several files at once
 // Words of the front panel and of the window stand in the same catalogue.
 const std::set<std::string> OTHER_USERS{"panel.", "window."};
 constexpr const char* LINK_VARIABLE = "OrvikHX7TimeOutLamp";
@@ -68,6 +69,7 @@ ScreenWorker::ScreenWorker(const options_t& options)
       variables_(model_),
       compositor_([this](const std::string& path) { return pictures_.Find(path); }),
       actions_(model_.Names(), link_) {
+  if (model_.Design().contains(pageMemory_.Remembered())) model_.ShowPage(pageMemory_.Remembered());
   ReadVariables();
   std::vector<std::string> channels{SCREEN_CHANNEL_NAME, DATABASE_CHANNEL_NAME};
   if (!model_.Names().eventChannel.empty()) channels.push_back(model_.Names().eventChannel);
@@ -109,7 +111,8 @@ void ScreenWorker::TakeScreenMessage(std::span<const std::uint8_t> payload) {
   }
   const auto now = clock_t::now();
   const std::int32_t target = command->target;
-  lastProgramMessage_ = now;
+  // No other message is a sign of life: the notification manager repeats those that set a text.
+  if (command->operation == SCREEN_PROCESS_COMMANDS) lastProgramMessage_ = now;
   const bool wasPending = model_.HasPending();
   if (!model_.Accept(std::move(*command))) {
     Report(unknownLines_, "no widget has the handle " + std::to_string(target) + "; message ignored");
@@ -162,6 +165,7 @@ message_reply_t ScreenWorker::Answer(std::span<const std::uint8_t> message) {
 // Empty for an unknown request and for a picture that cannot be drawn.
 std::string ScreenWorker::Document(std::uint32_t request) {
   std::unique_lock lock(mutex_);
+  UpdateDataState(clock_t::now());
   switch (request) {
     case SCREEN_REQUEST_STATE:
       return FormatState(model_);
@@ -208,7 +212,10 @@ void ScreenWorker::Step(clock_t::time_point now) {
     nextRead_ = now + READ_PERIOD;
     ReadVariables();
   }
-  UpdateDataState(now);
+  {
+    const std::lock_guard lock(mutex_);
+    UpdateDataState(now);
+  }
   ReloadDesign(now);
   PostActions(now);
   PublishChange();
@@ -219,12 +226,14 @@ void ScreenWorker::ApplyOverdue(clock_t::time_point now) {
   if (model_.HasPending() && now - pendingSince_ >= TEXT_LIMIT) model_.ProcessCommands();
 }
 
+// The mutex is held.
 void ScreenWorker::UpdateDataState(clock_t::time_point now) {
-  const std::lock_guard lock(mutex_);
+  if (now - lastStep_ > OWN_PAUSE) caughtUpAt_ = now + CATCH_UP;
+  lastStep_ = now;
   data_state_t state = DATA_CURRENT;
   const auto link = model_.Variables().find(LINK_VARIABLE);
   if (link != model_.Variables().end() && link->second == LINK_LOST) state = DATA_LINK_LOST;
-  if (lastProgramMessage_ == clock_t::time_point{} || now - lastProgramMessage_ > PROGRAM_SILENCE) {
+  if (now < caughtUpAt_ || now - lastProgramMessage_ > PROGRAM_SILENCE) {
     state = DATA_PROGRAM_SILENT;
   }
   model_.SetDataState(state);
@@ -241,16 +250,17 @@ void ScreenWorker::PublishChange() {
 void ScreenWorker::PostActions(clock_t::time_point now) {
   std::unique_lock lock(mutex_);
   const std::string page = model_.Page().action;
+  const std::string name = model_.Page().name;
   const std::vector<std::string> notices = model_.TakeNotices();
   lock.unlock();
+  pageMemory_.Write(name);
   actions_.PostPage(page, now);
   for (const std::string& action : notices) actions_.Post(action);
 }
 
 void ScreenWorker::ReloadDesign(clock_t::time_point now) {
-  if (watch_.Changed() || wordsWatch_.Changed()) reloadAt_ = now + RELOAD_DELAY;
-  if (reloadAt_ == clock_t::time_point{} || now < reloadAt_) return;
-  reloadAt_ = {};
+  const bool designChanged = watch_.Changed(now);
+  if (!wordsWatch_.Changed(now) && !designChanged) return;
   std::vector<std::string> problems;
   design_t design = LoadDesign(designFolder_, WidgetNames(model_.Names()), problems);
   word_catalogue_t words = LoadWords(wordsFolder_, problems);

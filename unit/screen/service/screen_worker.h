@@ -30,6 +30,7 @@
 #include "unit/screen/design/screen_model.h"
 #include "unit/screen/service/action_poster.h"
 #include "unit/screen/service/message_server.h"
+#include "unit/screen/service/page_memory.h"
 #include "unit/screen/service/variable_feed.h"
 #include "unit/service/service.h"
 
@@ -83,7 +84,7 @@ class ScreenWorker {
   VariableFeed variables_;
   PictureStore pictures_;
   Compositor compositor_;
-  clock_t::time_point lastProgramMessage_{};
+  clock_t::time_point lastProgramMessage_{}, lastStep_{clock_t::now()}, caughtUpAt_{};
   clock_t::time_point pendingSince_{};
   std::uint64_t malformed_ = 0;
   std::string designProblem_;
@@ -97,7 +98,8 @@ class ScreenWorker {
 
   // The pace thread's.
   ActionPoster actions_;
-  clock_t::time_point nextRead_{}, reloadAt_{};
+  PageMemory pageMemory_;
+  clock_t::time_point nextRead_{};
 
   std::unique_ptr<Subscriber> subscriber_;
   std::unique_ptr<MessageServer> compositorServer_, requestServer_;

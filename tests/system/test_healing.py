@@ -1,0 +1,63 @@
+"""What stands on the screen after one of its services was killed or stopped, without any help of the host."""
+
+import signal
+import time
+
+import pytest
+
+from desk import cmd2, cmd5, wait_for
+
+LINE_3 = 3
+
+
+@pytest.fixture
+def apart(make_desk):
+    return make_desk(apart=True)
+
+
+def standing(desk):
+    screen = desk.screen()
+    return {"page": screen["page"], "state": screen["variables"]["Screen.DataState"],
+            "widgets": {name: text for name, text in screen["widgets"].items() if text.strip()},
+            "drawing": desk.request("GET", "/screen.svg")[1].count(b"<use")}
+
+
+@pytest.mark.parametrize("page", ["Main", "Dials"])
+def test_a_screen_service_that_was_killed_comes_back_whole(apart, page):
+    bus = apart.go_to("Main")
+    bus.send_message(cmd2(load=23500, angle=40.5))
+    bus.send_message(cmd5((LINE_3, "outriggers half")))
+    wait_for(lambda: apart.widget("orvikTextWidgetLoad") == " 23,500", "the load")
+    apart.move_to(page, bus)
+    before = wait_for(lambda: (now := standing(apart))["state"] == 1 and now, "a current screen")
+    apart.parts["screen"].stop(signal.SIGKILL)
+    apart.start_part("screen")
+    wait_for(lambda: apart.request("GET", "/api/screen")[0] == 200 and standing(apart) == before, f"all of {before}", 2)
+
+
+def test_a_screen_service_that_was_stopped_shows_no_old_value_as_current(apart):
+    bus = apart.go_to("Main")
+    screen = apart.parts["screen"].child
+    for load in (3600, 7700):
+        screen.send_signal(signal.SIGSTOP)
+        stopped = time.monotonic()
+        for step in range(1, 100):
+            bus.send_message(cmd2(load=load + 100 * step))
+        bus.send_message(cmd2(load=load))
+        wait_for(lambda: apart.value("OrvikLoad") == load, "the application with the last value")
+        wait_for(lambda: time.monotonic() - stopped > 2, "a stop that is longer than a busy machine's")
+        screen.send_signal(signal.SIGCONT)
+        assert set(loads_shown_as_current(apart)) == {f"{load:7,}"}
+
+
+def loads_shown_as_current(desk):
+    seen = []
+
+    def current():
+        screen = desk.screen()
+        if screen["variables"]["Screen.DataState"] == 1:
+            seen.append(screen["widgets"]["orvikTextWidgetLoad"])
+        return len(seen) > 20
+
+    wait_for(current, "a current load", 3)
+    return seen
