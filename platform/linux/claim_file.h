@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/linux/descriptor.h"
+#include "platform/linux/unshared_descriptor.h"
 
 namespace platform {
 

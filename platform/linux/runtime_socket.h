@@ -13,7 +13,7 @@
 
 #include <sys/types.h>
 
-#include "platform/linux/descriptor.h"
+#include "platform/linux/unshared_descriptor.h"
 
 namespace platform {
 

@@ -14,7 +14,7 @@
 
 #include "platform/board_state.h"
 
-#include "unit/board/backlight.h"
+#include "unit/board/kernel_backlight.h"
 #include "unit/board/beeper_device.h"
 #include "unit/board/sound_follower.h"
 

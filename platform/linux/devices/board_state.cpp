@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/linux/descriptor.h"
+#include "platform/linux/unshared_descriptor.h"
 #include "platform/linux/memory/shared_object.h"
 #include "platform/shared_memory.h"
 

@@ -16,7 +16,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include "platform/linux/descriptor.h"
+#include "platform/linux/unshared_descriptor.h"
 #include "platform/linux/messages/packet.h"
 #include "platform/messages.h"
 

@@ -8,7 +8,7 @@
 
 #include <sys/types.h>
 
-#include "platform/linux/descriptor.h"
+#include "platform/linux/unshared_descriptor.h"
 #include "platform/linux/messages/packet.h"
 
 namespace platform {

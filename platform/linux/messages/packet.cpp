@@ -11,7 +11,7 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
-#include "platform/linux/descriptor.h"
+#include "platform/linux/unshared_descriptor.h"
 
 namespace platform {
 namespace {

@@ -1,5 +1,5 @@
 // The backlight's files, and files of keys that cannot be read.
-#include "unit/board/backlight.h"
+#include "unit/board/kernel_backlight.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,4 +1,4 @@
-#include "platform/linux/descriptor.h"
+#include "platform/linux/unshared_descriptor.h"
 
 #include <cerrno>
 #include <vector>

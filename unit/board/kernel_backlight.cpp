@@ -1,4 +1,4 @@
-#include "unit/board/backlight.h"
+#include "unit/board/kernel_backlight.h"
 
 #include <algorithm>
 #include <cerrno>
