@@ -85,13 +85,13 @@ T ControlValue(cmsghdr* part) {
 
 // The kernel's control data for a frame: the time at which the kernel received it, and how many frames the
 // socket's full queue has dropped since it was opened.
-struct control_t {
+struct reception_t {
   std::uint64_t time_us = 0;
   std::optional<std::uint32_t> lost;
 };
 
-control_t ReadControl(msghdr& header) {
-  control_t result;
+reception_t ReadReception(msghdr& header) {
+  reception_t result;
   for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part)) {
     if (part->cmsg_level != SOL_SOCKET) continue;
     if (part->cmsg_type == SO_RXQ_OVFL) result.lost = ControlValue<std::uint32_t>(part);
@@ -145,7 +145,7 @@ bool KernelEndpoint::ReadFrame(can_frame& raw, std::uint64_t& time_us) {
     errno = EBADMSG;
     return false;
   }
-  const control_t read = ReadControl(header);
+  const reception_t read = ReadReception(header);
   time_us = read.time_us;
   if (read.lost) lost_ = *read.lost;
   return true;

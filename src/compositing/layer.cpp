@@ -61,11 +61,11 @@ Layer::~Layer() {
 int Layer::SendSingleRecord(cmd_t command, int firstArgument) const {
   std::array<std::uint8_t, RECORD_HEADER_SIZE> record{};
   WriteHeader(record, {command, firstArgument, 0, 0});
-  const compositor_reply_t reply = Send(record);
+  const layer_reply_t reply = Send(record);
   return reply.error != 0 ? reply.error : reply.status;
 }
 
-Layer::compositor_reply_t Layer::Send(std::span<const std::uint8_t> records) const {
+Layer::layer_reply_t Layer::Send(std::span<const std::uint8_t> records) const {
   std::array<std::uint8_t, WORD> reply{};
   if (coid_ < 0) return {ESRCH, 0};
   if (MsgSend(coid_, records.data(), records.size(), reply.data(), reply.size()) == -1) return {errno, 0};
@@ -114,7 +114,7 @@ void Layer::draw(DrawType_t type, bool beginNext) {
 // Only a reply other than 0 halts the thread. Without a compositor the frame is discarded.
 void Layer::SendFrame() {
   if (!connected_) return;
-  const compositor_reply_t reply = Send({queue_.data(), used_});
+  const layer_reply_t reply = Send({queue_.data(), used_});
   if (reply.error != 0) {
     connected_ = false;
     Print(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(reply.error));

@@ -119,9 +119,9 @@ bool Exchange::MakeRoom(client_t& client, std::size_t bytes) {
 bool Exchange::Announce(int id, client_t& client) {
   const std::size_t before = client.announced;
   while (client.announced < client.queue.size()) {
-    const PulsePort::result_t result = pulses_.Send(id);
-    if (result == PulsePort::result_t::FULL) owed_ = true;
-    if (result != PulsePort::result_t::SENT) break;  // GONE: RemoveConnection follows
+    const PulsePort::delivery_t result = pulses_.Send(id);
+    if (result == PulsePort::delivery_t::FULL) owed_ = true;
+    if (result != PulsePort::delivery_t::SENT) break;  // GONE: RemoveConnection follows
     ++client.announced;
   }
   return client.announced > before;

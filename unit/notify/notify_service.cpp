@@ -47,9 +47,9 @@ class ClientPulses : public PulsePort {
     connections_[client] = coid;
     return true;
   }
-  result_t Send(int client) override {
-    if (MsgSendPulse(connections_.at(client), getprio(0), PULSE_MESSAGE_WAITS, 0) == 0) return result_t::SENT;
-    return errno == EAGAIN ? result_t::FULL : result_t::GONE;
+  delivery_t Send(int client) override {
+    if (MsgSendPulse(connections_.at(client), getprio(0), PULSE_MESSAGE_WAITS, 0) == 0) return delivery_t::SENT;
+    return errno == EAGAIN ? delivery_t::FULL : delivery_t::GONE;
   }
   void Close(int client) override {
     ConnectDetach(connections_.at(client));
@@ -164,7 +164,7 @@ status_t NotifyService::GetStatus() const {
     const auto refusal = static_cast<refusal_t>(i);
     status.counters[RefusalName(refusal)] = requests_.Refused(refusal);
   }
-  for (const HeartbeatMonitor::worker_t& worker : heartbeats_.Workers()) {
+  for (const HeartbeatMonitor::watched_worker_t& worker : heartbeats_.Workers()) {
     if (!worker.lastSeen) continue;
     status.counters[std::string("worker.") + worker.name] = worker.missing ? 0 : 1;
     if (!worker.missing) continue;

@@ -121,9 +121,9 @@ std::shared_ptr<Outgoing> FindAnchor(int coid) {
 
 // Connects to the receiver's channel. A full listening queue is tried again while the receiver lives, if `mode`
 // allows waiting. No descriptor with errno.
-Descriptor ConnectToReceiver(const Receiver& receiver, connect_t mode) {
+UnsharedDescriptor ConnectToReceiver(const Receiver& receiver, connect_t mode) {
   for (;;) {
-    Descriptor socket = ConnectToChannelSocket(receiver.Pid(), receiver.Chid(), mode);
+    UnsharedDescriptor socket = ConnectToChannelSocket(receiver.Pid(), receiver.Chid(), mode);
     if (socket || errno != EAGAIN || mode == connect_t::DO_NOT_WAIT) return socket;
     if (!receiver.IsGone()) continue;
     errno = ESRCH;
@@ -155,7 +155,7 @@ std::shared_ptr<Outgoing> OpenOutgoing(int coid, connect_t mode) {
     errno = receiver == nullptr ? EBADF : ESRCH;
     return nullptr;
   }
-  Descriptor socket = ConnectToReceiver(*receiver, mode);
+  UnsharedDescriptor socket = ConnectToReceiver(*receiver, mode);
   if (!socket) return nullptr;
   return EnterOutgoing(std::make_shared<Outgoing>(coid, receiver, std::move(socket)));
 }
@@ -199,7 +199,7 @@ void CloseConnection(connection_t& connection) {
 Receiver::Receiver(pid_t pid, int chid)
     : pid_(pid),
       chid_(chid),
-      process_(Descriptor::Make([pid] { return static_cast<int>(syscall(SYS_pidfd_open, pid, 0)); })) {}
+      process_(UnsharedDescriptor::Make([pid] { return static_cast<int>(syscall(SYS_pidfd_open, pid, 0)); })) {}
 
 bool Receiver::IsProcessGone() const {
   if (!process_) return kill(pid_, 0) != 0 && errno == ESRCH;  // the system has no process descriptors
@@ -290,7 +290,7 @@ void Outgoing::Close() {
 int ConnectAttach(std::uint32_t /*nd*/, pid_t pid, int chid, unsigned index, int /*flags*/) {
   using namespace platform;
   if (pid == 0) pid = getpid();
-  Descriptor socket = ConnectToChannelSocket(pid, chid, connect_t::WAIT);
+  UnsharedDescriptor socket = ConnectToChannelSocket(pid, chid, connect_t::WAIT);
   if (!socket) return -1;
   auto receiver = std::make_shared<Receiver>(pid, chid);
 

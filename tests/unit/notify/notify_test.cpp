@@ -18,11 +18,11 @@ using ::testing::IsEmpty;
 class FakePulses : public PulsePort {
  public:
   bool Open(int /*client*/, int process, int /*chid*/) override { return process != UNREACHABLE; }
-  result_t Send(int client) override {
-    if (room == 0) return result_t::FULL;
+  delivery_t Send(int client) override {
+    if (room == 0) return delivery_t::FULL;
     --room;
     ++sent[client];
-    return result_t::SENT;
+    return delivery_t::SENT;
   }
   void Close(int client) override { sent.erase(client); }
 

@@ -64,7 +64,7 @@ struct releaser_t {
 
 using surface_t = std::unique_ptr<cairo_surface_t, releaser_t<cairo_surface_destroy>>;
 using context_t = std::unique_ptr<cairo_t, releaser_t<cairo_destroy>>;
-using handle_t = std::unique_ptr<RsvgHandle, releaser_t<g_object_unref>>;
+using svg_handle_t = std::unique_ptr<RsvgHandle, releaser_t<g_object_unref>>;
 using error_t = std::unique_ptr<GError, releaser_t<g_error_free>>;
 
 [[noreturn]] void Fail(GError* error) {
@@ -78,10 +78,10 @@ cairo_status_t Append(void* closure, const unsigned char* data, unsigned length)
   return CAIRO_STATUS_SUCCESS;
 }
 
-handle_t ReadSvg(const std::string& svg) {
+svg_handle_t ReadSvg(const std::string& svg) {
   GError* error = nullptr;
   const std::basic_string<guint8> bytes(svg.begin(), svg.end());
-  handle_t handle(rsvg_handle_new_from_data(bytes.data(), bytes.size(), &error));
+  svg_handle_t handle(rsvg_handle_new_from_data(bytes.data(), bytes.size(), &error));
   if (!handle) Fail(error);
   return handle;
 }
@@ -89,7 +89,7 @@ handle_t ReadSvg(const std::string& svg) {
 // Draws the document over the whole surface.
 void Draw(const std::string& svg, const std::string& style, cairo_surface_t& surface) {
   GError* error = nullptr;
-  const handle_t handle = ReadSvg(svg);
+  const svg_handle_t handle = ReadSvg(svg);
   const std::basic_string<guint8> css(style.begin(), style.end());
   if (rsvg_handle_set_stylesheet(handle.get(), css.data(), css.size(), &error) == FALSE) Fail(error);
   const context_t context(cairo_create(&surface));
@@ -133,7 +133,7 @@ std::string WritePng(const pixels_t& pixels) {
 }
 
 struct SvgGeometry::state_t {
-  handle_t handle;
+  svg_handle_t handle;
 };
 
 SvgGeometry::SvgGeometry(const std::string& svg) : state_(std::make_unique<state_t>()) {
