@@ -14,7 +14,7 @@ constexpr double METRES_PER_FOOT = 0.3048;
 constexpr std::size_t MOST_TABLES = 100;
 constexpr std::size_t MOST_CELLS = 10'000;  // of one configuration
 
-std::vector<std::string> WordsOf(const std::string& line) {
+std::vector<std::string> SplitChartLine(const std::string& line) {
   std::istringstream stream(line.substr(0, line.find('#')));
   std::vector<std::string> words;
   for (std::string word; stream >> word;) words.push_back(word);
@@ -194,7 +194,7 @@ void ChartParser::CheckTable() const {
 
 void ChartParser::ReadLine(const std::string& line) {
   ++line_;
-  const line_words_t words = WordsOf(line);
+  const line_words_t words = SplitChartLine(line);
   if (words.empty()) return;
   if (words[0] == "name") return ReadName(words);
   if (words[0] == "units") return ReadUnits(words);

@@ -18,7 +18,7 @@ constexpr const char* SCENARIOS = "scenarios";
 constexpr const char* SUFFIX = ".scenario";
 constexpr const char* STANDARD_CHART = "charts/standard.chart";
 
-std::string FindConfigFolder(const std::string& given) {
+std::string RequireConfigFolder(const std::string& given) {
   try {
     return base::FindConfigFolder(given);
   } catch (const std::runtime_error& error) {
@@ -28,7 +28,7 @@ std::string FindConfigFolder(const std::string& given) {
 
 }  // namespace
 
-ConfigFiles::ConfigFiles(const std::string& config) : folder_(FindConfigFolder(config)) {
+ConfigFiles::ConfigFiles(const std::string& config) : folder_(RequireConfigFolder(config)) {
   if (!fs::is_directory(fs::path(folder_) / SCENARIOS)) {
     throw host::Failure("there are no scenarios in " + folder_ + "; name the configuration with --config DIR");
   }

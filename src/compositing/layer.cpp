@@ -26,7 +26,7 @@ constexpr std::size_t RoundUpToWord(std::size_t length) {
   return (length + WORD - 1) / WORD * WORD;
 }
 
-void Print(std::ostream& stream, const std::string& line) {
+void PrintLayerLine(std::ostream& stream, const std::string& line) {
   stream << line + '\n' << std::flush;
 }
 
@@ -41,19 +41,20 @@ Layer::Layer(int id, LayerType_t type) : id_(id), queue_(QUEUE_SIZE) {
   coid_ = name_open(SERVER_NAME, 0);
   const int error = SendSingleRecord(CMD_CREATE_LAYER, static_cast<int>(type));
   connected_ = error == 0;
-  if (!connected_) Print(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(error));
+  if (!connected_) PrintLayerLine(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(error));
 }
 
 Layer::~Layer() {
   const std::string prefix = "compGraphLib: Layer " + std::to_string(id_);
-  Print(std::cout, prefix + " Destroy begin.");
+  PrintLayerLine(std::cout, prefix + " Destroy begin.");
   Layer* self = this;
   currentLayer.compare_exchange_strong(self, nullptr);
   for (const auto& [objectId, object] : objects_) object->layer_ = nullptr;
   const int error = SendSingleRecord(CMD_DESTROY_LAYER, 0);
-  if (error != 0) Print(std::cerr, "compGraphLib: MsgSend Error on Layer Destory: " + std::to_string(error));
+  if (error != 0)
+    PrintLayerLine(std::cerr, "compGraphLib: MsgSend Error on Layer Destory: " + std::to_string(error));
   if (coid_ >= 0) name_close(coid_);
-  Print(std::cout, prefix + " Destroy completed.");
+  PrintLayerLine(std::cout, prefix + " Destroy completed.");
 }
 
 // Sends one record in a message of its own, without the queue. Returns 0, an error number or the compositor's
@@ -117,9 +118,9 @@ void Layer::SendFrame() {
   const layer_reply_t reply = Send({queue_.data(), used_});
   if (reply.error != 0) {
     connected_ = false;
-    Print(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(reply.error));
+    PrintLayerLine(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(reply.error));
   } else if (reply.status != 0) {
-    Print(std::cout, "compGraphLib: Draw Error: " + std::to_string(reply.status));
+    PrintLayerLine(std::cout, "compGraphLib: Draw Error: " + std::to_string(reply.status));
     HaltDrawing();
   }
 }
@@ -214,7 +215,7 @@ void Layer::addCommand(cmd_t command, int firstArgument, int secondArgument, int
   if (used_ + record > QUEUE_SIZE) return;
   const auto room = std::span(queue_).subspan(used_);
   if (used_ + 2 * record > QUEUE_SIZE) {
-    Print(std::cout, "LayerClient: command queue full");
+    PrintLayerLine(std::cout, "LayerClient: command queue full");
     WriteHeader(room, {CMD_END_FRAME, 0, 0, 0});  // not counted in used_, so that the next record overwrites it
     return;
   }

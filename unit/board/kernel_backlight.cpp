@@ -19,7 +19,7 @@ constexpr const char* MAXIMUM_FILE = "/max_brightness";
 constexpr const char* STRENGTH_FILE = "/brightness";
 constexpr const char* POWER_FILE = "/bl_power";
 
-[[noreturn]] void Refuse(const std::string& path, int error) {
+[[noreturn]] void RefuseFile(const std::string& path, int error) {
   const char* const remedy = error == EACCES || error == EPERM ? "; let this user write it" : "";
   throw std::runtime_error(path + ": " + std::generic_category().message(error) + remedy);
 }
@@ -46,7 +46,7 @@ KernelBacklight::KernelBacklight(std::string directory) : directory_(std::move(d
 std::uint32_t KernelBacklight::ReadMaximum() const {
   const std::string path = directory_ + MAXIMUM_FILE;
   std::ifstream file(path);
-  if (!file) Refuse(path, errno);
+  if (!file) RefuseFile(path, errno);
   std::string text;
   std::getline(file, text);
   std::uint32_t most = 0;
@@ -58,7 +58,7 @@ std::uint32_t KernelBacklight::ReadMaximum() const {
 }
 
 void KernelBacklight::CheckWritable(const std::string& file) const {
-  if (::access((directory_ + file).c_str(), W_OK) != 0) Refuse(directory_ + file, errno);
+  if (::access((directory_ + file).c_str(), W_OK) != 0) RefuseFile(directory_ + file, errno);
 }
 
 // The kernel takes a value only in a single write.
@@ -66,7 +66,7 @@ void KernelBacklight::Write(const std::string& file, std::uint32_t value) const 
   const std::string path = directory_ + file;
   const base::Descriptor descriptor(::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
   const std::string text = std::to_string(value) + "\n";
-  if (descriptor.Get() < 0 || ::write(descriptor.Get(), text.data(), text.size()) < 0) Refuse(path, errno);
+  if (descriptor.Get() < 0 || ::write(descriptor.Get(), text.data(), text.size()) < 0) RefuseFile(path, errno);
 }
 
 void KernelBacklight::Follow(bool enabled, std::uint32_t period, std::uint32_t duty, time_t now) {

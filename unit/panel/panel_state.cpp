@@ -28,7 +28,7 @@ std::string ObjectOf(const std::string& message) {
 }
 
 // 0 when there is no such number.
-std::uint64_t NumberOf(const json& object, const char* name) {
+std::uint64_t NumberMember(const json& object, const char* name) {
   const json value = object.value(name, json());
   return value.is_number_unsigned() ? value.get<std::uint64_t>() : 0;
 }
@@ -67,8 +67,8 @@ void PanelState::TakeScreen(const std::string& change) {
   const json parsed = json::parse(change, nullptr, false);
   if (!parsed.is_object()) return;
   const bool follows =
-      NumberOf(parsed, "previous") == screenRevision_ && parsed.value("page", json()) == json(false);
-  screenRevision_ = NumberOf(parsed, "revision");
+      NumberMember(parsed, "previous") == screenRevision_ && parsed.value("page", json()) == json(false);
+  screenRevision_ = NumberMember(parsed, "revision");
   if (follows) {
     hub_.Broadcast("change", base::DumpJson(parsed));
   } else {

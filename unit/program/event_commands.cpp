@@ -45,7 +45,7 @@ int ReportNoManager() {
 
 // The event or action that has this name or, alone, begins with it; prints an error when there is none or more
 // than one.
-notices_t::const_iterator Complete(const notices_t& notices, const std::string& name) {
+notices_t::const_iterator CompleteNotice(const notices_t& notices, const std::string& name) {
   std::vector<std::string> all;
   for (const auto& entry : notices) all.push_back(entry.first);
   const auto candidates = FindCandidates(all, name);
@@ -62,7 +62,7 @@ bool Publish(const screen_names_t& names, const notice_t& notice) {
     platform::StoreLe32(message, 0, notice.number);
     return link.Publish(names.eventChannel.c_str(), message);
   }
-  const int channel = link.NumberOf(names.actionChannel.c_str());
+  const int channel = link.RegisterChannel(names.actionChannel.c_str());
   if (channel < 0) return false;
   return link.Publish(names.actionChannel.c_str(), ActionMessage(channel, notice.number));
 }
@@ -114,10 +114,10 @@ bool PublishEvent(const screen_names_t& names, const std::string& name) {
   return found != notices.end() && found->second.kind == notice_kind_t::EVENT && Publish(names, found->second);
 }
 
-int PostEvent(const std::string& genericFile, const std::string& name) {
+int PostNotice(const std::string& genericFile, const std::string& name) {
   const screen_names_t names = LoadScreenNames(genericFile);
   const notices_t notices = CollectNotices(names);
-  const auto found = Complete(notices, name);
+  const auto found = CompleteNotice(notices, name);
   if (found == notices.end()) return 1;
   if (!Publish(names, found->second)) return ReportNoManager();
   std::cout << KindName(found->second.kind) << ' ' << found->first << '\n';

@@ -37,7 +37,7 @@ struct send_tables_t {
 };
 
 send_tables_t*& TablesPointer();
-send_tables_t& Tables() {
+send_tables_t& SendingTables() {
   return *TablesPointer();
 }
 
@@ -71,7 +71,7 @@ thread_local bool threadHasEnded = false;
 
 ThreadSockets::~ThreadSockets() {
   threadHasEnded = true;
-  send_tables_t& tables = Tables();
+  send_tables_t& tables = SendingTables();
   const std::lock_guard guard(tables.mutex);
   for (const auto& socket : sockets_) {
     const auto found = tables.connections.find(socket->Coid());
@@ -106,14 +106,14 @@ int FailWith(int error) {
 }
 
 std::shared_ptr<Receiver> FindReceiver(int coid) {
-  send_tables_t& tables = Tables();
+  send_tables_t& tables = SendingTables();
   const std::lock_guard guard(tables.mutex);
   const auto found = tables.connections.find(coid);
   return found != tables.connections.end() ? found->second.receiver : nullptr;
 }
 
 std::shared_ptr<Outgoing> FindAnchor(int coid) {
-  send_tables_t& tables = Tables();
+  send_tables_t& tables = SendingTables();
   const std::lock_guard guard(tables.mutex);
   const auto found = tables.connections.find(coid);
   return found != tables.connections.end() ? found->second.anchor : nullptr;
@@ -134,7 +134,7 @@ UnsharedDescriptor ConnectToReceiver(const Receiver& receiver, connect_t mode) {
 // Adds the calling thread's new socket to the tables. Null with EBADF when the connection has been closed
 // meanwhile.
 std::shared_ptr<Outgoing> EnterOutgoing(std::shared_ptr<Outgoing> outgoing) {
-  send_tables_t& tables = Tables();
+  send_tables_t& tables = SendingTables();
   const std::lock_guard guard(tables.mutex);
   const auto found = tables.connections.find(outgoing->Coid());
   if (found == tables.connections.end()) {
@@ -294,7 +294,7 @@ int ConnectAttach(std::uint32_t /*nd*/, pid_t pid, int chid, unsigned index, int
   if (!socket) return -1;
   auto receiver = std::make_shared<Receiver>(pid, chid);
 
-  send_tables_t& tables = Tables();
+  send_tables_t& tables = SendingTables();
   const std::lock_guard guard(tables.mutex);
   const int coid = NewCoid(tables, index);
   if (SendHello(socket.Get(), coid) != 0) return FailWith(ESRCH);
@@ -309,7 +309,7 @@ int ConnectDetach(int coid) {
     DetachClient(coid);
     return 0;
   }
-  send_tables_t& tables = Tables();
+  send_tables_t& tables = SendingTables();
   const std::lock_guard guard(tables.mutex);
   auto entry = tables.connections.extract(coid);
   if (entry.empty()) return FailWith(EBADF);

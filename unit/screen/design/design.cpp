@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 
@@ -315,6 +316,12 @@ std::set<fs::path> ListPages(const fs::path& folder, std::vector<std::string>& p
 }
 
 }  // namespace
+
+std::string FormatXml(const pugi::xml_node& node) {
+  std::ostringstream stream;
+  node.print(stream, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
+  return stream.str();
+}
 
 page_design_t LoadPage(const fs::path& file, const std::set<std::string>& widgets, const design_base_t& base) {
   try {

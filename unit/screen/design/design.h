@@ -99,6 +99,9 @@ page_design_t LoadPage(const std::filesystem::path& file, const std::set<std::st
 design_t LoadDesign(const std::filesystem::path& folder, const std::set<std::string>& widgets,
                     std::vector<std::string>& problems);
 
+// The element as a document's text, without a declaration.
+std::string FormatXml(const pugi::xml_node& node);
+
 // What is wrong with the page beside the other pages: a transition to a page that is not among `names`, an
 // order that is taken. Empty when nothing is; one line, with the page's file, otherwise.
 std::string CheckPage(const page_design_t& page, const std::set<std::string>& names,
