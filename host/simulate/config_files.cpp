@@ -46,7 +46,7 @@ std::vector<std::string> ConfigFiles::ScenarioNames() const {
 scenario_t ConfigFiles::NamedScenario(const std::string& name) const {
   const std::vector<std::string> names = ScenarioNames();
   if (std::ranges::find(names, name) != names.end()) {
-    return LoadScenario(fs::path(folder_) / SCENARIOS / (name + SUFFIX));
+    return ReadScenario(fs::path(folder_) / SCENARIOS / (name + SUFFIX));
   }
   const std::vector<std::string_view> candidates(names.begin(), names.end());
   const std::string suggestion = host::Suggest(name, candidates);
@@ -56,7 +56,7 @@ scenario_t ConfigFiles::NamedScenario(const std::string& name) const {
 
 scenario_t ConfigFiles::Scenario(const std::string& nameOrFile) const {
   const bool isFile = nameOrFile.find_first_of("/.") != std::string::npos;
-  return isFile ? LoadScenario(nameOrFile) : NamedScenario(nameOrFile);
+  return isFile ? ReadScenario(nameOrFile) : NamedScenario(nameOrFile);
 }
 
 crane::LoadChart ConfigFiles::Chart(const std::string& file) const {

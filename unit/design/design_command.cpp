@@ -56,11 +56,11 @@ void PrintExtremes(const text_extremes_t& extremes) {
 int CheckAndDraw(const design_options_t& options) {
   const fs::path folder = fs::path(options.folder).lexically_normal();
   const fs::path config = (folder / ".").parent_path().parent_path();
-  screen_names_t names = LoadScreenNames((config / "generic.xml").string());
+  screen_names_t names = ReadScreenNames((config / "generic.xml").string());
   std::vector<std::string> findings;
-  design_t design = LoadDesign(folder, WidgetNames(names), findings);
+  design_t design = ReadDesign(folder, WidgetNames(names), findings);
   if (design.empty()) throw std::runtime_error(folder.string() + ": the folder has no page (*.svg)");
-  word_catalogue_t words = LoadWords(config / "words", findings);
+  word_catalogue_t words = ReadWords(config / "words", findings);
   const auto add = [&](const std::vector<std::string>& more) {
     findings.insert(findings.end(), more.begin(), more.end());
   };

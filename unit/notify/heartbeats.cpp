@@ -19,7 +19,7 @@ std::optional<std::uint32_t> FindEvent(const pugi::xml_node& events, const char*
 
 }  // namespace
 
-std::string HeartbeatMonitor::Load(const std::string& genericFile) {
+std::string HeartbeatMonitor::ReadEvents(const std::string& genericFile) {
   pugi::xml_document document;
   const pugi::xml_parse_result parsed = document.load_file(genericFile.c_str());
   if (!parsed) return genericFile + ": " + parsed.description();

@@ -30,7 +30,7 @@ class HeartbeatMonitor {
 
   // Reads the event channel's name and the heartbeats' numbers from the generic configuration. Returns the
   // file's problem, empty when it has none. A worker without a number is not supervised.
-  std::string Load(const std::string& genericFile);
+  std::string ReadEvents(const std::string& genericFile);
   const std::string& ChannelName() const { return channelName_; }
   void SetChannel(int channel) { channel_ = channel; }
 

@@ -109,7 +109,7 @@ class NotifyService : public Service {
 };
 
 void NotifyService::Start() {
-  if (const std::string problem = heartbeats_.Load(genericFile_); !problem.empty()) {
+  if (const std::string problem = heartbeats_.ReadEvents(genericFile_); !problem.empty()) {
     std::cerr << "notify: the application's workers are not supervised: " << problem << std::endl;
   } else {
     heartbeats_.SetChannel(exchange_.RegisterName(heartbeats_.ChannelName()));

@@ -102,7 +102,7 @@ class NoticePrinter {
 }  // namespace
 
 int ListEvents(const std::string& genericFile, const std::string& prefix) {
-  for (const auto& [name, notice] : CollectNotices(LoadScreenNames(genericFile))) {
+  for (const auto& [name, notice] : CollectNotices(ReadScreenNames(genericFile))) {
     if (name.starts_with(prefix)) std::cout << KindName(notice.kind) << ' ' << name << '\n';
   }
   return 0;
@@ -115,7 +115,7 @@ bool PublishEvent(const screen_names_t& names, const std::string& name) {
 }
 
 int PostNotice(const std::string& genericFile, const std::string& name) {
-  const screen_names_t names = LoadScreenNames(genericFile);
+  const screen_names_t names = ReadScreenNames(genericFile);
   const notices_t notices = CollectNotices(names);
   const auto found = CompleteNotice(notices, name);
   if (found == notices.end()) return 1;
@@ -126,7 +126,7 @@ int PostNotice(const std::string& genericFile, const std::string& name) {
 
 int WatchEvents(const std::string& genericFile, bool all,
                 const std::function<bool(std::chrono::milliseconds)>& pause) {
-  const screen_names_t names = LoadScreenNames(genericFile);
+  const screen_names_t names = ReadScreenNames(genericFile);
   if (!ConnectToManager()) return ReportNoManager();
   NoticePrinter printer(names, all);
   const Subscriber subscriber(

@@ -81,7 +81,7 @@ void SetPlan(run_plan_t& plan, const archive_t& bundle, const fs::path& folder) 
   plan.options.genericFile = plan.options.configDirectory + "/generic.xml";
   plan.playFile = folder / BUNDLE_BUS;
   if (HasFile(bundle, BUNDLE_KEYS)) plan.keysFile = folder / BUNDLE_KEYS;
-  plan.hostMayStart = [names = LoadScreenNames(plan.options.genericFile)] { return SkipSplashPage(names); };
+  plan.hostMayStart = [names = ReadScreenNames(plan.options.genericFile)] { return SkipSplashPage(names); };
 }
 
 }  // namespace

@@ -48,7 +48,7 @@ TEST(DesignTest, MistakesAreReportedWithFileAndElement) {
   const TestFolder folder;
   for (const auto& [content, message] : mistakes) {
     folder.Write("page.svg", Page("P", 0, content, ""));
-    EXPECT_THAT([&] { LoadPage(folder.Path() / "page.svg", {"Known"}); },
+    EXPECT_THAT([&] { ReadPage(folder.Path() / "page.svg", {"Known"}); },
                 ThrowsMessage<std::runtime_error>(AllOf(HasSubstr("page.svg"), HasSubstr(message))))
         << content;
   }
@@ -62,7 +62,7 @@ TEST(DesignTest, AFolderGivesItsGoodPagesAndReportsTheOthers) {
   folder.Write("d.svg", Page("D", 0, "", ""));
   folder.Write("notes.txt", "no page");
   std::vector<std::string> problems;
-  const design_t design = LoadDesign(folder.Path(), {}, problems);
+  const design_t design = ReadDesign(folder.Path(), {}, problems);
   EXPECT_EQ(design.size(), 2U);
   EXPECT_EQ(problems.size(), 2U);
   EXPECT_THAT(CheckDesign(design),
@@ -71,9 +71,9 @@ TEST(DesignTest, AFolderGivesItsGoodPagesAndReportsTheOthers) {
 
 // The design in config/screen with the names in config/generic.xml.
 TEST(ProductDesignTest, FitsTheConfigurationAndIsDrawn) {
-  const screen_names_t names = LoadScreenNames(SOURCE_FOLDER "/config/generic.xml");
+  const screen_names_t names = ReadScreenNames(SOURCE_FOLDER "/config/generic.xml");
   std::vector<std::string> problems;
-  const design_t design = LoadDesign(SOURCE_FOLDER "/config/screen", WidgetNames(names), problems);
+  const design_t design = ReadDesign(SOURCE_FOLDER "/config/screen", WidgetNames(names), problems);
   EXPECT_THAT(problems, IsEmpty());
   EXPECT_THAT(CheckDesign(design), IsEmpty());
   std::set<std::string> events;
@@ -125,7 +125,7 @@ class ScreenModelTest : public testing::Test {
 
   design_t Load() {
     problems_.clear();
-    return LoadDesign(folder_.Path(), WidgetNames(Names()), problems_);
+    return ReadDesign(folder_.Path(), WidgetNames(Names()), problems_);
   }
 
   void SetText(std::int32_t handle, const std::string& text) {

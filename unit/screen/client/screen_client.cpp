@@ -42,7 +42,7 @@ bool AskScreen(screen_request_t request, std::string& result) {
   return false;
 }
 
-std::string SaveSnapshot(const std::string& file) {
+std::string WriteSnapshot(const std::string& file) {
   std::string picture;
   if (!AskScreen(SCREEN_REQUEST_PNG, picture)) return picture;
   std::ofstream stream(file, std::ios::binary | std::ios::trunc);

@@ -75,7 +75,7 @@ void InsertBelow(pugi::xml_node node, const pugi::xml_document& parts, int depth
 
 }  // namespace
 
-std::unique_ptr<pugi::xml_document> LoadParts(const std::filesystem::path& file) {
+std::unique_ptr<pugi::xml_document> ReadParts(const std::filesystem::path& file) {
   auto document = std::make_unique<pugi::xml_document>();
   if (!std::filesystem::exists(file)) return document;
   const pugi::xml_parse_result result = document->load_file(file.c_str());

@@ -59,7 +59,7 @@ look_t ChooseLook(look_t present, const variable_value_t& brightness) {
   return *brightness <= NIGHT_UP_TO ? LOOK_NIGHT : present;
 }
 
-palette_t LoadPalette(const std::filesystem::path& file) {
+palette_t ReadPalette(const std::filesystem::path& file) {
   palette_t palette;
   if (!std::filesystem::exists(file)) return palette;
   pugi::xml_document document;

@@ -40,19 +40,20 @@ void Print(const std::string& line) {
 }  // namespace
 
 ScreenModel ScreenWorker::MakeModel(const options_t& options) {
-  screen_names_t names = LoadScreenNames(options.genericFile);
+  screen_names_t names = ReadScreenNames(options.genericFile);
   std::vector<std::string> problems;
-  design_t design = LoadDesign(designFolder_, WidgetNames(names), problems);
+  design_t design = ReadDesign(designFolder_, WidgetNames(names), problems);
   for (std::string& problem : CheckDesign(design)) problems.push_back(std::move(problem));
-  word_catalogue_t words = ReadWords(design, problems);
+  word_catalogue_t words = ReadCheckedWords(design, problems);
   for (const std::string& problem : problems) Print(problem);
   if (!problems.empty()) throw std::runtime_error(problems.front());
   if (design.empty()) throw std::runtime_error(designFolder_.string() + ": the folder has no page (*.svg)");
   return {std::move(names), std::move(design), std::move(words)};
 }
 
-word_catalogue_t ScreenWorker::ReadWords(const design_t& design, std::vector<std::string>& problems) const {
-  word_catalogue_t words = LoadWords(wordsFolder_, problems);
+word_catalogue_t ScreenWorker::ReadCheckedWords(const design_t& design,
+                                                std::vector<std::string>& problems) const {
+  word_catalogue_t words = ReadWords(wordsFolder_, problems);
   for (std::string& problem : CheckWords(words, WordsUsed(design), OTHER_USERS)) {
     problems.push_back(std::move(problem));
   }
@@ -252,8 +253,8 @@ void ScreenWorker::ReloadDesign(clock_t::time_point now) {
   if (reloadAt_ == clock_t::time_point{} || now < reloadAt_) return;
   reloadAt_ = {};
   std::vector<std::string> problems;
-  design_t design = LoadDesign(designFolder_, WidgetNames(model_.Names()), problems);
-  word_catalogue_t words = LoadWords(wordsFolder_, problems);
+  design_t design = ReadDesign(designFolder_, WidgetNames(model_.Names()), problems);
+  word_catalogue_t words = ReadWords(wordsFolder_, problems);
   const std::lock_guard lock(mutex_);
   for (std::string& problem : model_.ReplacePages(std::move(design))) problems.push_back(std::move(problem));
   model_.ReplaceWords(std::move(words));

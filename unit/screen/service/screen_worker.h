@@ -51,7 +51,7 @@ class ScreenWorker {
   using clock_t = std::chrono::steady_clock;
 
   ScreenModel MakeModel(const options_t& options);
-  word_catalogue_t ReadWords(const design_t& design, std::vector<std::string>& problems) const;
+  word_catalogue_t ReadCheckedWords(const design_t& design, std::vector<std::string>& problems) const;
   // subscriber
   void TakeMessage(std::size_t channel, std::span<const std::uint8_t> payload);
   void TakeScreenMessage(std::span<const std::uint8_t> payload);
