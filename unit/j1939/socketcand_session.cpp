@@ -34,7 +34,7 @@ const SocketcandSession::session_command_t SocketcandSession::COMMANDS[] = {
     {"send", true, &SocketcandSession::Send},
 };
 
-SocketcandSession::outcome_t SocketcandSession::Take(std::string_view message) {
+SocketcandSession::outcome_t SocketcandSession::Accept(std::string_view message) {
   std::string_view inner = message;
   if (inner.starts_with('<')) inner.remove_prefix(1);
   if (inner.ends_with('>')) inner.remove_suffix(1);

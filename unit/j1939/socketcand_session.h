@@ -25,7 +25,7 @@ class SocketcandSession {
     std::string reply;
     std::optional<bus::frame_t> frame;
   };
-  outcome_t Take(std::string_view message);
+  outcome_t Accept(std::string_view message);
 
   // In raw mode a station receives the frames of all others.
   bool WantsFrames() const { return raw_; }

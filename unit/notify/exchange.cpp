@@ -93,7 +93,7 @@ bool Exchange::PayOwedPulses() {
   return paid;
 }
 
-std::vector<loss_t> Exchange::TakeLosses() {
+std::vector<loss_t> Exchange::DrainLosses() {
   std::vector<loss_t> losses;
   for (auto& [id, client] : clients_) {
     if (client.unreportedLosses == 0) continue;

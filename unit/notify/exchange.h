@@ -85,7 +85,7 @@ class Exchange {
   bool PayOwedPulses();
 
   // The losses since the last call, one entry for each client that lost messages.
-  std::vector<loss_t> TakeLosses();
+  std::vector<loss_t> DrainLosses();
 
   std::size_t ClientCount() const { return clients_.size(); }
   std::size_t ChannelCount() const { return channels_.size(); }

@@ -73,12 +73,12 @@ class NotifyService : public Service {
   status_t GetStatus() const override;
 
  private:
-  void TakeName();
+  void AttachName();
   void Serve();
   std::size_t Answer(std::span<const std::uint8_t> request, const _msg_info& info,
                      std::span<std::uint8_t, NM_MESSAGE_SIZE> reply);
   bool IsStopping();
-  void TakePulse(const _pulse& pulse);
+  void AcceptPulse(const _pulse& pulse);
   void NoteEvent(int channel, std::span<const std::uint8_t> payload);
   void Tick();
   void ReportLosses(steady_clock::time_point now);
@@ -114,14 +114,14 @@ void NotifyService::Start() {
   } else {
     heartbeats_.SetChannel(exchange_.RegisterName(heartbeats_.ChannelName()));
   }
-  TakeName();
+  AttachName();
   stopping_ = false;
   up_ = true;
   server_ = std::thread([this] { Serve(); });
   pacer_ = std::thread([this] { Pace(); });
 }
 
-void NotifyService::TakeName() {
+void NotifyService::AttachName() {
   attach_ = name_attach(nullptr, NM_SERVER_NAME, 0);
   if (attach_ == nullptr) {
     const int error = errno;
@@ -187,7 +187,7 @@ void NotifyService::Serve() {
     } else if (rcvid == 0) {
       _pulse pulse;
       std::memcpy(&pulse, request.data(), sizeof pulse);
-      TakePulse(pulse);
+      AcceptPulse(pulse);
     } else if (errno != EINTR) {
       std::cerr << "notify: cannot receive any more: " << std::strerror(errno) << std::endl;
       break;
@@ -211,7 +211,7 @@ bool NotifyService::IsStopping() {
   return stopping_;
 }
 
-void NotifyService::TakePulse(const _pulse& pulse) {
+void NotifyService::AcceptPulse(const _pulse& pulse) {
   switch (pulse.code) {
     case PULSE_TICK:
       Tick();
@@ -244,7 +244,7 @@ void NotifyService::Tick() {
 
 void NotifyService::ReportLosses(steady_clock::time_point now) {
   std::ostringstream line;
-  for (const loss_t& loss : exchange_.TakeLosses()) {
+  for (const loss_t& loss : exchange_.DrainLosses()) {
     line << (line.tellp() > 0 ? ", " : "notify: messages lost by clients that read too slowly: ")
          << loss.messages << " by client " << loss.client << " (process " << loss.process << ")";
   }

@@ -76,7 +76,7 @@ class NoticePrinter {
     }
   }
 
-  void Take(notice_kind_t kind, std::span<const std::uint8_t> payload) {
+  void Accept(notice_kind_t kind, std::span<const std::uint8_t> payload) {
     const std::size_t numberAt = kind == notice_kind_t::EVENT ? 0 : 4;
     if (payload.size() != numberAt + 4) return;
     const std::uint32_t number = platform::LoadLe32(payload, numberAt);
@@ -132,7 +132,7 @@ int WatchEvents(const std::string& genericFile, bool all,
   const Subscriber subscriber(
       {names.eventChannel, names.actionChannel},
       [&printer](std::size_t channel, std::span<const std::uint8_t> payload) {
-        printer.Take(channel == 0 ? notice_kind_t::EVENT : notice_kind_t::ACTION, payload);
+        printer.Accept(channel == 0 ? notice_kind_t::EVENT : notice_kind_t::ACTION, payload);
       },
       [] { std::cerr << "unit events: watching; Ctrl-C ends it." << std::endl; });
   while (pause(WATCH_PERIOD)) {

@@ -121,7 +121,7 @@ class WindowWorker {
   void Step(SdlWindow& window, BoardLink& link, std::optional<SdlSpeaker>& speaker, SoundFollower& beeper) {
     const auto now = steady_clock::now();
     platform::board_state_t* board = link.Get(now);
-    if (window.TakeEvents()) end_();
+    if (window.DrainEvents()) end_();
     Hold(board, window.KeysHeld());
     const board_view_t view = board != nullptr ? ViewBoard(*board) : board_view_t{};
     if (speaker) Sound(*speaker, beeper.Follow(view.sounding, view.pulses, now), now);

@@ -59,7 +59,7 @@ class ThreadSockets {
     std::erase_if(sockets_, [](const auto& old) { return old->IsClosed(); });
     sockets_.push_back(std::move(socket));
   }
-  std::vector<std::shared_ptr<Outgoing>> TakeAll() { return std::exchange(sockets_, {}); }
+  std::vector<std::shared_ptr<Outgoing>> DrainSockets() { return std::exchange(sockets_, {}); }
 
  private:
   std::vector<std::shared_ptr<Outgoing>> sockets_;
@@ -88,7 +88,7 @@ void ResetInChild() {
     std::vector<std::shared_ptr<Outgoing>> sockets;
   };
   static std::vector<parent_t>& ofParents = *new std::vector<parent_t>;
-  ofParents.push_back({TablesPointer(), threadSockets.TakeAll()});
+  ofParents.push_back({TablesPointer(), threadSockets.DrainSockets()});
   TablesPointer() = new send_tables_t;
 }
 

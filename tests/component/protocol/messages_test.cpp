@@ -18,8 +18,8 @@
 #include "src/hostlink/immediate_replies.h"
 #include "src/hostlink/j1939_external.h"
 #include "src/services/nm_messages.h"
-#include "tests/support/fake_service.h"
 #include "tests/component/protocol/both_sides.h"
+#include "tests/support/fake_service.h"
 
 namespace {
 
@@ -202,7 +202,7 @@ TEST(Frames, AreJoinedAlikeOnBothSides) {
 // The frames that the display has sent since the last call; they go to the service in the manager's messages.
 std::vector<MessageBytes> FramesOf(FakeService& manager) {
   std::vector<MessageBytes> frames;
-  for (const bytes_t& request : manager.TakeRequests()) {
+  for (const bytes_t& request : manager.DrainRequests()) {
     const std::size_t data = NM_HEADER_SIZE + J1939_DATA_AT;
     if (request.size() == NM_HEADER_SIZE + J1939_MESSAGE_SIZE)
       frames.emplace_back(request.begin() + data, request.begin() + data + FRAME_SIZE);

@@ -80,11 +80,11 @@ TEST_F(ExchangeTest, AFullQueueLosesItsOldestMessagesAndNobodyElses) {
   }
   EXPECT_THAT(room, ElementsAre(3, 2, 1, 0, 0));
   EXPECT_EQ(exchange_.Lost(), 1U);
-  const std::vector<loss_t> losses = exchange_.TakeLosses();
+  const std::vector<loss_t> losses = exchange_.DrainLosses();
   ASSERT_EQ(losses.size(), 1U);
   EXPECT_EQ(losses[0].client, bob_);
   EXPECT_EQ(losses[0].messages, 1U);
-  EXPECT_THAT(exchange_.TakeLosses(), IsEmpty());
+  EXPECT_THAT(exchange_.DrainLosses(), IsEmpty());
   EXPECT_EQ(pulses_.sent[bob_], 4) << "a message that replaces a lost one sends no pulse";
   EXPECT_THAT(FetchAll(bob_), ElementsAre("b", "c", "d", "e"));
 }

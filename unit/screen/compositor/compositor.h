@@ -55,7 +55,7 @@ class Compositor {
     drawing_t working, shown;
   };
 
-  void TakeRecord(const layer_record_t& record);
+  void AcceptRecord(const layer_record_t& record);
   bool Carry(layer_t& layer, const layer_record_t& record);
   // Each returns false for a record without its data or beyond a bound.
   static bool Operate(layer_t& layer, const layer_record_t& record);
