@@ -33,7 +33,7 @@ bool IsLayerCommand(std::uint32_t command) {
 
 }  // namespace
 
-compositor_reply_t Compositor::Take(std::span<const std::uint8_t> message) {
+compositor_reply_t Compositor::Accept(std::span<const std::uint8_t> message) {
   ++counters_.messages;
   bool known = true;
   const record_count_t count = ReadRecords(message, [&](const layer_record_t& record) {

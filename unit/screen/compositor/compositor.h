@@ -37,7 +37,7 @@ class Compositor {
 
   // Takes one message. NO_RECORD when it has no record, UNKNOWN_LAYER when it draws on a layer that does not
   // exist; in both cases the message changes nothing. Other faults are counted and skipped.
-  compositor_reply_t Take(std::span<const std::uint8_t> message);
+  compositor_reply_t Accept(std::span<const std::uint8_t> message);
 
   // The last complete frames of all layers, the lowest id first.
   drawing_t Drawing() const;

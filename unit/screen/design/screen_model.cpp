@@ -321,7 +321,7 @@ element_change_t ScreenModel::ChangeOf(std::size_t index) const {
   return change;
 }
 
-screen_change_t ScreenModel::TakeChange() {
+screen_change_t ScreenModel::DrainChange() {
   screen_change_t change;
   change.previous = revision_;
   change.page = std::exchange(pageChanged_, false);

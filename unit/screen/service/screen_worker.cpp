@@ -74,11 +74,11 @@ ScreenWorker::ScreenWorker(const options_t& options)
   if (!model_.Names().eventChannel.empty()) channels.push_back(model_.Names().eventChannel);
   compositorServer_ = std::make_unique<MessageServer>(Compositing::SERVER_NAME,
                                                       Compositing::QUEUE_SIZE + Compositing::RECORD_HEADER_SIZE,
-                                                      [this](auto message) { return TakeDrawing(message); });
+                                                      [this](auto message) { return AcceptDrawing(message); });
   requestServer_ = std::make_unique<MessageServer>(SCREEN_REQUEST_NAME, 64,
                                                    [this](auto message) { return Answer(message); });
   subscriber_ = std::make_unique<Subscriber>(
-      channels, [this](std::size_t channel, auto payload) { TakeMessage(channel, payload); });
+      channels, [this](std::size_t channel, auto payload) { AcceptMessage(channel, payload); });
   pace_ = std::thread([this] { Pace(); });
 }
 
@@ -94,13 +94,13 @@ ScreenWorker::~ScreenWorker() {
 
 // --- Messages of the application and of the database
 
-void ScreenWorker::TakeMessage(std::size_t channel, std::span<const std::uint8_t> payload) {
-  if (channel == SCREEN_MESSAGES) TakeScreenMessage(payload);
-  if (channel == DATABASE_CHANGES) TakeVariable(payload);
-  if (channel == EVENTS) TakeEvent(payload);
+void ScreenWorker::AcceptMessage(std::size_t channel, std::span<const std::uint8_t> payload) {
+  if (channel == SCREEN_MESSAGES) AcceptScreenMessage(payload);
+  if (channel == DATABASE_CHANGES) AcceptVariable(payload);
+  if (channel == EVENTS) AcceptEvent(payload);
 }
 
-void ScreenWorker::TakeScreenMessage(std::span<const std::uint8_t> payload) {
+void ScreenWorker::AcceptScreenMessage(std::span<const std::uint8_t> payload) {
   std::optional<screen_command_t> command = ReadScreenMessage(payload);
   const std::lock_guard lock(mutex_);
   if (!command) {
@@ -118,7 +118,7 @@ void ScreenWorker::TakeScreenMessage(std::span<const std::uint8_t> payload) {
   if (!wasPending) pendingSince_ = now;
 }
 
-void ScreenWorker::TakeEvent(std::span<const std::uint8_t> payload) {
+void ScreenWorker::AcceptEvent(std::span<const std::uint8_t> payload) {
   if (payload.size() != 4) return;
   const std::lock_guard lock(mutex_);
   if (!model_.HandleEvent(platform::LoadLe32(payload, 0))) return;
@@ -126,11 +126,11 @@ void ScreenWorker::TakeEvent(std::span<const std::uint8_t> payload) {
   wakePace_.notify_all();
 }
 
-void ScreenWorker::TakeVariable(std::span<const std::uint8_t> payload) {
+void ScreenWorker::AcceptVariable(std::span<const std::uint8_t> payload) {
   const std::optional<database_change_t> change = ReadDatabaseChange(payload);
   if (!change) return;
   const std::lock_guard lock(mutex_);
-  variables_.Take(*change);
+  variables_.Accept(*change);
   if (!model_.HasNotices()) return;
   wake_ = true;
   wakePace_.notify_all();
@@ -143,10 +143,10 @@ void ScreenWorker::Report(base::LineLimiter& limiter, const std::string& what) {
 
 // --- Drawings and requests
 
-message_reply_t ScreenWorker::TakeDrawing(std::span<const std::uint8_t> message) {
+message_reply_t ScreenWorker::AcceptDrawing(std::span<const std::uint8_t> message) {
   std::string bytes(4, '\0');
   const std::lock_guard lock(mutex_);
-  const compositor_reply_t result = compositor_.Take(message);
+  const compositor_reply_t result = compositor_.Accept(message);
   model_.SetPictures(pictures_.Definitions());
   model_.SetDrawing(compositor_.Drawing());
   bytes[0] = static_cast<char>(result);
@@ -233,7 +233,7 @@ void ScreenWorker::UpdateDataState(clock_t::time_point now) {
 
 void ScreenWorker::PublishChange() {
   std::unique_lock lock(mutex_);
-  const screen_change_t change = model_.TakeChange();
+  const screen_change_t change = model_.DrainChange();
   lock.unlock();
   if (change.revision == change.previous) return;
   link_.Publish(SCREEN_CHANGES_CHANNEL_NAME, FormatChange(change, NM_PAYLOAD_SIZE));
@@ -242,7 +242,7 @@ void ScreenWorker::PublishChange() {
 void ScreenWorker::PostActions(clock_t::time_point now) {
   std::unique_lock lock(mutex_);
   const std::string page = model_.Page().action;
-  const std::vector<std::string> notices = model_.TakeNotices();
+  const std::vector<std::string> notices = model_.DrainNotices();
   lock.unlock();
   actions_.PostPage(page, now);
   for (const std::string& action : notices) actions_.Post(action);
