@@ -104,8 +104,9 @@ void ReadTexts(Bytes message, decoded_t& decoded) {
     decoded.problem = "the " + BytesLeft(length, rest.size());
     return;
   }
-  rest = rest.first(length);
-  while (!rest.empty() && ReadTextCommand(rest, decoded)) {
+  // The display takes a text whole that begins within the length and runs past it.
+  const std::size_t beyond = rest.size() - length;
+  while (rest.size() > beyond && ReadTextCommand(rest, decoded)) {
   }
 }
 
