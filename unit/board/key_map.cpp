@@ -14,7 +14,7 @@
 namespace unit {
 namespace {
 
-std::optional<unsigned> ParseCodeNumber(std::string_view text) {
+std::optional<unsigned> ParseDecimalOrHex(std::string_view text) {
   const bool isHex = text.starts_with("0x") || text.starts_with("0X");
   if (isHex) text.remove_prefix(2);
   return bus::ParseNumber<unsigned>(text, isHex ? 16 : 10);
@@ -22,13 +22,13 @@ std::optional<unsigned> ParseCodeNumber(std::string_view text) {
 
 std::optional<unsigned> ParseCode(const std::string& text) {
   const int known = libevdev_event_code_from_name(EV_KEY, text.c_str());
-  const auto code = known >= 0 ? static_cast<unsigned>(known) : ParseCodeNumber(text);
+  const auto code = known >= 0 ? static_cast<unsigned>(known) : ParseDecimalOrHex(text);
   // Code 0 is reserved: no key has it.
   return code && *code > KEY_RESERVED && *code <= KEY_MAX ? code : std::nullopt;
 }
 
 int ParseFrontKey(const std::string& text) {
-  const auto key = ParseNumber(text);
+  const auto key = ParseDecimalOrHex(text);
   return key && *key <= KEY_COUNT && IsKey(static_cast<int>(*key)) ? static_cast<int>(*key) : 0;
 }
 
