@@ -85,13 +85,13 @@ T ControlValue(cmsghdr* part) {
 
 // The kernel's control data for a frame: the time at which the kernel received it, and how many frames the
 // socket's full queue has dropped since it was opened.
-struct control_t {
+struct reception_t {
   std::uint64_t time_us = 0;
   std::optional<std::uint32_t> lost;
 };
 
-control_t ReadControl(msghdr& header) {
-  control_t result;
+reception_t ReadReception(msghdr& header) {
+  reception_t result;
   for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part)) {
     if (part->cmsg_level != SOL_SOCKET) continue;
     if (part->cmsg_type == SO_RXQ_OVFL) result.lost = ControlValue<std::uint32_t>(part);
@@ -145,7 +145,7 @@ bool KernelEndpoint::ReadFrame(can_frame& raw, std::uint64_t& time_us) {
     errno = EBADMSG;
     return false;
   }
-  const control_t read = ReadControl(header);
+  const reception_t read = ReadReception(header);
   time_us = read.time_us;
   if (read.lost) lost_ = *read.lost;
   return true;
@@ -170,7 +170,7 @@ Endpoint::result_t KernelEndpoint::Receive(frame_t& frame, int timeout_ms) {
   }
 }
 
-[[noreturn]] void Refuse(const std::string& interface, const std::string& what) {
+[[noreturn]] void RefuseInterface(const std::string& interface, const std::string& what) {
   throw std::runtime_error(interface + ": " + what);
 }
 
@@ -179,9 +179,9 @@ Endpoint::result_t KernelEndpoint::Receive(frame_t& frame, int timeout_ms) {
 void RequireUp(int fd, const std::string& interface) {
   ifreq request{};
   interface.copy(request.ifr_name, IFNAMSIZ - 1);
-  if (::ioctl(fd, SIOCGIFFLAGS, &request) < 0) Refuse(interface, ErrorText(errno));
+  if (::ioctl(fd, SIOCGIFFLAGS, &request) < 0) RefuseInterface(interface, ErrorText(errno));
   if ((request.ifr_flags & IFF_UP) == 0) {
-    Refuse(interface, "interface is down; bring it up with: ip link set " + interface + " up");
+    RefuseInterface(interface, "interface is down; bring it up with: ip link set " + interface + " up");
   }
 }
 
@@ -191,7 +191,7 @@ void Configure(int fd, const std::string& interface) {
   if (::setsockopt(fd, SOL_CAN_RAW, CAN_RAW_ERR_FILTER, &errors, sizeof errors) < 0 ||
       ::setsockopt(fd, SOL_SOCKET, SO_TIMESTAMP, &on, sizeof on) < 0 ||
       ::setsockopt(fd, SOL_SOCKET, SO_RXQ_OVFL, &on, sizeof on) < 0) {
-    Refuse(interface, ErrorText(errno));
+    RefuseInterface(interface, ErrorText(errno));
   }
   // Room for some seconds of a busy bus. Without the privilege for that, as much as the system allows.
   if (::setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &RECEIVE_QUEUE_BYTES, sizeof RECEIVE_QUEUE_BYTES) < 0)
@@ -201,14 +201,14 @@ void Configure(int fd, const std::string& interface) {
 void Bind(int fd, const std::string& interface) {
   const unsigned index = ::if_nametoindex(interface.c_str());
   if (index == 0 || interface.size() >= IFNAMSIZ) {
-    Refuse(interface, "no such interface; `ip link show type can` lists them");
+    RefuseInterface(interface, "no such interface; `ip link show type can` lists them");
   }
   sockaddr_can address{};
   address.can_family = AF_CAN;
   address.can_ifindex = static_cast<int>(index);
   const void* bytes = &address;
   if (::bind(fd, static_cast<const sockaddr*>(bytes), sizeof address) < 0) {
-    Refuse(interface, "is no CAN interface: " + ErrorText(errno));
+    RefuseInterface(interface, "is no CAN interface: " + ErrorText(errno));
   }
 }
 
@@ -217,8 +217,8 @@ void Bind(int fd, const std::string& interface) {
 std::unique_ptr<Endpoint> OpenKernelInterface(const std::string& interface) {
   base::Descriptor socket(::socket(PF_CAN, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, CAN_RAW));
   if (socket.Get() < 0) {
-    Refuse(interface,
-           "this kernel has no CAN (" + ErrorText(errno) + "); load its can-raw module, or use local");
+    RefuseInterface(interface,
+                    "this kernel has no CAN (" + ErrorText(errno) + "); load its can-raw module, or use local");
   }
   Configure(socket.Get(), interface);
   Bind(socket.Get(), interface);

@@ -50,7 +50,7 @@ std::string ErrorJson(const std::string& text) {
 
 }  // namespace
 
-void Fail(response_t& response, status_t status, const std::string& text) {
+void Fail(response_t& response, status_code_t status, const std::string& text) {
   response.status = status;
   response.set_content(ErrorJson(text), JSON);
 }

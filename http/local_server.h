@@ -24,7 +24,7 @@ using response_t = httplib::Response;
 
 constexpr const char* JSON = "application/json";
 
-enum status_t : int {
+enum status_code_t : int {
   OK = 200,
   BAD_REQUEST = 400,
   FORBIDDEN = 403,
@@ -34,7 +34,7 @@ enum status_t : int {
 };
 
 // Answers with {"error":TEXT}.
-void Fail(response_t& response, status_t status, const std::string& text);
+void Fail(response_t& response, status_code_t status, const std::string& text);
 
 struct server_options_t {
   std::string name;         // for messages: "the front panel"

@@ -113,7 +113,7 @@ demo_crane_t CraneAt(double at) {
   return crane;
 }
 
-demo_alarm_t FindAlarm(const demo_crane_t& crane, double at) {
+demo_alarm_t FindDemoAlarm(const demo_crane_t& crane, double at) {
   if (at >= TWO_BLOCK_BEGIN_S && at < TWO_BLOCK_END_S) return demo_alarm_t::TWO_BLOCK;
   if (crane.Percent() >= OVERLOAD_PERCENT) return demo_alarm_t::OVERLOAD;
   return crane.Percent() >= PRE_ALARM_PERCENT ? demo_alarm_t::PRE_ALARM : demo_alarm_t::NONE;
@@ -125,7 +125,7 @@ struct demo_alarm_signals_t {
   const char* text;  // on the display and as its flash message
 };
 
-const demo_alarm_signals_t& SignalsOf(demo_alarm_t alarm) {
+const demo_alarm_signals_t& DemoSignalsOf(demo_alarm_t alarm) {
   static constexpr demo_alarm_signals_t SIGNS[] = {{"none", 0, nullptr},
                                                    {"prealarm", 20, "NEAR LIMIT"},
                                                    {"prealarm,overload,alarm", 255, "OVERLOAD"},
@@ -170,11 +170,11 @@ struct demo_action_t {
   std::function<void(DemoLog&)> act;
 };
 
-demo_action_t Command(double at, const char* name, double value) {
+demo_action_t MakeCommandAction(double at, const char* name, double value) {
   return {at, [=](DemoLog& log) { log.Put(host::MakeMessage(name, value)); }};
 }
 
-demo_action_t Request(double at, const char* name) {
+demo_action_t MakeRequestAction(double at, const char* name) {
   return {at, [=](DemoLog& log) { log.Put(host::MakeMessage(name)); }};
 }
 
@@ -194,28 +194,31 @@ demo_action_t Texts(double at, std::size_t language) {
 void AddStartUp(std::vector<demo_action_t>& actions) {
   double at = 0.2;
   for (const char* name : {"program-name", "program-date", "file-id", "lcd-status", "led-brightness"}) {
-    actions.push_back(Request(at, name));
+    actions.push_back(MakeRequestAction(at, name));
     at += 0.1;
   }
-  actions.insert(
-      actions.end(),
-      {Command(0.80, "protocol-version", 1), Command(0.85, "encryption", 1), Command(0.90, "language", 0),
-       Command(0.95, "units", 0), Command(1.00, "display-mode", 1), Command(1.05, "beeper", 0),
-       Command(1.10, "swing-mode", 0), Command(1.15, "erected-icon", 0), Command(1.20, "stowed-icon", 1),
-       Colors(1.25, {1, 0, 0, 1}), ValidKeys(1.30, "all"), Texts(1.40, 0)});
+  actions.insert(actions.end(),
+                 {MakeCommandAction(0.80, "protocol-version", 1), MakeCommandAction(0.85, "encryption", 1),
+                  MakeCommandAction(0.90, "language", 0), MakeCommandAction(0.95, "units", 0),
+                  MakeCommandAction(1.00, "display-mode", 1), MakeCommandAction(1.05, "beeper", 0),
+                  MakeCommandAction(1.10, "swing-mode", 0), MakeCommandAction(1.15, "erected-icon", 0),
+                  MakeCommandAction(1.20, "stowed-icon", 1), Colors(1.25, {1, 0, 0, 1}), ValidKeys(1.30, "all"),
+                  Texts(1.40, 0)});
   // The display shows its first pages for a few seconds and ignores the request until it shows Slate.
   constexpr double SLATE_TO_MAIN = 3;
-  for (int again = 1; again < 12; ++again) actions.push_back(Command(again + 0.5, "transition", SLATE_TO_MAIN));
+  for (int again = 1; again < 12; ++again)
+    actions.push_back(MakeCommandAction(again + 0.5, "transition", SLATE_TO_MAIN));
 }
 
 void AddLift(std::vector<demo_action_t>& actions) {
-  actions.insert(actions.end(),
-                 {Command(26.0, "swing-mode", 1),  // front, front arc, side, all round; then the number again
-                  Command(28.5, "swing-mode", 6), Command(30.5, "swing-mode", 3),
-                  Command(32.5, "swing-mode", 4), Command(34.0, "swing-mode", 0),
-                  Colors(70.0, {3, 1, 0, 0}),  // back to the tires and onto the outriggers again
-                  Colors(71.5, {2, 0, 2, 0}), Colors(73.0, {1, 0, 0, 1}), Command(73.5, "erected-icon", 1),
-                  Command(74.5, "erected-icon", 0)});
+  actions.insert(
+      actions.end(),
+      {MakeCommandAction(26.0, "swing-mode", 1),  // front, front arc, side, all round; then the number again
+       MakeCommandAction(28.5, "swing-mode", 6), MakeCommandAction(30.5, "swing-mode", 3),
+       MakeCommandAction(32.5, "swing-mode", 4), MakeCommandAction(34.0, "swing-mode", 0),
+       Colors(70.0, {3, 1, 0, 0}),  // back to the tires and onto the outriggers again
+       Colors(71.5, {2, 0, 2, 0}), Colors(73.0, {1, 0, 0, 1}), MakeCommandAction(73.5, "erected-icon", 1),
+       MakeCommandAction(74.5, "erected-icon", 0)});
 }
 
 void AddLanguages(std::vector<demo_action_t>& actions) {
@@ -224,7 +227,7 @@ void AddLanguages(std::vector<demo_action_t>& actions) {
   for (std::size_t i = 1; i <= TEXTS.size(); ++i) {
     const std::size_t language = i % TEXTS.size();  // Spanish to French, then English again
     const double at = BEGIN + EACH * static_cast<double>(i - 1);
-    actions.push_back(Command(at, "language", static_cast<double>(language)));
+    actions.push_back(MakeCommandAction(at, "language", static_cast<double>(language)));
     actions.push_back(Texts(at + 0.05, language));
   }
 }
@@ -234,15 +237,16 @@ std::vector<demo_action_t> Actions() {
   AddStartUp(actions);
   AddLift(actions);
   AddLanguages(actions);
-  actions.insert(actions.end(), {Command(METRIC_BEGIN_S, "units", 1), Command(METRIC_END_S, "units", 0),
-                                 Command(SILENCE_END_S, "language", 0), Command(SILENCE_END_S, "units", 0),
-                                 Texts(SILENCE_END_S, 0)});
+  actions.insert(actions.end(),
+                 {MakeCommandAction(METRIC_BEGIN_S, "units", 1), MakeCommandAction(METRIC_END_S, "units", 0),
+                  MakeCommandAction(SILENCE_END_S, "language", 0), MakeCommandAction(SILENCE_END_S, "units", 0),
+                  Texts(SILENCE_END_S, 0)});
   return actions;
 }
 
 double LampsAt(double at, demo_alarm_t alarm) {
   const bool rigging = at >= 70 && at < 73;
-  return Lamps(SignalsOf(alarm).lamps) + Lamps("boom-mode,pick-main-boom,front-winch,counterweight") +
+  return Lamps(DemoSignalsOf(alarm).lamps) + Lamps("boom-mode,pick-main-boom,front-winch,counterweight") +
          Lamps(rigging ? "tires,outrigger-retracted,outrigger-half" : "outrigger-extended");
 }
 
@@ -273,10 +277,10 @@ void WriteTick(int tick, const std::vector<demo_action_t>& actions, demo_alarm_t
     if (std::lround(action.at * TICKS_PER_SECOND) == tick) action.act(log);
   }
   const demo_crane_t crane = CraneAt(at);
-  const demo_alarm_t alarm = FindAlarm(crane, at);
+  const demo_alarm_t alarm = FindDemoAlarm(crane, at);
   if (alarm != shown) {
-    log.Put(host::MakeMessage("beeper", SignalsOf(alarm).beeper));
-    log.Put(MakeTexts(0, SignalsOf(alarm).text));
+    log.Put(host::MakeMessage("beeper", DemoSignalsOf(alarm).beeper));
+    log.Put(MakeTexts(0, DemoSignalsOf(alarm).text));
     shown = alarm;
   }
   if (tick % KEY_STATE_EVERY == 0) log.Put(host::MakeMessage("key-state"));

@@ -25,7 +25,7 @@ bool CheckFile(const std::string& name, const std::string& text) {
   return false;
 }
 
-bool WriteFile(const std::string& name, const std::string& text) {
+bool WriteTableFile(const std::string& name, const std::string& text) {
   std::ofstream file(name, std::ios::binary);
   if (file << text && file.flush()) return true;
   std::cerr << "make_dissector_tables: cannot write " << name << "; is REPOSITORY right, and writable?\n";
@@ -42,6 +42,6 @@ int main(int argc, char** argv) {
   }
   bool good = true;
   for (const file_t& file : FILES)
-    good = (check ? CheckFile : WriteFile)(std::string(argv[argc - 1]) + file.name, file.text()) && good;
+    good = (check ? CheckFile : WriteTableFile)(std::string(argv[argc - 1]) + file.name, file.text()) && good;
   return good ? 0 : 1;
 }

@@ -127,8 +127,8 @@ const unit::design_t& Design(const std::string& configDirectory) {
   static const unit::design_t DESIGN = [&] {
     const std::filesystem::path folder = configDirectory;
     std::vector<std::string> problems;
-    unit::design_t loaded = unit::LoadDesign(
-        folder / "screen", unit::WidgetNames(unit::LoadScreenNames(folder / "generic.xml")), problems);
+    unit::design_t loaded = unit::ReadDesign(
+        folder / "screen", unit::WidgetNames(unit::ReadScreenNames(folder / "generic.xml")), problems);
     if (!problems.empty()) throw std::runtime_error(problems.front());
     return loaded;
   }();

@@ -11,7 +11,7 @@ namespace {
 constexpr int FAILED = 1;
 constexpr int CALLED_WRONGLY = 2;
 
-int Run(int argc, char** argv) {
+int RunProgram(int argc, char** argv) {
   int status = 0;
   CLI::App app{"hx7: the host load computer's end of the bus"};
   app.set_version_flag("--version", "hx7 " ORVIK_VERSION);
@@ -30,7 +30,7 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
-    return Run(argc, argv);
+    return RunProgram(argc, argv);
   } catch (const host::UsageError& error) {
     std::cerr << "hx7: " << error.what() << '\n';
     return CALLED_WRONGLY;

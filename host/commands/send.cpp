@@ -42,7 +42,7 @@ void AwaitReply(const send_step_t& step, Station& station, TrafficDecoder& decod
 
 void Send(const send_options_t& options) {
   const std::string directory = platform::RuntimeDirectory();
-  Cmd2Values values = options.neutral ? Cmd2Values() : LoadSentValues(directory);
+  Cmd2Values values = options.neutral ? Cmd2Values() : ReadSentValues(directory);
   const plan_t plan = PlanSend(options.arguments, values);
   const StopSignal stop;
   Station station(options.bus, stop);
@@ -51,7 +51,7 @@ void Send(const send_options_t& options) {
     if (!station.Send(step.frames)) return;
     if (step.request != nullptr) AwaitReply(step, station, decoder, options.timeout_s);
   }
-  if (plan.sendsValues) SaveSentValues(directory, values);
+  if (plan.sendsValues) WriteSentValues(directory, values);
 }
 
 }  // namespace host

@@ -14,7 +14,7 @@ constexpr double METRES_PER_FOOT = 0.3048;
 constexpr std::size_t MOST_TABLES = 100;
 constexpr std::size_t MOST_CELLS = 10'000;  // of one configuration
 
-std::vector<std::string> WordsOf(const std::string& line) {
+std::vector<std::string> SplitChartLine(const std::string& line) {
   std::istringstream stream(line.substr(0, line.find('#')));
   std::vector<std::string> words;
   for (std::string word; stream >> word;) words.push_back(word);
@@ -48,25 +48,25 @@ class ChartParser {
 
  private:
   using table_t = LoadChart::table_t;
-  using words_t = std::vector<std::string>;
+  using line_words_t = std::vector<std::string>;
 
   [[noreturn]] void Refuse(std::size_t line, const std::string& why) const {
     throw ChartError(file_ + ":" + std::to_string(line) + ": " + why);
   }
   [[noreturn]] void Refuse(const std::string& why) const { Refuse(line_, why); }
   double ParsePositive(const std::string& word) const;
-  void ReadName(const words_t& words);
-  void ReadUnits(const words_t& words);
-  void BeginTable(const words_t& words);
+  void ReadName(const line_words_t& words);
+  void ReadUnits(const line_words_t& words);
+  void BeginTable(const line_words_t& words);
   void ReadAttribute(table_t& table, const std::string& word) const;
   // Each returns false for a value that the attribute does not have.
   static bool ReadBase(table_t& table, const std::string& value);
   static bool ReadCounterweight(table_t& table, const std::string& value);
   static bool ReadHook(table_t& table, const std::string& value);
   static bool ReadArc(table_t& table, const std::string& value);
-  void ReadLengths(const words_t& words);
-  void ReadRow(const words_t& words);
-  void CheckRowSize(const table_t& table, const words_t& words) const;
+  void ReadLengths(const line_words_t& words);
+  void ReadRow(const line_words_t& words);
+  void CheckRowSize(const table_t& table, const line_words_t& words) const;
   void CheckTable() const;
 
   LoadChart& chart_;
@@ -86,13 +86,13 @@ double ChartParser::ParsePositive(const std::string& word) const {
   return value;
 }
 
-void ChartParser::ReadName(const words_t& words) {
+void ChartParser::ReadName(const line_words_t& words) {
   for (std::size_t i = 1; i < words.size(); ++i) chart_.name_ += (i > 1 ? " " : "") + words[i];
   constexpr std::size_t MOST = 20;  // fits beside its label on a line of the display
   if (chart_.name_.empty() || chart_.name_.size() > MOST) Refuse("a name has 1 to 20 characters");
 }
 
-void ChartParser::ReadUnits(const words_t& words) {
+void ChartParser::ReadUnits(const line_words_t& words) {
   const bool imperial = words.size() == 2 && words[1] == "imperial";
   if (!imperial && (words.size() != 2 || words[1] != "metric")) Refuse("units must be metric or imperial");
   metres_ = imperial ? METRES_PER_FOOT : 1;
@@ -138,7 +138,7 @@ void ChartParser::ReadAttribute(table_t& table, const std::string& word) const {
          "hook=boom|long-0|short-0|..., arc=front");
 }
 
-void ChartParser::BeginTable(const words_t& words) {
+void ChartParser::BeginTable(const line_words_t& words) {
   if (metres_ == 0) Refuse("units metric or units imperial must stand before the first configuration");
   CheckTable();
   if (chart_.tables_.size() == MOST_TABLES) Refuse("a chart has at most 100 configurations");
@@ -148,7 +148,7 @@ void ChartParser::BeginTable(const words_t& words) {
   chart_.tables_.push_back(std::move(table));
 }
 
-void ChartParser::ReadLengths(const words_t& words) {
+void ChartParser::ReadLengths(const line_words_t& words) {
   if (chart_.tables_.empty()) Refuse("lengths must follow a configuration");
   table_t& table = chart_.tables_.back();
   if (!table.lengths.empty()) Refuse("this configuration has its lengths already");
@@ -160,7 +160,7 @@ void ChartParser::ReadLengths(const words_t& words) {
   }
 }
 
-void ChartParser::ReadRow(const words_t& words) {
+void ChartParser::ReadRow(const line_words_t& words) {
   if (chart_.tables_.empty() || chart_.tables_.back().lengths.empty()) {
     Refuse(
         "\"" + words[0] +
@@ -177,7 +177,7 @@ void ChartParser::ReadRow(const words_t& words) {
   }
 }
 
-void ChartParser::CheckRowSize(const table_t& table, const words_t& words) const {
+void ChartParser::CheckRowSize(const table_t& table, const line_words_t& words) const {
   if (words.size() != table.lengths.size() + 1) {
     Refuse("a row has a radius and " + std::to_string(table.lengths.size()) + " capacities, this one has " +
            std::to_string(words.size() - 1));
@@ -194,7 +194,7 @@ void ChartParser::CheckTable() const {
 
 void ChartParser::ReadLine(const std::string& line) {
   ++line_;
-  const words_t words = WordsOf(line);
+  const line_words_t words = SplitChartLine(line);
   if (words.empty()) return;
   if (words[0] == "name") return ReadName(words);
   if (words[0] == "units") return ReadUnits(words);

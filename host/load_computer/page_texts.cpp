@@ -174,9 +174,9 @@ void PageWriter::Program() {
 }
 
 void PageWriter::Info() {
-  using writer_t = void (PageWriter::*)();
-  static constexpr std::array<writer_t, INFO_PAGES> WRITERS = {&PageWriter::Heights, &PageWriter::LimitsMenu,
-                                                               &PageWriter::Pressures, &PageWriter::Program};
+  using info_writer_t = void (PageWriter::*)();
+  static constexpr std::array<info_writer_t, INFO_PAGES> WRITERS = {
+      &PageWriter::Heights, &PageWriter::LimitsMenu, &PageWriter::Pressures, &PageWriter::Program};
   const unsigned shown = page_.dialogue.InfoPage();
   // The menu fills all lines.
   if (shown != LIMITS_PAGE) {

@@ -53,7 +53,7 @@ void TerminalKeys::Resume() {
   ::tcsetattr(STDIN_FILENO, TCSADRAIN, &single);
 }
 
-bool TerminalKeys::TakeSpace() {
+bool TerminalKeys::DrainKeys() {
   pollfd input{STDIN_FILENO, POLLIN, 0};
   if (!listening_ || ::poll(&input, 1, 0) <= 0 || !InForeground()) return false;
   std::array<char, 64> keys{};
@@ -75,7 +75,7 @@ PlayControl::~PlayControl() {
 }
 
 // How long the process was stopped (SIGSTOP, Ctrl-Z) since the last call; 0 if it was not.
-PlayControl::Clock::duration PlayControl::TakeStoppedTime() {
+PlayControl::Clock::duration PlayControl::DrainStoppedTime() {
   const auto now = Clock::now();
   const auto since = now - lastAlive_;
   lastAlive_ = now;
@@ -90,8 +90,8 @@ std::optional<PlayControl::Clock::duration> PlayControl::WaitWhilePaused() {
   bool stopped = false;
   do {
     stopped = !stop_.WaitUntil(Clock::now() + SLICE);
-    TakeStoppedTime();  // time stopped during a pause is part of the pause
-  } while (!stopped && !keys_.TakeSpace());
+    DrainStoppedTime();  // time stopped during a pause is part of the pause
+  } while (!stopped && !keys_.DrainKeys());
   showPaused_(false);
   if (stopped) return std::nullopt;
   return Clock::now() - begin;
@@ -100,8 +100,8 @@ std::optional<PlayControl::Clock::duration> PlayControl::WaitWhilePaused() {
 std::optional<PlayControl::Clock::duration> PlayControl::WaitUntil(Clock::time_point when) {
   Clock::duration held{};
   for (;;) {
-    held += TakeStoppedTime();
-    if (keys_.TakeSpace()) {
+    held += DrainStoppedTime();
+    if (keys_.DrainKeys()) {
       const auto paused = WaitWhilePaused();
       if (!paused) return std::nullopt;
       held += *paused;

@@ -21,7 +21,7 @@ class TerminalKeys {
   TerminalKeys& operator=(const TerminalKeys&) = delete;
   bool Listening() const { return listening_; }
   // Takes the keys that were pressed. Returns true if the space bar was pressed an odd number of times.
-  bool TakeSpace();
+  bool DrainKeys();
   // Sets the terminal to single keys again after a shell has used it.
   void Resume();
 
@@ -50,7 +50,7 @@ class PlayControl {
   bool Listening() const { return keys_.Listening(); }
 
  private:
-  Clock::duration TakeStoppedTime();
+  Clock::duration DrainStoppedTime();
   std::optional<Clock::duration> WaitWhilePaused();
 
   const StopSignal& stop_;

@@ -37,7 +37,7 @@ MessageBytes Cmd2Values::MakeMessage() const {
   return host::MakeMessage(OperatingValuesCommand(), values_);
 }
 
-Cmd2Values LoadSentValues(const std::string& directory) {
+Cmd2Values ReadSentValues(const std::string& directory) {
   Cmd2Values values;
   std::ifstream file(std::filesystem::path(directory) / FILE_NAME);
   for (std::string line; std::getline(file, line);) {
@@ -53,7 +53,7 @@ Cmd2Values LoadSentValues(const std::string& directory) {
   return values;
 }
 
-void SaveSentValues(const std::string& directory, const Cmd2Values& values) {
+void WriteSentValues(const std::string& directory, const Cmd2Values& values) {
   const std::filesystem::path path = std::filesystem::path(directory) / FILE_NAME;
   std::string text;
   for (const field_t& field : OperatingValuesCommand().fields) {

@@ -25,8 +25,8 @@ class Cmd2Values {
 
 // Reads the file hx7.values of the runtime directory, one "name=value" a line. A value that the file lacks, or
 // that cannot be read, is 0.
-Cmd2Values LoadSentValues(const std::string& directory);
+Cmd2Values ReadSentValues(const std::string& directory);
 // Replaces the file in one step, so that another hx7 never reads half of it. Throws Failure.
-void SaveSentValues(const std::string& directory, const Cmd2Values& values);
+void WriteSentValues(const std::string& directory, const Cmd2Values& values);
 
 }  // namespace host

@@ -28,7 +28,7 @@ std::string FormatHex(Bytes bytes) {
   return text;
 }
 
-std::vector<std::string> SplitWords(const std::string& text) {
+std::vector<std::string> SplitParts(const std::string& text) {
   std::vector<std::string> words;
   for (const std::string_view word : SplitAt(text, ' ')) words.emplace_back(word);
   return words;
@@ -38,7 +38,7 @@ value_t ReadKeyMasks(const field_t& field, Bytes message) {
   const std::size_t begin = field.offset + 1U;
   const std::size_t count = std::min<std::size_t>(message[field.offset], message.size() - begin);
   const std::string text = FormatKeyMasks(message.subspan(begin, count));
-  return {.name = std::string(field.name), .text = text, .unit = {}, .number = {}, .parts = SplitWords(text)};
+  return {.name = std::string(field.name), .text = text, .unit = {}, .number = {}, .parts = SplitParts(text)};
 }
 
 value_t ReadNumberValue(const field_t& field, Bytes message, known_units_t units) {
@@ -83,7 +83,7 @@ value_t ReadFieldText(std::uint8_t field, Bytes letters) {
 
 // Reads the text sub-command at the head of `rest` and moves `rest` behind it. Returns false where the display
 // stops reading too.
-bool ReadText(Bytes& rest, decoded_t& decoded) {
+bool ReadTextCommand(Bytes& rest, decoded_t& decoded) {
   const std::size_t length = rest.size() < TEXT_HEADER ? 0 : platform::LoadBe16(rest, 0);
   if (length < LEAST_TEXT_LENGTH || length + TEXT_LENGTH_BYTES > rest.size()) {
     decoded.problem = "a text's " + BytesLeft(length, rest.size());
@@ -104,14 +104,15 @@ void ReadTexts(Bytes message, decoded_t& decoded) {
     decoded.problem = "the " + BytesLeft(length, rest.size());
     return;
   }
-  rest = rest.first(length);
-  while (!rest.empty() && ReadText(rest, decoded)) {
+  // The display takes a text whole that begins within the length and runs past it.
+  const std::size_t beyond = rest.size() - length;
+  while (rest.size() > beyond && ReadTextCommand(rest, decoded)) {
   }
 }
 
 void ReadFlash(Bytes message, decoded_t& decoded) {
   Bytes rest = message.subspan(1);
-  if (!ReadText(rest, decoded)) return;
+  if (!ReadTextCommand(rest, decoded)) return;
   decoded.problem.clear();  // a flash message has no field: the display ignores the byte in its place
   decoded.values.back().name.clear();
 }

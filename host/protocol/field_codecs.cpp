@@ -11,7 +11,7 @@ namespace host {
 namespace {
 
 using Target = std::span<std::uint8_t>;
-using Source = std::span<const std::uint8_t>;
+using Bytes = std::span<const std::uint8_t>;
 
 constexpr double INFINITE = std::numeric_limits<double>::infinity();
 constexpr std::size_t LAMP_BYTES_APART = 5;  // from bits 0 to 7 to bits 24 to 31
@@ -26,21 +26,21 @@ T Fit(double value) {
 void WriteU8(Target message, std::size_t at, double value) {
   message[at] = Fit<std::uint8_t>(value);
 }
-double ReadU8(Source message, std::size_t at) {
+double ReadU8(Bytes message, std::size_t at) {
   return message[at];
 }
 
 void WriteI16(Target message, std::size_t at, double value) {
   platform::StoreBe16(message, at, static_cast<std::uint16_t>(Fit<std::int16_t>(value)));
 }
-double ReadI16(Source message, std::size_t at) {
+double ReadI16(Bytes message, std::size_t at) {
   return static_cast<std::int16_t>(platform::LoadBe16(message, at));
 }
 
 void WriteFloat(Target message, std::size_t at, double value) {
   platform::StoreBeFloat(message, at, static_cast<float>(value));
 }
-double ReadFloat(Source message, std::size_t at) {
+double ReadFloat(Bytes message, std::size_t at) {
   return platform::LoadBeFloat(message, at);
 }
 
@@ -49,7 +49,7 @@ void WriteLamps(Target message, std::size_t at, double value) {
   for (unsigned i = 0; i < 3; ++i) message[at + i] = static_cast<std::uint8_t>(word >> (8U * i));
   message[at + LAMP_BYTES_APART] = static_cast<std::uint8_t>(word >> 24U);
 }
-double ReadLamps(Source message, std::size_t at) {
+double ReadLamps(Bytes message, std::size_t at) {
   std::uint32_t word = static_cast<std::uint32_t>(message[at + LAMP_BYTES_APART]) << 24U;
   for (unsigned i = 0; i < 3; ++i) word |= static_cast<std::uint32_t>(message[at + i]) << (8U * i);
   return word;

@@ -18,7 +18,7 @@ constexpr const char* SCENARIOS = "scenarios";
 constexpr const char* SUFFIX = ".scenario";
 constexpr const char* STANDARD_CHART = "charts/standard.chart";
 
-std::string FindConfigFolder(const std::string& given) {
+std::string RequireConfigFolder(const std::string& given) {
   try {
     return base::FindConfigFolder(given);
   } catch (const std::runtime_error& error) {
@@ -28,7 +28,7 @@ std::string FindConfigFolder(const std::string& given) {
 
 }  // namespace
 
-ConfigFiles::ConfigFiles(const std::string& config) : folder_(FindConfigFolder(config)) {
+ConfigFiles::ConfigFiles(const std::string& config) : folder_(RequireConfigFolder(config)) {
   if (!fs::is_directory(fs::path(folder_) / SCENARIOS)) {
     throw host::Failure("there are no scenarios in " + folder_ + "; name the configuration with --config DIR");
   }
@@ -46,7 +46,7 @@ std::vector<std::string> ConfigFiles::ScenarioNames() const {
 scenario_t ConfigFiles::NamedScenario(const std::string& name) const {
   const std::vector<std::string> names = ScenarioNames();
   if (std::ranges::find(names, name) != names.end()) {
-    return LoadScenario(fs::path(folder_) / SCENARIOS / (name + SUFFIX));
+    return ReadScenario(fs::path(folder_) / SCENARIOS / (name + SUFFIX));
   }
   const std::vector<std::string_view> candidates(names.begin(), names.end());
   const std::string suggestion = host::Suggest(name, candidates);
@@ -56,7 +56,7 @@ scenario_t ConfigFiles::NamedScenario(const std::string& name) const {
 
 scenario_t ConfigFiles::Scenario(const std::string& nameOrFile) const {
   const bool isFile = nameOrFile.find_first_of("/.") != std::string::npos;
-  return isFile ? LoadScenario(nameOrFile) : NamedScenario(nameOrFile);
+  return isFile ? ReadScenario(nameOrFile) : NamedScenario(nameOrFile);
 }
 
 crane::LoadChart ConfigFiles::Chart(const std::string& file) const {

@@ -75,7 +75,7 @@ scenario_t ParseScenario(std::istream& in, const std::string& file) {
   return scenario;
 }
 
-scenario_t LoadScenario(const std::string& path) {
+scenario_t ReadScenario(const std::string& path) {
   std::ifstream file(path);
   if (!file) throw host::Failure("cannot read the scenario " + path + "; check its name and its rights");
   return ParseScenario(file, path);

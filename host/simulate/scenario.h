@@ -33,7 +33,7 @@ struct scenario_t {
 // Reads a scenario. Throws host::UsageError: "FILE:LINE: what is wrong".
 scenario_t ParseScenario(std::istream& in, const std::string& file);
 // Reads a scenario file. Throws host::Failure too, if the file cannot be read.
-scenario_t LoadScenario(const std::string& path);
+scenario_t ReadScenario(const std::string& path);
 
 // Runs a scenario.
 class ScenarioPlayer {

@@ -94,7 +94,7 @@ constexpr std::array<control_row_t, 5> CONTROLS = {{{"angle", "boom angle"},
                                                     {"load", "load"},
                                                     {"hoist", "hoist"}}};
 
-crane_action_t ReadControl(const std::string& name, const json& value) {
+crane_action_t ParseControl(const std::string& name, const json& value) {
   for (const control_row_t& control : CONTROLS) {
     if (name != control.name) continue;
     if (!value.is_number()) throw host::UsageError(name + " takes a number");
@@ -140,7 +140,7 @@ simulation_command_t ReadDo(const std::string& body, const ConfigFiles& files) {
 simulation_command_t ReadControls(const std::string& body) {
   const json request = ParseJsonObject(body);
   manual_control_t byHand;
-  for (const auto& [name, value] : request.items()) byHand.actions.push_back(ReadControl(name, value));
+  for (const auto& [name, value] : request.items()) byHand.actions.push_back(ParseControl(name, value));
   if (byHand.actions.empty()) throw host::UsageError(R"(name a control, such as {"angle":45})");
   return byHand;
 }

@@ -40,8 +40,8 @@ bool IsByteLocked(int file, off_t byte) {
   return fcntl(file, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
-Descriptor OpenFile(const std::string& path, int flags) {
-  return Descriptor::Make([&] { return open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, 0600); });
+UnsharedDescriptor OpenFile(const std::string& path, int flags) {
+  return UnsharedDescriptor::Make([&] { return open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, 0600); });
 }
 
 // Whether the open file is still the one at `path`: its last holder may have removed it after it was opened.
@@ -59,7 +59,7 @@ bool WriteText(int file, const std::string& text) {
 }
 
 bool IsHeldAndComplete(const std::string& path) {
-  const Descriptor file = OpenFile(path, O_RDONLY);
+  const UnsharedDescriptor file = OpenFile(path, O_RDONLY);
   return file && IsByteLocked(file.Get(), COMPLETE_BYTE);
 }
 
@@ -67,7 +67,7 @@ bool IsHeldAndComplete(const std::string& path) {
 
 std::optional<ClaimFile> ClaimFile::TryLock(const std::string& path, missing_t missing) {
   for (;;) {
-    Descriptor file = OpenFile(path, O_RDWR | (missing == missing_t::CREATE ? O_CREAT : 0));
+    UnsharedDescriptor file = OpenFile(path, O_RDWR | (missing == missing_t::CREATE ? O_CREAT : 0));
     if (!file) return std::nullopt;
     if (!LockByte(file.Get(), HELD_BYTE)) {
       if (errno == EAGAIN || errno == EACCES) errno = EEXIST;
@@ -97,7 +97,7 @@ std::optional<ClaimFile> ClaimFile::Complete(ClaimFile claim, const std::string&
 }
 
 std::optional<std::string> ClaimFile::Read(const std::string& path) {
-  const Descriptor file = OpenFile(path, O_RDONLY);
+  const UnsharedDescriptor file = OpenFile(path, O_RDONLY);
   if (file && IsByteLocked(file.Get(), COMPLETE_BYTE)) {
     std::array<char, TEXT_SIZE> text{};
     const ssize_t size = pread(file.Get(), text.data(), text.size(), 0);

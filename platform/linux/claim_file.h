@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/linux/descriptor.h"
+#include "platform/linux/unshared_descriptor.h"
 
 namespace platform {
 
@@ -38,9 +38,9 @@ class ClaimFile {
   enum class missing_t { CREATE, LEAVE };
   static std::optional<ClaimFile> TryLock(const std::string& path, missing_t missing);
   static std::optional<ClaimFile> Complete(ClaimFile claim, const std::string& text);
-  ClaimFile(Descriptor file, std::string path) : file_(std::move(file)), path_(std::move(path)) {}
+  ClaimFile(UnsharedDescriptor file, std::string path) : file_(std::move(file)), path_(std::move(path)) {}
 
-  Descriptor file_;
+  UnsharedDescriptor file_;
   std::string path_;
 };
 

@@ -31,7 +31,8 @@ class SocketAddress {
     }
     const auto slash = path.find_last_of('/');
     const std::string directory = path.substr(0, slash);
-    directory_ = Descriptor::Make([&] { return open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC); });
+    directory_ =
+        UnsharedDescriptor::Make([&] { return open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC); });
     const std::string shorter = "/proc/self/fd/" + std::to_string(directory_.Get()) + path.substr(slash);
     shorter.copy(address_.sun_path, sizeof address_.sun_path - 1);
   }
@@ -42,11 +43,12 @@ class SocketAddress {
   const sockaddr* Generic() const { return reinterpret_cast<const sockaddr*>(&address_); }
 
   sockaddr_un address_{};
-  Descriptor directory_;
+  UnsharedDescriptor directory_;
 };
 
-Descriptor CreateSocket(int flags) {
-  return Descriptor::Make([flags] { return socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0); });
+UnsharedDescriptor CreateSocket(int flags) {
+  return UnsharedDescriptor::Make(
+      [flags] { return socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0); });
 }
 
 int ConnectRetrying(const SocketAddress& address, int socket) {
@@ -93,14 +95,14 @@ std::string ChannelFileName(pid_t pid, int chid) {
   return std::to_string(pid) + "." + std::to_string(chid);
 }
 
-Descriptor ListenOnChannelSocket(int chid, std::string& path) {
+UnsharedDescriptor ListenOnChannelSocket(int chid, std::string& path) {
   const std::string file = ChannelFileName(getpid(), chid);
   const std::string unfinished = RuntimeFile(UNFINISHED_CHANNEL_PREFIX, file);
   path = RuntimeFile(CHANNEL_PREFIX, file);
   if (path.empty() || unfinished.empty()) return {};
 
   unlink(unfinished.c_str());
-  Descriptor socket = CreateSocket(SOCK_NONBLOCK);
+  UnsharedDescriptor socket = CreateSocket(SOCK_NONBLOCK);
   if (!socket) return {};
   // The socket is bound under another name first, because other processes take a socket that does not listen
   // for a dead one and remove its file.
@@ -112,10 +114,10 @@ Descriptor ListenOnChannelSocket(int chid, std::string& path) {
   return {};
 }
 
-Descriptor ConnectToChannelSocket(pid_t pid, int chid, connect_t mode) {
+UnsharedDescriptor ConnectToChannelSocket(pid_t pid, int chid, connect_t mode) {
   const std::string path = RuntimeFile(CHANNEL_PREFIX, ChannelFileName(pid, chid));
   if (path.empty()) return {};
-  Descriptor socket = CreateSocket(mode == connect_t::DO_NOT_WAIT ? SOCK_NONBLOCK : 0);
+  UnsharedDescriptor socket = CreateSocket(mode == connect_t::DO_NOT_WAIT ? SOCK_NONBLOCK : 0);
   if (!socket) return {};
   SetClientOptions(socket.Get());
   if (ConnectRetrying(SocketAddress(path), socket.Get()) != 0) {
@@ -127,7 +129,7 @@ Descriptor ConnectToChannelSocket(pid_t pid, int chid, connect_t mode) {
 }
 
 bool IsSocketServed(const std::string& path) {
-  const Descriptor socket = CreateSocket(SOCK_NONBLOCK);
+  const UnsharedDescriptor socket = CreateSocket(SOCK_NONBLOCK);
   return !socket || ConnectRetrying(SocketAddress(path), socket.Get()) == 0 || !NobodyListens(errno);
 }
 

@@ -13,7 +13,7 @@
 
 #include <sys/types.h>
 
-#include "platform/linux/descriptor.h"
+#include "platform/linux/unshared_descriptor.h"
 
 namespace platform {
 
@@ -31,12 +31,12 @@ std::string ChannelFileName(pid_t pid, int chid);
 
 // Creates the listening, non-blocking socket `channel.PID.CHID` of this process and stores its path. It accepts
 // connections as soon as its file exists. A file of a dead process with the same id is replaced.
-Descriptor ListenOnChannelSocket(int chid, std::string& path);
+UnsharedDescriptor ListenOnChannelSocket(int chid, std::string& path);
 
 enum class connect_t { WAIT, DO_NOT_WAIT };
 // Returns a socket connected to the channel. Empty with errno: ESRCH when no process listens, EAGAIN when the
 // listener's queue is full and `mode` forbids waiting or the wait took more than 100 ms.
-Descriptor ConnectToChannelSocket(pid_t pid, int chid, connect_t mode);
+UnsharedDescriptor ConnectToChannelSocket(pid_t pid, int chid, connect_t mode);
 // Whether a process listens at the socket file `path`.
 bool IsSocketServed(const std::string& path);
 

@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "platform/linux/descriptor.h"
+#include "platform/linux/unshared_descriptor.h"
 
 namespace platform {
 namespace {

@@ -27,7 +27,7 @@ constexpr std::size_t RoundUpToWord(std::size_t length) {
   return (length + WORD - 1) / WORD * WORD;
 }
 
-void Print(std::ostream& stream, const std::string& line) {
+void PrintLayerLine(std::ostream& stream, const std::string& line) {
   stream << line + '\n' << std::flush;
 }
 
@@ -40,7 +40,7 @@ void Print(std::ostream& stream, const std::string& line) {
 
 Layer::Layer(int id, LayerType_t type) : id_(id), type_(type), queue_(QUEUE_SIZE) {
   if (const int error = Connect(); error != 0) {
-    Print(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(error));
+    PrintLayerLine(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(error));
   }
 }
 
@@ -56,14 +56,15 @@ int Layer::Connect() {
 
 Layer::~Layer() {
   const std::string prefix = "compGraphLib: Layer " + std::to_string(id_);
-  Print(std::cout, prefix + " Destroy begin.");
+  PrintLayerLine(std::cout, prefix + " Destroy begin.");
   Layer* self = this;
   currentLayer.compare_exchange_strong(self, nullptr);
   for (const auto& [objectId, object] : objects_) object->layer_ = nullptr;
   const int error = SendSingleRecord(CMD_DESTROY_LAYER, 0);
-  if (error != 0) Print(std::cerr, "compGraphLib: MsgSend Error on Layer Destory: " + std::to_string(error));
+  if (error != 0)
+    PrintLayerLine(std::cerr, "compGraphLib: MsgSend Error on Layer Destory: " + std::to_string(error));
   if (coid_ >= 0) name_close(coid_);
-  Print(std::cout, prefix + " Destroy completed.");
+  PrintLayerLine(std::cout, prefix + " Destroy completed.");
 }
 
 // Sends one record in a message of its own, without the queue. Returns 0, an error number or the compositor's
@@ -71,11 +72,11 @@ Layer::~Layer() {
 int Layer::SendSingleRecord(cmd_t command, int firstArgument) const {
   std::array<std::uint8_t, RECORD_HEADER_SIZE> record{};
   WriteHeader(record, {command, firstArgument, 0, 0});
-  const compositor_reply_t reply = Send(record);
+  const layer_reply_t reply = Send(record);
   return reply.error != 0 ? reply.error : reply.status;
 }
 
-Layer::compositor_reply_t Layer::Send(std::span<const std::uint8_t> records) const {
+Layer::layer_reply_t Layer::Send(std::span<const std::uint8_t> records) const {
   std::array<std::uint8_t, WORD> reply{};
   if (coid_ < 0) return {ESRCH, 0};
   if (MsgSend(coid_, records.data(), records.size(), reply.data(), reply.size()) == -1) return {errno, 0};
@@ -125,12 +126,12 @@ void Layer::draw(DrawType_t type, bool beginNext) {
 // again gets the layer and the frame anew.
 void Layer::SendFrame() {
   if (!connected_ && (std::chrono::steady_clock::now() < nextTry_ || Connect() != 0)) return;
-  const compositor_reply_t reply = Send({queue_.data(), used_});
+  const layer_reply_t reply = Send({queue_.data(), used_});
   if (reply.error != 0) {
     connected_ = false;
-    Print(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(reply.error));
+    PrintLayerLine(std::cerr, "compGraphLib: MsgSend Error: " + std::to_string(reply.error));
   } else if (reply.status != 0) {
-    Print(std::cout, "compGraphLib: Draw Error: " + std::to_string(reply.status));
+    PrintLayerLine(std::cout, "compGraphLib: Draw Error: " + std::to_string(reply.status));
     HaltDrawing();
   }
 }
@@ -225,7 +226,7 @@ void Layer::addCommand(cmd_t command, int firstArgument, int secondArgument, int
   if (used_ + record > QUEUE_SIZE) return;
   const auto room = std::span(queue_).subspan(used_);
   if (used_ + 2 * record > QUEUE_SIZE) {
-    Print(std::cout, "LayerClient: command queue full");
+    PrintLayerLine(std::cout, "LayerClient: command queue full");
     WriteHeader(room, {CMD_END_FRAME, 0, 0, 0});  // not counted in used_, so that the next record overwrites it
     return;
   }

@@ -94,13 +94,13 @@ class Layer {
     int firstArgument, secondArgument;
     std::size_t dataLength;
   };
-  struct compositor_reply_t {
+  struct layer_reply_t {
     int error;            // error number when there is no reply, else 0
     std::int32_t status;  // the reply
   };
   int Connect();
   int SendSingleRecord(cmd_t command, int firstArgument) const;
-  compositor_reply_t Send(std::span<const std::uint8_t> records) const;
+  layer_reply_t Send(std::span<const std::uint8_t> records) const;
   void SendFrame();
   void Operate(operation_t operation, std::span<const float> arguments = {});
   void OperateInt(operation_t operation, int argument);

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::uint32_t FULL_PERIOD = 100;  // so that the duty is a percentage
 
-void Command(int descriptor, unsigned command, void* data, std::size_t bytes) {
+void SendCommand(int descriptor, unsigned command, void* data, std::size_t bytes) {
   devctl(descriptor, static_cast<int>(command), data, bytes, nullptr);
 }
 
@@ -26,9 +26,9 @@ void backlight(unsigned level) {
   if (descriptor < 1) PrintErr(std::string("ERRROR - UNABLE TO OPEN ") + BACKLIGHT_DEVICE + "!");
   std::uint32_t period = FULL_PERIOD;
   std::uint32_t duty = std::min<std::uint32_t>(level, FULL_PERIOD);
-  Command(descriptor, PWM_ENABLE, nullptr, 0);
-  Command(descriptor, PWM_SET_PERIOD, &period, sizeof period);
-  Command(descriptor, PWM_SET_DUTY, &duty, sizeof duty);
+  SendCommand(descriptor, PWM_ENABLE, nullptr, 0);
+  SendCommand(descriptor, PWM_SET_PERIOD, &period, sizeof period);
+  SendCommand(descriptor, PWM_SET_DUTY, &duty, sizeof duty);
   if (descriptor >= 1) platform::CloseDevice(descriptor);
 }
 

@@ -16,18 +16,18 @@ namespace {
 // in which the table changes.
 std::mutex blinkersMutex;
 
-void WriteValue(const Blinker_t& blinker) {
+void WriteBlinkerValue(const Blinker_t& blinker) {
   DBSHM::Write(blinker.handle, static_cast<double>(blinker.value));
 }
 
-void Step(Blinker_t& blinker) {
+void StepBlinker(Blinker_t& blinker) {
   if (blinker.countdown > 0) {
     --blinker.countdown;
     return;
   }
   blinker.value = blinker.value >= blinker.maximum ? blinker.minimum : blinker.value + 1;
   blinker.countdown = blinker.period;
-  WriteValue(blinker);
+  WriteBlinkerValue(blinker);
 }
 
 constexpr worker_t BLINKER = {.slot = THREAD_BLINKER,
@@ -75,7 +75,7 @@ void StartBlinker(orvikData_t* /*data*/, int index, int minimum, int maximum, in
              .minimum = minimum,
              .maximum = maximum,
              .period = period};
-  WriteValue(blinker);
+  WriteBlinkerValue(blinker);
 }
 
 void StopBlinker(Blinker_t* /*blinker*/, int value) {
@@ -83,7 +83,7 @@ void StopBlinker(Blinker_t* /*blinker*/, int value) {
   Blinker_t& first = blinkers[0];
   first.active = 0;
   first.value = value;
-  WriteValue(first);
+  WriteBlinkerValue(first);
 }
 
 void SetBlinkerPeriod(orvikData_t* /*data*/, Blinker_t* blinker, int period) {
@@ -94,6 +94,6 @@ void SetBlinkerPeriod(orvikData_t* /*data*/, Blinker_t* blinker, int period) {
 void UpdateBlinkers(orvikData_t* /*data*/) {
   const std::lock_guard lock(blinkersMutex);
   for (Blinker_t& blinker : blinkers) {
-    if (blinker.active != 0) Step(blinker);
+    if (blinker.active != 0) StepBlinker(blinker);
   }
 }

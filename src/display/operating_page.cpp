@@ -33,7 +33,7 @@ struct label_display_t {
 };
 label_display_t mainErected, mainStowed, configErected, configStowed, flashMessage;
 
-bool IsWide(const orvikData_t* data) {
+bool IsFullWidth(const orvikData_t* data) {
   return data->expandFullWidth != 0;
 }
 
@@ -69,8 +69,8 @@ void ShowLine(orvikData_t* data, std::size_t line, const std::string& text, bool
 void ShowLabel(orvikData_t* data, label_display_t& label, const std::string& text, unsigned stdHandle,
                unsigned wideHandle) {
   const std::string shown = text.empty() ? BLANK : text;
-  label.std.Show(data, IsWide(data) ? BLANK : shown, SCREEN_TEXT_LEFT, stdHandle);
-  label.wide.Show(data, IsWide(data) ? shown : BLANK, SCREEN_TEXT_LEFT, wideHandle);
+  label.std.Show(data, IsFullWidth(data) ? BLANK : shown, SCREEN_TEXT_LEFT, stdHandle);
+  label.wide.Show(data, IsFullWidth(data) ? shown : BLANK, SCREEN_TEXT_LEFT, wideHandle);
 }
 
 std::string FlashText(orvikData_t* data) {
@@ -95,7 +95,7 @@ void DisplayValues(orvikData_t* data) {
 void DisplayLines(orvikData_t* data) {
   const grid_t grid = CopyGrid(data);
   const int columns = data->lcdColumns;
-  const bool wide = IsWide(data);
+  const bool wide = IsFullWidth(data);
   const bool all = columns != linesDisplay.columns || wide != linesDisplay.wide;
   for (std::size_t line = 0; line < GRID_LINES; ++line) {
     if (!all && SameUTF8Line(data, &grid[line], &linesDisplay.grid[line])) continue;

@@ -38,7 +38,7 @@ constexpr value_format_t ANGLE = {RoundToTenthTowardsZero,
                                   [](double v, char* text) { FormatDouble(v, text, LOWEST_SHOWN_ANGLE); },
                                   VALUE_PLACES};
 
-void FormatValue(const value_format_t& format, double value, char* text) {
+void FormatShownValue(const value_format_t& format, double value, char* text) {
   format.format(format.round(value), text);
   InvalidNum(text, format.places);
 }
@@ -51,7 +51,7 @@ void DisplayValue(orvikData_t* data, value_display_t& display, const value_forma
   if (rounded == display.previousRounded) return;
   display.previousRounded = rounded;
   char text[8];
-  FormatValue(format, value, text);
+  FormatShownValue(format, value, text);
   display.previousStr.Show(data, text, VALUE_ATTRIBUTE, mainHandle, wadHandle);
 }
 
@@ -109,13 +109,13 @@ std::string_view SwingModeText(int mode) {
 }
 
 void LoadText(double value, char* text) {
-  FormatValue(WEIGHT, value, text);
+  FormatShownValue(WEIGHT, value, text);
 }
 void ExtensionText(double value, char* text) {
-  FormatValue(LENGTH, value, text);
+  FormatShownValue(LENGTH, value, text);
 }
 void AngleText(double value, char* text) {
-  FormatValue(ANGLE, value, text);
+  FormatShownValue(ANGLE, value, text);
 }
 
 void DisplayCapacity(orvikData_t* data) {

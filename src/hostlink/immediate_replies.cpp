@@ -17,7 +17,7 @@ using reply_frame_t = std::array<std::uint8_t, FRAME_SIZE>;
 constexpr std::uint8_t INFO_STATUS = 0xFF;  // key status that goes with the code of "Info"
 constexpr std::size_t DAY_TENS_AT = 4;      // position in the date
 
-void Send(orvikData_t* data, const reply_frame_t& frame) {
+void SendReply(orvikData_t* data, const reply_frame_t& frame) {
   TransmitCAN(data, DISPLAY_FRAME_ID, CAN_PORT, frame.data());
 }
 
@@ -52,9 +52,9 @@ reply_frame_t LaterFrame(std::string_view text, std::uint8_t number) {
 }
 
 void SendText(orvikData_t* data, std::string_view text) {
-  Send(data, FirstFrame(text));
+  SendReply(data, FirstFrame(text));
   for (std::uint8_t number = 1; number < FrameCount(text.size()); ++number)
-    Send(data, LaterFrame(text, number));
+    SendReply(data, LaterFrame(text, number));
 }
 
 void SendStatus(orvikData_t* data, std::uint8_t status) {
@@ -62,7 +62,7 @@ void SendStatus(orvikData_t* data, std::uint8_t status) {
   frame[0] = 0;
   frame[1] = 1;
   frame[2] = status;
-  Send(data, frame);
+  SendReply(data, frame);
 }
 
 }  // namespace
@@ -75,7 +75,7 @@ void ReturnKeyState(orvikData_t* data) {
   frame[2] = key == HOST_KEY_INFO ? INFO_STATUS : data->keyStatus.Load();
   frame[3] = static_cast<std::uint8_t>(key);
   frame[4] = static_cast<std::uint8_t>(data->lastKey);
-  Send(data, frame);
+  SendReply(data, frame);
 }
 
 void ReturnProgramName(orvikData_t* data) {
@@ -83,8 +83,8 @@ void ReturnProgramName(orvikData_t* data) {
 }
 
 void ReturnProgramDate(orvikData_t* data) {
-  Send(data, data->programDate.frame1);
-  Send(data, data->programDate.frame2);
+  SendReply(data, data->programDate.frame1);
+  SendReply(data, data->programDate.frame2);
 }
 
 void ReturnFileID(orvikData_t* data) {

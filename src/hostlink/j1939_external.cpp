@@ -15,8 +15,8 @@ std::span<std::uint8_t> BytesOf(char* message) {
   return {reinterpret_cast<std::uint8_t*>(message), J1939_MESSAGE_SIZE};
 }
 
-void WriteHeader(std::span<std::uint8_t> message, j1939_type_t type, std::size_t length, unsigned port,
-                 unsigned identifier) {
+void WriteJ1939Header(std::span<std::uint8_t> message, j1939_type_t type, std::size_t length, unsigned port,
+                      unsigned identifier) {
   platform::StoreLe32(message, J1939_TYPE_AT, type);
   platform::StoreLe32(message, J1939_LENGTH_AT, static_cast<std::uint32_t>(length));
   platform::StoreLe32(message, J1939_PORT_AT, port);
@@ -31,7 +31,7 @@ struct filter_arguments_t {
 void WriteFilter(j1939_type_t type, const filter_arguments_t& filter, const std::string& channelName,
                  char* message) {
   const auto bytes = BytesOf(message);
-  WriteHeader(bytes, type, J1939_MESSAGE_SIZE + channelName.size(), filter.port, filter.identifier);
+  WriteJ1939Header(bytes, type, J1939_MESSAGE_SIZE + channelName.size(), filter.port, filter.identifier);
   platform::StoreLe32(bytes, J1939_MASK_AT, filter.mask);
   std::copy(channelName.begin(), channelName.end(), message + J1939_NAME_AT);
 }
@@ -44,7 +44,7 @@ struct send_arguments_t {
 void WriteTransmission(j1939_type_t type, const send_arguments_t& request, const std::uint8_t* data,
                        char* message) {
   const auto bytes = BytesOf(message);
-  WriteHeader(bytes, type, J1939_MESSAGE_SIZE, request.port, request.identifier);
+  WriteJ1939Header(bytes, type, J1939_MESSAGE_SIZE, request.port, request.identifier);
   platform::StoreLe32(bytes, J1939_DATA_LENGTH_AT, request.dataLength);
   const std::size_t count = std::min<std::size_t>(request.dataLength, J1939_DATA_SIZE);
   std::copy_n(data, count, bytes.begin() + J1939_DATA_AT);

@@ -168,20 +168,20 @@ void TestBlinkers(orvikData_t* data) {
 
 enum class dials_picture_t { SWING, BOOM };
 
-std::string Point(const char* name, double x, double y) {
+std::string PointText(const char* name, double x, double y) {
   std::ostringstream text;
   text << name << "( " << x << " , " << y << " ) ";
   return text.str();
 }
 
 std::string PivotText(const drawing_geometry_t& d, dials_picture_t picture) {
-  return picture == dials_picture_t::SWING ? Point("Pivot", d.swingPivotX, d.swingPivotY)
-                                           : Point("Pivot", d.boomPivotX, d.boomPivotY);
+  return picture == dials_picture_t::SWING ? PointText("Pivot", d.swingPivotX, d.swingPivotY)
+                                           : PointText("Pivot", d.boomPivotX, d.boomPivotY);
 }
 
 std::string OffsetText(const drawing_geometry_t& d, dials_picture_t picture) {
-  return picture == dials_picture_t::SWING ? Point("Offset", d.swingOffsetX, d.swingOffsetY)
-                                           : Point("Offset", d.boomOffsetX, d.boomOffsetY);
+  return picture == dials_picture_t::SWING ? PointText("Offset", d.swingOffsetX, d.swingOffsetY)
+                                           : PointText("Offset", d.boomOffsetX, d.boomOffsetY);
 }
 
 template <PlainWord<double> drawing_geometry_t::*Member, int Step, dials_picture_t Which>

@@ -8,7 +8,6 @@
 
 #include <unistd.h>
 
-#include "platform/byte_order.h"
 #include "platform/messages.h"
 #include "platform/names.h"
 
@@ -18,24 +17,16 @@ namespace {
 
 constexpr int WAKE_PULSE_CODE = 1;
 
-std::int32_t LoadWord(std::span<const std::uint8_t> message, std::size_t offset) {
-  return static_cast<std::int32_t>(platform::LoadLe32(message, offset));
-}
-
-void StoreWord(std::span<std::uint8_t> message, std::size_t offset, std::int32_t value) {
-  platform::StoreLe32(message, offset, static_cast<std::uint32_t>(value));
-}
-
-void WriteHeader(std::span<std::uint8_t> message, nm_type_t type, std::int32_t channel, std::int32_t length,
-                 std::int32_t clientId) {
-  StoreWord(message, NM_TYPE_AT, type);
-  StoreWord(message, NM_CHANNEL_AT, channel);
-  StoreWord(message, NM_LENGTH_AT, length);
-  StoreWord(message, NM_CLIENT_AT, clientId);
+void WriteNmHeader(std::span<std::uint8_t> message, nm_type_t type, std::int32_t channel, std::int32_t length,
+                   std::int32_t clientId) {
+  StoreNmWord(message, NM_TYPE_AT, type);
+  StoreNmWord(message, NM_CHANNEL_AT, channel);
+  StoreNmWord(message, NM_LENGTH_AT, length);
+  StoreNmWord(message, NM_CLIENT_AT, clientId);
 }
 
 // Sends the first `bytes` of the message and overwrites the message with the reply.
-bool Exchange(int coid, std::span<std::uint8_t> message, std::size_t bytes) {
+bool SendForReply(int coid, std::span<std::uint8_t> message, std::size_t bytes) {
   return MsgSend(coid, message.data(), bytes, message.data(), message.size()) != -1;
 }
 
@@ -64,24 +55,24 @@ NMClient::~NMClient() {
 
 // Called even when the client has no channel or no connection; a send that fails changes nothing.
 void NMClient::Connect() {
-  WriteHeader(sendBuffer_, NM_CONNECT, -1, 0, -1);
-  StoreWord(sendBuffer_, NM_CONNECT_PID_AT, getpid());
-  StoreWord(sendBuffer_, NM_CONNECT_CHID_AT, chid_);
-  if (!Exchange(coid_, sendBuffer_, NM_CONNECT_SIZE)) return;
-  if (LoadWord(sendBuffer_, NM_LENGTH_AT) < 0) {
+  WriteNmHeader(sendBuffer_, NM_CONNECT, -1, 0, -1);
+  StoreNmWord(sendBuffer_, NM_CONNECT_PID_AT, getpid());
+  StoreNmWord(sendBuffer_, NM_CONNECT_CHID_AT, chid_);
+  if (!SendForReply(coid_, sendBuffer_, NM_CONNECT_SIZE)) return;
+  if (LoadNmWord(sendBuffer_, NM_LENGTH_AT) < 0) {
     valid_ = false;
   } else {
-    clientId_ = LoadWord(sendBuffer_, NM_CLIENT_AT);
+    clientId_ = LoadNmWord(sendBuffer_, NM_CLIENT_AT);
   }
 }
 
 int NMClient::Request(const nm_request_t& request, std::size_t resultAt) {
   if (!isValid() || request.payload.size() > NM_PAYLOAD_SIZE) return -1;
   const std::lock_guard lock(sendMutex_);
-  WriteHeader(sendBuffer_, request.type, request.channel, request.length, clientId_);
+  WriteNmHeader(sendBuffer_, request.type, request.channel, request.length, clientId_);
   std::ranges::copy(request.payload, sendBuffer_.begin() + NM_HEADER_SIZE);
-  if (!Exchange(coid_, sendBuffer_, NM_HEADER_SIZE + request.payload.size())) return -1;
-  return LoadWord(sendBuffer_, resultAt);
+  if (!SendForReply(coid_, sendBuffer_, NM_HEADER_SIZE + request.payload.size())) return -1;
+  return LoadNmWord(sendBuffer_, resultAt);
 }
 
 int NMClient::registerName(const char* name) {
@@ -115,12 +106,12 @@ int NMClient::recvMsg(int& channel, char* buf, int maxlen) {
 
 int NMClient::Fetch(int& channel, char* buf, int maxlen) {
   const std::int32_t room = std::clamp(maxlen, 0, static_cast<int>(NM_PAYLOAD_SIZE));
-  WriteHeader(recvBuffer_, NM_FETCH, -1, room, clientId_);
-  if (!Exchange(coid_, recvBuffer_, NM_HEADER_SIZE)) return -1;
-  const std::int32_t length = std::min(LoadWord(recvBuffer_, NM_LENGTH_AT), room);
+  WriteNmHeader(recvBuffer_, NM_FETCH, -1, room, clientId_);
+  if (!SendForReply(coid_, recvBuffer_, NM_HEADER_SIZE)) return -1;
+  const std::int32_t length = std::min(LoadNmWord(recvBuffer_, NM_LENGTH_AT), room);
   if (length < 0) return -1;
   std::copy_n(recvBuffer_.begin() + NM_HEADER_SIZE, length, buf);
-  channel = LoadWord(recvBuffer_, NM_CHANNEL_AT);
+  channel = LoadNmWord(recvBuffer_, NM_CHANNEL_AT);
   return length;
 }
 

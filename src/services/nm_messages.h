@@ -19,6 +19,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
+
+#include "platform/byte_order.h"
 
 constexpr const char* NM_SERVER_NAME = "NotifyMgr";
 
@@ -31,6 +34,13 @@ constexpr std::size_t NM_TYPE_AT = 0;
 constexpr std::size_t NM_CHANNEL_AT = 4;
 constexpr std::size_t NM_LENGTH_AT = 8;
 constexpr std::size_t NM_CLIENT_AT = 12;
+
+constexpr std::int32_t LoadNmWord(std::span<const std::uint8_t> message, std::size_t at) {
+  return static_cast<std::int32_t>(platform::LoadLe32(message, at));
+}
+constexpr void StoreNmWord(std::span<std::uint8_t> message, std::size_t at, std::int32_t value) {
+  platform::StoreLe32(message, at, static_cast<std::uint32_t>(value));
+}
 
 enum nm_type_t : std::int32_t { NM_CONNECT = 0, NM_REGISTER = 1, NM_SUBSCRIBE = 2, NM_SEND = 3, NM_FETCH = 4 };
 

@@ -28,7 +28,7 @@ std::vector<unsigned> ExpandText(orvikData_t* data, std::string text) {
   return codepoints;
 }
 
-bool IsBlank(const orvikData_t* data, unsigned codePoint) {
+bool IsBlankCodePoint(const orvikData_t* data, unsigned codePoint) {
   return codePoint == ' ' || codePoint == data->blankChar || codePoint == data->spaceChar;
 }
 
@@ -36,7 +36,7 @@ bool IsBlank(const orvikData_t* data, unsigned codePoint) {
 std::vector<unsigned> TakeRest(const orvikData_t* data, std::vector<unsigned>& text, std::size_t columns) {
   if (text.size() <= columns) return {};
   std::size_t cut = columns;
-  while (cut > 0 && !IsBlank(data, text[cut])) --cut;
+  while (cut > 0 && !IsBlankCodePoint(data, text[cut])) --cut;
   const bool atBlank = cut > 0;
   if (!atBlank) cut = columns;
   const auto from = text.begin() + static_cast<std::ptrdiff_t>(atBlank ? cut + 1 : cut);

@@ -178,7 +178,7 @@ class DatabaseTest : public testing::Test {
   ~DatabaseTest() override { platform::UnlinkSharedObject(OBJECT_NAME); }
 
   // The values of the queued pulses in order. The test sends a pulse of its own to end them.
-  static std::vector<int> TakePulses() {
+  static std::vector<int> DrainPulses() {
     constexpr int END = 1;
     MsgSendPulse(DBSHM::getCoid(), getprio(0), END, 0);
     std::vector<int> values;
@@ -282,7 +282,7 @@ TEST_F(DatabaseTest, AChangeSendsOnePulse) {
   Poke<std::uint32_t>(Slot(9, NOTIFY_AT), 4321);
   for (const case_t& c : cases) {
     c.write();
-    EXPECT_EQ(TakePulses(), std::vector<int>(c.pulses, 4321)) << c.what;
+    EXPECT_EQ(DrainPulses(), std::vector<int>(c.pulses, 4321)) << c.what;
   }
 }
 

@@ -23,7 +23,7 @@ def compile_as(build, source, text):
     ("src/services/dbshm.cpp", "src/pages/page_tables.h"),
     ("unit/board/keys.cpp", "host/protocol/protocol.h"),
     ("host/crane/crane.cpp", "bus/can_frame.h"),
-    ("host/link/inject.cpp", "platform/linux/descriptor.h"),
+    ("host/link/inject.cpp", "platform/linux/unshared_descriptor.h"),
 ))
 def test_a_header_of_an_unlinked_folder_is_not_found(root, build, source, header):
     assert (root / header).is_file()

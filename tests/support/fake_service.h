@@ -31,7 +31,7 @@ class FakeService {
   FakeService& operator=(const FakeService&) = delete;
 
   // The requests so far; the service forgets them.
-  std::vector<bytes_t> TakeRequests() {
+  std::vector<bytes_t> DrainRequests() {
     const std::lock_guard lock(mutex_);
     return std::exchange(requests_, {});
   }

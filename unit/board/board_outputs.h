@@ -14,8 +14,8 @@
 
 #include "platform/board_state.h"
 
-#include "unit/board/backlight.h"
 #include "unit/board/beeper_device.h"
+#include "unit/board/kernel_backlight.h"
 #include "unit/board/sound_follower.h"
 
 namespace unit {
@@ -42,10 +42,10 @@ class BoardOutputs {
   void Step();
 
   const platform::board_state_t& board_;
-  SoundFollower sound_;                 // the thread's
-  std::optional<BeeperDevice> beeper_;  // the thread's
-  std::optional<Backlight> backlight_;  // the thread's
-  mutable std::mutex mutex_;            // guards the three below
+  SoundFollower sound_;                       // the thread's
+  std::optional<BeeperDevice> beeper_;        // the thread's
+  std::optional<KernelBacklight> backlight_;  // the thread's
+  mutable std::mutex mutex_;                  // guards the three below
   std::string beeperProblem_, backlightProblem_;
   bool stopping_ = false;
   std::condition_variable wake_;

@@ -32,7 +32,7 @@ const char* Remedy(int error) {
   }
 }
 
-[[noreturn]] void Refuse(const std::string& path, int error) {
+[[noreturn]] void RefuseDevice(const std::string& path, int error) {
   throw std::runtime_error(path + ": " + std::generic_category().message(error) + Remedy(error));
 }
 
@@ -44,16 +44,16 @@ void InputDevice::free_t::operator()(libevdev* evdev) const {
 
 InputDevice::InputDevice(const std::string& path, int flags)
     : path_(path), descriptor_(::open(path.c_str(), flags | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)) {
-  if (descriptor_.Get() < 0) Refuse(path, errno);
+  if (descriptor_.Get() < 0) RefuseDevice(path, errno);
   libevdev* evdev = nullptr;
   const int result = libevdev_new_from_fd(descriptor_.Get(), &evdev);
-  if (result != 0) Refuse(path, -result);
+  if (result != 0) RefuseDevice(path, -result);
   evdev_.reset(evdev);
 }
 
 void InputDevice::Grab() {
   const int result = libevdev_grab(evdev_.get(), LIBEVDEV_GRAB);
-  if (result != 0) Refuse(path_, -result);
+  if (result != 0) RefuseDevice(path_, -result);
 }
 
 bool InputDevice::Send(std::uint16_t type, std::uint16_t code, std::int32_t value) const {

@@ -73,13 +73,13 @@ InputDevice KeyDevice::Open() const {
 // held.
 void KeyDevice::Follow(const InputDevice& device) {
   Hold(device);
-  while (!WaitForStop(device.Get(), FOREVER)) TakeEvents(device);
+  while (!WaitForStop(device.Get(), FOREVER)) DrainEvents(device);
   held_.store(0);
 }
 
 // libevdev updates the state of the keys with each event that it returns, so that a repeated press (value 2)
 // changes nothing. After lost events (SYN_DROPPED) it returns events for what has changed meanwhile.
-void KeyDevice::TakeEvents(const InputDevice& device) {
+void KeyDevice::DrainEvents(const InputDevice& device) {
   unsigned mode = LIBEVDEV_READ_FLAG_NORMAL;
   for (;;) {
     input_event event{};

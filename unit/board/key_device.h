@@ -38,7 +38,7 @@ class KeyDevice {
   void Run();
   InputDevice Open() const;
   void Follow(const InputDevice& device);
-  void TakeEvents(const InputDevice& device);
+  void DrainEvents(const InputDevice& device);
   void Hold(const InputDevice& device);
   // Waits until the descriptor is readable, the time is over, or the thread is to end. True for the last.
   bool WaitForStop(int descriptor, int timeout_ms) const;

@@ -1,6 +1,5 @@
 #include "unit/board/key_map.h"
 
-#include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -9,29 +8,27 @@
 
 #include <libevdev/libevdev.h>
 
+#include "bus/text_fields.h"
 #include "unit/board/keys.h"
 
 namespace unit {
 namespace {
 
-std::optional<unsigned> ParseNumber(std::string_view text) {
+std::optional<unsigned> ParseDecimalOrHex(std::string_view text) {
   const bool isHex = text.starts_with("0x") || text.starts_with("0X");
   if (isHex) text.remove_prefix(2);
-  unsigned number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, isHex ? 16 : 10);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return number;
+  return bus::ParseNumber<unsigned>(text, isHex ? 16 : 10);
 }
 
 std::optional<unsigned> ParseCode(const std::string& text) {
   const int known = libevdev_event_code_from_name(EV_KEY, text.c_str());
-  const auto code = known >= 0 ? static_cast<unsigned>(known) : ParseNumber(text);
+  const auto code = known >= 0 ? static_cast<unsigned>(known) : ParseDecimalOrHex(text);
   // Code 0 is reserved: no key has it.
   return code && *code > KEY_RESERVED && *code <= KEY_MAX ? code : std::nullopt;
 }
 
 int ParseFrontKey(const std::string& text) {
-  const auto key = ParseNumber(text);
+  const auto key = ParseDecimalOrHex(text);
   return key && *key <= KEY_COUNT && IsKey(static_cast<int>(*key)) ? static_cast<int>(*key) : 0;
 }
 

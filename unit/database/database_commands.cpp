@@ -36,7 +36,7 @@ bool Attach() {
   return false;
 }
 
-std::string FormatValue(unsigned handle) {
+std::string FormatParameter(unsigned handle) {
   const std::optional<double> value = ReadParameterValue(handle);
   if (!value) return "-";
   std::array<char, 32> text{};
@@ -46,7 +46,7 @@ std::string FormatValue(unsigned handle) {
 
 // The parameter that has this name or, alone, begins with it; prints an error when there is none or more than
 // one.
-std::optional<named_t> Complete(std::span<const named_t> table, const std::string& name) {
+std::optional<named_t> CompleteParameter(std::span<const named_t> table, const std::string& name) {
   std::vector<std::string> names;
   for (const named_t& named : table) names.push_back(named.name);
   const std::vector<std::string_view> candidates = FindCandidates(names, name);
@@ -74,7 +74,7 @@ std::optional<std::vector<named_t>> CompleteAll(std::span<const std::string> nam
   if (names.empty()) return table;
   std::vector<named_t> found;
   for (const std::string& name : names) {
-    const std::optional<named_t> named = Complete(table, name);
+    const std::optional<named_t> named = CompleteParameter(table, name);
     if (!named) return std::nullopt;
     found.push_back(*named);
   }
@@ -84,7 +84,7 @@ std::optional<std::vector<named_t>> CompleteAll(std::span<const std::string> nam
 // `printed` has the text that was printed last for each handle.
 void PrintChanges(std::span<const named_t> parameters, std::map<unsigned, std::string>& printed) {
   for (const named_t& named : parameters) {
-    std::string value = FormatValue(named.handle);
+    std::string value = FormatParameter(named.handle);
     std::string& last = printed[named.handle];
     if (value == last) continue;
     std::cout << named.name << ' ' << value << std::endl;
@@ -107,7 +107,7 @@ int GetParameters(std::span<const std::string> names) {
   if (!Attach()) return 1;
   const auto found = CompleteAll(names);
   if (!found) return 1;
-  for (const named_t& named : *found) std::cout << named.name << ' ' << FormatValue(named.handle) << '\n';
+  for (const named_t& named : *found) std::cout << named.name << ' ' << FormatParameter(named.handle) << '\n';
   return 0;
 }
 
@@ -120,14 +120,14 @@ int SetParameter(const std::string& name, const std::string& value) {
   }
   if (!Attach()) return 1;
   const std::vector<named_t> table = ReadNameTable();
-  const std::optional<named_t> named = Complete(table, name);
+  const std::optional<named_t> named = CompleteParameter(table, name);
   if (!named) return 1;
   if (number) {
     DBSHM::Write(named->handle, *number);
   } else {
     DBSHM::Write(named->handle, 0.0, 0, false);
   }
-  std::cout << named->name << ' ' << FormatValue(named->handle) << '\n';
+  std::cout << named->name << ' ' << FormatParameter(named->handle) << '\n';
   return 0;
 }
 
@@ -143,7 +143,7 @@ int ListParameters(const std::string& prefix) {
   for (const named_t& named : table) width = std::max(width, named.name.size());
   for (const named_t& named : table) {
     std::printf("%-*s %5u  %s\n", static_cast<int>(width), named.name.c_str(), named.handle,
-                FormatValue(named.handle).c_str());
+                FormatParameter(named.handle).c_str());
   }
   return 0;
 }

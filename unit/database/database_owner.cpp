@@ -58,7 +58,7 @@ void WriteNotifyValues(std::span<const parameter_t> parameters) {
   platform::UnlockShared(lock);
 }
 
-void Fill(std::span<const parameter_t> parameters) {
+void FillDatabase(std::span<const parameter_t> parameters) {
   for (const parameter_t& parameter : parameters) {
     if (parameter.first) DBSHM::Write(parameter.handle, *parameter.first);
   }
@@ -150,7 +150,7 @@ void MakeDatabase(std::span<const parameter_t> parameters) {
     throw std::runtime_error(
         "cannot make the parameter database; is there room in shared memory (df /dev/shm)?");
   }
-  Fill(parameters);
+  FillDatabase(parameters);
   NoteDatabaseAttached();
 }
 

@@ -49,7 +49,7 @@ class DatabaseService : public Service {
 
   void Watch(const std::vector<parameter_t>& parameters);
   void ServePulses();
-  void TakeChange(unsigned handle);
+  void AcceptChange(unsigned handle);
   bool IsStopping();
   void LookAround();
   bool PublishChange(watched_t& watched);
@@ -142,7 +142,7 @@ void DatabaseService::ServePulses() {
     if (rcvid > 0) {
       MsgError(rcvid, ENOSYS);  // clients read and write the shared memory; there are no messages
     } else if (rcvid == 0) {
-      if (pulse.code == PULSE_CHANGED) TakeChange(static_cast<unsigned>(pulse.value.sival_int));
+      if (pulse.code == PULSE_CHANGED) AcceptChange(static_cast<unsigned>(pulse.value.sival_int));
     } else if (errno != EINTR) {
       std::cerr << "database: cannot receive any more: " << std::strerror(errno) << std::endl;
       break;
@@ -151,7 +151,7 @@ void DatabaseService::ServePulses() {
   up_ = false;
 }
 
-void DatabaseService::TakeChange(unsigned handle) {
+void DatabaseService::AcceptChange(unsigned handle) {
   ++pulses_;
   const std::lock_guard lock(watchedMutex_);
   const auto found = byHandle_.find(handle);

@@ -29,11 +29,11 @@ struct sheet_grid_t {
 look_t LookOf(int column) {
   return column < static_cast<int>(WORD_LANGUAGES) ? LOOK_DAY : LOOK_NIGHT;
 }
-int LanguageOf(int column) {
+int ColumnLanguage(int column) {
   return column % static_cast<int>(WORD_LANGUAGES);
 }
 std::string ColumnName(int column) {
-  return std::string(LanguageName(LanguageOf(column))) + (LookOf(column) == LOOK_DAY ? ", day" : ", night");
+  return std::string(LanguageName(ColumnLanguage(column))) + (LookOf(column) == LOOK_DAY ? ", day" : ", night");
 }
 
 void Place(pixels_t& sheet, const pixels_t& cell, int left, int top) {
@@ -93,7 +93,7 @@ std::string DrawSheet(ScreenModel& model, const sheet_options_t& options,
       Write(sheet, page, 2, grid.Down(row) + 40, LEFT - 4);
       Write(sheet, scene.name, 2, grid.Down(row) + 58, LEFT - 4);
       for (int column = 0; column < COLUMNS; ++column) {
-        ShowScene(model, scene, LanguageOf(column), LookOf(column));
+        ShowScene(model, scene, ColumnLanguage(column), LookOf(column));
         Place(sheet, RenderPixels(model.Svg(), grid.width, grid.Height()), grid.Across(column), grid.Down(row));
       }
       ++row;

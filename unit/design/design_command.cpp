@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void Step(const std::string& what) {
+void PrintStep(const std::string& what) {
   std::cerr << "unit design: " + what + "\n" << std::flush;
 }
 
@@ -26,7 +26,8 @@ void WriteFile(const std::string& file, const std::string& bytes) {
 
 void WriteSheets(ScreenModel& model, const sheet_options_t& sheet, const std::vector<std::string>& files) {
   if (files.empty()) return;
-  const std::string png = DrawSheet(model, sheet, [](const std::string& page) { Step("drawing " + page); });
+  const std::string png =
+      DrawSheet(model, sheet, [](const std::string& page) { PrintStep("drawing " + page); });
   for (const std::string& file : files)
     WriteFile(file, file.ends_with(".html") ? WriteSheetPage(sheet, png) : png);
 }
@@ -52,14 +53,14 @@ void PrintExtremes(const text_extremes_t& extremes) {
             << " of a label, " << text(extremes.valueContrast) << " of a value\n";
 }
 
-int Check(const design_options_t& options) {
+int CheckAndDraw(const design_options_t& options) {
   const fs::path folder = fs::path(options.folder).lexically_normal();
   const fs::path config = (folder / ".").parent_path().parent_path();
-  screen_names_t names = LoadScreenNames((config / "generic.xml").string());
+  screen_names_t names = ReadScreenNames((config / "generic.xml").string());
   std::vector<std::string> findings;
-  design_t design = LoadDesign(folder, WidgetNames(names), findings);
+  design_t design = ReadDesign(folder, WidgetNames(names), findings);
   if (design.empty()) throw std::runtime_error(folder.string() + ": the folder has no page (*.svg)");
-  word_catalogue_t words = LoadWords(config / "words", findings);
+  word_catalogue_t words = ReadWords(config / "words", findings);
   const auto add = [&](const std::vector<std::string>& more) {
     findings.insert(findings.end(), more.begin(), more.end());
   };
@@ -69,7 +70,7 @@ int Check(const design_options_t& options) {
   const sheet_options_t sheet{ChoosePages(design, options.pages), options.pictureWidth};
   ScreenModel model(std::move(names), std::move(design), std::move(words));
   const design_report_t report =
-      CheckTexts(model, sheet.pages, [](const std::string& page) { Step("checking " + page); });
+      CheckTexts(model, sheet.pages, [](const std::string& page) { PrintStep("checking " + page); });
   add(report.findings);
   for (const std::string& finding : findings) std::cout << finding << "\n";
   if (findings.empty()) PrintExtremes(report.extremes);
@@ -81,7 +82,7 @@ int Check(const design_options_t& options) {
 
 int CheckDesignFolder(const design_options_t& options) {
   try {
-    return Check(options);
+    return CheckAndDraw(options);
   } catch (const std::runtime_error& error) {
     std::cerr << "unit design: " << error.what() << "\n";
     return 2;

@@ -20,7 +20,7 @@ std::string FileOf(const page_design_t& page) {
   return page.file.filename().string() + ": ";
 }
 
-std::string Describe(const pugi::xml_node& node) {
+std::string DescribePlace(const pugi::xml_node& node) {
   const std::string id = node.attribute("id").value();
   return "<" + std::string(node.name()) + (id.empty() ? "" : " id=" + id) + ">: ";
 }
@@ -44,7 +44,7 @@ class UnevenFinder : public pugi::xml_tree_walker {
 
  private:
   void Add(const pugi::xml_node& node, std::string_view name) {
-    findings_.push_back(file_ + Describe(node) + std::string(name) +
+    findings_.push_back(file_ + DescribePlace(node) + std::string(name) +
                         " is not drawn alike by browsers and librsvg; do without it");
   }
 
@@ -74,7 +74,7 @@ void CheckPageNames(const page_design_t& page, const screen_names_t& names,
   for (const live_element_t& element : page.looks.at(LOOK_DAY).elements) {
     for (const std::string& variable : element.variables) {
       if (variable == DATA_STATE_VARIABLE || names.variables.contains(variable)) continue;
-      findings.push_back(FileOf(page) + Describe(element.node) + "unknown variable " + variable);
+      findings.push_back(FileOf(page) + DescribePlace(element.node) + "unknown variable " + variable);
     }
   }
 }
@@ -88,7 +88,7 @@ class IdFinder : public pugi::xml_tree_walker {
   bool for_each(pugi::xml_node& node) override {
     const std::string id = node.attribute("id").value();
     if (id.starts_with("orvik") && !widgets_.contains(id)) {
-      findings_.push_back(file_ + Describe(node) + "the configuration has no widget of this name");
+      findings_.push_back(file_ + DescribePlace(node) + "the configuration has no widget of this name");
     }
     return true;
   }

@@ -109,7 +109,7 @@ std::map<std::string, double> Ground(const design_scene_t& scene, int language) 
   return values;
 }
 
-std::optional<std::string> LineText(const std::string& widget, int language) {
+std::optional<std::string> SceneLineText(const std::string& widget, int language) {
   const bool wide = widget.ends_with("Wide");
   if (!wide && !widget.ends_with("Std")) return std::nullopt;
   if (wide != (language == CHINESE)) return "";
@@ -120,7 +120,7 @@ std::optional<std::string> LineText(const std::string& widget, int language) {
 }
 
 std::string WidgetText(const std::string& widget, const design_scene_t& scene, int language) {
-  if (const auto line = LineText(widget, language)) return *line;
+  if (const auto line = SceneLineText(widget, language)) return *line;
   const auto index = static_cast<std::size_t>(language);
   if (widget.ends_with("UnitsWeight")) return WEIGHTS.at(index);
   if (widget.ends_with("UnitsDistance")) return DISTANCES.at(index);

@@ -39,19 +39,13 @@ double FontSize(const pugi::xml_node& text, const sizes_t& sizes) {
   return text.attribute("font-size").as_double(16);
 }
 
-std::string Print(const pugi::xml_node& node) {
-  std::ostringstream stream;
-  node.print(stream, "", pugi::format_raw);
-  return stream.str();
-}
-
 std::string ContentOf(const pugi::xml_node& text) {
   std::string content;
   for (const auto& found : text.select_nodes(".//text()")) content += found.node().value();
   return content;
 }
 
-std::string NameOf(const pugi::xml_node& text) {
+std::string TextName(const pugi::xml_node& text) {
   for (const char* attribute : {"data-widget", "data-word", "data-var", "data-key"}) {
     if (const auto found = text.attribute(attribute)) return std::string(attribute) + " " + found.value();
   }
@@ -70,7 +64,7 @@ class PageReader {
 
   std::vector<drawn_text_t> Read() {
     Mark(root_);
-    geometry_ = std::make_unique<SvgGeometry>(Print(root_));
+    geometry_ = std::make_unique<SvgGeometry>(FormatXml(root_));
     Walk(root_, "");
     return std::move(texts_);
   }
@@ -101,7 +95,7 @@ class PageReader {
     pugi::xml_document copy;
     pugi::xml_node bare = copy.append_copy(node);
     bare.remove_attribute("id");
-    const std::string key = path + "|" + Print(bare);
+    const std::string key = path + "|" + FormatXml(bare);
     const auto known = cache_.find(key);
     if (known != cache_.end()) return known->second;
     return cache_[key] = geometry_->Find(ids_.at(node));
@@ -116,8 +110,8 @@ class PageReader {
     if (content.find_first_not_of(' ') == std::string::npos) return;
     const auto box = Measure(node, path);
     if (!box) return;
-    texts_.push_back(
-        {NameOf(node), content, node.attribute("class").value(), FontSize(node, sizes_), *box, FrameOf(*box)});
+    texts_.push_back({TextName(node), content, node.attribute("class").value(), FontSize(node, sizes_), *box,
+                      FrameOf(*box)});
   }
 
   ink_box_t FrameOf(const ink_box_t& text) const {

@@ -46,7 +46,7 @@ bool NotifyLink::Publish(const char* channelName, const std::string& text) {
   return Publish(channelName, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
 }
 
-int NotifyLink::NumberOf(const char* channelName) {
+int NotifyLink::RegisterChannel(const char* channelName) {
   const std::lock_guard lock(mutex_);
   return Connect() ? ChannelNumber(channelName) : -1;
 }

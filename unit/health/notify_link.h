@@ -43,7 +43,7 @@ class NotifyLink {
   bool Publish(const char* channelName, const std::string& text);
   // The channel's number; -1 when no manager runs. The first call for a channel blocks until the manager has
   // answered.
-  int NumberOf(const char* channelName);
+  int RegisterChannel(const char* channelName);
 
  private:
   int ChannelNumber(const char* channelName);

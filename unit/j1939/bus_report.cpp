@@ -52,7 +52,7 @@ void BusReport::SetUp(bool up) {
   up_ = up;
 }
 
-std::optional<std::string> BusReport::TakeIfChanged() {
+std::optional<std::string> BusReport::DrainIfChanged() {
   const std::lock_guard lock(mutex_);
   if (!std::exchange(changed_, false)) return std::nullopt;
   nlohmann::json json = {{"bus", bus_},

@@ -35,7 +35,7 @@ class BusReport {
   void SetUp(bool up);
 
   // The report; empty when nothing changed since the last call.
-  std::optional<std::string> TakeIfChanged();
+  std::optional<std::string> DrainIfChanged();
   std::map<std::string, std::uint64_t> Counters() const;
   bool IsUp() const;
 

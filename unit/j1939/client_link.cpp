@@ -9,8 +9,8 @@
 namespace unit {
 
 // A client at the notification manager together with the filter table that delivers through it.
-struct ClientLink::connection_t {
-  explicit connection_t(std::unique_ptr<NM::NMClient> connected)
+struct ClientLink::client_connection_t {
+  explicit client_connection_t(std::unique_ptr<NM::NMClient> connected)
       : client(std::move(connected)),
         requestChannel(client->registerName(J1939_CHANNEL_NAME)),
         table(*client) {}
@@ -33,7 +33,7 @@ ClientLink::ConnectionPointer ClientLink::Connection() const {
 bool ClientLink::Connect() {
   std::unique_ptr<NM::NMClient> client = ConnectToManager();
   if (!client) return false;
-  const auto connection = std::make_shared<connection_t>(std::move(client));
+  const auto connection = std::make_shared<client_connection_t>(std::move(client));
   const int channel = connection->requestChannel;
   if (channel < 1 || connection->client->subscribe(channel) < 0) return false;
   const std::lock_guard lock(mutex_);

@@ -55,8 +55,8 @@ class ClientLink {
   unsigned Deliver(const transport_message_t& message);
 
  private:
-  struct connection_t;
-  using ConnectionPointer = std::shared_ptr<connection_t>;
+  struct client_connection_t;
+  using ConnectionPointer = std::shared_ptr<client_connection_t>;
 
   ConnectionPointer Connection() const;
   std::vector<std::string> ChannelsFor(const transport_message_t& message) const;

@@ -36,7 +36,7 @@ bool FilterStore::Add(const filter_request_t& filter) {
   std::map<std::uint32_t, filter_request_t>& table = filters_.at(filter.reach);
   if (Count() >= MAX_FILTERS && !table.contains(filter.identifier)) return false;
   table[filter.identifier] = filter;
-  Save();
+  Write();
   return true;
 }
 
@@ -50,7 +50,7 @@ void FilterStore::Remove() {
 }
 
 // A failure is not reported: only a later run of the service needs the file.
-void FilterStore::Save() const {
+void FilterStore::Write() const {
   std::ostringstream text;
   text << std::hex;
   for (const auto& [reach, table] : filters_) {

@@ -29,7 +29,7 @@ class FilterStore {
   void Remove();
 
  private:
-  void Save() const;
+  void Write() const;
 
   const std::string file_;
   std::map<reach_t, std::map<std::uint32_t, filter_request_t>> filters_ = {{reach_t::STANDARD, {}},

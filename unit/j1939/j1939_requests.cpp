@@ -12,18 +12,18 @@ namespace {
 
 using platform::LoadLe32;
 
-struct kind_t {
+struct message_kind_t {
   bool isFilter;
   reach_t reach;
 };
 // By message type.
-constexpr std::array<kind_t, 7> KINDS = {{{true, reach_t::STANDARD},
-                                          {false, reach_t::STANDARD},
-                                          {false, reach_t::STANDARD},
-                                          {true, reach_t::MULTIPACKET},
-                                          {false, reach_t::MULTIPACKET},
-                                          {true, reach_t::FASTPACKET},
-                                          {false, reach_t::FASTPACKET}}};
+constexpr std::array<message_kind_t, 7> KINDS = {{{true, reach_t::STANDARD},
+                                                  {false, reach_t::STANDARD},
+                                                  {false, reach_t::STANDARD},
+                                                  {true, reach_t::MULTIPACKET},
+                                                  {false, reach_t::MULTIPACKET},
+                                                  {true, reach_t::FASTPACKET},
+                                                  {false, reach_t::FASTPACKET}}};
 
 j1939_request_t ReadFilter(std::span<const std::uint8_t> message, reach_t reach) {
   if (message.size() <= J1939_NAME_AT) return refused_request_t{"filter without a channel name"};
@@ -58,7 +58,7 @@ j1939_request_t ReadRequest(std::span<const std::uint8_t> message) {
   if (LoadLe32(message, J1939_IDENTIFIER_AT) > LAST_IDENTIFIER) {
     return refused_request_t{"identifier of more than 29 bits"};
   }
-  const kind_t kind = KINDS[type];
+  const message_kind_t kind = KINDS[type];
   return kind.isFilter ? ReadFilter(message, kind.reach) : ReadSend(message, kind.reach);
 }
 

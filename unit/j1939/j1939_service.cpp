@@ -59,10 +59,10 @@ class J1939Service : public Service {
  private:
   void ReceiveFrames();
   void ReceiveFrame(const BusLink::endpoint_t& endpoint);
-  void TakeFrame(const bus::frame_t& frame);
+  void AcceptFrame(const bus::frame_t& frame);
   void ReceiveMessages();
 
-  void TakeRequests();
+  void ReceiveRequests();
   void Carry(const filter_request_t& filter);
   void Carry(const send_request_t& request);
   void Carry(const refused_request_t& refused);
@@ -95,7 +95,7 @@ void J1939Service::Start() {
   stopping_ = false;
   clients_->Connect();  // before the application starts, since it requests its filters only once
   threads_.emplace_back([this] { ReceiveFrames(); });
-  threads_.emplace_back([this] { TakeRequests(); });
+  threads_.emplace_back([this] { ReceiveRequests(); });
   threads_.emplace_back([this] { Report(); });
   if (bus_.IsKernelBus()) threads_.emplace_back([this] { ReceiveMessages(); });
 }
@@ -152,7 +152,7 @@ void J1939Service::ReceiveFrame(const BusLink::endpoint_t& endpoint) {
   bus::frame_t frame;
   switch (endpoint->Receive(frame, RECEIVE_TIMEOUT_MS)) {
     case bus::Endpoint::result_t::OK:
-      return TakeFrame(frame);
+      return AcceptFrame(frame);
     case bus::Endpoint::result_t::TIMEOUT:
       return;
     case bus::Endpoint::result_t::DOWN:
@@ -160,7 +160,7 @@ void J1939Service::ReceiveFrame(const BusLink::endpoint_t& endpoint) {
   }
 }
 
-void J1939Service::TakeFrame(const bus::frame_t& frame) {
+void J1939Service::AcceptFrame(const bus::frame_t& frame) {
   log_->Write(frame);
   report_.Note(frame, BusReport::direction_t::RECEIVED);
   const std::optional<int> room = clients_->Deliver(frame);
@@ -183,7 +183,7 @@ void J1939Service::ReceiveMessages() {
 
 // --- From the clients
 
-void J1939Service::TakeRequests() {
+void J1939Service::ReceiveRequests() {
   std::vector<char> buffer(NM_PAYLOAD_SIZE);
   while (!stopping_) {
     if (!clients_->IsConnected()) {
@@ -253,7 +253,7 @@ void J1939Service::Report() {
   auto nextCheck = steady_clock::now();
   while (!Pause(REPORT_PERIOD)) {
     log_->Flush();
-    if (const auto text = report_.TakeIfChanged()) link_.Publish(BUS_CHANNEL_NAME, *text);
+    if (const auto text = report_.DrainIfChanged()) link_.Publish(BUS_CHANNEL_NAME, *text);
     if (steady_clock::now() < nextCheck) continue;
     nextCheck = steady_clock::now() + RETRY_PERIOD;
     clients_->CheckManager();

@@ -52,7 +52,7 @@ sockaddr_can SocketAddress(unsigned interfaceIndex, std::uint8_t address, std::u
   return result;
 }
 
-[[noreturn]] void Fail(const char* what) {
+[[noreturn]] void ThrowSocketError(const char* what) {
   throw std::runtime_error(std::string(what) + ": " + std::strerror(errno) +
                            "; load the kernel's J1939 with: modprobe can-j1939");
 }
@@ -60,18 +60,18 @@ sockaddr_can SocketAddress(unsigned interfaceIndex, std::uint8_t address, std::u
 // Opens a socket that is the station `source` of the bus and may broadcast.
 base::Descriptor OpenStation(unsigned interfaceIndex, std::uint8_t source, std::uint32_t pgn) {
   base::Descriptor station(socket(PF_CAN, SOCK_DGRAM | SOCK_CLOEXEC, CAN_J1939));
-  if (station.Get() < 0) Fail("no J1939 socket");
+  if (station.Get() < 0) ThrowSocketError("no J1939 socket");
   const int on = 1;
   setsockopt(station.Get(), SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
   const sockaddr_can address = SocketAddress(interfaceIndex, source, pgn);
   if (bind(station.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    Fail("cannot bind a J1939 socket");
+    ThrowSocketError("cannot bind a J1939 socket");
   }
   return station;
 }
 
 // Destination and priority of a received message.
-void ReadControl(msghdr& header, j1939_address_t& address) {
+void ReadDestination(msghdr& header, j1939_address_t& address) {
   for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part)) {
     if (part->cmsg_level != SOL_CAN_J1939) continue;
     if (part->cmsg_type == SCM_J1939_DEST_ADDR) address.destination = *CMSG_DATA(part);
@@ -94,7 +94,7 @@ ssize_t ReceiveMessage(int receiver, std::span<std::uint8_t> data, j1939_address
   header.msg_controllen = control.size();
   const ssize_t got = recvmsg(receiver, &header, MSG_DONTWAIT);
   address = {DEFAULT_PRIORITY, from.can_addr.j1939.pgn, J1939_NO_ADDR, from.can_addr.j1939.addr};
-  if (got >= 0) ReadControl(header, address);
+  if (got >= 0) ReadDestination(header, address);
   return got;
 }
 
@@ -108,7 +108,7 @@ KernelTransport::KernelTransport(const std::string& interface)
   const int on = 1;
   // Success is the flag's value here, not 0, so only a negative result is a failure.
   if (setsockopt(receiver_.Get(), SOL_CAN_J1939, SO_J1939_PROMISC, &on, sizeof on) < 0) {
-    Fail("cannot receive all J1939 messages");
+    ThrowSocketError("cannot receive all J1939 messages");
   }
 }
 

@@ -247,7 +247,7 @@ void LocalBus::Read(station_t& station) {
 }
 
 void LocalBus::Obey(station_t& station, const std::string& message) {
-  const SocketcandSession::outcome_t outcome = station.session.Take(message);
+  const SocketcandSession::outcome_t outcome = station.session.Accept(message);
   if (!outcome.reply.empty()) Queue(station, outcome.reply, steady_clock::now());
   if (outcome.frame) {
     ++station.traffic[3];

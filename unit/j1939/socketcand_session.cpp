@@ -19,13 +19,13 @@ std::string_view TakeWord(std::string_view& text) {
 
 }  // namespace
 
-struct SocketcandSession::command_t {
+struct SocketcandSession::session_command_t {
   std::string_view word;
   bool needsBus;
   outcome_t (SocketcandSession::*carry)(std::string_view message, std::string_view argument);
 };
 
-const SocketcandSession::command_t SocketcandSession::COMMANDS[] = {
+const SocketcandSession::session_command_t SocketcandSession::COMMANDS[] = {
     {"open", false, &SocketcandSession::Open},
     {"rawmode", true, &SocketcandSession::RawMode},
     {"bcmmode", true, &SocketcandSession::BroadcastMode},
@@ -34,12 +34,12 @@ const SocketcandSession::command_t SocketcandSession::COMMANDS[] = {
     {"send", true, &SocketcandSession::Send},
 };
 
-SocketcandSession::outcome_t SocketcandSession::Take(std::string_view message) {
+SocketcandSession::outcome_t SocketcandSession::Accept(std::string_view message) {
   std::string_view inner = message;
   if (inner.starts_with('<')) inner.remove_prefix(1);
   if (inner.ends_with('>')) inner.remove_suffix(1);
   const std::string_view word = TakeWord(inner);
-  const auto* command = std::ranges::find(COMMANDS, word, &command_t::word);
+  const auto* command = std::ranges::find(COMMANDS, word, &session_command_t::word);
   if (command == std::end(COMMANDS)) return Refuse("unknown command");
   if (command->needsBus && !open_) return Refuse("no bus open");
   return (this->*command->carry)(message, TakeWord(inner));

@@ -25,7 +25,7 @@ class SocketcandSession {
     std::string reply;
     std::optional<bus::frame_t> frame;
   };
-  outcome_t Take(std::string_view message);
+  outcome_t Accept(std::string_view message);
 
   // In raw mode a station receives the frames of all others.
   bool WantsFrames() const { return raw_; }
@@ -35,8 +35,8 @@ class SocketcandSession {
   std::uint64_t Refused() const { return refused_; }
 
  private:
-  struct command_t;
-  static const command_t COMMANDS[];
+  struct session_command_t;
+  static const session_command_t COMMANDS[];
 
   outcome_t Open(std::string_view message, std::string_view argument);
   outcome_t RawMode(std::string_view message, std::string_view argument);

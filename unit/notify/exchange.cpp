@@ -142,7 +142,7 @@ bool Exchange::PayOwedPulses() {
   return paid;
 }
 
-std::vector<loss_t> Exchange::TakeLosses() {
+std::vector<loss_t> Exchange::DrainLosses() {
   std::vector<loss_t> losses;
   for (auto& [id, client] : clients_) {
     if (client.unreportedLosses == 0) continue;
@@ -176,9 +176,9 @@ void Exchange::DropOldest(client_t& client) {
 bool Exchange::Announce(int id, client_t& client) {
   const std::size_t before = client.announced;
   while (client.announced < client.queue.size()) {
-    const PulsePort::result_t result = pulses_.Send(id);
-    if (result == PulsePort::result_t::FULL) owed_ = true;
-    if (result != PulsePort::result_t::SENT) break;  // GONE: RemoveConnection follows
+    const PulsePort::delivery_t result = pulses_.Send(id);
+    if (result == PulsePort::delivery_t::FULL) owed_ = true;
+    if (result != PulsePort::delivery_t::SENT) break;  // GONE: RemoveConnection follows
     ++client.announced;
   }
   return client.announced > before;

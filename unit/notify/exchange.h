@@ -23,13 +23,13 @@ namespace unit {
 // Sends pulses to the clients' own channels.
 class PulsePort {
  public:
-  enum class result_t { SENT, FULL, GONE };
+  enum class delivery_t { SENT, FULL, GONE };
   virtual ~PulsePort() = default;
   // Connects to channel `chid` of `process`; false when that fails.
   virtual bool Open(int client, int process, int chid) = 0;
   // Tells the client that a message waits. Never blocks. FULL: the channel has no room for a pulse now; GONE:
   // the client has ended.
-  virtual result_t Send(int client) = 0;
+  virtual delivery_t Send(int client) = 0;
   virtual void Close(int client) = 0;
 };
 
@@ -94,7 +94,7 @@ class Exchange {
   bool PayOwedPulses();
 
   // The losses since the last call, one entry for each client that lost messages.
-  std::vector<loss_t> TakeLosses();
+  std::vector<loss_t> DrainLosses();
 
   std::size_t ClientCount() const { return clients_.size(); }
   std::size_t ChannelCount() const { return channels_.size(); }

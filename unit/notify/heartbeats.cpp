@@ -19,13 +19,13 @@ std::optional<std::uint32_t> FindEvent(const pugi::xml_node& events, const char*
 
 }  // namespace
 
-std::string HeartbeatMonitor::Load(const std::string& genericFile) {
+std::string HeartbeatMonitor::ReadEvents(const std::string& genericFile) {
   pugi::xml_document document;
   const pugi::xml_parse_result parsed = document.load_file(genericFile.c_str());
   if (!parsed) return genericFile + ": " + parsed.description();
   const pugi::xml_node events = document.child("orvik-generic").child("Events");
   channelName_ = events.attribute("channel").as_string();
-  for (worker_t& worker : workers_) worker.id = FindEvent(events, worker.event);
+  for (watched_worker_t& worker : workers_) worker.id = FindEvent(events, worker.event);
   exitId_ = FindEvent(events, EXIT_EVENT);
   return channelName_.empty() ? genericFile + ": there is no <Events channel=\"...\">" : std::string();
 }
@@ -35,7 +35,8 @@ std::optional<std::string> HeartbeatMonitor::Note(int channel, std::span<const s
   if (channel != channel_ || payload.size() != sizeof(std::uint32_t)) return std::nullopt;
   const std::uint32_t event = platform::LoadLe32(payload, 0);
   if (NoteEnd(event, now) || now < leavingUntil_) return std::nullopt;
-  const auto worker = std::ranges::find_if(workers_, [event](const worker_t& w) { return w.id == event; });
+  const auto worker =
+      std::ranges::find_if(workers_, [event](const watched_worker_t& w) { return w.id == event; });
   if (worker == workers_.end()) return std::nullopt;
   worker->lastSeen = now;
   if (!worker->missing) return std::nullopt;
@@ -46,7 +47,7 @@ std::optional<std::string> HeartbeatMonitor::Note(int channel, std::span<const s
 // After the application's end no heartbeat is expected until one arrives later than LEAVING_TIME.
 bool HeartbeatMonitor::NoteEnd(std::uint32_t event, time_t now) {
   if (exitId_ != event) return false;
-  for (worker_t& worker : workers_) {
+  for (watched_worker_t& worker : workers_) {
     worker.lastSeen.reset();
     worker.missing = false;
   }
@@ -56,7 +57,7 @@ bool HeartbeatMonitor::NoteEnd(std::uint32_t event, time_t now) {
 
 std::vector<std::string> HeartbeatMonitor::Check(time_t now) {
   std::vector<std::string> lines;
-  for (worker_t& worker : workers_) {
+  for (watched_worker_t& worker : workers_) {
     if (!worker.lastSeen || worker.missing || now - *worker.lastSeen < MISSING_AFTER) continue;
     worker.missing = true;
     lines.push_back(std::string("notify: no heartbeat of the application's ") + worker.name +

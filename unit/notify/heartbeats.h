@@ -20,7 +20,7 @@ class HeartbeatMonitor {
   // count.
   static constexpr std::chrono::seconds LEAVING_TIME{6};
 
-  struct worker_t {
+  struct watched_worker_t {
     const char* name;   // "Decapsulate", "Parse", "Dispatch"
     const char* event;  // the event's name in the generic configuration
     std::optional<std::uint32_t> id;
@@ -30,7 +30,7 @@ class HeartbeatMonitor {
 
   // Reads the event channel's name and the heartbeats' numbers from the generic configuration. Returns the
   // file's problem, empty when it has none. A worker without a number is not supervised.
-  std::string Load(const std::string& genericFile);
+  std::string ReadEvents(const std::string& genericFile);
   const std::string& ChannelName() const { return channelName_; }
   void SetChannel(int channel) { channel_ = channel; }
 
@@ -40,7 +40,7 @@ class HeartbeatMonitor {
   // Finds the workers that are silent. Returns the lines to print.
   std::vector<std::string> Check(time_t now);
 
-  const std::array<worker_t, 3>& Workers() const { return workers_; }
+  const std::array<watched_worker_t, 3>& Workers() const { return workers_; }
 
  private:
   bool NoteEnd(std::uint32_t event, time_t now);
@@ -49,9 +49,9 @@ class HeartbeatMonitor {
   int channel_ = 0;
   std::optional<std::uint32_t> exitId_;
   time_t leavingUntil_{};
-  std::array<worker_t, 3> workers_{{{"Decapsulate", "orvik.DecapsulateHeartbeatEvent", {}, {}},
-                                    {"Parse", "orvik.ParseHeartbeatEvent", {}, {}},
-                                    {"Dispatch", "orvik.DispatchHeartbeatEvent", {}, {}}}};
+  std::array<watched_worker_t, 3> workers_{{{"Decapsulate", "orvik.DecapsulateHeartbeatEvent", {}, {}},
+                                            {"Parse", "orvik.ParseHeartbeatEvent", {}, {}},
+                                            {"Dispatch", "orvik.DispatchHeartbeatEvent", {}, {}}}};
 };
 
 }  // namespace unit

@@ -48,9 +48,9 @@ class ClientPulses : public PulsePort {
     connections_[client] = coid;
     return true;
   }
-  result_t Send(int client) override {
-    if (MsgSendPulse(connections_.at(client), getprio(0), PULSE_MESSAGE_WAITS, 0) == 0) return result_t::SENT;
-    return errno == EAGAIN ? result_t::FULL : result_t::GONE;
+  delivery_t Send(int client) override {
+    if (MsgSendPulse(connections_.at(client), getprio(0), PULSE_MESSAGE_WAITS, 0) == 0) return delivery_t::SENT;
+    return errno == EAGAIN ? delivery_t::FULL : delivery_t::GONE;
   }
   void Close(int client) override {
     ConnectDetach(connections_.at(client));
@@ -74,12 +74,12 @@ class NotifyService : public Service {
   status_t GetStatus() const override;
 
  private:
-  void TakeName();
+  void AttachName();
   void Serve();
   std::size_t Answer(std::span<const std::uint8_t> request, const _msg_info& info,
                      std::span<std::uint8_t, NM_MESSAGE_SIZE> reply);
   bool IsStopping();
-  void TakePulse(const _pulse& pulse);
+  void AcceptPulse(const _pulse& pulse);
   void NoteEvent(int channel, std::span<const std::uint8_t> payload);
   void Tick();
   void ReportLosses(steady_clock::time_point now);
@@ -110,20 +110,20 @@ class NotifyService : public Service {
 };
 
 void NotifyService::Start() {
-  if (const std::string problem = heartbeats_.Load(genericFile_); !problem.empty()) {
+  if (const std::string problem = heartbeats_.ReadEvents(genericFile_); !problem.empty()) {
     std::cerr << "notify: the application's workers are not supervised: " << problem << std::endl;
   } else {
     heartbeats_.SetChannel(exchange_.RegisterName(heartbeats_.ChannelName()));
   }
   KeepStates(exchange_);
-  TakeName();
+  AttachName();
   stopping_ = false;
   up_ = true;
   server_ = std::thread([this] { Serve(); });
   pacer_ = std::thread([this] { Pace(); });
 }
 
-void NotifyService::TakeName() {
+void NotifyService::AttachName() {
   attach_ = name_attach(nullptr, NM_SERVER_NAME, 0);
   if (attach_ == nullptr) {
     const int error = errno;
@@ -166,7 +166,7 @@ status_t NotifyService::GetStatus() const {
     const auto refusal = static_cast<refusal_t>(i);
     status.counters[RefusalName(refusal)] = requests_.Refused(refusal);
   }
-  for (const HeartbeatMonitor::worker_t& worker : heartbeats_.Workers()) {
+  for (const HeartbeatMonitor::watched_worker_t& worker : heartbeats_.Workers()) {
     if (!worker.lastSeen) continue;
     status.counters[std::string("worker.") + worker.name] = worker.missing ? 0 : 1;
     if (!worker.missing) continue;
@@ -189,7 +189,7 @@ void NotifyService::Serve() {
     } else if (rcvid == 0) {
       _pulse pulse;
       std::memcpy(&pulse, request.data(), sizeof pulse);
-      TakePulse(pulse);
+      AcceptPulse(pulse);
     } else if (errno != EINTR) {
       std::cerr << "notify: cannot receive any more: " << std::strerror(errno) << std::endl;
       break;
@@ -213,7 +213,7 @@ bool NotifyService::IsStopping() {
   return stopping_;
 }
 
-void NotifyService::TakePulse(const _pulse& pulse) {
+void NotifyService::AcceptPulse(const _pulse& pulse) {
   switch (pulse.code) {
     case PULSE_TICK:
       Tick();
@@ -246,7 +246,7 @@ void NotifyService::Tick() {
 
 void NotifyService::ReportLosses(steady_clock::time_point now) {
   std::ostringstream line;
-  for (const loss_t& loss : exchange_.TakeLosses()) {
+  for (const loss_t& loss : exchange_.DrainLosses()) {
     line << (line.tellp() > 0 ? ", " : "notify: messages lost by clients that read too slowly: ")
          << loss.messages << " by client " << loss.client << " (process " << loss.process << ")";
   }

@@ -40,13 +40,13 @@ class RequestHandler {
       : exchange_(exchange), onPublish_(std::move(onPublish)) {}
 
   // A request as it was received: the client may have sent more bytes (`sentBytes`) than fit into `bytes`.
-  struct request_t {
+  struct received_request_t {
     std::span<const std::uint8_t> bytes;
     std::size_t sentBytes;
     int connection;
   };
   // Carries out a request and writes the reply. Returns the size of the reply.
-  std::size_t Answer(const request_t& request, std::span<std::uint8_t, NM_MESSAGE_SIZE> reply);
+  std::size_t Answer(const received_request_t& request, std::span<std::uint8_t, NM_MESSAGE_SIZE> reply);
 
   std::uint64_t Refused(refusal_t refusal) const { return refused_[static_cast<std::size_t>(refusal)]; }
   std::uint64_t Cut() const { return cut_; }
@@ -60,21 +60,21 @@ class RequestHandler {
     int connection;
     std::span<const std::uint8_t> payload;
   };
-  struct result_t {
+  struct reply_values_t {
     std::int32_t channel = -1;
     std::int32_t length = 0;
     std::int32_t client = -1;
     message_t message{};  // of a fetch
   };
-  using operation_t = refusal_t (RequestHandler::*)(const parsed_t&, result_t&);
-  static const std::array<operation_t, NM_FETCH + 1> OPERATIONS;
+  using request_operation_t = refusal_t (RequestHandler::*)(const parsed_t&, reply_values_t&);
+  static const std::array<request_operation_t, NM_FETCH + 1> OPERATIONS;
 
-  refusal_t Carry(const request_t& request, parsed_t& parsed, result_t& result);
-  refusal_t Connect(const parsed_t& request, result_t& result);
-  refusal_t Register(const parsed_t& request, result_t& result);
-  refusal_t Subscribe(const parsed_t& request, result_t& result);
-  refusal_t Send(const parsed_t& request, result_t& result);
-  refusal_t Fetch(const parsed_t& request, result_t& result);
+  refusal_t Carry(const received_request_t& request, parsed_t& parsed, reply_values_t& result);
+  refusal_t Connect(const parsed_t& request, reply_values_t& result);
+  refusal_t Register(const parsed_t& request, reply_values_t& result);
+  refusal_t Subscribe(const parsed_t& request, reply_values_t& result);
+  refusal_t Send(const parsed_t& request, reply_values_t& result);
+  refusal_t Fetch(const parsed_t& request, reply_values_t& result);
 
   Exchange& exchange_;
   observer_t onPublish_;

@@ -8,7 +8,7 @@ namespace unit {
 
 using nlohmann::json;
 
-void HealthBook::Take(const std::string& message, time_t now) {
+void HealthBook::Accept(const std::string& message, time_t now) {
   const json parsed = json::parse(message, nullptr, false);
   if (!parsed.is_object() || !parsed.contains("name") || !parsed["name"].is_string()) return;
   if (!parsed.contains("up") || !parsed["up"].is_boolean()) return;

@@ -23,7 +23,7 @@ class HealthBook {
   };
 
   // Takes a message of the health channel. Ignores one that is not an object with a name and a state.
-  void Take(const std::string& message, time_t now);
+  void Accept(const std::string& message, time_t now);
   // A `problem` that is not empty makes the whole report not up. A service without a report for SILENT_AFTER is
   // "silent".
   report_t Report(const std::string& problem, time_t now) const;

@@ -32,8 +32,8 @@ class PanelWorker {
         subscriber_(
             {SCREEN_CHANGES_CHANNEL_NAME, BOARD_CHANNEL_NAME, BUS_CHANNEL_NAME, HEALTH_CHANNEL_NAME,
              DATABASE_CHANNEL_NAME},
-            [this](std::size_t channel, auto payload) { Take(channel, payload); },
-            [this] { state_.TakeReconnect(); }),
+            [this](std::size_t channel, auto payload) { Accept(channel, payload); },
+            [this] { state_.AcceptReconnect(); }),
         pace_([this] { Pace(); }) {}
   ~PanelWorker() {
     stopping_ = true;
@@ -51,19 +51,19 @@ class PanelWorker {
   }
 
  private:
-  void Take(std::size_t channel, std::span<const std::uint8_t> payload) {
+  void Accept(std::size_t channel, std::span<const std::uint8_t> payload) {
     const std::string text(payload.begin(), payload.end());
     switch (channel) {
       case 0:
-        return state_.TakeScreen(text);
+        return state_.AcceptScreen(text);
       case 1:
-        return state_.TakeBoard(text);
+        return state_.AcceptBoard(text);
       case 2:
-        return state_.TakeBus(text);
+        return state_.AcceptBus(text);
       case 3:
-        return state_.TakeHealth(text, steady_clock::now());
+        return state_.AcceptHealth(text, steady_clock::now());
       default:
-        return state_.TakeDatabase(payload);
+        return state_.AcceptDatabase(payload);
     }
   }
 

@@ -28,7 +28,7 @@ std::string ObjectOf(const std::string& message) {
 }
 
 // 0 when there is no such number.
-std::uint64_t NumberOf(const json& object, const char* name) {
+std::uint64_t NumberMember(const json& object, const char* name) {
   const json value = object.value(name, json());
   return value.is_number_unsigned() ? value.get<std::uint64_t>() : 0;
 }
@@ -42,7 +42,7 @@ json FiniteOrNull(const std::optional<double>& value) {
 PanelState::PanelState(StreamHub& hub, std::vector<parameter_t> parameters)
     : hub_(hub), parameters_(std::move(parameters)) {}
 
-void PanelState::TakeBoard(const std::string& message) {
+void PanelState::AcceptBoard(const std::string& message) {
   const std::string board = ObjectOf(message);
   if (board.empty()) return;
   {
@@ -53,7 +53,7 @@ void PanelState::TakeBoard(const std::string& message) {
   hub_.Broadcast("board", board);
 }
 
-void PanelState::TakeBus(const std::string& message) {
+void PanelState::AcceptBus(const std::string& message) {
   const std::string bus = ObjectOf(message);
   if (bus.empty()) return;
   {
@@ -63,12 +63,12 @@ void PanelState::TakeBus(const std::string& message) {
   hub_.Broadcast("bus", bus);
 }
 
-void PanelState::TakeScreen(const std::string& change) {
+void PanelState::AcceptScreen(const std::string& change) {
   const json parsed = json::parse(change, nullptr, false);
   if (!parsed.is_object()) return;
   const bool follows =
-      NumberOf(parsed, "previous") == screenRevision_ && parsed.value("page", json()) == json(false);
-  screenRevision_ = NumberOf(parsed, "revision");
+      NumberMember(parsed, "previous") == screenRevision_ && parsed.value("page", json()) == json(false);
+  screenRevision_ = NumberMember(parsed, "revision");
   if (follows) {
     hub_.Broadcast("change", base::DumpJson(parsed));
   } else {
@@ -76,7 +76,7 @@ void PanelState::TakeScreen(const std::string& change) {
   }
 }
 
-void PanelState::TakeReconnect() {
+void PanelState::AcceptReconnect() {
   screenRevision_ = 0;
   BroadcastScreen();
 }
@@ -86,7 +86,7 @@ void PanelState::BroadcastScreen() {
   if (hub_.Count() > 0 && AskScreen(SCREEN_REQUEST_STATE, state)) hub_.Broadcast("screen", state);
 }
 
-void PanelState::TakeDatabase(std::span<const std::uint8_t> message) {
+void PanelState::AcceptDatabase(std::span<const std::uint8_t> message) {
   const std::optional<database_change_t> change = ReadDatabaseChange(message);
   if (!change) return;
   const std::lock_guard lock(mutex_);

@@ -23,14 +23,14 @@ class PanelState {
 
   PanelState(StreamHub& hub, std::vector<parameter_t> parameters);
 
-  void TakeBoard(const std::string& message);
-  void TakeBus(const std::string& message);
-  void TakeHealth(const std::string& message, time_t now) { health_.Take(message, now); }
-  void TakeScreen(const std::string& change);
-  void TakeDatabase(std::span<const std::uint8_t> message);
+  void AcceptBoard(const std::string& message);
+  void AcceptBus(const std::string& message);
+  void AcceptHealth(const std::string& message, time_t now) { health_.Accept(message, now); }
+  void AcceptScreen(const std::string& change);
+  void AcceptDatabase(std::span<const std::uint8_t> message);
   // The subscriptions were made again: messages may have been missed, so that the streams need the whole
   // screen.
-  void TakeReconnect();
+  void AcceptReconnect();
 
   // Sends changed parameters to the streams ten times a second. Once a second, sends the health and reads all
   // parameters, since some parameters and most changes of validity are not published.

@@ -17,23 +17,24 @@ namespace {
 
 constexpr std::chrono::milliseconds WATCH_PERIOD{200};
 
-enum class kind_t { EVENT, ACTION };
+enum class notice_kind_t { EVENT, ACTION };
 
 struct notice_t {
-  kind_t kind;
+  notice_kind_t kind;
   std::uint32_t number;
 };
 using notices_t = std::map<std::string, notice_t>;  // by name
 
 notices_t CollectNotices(const screen_names_t& names) {
   notices_t notices;
-  for (const auto& [number, name] : names.events) notices.emplace(name, notice_t{kind_t::EVENT, number});
-  for (const auto& [name, number] : names.actions) notices.emplace(name, notice_t{kind_t::ACTION, number});
+  for (const auto& [number, name] : names.events) notices.emplace(name, notice_t{notice_kind_t::EVENT, number});
+  for (const auto& [name, number] : names.actions)
+    notices.emplace(name, notice_t{notice_kind_t::ACTION, number});
   return notices;
 }
 
-const char* KindName(kind_t kind) {
-  return kind == kind_t::EVENT ? "event " : "action";
+const char* KindName(notice_kind_t kind) {
+  return kind == notice_kind_t::EVENT ? "event " : "action";
 }
 
 int ReportNoManager() {
@@ -44,7 +45,7 @@ int ReportNoManager() {
 
 // The event or action that has this name or, alone, begins with it; prints an error when there is none or more
 // than one.
-notices_t::const_iterator Complete(const notices_t& notices, const std::string& name) {
+notices_t::const_iterator CompleteNotice(const notices_t& notices, const std::string& name) {
   std::vector<std::string> all;
   for (const auto& entry : notices) all.push_back(entry.first);
   const auto candidates = FindCandidates(all, name);
@@ -56,12 +57,12 @@ notices_t::const_iterator Complete(const notices_t& notices, const std::string& 
 
 bool Publish(const screen_names_t& names, const notice_t& notice) {
   NotifyLink link;
-  if (notice.kind == kind_t::EVENT) {
+  if (notice.kind == notice_kind_t::EVENT) {
     std::array<std::uint8_t, 4> message{};
     platform::StoreLe32(message, 0, notice.number);
     return link.Publish(names.eventChannel.c_str(), message);
   }
-  const int channel = link.NumberOf(names.actionChannel.c_str());
+  const int channel = link.RegisterChannel(names.actionChannel.c_str());
   if (channel < 0) return false;
   return link.Publish(names.actionChannel.c_str(), ActionMessage(channel, notice.number));
 }
@@ -75,8 +76,8 @@ class NoticePrinter {
     }
   }
 
-  void Take(kind_t kind, std::span<const std::uint8_t> payload) {
-    const std::size_t numberAt = kind == kind_t::EVENT ? 0 : 4;
+  void Accept(notice_kind_t kind, std::span<const std::uint8_t> payload) {
+    const std::size_t numberAt = kind == notice_kind_t::EVENT ? 0 : 4;
     if (payload.size() != numberAt + 4) return;
     const std::uint32_t number = platform::LoadLe32(payload, numberAt);
     const auto& known = names_[static_cast<std::size_t>(kind)];
@@ -86,8 +87,8 @@ class NoticePrinter {
   }
 
  private:
-  bool IsRoutine(kind_t kind, const std::string& name) {
-    if (kind == kind_t::EVENT) return name.ends_with("HeartbeatEvent");
+  bool IsRoutine(notice_kind_t kind, const std::string& name) {
+    if (kind == notice_kind_t::EVENT) return name.ends_with("HeartbeatEvent");
     const bool repeated = name == lastAction_ && name.starts_with("Page.");
     lastAction_ = name;
     return repeated;
@@ -101,7 +102,7 @@ class NoticePrinter {
 }  // namespace
 
 int ListEvents(const std::string& genericFile, const std::string& prefix) {
-  for (const auto& [name, notice] : CollectNotices(LoadScreenNames(genericFile))) {
+  for (const auto& [name, notice] : CollectNotices(ReadScreenNames(genericFile))) {
     if (name.starts_with(prefix)) std::cout << KindName(notice.kind) << ' ' << name << '\n';
   }
   return 0;
@@ -110,13 +111,13 @@ int ListEvents(const std::string& genericFile, const std::string& prefix) {
 bool PublishEvent(const screen_names_t& names, const std::string& name) {
   const notices_t notices = CollectNotices(names);
   const auto found = notices.find(name);
-  return found != notices.end() && found->second.kind == kind_t::EVENT && Publish(names, found->second);
+  return found != notices.end() && found->second.kind == notice_kind_t::EVENT && Publish(names, found->second);
 }
 
-int PostEvent(const std::string& genericFile, const std::string& name) {
-  const screen_names_t names = LoadScreenNames(genericFile);
+int PostNotice(const std::string& genericFile, const std::string& name) {
+  const screen_names_t names = ReadScreenNames(genericFile);
   const notices_t notices = CollectNotices(names);
-  const auto found = Complete(notices, name);
+  const auto found = CompleteNotice(notices, name);
   if (found == notices.end()) return 1;
   if (!Publish(names, found->second)) return ReportNoManager();
   std::cout << KindName(found->second.kind) << ' ' << found->first << '\n';
@@ -125,13 +126,13 @@ int PostEvent(const std::string& genericFile, const std::string& name) {
 
 int WatchEvents(const std::string& genericFile, bool all,
                 const std::function<bool(std::chrono::milliseconds)>& pause) {
-  const screen_names_t names = LoadScreenNames(genericFile);
+  const screen_names_t names = ReadScreenNames(genericFile);
   if (!ConnectToManager()) return ReportNoManager();
   NoticePrinter printer(names, all);
   const Subscriber subscriber(
       {names.eventChannel, names.actionChannel},
       [&printer](std::size_t channel, std::span<const std::uint8_t> payload) {
-        printer.Take(channel == 0 ? kind_t::EVENT : kind_t::ACTION, payload);
+        printer.Accept(channel == 0 ? notice_kind_t::EVENT : notice_kind_t::ACTION, payload);
       },
       [] { std::cerr << "unit events: watching; Ctrl-C ends it." << std::endl; });
   while (pause(WATCH_PERIOD)) {

@@ -20,7 +20,7 @@ int ListEvents(const std::string& genericFile, const std::string& prefix);
 bool PublishEvent(const screen_names_t& names, const std::string& name);
 
 // Publishes an event as the application would, or an action as the screen service would.
-int PostEvent(const std::string& genericFile, const std::string& name);
+int PostNotice(const std::string& genericFile, const std::string& name);
 
 // Prints events and actions as they are published, until `pause`, which waits for the given time, returns
 // false. Leaves out heartbeats and the repetitions of the page's action unless `all` is set.

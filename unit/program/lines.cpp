@@ -24,7 +24,7 @@ LinePump::~LinePump() {
   close(wake_[1]);  // makes the other end readable
   thread_.join();
   close(wake_[0]);
-  for (const source_t& source : sources_) close(source.descriptor);
+  for (const line_source_t& source : sources_) close(source.descriptor);
 }
 
 void LinePump::Add(int descriptor, const std::string& name, std::FILE* to, std::shared_ptr<LineWatch> watch) {
@@ -41,7 +41,7 @@ void LinePump::Wait() {
   std::vector<pollfd> polled = {{wake_[0], POLLIN, 0}};
   {
     const std::lock_guard lock(mutex_);
-    for (const source_t& source : sources_) polled.push_back({source.descriptor, POLLIN, 0});
+    for (const line_source_t& source : sources_) polled.push_back({source.descriptor, POLLIN, 0});
   }
   poll(polled.data(), polled.size(), -1);
   std::array<char, 64> wakes{};
@@ -54,13 +54,13 @@ void LinePump::Run() {
     Wait();
     const std::lock_guard lock(mutex_);
     last = stopping_;
-    for (source_t& source : sources_) Read(source);
-    sources_.remove_if([](const source_t& source) { return source.ended; });
+    for (line_source_t& source : sources_) Read(source);
+    sources_.remove_if([](const line_source_t& source) { return source.ended; });
     static_cast<void>(std::fflush(stdout));
   }
 }
 
-void LinePump::Read(source_t& source) {
+void LinePump::Read(line_source_t& source) {
   std::array<char, 4096> bytes;
   ssize_t got = 0;
   while ((got = read(source.descriptor, bytes.data(), bytes.size())) > 0) {
@@ -74,7 +74,7 @@ void LinePump::Read(source_t& source) {
 }
 
 // Writes the line in one call: pieces of two programs' lines must not mix.
-void LinePump::Show(const source_t& source, const std::string& line) {
+void LinePump::Show(const line_source_t& source, const std::string& line) {
   log_.WriteStamped(source.name, line);
   if (source.watch) source.watch->Note(line);
   const std::string text = source.name + " | " + line + "\n";

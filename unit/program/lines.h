@@ -46,7 +46,7 @@ class LinePump {
   void Add(int descriptor, const std::string& name, std::FILE* to, std::shared_ptr<LineWatch> watch = {});
 
  private:
-  struct source_t {
+  struct line_source_t {
     int descriptor;
     std::string name;
     std::FILE* to;
@@ -57,13 +57,13 @@ class LinePump {
 
   void Run();
   void Wait();
-  void Read(source_t& source);
-  void Show(const source_t& source, const std::string& line);
+  void Read(line_source_t& source);
+  void Show(const line_source_t& source, const std::string& line);
 
   RollingLog& log_;
   std::array<int, 2> wake_{-1, -1};
   std::mutex mutex_;  // guards the two below
-  std::list<source_t> sources_;
+  std::list<line_source_t> sources_;
   bool stopping_ = false;
   std::thread thread_;
 };

@@ -187,7 +187,7 @@ void AddEvents(CLI::App& app, event_arguments_t& arguments, int& result) {
   CLI::App* post =
       events->add_subcommand("post", "Post an event or an action; a unique prefix of its name is enough");
   post->add_option("NAME", arguments.name)->required();
-  post->callback([&, generic] { result = unit::PostEvent(generic(), arguments.name); });
+  post->callback([&, generic] { result = unit::PostNotice(generic(), arguments.name); });
   CLI::App* watch =
       events->add_subcommand("watch", "Print events and actions as they are posted, until Ctrl-C");
   watch->add_flag("--all", arguments.all, "Print heartbeats and repetitions too");

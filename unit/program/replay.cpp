@@ -41,7 +41,7 @@ bool HasFile(const archive_t& bundle, const char* name) {
   return found != bundle.end() && !found->second.empty();
 }
 
-void Require(const archive_t& bundle, const char* name, const char* what) {
+void RequireFile(const archive_t& bundle, const char* name, const char* what) {
   if (HasFile(bundle, name)) return;
   throw std::runtime_error(std::string("the bundle has no ") + what + " (" + name + ")");
 }
@@ -67,7 +67,7 @@ std::string CompareAtTheEnd(const std::string& recorded) {
 // The application leaves its splash page at some time within a second after it first hears the host, and until
 // then refuses the pages that the host selects. The log therefore begins only after the splash page: else
 // chance would decide which of its first pages are shown.
-bool LeaveSplashPage(const screen_names_t& names) {
+bool SkipSplashPage(const screen_names_t& names) {
   std::string shown;
   if (!AskScreen(SCREEN_REQUEST_STATE, shown)) return false;
   if (nlohmann::json::parse(shown).value("page", "") != "Splash") return true;
@@ -81,7 +81,7 @@ void SetPlan(run_plan_t& plan, const archive_t& bundle, const fs::path& folder) 
   plan.options.genericFile = plan.options.configDirectory + "/generic.xml";
   plan.playFile = folder / BUNDLE_BUS;
   if (HasFile(bundle, BUNDLE_KEYS)) plan.keysFile = folder / BUNDLE_KEYS;
-  plan.hostMayStart = [names = LoadScreenNames(plan.options.genericFile)] { return LeaveSplashPage(names); };
+  plan.hostMayStart = [names = ReadScreenNames(plan.options.genericFile)] { return SkipSplashPage(names); };
 }
 
 }  // namespace
@@ -89,9 +89,9 @@ void SetPlan(run_plan_t& plan, const archive_t& bundle, const fs::path& folder) 
 int Replay(const replay_options_t& options, run_plan_t plan) {
   try {
     const archive_t bundle = ReadArchive(options.file);
-    Require(bundle, BUNDLE_BUS, "log of the bus");
-    Require(bundle, "config/generic.xml", "configuration");
-    if (options.check) Require(bundle, BUNDLE_SCREEN, "state of the screen");
+    RequireFile(bundle, BUNDLE_BUS, "log of the bus");
+    RequireFile(bundle, "config/generic.xml", "configuration");
+    if (options.check) RequireFile(bundle, BUNDLE_SCREEN, "state of the screen");
     const fs::path folder = fs::path(platform::RuntimeDirectory()) / "replay";
     Unpack(bundle, folder);
     std::cout << "unit replay: " << DescribeBundle(bundle) << std::endl;

@@ -48,7 +48,7 @@ class UnitRun {
 
   void Start();
   void WaitForTheEnd();
-  std::string TakeSnapshot() const;
+  std::string WriteLastPicture() const;
   void StopAll();
 
  private:
@@ -192,9 +192,9 @@ void UnitRun::RestartOrvikIfCutOff(ManagerWatch& manager) {
   }
 }
 
-std::string UnitRun::TakeSnapshot() const {
+std::string UnitRun::WriteLastPicture() const {
   if (plan_.snapshotFile.empty()) return {};
-  std::string problem = SaveSnapshot(plan_.snapshotFile);
+  std::string problem = WriteSnapshot(plan_.snapshotFile);
   if (problem.empty()) std::cout << "unit: picture written to " << plan_.snapshotFile << std::endl;
   return problem;
 }
@@ -225,7 +225,7 @@ std::string RunToTheEnd(UnitRun& run, const run_plan_t& plan) {
   try {
     run.Start();
     run.WaitForTheEnd();
-    if (const std::string problem = run.TakeSnapshot(); !problem.empty()) return "no picture: " + problem;
+    if (const std::string problem = run.WriteLastPicture(); !problem.empty()) return "no picture: " + problem;
     return plan.atEnd ? plan.atEnd() : "";
   } catch (const stop_request_t&) {
     return {};

@@ -38,7 +38,7 @@ void Supervisor::Step() {
 
 void Supervisor::CheckChild(run_t& run) {
   if (const auto ending = run.child->TryReap()) {
-    TakeEnding(run, *ending);
+    AcceptEnding(run, *ending);
   } else if (!run.up) {
     Note(run, true, "process " + std::to_string(run.child->Process()));
   }
@@ -53,7 +53,7 @@ void Supervisor::LaunchAgain(run_t& run, time_t now) {
   }
 }
 
-void Supervisor::TakeEnding(run_t& run, const ending_t& ending) {
+void Supervisor::AcceptEnding(run_t& run, const ending_t& ending) {
   const steady_clock::time_point now = steady_clock::now();
   ForgetChild(run);
   if (ending.IsSuccess()) {

@@ -68,7 +68,7 @@ class Supervisor {
   void Launch(run_t& run);
   void LaunchAgain(run_t& run, time_t now);
   void CheckChild(run_t& run);
-  void TakeEnding(run_t& run, const ending_t& ending);
+  void AcceptEnding(run_t& run, const ending_t& ending);
   static void ForgetChild(run_t& run);
   static bool WaitForEnd(run_t& run, std::chrono::milliseconds time);
   static void EndChild(run_t& run);

@@ -112,7 +112,7 @@ void ScreenPainter::Run() {
 
 void ScreenPainter::Step(int width, int height) {
   look_ = clock_t::now();
-  source_t source;
+  picture_input_t source;
   if (!AskScreen(SCREEN_REQUEST_SVG, source.svg)) return Lose(source.svg);
   FollowLanguage(source.svg);
   source.style = FlashStyle(source.svg, Milliseconds(look_));
@@ -130,7 +130,7 @@ void ScreenPainter::FollowLanguage(const std::string& svg) {
 }
 
 // The picture is current as of the request, not as of the end of the drawing.
-void ScreenPainter::Draw(source_t source) {
+void ScreenPainter::Draw(picture_input_t source) {
   shared_pixels_t picture;
   if (source != drawn_) {
     try {

@@ -50,24 +50,24 @@ class ScreenPainter {
 
  private:
   // All that a picture depends on.
-  struct source_t {
+  struct picture_input_t {
     std::string svg, style;
     int width = 0, height = 0;
 
-    bool operator==(const source_t&) const = default;
+    bool operator==(const picture_input_t&) const = default;
   };
 
   void Wake();
   void Run();
   void Step(int width, int height);
   void FollowLanguage(const std::string& svg);
-  void Draw(source_t source);
+  void Draw(picture_input_t source);
   void Lose(const std::string& problem);
   clock_t::time_point NextLook() const;
 
   const word_catalogue_t words_;
   double language_ = 0;       // of the thread: of the last document
-  source_t drawn_;            // of the thread
+  picture_input_t drawn_;     // of the thread
   clock_t::time_point look_;  // of the thread: time of the last request
 
   mutable std::mutex mutex_;  // guards all down to stopping_

@@ -108,14 +108,14 @@ SdlWindow::SdlWindow(bool fullscreen) : fullscreen_(fullscreen), library_(), vid
 
 SdlWindow::~SdlWindow() = default;
 
-bool SdlWindow::TakeEvents() {
+bool SdlWindow::DrainEvents() {
   bool end = false;
   SDL_Event event;
-  while (SDL_PollEvent(&event) != 0) end = Take(event) || end;
+  while (SDL_PollEvent(&event) != 0) end = Accept(event) || end;
   return end;
 }
 
-bool SdlWindow::Take(const SDL_Event& event) {
+bool SdlWindow::Accept(const SDL_Event& event) {
   switch (event.type) {
     case SDL_QUIT:
       return true;
@@ -129,7 +129,7 @@ bool SdlWindow::Take(const SDL_Event& event) {
       shown_.reset();
       break;
     case SDL_KEYDOWN:
-      return TakeKey(event.key);
+      return AcceptKey(event.key);
     case SDL_KEYUP:
       fingers_ &= ~FingerOf(event.key.keysym.scancode);
       break;
@@ -141,7 +141,7 @@ bool SdlWindow::Take(const SDL_Event& event) {
 
 // On a console without a desktop only the window receives Ctrl-C, and it is the only way to end the program
 // there.
-bool SdlWindow::TakeKey(const SDL_KeyboardEvent& key) {
+bool SdlWindow::AcceptKey(const SDL_KeyboardEvent& key) {
   const unsigned modifiers = key.keysym.mod;
   if (key.repeat != 0) return false;
   if ((modifiers & (KMOD_CTRL | KMOD_ALT | KMOD_GUI)) != 0) {

@@ -46,7 +46,7 @@ class SdlWindow {
 
   // Handles the events since the last call. True when the user ends the program: closes the window, presses
   // Ctrl-C, or Escape in a window that does not fill the display.
-  bool TakeEvents();
+  bool DrainEvents();
   // The front keys that are held by the digits 1 to 8 of the keyboard or of its keypad; bit n-1 for key n. None
   // while the window has no keyboard focus.
   std::uint32_t KeysHeld() const;
@@ -65,8 +65,8 @@ class SdlWindow {
     void operator()(SDL_Texture* texture) const;
   };
 
-  bool Take(const SDL_Event& event);
-  bool TakeKey(const SDL_KeyboardEvent& key);
+  bool Accept(const SDL_Event& event);
+  bool AcceptKey(const SDL_KeyboardEvent& key);
   void Upload(const std::shared_ptr<const pixels_t>& picture);
 
   struct library_t {  // releases what SDL holds beside its parts

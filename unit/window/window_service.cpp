@@ -45,9 +45,9 @@ class BoardLink {
 };
 
 // The screen service refuses to start with a catalogue that has mistakes; here they are no reason to stay dark.
-word_catalogue_t ReadWords(const options_t& options) {
+word_catalogue_t ReadWindowWords(const options_t& options) {
   std::vector<std::string> problems;
-  return LoadWords(std::filesystem::path(options.configDirectory) / "words", problems);
+  return ReadWords(std::filesystem::path(options.configDirectory) / "words", problems);
 }
 
 // One thread opens the window and serves it every 10 ms; the painter draws on another.
@@ -55,7 +55,10 @@ class WindowWorker {
  public:
   // Returns when the window is open; throws std::runtime_error with the problem and what to do about it.
   WindowWorker(const options_t& options, std::function<void()> end)
-      : options_(options), end_(std::move(end)), painter_(ReadWords(options)), thread_([this] { Run(); }) {
+      : options_(options),
+        end_(std::move(end)),
+        painter_(ReadWindowWords(options)),
+        thread_([this] { Run(); }) {
     try {
       opened_.get_future().get();
     } catch (...) {
@@ -118,7 +121,7 @@ class WindowWorker {
   void Step(SdlWindow& window, BoardLink& link, std::optional<SdlSpeaker>& speaker, SoundFollower& beeper) {
     const auto now = steady_clock::now();
     platform::board_state_t* board = link.Get(now);
-    if (window.TakeEvents()) end_();
+    if (window.DrainEvents()) end_();
     Hold(board, window.KeysHeld());
     const board_view_t view = board != nullptr ? ViewBoard(*board) : board_view_t{};
     if (speaker) Sound(*speaker, beeper.Follow(view.sounding, view.pulses, now), now);

@@ -8,8 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/linux/descriptor.h"
 #include "platform/linux/memory/shared_object.h"
+#include "platform/linux/unshared_descriptor.h"
 #include "platform/shared_memory.h"
 
 namespace platform {
@@ -39,8 +39,8 @@ board_state_t* Map(int object) {
 }
 
 board_state_t* CreateBoard() {
-  const Descriptor object =
-      Descriptor::Adopt(OpenSharedObject(BOARD_OBJECT_NAME, O_RDWR | O_CREAT | O_EXCL, 0600));
+  const UnsharedDescriptor object =
+      UnsharedDescriptor::Adopt(OpenSharedObject(BOARD_OBJECT_NAME, O_RDWR | O_CREAT | O_EXCL, 0600));
   if (!object || ftruncate(object.Get(), sizeof(board_state_t)) != 0) return nullptr;
   board_state_t* const board = Map(object.Get());
   if (board == nullptr) return nullptr;
@@ -56,7 +56,7 @@ bool IsWholeBoard(int object) {
 }
 
 board_state_t* OpenBoard() {
-  const Descriptor object = Descriptor::Adopt(OpenSharedObject(BOARD_OBJECT_NAME, O_RDWR, 0));
+  const UnsharedDescriptor object = UnsharedDescriptor::Adopt(OpenSharedObject(BOARD_OBJECT_NAME, O_RDWR, 0));
   if (!object || !IsWholeBoard(object.Get())) return nullptr;
   board_state_t* const board = Map(object.Get());
   if (board == nullptr || board->magic.load(std::memory_order_acquire) == BOARD_MAGIC) return board;

@@ -26,8 +26,8 @@ pid_t PeerProcess(int socket) {
   return getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) == 0 ? credentials.pid : 0;
 }
 
-Descriptor OpenReserve() {
-  return Descriptor::Make([] { return open("/dev/null", O_RDONLY | O_CLOEXEC); });
+UnsharedDescriptor OpenReserve() {
+  return UnsharedDescriptor::Make([] { return open("/dev/null", O_RDONLY | O_CLOEXEC); });
 }
 
 _pulse MakePulse(int code, int value, int scoid) {
@@ -54,8 +54,8 @@ int AcceptMessage(incoming_t& incoming, const request_header_t& header) {
 bool Channel::Open() {
   listener_ = ListenOnChannelSocket(chid_, path_);
   if (!listener_) return false;
-  events_ = Descriptor::Make([] { return epoll_create1(EPOLL_CLOEXEC); });
-  wake_ = Descriptor::Make([] { return eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK); });
+  events_ = UnsharedDescriptor::Make([] { return epoll_create1(EPOLL_CLOEXEC); });
+  wake_ = UnsharedDescriptor::Make([] { return eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK); });
   reserve_ = OpenReserve();
   if (events_ && wake_ && Watch(wake_.Get(), EPOLLIN, &wake_) && Watch(listener_.Get(), EPOLLIN, &listener_)) {
     return true;
@@ -123,7 +123,7 @@ void Channel::AcceptAll() {
 
 bool Channel::AcceptOne() {
   auto incoming = std::make_shared<incoming_t>();
-  incoming->socket = Descriptor::Make(
+  incoming->socket = UnsharedDescriptor::Make(
       [this] { return accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK); });
   if (!incoming->socket) return errno == EINTR || errno == ECONNABORTED;
   const int socket = incoming->socket.Get();
@@ -141,7 +141,7 @@ bool Channel::AcceptOne() {
 // Closes one waiting client, which would otherwise wait in the listening queue until a descriptor is free.
 void Channel::RefuseOne() {
   reserve_.Close();
-  Descriptor::Make([this] { return accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC); });
+  UnsharedDescriptor::Make([this] { return accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC); });
   reserve_ = OpenReserve();
 }
 

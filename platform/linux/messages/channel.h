@@ -16,8 +16,8 @@
 #include <unordered_map>
 #include <utility>
 
-#include "platform/linux/descriptor.h"
 #include "platform/linux/messages/packet.h"
+#include "platform/linux/unshared_descriptor.h"
 #include "platform/messages.h"
 
 namespace platform {
@@ -30,7 +30,7 @@ struct channel_client_t {
 
 // One socket of a client.
 struct incoming_t {
-  Descriptor socket;
+  UnsharedDescriptor socket;
   pid_t pid = 0;
   std::uint32_t slot = 0;                   // index into the table of receive ids
   std::uint32_t generation = 0;             // counts messages; makes receive ids unique
@@ -84,12 +84,13 @@ class Channel {
   const unsigned flags_;
   std::string path_;
   std::atomic<bool> closed_ = false;
-  Descriptor wake_;  // readable once the channel is closed
+  UnsharedDescriptor wake_;  // readable once the channel is closed
   std::mutex receiving_;
   // Guarded by receiving_:
-  Descriptor listener_;
-  Descriptor events_;
-  Descriptor reserve_;  // closed for a moment to refuse a client when the process has no descriptor left
+  UnsharedDescriptor listener_;
+  UnsharedDescriptor events_;
+  UnsharedDescriptor
+      reserve_;  // closed for a moment to refuse a client when the process has no descriptor left
   std::unordered_map<incoming_t*, std::shared_ptr<incoming_t>> incoming_;
   std::map<std::pair<pid_t, int>, channel_client_t> clients_;
   std::deque<_pulse> systemPulses_;

@@ -37,7 +37,7 @@ struct send_tables_t {
 };
 
 send_tables_t*& TablesPointer();
-send_tables_t& Tables() {
+send_tables_t& SendingTables() {
   return *TablesPointer();
 }
 
@@ -59,7 +59,7 @@ class ThreadSockets {
     std::erase_if(sockets_, [](const auto& old) { return old->IsClosed(); });
     sockets_.push_back(std::move(socket));
   }
-  std::vector<std::shared_ptr<Outgoing>> TakeAll() { return std::exchange(sockets_, {}); }
+  std::vector<std::shared_ptr<Outgoing>> DrainSockets() { return std::exchange(sockets_, {}); }
 
  private:
   std::vector<std::shared_ptr<Outgoing>> sockets_;
@@ -71,7 +71,7 @@ thread_local bool threadHasEnded = false;
 
 ThreadSockets::~ThreadSockets() {
   threadHasEnded = true;
-  send_tables_t& tables = Tables();
+  send_tables_t& tables = SendingTables();
   const std::lock_guard guard(tables.mutex);
   for (const auto& socket : sockets_) {
     const auto found = tables.connections.find(socket->Coid());
@@ -88,7 +88,7 @@ void ResetInChild() {
     std::vector<std::shared_ptr<Outgoing>> sockets;
   };
   static std::vector<parent_t>& ofParents = *new std::vector<parent_t>;
-  ofParents.push_back({TablesPointer(), threadSockets.TakeAll()});
+  ofParents.push_back({TablesPointer(), threadSockets.DrainSockets()});
   TablesPointer() = new send_tables_t;
 }
 
@@ -106,14 +106,14 @@ int FailWith(int error) {
 }
 
 std::shared_ptr<Receiver> FindReceiver(int coid) {
-  send_tables_t& tables = Tables();
+  send_tables_t& tables = SendingTables();
   const std::lock_guard guard(tables.mutex);
   const auto found = tables.connections.find(coid);
   return found != tables.connections.end() ? found->second.receiver : nullptr;
 }
 
 std::shared_ptr<Outgoing> FindAnchor(int coid) {
-  send_tables_t& tables = Tables();
+  send_tables_t& tables = SendingTables();
   const std::lock_guard guard(tables.mutex);
   const auto found = tables.connections.find(coid);
   return found != tables.connections.end() ? found->second.anchor : nullptr;
@@ -121,9 +121,9 @@ std::shared_ptr<Outgoing> FindAnchor(int coid) {
 
 // Connects to the receiver's channel. A full listening queue is tried again while the receiver lives, if `mode`
 // allows waiting. No descriptor with errno.
-Descriptor ConnectToReceiver(const Receiver& receiver, connect_t mode) {
+UnsharedDescriptor ConnectToReceiver(const Receiver& receiver, connect_t mode) {
   for (;;) {
-    Descriptor socket = ConnectToChannelSocket(receiver.Pid(), receiver.Chid(), mode);
+    UnsharedDescriptor socket = ConnectToChannelSocket(receiver.Pid(), receiver.Chid(), mode);
     if (socket || errno != EAGAIN || mode == connect_t::DO_NOT_WAIT) return socket;
     if (!receiver.IsGone()) continue;
     errno = ESRCH;
@@ -134,7 +134,7 @@ Descriptor ConnectToReceiver(const Receiver& receiver, connect_t mode) {
 // Adds the calling thread's new socket to the tables. Null with EBADF when the connection has been closed
 // meanwhile.
 std::shared_ptr<Outgoing> EnterOutgoing(std::shared_ptr<Outgoing> outgoing) {
-  send_tables_t& tables = Tables();
+  send_tables_t& tables = SendingTables();
   const std::lock_guard guard(tables.mutex);
   const auto found = tables.connections.find(outgoing->Coid());
   if (found == tables.connections.end()) {
@@ -155,7 +155,7 @@ std::shared_ptr<Outgoing> OpenOutgoing(int coid, connect_t mode) {
     errno = receiver == nullptr ? EBADF : ESRCH;
     return nullptr;
   }
-  Descriptor socket = ConnectToReceiver(*receiver, mode);
+  UnsharedDescriptor socket = ConnectToReceiver(*receiver, mode);
   if (!socket) return nullptr;
   return EnterOutgoing(std::make_shared<Outgoing>(coid, receiver, std::move(socket)));
 }
@@ -199,7 +199,7 @@ void CloseConnection(connection_t& connection) {
 Receiver::Receiver(pid_t pid, int chid)
     : pid_(pid),
       chid_(chid),
-      process_(Descriptor::Make([pid] { return static_cast<int>(syscall(SYS_pidfd_open, pid, 0)); })) {}
+      process_(UnsharedDescriptor::Make([pid] { return static_cast<int>(syscall(SYS_pidfd_open, pid, 0)); })) {}
 
 bool Receiver::IsProcessGone() const {
   if (!process_) return kill(pid_, 0) != 0 && errno == ESRCH;  // the system has no process descriptors
@@ -290,11 +290,11 @@ void Outgoing::Close() {
 int ConnectAttach(std::uint32_t /*nd*/, pid_t pid, int chid, unsigned index, int /*flags*/) {
   using namespace platform;
   if (pid == 0) pid = getpid();
-  Descriptor socket = ConnectToChannelSocket(pid, chid, connect_t::WAIT);
+  UnsharedDescriptor socket = ConnectToChannelSocket(pid, chid, connect_t::WAIT);
   if (!socket) return -1;
   auto receiver = std::make_shared<Receiver>(pid, chid);
 
-  send_tables_t& tables = Tables();
+  send_tables_t& tables = SendingTables();
   const std::lock_guard guard(tables.mutex);
   const int coid = NewCoid(tables, index);
   if (SendHello(socket.Get(), coid) != 0) return FailWith(ESRCH);
@@ -309,7 +309,7 @@ int ConnectDetach(int coid) {
     DetachClient(coid);
     return 0;
   }
-  send_tables_t& tables = Tables();
+  send_tables_t& tables = SendingTables();
   const std::lock_guard guard(tables.mutex);
   auto entry = tables.connections.extract(coid);
   if (entry.empty()) return FailWith(EBADF);

@@ -8,8 +8,8 @@
 
 #include <sys/types.h>
 
-#include "platform/linux/descriptor.h"
 #include "platform/linux/messages/packet.h"
+#include "platform/linux/unshared_descriptor.h"
 
 namespace platform {
 
@@ -29,13 +29,13 @@ class Receiver {
   const pid_t pid_;
   const int chid_;
   std::atomic<bool> gone_ = false;
-  Descriptor process_;
+  UnsharedDescriptor process_;
 };
 
 // One thread's socket of a connection.
 class Outgoing {
  public:
-  Outgoing(int coid, std::shared_ptr<Receiver> receiver, Descriptor socket)
+  Outgoing(int coid, std::shared_ptr<Receiver> receiver, UnsharedDescriptor socket)
       : coid_(coid), receiver_(std::move(receiver)), socket_(std::move(socket)) {}
 
   // As MsgSend and MsgSendPulse, over this socket.
@@ -56,7 +56,7 @@ class Outgoing {
   const std::shared_ptr<Receiver> receiver_;
   std::atomic<bool> closed_ = false;
   std::mutex use_;  // guards the rest; held during a round trip
-  Descriptor socket_;
+  UnsharedDescriptor socket_;
   std::uint32_t sequence_ = 0;
 };
 

@@ -30,12 +30,12 @@ struct attached_names_t {
 
 void RemoveNameFiles();
 
-attached_names_t& Names() {
+attached_names_t& AttachedNames() {
   return TablesOfThisProcess<attached_names_t, RemoveNameFiles>();
 }
 
 void RemoveNameFiles() {
-  attached_names_t& names = Names();
+  attached_names_t& names = AttachedNames();
   const std::lock_guard guard(names.mutex);
   for (auto& [attach, attached] : names.names) attached.claim.Release();
 }
@@ -58,14 +58,14 @@ std::optional<target_t> ParseTarget(const std::string& text) {
 name_attach_t* Enter(int chid, ClaimFile claim) {
   auto attach = std::make_unique<name_attach_t>(name_attach_t{chid});
   name_attach_t* const result = attach.get();
-  attached_names_t& names = Names();
+  attached_names_t& names = AttachedNames();
   const std::lock_guard guard(names.mutex);
   names.names.emplace(result, attached_t{std::move(attach), std::move(claim)});
   return result;
 }
 
 std::optional<attached_t> Leave(const name_attach_t* attach) {
-  attached_names_t& names = Names();
+  attached_names_t& names = AttachedNames();
   const std::lock_guard guard(names.mutex);
   auto entry = names.names.extract(attach);
   if (entry.empty()) return std::nullopt;

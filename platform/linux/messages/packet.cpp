@@ -11,13 +11,13 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
-#include "platform/linux/descriptor.h"
+#include "platform/linux/unshared_descriptor.h"
 
 namespace platform {
 namespace {
 
 // Room for one descriptor in a record's control data; a record never carries more.
-struct alignas(cmsghdr) control_t {
+struct alignas(cmsghdr) descriptor_room_t {
   std::array<char, CMSG_SPACE(sizeof(int))> bytes{};
 };
 
@@ -32,15 +32,15 @@ bool WriteAll(int file, const char* data, std::size_t bytes) {
   return true;
 }
 
-Descriptor CreateBodyFile(const void* body, std::size_t bytes) {
-  Descriptor file =
-      Descriptor::Make([] { return memfd_create("orvik-message", MFD_CLOEXEC | MFD_ALLOW_SEALING); });
+UnsharedDescriptor CreateBodyFile(const void* body, std::size_t bytes) {
+  UnsharedDescriptor file =
+      UnsharedDescriptor::Make([] { return memfd_create("orvik-message", MFD_CLOEXEC | MFD_ALLOW_SEALING); });
   if (!file || !WriteAll(file.Get(), static_cast<const char*>(body), bytes)) return {};
   fcntl(file.Get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL);
   return file;
 }
 
-void AttachDescriptor(msghdr& message, control_t& control, int descriptor) {
+void AttachDescriptor(msghdr& message, descriptor_room_t& control, int descriptor) {
   message.msg_control = control.bytes.data();
   message.msg_controllen = control.bytes.size();
   cmsghdr* part = CMSG_FIRSTHDR(&message);
@@ -50,16 +50,16 @@ void AttachDescriptor(msghdr& message, control_t& control, int descriptor) {
   std::memcpy(CMSG_DATA(part), &descriptor, sizeof descriptor);
 }
 
-Descriptor TakeDescriptor(msghdr& message) {
+UnsharedDescriptor TakeDescriptor(msghdr& message) {
   cmsghdr* part = CMSG_FIRSTHDR(&message);
   if (part == nullptr || part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS) return {};
   int descriptor = -1;
   std::memcpy(&descriptor, CMSG_DATA(part), sizeof descriptor);
-  return Descriptor::Adopt(descriptor);
+  return UnsharedDescriptor::Adopt(descriptor);
 }
 
 // Read, not mapped: access to a mapping beyond the end of a short file would raise SIGBUS.
-std::size_t ReadBodyFile(const Descriptor& file, void* body, std::size_t room) {
+std::size_t ReadBodyFile(const UnsharedDescriptor& file, void* body, std::size_t room) {
   std::size_t copied = 0;
   while (copied < room) {
     const ssize_t got =
@@ -76,9 +76,9 @@ int SendMessageHeader(int socket, const msghdr& message, int flags) {
 }
 
 int SendWithBodyFile(int socket, msghdr& message, const void* body, std::size_t bytes, int flags) {
-  const Descriptor file = CreateBodyFile(body, bytes);
+  const UnsharedDescriptor file = CreateBodyFile(body, bytes);
   if (!file) return -1;
-  control_t control;
+  descriptor_room_t control;
   AttachDescriptor(message, control, file.Get());
   message.msg_iovlen = 1;
   return SendMessageHeader(socket, message, flags);
@@ -99,7 +99,7 @@ int SendRecord(int socket, const void* header, std::size_t headerSize, const voi
 received_t ReceiveRecord(int socket, void* header, std::size_t headerSize, void* body, std::size_t room,
                          int flags) {
   std::array<iovec, 2> parts = {{{header, headerSize}, {body, room}}};
-  control_t control;
+  descriptor_room_t control;
   msghdr message{};
   message.msg_iov = parts.data();
   message.msg_iovlen = room > 0 ? 2 : 1;
@@ -110,7 +110,7 @@ received_t ReceiveRecord(int socket, void* header, std::size_t headerSize, void*
   received_t result;
   result.length = recvmsg(socket, &message, flags | MSG_CMSG_CLOEXEC);
   if (result.length <= 0) return result;
-  const Descriptor file = TakeDescriptor(message);
+  const UnsharedDescriptor file = TakeDescriptor(message);
   if (static_cast<std::size_t>(result.length) < headerSize) return {.length = 0};
   result.copied = file ? ReadBodyFile(file, body, room) : static_cast<std::size_t>(result.length) - headerSize;
   return result;

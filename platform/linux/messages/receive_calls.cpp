@@ -40,25 +40,25 @@ struct receive_tables_t {
 void RemoveSocketFiles();
 
 // A forked child starts without channels.
-receive_tables_t& Tables() {
+receive_tables_t& ReceivingTables() {
   return TablesOfThisProcess<receive_tables_t, RemoveSocketFiles>();
 }
 
 void RemoveSocketFiles() {
-  receive_tables_t& tables = Tables();
+  receive_tables_t& tables = ReceivingTables();
   const std::lock_guard guard(tables.mutex);
   for (const auto& [chid, channel] : tables.channels) unlink(channel->SocketPath().c_str());
 }
 
 std::shared_ptr<Channel> FindChannel(int chid) {
-  receive_tables_t& tables = Tables();
+  receive_tables_t& tables = ReceivingTables();
   const std::lock_guard guard(tables.mutex);
   const auto found = tables.channels.find(chid);
   return found != tables.channels.end() ? found->second : nullptr;
 }
 
 std::shared_ptr<incoming_t> FindIncoming(int rcvid) {
-  receive_tables_t& tables = Tables();
+  receive_tables_t& tables = ReceivingTables();
   const std::lock_guard guard(tables.mutex);
   const std::uint32_t slot = static_cast<std::uint32_t>(rcvid) & (SLOTS - 1);
   return rcvid > 0 && slot < tables.slots.size() ? tables.slots[slot].incoming : nullptr;
@@ -101,7 +101,7 @@ int Answer(int rcvid, long status, int error, const void* msg, std::size_t bytes
 }  // namespace
 
 bool EnterIncoming(const std::shared_ptr<incoming_t>& incoming) {
-  receive_tables_t& tables = Tables();
+  receive_tables_t& tables = ReceivingTables();
   const std::lock_guard guard(tables.mutex);
   if (tables.freeSlots.empty()) {
     if (tables.slots.size() == SLOTS) return false;
@@ -116,7 +116,7 @@ bool EnterIncoming(const std::shared_ptr<incoming_t>& incoming) {
 }
 
 void LeaveIncoming(const incoming_t& incoming) {
-  receive_tables_t& tables = Tables();
+  receive_tables_t& tables = ReceivingTables();
   const std::lock_guard guard(tables.mutex);
   tables.slots[incoming.slot] = {nullptr, incoming.generation};
   tables.freeSlots.push_back(incoming.slot);
@@ -134,7 +134,7 @@ int OweReply(incoming_t& incoming) {
 }
 
 int NewScoid() {
-  receive_tables_t& tables = Tables();
+  receive_tables_t& tables = ReceivingTables();
   const std::lock_guard guard(tables.mutex);
   tables.lastScoid = tables.lastScoid < LAST_SCOID ? tables.lastScoid + 1 : FIRST_SCOID;
   return tables.lastScoid;
@@ -145,7 +145,7 @@ bool IsScoid(int id) {
 }
 
 void DetachClient(int scoid) {
-  receive_tables_t& tables = Tables();
+  receive_tables_t& tables = ReceivingTables();
   const std::lock_guard guard(tables.mutex);
   for (const slot_t& slot : tables.slots) {
     if (slot.incoming != nullptr && slot.incoming->scoid.load(std::memory_order_relaxed) == scoid) {
@@ -158,7 +158,7 @@ void DetachClient(int scoid) {
 }  // namespace platform
 
 int ChannelCreate(unsigned flags) {
-  platform::receive_tables_t& tables = platform::Tables();
+  platform::receive_tables_t& tables = platform::ReceivingTables();
   platform::RemoveRuntimeLeftoversOnce();
   int chid = 0;
   {
@@ -175,7 +175,7 @@ int ChannelCreate(unsigned flags) {
 int ChannelDestroy(int chid) {
   std::shared_ptr<platform::Channel> channel;
   {
-    platform::receive_tables_t& tables = platform::Tables();
+    platform::receive_tables_t& tables = platform::ReceivingTables();
     const std::lock_guard guard(tables.mutex);
     auto entry = tables.channels.extract(chid);
     if (!entry.empty()) channel = std::move(entry.mapped());

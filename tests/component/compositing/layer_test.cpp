@@ -151,17 +151,17 @@ TEST_F(LayerTest, AFrameIsOneMessageAndTheNextFrameIsBegun) {
   {
     Layer layer(LAYER_ID, LAYER_VIDEO);
     EXPECT_TRUE(layer.isConnected());
-    EXPECT_EQ(compositor.TakeRequests().at(0), Record(1, LAYER_VIDEO, 0));
+    EXPECT_EQ(compositor.DrainRequests().at(0), Record(1, LAYER_VIDEO, 0));
     layer.glPush();
     layer.draw();
-    EXPECT_EQ(compositor.TakeRequests().at(0), Record(4, 2, 0) + Record(9, 0, 0));
+    EXPECT_EQ(compositor.DrainRequests().at(0), Record(4, 2, 0) + Record(9, 0, 0));
     EXPECT_EQ(Queued(layer), StartOfFrame());
     Fill(layer, 500'000);
     layer.draw(DRAW_APPEND, false);
-    EXPECT_EQ(compositor.TakeRequests().at(1).size(), 500'000U);
+    EXPECT_EQ(compositor.DrainRequests().at(1).size(), 500'000U);
     EXPECT_TRUE(Queued(layer).empty());
   }
-  EXPECT_EQ(compositor.TakeRequests().at(0), Record(2, 0, 0));
+  EXPECT_EQ(compositor.DrainRequests().at(0), Record(2, 0, 0));
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "compGraphLib: Layer 3 Destroy begin.\ncompGraphLib: Layer 3 Destroy completed.\n");
 }

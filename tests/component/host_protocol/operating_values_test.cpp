@@ -12,11 +12,11 @@ TEST(OperatingValuesTest, ComeBackFromTheirFileAndSurviveABrokenOne) {
   values.Set("percent", 85.5);
   values.Set("led", 0x80000002);
   values.Set("swing", -75);
-  host::SaveSentValues(folder.Path(), values);
-  EXPECT_EQ(ToHex(host::LoadSentValues(folder.Path()).MakeMessage()), ToHex(values.MakeMessage()));
+  host::WriteSentValues(folder.Path(), values);
+  EXPECT_EQ(ToHex(host::ReadSentValues(folder.Path()).MakeMessage()), ToHex(values.MakeMessage()));
 
   folder.Write("hx7.values", "load\nradius=abc\nnothing=1\nangle=60\n=\n\xFF\xFE");
-  values = host::LoadSentValues(folder.Path());
+  values = host::ReadSentValues(folder.Path());
   EXPECT_EQ(values.Get("angle"), 60);
   EXPECT_EQ(values.Get("radius"), 0);
 }

@@ -50,12 +50,12 @@ TEST(J1939ExternalTest, AFrameGoesToTheChannelOfItsOwnFilterAlone) {
   table.addFilter(0x100, 0xFF, "first");
   table.addFilter(0x300, 0xFF, "second");
   EXPECT_EQ(table.FilterCount(), 2U);
-  manager.TakeRequests();
+  manager.DrainRequests();
 
   for (const std::uint32_t identifier : {0x0FFU, 0x101U, 0x301U}) {
     const CAN_packet_t2 stranger{.canID = identifier};
     EXPECT_EQ(table.CheckRxPacket(&stranger), 0);
-    EXPECT_TRUE(manager.TakeRequests().empty()) << identifier;
+    EXPECT_TRUE(manager.DrainRequests().empty()) << identifier;
   }
 
   using lengths_t = std::pair<std::uint8_t, std::uint8_t>;
@@ -64,7 +64,7 @@ TEST(J1939ExternalTest, AFrameGoesToTheChannelOfItsOwnFilterAlone) {
     const CAN_packet_t2 frame{.canID = 0x300, .dlc = dlc, .data = {1, 2, 3, 4, 5, 6, 7, 8}};
     EXPECT_EQ(table.CheckRxPacket(&frame), 0);
     EXPECT_EQ(table.LastResult(), 4);
-    const bytes_t sent = manager.TakeRequests().at(0);
+    const bytes_t sent = manager.DrainRequests().at(0);
     EXPECT_EQ(sent.size(), NM_HEADER_SIZE + 1808);
     EXPECT_EQ(bytes_t(sent.begin(), sent.begin() + 16 + 20),
               Words({NM_SEND, 21, 1808, 1}) + Words({1, 1808, 1, 0x300, delivered}));
@@ -78,7 +78,7 @@ class WatchdogTest : public testing::Test {
  protected:
   WatchdogTest() {
     record_.ConnectEvents("orvik.Events");
-    manager_.TakeRequests();
+    manager_.DrainRequests();
     record_->eventIds = {
         {"orvik.SplashToSlate", 101}, {"orvik.SplashToGauges", 102}, {"orvik.ConfigToMain", 103}};
     record_->currentPage = &page_;
@@ -91,7 +91,7 @@ class WatchdogTest : public testing::Test {
   // The events posted since the last call, in order.
   std::vector<unsigned> Events() {
     std::vector<unsigned> ids;
-    for (const bytes_t& request : manager_.TakeRequests()) {
+    for (const bytes_t& request : manager_.DrainRequests()) {
       ids.push_back(platform::LoadLe32(request, NM_HEADER_SIZE));
     }
     return ids;

@@ -23,7 +23,7 @@ TEST(HeartbeatMonitorTest, ReportsOnceWhenAWorkerFallsSilentAndOnceWhenItIsBack)
     <Event name="orvik.ExitApplication" id="9"/>
     </Events></orvik-generic>)");
   HeartbeatMonitor monitor;
-  EXPECT_EQ(monitor.Load(file), "");
+  EXPECT_EQ(monitor.ReadEvents(file), "");
   EXPECT_EQ(monitor.ChannelName(), "Events");
   monitor.SetChannel(5);
 

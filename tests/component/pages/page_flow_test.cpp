@@ -81,9 +81,9 @@ std::vector<ask_t> AllAsks() {
 class PageFlowTest : public testing::Test {
  protected:
   PageFlowTest() {
-    const unit::screen_names_t names = unit::LoadScreenNames(SOURCE_FOLDER "/config/generic.xml");
+    const unit::screen_names_t names = unit::ReadScreenNames(SOURCE_FOLDER "/config/generic.xml");
     std::vector<std::string> problems;
-    design_ = unit::LoadDesign(SOURCE_FOLDER "/config/screen", unit::WidgetNames(names), problems);
+    design_ = unit::ReadDesign(SOURCE_FOLDER "/config/screen", unit::WidgetNames(names), problems);
     EXPECT_TRUE(problems.empty()) << problems.front();
     for (const auto& [name, page] : design_) pageByAction_[page.action] = &page;
   }

@@ -31,33 +31,33 @@ class PanelStateTest : public testing::Test {
 };
 
 TEST_F(PanelStateTest, HandsOnEachStateOfTheBoardOnce) {
-  state_.TakeBoard(R"({"keys": [true]})");
+  state_.AcceptBoard(R"({"keys": [true]})");
   EXPECT_EQ(Events(), "event: board\ndata: {\"keys\":[true]}\n\n");
-  state_.TakeBoard(R"({"keys":[true]})");
+  state_.AcceptBoard(R"({"keys":[true]})");
   EXPECT_EQ(Events(), "");
   EXPECT_EQ(state_.Board(), R"({"keys":[true]})");
 }
 
 TEST_F(PanelStateTest, PassesOverWhatIsNoObjectAndKeepsAnEventOnItsLine) {
   for (const char* text : {"", "x", "[1]", "{\"a\":", "null"}) {
-    state_.TakeBoard(text);
-    state_.TakeBus(text);
-    state_.TakeScreen(text);
+    state_.AcceptBoard(text);
+    state_.AcceptBus(text);
+    state_.AcceptScreen(text);
     EXPECT_EQ(Events(), "") << text;
   }
-  state_.TakeBus("{\"a\":1,\n\n\"b\":2}");
+  state_.AcceptBus("{\"a\":1,\n\n\"b\":2}");
   EXPECT_EQ(Events(), "event: bus\ndata: {\"a\":1,\"b\":2}\n\n");
 }
 
 TEST_F(PanelStateTest, HandsOnChangesThatFollowEachOtherOnly) {
-  state_.TakeScreen(R"({"revision":5,"previous":4,"page":false})");
+  state_.AcceptScreen(R"({"revision":5,"previous":4,"page":false})");
   EXPECT_THAT(Events(), Not(HasSubstr("event: change"))) << "the change before this one is not known";
-  state_.TakeScreen(R"({"revision":6,"previous":5,"page":false})");
+  state_.AcceptScreen(R"({"revision":6,"previous":5,"page":false})");
   EXPECT_THAT(Events(), HasSubstr("event: change"));
   for (const char* change :
        {R"({"revision":9,"previous":8,"page":false})", R"({"revision":10,"previous":9,"page":true})",
         R"({"revision":"x","previous":[],"page":3})"}) {
-    state_.TakeScreen(change);
+    state_.AcceptScreen(change);
     EXPECT_THAT(Events(), Not(HasSubstr("event: change"))) << change;
   }
 }

@@ -75,26 +75,26 @@ pairs_t Expected(std::span<const std::string_view> names) {
   return expected;
 }
 
-TEST(Document, NamesLampsFieldsAndKeys) {
+TEST(DocumentTest, NamesLampsFieldsAndKeys) {
   EXPECT_EQ(Pairs(Rows({"Bit", "Name"})), Expected(host::LampNames()));
   EXPECT_EQ(Pairs(Rows({"Field", "Name"})), Expected(host::TextFieldNames()));
   EXPECT_EQ(Pairs(Rows({"Key", "Name"})), Expected(host::HostKeyNames()));
 }
 
-TEST(Document, SaysWhereTheDisplayShowsAField) {
+TEST(DocumentTest, SaysWhereTheDisplayShowsAField) {
   pairs_t expected;
   for (std::uint8_t field = 0; field < FIELD_COUNT; ++field) expected[std::to_string(field)] = PlaceOf(field);
   expected["0"] = "whole grid, over everything";  // begins on line 1
   EXPECT_EQ(Pairs(Rows({"Field", "Name", "Place"}), 2), expected);
 }
 
-TEST(Document, ListsEachTransitionWithItsPages) {
+TEST(DocumentTest, ListsEachTransitionWithItsPages) {
   const table_t rows = Rows({"Byte 2", "Name", "From", "To"});
   EXPECT_EQ(Pairs(rows), Expected(host::FindCommand("transition")->fields[0].names));
   for (const cells_t& row : rows) EXPECT_EQ(Plain(row[1]), Plain(row[2] + "to" + row[3]));
 }
 
-TEST(Document, ListsTheMasksOfTheKeys) {
+TEST(DocumentTest, ListsTheMasksOfTheKeys) {
   std::set<unsigned long> listed;
   for (const cells_t& row : Rows({"Mask"})) listed.insert(std::stoul(row[0], nullptr, 16));
   std::set<unsigned long> expected;
@@ -116,7 +116,7 @@ std::set<int> Numbers(const std::string& cell) {
 }
 
 // Of the lamp word, the swing's two bytes are left out.
-TEST(Document, GivesEachOperatingValueItsBytes) {
+TEST(DocumentTest, GivesEachOperatingValueItsBytes) {
   std::map<std::string, std::set<int>> listed;
   for (const cells_t& row : Rows({"Bytes", "Value", "Type", "Name"})) {
     const std::string name = row[3].substr(0, row[3].find(' '));  // "percent (in percent)"
@@ -144,7 +144,7 @@ pairs_t NumberedWords(const std::string& text) {
   return words;
 }
 
-TEST(Document, ListsEveryCommandWithItsLengthAndTheNamesOfItsValues) {
+TEST(DocumentTest, ListsEveryCommandWithItsLengthAndTheNamesOfItsValues) {
   const std::set<std::string_view> elsewhere = {"transition",
                                                 "beep-duration"};  // a table; "as byte 1 of command 4"
   std::map<std::string, cells_t> rows;
@@ -167,7 +167,7 @@ TEST(Document, ListsEveryCommandWithItsLengthAndTheNamesOfItsValues) {
 }
 
 // "00 02 and characters 0 to 5 of 8, ...": the second byte is the number of frames.
-TEST(Document, ListsEveryReplyWithItsFrames) {
+TEST(DocumentTest, ListsEveryReplyWithItsFrames) {
   pairs_t listed = Pairs(Rows({"Request", "Frames of the reply"}));
   for (auto& [request, frames] : listed) frames.resize(5);
   pairs_t expected;

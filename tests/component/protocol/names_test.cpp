@@ -90,8 +90,7 @@ std::string Color(unsigned number) {
   page << std::ifstream(PARTS_OF_PAGES).rdbuf();
   const std::string text = page.str();
   std::smatch letters;
-  const std::regex pattern("data-var=\"[$]var\" data-text=\"[^\"]*\\b" + std::to_string(number) +
-                           ":([A-Z])");
+  const std::regex pattern("data-var=\"[$]var\" data-text=\"[^\"]*\\b" + std::to_string(number) + ":([A-Z])");
   return std::regex_search(text, letters, pattern) ? letters[1].str() : "";
 }
 
@@ -108,7 +107,7 @@ std::vector<host::number_name_t> Numbered(std::span<const std::string_view> name
   return numbered;
 }
 
-TEST(Names, AreTheSameForEveryNumber) {
+TEST(HostNamesTest, AreTheSameForEveryNumber) {
   const auto fields = Numbered(host::TextFieldNames());
   const struct {
     const char* what;
@@ -132,7 +131,7 @@ TEST(Names, AreTheSameForEveryNumber) {
   }
 }
 
-TEST(Names, OfColorsBeginWithTheLetterInTheLampAndDarkHasNone) {
+TEST(HostNamesTest, OfColorsBeginWithTheLetterInTheLampAndDarkHasNone) {
   for (const host::field_t& field : host::FindCommand("colors")->fields) {
     for (const auto& [number, name] : field.names) {
       const char initial = static_cast<char>(std::toupper(static_cast<unsigned char>(name[0])));
@@ -142,7 +141,7 @@ TEST(Names, OfColorsBeginWithTheLetterInTheLampAndDarkHasNone) {
   }
 }
 
-TEST(Names, OfUnitsStandForTheUnitsThatTheDisplayShows) {
+TEST(HostNamesTest, OfUnitsStandForTheUnitsThatTheDisplayShows) {
   const host::command_t& command = host::OperatingValuesCommand();
   const host::MessageBytes message =
       host::MakeMessage(command, std::vector<double>(command.fields.size(), 1.5));
@@ -164,7 +163,7 @@ std::vector<double> Variables() {
   return values;
 }
 
-TEST(Lamps, LightTheVariablesOfTheirNames) {
+TEST(HostLampsTest, LightTheVariablesOfTheirNames) {
   TestRecord record;
   ResetAllOutriggerColors(record);
   const auto show = [&record](unsigned word) {
@@ -184,7 +183,7 @@ TEST(Lamps, LightTheVariablesOfTheirNames) {
   }
 }
 
-TEST(Fields, OfALineStandOnItWhereTheirNameSays) {
+TEST(HostFieldsTest, OfALineStandOnItWhereTheirNameSays) {
   for (const auto& [number, name] : Numbered(host::TextFieldNames())) {
     if (!name.starts_with("line")) continue;
     EXPECT_EQ(Plain(PlaceOf(number)), Plain(name));
@@ -192,7 +191,7 @@ TEST(Fields, OfALineStandOnItWhereTheirNameSays) {
 }
 
 // The host's last line, of "line4-right", and the columns that its texts have to fit.
-TEST(Grid, HasTheHostsLinesAndColumnsInEveryLanguage) {
+TEST(GridTest, HasTheHostsLinesAndColumnsInEveryLanguage) {
   TestRecord record;
   int lines = 0;
   for (const std::string_view name : host::TextFieldNames()) {

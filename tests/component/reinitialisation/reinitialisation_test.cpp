@@ -51,7 +51,7 @@ void PressKeys(orvikData_t* data) {
   }
 }
 
-TEST(Reinitialisation, LeavesHandlesAndPagesWholeForTheThreadsThatUseThem) {
+TEST(ReinitialisationTest, LeavesHandlesAndPagesWholeForTheThreadsThatUseThem) {
   TestRecord record;
   orvikData_t* data = record;
   data->initialize = InitOrvikData;

@@ -38,7 +38,7 @@ TEST(WordCatalogueTest, EachMissingAndEachSuperfluousWordIsOneLine) {
                                                : load + R"(<word key="panel.x">X</word>)"));
   }
   std::vector<std::string> problems;
-  const word_catalogue_t words = LoadWords(folder.Path(), problems);
+  const word_catalogue_t words = ReadWords(folder.Path(), problems);
   EXPECT_THAT(problems, IsEmpty());
   EXPECT_THAT(CheckWords(words, {"load"}, {"panel."}),
               ElementsAre("words: Russian lacks load", "words: English lacks old", "words: Spanish lacks old",
@@ -55,7 +55,7 @@ TEST(WordCatalogueTest, FilesThatCannotBeUsedAreNamed) {
   folder.Write("e.xml", Words(2, R"(<word key="a"/>)"));
   folder.Write("f.xml", "<words");
   std::vector<std::string> problems;
-  LoadWords(folder.Path(), problems);
+  ReadWords(folder.Path(), problems);
   EXPECT_THAT(problems, ElementsAre(HasSubstr("b.xml: another file has the same language"),
                                     HasSubstr("c.xml: <words>"), HasSubstr("d.xml: the word a stands twice"),
                                     HasSubstr("e.xml: a word needs key and text"), HasSubstr("f.xml")));
@@ -75,7 +75,7 @@ TEST(WordCatalogueTest, PanelAndWindowUseTheirWordsAndNoOthers) {
   }
   std::vector<std::string> problems;
   std::set<std::string> written;
-  const word_catalogue_t words = LoadWords(SOURCE_FOLDER "/config/words", problems);
+  const word_catalogue_t words = ReadWords(SOURCE_FOLDER "/config/words", problems);
   for (const auto& [key, text] : words.Of(0)) {
     if (key.starts_with("panel.") || key.starts_with("window.")) written.insert(key);
   }
@@ -130,10 +130,10 @@ class ProductPagesTest : public testing::Test {
  protected:
   ProductPagesTest() {
     const std::string config = SOURCE_FOLDER "/config";
-    screen_names_t names = LoadScreenNames(config + "/generic.xml");
+    screen_names_t names = ReadScreenNames(config + "/generic.xml");
     std::vector<std::string> problems;
-    design_t design = LoadDesign(config + "/screen", WidgetNames(names), problems);
-    word_catalogue_t words = LoadWords(config + "/words", problems);
+    design_t design = ReadDesign(config + "/screen", WidgetNames(names), problems);
+    word_catalogue_t words = ReadWords(config + "/words", problems);
     const auto wrong = CheckWords(words, WordsUsed(design), {"panel.", "window."});
     EXPECT_THAT(problems, IsEmpty());
     EXPECT_THAT(wrong, IsEmpty());

@@ -48,7 +48,7 @@ TEST(DesignTest, MistakesAreReportedWithFileAndElement) {
   const TestFolder folder;
   for (const auto& [content, message] : mistakes) {
     folder.Write("page.svg", Page("P", 0, content, ""));
-    EXPECT_THAT([&] { LoadPage(folder.Path() / "page.svg", {"Known"}); },
+    EXPECT_THAT([&] { ReadPage(folder.Path() / "page.svg", {"Known"}); },
                 ThrowsMessage<std::runtime_error>(AllOf(HasSubstr("page.svg"), HasSubstr(message))))
         << content;
   }
@@ -62,7 +62,7 @@ TEST(DesignTest, AFolderGivesItsGoodPagesAndReportsTheOthers) {
   folder.Write("d.svg", Page("D", 0, "", ""));
   folder.Write("notes.txt", "no page");
   std::vector<std::string> problems;
-  const design_t design = LoadDesign(folder.Path(), {}, problems);
+  const design_t design = ReadDesign(folder.Path(), {}, problems);
   EXPECT_EQ(design.size(), 2U);
   EXPECT_EQ(problems.size(), 2U);
   EXPECT_THAT(CheckDesign(design),
@@ -71,9 +71,9 @@ TEST(DesignTest, AFolderGivesItsGoodPagesAndReportsTheOthers) {
 
 // The design in config/screen with the names in config/generic.xml.
 TEST(ProductDesignTest, FitsTheConfigurationAndIsDrawn) {
-  const screen_names_t names = LoadScreenNames(SOURCE_FOLDER "/config/generic.xml");
+  const screen_names_t names = ReadScreenNames(SOURCE_FOLDER "/config/generic.xml");
   std::vector<std::string> problems;
-  const design_t design = LoadDesign(SOURCE_FOLDER "/config/screen", WidgetNames(names), problems);
+  const design_t design = ReadDesign(SOURCE_FOLDER "/config/screen", WidgetNames(names), problems);
   EXPECT_THAT(problems, IsEmpty());
   EXPECT_THAT(CheckDesign(design), IsEmpty());
   std::set<std::string> events;
@@ -120,12 +120,12 @@ class ScreenModelTest : public testing::Test {
     folder_.Write("wad.svg", Page("Wad", 1, WAD, R"(<transition event="WadToMain" page="Main"/>)"));
     model_ = std::make_unique<ScreenModel>(Names(), Load());
     model_->SetDataState(DATA_CURRENT);
-    model_->TakeChange();
+    model_->DrainChange();
   }
 
   design_t Load() {
     problems_.clear();
-    return LoadDesign(folder_.Path(), WidgetNames(Names()), problems_);
+    return ReadDesign(folder_.Path(), WidgetNames(Names()), problems_);
   }
 
   void SetText(std::int32_t handle, const std::string& text) {
@@ -139,7 +139,7 @@ class ScreenModelTest : public testing::Test {
   screen_change_t Show(const std::string& text) {
     SetText(LOAD, text);
     model_->ProcessCommands();
-    return model_->TakeChange();
+    return model_->DrainChange();
   }
 
   // The attribute of a changed element; "-" when it is removed or not there.
@@ -158,9 +158,9 @@ class ScreenModelTest : public testing::Test {
 
 TEST_F(ScreenModelTest, TextsTakeEffectTogetherAtProcessCommandsAndOnce) {
   SetText(LOAD, " 12,300");
-  EXPECT_TRUE(model_->TakeChange().elements.empty());
+  EXPECT_TRUE(model_->DrainChange().elements.empty());
   model_->Accept({});  // process commands
-  const screen_change_t change = model_->TakeChange();
+  const screen_change_t change = model_->DrainChange();
   ASSERT_EQ(change.elements.size(), 2U);  // both elements that show the widget
   EXPECT_EQ(change.elements[0].content, "12,300");
   EXPECT_EQ(change.widgets.at("Load"), " 12,300");
@@ -180,7 +180,7 @@ TEST_F(ScreenModelTest, UnknownHandlesAreCountedAndChangeNothing) {
   SetText(99, "lost");
   model_->ProcessCommands();
   EXPECT_EQ(model_->Counters().unknownWidgets, 2U);
-  EXPECT_TRUE(model_->TakeChange().elements.empty());
+  EXPECT_TRUE(model_->DrainChange().elements.empty());
 }
 
 TEST_F(ScreenModelTest, OnlyEventsOfThePageShownChangeItAndWidgetsKeepTheirTexts) {
@@ -190,7 +190,7 @@ TEST_F(ScreenModelTest, OnlyEventsOfThePageShownChangeItAndWidgetsKeepTheirTexts
   EXPECT_EQ(model_->Page().name, "Main");
   EXPECT_TRUE(model_->HandleEvent(MAIN_TO_WAD));
   EXPECT_EQ(model_->Page().name, "Wad");
-  EXPECT_TRUE(model_->TakeChange().page);
+  EXPECT_TRUE(model_->DrainChange().page);
   SetText(HIDDEN_FROM_PAGES, "kept");
   Show("500");
   EXPECT_TRUE(model_->HandleEvent(WAD_TO_MAIN));
@@ -201,16 +201,16 @@ TEST_F(ScreenModelTest, OnlyEventsOfThePageShownChangeItAndWidgetsKeepTheirTexts
 TEST_F(ScreenModelTest, ElementsFollowTheirVariable) {
   model_->SetVariable("Lamp", 1.0);
   model_->SetVariable("Part", 0.6);
-  const screen_change_t change = model_->TakeChange();
+  const screen_change_t change = model_->DrainChange();
   EXPECT_EQ(Attribute(change, "lamp", "style"), "stroke:red;fill:#f00");
   EXPECT_EQ(Attribute(change, "bar", "width"), "60");
   EXPECT_EQ(Attribute(change, "needle", "transform"), "scale(2) rotate(-54 5 6)");
   model_->SetVariable("Lamp", 2.0);
-  EXPECT_EQ(Attribute(model_->TakeChange(), "lamp", "display"), "none");
+  EXPECT_EQ(Attribute(model_->DrainChange(), "lamp", "display"), "none");
   model_->SetVariable("Part", 7.0);
-  EXPECT_EQ(Attribute(model_->TakeChange(), "bar", "width"), "120");
+  EXPECT_EQ(Attribute(model_->DrainChange(), "bar", "width"), "120");
   model_->SetVariable("Part", std::numeric_limits<double>::quiet_NaN());
-  const screen_change_t unknown = model_->TakeChange();
+  const screen_change_t unknown = model_->DrainChange();
   EXPECT_EQ(Attribute(unknown, "bar", "width"), "0");
   EXPECT_FALSE(unknown.variables.at("Part").has_value());
 }
@@ -219,7 +219,7 @@ TEST_F(ScreenModelTest, DataThatAreNotCurrentShowDashes) {
   Show("12,300");
   model_->SetVariable("Lamp", 1.0);
   model_->SetDataState(DATA_LINK_LOST);
-  const screen_change_t change = model_->TakeChange();
+  const screen_change_t change = model_->DrainChange();
   EXPECT_EQ(Attribute(change, "lamp", "display"), "none");  // data-show names no entry for an unknown value
   EXPECT_THAT(model_->Svg(), HasSubstr(">----</text>"));
   EXPECT_EQ(model_->WidgetTexts().at("Load"), "12,300");
@@ -234,7 +234,7 @@ TEST_F(ScreenModelTest, WidgetsMoveTurnHideAndChangeColour) {
     command.operation = operation;
     model_->Accept(command);
     model_->ProcessCommands();
-    return model_->TakeChange();
+    return model_->DrainChange();
   };
   command.place = {30, 76};
   EXPECT_EQ(Attribute(send(SCREEN_MOVE), "Load", "transform"), "translate(20 56) ");
@@ -254,7 +254,7 @@ TEST_F(ScreenModelTest, AChangedDesignReplacesItsPageAndABrokenOneDoesNot) {
   EXPECT_EQ(problems_.size(), 1U);
   EXPECT_THAT(model_->Svg(), HasSubstr("<circle"));
   EXPECT_THAT(model_->Svg(), HasSubstr(">77</text>"));
-  EXPECT_TRUE(model_->TakeChange().page);
+  EXPECT_TRUE(model_->DrainChange().page);
   EXPECT_FALSE(model_->HandleEvent(MAIN_TO_WAD)) << "the changed page has no transitions";
 }
 

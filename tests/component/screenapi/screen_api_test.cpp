@@ -21,7 +21,7 @@ class ScreenApiTest : public testing::Test {
 
 // The message that one call published, without the notification manager's header.
 bytes_t Published(FakeService& server) {
-  const auto requests = server.TakeRequests();
+  const auto requests = server.DrainRequests();
   if (requests.empty()) return {};
   bytes_t message(requests[0].begin() + NM_HEADER_SIZE, requests[0].end());
   const auto size = static_cast<std::int64_t>(message.size());
@@ -31,7 +31,7 @@ bytes_t Published(FakeService& server) {
 
 TEST_F(ScreenApiTest, EachOperationIsOneMessage) {
   ScreenApi screen;
-  const auto start = server_.TakeRequests();
+  const auto start = server_.DrainRequests();
   ASSERT_EQ(start.size(), 2U);
   EXPECT_EQ(start[1], Words({NM_REGISTER, -1, 10, 1}) + Characters("screenapi") + bytes_t{0});
 
@@ -59,9 +59,9 @@ TEST_F(ScreenApiTest, EachOperationIsOneMessage) {
 
 TEST_F(ScreenApiTest, ATextThatDoesNotFitIsDroppedSilently) {
   ScreenApi screen;
-  server_.TakeRequests();
+  server_.DrainRequests();
   screen.setTextGauge(1, std::string(1011, 'x'), 0);
-  EXPECT_TRUE(server_.TakeRequests().empty());
+  EXPECT_TRUE(server_.DrainRequests().empty());
   screen.setTextGauge(1, std::string(1010, 'x'), 0);
   EXPECT_EQ(Published(server_).size(), 1023U);
 }
@@ -69,7 +69,7 @@ TEST_F(ScreenApiTest, ATextThatDoesNotFitIsDroppedSilently) {
 // The dispatcher and the key thread share one client; their messages must not mix.
 TEST_F(ScreenApiTest, ThreadsMayShareAClient) {
   ScreenApi screen;
-  server_.TakeRequests();
+  server_.DrainRequests();
   const auto write = [&screen](char mark, std::size_t length) {
     const std::string text(length, mark);
     for (int i = 0; i < 300; ++i) screen.setTextWidget(mark, text);
@@ -77,7 +77,7 @@ TEST_F(ScreenApiTest, ThreadsMayShareAClient) {
   std::thread other(write, 'a', 700);
   write('b', 90);
   other.join();
-  const auto requests = server_.TakeRequests();
+  const auto requests = server_.DrainRequests();
   EXPECT_EQ(requests.size(), 600U);
   const bytes_t a = Words({'a', 0, 0}) + bytes_t(700, 'a') + bytes_t{0};
   const bytes_t b = Words({'b', 0, 0}) + bytes_t(90, 'b') + bytes_t{0};

@@ -42,10 +42,10 @@ TEST_F(NMClientTest, ARefusedClientIsUnusable) {
 TEST_F(NMClientTest, EachRequestIsOneMessage) {
   FakeService server(NM_SERVER_NAME, Answer());
   NM::NMClient client;
-  EXPECT_EQ(server.TakeRequests().at(0), Words({0, -1, 0, -1, getpid(), ownChid_}));
+  EXPECT_EQ(server.DrainRequests().at(0), Words({0, -1, 0, -1, getpid(), ownChid_}));
   const auto check = [&server](int result, int expected, const bytes_t& request) {
     EXPECT_EQ(result, expected);
-    EXPECT_EQ(server.TakeRequests(), std::vector<bytes_t>{request});
+    EXPECT_EQ(server.DrainRequests(), std::vector<bytes_t>{request});
   };
   check(client.registerName(""), 5, Words({1, -1, 1, CLIENT_ID}) + bytes_t{0});
   check(client.registerName("Ab"), 5, Words({1, -1, 3, CLIENT_ID}) + bytes_t{'A', 'b', 0});
@@ -63,14 +63,14 @@ TEST_F(NMClientTest, EachRequestIsOneMessage) {
 TEST_F(NMClientTest, WhatDoesNotFitAMessageIsNotSent) {
   FakeService server(NM_SERVER_NAME, Answer());
   NM::NMClient client;
-  server.TakeRequests();
+  server.DrainRequests();
   const std::string data(NM_MESSAGE_SIZE, 'x');
   EXPECT_EQ(client.sendMsg(5, data.data(), -1), -1);
   EXPECT_EQ(client.sendMsg(5, data.data(), NM_PAYLOAD_SIZE + 1), -1);
   EXPECT_EQ(client.registerName(data.c_str()), -1);
-  EXPECT_TRUE(server.TakeRequests().empty());
+  EXPECT_TRUE(server.DrainRequests().empty());
   EXPECT_EQ(client.sendMsg(5, data.data(), NM_PAYLOAD_SIZE), 3);
-  EXPECT_EQ(server.TakeRequests().at(0).size(), NM_MESSAGE_SIZE);
+  EXPECT_EQ(server.DrainRequests().at(0).size(), NM_MESSAGE_SIZE);
 }
 
 TEST_F(NMClientTest, AReplyThatClaimsTooMuchIsCut) {

@@ -6,7 +6,7 @@
 
 #include <gmock/gmock.h>
 
-#include "unit/board/backlight.h"
+#include "unit/board/kernel_backlight.h"
 #include "unit/board/key_map.h"
 #include "unit/board/sound_follower.h"
 

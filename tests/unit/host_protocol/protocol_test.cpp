@@ -47,6 +47,7 @@ TEST(DecodeTest, PutsEveryLayoutIntoWords) {
   const std::pair<const char*, const char*> cases[] = {
       {"05 00 0F 00 07 00 11 48 45 4C 4C 4F 00 04 00 1D C2 B0 FF FF",
        "texts: line1-center \"HELLO\", erected \"°\""},
+      {"05 00 07 00 03 00 11 41 00 04 00 1D 42 43 FF", "texts: line1-center \"A\", erected \"BC\""},
       {"03 00 04 00 63 41 42 FF", "flash: \"AB\""},
       // Control characters are escaped, so that text from the bus cannot control the terminal.
       {"03 00 08 00 00 1B 5B 41 22 FF C3", "flash: \"\\x1B[A\\\"\xEF\xBF\xBD\xEF\xBF\xBD\""},

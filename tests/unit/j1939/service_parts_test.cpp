@@ -86,30 +86,30 @@ TEST(ConversationTest, AnswersAsSocketcandDoes) {
       {"< bcmmode >", "< ok >"},
   };
   SocketcandSession station;
-  for (const auto& [message, reply] : conversation) EXPECT_EQ(station.Take(message).reply, reply) << message;
+  for (const auto& [message, reply] : conversation) EXPECT_EQ(station.Accept(message).reply, reply) << message;
   EXPECT_EQ(station.Refused(), 9U);
 }
 
 TEST(ConversationTest, FramesAreWantedInRawModeOnly) {
   SocketcandSession station;
-  station.Take("< open can0 >");
+  station.Accept("< open can0 >");
   EXPECT_FALSE(station.WantsFrames());
-  const auto outcome = station.Take("< send 123 1 7f >");
+  const auto outcome = station.Accept("< send 123 1 7f >");
   ASSERT_TRUE(outcome.frame);
   EXPECT_EQ(outcome.frame->identifier, 0x123U);
   EXPECT_EQ(outcome.frame->data[0], 0x7F);
-  station.Take("< rawmode >");
+  station.Accept("< rawmode >");
   EXPECT_TRUE(station.WantsFrames());
-  station.Take("< bcmmode >");
+  station.Accept("< bcmmode >");
   EXPECT_FALSE(station.WantsFrames());
 }
 
 TEST(ConversationTest, StatisticsComeNoOftenerThanTenTimesASecond) {
   SocketcandSession station;
-  station.Take("< open can0 >");
+  station.Accept("< open can0 >");
   for (const auto& [message, period] :
        {std::pair{"< statistics 1 >", 100ms}, {"< statistics 250 >", 250ms}, {"< statistics 0 >", 0ms}}) {
-    station.Take(message);
+    station.Accept(message);
     EXPECT_EQ(station.StatisticsPeriod(), period) << message;
   }
 }
@@ -142,18 +142,18 @@ TEST(BusReportTest, TellsCountsAndTheLastFramesWhenSomethingChanged) {
               BusReport::direction_t::SENT);
   report.NoteRefused();
   report.NoteDropped();
-  const auto text = report.TakeIfChanged();
+  const auto text = report.DrainIfChanged();
   ASSERT_TRUE(text);
   const nlohmann::json expected = nlohmann::json::parse(R"({"bus":"local","interface":"can0","state":"up",
     "received":1,"sent":1,"refused":1,"dropped":1,"identifiers":{"18FF00D0":1,"07F":1},
     "frames":[{"time":1.5,"id":"18FF00D0","data":"0001AB","direction":"rx"},
               {"time":0.0,"id":"07F","data":"","direction":"tx"}]})");
   EXPECT_EQ(nlohmann::json::parse(*text), expected);
-  EXPECT_FALSE(report.TakeIfChanged());
+  EXPECT_FALSE(report.DrainIfChanged());
   report.SetUp(true);
-  EXPECT_FALSE(report.TakeIfChanged());
+  EXPECT_FALSE(report.DrainIfChanged());
   report.SetUp(false);
-  EXPECT_TRUE(report.TakeIfChanged());
+  EXPECT_TRUE(report.DrainIfChanged());
 }
 
 TEST(BusReportTest, FitsAMessageHoweverBusyTheBusIs) {
@@ -163,7 +163,7 @@ TEST(BusReportTest, FitsAMessageHoweverBusyTheBusIs) {
         .identifier = 0x18000000 + i % 1000, .length = 8, .time_us = 1'795'268'564'384'496};
     report.Note(frame, BusReport::direction_t::RECEIVED);
   }
-  const auto text = report.TakeIfChanged();
+  const auto text = report.DrainIfChanged();
   ASSERT_TRUE(text);
   EXPECT_LT(text->size(), NM_PAYLOAD_SIZE);
   const auto json = nlohmann::json::parse(*text);

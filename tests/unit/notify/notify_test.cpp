@@ -20,11 +20,11 @@ using ::testing::IsEmpty;
 class FakePulses : public PulsePort {
  public:
   bool Open(int /*client*/, int process, int /*chid*/) override { return process != UNREACHABLE; }
-  result_t Send(int client) override {
-    if (room == 0) return result_t::FULL;
+  delivery_t Send(int client) override {
+    if (room == 0) return delivery_t::FULL;
     --room;
     ++sent[client];
-    return result_t::SENT;
+    return delivery_t::SENT;
   }
   void Close(int client) override { sent.erase(client); }
 
@@ -82,11 +82,11 @@ TEST_F(ExchangeTest, AFullQueueLosesItsOldestMessagesAndNobodyElses) {
   }
   EXPECT_THAT(room, ElementsAre(3, 2, 1, 0, 0));
   EXPECT_EQ(exchange_.Lost(), 1U);
-  const std::vector<loss_t> losses = exchange_.TakeLosses();
+  const std::vector<loss_t> losses = exchange_.DrainLosses();
   ASSERT_EQ(losses.size(), 1U);
   EXPECT_EQ(losses[0].client, bob_);
   EXPECT_EQ(losses[0].messages, 1U);
-  EXPECT_THAT(exchange_.TakeLosses(), IsEmpty());
+  EXPECT_THAT(exchange_.DrainLosses(), IsEmpty());
   EXPECT_EQ(pulses_.sent[bob_], 4) << "a message that replaces a lost one sends no pulse";
   EXPECT_THAT(FetchAll(bob_), ElementsAre("b", "c", "d", "e"));
 }

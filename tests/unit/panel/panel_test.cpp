@@ -16,14 +16,14 @@ TEST(HealthBookTest, IsUpWhileEverybodyIsAndIsHeard) {
   HealthBook book;
   EXPECT_TRUE(book.Report("", START).up);
   EXPECT_FALSE(book.Report("no notification manager", START).up);
-  book.Take(R"({"name":"a","up":true,"detail":"fine","counters":{"x":1}})", START);
+  book.Accept(R"({"name":"a","up":true,"detail":"fine","counters":{"x":1}})", START);
   EXPECT_TRUE(book.Report("", START + 3s).up);
   const auto silent = book.Report("", START + 3s + 1ms);
   EXPECT_FALSE(silent.up);
   EXPECT_THAT(silent.json, HasSubstr(R"("state":"silent")"));
-  book.Take(R"({"name":"a","up":true})", START + 10s);
+  book.Accept(R"({"name":"a","up":true})", START + 10s);
   EXPECT_TRUE(book.Report("", START + 10s).up);
-  book.Take(R"({"name":"b","up":false,"detail":"gone"})", START + 10s);
+  book.Accept(R"({"name":"b","up":false,"detail":"gone"})", START + 10s);
   EXPECT_FALSE(book.Report("", START + 10s).up);
   EXPECT_THAT(book.Report("", START + 10s).json, HasSubstr(R"("state":"down")"));
 }
@@ -32,11 +32,11 @@ TEST(HealthBookTest, PassesOverWhatIsNoReportAndBoundsTheRest) {
   HealthBook book;
   for (const char* text :
        {"", "x", "[]", "1", R"({"up":false})", R"({"name":1,"up":false})", R"({"name":"a","up":0})"}) {
-    book.Take(text, START);
+    book.Accept(text, START);
     EXPECT_TRUE(book.Report("", START).up) << text;
   }
-  for (int i = 0; i < 200; ++i) book.Take(R"({"name":")" + std::to_string(i) + R"(","up":true})", START);
-  book.Take(R"({"name":"late","up":false})", START);
+  for (int i = 0; i < 200; ++i) book.Accept(R"({"name":")" + std::to_string(i) + R"(","up":true})", START);
+  book.Accept(R"({"name":"late","up":false})", START);
   EXPECT_TRUE(book.Report("", START).up);
 }
 

@@ -47,8 +47,8 @@ std::string AttributeOf(const drawn_element_t& element, const std::string& name)
 
 class CompositorTest : public testing::Test {
  protected:
-  CompositorTest() { compositor_.Take(CREATE); }
-  compositor_reply_t Draw(const std::vector<bytes_t>& records) { return compositor_.Take(Join(records)); }
+  CompositorTest() { compositor_.Accept(CREATE); }
+  compositor_reply_t Draw(const std::vector<bytes_t>& records) { return compositor_.Accept(Join(records)); }
 
   Compositor compositor_{FindPicture};
 };
@@ -98,13 +98,13 @@ TEST_F(CompositorTest, PicturesTakeTheirOwnSizeUnlessOneIsGiven) {
 }
 
 TEST_F(CompositorTest, OnlyAnUnknownLayerOrAMessageWithoutARecordIsRefused) {
-  EXPECT_EQ(compositor_.Take({}), compositor_reply_t::NO_RECORD);
-  EXPECT_EQ(compositor_.Take(bytes_t(64, 0xAA)), compositor_reply_t::NO_RECORD);
-  EXPECT_EQ(compositor_.Take(Record(CMD_END_FRAME, 0, {}, 9)), compositor_reply_t::UNKNOWN_LAYER);
+  EXPECT_EQ(compositor_.Accept({}), compositor_reply_t::NO_RECORD);
+  EXPECT_EQ(compositor_.Accept(bytes_t(64, 0xAA)), compositor_reply_t::NO_RECORD);
+  EXPECT_EQ(compositor_.Accept(Record(CMD_END_FRAME, 0, {}, 9)), compositor_reply_t::UNKNOWN_LAYER);
   EXPECT_EQ(Draw({START, CIRCLE, Record(CMD_SHAPE, SHAPE_CIRCLE_FILL, {5}, 9), END}),
             compositor_reply_t::UNKNOWN_LAYER);
   EXPECT_TRUE(compositor_.Drawing().empty());
-  EXPECT_EQ(compositor_.Take(Record(CMD_DESTROY_LAYER, 0)), compositor_reply_t::OK);
+  EXPECT_EQ(compositor_.Accept(Record(CMD_DESTROY_LAYER, 0)), compositor_reply_t::OK);
   EXPECT_EQ(Draw({START, END}), compositor_reply_t::UNKNOWN_LAYER);
 }
 

@@ -14,7 +14,7 @@ namespace unit {
 namespace {
 
 // The status of MsgSend; -1 with errno set when there is no answer.
-long Exchange(int coid, screen_request_t request, std::string& reply) {
+long SendScreenRequest(int coid, screen_request_t request, std::string& reply) {
   std::array<std::uint8_t, 4> message{};
   platform::StoreLe32(message, 0, request);
   return MsgSend(coid, message.data(), message.size(), reply.data(), reply.size());
@@ -29,7 +29,7 @@ bool AskScreen(screen_request_t request, std::string& result) {
     return false;
   }
   std::string reply(SCREEN_REPLY_SIZE, '\0');
-  const long length = Exchange(coid, request, reply);
+  const long length = SendScreenRequest(coid, request, reply);
   const int error = errno;
   name_close(coid);
   if (length >= 0 && static_cast<std::size_t>(length) <= reply.size()) {
@@ -42,7 +42,7 @@ bool AskScreen(screen_request_t request, std::string& result) {
   return false;
 }
 
-std::string SaveSnapshot(const std::string& file) {
+std::string WriteSnapshot(const std::string& file) {
   std::string picture;
   if (!AskScreen(SCREEN_REQUEST_PNG, picture)) return picture;
   std::ofstream stream(file, std::ios::binary | std::ios::trunc);

@@ -12,6 +12,6 @@ namespace unit {
 bool AskScreen(screen_request_t request, std::string& result);
 
 // Writes the picture as PNG. Returns the problem; empty on success.
-std::string SaveSnapshot(const std::string& file);
+std::string WriteSnapshot(const std::string& file);
 
 }  // namespace unit

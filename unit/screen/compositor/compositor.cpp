@@ -33,7 +33,7 @@ bool IsLayerCommand(std::uint32_t command) {
 
 }  // namespace
 
-compositor_reply_t Compositor::Take(std::span<const std::uint8_t> message) {
+compositor_reply_t Compositor::Accept(std::span<const std::uint8_t> message) {
   ++counters_.messages;
   bool known = true;
   const record_count_t count = ReadRecords(message, [&](const layer_record_t& record) {
@@ -42,11 +42,11 @@ compositor_reply_t Compositor::Take(std::span<const std::uint8_t> message) {
   counters_.recordsSkipped += count.skipped;
   if (count.read == 0) return compositor_reply_t::NO_RECORD;
   if (!known) return compositor_reply_t::UNKNOWN_LAYER;
-  ReadRecords(message, [this](const layer_record_t& record) { TakeRecord(record); });
+  ReadRecords(message, [this](const layer_record_t& record) { AcceptRecord(record); });
   return compositor_reply_t::OK;
 }
 
-void Compositor::TakeRecord(const layer_record_t& record) {
+void Compositor::AcceptRecord(const layer_record_t& record) {
   if (record.command == CMD_DESTROY_LAYER) {
     layers_.erase(record.layer);
     return;

@@ -37,7 +37,7 @@ class Compositor {
 
   // Takes one message. NO_RECORD when it has no record, UNKNOWN_LAYER when it draws on a layer that does not
   // exist; in both cases the message changes nothing. Other faults are counted and skipped.
-  compositor_reply_t Take(std::span<const std::uint8_t> message);
+  compositor_reply_t Accept(std::span<const std::uint8_t> message);
 
   // The last complete frames of all layers, the lowest id first.
   drawing_t Drawing() const;
@@ -55,7 +55,7 @@ class Compositor {
     drawing_t working, shown;
   };
 
-  void TakeRecord(const layer_record_t& record);
+  void AcceptRecord(const layer_record_t& record);
   bool Carry(layer_t& layer, const layer_record_t& record);
   // Each returns false for a record without its data or beyond a bound.
   static bool Operate(layer_t& layer, const layer_record_t& record);

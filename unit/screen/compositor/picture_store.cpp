@@ -15,7 +15,7 @@
 namespace unit {
 namespace {
 
-std::vector<std::uint8_t> ReadFile(const std::string& path, std::size_t most) {
+std::vector<std::uint8_t> ReadPictureFile(const std::string& path, std::size_t most) {
   std::ifstream file(path, std::ios::binary);
   std::vector<std::uint8_t> bytes(most + 1);
   // Any object may be written through char.
@@ -47,7 +47,7 @@ std::optional<stored_picture_t> ReadPngHeader(std::span<const std::uint8_t> file
 std::optional<stored_picture_t> PictureStore::Find(const std::string& path) {
   if (const auto kept = pictures_.find(path); kept != pictures_.end()) return kept->second;
   if (path.empty() || path.front() != '/' || pictures_.size() >= MAX_PICTURES) return {};
-  const std::vector<std::uint8_t> file = ReadFile(platform::ResolveUnitPath(path), MAX_BYTES);
+  const std::vector<std::uint8_t> file = ReadPictureFile(platform::ResolveUnitPath(path), MAX_BYTES);
   std::optional<stored_picture_t> picture = ReadPngHeader(file);
   if (!picture) return {};
   picture->id = "picture-" + std::to_string(pictures_.size() + 1);

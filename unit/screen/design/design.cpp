@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 
@@ -275,7 +276,8 @@ page_look_t ReadLook(const pugi::xml_document& document, look_t look, const std:
   return result;
 }
 
-page_design_t ReadPage(const fs::path& file, const std::set<std::string>& widgets, const design_base_t& base) {
+page_design_t ReadPageDocument(const fs::path& file, const std::set<std::string>& widgets,
+                               const design_base_t& base) {
   page_design_t page;
   page.file = file;
   pugi::xml_document document;
@@ -293,10 +295,10 @@ page_design_t ReadPage(const fs::path& file, const std::set<std::string>& widget
 }
 
 // A mistake in what the pages share is one line, not one for each page.
-bool LoadBase(const fs::path& folder, design_base_t& base, std::vector<std::string>& problems) {
+bool ReadDesignBase(const fs::path& folder, design_base_t& base, std::vector<std::string>& problems) {
   try {
-    base.palette = LoadPalette(folder / "palette.xml");
-    base.parts = LoadParts(folder / PARTS_FILE);
+    base.palette = ReadPalette(folder / "palette.xml");
+    base.parts = ReadParts(folder / PARTS_FILE);
     return true;
   } catch (const std::runtime_error& refused) {
     problems.emplace_back(refused.what());
@@ -316,22 +318,28 @@ std::set<fs::path> ListPages(const fs::path& folder, std::vector<std::string>& p
 
 }  // namespace
 
-page_design_t LoadPage(const fs::path& file, const std::set<std::string>& widgets, const design_base_t& base) {
+std::string FormatXml(const pugi::xml_node& node) {
+  std::ostringstream stream;
+  node.print(stream, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
+  return stream.str();
+}
+
+page_design_t ReadPage(const fs::path& file, const std::set<std::string>& widgets, const design_base_t& base) {
   try {
-    return ReadPage(file, widgets, base);
+    return ReadPageDocument(file, widgets, base);
   } catch (const std::runtime_error& error) {
     throw std::runtime_error(file.string() + ": " + error.what());
   }
 }
 
-design_t LoadDesign(const fs::path& folder, const std::set<std::string>& widgets,
+design_t ReadDesign(const fs::path& folder, const std::set<std::string>& widgets,
                     std::vector<std::string>& problems) {
   design_t design;
   design_base_t base;
-  if (!LoadBase(folder, base, problems)) return design;
+  if (!ReadDesignBase(folder, base, problems)) return design;
   for (const fs::path& file : ListPages(folder, problems)) {
     try {
-      page_design_t page = LoadPage(file, widgets, base);
+      page_design_t page = ReadPage(file, widgets, base);
       const std::string name = page.name;
       if (!design.emplace(name, std::move(page)).second) {
         problems.push_back(file.string() + ": another file has a page " + name);

@@ -91,13 +91,16 @@ using design_t = std::map<std::string, page_design_t>;  // by name
 
 // Reads one page. `widgets` has the names of all widgets. Throws std::runtime_error with the file's name, the
 // element and the problem.
-page_design_t LoadPage(const std::filesystem::path& file, const std::set<std::string>& widgets,
+page_design_t ReadPage(const std::filesystem::path& file, const std::set<std::string>& widgets,
                        const design_base_t& base = {});
 
 // Reads every *.svg file of a folder but the parts. Adds a line to `problems` for each file that it cannot
 // read, and leaves that page out.
-design_t LoadDesign(const std::filesystem::path& folder, const std::set<std::string>& widgets,
+design_t ReadDesign(const std::filesystem::path& folder, const std::set<std::string>& widgets,
                     std::vector<std::string>& problems);
+
+// The element as a document's text, without a declaration.
+std::string FormatXml(const pugi::xml_node& node);
 
 // What is wrong with the page beside the other pages: a transition to a page that is not among `names`, an
 // order that is taken. Empty when nothing is; one line, with the page's file, otherwise.

@@ -41,7 +41,7 @@ bool ReadPlace(screen_command_t& command, std::span<const std::uint8_t> message)
   return true;
 }
 
-bool ReadNumber(screen_command_t& command, std::span<const std::uint8_t> message) {
+bool ReadNumberArgument(screen_command_t& command, std::span<const std::uint8_t> message) {
   command.number = platform::LoadLe32(message, SCREEN_ARGUMENTS_AT);
   return true;
 }
@@ -51,7 +51,7 @@ bool ReadRotation(screen_command_t& command, std::span<const std::uint8_t> messa
 }
 
 bool ReadColor(screen_command_t& command, std::span<const std::uint8_t> message) {
-  ReadNumber(command, message);
+  ReadNumberArgument(command, message);
   return command.number <= 1 && ReadFloats(command, message, SCREEN_ARGUMENTS_AT + WORD, 4);
 }
 
@@ -69,12 +69,12 @@ constexpr std::array<operation_row_t, 9> OPERATIONS{{
     {SCREEN_SET_TEXT, 0, ReadText},
     {SCREEN_MOVE, 16, ReadPlace},
     {SCREEN_ROTATE, 20, ReadRotation},
-    {SCREEN_FRAMERATE, 12, ReadNumber},
+    {SCREEN_FRAMERATE, 12, ReadNumberArgument},
     {SCREEN_PROCESS_COMMANDS, 8, ReadNothing},
     {SCREEN_SHOW, 8, ReadNothing},
     {SCREEN_HIDE, 8, ReadNothing},
     {SCREEN_SET_COLOR, 28, ReadColor},
-    {SCREEN_SET_ALTERNATE, 12, ReadNumber},
+    {SCREEN_SET_ALTERNATE, 12, ReadNumberArgument},
 }};
 
 }  // namespace

@@ -10,7 +10,7 @@ namespace {
 constexpr int DEEPEST = 8;
 constexpr const char* PART_ATTRIBUTE = "data-part";
 
-bool IsNameCharacter(char c) {
+bool IsPartNameCharacter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
 }
 
@@ -23,7 +23,7 @@ std::string FillIn(std::string_view text, const pugi::xml_node& place) {
       continue;
     }
     std::size_t end = i + 1;
-    while (end < text.size() && IsNameCharacter(text[end])) ++end;
+    while (end < text.size() && IsPartNameCharacter(text[end])) ++end;
     const std::string name(text.substr(i + 1, end - i - 1));
     const pugi::xml_attribute value = place.attribute(name.c_str());
     if (!value)
@@ -75,7 +75,7 @@ void InsertBelow(pugi::xml_node node, const pugi::xml_document& parts, int depth
 
 }  // namespace
 
-std::unique_ptr<pugi::xml_document> LoadParts(const std::filesystem::path& file) {
+std::unique_ptr<pugi::xml_document> ReadParts(const std::filesystem::path& file) {
   auto document = std::make_unique<pugi::xml_document>();
   if (!std::filesystem::exists(file)) return document;
   const pugi::xml_parse_result result = document->load_file(file.c_str());

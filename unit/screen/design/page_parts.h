@@ -15,7 +15,7 @@ namespace unit {
 constexpr const char* PARTS_FILE = "parts.svg";
 
 // Empty when there is no such file. Throws std::runtime_error when it cannot be read.
-std::unique_ptr<pugi::xml_document> LoadParts(const std::filesystem::path& file);
+std::unique_ptr<pugi::xml_document> ReadParts(const std::filesystem::path& file);
 
 // Puts the parts in their places below `root`. Throws std::runtime_error with a part or a parameter that does
 // not exist, and when parts name each other in a circle.

@@ -6,7 +6,7 @@
 namespace unit {
 namespace {
 
-bool IsNameCharacter(char c) {
+bool IsColorNameCharacter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-';
 }
 
@@ -19,7 +19,7 @@ std::string Paint(std::string_view text, const palette_t& palette, look_t look) 
       continue;
     }
     std::size_t end = i + 1;
-    while (end < text.size() && IsNameCharacter(text[end])) ++end;
+    while (end < text.size() && IsColorNameCharacter(text[end])) ++end;
     const std::string name(text.substr(i + 1, end - i - 1));
     const auto color = palette.find(name);
     if (color == palette.end()) throw std::runtime_error("the palette has no colour @" + name);
@@ -59,7 +59,7 @@ look_t ChooseLook(look_t present, const variable_value_t& brightness) {
   return *brightness <= NIGHT_UP_TO ? LOOK_NIGHT : present;
 }
 
-palette_t LoadPalette(const std::filesystem::path& file) {
+palette_t ReadPalette(const std::filesystem::path& file) {
   palette_t palette;
   if (!std::filesystem::exists(file)) return palette;
   pugi::xml_document document;

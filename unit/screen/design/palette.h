@@ -29,7 +29,7 @@ constexpr double NIGHT_UP_TO = 50;  // between the two the look stays as it is
 look_t ChooseLook(look_t present, const variable_value_t& brightness);
 
 // Empty when the folder has no palette. Throws std::runtime_error when it cannot be read.
-palette_t LoadPalette(const std::filesystem::path& file);
+palette_t ReadPalette(const std::filesystem::path& file);
 
 // Writes the look's colours in place of their names, in every attribute and style sheet below `root`. Throws
 // std::runtime_error with a name that the palette does not have.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -11,15 +10,9 @@ namespace {
 
 constexpr const char* PICTURES_ELEMENT = "compositor-pictures";
 
-std::string Print(const pugi::xml_node& node) {
-  std::ostringstream stream;
-  node.print(stream, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
-  return stream.str();
-}
-
-std::string PrintContent(const pugi::xml_node& node) {
+std::string FormatContent(const pugi::xml_node& node) {
   std::string content;
-  for (const pugi::xml_node& child : node.children()) content += Print(child);
+  for (const pugi::xml_node& child : node.children()) content += FormatXml(child);
   return content;
 }
 
@@ -324,17 +317,17 @@ element_input_t ScreenModel::InputOf(const live_element_t& element) const {
 element_change_t ScreenModel::ChangeOf(std::size_t index) const {
   const element_view_t& view = views_.at(index);
   element_change_t change{Shown().elements.at(index).id, view.attributes, {}};
-  if (view.text) change.content = PrintContent(Shown().elements[index].node);
+  if (view.text) change.content = FormatContent(Shown().elements[index].node);
   return change;
 }
 
-screen_change_t ScreenModel::TakeChange() {
+screen_change_t ScreenModel::DrainChange() {
   screen_change_t change;
   change.previous = revision_;
   change.page = std::exchange(pageChanged_, false);
   if (!change.page) {
     for (const std::size_t index : changedElements_) change.elements.push_back(ChangeOf(index));
-    if (drawingChanged_) change.elements.push_back({COMPOSITOR_ELEMENT, {}, PrintContent(Shown().compositor)});
+    if (drawingChanged_) change.elements.push_back({COMPOSITOR_ELEMENT, {}, FormatContent(Shown().compositor)});
   }
   for (const std::int32_t handle : changedWidgets_) {
     change.widgets[widgets_.at(handle).name] = widgets_.at(handle).text.value_or("");
@@ -356,7 +349,7 @@ void ScreenModel::ForgetChanges() {
 }
 
 std::string ScreenModel::Svg() const {
-  return Print(Shown().document->document_element());
+  return FormatXml(Shown().document->document_element());
 }
 
 std::map<std::string, std::string> ScreenModel::WidgetTexts() const {

@@ -68,7 +68,7 @@ class ScreenModel {
   // Shows the page of that name, which must exist.
   void ShowPage(const std::string& name);
   // The actions that the page shown posts for changed values, oldest first; at most MAX_NOTICES are kept.
-  std::vector<std::string> TakeNotices() { return std::exchange(notices_, {}); }
+  std::vector<std::string> DrainNotices() { return std::exchange(notices_, {}); }
   bool HasNotices() const { return !notices_.empty(); }
   void SetDrawing(drawing_t drawing);
   // Sets the pictures that drawings use, as definitions of every page.
@@ -82,7 +82,7 @@ class ScreenModel {
   look_t Look() const { return look_; }
   std::uint64_t Revision() const { return revision_; }
   // The changes since the last call. Advances the revision when there are any.
-  screen_change_t TakeChange();
+  screen_change_t DrainChange();
 
   const design_t& Design() const { return design_; }
   // The page as an SVG document.

@@ -31,7 +31,7 @@ screen_names_t ReadNames(const pugi::xml_node& root) {
 
 }  // namespace
 
-screen_names_t LoadScreenNames(const std::string& genericFile) {
+screen_names_t ReadScreenNames(const std::string& genericFile) {
   pugi::xml_document document;
   const pugi::xml_parse_result result = document.load_file(genericFile.c_str());
   const pugi::xml_node root = document.child("orvik-generic");

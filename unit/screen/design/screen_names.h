@@ -18,7 +18,7 @@ struct screen_names_t {
 };
 
 // Throws std::runtime_error with the file's name when the file cannot be read.
-screen_names_t LoadScreenNames(const std::string& genericFile);
+screen_names_t ReadScreenNames(const std::string& genericFile);
 
 // The message of the action channel: the number of the channel, then the number of the action, 32 bits each,
 // little-endian.

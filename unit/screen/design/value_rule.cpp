@@ -11,15 +11,15 @@
 namespace unit {
 namespace {
 
-[[noreturn]] void Refuse(std::string_view what, std::string_view text) {
+[[noreturn]] void RefuseRule(std::string_view what, std::string_view text) {
   throw std::runtime_error(std::string(what) + " \"" + std::string(text) + "\"");
 }
 
-double ParseNumber(std::string_view text) {
+double ParseBound(std::string_view text) {
   double value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (error != std::errc{} || end != text.data() + text.size() || !std::isfinite(value)) {
-    Refuse("not a number:", text);
+    RefuseRule("not a number:", text);
   }
   return value;
 }
@@ -30,15 +30,15 @@ value_match_t ParseMatch(std::string_view text) {
   if (text == "?") return {Kind::UNKNOWN};
   const std::size_t dots = text.find("..");
   if (dots == std::string_view::npos) {
-    const double value = ParseNumber(text);
+    const double value = ParseBound(text);
     return {Kind::RANGE, value, value};
   }
   const std::string_view low = text.substr(0, dots);
   const std::string_view high = text.substr(dots + 2);
   constexpr double INFINITE = std::numeric_limits<double>::infinity();
-  const value_match_t match{Kind::RANGE, low.empty() ? -INFINITE : ParseNumber(low),
-                            high.empty() ? INFINITE : ParseNumber(high)};
-  if (match.low >= match.high) Refuse("an empty range:", text);
+  const value_match_t match{Kind::RANGE, low.empty() ? -INFINITE : ParseBound(low),
+                            high.empty() ? INFINITE : ParseBound(high)};
+  if (match.low >= match.high) RefuseRule("an empty range:", text);
   return match;
 }
 
@@ -68,7 +68,7 @@ ValueRule::ValueRule(std::string_view text, bool withTexts) {
     const std::size_t end = std::min(text.find(';'), text.size());
     const std::string_view entry = text.substr(0, end);
     const std::size_t colon = withTexts ? entry.find(':') : entry.size();
-    if (colon == std::string_view::npos) Refuse("no colon in the entry", entry);
+    if (colon == std::string_view::npos) RefuseRule("no colon in the entry", entry);
     entries_.push_back(
         {ParseMatch(entry.substr(0, colon)), withTexts ? std::string(entry.substr(colon + 1)) : std::string()});
     text.remove_prefix(std::min(end + 1, text.size()));
@@ -92,7 +92,7 @@ ValueFormat::ValueFormat(std::string_view text) {
   const std::size_t open = text.find('{');
   const std::size_t close = text.find('}');
   if (open == std::string_view::npos || close == std::string_view::npos || close < open) {
-    Refuse("a format without {0}:", text);
+    RefuseRule("a format without {0}:", text);
   }
   const std::string_view place = text.substr(open + 1, close - open - 1);
   const std::size_t point = std::min(place.find('.'), place.size());
@@ -100,7 +100,7 @@ ValueFormat::ValueFormat(std::string_view text) {
                      std::count(place.begin(), place.end(), '.') <= 1;
   const std::size_t decimals = point == place.size() ? 0 : place.size() - point - 1;
   if (!zeros || point == 0 || point > 9 || decimals > 9 || text.find('{', open + 1) != std::string_view::npos) {
-    Refuse("not a format:", text);
+    RefuseRule("not a format:", text);
   }
   before_ = text.substr(0, open);
   after_ = text.substr(close + 1);
@@ -127,10 +127,10 @@ std::vector<double> ParseNumbers(std::string_view text, std::size_t count) {
     rest.remove_prefix(std::min(rest.find_first_not_of(" ,"), rest.size()));
     if (rest.empty()) break;
     const std::size_t end = std::min(rest.find_first_of(" ,"), rest.size());
-    numbers.push_back(ParseNumber(rest.substr(0, end)));
+    numbers.push_back(ParseBound(rest.substr(0, end)));
     rest.remove_prefix(end);
   }
-  if (numbers.size() != count) Refuse("not " + std::to_string(count) + " numbers:", text);
+  if (numbers.size() != count) RefuseRule("not " + std::to_string(count) + " numbers:", text);
   return numbers;
 }
 

@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 constexpr std::array<const char*, WORD_LANGUAGES> NAMES{"English", "Spanish", "Portuguese",
                                                         "Chinese", "Russian", "French"};
 
-void ReadWords(const fs::path& file, word_catalogue_t& catalogue) {
+void ReadWordFile(const fs::path& file, word_catalogue_t& catalogue) {
   pugi::xml_document document;
   const pugi::xml_parse_result result = document.load_file(file.c_str());
   if (!result) throw std::runtime_error(result.description());
@@ -45,7 +45,7 @@ const words_t& word_catalogue_t::Of(const variable_value_t& language) const {
   return languages.at(known ? static_cast<std::size_t>(*language) : 0);
 }
 
-word_catalogue_t LoadWords(const fs::path& folder, std::vector<std::string>& problems) {
+word_catalogue_t ReadWords(const fs::path& folder, std::vector<std::string>& problems) {
   word_catalogue_t catalogue;
   std::set<fs::path> files;
   std::error_code error;
@@ -55,7 +55,7 @@ word_catalogue_t LoadWords(const fs::path& folder, std::vector<std::string>& pro
   if (error) problems.push_back(folder.string() + ": " + error.message());
   for (const fs::path& file : files) {
     try {
-      ReadWords(file, catalogue);
+      ReadWordFile(file, catalogue);
     } catch (const std::runtime_error& refused) {
       problems.push_back(file.string() + ": " + refused.what());
     }

@@ -29,7 +29,7 @@ struct word_catalogue_t {
 
 // Reads every *.xml of the folder. What cannot be read, has an unknown or a second language, or names a key
 // twice is reported through `problems`, one line each.
-word_catalogue_t LoadWords(const std::filesystem::path& folder, std::vector<std::string>& problems);
+word_catalogue_t ReadWords(const std::filesystem::path& folder, std::vector<std::string>& problems);
 
 // One line for each key that a language lacks, though another has it or it is among `used`, and for each key
 // that no user has: neither `used` nor under one of the `prefixes` ("panel.", "window.") of other users.

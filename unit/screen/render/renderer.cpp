@@ -64,38 +64,39 @@ struct releaser_t {
 
 using surface_t = std::unique_ptr<cairo_surface_t, releaser_t<cairo_surface_destroy>>;
 using context_t = std::unique_ptr<cairo_t, releaser_t<cairo_destroy>>;
-using handle_t = std::unique_ptr<RsvgHandle, releaser_t<g_object_unref>>;
+using svg_handle_t = std::unique_ptr<RsvgHandle, releaser_t<g_object_unref>>;
 using error_t = std::unique_ptr<GError, releaser_t<g_error_free>>;
 
-[[noreturn]] void Fail(GError* error) {
+[[noreturn]] void ThrowDrawError(GError* error) {
   const error_t owned(error);
   throw std::runtime_error(std::string("cannot draw the picture: ") +
                            (owned ? owned->message : "no reason given"));
 }
 
-cairo_status_t Append(void* closure, const unsigned char* data, unsigned length) {
+cairo_status_t AppendPng(void* closure, const unsigned char* data, unsigned length) {
   static_cast<std::string*>(closure)->append(data, data + length);
   return CAIRO_STATUS_SUCCESS;
 }
 
-handle_t ReadSvg(const std::string& svg) {
+svg_handle_t ReadSvg(const std::string& svg) {
   GError* error = nullptr;
   const std::basic_string<guint8> bytes(svg.begin(), svg.end());
-  handle_t handle(rsvg_handle_new_from_data(bytes.data(), bytes.size(), &error));
-  if (!handle) Fail(error);
+  svg_handle_t handle(rsvg_handle_new_from_data(bytes.data(), bytes.size(), &error));
+  if (!handle) ThrowDrawError(error);
   return handle;
 }
 
 // Draws the document over the whole surface.
 void Draw(const std::string& svg, const std::string& style, cairo_surface_t& surface) {
   GError* error = nullptr;
-  const handle_t handle = ReadSvg(svg);
+  const svg_handle_t handle = ReadSvg(svg);
   const std::basic_string<guint8> css(style.begin(), style.end());
-  if (rsvg_handle_set_stylesheet(handle.get(), css.data(), css.size(), &error) == FALSE) Fail(error);
+  if (rsvg_handle_set_stylesheet(handle.get(), css.data(), css.size(), &error) == FALSE) ThrowDrawError(error);
   const context_t context(cairo_create(&surface));
   const RsvgRectangle viewport{0, 0, static_cast<double>(cairo_image_surface_get_width(&surface)),
                                static_cast<double>(cairo_image_surface_get_height(&surface))};
-  if (rsvg_handle_render_document(handle.get(), context.get(), &viewport, &error) == FALSE) Fail(error);
+  if (rsvg_handle_render_document(handle.get(), context.get(), &viewport, &error) == FALSE)
+    ThrowDrawError(error);
   cairo_surface_flush(&surface);
 }
 
@@ -107,7 +108,8 @@ std::string RenderPng(const std::string& svg, double scale) {
                                                      static_cast<int>(SCREEN_HEIGHT * scale)));
   Draw(svg, {}, *surface);
   std::string png;
-  if (cairo_surface_write_to_png_stream(surface.get(), Append, &png) != CAIRO_STATUS_SUCCESS) Fail(nullptr);
+  if (cairo_surface_write_to_png_stream(surface.get(), AppendPng, &png) != CAIRO_STATUS_SUCCESS)
+    ThrowDrawError(nullptr);
   return png;
 }
 
@@ -128,12 +130,13 @@ std::string WritePng(const pixels_t& pixels) {
                                                               CAIRO_FORMAT_RGB24, pixels.width, pixels.height,
                                                               pixels.width * 4));
   std::string png;
-  if (cairo_surface_write_to_png_stream(surface.get(), Append, &png) != CAIRO_STATUS_SUCCESS) Fail(nullptr);
+  if (cairo_surface_write_to_png_stream(surface.get(), AppendPng, &png) != CAIRO_STATUS_SUCCESS)
+    ThrowDrawError(nullptr);
   return png;
 }
 
 struct SvgGeometry::state_t {
-  handle_t handle;
+  svg_handle_t handle;
 };
 
 SvgGeometry::SvgGeometry(const std::string& svg) : state_(std::make_unique<state_t>()) {

@@ -10,7 +10,7 @@ constexpr std::chrono::seconds POST_PERIOD{1};
 bool ActionPoster::Post(const std::string& action) {
   const auto number = names_.actions.find(action);
   if (number == names_.actions.end() || names_.actionChannel.empty()) return false;
-  const int channel = link_.NumberOf(names_.actionChannel.c_str());
+  const int channel = link_.RegisterChannel(names_.actionChannel.c_str());
   return channel >= 0 && link_.Publish(names_.actionChannel.c_str(), ActionMessage(channel, number->second));
 }
 

@@ -51,7 +51,7 @@ void MessageServer::Run() {
       return;
     }
     if (rcvid == 0) {
-      TakePulse(buffer);
+      AcceptPulse(buffer);
       continue;
     }
     const message_reply_t reply = answer_({buffer.data(), static_cast<std::size_t>(std::max(info.msglen, 0))});
@@ -60,7 +60,7 @@ void MessageServer::Run() {
 }
 
 // A stop pulse needs no action: it ends the wait, and Run checks stopping_.
-void MessageServer::TakePulse(std::span<const std::uint8_t> buffer) {
+void MessageServer::AcceptPulse(std::span<const std::uint8_t> buffer) {
   _pulse pulse{};
   std::memcpy(&pulse, buffer.data(), sizeof pulse);
   if (pulse.code == _PULSE_CODE_DISCONNECT) ConnectDetach(pulse.scoid);

@@ -30,7 +30,7 @@ class MessageServer {
 
  private:
   void Run();
-  void TakePulse(std::span<const std::uint8_t> buffer);
+  void AcceptPulse(std::span<const std::uint8_t> buffer);
 
   const std::size_t capacity_;
   const std::function<message_reply_t(std::span<const std::uint8_t>)> answer_;

@@ -41,19 +41,20 @@ void Print(const std::string& line) {
 }  // namespace
 
 ScreenModel ScreenWorker::MakeModel(const options_t& options) {
-  screen_names_t names = LoadScreenNames(options.genericFile);
+  screen_names_t names = ReadScreenNames(options.genericFile);
   std::vector<std::string> problems;
-  design_t design = LoadDesign(designFolder_, WidgetNames(names), problems);
+  design_t design = ReadDesign(designFolder_, WidgetNames(names), problems);
   for (std::string& problem : CheckDesign(design)) problems.push_back(std::move(problem));
-  word_catalogue_t words = ReadWords(design, problems);
+  word_catalogue_t words = ReadCheckedWords(design, problems);
   for (const std::string& problem : problems) Print(problem);
   if (!problems.empty()) throw std::runtime_error(problems.front());
   if (design.empty()) throw std::runtime_error(designFolder_.string() + ": the folder has no page (*.svg)");
   return {std::move(names), std::move(design), std::move(words)};
 }
 
-word_catalogue_t ScreenWorker::ReadWords(const design_t& design, std::vector<std::string>& problems) const {
-  word_catalogue_t words = LoadWords(wordsFolder_, problems);
+word_catalogue_t ScreenWorker::ReadCheckedWords(const design_t& design,
+                                                std::vector<std::string>& problems) const {
+  word_catalogue_t words = ReadWords(wordsFolder_, problems);
   for (std::string& problem : CheckWords(words, WordsUsed(design), OTHER_USERS)) {
     problems.push_back(std::move(problem));
   }
@@ -75,11 +76,11 @@ ScreenWorker::ScreenWorker(const options_t& options)
   if (!model_.Names().eventChannel.empty()) channels.push_back(model_.Names().eventChannel);
   compositorServer_ = std::make_unique<MessageServer>(Compositing::SERVER_NAME,
                                                       Compositing::QUEUE_SIZE + Compositing::RECORD_HEADER_SIZE,
-                                                      [this](auto message) { return TakeDrawing(message); });
+                                                      [this](auto message) { return AcceptDrawing(message); });
   requestServer_ = std::make_unique<MessageServer>(SCREEN_REQUEST_NAME, 64,
                                                    [this](auto message) { return Answer(message); });
   subscriber_ = std::make_unique<Subscriber>(
-      channels, [this](std::size_t channel, auto payload) { TakeMessage(channel, payload); });
+      channels, [this](std::size_t channel, auto payload) { AcceptMessage(channel, payload); });
   pace_ = std::thread([this] { Pace(); });
 }
 
@@ -95,13 +96,13 @@ ScreenWorker::~ScreenWorker() {
 
 // --- Messages of the application and of the database
 
-void ScreenWorker::TakeMessage(std::size_t channel, std::span<const std::uint8_t> payload) {
-  if (channel == SCREEN_MESSAGES) TakeScreenMessage(payload);
-  if (channel == DATABASE_CHANGES) TakeVariable(payload);
-  if (channel == EVENTS) TakeEvent(payload);
+void ScreenWorker::AcceptMessage(std::size_t channel, std::span<const std::uint8_t> payload) {
+  if (channel == SCREEN_MESSAGES) AcceptScreenMessage(payload);
+  if (channel == DATABASE_CHANGES) AcceptVariable(payload);
+  if (channel == EVENTS) AcceptEvent(payload);
 }
 
-void ScreenWorker::TakeScreenMessage(std::span<const std::uint8_t> payload) {
+void ScreenWorker::AcceptScreenMessage(std::span<const std::uint8_t> payload) {
   std::optional<screen_command_t> command = ReadScreenMessage(payload);
   const std::lock_guard lock(mutex_);
   if (!command) {
@@ -120,7 +121,7 @@ void ScreenWorker::TakeScreenMessage(std::span<const std::uint8_t> payload) {
   if (!wasPending) pendingSince_ = now;
 }
 
-void ScreenWorker::TakeEvent(std::span<const std::uint8_t> payload) {
+void ScreenWorker::AcceptEvent(std::span<const std::uint8_t> payload) {
   if (payload.size() != 4) return;
   const std::lock_guard lock(mutex_);
   if (!model_.HandleEvent(platform::LoadLe32(payload, 0))) return;
@@ -128,11 +129,11 @@ void ScreenWorker::TakeEvent(std::span<const std::uint8_t> payload) {
   wakePace_.notify_all();
 }
 
-void ScreenWorker::TakeVariable(std::span<const std::uint8_t> payload) {
+void ScreenWorker::AcceptVariable(std::span<const std::uint8_t> payload) {
   const std::optional<database_change_t> change = ReadDatabaseChange(payload);
   if (!change) return;
   const std::lock_guard lock(mutex_);
-  variables_.Take(*change);
+  variables_.Accept(*change);
   if (!model_.HasNotices()) return;
   wake_ = true;
   wakePace_.notify_all();
@@ -145,10 +146,10 @@ void ScreenWorker::Report(base::LineLimiter& limiter, const std::string& what) {
 
 // --- Drawings and requests
 
-message_reply_t ScreenWorker::TakeDrawing(std::span<const std::uint8_t> message) {
+message_reply_t ScreenWorker::AcceptDrawing(std::span<const std::uint8_t> message) {
   std::string bytes(4, '\0');
   const std::lock_guard lock(mutex_);
-  const compositor_reply_t result = compositor_.Take(message);
+  const compositor_reply_t result = compositor_.Accept(message);
   model_.SetPictures(pictures_.Definitions());
   model_.SetDrawing(compositor_.Drawing());
   bytes[0] = static_cast<char>(result);
@@ -241,7 +242,7 @@ void ScreenWorker::UpdateDataState(clock_t::time_point now) {
 
 void ScreenWorker::PublishChange() {
   std::unique_lock lock(mutex_);
-  const screen_change_t change = model_.TakeChange();
+  const screen_change_t change = model_.DrainChange();
   lock.unlock();
   if (change.revision == change.previous) return;
   link_.Publish(SCREEN_CHANGES_CHANNEL_NAME, FormatChange(change, NM_PAYLOAD_SIZE));
@@ -251,7 +252,7 @@ void ScreenWorker::PostActions(clock_t::time_point now) {
   std::unique_lock lock(mutex_);
   const std::string page = model_.Page().action;
   const std::string name = model_.Page().name;
-  const std::vector<std::string> notices = model_.TakeNotices();
+  const std::vector<std::string> notices = model_.DrainNotices();
   lock.unlock();
   pageMemory_.Write(name);
   actions_.PostPage(page, now);
@@ -262,8 +263,8 @@ void ScreenWorker::ReloadDesign(clock_t::time_point now) {
   const bool designChanged = watch_.Changed(now);
   if (!wordsWatch_.Changed(now) && !designChanged) return;
   std::vector<std::string> problems;
-  design_t design = LoadDesign(designFolder_, WidgetNames(model_.Names()), problems);
-  word_catalogue_t words = LoadWords(wordsFolder_, problems);
+  design_t design = ReadDesign(designFolder_, WidgetNames(model_.Names()), problems);
+  word_catalogue_t words = ReadWords(wordsFolder_, problems);
   const std::lock_guard lock(mutex_);
   for (std::string& problem : model_.ReplacePages(std::move(design))) problems.push_back(std::move(problem));
   model_.ReplaceWords(std::move(words));

@@ -52,14 +52,14 @@ class ScreenWorker {
   using clock_t = std::chrono::steady_clock;
 
   ScreenModel MakeModel(const options_t& options);
-  word_catalogue_t ReadWords(const design_t& design, std::vector<std::string>& problems) const;
+  word_catalogue_t ReadCheckedWords(const design_t& design, std::vector<std::string>& problems) const;
   // subscriber
-  void TakeMessage(std::size_t channel, std::span<const std::uint8_t> payload);
-  void TakeScreenMessage(std::span<const std::uint8_t> payload);
-  void TakeEvent(std::span<const std::uint8_t> payload);
-  void TakeVariable(std::span<const std::uint8_t> payload);
+  void AcceptMessage(std::size_t channel, std::span<const std::uint8_t> payload);
+  void AcceptScreenMessage(std::span<const std::uint8_t> payload);
+  void AcceptEvent(std::span<const std::uint8_t> payload);
+  void AcceptVariable(std::span<const std::uint8_t> payload);
   // compositor and requests
-  message_reply_t TakeDrawing(std::span<const std::uint8_t> message);
+  message_reply_t AcceptDrawing(std::span<const std::uint8_t> message);
   message_reply_t Answer(std::span<const std::uint8_t> message);
   std::string Document(std::uint32_t request);
   std::string Picture(std::string svg);

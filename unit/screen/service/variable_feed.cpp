@@ -5,7 +5,7 @@
 
 namespace unit {
 
-void VariableFeed::Take(const database_change_t& change) {
+void VariableFeed::Accept(const database_change_t& change) {
   const auto found = variables_.find(change.handle);
   if (found == variables_.end()) return;
   for (const std::string& name : found->second) model_.SetVariable(name, change.value);

@@ -17,7 +17,7 @@ class VariableFeed {
   explicit VariableFeed(ScreenModel& model) : model_(model) {}
 
   // Sets the variables of the parameter that has changed.
-  void Take(const database_change_t& change);
+  void Accept(const database_change_t& change);
   // Sets all variables. A value can cease to be valid without a message, and a full queue can lose messages.
   // The caller holds the DatabaseView that `database` is the number of; it is not 0.
   void ReadAll(unsigned database);

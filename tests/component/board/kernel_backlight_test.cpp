@@ -1,5 +1,5 @@
 // The backlight's files, and files of keys that cannot be read.
-#include "unit/board/backlight.h"
+#include "unit/board/kernel_backlight.h"
 
 #include <filesystem>
 #include <fstream>
@@ -39,8 +39,8 @@ class BacklightTest : public testing::Test {
 
 TEST_F(BacklightTest, FollowsFromTheEnableOnAndWritesChangesAlone) {
   folder_.Write("bl_power", "4\n");
-  Backlight light(folder_.Path());
-  const Backlight::time_t now{};
+  KernelBacklight light(folder_.Path());
+  const KernelBacklight::time_t now{};
   light.Follow(false, 100, 50, now);
   light.Follow(true, 100, 0, now);  // the application sets the duty after it enables the light
   EXPECT_EQ(Read("brightness") + Read("bl_power"), "404");
@@ -55,8 +55,8 @@ TEST_F(BacklightTest, FollowsFromTheEnableOnAndWritesChangesAlone) {
 }
 
 TEST_F(BacklightTest, ReportsALightThatGoesAndTriesAgain) {
-  Backlight light(folder_.Path());
-  Backlight::time_t now{};
+  KernelBacklight light(folder_.Path());
+  KernelBacklight::time_t now{};
   light.Follow(true, 100, 100, now);
   std::filesystem::remove(folder_.Path() / "brightness");
   light.Follow(true, 100, 100, now);
@@ -73,7 +73,7 @@ TEST_F(BacklightTest, ReportsALightThatGoesAndTriesAgain) {
 TEST_F(BacklightTest, RefusesARangeThatIsNone) {
   for (const char* text : {"", "0\n", "-5\n", "5 5\n", "99999999999\n"}) {
     folder_.Write("max_brightness", text);
-    EXPECT_THAT([this] { const Backlight light(folder_.Path()); },
+    EXPECT_THAT([this] { const KernelBacklight light(folder_.Path()); },
                 testing::ThrowsMessage<std::runtime_error>(HasSubstr("is not a number above 0")))
         << text;
   }

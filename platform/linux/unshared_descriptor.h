@@ -12,25 +12,25 @@
 namespace platform {
 
 // Owns one descriptor; closes it when destroyed. Not for use by two threads at once.
-class Descriptor {
+class UnsharedDescriptor {
  public:
-  Descriptor() = default;
-  ~Descriptor() { Close(); }
-  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-  Descriptor& operator=(Descriptor&& other) noexcept;
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
+  UnsharedDescriptor() = default;
+  ~UnsharedDescriptor() { Close(); }
+  UnsharedDescriptor(UnsharedDescriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  UnsharedDescriptor& operator=(UnsharedDescriptor&& other) noexcept;
+  UnsharedDescriptor(const UnsharedDescriptor&) = delete;
+  UnsharedDescriptor& operator=(const UnsharedDescriptor&) = delete;
 
   // Owns the descriptor that `open` returns (-1 for none). No fork can happen during the call. `open` must not
   // call Make.
   template <class Open>
-  static Descriptor Make(Open&& open) {
+  static UnsharedDescriptor Make(Open&& open) {
     const std::lock_guard guard(ForkMutex());
-    return Descriptor(open());
+    return UnsharedDescriptor(open());
   }
 
   // Owns an existing descriptor; -1 for none.
-  static Descriptor Adopt(int number) {
+  static UnsharedDescriptor Adopt(int number) {
     return Make([number] { return number; });
   }
 
@@ -40,7 +40,7 @@ class Descriptor {
   void Close();
 
  private:
-  explicit Descriptor(int number);
+  explicit UnsharedDescriptor(int number);
   static std::mutex& ForkMutex();
 
   int number_ = -1;

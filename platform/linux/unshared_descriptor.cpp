@@ -1,4 +1,4 @@
-#include "platform/linux/descriptor.h"
+#include "platform/linux/unshared_descriptor.h"
 
 #include <cerrno>
 #include <vector>
@@ -48,15 +48,15 @@ void AfterForkInChild() {
 
 }  // namespace
 
-std::mutex& Descriptor::ForkMutex() {
+std::mutex& UnsharedDescriptor::ForkMutex() {
   return State().mutex;
 }
 
-Descriptor::Descriptor(int number) : number_(number) {
+UnsharedDescriptor::UnsharedDescriptor(int number) : number_(number) {
   if (number >= 0) State().descriptors.push_back(number);
 }
 
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
+UnsharedDescriptor& UnsharedDescriptor::operator=(UnsharedDescriptor&& other) noexcept {
   if (this != &other) {
     Close();
     number_ = std::exchange(other.number_, -1);
@@ -64,7 +64,7 @@ Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
   return *this;
 }
 
-void Descriptor::Close() {
+void UnsharedDescriptor::Close() {
   if (number_ < 0) return;
   const int kept = errno;
   const std::lock_guard guard(ForkMutex());

@@ -15,13 +15,13 @@ namespace unit {
 std::uint32_t Brightness(std::uint32_t most, std::uint32_t period, std::uint32_t duty);
 
 // For one thread.
-class Backlight {
+class KernelBacklight {
  public:
   using time_t = std::chrono::steady_clock::time_point;
   static constexpr std::chrono::milliseconds RETRY{1000};
 
   // Throws std::runtime_error with the problem in the folder and what to do about it.
-  explicit Backlight(std::string directory);
+  explicit KernelBacklight(std::string directory);
 
   // Sets the light to the strength of the board's PWM; to be called every few milliseconds. Does not touch the
   // light before the PWM is enabled and has a period. Repeats a failed write after RETRY.

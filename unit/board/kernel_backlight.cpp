@@ -1,4 +1,4 @@
-#include "unit/board/backlight.h"
+#include "unit/board/kernel_backlight.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -19,7 +19,7 @@ constexpr const char* MAXIMUM_FILE = "/max_brightness";
 constexpr const char* STRENGTH_FILE = "/brightness";
 constexpr const char* POWER_FILE = "/bl_power";
 
-[[noreturn]] void Refuse(const std::string& path, int error) {
+[[noreturn]] void RefuseFile(const std::string& path, int error) {
   const char* const remedy = error == EACCES || error == EPERM ? "; let this user write it" : "";
   throw std::runtime_error(path + ": " + std::generic_category().message(error) + remedy);
 }
@@ -32,7 +32,7 @@ std::uint32_t Brightness(std::uint32_t most, std::uint32_t period, std::uint32_t
   return std::max(1U, static_cast<std::uint32_t>((share + period / 2) / period));
 }
 
-Backlight::Backlight(std::string directory) : directory_(std::move(directory)) {
+KernelBacklight::KernelBacklight(std::string directory) : directory_(std::move(directory)) {
   try {
     most_ = ReadMaximum();
     CheckWritable(STRENGTH_FILE);
@@ -43,10 +43,10 @@ Backlight::Backlight(std::string directory) : directory_(std::move(directory)) {
   }
 }
 
-std::uint32_t Backlight::ReadMaximum() const {
+std::uint32_t KernelBacklight::ReadMaximum() const {
   const std::string path = directory_ + MAXIMUM_FILE;
   std::ifstream file(path);
-  if (!file) Refuse(path, errno);
+  if (!file) RefuseFile(path, errno);
   std::string text;
   std::getline(file, text);
   std::uint32_t most = 0;
@@ -57,19 +57,19 @@ std::uint32_t Backlight::ReadMaximum() const {
   return most;
 }
 
-void Backlight::CheckWritable(const std::string& file) const {
-  if (::access((directory_ + file).c_str(), W_OK) != 0) Refuse(directory_ + file, errno);
+void KernelBacklight::CheckWritable(const std::string& file) const {
+  if (::access((directory_ + file).c_str(), W_OK) != 0) RefuseFile(directory_ + file, errno);
 }
 
 // The kernel takes a value only in a single write.
-void Backlight::Write(const std::string& file, std::uint32_t value) const {
+void KernelBacklight::Write(const std::string& file, std::uint32_t value) const {
   const std::string path = directory_ + file;
   const base::Descriptor descriptor(::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
   const std::string text = std::to_string(value) + "\n";
-  if (descriptor.Get() < 0 || ::write(descriptor.Get(), text.data(), text.size()) < 0) Refuse(path, errno);
+  if (descriptor.Get() < 0 || ::write(descriptor.Get(), text.data(), text.size()) < 0) RefuseFile(path, errno);
 }
 
-void Backlight::Follow(bool enabled, std::uint32_t period, std::uint32_t duty, time_t now) {
+void KernelBacklight::Follow(bool enabled, std::uint32_t period, std::uint32_t duty, time_t now) {
   // The application enables the PWM and sets period and duty directly after; a step between the two would
   // switch the light off. So the PWM counts only when the step before found it enabled too.
   const bool isSettled = enabled && wasEnabled_;
@@ -87,7 +87,7 @@ void Backlight::Follow(bool enabled, std::uint32_t period, std::uint32_t duty, t
   }
 }
 
-void Backlight::Apply(std::uint32_t period, std::uint32_t duty) {
+void KernelBacklight::Apply(std::uint32_t period, std::uint32_t duty) {
   if (!isPowered_ && ::access((directory_ + POWER_FILE).c_str(), F_OK) == 0) Write(POWER_FILE, 0);
   isPowered_ = true;
   const std::uint32_t strength = Brightness(most_, period, duty);
