@@ -10,11 +10,11 @@ namespace {
 thread_local pid_t cachedId = 0;
 
 pid_t AskForId() {
-  static const bool hooked = [] {
+  static const bool HOOKED = [] {
     AtForkInChild([] { cachedId = 0; });
     return true;
   }();
-  static_cast<void>(hooked);
+  static_cast<void>(HOOKED);
   return cachedId = gettid();
 }
 

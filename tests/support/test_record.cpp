@@ -43,7 +43,7 @@ struct runtime_t {
 }  // namespace
 
 void PrepareTestRuntime() {
-  static const runtime_t runtime;
+  static const runtime_t RUNTIME;
 }
 
 double ParameterValue(const std::string& name) {

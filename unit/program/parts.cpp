@@ -40,6 +40,7 @@ constexpr std::array<service_part_t, 7> SERVICES = {{{NOTIFY_PART, MakeNotifySer
 
 std::vector<std::string> CollectNames() {
   std::vector<std::string> names;
+  names.reserve(SERVICES.size() + 2);
   for (const service_part_t& part : SERVICES) names.emplace_back(part.name);
   names.insert(names.end(), {ORVIK_PART, HOST_PART});
   return names;

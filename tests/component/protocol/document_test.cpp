@@ -16,11 +16,11 @@ using cells_t = std::vector<std::string>;
 using table_t = std::vector<cells_t>;
 
 cells_t CellsOf(const std::string& line) {
-  static const std::regex marks("[`*\"¹]+");
-  static const std::regex cell("\\| *([^|]*?) *(?=\\|)");
-  const std::string text = std::regex_replace(line, marks, "");
+  static const std::regex MARKS("[`*\"¹]+");
+  static const std::regex CELL("\\| *([^|]*?) *(?=\\|)");
+  const std::string text = std::regex_replace(line, MARKS, "");
   cells_t cells;
-  for (std::sregex_iterator at(text.begin(), text.end(), cell), end; at != end; ++at) cells.push_back((*at)[1]);
+  for (std::sregex_iterator at(text.begin(), text.end(), CELL), end; at != end; ++at) cells.push_back((*at)[1]);
   return cells;
 }
 
@@ -137,9 +137,9 @@ std::string Key(const host::command_t& command) {
 
 // "byte 2: 0 off, otherwise on" as {"0": "off", "otherwise": "on"}.
 pairs_t NumberedWords(const std::string& text) {
-  static const std::regex item("(\\d+|otherwise) (?:the )?([^,;:]+)");
+  static const std::regex ITEM("(\\d+|otherwise) (?:the )?([^,;:]+)");
   pairs_t words;
-  for (std::sregex_iterator at(text.begin(), text.end(), item), end; at != end; ++at)
+  for (std::sregex_iterator at(text.begin(), text.end(), ITEM), end; at != end; ++at)
     words[(*at)[1]] = Plain((*at)[2].str());
   return words;
 }

@@ -121,7 +121,9 @@ TEST_F(SharedPartsTest, WithAMistakeAreRefused) {
       {R"(<g data-part="a"/>)", R"(<g id="a"><rect x="$at"/></g>)", "needs at"},
       {R"(<g data-part="a"/>)", R"(<g id="a"><g data-part="a"/></g>)", "circle"}};
   for (const auto& [page, parts, message] : cases) {
-    EXPECT_THAT([&] { Insert(page, parts); }, ThrowsMessage<std::runtime_error>(HasSubstr(message))) << page;
+    EXPECT_THAT(([&, page = page, parts = parts] { Insert(page, parts); }),
+                ThrowsMessage<std::runtime_error>(HasSubstr(message)))
+        << page;
   }
 }
 
