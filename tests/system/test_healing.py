@@ -1,11 +1,13 @@
 """What stands on the screen after one of its services was killed or stopped, without any help of the host."""
 
+import os
+import pathlib
 import signal
 import time
 
 import pytest
 
-from desk import cmd2, cmd5, wait_for
+from desk import BIN, CONFIG, cmd2, cmd5, wait_for
 
 LINE_3 = 3
 
@@ -61,3 +63,14 @@ def loads_shown_as_current(desk):
 
     wait_for(current, "a current load", 3)
     return seen
+
+
+def test_a_program_that_dies_starts_again_at_once_and_waits_from_the_third_time_on(make_desk):
+    desk = make_desk(apart=True, orvik=False)
+    keeper = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik")
+    for death, wait in enumerate(("", "", " in 1 s", " in 2 s"), start=1):
+        keeper.wait_line("Orvik: System Up", count=death, seconds=20)
+        children = pathlib.Path(f"/proc/{keeper.child.pid}/task/{keeper.child.pid}/children").read_text().split()
+        os.kill(int(children[0]), signal.SIGKILL)
+        lines = keeper.wait_line("orvik was killed", keeper.err, count=death)
+        assert lines[-1].endswith("starting it again" + wait), lines

@@ -49,7 +49,7 @@ void Supervisor::LaunchAgain(run_t& run, time_t now) {
     Launch(run);
   } catch (const std::exception& error) {
     std::cerr << "unit: " << error.what() << std::endl;
-    run.startAgain = now + run.delay;
+    run.startAgain = now + FIRST_DELAY;
   }
 }
 
@@ -60,12 +60,20 @@ void Supervisor::AcceptEnding(run_t& run, const ending_t& ending) {
     std::cout << "unit: " << run.program.name << " has ended" << std::endl;
     return Note(run, !run.program.endIsFailure, "has ended");
   }
-  if (now - run.started >= STEADY_AFTER) run.delay = FIRST_DELAY;
-  run.startAgain = now + run.delay;
-  std::cerr << "unit: " << run.program.name << " " << ending.Describe() << "; starting it again in "
-            << run.delay.count() << " s" << std::endl;
+  run.shortRuns = now - run.started >= STEADY_AFTER ? 0 : run.shortRuns + 1;
+  const std::chrono::seconds delay = RestartDelay(run.shortRuns);
+  run.startAgain = now + delay;
+  std::cerr << "unit: " << run.program.name << " " << ending.Describe() << "; starting it again"
+            << (delay > delay.zero() ? " in " + std::to_string(delay.count()) + " s" : "") << std::endl;
   Note(run, false, ending.Describe());
-  run.delay = std::min(run.delay * 2, LONGEST_DELAY);
+}
+
+std::chrono::seconds Supervisor::RestartDelay(unsigned shortRuns) {
+  std::chrono::seconds delay{0};
+  for (unsigned run = AT_ONCE; run < shortRuns && delay < LONGEST_DELAY; ++run) {
+    delay = delay > delay.zero() ? delay * 2 : FIRST_DELAY;
+  }
+  return std::min(delay, LONGEST_DELAY);
 }
 
 void Supervisor::Restart(const std::string& name, const std::string& why) {

@@ -29,10 +29,12 @@ struct program_t {
 // All calls but Statuses come from the thread that made the object.
 class Supervisor {
  public:
+  // A program that dies is started again at once; after the third short run in a row there is a delay, which
+  // doubles.
+  static constexpr unsigned AT_ONCE = 2;
   static constexpr std::chrono::seconds FIRST_DELAY{1};
   static constexpr std::chrono::seconds LONGEST_DELAY{10};
-  static constexpr std::chrono::seconds STEADY_AFTER{
-      30};  // after a run of this length the delay is short again
+  static constexpr std::chrono::seconds STEADY_AFTER{10};  // a run of this length is not a short one
   static constexpr std::chrono::seconds TERMINATE_TIME{2};
 
   // The children's lines go to `log` too, which must outlive this.
@@ -58,13 +60,14 @@ class Supervisor {
     std::unique_ptr<Child> child;  // null while it does not run
     std::shared_ptr<LineWatch> refusal;
     time_t started;
-    std::chrono::seconds delay{FIRST_DELAY};
+    unsigned shortRuns = 0;  // in a row
     std::optional<time_t> startAgain;
     std::uint64_t ends = 0;
     std::string detail;
     bool up = false;
   };
 
+  static std::chrono::seconds RestartDelay(unsigned shortRuns);
   void Launch(run_t& run);
   void LaunchAgain(run_t& run, time_t now);
   void CheckChild(run_t& run);
