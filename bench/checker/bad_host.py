@@ -13,9 +13,8 @@ FIELDS = (*range(1, 28), 0, 28, 29, 30)
 
 
 class BadHost:
-    def __init__(self, bus, seed, faults=0.1, short_frames=False):
+    def __init__(self, bus, seed, faults=0.1):
         self.bus, self.chance, self.faults = bus, random.Random(seed), faults
-        self.kinds = 6 if short_frames else 5
         self.injected, self.sent = 0, 0
 
     def single(self, low, high):
@@ -63,7 +62,7 @@ class BadHost:
         """The frames with one fault."""
         self.injected += 1
         at = self.chance.randrange(len(frames))
-        kind = self.chance.randrange(self.kinds)
+        kind = self.chance.randrange(6)
         if kind == 0:
             return frames[:at] + frames[at + 1:]
         if kind == 1:

@@ -176,7 +176,7 @@ def random_traffic(options):
     threading.Thread(target=press_keys, args=(desk, random.Random(options.seed), stopping), daemon=True).start()
     reader = threading.Thread(target=lambda: drain(bus, stopping), daemon=True)
     reader.start()
-    host = BadHost(bus, options.seed, short_frames=options.short_frames)
+    host = BadHost(bus, options.seed)
     try:
         host.run(options.seconds or 3600)
     except OSError as error:  # what was seen until then is judged all the same
@@ -320,7 +320,6 @@ def main():
     parser.add_argument("--speed", type=float, default=4, help="of the scenarios' crane")
     parser.add_argument("--only", help="one scenario")
     parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--short-frames", action="store_true", help="random: cut some frames below eight bytes too")
     options = parser.parse_args()
     report = {"scenarios": scenarios, "random": random_traffic, "kills": kills, "short": short}[options.what](options)
     print(f"\nwrong: {len(report.wrong)}")

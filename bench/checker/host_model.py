@@ -50,8 +50,6 @@ class Joiner:
 
     def take(self, data):
         """The message that this frame completes, or None."""
-        if len(data) != 8:
-            return None
         if data[0] == 0 and data[1] == 1 and any(bytes(data[2:2 + len(each)]) == bytes(each) for each in IMMEDIATE):
             return None  # answered at once; other frames do not notice
         if data[0] != len(self.frames):
@@ -170,7 +168,7 @@ class HostModel:
         self.lamp_word = self.swing = None
 
     def take_frame(self, identifier, data, when):
-        if identifier != HOST:
+        if identifier != HOST or len(data) != 8:
             return
         self.tick(when)
         if self.silent:

@@ -1,7 +1,5 @@
 #include "host/protocol/reassembly.h"
 
-#include <algorithm>
-#include <array>
 #include <utility>
 
 #include "src/core/frame_layout.h"
@@ -32,9 +30,11 @@ bool Reassembler::Begin(std::span<const std::uint8_t> data, MessageBytes& messag
 }
 
 bool Reassembler::Accept(std::span<const std::uint8_t> frame, MessageBytes& message) {
-  // The display reads eight bytes of every frame; the missing bytes of a shorter frame are zeros.
-  std::array<std::uint8_t, FRAME_SIZE> data{};
-  std::copy_n(frame.begin(), std::min(frame.size(), data.size()), data.begin());
+  if (frame.size() < FRAME_SIZE) {  // the display never gets it
+    ++counts_.strays;
+    return false;
+  }
+  const auto data = frame.first<FRAME_SIZE>();
   if (received_ == 0) return Begin(data, message);
   if (data[0] != received_) {
     received_ = 0;

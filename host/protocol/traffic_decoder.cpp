@@ -19,7 +19,7 @@ sender_t SenderOf(const bus::frame_t& frame) {
 // The display answers these requests when their frame arrives, before it joins frames. So such a frame may come
 // between the frames of another message and does not break it.
 bool IsImmediateRequest(std::span<const std::uint8_t> data) {
-  if (data.size() < 3 || data[0] != 0 || data[1] != 1) return false;
+  if (data.size() < FRAME_SIZE || data[0] != 0 || data[1] != 1) return false;
   const command_t* command = FindCommand(data.subspan(2));
   return command != nullptr && command->reply.frames > 0;
 }

@@ -76,10 +76,10 @@ def log_of_everything():
         for frame in frames:  # missing, repeated, no message at all, short
             log.frame(frame)
     for number in range(40):  # more frames than the display accepts
-        log.frame([0, 40, 5, 0, 9] if number == 0 else [number])
+        log.frame(bytes([0, 40, 5, 0, 9] if number == 0 else [number]).ljust(8, b"\xff"))
     log.host(cmd2(load=22200))
     log.frame(values[0])  # a request between the frames of a message
-    log.frame([0, 1, 6])
+    log.frame(bytes([0, 1, 6]).ljust(8, b"\xff"))
     log.reply([0, 1, 0xFF, 18, 18])
     for frame in values[1:]:
         log.frame(frame)

@@ -138,9 +138,13 @@ function Joiner:begin(data, number)
   return self.expected < 2 and self:deliver() or { kind = "part", part = 1, of = self.expected }
 end
 
--- `data` has eight bytes. The result's `kind` says what the frame was. A frame that breaks a sequence is dropped even
+-- Only a frame of eight bytes counts. The result's `kind` says what the frame was. A frame that breaks a sequence is dropped even
 -- if it could begin a message, because the display drops it too.
 function Joiner:feed(data, number)
+  if data:len() < 8 then
+    self.strays = self.strays + 1
+    return { kind = "stray" }
+  end
   if self.received == 0 then return self:begin(data, number) end
   if data:get_index(0) ~= self.received then
     self.received = 0
@@ -216,7 +220,7 @@ end
 
 -- The display answers these requests before it joins frames, so they may come between the frames of a message.
 local function is_immediate_request(data)
-  if data:get_index(0) ~= 0 or data:get_index(1) ~= 1 then return false end
+  if data:len() < 8 or data:get_index(0) ~= 0 or data:get_index(1) ~= 1 then return false end
   local command = find_command(data:subset(2, 6))
   return command ~= nil and command.reply ~= nil
 end
@@ -424,18 +428,8 @@ end
 
 local FROM = { [tables.host_id] = "host", [tables.display_id] = "display" }
 
--- The eight bytes that the display reads; the missing bytes of a shorter frame are zeros.
-local function eight_bytes(buffer)
-  local data = buffer:bytes()
-  local length = math.min(data:len(), 8)
-  local whole = data:subset(0, length)
-  whole:set_size(8)
-  for index = length, 7 do whole:set_index(index, 0) end
-  return whole
-end
-
 local function dissect(from, buffer, pinfo, root)
-  local data = eight_bytes(buffer)
+  local data = buffer:bytes()
   if not pinfo.visited or not results[pinfo.number] then results[pinfo.number] = hear(from, data, pinfo) end
   local result = results[pinfo.number]
   pinfo.cols.protocol:set("Orvik")
@@ -444,8 +438,8 @@ local function dissect(from, buffer, pinfo, root)
 
   local tree = root:add(orvik, buffer(), "Orvik host protocol, from the " .. from)
   tree:add(fields["orvik.from"], from):set_generated()
-  tree:add(fields["orvik.sequence"], buffer(0, math.min(1, buffer:len())), data:get_index(0))
-  if data:get_index(0) == 0 and buffer:len() > 1 then
+  if buffer:len() > 0 then tree:add(fields["orvik.sequence"], buffer(0, 1)) end
+  if buffer:len() > 1 and data:get_index(0) == 0 then
     tree:add(fields["orvik.frames"], buffer(1, 1))
   end
   if result.kind == "message" then

@@ -46,6 +46,12 @@ void BusReport::NoteDropped() {
   changed_ = true;
 }
 
+void BusReport::NoteShort() {
+  const std::lock_guard lock(mutex_);
+  ++short_;
+  changed_ = true;
+}
+
 void BusReport::SetUp(bool up) {
   const std::lock_guard lock(mutex_);
   changed_ = changed_ || up != up_;
@@ -55,14 +61,9 @@ void BusReport::SetUp(bool up) {
 std::optional<std::string> BusReport::DrainIfChanged() {
   const std::lock_guard lock(mutex_);
   if (!std::exchange(changed_, false)) return std::nullopt;
-  nlohmann::json json = {{"bus", bus_},
-                         {"interface", interface_},
-                         {"state", up_ ? "up" : "down"},
-                         {"received", received_},
-                         {"sent", sent_},
-                         {"refused", refused_},
-                         {"dropped", dropped_},
-                         {"identifiers", identifiers_}};
+  nlohmann::json json = {{"bus", bus_},           {"interface", interface_}, {"state", up_ ? "up" : "down"},
+                         {"received", received_}, {"sent", sent_},           {"refused", refused_},
+                         {"dropped", dropped_},   {"short", short_},         {"identifiers", identifiers_}};
   nlohmann::json& frames = json["frames"] = nlohmann::json::array();
   for (const seen_frame_t& seen : frames_) frames.push_back(ToJson(seen.frame, seen.direction));
   return json.dump();
@@ -70,7 +71,11 @@ std::optional<std::string> BusReport::DrainIfChanged() {
 
 std::map<std::string, std::uint64_t> BusReport::Counters() const {
   const std::lock_guard lock(mutex_);
-  return {{"received", received_}, {"sent", sent_}, {"refused", refused_}, {"dropped", dropped_}};
+  return {{"received", received_},
+          {"sent", sent_},
+          {"refused", refused_},
+          {"dropped", dropped_},
+          {"short", short_}};
 }
 
 bool BusReport::IsUp() const {

@@ -1,6 +1,6 @@
 // The counts and the last frames of the bus, as they are published on BUS_CHANNEL_NAME.
 //
-// {"bus":"local","interface":"can0","state":"up","received":1,"sent":0,"refused":0,"dropped":0,
+// {"bus":"local","interface":"can0","state":"up","received":1,"sent":0,"refused":0,"dropped":0,"short":0,
 //  "identifiers":{"18FF00D0":1},
 //  "frames":[{"time":1436509052.249713,"id":"18FF00D0","data":"0001060000000000","direction":"rx"}]}
 //
@@ -32,6 +32,7 @@ class BusReport {
   void Note(const bus::frame_t& frame, direction_t direction);
   void NoteRefused();
   void NoteDropped();
+  void NoteShort();  // a frame of the host with fewer than eight bytes, which is not delivered
   void SetUp(bool up);
 
   // The report; empty when nothing changed since the last call.
@@ -54,6 +55,7 @@ class BusReport {
   std::uint64_t sent_ = 0;
   std::uint64_t refused_ = 0;
   std::uint64_t dropped_ = 0;
+  std::uint64_t short_ = 0;
   std::map<std::string, std::uint64_t> identifiers_;
   std::deque<seen_frame_t> frames_;
 };

@@ -13,6 +13,7 @@
 #include "platform/paths.h"
 
 #include "base/line_limiter.h"
+#include "src/core/frame_layout.h"
 #include "src/services/nm_messages.h"
 #include "unit/health/notify_link.h"
 #include "unit/j1939/bus_link.h"
@@ -163,6 +164,9 @@ void J1939Service::ReceiveFrame(const BusLink::endpoint_t& endpoint) {
 void J1939Service::AcceptFrame(const bus::frame_t& frame) {
   log_->Write(frame);
   report_.Note(frame, BusReport::direction_t::RECEIVED);
+  // The host pads its frames to eight bytes. What a shorter one lacks nobody sent, so that it has no value.
+  if (frame.extended && frame.identifier == HOST_FRAME_ID && frame.length < FRAME_SIZE)
+    return report_.NoteShort();
   const std::optional<int> room = clients_->Deliver(frame);
   if (!room) return;
   if (*room < 0) report_.NoteDropped();

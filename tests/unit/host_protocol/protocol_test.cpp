@@ -176,7 +176,8 @@ TEST(InjectorTest, EachFaultSpoilsAsItsNameSaysAndLosesOneGoodMessageAtMost) {
 
 // "D0 00 01 06": the last byte of the identifier, 18FF00xx, and the data.
 bus::frame_t Frame(const std::string& text, std::uint64_t time_us) {
-  const auto bytes = FromHex(text);
+  auto bytes = FromHex(text);
+  if (bytes.size() > 2) bytes.resize(9, 0xFF);  // two bytes stand for a frame that is too short
   const auto length = static_cast<std::uint8_t>(bytes.size() - 1);
   bus::frame_t frame{.identifier = 0x18FF0000U + bytes[0], .length = length, .time_us = time_us};
   std::copy(bytes.begin() + 1, bytes.end(), frame.data.begin());
@@ -201,7 +202,11 @@ TEST(ConversationTest, GivesEachReplyItsRequestAndNoticesWhatIsOutOfPlace) {
       {"a message and another station between the frames of a message",
        {"D0 00 02 04 14", "D1 00 01 06", "D0 00 01 04 00", "D0 01 FF"},
        {"unknown: bytes 00 01 06"},
-       {0, 1, 1}}};
+       {0, 1, 1}},
+      {"a frame that is too short",
+       {"D0 00 02 04 14", "D0 01", "D0 01 FF"},
+       {"beeper: 20 x 10 ms"},
+       {0, 0, 0}}};
   for (const auto& c : cases) {
     host::TrafficDecoder conversation;
     std::vector<std::string> words;
