@@ -131,12 +131,20 @@ def test_beeper_and_backlight_are_seen_and_heard(open_panel):
     assert panel.errors() == []
 
 
+# What the host's tab says, and the heads of the other tabs.
+WORDS = """
+  const named = [...document.querySelectorAll('#host, .side [aria-label]')].map((element) => element.ariaLabel);
+  const heads = [...document.querySelectorAll('.tabs, #host, th, #bus button')].map((element) => element.textContent);
+  return [...named, ...heads].join(' ');
+"""
+
+
 def test_the_host_tab_drives_the_crane(open_panel):
     panel = open_panel()
     desk = panel.desk
     panel.open()
     panel.find("#tab-host").click()
-    wait_for(lambda: "no host simulator runs here" in panel.find("#host-problem").text, "what is missing")
+    wait_for(lambda: "No host simulator answers" in panel.find("#host-problem").text, "what is missing")
     host = desk.start(BIN / "hx7", "simulate", "--config", CONFIG, "--http", "127.0.0.1:0", "--speed", "10")
     angle = wait_for(lambda: panel.driver.execute_script(
         "const slider = document.getElementById('axis-angle'); return slider.disabled ? null : slider"), "the sliders")
@@ -148,8 +156,11 @@ def test_the_host_tab_drives_the_crane(open_panel):
     wait_for(lambda: panel.find("[data-fault=angle-sensor]").get_attribute("aria-pressed") == "true", "the fault")
     panel.find("#action").send_keys("language russian\n")
     wait_for(lambda: desk.value("OrvikLanguage") == 4, "Russian")
+    wait_for(lambda: "Угол стрелы" in panel.find("#axes").text and "Русский" in panel.find("#host-rows").text, "its words")
+    assert re.findall("[A-Za-z]{3,}", panel.driver.execute_script(WORDS)) == []
     panel.find("#action").send_keys("bom angle 20\n")
     wait_for(lambda: "bom" in panel.find("#host-problem").text, "what was wrong")
     assert not any(panel.desk.get("/api/board")["keys"])
     host.stop()
-    wait_for(lambda: "no host simulator runs here" in panel.find("#host-problem").text, "the host's end")
+    wait_for(lambda: "Симулятор хоста не отвечает" in panel.find("#host-problem").text, "the host's end")
+    assert [entry for entry in panel.errors() if entry["source"] == "javascript"] == []
