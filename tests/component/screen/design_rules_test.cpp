@@ -179,12 +179,14 @@ TEST_F(ProductPagesTest, NothingSaysThatAllIsWellWhileTheDataAreNotCurrent) {
     model_->ShowPage(page);
     model_->SetDataState(DATA_CURRENT);
     EXPECT_THAT(Visible(), HasSubstr(">LINK OK<")) << page;
-    for (const data_state_t state : {DATA_LINK_LOST, DATA_PROGRAM_SILENT}) {
+    for (const auto& [state, reason] : {std::pair(DATA_LINK_LOST, ">NO DATA FROM LOAD"),
+                                        std::pair(DATA_PROGRAM_SILENT, ">DISPLAY PROGRAM NOT"),
+                                        std::pair(DATA_HOST_NOT_HEARD, ">WAITING FOR LOAD")}) {
       model_->SetDataState(state);
       const std::string visible = Visible();
       EXPECT_THAT(visible, Not(HasSubstr(">LINK OK<"))) << page;
       EXPECT_THAT(visible, Not(HasSubstr(">READY<"))) << page;
-      EXPECT_THAT(visible, HasSubstr(state == DATA_LINK_LOST ? "NO DATA FROM" : "DISPLAY PROGRAM NOT")) << page;
+      EXPECT_THAT(visible, HasSubstr(reason)) << page;
       EXPECT_THAT(visible, HasSubstr(">-- %<")) << page;
     }
   }

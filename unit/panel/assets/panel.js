@@ -101,9 +101,9 @@ function changeScreen(change) {
 }
 
 function showLink() {
-  const lamp = screenState.variables.OrvikHX7TimeOutLamp;
-  if (lamp === 1) setChip('link', 'good', 'panel.link-heard', 'Host link heard');
-  else if (lamp === 2) setChip('link', 'bad', 'panel.link-lost', 'Host link lost');
+  const state = screenState.variables['Screen.DataState'];
+  if (state === 1) setChip('link', 'good', 'panel.link-heard', 'Host link heard');
+  else if (state === 2) setChip('link', 'bad', 'panel.link-lost', 'Host link lost');
   else setChip('link', 'unknown', 'panel.link-unknown', 'Host link unknown');
 }
 

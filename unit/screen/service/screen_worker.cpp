@@ -28,8 +28,6 @@ constexpr auto READ_PERIOD = 1s;
 constexpr auto RELOAD_DELAY = 100ms;  // an editor may write several files at once
 // Words of the front panel and of the window stand in the same catalogue.
 const std::set<std::string> OTHER_USERS{"panel.", "window."};
-constexpr const char* LINK_VARIABLE = "OrvikHX7TimeOutLamp";
-constexpr double LINK_LOST = 2.0;
 
 enum channel_index_t : std::size_t { SCREEN_MESSAGES = 0, DATABASE_CHANGES = 1, EVENTS = 2 };
 
@@ -221,13 +219,8 @@ void ScreenWorker::ApplyOverdue(clock_t::time_point now) {
 
 void ScreenWorker::UpdateDataState(clock_t::time_point now) {
   const std::lock_guard lock(mutex_);
-  data_state_t state = DATA_CURRENT;
-  const auto link = model_.Variables().find(LINK_VARIABLE);
-  if (link != model_.Variables().end() && link->second == LINK_LOST) state = DATA_LINK_LOST;
-  if (lastProgramMessage_ == clock_t::time_point{} || now - lastProgramMessage_ > PROGRAM_SILENCE) {
-    state = DATA_PROGRAM_SILENT;
-  }
-  model_.SetDataState(state);
+  const bool isHeard = lastProgramMessage_ != clock_t::time_point{};
+  model_.UpdateDataState(!isHeard || now - lastProgramMessage_ > PROGRAM_SILENCE);
 }
 
 void ScreenWorker::PublishChange() {
