@@ -12,6 +12,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "system"))
 from desk import Desk  # noqa: E402
 from panel import Panel  # noqa: E402
 from reports import pytest_runtest_makereport, show_processes  # noqa: E402, F401
+from x_screen import screen  # noqa: E402, F401
 
 FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-dev-shm-usage",
          "--disable-background-networking", "--disable-component-update", "--disable-sync", "--window-size=1280,890"]
@@ -34,8 +35,8 @@ def driver():
 def open_panel(driver):
     """Opens the front panel of a desk of its own."""
     with contextlib.ExitStack() as stack:
-        def make(**settings):
-            desk = Desk(**settings)
+        def make(*options, **settings):
+            desk = Desk(*options, **settings)
             stack.callback(desk.close)
             stack.callback(lambda: driver.get("about:blank"))
             return Panel(driver, desk)

@@ -1,38 +1,24 @@
 """The front panel in a browser, against a unit of real processes."""
 
+import io
 import re
+from xml.etree import ElementTree
 
-from desk import BIN, CONFIG, wait_for
+from desk import BIN, CONFIG, cmd2, cmd5, wait_for
+from PIL import Image
+from pictures import MEAN_TOLERANCE, TILE_TOLERANCE, compare, png_of
 from selenium.webdriver.common.action_chains import ActionChains
+from x_screen import WHOLE
 
-# Draws both pictures into canvases; returns the mean difference of a colour component and the greatest of a 16 x 16 tile.
-COMPARE = """
-  const done = arguments[arguments.length - 1];
-  const load = (path) => new Promise((resolve, reject) => {
-    const image = new Image();
-    image.onload = () => resolve(image);
-    image.onerror = () => reject(path);
-    image.src = path;
-  });
-  const pixels = (image) => {
-    const canvas = document.createElement('canvas');
-    canvas.width = 640; canvas.height = 480;
-    const context = canvas.getContext('2d');
-    context.drawImage(image, 0, 0, 640, 480);
-    return context.getImageData(0, 0, 640, 480).data;
-  };
-  Promise.all([load('/screen.png'), load('/screen.svg')]).then(([png, svg]) => {
-    const [a, b] = [pixels(png), pixels(svg)];
-    const tiles = new Array(40 * 30).fill(0);
-    let sum = 0;
-    for (let i = 0; i < a.length; i += 4) {
-      const difference = (Math.abs(a[i] - b[i]) + Math.abs(a[i + 1] - b[i + 1]) + Math.abs(a[i + 2] - b[i + 2])) / 3;
-      const x = (i / 4) % 640, y = Math.floor(i / 4 / 640);
-      tiles[Math.floor(y / 16) * 40 + Math.floor(x / 16)] += difference / 256;
-      sum += difference;
-    }
-    done([sum / (640 * 480), Math.max(...tiles)]);
-  }, (path) => done(String(path)));
+# The screen in its own size, without the flashes that the PNG has not.
+PLACE_SCREEN = """
+  Object.assign(document.getElementById('screen').style,
+                {position: 'fixed', left: 0, top: 0, width: '640px', height: '480px', zIndex: 9});
+"""
+# What each element says that is not hidden, in order.
+SHOWN_TEXTS = """
+  const texts = [...document.getElementById('screen').shadowRoot.querySelectorAll('text')];
+  return texts.filter((text) => !text.closest('[display=none]')).map((text) => text.textContent);
 """
 
 
@@ -50,17 +36,47 @@ def test_what_the_host_sends_appears_without_a_reload(open_panel):
     assert panel.errors() == []
 
 
-def test_the_browser_draws_what_the_unit_draws(open_panel):
-    panel = open_panel()
-    panel.desk.go_to("Main")
-    panel.desk.succeed(BIN / "hx7", "send", "load=8800", "line1-left=OUTRIGGERS", "line2-left=ОПОРЫ", "line3-right=主臂")
+def shown_texts(svg):
+    """What SHOWN_TEXTS returns of this document."""
+    def walk(element):
+        if element.get("display") == "none":
+            return
+        if element.tag.endswith("}text"):
+            yield "".join(element.itertext())
+        for child in element:
+            yield from walk(child)
+
+    return list(walk(ElementTree.fromstring(svg)))
+
+
+def test_browser_window_and_png_show_the_same(open_panel, screen):
+    panel = open_panel("--window", **screen.environment)
+    desk, driver = panel.desk, panel.driver
+    driver.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": [{"name": "prefers-reduced-motion", "value": "reduce"}]})
+    screen.find_window(desk.unit)
+    bus = desk.go_to("Main")
     panel.open()
-    wait_for(lambda: panel.screen_text("orvikTextWidgetLoad") == "8,800", "the load on the screen")
-    result = panel.driver.execute_async_script(COMPARE)
-    assert isinstance(result, list), f"{result} is no picture"
-    mean, worst = result
-    # Edges of glyphs and lines differ a little; a glyph in another place differs by far more.
-    assert mean < 4 and worst < 60, (mean, worst)
+    driver.execute_script(PLACE_SCREEN)
+
+    def is_alike(state, banner, speak):
+        speak()
+        png, svg = desk.request("GET", "/screen.png")[1], desk.request("GET", "/screen.svg")[1]
+        browser = png_of(Image.open(io.BytesIO(panel.find("#screen").screenshot_as_png)))
+        mean, tile, _ = compare(png, browser)
+        texts = driver.execute_script(SHOWN_TEXTS)
+        print(f"state {state}: mean {mean:.2f}, worst tile {tile:.0f}, texts {texts}")
+        # Browser and librsvg draw the edges of glyphs differently.
+        return (desk.screen()["variables"]["Screen.DataState"] == state and banner in texts and texts == shown_texts(svg)
+                and mean <= 2 * MEAN_TOLERANCE and tile <= TILE_TOLERANCE)
+
+    def overload():
+        bus.send_message(cmd2(load=17600, percent=1.12, led=0x00110002))
+        bus.send_message(cmd5((1, "OUTRIGGERS"), (2, "ОПОРЫ"), (7, "主臂")))
+
+    for state, banner, speak in [(1, "112 %", overload), (2, "NO DATA FROM LOAD COMPUTER", lambda: None)]:
+        wait_for(lambda: is_alike(state, banner, speak), f"browser and PNG alike in state {state}", 20)
+        screen.wait_picture(desk, WHOLE)
+    driver.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": []})
 
 
 def test_keys_are_held_by_mouse_and_keyboard(open_panel):
@@ -131,12 +147,20 @@ def test_beeper_and_backlight_are_seen_and_heard(open_panel):
     assert panel.errors() == []
 
 
+# What the host's tab says, and the heads of the other tabs.
+WORDS = """
+  const named = [...document.querySelectorAll('#host, .side [aria-label]')].map((element) => element.ariaLabel);
+  const heads = [...document.querySelectorAll('.tabs, #host, th, #bus button')].map((element) => element.textContent);
+  return [...named, ...heads].join(' ');
+"""
+
+
 def test_the_host_tab_drives_the_crane(open_panel):
     panel = open_panel()
     desk = panel.desk
     panel.open()
     panel.find("#tab-host").click()
-    wait_for(lambda: "no host simulator runs here" in panel.find("#host-problem").text, "what is missing")
+    wait_for(lambda: "No host simulator answers" in panel.find("#host-problem").text, "what is missing")
     host = desk.start(BIN / "hx7", "simulate", "--config", CONFIG, "--http", "127.0.0.1:0", "--speed", "10")
     angle = wait_for(lambda: panel.driver.execute_script(
         "const slider = document.getElementById('axis-angle'); return slider.disabled ? null : slider"), "the sliders")
@@ -148,8 +172,11 @@ def test_the_host_tab_drives_the_crane(open_panel):
     wait_for(lambda: panel.find("[data-fault=angle-sensor]").get_attribute("aria-pressed") == "true", "the fault")
     panel.find("#action").send_keys("language russian\n")
     wait_for(lambda: desk.value("OrvikLanguage") == 4, "Russian")
+    wait_for(lambda: "Угол стрелы" in panel.find("#axes").text and "Русский" in panel.find("#host-rows").text, "its words")
+    assert re.findall("[A-Za-z]{3,}", panel.driver.execute_script(WORDS)) == []
     panel.find("#action").send_keys("bom angle 20\n")
     wait_for(lambda: "bom" in panel.find("#host-problem").text, "what was wrong")
     assert not any(panel.desk.get("/api/board")["keys"])
     host.stop()
-    wait_for(lambda: "no host simulator runs here" in panel.find("#host-problem").text, "the host's end")
+    wait_for(lambda: "Симулятор хоста не отвечает" in panel.find("#host-problem").text, "the host's end")
+    assert [entry for entry in panel.errors() if entry["source"] == "javascript"] == []

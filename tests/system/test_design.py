@@ -34,6 +34,9 @@ def test_each_mistake_is_one_line(config):
       <text x="102" y="120" id="wide">TOO WIDE FOR IT</text>
       <text x="300" y="200" id="one">ONE</text><text x="310" y="204" id="two">TWO</text>
       <text x="420" y="160" id="small" style="font-size:13px">SMALL</text>
+      <g transform="translate(420 320) scale(2 0.8)"><g transform="rotate(90)"><text id="flat">A</text></g></g>
+      <g transform="translate(440 320) scale(2 0.8)"><text id="low">B</text></g>
+      <text x="460" y="320"><tspan font-size="15">C</tspan></text>
       <text x="420" y="200" id="pale" style="fill:#303438">PALE</text>
       <text x="420" y="240" id="orvikTextWidgetNone">NONE</text>
       <text x="420" y="280" id="uneven" dominant-baseline="middle" data-var="OrvikNothing" data-format="{0}">UNEVEN</text>
@@ -43,10 +46,12 @@ def test_each_mistake_is_one_line(config):
     status, found, _ = design(config, "--page", "Engine", "--sheet", config / "sheet.png", "--sheet", config / "sheet.html")
     assert status == 1
     for line in ('wide: "TOO WIDE FOR IT"', 'one: "ONE" touches "TWO" (two)', 'small: "SMALL" has 13 pixels; at least 16',
+                 'low: "B" has 12.8 pixels', '"C" has 15 pixels',
                  'pale: "PALE" has a contrast of 1.5', "id=orvikTextWidgetNone>: the configuration has no widget",
                  "id=uneven>: dominant-baseline is not drawn alike", "id=uneven>: unknown variable OrvikNothing",
                  "unknown event orvik.EngineToNowhere", "words: French lacks load", "words: nothing uses lode"):
         assert len([text for text in found.splitlines() if line in text]) == 1, f"{line}:\n{found}"
+    assert "flat:" not in found, found
     assert (config / "sheet.png").read_bytes().startswith(b"\x89PNG")
     assert "Engine, two-block, Russian, night" in (config / "sheet.html").read_text()
 

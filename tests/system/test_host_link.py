@@ -48,7 +48,13 @@ def test_broken_sequences_lose_their_message_and_no_other(desk):
 
 
 def test_eleven_silent_seconds_and_the_first_frame_after_them(desk):
+    def data_state():
+        return desk.screen()["variables"]["Screen.DataState"]
+
+    wait_for(lambda: data_state() == 4 and ">-- %<" in desk.request("GET", "/screen.svg")[1].decode(), "no value before the host")
+    assert desk.value("OrvikHX7TimeOutLamp") == 1
     bus = desk.go_to("Main")
+    wait_for(lambda: data_state() == 1, "the host")
     bus.send_message(cmd5((17, "HOST TEXT")))
 
     def shown():
@@ -58,6 +64,7 @@ def test_eleven_silent_seconds_and_the_first_frame_after_them(desk):
     wait_for(lambda: shown() == "HOST TEXT" and desk.value("OrvikHX7TimeOutLamp") == 1, "the host's text")
     wait_for(lambda: desk.value("OrvikHX7TimeOutLamp") == 2, "the lost link", 14)
     wait_for(lambda: shown() == "LOST COMMUNICATIONS WITH COMPUTER!", "the message")
+    assert data_state() == 2
     bus.send(HOST_ID, bytes([0, 1, 1, 0, 0, 0, 0, 0]))
     wait_for(lambda: shown() == "HOST TEXT" and desk.value("OrvikHX7TimeOutLamp") == 1, "the recovery", 3)
     bus.send_message([7, 13, 4])

@@ -1,5 +1,8 @@
 """The local commands that a key binding may carry, run by the keys of an external pad on real processes."""
 
+import re
+from xml.etree import ElementTree
+
 import pytest
 
 from desk import BIN, CONFIG, wait_for
@@ -140,17 +143,25 @@ def test_pages_behind_enabled_keys(bound):
         "event  orvik.MainToEngine", "event  orvik.MainToVideo", "event  orvik.MainToGauges"]
 
 
+def place_of(desk, widget):
+    """Where the screen's document draws the text of a widget; its left end is that of its box."""
+    svg = ElementTree.fromstring(desk.request("GET", "/screen.svg")[1])
+    text = next(element for element in svg.iter() if element.get("id") == widget)
+    moved = re.match(r"translate\((\S+) (\S+)\)", text.get("transform", "translate(0 0)"))
+    return float(text.get("data-box").split()[0]) + float(moved[1]), float(text.get("y")) + float(moved[2])
+
+
 def test_the_screen_tests_write_and_move_widgets(bound):
     desk, _ = bound
+    assert place_of(desk, "orvikTextWidgetLine1Std") == (88, 286)
     for text in ("THE QUICK BROWN FOX JUMPS OVER THE LAZY ", "1234567890123456789012345678901234567890"):
         run_command(desk, 20)
         # The dispatcher does not overwrite this widget.
         wait_for(lambda: desk.widget("orvikTextWidgetFlashMsgStd") == text, text)
     run_command(desk, 30)
     desk.orvik.wait_line("Orvik: Move Text Widget Test")
-    svg = wait_for(lambda: (lambda body: body if b'translate' in body or b'x="439' in body else None)(
-        desk.request("GET", "/screen.svg")[1]), "a widget that moves", 15)
-    assert svg
+    # The test moves it along y 76, to x 439 at last.
+    wait_for(lambda: place_of(desk, "orvikTextWidgetLine1Std") == (439, 76), "the line in its last place", 15)
 
 
 def test_the_exit_command_ends_the_application(bound):

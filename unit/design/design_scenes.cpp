@@ -105,7 +105,7 @@ std::map<std::string, double> Ground(const design_scene_t& scene, int language) 
   for (const auto& [name, value] : usual) values[name] = value;
   for (const auto& [name, value] : scene.variables) values[name] = value;
   values[LANGUAGE_VARIABLE] = language;
-  values["OrvikHX7TimeOutLamp"] = scene.state == DATA_LINK_LOST ? 2 : 1;
+  values[LINK_VARIABLE] = scene.state == DATA_LINK_LOST ? 2 : 1;
   return values;
 }
 
@@ -156,6 +156,7 @@ const std::vector<design_scene_t>& CheckScenes() {
       scenes.push_back({"all lamps, colour " + std::to_string(color), DATA_CURRENT, AllLit(color), true});
     }
     scenes.push_back({"program silent", DATA_PROGRAM_SILENT, {}, true});
+    scenes.push_back({"host not heard", DATA_HOST_NOT_HEARD, {}, true});
     scenes.push_back({"dark",
                       DATA_CURRENT,
                       {{"RealTimeClock.IsAvailable", 0},

@@ -1,6 +1,9 @@
 #include "unit/design/drawn_page.h"
 
 #include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <numbers>
 #include <regex>
 #include <sstream>
 #include <stdexcept>
@@ -37,6 +40,48 @@ double FontSize(const pugi::xml_node& text, const sizes_t& sizes) {
   }
   if (const auto size = sizes.find(""); size != sizes.end()) return size->second;
   return text.attribute("font-size").as_double(16);
+}
+
+// A glyph that is too wide for its cell has a smaller size of its own.
+double SmallestSize(const pugi::xml_node& text, double size) {
+  for (const auto& span : text.select_nodes(".//tspan[@font-size]")) {
+    size = std::min(size, span.node().attribute("font-size").as_double(size));
+  }
+  return size;
+}
+
+// The upright edge of a glyph in a text's own pixels becomes this vector in those of the screen.
+struct upright_t {
+  double x = 0, y = 1;
+};
+
+void Transform(upright_t& upright, const std::string& name, const std::vector<double>& numbers) {
+  const auto [x, y] = upright;
+  const auto number = [&](std::size_t i, double absent) { return i < numbers.size() ? numbers[i] : absent; };
+  if (name == "scale") upright = {x * number(0, 1), y * number(1, number(0, 1))};
+  if (name == "rotate") {
+    const double angle = number(0, 0) * std::numbers::pi / 180;
+    upright = {x * std::cos(angle) - y * std::sin(angle), x * std::sin(angle) + y * std::cos(angle)};
+  }
+  if (name == "matrix" && numbers.size() == 6) {
+    upright = {numbers[0] * x + numbers[2] * y, numbers[1] * x + numbers[3] * y};
+  }
+}
+
+// By how much `transforms`, the outermost first, make a text higher.
+double HeightScale(const std::string& transforms) {
+  static const std::regex TRANSFORM(R"((\w+)\s*\(([^)]*)\))");
+  std::vector<std::pair<std::string, std::vector<double>>> steps;
+  for (std::sregex_iterator match(transforms.begin(), transforms.end(), TRANSFORM), end; match != end;
+       ++match) {
+    std::string list = (*match)[2].str();
+    std::replace(list.begin(), list.end(), ',', ' ');
+    std::istringstream stream(list);
+    steps.push_back({(*match)[1].str(), {std::istream_iterator<double>(stream), {}}});
+  }
+  upright_t upright;
+  for (auto step = steps.rbegin(); step != steps.rend(); ++step) Transform(upright, step->first, step->second);
+  return std::hypot(upright.x, upright.y);
 }
 
 std::string ContentOf(const pugi::xml_node& text) {
@@ -110,8 +155,8 @@ class PageReader {
     if (content.find_first_not_of(' ') == std::string::npos) return;
     const auto box = Measure(node, path);
     if (!box) return;
-    texts_.push_back({TextName(node), content, node.attribute("class").value(), FontSize(node, sizes_), *box,
-                      FrameOf(*box)});
+    const double size = SmallestSize(node, FontSize(node, sizes_)) * HeightScale(path);
+    texts_.push_back({TextName(node), content, node.attribute("class").value(), size, *box, FrameOf(*box)});
   }
 
   ink_box_t FrameOf(const ink_box_t& text) const {

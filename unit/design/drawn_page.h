@@ -16,7 +16,7 @@ struct drawn_text_t {
   std::string name;  // for findings: "text LOAD (data-word load)"
   std::string content;
   std::string classes;
-  double fontSize = 0;
+  double fontSize = 0;  // of its smallest glyph, in pixels of the screen
   ink_box_t box;
   ink_box_t frame;  // the smallest visible rectangle below the text that holds its middle; else the screen
 };

@@ -21,6 +21,15 @@
 
 namespace {
 
+// Stands before the tests that map the board, which stays mapped as long as the process lives.
+TEST(ScannerWithoutBoard, ReportsThatItCannotMapThePort) {
+  TestRecord record;
+  record->threadStop[THREAD_KEYPAD] = 1;  // ends the thread's body after the first turn at the latest
+  ConsoleCapture console;
+  KEYPAD::keyPadScannerThreadFn(record);
+  EXPECT_EQ(console.Err(), "Orvik: ERROR!  Unable to map the keypad port\n");
+}
+
 // The scanner on the emulated port. The test lowers the timer's countdowns itself.
 class ScannerTest : public testing::Test {
  protected:

@@ -1,12 +1,17 @@
 // Both sides mean the same by a number: languages, keys, masks, modes, pages, lamps, fields and the grid.
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <regex>
+#include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
+#include "host/crane/rigging.h"
+#include "host/load_computer/dialogue.h"
 #include "host/load_computer/phrases.h"
+#include "host/load_computer/sensors.h"
 #include "host/protocol/decode.h"
 #include "host/protocol/encode.h"
 #include "src/core/name_tables.h"
@@ -203,6 +208,30 @@ TEST(GridTest, HasTheHostsLinesAndColumnsInEveryLanguage) {
     const unsigned columns = name == "chinese" ? simulate::CHINESE_COLUMNS : simulate::COLUMNS;
     EXPECT_EQ(record->lcdColumns, static_cast<int>(columns)) << name;
   }
+}
+
+// --- The front panel's words for the host's names
+
+TEST(PanelWords, AreThoseOfTheHostsNames) {
+  std::set<std::string> names, words;
+  const auto add = [&names](const auto& list) { names.insert(list.begin(), list.end()); };
+  add(host::LampNames());
+  add(crane::BASE_NAMES);
+  add(crane::JIB_NAMES);
+  add(crane::PICK_NAMES);
+  add(simulate::VIEW_NAMES);
+  add(simulate::SENSOR_FAULT_NAMES);
+  for (const auto& file : std::filesystem::directory_iterator(SOURCE_FOLDER "/config/scenarios")) {
+    names.insert(file.path().stem().string());
+  }
+  std::stringstream text;
+  text << std::ifstream(SOURCE_FOLDER "/config/words/en.xml").rdbuf();
+  const std::string catalogue = text.str();
+  static const std::regex KEY("\"panel\\.name\\.([^\"]+)\"");
+  for (std::sregex_iterator match(catalogue.begin(), catalogue.end(), KEY), end; match != end; ++match) {
+    words.insert((*match)[1].str());
+  }
+  EXPECT_EQ(words, names);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -225,6 +226,31 @@ TEST_F(ScreenModelTest, DataThatAreNotCurrentShowDashes) {
   EXPECT_EQ(model_->WidgetTexts().at("Load"), "12,300");
   model_->SetDataState(DATA_CURRENT);
   EXPECT_THAT(model_->Svg(), Not(HasSubstr(">----<")));
+}
+
+TEST_F(ScreenModelTest, DataAreCurrentOnceTheHostWasHeardByThisApplication) {
+  constexpr bool SILENT = true;
+  const auto absent = std::nullopt;
+  const std::tuple<const char*, variable_value_t, variable_value_t, bool, data_state_t> steps[] = {
+      {"before the application's start", absent, absent, SILENT, DATA_PROGRAM_SILENT},
+      {"started", absent, absent, false, DATA_HOST_NOT_HEARD},
+      {"the link that the application begins with", 1, absent, false, DATA_HOST_NOT_HEARD},
+      {"no host for ten seconds", 2, absent, false, DATA_LINK_LOST},
+      {"the first command", 1, 1, false, DATA_CURRENT},
+      {"the host gone", 2, 500, false, DATA_LINK_LOST},
+      {"the host again", 1, 501, false, DATA_CURRENT},
+      {"the database started anew", absent, absent, false, DATA_HOST_NOT_HEARD},
+      {"a number that is no state", 0, 502, false, DATA_HOST_NOT_HEARD},
+      {"the application killed", 1, 502, SILENT, DATA_PROGRAM_SILENT},
+      {"the next one, with the count of the last", 1, 502, false, DATA_HOST_NOT_HEARD},
+      {"its first command", 1, 1, false, DATA_CURRENT},
+  };
+  for (const auto& [name, link, commands, silent, state] : steps) {
+    model_->SetVariable("OrvikHX7TimeOutLamp", link);
+    model_->SetVariable("OrvikTotalHX7Commands", commands);
+    model_->UpdateDataState(silent, silent);
+    EXPECT_EQ(model_->Variables().at(DATA_STATE_VARIABLE), state) << name;
+  }
 }
 
 TEST_F(ScreenModelTest, WidgetsMoveTurnHideAndChangeColour) {

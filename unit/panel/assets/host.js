@@ -1,19 +1,22 @@
 // The host tab: moves the simulated crane and sends actions to the host simulator.
 
+import { followWords, word } from './words.js';
+
 const byId = (id) => document.getElementById(id);
 const POLL_MS = 500;
+const UNAVAILABLE = 503;
 const AXES = [
-  { name: 'angle', label: 'Boom angle', unit: '°', step: 0.5, value: (state) => state.crane.angle },
-  { name: 'length', label: 'Boom length', unit: 'm', step: 0.1, value: (state) => state.crane.length },
-  { name: 'swing', label: 'Swing', unit: '°', step: 1, value: (state) => state.crane.swing },
-  { name: 'load', label: 'Load', unit: 'kg', step: 100, value: (state) => state.crane.net_load },
-  { name: 'hoist', label: 'Hook height', unit: 'm', step: 0.1, value: (state) => state.crane.hook },
+  { name: 'angle', word: 'panel.boom-angle', unit: '°', step: 0.5, value: (state) => state.crane.angle },
+  { name: 'length', word: 'panel.boom-length', unit: 'm', step: 0.1, value: (state) => state.crane.length },
+  { name: 'swing', word: 'panel.swing', unit: '°', step: 1, value: (state) => state.crane.swing },
+  { name: 'load', word: 'panel.load', unit: 'kg', step: 100, value: (state) => state.crane.net_load },
+  { name: 'hoist', word: 'panel.hook-height', unit: 'm', step: 0.1, value: (state) => state.crane.hook },
 ];
 // The buttons and the actions that they send.
 const SWITCHES = [
-  { label: 'Cut the link 15 s', act: () => 'silence 15' },
-  { label: 'Restart the host', act: () => 'restart' },
-  { label: 'Stop all movement', act: () => 'stop' },
+  { word: 'panel.cut-link', act: () => 'silence 15' },
+  { word: 'panel.restart', act: () => 'restart' },
+  { word: 'panel.stop', act: () => 'stop' },
 ];
 
 // The simulator counts in metres and kilograms; what is shown has the units of the panel.
@@ -25,6 +28,19 @@ function inUnits(value, unit) {
   return `${Math.round(value * (other?.factor ?? 1) * 10) / 10} ${other?.unit ?? unit}`;
 }
 
+// The word for a name of the host: of a lamp, a scenario, a jib. Actions and files keep the name itself.
+function wordFor(name) {
+  return word(`panel.name.${name}`, name);
+}
+
+const LANGUAGE_NAMES = ['english', 'spanish', 'portuguese', 'chinese', 'russian', 'french'];
+const UNIT_WORDS = { imperial: 'panel.imperial', metric: 'panel.metric' };
+
+// A language's own name stands in the choice of languages.
+function languageName(name) {
+  return byId('language').querySelector(`[value="${LANGUAGE_NAMES.indexOf(name)}"]`)?.textContent ?? name;
+}
+
 let state = null;
 const moving = new Set(); // sliders that the user is moving
 
@@ -34,11 +50,14 @@ async function ask(path, body) {
   };
   const response = await fetch(`/api/host/${path}`, options);
   const answer = await response.json().catch(() => ({}));
-  if (!response.ok) throw new Error(answer.error ?? `the host answered with status ${response.status}`);
+  // The unit answers so where no simulator does.
+  if (response.status === UNAVAILABLE) throw Object.assign(new Error(answer.error), { isAbsent: true });
+  if (!response.ok) throw new Error(answer.error ?? `${word('panel.host-status', 'the host answered with status')} ${response.status}`);
   return answer;
 }
 
 function say(problem) {
+  delete byId('host-problem').dataset.word;
   byId('host-problem').textContent = problem;
   byId('host-problem').hidden = !problem;
 }
@@ -54,7 +73,8 @@ function makeAxis(axis) {
   const slider = document.createElement('input');
   const shown = document.createElement('output');
   const name = document.createElement('span');
-  name.textContent = axis.label;
+  name.dataset.word = axis.word;
+  name.textContent = word(axis.word, '');
   slider.type = 'range';
   slider.id = `axis-${axis.name}`;
   slider.step = axis.step;
@@ -73,10 +93,9 @@ function makeAxis(axis) {
   sliders.set(axis.name, { slider, shown });
 }
 
-function makeButton(label, action) {
+function makeButton(action) {
   const button = document.createElement('button');
   button.type = 'button';
-  button.textContent = label;
   button.addEventListener('click', () => act(action()));
   return button;
 }
@@ -95,59 +114,68 @@ function showAxes() {
 
 function showScenarios() {
   const select = byId('scenario');
-  if (select.options.length !== state.scenarios.length) {
-    select.replaceChildren(...state.scenarios.map((name) => new Option(name, name)));
-  }
-  if (document.activeElement !== select) select.value = state.scenario;
+  const other = select.options.length !== state.scenarios.length;
+  if (other) select.replaceChildren(...state.scenarios.map((name) => new Option(wordFor(name), name)));
+  if (other || document.activeElement !== select) select.value = state.scenario;
 }
 
 function showFaults() {
   const group = byId('host-switches');
   if (!group.children.length) {
-    const faults = state.faults.available.map((name) => ({
-      label: `Fault: ${name}`, fault: name,
-      act: () => `fault ${name} ${state.faults.present.includes(name) ? 'off' : 'on'}`,
-    }));
-    for (const entry of [...SWITCHES, ...faults]) {
-      const button = makeButton(entry.label, entry.act);
-      if (entry.fault) button.dataset.fault = entry.fault;
+    for (const entry of SWITCHES) {
+      const button = makeButton(entry.act);
+      button.dataset.word = entry.word;
+      button.textContent = word(entry.word);
+      group.append(button);
+    }
+    for (const name of state.faults.available) {
+      const button = makeButton(() => `fault ${name} ${state.faults.present.includes(name) ? 'off' : 'on'}`);
+      button.dataset.fault = name;
       group.append(button);
     }
   }
   for (const button of group.querySelectorAll('[data-fault]')) {
-    button.setAttribute('aria-pressed', String(state.faults.present.includes(button.dataset.fault)));
+    const { fault } = button.dataset;
+    button.textContent = `${word('panel.fault')}: ${wordFor(fault)}`;
+    button.setAttribute('aria-pressed', String(state.faults.present.includes(fault)));
   }
 }
 
 function showRows() {
   const { crane, configuration } = state;
   const rows = [
-    ['Radius', inUnits(crane.radius, 'm')],
-    ['Load on the hook', inUnits(crane.load, 'kg')],
-    ['Rated capacity', inUnits(crane.capacity, 'kg')],
-    ['Utilisation', crane.percent === null ? '--' : `${Math.round(crane.percent)} %`],
-    ['Base', configuration.base],
-    ['Jib, pick point', `${configuration.jib}, ${configuration.pick}`],
-    ['Parts of line', configuration.parts],
-    ['Lamps', state.lamps.join(', ') || 'none'],
-    ['Language, units', `${state.language}, ${state.units}`],
-    ['View', state.view],
+    ['panel.radius', inUnits(crane.radius, 'm')],
+    ['panel.hook-load', inUnits(crane.load, 'kg')],
+    ['panel.capacity', inUnits(crane.capacity, 'kg')],
+    ['panel.utilisation', crane.percent === null ? '--' : `${Math.round(crane.percent)} %`],
+    ['panel.base', wordFor(configuration.base)],
+    ['panel.jib', `${wordFor(configuration.jib)}, ${wordFor(configuration.pick)}`],
+    ['panel.parts', configuration.parts],
+    ['panel.lamps', state.lamps.map(wordFor).join(', ') || word('panel.none')],
+    ['panel.host-settings', `${languageName(state.language)}, ${word(UNIT_WORDS[state.units], state.units)}`],
+    ['panel.view', wordFor(state.view)],
   ];
-  byId('host-rows').replaceChildren(...rows.map(([name, value]) => {
+  byId('host-rows').replaceChildren(...rows.map(([key, value]) => {
     const row = document.createElement('tr');
-    row.insertCell().textContent = name;
+    row.insertCell().textContent = word(key);
     row.insertCell().textContent = value;
     return row;
   }));
 }
 
 function showState() {
-  byId('host-time').textContent = `${state.time.toFixed(0)} s${state.silent ? ', silent' : ''}`;
+  byId('host-time').textContent = `${state.time.toFixed(0)} s${state.silent ? `, ${word('panel.host-silent')}` : ''}`;
   showScenarios();
   showAxes();
   showFaults();
   showRows();
 }
+
+followWords(() => {
+  if (!state) return;
+  byId('scenario').replaceChildren(); // made anew in the new language
+  showState();
+});
 
 let known = false; // the last poll succeeded, so a problem on display comes from an action
 
@@ -160,7 +188,7 @@ async function poll() {
       showState();
     } catch (error) {
       known = false;
-      say(error.message);
+      say(error.isAbsent ? word('panel.no-host') : error.message);
       for (const { slider } of sliders.values()) slider.disabled = true;
     }
   }

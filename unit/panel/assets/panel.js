@@ -1,51 +1,23 @@
 // The front panel: shows the unit's screen and state as they change, and sends its keys.
 
+import { followWords, setLanguage, word } from './words.js';
+
 const byId = (id) => document.getElementById(id);
 
-// --- Words. The panel speaks the display's language, or the one that is chosen here.
+// --- Words
 
-const LANGUAGES = ['en', 'es', 'pt', 'zh', 'ru', 'fr']; // by the value of OrvikLanguage
-const catalogues = new Map(); // language to its words
-let words = new Map();
-let language = -1;
-
-function word(key, fallback) {
-  return words.get(key) ?? fallback;
-}
-
-async function loadWords(code) {
-  const response = await fetch(`/words/${code}.xml`);
-  if (!response.ok) throw new Error(`no words in ${code}`);
-  const file = new DOMParser().parseFromString(await response.text(), 'text/xml');
-  return new Map([...file.querySelectorAll('word')].map((entry) => [entry.getAttribute('key'), entry.textContent]));
-}
-
-// Each element that has a word shows it; what changes with the unit's state says its own word each time.
-function showWords() {
-  for (const element of document.querySelectorAll('[data-word]')) {
-    element.textContent = word(element.dataset.word, element.textContent);
-  }
-  for (const chip of document.querySelectorAll('.chip[data-key]')) sayChip(chip);
-  const sound = byId('sound');
-  sound.textContent = sound.getAttribute('aria-pressed') === 'true' ? word('panel.sound-on', 'Sound on') : word('panel.sound-off', 'Sound off');
-  nameKeys();
-}
-
-async function followLanguage() {
+function followLanguage() {
   const chosen = byId('language').value;
-  const wanted = chosen === '' ? screenState.variables.OrvikLanguage ?? 0 : Number(chosen);
-  if (wanted === language || !LANGUAGES[wanted]) return;
-  language = wanted;
-  document.documentElement.lang = LANGUAGES[wanted];
-  try {
-    if (!catalogues.has(wanted)) catalogues.set(wanted, await loadWords(LANGUAGES[wanted]));
-    if (language !== wanted) return; // another was asked for meanwhile
-    words = catalogues.get(wanted);
-    showWords();
-  } catch {
-    language = -1; // asked again with the next change
-  }
+  setLanguage(chosen === '' ? screenState.variables.OrvikLanguage ?? 0 : Number(chosen));
 }
+
+// What changes with the unit's state says its own word each time.
+followWords(() => {
+  for (const chip of document.querySelectorAll('.chip[data-key]')) sayChip(chip);
+  saySound();
+  nameKeys();
+  nameScreen();
+});
 
 function sayChip(chip) {
   chip.lastElementChild.textContent = word(chip.dataset.key, chip.dataset.text) + chip.dataset.more;
@@ -78,7 +50,7 @@ const FLASH_STYLE = `
   @media (prefers-reduced-motion: reduce) { [data-flashing] { animation: none; } }`;
 
 const shadow = byId('screen').attachShadow({ mode: 'open' });
-const screenState = { revision: -1, variables: {} };
+const screenState = { revision: -1, title: '--', variables: {} };
 
 function parseSvg(text) {
   const parsed = new DOMParser().parseFromString(text, 'image/svg+xml').documentElement;
@@ -92,11 +64,17 @@ function showScreen(state) {
   screenState.revision = state.revision;
   screenState.variables = state.variables;
   byId('page').textContent = state.page;
-  byId('screen').setAttribute('aria-label', `The unit's screen, page ${state.title || state.page}`);
+  screenState.title = state.title || state.page;
+  nameScreen();
   nameKeys();
   showLink();
   followLanguage();
   followUnits();
+}
+
+function nameScreen() {
+  const name = `${word('panel.screen', "The unit's screen")}, ${word('panel.page', 'Page')} ${screenState.title}`;
+  byId('screen').setAttribute('aria-label', name);
 }
 
 function changeElement(change) {
@@ -123,9 +101,9 @@ function changeScreen(change) {
 }
 
 function showLink() {
-  const lamp = screenState.variables.OrvikHX7TimeOutLamp;
-  if (lamp === 1) setChip('link', 'good', 'panel.link-heard', 'Host link heard');
-  else if (lamp === 2) setChip('link', 'bad', 'panel.link-lost', 'Host link lost');
+  const state = screenState.variables['Screen.DataState'];
+  if (state === 1) setChip('link', 'good', 'panel.link-heard', 'Host link heard');
+  else if (state === 2) setChip('link', 'bad', 'panel.link-lost', 'Host link lost');
   else setChip('link', 'unknown', 'panel.link-unknown', 'Host link unknown');
 }
 
@@ -226,11 +204,16 @@ const CLICK_S = 0.05;
 let audio = null; // context and gain; browsers allow sound only after the user has requested it
 let lastPulses = null;
 
+function saySound() {
+  const on = byId('sound').getAttribute('aria-pressed') === 'true';
+  byId('sound').textContent = on ? word('panel.sound-on', 'Sound on') : word('panel.sound-off', 'Sound off');
+}
+
 function toggleSound() {
   const button = byId('sound');
   const on = button.getAttribute('aria-pressed') !== 'true';
   button.setAttribute('aria-pressed', String(on));
-  button.textContent = on ? word('panel.sound-on', 'Sound on') : word('panel.sound-off', 'Sound off');
+  saySound();
   if (on && !audio) {
     const context = new AudioContext();
     const oscillator = new OscillatorNode(context, { type: 'square', frequency: 2400 });
@@ -286,6 +269,12 @@ function showBoard(board) {
 
 // --- Bus trace
 
+const STATE_WORDS = { up: 'panel.state-up', down: 'panel.state-down', silent: 'panel.state-silent' };
+
+function stateWord(state) {
+  return word(STATE_WORDS[state], state);
+}
+
 function rowOf(cells) {
   const row = document.createElement('tr');
   for (const [text, style] of cells) {
@@ -300,11 +289,17 @@ function timeOf(seconds) {
   return new Date(seconds * 1000).toISOString().slice(11, 23);
 }
 
+function countsOf(bus) {
+  const problems = (bus.refused ?? 0) + (bus.dropped ?? 0);
+  const counts = [[bus.received, word('panel.in', 'in')], [bus.sent, word('panel.out', 'out')]];
+  if (problems) counts.push([problems, word('panel.refused', 'refused or lost')]);
+  return `${bus.bus} ${stateWord(bus.state)}, ${counts.map((count) => count.join(' ')).join(', ')}`;
+}
+
 function showBus(bus) {
   if (!bus.frames) return;
-  const problems = (bus.refused ?? 0) + (bus.dropped ?? 0);
-  byId('bus-counts').textContent = `${bus.bus} ${bus.state}, ${bus.received} in, ${bus.sent} out` +
-    (problems ? `, ${problems} refused or lost` : '');
+  delete byId('bus-counts').dataset.word;
+  byId('bus-counts').textContent = countsOf(bus);
   if (byId('bus-hold').getAttribute('aria-pressed') === 'true') return;
   const rows = [...bus.frames].reverse().map((frame) => rowOf([
     [timeOf(frame.time)],
@@ -324,7 +319,7 @@ byId('bus-hold').addEventListener('click', ({ target }) => {
 const parameters = new Map(); // the row of each handle
 
 function formatValue(value) {
-  return value === null ? 'not valid' : String(Math.round(value * 1e6) / 1e6);
+  return value === null ? word('panel.not-valid', 'not valid') : String(Math.round(value * 1e6) / 1e6);
 }
 
 function showParameters(list) {
@@ -358,7 +353,7 @@ function filterParameters() {
     row.hidden = !row.dataset.name.includes(wanted);
     if (!row.hidden) ++shown;
   }
-  byId('filter-count').textContent = `${shown} of ${parameters.size}`;
+  byId('filter-count').textContent = `${shown} ${word('panel.of', 'of')} ${parameters.size}`;
 }
 byId('filter').addEventListener('input', filterParameters);
 
@@ -367,7 +362,7 @@ byId('filter').addEventListener('input', filterParameters);
 function showHealth(health) {
   if (!health.services) return;
   const rows = health.services.map((service) => {
-    const row = rowOf([[service.name], [service.state, service.up ? '' : 'down'], [service.detail || '']]);
+    const row = rowOf([[service.name], [stateWord(service.state), service.up ? '' : 'down'], [service.detail || '']]);
     const counters = document.createElement('div');
     counters.className = 'counters';
     counters.textContent = Object.entries(service.counters ?? {}).map(([name, count]) => `${name} ${count}`).join(', ');
@@ -468,4 +463,5 @@ for (let key = 1; key <= KEYS; ++key) makeKey(key);
 byId('language').addEventListener('change', followLanguage);
 byId('units').addEventListener('change', followUnits);
 setChip('connection', 'wait', 'panel.connecting', 'Connecting');
+setLanguage(0);
 connect();

@@ -8,6 +8,8 @@
 namespace unit {
 namespace {
 
+constexpr double LINK_HEARD = 1.0;
+constexpr double LINK_LOST = 2.0;
 constexpr const char* PICTURES_ELEMENT = "compositor-pictures";
 
 std::string FormatContent(const pugi::xml_node& node) {
@@ -151,6 +153,21 @@ void ScreenModel::SetDataState(data_state_t state) {
   if (wasCurrent != IsCurrent()) RefreshAll();
 }
 
+void ScreenModel::UpdateDataState(bool isProgramSilent, bool hasProgramEnded) {
+  if (hasProgramEnded) endedCommands_ = ValueOf(COMMANDS_VARIABLE);
+  SetDataState(isProgramSilent ? DATA_PROGRAM_SILENT : LinkState());
+}
+
+// The application reports the link as well from its start on, until the host has been silent for ten seconds.
+// Only a command shows that the host was heard.
+data_state_t ScreenModel::LinkState() const {
+  const variable_value_t link = ValueOf(LINK_VARIABLE);
+  const variable_value_t commands = ValueOf(COMMANDS_VARIABLE);
+  if (link == LINK_LOST) return DATA_LINK_LOST;
+  const bool isHeard = commands.value_or(0) > 0 && commands != endedCommands_;
+  return link == LINK_HEARD && isHeard ? DATA_CURRENT : DATA_HOST_NOT_HEARD;
+}
+
 bool ScreenModel::HandleEvent(std::uint32_t number) {
   const auto name = names_.events.find(number);
   if (name == names_.events.end()) {
@@ -279,13 +296,17 @@ void ScreenModel::UpdateLook() {
   RefreshAll();
 }
 
+variable_value_t ScreenModel::ValueOf(const std::string& variable) const {
+  const auto found = variables_.find(variable);
+  return found == variables_.end() ? std::nullopt : found->second;
+}
+
 // Several variables count as one: the greatest known value of them.
 variable_value_t ScreenModel::ValueOf(const live_element_t& element) const {
   variable_value_t greatest;
   for (const std::string& name : element.variables) {
-    const auto variable = variables_.find(name);
-    if (variable == variables_.end() || !variable->second) continue;
-    greatest = std::max(greatest.value_or(*variable->second), *variable->second);
+    const variable_value_t value = ValueOf(name);
+    if (value) greatest = std::max(greatest.value_or(*value), *value);
   }
   return greatest;
 }

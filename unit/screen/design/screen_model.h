@@ -22,7 +22,17 @@ namespace unit {
 constexpr const char* DATA_STATE_VARIABLE = "Screen.DataState";
 constexpr const char* LANGUAGE_VARIABLE = "OrvikLanguage";
 constexpr const char* LANGUAGE_ATTRIBUTE = "data-language";  // of the document: the variable's value
-enum data_state_t : int { DATA_CURRENT = 1, DATA_LINK_LOST = 2, DATA_PROGRAM_SILENT = 3 };
+enum data_state_t : int {
+  DATA_CURRENT = 1,
+  DATA_LINK_LOST = 2,
+  DATA_PROGRAM_SILENT = 3,
+  DATA_HOST_NOT_HEARD = 4,  // since the application started
+};
+// From the application: 1 when the host was heard within ten seconds or the application started then, 2 when
+// the link is lost.
+constexpr const char* LINK_VARIABLE = "OrvikHX7TimeOutLamp";
+constexpr const char* COMMANDS_VARIABLE =
+    "OrvikTotalHX7Commands";  // host commands since the application's start
 
 struct element_change_t {
   std::string id;
@@ -63,6 +73,10 @@ class ScreenModel {
   // Keeps variables that the design does not use too. A value that is not finite counts as unknown.
   void SetVariable(const std::string& name, variable_value_t value);
   void SetDataState(data_state_t state);
+  // Sets the state that follows from the link's variable, the count of host commands and whether the
+  // application is silent. The count of an application that has ended stays in the database; it says nothing of
+  // the next one.
+  void UpdateDataState(bool isProgramSilent, bool hasProgramEnded);
   // Follows the transition that the page shown has for the event. True when the page changed.
   bool HandleEvent(std::uint32_t number);
   // Shows the page of that name, which must exist.
@@ -109,7 +123,9 @@ class ScreenModel {
   void WriteDrawing();
   void WritePictures();
   bool IsCurrent() const;
+  data_state_t LinkState() const;
   variable_value_t ValueOf(const live_element_t& element) const;
+  variable_value_t ValueOf(const std::string& variable) const;
   element_input_t InputOf(const live_element_t& element) const;
   const widget_t* FindWidget(const std::string& name) const;
   element_change_t ChangeOf(std::size_t index) const;
@@ -122,6 +138,7 @@ class ScreenModel {
   look_t look_ = LOOK_DAY;
   std::map<std::int32_t, widget_t> widgets_;  // by handle
   std::map<std::string, variable_value_t> variables_;
+  variable_value_t endedCommands_;  // COMMANDS_VARIABLE while the application was last silent
   std::vector<screen_command_t> pending_;
   std::vector<std::string> notices_;
   std::vector<element_view_t> views_;  // of the page's elements

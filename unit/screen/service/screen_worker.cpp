@@ -29,8 +29,6 @@ constexpr auto CATCH_UP = 500ms;      // then this long, while it reads what has
 constexpr auto READ_PERIOD = 1s;
 // Words of the front panel and of the window stand in the same catalogue.
 const std::set<std::string> OTHER_USERS{"panel.", "window."};
-constexpr const char* LINK_VARIABLE = "OrvikHX7TimeOutLamp";
-constexpr double LINK_LOST = 2.0;
 
 enum channel_index_t : std::size_t { SCREEN_MESSAGES = 0, DATABASE_CHANGES = 1, EVENTS = 2 };
 
@@ -113,7 +111,10 @@ void ScreenWorker::AcceptScreenMessage(std::span<const std::uint8_t> payload) {
   const auto now = clock_t::now();
   const std::int32_t target = command->target;
   // No other message is a sign of life: the notification manager repeats those that set a text.
-  if (command->operation == SCREEN_PROCESS_COMMANDS) lastProgramMessage_ = now;
+  if (command->operation == SCREEN_PROCESS_COMMANDS) {
+    lastProgramMessage_ = now;
+    programHeard_ = true;
+  }
   const bool wasPending = model_.HasPending();
   if (!model_.Accept(std::move(*command))) {
     Report(unknownLines_, "no widget has the handle " + std::to_string(target) + "; message ignored");
@@ -231,13 +232,8 @@ void ScreenWorker::ApplyOverdue(clock_t::time_point now) {
 void ScreenWorker::UpdateDataState(clock_t::time_point now) {
   if (now - lastStep_ > OWN_PAUSE) caughtUpAt_ = now + CATCH_UP;
   lastStep_ = now;
-  data_state_t state = DATA_CURRENT;
-  const auto link = model_.Variables().find(LINK_VARIABLE);
-  if (link != model_.Variables().end() && link->second == LINK_LOST) state = DATA_LINK_LOST;
-  if (now < caughtUpAt_ || now - lastProgramMessage_ > PROGRAM_SILENCE) {
-    state = DATA_PROGRAM_SILENT;
-  }
-  model_.SetDataState(state);
+  const bool hasEnded = now - lastProgramMessage_ > PROGRAM_SILENCE;
+  model_.UpdateDataState(hasEnded || !programHeard_ || now < caughtUpAt_, hasEnded);
 }
 
 void ScreenWorker::PublishChange() {

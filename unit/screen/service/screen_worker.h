@@ -84,7 +84,8 @@ class ScreenWorker {
   VariableFeed variables_;
   PictureStore pictures_;
   Compositor compositor_;
-  clock_t::time_point lastProgramMessage_{}, lastStep_{clock_t::now()}, caughtUpAt_{};
+  clock_t::time_point lastProgramMessage_{clock_t::now()}, lastStep_{lastProgramMessage_}, caughtUpAt_{};
+  bool programHeard_ = false;
   clock_t::time_point pendingSince_{};
   std::uint64_t malformed_ = 0;
   std::string designProblem_;
