@@ -141,7 +141,7 @@ TEST(ActiveFaultsTest, TheReportComesAtAChangeAndOnceASecond) {
 }
 
 TEST(FaultReportTest, AMessageOfAnotherSizeIsRefused) {
-  for (const std::size_t size : {0, 3, 5, 11, 13, 76}) EXPECT_FALSE(ReadFaultReport(bytes_t(size))) << size;
+  for (const std::size_t size : {0U, 3U, 5U, 11U, 13U, 76U}) EXPECT_FALSE(ReadFaultReport(bytes_t(size))) << size;
   fault_report_t unknown{true, {}, 1, {{3, {std::nullopt, 2, COUNT_UNKNOWN}}}};
   EXPECT_EQ(ReadFaultReport(WriteFaultReport(unknown)), unknown);
 }

@@ -31,7 +31,7 @@ const std::set<std::string> OTHER_USERS{"panel.", "window."};
 constexpr const char* LINK_VARIABLE = "OrvikHX7TimeOutLamp";
 constexpr double LINK_LOST = 2.0;
 
-enum channel_index_t : std::size_t { SCREEN_MESSAGES = 0, DATABASE_CHANGES = 1, EVENTS = 2 };
+enum channel_index_t : std::size_t { SCREEN_MESSAGES = 0, DATABASE_CHANGES = 1, FAULTS = 2, EVENTS = 3 };
 
 void Print(const std::string& line) {
   std::cerr << "screen: " + line + "\n" << std::flush;
@@ -66,10 +66,11 @@ ScreenWorker::ScreenWorker(const options_t& options)
       wordsWatch_(wordsFolder_),
       model_(MakeModel(options)),
       variables_(model_),
+      faults_(model_),
       compositor_([this](const std::string& path) { return pictures_.Find(path); }),
       actions_(model_.Names(), link_) {
   ReadVariables();
-  std::vector<std::string> channels{SCREEN_CHANNEL_NAME, DATABASE_CHANNEL_NAME};
+  std::vector<std::string> channels{SCREEN_CHANNEL_NAME, DATABASE_CHANNEL_NAME, FAULT_CHANNEL_NAME};
   if (!model_.Names().eventChannel.empty()) channels.push_back(model_.Names().eventChannel);
   compositorServer_ = std::make_unique<MessageServer>(Compositing::SERVER_NAME,
                                                       Compositing::QUEUE_SIZE + Compositing::RECORD_HEADER_SIZE,
@@ -96,6 +97,7 @@ ScreenWorker::~ScreenWorker() {
 void ScreenWorker::TakeMessage(std::size_t channel, std::span<const std::uint8_t> payload) {
   if (channel == SCREEN_MESSAGES) TakeScreenMessage(payload);
   if (channel == DATABASE_CHANGES) TakeVariable(payload);
+  if (channel == FAULTS) TakeFaults(payload);
   if (channel == EVENTS) TakeEvent(payload);
 }
 
@@ -133,6 +135,12 @@ void ScreenWorker::TakeVariable(std::span<const std::uint8_t> payload) {
   if (!model_.HasNotices()) return;
   wake_ = true;
   wakePace_.notify_all();
+}
+
+void ScreenWorker::TakeFaults(std::span<const std::uint8_t> payload) {
+  const std::optional<fault_report_t> report = ReadFaultReport(payload);
+  const std::lock_guard lock(mutex_);
+  if (report) faults_.Take(*report, clock_t::now());
 }
 
 // The mutex is held.
@@ -228,6 +236,8 @@ void ScreenWorker::UpdateDataState(clock_t::time_point now) {
     state = DATA_PROGRAM_SILENT;
   }
   model_.SetDataState(state);
+  model_.LeaveForLostLink();
+  faults_.Expire(now);
 }
 
 void ScreenWorker::PublishChange() {
