@@ -74,6 +74,7 @@ codes_t CodesAfter(const std::vector<bus_frame_t>& frames) {
 TEST(ActiveFaultsTest, ABroadcastIsJoinedFromItsFramesInOrderAndInTime) {
   const codes_t three{{177, 0, 1}, {190, 2, 2}, {0x627, 19, 3}};
   const bytes_t otherPgn{32, 14, 0, 2, 0xFF, 0xCB, 0xFE, 0}, wrongSize{32, 15, 0, 2, 0xFF, 0xCA, 0xFE, 0};
+  const bytes_t shorter{32, 10, 0, 2, 0xFF, 0xCA, 0xFE, 0};
   const bytes_t tooSmall{32, 8, 0, 2, 0xFF, 0xCA, 0xFE, 0}, toOne{16, 14, 0, 2, 0xFF, 0xCA, 0xFE, 0};
   const bus_frame_t begin{ANNOUNCED, ANNOUNCEMENT};
   const std::vector<std::tuple<const char*, std::vector<bus_frame_t>, codes_t>> cases{
@@ -81,6 +82,9 @@ TEST(ActiveFaultsTest, ABroadcastIsJoinedFromItsFramesInOrderAndInTime) {
       {"another source between",
        {begin, {0x1CECFF04, ANNOUNCEMENT}, {PACKET, FIRST}, {0x1CEBFF04, FIRST}, {PACKET, SECOND}},
        three},
+      {"of less than two packets",
+       {{ANNOUNCED, shorter}, {PACKET, FIRST}, {PACKET, SECOND}},
+       {{177, 0, 1}, {190, 2, 2}}},
       {"begun anew", {begin, {PACKET, FIRST}, begin, {PACKET, FIRST}, {PACKET, SECOND}}, three},
       {"at the limit", {begin, {PACKET, FIRST, 750ms}, {PACKET, SECOND, 1500ms}}, three},
       {"too late", {begin, {PACKET, FIRST, 751ms}, {PACKET, SECOND, 752ms}}, {}},
@@ -141,7 +145,8 @@ TEST(ActiveFaultsTest, TheReportComesAtAChangeAndOnceASecond) {
 }
 
 TEST(FaultReportTest, AMessageOfAnotherSizeIsRefused) {
-  for (const std::size_t size : {0U, 3U, 5U, 11U, 13U, 76U}) EXPECT_FALSE(ReadFaultReport(bytes_t(size))) << size;
+  for (const std::size_t size : {0U, 3U, 5U, 11U, 13U, 76U})
+    EXPECT_FALSE(ReadFaultReport(bytes_t(size))) << size;
   fault_report_t unknown{true, {}, 1, {{3, {std::nullopt, 2, COUNT_UNKNOWN}}}};
   EXPECT_EQ(ReadFaultReport(WriteFaultReport(unknown)), unknown);
 }
