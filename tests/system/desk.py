@@ -392,7 +392,8 @@ class Desk:
 
     def move_to(self, page, bus):
         """Brings screen and application from any page to this one, by events and frames of the host."""
-        to_main = {"Slate": "orvik.SlateToMain", "Wad": "orvik.WadToMain", "Config": "orvik.ConfigToMain",
+        to_main = {"Pol": "orvik.PolToMain", "Faults": "orvik.DM1ToMain", "Choice4Mid": "orvik.Choice4MidToMain",
+                   "ConfigPol": "orvik.PolToMain", "Slate": "orvik.SlateToMain", "Wad": "orvik.WadToMain", "Config": "orvik.ConfigToMain",
                    "Dials": "orvik.DialsToMain"}
         from_main = {"Splash": "orvik.MainToSplash", "Slate": "orvik.MainToSplash", "Wad": "orvik.MainToWad",
                      "Config": "orvik.MainToConfig", "Dials": "orvik.MainToDials"}

@@ -43,7 +43,7 @@ def test_each_mistake_is_one_line(config):
     </svg>""").replace('event="orvik.EngineToMain"', 'event="orvik.EngineToNowhere"'))
     french = config / "words" / "fr.xml"
     french.write_text(french.read_text().replace('key="load"', 'key="lode"'))
-    status, found, _ = design(config, "--page", "Engine", "--sheet", config / "sheet.png", "--sheet", config / "sheet.html")
+    status, found, _ = design(config, "--page", "Engine", "--sheet", config / "sheet.html")
     assert status == 1
     for line in ('wide: "TOO WIDE FOR IT"', 'one: "ONE" touches "TWO" (two)', 'small: "SMALL" has 13 pixels; at least 16',
                  'low: "B" has 12.8 pixels', '"C" has 15 pixels',
@@ -53,7 +53,8 @@ def test_each_mistake_is_one_line(config):
         assert len([text for text in found.splitlines() if line in text]) == 1, f"{line}:\n{found}"
     assert "flat:" not in found, found
     assert (config / "sheet.png").read_bytes().startswith(b"\x89PNG")
-    assert "Engine, two-block, Russian, night" in (config / "sheet.html").read_text()
+    sheet = (config / "sheet.html").read_text()
+    assert "url(sheet.png)" in sheet and "Engine, two-block, Russian, day" in sheet and "Engine, two-block, English, night" in sheet
 
 
 def test_a_folder_without_pages_is_refused(tmp_path):

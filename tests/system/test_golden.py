@@ -4,9 +4,11 @@ ORVIK_WRITE_GOLDEN=1 writes the golden files anew (tools/rewrite-golden does it)
 golden-report/index.html in the build folder.
 """
 
+import contextlib
 import json
 import os
 import pathlib
+import threading
 
 import pytest
 
@@ -29,16 +31,46 @@ MOMENTS = {
     "operating-russian": ("language-tour", 66, None),
     "menu-of-limits": ("every-key", 60, None),
     "configuration": ("every-key", 116.5, None),
+    "active-faults": ("normal-lift", 80, "faults"),
 }
 # Fast enough to wait for, slow enough that pages change within the scenario's pauses.
 SPEED = "20"
 
 
-def then(desk, event):
-    if event == "dials":
-        desk.press(6)
-    elif event == "silence":
-        wait_for(lambda: desk.screen()["variables"]["Screen.DataState"] == 2, "the lost link on the screen", 20)
+@contextlib.contextmanager
+def faulty_engine(desk):
+    """An engine and a transmission that report faults, while the load computer's link stays up."""
+    bus, ended = desk.bus(), threading.Event()
+
+    def report():
+        while not ended.wait(0.5):  # between two messages
+            bus.pass_over()
+            bus.send_message([8, 1])
+            bus.send(0x18FECA00, [0x14, 0xFF, 110, 0, 0, 3, 0xFF, 0xFF])
+            bus.send(0x18FECA03, [0x04, 0xFF, 177, 0, 0x10, 1, 0xFF, 0xFF])
+
+    sender = threading.Thread(target=report)
+    sender.start()
+    try:
+        yield
+    finally:
+        ended.set()
+        sender.join()
+        bus.close()
+
+
+@contextlib.contextmanager
+def after(desk, event):
+    """The desk after the event."""
+    with faulty_engine(desk) if event == "faults" else contextlib.nullcontext():
+        if event == "dials":
+            desk.press(6)
+        elif event == "silence":
+            wait_for(lambda: desk.screen()["variables"]["Screen.DataState"] == 2, "the lost link on the screen", 20)
+        elif event == "faults":
+            wait_for(lambda: desk.screen()["variables"]["Faults.Number"] == 2, "the faults")
+            desk.post("orvik.MainToDM1")
+        yield
 
 
 @pytest.fixture(scope="session")
@@ -72,14 +104,7 @@ def take_picture(desk, golden):
     return taken
 
 
-@pytest.mark.parametrize("moment", MOMENTS)
-def test_the_screen_at(make_desk, report, moment):
-    scenario, seconds, event = MOMENTS[moment]
-    desk = make_desk(FONTCONFIG_FILE=str(FILES / "fonts.conf"))
-    desk.go_to("Main").close()
-    desk.succeed(BIN / "hx7", "simulate", "--config", CONFIG, "--scenario", scenario, "--seed", SEED, "--speed", SPEED,
-                 "--seconds-of-crane", str(seconds), seconds=60)
-    then(desk, event)
+def check(desk, report, moment):
     state_file, picture_file = FILES / f"{moment}.json", FILES / f"{moment}.png"
     wanted = json.loads(state_file.read_text()) if state_file.exists() else None
     state = settled(desk, None if WRITE else wanted)
@@ -96,3 +121,14 @@ def test_the_screen_at(make_desk, report, moment):
         report.add(moment, golden, picture, png_of(difference), changes)
         pytest.fail(f"{moment} differs: {changes}, picture by {mean:.2f} on the whole and {worst:.0f} in the worst place; "
                     f"see {report.file}, or run tools/rewrite-golden if it is meant to")
+
+
+@pytest.mark.parametrize("moment", MOMENTS)
+def test_the_screen_at(make_desk, report, moment):
+    scenario, seconds, event = MOMENTS[moment]
+    desk = make_desk(FONTCONFIG_FILE=str(FILES / "fonts.conf"))
+    desk.go_to("Main").close()
+    desk.succeed(BIN / "hx7", "simulate", "--config", CONFIG, "--scenario", scenario, "--seed", SEED, "--speed", SPEED,
+                 "--seconds-of-crane", str(seconds), seconds=60)
+    with after(desk, event):
+        check(desk, report, moment)

@@ -16,6 +16,13 @@ REQUESTS = {
     6: ("OPERATING", "WAD", "Main", "Wad"),
     7: ("SLATE", "WAD", "Slate", "Wad"),
 }
+# Page: the event that opens it, the key that leads back, and where to.
+OVER = {
+    "Pol": ("orvik.MainToPol", 6, "Main"),
+    "Faults": ("orvik.MainToDM1", 6, "Main"),
+    "Choice4Mid": ("orvik.MainToChoice4Mid", 6, "Main"),
+    "ConfigPol": ("orvik.ConfigToPol", 7, "Config"),
+}
 NOT_PROPER = "ERROR!  Not on proper page!"
 
 
@@ -79,6 +86,30 @@ def test_silence_leads_every_page_to_one_that_shows_it(make_desk):
         target = "Slate" if page == "Splash" else "Main"
         wait_for(lambda: desk.screen()["page"] == target, f"{target} after the time-out on {page}", 20)
         assert desk.value("OrvikHX7TimeOutLamp") == 2
+
+
+def open_over(desk, page, bus):
+    """Shows one of the pages over others. None can be opened while the link counts as lost."""
+    event, _, below = OVER[page]
+    desk.move_to(below, bus)
+    wait_for(lambda: desk.value("OrvikHX7TimeOutLamp") == 1, "the link")
+    desk.post(event)
+    wait_for(lambda: desk.screen()["page"] == page, page)
+
+
+def test_a_key_leads_back_from_the_pages_over_others(desk):
+    bus = desk.bus()
+    for page, (_, key, below) in OVER.items():
+        open_over(desk, page, bus)
+        desk.press(key)
+        wait_for(lambda: desk.screen()["page"] == desk.page_of_orvik(bus) == below, f"{below} after key {key} on {page}")
+
+
+@pytest.mark.parametrize("page", ["Faults", "ConfigPol"])
+def test_silence_closes_a_page_over_another(desk, page):
+    open_over(desk, page, desk.bus())
+    wait_for(lambda: desk.screen()["page"] == "Main", f"Main after the time-out on {page}", 20)
+    assert desk.value("OrvikHX7TimeOutLamp") == 2
 
 
 def test_actions_of_the_screen_service(desk):

@@ -14,7 +14,8 @@ namespace {
 
 constexpr int GAP = 4;
 constexpr int LEFT = 120, TOP = 24;
-constexpr int COLUMNS = static_cast<int>(LOOKS * WORD_LANGUAGES);
+// All languages by day, then the first by night: its colours are those of all.
+constexpr int COLUMNS = static_cast<int>(WORD_LANGUAGES) + 1;
 constexpr std::uint32_t PAPER = 0x30363D;
 
 // Where the pictures of a sheet stand.
@@ -63,20 +64,40 @@ pixels_t MakeSheet(const sheet_grid_t& grid, int rows) {
   return sheet;
 }
 
-constexpr std::string_view BASE64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+struct sheet_row_t {
+  std::string page;
+  const design_scene_t& scene;
+};
 
-std::string EncodeBase64(const std::string& bytes) {
-  std::string text;
-  for (std::size_t i = 0; i < bytes.size(); i += 3) {
-    std::uint32_t group = 0;
-    for (std::size_t k = 0; k < 3; ++k) {
-      group = group << 8 | (i + k < bytes.size() ? static_cast<unsigned char>(bytes[i + k]) : 0U);
-    }
-    for (std::size_t k = 0; k < 4; ++k) {
-      text += i + k > bytes.size() ? '=' : BASE64[group >> (18 - 6 * k) & 63];
+// A page that the screen service leaves when the link is lost is never seen in that state.
+std::vector<sheet_row_t> ListRows(const design_t& design, const std::vector<std::string>& pages) {
+  std::vector<sheet_row_t> rows;
+  for (const std::string& page : pages) {
+    for (const design_scene_t& scene : SheetScenes()) {
+      if (scene.state == DATA_LINK_LOST && !design.at(page).lostLinkPage.empty()) continue;
+      rows.push_back({page, scene});
     }
   }
-  return text;
+  return rows;
+}
+
+void DrawRow(pixels_t& sheet, const sheet_grid_t& grid, int row, ScreenModel& model, const sheet_row_t& shown) {
+  Write(sheet, shown.page, 2, grid.Down(row) + 40, LEFT - 4);
+  Write(sheet, shown.scene.name, 2, grid.Down(row) + 58, LEFT - 4);
+  for (int column = 0; column < COLUMNS; ++column) {
+    ShowScene(model, shown.scene, ColumnLanguage(column), LookOf(column));
+    Place(sheet, RenderPixels(model.Svg(), grid.width, grid.Height()), grid.Across(column), grid.Down(row));
+  }
+}
+
+void WriteRow(std::ostream& html, const sheet_grid_t& grid, int row, const sheet_row_t& shown) {
+  html << "<tr><th>" << shown.page << "<br>" << shown.scene.name;
+  for (int column = 0; column < COLUMNS; ++column) {
+    html << "<td><i style=\"background-position:-" << grid.Across(column) << "px -" << grid.Down(row)
+         << "px\" title=\"" << shown.page << ", " << shown.scene.name << ", " << ColumnName(column)
+         << "\"></i>";
+  }
+  html << "\n";
 }
 
 }  // namespace
@@ -84,25 +105,19 @@ std::string EncodeBase64(const std::string& bytes) {
 std::string DrawSheet(ScreenModel& model, const sheet_options_t& options,
                       const std::function<void(const std::string&)>& step) {
   const sheet_grid_t grid{options.width};
-  pixels_t sheet = MakeSheet(grid, static_cast<int>(options.pages.size() * SheetScenes().size()));
-  int row = 0;
-  for (const std::string& page : options.pages) {
-    step(page);
-    model.ShowPage(page);
-    for (const design_scene_t& scene : SheetScenes()) {
-      Write(sheet, page, 2, grid.Down(row) + 40, LEFT - 4);
-      Write(sheet, scene.name, 2, grid.Down(row) + 58, LEFT - 4);
-      for (int column = 0; column < COLUMNS; ++column) {
-        ShowScene(model, scene, ColumnLanguage(column), LookOf(column));
-        Place(sheet, RenderPixels(model.Svg(), grid.width, grid.Height()), grid.Across(column), grid.Down(row));
-      }
-      ++row;
+  const std::vector<sheet_row_t> rows = ListRows(model.Design(), options.pages);
+  pixels_t sheet = MakeSheet(grid, static_cast<int>(rows.size()));
+  for (std::size_t row = 0; row < rows.size(); ++row) {
+    if (row == 0 || rows[row].page != rows[row - 1].page) {
+      step(rows[row].page);
+      model.ShowPage(rows[row].page);
     }
+    DrawRow(sheet, grid, static_cast<int>(row), model, rows[row]);
   }
   return WritePng(sheet);
 }
 
-std::string WriteSheetPage(const sheet_options_t& options, const std::string& png) {
+std::string WriteSheetPage(const design_t& design, const sheet_options_t& options, const std::string& picture) {
   const sheet_grid_t grid{options.width};
   std::ostringstream html;
   html << "<!doctype html>\n<html lang=\"en\">\n<meta charset=\"utf-8\">\n<title>Screen "
@@ -111,23 +126,12 @@ std::string WriteSheetPage(const sheet_options_t& options, const std::string& pn
           "td,th{padding:2px;text-align:left;font-weight:normal}thead "
           "th{position:sticky;top:0;background:#30363d}\n"
           "i{display:block;width:"
-       << grid.width << "px;height:" << grid.Height() << "px;background-image:url(data:image/png;base64,"
-       << EncodeBase64(png)
+       << grid.width << "px;height:" << grid.Height() << "px;background-image:url(" << picture
        << ")}\ni:hover{transform:scale(2);position:relative;z-index:1}\n</style>\n<table><thead><tr><th>";
   for (int column = 0; column < COLUMNS; ++column) html << "<th>" << ColumnName(column);
   html << "</thead>\n";
   int row = 0;
-  for (const std::string& page : options.pages) {
-    for (const design_scene_t& scene : SheetScenes()) {
-      html << "<tr><th>" << page << "<br>" << scene.name;
-      for (int column = 0; column < COLUMNS; ++column) {
-        html << "<td><i style=\"background-position:-" << grid.Across(column) << "px -" << grid.Down(row)
-             << "px\" title=\"" << page << ", " << scene.name << ", " << ColumnName(column) << "\"></i>";
-      }
-      html << "\n";
-      ++row;
-    }
-  }
+  for (const sheet_row_t& shown : ListRows(design, options.pages)) WriteRow(html, grid, row++, shown);
   html << "</table>\n";
   return html.str();
 }

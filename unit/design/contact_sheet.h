@@ -1,4 +1,4 @@
-// One picture of all pages in all languages, both looks and the states that matter.
+// One picture of all pages in the states that matter, in all languages by day and in English by night.
 #pragma once
 
 #include <functional>
@@ -11,15 +11,16 @@ namespace unit {
 
 struct sheet_options_t {
   std::vector<std::string> pages;  // by name, in the order of the rows
-  int width = 160;                 // of a picture, pixels
+  int width = 320;                 // of a picture, pixels
 };
 
-// The sheet as PNG: a row for each page and state, a column for each look and language. `step` is called before
+// The sheet as PNG: a row for each page and state, a column for each language and look. `step` is called before
 // each page with its name.
 std::string DrawSheet(ScreenModel& model, const sheet_options_t& options,
                       const std::function<void(const std::string&)>& step);
 
-// The sheet as a document of its own, with the picture in it and the names beside its parts.
-std::string WriteSheetPage(const sheet_options_t& options, const std::string& png);
+// A document that shows the sheet with the names beside its parts. `picture` is the name of the sheet's file in
+// the document's folder.
+std::string WriteSheetPage(const design_t& design, const sheet_options_t& options, const std::string& picture);
 
 }  // namespace unit

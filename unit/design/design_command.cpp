@@ -26,10 +26,13 @@ void WriteFile(const std::string& file, const std::string& bytes) {
 
 void WriteSheets(ScreenModel& model, const sheet_options_t& sheet, const std::vector<std::string>& files) {
   if (files.empty()) return;
-  const std::string png =
-      DrawSheet(model, sheet, [](const std::string& page) { PrintStep("drawing " + page); });
-  for (const std::string& file : files)
-    WriteFile(file, file.ends_with(".html") ? WriteSheetPage(sheet, png) : png);
+  const std::string png = DrawSheet(model, sheet, [](const std::string& page) { PrintStep("drawing " + page); });
+  for (const fs::path file : files) {
+    const fs::path picture = fs::path(file).replace_extension(".png");
+    WriteFile(picture, png);
+    if (file.extension() == ".html")
+      WriteFile(file, WriteSheetPage(model.Design(), sheet, picture.filename().string()));
+  }
 }
 
 // The pages asked for, in the order in which they are numbered. Throws std::runtime_error with a name that no

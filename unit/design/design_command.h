@@ -8,9 +8,9 @@ namespace unit {
 
 struct design_options_t {
   std::string folder;               // the pages; words and configuration stand beside it
-  std::vector<std::string> sheets;  // files to write: *.png, *.html
+  std::vector<std::string> sheets;  // files to write: *.png, or *.html with its *.png
   std::vector<std::string> pages;   // the pages to draw; empty: all
-  int pictureWidth = 160;           // of a picture on the sheet, pixels
+  int pictureWidth = 320;           // of a picture on the sheet, pixels
 };
 
 // One line a finding on standard output; progress on standard error. Returns the exit status: 0 without

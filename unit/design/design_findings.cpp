@@ -73,7 +73,7 @@ void CheckPageNames(const page_design_t& page, const screen_names_t& names,
   }
   for (const live_element_t& element : page.looks.at(LOOK_DAY).elements) {
     for (const std::string& variable : element.variables) {
-      if (variable == DATA_STATE_VARIABLE || names.variables.contains(variable)) continue;
+      if (IsOwnVariable(variable) || names.variables.contains(variable)) continue;
       findings.push_back(FileOf(page) + DescribePlace(element.node) + "unknown variable " + variable);
     }
   }

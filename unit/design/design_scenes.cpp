@@ -1,6 +1,7 @@
 #include "unit/design/design_scenes.h"
 
 #include <array>
+#include <cmath>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -62,6 +63,37 @@ constexpr std::array<const char*, 28> LAMPS{"OrvikPickMainBoom",
                                             "OrvikManBasket"};
 constexpr std::array<const char*, 4> COLORED_LAMPS{"OrvikTires", "OrvikOutriggerRetracted",
                                                    "OrvikOutriggerHalf", "OrvikOutriggerExtended"};
+
+// The numbers that the fault page has words for, with one that it has none for, and the widest.
+constexpr std::array<double, 13> FAULT_SOURCES{0, 1, 3, 11, 15, 16, 19, 23, 33, 39, 61, 208, 253};
+constexpr std::array<double, 25> FAULT_SPNS{91,  94,  96,  97,   98,   100,  102,   105, 107,
+                                            110, 111, 157, 158,  168,  174,  175,   177, 190,
+                                            627, 629, 639, 1569, 1761, 3251, 524286};
+constexpr double FAULT_FMIS = 32;
+
+// Sets the fault page to the state, with codes on its first `lines` lines. `first` counts through the words, so
+// that consecutive scenes show all of them.
+void SetFaults(std::map<std::string, double>& values, fault_state_t state, std::size_t lines,
+               std::size_t first) {
+  values[FAULT_STATE_VARIABLE] = state;
+  values[FAULT_NUMBER_VARIABLE] = static_cast<double>(lines);
+  for (std::size_t lamp = 0; lamp < FAULT_LAMP_VARIABLES.size(); ++lamp) {
+    values[FAULT_LAMP_VARIABLES.at(lamp)] = lamp < lines ? 1 : 0;
+  }
+  for (std::size_t line = 0; line < FAULT_LINES; ++line) {
+    const std::size_t at = first + line;
+    const bool filled = line < lines;
+    values[FaultVariable(line, FAULT_SOURCE)] = FAULT_SOURCES.at(at % FAULT_SOURCES.size());
+    values[FaultVariable(line, FAULT_SPN)] = FAULT_SPNS.at(at % FAULT_SPNS.size());
+    values[FaultVariable(line, FAULT_FMI)] = filled ? std::fmod(static_cast<double>(at), FAULT_FMIS) : NAN;
+    values[FaultVariable(line, FAULT_COUNT)] = 126;
+  }
+}
+
+design_scene_t WithFaults(design_scene_t scene, fault_state_t state, std::size_t lines, std::size_t first) {
+  SetFaults(scene.variables, state, lines, first);
+  return scene;
+}
 
 // Everything that the host can light at once, and values of the greatest width.
 std::map<std::string, double> AllLit(double color) {
@@ -134,39 +166,56 @@ std::string WidgetText(const std::string& widget, const design_scene_t& scene, i
 
 const std::vector<design_scene_t>& SheetScenes() {
   static const std::vector<design_scene_t> SCENES{
-      {"normal", DATA_CURRENT, {}, false},
-      {"pre-alarm", DATA_CURRENT, {{"OrvikPercentSafeWorkingLoad", 0.95}, {"OrvikPreAlarm", 1}}, false},
-      {"overload",
-       DATA_CURRENT,
-       {{"OrvikPercentSafeWorkingLoad", 1.12}, {"OrvikOverload", 1}, {"OrvikBeepImage", 1}},
-       false},
-      {"two-block",
-       DATA_CURRENT,
-       {{"OrvikPercentSafeWorkingLoad", 0.45}, {"OrvikA2B", 1}, {"OrvikBeepImage", 2}},
-       false},
-      {"lost link", DATA_LINK_LOST, {}, false}};
+      WithFaults({"normal", DATA_CURRENT, {}, false}, FAULTS_ACTIVE, 3, 5),
+      WithFaults(
+          {"pre-alarm", DATA_CURRENT, {{"OrvikPercentSafeWorkingLoad", 0.95}, {"OrvikPreAlarm", 1}}, false},
+          FAULTS_NONE, 0, 0),
+      WithFaults({"overload",
+                  DATA_CURRENT,
+                  {{"OrvikPercentSafeWorkingLoad", 1.12}, {"OrvikOverload", 1}, {"OrvikBeepImage", 1}},
+                  false},
+                 FAULTS_ACTIVE, FAULT_LINES, 0),
+      WithFaults({"two-block",
+                  DATA_CURRENT,
+                  {{"OrvikPercentSafeWorkingLoad", 0.45}, {"OrvikA2B", 1}, {"OrvikBeepImage", 2}},
+                  false},
+                 FAULTS_NOT_HEARD, 0, 0),
+      WithFaults({"lost link", DATA_LINK_LOST, {}, false}, FAULTS_ACTIVE, 1, 9)};
   return SCENES;
 }
 
+namespace {
+
+std::vector<design_scene_t> MakeCheckScenes() {
+  std::vector<design_scene_t> scenes = SheetScenes();
+  for (design_scene_t& scene : scenes) scene.longest = true;
+  for (int color = 1; color <= 5; ++color) {
+    scenes.push_back({"all lamps, colour " + std::to_string(color), DATA_CURRENT, AllLit(color), true});
+  }
+  scenes.push_back({"program silent", DATA_PROGRAM_SILENT, {}, true});
+  scenes.push_back({"host not heard", DATA_HOST_NOT_HEARD, {}, true});
+  scenes.push_back({"dark",
+                    DATA_CURRENT,
+                    {{"RealTimeClock.IsAvailable", 0},
+                     {"OrvikOutriggerExtended", 0},
+                     {"OrvikPickMainBoom", 0},
+                     {"OrvikFrontWinch", 0},
+                     {"OrvikStowed", 0}},
+                    true});
+  std::size_t first = 0;
+  for (design_scene_t& scene : scenes) {
+    const auto state = scene.variables.find(FAULT_STATE_VARIABLE);
+    if (state != scene.variables.end() && static_cast<int>(state->second) != FAULTS_ACTIVE) continue;
+    SetFaults(scene.variables, FAULTS_ACTIVE, FAULT_LINES, first);
+    first += FAULT_LINES;
+  }
+  return scenes;
+}
+
+}  // namespace
+
 const std::vector<design_scene_t>& CheckScenes() {
-  static const std::vector<design_scene_t> SCENES = [] {
-    std::vector<design_scene_t> scenes = SheetScenes();
-    for (design_scene_t& scene : scenes) scene.longest = true;
-    for (int color = 1; color <= 5; ++color) {
-      scenes.push_back({"all lamps, colour " + std::to_string(color), DATA_CURRENT, AllLit(color), true});
-    }
-    scenes.push_back({"program silent", DATA_PROGRAM_SILENT, {}, true});
-    scenes.push_back({"host not heard", DATA_HOST_NOT_HEARD, {}, true});
-    scenes.push_back({"dark",
-                      DATA_CURRENT,
-                      {{"RealTimeClock.IsAvailable", 0},
-                       {"OrvikOutriggerExtended", 0},
-                       {"OrvikPickMainBoom", 0},
-                       {"OrvikFrontWinch", 0},
-                       {"OrvikStowed", 0}},
-                      true});
-    return scenes;
-  }();
+  static const std::vector<design_scene_t> SCENES = MakeCheckScenes();
   return SCENES;
 }
 

@@ -15,6 +15,7 @@
 #include "base/line_limiter.h"
 #include "src/core/frame_layout.h"
 #include "src/services/nm_messages.h"
+#include "unit/faults/fault_list.h"
 #include "unit/health/notify_link.h"
 #include "unit/j1939/bus_link.h"
 #include "unit/j1939/bus_report.h"
@@ -39,12 +40,12 @@ constexpr const char* FILTER_FILE = "/j1939.filters";
 constexpr const char* NO_FAST_PACKETS = "fast-packet messages are not served";
 constexpr const char* KERNEL_BUS_ONLY = "multi-packet messages are served on a kernel bus only";
 
-// | thread   | what it does                                                           |
-// |----------|------------------------------------------------------------------------|
-// | frames   | receives frames from the bus, logs and delivers them; reopens the bus   |
-// | requests | takes the clients' requests and carries them out; reconnects to clients |
-// | report   | publishes the counts and the last frames; checks the manager            |
-// | messages | on a kernel bus: receives and delivers messages of several frames       |
+// | thread   | what it does                                                                     |
+// |----------|----------------------------------------------------------------------------------|
+// | frames   | receives frames from the bus, logs and delivers them; reopens the bus            |
+// | requests | takes the clients' requests and carries them out; reconnects to clients          |
+// | report   | publishes the counts, the last frames and the active faults; checks the manager  |
+// | messages | on a kernel bus: receives and delivers messages of several frames                |
 class J1939Service : public Service {
  public:
   explicit J1939Service(const options_t& options)
@@ -71,6 +72,7 @@ class J1939Service : public Service {
   void SendMessage(const send_request_t& request);
 
   void Report();
+  void PublishFaults();
   void Complain(const std::string& what);
   bool Pause(std::chrono::milliseconds time);
 
@@ -80,6 +82,7 @@ class J1939Service : public Service {
   BusLink bus_;
   std::unique_ptr<FrameLog> log_;
   std::unique_ptr<ClientLink> clients_;
+  FaultList faults_;
   NotifyLink link_;
   Pacing pacing_;  // the frames thread's
 
@@ -167,6 +170,7 @@ void J1939Service::AcceptFrame(const bus::frame_t& frame) {
   // The host pads its frames to eight bytes. What a shorter one lacks nobody sent, so that it has no value.
   if (frame.extended && frame.identifier == HOST_FRAME_ID && frame.length < FRAME_SIZE)
     return report_.NoteShort();
+  if (frame.extended) faults_.Accept(frame.identifier, frame.Bytes(), steady_clock::now());
   const std::optional<int> room = clients_->Deliver(frame);
   if (!room) return;
   if (*room < 0) report_.NoteDropped();
@@ -258,10 +262,16 @@ void J1939Service::Report() {
   while (!Pause(REPORT_PERIOD)) {
     log_->Flush();
     if (const auto text = report_.DrainIfChanged()) link_.Publish(BUS_CHANNEL_NAME, *text);
+    PublishFaults();
     if (steady_clock::now() < nextCheck) continue;
     nextCheck = steady_clock::now() + RETRY_PERIOD;
     clients_->CheckManager();
   }
+}
+
+void J1939Service::PublishFaults() {
+  const auto report = faults_.TakeIfDue(steady_clock::now());
+  if (report) link_.Publish(FAULT_CHANNEL_NAME, WriteFaultReport(*report));
 }
 
 }  // namespace

@@ -235,7 +235,7 @@ void AddDesign(CLI::App& app, unit::design_options_t& options, int& result) {
       ->check(CLI::ExistingDirectory);
   design
       ->add_option("--sheet", options.sheets,
-                   "Write all pages in all languages and states as FILE.png or FILE.html")
+                   "Write all pages in all languages and states as FILE.png, or FILE.html with FILE.png")
       ->check([](const std::string& file) {
         return file.ends_with(".png") || file.ends_with(".html") ? std::string()
                                                                  : file + " is neither .png nor .html";

@@ -42,13 +42,13 @@ class DialsTest : public testing::Test {
   void ShowPageAnew(int pageId) {
     data_->currentPage = FindPage(data_, ACTION_PAGE_MAIN);
     UpdateDisplay(data_);
-    compositor_.TakeRequests();
+    compositor_.DrainRequests();
     data_->currentPage = FindPage(data_, pageId);
   }
 
   // The pictures of the last frame since the last call; nothing when the layer was not drawn.
   std::optional<std::string> TakeFrame() {
-    const std::vector<bytes_t> frames = compositor_.TakeRequests();
+    const std::vector<bytes_t> frames = compositor_.DrainRequests();
     if (frames.empty()) return std::nullopt;
     std::string pictures;
     if (Names(frames.back(), BOOM_PICTURE)) pictures += "boom";

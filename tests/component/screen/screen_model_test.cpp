@@ -84,8 +84,7 @@ TEST(ProductDesignTest, FitsTheConfigurationAndIsDrawn) {
     for (const auto& [event, target] : page.transitions) EXPECT_TRUE(events.contains(event)) << event;
     for (const live_element_t& element : page.looks[LOOK_DAY].elements) {
       for (const std::string& variable : element.variables) {
-        EXPECT_TRUE(variable == DATA_STATE_VARIABLE || names.variables.contains(variable))
-            << name << ": " << variable;
+        EXPECT_TRUE(IsOwnVariable(variable) || names.variables.contains(variable)) << name << ": " << variable;
       }
     }
     std::ostringstream svg;

@@ -14,6 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // librsvg and browsers draw these differently, or one of them ignores them.
+constexpr const char* WHEN_LINK_LOST = "link-lost";
 constexpr std::array<std::string_view, 7> REFUSED_ELEMENTS{
     "script", "foreignObject", "animate", "animateTransform", "animateMotion", "set", "textPath"};
 
@@ -238,6 +239,10 @@ void ReadTransitions(page_design_t& page, pugi::xml_node described) {
   for (const pugi::xml_node& transition : described.children("transition")) {
     const std::string event = transition.attribute("event").value();
     const std::string target = transition.attribute("page").value();
+    if (std::string_view(transition.attribute("when").value()) == WHEN_LINK_LOST && !target.empty()) {
+      page.lostLinkPage = target;
+      continue;
+    }
     if (event.empty() || target.empty()) throw std::runtime_error("a transition needs event and page");
     page.transitions.emplace(event, target);
   }
@@ -357,6 +362,13 @@ std::string CheckPage(const page_design_t& page, const std::set<std::string>& na
     if (names.contains(target)) continue;
     return page.file.string().append(": ").append(event).append(" leads to a page that does not exist: ") +
            target;
+  }
+  if (!page.lostLinkPage.empty() && !names.contains(page.lostLinkPage)) {
+    return page.file.string()
+               .append(": ")
+               .append(WHEN_LINK_LOST)
+               .append(" leads to a page that does not exist: ") +
+           page.lostLinkPage;
   }
   const auto other = orders.find(page.order);
   if (other == orders.end() || other->second == page.name) return {};

@@ -77,6 +77,7 @@ struct page_design_t {
   std::string title;
   int order = 0;                                   // the page of the lowest order is shown first
   std::map<std::string, std::string> transitions;  // event name to page name
+  std::string lostLinkPage;                        // shown while the link is lost; empty: this page
   std::map<std::string, std::string> notices;      // variable to the action posted when its value changes
   std::array<page_look_t, LOOKS> looks;
 };

@@ -186,6 +186,11 @@ bool ScreenModel::HandleEvent(std::uint32_t number) {
   return true;
 }
 
+void ScreenModel::LeaveForLostLink() {
+  if (variables_.at(DATA_STATE_VARIABLE) != DATA_LINK_LOST || !design_.contains(page_->lostLinkPage)) return;
+  ShowPage(std::string(page_->lostLinkPage));
+}
+
 void ScreenModel::ShowPage(const std::string& name) {
   page_ = &design_.at(name);
   ++counters_.pageChanges;

@@ -18,16 +18,8 @@
 
 namespace unit {
 
-// A variable that the screen service sets itself; all others come from the database.
-constexpr const char* DATA_STATE_VARIABLE = "Screen.DataState";
 constexpr const char* LANGUAGE_VARIABLE = "OrvikLanguage";
 constexpr const char* LANGUAGE_ATTRIBUTE = "data-language";  // of the document: the variable's value
-enum data_state_t : int {
-  DATA_CURRENT = 1,
-  DATA_LINK_LOST = 2,
-  DATA_PROGRAM_SILENT = 3,
-  DATA_HOST_NOT_HEARD = 4,  // since the application started
-};
 // From the application: 1 when the host was heard within ten seconds or the application started then, 2 when
 // the link is lost.
 constexpr const char* LINK_VARIABLE = "OrvikHX7TimeOutLamp";
@@ -79,6 +71,8 @@ class ScreenModel {
   void UpdateDataState(bool isProgramSilent, bool hasProgramEnded);
   // Follows the transition that the page shown has for the event. True when the page changed.
   bool HandleEvent(std::uint32_t number);
+  // While the link to the load computer is lost: shows the page that the page shown names for that.
+  void LeaveForLostLink();
   // Shows the page of that name, which must exist.
   void ShowPage(const std::string& name);
   // The actions that the page shown posts for changed values, oldest first; at most MAX_NOTICES are kept.

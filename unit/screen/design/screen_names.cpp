@@ -1,5 +1,6 @@
 #include "unit/screen/design/screen_names.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include <pugixml.hpp>
@@ -51,6 +52,21 @@ std::set<std::string> WidgetNames(const screen_names_t& names) {
   std::set<std::string> widgets;
   for (const auto& [handle, name] : names.widgets) widgets.insert(name);
   return widgets;
+}
+
+std::string FaultVariable(std::size_t line, const char* part) {
+  return "Fault" + std::to_string(line + 1) + "." + part;
+}
+
+bool IsOwnVariable(const std::string& name) {
+  if (name == DATA_STATE_VARIABLE || name == FAULT_STATE_VARIABLE || name == FAULT_NUMBER_VARIABLE) return true;
+  if (std::ranges::find(FAULT_LAMP_VARIABLES, name) != FAULT_LAMP_VARIABLES.end()) return true;
+  for (std::size_t line = 0; line < FAULT_LINES; ++line) {
+    for (const char* part : {FAULT_SOURCE, FAULT_SPN, FAULT_FMI, FAULT_COUNT}) {
+      if (name == FaultVariable(line, part)) return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace unit

@@ -30,7 +30,7 @@ constexpr auto READ_PERIOD = 1s;
 // Words of the front panel and of the window stand in the same catalogue.
 const std::set<std::string> OTHER_USERS{"panel.", "window."};
 
-enum channel_index_t : std::size_t { SCREEN_MESSAGES = 0, DATABASE_CHANGES = 1, EVENTS = 2 };
+enum channel_index_t : std::size_t { SCREEN_MESSAGES = 0, DATABASE_CHANGES = 1, FAULTS = 2, EVENTS = 3 };
 
 void Print(const std::string& line) {
   std::cerr << "screen: " + line + "\n" << std::flush;
@@ -66,11 +66,12 @@ ScreenWorker::ScreenWorker(const options_t& options)
       wordsWatch_(wordsFolder_),
       model_(MakeModel(options)),
       variables_(model_),
+      faults_(model_),
       compositor_([this](const std::string& path) { return pictures_.Find(path); }),
       actions_(model_.Names(), link_) {
   if (model_.Design().contains(pageMemory_.Remembered())) model_.ShowPage(pageMemory_.Remembered());
   ReadVariables();
-  std::vector<std::string> channels{SCREEN_CHANNEL_NAME, DATABASE_CHANNEL_NAME};
+  std::vector<std::string> channels{SCREEN_CHANNEL_NAME, DATABASE_CHANNEL_NAME, FAULT_CHANNEL_NAME};
   if (!model_.Names().eventChannel.empty()) channels.push_back(model_.Names().eventChannel);
   compositorServer_ = std::make_unique<MessageServer>(Compositing::SERVER_NAME,
                                                       Compositing::QUEUE_SIZE + Compositing::RECORD_HEADER_SIZE,
@@ -97,6 +98,7 @@ ScreenWorker::~ScreenWorker() {
 void ScreenWorker::AcceptMessage(std::size_t channel, std::span<const std::uint8_t> payload) {
   if (channel == SCREEN_MESSAGES) AcceptScreenMessage(payload);
   if (channel == DATABASE_CHANGES) AcceptVariable(payload);
+  if (channel == FAULTS) AcceptFaults(payload);
   if (channel == EVENTS) AcceptEvent(payload);
 }
 
@@ -138,6 +140,12 @@ void ScreenWorker::AcceptVariable(std::span<const std::uint8_t> payload) {
   if (!model_.HasNotices()) return;
   wake_ = true;
   wakePace_.notify_all();
+}
+
+void ScreenWorker::AcceptFaults(std::span<const std::uint8_t> payload) {
+  const std::optional<fault_report_t> report = ReadFaultReport(payload);
+  const std::lock_guard lock(mutex_);
+  if (report) faults_.Take(*report, clock_t::now());
 }
 
 // The mutex is held.
@@ -234,6 +242,8 @@ void ScreenWorker::UpdateDataState(clock_t::time_point now) {
   lastStep_ = now;
   const bool hasEnded = now - lastProgramMessage_ > PROGRAM_SILENCE;
   model_.UpdateDataState(hasEnded || !programHeard_ || now < caughtUpAt_, hasEnded);
+  model_.LeaveForLostLink();
+  faults_.Expire(now);
 }
 
 void ScreenWorker::PublishChange() {

@@ -2,7 +2,7 @@
 //
 // | thread       | what it does                                                                       |
 // |--------------|------------------------------------------------------------------------------------|
-// | subscriber   | takes widget messages, events and changes of the database                          |
+// | subscriber   | takes widget messages, events, changes of the database and the active faults       |
 // | compositor   | takes the drawings' messages and answers them                                      |
 // | requests     | answers requests for the state and the picture; draws without the lock             |
 // | pace         | every 20 ms: overdue texts, state of the data, actions, changes, a changed design  |
@@ -29,6 +29,7 @@
 #include "unit/screen/design/design_watch.h"
 #include "unit/screen/design/screen_model.h"
 #include "unit/screen/service/action_poster.h"
+#include "unit/screen/service/fault_feed.h"
 #include "unit/screen/service/message_server.h"
 #include "unit/screen/service/page_memory.h"
 #include "unit/screen/service/variable_feed.h"
@@ -58,6 +59,7 @@ class ScreenWorker {
   void AcceptScreenMessage(std::span<const std::uint8_t> payload);
   void AcceptEvent(std::span<const std::uint8_t> payload);
   void AcceptVariable(std::span<const std::uint8_t> payload);
+  void AcceptFaults(std::span<const std::uint8_t> payload);
   // compositor and requests
   message_reply_t AcceptDrawing(std::span<const std::uint8_t> message);
   message_reply_t Answer(std::span<const std::uint8_t> message);
@@ -82,6 +84,7 @@ class ScreenWorker {
   mutable std::mutex mutex_;  // guards all down to stopping_
   ScreenModel model_;
   VariableFeed variables_;
+  FaultFeed faults_;
   PictureStore pictures_;
   Compositor compositor_;
   clock_t::time_point lastProgramMessage_{clock_t::now()}, lastStep_{lastProgramMessage_}, caughtUpAt_{};
