@@ -235,6 +235,7 @@ void AddPercentChecks(const std::string& configDirectory, bool whole, std::vecto
 
 std::vector<numbered_check_t> MakeNumberedChecks(const std::string& configDirectory, bool wholeElements) {
   std::vector<numbered_check_t> checks;
+  checks.reserve(std::size(WIDGET_WAYS));
   for (const widget_way_t& way : WIDGET_WAYS) {
     checks.push_back({way.name, ALL_SINGLES, [&way](std::uint64_t number, const report_t& report) {
                         CompareWidgets(way, static_cast<std::uint32_t>(number), report);

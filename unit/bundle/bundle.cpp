@@ -114,9 +114,9 @@ std::size_t CountLines(const std::string& text) {
 
 // Variables that follow the clock or count messages.
 const std::set<std::string>& Unsteady() {
-  static const std::set<std::string> names = {"OrvikTotalHX7Commands", "Screen.DataState",
+  static const std::set<std::string> NAMES = {"OrvikTotalHX7Commands", "Screen.DataState",
                                               "OrvikHX7TimeOutLamp", "OrvikBeepImage"};
-  return names;
+  return NAMES;
 }
 
 bool IsSteady(const std::string& name) {

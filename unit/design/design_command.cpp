@@ -26,7 +26,8 @@ void WriteFile(const std::string& file, const std::string& bytes) {
 
 void WriteSheets(ScreenModel& model, const sheet_options_t& sheet, const std::vector<std::string>& files) {
   if (files.empty()) return;
-  const std::string png = DrawSheet(model, sheet, [](const std::string& page) { PrintStep("drawing " + page); });
+  const std::string png =
+      DrawSheet(model, sheet, [](const std::string& page) { PrintStep("drawing " + page); });
   for (const fs::path file : files) {
     const fs::path picture = fs::path(file).replace_extension(".png");
     WriteFile(picture, png);

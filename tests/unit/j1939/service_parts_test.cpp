@@ -142,10 +142,11 @@ TEST(BusReportTest, TellsCountsAndTheLastFramesWhenSomethingChanged) {
               BusReport::direction_t::SENT);
   report.NoteRefused();
   report.NoteDropped();
+  report.NoteShort();
   const auto text = report.DrainIfChanged();
   ASSERT_TRUE(text);
   const nlohmann::json expected = nlohmann::json::parse(R"({"bus":"local","interface":"can0","state":"up",
-    "received":1,"sent":1,"refused":1,"dropped":1,"identifiers":{"18FF00D0":1,"07F":1},
+    "received":1,"sent":1,"refused":1,"dropped":1,"short":1,"identifiers":{"18FF00D0":1,"07F":1},
     "frames":[{"time":1.5,"id":"18FF00D0","data":"0001AB","direction":"rx"},
               {"time":0.0,"id":"07F","data":"","direction":"tx"}]})");
   EXPECT_EQ(nlohmann::json::parse(*text), expected);

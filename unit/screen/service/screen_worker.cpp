@@ -238,7 +238,11 @@ void ScreenWorker::ApplyOverdue(clock_t::time_point now) {
 
 // The mutex is held.
 void ScreenWorker::UpdateDataState(clock_t::time_point now) {
-  if (now - lastStep_ > OWN_PAUSE) caughtUpAt_ = now + CATCH_UP;
+  if (now - lastStep_ > OWN_PAUSE) {
+    caughtUpAt_ = now + CATCH_UP;
+    lastProgramMessage_ = now;  // it was this process that was silent
+    programHeard_ = false;
+  }
   lastStep_ = now;
   const bool hasEnded = now - lastProgramMessage_ > PROGRAM_SILENCE;
   model_.UpdateDataState(hasEnded || !programHeard_ || now < caughtUpAt_, hasEnded);
