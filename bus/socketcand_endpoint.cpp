@@ -156,7 +156,7 @@ void SocketcandEndpoint::Expect(const std::string& answer, const Deadline& deadl
     }
   }
   const std::string what = result == result_t::DOWN ? problem_.Get() : address_ + " does not answer";
-  throw std::runtime_error(what + "; it was asked for \"" + answer + "\". Is it a socketcand server?");
+  throw std::runtime_error(what + "; expected \"" + answer + "\". Is it a socketcand server?");
 }
 
 void SocketcandEndpoint::Ask(const std::string& request, const Deadline& deadline) {

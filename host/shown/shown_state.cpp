@@ -70,20 +70,20 @@ struct effect_t {
   std::string_view command;
   void (ShownState::*show)(const command_t& command, Block block);
 };
-constexpr std::array<effect_t, 14> EFFECTS = {{{"operating-values", &ShownState::ShowOperatingValues},
-                                               {"texts", &ShownState::ShowTexts},
-                                               {"flash", &ShownState::ShowFlash},
-                                               {"beeper", &ShownState::ShowBeeper},
-                                               {"beep-duration", &ShownState::ShowBeeper},
-                                               {"units", &ShownState::ShowKnownNumber},
-                                               {"language", &ShownState::ShowKnownNumber},
-                                               {"transition", &ShownState::ShowKnownNumber},
-                                               {"select-mode", &ShownState::ShowSwitch},
-                                               {"display-mode", &ShownState::ShowSwitch},
-                                               {"erected-icon", &ShownState::ShowNumber},
-                                               {"stowed-icon", &ShownState::ShowNumber},
-                                               {"colors", &ShownState::ShowColors},
-                                               {"swing-mode", &ShownState::ShowSwingMode}}};
+constexpr auto EFFECTS = std::to_array<effect_t>({{"operating-values", &ShownState::ShowOperatingValues},
+                                                  {"texts", &ShownState::ShowTexts},
+                                                  {"flash", &ShownState::ShowFlash},
+                                                  {"beeper", &ShownState::ShowBeeper},
+                                                  {"beep-duration", &ShownState::ShowBeeper},
+                                                  {"units", &ShownState::ShowKnownNumber},
+                                                  {"language", &ShownState::ShowKnownNumber},
+                                                  {"transition", &ShownState::ShowKnownNumber},
+                                                  {"select-mode", &ShownState::ShowSwitch},
+                                                  {"display-mode", &ShownState::ShowSwitch},
+                                                  {"erected-icon", &ShownState::ShowNumber},
+                                                  {"stowed-icon", &ShownState::ShowNumber},
+                                                  {"colors", &ShownState::ShowColors},
+                                                  {"swing-mode", &ShownState::ShowSwingMode}});
 
 std::string FormatField(const field_t& field, Block block) {
   return FormatValue(field, ReadNumber(field, block));

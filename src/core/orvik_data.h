@@ -42,7 +42,7 @@ enum thread_slot_t : std::size_t {
   THREAD_DIO = 7,
   THREAD_PARSE = 8,
   THREAD_BLINKER = 9,
-  THREAD_COUNT = 10,
+  THREAD_COUNT
 };
 
 // A handle of the screen service or of the database. Each initialisation writes it while other threads read it.

@@ -1,6 +1,7 @@
 #include "src/hostlink/can_transport.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <string>
 #include <thread>
@@ -30,14 +31,14 @@ struct immediate_request_t {
   command_counter_t counter;
 };
 constexpr int NO_SUB_COMMAND = -1;
-constexpr std::array<immediate_request_t, 6> IMMEDIATE_REQUESTS = {{
+constexpr auto IMMEDIATE_REQUESTS = std::to_array<immediate_request_t>({
     {6, NO_SUB_COMMAND, ReturnKeyState, COUNT_CMD6},
     {7, 3, ReturnProgramName, COUNT_CMD7_3},
     {7, 4, ReturnProgramDate, COUNT_CMD7_4},
     {7, 5, ReturnFileID, COUNT_CMD7_5},
     {7, 7, ReturnLCDStatus, COUNT_CMD7_7},
     {7, 9, ReturnLEDBrightness, COUNT_CMD7_9},
-}};
+});
 
 const immediate_request_t* FindImmediateRequest(std::span<const std::uint8_t, FRAME_SIZE> frame) {
   if (frame[0] != 0 || frame[1] != 1) return nullptr;

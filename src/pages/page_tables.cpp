@@ -1,6 +1,7 @@
 #include "src/pages/page_tables.h"
 
 #include <algorithm>
+#include <array>
 
 namespace {
 
@@ -60,23 +61,19 @@ constexpr std::array<Pkey_t, 2> DialsKeys = {{
 
 constexpr const char* TARGET_NAME = "Holten";
 
+}  // namespace
+
 // A time-out event leads to a page that shows the lost-link message. Main and Slate show it, so they have none.
-const std::array<page_definition_t, 6>& Definitions() {
-  static const std::array<page_definition_t, 6> DEFINITIONS = {{
+std::span<const page_definition_t> PageDefinitions() {
+  static const auto DEFINITIONS = std::to_array<page_definition_t>({
       {ACTION_PAGE_SPLASH, EVENT_SPLASH_TO_SLATE, SplashKeys},
       {ACTION_PAGE_SLATE, EVENT_ID_NONE, SlateKeys},
       {ACTION_PAGE_MAIN, EVENT_ID_NONE, OperatingKeys},
       {ACTION_PAGE_WAD, FindEventIndex("orvik.WadToMain"), WadKeys},
       {ACTION_PAGE_CONFIG, EVENT_CONFIG_TO_MAIN, ConfigKeys},
       {ACTION_PAGE_DIALS, EVENT_DIALS_TO_MAIN, DialsKeys},
-  }};
+  });
   return DEFINITIONS;
-}
-
-}  // namespace
-
-std::span<const page_definition_t> PageDefinitions() {
-  return Definitions();
 }
 
 void InitPages(orvikData_t* data) {

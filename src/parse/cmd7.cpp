@@ -108,7 +108,7 @@ struct sub_command_t {
   void (*process)(orvikData_t* data, const MessageView& bytes);
 };
 
-constexpr std::array<sub_command_t, 19> SUB_COMMANDS = {{
+constexpr auto SUB_COMMANDS = std::to_array<sub_command_t>({
     {1, COUNT_CMD7_1, ProcessSubCmd7_1},     // valid keys: their number, then one mask a key
     {2, COUNT_CMD7_2, ProcessSubCmd7_2},     // brightness adjustment on or off
     {3, COUNT_CMD7_3, ProcessSubCmd7_3},     // program name
@@ -128,7 +128,7 @@ constexpr std::array<sub_command_t, 19> SUB_COMMANDS = {{
     {17, COUNT_CMD7_17, ProcessSubCmd7_17},  // stowed icon
     {18, COUNT_NONE, ProcessSubCmd7_18},     // colours: tires, then outriggers retracted, half, extended
     {19, COUNT_NONE, ProcessSubCmd7_19},     // swing mode
-}};
+});
 
 }  // namespace
 

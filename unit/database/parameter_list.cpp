@@ -92,8 +92,8 @@ std::string ListReader::ReadName(const pugi::xml_node& node) {
   }
   const auto [first, isNew] = nameLines_.emplace(name, LineOf(node.offset_debug()));
   if (!isNew) {
-    Fail(node.offset_debug(), "name \"" + name + "\" stands on line " + std::to_string(first->second) +
-                                  " already; take one of the two out");
+    Fail(node.offset_debug(), "name \"" + name + "\" is used on line " + std::to_string(first->second) +
+                                  " already; remove one of the two");
   }
   return name;
 }
@@ -110,7 +110,7 @@ unsigned ListReader::ReadHandle(const pugi::xml_node& node) {
   }
   const auto [first, isNew] = handleLines_.emplace(handle, LineOf(node.offset_debug()));
   if (!isNew) {
-    Fail(node.offset_debug(), "handle " + std::to_string(handle) + " stands on line " +
+    Fail(node.offset_debug(), "handle " + std::to_string(handle) + " is used on line " +
                                   std::to_string(first->second) +
                                   " already; give this parameter one of its own");
   }

@@ -30,13 +30,13 @@ std::unique_ptr<Service> MakeWindow(const options_t& options) {
   return MakeWindowService(options, RequestStop);
 }
 
-constexpr std::array<service_part_t, 7> SERVICES = {{{NOTIFY_PART, MakeNotifyService, true},
-                                                     {"database", MakeDatabaseService, true},
-                                                     {"board", MakeBoardService, true},
-                                                     {J1939_PART, MakeJ1939Service, true},
-                                                     {"screen", MakeScreenService, true},
-                                                     {PANEL_PART, MakePanelService, true},
-                                                     {WINDOW_PART, MakeWindow, false}}};
+constexpr auto SERVICES = std::to_array<service_part_t>({{NOTIFY_PART, MakeNotifyService, true},
+                                                         {"database", MakeDatabaseService, true},
+                                                         {"board", MakeBoardService, true},
+                                                         {J1939_PART, MakeJ1939Service, true},
+                                                         {"screen", MakeScreenService, true},
+                                                         {PANEL_PART, MakePanelService, true},
+                                                         {WINDOW_PART, MakeWindow, false}});
 
 std::vector<std::string> CollectNames() {
   std::vector<std::string> names;

@@ -54,9 +54,9 @@ TEST(ParameterListTest, AWrongListIsRefusedWithFileLineAndRemedy) {
       {"<Parameter name=\"a\" handle=\"1\" notify=\"yes\"/>", "notify must be 0 or 1"},
       {"<Parameter name=\"a\" handle=\"1\" notfy=\"1\"/>", "attribute \"notfy\" is not known"},
       {"<Parameter name=\"a\" handle=\"1\"/>\n<Parameter name=\"a\" handle=\"2\"/>",
-       "p.xml:3: name \"a\" stands on line 2 already"},
+       "p.xml:3: name \"a\" is used on line 2 already"},
       {"<Parameter name=\"a\" handle=\"1\"/>\n\n<Parameter name=\"b\" handle=\"1\"/>",
-       "p.xml:4: handle 1 stands on line 2 already"},
+       "p.xml:4: handle 1 is used on line 2 already"},
   };
   for (const auto& [line2, text] : cases) {
     const std::string list = "<orvik-parameters version=\"1\">\n" + line2 + "\n</orvik-parameters>";
