@@ -15,7 +15,8 @@ using Result = bus::Endpoint::result_t;
 constexpr int SEND_WAIT_MS = 100;  // between two checks of the stop signal
 constexpr int RECEIVE_WAIT_MS = 100;
 constexpr int MESSAGE_WAIT_MS = 2000;
-constexpr std::chrono::milliseconds SEND_PATIENCE{MESSAGE_WAIT_MS};
+// A display that is busy accepts a frame every two seconds or slower.
+constexpr std::chrono::seconds SEND_PATIENCE{10};
 constexpr std::chrono::seconds REJOIN_PATIENCE{10};
 constexpr std::chrono::milliseconds REJOIN_PAUSE{250};
 
