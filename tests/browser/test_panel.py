@@ -2,6 +2,7 @@
 
 import io
 import re
+import signal
 from xml.etree import ElementTree
 
 from desk import BIN, CONFIG, cmd2, cmd5, wait_for
@@ -117,6 +118,20 @@ def test_reconnects_by_itself_after_the_unit_was_restarted(open_panel):
     panel.desk.wait_keys(1)
     ActionChains(panel.driver).key_up("1").perform()
     panel.desk.wait_keys()
+    assert not panel.was_reloaded()
+
+
+def test_a_screen_that_hangs_or_ends_is_covered(open_panel):
+    panel = open_panel(apart=True)
+    panel.open()
+    screen = panel.desk.parts["screen"]
+    for stop, back in ((lambda: screen.child.send_signal(signal.SIGSTOP), lambda: screen.child.send_signal(signal.SIGCONT)),
+                       (lambda: screen.stop(signal.SIGKILL), lambda: panel.desk.start_part("screen"))):
+        stop()
+        wait_for(lambda: panel.find("#veil").is_displayed(), "the picture to be covered", 5)
+        assert panel.find("#link").text == "Host link unknown"
+        back()
+        panel.wait_live()
     assert not panel.was_reloaded()
 
 

@@ -58,6 +58,7 @@ function parseSvg(text) {
 }
 
 function showScreen(state) {
+  noteSign();
   const style = document.createElement('style');
   style.textContent = FLASH_STYLE;
   shadow.replaceChildren(style, parseSvg(state.svg));
@@ -89,6 +90,7 @@ function changeElement(change) {
 }
 
 function changeScreen(change) {
+  noteSign();
   if (change.revision <= screenState.revision) return;
   if (change.previous !== screenState.revision) return reconnect();
   screenState.revision = change.revision;
@@ -398,6 +400,24 @@ tabs.forEach((tab, i) => {
   });
 });
 
+// --- The picture is covered when the screen service gives no sign of life: its numbers may be old.
+
+const SIGN_MS = 2000; // the service sends a sign twice a second
+let sign = 0;
+
+function noteSign() {
+  clearTimeout(sign);
+  sign = setTimeout(coverPicture, SIGN_MS);
+}
+
+// The next sign does not follow the revision, so that the page reconnects and gets the whole picture.
+function coverPicture() {
+  clearTimeout(sign);
+  screenState.revision = -1;
+  byId('veil').hidden = false;
+  setChip('link', 'unknown', 'panel.link-unknown', 'Host link unknown');
+}
+
 // --- Stream. The page reconnects after the unit was started again; the first events are the full state.
 
 const SILENT_MS = 3000; // the unit sends an event at least once a second
@@ -426,10 +446,8 @@ function heard() {
 }
 
 function lose() {
-  screenState.revision = -1;
-  byId('veil').hidden = false;
+  coverPicture();
   setChip('connection', 'bad', 'panel.disconnected', 'No connection');
-  setChip('link', 'unknown', 'panel.link-unknown', 'Host link unknown');
   setChip('health', 'unknown', 'panel.health-unknown', 'Services unknown');
   soundBeeper(false, false);
   lastPulses = null;

@@ -27,6 +27,7 @@ constexpr auto PROGRAM_SILENCE = 2s;  // the application sends "process commands
 constexpr auto OWN_PAUSE = 1s;        // without a step: the process was stopped, and what waits for it is old
 constexpr auto CATCH_UP = 500ms;      // then this long, while it reads what has gathered, no value is current
 constexpr auto READ_PERIOD = 1s;
+constexpr auto SIGN_PERIOD = 500ms;  // a change is published so often, even an empty one, as a sign of life
 // Words of the front panel and of the window stand in the same catalogue.
 const std::set<std::string> OTHER_USERS{"panel.", "window."};
 
@@ -228,7 +229,7 @@ void ScreenWorker::Step(clock_t::time_point now) {
   }
   ReloadDesign(now);
   PostActions(now);
-  PublishChange();
+  PublishChange(now);
 }
 
 void ScreenWorker::ApplyOverdue(clock_t::time_point now) {
@@ -250,11 +251,12 @@ void ScreenWorker::UpdateDataState(clock_t::time_point now) {
   faults_.Expire(now);
 }
 
-void ScreenWorker::PublishChange() {
+void ScreenWorker::PublishChange(clock_t::time_point now) {
   std::unique_lock lock(mutex_);
   const screen_change_t change = model_.DrainChange();
   lock.unlock();
-  if (change.revision == change.previous) return;
+  if (change.revision == change.previous && now < nextSign_) return;
+  nextSign_ = now + SIGN_PERIOD;
   link_.Publish(SCREEN_CHANGES_CHANNEL_NAME, FormatChange(change, NM_PAYLOAD_SIZE));
 }
 

@@ -70,7 +70,7 @@ class ScreenWorker {
   void Step(clock_t::time_point now);
   void ApplyOverdue(clock_t::time_point now);
   void UpdateDataState(clock_t::time_point now);
-  void PublishChange();
+  void PublishChange(clock_t::time_point now);
   void PostActions(clock_t::time_point now);
   void ReloadDesign(clock_t::time_point now);
   void ReadVariables();
@@ -103,7 +103,7 @@ class ScreenWorker {
   // The pace thread's.
   ActionPoster actions_;
   PageMemory pageMemory_;
-  clock_t::time_point nextRead_{};
+  clock_t::time_point nextRead_{}, nextSign_{};
 
   std::unique_ptr<Subscriber> subscriber_;
   std::unique_ptr<MessageServer> compositorServer_, requestServer_;
