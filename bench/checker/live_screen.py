@@ -10,6 +10,7 @@ import xml.etree.ElementTree as ElementTree
 
 from host_model import DASHES, LAMPS, narrow
 
+SIGN = 2.0  # without a change for this long, even an empty one, the panel covers the picture
 SILENT = 3.0  # a stream sends a beat each second; a panel that hears none for this long veils the picture
 CURRENT = 1.0
 VALUE_WIDGETS = {"capacity": "Capacity", "load": "Load", "radius": "Radius", "angle": "Angle", "extension": "Extension",
@@ -45,7 +46,7 @@ class LiveScreen:
         self.revision = -1
         self.services_up = True
         self.connected = False
-        self.heard = time.monotonic()
+        self.heard = self.signed = time.monotonic()
         self.events = 0
         self.stopping = threading.Event()
         self.lock = threading.Lock()
@@ -59,9 +60,10 @@ class LiveScreen:
     def _watch(self):
         """Notices a stream that has become silent, as a browser does."""
         while not self.stopping.wait(0.05):
-            if time.monotonic() - self.heard > SILENT:
+            silent_at = min(self.heard + SILENT, self.signed + SIGN)
+            if time.monotonic() > silent_at:
                 with self.lock:
-                    self._note(self.heard + SILENT)
+                    self._note(silent_at)
 
     def _follow(self):
         while not self.stopping.is_set():
@@ -97,8 +99,12 @@ class LiveScreen:
 
     def _take(self, name, data, now):
         if name == "screen":
+            self.signed = now
             self._take_picture(data, now)
         elif name == "change":
+            if now - self.signed >= SIGN:
+                raise ValueError("the picture is covered; it has to be asked for again")
+            self.signed = now
             if data["revision"] <= self.revision:
                 return  # the picture that was asked for is newer
             if data["previous"] != self.revision:
@@ -139,7 +145,7 @@ class LiveScreen:
 
     def is_marked(self, now):
         """Whether the picture as a whole says that its values are not to be trusted."""
-        return (not self.connected or now - self.heard >= SILENT or not self.services_up
+        return (not self.connected or now - self.heard >= SILENT or now - self.signed >= SIGN or not self.services_up
                 or self.variables.get("Screen.DataState") != CURRENT)
 
     def _of_widget(self, *names):
