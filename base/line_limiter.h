@@ -12,11 +12,11 @@ namespace base {
 // Counts a fault and lets at most one line a second through. Any thread.
 class LineLimiter {
  public:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
 
   // Call it each time that the fault occurs. Returns the line to print, with the number of faults since the
   // last line where there was more than one; nothing within a second of the last line.
-  std::optional<std::string> Note(const std::string& what, time_t now) {
+  std::optional<std::string> Note(const std::string& what, TimePoint now) {
     const std::lock_guard lock(mutex_);
     ++count_;
     if (now < next_) return {};
@@ -30,7 +30,7 @@ class LineLimiter {
  private:
   std::mutex mutex_;  // guards the two below
   std::uint64_t count_ = 0;
-  time_t next_{};
+  TimePoint next_{};
 };
 
 }  // namespace base

@@ -11,7 +11,7 @@ BeeperDevice::~BeeperDevice() {
   if (device_) device_->Send(EV_SND, code_, 0);
 }
 
-void BeeperDevice::Sound(bool wanted, time_t now) {
+void BeeperDevice::Sound(bool wanted, TimePoint now) {
   try {
     if (now >= nextLook_) LookAfter(now);
     if (device_ && wanted != sounds_) Send(wanted);
@@ -22,7 +22,7 @@ void BeeperDevice::Sound(bool wanted, time_t now) {
 }
 
 // Once a second, so that a missing device is reported before an alarm needs it.
-void BeeperDevice::LookAfter(time_t now) {
+void BeeperDevice::LookAfter(TimePoint now) {
   nextLook_ = now + RETRY;
   if (device_ && device_->IsGone()) device_.reset();
   if (!device_) Open();

@@ -18,7 +18,7 @@ namespace unit {
 // For one thread.
 class BeeperDevice {
  public:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
   static constexpr std::chrono::milliseconds RETRY{1000};
   static constexpr std::int32_t TONE_HERTZ = 2400;
 
@@ -29,12 +29,12 @@ class BeeperDevice {
   BeeperDevice& operator=(const BeeperDevice&) = delete;
 
   // Switches the sound on or off; to be called every few milliseconds. Never waits.
-  void Sound(bool wanted, time_t now);
+  void Sound(bool wanted, TimePoint now);
   // Why the device cannot sound; empty when it can.
   const std::string& Problem() const { return problem_; }
 
  private:
-  void LookAfter(time_t now);
+  void LookAfter(TimePoint now);
   void Open();
   void Send(bool on);
 
@@ -42,7 +42,7 @@ class BeeperDevice {
   std::optional<InputDevice> device_;
   std::uint16_t code_ = 0;  // SND_TONE or SND_BELL
   bool sounds_ = false;
-  time_t nextLook_{};
+  TimePoint nextLook_{};
   std::string problem_;
 };
 

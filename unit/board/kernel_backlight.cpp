@@ -69,7 +69,7 @@ void KernelBacklight::Write(const std::string& file, std::uint32_t value) const 
   if (descriptor.Get() < 0 || ::write(descriptor.Get(), text.data(), text.size()) < 0) RefuseFile(path, errno);
 }
 
-void KernelBacklight::Follow(bool enabled, std::uint32_t period, std::uint32_t duty, time_t now) {
+void KernelBacklight::Follow(bool enabled, std::uint32_t period, std::uint32_t duty, TimePoint now) {
   // The application enables the PWM and sets period and duty directly after; a step between the two would
   // switch the light off. So the PWM counts only when the step before found it enabled too.
   const bool isSettled = enabled && wasEnabled_;

@@ -17,7 +17,7 @@ std::uint32_t Brightness(std::uint32_t most, std::uint32_t period, std::uint32_t
 // For one thread.
 class KernelBacklight {
  public:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
   static constexpr std::chrono::milliseconds RETRY{1000};
 
   // Throws std::runtime_error with the problem in the folder and what to do about it.
@@ -25,7 +25,7 @@ class KernelBacklight {
 
   // Sets the light to the strength of the board's PWM; to be called every few milliseconds. Does not touch the
   // light before the PWM is enabled and has a period. Repeats a failed write after RETRY.
-  void Follow(bool enabled, std::uint32_t period, std::uint32_t duty, time_t now);
+  void Follow(bool enabled, std::uint32_t period, std::uint32_t duty, TimePoint now);
   // Why the light does not follow the PWM; empty when it does.
   const std::string& Problem() const { return problem_; }
 
@@ -40,7 +40,7 @@ class KernelBacklight {
   bool wasEnabled_ = false;
   bool isPowered_ = false;                 // bl_power has been written
   std::optional<std::uint32_t> strength_;  // as last written
-  time_t nextTry_{};
+  TimePoint nextTry_{};
   std::string problem_;
 };
 

@@ -2,7 +2,7 @@
 
 namespace unit {
 
-bool SoundFollower::Follow(bool sounding, std::uint32_t pulses, time_t now) {
+bool SoundFollower::Follow(bool sounding, std::uint32_t pulses, TimePoint now) {
   if (pulses != pulses_ && !sounding) soundUntil_ = now + SHORT;
   pulses_ = pulses;
   return sounding || now < soundUntil_;

@@ -12,16 +12,16 @@ namespace unit {
 
 class SoundFollower {
  public:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
   // The length of a key's click.
   static constexpr std::chrono::milliseconds SHORT{50};
 
   // `pulses` counts how often the board's beeper began to sound. True when the beeper is to sound.
-  bool Follow(bool sounding, std::uint32_t pulses, time_t now);
+  bool Follow(bool sounding, std::uint32_t pulses, TimePoint now);
 
  private:
   std::uint32_t pulses_ = 0;
-  time_t soundUntil_{};
+  TimePoint soundUntil_{};
 };
 
 }  // namespace unit

@@ -17,7 +17,7 @@ constexpr std::size_t SIZE_AT = 1, PACKETS_AT = 3, PGN_AT = 5;
 }  // namespace
 
 std::optional<broadcast_t> BroadcastJoin::Accept(std::uint32_t identifier, std::span<const std::uint8_t> data,
-                                                 time_t now) {
+                                                 TimePoint now) {
   const std::uint32_t kind = identifier >> 8 & 0x3FFFFU;
   if ((kind != CONNECTION_TO_ALL && kind != PACKET_TO_ALL) || data.size() != FRAME_BYTES) return std::nullopt;
   const auto source = static_cast<std::uint8_t>(identifier);
@@ -26,7 +26,7 @@ std::optional<broadcast_t> BroadcastJoin::Accept(std::uint32_t identifier, std::
   return std::nullopt;
 }
 
-void BroadcastJoin::Begin(std::uint8_t source, std::span<const std::uint8_t> announcement, time_t now) {
+void BroadcastJoin::Begin(std::uint8_t source, std::span<const std::uint8_t> announcement, TimePoint now) {
   transfers_.erase(source);
   const std::size_t size = platform::LoadLe16(announcement, SIZE_AT);
   const std::uint8_t packets = announcement[PACKETS_AT];
@@ -36,7 +36,7 @@ void BroadcastJoin::Begin(std::uint8_t source, std::span<const std::uint8_t> ann
 }
 
 std::optional<broadcast_t> BroadcastJoin::AddPacket(std::uint8_t source, std::span<const std::uint8_t> packet,
-                                                    time_t now) {
+                                                    TimePoint now) {
   const auto found = transfers_.find(source);
   if (found == transfers_.end()) return std::nullopt;
   transfer_t& transfer = found->second;

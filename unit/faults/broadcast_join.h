@@ -22,14 +22,15 @@ struct broadcast_t {
 // Joins the broadcasts of one PGN, one at a time for each source. Only one thread at a time may use an object.
 class BroadcastJoin {
  public:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
   static constexpr std::chrono::milliseconds PACKET_LIMIT{750};  // T1: longest time between two packets
 
   explicit BroadcastJoin(std::uint32_t pgn) : pgn_(pgn) {}
 
   // Takes one frame of the bus. Returns the broadcast that the frame completes. A packet out of order or too
   // late ends its broadcast; an announcement takes the place of the source's unfinished one.
-  std::optional<broadcast_t> Accept(std::uint32_t identifier, std::span<const std::uint8_t> data, time_t now);
+  std::optional<broadcast_t> Accept(std::uint32_t identifier, std::span<const std::uint8_t> data,
+                                    TimePoint now);
 
  private:
   struct transfer_t {
@@ -37,11 +38,12 @@ class BroadcastJoin {
     std::size_t size = 0;
     std::uint8_t packets = 0;
     std::uint8_t received = 0;
-    time_t last;
+    TimePoint last;
   };
 
-  void Begin(std::uint8_t source, std::span<const std::uint8_t> announcement, time_t now);
-  std::optional<broadcast_t> AddPacket(std::uint8_t source, std::span<const std::uint8_t> packet, time_t now);
+  void Begin(std::uint8_t source, std::span<const std::uint8_t> announcement, TimePoint now);
+  std::optional<broadcast_t> AddPacket(std::uint8_t source, std::span<const std::uint8_t> packet,
+                                       TimePoint now);
 
   const std::uint32_t pgn_;
   std::map<std::uint8_t, transfer_t> transfers_;  // by source

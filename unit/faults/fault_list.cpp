@@ -27,18 +27,18 @@ void AddTo(fault_report_t& report, std::uint8_t source, const dm1_t& message) {
 
 }  // namespace
 
-void FaultList::Accept(std::uint32_t identifier, std::span<const std::uint8_t> data, time_t now) {
+void FaultList::Accept(std::uint32_t identifier, std::span<const std::uint8_t> data, TimePoint now) {
   const std::lock_guard lock(mutex_);
   if (PgnOf(identifier) == DM1_PGN) Note(static_cast<std::uint8_t>(identifier), data, now);
   if (const auto broadcast = join_.Accept(identifier, data, now)) Note(broadcast->source, broadcast->data, now);
 }
 
 // The mutex is held.
-void FaultList::Note(std::uint8_t source, std::span<const std::uint8_t> message, time_t now) {
+void FaultList::Note(std::uint8_t source, std::span<const std::uint8_t> message, TimePoint now) {
   if (auto read = ReadDm1(message)) heard_[source] = {std::move(*read), now};
 }
 
-fault_report_t FaultList::MakeReport(time_t now) {
+fault_report_t FaultList::MakeReport(TimePoint now) {
   const std::lock_guard lock(mutex_);
   std::erase_if(heard_, [now](const auto& entry) { return now - entry.second.at > LIFETIME; });
   fault_report_t report;
@@ -56,7 +56,7 @@ fault_report_t FaultList::MakeReport(time_t now) {
   return report;
 }
 
-std::optional<fault_report_t> FaultList::TakeIfDue(time_t now) {
+std::optional<fault_report_t> FaultList::TakeIfDue(TimePoint now) {
   fault_report_t report = MakeReport(now);
   const std::lock_guard lock(mutex_);
   if (takenAt_ && report == taken_ && now - *takenAt_ < REPEAT) return std::nullopt;

@@ -18,34 +18,34 @@ namespace unit {
 // Any thread.
 class FaultList {
  public:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
   // A control unit that has sent no DM1 for so long has no faults any more: five of its messages are missing.
   static constexpr std::chrono::seconds LIFETIME{5};
   static constexpr std::chrono::seconds REPEAT{1};
 
   // Takes one frame of the bus with a 29-bit identifier, in the order of the bus. A DM1 replaces all that its
   // sender has reported before.
-  void Accept(std::uint32_t identifier, std::span<const std::uint8_t> data, time_t now);
+  void Accept(std::uint32_t identifier, std::span<const std::uint8_t> data, TimePoint now);
 
   // The codes of control units with the stop lamp come first, then those with the warning lamp; those of equal
   // lamps in the order of the addresses.
-  fault_report_t MakeReport(time_t now);
+  fault_report_t MakeReport(TimePoint now);
   // The report, when it has changed or the last one is REPEAT old.
-  std::optional<fault_report_t> TakeIfDue(time_t now);
+  std::optional<fault_report_t> TakeIfDue(TimePoint now);
 
  private:
   struct heard_t {
     dm1_t message;
-    time_t at;
+    TimePoint at;
   };
 
-  void Note(std::uint8_t source, std::span<const std::uint8_t> message, time_t now);
+  void Note(std::uint8_t source, std::span<const std::uint8_t> message, TimePoint now);
 
   std::mutex mutex_;  // guards all below
   BroadcastJoin join_{DM1_PGN};
   std::map<std::uint8_t, heard_t> heard_;  // by source
   fault_report_t taken_;
-  std::optional<time_t> takenAt_;
+  std::optional<TimePoint> takenAt_;
 };
 
 }  // namespace unit

@@ -197,9 +197,9 @@ std::vector<pollfd> LocalBus::Interests() const {
   return polled;
 }
 
-int LocalBus::WaitTime_ms(time_t now) const {
-  std::optional<time_t> next;
-  const auto consider = [&next](time_t when) { next = std::min(next.value_or(when), when); };
+int LocalBus::WaitTime_ms(TimePoint now) const {
+  std::optional<TimePoint> next;
+  const auto consider = [&next](TimePoint when) { next = std::min(next.value_or(when), when); };
   for (const station_t& station : stations_) {
     if (station.fullSince) consider(*station.fullSince + STALL_LIMIT);
     if (station.session.StatisticsPeriod().count() > 0) consider(station.nextStatistics);
@@ -210,7 +210,7 @@ int LocalBus::WaitTime_ms(time_t now) const {
 }
 
 // `polled` has one entry for each station, in their order.
-void LocalBus::ServeStations(std::span<const pollfd> polled, time_t now) {
+void LocalBus::ServeStations(std::span<const pollfd> polled, TimePoint now) {
   auto station = stations_.begin();
   for (const pollfd& entry : polled) {
     if ((entry.revents & (POLLIN | POLLERR | POLLHUP)) != 0 && !IsCongested()) Read(*station);
@@ -261,7 +261,7 @@ void LocalBus::Broadcast(bus::frame_t frame, const station_t* sender) {
   // python-can drops the character before a message of which it has read only a part: the blank is for it to
   // drop.
   const std::string text = " " + bus::FormatSocketcandFrame(frame);
-  const time_t now = steady_clock::now();
+  const TimePoint now = steady_clock::now();
   for (station_t& station : stations_) {
     if (&station == sender || !station.session.WantsFrames()) continue;
     Queue(station, text, now);
@@ -273,7 +273,7 @@ void LocalBus::Broadcast(bus::frame_t frame, const station_t* sender) {
   received_.notify_one();
 }
 
-void LocalBus::Queue(station_t& station, std::string_view text, time_t now) {
+void LocalBus::Queue(station_t& station, std::string_view text, TimePoint now) {
   if (station.deaf || station.gone) return;
   station.output += text;
   if (station.output.size() > OUTPUT_HIGH && !station.fullSince) station.fullSince = now;
@@ -299,7 +299,7 @@ void LocalBus::FlushAll() {
   for (station_t& station : stations_) Flush(station);
 }
 
-void LocalBus::SendStatistics(station_t& station, time_t now) {
+void LocalBus::SendStatistics(station_t& station, TimePoint now) {
   const auto period = station.session.StatisticsPeriod();
   if (period.count() == 0 || now < station.nextStatistics) return;
   station.nextStatistics = now + period;
@@ -308,7 +308,7 @@ void LocalBus::SendStatistics(station_t& station, time_t now) {
   Queue(station, text + " >", now);
 }
 
-void LocalBus::RemoveGone(time_t now) {
+void LocalBus::RemoveGone(TimePoint now) {
   for (station_t& station : stations_) {
     if (station.gone || !station.fullSince || now - *station.fullSince < STALL_LIMIT) continue;
     station.gone = true;

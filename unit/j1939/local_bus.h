@@ -57,15 +57,15 @@ class LocalBus : public bus::Endpoint {
   std::map<std::string, std::uint64_t> Counters() const;
 
  private:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
 
   struct station_t {
     base::Descriptor socket;
     SocketcandSession session;
     bus::SocketcandSplitter splitter;
     std::string output;
-    std::optional<time_t> fullSince;  // set above OUTPUT_HIGH until the output is down to OUTPUT_LOW
-    time_t nextStatistics;
+    std::optional<TimePoint> fullSince;  // set above OUTPUT_HIGH until the output is down to OUTPUT_LOW
+    TimePoint nextStatistics;
     std::array<std::uint64_t, 4> traffic{};  // bytes and frames to it, bytes and frames from it
     bool deaf = false;                       // receives nothing any more
     bool gone = false;                       // to be removed
@@ -74,17 +74,17 @@ class LocalBus : public bus::Endpoint {
   void Listen(const std::string& address);
   void Run();
   std::vector<pollfd> Interests() const;
-  void ServeStations(std::span<const pollfd> polled, time_t now);
-  int WaitTime_ms(time_t now) const;
+  void ServeStations(std::span<const pollfd> polled, TimePoint now);
+  int WaitTime_ms(TimePoint now) const;
   void Accept();
   void Read(station_t& station);
   void Obey(station_t& station, const std::string& message);
   void Broadcast(bus::frame_t frame, const station_t* sender);
-  void Queue(station_t& station, std::string_view text, time_t now);
+  void Queue(station_t& station, std::string_view text, TimePoint now);
   void Flush(station_t& station);
   void FlushAll();
-  void SendStatistics(station_t& station, time_t now);
-  void RemoveGone(time_t now);
+  void SendStatistics(station_t& station, TimePoint now);
+  void RemoveGone(TimePoint now);
   bool AnyStationFull() const;
   bool IsCongested() const { return inboxFull_ || AnyStationFull(); }
   void Wake();

@@ -31,7 +31,7 @@ std::string HeartbeatMonitor::ReadEvents(const std::string& genericFile) {
 }
 
 std::optional<std::string> HeartbeatMonitor::Note(int channel, std::span<const std::uint8_t> payload,
-                                                  time_t now) {
+                                                  TimePoint now) {
   if (channel != channel_ || payload.size() != sizeof(std::uint32_t)) return std::nullopt;
   const std::uint32_t event = platform::LoadLe32(payload, 0);
   if (NoteEnd(event, now) || now < leavingUntil_) return std::nullopt;
@@ -45,7 +45,7 @@ std::optional<std::string> HeartbeatMonitor::Note(int channel, std::span<const s
 }
 
 // After the application's end no heartbeat is expected until one arrives later than LEAVING_TIME.
-bool HeartbeatMonitor::NoteEnd(std::uint32_t event, time_t now) {
+bool HeartbeatMonitor::NoteEnd(std::uint32_t event, TimePoint now) {
   if (exitId_ != event) return false;
   for (watched_worker_t& worker : workers_) {
     worker.lastSeen.reset();
@@ -55,7 +55,7 @@ bool HeartbeatMonitor::NoteEnd(std::uint32_t event, time_t now) {
   return true;
 }
 
-std::vector<std::string> HeartbeatMonitor::Check(time_t now) {
+std::vector<std::string> HeartbeatMonitor::Check(TimePoint now) {
   std::vector<std::string> lines;
   for (watched_worker_t& worker : workers_) {
     if (!worker.lastSeen || worker.missing || now - *worker.lastSeen < MISSING_AFTER) continue;

@@ -14,7 +14,7 @@ namespace unit {
 // Only one thread at a time may use an object.
 class HeartbeatMonitor {
  public:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
   static constexpr std::chrono::seconds MISSING_AFTER{2};
   // An application that announces its end stops its workers within this time; heartbeats in this time do not
   // count.
@@ -24,7 +24,7 @@ class HeartbeatMonitor {
     const char* name;   // "Decapsulate", "Parse", "Dispatch"
     const char* event;  // the event's name in the generic configuration
     std::optional<std::uint32_t> id;
-    std::optional<time_t> lastSeen;  // empty until the first heartbeat; until then none is expected
+    std::optional<TimePoint> lastSeen;  // empty until the first heartbeat; until then none is expected
     bool missing = false;
   };
 
@@ -36,19 +36,19 @@ class HeartbeatMonitor {
 
   // Takes an event: a heartbeat, or the application's end. Returns a line to print when the heartbeat is the
   // first after a reported pause.
-  std::optional<std::string> Note(int channel, std::span<const std::uint8_t> payload, time_t now);
+  std::optional<std::string> Note(int channel, std::span<const std::uint8_t> payload, TimePoint now);
   // Finds the workers that are silent. Returns the lines to print.
-  std::vector<std::string> Check(time_t now);
+  std::vector<std::string> Check(TimePoint now);
 
   const std::array<watched_worker_t, 3>& Workers() const { return workers_; }
 
  private:
-  bool NoteEnd(std::uint32_t event, time_t now);
+  bool NoteEnd(std::uint32_t event, TimePoint now);
 
   std::string channelName_;
   int channel_ = 0;
   std::optional<std::uint32_t> exitId_;
-  time_t leavingUntil_{};
+  TimePoint leavingUntil_{};
   std::array<watched_worker_t, 3> workers_{{{"Decapsulate", "orvik.DecapsulateHeartbeatEvent", {}, {}},
                                             {"Parse", "orvik.ParseHeartbeatEvent", {}, {}},
                                             {"Dispatch", "orvik.DispatchHeartbeatEvent", {}, {}}}};

@@ -8,7 +8,7 @@ namespace unit {
 
 using nlohmann::json;
 
-void HealthBook::Accept(const std::string& message, time_t now) {
+void HealthBook::Accept(const std::string& message, TimePoint now) {
   const json parsed = json::parse(message, nullptr, false);
   if (!parsed.is_object() || !parsed.contains("name") || !parsed["name"].is_string()) return;
   if (!parsed.contains("up") || !parsed["up"].is_boolean()) return;
@@ -18,7 +18,7 @@ void HealthBook::Accept(const std::string& message, time_t now) {
   entries_[name] = {message, parsed["up"], now};
 }
 
-HealthBook::report_t HealthBook::Report(const std::string& problem, time_t now) const {
+HealthBook::report_t HealthBook::Report(const std::string& problem, TimePoint now) const {
   json services = json::array();
   bool up = problem.empty();
   const std::lock_guard lock(mutex_);

@@ -12,7 +12,7 @@ namespace unit {
 // Any thread.
 class HealthBook {
  public:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
   static constexpr std::chrono::seconds SILENT_AFTER{3};
   static constexpr std::size_t MAX_ENTRIES = 64;
 
@@ -23,16 +23,16 @@ class HealthBook {
   };
 
   // Takes a message of the health channel. Ignores one that is not an object with a name and a state.
-  void Accept(const std::string& message, time_t now);
+  void Accept(const std::string& message, TimePoint now);
   // A `problem` that is not empty makes the whole report not up. A service without a report for SILENT_AFTER is
   // "silent".
-  report_t Report(const std::string& problem, time_t now) const;
+  report_t Report(const std::string& problem, TimePoint now) const;
 
  private:
   struct service_report_t {
     std::string json;  // as received
     bool up = false;
-    time_t heard;
+    TimePoint heard;
   };
 
   mutable std::mutex mutex_;  // guards entries_

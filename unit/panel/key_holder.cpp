@@ -20,7 +20,7 @@ bool KeyHolder::Set(int key, bool held) {
   return true;
 }
 
-bool KeyHolder::Press(int key, time_t now) {
+bool KeyHolder::Press(int key, TimePoint now) {
   if (!Set(key, true)) return false;
   const std::lock_guard lock(mutex_);
   releases_.at(static_cast<std::size_t>(key - 1)) = now + PRESS;
@@ -33,10 +33,10 @@ std::string KeyHolder::View() {
   return board == nullptr ? std::string() : FormatBoard(ViewBoard(*board));
 }
 
-void KeyHolder::Step(time_t now) {
+void KeyHolder::Step(TimePoint now) {
   const std::lock_guard lock(mutex_);
   for (int key = 1; key <= KEY_COUNT; ++key) {
-    std::optional<time_t>& release = releases_.at(static_cast<std::size_t>(key - 1));
+    std::optional<TimePoint>& release = releases_.at(static_cast<std::size_t>(key - 1));
     if (!release || now < *release) continue;
     release.reset();
     if (platform::board_state_t* board = Board()) SetKeyHeld(*board, platform::key_source_t::PANEL, key, false);

@@ -93,7 +93,7 @@ void PanelState::AcceptDatabase(std::span<const std::uint8_t> message) {
   changed_[change->handle] = change->value;
 }
 
-void PanelState::Step(time_t now, bool connected) {
+void PanelState::Step(TimePoint now, bool connected) {
   if (now >= nextSecond_) {
     nextSecond_ = now + SECOND;
     ReadParameters();
@@ -141,7 +141,7 @@ std::string PanelState::Bus() const {
   return bus_;
 }
 
-HealthBook::report_t PanelState::Health(bool connected, time_t now) const {
+HealthBook::report_t PanelState::Health(bool connected, TimePoint now) const {
   return health_.Report(connected ? "" : NO_MANAGER, now);
 }
 

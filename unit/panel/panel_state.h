@@ -19,13 +19,13 @@ namespace unit {
 // The subscriber's thread calls the Take functions, the pace thread Step; the server's threads read.
 class PanelState {
  public:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
 
   PanelState(StreamHub& hub, std::vector<parameter_t> parameters);
 
   void AcceptBoard(const std::string& message);
   void AcceptBus(const std::string& message);
-  void AcceptHealth(const std::string& message, time_t now) { health_.Accept(message, now); }
+  void AcceptHealth(const std::string& message, TimePoint now) { health_.Accept(message, now); }
   void AcceptScreen(const std::string& change);
   void AcceptDatabase(std::span<const std::uint8_t> message);
   // The subscriptions were made again: messages may have been missed, so that the streams need the whole
@@ -34,12 +34,12 @@ class PanelState {
 
   // Sends changed parameters to the streams ten times a second. Once a second, sends the health and reads all
   // parameters, since some parameters and most changes of validity are not published.
-  void Step(time_t now, bool connected);
+  void Step(TimePoint now, bool connected);
 
   // The last messages, JSON; empty objects before the first one.
   std::string Board() const;
   std::string Bus() const;
-  HealthBook::report_t Health(bool connected, time_t now) const;
+  HealthBook::report_t Health(bool connected, TimePoint now) const;
   // {"parameters":[{"name":...,"handle":...,"value":...,"valid":...}]}; false when there is no database.
   bool Database(std::string& json) const;
 
@@ -62,7 +62,7 @@ class PanelState {
 
   // Of the pace thread.
   std::map<std::uint32_t, std::optional<double>> read_;
-  time_t nextDatabase_{}, nextSecond_{};
+  TimePoint nextDatabase_{}, nextSecond_{};
 };
 
 // Reads {"down":true} or {"down":false}. False for any other text.

@@ -44,7 +44,7 @@ void Supervisor::CheckChild(run_t& run) {
   }
 }
 
-void Supervisor::LaunchAgain(run_t& run, time_t now) {
+void Supervisor::LaunchAgain(run_t& run, TimePoint now) {
   try {
     Launch(run);
   } catch (const std::exception& error) {

@@ -54,14 +54,14 @@ class Supervisor {
   std::vector<status_t> Statuses() const;
 
  private:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
   struct run_t {
     program_t program;
     std::unique_ptr<Child> child;  // null while it does not run
     std::shared_ptr<LineWatch> refusal;
-    time_t started;
+    TimePoint started;
     unsigned shortRuns = 0;  // in a row
-    std::optional<time_t> startAgain;
+    std::optional<TimePoint> startAgain;
     std::uint64_t ends = 0;
     std::string detail;
     bool up = false;
@@ -69,7 +69,7 @@ class Supervisor {
 
   static std::chrono::seconds RestartDelay(unsigned shortRuns);
   void Launch(run_t& run);
-  void LaunchAgain(run_t& run, time_t now);
+  void LaunchAgain(run_t& run, TimePoint now);
   void CheckChild(run_t& run);
   void AcceptEnding(run_t& run, const ending_t& ending);
   static void ForgetChild(run_t& run);

@@ -38,7 +38,7 @@ ScreenPainter::shared_pixels_t DrawVeil(const words_t& words) {
   return std::make_shared<pixels_t>(RenderPixels(svg, PICTURE_WIDTH, PICTURE_HEIGHT));
 }
 
-std::chrono::milliseconds Milliseconds(ScreenPainter::clock_t::time_point time) {
+std::chrono::milliseconds Milliseconds(ScreenPainter::Clock::time_point time) {
   return std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch());
 }
 
@@ -86,12 +86,12 @@ void ScreenPainter::SetSize(int width, int height) {
   wake_.notify_all();
 }
 
-ScreenPainter::shared_pixels_t ScreenPainter::Latest(clock_t::time_point now) const {
+ScreenPainter::shared_pixels_t ScreenPainter::Latest(Clock::time_point now) const {
   const std::lock_guard lock(mutex_);
   return picture_ && now - heard_ < SILENCE ? picture_ : veil_;
 }
 
-std::string ScreenPainter::Problem(clock_t::time_point now) const {
+std::string ScreenPainter::Problem(Clock::time_point now) const {
   const std::lock_guard lock(mutex_);
   if (!picture_) return problem_;
   return now - heard_ < SILENCE ? std::string() : "the screen service is silent";
@@ -111,7 +111,7 @@ void ScreenPainter::Run() {
 }
 
 void ScreenPainter::Step(int width, int height) {
-  look_ = clock_t::now();
+  look_ = Clock::now();
   picture_input_t source;
   if (!AskScreen(SCREEN_REQUEST_SVG, source.svg)) return Lose(source.svg);
   FollowLanguage(source.svg);
@@ -153,7 +153,7 @@ void ScreenPainter::Lose(const std::string& problem) {
   problem_ = problem;
 }
 
-ScreenPainter::clock_t::time_point ScreenPainter::NextLook() const {
+ScreenPainter::Clock::time_point ScreenPainter::NextLook() const {
   if (!HasFlash(drawn_.svg)) return look_ + LOOK;
   return look_ + FLASH_STEP - Milliseconds(look_) % FLASH_STEP;
 }

@@ -23,7 +23,7 @@ namespace unit {
 // Has two threads, which end with the object.
 class ScreenPainter {
  public:
-  using clock_t = std::chrono::steady_clock;
+  using Clock = std::chrono::steady_clock;
   using shared_pixels_t = std::shared_ptr<const pixels_t>;
   static constexpr std::chrono::milliseconds SHORTEST{40};  // least time from one picture to the next
   static constexpr std::chrono::milliseconds LOOK{1000};
@@ -42,9 +42,9 @@ class ScreenPainter {
   // The picture to show now; each picture is another object. While the screen service returns no picture or has
   // been silent for SILENCE, it is one that says so: an old number is never shown. The picture may have the
   // size that was set before. Any thread; never waits for a picture.
-  shared_pixels_t Latest(clock_t::time_point now) const;
+  shared_pixels_t Latest(Clock::time_point now) const;
   // Why the picture cannot be shown; empty when it can. Any thread.
-  std::string Problem(clock_t::time_point now) const;
+  std::string Problem(Clock::time_point now) const;
   // The number of pictures drawn. Any thread.
   std::uint64_t Pictures() const { return pictures_; }
 
@@ -63,18 +63,18 @@ class ScreenPainter {
   void FollowLanguage(const std::string& svg);
   void Draw(picture_input_t source);
   void Lose(const std::string& problem);
-  clock_t::time_point NextLook() const;
+  Clock::time_point NextLook() const;
 
   const word_catalogue_t words_;
-  double language_ = 0;       // of the thread: of the last document
-  picture_input_t drawn_;     // of the thread
-  clock_t::time_point look_;  // of the thread: time of the last request
+  double language_ = 0;     // of the thread: of the last document
+  picture_input_t drawn_;   // of the thread
+  Clock::time_point look_;  // of the thread: time of the last request
 
   mutable std::mutex mutex_;  // guards all down to stopping_
   shared_pixels_t picture_;   // null: there is no picture
   shared_pixels_t veil_;      // in the language of the last document
   std::string problem_;
-  clock_t::time_point heard_;  // when the picture was last known to be current
+  Clock::time_point heard_;  // when the picture was last known to be current
   int width_, height_;
   bool changed_ = false;
   bool stopping_ = false;

@@ -214,7 +214,7 @@ SdlSpeaker::~SdlSpeaker() {
   if (device_ != 0) SDL_CloseAudioDevice(device_);
 }
 
-void SdlSpeaker::Sound(bool on, time_t now) {
+void SdlSpeaker::Sound(bool on, TimePoint now) {
   tone_->on = on;
   if (now < nextLook_) return;
   nextLook_ = now + RETRY;

@@ -88,7 +88,7 @@ class SdlWindow {
 // Plays the beeper as a tone. While there is no audio device, one is looked for every few seconds.
 class SdlSpeaker {
  public:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
   static constexpr std::chrono::seconds RETRY{5};
 
   SdlSpeaker();
@@ -98,7 +98,7 @@ class SdlSpeaker {
   SdlSpeaker& operator=(const SdlSpeaker&) = delete;
 
   // Switches the tone on or off; to be called every few milliseconds.
-  void Sound(bool on, time_t now);
+  void Sound(bool on, TimePoint now);
   // Why the speaker cannot sound; empty when it can.
   const std::string& Problem() const { return problem_; }
 
@@ -111,7 +111,7 @@ class SdlSpeaker {
   const std::unique_ptr<tone_source_t> tone_;
   std::unique_ptr<SdlPart> audio_;  // null: not up
   std::uint32_t device_ = 0;        // 0: none
-  time_t nextLook_{};
+  TimePoint nextLook_{};
   std::string problem_;
 };
 

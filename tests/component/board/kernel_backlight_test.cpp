@@ -40,7 +40,7 @@ class BacklightTest : public testing::Test {
 TEST_F(BacklightTest, FollowsFromTheEnableOnAndWritesChangesAlone) {
   folder_.Write("bl_power", "4\n");
   KernelBacklight light(folder_.Path());
-  const KernelBacklight::time_t now{};
+  const KernelBacklight::TimePoint now{};
   light.Follow(false, 100, 50, now);
   light.Follow(true, 100, 0, now);  // the application sets the duty after it enables the light
   EXPECT_EQ(Read("brightness") + Read("bl_power"), "404");
@@ -56,7 +56,7 @@ TEST_F(BacklightTest, FollowsFromTheEnableOnAndWritesChangesAlone) {
 
 TEST_F(BacklightTest, ReportsALightThatGoesAndTriesAgain) {
   KernelBacklight light(folder_.Path());
-  KernelBacklight::time_t now{};
+  KernelBacklight::TimePoint now{};
   light.Follow(true, 100, 100, now);
   std::filesystem::remove(folder_.Path() / "brightness");
   light.Follow(true, 100, 100, now);

@@ -27,7 +27,7 @@ TEST(HeartbeatMonitorTest, ReportsOnceWhenAWorkerFallsSilentAndOnceWhenItIsBack)
   EXPECT_EQ(monitor.ChannelName(), "Events");
   monitor.SetChannel(5);
 
-  HeartbeatMonitor::time_t now{1000s};
+  HeartbeatMonitor::TimePoint now{1000s};
   EXPECT_THAT(monitor.Check(now), IsEmpty()) << "a worker without a first heartbeat is not supervised";
   const std::vector<std::uint8_t> parse = {70, 0, 0, 0};
   const std::vector<std::uint8_t> dispatch = {44, 1, 0, 0};

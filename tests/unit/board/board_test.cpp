@@ -88,7 +88,7 @@ TEST(SoundFollowerTest, FollowsTheBeeperAndMakesUpForABeepBetweenTwoLooks) {
         {320, false, 8, true},  // further beeps within these do not lengthen them
         {369, false, 8, true},
         {370, false, 8, false}}) {
-    const SoundFollower::time_t now{std::chrono::milliseconds(at_ms)};
+    const SoundFollower::TimePoint now{std::chrono::milliseconds(at_ms)};
     EXPECT_EQ(follower.Follow(sounding, pulses, now), sounds) << at_ms;
   }
 }

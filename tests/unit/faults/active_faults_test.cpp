@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr FaultList::time_t START{1h};
+constexpr FaultList::TimePoint START{1h};
 
 using codes_t = std::vector<trouble_code_t>;
 

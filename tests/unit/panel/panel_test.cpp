@@ -10,7 +10,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
-constexpr HealthBook::time_t START{100s};
+constexpr HealthBook::TimePoint START{100s};
 
 TEST(HealthBookTest, IsUpWhileEverybodyIsAndIsHeard) {
   HealthBook book;

@@ -9,7 +9,7 @@ namespace fs = std::filesystem;
 
 DesignWatch::DesignWatch(fs::path folder) : folder_(std::move(folder)), reported_(List()), last_(reported_) {}
 
-bool DesignWatch::Changed(time_t now) {
+bool DesignWatch::Changed(TimePoint now) {
   if (now < nextLook_) return false;
   nextLook_ = now + PERIOD;
   listing_t found = List();

@@ -15,7 +15,7 @@ namespace unit {
 // For one thread.
 class DesignWatch {
  public:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
   static constexpr std::chrono::milliseconds PERIOD{250};
 
   explicit DesignWatch(std::filesystem::path folder);
@@ -23,7 +23,7 @@ class DesignWatch {
   // Whether files were written, added or removed since the last change reported. Looks at most once in PERIOD,
   // and reports a change when two looks in turn found the same, so that no half written file is read. A folder
   // that cannot be read counts as empty.
-  bool Changed(time_t now);
+  bool Changed(TimePoint now);
 
  private:
   using listing_t = std::map<std::filesystem::path, std::pair<std::filesystem::file_time_type, std::uintmax_t>>;
@@ -31,7 +31,7 @@ class DesignWatch {
 
   const std::filesystem::path folder_;
   listing_t reported_, last_;
-  time_t nextLook_{};
+  TimePoint nextLook_{};
 };
 
 }  // namespace unit

@@ -14,7 +14,7 @@ bool ActionPoster::Post(const std::string& action) {
   return channel >= 0 && link_.Publish(names_.actionChannel.c_str(), ActionMessage(channel, number->second));
 }
 
-void ActionPoster::PostPage(const std::string& action, time_t now) {
+void ActionPoster::PostPage(const std::string& action, TimePoint now) {
   if ((action == posted_ && now < nextPost_) || !Post(action)) return;
   posted_ = action;
   nextPost_ = now + POST_PERIOD;

@@ -12,7 +12,7 @@ namespace unit {
 // For one thread.
 class ActionPoster {
  public:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
 
   // Both must outlive the object.
   ActionPoster(const screen_names_t& names, NotifyLink& link) : names_(names), link_(link) {}
@@ -21,13 +21,13 @@ class ActionPoster {
   bool Post(const std::string& action);
   // Posts the action of the page shown when it has changed, and once a second, so that an application that
   // starts late, or again, changes to that page.
-  void PostPage(const std::string& action, time_t now);
+  void PostPage(const std::string& action, TimePoint now);
 
  private:
   const screen_names_t& names_;
   NotifyLink& link_;
   std::string posted_;
-  time_t nextPost_{};
+  TimePoint nextPost_{};
 };
 
 }  // namespace unit

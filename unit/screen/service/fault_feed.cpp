@@ -17,13 +17,13 @@ FaultFeed::FaultFeed(ScreenModel& model) : model_(model) {
   Show({});
 }
 
-void FaultFeed::Take(const fault_report_t& report, time_t now) {
+void FaultFeed::Take(const fault_report_t& report, TimePoint now) {
   Show(report);
   last_ = now;
   reported_ = true;
 }
 
-void FaultFeed::Expire(time_t now) {
+void FaultFeed::Expire(TimePoint now) {
   if (!reported_ || now - last_ <= SILENCE) return;
   reported_ = false;
   Show({});

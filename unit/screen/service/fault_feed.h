@@ -11,22 +11,22 @@ namespace unit {
 // Not thread-safe; its owner locks it together with the model.
 class FaultFeed {
  public:
-  using time_t = std::chrono::steady_clock::time_point;
+  using TimePoint = std::chrono::steady_clock::time_point;
   // The J1939 service reports once a second. After so long without a report it does not run, and nothing is
   // known of the faults.
   static constexpr std::chrono::seconds SILENCE{5};
 
   explicit FaultFeed(ScreenModel& model);
 
-  void Take(const fault_report_t& report, time_t now);
+  void Take(const fault_report_t& report, TimePoint now);
   // Forgets the last report when it is older than SILENCE.
-  void Expire(time_t now);
+  void Expire(TimePoint now);
 
  private:
   void Show(const fault_report_t& report);
 
   ScreenModel& model_;
-  time_t last_{};
+  TimePoint last_{};
   bool reported_ = false;
 };
 

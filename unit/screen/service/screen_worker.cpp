@@ -111,7 +111,7 @@ void ScreenWorker::AcceptScreenMessage(std::span<const std::uint8_t> payload) {
     Report(malformedLines_, "malformed message of " + std::to_string(payload.size()) + " bytes ignored");
     return;
   }
-  const auto now = clock_t::now();
+  const auto now = Clock::now();
   const std::int32_t target = command->target;
   // No other message is a sign of life: the notification manager repeats those that set a text.
   if (command->operation == SCREEN_PROCESS_COMMANDS) {
@@ -146,12 +146,12 @@ void ScreenWorker::AcceptVariable(std::span<const std::uint8_t> payload) {
 void ScreenWorker::AcceptFaults(std::span<const std::uint8_t> payload) {
   const std::optional<fault_report_t> report = ReadFaultReport(payload);
   const std::lock_guard lock(mutex_);
-  if (report) faults_.Take(*report, clock_t::now());
+  if (report) faults_.Take(*report, Clock::now());
 }
 
 // The mutex is held.
 void ScreenWorker::Report(base::LineLimiter& limiter, const std::string& what) {
-  if (const auto line = limiter.Note(what, clock_t::now())) Print(*line);
+  if (const auto line = limiter.Note(what, Clock::now())) Print(*line);
 }
 
 // --- Drawings and requests
@@ -176,7 +176,7 @@ message_reply_t ScreenWorker::Answer(std::span<const std::uint8_t> message) {
 // Empty for an unknown request and for a picture that cannot be drawn.
 std::string ScreenWorker::Document(std::uint32_t request) {
   std::unique_lock lock(mutex_);
-  UpdateDataState(clock_t::now());
+  UpdateDataState(Clock::now());
   switch (request) {
     case SCREEN_REQUEST_STATE:
       return FormatState(model_);
@@ -210,14 +210,14 @@ void ScreenWorker::Pace() {
   std::unique_lock lock(mutex_);
   while (!stopping_) {
     lock.unlock();
-    Step(clock_t::now());
+    Step(Clock::now());
     lock.lock();
     wakePace_.wait_for(lock, PACE, [this] { return stopping_ || wake_; });
     wake_ = false;
   }
 }
 
-void ScreenWorker::Step(clock_t::time_point now) {
+void ScreenWorker::Step(Clock::time_point now) {
   ApplyOverdue(now);
   if (now >= nextRead_) {
     nextRead_ = now + READ_PERIOD;
@@ -232,13 +232,13 @@ void ScreenWorker::Step(clock_t::time_point now) {
   PublishChange(now);
 }
 
-void ScreenWorker::ApplyOverdue(clock_t::time_point now) {
+void ScreenWorker::ApplyOverdue(Clock::time_point now) {
   const std::lock_guard lock(mutex_);
   if (model_.HasPending() && now - pendingSince_ >= TEXT_LIMIT) model_.ProcessCommands();
 }
 
 // The mutex is held.
-void ScreenWorker::UpdateDataState(clock_t::time_point now) {
+void ScreenWorker::UpdateDataState(Clock::time_point now) {
   if (now - lastStep_ > OWN_PAUSE) {
     caughtUpAt_ = now + CATCH_UP;
     lastProgramMessage_ = now;  // it was this process that was silent
@@ -251,7 +251,7 @@ void ScreenWorker::UpdateDataState(clock_t::time_point now) {
   faults_.Expire(now);
 }
 
-void ScreenWorker::PublishChange(clock_t::time_point now) {
+void ScreenWorker::PublishChange(Clock::time_point now) {
   std::unique_lock lock(mutex_);
   const screen_change_t change = model_.DrainChange();
   lock.unlock();
@@ -260,7 +260,7 @@ void ScreenWorker::PublishChange(clock_t::time_point now) {
   link_.Publish(SCREEN_CHANGES_CHANNEL_NAME, FormatChange(change, NM_PAYLOAD_SIZE));
 }
 
-void ScreenWorker::PostActions(clock_t::time_point now) {
+void ScreenWorker::PostActions(Clock::time_point now) {
   std::unique_lock lock(mutex_);
   const std::string page = model_.Page().action;
   const std::string name = model_.Page().name;
@@ -271,7 +271,7 @@ void ScreenWorker::PostActions(clock_t::time_point now) {
   for (const std::string& action : notices) actions_.Post(action);
 }
 
-void ScreenWorker::ReloadDesign(clock_t::time_point now) {
+void ScreenWorker::ReloadDesign(Clock::time_point now) {
   const bool designChanged = watch_.Changed(now);
   if (!wordsWatch_.Changed(now) && !designChanged) return;
   std::vector<std::string> problems;

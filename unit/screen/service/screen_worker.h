@@ -50,7 +50,7 @@ class ScreenWorker {
   status_t GetStatus() const;
 
  private:
-  using clock_t = std::chrono::steady_clock;
+  using Clock = std::chrono::steady_clock;
 
   ScreenModel MakeModel(const options_t& options);
   word_catalogue_t ReadCheckedWords(const design_t& design, std::vector<std::string>& problems) const;
@@ -67,12 +67,12 @@ class ScreenWorker {
   std::string Picture(std::string svg);
   // pace
   void Pace();
-  void Step(clock_t::time_point now);
-  void ApplyOverdue(clock_t::time_point now);
-  void UpdateDataState(clock_t::time_point now);
-  void PublishChange(clock_t::time_point now);
-  void PostActions(clock_t::time_point now);
-  void ReloadDesign(clock_t::time_point now);
+  void Step(Clock::time_point now);
+  void ApplyOverdue(Clock::time_point now);
+  void UpdateDataState(Clock::time_point now);
+  void PublishChange(Clock::time_point now);
+  void PostActions(Clock::time_point now);
+  void ReloadDesign(Clock::time_point now);
   void ReadVariables();
   void Report(base::LineLimiter& limiter, const std::string& what);
   std::map<std::string, std::uint64_t> Counters() const;
@@ -87,9 +87,9 @@ class ScreenWorker {
   FaultFeed faults_;
   PictureStore pictures_;
   Compositor compositor_;
-  clock_t::time_point lastProgramMessage_{clock_t::now()}, lastStep_{lastProgramMessage_}, caughtUpAt_{};
+  Clock::time_point lastProgramMessage_{Clock::now()}, lastStep_{lastProgramMessage_}, caughtUpAt_{};
   bool programHeard_ = false;
-  clock_t::time_point pendingSince_{};
+  Clock::time_point pendingSince_{};
   std::uint64_t malformed_ = 0;
   std::string designProblem_;
   base::LineLimiter malformedLines_, unknownLines_;
@@ -103,7 +103,7 @@ class ScreenWorker {
   // The pace thread's.
   ActionPoster actions_;
   PageMemory pageMemory_;
-  clock_t::time_point nextRead_{}, nextSign_{};
+  Clock::time_point nextRead_{}, nextSign_{};
 
   std::unique_ptr<Subscriber> subscriber_;
   std::unique_ptr<MessageServer> compositorServer_, requestServer_;
