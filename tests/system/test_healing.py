@@ -7,7 +7,7 @@ import time
 
 import pytest
 
-from desk import BIN, CONFIG, cmd2, cmd5, wait_for
+from desk import BIN, CONFIG, HOST_ID, cmd2, cmd5, cut, wait_for, wait_steady
 
 LINE_3 = 3
 
@@ -74,3 +74,26 @@ def test_a_program_that_dies_starts_again_at_once_and_waits_from_the_third_time_
         os.kill(int(children[0]), signal.SIGKILL)
         lines = keeper.wait_line("orvik was killed", keeper.err, count=death)
         assert lines[-1].endswith("starting it again" + wait), lines
+
+
+def test_no_message_is_joined_from_before_and_after_a_break_of_the_bus_service(make_desk):
+    desk = make_desk(apart=True)
+    first, second = cut(cmd2(load=11100, radius=11.1)), cut(cmd2(load=22200, radius=22.2))
+    bus = desk.go_to("Main")
+    bus.send_message(cmd2(load=33300))
+    wait_for(lambda: desk.widgets("Load") == [" 33,300"], "the load")
+    received = wait_steady(lambda: desk.get("/api/bus")["received"], "the count of frames", 0.5)
+    for frame in first[:2]:
+        bus.send(HOST_ID, frame)
+    wait_for(lambda: desk.get("/api/bus")["received"] == received + 2, "the beginning of the message")
+    desk.parts["board,j1939"].stop(signal.SIGKILL)
+    desk.parts["board,j1939"] = desk.start_part("board,j1939")
+    bus = desk.bus()
+    for frame in second[2:]:
+        bus.send(HOST_ID, frame)
+    bus.send_message([4, 0])  # whole, and the next one that the display hears
+    bus.send_message([8, 1])
+    wait_for(lambda: desk.get("/api/bus")["received"] >= len(second[2:]) + 2, "the frames")
+    bus.send_message([7, 11, 1])
+    wait_for(lambda: desk.widgets("UnitsWeight") == ["kgs"], "the units")
+    assert desk.widgets("Load", "Radius") == [" 33,300", " 35.4"]

@@ -70,14 +70,13 @@ void Transform(upright_t& upright, const std::string& name, const std::vector<do
 
 // By how much `transforms`, the outermost first, make a text higher.
 double HeightScale(const std::string& transforms) {
-  static const std::regex TRANSFORM(R"((\w+)\s*\(([^)]*)\))");
   std::vector<std::pair<std::string, std::vector<double>>> steps;
-  for (std::sregex_iterator match(transforms.begin(), transforms.end(), TRANSFORM), end; match != end;
-       ++match) {
-    std::string list = (*match)[2].str();
+  std::istringstream rest(transforms);
+  for (std::string name, list; std::getline(rest >> std::ws, name, '(') && std::getline(rest, list, ')');) {
+    std::erase_if(name, [](char c) { return c == ' ' || c == ','; });
     std::replace(list.begin(), list.end(), ',', ' ');
-    std::istringstream stream(list);
-    steps.push_back({(*match)[1].str(), {std::istream_iterator<double>(stream), {}}});
+    std::istringstream numbers(list);
+    steps.push_back({name, {std::istream_iterator<double>(numbers), {}}});
   }
   upright_t upright;
   for (auto step = steps.rbegin(); step != steps.rend(); ++step) Transform(upright, step->first, step->second);

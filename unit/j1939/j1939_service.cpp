@@ -61,6 +61,7 @@ class J1939Service : public Service {
  private:
   void ReceiveFrames();
   void ReceiveFrame(const BusLink::endpoint_t& endpoint);
+  bool IsOfAMessage(const bus::frame_t& frame);
   void AcceptFrame(const bus::frame_t& frame);
   void ReceiveMessages();
 
@@ -84,7 +85,8 @@ class J1939Service : public Service {
   std::unique_ptr<ClientLink> clients_;
   FaultList faults_;
   NotifyLink link_;
-  Pacing pacing_;  // the frames thread's
+  Pacing pacing_;           // the frames thread's
+  bool hostBegun_ = false;  // the frames thread's: a message has begun since this service, or the bus, came up
 
   std::atomic<bool> stopping_{false};
   std::mutex stopMutex_;  // the one of stopped_
@@ -160,16 +162,28 @@ void J1939Service::ReceiveFrame(const BusLink::endpoint_t& endpoint) {
     case bus::Endpoint::result_t::TIMEOUT:
       return;
     case bus::Endpoint::result_t::DOWN:
+      hostBegun_ = false;
       return bus_.Lose(endpoint);
   }
+}
+
+// False for a frame of the host that the display must not join with others.
+bool J1939Service::IsOfAMessage(const bus::frame_t& frame) {
+  // The host pads its frames to eight bytes. What a shorter one lacks nobody sent, so that it has no value.
+  if (frame.length < FRAME_SIZE) {
+    report_.NoteShort();
+    return false;
+  }
+  // The display may hold the first frames of a message from before the break. It would join them with the last
+  // ones of another message; the first frame of a message makes it drop them.
+  hostBegun_ = hostBegun_ || frame.data[0] == 0;
+  return hostBegun_;
 }
 
 void J1939Service::AcceptFrame(const bus::frame_t& frame) {
   log_->Write(frame);
   report_.Note(frame, BusReport::direction_t::RECEIVED);
-  // The host pads its frames to eight bytes. What a shorter one lacks nobody sent, so that it has no value.
-  if (frame.extended && frame.identifier == HOST_FRAME_ID && frame.length < FRAME_SIZE)
-    return report_.NoteShort();
+  if (frame.extended && frame.identifier == HOST_FRAME_ID && !IsOfAMessage(frame)) return;
   if (frame.extended) faults_.Accept(frame.identifier, frame.Bytes(), steady_clock::now());
   const std::optional<int> room = clients_->Deliver(frame);
   if (!room) return;
