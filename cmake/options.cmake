@@ -7,6 +7,8 @@ target_compile_options(orvik_options INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 if(ORVIK_SANITIZE)
   add_compile_options(-fsanitize=${ORVIK_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  # GCC 12 reports the members of std::regex as uninitialised in a sanitizer build.
+  add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   add_link_options(-fsanitize=${ORVIK_SANITIZE})
 endif()
 if(ORVIK_FUZZ)
