@@ -107,7 +107,8 @@ def judge_quantity(quantity, expected, shown, end, report, allowed_age, pages):
 
 def first_shown(shown, starts, value, since, until):
     """When the value stood there first from `since` on; None when it did not."""
-    for low, high, text in spans(shown[max(0, bisect.bisect_right(starts, since) - 1):], until):
+    first, last = max(0, bisect.bisect_right(starts, since) - 1), bisect.bisect_right(starts, until)
+    for low, high, text in spans(shown[first:last], shown[last][0] if last < len(shown) else until):
         if low >= until:
             return None
         if high > since and text not in (LiveScreen.MARKED, LiveScreen.ABSENT) and agrees(value, text):
