@@ -49,8 +49,8 @@ robust_list_head* AskForRobustList() {
 // The robust list head that the C library has registered for the calling thread; null when there is none. A
 // forked child has it at the same address.
 robust_list_head* RobustList() {
-  thread_local robust_list_head* const head = AskForRobustList();
-  return head;
+  thread_local robust_list_head* const HEAD = AskForRobustList();
+  return HEAD;
 }
 
 // Names the lock that the calling thread takes, holds or releases as the pending operation of its robust list.
