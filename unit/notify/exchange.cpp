@@ -67,10 +67,11 @@ int Exchange::Publish(int sender, int channel, std::span<const std::uint8_t> pay
   std::size_t room = limits_.messages;
   const std::vector<int>& subscribers = Channel(channel).subscribers;
   const bool anyReader = std::ranges::any_of(subscribers, [sender](int id) { return id != sender; });
-  if (!anyReader && Channel(channel).key == nullptr) return static_cast<int>(room);
-  const message_t message = MakeMessage(sender, channel, payload);
-  for (const int id : subscribers) {
-    if (id != sender) room = std::min(room, Queue(id, message));
+  if (anyReader || Channel(channel).key != nullptr) {
+    const message_t message = MakeMessage(sender, channel, payload);
+    for (const int id : subscribers) {
+      if (id != sender) room = std::min(room, Queue(id, message));
+    }
   }
   return static_cast<int>(std::min<std::size_t>(room, std::numeric_limits<int>::max()));
 }

@@ -292,7 +292,7 @@ function timeOf(seconds) {
 }
 
 function countsOf(bus) {
-  const problems = (bus.refused ?? 0) + (bus.dropped ?? 0);
+  const problems = (bus.refused ?? 0) + (bus.dropped ?? 0) + (bus.short ?? 0);
   const counts = [[bus.received, word('panel.in', 'in')], [bus.sent, word('panel.out', 'out')]];
   if (problems) counts.push([problems, word('panel.refused', 'refused or lost')]);
   return `${bus.bus} ${stateWord(bus.state)}, ${counts.map((count) => count.join(' ')).join(', ')}`;
