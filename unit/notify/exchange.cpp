@@ -52,14 +52,14 @@ void Exchange::Subscribe(int client, int channel) {
   if (std::ranges::find(subscribers, client) != subscribers.end()) return;
   subscribers.push_back(client);
   client_t& subscriber = clients_.at(client);
-  for (const auto& [key, kept] : Channel(channel).kept) {
-    if (kept.sender != client) subscriber.missed.emplace(channel, key);
+  for (const auto& [state, kept] : Channel(channel).kept) {
+    if (kept.sender != client) subscriber.missed.emplace(channel, state);
   }
   SendMissed(client, subscriber);
 }
 
-void Exchange::KeepNewest(int channel, message_key_t key) {
-  Channel(channel).key = key;
+void Exchange::SetStateRule(int channel, state_rule_t rule) {
+  Channel(channel).rule = std::move(rule);
 }
 
 int Exchange::Publish(int sender, int channel, std::span<const std::uint8_t> payload) {
@@ -67,7 +67,7 @@ int Exchange::Publish(int sender, int channel, std::span<const std::uint8_t> pay
   std::size_t room = limits_.messages;
   const std::vector<int>& subscribers = Channel(channel).subscribers;
   const bool anyReader = std::ranges::any_of(subscribers, [sender](int id) { return id != sender; });
-  if (anyReader || Channel(channel).key != nullptr) {
+  if (anyReader || Channel(channel).rule) {
     const message_t message = MakeMessage(sender, channel, payload);
     for (const int id : subscribers) {
       if (id != sender) room = std::min(room, Queue(id, message));
@@ -79,11 +79,11 @@ int Exchange::Publish(int sender, int channel, std::span<const std::uint8_t> pay
 message_t Exchange::MakeMessage(int sender, int channel, std::span<const std::uint8_t> payload) {
   channel_t& to = Channel(channel);
   message_t message{channel, std::make_shared<const std::vector<std::uint8_t>>(payload.begin(), payload.end())};
-  if (to.key == nullptr) return message;
-  message.key = to.key(payload);
-  if (message.key.empty()) return message;
-  if (to.kept.contains(message.key) || to.kept.size() < MAX_KEPT) {
-    to.kept.insert_or_assign(message.key, kept_t{sender, message});
+  if (!to.rule) return message;
+  state_key_t key = to.rule(payload);
+  message.state = std::move(key.name);
+  if (key.isKept && (to.kept.contains(message.state) || to.kept.size() < MAX_KEPT)) {
+    to.kept.insert_or_assign(message.state, kept_t{sender, message});
   }
   return message;
 }
@@ -92,34 +92,61 @@ message_t Exchange::MakeMessage(int sender, int channel, std::span<const std::ui
 std::size_t Exchange::Queue(int id, const message_t& message) {
   client_t& client = clients_.at(id);
   const std::size_t bytes = message.payload->size();
+  if (!message.state.empty()) client.missed.erase({message.channel, message.state});
+  if (Merge(client, message)) return RoomFor(client, bytes);
   const bool lostNothing = MakeRoom(client, bytes);
-  if (!message.key.empty()) client.missed.erase({message.channel, message.key});
   Append(id, client, message);
   return lostNothing ? RoomFor(client, bytes) : 0;
 }
 
+// Puts the message in the place of a waiting one that sets the same. It keeps that place: at the end of the
+// queue, a state that changes faster than the client reads would never be reached.
+bool Exchange::Merge(client_t& client, const message_t& message) {
+  if (message.state.empty() || client.queue.size() < limits_.behind) return false;
+  const auto older = client.waiting.find({message.channel, message.state});
+  if (older == client.waiting.end()) return false;
+  const std::size_t bytes = client.bytes - older->second->payload->size() + message.payload->size();
+  if (bytes > limits_.bytes) return false;
+  client.bytes = bytes;
+  older->second->payload = message.payload;
+  ++merged_;
+  return true;
+}
+
+// A reference into the queue stays good while messages go in at its end and out at its front.
 void Exchange::Append(int id, client_t& client, const message_t& message) {
   client.queue.push_back(message);
   client.bytes += message.payload->size();
+  if (!message.state.empty()) client.waiting[{message.channel, message.state}] = &client.queue.back();
   Announce(id, client);
+}
+
+message_t Exchange::TakeOldest(client_t& client) {
+  message_t& oldest = client.queue.front();
+  if (!oldest.state.empty()) {
+    const auto newest = client.waiting.find({oldest.channel, oldest.state});
+    if (newest->second == &oldest) client.waiting.erase(newest);
+  }
+  message_t message = std::move(oldest);
+  client.bytes -= message.payload->size();
+  client.queue.pop_front();
+  return message;
 }
 
 std::optional<message_t> Exchange::Fetch(int id) {
   client_t& client = clients_.at(id);
   if (client.announced > 0) --client.announced;
   if (client.queue.empty()) return std::nullopt;
-  message_t message = std::move(client.queue.front());
-  client.queue.pop_front();
-  client.bytes -= message.payload->size();
+  message_t message = TakeOldest(client);
   ++delivered_;
   Announce(id, client);
   if (!client.missed.empty()) SendMissed(id, client);
   return message;
 }
 
-const Exchange::kept_t* Exchange::FindKept(int channel, const std::string& key) const {
+const Exchange::kept_t* Exchange::FindKept(int channel, const std::string& state) const {
   const auto& kept = channels_[static_cast<std::size_t>(channel) - 1].kept;
-  const auto found = kept.find(key);
+  const auto found = kept.find(state);
   return found == kept.end() ? nullptr : &found->second;
 }
 
@@ -163,12 +190,11 @@ bool Exchange::MakeRoom(client_t& client, std::size_t bytes) {
 }
 
 void Exchange::DropOldest(client_t& client) {
-  const message_t& oldest = client.queue.front();
-  const kept_t* kept = FindKept(oldest.channel, oldest.key);
-  if (kept != nullptr && kept->message.payload == oldest.payload)
-    client.missed.emplace(oldest.channel, oldest.key);
-  client.bytes -= oldest.payload->size();
-  client.queue.pop_front();
+  const message_t oldest = TakeOldest(client);
+  const kept_t* kept = FindKept(oldest.channel, oldest.state);
+  if (kept != nullptr && kept->message.payload == oldest.payload) {
+    client.missed.emplace(oldest.channel, oldest.state);
+  }
   ++client.unreportedLosses;
   ++lost_;
 }

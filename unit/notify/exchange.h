@@ -33,21 +33,28 @@ class PulsePort {
   virtual void Close(int client) = 0;
 };
 
-// Both bounds hold for each subscriber's queue. When a new message does not fit, the oldest ones are dropped.
+// The first two bound each subscriber's queue. When a new message does not fit, the oldest ones are dropped.
 struct queue_limits_t {
   std::size_t messages;
   std::size_t bytes;
+  // A subscriber with so many messages waiting is behind. A message then takes the place of a waiting one that
+  // sets the same state, so that a slow reader gets new values and not every value late.
+  std::size_t behind = 64;
 };
 
 // One message. All queues that it waits in share its payload.
 struct message_t {
   int channel = -1;
   std::shared_ptr<const std::vector<std::uint8_t>> payload;
-  std::string key{};  // see Exchange::KeepNewest; empty for a message that is not kept
+  std::string state{};  // see state_key_t
 };
 
-// What a message of a channel sets: two messages with one key replace each other. Empty when it sets nothing.
-using message_key_t = std::string (*)(std::span<const std::uint8_t> payload);
+// What a message of a channel sets: two messages with one name set the same. Empty when it sets nothing.
+struct state_key_t {
+  std::string name;
+  bool isKept = false;  // the newest is kept for those who subscribe later or lost it
+};
+using state_rule_t = std::function<state_key_t(std::span<const std::uint8_t> payload)>;
 
 // Messages that a client lost because it did not fetch in time.
 struct loss_t {
@@ -78,9 +85,10 @@ class Exchange {
   bool HasChannel(int channel) const { return channel >= 1 && std::cmp_less_equal(channel, channels_.size()); }
   // The client and the channel must exist. A second subscription changes nothing.
   void Subscribe(int client, int channel);
-  // Keeps the newest message of each key of the channel while its sender lives. A new subscriber gets them all;
-  // a subscriber whose full queue lost one gets it as soon as its queue has room.
-  void KeepNewest(int channel, message_key_t key);
+  // Says which messages of the channel set a state. The newest of those to be kept is kept while its sender
+  // lives: a new subscriber gets them all, and a subscriber whose full queue lost one gets it as soon as its
+  // queue has room.
+  void SetStateRule(int channel, state_rule_t rule);
 
   // Queues the payload for every subscriber but the sender, in the order of subscribing. Returns how many more
   // messages of this size the fullest of their queues has room for; 0 when one of them lost a message.
@@ -101,8 +109,11 @@ class Exchange {
   std::uint64_t Published() const { return published_; }
   std::uint64_t Delivered() const { return delivered_; }
   std::uint64_t Lost() const { return lost_; }
+  // Messages that took the place of an older one which still waited.
+  std::uint64_t Merged() const { return merged_; }
 
  private:
+  using state_t = std::pair<int, std::string>;  // channel and name
   struct client_t {
     int connection = 0;
     int process = 0;
@@ -112,7 +123,8 @@ class Exchange {
     // takes its place, so that the numbers of pulses and of messages stay equal.
     std::size_t announced = 0;
     std::uint64_t unreportedLosses = 0;
-    std::set<std::pair<int, std::string>> missed{};  // channel and key of kept messages to be sent again
+    std::set<state_t> missed{};               // of kept messages to be sent again
+    std::map<state_t, message_t*> waiting{};  // the newest message in `queue` for each state
   };
   struct kept_t {
     int sender;
@@ -121,15 +133,17 @@ class Exchange {
   struct channel_t {
     std::string name;
     std::vector<int> subscribers{};
-    message_key_t key = nullptr;
+    state_rule_t rule{};
     std::map<std::string, kept_t> kept{};
   };
 
   channel_t& Channel(int channel) { return channels_[static_cast<std::size_t>(channel) - 1]; }
-  const kept_t* FindKept(int channel, const std::string& key) const;
+  const kept_t* FindKept(int channel, const std::string& state) const;
   message_t MakeMessage(int sender, int channel, std::span<const std::uint8_t> payload);
   std::size_t Queue(int id, const message_t& message);
+  bool Merge(client_t& client, const message_t& message);
   void Append(int id, client_t& client, const message_t& message);
+  static message_t TakeOldest(client_t& client);
   void DropOldest(client_t& client);
   void SendMissed(int id, client_t& client);
   bool MakeRoom(client_t& client, std::size_t bytes);
@@ -146,6 +160,7 @@ class Exchange {
   std::uint64_t published_ = 0;
   std::uint64_t delivered_ = 0;
   std::uint64_t lost_ = 0;
+  std::uint64_t merged_ = 0;
 };
 
 }  // namespace unit

@@ -44,6 +44,12 @@ std::optional<std::string> HeartbeatMonitor::Note(int channel, std::span<const s
   return std::string("notify: the application's ") + worker->name + " worker is back";
 }
 
+bool HeartbeatMonitor::IsHeartbeat(std::span<const std::uint8_t> event) const {
+  if (event.size() != sizeof(std::uint32_t)) return false;
+  const std::uint32_t id = platform::LoadLe32(event, 0);
+  return std::ranges::any_of(workers_, [id](const watched_worker_t& worker) { return worker.id == id; });
+}
+
 // After the application's end no heartbeat is expected until one arrives later than LEAVING_TIME.
 bool HeartbeatMonitor::NoteEnd(std::uint32_t event, TimePoint now) {
   if (exitId_ != event) return false;

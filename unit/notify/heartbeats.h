@@ -37,6 +37,7 @@ class HeartbeatMonitor {
   // Takes an event: a heartbeat, or the application's end. Returns a line to print when the heartbeat is the
   // first after a reported pause.
   std::optional<std::string> Note(int channel, std::span<const std::uint8_t> payload, TimePoint now);
+  bool IsHeartbeat(std::span<const std::uint8_t> event) const;
   // Finds the workers that are silent. Returns the lines to print.
   std::vector<std::string> Check(TimePoint now);
 

@@ -81,6 +81,7 @@ class NotifyService : public Service {
   bool IsStopping();
   void AcceptPulse(const _pulse& pulse);
   void NoteEvent(int channel, std::span<const std::uint8_t> payload);
+  state_key_t HeartbeatKey(std::span<const std::uint8_t> event) const;
   void Tick();
   void ReportLosses(steady_clock::time_point now);
   void Pace();
@@ -113,9 +114,11 @@ void NotifyService::Start() {
   if (const std::string problem = heartbeats_.ReadEvents(genericFile_); !problem.empty()) {
     std::cerr << "notify: the application's workers are not supervised: " << problem << std::endl;
   } else {
-    heartbeats_.SetChannel(exchange_.RegisterName(heartbeats_.ChannelName()));
+    const int channel = exchange_.RegisterName(heartbeats_.ChannelName());
+    heartbeats_.SetChannel(channel);
+    exchange_.SetStateRule(channel, [this](auto event) { return HeartbeatKey(event); });
   }
-  KeepStates(exchange_);
+  SetStateRules(exchange_);
   AttachName();
   stopping_ = false;
   up_ = true;
@@ -159,9 +162,13 @@ void NotifyService::Stop() {
 status_t NotifyService::GetStatus() const {
   const std::lock_guard lock(mutex_);
   status_t status{.name = "notify", .up = up_, .detail = {}, .counters = {}};
-  status.counters = {{"clients", exchange_.ClientCount()}, {"channels", exchange_.ChannelCount()},
-                     {"published", exchange_.Published()}, {"delivered", exchange_.Delivered()},
-                     {"lost", exchange_.Lost()},           {"cut", requests_.Cut()}};
+  status.counters = {{"clients", exchange_.ClientCount()},
+                     {"channels", exchange_.ChannelCount()},
+                     {"published", exchange_.Published()},
+                     {"delivered", exchange_.Delivered()},
+                     {"lost", exchange_.Lost()},
+                     {"merged", exchange_.Merged()},
+                     {"cut", requests_.Cut()}};
   for (std::size_t i = 1; i < REFUSALS; ++i) {
     const auto refusal = static_cast<refusal_t>(i);
     status.counters[RefusalName(refusal)] = requests_.Refused(refusal);
@@ -232,6 +239,12 @@ void NotifyService::AcceptPulse(const _pulse& pulse) {
 void NotifyService::NoteEvent(int channel, std::span<const std::uint8_t> payload) {
   if (const auto line = heartbeats_.Note(channel, payload, steady_clock::now()))
     std::cout << *line << std::endl;
+}
+
+// A heartbeat sets that its worker lives; every other event counts each time.
+state_key_t NotifyService::HeartbeatKey(std::span<const std::uint8_t> event) const {
+  if (!heartbeats_.IsHeartbeat(event)) return {};
+  return {std::string(event.begin(), event.end())};
 }
 
 void NotifyService::Tick() {

@@ -7,6 +7,7 @@
 #include "platform/byte_order.h"
 
 #include "src/screenapi/screen_messages.h"
+#include "unit/service/database_change.h"
 
 namespace unit {
 namespace {
@@ -16,9 +17,10 @@ struct key_rule_t {
   screen_operation_t operation;
   screen_operation_t sameAs;
   std::size_t bytes;
+  bool isKept = true;
 };
 constexpr std::size_t HANDLE_AND_OPERATION = SCREEN_ARGUMENTS_AT;
-constexpr std::array<key_rule_t, 8> KEY_RULES = {{
+constexpr std::array<key_rule_t, 9> KEY_RULES = {{
     {SCREEN_SET_TEXT, SCREEN_SET_TEXT, HANDLE_AND_OPERATION},
     {SCREEN_MOVE, SCREEN_MOVE, HANDLE_AND_OPERATION},
     {SCREEN_ROTATE, SCREEN_ROTATE, HANDLE_AND_OPERATION},
@@ -27,22 +29,33 @@ constexpr std::array<key_rule_t, 8> KEY_RULES = {{
     {SCREEN_HIDE, SCREEN_SHOW, HANDLE_AND_OPERATION},
     {SCREEN_SET_COLOR, SCREEN_SET_COLOR, HANDLE_AND_OPERATION + 4},  // text and background are two things
     {SCREEN_SET_ALTERNATE, SCREEN_SET_ALTERNATE, HANDLE_AND_OPERATION},
+    {SCREEN_PROCESS_COMMANDS, SCREEN_PROCESS_COMMANDS, HANDLE_AND_OPERATION, false},
 }};
+
+std::string FirstBytes(std::span<const std::uint8_t> payload, std::size_t bytes) {
+  return {payload.begin(), payload.begin() + static_cast<std::ptrdiff_t>(bytes)};
+}
 
 }  // namespace
 
-std::string ScreenMessageKey(std::span<const std::uint8_t> payload) {
+state_key_t ScreenMessageKey(std::span<const std::uint8_t> payload) {
   if (payload.size() < SCREEN_ARGUMENTS_AT) return {};
   const std::uint32_t operation = platform::LoadLe32(payload, SCREEN_OPERATION_AT);
   const auto* const rule = std::ranges::find(KEY_RULES, operation, &key_rule_t::operation);
   if (rule == KEY_RULES.end() || payload.size() < rule->bytes) return {};
-  std::string key(payload.begin(), payload.begin() + static_cast<std::ptrdiff_t>(rule->bytes));
-  key[SCREEN_OPERATION_AT] = static_cast<char>(rule->sameAs);
+  state_key_t key{FirstBytes(payload, rule->bytes), rule->isKept};
+  key.name[SCREEN_OPERATION_AT] = static_cast<char>(rule->sameAs);
   return key;
 }
 
-void KeepStates(Exchange& exchange) {
-  exchange.KeepNewest(exchange.RegisterName(SCREEN_CHANNEL_NAME), ScreenMessageKey);
+state_key_t DatabaseChangeKey(std::span<const std::uint8_t> payload) {
+  if (payload.size() != DATABASE_CHANGE_SIZE) return {};
+  return {FirstBytes(payload, DATABASE_CHANGE_VALUE_AT)};
+}
+
+void SetStateRules(Exchange& exchange) {
+  exchange.SetStateRule(exchange.RegisterName(SCREEN_CHANNEL_NAME), ScreenMessageKey);
+  exchange.SetStateRule(exchange.RegisterName(DATABASE_CHANNEL_NAME), DatabaseChangeKey);
 }
 
 }  // namespace unit

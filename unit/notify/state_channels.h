@@ -1,7 +1,8 @@
-// The channels whose messages set a state: the newest message for each part of it is kept.
+// The channels whose messages set a state, so that only the newest message for each part of it matters.
 //
 // The application sends a widget its text once, when the text changes. A screen service that lost the message,
-// or was started later, would show an old text or none for as long as the text stays as it is.
+// or was started later, would show an old text or none for as long as the text stays as it is; one that reads
+// more slowly than the application writes would show every text, each too late.
 #pragma once
 
 #include <cstdint>
@@ -12,10 +13,15 @@
 
 namespace unit {
 
-// The widget and what the message sets of it (layout: src/screenapi/screen_messages.h). Empty for "process
-// commands", which sets nothing, and for a message without an operation.
-std::string ScreenMessageKey(std::span<const std::uint8_t> payload);
+// The widget and what the message sets of it (layout: src/screenapi/screen_messages.h); kept. "Process
+// commands" sets that the application lives, and is not kept: repeated, it would be no sign of life. A message
+// without an operation sets nothing.
+state_key_t ScreenMessageKey(std::span<const std::uint8_t> payload);
 
-void KeepStates(Exchange& exchange);
+// The parameter (layout: unit/service/database_change.h). Not kept: who comes later reads the database.
+state_key_t DatabaseChangeKey(std::span<const std::uint8_t> payload);
+
+// Sets the rules of the channels of the screen and of the database.
+void SetStateRules(Exchange& exchange);
 
 }  // namespace unit

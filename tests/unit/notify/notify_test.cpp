@@ -35,6 +35,7 @@ class FakePulses : public PulsePort {
 
 class ExchangeTest : public ::testing::Test {
  protected:
+  explicit ExchangeTest(queue_limits_t limits = {.messages = 4, .bytes = 20}) : exchange_(limits, pulses_) {}
   bytes_t Bytes(const std::string& text) { return {text.begin(), text.end()}; }
   int Publish(int sender, const std::string& text) { return exchange_.Publish(sender, channel_, Bytes(text)); }
   std::vector<std::string> FetchAll(int client) {
@@ -46,7 +47,7 @@ class ExchangeTest : public ::testing::Test {
   }
 
   FakePulses pulses_;
-  Exchange exchange_{{.messages = 4, .bytes = 20}, pulses_};
+  Exchange exchange_;
   int channel_ = exchange_.RegisterName("events");
   int alice_ = exchange_.AddClient(10, 1, 1);
   int bob_ = exchange_.AddClient(11, 2, 1);
@@ -132,14 +133,15 @@ TEST_F(ExchangeTest, AConnectionThatEndsTakesItsClientsAndTheirQueuesAlong) {
   EXPECT_GT(exchange_.AddClient(12, 3, 1), carol_) << "no identity is used twice";
 }
 
-// A message is its key and its value: "a1" and "a2" replace each other, "!" is not kept.
-std::string FirstCharacter(std::span<const std::uint8_t> payload) {
-  return payload[0] == '!' ? "" : std::string(1, static_cast<char>(payload[0]));
+// "a1" and "a2" set the same and are kept, "P1" and "P2" set the same and are not; "!" sets nothing.
+state_key_t FirstCharacter(std::span<const std::uint8_t> payload) {
+  const char first = static_cast<char>(payload[0]);
+  return first == '!' ? state_key_t{} : state_key_t{std::string(1, first), first != 'P'};
 }
 
 TEST_F(ExchangeTest, TheNewestOfEachKeyReachesWhoSubscribesLateAndWhoLostIt) {
-  exchange_.KeepNewest(channel_, FirstCharacter);
-  for (const char* text : {"a1", "b1", "!", "a2"}) Publish(alice_, text);
+  exchange_.SetStateRule(channel_, FirstCharacter);
+  for (const char* text : {"a1", "b1", "!", "P1", "a2"}) Publish(alice_, text);
   exchange_.Subscribe(bob_, channel_);
   EXPECT_THAT(FetchAll(bob_), ElementsAre("a2", "b1"));
 
@@ -157,24 +159,45 @@ TEST_F(ExchangeTest, TheNewestOfEachKeyReachesWhoSubscribesLateAndWhoLostIt) {
 }
 
 TEST_F(ExchangeTest, MoreKeptMessagesThanAQueueHoldsComeOneAfterTheOther) {
-  exchange_.KeepNewest(channel_, FirstCharacter);
+  exchange_.SetStateRule(channel_, FirstCharacter);
   for (const char* text : {"f", "e", "d", "c", "b", "a"}) Publish(alice_, text);
   exchange_.Subscribe(bob_, channel_);
   EXPECT_THAT(FetchAll(bob_), ElementsAre("a", "b", "c", "d", "e", "f"));
   EXPECT_EQ(pulses_.sent[bob_], 6);
 }
 
+class SlowReaderTest : public ExchangeTest {
+ protected:
+  SlowReaderTest() : ExchangeTest({.messages = 8, .bytes = 12, .behind = 3}) {}
+};
+
+TEST_F(SlowReaderTest, TheNewestOfAStateTakesThePlaceOfTheOlder) {
+  exchange_.SetStateRule(channel_, FirstCharacter);
+  exchange_.Subscribe(bob_, channel_);
+  for (const char* text : {"a1", "a2", "P1", "b1", "a3", "P2", "!", "!"}) Publish(alice_, text);
+  EXPECT_EQ(exchange_.Merged(), 2U);
+  EXPECT_EQ(pulses_.sent[bob_], 6);
+  EXPECT_THAT(FetchAll(bob_), ElementsAre("a1", "a3", "P2", "b1", "!", "!"));
+
+  for (const char* text : {"a4", "b2", "c1", "c23456789"}) Publish(alice_, text);
+  EXPECT_THAT(FetchAll(bob_), ElementsAre("c1", "c23456789", "a4", "b2"))
+      << "too long for the older one's place";
+}
+
 TEST(StateChannelsTest, OneThingOfAWidgetHasOneKey) {
-  const auto key = [](std::initializer_list<std::int64_t> words) { return ScreenMessageKey(Words(words)); };
+  const auto key = [](std::initializer_list<std::int64_t> words) {
+    return ScreenMessageKey(Words(words)).name;
+  };
   EXPECT_EQ(key({7, SCREEN_SET_TEXT, 0, 'a'}), key({7, SCREEN_SET_TEXT, 2, 'b'}));
   EXPECT_NE(key({7, SCREEN_SET_TEXT, 0, 'a'}), key({8, SCREEN_SET_TEXT, 0, 'a'}));
   EXPECT_NE(key({7, SCREEN_SET_TEXT, 0}), key({7, SCREEN_MOVE, 0, 0}));
   EXPECT_EQ(key({7, SCREEN_SHOW}), key({7, SCREEN_HIDE}));
   EXPECT_NE(key({7, SCREEN_SET_COLOR, 0}), key({7, SCREEN_SET_COLOR, 1}));
-  for (const auto& none :
-       {Words({0, SCREEN_PROCESS_COMMANDS}), Words({7}), Words({7, SCREEN_SET_COLOR}), Words({7, 99})}) {
-    EXPECT_EQ(ScreenMessageKey(none), "");
+  for (const auto& none : {Words({7}), Words({7, SCREEN_SET_COLOR}), Words({7, 99})}) {
+    EXPECT_EQ(ScreenMessageKey(none).name, "");
   }
+  EXPECT_FALSE(ScreenMessageKey(Words({0, SCREEN_PROCESS_COMMANDS})).isKept);
+  EXPECT_TRUE(ScreenMessageKey(Words({7, SCREEN_SHOW})).isKept);
 }
 
 TEST_F(ExchangeTest, ClientsAndChannelsAreBounded) {

@@ -25,13 +25,21 @@ constexpr auto PACE = 20ms;
 constexpr auto TEXT_LIMIT = 100ms;    // then a text takes effect without "process commands"
 constexpr auto PROGRAM_SILENCE = 2s;  // the application sends "process commands" every 10 ms
 constexpr auto OWN_PAUSE = 1s;        // without a step: the process was stopped, and what waits for it is old
-constexpr auto CATCH_UP = 500ms;      // then this long, while it reads what has gathered, no value is current
+constexpr auto MARK_PERIOD = 250ms;
+constexpr auto MARK_LATE = 2s;  // the newest mark is older: so are the values
+constexpr const char* MARK_CHANNEL_NAME = "unit.ScreenMark";
 constexpr auto READ_PERIOD = 1s;
 constexpr auto SIGN_PERIOD = 500ms;  // a change is published so often, even an empty one, as a sign of life
 // Words of the front panel and of the window stand in the same catalogue.
 const std::set<std::string> OTHER_USERS{"panel.", "window."};
 
-enum channel_index_t : std::size_t { SCREEN_MESSAGES = 0, DATABASE_CHANGES = 1, FAULTS = 2, EVENTS = 3 };
+enum channel_index_t : std::size_t {
+  SCREEN_MESSAGES = 0,
+  DATABASE_CHANGES = 1,
+  FAULTS = 2,
+  MARKS = 3,
+  EVENTS = 4
+};
 
 void Print(const std::string& line) {
   std::cerr << "screen: " + line + "\n" << std::flush;
@@ -72,7 +80,8 @@ ScreenWorker::ScreenWorker(const options_t& options)
       actions_(model_.Names(), link_) {
   if (model_.Design().contains(pageMemory_.Remembered())) model_.ShowPage(pageMemory_.Remembered());
   ReadVariables();
-  std::vector<std::string> channels{SCREEN_CHANNEL_NAME, DATABASE_CHANNEL_NAME, FAULT_CHANNEL_NAME};
+  std::vector<std::string> channels{SCREEN_CHANNEL_NAME, DATABASE_CHANNEL_NAME, FAULT_CHANNEL_NAME,
+                                    MARK_CHANNEL_NAME};
   if (!model_.Names().eventChannel.empty()) channels.push_back(model_.Names().eventChannel);
   compositorServer_ = std::make_unique<MessageServer>(Compositing::SERVER_NAME,
                                                       Compositing::QUEUE_SIZE + Compositing::RECORD_HEADER_SIZE,
@@ -100,6 +109,7 @@ void ScreenWorker::AcceptMessage(std::size_t channel, std::span<const std::uint8
   if (channel == SCREEN_MESSAGES) AcceptScreenMessage(payload);
   if (channel == DATABASE_CHANGES) AcceptVariable(payload);
   if (channel == FAULTS) AcceptFaults(payload);
+  if (channel == MARKS) AcceptMark(payload);
   if (channel == EVENTS) AcceptEvent(payload);
 }
 
@@ -147,6 +157,13 @@ void ScreenWorker::AcceptFaults(std::span<const std::uint8_t> payload) {
   const std::optional<fault_report_t> report = ReadFaultReport(payload);
   const std::lock_guard lock(mutex_);
   if (report) faults_.Take(*report, Clock::now());
+}
+
+void ScreenWorker::AcceptMark(std::span<const std::uint8_t> payload) {
+  if (payload.size() != sizeof(std::int64_t)) return;
+  const Clock::time_point sent{Clock::duration{static_cast<std::int64_t>(platform::LoadLe64(payload, 0))}};
+  const std::lock_guard lock(mutex_);
+  newestMark_ = sent;
 }
 
 // The mutex is held.
@@ -227,6 +244,7 @@ void ScreenWorker::Step(Clock::time_point now) {
     const std::lock_guard lock(mutex_);
     UpdateDataState(now);
   }
+  PublishMark(now);
   ReloadDesign(now);
   PostActions(now);
   PublishChange(now);
@@ -240,15 +258,30 @@ void ScreenWorker::ApplyOverdue(Clock::time_point now) {
 // The mutex is held.
 void ScreenWorker::UpdateDataState(Clock::time_point now) {
   if (now - lastStep_ > OWN_PAUSE) {
-    caughtUpAt_ = now + CATCH_UP;
+    resumedAt_ = now;
     lastProgramMessage_ = now;  // it was this process that was silent
     programHeard_ = false;
   }
   lastStep_ = now;
   const bool hasEnded = now - lastProgramMessage_ > PROGRAM_SILENCE;
-  model_.UpdateDataState(hasEnded || !programHeard_ || now < caughtUpAt_, hasEnded);
+  model_.UpdateDataState(hasEnded || !programHeard_ || IsBehind(now), hasEnded);
   model_.LeaveForLostLink();
   faults_.Expire(now);
+}
+
+// True until a mark came back that was sent after the service's start or pause, so that all that waited has
+// been read, and while the newest is old: the subscriber reads more slowly than the application writes, or the
+// notification manager does not answer. The mutex is held.
+bool ScreenWorker::IsBehind(Clock::time_point now) const {
+  return newestMark_ < resumedAt_ || now - newestMark_ > MARK_LATE;
+}
+
+void ScreenWorker::PublishMark(Clock::time_point now) {
+  if (now < nextMark_) return;
+  nextMark_ = now + MARK_PERIOD;
+  std::array<std::uint8_t, sizeof(std::int64_t)> mark{};
+  platform::StoreLe64(mark, 0, static_cast<std::uint64_t>(now.time_since_epoch().count()));
+  link_.Publish(MARK_CHANNEL_NAME, mark);
 }
 
 void ScreenWorker::PublishChange(Clock::time_point now) {

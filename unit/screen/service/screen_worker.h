@@ -2,10 +2,13 @@
 //
 // | thread       | what it does                                                                       |
 // |--------------|------------------------------------------------------------------------------------|
-// | subscriber   | takes widget messages, events, changes of the database and the active faults       |
+// | subscriber   | takes widget messages, events, changes of the database, the active faults, marks   |
 // | compositor   | takes the drawings' messages and answers them                                      |
 // | requests     | answers requests for the state and the picture; draws without the lock             |
 // | pace         | every 20 ms: overdue texts, state of the data, actions, changes, a changed design  |
+//
+// A mark is a message of the service to itself. It comes back behind everything that waited when it was sent,
+// and so tells how late the other messages are.
 #pragma once
 
 #include <atomic>
@@ -60,6 +63,7 @@ class ScreenWorker {
   void AcceptEvent(std::span<const std::uint8_t> payload);
   void AcceptVariable(std::span<const std::uint8_t> payload);
   void AcceptFaults(std::span<const std::uint8_t> payload);
+  void AcceptMark(std::span<const std::uint8_t> payload);
   // compositor and requests
   message_reply_t AcceptDrawing(std::span<const std::uint8_t> message);
   message_reply_t Answer(std::span<const std::uint8_t> message);
@@ -70,6 +74,8 @@ class ScreenWorker {
   void Step(Clock::time_point now);
   void ApplyOverdue(Clock::time_point now);
   void UpdateDataState(Clock::time_point now);
+  bool IsBehind(Clock::time_point now) const;
+  void PublishMark(Clock::time_point now);
   void PublishChange(Clock::time_point now);
   void PostActions(Clock::time_point now);
   void ReloadDesign(Clock::time_point now);
@@ -87,7 +93,8 @@ class ScreenWorker {
   FaultFeed faults_;
   PictureStore pictures_;
   Compositor compositor_;
-  Clock::time_point lastProgramMessage_{Clock::now()}, lastStep_{lastProgramMessage_}, caughtUpAt_{};
+  Clock::time_point lastProgramMessage_{Clock::now()}, lastStep_{lastProgramMessage_};
+  Clock::time_point resumedAt_{lastStep_}, newestMark_{};
   bool programHeard_ = false;
   Clock::time_point pendingSince_{};
   std::uint64_t malformed_ = 0;
@@ -103,7 +110,7 @@ class ScreenWorker {
   // The pace thread's.
   ActionPoster actions_;
   PageMemory pageMemory_;
-  Clock::time_point nextRead_{}, nextSign_{};
+  Clock::time_point nextRead_{}, nextSign_{}, nextMark_{};
 
   std::unique_ptr<Subscriber> subscriber_;
   std::unique_ptr<MessageServer> compositorServer_, requestServer_;
