@@ -1,8 +1,10 @@
 """What stands on the screen after one of its services was killed or stopped, without any help of the host."""
 
+import contextlib
 import os
 import pathlib
 import signal
+import threading
 import time
 
 import pytest
@@ -63,6 +65,56 @@ def loads_shown_as_current(desk):
 
     wait_for(current, "a current load", 3)
     return seen
+
+
+@pytest.mark.parametrize("part", ["notify", "board,j1939", "orvik"])
+def test_what_hangs_makes_the_values_unknown_until_it_is_back(apart, part):
+    bus = apart.go_to("Main")
+    bus.send_message(cmd2(load=23500))
+    wait_for(lambda: standing(apart)["state"] == 1, "a current screen")
+    child = (apart.orvik if part == "orvik" else apart.parts[part]).child
+    child.send_signal(signal.SIGSTOP)
+    wait_for(lambda: standing(apart)["state"] != 1, "values that are marked", 2.5)
+    child.send_signal(signal.SIGCONT)
+    bus.send_message(cmd2(load=27600))
+    wait_for(lambda: load_known(apart) == " 27,600", "the new load", 1)
+
+
+def load_known(desk):
+    screen = desk.screen()
+    return screen["widgets"]["orvikTextWidgetLoad"] if screen["variables"]["Screen.DataState"] == 1 else None
+
+
+def test_a_screen_service_that_seldom_runs_shows_new_values_only(apart):
+    bus = apart.go_to("Main")
+    screen = apart.parts["screen"].child
+    with pulsing(screen, running=0.003, stopped=0.3):
+        for step in range(200):
+            bus.send_message(cmd2(load=100 * step, angle=step % 60, radius=step % 40, capacity=100000 - 100 * step))
+            bus.pass_over()
+            time.sleep(0.02)  # the host's pace
+        bus.send_message(cmd2(load=77700))
+        wait_for(lambda: load_known(apart) == " 77,700", "the last load", 2)
+
+
+@contextlib.contextmanager
+def pulsing(process, running, stopped):
+    """Lets a process run for a short time again and again, as one that gets little of the processor."""
+    ended = threading.Event()
+
+    def pulse():
+        while not ended.wait(running):
+            process.send_signal(signal.SIGSTOP)
+            ended.wait(stopped)
+            process.send_signal(signal.SIGCONT)
+
+    thread = threading.Thread(target=pulse)
+    thread.start()
+    try:
+        yield
+    finally:
+        ended.set()
+        thread.join()
 
 
 def test_a_program_that_dies_starts_again_at_once_and_waits_from_the_third_time_on(make_desk):

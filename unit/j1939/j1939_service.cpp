@@ -36,6 +36,8 @@ constexpr int RECEIVE_TIMEOUT_MS = 200;
 constexpr int SEND_TIMEOUT_MS = 2500;
 constexpr auto REPORT_PERIOD = 100ms;
 constexpr auto RETRY_PERIOD = 500ms;
+constexpr auto RECEIVE_HUNG =
+    1s;  // then the frames thread is late, and no report says that the bus is received
 constexpr const char* FILTER_FILE = "/j1939.filters";
 constexpr const char* NO_FAST_PACKETS = "fast-packet messages are not served";
 constexpr const char* KERNEL_BUS_ONLY = "multi-packet messages are served on a kernel bus only";
@@ -85,7 +87,8 @@ class J1939Service : public Service {
   std::unique_ptr<ClientLink> clients_;
   FaultList faults_;
   NotifyLink link_;
-  Pacing pacing_;           // the frames thread's
+  Pacing pacing_;                                                           // the frames thread's
+  std::atomic<steady_clock::time_point> lastReceive_{steady_clock::now()};  // written by the frames thread
   bool hostBegun_ = false;  // the frames thread's: a message has begun since this service, or the bus, came up
 
   std::atomic<bool> stopping_{false};
@@ -146,6 +149,7 @@ void J1939Service::Complain(const std::string& what) {
 
 void J1939Service::ReceiveFrames() {
   while (!stopping_) {
+    lastReceive_ = steady_clock::now();
     if (const BusLink::endpoint_t endpoint = bus_.Endpoint()) {
       ReceiveFrame(endpoint);
     } else if (!Pause(RETRY_PERIOD)) {
@@ -284,7 +288,9 @@ void J1939Service::Report() {
 }
 
 void J1939Service::PublishFaults() {
-  const auto report = faults_.TakeIfDue(steady_clock::now());
+  const auto now = steady_clock::now();
+  if (!report_.IsUp() || now - lastReceive_.load() > RECEIVE_HUNG) return;
+  const auto report = faults_.TakeIfDue(now);
   if (report) link_.Publish(FAULT_CHANNEL_NAME, WriteFaultReport(*report));
 }
 

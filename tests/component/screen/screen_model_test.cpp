@@ -228,26 +228,30 @@ TEST_F(ScreenModelTest, DataThatAreNotCurrentShowDashes) {
 }
 
 TEST_F(ScreenModelTest, DataAreCurrentOnceTheHostWasHeardByThisApplication) {
-  constexpr bool SILENT = true;
   const auto absent = std::nullopt;
-  const std::tuple<const char*, variable_value_t, variable_value_t, bool, data_state_t> steps[] = {
-      {"before the application's start", absent, absent, SILENT, DATA_PROGRAM_SILENT},
-      {"started", absent, absent, false, DATA_HOST_NOT_HEARD},
-      {"the link that the application begins with", 1, absent, false, DATA_HOST_NOT_HEARD},
-      {"no host for ten seconds", 2, absent, false, DATA_LINK_LOST},
-      {"the first command", 1, 1, false, DATA_CURRENT},
-      {"the host gone", 2, 500, false, DATA_LINK_LOST},
-      {"the host again", 1, 501, false, DATA_CURRENT},
-      {"the database started anew", absent, absent, false, DATA_HOST_NOT_HEARD},
-      {"a number that is no state", 0, 502, false, DATA_HOST_NOT_HEARD},
-      {"the application killed", 1, 502, SILENT, DATA_PROGRAM_SILENT},
-      {"the next one, with the count of the last", 1, 502, false, DATA_HOST_NOT_HEARD},
-      {"its first command", 1, 1, false, DATA_CURRENT},
+  const source_state_t well, ended{.isProgramSilent = true, .hasProgramEnded = true};
+  const source_state_t late{.isProgramSilent = true}, deaf{.isBusReceived = false};
+  const std::tuple<const char*, variable_value_t, variable_value_t, source_state_t, data_state_t> steps[] = {
+      {"before the application's start", absent, absent, ended, DATA_PROGRAM_SILENT},
+      {"started", absent, absent, well, DATA_HOST_NOT_HEARD},
+      {"the link that the application begins with", 1, absent, well, DATA_HOST_NOT_HEARD},
+      {"no host for ten seconds", 2, absent, well, DATA_LINK_LOST},
+      {"the first command", 1, 1, well, DATA_CURRENT},
+      {"the bus not received", 1, 1, deaf, DATA_HOST_NOT_HEARD},
+      {"the host gone, for the bus is not received", 2, 500, deaf, DATA_LINK_LOST},
+      {"the host again", 1, 501, well, DATA_CURRENT},
+      {"the application late", 1, 502, late, DATA_PROGRAM_SILENT},
+      {"in time again, without a new command", 1, 502, well, DATA_CURRENT},
+      {"the database started anew", absent, absent, well, DATA_HOST_NOT_HEARD},
+      {"a number that is no state", 0, 502, well, DATA_HOST_NOT_HEARD},
+      {"the application killed", 1, 502, ended, DATA_PROGRAM_SILENT},
+      {"the next one, with the count of the last", 1, 502, well, DATA_HOST_NOT_HEARD},
+      {"its first command", 1, 1, well, DATA_CURRENT},
   };
-  for (const auto& [name, link, commands, silent, state] : steps) {
+  for (const auto& [name, link, commands, source, state] : steps) {
     model_->SetVariable("OrvikHX7TimeOutLamp", link);
     model_->SetVariable("OrvikTotalHX7Commands", commands);
-    model_->UpdateDataState(silent, silent);
+    model_->UpdateDataState(source);
     EXPECT_EQ(model_->Variables().at(DATA_STATE_VARIABLE), state) << name;
   }
 }

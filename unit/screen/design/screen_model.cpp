@@ -153,9 +153,11 @@ void ScreenModel::SetDataState(data_state_t state) {
   if (wasCurrent != IsCurrent()) RefreshAll();
 }
 
-void ScreenModel::UpdateDataState(bool isProgramSilent, bool hasProgramEnded) {
-  if (hasProgramEnded) endedCommands_ = ValueOf(COMMANDS_VARIABLE);
-  SetDataState(isProgramSilent ? DATA_PROGRAM_SILENT : LinkState());
+void ScreenModel::UpdateDataState(const source_state_t& source) {
+  if (source.hasProgramEnded) endedCommands_ = ValueOf(COMMANDS_VARIABLE);
+  data_state_t state = source.isProgramSilent ? DATA_PROGRAM_SILENT : LinkState();
+  if (state == DATA_CURRENT && !source.isBusReceived) state = DATA_HOST_NOT_HEARD;
+  SetDataState(state);
 }
 
 // The application reports the link as well from its start on, until the host has been silent for ten seconds.

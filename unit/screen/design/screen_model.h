@@ -50,6 +50,13 @@ struct screen_counters_t {
   std::uint64_t pageChanges = 0;
 };
 
+// Of the parties that the values come through.
+struct source_state_t {
+  bool isProgramSilent = false;
+  bool hasProgramEnded = false;
+  bool isBusReceived = true;
+};
+
 // Not thread-safe; its owner locks it.
 class ScreenModel {
  public:
@@ -65,10 +72,9 @@ class ScreenModel {
   // Keeps variables that the design does not use too. A value that is not finite counts as unknown.
   void SetVariable(const std::string& name, variable_value_t value);
   void SetDataState(data_state_t state);
-  // Sets the state that follows from the link's variable, the count of host commands and whether the
-  // application is silent. The count of an application that has ended stays in the database; it says nothing of
-  // the next one.
-  void UpdateDataState(bool isProgramSilent, bool hasProgramEnded);
+  // Sets the state that follows from the sources, the link's variable and the count of host commands. The count
+  // of an application that has ended stays in the database; it says nothing of the next one.
+  void UpdateDataState(const source_state_t& source);
   // Follows the transition that the page shown has for the event. True when the page changed.
   bool HandleEvent(std::uint32_t number);
   // While the link to the load computer is lost: shows the page that the page shown names for that.

@@ -264,9 +264,11 @@ void ScreenWorker::UpdateDataState(Clock::time_point now) {
   }
   lastStep_ = now;
   const bool hasEnded = now - lastProgramMessage_ > PROGRAM_SILENCE;
-  model_.UpdateDataState(hasEnded || !programHeard_ || IsBehind(now), hasEnded);
-  model_.LeaveForLostLink();
   faults_.Expire(now);
+  model_.UpdateDataState({.isProgramSilent = hasEnded || !programHeard_ || IsBehind(now),
+                          .hasProgramEnded = hasEnded,
+                          .isBusReceived = faults_.IsBusReceived()});
+  model_.LeaveForLostLink();
 }
 
 // True until a mark came back that was sent after the service's start or pause, so that all that waited has
