@@ -12,6 +12,7 @@ import pytest
 from desk import BIN, CONFIG, HOST_ID, cmd2, cmd5, cut, wait_for, wait_steady
 
 LINE_3 = 3
+CURRENT, PROGRAM_SILENT, VALUES_OLD = 1, 3, 5  # values of Screen.DataState
 
 
 @pytest.fixture
@@ -80,9 +81,33 @@ def test_what_hangs_makes_the_values_unknown_until_it_is_back(apart, part):
     wait_for(lambda: load_known(apart) == " 27,600", "the new load", 1)
 
 
+def test_an_old_value_is_unknown_until_the_host_sends_it_again(make_desk):
+    desk = make_desk(apart=True)
+    bus = desk.go_to("Main")
+
+    def state_is(state):
+        wait_for(lambda: desk.screen()["variables"]["Screen.DataState"] == state, f"state {state}", 2)
+
+    state_is(VALUES_OLD)  # the host was heard, and sent no values: those shown are the application's own
+    bus.send_message(cmd2(load=23500))
+    state_is(CURRENT)
+    bus.send_message([7, 11, 1])
+    state_is(VALUES_OLD)
+    wait_for(lambda: desk.widgets("Load", "UnitsWeight") == [" 23,500", "kgs"], "the number of before, unknown")
+    bus.send_message(cmd2(load=10700))
+    state_is(CURRENT)
+    desk.orvik.stop(signal.SIGKILL)
+    wait_for(lambda: desk.screen()["variables"]["Screen.DataState"] == PROGRAM_SILENT, "the death", 0.5)
+    desk.start_orvik()
+    bus.send_message([8, 1])
+    state_is(VALUES_OLD)
+    bus.send_message(cmd2(load=10800))
+    wait_for(lambda: load_known(desk) == " 10,800", "the next value", 2)
+
+
 def load_known(desk):
     screen = desk.screen()
-    return screen["widgets"]["orvikTextWidgetLoad"] if screen["variables"]["Screen.DataState"] == 1 else None
+    return screen["widgets"]["orvikTextWidgetLoad"] if screen["variables"]["Screen.DataState"] == CURRENT else None
 
 
 def test_a_screen_service_that_seldom_runs_shows_new_values_only(apart):
