@@ -13,6 +13,10 @@ int UnlinkSharedObject(const char* name) {
   return shm_unlink(name);
 }
 
+void GuardMapping(void* /*memory*/, std::size_t /*size*/) {}
+
+void ForgetMapping(void* /*memory*/) {}
+
 void InitSharedLock(shared_lock_t& lock) {
   pthread_mutexattr_t attributes;
   pthread_mutexattr_init(&attributes);

@@ -239,6 +239,7 @@ bool DBSHM::Map(int fd) {
     close(fd);
     return false;
   }
+  platform::GuardMapping(memory, OBJECT_SIZE);
   dbshmSharedMemory = memory;
   dbshmFd = fd;
   return true;
@@ -247,6 +248,7 @@ bool DBSHM::Map(int fd) {
 void DBSHM::Detach() {
   if (dbshmSharedMemory == nullptr) return;
   if (dbshmId >= 0) ConnectDetach(dbshmId);
+  platform::ForgetMapping(dbshmSharedMemory);
   munmap(dbshmSharedMemory, OBJECT_SIZE);
   close(dbshmFd);
   dbshmSharedMemory = nullptr;

@@ -105,6 +105,42 @@ def test_an_old_value_is_unknown_until_the_host_sends_it_again(make_desk):
     wait_for(lambda: load_known(desk) == " 10,800", "the next value", 2)
 
 
+def remove(path):
+    path.unlink()
+
+
+def truncate(path):
+    os.truncate(path, 0)
+
+
+def fill(path):
+    path.write_bytes(b"\xff" * path.stat().st_size)
+
+
+@pytest.mark.parametrize("damage", [remove, truncate, fill])
+def test_a_database_whose_object_is_damaged_is_made_anew(make_desk, damage):
+    desk = make_desk(orvik=False)
+    desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik").wait_line("Orvik: System Up", seconds=20)
+    bus = desk.go_to("Main")
+    bus.send_message(cmd2(load=23500, percent=0.25))
+    wait_for(lambda: load_known(desk) == " 23,500", "the load")
+    mapped = pathlib.Path(f"/proc/{desk.unit.child.pid}/maps").read_text().split()
+    damage(next(pathlib.Path(word) for word in mapped if word.endswith("-DBSHM")))
+    overload = cmd2(load=27600, percent=1.89, led=2)
+
+    def shown():
+        bus.send_message(overload)
+        bus.pass_over()
+        known, variables = load_known(desk), desk.screen()["variables"]
+        assert known in (None, " 23,500", " 27,600"), "an application's own value"
+        return known == " 27,600" and variables["OrvikOverload"] == 1 and \
+            desk.value("OrvikPercentSafeWorkingLoad") == pytest.approx(1.89)
+
+    wait_for(lambda: desk.counters("database")["made"] == 2, "another object", 3)
+    wait_for(shown, "the overload", 2)
+    assert desk.unit.child.poll() is None
+
+
 def load_known(desk):
     screen = desk.screen()
     return screen["widgets"]["orvikTextWidgetLoad"] if screen["variables"]["Screen.DataState"] == CURRENT else None

@@ -81,12 +81,16 @@ class Glance {
     id_ = {status.st_dev, status.st_ino};
     if (known && std::cmp_greater_equal(status.st_size, OBJECT_SIZE)) {
       void* mapped = mmap(nullptr, OBJECT_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
-      if (mapped != MAP_FAILED) memory_ = mapped;
+      if (mapped == MAP_FAILED) mapped = nullptr;
+      if (mapped != nullptr) platform::GuardMapping(mapped, OBJECT_SIZE);
+      memory_ = mapped;
     }
     close(descriptor);
   }
   ~Glance() {
-    if (memory_ != nullptr) munmap(memory_, OBJECT_SIZE);
+    if (memory_ == nullptr) return;
+    platform::ForgetMapping(memory_);
+    munmap(memory_, OBJECT_SIZE);
   }
   Glance(const Glance&) = delete;
   Glance& operator=(const Glance&) = delete;
@@ -104,6 +108,13 @@ class Glance {
 bool IsAlive(pid_t process) {
   return process > 0 && (kill(process, 0) == 0 || errno == EPERM);
 }
+
+// What this process made; the object's own header may be damaged. Used by the database service alone.
+struct made_t {
+  std::optional<object_id_t> object;
+  int chid = -1;
+};
+made_t made;
 
 // A living owner accepts a connection to the channel that the object names. The process id alone is not enough:
 // the system may have given it to another process.
@@ -151,12 +162,19 @@ void MakeDatabase(std::span<const parameter_t> parameters) {
         "cannot make the parameter database; is there room in shared memory (df /dev/shm)?");
   }
   FillDatabase(parameters);
-  NoteDatabaseAttached();
+  made = {IdentifyDatabase(), DBSHM::getChid()};
+}
+
+bool IsDatabaseWhole() {
+  const Glance glance;
+  if (StateOf(glance) != database_state_t::COMPLETE) return false;
+  const std::span<const std::uint8_t> header(static_cast<const std::uint8_t*>(glance.Get()), SLOTS_AT);
+  return std::cmp_equal(platform::LoadLe32(header, PROCESS_AT), getpid()) && glance.Id() == made.object;
 }
 
 void RemoveDatabase() {
   platform::UnlinkSharedObject(OBJECT_NAME);
-  ChannelDestroy(DBSHM::getChid());
+  ChannelDestroy(made.chid);
 }
 
 std::vector<named_t> ReadNameTable() {

@@ -19,6 +19,13 @@ int OpenSharedObject(const char* name, int flags, mode_t mode);
 // As shm_unlink.
 int UnlinkSharedObject(const char* name);
 
+// Another process can make an object shorter than its mappings. A thread that then reads or writes the mapping
+// finds zeros instead of ending its process; what it writes, no other process sees. At most eight mappings are
+// guarded at a time. On Neutrino the calls do nothing, and such an access ends the process.
+void GuardMapping(void* memory, std::size_t size);
+// To be called before the mapping is removed.
+void ForgetMapping(void* memory);
+
 // The lock of the parameter database: eight bytes at a fixed place of a shared object. It inherits priority,
 // and a process that is killed while it holds the lock does not block the others.
 struct shared_lock_t {
