@@ -4,6 +4,7 @@ import contextlib
 import os
 import pathlib
 import signal
+import struct
 import threading
 import time
 
@@ -117,7 +118,13 @@ def fill(path):
     path.write_bytes(b"\xff" * path.stat().st_size)
 
 
-@pytest.mark.parametrize("damage", [remove, truncate, fill])
+def hold_lock(path):
+    """As a process that was stopped between two instructions: this one lives, and never gives the lock back."""
+    with path.open("r+b") as file:
+        file.write(struct.pack("<I", os.getpid()))
+
+
+@pytest.mark.parametrize("damage", [remove, truncate, fill, hold_lock])
 def test_a_database_whose_object_is_damaged_is_made_anew(make_desk, damage):
     desk = make_desk(orvik=False)
     desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik").wait_line("Orvik: System Up", seconds=20)

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <stdexcept>
@@ -23,6 +24,8 @@ namespace unit {
 namespace {
 
 using namespace dbshm_layout;
+
+constexpr std::chrono::milliseconds LOCK_LIMIT{1000};
 
 std::uint8_t* Memory() {
   return static_cast<std::uint8_t*>(DBSHM::getMemoryPtr());
@@ -50,7 +53,8 @@ void WriteEntry(std::size_t entry, const parameter_t& parameter) {
 
 void WriteNotifyValues(std::span<const parameter_t> parameters) {
   auto& lock = *reinterpret_cast<platform::shared_lock_t*>(Memory() + LOCK_AT);
-  std::ignore = platform::LockShared(lock);
+  const auto locked = platform::LockShared(lock, LOCK_LIMIT);
+  if (!locked.taken) throw std::runtime_error("another process holds the lock of the new parameter database");
   for (const parameter_t& parameter : parameters) {
     const std::uint32_t value = parameter.notify ? parameter.handle : 0;
     platform::StoreLe32(Object(), SLOTS_AT + SLOT_SIZE * parameter.handle + NOTIFY_AT, value);
@@ -165,11 +169,24 @@ void MakeDatabase(std::span<const parameter_t> parameters) {
   made = {IdentifyDatabase(), DBSHM::getChid()};
 }
 
+namespace {
+
+// False where another process holds the lock of the database and does not give it back.
+bool CanBeLocked() {
+  auto& lock = *reinterpret_cast<platform::shared_lock_t*>(Memory() + LOCK_AT);
+  const bool taken = platform::LockShared(lock, LOCK_LIMIT).taken;
+  if (taken) platform::UnlockShared(lock);
+  return taken;
+}
+
+}  // namespace
+
 bool IsDatabaseWhole() {
   const Glance glance;
   if (StateOf(glance) != database_state_t::COMPLETE) return false;
   const std::span<const std::uint8_t> header(static_cast<const std::uint8_t*>(glance.Get()), SLOTS_AT);
-  return std::cmp_equal(platform::LoadLe32(header, PROCESS_AT), getpid()) && glance.Id() == made.object;
+  return std::cmp_equal(platform::LoadLe32(header, PROCESS_AT), getpid()) && glance.Id() == made.object &&
+         CanBeLocked();
 }
 
 void RemoveDatabase() {
