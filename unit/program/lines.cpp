@@ -8,6 +8,8 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include "platform/console_writer.h"
+
 namespace unit {
 
 LinePump::LinePump(RollingLog& log) : log_(log) {
@@ -56,7 +58,6 @@ void LinePump::Run() {
     last = stopping_;
     for (line_source_t& source : sources_) Read(source);
     sources_.remove_if([](const line_source_t& source) { return source.ended; });
-    static_cast<void>(std::fflush(stdout));
   }
 }
 
@@ -73,12 +74,10 @@ void LinePump::Read(line_source_t& source) {
   source.ended = true;
 }
 
-// Writes the line in one call: pieces of two programs' lines must not mix.
 void LinePump::Show(const line_source_t& source, const std::string& line) {
   log_.WriteStamped(source.name, line);
   if (source.watch) source.watch->Note(line);
-  const std::string text = source.name + " | " + line + "\n";
-  static_cast<void>(std::fwrite(text.data(), 1, text.size(), source.to));
+  platform::PrintLine(source.to, source.name + " | " + line);
 }
 
 }  // namespace unit
