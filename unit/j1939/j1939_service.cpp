@@ -123,12 +123,17 @@ void J1939Service::Stop() {
   clients_->Disconnect();
   clients_->ForgetFilters();
   bus_.Close();
-  log_->Flush();
+  log_.reset();  // the lines are in the files now
 }
 
 status_t J1939Service::GetStatus() const {
   status_t status{"j1939", report_.IsUp(), bus_.Problem(), report_.Counters()};
   status.counters.merge(bus_.Counters());
+  if (log_) {
+    status.counters.merge(log_->Counters());
+    const std::string problem = log_->Problem();
+    status.detail += (status.detail.empty() || problem.empty() ? "" : "; ") + problem;
+  }
   status.counters["filters"] = clients_ ? clients_->FilterCount() : 0;
   return status;
 }
@@ -278,7 +283,6 @@ void J1939Service::SendMessage(const send_request_t& request) {
 void J1939Service::Report() {
   auto nextCheck = steady_clock::now();
   while (!Pause(REPORT_PERIOD)) {
-    log_->Flush();
     if (const auto text = report_.DrainIfChanged()) link_.Publish(BUS_CHANNEL_NAME, *text);
     PublishFaults();
     if (steady_clock::now() < nextCheck) continue;
