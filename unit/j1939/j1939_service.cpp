@@ -129,12 +129,17 @@ void J1939Service::Stop() {
   clients_->Disconnect();
   clients_->ForgetFilters();
   bus_.Close();
-  log_->Flush();
+  log_.reset();  // the lines are in the files now
 }
 
 status_t J1939Service::GetStatus() const {
   status_t status{"j1939", report_.IsUp(), bus_.Problem(), report_.Counters()};
   status.counters.merge(bus_.Counters());
+  if (log_) {
+    status.counters.merge(log_->Counters());
+    const std::string problem = log_->Problem();
+    status.detail += (status.detail.empty() || problem.empty() ? "" : "; ") + problem;
+  }
   status.counters["filters"] = clients_ ? clients_->FilterCount() : 0;
   return status;
 }
@@ -298,7 +303,6 @@ bool J1939Service::PauseReport() {
 void J1939Service::Report() {
   auto nextCheck = steady_clock::now();
   while (!PauseReport()) {
-    log_->Flush();
     if (const auto text = report_.DrainIfChanged()) link_.Publish(BUS_CHANNEL_NAME, *text);
     PublishFaults();
     PublishHost();

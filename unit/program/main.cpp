@@ -8,6 +8,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "platform/console_writer.h"
+
 #include "base/installation.h"
 #include "unit/bundle/bundle.h"
 #include "unit/database/database_commands.h"
@@ -148,6 +150,7 @@ int CarryRun(run_arguments_t& run, unsigned seconds) {
   }
   plan.options.genericFile = plan.options.configDirectory + "/generic.xml";
   unit::BlockStopSignals();
+  const platform::ConsoleWriter console("unit");
   return unit::Run(plan);
 }
 
@@ -209,6 +212,7 @@ int CarryReplay(replay_arguments_t& replay, unsigned seconds) {
   if (replay.window) replay.plan.parts.insert(unit::WINDOW_PART);
   if (seconds > 0) replay.plan.seconds = seconds;
   unit::BlockStopSignals();
+  const platform::ConsoleWriter console("unit");
   return unit::Replay(replay.options, replay.plan);
 }
 
