@@ -196,6 +196,30 @@ def test_a_program_that_dies_starts_again_at_once_and_waits_from_the_third_time_
         assert lines[-1].endswith("starting it again" + wait), lines
 
 
+def test_an_application_that_was_started_before_the_notification_manager_is_started_again(make_desk):
+    desk = make_desk(apart=True, orvik=False)
+    desk.parts["notify"].stop()
+    keeper = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik")
+    keeper.wait_line("Orvik: System Up", seconds=20)
+    desk.start_part("notify")
+    keeper.wait_line("Orvik: System Up", count=2, seconds=20)
+    desk.go_to("Main").send_message(cmd2(load=27600))
+    wait_for(lambda: load_known(desk) == " 27,600", "the load", 2)
+
+
+def test_a_silent_application_is_killed_and_started_again(make_desk):
+    desk = make_desk(orvik=False)
+    keeper = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik", "--silence", "2")
+    keeper.wait_line("Orvik: System Up", seconds=20)
+    wait_for(lambda: desk.counters("notify").get("worker.Dispatch") == 1, "a heartbeat")
+    children = pathlib.Path(f"/proc/{keeper.child.pid}/task/{keeper.child.pid}/children").read_text().split()
+    os.kill(int(children[0]), signal.SIGSTOP)
+    keeper.wait_line("no sign of life for 2 s", keeper.err, seconds=10)
+    keeper.wait_line("Orvik: System Up", count=2, seconds=20)
+    desk.go_to("Main").send_message(cmd2(load=27600))
+    wait_for(lambda: load_known(desk) == " 27,600", "the load", 2)
+
+
 def test_no_message_is_joined_from_before_and_after_a_break_of_the_bus_service(make_desk):
     desk = make_desk(apart=True)
     first, second = cut(cmd2(load=11100, radius=11.1)), cut(cmd2(load=22200, radius=22.2))

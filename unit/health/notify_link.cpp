@@ -27,6 +27,7 @@ bool ManagerWatch::WasReplaced() {
     lost_ = true;
   }
   if (!client_) client_ = ConnectToManager();
+  lost_ = lost_ || !client_;
   return client_ && std::exchange(lost_, false);
 }
 

@@ -23,7 +23,8 @@ std::unique_ptr<NM::NMClient> ConnectToManager();
 // thread.
 class ManagerWatch {
  public:
-  // True once for each manager that replaced an earlier one. Checks at most once in NotifyLink::RETRY.
+  // True once for each manager that replaced an earlier one, or appeared where there was none. Checks at most
+  // once in NotifyLink::RETRY.
   bool WasReplaced();
 
  private:

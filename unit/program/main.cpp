@@ -129,6 +129,8 @@ CLI::App* AddRun(CLI::App& app, run_arguments_t& run, unsigned& seconds) {
   command->add_flag("--no-orvik", run.noOrvik, "Run the services without the application");
   AddHost(*command, run);
   command->add_option("--record", options.recordFile, "Write a log of the bus (candump -L)");
+  command->add_option("--silence", run.plan.silence,
+                      "Start an application again that has been silent for so many seconds; 0: never");
   AddEnd(*command, run.plan, seconds)->check(CLI::Range(1, 1'000'000));
   command->add_flag("--verbose", run.plan.verbose, "Show the counters of all services at the end");
   return command;

@@ -17,6 +17,7 @@
 #include "unit/database/attach.h"
 #include "unit/health/health_publisher.h"
 #include "unit/health/notify_link.h"
+#include "unit/health/silence_watch.h"
 #include "unit/program/parts.h"
 #include "unit/program/run_folder.h"
 #include "unit/program/run_lock.h"
@@ -64,6 +65,7 @@ class UnitRun {
   void StartOrvik();
   void StartHost();
   void RestartOrvikIfCutOff(ManagerWatch& manager);
+  void RestartOrvikIfSilent();
   bool HostMayStart() const;
   void WriteRunFile() const;
   bool HasHost() const;
@@ -81,6 +83,7 @@ class UnitRun {
   Supervisor supervisor_{lines_};
   std::unique_ptr<HealthPublisher> health_;
   std::optional<DatabaseWatch> database_;  // made before the application starts
+  std::optional<SilenceWatch> silence_;
 };
 
 void UnitRun::Start() {
@@ -92,6 +95,7 @@ void UnitRun::Start() {
   }
   health_ = std::make_unique<HealthPublisher>([this] { return Statuses(); });
   database_.emplace();
+  if (Wants(ORVIK_PART) && plan_.silence > 0) silence_.emplace();
   StartOrvik();
   started_ = steady_clock::now();
   if (Wants(PANEL_PART)) {
@@ -176,6 +180,7 @@ void UnitRun::WaitForTheEnd() {
     supervisor_.Step();
     if (plan_.untilPlayed && supervisor_.HasEnded(HOST_PART)) return;
     if (Wants(ORVIK_PART)) RestartOrvikIfCutOff(manager);
+    if (silence_) RestartOrvikIfSilent();
     if (plan_.seconds && steady_clock::now() >= end) return;
   }
 }
@@ -192,6 +197,13 @@ void UnitRun::RestartOrvikIfCutOff(ManagerWatch& manager) {
   }
 }
 
+void UnitRun::RestartOrvikIfSilent() {
+  const auto started = supervisor_.RunsSince(ORVIK_PART);
+  if (!started || silence_->SilentFor(*started) < std::chrono::seconds(plan_.silence)) return;
+  supervisor_.Restart(ORVIK_PART,
+                      "the application has given no sign of life for " + std::to_string(plan_.silence) + " s");
+}
+
 std::string UnitRun::WriteLastPicture() const {
   if (plan_.snapshotFile.empty()) return {};
   std::string problem = WriteSnapshot(plan_.snapshotFile);
@@ -204,6 +216,7 @@ std::string UnitRun::WriteLastPicture() const {
 void UnitRun::StopAll() {
   if (locks_.empty()) return;
   supervisor_.Stop();
+  silence_.reset();
   health_.reset();
   if (plan_.verbose) ShowCounters();
   for (; !services_.empty(); services_.pop_back()) services_.back().service->Stop();

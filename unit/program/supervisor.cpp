@@ -23,6 +23,7 @@ void Supervisor::Launch(run_t& run) {
   run.child = std::make_unique<Child>(run.program.name, run.program.arguments, pump_, run.refusal);
   run.started = steady_clock::now();
   run.startAgain.reset();
+  run.killAt.reset();
 }
 
 void Supervisor::Step() {
@@ -39,6 +40,10 @@ void Supervisor::Step() {
 void Supervisor::CheckChild(run_t& run) {
   if (const auto ending = run.child->TryReap()) {
     AcceptEnding(run, *ending);
+  } else if (run.killAt && steady_clock::now() >= *run.killAt) {
+    std::cerr << "unit: " << run.program.name << " does not react; killing it" << std::endl;
+    run.killAt.reset();
+    run.child->Signal(SIGKILL);
   } else if (!run.up) {
     Note(run, true, "process " + std::to_string(run.child->Process()));
   }
@@ -78,9 +83,16 @@ std::chrono::seconds Supervisor::RestartDelay(unsigned shortRuns) {
 
 void Supervisor::Restart(const std::string& name, const std::string& why) {
   const auto run = std::ranges::find(runs_, name, [](const run_t& r) { return r.program.name; });
-  if (run == runs_.end() || !run->child) return;
+  if (run == runs_.end() || !run->child || run->killAt) return;
   std::cerr << "unit: " << why << "; " << name << " has to start again" << std::endl;
   run->child->Signal(SIGTERM);
+  run->killAt = steady_clock::now() + TERMINATE_TIME;
+}
+
+std::optional<Supervisor::TimePoint> Supervisor::RunsSince(const std::string& name) const {
+  const auto run = std::ranges::find(runs_, name, [](const run_t& r) { return r.program.name; });
+  if (run == runs_.end() || !run->child || run->killAt) return std::nullopt;
+  return run->started;
 }
 
 bool Supervisor::HasEnded(const std::string& name) const {

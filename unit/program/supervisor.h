@@ -44,8 +44,11 @@ class Supervisor {
   // Notes which children have ended and starts them again when it is time. Called ten times a second, and when
   // a child may have ended.
   void Step();
-  // Terminates a program, so that it is started again; `why` is printed.
+  // Terminates a program, so that it is started again; `why` is printed. Kills it when it has not ended after
+  // TERMINATE_TIME.
   void Restart(const std::string& name, const std::string& why);
+  // Since when the program runs; empty while it does not, or has been terminated.
+  std::optional<std::chrono::steady_clock::time_point> RunsSince(const std::string& name) const;
   // The program has ended with status 0 and is not started again.
   bool HasEnded(const std::string& name) const;
   // Stops all programs. A further stop request during the wait sends the next, harsher signal at once.
@@ -62,6 +65,7 @@ class Supervisor {
     TimePoint started;
     unsigned shortRuns = 0;  // in a row
     std::optional<TimePoint> startAgain;
+    std::optional<TimePoint> killAt;  // Restart has terminated it
     std::uint64_t ends = 0;
     std::string detail;
     bool up = false;
