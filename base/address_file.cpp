@@ -8,27 +8,25 @@
 #include "base/whole_file.h"
 
 namespace base {
-namespace {
 
-std::string PathOf(const char* file) {
-  return platform::RuntimeDirectory() + "/" + file;
+std::string RuntimePath(const char* file) {
+  const std::string directory = platform::RuntimeDirectory();
+  return directory.empty() ? directory : directory + "/" + file;
 }
-
-}  // namespace
 
 std::string ReadAddressFile(const char* file) {
   std::string address;
-  std::getline(std::ifstream(PathOf(file)), address);
+  std::getline(std::ifstream(RuntimePath(file)), address);
   return address;
 }
 
 bool WriteAddressFile(const char* file, const std::string& address) {
-  return ReplaceFile(PathOf(file), address + "\n");
+  return ReplaceFile(RuntimePath(file), address + "\n");
 }
 
 void RemoveAddressFile(const char* file) {
   std::error_code ignored;
-  std::filesystem::remove(PathOf(file), ignored);
+  std::filesystem::remove(RuntimePath(file), ignored);
 }
 
 }  // namespace base

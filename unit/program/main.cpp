@@ -73,11 +73,13 @@ void AddPartNames(CLI::App& command, run_arguments_t& run) {
       ->excludes(only);
 }
 
-// --http and --socketcand.
+// --http, --socketcand and --bus-token.
 void AddListeners(CLI::App& command, unit::options_t& options) {
   command.add_option("--http", options.httpAddress, "Where the front panel listens")->capture_default_str();
   command.add_option("--socketcand", options.socketcandAddress, "Where the local bus listens")
       ->capture_default_str();
+  command.add_option("--bus-token", options.busTokenFile,
+                     "File with the token that a station must present at that address");
 }
 
 // --seconds, which it returns, and --snapshot.
