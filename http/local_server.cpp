@@ -136,6 +136,7 @@ void LocalServer::Post(const std::string& path, post_t answer) {
 
 void LocalServer::Listen(const address_t& address) {
   address_ = address;
+  base::RemoveAddressFile(options_.addressFile);  // of a server that was killed
   Bind();
   thread_ = std::thread([this] { server_->listen_after_bind(); });
   if (!base::WriteAddressFile(options_.addressFile, base::FormatHostPort(address_))) {

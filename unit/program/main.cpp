@@ -8,6 +8,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "platform/process.h"
+
 #include "base/installation.h"
 #include "unit/bundle/bundle.h"
 #include "unit/database/database_commands.h"
@@ -265,6 +267,7 @@ int Carry(CLI::App& app, int argc, char** argv, const int& result) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  platform::RestrictProcess();
   CLI::App app(
       "The display unit around the application: its services, parameter database, bus and front panel.",
       "unit");

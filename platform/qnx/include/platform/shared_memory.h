@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include <pthread.h>
 #include <sys/types.h>
@@ -11,6 +12,7 @@
 namespace platform {
 
 int OpenSharedObject(const char* name, int flags, mode_t mode);
+std::string DescribeObstacle(const char* name);
 int UnlinkSharedObject(const char* name);
 
 // The mutex fills the eight bytes, so there is no room for the mark of a slot: LockShared never reports the
