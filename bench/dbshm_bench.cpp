@@ -60,7 +60,7 @@ void BmBareLock(benchmark::State& state) {
   platform::InitSharedLock(shared.lock);
   double value = 0;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(platform::LockShared(shared.lock));
+    benchmark::DoNotOptimize(platform::LockShared(shared.lock, std::chrono::seconds(1)));
     shared.CompareAndStore(value += 1.0);
     platform::UnlockShared(shared.lock);
   }

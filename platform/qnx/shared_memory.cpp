@@ -26,9 +26,14 @@ void InitSharedLock(shared_lock_t& lock) {
   pthread_mutexattr_destroy(&attributes);
 }
 
-std::optional<std::uint32_t> LockShared(shared_lock_t& lock) {
-  pthread_mutex_lock(&lock.mutex);
-  return std::nullopt;
+lock_result_t LockShared(shared_lock_t& lock, std::chrono::milliseconds limit) {
+  if (pthread_mutex_trylock(&lock.mutex) == 0) return {.taken = true};
+  timespec until{};
+  clock_gettime(CLOCK_MONOTONIC, &until);
+  const std::int64_t nanoseconds = until.tv_nsec + std::chrono::nanoseconds(limit).count();
+  until.tv_sec += nanoseconds / 1'000'000'000;
+  until.tv_nsec = nanoseconds % 1'000'000'000;
+  return {.taken = pthread_mutex_timedlock_monotonic(&lock.mutex, &until) == 0};
 }
 
 void UnlockShared(shared_lock_t& lock) {

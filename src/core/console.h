@@ -8,22 +8,14 @@
 #include <string>
 #include <string_view>
 
-// Writes the line and its end in one call and flushes the stream: lines of several threads do not mix, and the
-// last line before a crash is not lost. Any thread, but not from a signal handler. When the stream cannot be
-// written to, the line is lost without a report.
-inline void PrintLine(std::FILE* stream, std::string_view line) {
-  std::string whole;
-  whole.reserve(line.size() + 1);
-  whole.append(line).push_back('\n');
-  static_cast<void>(std::fwrite(whole.data(), 1, whole.size(), stream));
-  static_cast<void>(std::fflush(stream));
-}
+#include "platform/console_writer.h"
 
+// A whole line; see platform::PrintLine. Any thread, but not from a signal handler.
 inline void PrintOut(std::string_view line) {
-  PrintLine(stdout, line);
+  platform::PrintLine(stdout, line);
 }
 inline void PrintErr(std::string_view line) {
-  PrintLine(stderr, line);
+  platform::PrintLine(stderr, line);
 }
 
 // A number in lower-case hexadecimal without a prefix, filled with leading zeros to `width` digits.

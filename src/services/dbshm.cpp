@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <bit>
+#include <chrono>
 #include <cstring>
 #include <iostream>
 #include <mutex>
@@ -67,17 +68,31 @@ platform::shared_lock_t& DatabaseLock() {
   return *std::launder(reinterpret_cast<platform::shared_lock_t*>(At(LOCK_AT)));
 }
 
-// Holds the database's lock. The slot that a dead holder was writing may be half old and half new; it is made
-// not valid until it is written again.
+// Longer than a busy machine keeps a holder from running.
+constexpr std::chrono::milliseconds LOCK_LIMIT{1000};
+
+// The last access did not get the lock. No further one waits for it then, so that a thread with many values to
+// read is not kept for minutes.
+std::atomic<bool> lockIsStuck{false};
+
+// Holds the database's lock, where IsTaken. The slot that a dead holder was writing may be half old and half
+// new; it is made not valid until it is written again.
 class LockedDatabase {
  public:
   LockedDatabase() : lock_(DatabaseLock()) {
-    const auto torn = platform::LockShared(lock_);
+    const bool isStuck = lockIsStuck.load(std::memory_order_relaxed);
+    const auto [taken, torn] = platform::LockShared(lock_, isStuck ? LOCK_LIMIT * 0 : LOCK_LIMIT);
+    taken_ = taken;
+    if (taken == isStuck) lockIsStuck.store(!taken, std::memory_order_relaxed);
     if (torn && *torn <= LAST_HANDLE) Invalidate(SlotOf(*torn));
   }
-  ~LockedDatabase() { platform::UnlockShared(lock_); }
+  ~LockedDatabase() {
+    if (taken_) platform::UnlockShared(lock_);
+  }
   LockedDatabase(const LockedDatabase&) = delete;
   LockedDatabase& operator=(const LockedDatabase&) = delete;
+
+  bool IsTaken() const { return taken_; }
 
   // Call before the first change of the slot. The fence keeps the compiler from moving a change before the
   // mark: if the writer died between the two, the slot would be half written and not marked.
@@ -93,6 +108,7 @@ class LockedDatabase {
   }
 
   platform::shared_lock_t& lock_;
+  bool taken_ = false;
 };
 
 bool IsValid(const std::uint8_t* slot) {
@@ -107,6 +123,7 @@ int ReadValue(unsigned handle, T& value, unsigned* tag = nullptr) {
   if (tag != nullptr) *tag = 0;
   if (!IsUsable(handle)) return 0;
   LockedDatabase database;
+  if (!database.IsTaken()) return 0;
   std::uint8_t* slot = SlotOf(handle);
   if (!IsValid(slot)) {
     database.BeginWrite(handle);
@@ -148,6 +165,7 @@ bool StoreIfDifferent(std::uint8_t* to, const T& value) {
 template <class T>
 std::uint32_t StoreValue(unsigned handle, const T& value, const unsigned* tag, const validity_t& validity) {
   LockedDatabase database;
+  if (!database.IsTaken()) return 0;
   database.BeginWrite(handle);
   std::uint8_t* slot = SlotOf(handle);
   bool changed = StoreIfDifferent(slot + VALUE_AT, value);
@@ -239,6 +257,8 @@ bool DBSHM::Map(int fd) {
     close(fd);
     return false;
   }
+  platform::GuardMapping(memory, OBJECT_SIZE);
+  lockIsStuck = false;
   dbshmSharedMemory = memory;
   dbshmFd = fd;
   return true;
@@ -247,6 +267,7 @@ bool DBSHM::Map(int fd) {
 void DBSHM::Detach() {
   if (dbshmSharedMemory == nullptr) return;
   if (dbshmId >= 0) ConnectDetach(dbshmId);
+  platform::ForgetMapping(dbshmSharedMemory);
   munmap(dbshmSharedMemory, OBJECT_SIZE);
   close(dbshmFd);
   dbshmSharedMemory = nullptr;

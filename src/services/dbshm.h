@@ -51,7 +51,8 @@ constexpr std::uint64_t CYCLES_PER_TIMEOUT_UNIT = 66'500;
 }  // namespace dbshm_layout
 
 // A process has one view of the database. Any thread may make any call except Init, which must be the first. An
-// access to a value holds the shared lock. The pulse for a changed value is sent after the lock is released and
+// access to a value holds the shared lock. Where another process keeps the lock for a second, reads fail and
+// writes do nothing until it is free or the database was made anew. The pulse for a changed value is sent after the lock is released and
 // never blocks.
 class DBSHM {
  public:

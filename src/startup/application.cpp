@@ -2,10 +2,11 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <thread>
 
 #include <unistd.h>
+
+#include "platform/console_writer.h"
 
 #include "src/core/console.h"
 #include "src/startup/shutdown.h"
@@ -48,7 +49,7 @@ int RunApplication(orvikData_t* data, const std::vector<std::string>& arguments)
   AnnounceEnd();
   if (!stopped) {
     // A worker that did not stop may still use the record, so the process ends without destroying it.
-    static_cast<void>(std::fflush(nullptr));
+    platform::DrainConsole();
     _exit(EXIT_ORDERLY);
   }
   return EXIT_ORDERLY;

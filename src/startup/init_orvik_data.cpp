@@ -97,7 +97,7 @@ void InstallSignalHandler() {
   struct sigaction action {};
   action.sa_handler = sigUSR1_handler;
   sigemptyset(&action.sa_mask);
-  if (sigaction(SIGUSR1, &action, nullptr) != 0) std::printf("\ncan't catch SIGUSR1\n");
+  if (sigaction(SIGUSR1, &action, nullptr) != 0) PrintOut("\ncan't catch SIGUSR1");
 }
 
 void SetOperatingDefaults(orvikData_t* data) {

@@ -4,10 +4,9 @@
 #include <chrono>
 #include <csignal>
 #include <string>
-#include <string_view>
 #include <thread>
 
-#include <unistd.h>
+#include "platform/console_writer.h"
 
 #include "src/core/console.h"
 #include "src/core/name_tables.h"
@@ -68,18 +67,14 @@ void WakeReceivers(orvikData_t* data) {
   }
 }
 
-void WriteLine(std::string_view line) {
-  [[maybe_unused]] const ssize_t ignored = write(STDOUT_FILENO, line.data(), line.size());
-}
-
 }  // namespace
 
 void sigUSR1_handler(int signo) {
   if (signo == SIGUSR1) {
-    WriteLine("received SIGUSR1\n");
+    platform::PrintFromHandler("received SIGUSR1\n");
     orvikStop = 1;
   } else {
-    WriteLine("unknown signal %ld received\n");
+    platform::PrintFromHandler("unknown signal %ld received\n");
   }
 }
 

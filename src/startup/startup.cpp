@@ -9,6 +9,7 @@
 
 #include <sys/stat.h>
 
+#include "platform/console_writer.h"
 #include "platform/device_io.h"
 #include "platform/paths.h"
 
@@ -50,6 +51,7 @@ std::string QuoteForShell(const std::string& path) {
 void CopyDateProgram() {
   const std::string command = "cp " + QuoteForShell(platform::ResolveUnitPath("/fs/etfs/app/orvik/bin/date")) +
                               " " + QuoteForShell(platform::ResolveUnitPath("/fs/etfs/resources/bin/."));
+  platform::DrainConsole();  // the command's own lines come after those of the application
   [[maybe_unused]] const int ignored = std::system(command.c_str());
 }
 

@@ -109,7 +109,7 @@ int ReadAndWriteBesideAnother() {
 // Dies while it holds the lock and has written half of a value.
 int DieWhileWriting() {
   auto& lock = *reinterpret_cast<platform::shared_lock_t*>(At(LOCK_AT));
-  if (platform::LockShared(lock)) return BROKEN;
+  if (platform::LockShared(lock, std::chrono::seconds(1)).torn) return BROKEN;
   platform::MarkSlot(lock, TORN);
   Poke<std::uint32_t>(Slot(TORN, VALUE_AT), 0xDEADBEEF);
   kill(getpid(), SIGKILL);

@@ -44,9 +44,12 @@ class LockTest : public PlatformTest {
     EXPECT_EQ(platform::UnlinkSharedObject(OBJECT), 0);
   }
 
+  platform::lock_result_t Lock(std::chrono::milliseconds limit = 20s) const {
+    return LockShared(shared_->lock, limit);
+  }
   // Adds 1 to both counters, which are equal while the lock is free. Repairs them after a dead holder.
   void Step() const {
-    if (LockShared(shared_->lock)) shared_->second = shared_->first;
+    if (Lock().torn) shared_->second = shared_->first;
     MarkSlot(shared_->lock, 0);
     shared_->first = shared_->first + 1;
     std::atomic_signal_fence(std::memory_order_seq_cst);
@@ -63,7 +66,7 @@ class LockTest : public PlatformTest {
   void KillHolder(int slot, std::optional<std::uint32_t> expected, const Meanwhile& meanwhile) const {
     const Signal holding;
     const Child holder([&] {
-      if (LockShared(shared_->lock) != expected) return 1;
+      if (Lock().torn != expected) return 1;
       if (slot >= 0) MarkSlot(shared_->lock, static_cast<std::uint32_t>(slot));
       holding.Raise();
       for (;;) pause();
@@ -75,7 +78,7 @@ class LockTest : public PlatformTest {
     KillHolder(slot, expected, [] {});
   }
   std::optional<std::uint32_t> LockAndUnlock() const {
-    const auto broken = LockShared(shared_->lock);
+    const auto broken = Lock().torn;
     UnlockShared(shared_->lock);
     return broken;
   }
@@ -113,9 +116,11 @@ TEST_F(LockTest, OfAKilledHolderGoesToAWaiter) {
     waiter = std::jthread([&] { got = static_cast<int>(LockAndUnlock().value_or(1000)); });
     std::this_thread::sleep_for(10ms);  // time for the waiter to block; the expectations hold without it too
     EXPECT_EQ(got, -1);
+    for (const auto limit : {0ms, 5ms}) EXPECT_FALSE(Lock(limit).taken) << "its holder lives";
   });
   waiter.join();
   EXPECT_EQ(got, 9);
+  EXPECT_EQ(LockAndUnlock(), std::nullopt) << "who gave up left nothing behind";
 }
 
 TEST_F(LockTest, WorksInAForkedChildOfAThreadThatUsedIt) {

@@ -251,7 +251,7 @@ def cmd5(*fields):
 class Desk:
     """A unit in a runtime directory of its own, with free ports."""
 
-    def __init__(self, *options, orvik=True, apart=False, program="orvik", **environment):
+    def __init__(self, *options, orvik=True, apart=False, parts=tuple(APART), program="orvik", **environment):
         self.directory = tempfile.TemporaryDirectory(prefix="orvik-test-")
         self.runtime = pathlib.Path(self.directory.name) / "run"
         self.processes = []
@@ -260,7 +260,7 @@ class Desk:
         self.orvik = None
         try:
             self.unit = None if apart else self.start_unit(*options)
-            self.parts = {part: self.start_part(part) for part in APART} if apart else {}
+            self.parts = {part: self.start_part(part) for part in parts} if apart else {}
             self.orvik = self.start_orvik() if orvik else None
         except BaseException:
             self.close()

@@ -2,6 +2,8 @@
 // + n runs command n, and front keys 7 and 8 make the screen brighter and darker.
 #include <algorithm>
 
+#include "platform/console_writer.h"
+
 #include "src/core/name_tables.h"
 #include "src/pages/page_tables.h"
 #include "src/startup/application.h"
@@ -33,6 +35,7 @@ void BindCommands(orvikData_t* data) {
 
 int main(int argc, char* argv[]) {
   PrepareSignals();
+  const platform::ConsoleWriter console("Orvik");
   orvikData_t data;
   BindCommands(&data);
   return RunApplication(&data, {argv, argv + argc});

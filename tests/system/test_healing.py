@@ -4,6 +4,7 @@ import contextlib
 import os
 import pathlib
 import signal
+import struct
 import threading
 import time
 
@@ -12,6 +13,7 @@ import pytest
 from desk import BIN, CONFIG, HOST_ID, cmd2, cmd5, cut, wait_for, wait_steady
 
 LINE_3 = 3
+CURRENT, PROGRAM_SILENT, VALUES_OLD = 1, 3, 5  # values of Screen.DataState
 
 
 @pytest.fixture
@@ -80,9 +82,75 @@ def test_what_hangs_makes_the_values_unknown_until_it_is_back(apart, part):
     wait_for(lambda: load_known(apart) == " 27,600", "the new load", 1)
 
 
+def test_an_old_value_is_unknown_until_the_host_sends_it_again(make_desk):
+    desk = make_desk(apart=True)
+    bus = desk.go_to("Main")
+
+    def state_is(state):
+        wait_for(lambda: desk.screen()["variables"]["Screen.DataState"] == state, f"state {state}", 2)
+
+    state_is(VALUES_OLD)  # the host was heard, and sent no values: those shown are the application's own
+    bus.send_message(cmd2(load=23500))
+    state_is(CURRENT)
+    bus.send_message([7, 11, 1])
+    state_is(VALUES_OLD)
+    wait_for(lambda: desk.widgets("Load", "UnitsWeight") == [" 23,500", "kgs"], "the number of before, unknown")
+    bus.send_message(cmd2(load=10700))
+    state_is(CURRENT)
+    desk.orvik.stop(signal.SIGKILL)
+    wait_for(lambda: desk.screen()["variables"]["Screen.DataState"] == PROGRAM_SILENT, "the death", 0.5)
+    desk.start_orvik()
+    bus.send_message([8, 1])
+    state_is(VALUES_OLD)
+    bus.send_message(cmd2(load=10800))
+    wait_for(lambda: load_known(desk) == " 10,800", "the next value", 2)
+
+
+def remove(path):
+    path.unlink()
+
+
+def truncate(path):
+    os.truncate(path, 0)
+
+
+def fill(path):
+    path.write_bytes(b"\xff" * path.stat().st_size)
+
+
+def hold_lock(path):
+    """As a process that was stopped between two instructions: this one lives, and never gives the lock back."""
+    with path.open("r+b") as file:
+        file.write(struct.pack("<I", os.getpid()))
+
+
+@pytest.mark.parametrize("damage", [remove, truncate, fill, hold_lock])
+def test_a_database_whose_object_is_damaged_is_made_anew(make_desk, damage):
+    desk = make_desk(orvik=False)
+    desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik").wait_line("Orvik: System Up", seconds=20)
+    bus = desk.go_to("Main")
+    bus.send_message(cmd2(load=23500, percent=0.25))
+    wait_for(lambda: load_known(desk) == " 23,500", "the load")
+    mapped = pathlib.Path(f"/proc/{desk.unit.child.pid}/maps").read_text().split()
+    damage(next(pathlib.Path(word) for word in mapped if word.endswith("-DBSHM")))
+    overload = cmd2(load=27600, percent=1.89, led=2)
+
+    def shown():
+        bus.send_message(overload)
+        bus.pass_over()
+        known, variables = load_known(desk), desk.screen()["variables"]
+        assert known in (None, " 23,500", " 27,600"), "an application's own value"
+        return known == " 27,600" and variables["OrvikOverload"] == 1 and \
+            desk.value("OrvikPercentSafeWorkingLoad") == pytest.approx(1.89)
+
+    wait_for(lambda: desk.counters("database")["made"] == 2, "another object", 3)
+    wait_for(shown, "the overload", 2)
+    assert desk.unit.child.poll() is None
+
+
 def load_known(desk):
     screen = desk.screen()
-    return screen["widgets"]["orvikTextWidgetLoad"] if screen["variables"]["Screen.DataState"] == 1 else None
+    return screen["widgets"]["orvikTextWidgetLoad"] if screen["variables"]["Screen.DataState"] == CURRENT else None
 
 
 def test_a_screen_service_that_seldom_runs_shows_new_values_only(apart):

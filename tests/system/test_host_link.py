@@ -51,10 +51,15 @@ def test_eleven_silent_seconds_and_the_first_frame_after_them(desk):
     def data_state():
         return desk.screen()["variables"]["Screen.DataState"]
 
-    wait_for(lambda: data_state() == 4 and ">-- %<" in desk.request("GET", "/screen.svg")[1].decode(), "no value before the host")
+    def is_without_values(state):
+        return data_state() == state and ">-- %<" in desk.request("GET", "/screen.svg")[1].decode()
+
+    wait_for(lambda: is_without_values(4), "no value before the host")
     assert desk.value("OrvikHX7TimeOutLamp") == 1
     bus = desk.go_to("Main")
-    wait_for(lambda: data_state() == 1, "the host")
+    wait_for(lambda: is_without_values(5), "the host, that has sent no values")
+    bus.send_message(cmd2())
+    wait_for(lambda: data_state() == 1, "the values")
     bus.send_message(cmd5((17, "HOST TEXT")))
 
     def shown():
@@ -67,6 +72,7 @@ def test_eleven_silent_seconds_and_the_first_frame_after_them(desk):
     assert data_state() == 2
     bus.send(HOST_ID, bytes([0, 1, 1, 0, 0, 0, 0, 0]))
     wait_for(lambda: shown() == "HOST TEXT" and desk.value("OrvikHX7TimeOutLamp") == 1, "the recovery", 3)
+    wait_for(lambda: is_without_values(5), "no value of before the silence")
     bus.send_message([7, 13, 4])
     wait_for(lambda: shown() == "ПОТЕРЯНА СВЯЗЬ С КОМПЬЮТЕРОМ!", "the message in Russian", 16)
     assert desk.screen()["page"] == "Main"

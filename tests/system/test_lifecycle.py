@@ -74,7 +74,7 @@ def test_termination_is_refused_elsewhere_and_granted_on_slate(desk):
     orvik.wait_line("Orvik: NOT on terminatable page.  Ignoring request to terminate application", orvik.err)
     assert orvik.child.poll() is None
     bus.send_message([7, 15, 0])
-    wait_for(lambda: desk.screen()["page"] == "Main", "Main")
+    wait_for(lambda: desk.page_of_orvik(bus) == "Main", "the application on Main")
     orvik.child.send_signal(signal.SIGUSR1)
     assert orvik.wait_exit() == 0
 

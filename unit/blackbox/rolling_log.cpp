@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
-#include <iostream>
+#include <memory>
 #include <sstream>
 #include <utility>
 
@@ -17,11 +17,55 @@
 
 #include "platform/paths.h"
 
+#include "base/descriptor.h"
+
 namespace unit {
 namespace {
 
 constexpr const char* NEWEST = ".log";
 constexpr const char* BEFORE = ".1.log";
+
+std::string PathOf(const std::string& name, const char* suffix) {
+  return BlackBoxFolder() + "/" + name + suffix;
+}
+
+class RollingTarget : public LineTarget {
+ public:
+  RollingTarget(const std::string& name, std::size_t bytes)
+      : newest_(PathOf(name, NEWEST)), before_(PathOf(name, BEFORE)), most_(bytes) {
+    ::mkdir(BlackBoxFolder().c_str(), S_IRWXU);
+    Begin();
+  }
+  std::string Write(const std::string& text) override;
+
+ private:
+  void Begin();
+
+  const std::string newest_;
+  const std::string before_;
+  const std::size_t most_;
+  base::Descriptor file_;
+  std::size_t size_ = 0;
+};
+
+// The newest file becomes the older one, unless it is empty.
+void RollingTarget::Begin() {
+  std::error_code absent;
+  if (std::filesystem::file_size(newest_, absent) > 0 && !absent) {
+    static_cast<void>(std::rename(newest_.c_str(), before_.c_str()));
+  }
+  file_ = base::Descriptor(
+      ::open(newest_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_APPEND, S_IRUSR | S_IWUSR));
+  size_ = 0;
+}
+
+std::string RollingTarget::Write(const std::string& text) {
+  if (file_.Get() < 0 || size_ + text.size() > most_) Begin();
+  if (file_.Get() < 0) return std::strerror(errno);
+  if (const int error = AppendText(file_.Get(), text); error != 0) return std::strerror(error);
+  size_ += text.size();
+  return {};
+}
 
 }  // namespace
 
@@ -32,45 +76,14 @@ std::string BlackBoxFolder() {
 std::string ReadBlackBox(const std::string& name) {
   std::ostringstream text;
   for (const char* suffix : {BEFORE, NEWEST}) {
-    const std::ifstream file(BlackBoxFolder() + "/" + name + suffix, std::ios::binary);
+    const std::ifstream file(PathOf(name, suffix), std::ios::binary);
     if (file && file.rdbuf()->in_avail() != 0) text << file.rdbuf();
   }
   return text.str();
 }
 
-RollingLog::RollingLog(std::string name, std::size_t bytes) : name_(std::move(name)), most_(bytes) {
-  ::mkdir(BlackBoxFolder().c_str(), S_IRWXU);
-  Begin();
-  if (file_.Get() < 0) {
-    std::cerr << "unit: no black box: " << Path(NEWEST) << ": " << std::strerror(errno) << std::endl;
-  }
-}
-
-std::string RollingLog::Path(const char* suffix) const {
-  return BlackBoxFolder() + "/" + name_ + suffix;
-}
-
-// The newest file becomes the older one, unless it is empty.
-void RollingLog::Begin() {
-  std::error_code absent;
-  if (std::filesystem::file_size(Path(NEWEST), absent) > 0 && !absent) {
-    static_cast<void>(std::rename(Path(NEWEST).c_str(), Path(BEFORE).c_str()));
-  }
-  file_ = base::Descriptor(
-      ::open(Path(NEWEST).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR));
-  size_ = 0;
-}
-
-void RollingLog::Write(std::string_view line) {
-  std::string text(line);
-  text += '\n';
-  const std::lock_guard lock(mutex_);
-  if (file_.Get() < 0) return;
-  if (size_ + text.size() > most_) Begin();
-  // Each line is written by one system call, so that it is in the file even when this process is killed next.
-  const ssize_t written = ::write(file_.Get(), text.data(), text.size());
-  if (written > 0) size_ += static_cast<std::size_t>(written);
-}
+RollingLog::RollingLog(const std::string& name, std::size_t bytes)
+    : writer_("unit", "the black box " + PathOf(name, NEWEST), std::make_unique<RollingTarget>(name, bytes)) {}
 
 void RollingLog::WriteStamped(std::string_view name, std::string_view line) {
   std::timespec now{};

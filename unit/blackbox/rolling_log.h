@@ -5,11 +5,11 @@
 #pragma once
 
 #include <cstddef>
-#include <mutex>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
-#include "base/descriptor.h"
+#include "unit/blackbox/line_writer.h"
 
 namespace unit {
 
@@ -17,26 +17,21 @@ std::string BlackBoxFolder();
 // The content of both files of a log, the older file first. A missing file counts as empty.
 std::string ReadBlackBox(const std::string& name);
 
-// Any thread.
+// Any thread. A thread of its own writes the files; no caller waits for the disk.
 class RollingLog {
  public:
   // Writes two files of at most `bytes` each. The newest file of an earlier run becomes the older one. A log
-  // that cannot be written is reported once on standard error and then does nothing: the unit runs without it.
-  RollingLog(std::string name, std::size_t bytes);
+  // that cannot be written is reported by LineWriter: the unit runs without it.
+  RollingLog(const std::string& name, std::size_t bytes);
   // Adds a line, without its line end.
-  void Write(std::string_view line);
+  void Write(std::string_view line) { writer_.Write(line); }
   // Adds a line after the time (seconds of the real-time clock) and a name: "1763740000.123456 unit ...".
   void WriteStamped(std::string_view name, std::string_view line);
+  std::string Problem() const { return writer_.Problem(); }
+  std::uint64_t Lost() const { return writer_.Lost(); }
 
  private:
-  std::string Path(const char* suffix) const;
-  void Begin();
-
-  const std::string name_;
-  const std::size_t most_;
-  std::mutex mutex_;  // guards the two below
-  base::Descriptor file_;
-  std::size_t size_ = 0;
+  LineWriter writer_;
 };
 
 }  // namespace unit

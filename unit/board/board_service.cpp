@@ -86,14 +86,13 @@ class BoardService : public Service {
     if (!mapping_) return {"board", false, "stopped", {}};
     const board_view_t view = ViewBoard(*mapping_->Get());
     status_t status{"board", true, {}, {}};
-    status.counters = {{"outputWrites", view.outputWrites},
-                       {"outputRefused", view.outputRefused},
-                       {"pwmChanges", view.backlightChanges},
-                       {"pwmRefused", view.pwmRefused},
-                       {"beeperPulses", view.pulses}};
+    status.counters = {{"outputWrites", view.outputWrites},   {"outputRefused", view.outputRefused},
+                       {"pwmChanges", view.backlightChanges}, {"pwmRefused", view.pwmRefused},
+                       {"beeperPulses", view.pulses},         {"blackbox.lost", keyLog_.Lost()}};
     if (keys_) AddProblem(status.detail, "keys", keys_->Problem());
     if (outputs_) AddProblem(status.detail, "beeper", outputs_->BeeperProblem());
     if (outputs_) AddProblem(status.detail, "backlight", outputs_->BacklightProblem());
+    AddProblem(status.detail, "keys", keyLog_.Problem());
     return status;
   }
 
@@ -138,8 +137,8 @@ class BoardService : public Service {
 
   const options_t options_;
   NotifyLink link_;
-  // Of the service's thread.
   RollingLog keyLog_{"keys", KEYS_KEPT};
+  // Of the service's thread.
   std::array<bool, KEY_COUNT> noted_{};  // the keys as the log has them
   board_view_t published_;
   steady_clock::time_point repeatAt_{};

@@ -38,9 +38,10 @@ void Look() {
 
 }  // namespace
 
-void NoteDatabaseAttached() {
+void MakeAttachedDatabase(std::span<const parameter_t> parameters) {
   const std::lock_guard lock(viewMutex);
-  isOwner = true;
+  if (std::exchange(isOwner, true)) RemoveDatabase();
+  MakeDatabase(parameters);
   ++number;
 }
 

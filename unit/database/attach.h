@@ -5,6 +5,9 @@
 #include <mutex>
 #include <optional>
 #include <shared_mutex>
+#include <span>
+
+#include "unit/database/parameter_list.h"
 
 namespace unit {
 
@@ -23,6 +26,11 @@ class DatabaseView {
  private:
   std::shared_lock<std::shared_mutex> lock_;  // keeps other threads from attaching to another database
 };
+
+// Makes the database (database_owner.h) and attaches the process to it; the owner calls it. When it has made
+// one before, that one is removed first, while no thread of the process has a DatabaseView. Throws as
+// MakeDatabase.
+void MakeAttachedDatabase(std::span<const parameter_t> parameters);
 
 // Detects that the database was replaced: a program that still has the old one writes values that no other
 // process reads. For one thread.

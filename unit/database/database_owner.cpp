@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <stdexcept>
@@ -23,6 +24,8 @@ namespace unit {
 namespace {
 
 using namespace dbshm_layout;
+
+constexpr std::chrono::milliseconds LOCK_LIMIT{1000};
 
 std::uint8_t* Memory() {
   return static_cast<std::uint8_t*>(DBSHM::getMemoryPtr());
@@ -50,7 +53,8 @@ void WriteEntry(std::size_t entry, const parameter_t& parameter) {
 
 void WriteNotifyValues(std::span<const parameter_t> parameters) {
   auto& lock = *reinterpret_cast<platform::shared_lock_t*>(Memory() + LOCK_AT);
-  std::ignore = platform::LockShared(lock);
+  const auto locked = platform::LockShared(lock, LOCK_LIMIT);
+  if (!locked.taken) throw std::runtime_error("another process holds the lock of the new parameter database");
   for (const parameter_t& parameter : parameters) {
     const std::uint32_t value = parameter.notify ? parameter.handle : 0;
     platform::StoreLe32(Object(), SLOTS_AT + SLOT_SIZE * parameter.handle + NOTIFY_AT, value);
@@ -81,12 +85,16 @@ class Glance {
     id_ = {status.st_dev, status.st_ino};
     if (known && std::cmp_greater_equal(status.st_size, OBJECT_SIZE)) {
       void* mapped = mmap(nullptr, OBJECT_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
-      if (mapped != MAP_FAILED) memory_ = mapped;
+      if (mapped == MAP_FAILED) mapped = nullptr;
+      if (mapped != nullptr) platform::GuardMapping(mapped, OBJECT_SIZE);
+      memory_ = mapped;
     }
     close(descriptor);
   }
   ~Glance() {
-    if (memory_ != nullptr) munmap(memory_, OBJECT_SIZE);
+    if (memory_ == nullptr) return;
+    platform::ForgetMapping(memory_);
+    munmap(memory_, OBJECT_SIZE);
   }
   Glance(const Glance&) = delete;
   Glance& operator=(const Glance&) = delete;
@@ -104,6 +112,13 @@ class Glance {
 bool IsAlive(pid_t process) {
   return process > 0 && (kill(process, 0) == 0 || errno == EPERM);
 }
+
+// What this process made; the object's own header may be damaged. Used by the database service alone.
+struct made_t {
+  std::optional<object_id_t> object;
+  int chid = -1;
+};
+made_t made;
 
 // A living owner accepts a connection to the channel that the object names. The process id alone is not enough:
 // the system may have given it to another process.
@@ -152,12 +167,32 @@ void MakeDatabase(std::span<const parameter_t> parameters) {
                              (obstacle.empty() ? "is there room in shared memory (df /dev/shm)?" : obstacle));
   }
   FillDatabase(parameters);
-  NoteDatabaseAttached();
+  made = {IdentifyDatabase(), DBSHM::getChid()};
+}
+
+namespace {
+
+// False where another process holds the lock of the database and does not give it back.
+bool CanBeLocked() {
+  auto& lock = *reinterpret_cast<platform::shared_lock_t*>(Memory() + LOCK_AT);
+  const bool taken = platform::LockShared(lock, LOCK_LIMIT).taken;
+  if (taken) platform::UnlockShared(lock);
+  return taken;
+}
+
+}  // namespace
+
+bool IsDatabaseWhole() {
+  const Glance glance;
+  if (StateOf(glance) != database_state_t::COMPLETE) return false;
+  const std::span<const std::uint8_t> header(static_cast<const std::uint8_t*>(glance.Get()), SLOTS_AT);
+  return std::cmp_equal(platform::LoadLe32(header, PROCESS_AT), getpid()) && glance.Id() == made.object &&
+         CanBeLocked();
 }
 
 void RemoveDatabase() {
   platform::UnlinkSharedObject(OBJECT_NAME);
-  ChannelDestroy(DBSHM::getChid());
+  ChannelDestroy(made.chid);
 }
 
 std::vector<named_t> ReadNameTable() {

@@ -17,6 +17,9 @@ namespace unit {
 // notification values. Throws std::runtime_error when another process owns the database or the object cannot be
 // made.
 void MakeDatabase(std::span<const parameter_t> parameters);
+// Whether the object that MakeDatabase made is still there under its name, of full size and with its header.
+// For the process that made it.
+bool IsDatabaseWhole();
 // Removes the object and the owner's channel. The mapping in this process stays readable.
 void RemoveDatabase();
 
@@ -44,8 +47,5 @@ struct object_id_t {
 };
 // The database that is COMPLETE; empty where there is none.
 std::optional<object_id_t> IdentifyDatabase();
-
-// To be called by the process that made the database: DatabaseView then takes its mapping.
-void NoteDatabaseAttached();
 
 }  // namespace unit

@@ -16,6 +16,7 @@
 
 #include "platform/messages.h"
 
+#include "base/line_limiter.h"
 #include "src/services/dbshm.h"
 #include "unit/database/attach.h"
 #include "unit/database/database_owner.h"
@@ -47,19 +48,25 @@ class DatabaseService : public Service {
     std::optional<std::uint64_t> published;
   };
 
-  void Watch(const std::vector<parameter_t>& parameters);
+  void Watch();
+  void Serve();
+  void EndServing();
   void ServePulses();
   void AcceptChange(unsigned handle);
-  bool IsStopping();
   void LookAround();
+  void PublishMissed();
+  void MakeAnew();
   bool PublishChange(watched_t& watched);
 
   const std::string file_;
-  std::size_t parameters_ = 0;
+  std::vector<parameter_t> parameters_;
+  // Used by Start and Stop, and between them by the looker.
   int chid_ = -1;  // receives the pulses of the database's clients
   int self_ = -1;  // connection to it
+  base::LineLimiter complaints_;
   std::thread server_;
   std::thread looker_;
+  std::atomic<bool> serving_{false};
   std::atomic<bool> up_{false};
   NotifyLink link_;
 
@@ -75,13 +82,20 @@ class DatabaseService : public Service {
   std::atomic<std::uint64_t> unknownPulses_{0};
   std::atomic<std::uint64_t> published_{0};
   std::atomic<std::uint64_t> missed_{0};  // changes without a pulse
+  std::atomic<std::uint64_t> made_{1};    // databases, one after the other
 };
 
 void DatabaseService::Start() {
-  const std::vector<parameter_t> parameters = ReadParameterFile(file_);
-  MakeDatabase(parameters);
-  parameters_ = parameters.size();
-  Watch(parameters);
+  parameters_ = ReadParameterFile(file_);
+  Watch();
+  Serve();
+  stopping_ = false;
+  looker_ = std::thread([this] { LookAround(); });
+}
+
+// Makes the database and starts the thread that serves its channel.
+void DatabaseService::Serve() {
+  MakeAttachedDatabase(parameters_);
   chid_ = DBSHM::getChid();
   self_ = ConnectAttach(0, 0, chid_, _NTO_SIDE_CHANNEL, 0);
   if (self_ < 0) {
@@ -89,14 +103,23 @@ void DatabaseService::Start() {
     RemoveDatabase();
     throw std::runtime_error(std::string("cannot connect to its own channel: ") + std::strerror(error));
   }
-  stopping_ = false;
+  serving_ = true;
   up_ = true;
   server_ = std::thread([this] { ServePulses(); });
-  looker_ = std::thread([this] { LookAround(); });
 }
 
-void DatabaseService::Watch(const std::vector<parameter_t>& parameters) {
-  for (const parameter_t& parameter : parameters) {
+void DatabaseService::EndServing() {
+  if (!server_.joinable()) return;
+  serving_ = false;
+  // A channel without room for this pulse has others, which wake the thread; it then finds serving_ cleared.
+  MsgSendPulse(self_, getprio(0), PULSE_STOP, 0);
+  server_.join();
+  ConnectDetach(self_);
+  self_ = -1;
+}
+
+void DatabaseService::Watch() {
+  for (const parameter_t& parameter : parameters_) {
     if (!parameter.notify) continue;
     byHandle_.emplace(parameter.handle, watched_.size());
     watched_.push_back({parameter.handle, std::nullopt});
@@ -104,18 +127,14 @@ void DatabaseService::Watch(const std::vector<parameter_t>& parameters) {
 }
 
 void DatabaseService::Stop() {
-  if (self_ < 0) return;
+  if (!looker_.joinable()) return;
   {
     const std::lock_guard lock(stopMutex_);
     stopping_ = true;
   }
   stopped_.notify_all();
   looker_.join();
-  // A channel without room for this pulse has others, which wake the thread; it then finds stopping_ set.
-  MsgSendPulse(self_, getprio(0), PULSE_STOP, 0);
-  server_.join();
-  ConnectDetach(self_);
-  self_ = -1;
+  EndServing();
   RemoveDatabase();
 }
 
@@ -123,20 +142,16 @@ status_t DatabaseService::GetStatus() const {
   return {.name = "database",
           .up = up_,
           .detail = {},
-          .counters = {{"parameters", parameters_},
+          .counters = {{"parameters", parameters_.size()},
+                       {"made", made_},
                        {"pulses", pulses_},
                        {"pulses.unknown", unknownPulses_},
                        {"published", published_},
                        {"missed", missed_}}};
 }
 
-bool DatabaseService::IsStopping() {
-  const std::lock_guard lock(stopMutex_);
-  return stopping_;
-}
-
 void DatabaseService::ServePulses() {
-  while (!IsStopping()) {
+  while (serving_) {
     _pulse pulse{};
     const int rcvid = MsgReceive(chid_, &pulse, sizeof pulse, nullptr);
     if (rcvid > 0) {
@@ -163,18 +178,45 @@ void DatabaseService::AcceptChange(unsigned handle) {
 }
 
 // Finds the changes that no pulse reported: one that found the channel full is lost, and a value that expires
-// sends none.
+// sends none. Makes the database anew when its object is damaged.
 void DatabaseService::LookAround() {
   std::unique_lock lock(stopMutex_);
   while (!stopped_.wait_for(lock, LOOK_PERIOD, [this] { return stopping_; })) {
     lock.unlock();
-    for (watched_t& watched : watched_) {
-      const std::lock_guard guard(watchedMutex_);
-      const bool isChange = watched.published.has_value();  // false: the value is published for the first time
-      if (PublishChange(watched) && isChange) ++missed_;
+    if (IsDatabaseWhole()) {
+      PublishMissed();
+    } else {
+      MakeAnew();
     }
     lock.lock();
   }
+}
+
+void DatabaseService::PublishMissed() {
+  for (watched_t& watched : watched_) {
+    const std::lock_guard guard(watchedMutex_);
+    const bool isChange = watched.published.has_value();  // false: the value is published for the first time
+    if (PublishChange(watched) && isChange) ++missed_;
+  }
+}
+
+// A session manager that removes the shared memory of a user who logs out, or another program, took the object
+// away or wrote into it. Its clients find the new one by themselves, and the application is started again.
+void DatabaseService::MakeAnew() {
+  if (up_.exchange(false)) {
+    std::cerr << "database: its shared object was removed or damaged; making it anew" << std::endl;
+  }
+  EndServing();
+  try {
+    Serve();
+    ++made_;
+  } catch (const std::runtime_error& error) {
+    if (const auto line = complaints_.Note(error.what(), std::chrono::steady_clock::now())) {
+      std::cerr << "database: " + *line + "\n" << std::flush;
+    }
+  }
+  const std::lock_guard guard(watchedMutex_);
+  for (watched_t& watched : watched_) watched.published.reset();
 }
 
 // Publishes the value unless it was published last; true when it did. A parameter without a valid value is

@@ -194,6 +194,7 @@ std::vector<design_scene_t> MakeCheckScenes() {
   }
   scenes.push_back({"program silent", DATA_PROGRAM_SILENT, {}, true});
   scenes.push_back({"host not heard", DATA_HOST_NOT_HEARD, {}, true});
+  scenes.push_back({"values old", DATA_VALUES_OLD, {}, true});
   scenes.push_back({"dark",
                     DATA_CURRENT,
                     {{"RealTimeClock.IsAvailable", 0},

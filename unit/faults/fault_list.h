@@ -21,8 +21,7 @@ class FaultList {
   using TimePoint = std::chrono::steady_clock::time_point;
   // A control unit that has sent no DM1 for so long has no faults any more: five of its messages are missing.
   static constexpr std::chrono::seconds LIFETIME{5};
-  // The screen takes the report for the sign that the bus is being received.
-  static constexpr std::chrono::milliseconds REPEAT{500};
+  static constexpr std::chrono::seconds REPEAT{1};
 
   // Takes one frame of the bus with a 29-bit identifier, in the order of the bus. A DM1 replaces all that its
   // sender has reported before.

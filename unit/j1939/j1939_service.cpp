@@ -17,6 +17,8 @@
 #include "src/services/nm_messages.h"
 #include "unit/faults/fault_list.h"
 #include "unit/health/notify_link.h"
+#include "unit/hostwatch/host_report.h"
+#include "unit/hostwatch/host_watch.h"
 #include "unit/j1939/bus_link.h"
 #include "unit/j1939/bus_report.h"
 #include "unit/j1939/client_link.h"
@@ -45,7 +47,7 @@ constexpr const char* KERNEL_BUS_ONLY = "multi-packet messages are served on a k
 // |----------|----------------------------------------------------------------------------------|
 // | frames   | receives frames from the bus, logs and delivers them; reopens the bus            |
 // | requests | takes the clients' requests and carries them out; reconnects to clients          |
-// | report   | publishes the counts, the last frames and the active faults; checks the manager  |
+// | report   | publishes counts, last frames, active faults, age of values; checks the manager  |
 // | messages | on a kernel bus: receives and delivers messages of several frames                |
 class J1939Service : public Service {
  public:
@@ -62,7 +64,7 @@ class J1939Service : public Service {
  private:
   void ReceiveFrames();
   void ReceiveFrame(const BusLink::endpoint_t& endpoint);
-  bool IsOfAMessage(const bus::frame_t& frame);
+  bool AcceptHostFrame(const bus::frame_t& frame);
   void AcceptFrame(const bus::frame_t& frame);
   void ReceiveMessages();
 
@@ -75,6 +77,8 @@ class J1939Service : public Service {
 
   void Report();
   void PublishFaults();
+  void PublishHost();
+  bool PauseReport();
   void Complain(const std::string& what);
   bool Pause(std::chrono::milliseconds time);
 
@@ -85,13 +89,15 @@ class J1939Service : public Service {
   std::unique_ptr<FrameLog> log_;
   std::unique_ptr<ClientLink> clients_;
   FaultList faults_;
+  HostWatch host_;
   NotifyLink link_;
   Pacing pacing_;                                                           // the frames thread's
   std::atomic<steady_clock::time_point> lastReceive_{steady_clock::now()};  // written by the frames thread
   bool hostBegun_ = false;  // the frames thread's: a message has begun since this service, or the bus, came up
 
   std::atomic<bool> stopping_{false};
-  std::mutex stopMutex_;  // the one of stopped_
+  std::mutex stopMutex_;  // the one of stopped_; guards reportSoon_
+  bool reportSoon_ = false;
   std::condition_variable stopped_;
   std::vector<std::thread> threads_;
 };
@@ -122,12 +128,17 @@ void J1939Service::Stop() {
   clients_->Disconnect();
   clients_->ForgetFilters();
   bus_.Close();
-  log_->Flush();
+  log_.reset();  // the lines are in the files now
 }
 
 status_t J1939Service::GetStatus() const {
   status_t status{"j1939", report_.IsUp(), bus_.Problem(), report_.Counters()};
   status.counters.merge(bus_.Counters());
+  if (log_) {
+    status.counters.merge(log_->Counters());
+    const std::string problem = log_->Problem();
+    status.detail += (status.detail.empty() || problem.empty() ? "" : "; ") + problem;
+  }
   status.counters["filters"] = clients_ ? clients_->FilterCount() : 0;
   return status;
 }
@@ -166,12 +177,13 @@ void J1939Service::ReceiveFrame(const BusLink::endpoint_t& endpoint) {
       return;
     case bus::Endpoint::result_t::DOWN:
       hostBegun_ = false;
+      host_.ForgetMessage();
       return bus_.Lose(endpoint);
   }
 }
 
 // False for a frame of the host that the display must not join with others.
-bool J1939Service::IsOfAMessage(const bus::frame_t& frame) {
+bool J1939Service::AcceptHostFrame(const bus::frame_t& frame) {
   // The host pads its frames to eight bytes. What a shorter one lacks nobody sent, so that it has no value.
   if (frame.length < FRAME_SIZE) {
     report_.NoteShort();
@@ -180,13 +192,18 @@ bool J1939Service::IsOfAMessage(const bus::frame_t& frame) {
   // The display may hold the first frames of a message from before the break. It would join them with the last
   // ones of another message; the first frame of a message makes it drop them.
   hostBegun_ = hostBegun_ || frame.data[0] == 0;
+  if (hostBegun_ && host_.Accept(frame.Bytes(), steady_clock::now())) {
+    const std::lock_guard lock(stopMutex_);
+    reportSoon_ = true;  // before the application has carried the message out
+    stopped_.notify_all();
+  }
   return hostBegun_;
 }
 
 void J1939Service::AcceptFrame(const bus::frame_t& frame) {
   log_->Write(frame);
   report_.Note(frame, BusReport::direction_t::RECEIVED);
-  if (frame.extended && frame.identifier == HOST_FRAME_ID && !IsOfAMessage(frame)) return;
+  if (frame.extended && frame.identifier == HOST_FRAME_ID && !AcceptHostFrame(frame)) return;
   if (frame.extended) faults_.Accept(frame.identifier, frame.Bytes(), steady_clock::now());
   const std::optional<int> room = clients_->Deliver(frame);
   if (!room) return;
@@ -274,12 +291,20 @@ void J1939Service::SendMessage(const send_request_t& request) {
 
 // --- The report
 
+// True when the service is to stop.
+bool J1939Service::PauseReport() {
+  std::unique_lock lock(stopMutex_);
+  stopped_.wait_for(lock, REPORT_PERIOD, [this] { return stopping_.load() || reportSoon_; });
+  reportSoon_ = false;
+  return stopping_;
+}
+
 void J1939Service::Report() {
   auto nextCheck = steady_clock::now();
-  while (!Pause(REPORT_PERIOD)) {
-    log_->Flush();
+  while (!PauseReport()) {
     if (const auto text = report_.DrainIfChanged()) link_.Publish(BUS_CHANNEL_NAME, *text);
     PublishFaults();
+    PublishHost();
     if (steady_clock::now() < nextCheck) continue;
     nextCheck = steady_clock::now() + RETRY_PERIOD;
     clients_->CheckManager();
@@ -287,10 +312,15 @@ void J1939Service::Report() {
 }
 
 void J1939Service::PublishFaults() {
+  const auto report = faults_.TakeIfDue(steady_clock::now());
+  if (report) link_.Publish(FAULT_CHANNEL_NAME, WriteFaultReport(*report));
+}
+
+void J1939Service::PublishHost() {
   const auto now = steady_clock::now();
   if (!report_.IsUp() || now - lastReceive_.load() > RECEIVE_HUNG) return;
-  const auto report = faults_.TakeIfDue(now);
-  if (report) link_.Publish(FAULT_CHANNEL_NAME, WriteFaultReport(*report));
+  const auto report = host_.TakeIfDue(now);
+  if (report) link_.Publish(HOST_CHANNEL_NAME, WriteHostReport(*report));
 }
 
 }  // namespace

@@ -18,7 +18,8 @@ int Exchange::AddClient(int connection, int process, int chid) {
   return lastClient_;
 }
 
-void Exchange::RemoveConnection(int connection) {
+std::vector<int> Exchange::RemoveConnection(int connection) {
+  std::vector<int> removed;
   for (auto it = clients_.begin(); it != clients_.end();) {
     if (it->second.connection != connection) {
       ++it;
@@ -29,8 +30,10 @@ void Exchange::RemoveConnection(int connection) {
       std::erase_if(channel.kept, [&](const auto& kept) { return kept.second.sender == it->first; });
     }
     pulses_.Close(it->first);
+    removed.push_back(it->first);
     it = clients_.erase(it);
   }
+  return removed;
 }
 
 bool Exchange::Owns(int connection, int client) const {

@@ -74,8 +74,8 @@ class Exchange {
   // Adds a client of `connection` whose pulses go to channel `chid` of `process`. Returns its identity, from 1;
   // 0 when there are too many clients, -1 when the channel cannot be reached.
   int AddClient(int connection, int process, int chid);
-  // Removes the clients of a connection that has ended, and their queues.
-  void RemoveConnection(int connection);
+  // Removes the clients of a connection that has ended, and their queues. Returns their identities.
+  std::vector<int> RemoveConnection(int connection);
   // Whether `client` was added for `connection`.
   bool Owns(int connection, int client) const;
 

@@ -19,6 +19,7 @@
 
 #include "unit/notify/exchange.h"
 #include "unit/notify/heartbeats.h"
+#include "unit/notify/program_watch.h"
 #include "unit/notify/requests.h"
 #include "unit/notify/state_channels.h"
 
@@ -66,7 +67,9 @@ class NotifyService : public Service {
   explicit NotifyService(const options_t& options)
       : genericFile_(options.genericFile),
         exchange_({options.queueMessages, options.queueBytes}, pulses_),
-        requests_(exchange_, [this](int channel, auto payload) { NoteEvent(channel, payload); }) {}
+        requests_(exchange_,
+                  [this](int client, int channel, auto payload) { NoteEvent(client, channel, payload); }),
+        program_(exchange_) {}
   ~NotifyService() override { NotifyService::Stop(); }
 
   void Start() override;
@@ -80,7 +83,7 @@ class NotifyService : public Service {
                      std::span<std::uint8_t, NM_MESSAGE_SIZE> reply);
   bool IsStopping();
   void AcceptPulse(const _pulse& pulse);
-  void NoteEvent(int channel, std::span<const std::uint8_t> payload);
+  void NoteEvent(int client, int channel, std::span<const std::uint8_t> payload);
   state_key_t HeartbeatKey(std::span<const std::uint8_t> event) const;
   void Tick();
   void ReportLosses(steady_clock::time_point now);
@@ -95,11 +98,12 @@ class NotifyService : public Service {
   std::thread pacer_;
   std::atomic<bool> up_{false};
 
-  mutable std::mutex mutex_;  // guards the four below; the server thread writes them, GetStatus reads them
+  mutable std::mutex mutex_;  // guards the five below; the server thread writes them, GetStatus reads them
   HeartbeatMonitor heartbeats_;
   ClientPulses pulses_;
   Exchange exchange_;
   RequestHandler requests_;
+  ProgramWatch program_;
 
   steady_clock::time_point nextReport_;  // of the server thread
 
@@ -227,7 +231,7 @@ void NotifyService::AcceptPulse(const _pulse& pulse) {
       break;
     case _PULSE_CODE_DISCONNECT: {
       const std::lock_guard lock(mutex_);
-      exchange_.RemoveConnection(pulse.scoid);
+      program_.NoteEnd(exchange_.RemoveConnection(pulse.scoid), steady_clock::now());
       ConnectDetach(pulse.scoid);
       break;
     }
@@ -236,9 +240,10 @@ void NotifyService::AcceptPulse(const _pulse& pulse) {
   }
 }
 
-void NotifyService::NoteEvent(int channel, std::span<const std::uint8_t> payload) {
-  if (const auto line = heartbeats_.Note(channel, payload, steady_clock::now()))
-    std::cout << *line << std::endl;
+void NotifyService::NoteEvent(int client, int channel, std::span<const std::uint8_t> payload) {
+  const steady_clock::time_point now = steady_clock::now();
+  program_.NoteMessage(client, channel, now);
+  if (const auto line = heartbeats_.Note(channel, payload, now)) std::cout << *line << std::endl;
 }
 
 // A heartbeat sets that its worker lives; every other event counts each time.

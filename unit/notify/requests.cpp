@@ -90,7 +90,7 @@ refusal_t RequestHandler::Subscribe(const parsed_t& request, reply_values_t& res
 refusal_t RequestHandler::Send(const parsed_t& request, reply_values_t& result) {
   if (!exchange_.HasChannel(request.channel)) return refusal_t::UNKNOWN_CHANNEL;
   if (std::cmp_not_equal(request.length, request.payload.size())) return refusal_t::BAD_LENGTH;
-  onPublish_(request.channel, request.payload);
+  onPublish_(request.client, request.channel, request.payload);
   result.channel = request.channel;
   result.length = exchange_.Publish(request.client, request.channel, request.payload);
   return refusal_t::NONE;

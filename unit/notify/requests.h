@@ -34,7 +34,7 @@ const char* RefusalName(refusal_t refusal);
 class RequestHandler {
  public:
   // Called with each event before it is published.
-  using observer_t = std::function<void(int channel, std::span<const std::uint8_t> payload)>;
+  using observer_t = std::function<void(int client, int channel, std::span<const std::uint8_t> payload)>;
 
   RequestHandler(Exchange& exchange, observer_t onPublish)
       : exchange_(exchange), onPublish_(std::move(onPublish)) {}

@@ -8,7 +8,16 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include "platform/console_writer.h"
+
 namespace unit {
+namespace {
+
+// Of one pipe in a turn: more than it holds, so that a child that prints without end does not keep the others'
+// lines.
+constexpr int MOST_PIECES = 32;
+
+}  // namespace
 
 LinePump::LinePump(RollingLog& log) : log_(log) {
   if (pipe2(wake_.data(), O_CLOEXEC | O_NONBLOCK) != 0) wake_ = {-1, -1};
@@ -56,29 +65,28 @@ void LinePump::Run() {
     last = stopping_;
     for (line_source_t& source : sources_) Read(source);
     sources_.remove_if([](const line_source_t& source) { return source.ended; });
-    static_cast<void>(std::fflush(stdout));
   }
 }
 
 void LinePump::Read(line_source_t& source) {
   std::array<char, 4096> bytes;
   ssize_t got = 0;
-  while ((got = read(source.descriptor, bytes.data(), bytes.size())) > 0) {
+  for (int piece = 0; piece < MOST_PIECES; ++piece) {
+    if ((got = read(source.descriptor, bytes.data(), bytes.size())) <= 0) break;
     source.lines.Feed({bytes.data(), static_cast<std::size_t>(got)});
     for (std::string line; source.lines.Next(line);) Show(source, line);
   }
+  if (got > 0) return;
   if (got < 0 && (errno == EAGAIN || errno == EINTR)) return;
   if (const std::string rest = source.lines.Rest(); !rest.empty()) Show(source, rest);
   close(source.descriptor);
   source.ended = true;
 }
 
-// Writes the line in one call: pieces of two programs' lines must not mix.
 void LinePump::Show(const line_source_t& source, const std::string& line) {
   log_.WriteStamped(source.name, line);
   if (source.watch) source.watch->Note(line);
-  const std::string text = source.name + " | " + line + "\n";
-  static_cast<void>(std::fwrite(text.data(), 1, text.size(), source.to));
+  platform::PrintLine(source.to, source.name + " | " + line);
 }
 
 }  // namespace unit

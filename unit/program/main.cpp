@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "platform/console_writer.h"
 #include "platform/process.h"
 
 #include "base/installation.h"
@@ -152,6 +153,7 @@ int CarryRun(run_arguments_t& run, unsigned seconds) {
   }
   plan.options.genericFile = plan.options.configDirectory + "/generic.xml";
   unit::BlockStopSignals();
+  const platform::ConsoleWriter console("unit");
   return unit::Run(plan);
 }
 
@@ -213,6 +215,7 @@ int CarryReplay(replay_arguments_t& replay, unsigned seconds) {
   if (replay.window) replay.plan.parts.insert(unit::WINDOW_PART);
   if (seconds > 0) replay.plan.seconds = seconds;
   unit::BlockStopSignals();
+  const platform::ConsoleWriter console("unit");
   return unit::Replay(replay.options, replay.plan);
 }
 

@@ -20,14 +20,14 @@ sigset_t StopSignals() {
 void BlockStopSignals() {
   const sigset_t signals = StopSignals();
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+  for (const int signal : {SIGPIPE, SIGXFSZ}) static_cast<void>(std::signal(signal, SIG_IGN));
 }
 
 void UnblockStopSignals() {
   sigset_t none;
   sigemptyset(&none);
   pthread_sigmask(SIG_SETMASK, &none, nullptr);
-  static_cast<void>(std::signal(SIGPIPE, SIG_DFL));
+  for (const int signal : {SIGPIPE, SIGXFSZ}) static_cast<void>(std::signal(signal, SIG_DFL));
 }
 
 bool StopRequested(std::chrono::milliseconds time) {

@@ -6,7 +6,8 @@
 namespace unit {
 
 // Blocks SIGINT, SIGTERM, SIGHUP and SIGCHLD for this thread and for those that it starts later, so that only
-// StopRequested receives them, and ignores SIGPIPE. Called before any other thread exists.
+// StopRequested receives them. Ignores SIGPIPE and SIGXFSZ, so that a reader that is gone and a full file are
+// errors of a write. Called before any other thread exists.
 void BlockStopSignals();
 // Undoes BlockStopSignals in a child process, before exec.
 void UnblockStopSignals();

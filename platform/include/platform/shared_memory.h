@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -22,6 +23,13 @@ std::string DescribeObstacle(const char* name);
 // As shm_unlink.
 int UnlinkSharedObject(const char* name);
 
+// Another process can make an object shorter than its mappings. A thread that then reads or writes the mapping
+// finds zeros instead of ending its process; what it writes, no other process sees. At most eight mappings are
+// guarded at a time. On Neutrino the calls do nothing, and such an access ends the process.
+void GuardMapping(void* memory, std::size_t size);
+// To be called before the mapping is removed.
+void ForgetMapping(void* memory);
+
 // The lock of the parameter database: eight bytes at a fixed place of a shared object. It inherits priority,
 // and a process that is killed while it holds the lock does not block the others.
 struct shared_lock_t {
@@ -33,10 +41,15 @@ static_assert(sizeof(shared_lock_t) == 8);
 // Initialises a lock. Called once, before another process can see the object.
 void InitSharedLock(shared_lock_t& lock);
 
-// Waits for the lock and takes it. Returns the slot that the last holder was writing when it died, if it did:
-// the slot may be half written, and the caller must make its value not valid. Not recursive. A thread may hold
-// one such lock at a time.
-[[nodiscard]] std::optional<std::uint32_t> LockShared(shared_lock_t& lock);
+// Waits for the lock, at most for `limit`, and takes it. Not recursive. A thread may hold one such lock at a time.
+// The holder writes a few bytes: one that keeps the lock longer was stopped, or the memory is damaged.
+struct lock_result_t {
+  bool taken = false;
+  // The slot that the last holder was writing when it died, if it did: the slot may be half written, and the
+  // caller must make its value not valid.
+  std::optional<std::uint32_t> torn{};
+};
+[[nodiscard]] lock_result_t LockShared(shared_lock_t& lock, std::chrono::milliseconds limit);
 // Marks the slot that the holder is about to write. The caller holds the lock.
 inline void MarkSlot(shared_lock_t& lock, std::uint32_t slot) {
   lock.slot.store(slot + 1, std::memory_order_relaxed);

@@ -7,6 +7,8 @@
 // lists the kernel still refuses to wait for a thread that does not exist.
 #include <bit>
 #include <cerrno>
+#include <chrono>
+#include <ctime>
 #include <fstream>
 #include <string>
 
@@ -68,8 +70,28 @@ void SetPending(const shared_lock_t* lock) {
   std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
-int Futex(std::atomic<std::uint32_t>& word, int operation) {
-  return static_cast<int>(syscall(SYS_futex, &word, operation, 0, nullptr, nullptr, 0));
+int Futex(std::atomic<std::uint32_t>& word, int operation, const timespec* until = nullptr) {
+  return static_cast<int>(syscall(SYS_futex, &word, operation, 0, until, nullptr, 0));
+}
+
+// A moment of the monotonic clock and the same one of the time of day.
+struct deadline_t {
+  timespec monotonic;
+  timespec timeOfDay;
+};
+
+timespec TimeAfter(clockid_t clock, std::chrono::milliseconds time) {
+  timespec now{};
+  clock_gettime(clock, &now);
+  const std::int64_t nanoseconds = now.tv_nsec + std::chrono::nanoseconds(time).count();
+  return {static_cast<time_t>(now.tv_sec + nanoseconds / 1'000'000'000),
+          static_cast<long>(nanoseconds % 1'000'000'000)};
+}
+
+// Kernels before 5.14 measure the limit by the time of day alone.
+int WaitForFutex(std::atomic<std::uint32_t>& word, const deadline_t& deadline) {
+  if (Futex(word, FUTEX_LOCK_PI2, &deadline.monotonic) == 0) return 0;
+  return errno == ENOSYS ? Futex(word, FUTEX_LOCK_PI, &deadline.timeOfDay) : -1;
 }
 
 // A dead process that its parent has not waited for still exists, in state Z.
@@ -93,16 +115,21 @@ bool TakeFromDead(shared_lock_t& lock, std::uint32_t self) {
   return lock.owner.compare_exchange_strong(word, taken, std::memory_order_acquire);
 }
 
-// Waits in the kernel until the calling thread holds the lock. Returns whether its last holder died.
-bool LockInKernel(shared_lock_t& lock, std::uint32_t self) {
-  while (Futex(lock.owner, FUTEX_LOCK_PI) != 0) {
+enum class waited_t { TAKEN, TAKEN_FROM_DEAD, TIMED_OUT };
+
+// Waits in the kernel until the calling thread holds the lock.
+waited_t LockInKernel(shared_lock_t& lock, std::uint32_t self, std::chrono::milliseconds limit) {
+  const deadline_t deadline{TimeAfter(CLOCK_MONOTONIC, limit), TimeAfter(CLOCK_REALTIME, limit)};
+  const auto end = std::chrono::steady_clock::now() + limit;
+  while (WaitForFutex(lock.owner, deadline) != 0) {
     // EINTR, EAGAIN (the holder is dying) and EINVAL (the word has changed) are temporary: try again.
-    if ((errno == ESRCH || errno == EDEADLK) && TakeFromDead(lock, self)) return true;
+    if ((errno == ESRCH || errno == EDEADLK) && TakeFromDead(lock, self)) return waited_t::TAKEN_FROM_DEAD;
+    if (errno == ETIMEDOUT || std::chrono::steady_clock::now() > end) return waited_t::TIMED_OUT;
     if (errno != EINTR) sched_yield();
   }
-  if ((lock.owner.load(std::memory_order_acquire) & FUTEX_OWNER_DIED) == 0) return false;
+  if ((lock.owner.load(std::memory_order_acquire) & FUTEX_OWNER_DIED) == 0) return waited_t::TAKEN;
   lock.owner.fetch_and(~static_cast<std::uint32_t>(FUTEX_OWNER_DIED), std::memory_order_relaxed);
-  return true;
+  return waited_t::TAKEN_FROM_DEAD;
 }
 
 }  // namespace
@@ -112,17 +139,21 @@ void InitSharedLock(shared_lock_t& lock) {
   lock.owner.store(0, std::memory_order_release);
 }
 
-std::optional<std::uint32_t> LockShared(shared_lock_t& lock) {
+lock_result_t LockShared(shared_lock_t& lock, std::chrono::milliseconds limit) {
   const auto self = static_cast<std::uint32_t>(CurrentThreadId());
   SetPending(&lock);
   std::uint32_t word = 0;
-  const bool recovered =
-      !lock.owner.compare_exchange_strong(word, self, std::memory_order_acquire) && LockInKernel(lock, self);
+  const bool isFree = lock.owner.compare_exchange_strong(word, self, std::memory_order_acquire);
+  const waited_t waited = isFree ? waited_t::TAKEN : LockInKernel(lock, self, limit);
+  if (waited == waited_t::TIMED_OUT) {
+    SetPending(nullptr);
+    return {};
+  }
   NoteAcquired(&lock);
   // The mark stays until the lock is released: if this holder dies too, the next one must get it as well.
-  const std::uint32_t mark = recovered ? lock.slot.load(std::memory_order_relaxed) : 0;
-  if (mark == 0) return std::nullopt;
-  return mark - 1;
+  const std::uint32_t mark =
+      waited == waited_t::TAKEN_FROM_DEAD ? lock.slot.load(std::memory_order_relaxed) : 0;
+  return {.taken = true, .torn = mark == 0 ? std::nullopt : std::optional(mark - 1)};
 }
 
 void UnlockShared(shared_lock_t& lock) {

@@ -230,7 +230,8 @@ TEST_F(ScreenModelTest, DataThatAreNotCurrentShowDashes) {
 TEST_F(ScreenModelTest, DataAreCurrentOnceTheHostWasHeardByThisApplication) {
   const auto absent = std::nullopt;
   const source_state_t well, ended{.isProgramSilent = true, .hasProgramEnded = true};
-  const source_state_t late{.isProgramSilent = true}, deaf{.isBusReceived = false};
+  const source_state_t late{.isProgramSilent = true}, deaf{.isBusReceived = false},
+      old{.areValuesFresh = false};
   const std::tuple<const char*, variable_value_t, variable_value_t, source_state_t, data_state_t> steps[] = {
       {"before the application's start", absent, absent, ended, DATA_PROGRAM_SILENT},
       {"started", absent, absent, well, DATA_HOST_NOT_HEARD},
@@ -240,6 +241,7 @@ TEST_F(ScreenModelTest, DataAreCurrentOnceTheHostWasHeardByThisApplication) {
       {"the bus not received", 1, 1, deaf, DATA_HOST_NOT_HEARD},
       {"the host gone, for the bus is not received", 2, 500, deaf, DATA_LINK_LOST},
       {"the host again", 1, 501, well, DATA_CURRENT},
+      {"its values of before the silence", 1, 501, old, DATA_VALUES_OLD},
       {"the application late", 1, 502, late, DATA_PROGRAM_SILENT},
       {"in time again, without a new command", 1, 502, well, DATA_CURRENT},
       {"the database started anew", absent, absent, well, DATA_HOST_NOT_HEARD},

@@ -229,7 +229,7 @@ class RequestsTest : public ::testing::Test {
   FakePulses pulses_;
   Exchange exchange_{{.messages = 300, .bytes = 1000}, pulses_};
   int observed_ = 0;
-  RequestHandler handler_{exchange_, [this](int, std::span<const std::uint8_t>) { ++observed_; }};
+  RequestHandler handler_{exchange_, [this](int, int, std::span<const std::uint8_t>) { ++observed_; }};
 };
 
 TEST_F(RequestsTest, AFetchGetsNoMoreThanItHasRoomFor) {

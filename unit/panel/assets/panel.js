@@ -104,7 +104,7 @@ function changeScreen(change) {
 
 function showLink() {
   const state = screenState.variables['Screen.DataState'];
-  if (state === 1) setChip('link', 'good', 'panel.link-heard', 'Host link heard');
+  if (state === 1 || state === 5) setChip('link', 'good', 'panel.link-heard', 'Host link heard');
   else if (state === 2) setChip('link', 'bad', 'panel.link-lost', 'Host link lost');
   else setChip('link', 'unknown', 'panel.link-unknown', 'Host link unknown');
 }

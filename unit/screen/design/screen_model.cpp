@@ -157,6 +157,7 @@ void ScreenModel::UpdateDataState(const source_state_t& source) {
   if (source.hasProgramEnded) endedCommands_ = ValueOf(COMMANDS_VARIABLE);
   data_state_t state = source.isProgramSilent ? DATA_PROGRAM_SILENT : LinkState();
   if (state == DATA_CURRENT && !source.isBusReceived) state = DATA_HOST_NOT_HEARD;
+  if (state == DATA_CURRENT && !source.areValuesFresh) state = DATA_VALUES_OLD;
   SetDataState(state);
 }
 

@@ -55,6 +55,7 @@ struct source_state_t {
   bool isProgramSilent = false;
   bool hasProgramEnded = false;
   bool isBusReceived = true;
+  bool areValuesFresh = true;
 };
 
 // Not thread-safe; its owner locks it.

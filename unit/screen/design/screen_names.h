@@ -35,7 +35,8 @@ enum data_state_t : int {
   DATA_CURRENT = 1,
   DATA_LINK_LOST = 2,
   DATA_PROGRAM_SILENT = 3,
-  DATA_HOST_NOT_HEARD = 4,  // since the application started
+  DATA_HOST_NOT_HEARD = 4,  // since the application started, or because the bus is not received
+  DATA_VALUES_OLD = 5,      // the host is heard, but its operating values are not known to be the newest
 };
 
 constexpr const char* FAULT_STATE_VARIABLE = "Faults.State";

@@ -12,16 +12,15 @@ namespace unit {
 class FaultFeed {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
-  // The J1939 service reports twice a second while it receives the bus. After so long without a report nothing
-  // is known of the faults, and no value of the host is known to be the last.
-  static constexpr std::chrono::seconds SILENCE{2};
+  // The J1939 service reports once a second. After so long without a report it does not run, and nothing is
+  // known of the faults.
+  static constexpr std::chrono::seconds SILENCE{5};
 
   explicit FaultFeed(ScreenModel& model);
 
   void Take(const fault_report_t& report, TimePoint now);
   // Forgets the last report when it is older than SILENCE.
   void Expire(TimePoint now);
-  bool IsBusReceived() const { return reported_; }
 
  private:
   void Show(const fault_report_t& report);

@@ -15,6 +15,7 @@
 #include "unit/screen/render/renderer.h"
 #include "unit/screen/service/screen_json.h"
 #include "unit/service/database_change.h"
+#include "unit/service/program_state.h"
 
 namespace unit {
 namespace {
@@ -38,7 +39,9 @@ enum channel_index_t : std::size_t {
   DATABASE_CHANGES = 1,
   FAULTS = 2,
   MARKS = 3,
-  EVENTS = 4
+  HOST = 4,
+  PROGRAM = 5,
+  EVENTS = 6
 };
 
 void Print(const std::string& line) {
@@ -81,7 +84,7 @@ ScreenWorker::ScreenWorker(const options_t& options)
   if (model_.Design().contains(pageMemory_.Remembered())) model_.ShowPage(pageMemory_.Remembered());
   ReadVariables();
   std::vector<std::string> channels{SCREEN_CHANNEL_NAME, DATABASE_CHANNEL_NAME, FAULT_CHANNEL_NAME,
-                                    MARK_CHANNEL_NAME};
+                                    MARK_CHANNEL_NAME,   HOST_CHANNEL_NAME,     PROGRAM_CHANNEL_NAME};
   if (!model_.Names().eventChannel.empty()) channels.push_back(model_.Names().eventChannel);
   compositorServer_ = std::make_unique<MessageServer>(Compositing::SERVER_NAME,
                                                       Compositing::QUEUE_SIZE + Compositing::RECORD_HEADER_SIZE,
@@ -110,6 +113,8 @@ void ScreenWorker::AcceptMessage(std::size_t channel, std::span<const std::uint8
   if (channel == DATABASE_CHANGES) AcceptVariable(payload);
   if (channel == FAULTS) AcceptFaults(payload);
   if (channel == MARKS) AcceptMark(payload);
+  if (channel == HOST) AcceptHost(payload);
+  if (channel == PROGRAM) AcceptProgram(payload);
   if (channel == EVENTS) AcceptEvent(payload);
 }
 
@@ -157,6 +162,24 @@ void ScreenWorker::AcceptFaults(std::span<const std::uint8_t> payload) {
   const std::optional<fault_report_t> report = ReadFaultReport(payload);
   const std::lock_guard lock(mutex_);
   if (report) faults_.Take(*report, Clock::now());
+}
+
+void ScreenWorker::AcceptHost(std::span<const std::uint8_t> payload) {
+  const std::optional<host_report_t> report = ReadHostReport(payload);
+  const std::lock_guard lock(mutex_);
+  if (!report) return;
+  host_.Accept(*report, Clock::now());
+  UpdateDataState(Clock::now());
+}
+
+void ScreenWorker::AcceptProgram(std::span<const std::uint8_t> payload) {
+  const std::optional<program_state_t> state = ReadProgramState(payload);
+  if (!state) return;
+  const std::lock_guard lock(mutex_);
+  if (state->isRunning) return host_.NoteProgramStart(state->since);
+  programHeard_ = false;
+  lastProgramMessage_ = {};
+  UpdateDataState(Clock::now());
 }
 
 void ScreenWorker::AcceptMark(std::span<const std::uint8_t> payload) {
@@ -267,7 +290,8 @@ void ScreenWorker::UpdateDataState(Clock::time_point now) {
   faults_.Expire(now);
   model_.UpdateDataState({.isProgramSilent = hasEnded || !programHeard_ || IsBehind(now),
                           .hasProgramEnded = hasEnded,
-                          .isBusReceived = faults_.IsBusReceived()});
+                          .isBusReceived = host_.IsBusReceived(now),
+                          .areValuesFresh = host_.AreValuesFresh(now)});
   model_.LeaveForLostLink();
 }
 

@@ -2,7 +2,7 @@
 //
 // | thread       | what it does                                                                       |
 // |--------------|------------------------------------------------------------------------------------|
-// | subscriber   | takes widget messages, events, changes of the database, the active faults, marks   |
+// | subscriber   | takes messages of the application, the database, the bus service, and marks        |
 // | compositor   | takes the drawings' messages and answers them                                      |
 // | requests     | answers requests for the state and the picture; draws without the lock             |
 // | pace         | every 20 ms: overdue texts, state of the data, actions, changes, a changed design  |
@@ -33,6 +33,7 @@
 #include "unit/screen/design/screen_model.h"
 #include "unit/screen/service/action_poster.h"
 #include "unit/screen/service/fault_feed.h"
+#include "unit/screen/service/host_feed.h"
 #include "unit/screen/service/message_server.h"
 #include "unit/screen/service/page_memory.h"
 #include "unit/screen/service/variable_feed.h"
@@ -64,6 +65,8 @@ class ScreenWorker {
   void AcceptVariable(std::span<const std::uint8_t> payload);
   void AcceptFaults(std::span<const std::uint8_t> payload);
   void AcceptMark(std::span<const std::uint8_t> payload);
+  void AcceptHost(std::span<const std::uint8_t> payload);
+  void AcceptProgram(std::span<const std::uint8_t> payload);
   // compositor and requests
   message_reply_t AcceptDrawing(std::span<const std::uint8_t> message);
   message_reply_t Answer(std::span<const std::uint8_t> message);
@@ -91,6 +94,7 @@ class ScreenWorker {
   ScreenModel model_;
   VariableFeed variables_;
   FaultFeed faults_;
+  HostFeed host_;
   PictureStore pictures_;
   Compositor compositor_;
   Clock::time_point lastProgramMessage_{Clock::now()}, lastStep_{lastProgramMessage_};

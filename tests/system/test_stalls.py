@@ -1,0 +1,124 @@
+"""The screen goes on while a console is not read, and while the log of the bus cannot be written."""
+
+import contextlib
+import fcntl
+import os
+import re
+import resource
+import signal
+import subprocess
+
+import pytest
+
+from desk import ADDRESSES, BIN, CONFIG, PATIENCE, cmd2, wait_for
+
+SMALLEST_PIPE = 4096
+BAD_FRAMES = 600
+LOG_LINE = re.compile(r"\(\d+\.\d{6}\) \S+ [0-9A-F]{8}#[0-9A-F]*")
+
+
+@contextlib.contextmanager
+def full_pipe():
+    """A pipe that holds little and is never read."""
+    reading, writing = os.pipe()
+    fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, SMALLEST_PIPE)
+    yield writing
+    os.close(reading)
+
+
+@contextlib.contextmanager
+def halted_terminal():
+    """A terminal in which somebody has pressed Ctrl-S."""
+    keyboard, terminal = os.openpty()
+    os.write(keyboard, b"\x13")
+    yield terminal
+    os.close(keyboard)
+
+
+@contextlib.contextmanager
+def unread(console, runtime, *arguments):
+    """A process that prints to a console which nobody reads."""
+    env = dict(os.environ, ORVIK_RUNTIME_DIR=str(runtime), ORVIK_ROOT=str(runtime / "root"))
+    with console() as descriptor:
+        child = subprocess.Popen([str(a) for a in arguments], stdin=subprocess.DEVNULL, stdout=descriptor,
+                                 stderr=descriptor, env=env)
+        os.close(descriptor)
+        try:
+            yield child
+        finally:
+            child.kill()
+            child.wait()
+
+
+def start_unread(desk, program, console):
+    if program == "orvik":
+        desk.start_unit()
+        return unread(console, desk.runtime, BIN / "orvik", CONFIG / "generic.xml")
+    return unread(console, desk.runtime, BIN / "unit", "run", "--no-host", "--config", CONFIG, *ADDRESSES)
+
+
+def wait_load(desk, load, seconds=10):
+    wait_for(lambda: desk.widget("orvikTextWidgetLoad") == f"{load:7,}", f"the load {load}", seconds)
+
+
+@pytest.mark.parametrize("console", [full_pipe, halted_terminal])
+@pytest.mark.parametrize("program,request_to_end", [("orvik", signal.SIGUSR1), ("unit", signal.SIGTERM)])
+def test_a_console_that_nobody_reads_stops_nothing(make_desk, program, request_to_end, console):
+    desk = make_desk(orvik=False, apart=True, parts=())
+    with start_unread(desk, program, console) as child:
+        wait_for(lambda: (desk.runtime / "http.address").exists() and desk.request("GET", "/api/screen")[0] == 200,
+                 "the panel", 20)
+        bus = desk.go_to("Main")
+        for step in range(BAD_FRAMES):
+            bus.send_message([7, 15, 200 - step % 50])  # each prints a line
+        bus.send_message(cmd2(load=23500))
+        wait_load(desk, 23500, 2)
+        child.send_signal(request_to_end)
+        assert child.wait(20 * PATIENCE) == 0
+
+
+def detail_of_the_bus(desk):
+    return next(each["detail"] for each in desk.get("/api/health")["services"] if each["name"] == "j1939")
+
+
+def send_loads(desk, bus, load, frames=300):
+    for step in range(frames):
+        bus.send_message(cmd2(load=100 * step))
+        bus.pass_over()
+    bus.send_message(cmd2(load=load))
+    wait_load(desk, load)
+
+
+def test_a_record_goes_to_a_fifo_when_it_is_read_and_holds_up_nothing_before(make_desk, tmp_path):
+    fifo = tmp_path / "record"
+    os.mkfifo(fifo)
+    desk = make_desk("--record", fifo)
+    bus = desk.go_to("Main")
+    send_loads(desk, bus, 23500)
+    wait_for(lambda: detail_of_the_bus(desk) == f"the record {fifo} is not written: nobody reads it", "the detail")
+    with open(fifo) as record:
+        assert LOG_LINE.fullmatch(record.readline().rstrip("\n"))
+        send_loads(desk, bus, 27600)  # more than the pipe holds
+        desk.unit.child.send_signal(signal.SIGTERM)
+        assert desk.unit.wait_exit() == 0
+
+
+def test_a_record_on_a_full_disk_goes_on_when_there_is_room_again(make_desk, tmp_path):
+    file = tmp_path / "bus.log"
+    desk = make_desk("--record", file)
+    bus = desk.go_to("Main")
+    process = desk.unit.child.pid
+    before = resource.prlimit(process, resource.RLIMIT_FSIZE)
+    # The kernel writes a part of the line that reaches the limit.
+    resource.prlimit(process, resource.RLIMIT_FSIZE, (file.stat().st_size + 1000, before[1]))
+    send_loads(desk, bus, 23500)
+    wait_for(lambda: detail_of_the_bus(desk).startswith(f"the record {file} is not written: "), "the detail")
+    assert desk.get("/api/health")["up"]
+    resource.prlimit(process, resource.RLIMIT_FSIZE, before)
+    desk.unit.wait_line(f"the record {file} is written again; 0 lines are lost", desk.unit.err)
+    wait_for(lambda: detail_of_the_bus(desk) == "", "no problem")
+    desk.orvik.stop(signal.SIGKILL)
+    desk.unit.stop()
+    lines = file.read_text().splitlines()
+    assert [line for line in lines if not LOG_LINE.fullmatch(line)] == []
+    assert sum(" 18FF00D0#" in line for line in lines) >= 300 * 5
