@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 
 #include "platform/paths.h"
 
@@ -10,11 +11,19 @@
 namespace base {
 namespace {
 
+// Empty where there is no runtime directory.
 std::string PathOf(const char* file) {
-  return platform::RuntimeDirectory() + "/" + file;
+  const std::string directory = platform::RuntimeDirectory();
+  return directory.empty() ? directory : directory + "/" + file;
 }
 
 }  // namespace
+
+std::string RuntimePath(const char* file) {
+  const std::string path = PathOf(file);
+  if (path.empty()) throw std::runtime_error(platform::RuntimeDirectoryProblem());
+  return path;
+}
 
 std::string ReadAddressFile(const char* file) {
   std::string address;

@@ -12,9 +12,12 @@ namespace {
 
 constexpr const char* DEFAULT_ADDRESS = "127.0.0.1:29536";
 
-std::string LocalAddress() {
+std::unique_ptr<Endpoint> OpenLocalBus() {
+  auto endpoint = OpenLocalSocketcand(base::RuntimePath(base::BUS_SOCKET_FILE));
+  if (endpoint) return endpoint;
   const std::string address = base::ReadAddressFile(base::BUS_ADDRESS_FILE);
-  return address.empty() ? DEFAULT_ADDRESS : address;
+  return OpenSocketcand(address.empty() ? DEFAULT_ADDRESS : address,
+                        "start the unit with `unit run`, or name another bus");
 }
 
 // Sets `rest` to the part after "KIND:"; false when the description is of another kind.
@@ -37,9 +40,7 @@ Endpoint::result_t Endpoint::SendAll(std::span<const frame_t> frames, int timeou
 
 std::unique_ptr<Endpoint> OpenEndpoint(const std::string& description) {
   std::string rest;
-  if (description == "local") {
-    return OpenSocketcand(LocalAddress(), "start the unit with `unit run`, or name another bus");
-  }
+  if (description == "local") return OpenLocalBus();
   if (TakeKind(description, "socketcan", rest)) return OpenKernelInterface(rest);
   if (TakeKind(description, "socketcand", rest)) return OpenSocketcand(rest, "start a socketcand server there");
   throw std::runtime_error("\"" + description +

@@ -37,8 +37,9 @@ class Endpoint {
 };
 
 // Opens a station by its description: "socketcan:IFACE", "socketcand:HOST:PORT" (bus "can0"), or "local" for
-// the unit of this runtime directory, whose address is in the file socketcand.address there, else
-// 127.0.0.1:29536. Throws std::runtime_error with the problem and what to do about it.
+// the unit of this runtime directory: through its socket bus.socket; where there is none, at the address in the
+// file socketcand.address, else at 127.0.0.1:29536. Throws std::runtime_error with the problem and what to do
+// about it.
 std::unique_ptr<Endpoint> OpenEndpoint(const std::string& description);
 
 }  // namespace bus

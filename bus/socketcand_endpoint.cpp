@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
 #include <stdexcept>
 
 #include <netdb.h>
@@ -12,6 +13,8 @@
 #include <sys/socket.h>
 
 #include "base/host_port.h"
+#include "base/local_socket.h"
+#include "bus/bus_token.h"
 #include "bus/can_frame.h"
 #include "bus/echo_window.h"
 #include "bus/socketcand_text.h"
@@ -27,12 +30,21 @@ constexpr int PARTING_LIMIT_MS = 60'000;  // in all, while the server still send
 constexpr std::size_t READ_BYTES = 16384;
 constexpr std::string_view ECHO = "< echo >";
 
+constexpr const char* TOKEN_VARIABLE = "ORVIK_BUS_TOKEN";
+
+std::string DescribeRefusal(const std::string& address, const std::string& message) {
+  const bool ofToken = message.find("token") != std::string::npos;
+  return address + " refused the bus can0: " + message +
+         (ofToken ? std::string("; name the file with the bus's token in ") + TOKEN_VARIABLE : std::string());
+}
+
 class SocketcandEndpoint : public Endpoint {
  public:
   SocketcandEndpoint(base::Descriptor socket, std::string address)
       : socket_(std::move(socket)), address_(std::move(address)) {}
   ~SocketcandEndpoint() override;
-  void Greet();
+  // `token`: what the server may ask for; empty: nothing.
+  void Greet(const std::string& token);
   result_t Send(const frame_t& frame, int timeout_ms) override { return SendAll({&frame, 1}, timeout_ms); }
   result_t SendAll(std::span<const frame_t> frames, int timeout_ms) override;
   result_t Receive(frame_t& frame, int timeout_ms) override;
@@ -151,8 +163,7 @@ void SocketcandEndpoint::Expect(const std::string& answer, const Deadline& deadl
   for (; result == result_t::OK; result = ReadMore(deadline)) {
     while (splitter_.Next(message_)) {
       if (message_ == answer) return;
-      if (message_.starts_with("< error"))
-        throw std::runtime_error(address_ + " refused the bus can0: " + message_);
+      if (message_.starts_with("< error")) throw std::runtime_error(DescribeRefusal(address_, message_));
     }
   }
   const std::string what = result == result_t::DOWN ? problem_.Get() : address_ + " does not answer";
@@ -165,9 +176,10 @@ void SocketcandEndpoint::Ask(const std::string& request, const Deadline& deadlin
   Expect("< ok >", deadline);
 }
 
-void SocketcandEndpoint::Greet() {
+void SocketcandEndpoint::Greet(const std::string& token) {
   const Deadline deadline(CONNECT_TIMEOUT_MS);
   Expect("< hi >", deadline);
+  if (!token.empty()) Ask(FormatTokenMessage(token), deadline);
   Ask("< open can0 >", deadline);
   Ask("< rawmode >", deadline);
 }
@@ -231,8 +243,18 @@ std::unique_ptr<Endpoint> OpenSocketcand(const std::string& address, const std::
   // Small packets are sent at once: a frame must not wait for the next one.
   const int on = 1;
   ::setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  const char* file = std::getenv(TOKEN_VARIABLE);
   auto endpoint = std::make_unique<SocketcandEndpoint>(std::move(socket), address);
-  endpoint->Greet();
+  endpoint->Greet(file != nullptr && *file != '\0' ? ReadBusToken(file) : std::string());
+  return endpoint;
+}
+
+std::unique_ptr<Endpoint> OpenLocalSocketcand(const std::string& path) {
+  base::Descriptor socket = base::ConnectLocally(path);
+  if (socket.Get() < 0 && (errno == ENOENT || errno == ECONNREFUSED)) return nullptr;
+  if (socket.Get() < 0) throw std::runtime_error(path + ": " + ErrorText(errno));
+  auto endpoint = std::make_unique<SocketcandEndpoint>(std::move(socket), path);
+  endpoint->Greet({});
   return endpoint;
 }
 

@@ -1,5 +1,7 @@
 #include "bus/socketcand_text.h"
 
+#include <algorithm>
+
 #include "bus/text_fields.h"
 
 namespace bus {
@@ -14,6 +16,14 @@ std::optional<FieldReader> OpenMessage(std::string_view message, std::string_vie
   FieldReader fields(message.substr(1, message.size() - 2));
   if (fields.Next() != verb) return std::nullopt;
   return fields;
+}
+
+bool IsWhiteSpace(char character) {
+  return character == ' ' || character == '\t' || character == '\r' || character == '\n';
+}
+
+bool IsMessageCharacter(char character) {
+  return IsWhiteSpace(character) || (character > ' ' && character <= '~');
 }
 
 }  // namespace
@@ -63,7 +73,7 @@ std::string FormatSocketcandFrame(const frame_t& frame) {
 }
 
 void SocketcandSplitter::Feed(std::string_view bytes) {
-  buffer_.append(bytes);
+  if (!foreign_) buffer_.append(bytes);
 }
 
 // Drops the bytes before a message that has begun but not ended; drops that message too where it is too long.
@@ -75,10 +85,29 @@ void SocketcandSplitter::KeepFrom(std::size_t open) {
   start_ = 0;
 }
 
+// Whether the bytes from the last message up to `close` are of another protocol. `open` and `close` are npos
+// where there is no such bracket yet.
+bool SocketcandSplitter::Refuses(std::size_t open, std::size_t close) const {
+  if (rule_ == foreign_bytes_t::SKIP) return false;
+  const std::string_view bytes(buffer_);
+  const std::size_t begin = std::min(open, bytes.size());
+  const std::string_view message = bytes.substr(begin, close == std::string::npos ? close : close + 1 - begin);
+  const std::string_view between = bytes.substr(start_, begin - start_);
+  return !std::ranges::all_of(between, IsWhiteSpace) || !std::ranges::all_of(message, IsMessageCharacter) ||
+         message.size() > MOST_MESSAGE_BYTES || message.find('<', 1) != std::string_view::npos;
+}
+
 bool SocketcandSplitter::Next(std::string& message) {
-  for (;;) {
+  while (!foreign_) {
     const std::size_t open = buffer_.find('<', start_);
     const std::size_t close = open == std::string::npos ? open : buffer_.find_first_of("<>", open + 1);
+    if (Refuses(open, close)) {
+      foreign_ = true;
+      ++dropped_;
+      buffer_.clear();
+      start_ = 0;
+      return false;
+    }
     if (close == std::string::npos) {
       KeepFrom(open);
       return false;
@@ -91,6 +120,7 @@ bool SocketcandSplitter::Next(std::string& message) {
     }
     ++dropped_;
   }
+  return false;
 }
 
 }  // namespace bus

@@ -18,18 +18,33 @@ std::string FormatSocketcandSend(const frame_t& frame);
 std::optional<frame_t> ParseSocketcandFrame(std::string_view message);
 std::string FormatSocketcandFrame(const frame_t& frame);
 
-// Splits a byte stream into "< ... >" messages. Skips bytes outside brackets; drops and counts messages of more
-// than 256 bytes.
+// Splits a byte stream into "< ... >" messages of at most 256 bytes.
 class SocketcandSplitter {
  public:
+  // What to do with anything else: white space between messages is always allowed, and printable characters
+  // inside them.
+  //  SKIP    passes over bytes outside brackets; drops and counts messages that are too long. A client does so,
+  //          because servers differ.
+  //  REFUSE  takes the stream for one of another protocol: no further message comes out of it. A server does
+  //          so, because a web page can make a browser send an HTTP request to any port, with messages in its
+  //          body.
+  enum class foreign_bytes_t { SKIP, REFUSE };
+
+  explicit SocketcandSplitter(foreign_bytes_t rule = foreign_bytes_t::SKIP) : rule_(rule) {}
+
   void Feed(std::string_view bytes);
   // Sets `message` to the next whole message with its brackets; false when there is none yet.
   bool Next(std::string& message);
   std::uint64_t Dropped() const { return dropped_; }
+  // Next has refused the stream.
+  bool IsForeign() const { return foreign_; }
 
  private:
   void KeepFrom(std::size_t open);
+  bool Refuses(std::size_t open, std::size_t close) const;
 
+  const foreign_bytes_t rule_;
+  bool foreign_ = false;
   std::string buffer_;
   std::size_t start_ = 0;
   std::uint64_t dropped_ = 0;

@@ -17,6 +17,12 @@ bool IsLoopbackName(std::string_view host) {
   return host == "localhost" || host == "::1" || IsLoopbackIpv4(host);
 }
 
+bool IsOwnOrigin(std::string_view origin, std::string_view host) {
+  constexpr std::string_view SCHEME = "http://";
+  if (origin.empty()) return true;
+  return origin.starts_with(SCHEME) && origin.substr(SCHEME.size()) == host;
+}
+
 }  // namespace
 
 address_t ParseAddress(const std::string& text) {
@@ -33,10 +39,10 @@ bool IsLoopbackHost(std::string_view host) {
   return IsLoopbackName(base::HostOf(host));
 }
 
-bool IsOwnOrigin(std::string_view origin, std::string_view host) {
-  constexpr std::string_view SCHEME = "http://";
-  if (origin.empty()) return true;
-  return origin.starts_with(SCHEME) && origin.substr(SCHEME.size()) == host;
+bool IsOwnRequest(const request_source_t& source, std::string_view host) {
+  if (!IsOwnOrigin(source.origin, host)) return false;
+  if (source.site.empty() || source.site == "same-origin" || source.site == "none") return true;
+  return source.mode == "navigate" && source.path == "/" && source.origin.empty();
 }
 
 }  // namespace http

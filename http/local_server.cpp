@@ -44,6 +44,13 @@ std::string Explain(int status, const std::string& guide) {
   return status == TOO_LARGE ? "the body is larger than any request here" : "the request cannot be understood";
 }
 
+bool IsOfOwnPage(const request_t& request, const std::string& host) {
+  const std::string origin = request.get_header_value("Origin");
+  const std::string site = request.get_header_value("Sec-Fetch-Site");
+  const std::string mode = request.get_header_value("Sec-Fetch-Mode");
+  return IsOwnRequest({origin, site, mode, request.path}, host);
+}
+
 std::string ErrorJson(const std::string& text) {
   return base::DumpJson({{"error", text}});
 }
@@ -77,7 +84,11 @@ void LocalServer::Configure() {
   server_->set_payload_max_length(options_.mostBody);
   server_->set_tcp_nodelay(true);
   server_->set_socket_options([](int descriptor) { SetSocketOptions(descriptor); });
-  httplib::Headers headers = {{"Cache-Control", "no-store"}, {"X-Content-Type-Options", "nosniff"}};
+  httplib::Headers headers = {{"Cache-Control", "no-store"},
+                              {"X-Content-Type-Options", "nosniff"},
+                              {"Cross-Origin-Resource-Policy", "same-origin"},
+                              {"Cross-Origin-Opener-Policy", "same-origin"},
+                              {"Referrer-Policy", "no-referrer"}};
   headers.insert(options_.headers.begin(), options_.headers.end());
   server_->set_default_headers(std::move(headers));
   SetHandlers();
@@ -98,11 +109,12 @@ void LocalServer::SetHandlers() {
 bool LocalServer::Admit(const request_t& request, response_t& response) {
   ++requests_;
   const std::string host = request.get_header_value("Host");
-  const bool reads = request.method == "GET" || request.method == "HEAD";
-  if (!IsLoopbackHost(host)) {
+  if (request.get_header_value_count("Host") != 1 || !IsLoopbackHost(host)) {
     Fail(response, FORBIDDEN, options_.name + " answers to the names of this machine's loopback only");
-  } else if (!reads && !IsOwnOrigin(request.get_header_value("Origin"), host)) {
-    Fail(response, FORBIDDEN, "requests that change something are refused from other origins");
+  } else if (!IsOfOwnPage(request, host)) {
+    Fail(response, FORBIDDEN, "requests of other sites' pages are refused; open " + options_.name + " itself");
+  } else if (request.is_multipart_form_data()) {
+    Fail(response, BAD_TYPE, "no request here has a body of several parts; send application/json");
   } else {
     return true;
   }
@@ -124,6 +136,7 @@ void LocalServer::Post(const std::string& path, post_t answer) {
 
 void LocalServer::Listen(const address_t& address) {
   address_ = address;
+  base::RemoveAddressFile(options_.addressFile);  // of a server that was killed
   Bind();
   thread_ = std::thread([this] { server_->listen_after_bind(); });
   if (!base::WriteAddressFile(options_.addressFile, base::FormatHostPort(address_))) {

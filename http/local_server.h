@@ -30,6 +30,7 @@ enum status_code_t : int {
   FORBIDDEN = 403,
   NOT_FOUND = 404,
   TOO_LARGE = 413,
+  BAD_TYPE = 415,
   UNAVAILABLE = 503,
 };
 
@@ -45,9 +46,10 @@ struct server_options_t {
   std::map<std::string, std::string> headers;  // of every answer, beside the server's own
 };
 
-// Answers 403 to a Host other than the loopback's names and to a request of another origin that would change
-// something, and 413 to a body that is too large. Serves one request on each connection, so that no idle
-// browser keeps a thread.
+// Answers 403 to a Host other than the loopback's names and to a request of another site's page, 413 to a body
+// that is too large and 415 to one of several parts, which no request here has. No answer lets the pages of
+// other sites read it (CORS) or show it (Cross-Origin-Resource-Policy). Serves one request on each connection,
+// so that no idle browser keeps a thread.
 class LocalServer {
  public:
   // Both are called on a thread of the server's pool.

@@ -3,6 +3,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "platform/process.h"
+
 #include "host/commands/command_lines.h"
 #include "host/protocol/errors.h"
 
@@ -29,6 +31,7 @@ int RunProgram(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  platform::RestrictProcess();
   try {
     return RunProgram(argc, argv);
   } catch (const host::UsageError& error) {

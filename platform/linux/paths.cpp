@@ -2,6 +2,8 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <sstream>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +12,7 @@ namespace platform {
 namespace {
 
 constexpr mode_t PRIVATE = 0700;
+constexpr mode_t OF_OTHERS = 077;
 
 std::string Environment(const char* name) {
   const char* value = std::getenv(name);
@@ -24,25 +27,49 @@ bool CreateDirectories(const std::string& path) {
   return CreateDirectories(path.substr(0, slash)) && (mkdir(path.c_str(), PRIVATE) == 0 || errno == EEXIST);
 }
 
-bool IsOurDirectory(const struct stat& status) {
-  if (S_ISDIR(status.st_mode) && status.st_uid == geteuid()) return true;
-  errno = S_ISDIR(status.st_mode) ? EACCES : ENOTDIR;
-  return false;
+std::string ParentOf(const std::string& path) {
+  const auto slash = path.find_last_of('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-// A directory that the user chose. A symbolic link to a directory is allowed.
-std::string ChosenDirectory(const std::string& path) {
+std::string Octal(mode_t mode) {
+  std::ostringstream text;
+  text << '0' << std::oct << (mode & 07777U);
+  return text.str();
+}
+
+// What is wrong with a directory that exists; empty where it is for this user alone.
+std::string CheckPrivate(const std::string& path) {
   struct stat status {};
-  if (!CreateDirectories(path) || stat(path.c_str(), &status) != 0 || !IsOurDirectory(status)) return {};
+  if (lstat(path.c_str(), &status) != 0) return std::string("cannot be read: ") + std::strerror(errno);
+  if (S_ISLNK(status.st_mode)) return "is a symbolic link, which may lead elsewhere later";
+  if (!S_ISDIR(status.st_mode)) return "is not a directory";
+  if (status.st_uid != geteuid()) return "belongs to another user (uid " + std::to_string(status.st_uid) + ")";
+  if ((status.st_mode & OF_OTHERS) != 0) {
+    return "is open to other users (mode " + Octal(status.st_mode) + "); close it with: chmod 0700 " + path;
+  }
+  // In a directory like /tmp the sticky bit keeps other users from replacing it.
+  if (stat(ParentOf(path).c_str(), &status) == 0 && (status.st_mode & S_IWOTH) != 0 &&
+      (status.st_mode & S_ISVTX) == 0) {
+    return "can be replaced by other users, because everybody may write to the directory around it";
+  }
+  return {};
+}
+
+std::string ChosenPath() {
+  std::string path = Environment("ORVIK_RUNTIME_DIR");
+  const std::string session = Environment("XDG_RUNTIME_DIR");
+  if (path.empty()) path = session.empty() ? "/tmp/orvik-" + std::to_string(geteuid()) : session + "/orvik";
+  // With a slash at its end, a symbolic link would be followed.
+  while (path.size() > 1 && path.ends_with('/')) path.pop_back();
   return path;
 }
 
-// Every user can write to /tmp, so a symbolic link of another user must not be followed.
-std::string FallbackDirectory() {
-  std::string path = "/tmp/orvik-" + std::to_string(geteuid());
-  struct stat status {};
-  if (!CreateDirectories(path) || lstat(path.c_str(), &status) != 0 || !IsOurDirectory(status)) return {};
-  return path;
+// Makes the directory where it does not exist, and returns what is wrong with it.
+std::string PrepareDirectory(const std::string& path) {
+  if (!CreateDirectories(path)) return std::string("cannot be made: ") + std::strerror(errno);
+  return CheckPrivate(path);
 }
 
 }  // namespace
@@ -55,13 +82,16 @@ std::string ResolveUnitPath(std::string_view path) {
 }
 
 std::string RuntimeDirectory() {
-  if (const std::string chosen = Environment("ORVIK_RUNTIME_DIR"); !chosen.empty()) {
-    return ChosenDirectory(chosen);
-  }
-  if (const std::string session = Environment("XDG_RUNTIME_DIR"); !session.empty()) {
-    return ChosenDirectory(session + "/orvik");
-  }
-  return FallbackDirectory();
+  const std::string path = ChosenPath();
+  return PrepareDirectory(path).empty() ? path : std::string();
+}
+
+std::string RuntimeDirectoryProblem() {
+  const std::string path = ChosenPath();
+  const std::string problem = PrepareDirectory(path);
+  if (problem.empty()) return {};
+  return "the runtime directory " + path + " " + problem +
+         ". Set ORVIK_RUNTIME_DIR to a folder of your own (mode 0700).";
 }
 
 }  // namespace platform

@@ -15,6 +15,10 @@ std::string RuntimeDirectory() {
   return {};
 }
 
+std::string RuntimeDirectoryProblem() {
+  return {};
+}
+
 void RemoveRuntimeLeftovers() {}
 
 }  // namespace platform

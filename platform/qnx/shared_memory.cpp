@@ -9,6 +9,10 @@ int OpenSharedObject(const char* name, int flags, mode_t mode) {
   return shm_open(name, flags, mode);
 }
 
+std::string DescribeObstacle(const char* /*name*/) {
+  return {};
+}
+
 int UnlinkSharedObject(const char* name) {
   return shm_unlink(name);
 }

@@ -90,7 +90,7 @@ def test_malformed_bus_clients_are_answered_and_bounded(desk):
     host, port = desk.address("socketcand").rsplit(":", 1)
     with socket.create_connection((host, int(port)), 5) as stray:
         stray.settimeout(5)
-        stray.sendall(b"< open nowhere >< send >< send 1 9 0 >< what >" + b"<" + b"x" * 100_000)
         assert b"hi" in stray.recv(65536)
+        stray.sendall(b"< open nowhere >< send >< send 1 9 0 >< what >" + b"<" + b"x" * 100_000)
         bus = desk.bus()
         assert bus.ask([7, 7]) == ["00 01 00 ff ff ff ff ff"]

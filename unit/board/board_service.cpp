@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "platform/board_state.h"
+#include "platform/shared_memory.h"
 
 #include "bus/can_frame.h"
 #include "bus/key_log.h"
@@ -53,9 +54,13 @@ class BoardService : public Service {
     mapping_ = std::make_unique<platform::BoardMapping>(platform::BoardMapping::role_t::OWNER);
     if (mapping_->Get() == nullptr) {
       mapping_.reset();
+      const std::string obstacle = platform::DescribeObstacle(platform::BOARD_OBJECT_NAME);
       throw std::runtime_error(
-          "the board's shared memory cannot be made. Another unit runs in this runtime directory; stop it, or "
-          "set ORVIK_RUNTIME_DIR to another one.");
+          "the board's shared memory cannot be made. " +
+          (obstacle.empty()
+               ? "Another unit runs in this runtime directory; stop it, or set ORVIK_RUNTIME_DIR to "
+                 "another one."
+               : obstacle));
     }
     StartParts(*mapping_->Get());
     stopping_ = false;

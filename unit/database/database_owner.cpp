@@ -162,8 +162,9 @@ void MakeDatabase(std::span<const parameter_t> parameters) {
   if (state == database_state_t::ORPHAN) platform::UnlinkSharedObject(OBJECT_NAME);
   DBSHM::Init();
   if (DBSHM::getMemoryPtr() == nullptr || DBSHM::getPid() != getpid()) {
-    throw std::runtime_error(
-        "cannot make the parameter database; is there room in shared memory (df /dev/shm)?");
+    const std::string obstacle = platform::DescribeObstacle(OBJECT_NAME);
+    throw std::runtime_error("cannot make the parameter database; " +
+                             (obstacle.empty() ? "is there room in shared memory (df /dev/shm)?" : obstacle));
   }
   FillDatabase(parameters);
   made = {IdentifyDatabase(), DBSHM::getChid()};

@@ -7,6 +7,7 @@
 #include "platform/paths.h"
 
 #include "base/address_file.h"
+#include "bus/bus_token.h"
 #include "unit/j1939/socketcand_session.h"
 
 namespace unit {
@@ -51,7 +52,11 @@ void BusLink::Close() {
 }
 
 void BusLink::OpenLocalBus() {
-  localBus_ = std::make_shared<LocalBus>(options_.socketcandAddress);
+  const std::string& tokenFile = options_.busTokenFile;
+  localBus_ = std::make_shared<LocalBus>(
+      local_bus_options_t{.address = options_.socketcandAddress,
+                          .socketPath = base::RuntimePath(base::BUS_SOCKET_FILE),
+                          .token = tokenFile.empty() ? std::string() : bus::ReadBusToken(tokenFile)});
   if (!base::WriteAddressFile(base::BUS_ADDRESS_FILE, localBus_->Address())) {
     throw std::runtime_error("cannot write the bus's address into " + platform::RuntimeDirectory());
   }

@@ -33,8 +33,7 @@ using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
 constexpr int RECEIVE_TIMEOUT_MS = 200;
-// Longer than the local bus waits for a station that does not read: the frame goes out once the bus has dropped
-// that station.
+// For a kernel bus whose queue is full. The local bus takes a frame at once.
 constexpr int SEND_TIMEOUT_MS = 2500;
 constexpr auto REPORT_PERIOD = 100ms;
 constexpr auto RETRY_PERIOD = 500ms;

@@ -2,20 +2,15 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <stdexcept>
 #include <utility>
 
-#include <netdb.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "base/host_port.h"
 #include "bus/socketcand_text.h"
 
 namespace unit {
@@ -23,69 +18,17 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr std::size_t READ_SIZE = 4096;    // at most some 340 frames in one step
-constexpr int SOCKET_BUFFER = 256 * 1024;  // what the kernel holds for a station that does not read
-constexpr int BACKLOG = 16;
-constexpr std::size_t FIRST_STATION = 2;  // its index among the polled descriptors
-
-std::string Name(const sockaddr* address, socklen_t size) {
-  std::array<char, NI_MAXHOST> host{};
-  std::array<char, NI_MAXSERV> port{};
-  getnameinfo(address, size, host.data(), host.size(), port.data(), port.size(),
-              NI_NUMERICHOST | NI_NUMERICSERV);
-  return base::FormatHostPort({host.data(), std::atoi(port.data())});
-}
-
-bool IsLoopback(const sockaddr* address) {
-  if (address->sa_family == AF_INET) {
-    sockaddr_in v4{};
-    std::memcpy(&v4, address, sizeof v4);
-    return ntohl(v4.sin_addr.s_addr) >> 24U == IN_LOOPBACKNET;
-  }
-  sockaddr_in6 v6{};
-  if (address->sa_family == AF_INET6) std::memcpy(&v6, address, sizeof v6);
-  return address->sa_family == AF_INET6 && IN6_IS_ADDR_LOOPBACK(&v6.sin6_addr);
-}
-
-base::host_port_t ParsePlace(const std::string& address) {
-  try {
-    return base::ParseHostPort(address);
-  } catch (const std::runtime_error& error) {
-    throw std::runtime_error("\"" + address + "\" is no address: " + error.what() + "; write HOST:PORT");
-  }
-}
-
-// The first address that the system finds for "HOST:PORT".
-class ResolvedAddress {
- public:
-  explicit ResolvedAddress(const std::string& address) {
-    const base::host_port_t place = ParsePlace(address);
-    addrinfo hints{};
-    hints.ai_socktype = SOCK_STREAM;
-    const int error = getaddrinfo(place.host.c_str(), std::to_string(place.port).c_str(), &hints, &list_);
-    if (error != 0) {
-      throw std::runtime_error("\"" + address + "\": " + gai_strerror(error) + "; write HOST:PORT");
-    }
-  }
-  ~ResolvedAddress() { freeaddrinfo(list_); }
-  ResolvedAddress(const ResolvedAddress&) = delete;
-  ResolvedAddress& operator=(const ResolvedAddress&) = delete;
-  const addrinfo& Get() const { return *list_; }
-
- private:
-  addrinfo* list_ = nullptr;
-};
-
-[[noreturn]] void FailToListen(const std::string& address, int error) {
-  throw std::runtime_error("cannot listen on " + address + ": " + std::strerror(error) +
-                           "; choose another address with --socketcand 127.0.0.1:PORT (port 0: any free one)");
-}
+constexpr std::size_t READ_SIZE = 4096;                     // at most some 340 frames in one step
+constexpr std::size_t FIRST_STATION = 3;                    // its index among the polled descriptors
+constexpr std::array DOORS = {door_t::TCP, door_t::LOCAL};  // in the order of the polled descriptors from 1 on
 
 }  // namespace
 
-LocalBus::LocalBus(const std::string& address) : wake_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
+LocalBus::LocalBus(const local_bus_options_t& options)
+    : options_(options),
+      listener_(options.address, options.socketPath),
+      wake_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
   if (wake_.Get() < 0) throw std::runtime_error(std::string("cannot make an event: ") + std::strerror(errno));
-  Listen(address);
   thread_ = std::thread([this] { Run(); });
 }
 
@@ -95,32 +38,10 @@ LocalBus::~LocalBus() {
   thread_.join();
 }
 
-void LocalBus::Listen(const std::string& address) {
-  const ResolvedAddress resolved(address);
-  const addrinfo& info = resolved.Get();
-  if (!IsLoopback(info.ai_addr)) {
-    throw std::runtime_error("the bus may be served on the loopback only, not on " + address +
-                             "; use --socketcand 127.0.0.1:PORT");
-  }
-  listener_ = base::Descriptor(socket(info.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-  const int on = 1;
-  setsockopt(listener_.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  if (bind(listener_.Get(), info.ai_addr, info.ai_addrlen) != 0 || listen(listener_.Get(), BACKLOG) != 0) {
-    FailToListen(address, errno);
-  }
-  sockaddr_storage bound{};
-  socklen_t size = sizeof bound;
-  auto* name = reinterpret_cast<sockaddr*>(&bound);
-  if (getsockname(listener_.Get(), name, &size) != 0) FailToListen(address, errno);
-  address_ = Name(name, size);
-}
-
 // --- The unit's own station
 
-bus::Endpoint::result_t LocalBus::Send(const bus::frame_t& frame, int timeout_ms) {
-  std::unique_lock lock(mutex_);
-  const auto isFree = [this] { return !AnyStationFull(); };
-  if (!roomAgain_.wait_for(lock, std::chrono::milliseconds(timeout_ms), isFree)) return result_t::TIMEOUT;
+bus::Endpoint::result_t LocalBus::Send(const bus::frame_t& frame, int /*timeout_ms*/) {
+  const std::lock_guard lock(mutex_);
   Broadcast(frame, nullptr);
   FlushAll();
   Wake();  // to send later what the sockets did not accept
@@ -160,6 +81,7 @@ std::map<std::string, std::uint64_t> LocalBus::Counters() const {
   return {{"stations", stations_.size()},
           {"stations.refused", refusedStations_},
           {"stations.dropped", droppedStations_},
+          {"stations.expelled", expelledStations_},
           {"messages.refused", refused}};
 }
 
@@ -177,20 +99,23 @@ void LocalBus::Run() {
     if (polled[0].revents != 0 && read(wake_.Get(), &wakes, sizeof wakes) < 0 && errno != EAGAIN) return;
     const steady_clock::time_point now = steady_clock::now();
     ServeStations(std::span(polled).subspan(FIRST_STATION), now);
-    if (polled[1].revents != 0) Accept();
+    for (std::size_t i = 0; i < DOORS.size(); ++i) {
+      if (polled[1 + i].revents != 0) Accept(DOORS[i], now);
+    }
     FlushAll();
     RemoveGone(now);
-    roomAgain_.notify_all();
   }
 }
 
-// While a station is behind, no station is read. Also one that has closed its connection then waits, because
-// the frames that it sent before still count; poll skips its negative descriptor.
+// While the unit's own station is behind, no other station is read. A station that has closed its connection
+// then waits too, because the frames that it sent before still count; poll skips its negative descriptor.
 std::vector<pollfd> LocalBus::Interests() const {
-  std::vector<pollfd> polled = {{wake_.Get(), POLLIN, 0}, {listener_.Get(), POLLIN, 0}};
-  const short in = IsCongested() ? 0 : POLLIN;
+  std::vector<pollfd> polled = {{wake_.Get(), POLLIN, 0},
+                                {listener_.Get(door_t::TCP), POLLIN, 0},
+                                {listener_.Get(door_t::LOCAL), POLLIN, 0}};
+  const short in = inboxFull_ ? 0 : POLLIN;
   for (const station_t& station : stations_) {
-    const short out = station.output.empty() ? 0 : POLLOUT;
+    const short out = station.output.IsEmpty() ? 0 : POLLOUT;
     const auto events = static_cast<short>(in | out);
     polled.push_back({events == 0 ? -1 : station.socket.Get(), events, 0});
   }
@@ -201,7 +126,7 @@ int LocalBus::WaitTime_ms(TimePoint now) const {
   std::optional<TimePoint> next;
   const auto consider = [&next](TimePoint when) { next = std::min(next.value_or(when), when); };
   for (const station_t& station : stations_) {
-    if (station.fullSince) consider(*station.fullSince + STALL_LIMIT);
+    if (!station.session.IsOpen()) consider(station.openBy);
     if (station.session.StatisticsPeriod().count() > 0) consider(station.nextStatistics);
   }
   if (!next) return -1;
@@ -213,25 +138,28 @@ int LocalBus::WaitTime_ms(TimePoint now) const {
 void LocalBus::ServeStations(std::span<const pollfd> polled, TimePoint now) {
   auto station = stations_.begin();
   for (const pollfd& entry : polled) {
-    if ((entry.revents & (POLLIN | POLLERR | POLLHUP)) != 0 && !IsCongested()) Read(*station);
+    if ((entry.revents & (POLLOUT | POLLERR | POLLHUP)) != 0) station->blocked = false;
+    if ((entry.revents & (POLLIN | POLLERR | POLLHUP)) != 0 && !inboxFull_) Read(*station);
     SendStatistics(*station++, now);
   }
 }
 
-void LocalBus::Accept() {
-  base::Descriptor socket(accept4(listener_.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+// Each door has its own number of places: stations on TCP leave room for the tools of this user.
+void LocalBus::Accept(door_t door, TimePoint now) {
+  base::Descriptor socket = listener_.Accept(door);
   if (socket.Get() < 0) return;
-  const int on = 1;
-  setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-  setsockopt(socket.Get(), SOL_SOCKET, SO_SNDBUF, &SOCKET_BUFFER, sizeof SOCKET_BUFFER);
-  if (stations_.size() >= MAX_STATIONS) {
+  if (std::ranges::count(stations_, door, &station_t::door) >= std::ptrdiff_t{MAX_STATIONS}) {
     constexpr std::string_view FULL = "< error too many stations on this bus >";
     send(socket.Get(), FULL.data(), FULL.size(), MSG_NOSIGNAL);
     ++refusedStations_;
     return;
   }
-  stations_.emplace_back().socket = std::move(socket);
-  stations_.back().output = SocketcandSession::GREETING;
+  station_t& station = stations_.emplace_back();
+  station.socket = std::move(socket);
+  station.door = door;
+  station.openBy = now + options_.openLimit;
+  if (door == door_t::TCP) station.session = SocketcandSession(options_.token);
+  Queue(station, SocketcandSession::GREETING);
 }
 
 void LocalBus::Read(station_t& station) {
@@ -243,12 +171,17 @@ void LocalBus::Read(station_t& station) {
   }
   station.traffic[2] += static_cast<std::uint64_t>(got);
   station.splitter.Feed({bytes.data(), static_cast<std::size_t>(got)});
-  for (std::string message; station.splitter.Next(message);) Obey(station, message);
+  for (std::string message; !station.gone && station.splitter.Next(message);) Obey(station, message);
+  if (station.splitter.IsForeign()) {
+    Queue(station, "< error not the socketcand protocol >");
+    Expel(station, "it does not speak the socketcand protocol");
+  }
 }
 
 void LocalBus::Obey(station_t& station, const std::string& message) {
   const SocketcandSession::outcome_t outcome = station.session.Accept(message);
-  if (!outcome.reply.empty()) Queue(station, outcome.reply, steady_clock::now());
+  if (!outcome.reply.empty()) Queue(station, outcome.reply);
+  if (outcome.ends) Expel(station, "it did not present the bus's token");
   if (outcome.frame) {
     ++station.traffic[3];
     Broadcast(*outcome.frame, &station);
@@ -261,10 +194,9 @@ void LocalBus::Broadcast(bus::frame_t frame, const station_t* sender) {
   // python-can drops the character before a message of which it has read only a part: the blank is for it to
   // drop.
   const std::string text = " " + bus::FormatSocketcandFrame(frame);
-  const TimePoint now = steady_clock::now();
   for (station_t& station : stations_) {
     if (&station == sender || !station.session.WantsFrames()) continue;
-    Queue(station, text, now);
+    Queue(station, text);
     ++station.traffic[1];
   }
   if (sender == nullptr) return;
@@ -273,26 +205,44 @@ void LocalBus::Broadcast(bus::frame_t frame, const station_t* sender) {
   received_.notify_one();
 }
 
-void LocalBus::Queue(station_t& station, std::string_view text, TimePoint now) {
-  if (station.deaf || station.gone) return;
-  station.output += text;
-  if (station.output.size() > OUTPUT_HIGH && !station.fullSince) station.fullSince = now;
+void LocalBus::Queue(station_t& station, std::string_view text) {
+  if (station.deaf || station.gone || station.output.Add(text)) return;
+  station.gone = true;
+  ++droppedStations_;
+  Complain("a station of the bus does not read and was disconnected");
 }
 
+// Ends a session. Its last reply is sent as far as the socket takes it.
+void LocalBus::Expel(station_t& station, const std::string& why) {
+  if (station.gone) return;
+  Flush(station);
+  station.gone = true;
+  ++expelledStations_;
+  Complain("a station of the bus was disconnected: " + why);
+}
+
+void LocalBus::Complain(const std::string& what) {
+  if (const auto line = complaints_.Note(what, steady_clock::now())) {
+    std::cerr << "j1939: " + *line + "\n" << std::flush;
+  }
+}
+
+// A socket that took nothing is not tried again before poll finds room in it: a station that does not read
+// costs the others no system calls.
 void LocalBus::Flush(station_t& station) {
-  if (station.output.empty()) return;
-  const ssize_t sent =
-      send(station.socket.Get(), station.output.data(), station.output.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+  if (station.blocked || station.output.IsEmpty()) return;
+  const std::string_view text = station.output.Waiting();
+  const ssize_t sent = send(station.socket.Get(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
   if (sent < 0) {
-    if (errno == EAGAIN || errno == EINTR) return;
+    if (errno == EINTR) return;
+    station.blocked = errno == EAGAIN;
+    if (station.blocked) return;
     station.deaf = true;  // it has closed its connection; the frames that it sent before are still read
-    station.output.clear();
-    station.fullSince.reset();
+    station.output.Clear();
     return;
   }
-  station.output.erase(0, static_cast<std::size_t>(sent));
+  station.output.Take(static_cast<std::size_t>(sent));
   station.traffic[0] += static_cast<std::uint64_t>(sent);
-  if (station.output.size() <= OUTPUT_LOW) station.fullSince.reset();
 }
 
 void LocalBus::FlushAll() {
@@ -305,24 +255,17 @@ void LocalBus::SendStatistics(station_t& station, TimePoint now) {
   station.nextStatistics = now + period;
   std::string text = "< stat";
   for (const std::uint64_t count : station.traffic) text += " " + std::to_string(count);
-  Queue(station, text + " >", now);
+  Queue(station, text + " >");
 }
 
 void LocalBus::RemoveGone(TimePoint now) {
   for (station_t& station : stations_) {
-    if (station.gone || !station.fullSince || now - *station.fullSince < STALL_LIMIT) continue;
-    station.gone = true;
-    ++droppedStations_;
-    std::cerr << "j1939: a station of the bus did not read for 2 s and was disconnected" << std::endl;
+    if (!station.session.IsOpen() && now >= station.openBy) Expel(station, "it did not open the bus");
   }
   stations_.remove_if([this](const station_t& station) {
     if (station.gone) refusedMessages_ += station.session.Refused() + station.splitter.Dropped();
     return station.gone;
   });
-}
-
-bool LocalBus::AnyStationFull() const {
-  return std::ranges::any_of(stations_, [](const station_t& s) { return !s.gone && s.fullSince.has_value(); });
 }
 
 void LocalBus::Wake() {

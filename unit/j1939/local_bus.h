@@ -1,8 +1,12 @@
-// The local bus: a CAN bus in this process. Other programs join it over the socketcand protocol (TCP on the
-// loopback); the unit itself is one station.
+// The local bus: a CAN bus in this process. Other programs join it over the socketcand protocol, through TCP on
+// the loopback or through a socket of the runtime directory; the unit itself is one station.
 //
-// Every frame goes to all other stations, in the same order for each. No frame is lost: while too much output
-// waits for one station, the bus reads from none. A station that does not read for STALL_LIMIT is disconnected.
+// Every frame goes to all other stations, in the same order for each. No station waits for another: each has a
+// queue of its own, and a station whose queue is full is disconnected. While the unit's own station is behind,
+// the bus reads from none, so that the unit loses no frame.
+//
+// A station that sends anything but messages of the protocol is disconnected at the first such byte, and so is
+// one that does not open the bus in time.
 #pragma once
 
 #include <array>
@@ -23,37 +27,46 @@
 #include <poll.h>
 
 #include "base/descriptor.h"
+#include "base/line_limiter.h"
 #include "bus/can_frame.h"
 #include "bus/endpoint.h"
+#include "bus/output_queue.h"
 #include "bus/socketcand_text.h"
+#include "unit/j1939/bus_listener.h"
 #include "unit/j1939/socketcand_session.h"
 
 namespace unit {
 
-// As an endpoint it is the unit's own station: one thread may call Send, one Receive, and any Interrupt.
+struct local_bus_options_t {
+  std::string address{};                        // "HOST:PORT" of the loopback; port 0 means any free one
+  std::string socketPath{};                     // of the socket for this user's tools; empty: none
+  std::string token{};                          // what a station on TCP must present; empty: nothing
+  std::chrono::milliseconds openLimit{10'000};  // how long a station may take to open the bus
+};
+
+// As an endpoint it is the unit's own station: one thread may call Send, which never waits, one Receive, and
+// any Interrupt.
 class LocalBus : public bus::Endpoint {
  public:
-  static constexpr std::size_t MAX_STATIONS = 32;
-  static constexpr std::size_t OUTPUT_HIGH = 65'536;  // bytes that wait for a station: above, nothing is read
-  static constexpr std::size_t OUTPUT_LOW = 32'768;   // ... until they are down to this
-  static constexpr std::size_t INBOX_HIGH = 2048;     // the same for the unit's own station, frames
-  static constexpr std::size_t INBOX_LOW = 1024;
-  static constexpr std::chrono::seconds STALL_LIMIT{2};
+  static constexpr std::size_t MAX_STATIONS = 32;         // through each of the two doors
+  static constexpr std::size_t OUTPUT_LIMIT = 2'097'152;  // bytes that wait for a station: some 40,000 frames
+  static constexpr std::size_t INBOX_HIGH = 2048;         // frames for the unit: above, nothing is read
+  static constexpr std::size_t INBOX_LOW = 1024;          // ... until they are down to this
 
-  // Listens on "HOST:PORT" of the loopback; port 0 means any free port. Throws std::runtime_error with the
-  // problem and what to do about it.
-  explicit LocalBus(const std::string& address);
+  // Throws std::runtime_error with the problem and what to do about it.
+  explicit LocalBus(const local_bus_options_t& options);
   ~LocalBus() override;
 
   // The address on which it listens: "127.0.0.1:29536".
-  const std::string& Address() const { return address_; }
+  const std::string& Address() const { return listener_.Address(); }
 
   result_t Send(const bus::frame_t& frame, int timeout_ms) override;
   result_t Receive(bus::frame_t& frame, int timeout_ms) override;
   void Interrupt() override;
   std::string Problem() const override { return {}; }
 
-  // "stations", "stations.refused", "stations.dropped", "messages.refused".
+  // "stations", "stations.refused" (no place), "stations.dropped" (did not read), "stations.expelled" (the
+  // protocol, the token or the time limit), "messages.refused".
   std::map<std::string, std::uint64_t> Counters() const;
 
  private:
@@ -62,36 +75,38 @@ class LocalBus : public bus::Endpoint {
   struct station_t {
     base::Descriptor socket;
     SocketcandSession session;
-    bus::SocketcandSplitter splitter;
-    std::string output;
-    std::optional<TimePoint> fullSince;  // set above OUTPUT_HIGH until the output is down to OUTPUT_LOW
+    bus::SocketcandSplitter splitter{bus::SocketcandSplitter::foreign_bytes_t::REFUSE};
+    bus::OutputQueue output{OUTPUT_LIMIT};
+    door_t door = door_t::TCP;
+    TimePoint openBy;
     TimePoint nextStatistics;
     std::array<std::uint64_t, 4> traffic{};  // bytes and frames to it, bytes and frames from it
+    bool blocked = false;                    // its socket has no room
     bool deaf = false;                       // receives nothing any more
     bool gone = false;                       // to be removed
   };
 
-  void Listen(const std::string& address);
   void Run();
   std::vector<pollfd> Interests() const;
   void ServeStations(std::span<const pollfd> polled, TimePoint now);
   int WaitTime_ms(TimePoint now) const;
-  void Accept();
+  void Accept(door_t door, TimePoint now);
   void Read(station_t& station);
   void Obey(station_t& station, const std::string& message);
   void Broadcast(bus::frame_t frame, const station_t* sender);
-  void Queue(station_t& station, std::string_view text, TimePoint now);
+  void Queue(station_t& station, std::string_view text);
+  void Expel(station_t& station, const std::string& why);
+  void Complain(const std::string& what);
   void Flush(station_t& station);
   void FlushAll();
   void SendStatistics(station_t& station, TimePoint now);
   void RemoveGone(TimePoint now);
-  bool AnyStationFull() const;
-  bool IsCongested() const { return inboxFull_ || AnyStationFull(); }
   void Wake();
 
-  base::Descriptor listener_;
+  const local_bus_options_t options_;
+  const BusListener listener_;
   base::Descriptor wake_;
-  std::string address_;
+  base::LineLimiter complaints_;
   std::thread thread_;
   std::atomic<bool> stopping_{false};
 
@@ -101,9 +116,9 @@ class LocalBus : public bus::Endpoint {
   bool inboxFull_ = false;
   bool interrupted_ = false;
   std::condition_variable received_;
-  std::condition_variable roomAgain_;
   std::uint64_t refusedStations_ = 0;
   std::uint64_t droppedStations_ = 0;
+  std::uint64_t expelledStations_ = 0;
   std::uint64_t refusedMessages_ = 0;  // by stations that have left
 };
 

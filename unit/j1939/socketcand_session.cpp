@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "bus/bus_token.h"
 #include "bus/socketcand_text.h"
 
 namespace unit {
@@ -26,11 +27,9 @@ struct SocketcandSession::session_command_t {
 };
 
 const SocketcandSession::session_command_t SocketcandSession::COMMANDS[] = {
-    {"open", false, &SocketcandSession::Open},
-    {"rawmode", true, &SocketcandSession::RawMode},
-    {"bcmmode", true, &SocketcandSession::BroadcastMode},
-    {"echo", false, &SocketcandSession::Echo},
-    {"statistics", true, &SocketcandSession::Statistics},
+    {"token", false, &SocketcandSession::Token},    {"open", false, &SocketcandSession::Open},
+    {"rawmode", true, &SocketcandSession::RawMode}, {"bcmmode", true, &SocketcandSession::BroadcastMode},
+    {"echo", false, &SocketcandSession::Echo},      {"statistics", true, &SocketcandSession::Statistics},
     {"send", true, &SocketcandSession::Send},
 };
 
@@ -45,7 +44,14 @@ SocketcandSession::outcome_t SocketcandSession::Accept(std::string_view message)
   return (this->*command->carry)(message, TakeWord(inner));
 }
 
+// A wrong token ends the session, so that guessing costs a connection each time.
+SocketcandSession::outcome_t SocketcandSession::Token(std::string_view /*message*/, std::string_view argument) {
+  trusted_ = trusted_ || bus::IsSameToken(token_, argument);
+  return trusted_ ? outcome_t{OK, {}} : RefuseToGoOn("wrong token");
+}
+
 SocketcandSession::outcome_t SocketcandSession::Open(std::string_view /*message*/, std::string_view argument) {
+  if (!trusted_) return RefuseToGoOn("token required");
   if (argument != BUS_NAME) return Refuse("could not open bus");
   open_ = true;
   return {OK, {}};
@@ -89,6 +95,12 @@ SocketcandSession::outcome_t SocketcandSession::Send(std::string_view message, s
 SocketcandSession::outcome_t SocketcandSession::Refuse(std::string_view why) {
   ++refused_;
   return {"< error " + std::string(why) + " >", {}};
+}
+
+SocketcandSession::outcome_t SocketcandSession::RefuseToGoOn(std::string_view why) {
+  outcome_t outcome = Refuse(why);
+  outcome.ends = true;
+  return outcome;
 }
 
 }  // namespace unit

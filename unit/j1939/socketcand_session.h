@@ -1,7 +1,8 @@
 // The session of one station with the local bus, in the socketcand protocol.
 //
-// The messages of the protocol are "< word ... >" in ASCII. After the greeting "< hi >" a station opens the bus
-// can0; to receive frames it changes to raw mode.
+// The messages of the protocol are "< word ... >" in ASCII. After the greeting "< hi >" a station presents the
+// bus's token where it has one ("< token TEXT >", an addition to the protocol), then opens the bus can0. To
+// receive frames it changes to raw mode.
 #pragma once
 
 #include <chrono>
@@ -9,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "bus/can_frame.h"
 
@@ -20,12 +22,19 @@ class SocketcandSession {
   static constexpr std::string_view BUS_NAME = "can0";
   static constexpr std::chrono::milliseconds SHORTEST_STATISTICS{100};
 
-  // The result of a message: the reply, which may be empty, and a frame for the bus.
+  // The result of a message: the reply, which may be empty, a frame for the bus, and whether the session ends.
   struct outcome_t {
     std::string reply;
     std::optional<bus::frame_t> frame;
+    bool ends = false;
   };
+
+  // A station must present `token`, unless it is empty.
+  explicit SocketcandSession(std::string token = {}) : token_(std::move(token)), trusted_(token_.empty()) {}
+
   outcome_t Accept(std::string_view message);
+
+  bool IsOpen() const { return open_; }
 
   // In raw mode a station receives the frames of all others.
   bool WantsFrames() const { return raw_; }
@@ -38,6 +47,7 @@ class SocketcandSession {
   struct session_command_t;
   static const session_command_t COMMANDS[];
 
+  outcome_t Token(std::string_view message, std::string_view argument);
   outcome_t Open(std::string_view message, std::string_view argument);
   outcome_t RawMode(std::string_view message, std::string_view argument);
   outcome_t BroadcastMode(std::string_view message, std::string_view argument);
@@ -45,7 +55,10 @@ class SocketcandSession {
   outcome_t Statistics(std::string_view message, std::string_view argument);
   outcome_t Send(std::string_view message, std::string_view argument);
   outcome_t Refuse(std::string_view why);
+  outcome_t RefuseToGoOn(std::string_view why);
 
+  std::string token_;
+  bool trusted_;
   bool open_ = false;
   bool raw_ = false;
   std::chrono::milliseconds statistics_{0};

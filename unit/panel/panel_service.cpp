@@ -3,7 +3,12 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <iostream>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include "base/host_port.h"
 #include "unit/health/subscriber.h"
@@ -19,21 +24,25 @@ using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
 constexpr auto PACE = 20ms;
+constexpr auto RETRY_PERIOD = 1s;
 
 // All parts of the running panel. The subscriber's thread takes the messages of the other services, the pace
 // thread releases keys and sends changes to the streams, the server's threads answer requests.
+//
+// The operator's screen does not need the panel: where another program holds the port, the unit starts without,
+// and the pace thread tries again.
 class PanelWorker {
  public:
   explicit PanelWorker(const options_t& options)
-      : state_(hub_, ReadParameterFile(options.configDirectory + "/parameters.xml")),
-        server_(
-            http::ParseAddress(options.httpAddress),
-            {state_, hub_, keys_, [this] { return connected_.load(); }, options.configDirectory + "/words"}),
+      : address_(http::ParseAddress(options.httpAddress)),
+        wordsFolder_(options.configDirectory + "/words"),
+        state_(hub_, ReadParameterFile(options.configDirectory + "/parameters.xml")),
         subscriber_(
             {SCREEN_CHANGES_CHANNEL_NAME, BOARD_CHANNEL_NAME, BUS_CHANNEL_NAME, HEALTH_CHANNEL_NAME,
              DATABASE_CHANNEL_NAME},
             [this](std::size_t channel, auto payload) { Accept(channel, payload); },
             [this] { state_.AcceptReconnect(); }),
+        retryAt_(Listen() ? steady_clock::time_point::max() : steady_clock::now() + RETRY_PERIOD),
         pace_([this] { Pace(); }) {}
   ~PanelWorker() {
     stopping_ = true;
@@ -43,7 +52,9 @@ class PanelWorker {
   PanelWorker& operator=(const PanelWorker&) = delete;
 
   status_t GetStatus() const {
-    const http::LocalServer& server = server_.Server();
+    const std::lock_guard lock(mutex_);
+    if (!server_) return {"panel", false, problem_, {}};
+    const http::LocalServer& server = server_->Server();
     return {"panel",
             true,
             "http://" + base::FormatHostPort(server.Address()) + "/",
@@ -67,9 +78,34 @@ class PanelWorker {
     }
   }
 
+  // False where the address is taken.
+  bool Listen() {
+    std::unique_ptr<HttpServer> server;
+    std::string problem;
+    try {
+      server = std::make_unique<HttpServer>(
+          address_, panel_parts_t{state_, hub_, keys_, [this] { return connected_.load(); }, wordsFolder_});
+    } catch (const std::runtime_error& error) {
+      problem = std::string(error.what()) + " (trying again once a second)";
+    }
+    const std::lock_guard lock(mutex_);
+    if (!server && problem_.empty()) {
+      std::cerr << "panel: " + problem + "\n" << std::flush;
+    } else if (server && !problem_.empty()) {
+      std::cout << "panel: listens now at http://" + base::FormatHostPort(server->Server().Address()) + "/\n"
+                << std::flush;
+    }
+    server_ = std::move(server);
+    problem_ = problem;
+    return server_ != nullptr;
+  }
+
   void Pace() {
     while (!stopping_) {
       const auto now = steady_clock::now();
+      if (now >= retryAt_) {
+        retryAt_ = Listen() ? steady_clock::time_point::max() : now + RETRY_PERIOD;
+      }
       connected_ = subscriber_.IsConnected();
       keys_.Step(now);
       state_.Step(now, connected_);
@@ -77,13 +113,18 @@ class PanelWorker {
     }
   }
 
+  const http::address_t address_;
+  const std::string wordsFolder_;
   StreamHub hub_;
   KeyHolder keys_;
   PanelState state_;
   std::atomic<bool> connected_{false};
   std::atomic<bool> stopping_{false};
-  HttpServer server_;
+  mutable std::mutex mutex_;            // guards the two below
+  std::unique_ptr<HttpServer> server_;  // null while the address is taken
+  std::string problem_;                 // why
   Subscriber subscriber_;
+  steady_clock::time_point retryAt_;  // the pace thread's
   std::thread pace_;
 };
 

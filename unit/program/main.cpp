@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 
 #include "platform/console_writer.h"
+#include "platform/process.h"
 
 #include "base/installation.h"
 #include "unit/bundle/bundle.h"
@@ -75,11 +76,13 @@ void AddPartNames(CLI::App& command, run_arguments_t& run) {
       ->excludes(only);
 }
 
-// --http and --socketcand.
+// --http, --socketcand and --bus-token.
 void AddListeners(CLI::App& command, unit::options_t& options) {
   command.add_option("--http", options.httpAddress, "Where the front panel listens")->capture_default_str();
   command.add_option("--socketcand", options.socketcandAddress, "Where the local bus listens")
       ->capture_default_str();
+  command.add_option("--bus-token", options.busTokenFile,
+                     "File with the token that a station must present at that address");
 }
 
 // --seconds, which it returns, and --snapshot.
@@ -269,6 +272,7 @@ int Carry(CLI::App& app, int argc, char** argv, const int& result) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  platform::RestrictProcess();
   CLI::App app(
       "The display unit around the application: its services, parameter database, bus and front panel.",
       "unit");

@@ -98,10 +98,8 @@ void UnitRun::Start() {
   if (Wants(ORVIK_PART) && plan_.silence > 0) silence_.emplace();
   StartOrvik();
   started_ = steady_clock::now();
-  if (Wants(PANEL_PART)) {
-    std::cout << "unit: panel at http://" << base::ReadAddressFile(base::PANEL_ADDRESS_FILE) << "/"
-              << std::endl;
-  }
+  const std::string panel = base::ReadAddressFile(base::PANEL_ADDRESS_FILE);
+  if (Wants(PANEL_PART) && !panel.empty()) std::cout << "unit: panel at http://" << panel << "/" << std::endl;
 }
 
 void UnitRun::TakeLocks() {
@@ -118,8 +116,9 @@ void UnitRun::StartService(const service_part_t& part) {
   } catch (const std::exception& error) {
     throw std::runtime_error(std::string(part.name) + ": " + error.what());
   }
+  const bool waits = part.name == std::string_view(PANEL_PART) && !service->GetStatus().up;
   services_.push_back({part.name, std::move(service)});
-  std::cout << "unit: " << part.name << " is up"
+  std::cout << "unit: " << part.name << (waits ? " waits for its address" : " is up")
             << (part.name == std::string_view(J1939_PART) ? DescribeBus() : "") << std::endl;
 }
 
@@ -250,9 +249,8 @@ std::string RunToTheEnd(UnitRun& run, const run_plan_t& plan) {
 }  // namespace
 
 int Run(const run_plan_t& plan) {
-  if (platform::RuntimeDirectory().empty()) {
-    std::cerr
-        << "unit run: cannot make the runtime directory; set ORVIK_RUNTIME_DIR to a folder of your own.\n";
+  if (const std::string problem = platform::RuntimeDirectoryProblem(); !problem.empty()) {
+    std::cerr << "unit run: " << problem << std::endl;
     return 1;
   }
   UnitRun run(plan);  // its destructor stops whatever was started

@@ -1,8 +1,12 @@
 #include "unit/program/status_command.h"
 
+#include <chrono>
 #include <cstdio>
 #include <iostream>
+#include <map>
+#include <mutex>
 #include <string>
+#include <thread>
 
 #include <httplib.h>
 
@@ -11,12 +15,15 @@
 #include "platform/paths.h"
 
 #include "base/address_file.h"
+#include "unit/health/subscriber.h"
+#include "unit/service/service.h"
 
 namespace unit {
 namespace {
 
 constexpr int TIMEOUT_S = 3;
 constexpr int HTTP_OK = 200;
+constexpr std::chrono::milliseconds HEALTH_TIME{1500};  // each service publishes its state once a second
 
 void ShowEntry(const nlohmann::json& entry) {
   const std::string name = entry.value("name", "?");
@@ -40,16 +47,41 @@ int ReportNothingRuns() {
   return 1;
 }
 
+// What the services publish; used where the front panel, which collects it, cannot be reached. Empty where
+// nothing is published.
+std::map<std::string, nlohmann::json> CollectHealth() {
+  std::mutex mutex;
+  std::map<std::string, nlohmann::json> entries;  // guarded by mutex
+  const Subscriber subscriber({HEALTH_CHANNEL_NAME}, [&](std::size_t, auto payload) {
+    const nlohmann::json entry = nlohmann::json::parse(payload, nullptr, false);
+    if (!entry.is_object()) return;
+    const std::lock_guard lock(mutex);
+    entries[entry.value("name", "?")] = entry;
+  });
+  std::this_thread::sleep_for(HEALTH_TIME);
+  const std::lock_guard lock(mutex);
+  return entries;
+}
+
+int ReportWithoutPanel() {
+  if (const std::string problem = platform::RuntimeDirectoryProblem(); !problem.empty()) {
+    std::cerr << "unit status: " << problem << '\n';
+    return 1;
+  }
+  const std::map<std::string, nlohmann::json> entries = CollectHealth();
+  for (const auto& [name, entry] : entries) ShowEntry(entry);
+  return entries.empty() ? ReportNothingRuns() : 1;
+}
 }  // namespace
 
 int ShowStatus() {
   const std::string address = base::ReadAddressFile(base::PANEL_ADDRESS_FILE);
-  if (address.empty()) return ReportNothingRuns();
+  if (address.empty()) return ReportWithoutPanel();
   httplib::Client client("http://" + address);
   client.set_connection_timeout(TIMEOUT_S);
   client.set_read_timeout(TIMEOUT_S);
   const httplib::Result result = client.Get("/api/health");
-  if (!result) return ReportNothingRuns();
+  if (!result) return ReportWithoutPanel();
   const nlohmann::json json = nlohmann::json::parse(result->body, nullptr, false);
   if (json.is_discarded()) {
     std::cerr << "unit status: http://" << address

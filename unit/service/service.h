@@ -14,6 +14,7 @@ struct options_t {
   std::string bus = "local";    // "local" or "socketcan:IFACE"
   std::string httpAddress = "127.0.0.1:8740";         // port 0: any free one
   std::string socketcandAddress = "127.0.0.1:29536";  // port 0: any free one
+  std::string busTokenFile;                           // what a station on TCP must present; empty: nothing
   std::string recordFile;                             // log of the bus to write (candump -L); empty: none
   std::string keysDevice;                             // evdev device with the front keys; empty: none
   std::string keyMapFile;                             // maps its keys to front keys; empty: KeyMap::Default()

@@ -14,9 +14,12 @@ namespace platform {
 
 // As shm_open: opens or creates the object `name` ("/DBSHM"). Returns a close-on-exec descriptor, or -1 with
 // errno. On Linux each runtime directory has its own objects, so that two units on one machine do not share
-// any. O_CREAT | O_EXCL fails with EEXIST while the process that created the object lives, and creates a new
-// object when that process is dead.
+// any; an object of another user is refused with EPERM. O_CREAT | O_EXCL fails with EEXIST while the process
+// that created the object lives, and creates a new object when that process is dead.
 int OpenSharedObject(const char* name, int flags, mode_t mode);
+// Why OpenSharedObject cannot create the object although no process owns it, and what to do about it: on Linux
+// all users make their objects in one folder, and another user may have taken the name. Empty otherwise.
+std::string DescribeObstacle(const char* name);
 // As shm_unlink.
 int UnlinkSharedObject(const char* name);
 

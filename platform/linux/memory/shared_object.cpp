@@ -13,6 +13,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/linux/claim_file.h"
@@ -23,6 +24,8 @@
 
 namespace platform {
 namespace {
+
+constexpr const char* SHARED_MEMORY_FOLDER = "/dev/shm";  // where shm_open makes its files
 
 // An object that this process created and holds.
 struct own_object_t {
@@ -83,8 +86,14 @@ std::string ObjectClaimPath(const char* name) {
   return RuntimeFile(SHARED_PREFIX, EscapedName(name));
 }
 
+// Another user can take a name before its owner does, and would then read and write what the owner stores.
 int OpenByName(const char* name, int flags, mode_t mode) {
-  return shm_open(SystemName(EscapedName(name)).c_str(), flags | O_CLOEXEC, mode);
+  const int object = shm_open(SystemName(EscapedName(name)).c_str(), flags | O_CLOEXEC, mode);
+  struct stat status {};
+  if (object < 0 || (fstat(object, &status) == 0 && status.st_uid == geteuid())) return object;
+  close(object);
+  errno = EPERM;
+  return -1;
 }
 
 // Replaces an object whose creator is dead.
@@ -123,6 +132,18 @@ int OpenSharedObject(const char* name, int flags, mode_t mode) {
   if ((flags & O_EXCL) != 0) return CreateExclusively(name, flags, mode);
   const int existing = OpenByName(name, flags & ~O_CREAT, mode);
   return existing >= 0 || errno != ENOENT ? existing : CreateExclusively(name, flags | O_EXCL, mode);
+}
+
+std::string DescribeObstacle(const char* name) {
+  const std::string path = SHARED_MEMORY_FOLDER + SystemName(EscapedName(name));
+  struct stat status {};
+  if (lstat(path.c_str(), &status) != 0) return {};
+  const bool isForeign = status.st_uid != geteuid();
+  if (!isForeign && S_ISREG(status.st_mode)) return {};
+  return path +
+         (isForeign ? " belongs to another user (uid " + std::to_string(status.st_uid) + ")"
+                    : std::string(" is no shared object")) +
+         " and is in the way; remove it, or set ORVIK_RUNTIME_DIR to another folder";
 }
 
 int UnlinkSharedObject(const char* name) {

@@ -126,4 +126,35 @@ TEST(SocketcandSplitterTest, DropsMessagesBeyond256BytesAndGoesOn) {
   EXPECT_EQ(splitter.Dropped(), 3U);
 }
 
+TEST(SocketcandSplitterTest, AServerTakesNothingAfterAByteOfAnotherProtocol) {
+  const std::string longest = "<" + std::string(254, 'a') + ">";
+  const std::tuple<std::string, std::vector<std::string>, bool> cases[] = {
+      {" < a >\r\n\t<b>", {"< a >", "<b>"}, false},
+      {"< a", {}, false},
+      {longest, {longest}, false},
+      {"POST / HTTP/1.1\r\n\r\n< a >", {}, true},
+      {"< a >GET / HTTP/1.1\r\n< b >", {"< a >"}, true},
+      {"< a > x", {"< a >"}, true},
+      {"\x16\x03\x01< a >", {}, true},
+      {"< a\x01 >< b >", {}, true},
+      {"<\xC3", {}, true},
+      {"< a < b >", {}, true},
+      {"<" + std::string(256, 'a'), {}, true},
+      {std::string(1, '\0') + "< a >", {}, true},
+  };
+  for (const auto& [bytes, messages, foreign] : cases) {
+    SCOPED_TRACE(bytes);
+    for (const std::size_t piece : {bytes.size(), std::size_t{1}}) {
+      bus::SocketcandSplitter splitter(bus::SocketcandSplitter::foreign_bytes_t::REFUSE);
+      std::vector<std::string> got;
+      for (std::size_t at = 0; at < bytes.size(); at += piece) {
+        splitter.Feed(std::string_view(bytes).substr(at, piece));
+        std::ranges::move(Drain(splitter), std::back_inserter(got));
+      }
+      EXPECT_EQ(got, messages) << piece;
+      EXPECT_EQ(splitter.IsForeign(), foreign) << piece;
+    }
+  }
+}
+
 }  // namespace

@@ -1,6 +1,7 @@
 #include "http/address.h"
 
 #include <stdexcept>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -27,13 +28,27 @@ TEST(HttpAddressTest, OnlyLoopbackNamesAreAnswered) {
   }
 }
 
-TEST(HttpAddressTest, ChangesComeFromProgramsOrTheOwnPages) {
-  constexpr const char* HOST = "127.0.0.1:8740";
-  EXPECT_TRUE(http::IsOwnOrigin("", HOST));
-  EXPECT_TRUE(http::IsOwnOrigin("http://127.0.0.1:8740", HOST));
-  for (const char* origin : {"null", "http://127.0.0.1:8741", "https://127.0.0.1:8740",
-                             "http://127.0.0.1:8740.example.org", "http://example.org"}) {
-    EXPECT_FALSE(http::IsOwnOrigin(origin, HOST)) << origin;
+TEST(HttpAddressTest, RequestsComeFromProgramsOrTheOwnPages) {
+  constexpr const char* OWN = "http://127.0.0.1:8740";
+  const std::tuple<http::request_source_t, bool> cases[] = {
+      {{"", "", "", "/api/stream"}, true},
+      {{OWN, "", "", "/api/keys/1"}, true},
+      {{OWN, "same-origin", "cors", "/api/keys/1"}, true},
+      {{"", "none", "navigate", "/api/screen"}, true},
+      {{"", "cross-site", "navigate", "/"}, true},
+      {{"", "cross-site", "navigate", "/api/stream"}, false},
+      {{"", "cross-site", "no-cors", "/"}, false},
+      {{"", "same-site", "no-cors", "/screen.png"}, false},
+      {{OWN, "cross-site", "cors", "/api/screen"}, false},
+      {{"http://example.org", "cross-site", "navigate", "/"}, false},
+      {{"null", "", "", "/"}, false},
+      {{"http://127.0.0.1:8741", "", "", "/"}, false},
+      {{"https://127.0.0.1:8740", "", "", "/"}, false},
+      {{"http://127.0.0.1:8740.example.org", "", "", "/"}, false},
+  };
+  for (const auto& [source, own] : cases) {
+    EXPECT_EQ(http::IsOwnRequest(source, "127.0.0.1:8740"), own)
+        << source.origin << " " << source.site << " " << source.mode << " " << source.path;
   }
 }
 

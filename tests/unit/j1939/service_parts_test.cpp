@@ -90,6 +90,27 @@ TEST(ConversationTest, AnswersAsSocketcandDoes) {
   EXPECT_EQ(station.Refused(), 9U);
 }
 
+TEST(ConversationTest, AStationOpensTheBusWithItsTokenOnly) {
+  constexpr const char* TOKEN = "0123456789abcdef";
+  const std::tuple<const char*, const char*, bool> firstMessages[] = {
+      {"< open can0 >", "< error token required >", true},
+      {"< token >", "< error wrong token >", true},
+      {"< token 0123456789abcdeg >", "< error wrong token >", true},
+      {"< token 0123456789abcdef0 >", "< error wrong token >", true},
+      {"< send 123 0 >", "< error no bus open >", false},
+      {"< token 0123456789abcdef >", "< ok >", false},
+  };
+  for (const auto& [message, reply, ends] : firstMessages) {
+    SocketcandSession station(TOKEN);
+    const auto outcome = station.Accept(message);
+    EXPECT_EQ(outcome.reply, reply) << message;
+    EXPECT_EQ(outcome.ends, ends) << message;
+    EXPECT_FALSE(outcome.frame) << message;
+    const bool opens = station.Accept("< open can0 >").reply == "< ok >";
+    EXPECT_EQ(opens, std::string_view(reply) == "< ok >") << message;
+  }
+}
+
 TEST(ConversationTest, FramesAreWantedInRawModeOnly) {
   SocketcandSession station;
   station.Accept("< open can0 >");

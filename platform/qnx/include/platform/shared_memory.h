@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include <pthread.h>
 #include <sys/types.h>
@@ -12,6 +13,7 @@
 namespace platform {
 
 int OpenSharedObject(const char* name, int flags, mode_t mode);
+std::string DescribeObstacle(const char* name);
 int UnlinkSharedObject(const char* name);
 
 // Not needed here: no other process may make the object shorter than its mappings.

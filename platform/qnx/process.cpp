@@ -1,0 +1,7 @@
+#include "platform/process.h"
+
+namespace platform {
+
+void RestrictProcess() {}
+
+}  // namespace platform
