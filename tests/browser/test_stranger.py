@@ -2,11 +2,12 @@
 
 import functools
 import http.server
+import shutil
 import threading
 
 import pytest
 
-from desk import HOST_ID, cmd2, cut, wait_for, wait_steady
+from desk import CONFIG, HOST_ID, cmd2, cut, wait_for, wait_steady
 
 # Each attempt ends with what the page got out of it: the text that it could read, or the kind of refusal.
 ATTEMPTS = """
@@ -51,12 +52,18 @@ Promise.all(all).then(done);
 
 @pytest.fixture
 def stranger(tmp_path):
-    """The address of another site, whose page is empty."""
+    """Two addresses of another site, whose page is empty, and the paths that it was asked for."""
     (tmp_path / "index.html").write_text("<!doctype html><title>Elsewhere</title><body>")
-    handler = functools.partial(http.server.SimpleHTTPRequestHandler, directory=str(tmp_path))
+    visits = []
+
+    class Handler(http.server.SimpleHTTPRequestHandler):
+        def log_request(self, *_):
+            visits.append(self.path)
+
+    handler = functools.partial(Handler, directory=str(tmp_path))
     with http.server.ThreadingHTTPServer(("127.0.0.1", 0), handler) as server:
         threading.Thread(target=server.serve_forever, daemon=True).start()
-        yield f"//127.0.0.1:{server.server_address[1]}/", f"//localhost:{server.server_address[1]}/"
+        yield [f"http://{name}:{server.server_address[1]}/" for name in ("127.0.0.1", "localhost")], visits
         server.shutdown()
 
 
@@ -74,8 +81,8 @@ def test_a_page_of_another_site_reads_nothing_and_moves_nothing(open_panel, driv
     received = frames_received(desk)
     sends = "".join(f"< send {HOST_ID:08X} 8 {frame.hex(' ')} >" for frame in cut(cmd2(load=99900)))
     lines = f"\r\n< open can0 >\r\n{sends}\r\n< rawmode >\r\n"
-    for site in stranger:
-        driver.get("http:" + site)
+    for site in stranger[0]:
+        driver.get(site)
         got = driver.execute_async_script(ATTEMPTS, panel.url, f"http://{desk.address('socketcand')}/", lines)
         assert got == ["refused"] * len(got), got
     assert desk.counters("j1939")["stations.expelled"] > 0, "the attempts did not reach the bus"
@@ -85,3 +92,24 @@ def test_a_page_of_another_site_reads_nothing_and_moves_nothing(open_panel, driv
     assert frames_received(desk) == received + len(cut(cmd2())), "a frame of the page is on the bus"
     desk.wait_keys()
     assert desk.counters("panel")["streams"] == 0
+
+
+def test_a_design_of_somebody_else_runs_no_script_and_fetches_nothing(open_panel, driver, stranger, tmp_path, monkeypatch):
+    [site, _], visits = stranger
+    config = tmp_path / "config"
+    shutil.copytree(CONFIG, config)
+    for page in (config / "screen").glob("*.svg"):
+        page.write_text(page.read_text().replace("</svg>", f"""<g id="payload">
+            <image href="{site}pixel.png" width="9" height="9" onload="window.stolen = 2" onerror="window.stolen = 3"/>
+            <image href="data:image/png;base64,x" width="9" height="9" onerror="window.stolen = 4"/>
+            <rect width="9" height="9" style="fill: url({site}fill.svg#a); background: url({site}fill.png)"/></g></svg>"""))
+    monkeypatch.setattr("desk.CONFIG", config)
+    panel = open_panel(orvik=False)
+    panel.open()
+    wait_for(lambda: panel.screen_text("payload") is not None, "the design in the panel")
+    assert panel.desk.request("GET", "/screen.png")[0] == 200
+    refused = []
+    wait_for(lambda: refused.extend(panel.errors()) or sum("pixel.png" in entry["message"] for entry in refused),
+             "the browser's refusal of the picture")
+    assert driver.execute_script("return window.stolen") is None
+    assert visits == []
