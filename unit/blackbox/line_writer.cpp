@@ -24,7 +24,7 @@ int AppendText(int descriptor, const std::string& text) {
   const int error = written < 0 ? errno : ENOSPC;
   struct stat file {};
   if (written > 0 && ::fstat(descriptor, &file) == 0 && S_ISREG(file.st_mode)) {
-    static_cast<void>(::ftruncate(descriptor, file.st_size - written));
+    [[maybe_unused]] const int cut = ::ftruncate(descriptor, file.st_size - written);
   }
   return error;
 }
