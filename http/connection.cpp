@@ -25,7 +25,19 @@ bool WaitForSocket(int descriptor, short events, deadline_t deadline) {
 
 void WaitingConnections::CloseOldest() {
   const std::lock_guard lock(mutex_);
-  if (waiting_.empty()) return;
+  ++owed_;
+  EndFirst();
+}
+
+void WaitingConnections::ForgetOwed() {
+  const std::lock_guard lock(mutex_);
+  owed_ = 0;
+}
+
+// The mutex is held.
+void WaitingConnections::EndFirst() {
+  if (owed_ == 0 || waiting_.empty()) return;
+  --owed_;
   ::shutdown(waiting_.begin()->second, SHUT_RD);
   waiting_.erase(waiting_.begin());
 }
@@ -39,6 +51,7 @@ void WaitingConnections::CloseAll() {
 bool WaitingConnections::Enter(const waiting_t& waiting) {
   const std::lock_guard lock(mutex_);
   if (!closed_) waiting_.insert(waiting);
+  EndFirst();
   return !closed_;
 }
 
@@ -73,12 +86,20 @@ ssize_t Connection::read(char* data, std::size_t size) {
   return static_cast<ssize_t>(count);
 }
 
+ssize_t Connection::Receive() {
+  return ::recv(descriptor_, buffer_.data(), buffer_.size(), MSG_DONTWAIT);
+}
+
+// A request that is there already never stands among the waiting connections.
 bool Connection::Fill() {
+  ssize_t count = steady_clock::now() < deadline_ ? Receive() : 0;
   const WaitingConnections::waiting_t waiting{deadline_, descriptor_};
-  if (!waiting_.Enter(waiting)) return false;
-  const bool ready = WaitForSocket(descriptor_, POLLIN, deadline_);
-  waiting_.Leave(waiting);
-  const ssize_t count = ready ? ::recv(descriptor_, buffer_.data(), buffer_.size(), MSG_DONTWAIT) : 0;
+  if (count < 0) {
+    if (!waiting_.Enter(waiting)) return false;
+    const bool ready = WaitForSocket(descriptor_, POLLIN, deadline_);
+    waiting_.Leave(waiting);
+    count = ready ? Receive() : 0;
+  }
   begin_ = 0;
   end_ = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
   return end_ > 0;

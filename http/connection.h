@@ -17,8 +17,11 @@ using deadline_t = std::chrono::steady_clock::time_point;
 // The connections whose thread waits for bytes of the request. Any thread.
 class WaitingConnections {
  public:
-  // Ends the wait of the connection that was accepted first, so that its thread is free for another one.
+  // Ends the wait of the connection that was accepted first, so that its thread is free for another one. Where
+  // none waits, the next wait ends one.
   void CloseOldest();
+  // No thread is wanted any more.
+  void ForgetOwed();
   // Ends all waits, also later ones.
   void CloseAll();
 
@@ -27,11 +30,13 @@ class WaitingConnections {
   using waiting_t = std::pair<deadline_t, int>;  // a descriptor, which stays open as long as it stands here
 
   // False after CloseAll.
+  void EndFirst();
   bool Enter(const waiting_t& waiting);
   void Leave(const waiting_t& waiting);
 
-  std::mutex mutex_;  // guards the two below
+  std::mutex mutex_;  // guards the three below
   std::set<waiting_t> waiting_;
+  std::size_t owed_ = 0;  // waits to be ended
   bool closed_ = false;
 };
 
@@ -59,6 +64,7 @@ class Connection : public httplib::Stream {
 
  private:
   bool Fill();
+  ssize_t Receive();
 
   const int descriptor_;
   const deadline_t deadline_;  // of the request

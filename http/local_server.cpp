@@ -57,12 +57,18 @@ std::string ErrorJson(const std::string& text) {
   return base::DumpJson({{"error", text}});
 }
 
+}  // namespace
+
 // The library's server with connections and threads that have bounds.
 class BoundedServer : public httplib::Server {
  public:
   explicit BoundedServer(std::size_t threads) {
     new_task_queue = [this, threads] { return new RequestThreads(threads, waiting_); };
   }
+
+  // The library lets five connections wait to be accepted. The kernel drops further ones, and their clients try
+  // again after a second.
+  void RaiseBacklog() { ::listen(svr_sock_, SOMAXCONN); }
 
  private:
   // One request on each connection.
@@ -74,8 +80,6 @@ class BoundedServer : public httplib::Server {
 
   WaitingConnections waiting_;
 };
-
-}  // namespace
 
 void Fail(response_t& response, status_code_t status, const std::string& text) {
   response.status = status;
@@ -154,6 +158,7 @@ void LocalServer::Listen(const address_t& address) {
   address_ = address;
   base::RemoveAddressFile(options_.addressFile);  // of a server that was killed
   Bind();
+  server_->RaiseBacklog();
   thread_ = std::thread([this] { server_->listen_after_bind(); });
   if (!base::WriteAddressFile(options_.addressFile, base::FormatHostPort(address_))) {
     std::cerr << options_.name + " cannot write its address into " + platform::RuntimeDirectory() + "\n";

@@ -12,12 +12,13 @@
 #include "http/address.h"
 
 namespace httplib {
-class Server;
 struct Request;
 struct Response;
 }  // namespace httplib
 
 namespace http {
+
+class BoundedServer;
 
 using request_t = httplib::Request;
 using response_t = httplib::Response;
@@ -86,7 +87,7 @@ class LocalServer {
 
   const server_options_t options_;
   address_t address_;
-  std::unique_ptr<httplib::Server> server_;
+  std::unique_ptr<BoundedServer> server_;
   std::atomic<std::uint64_t> requests_{0}, refused_{0};
   std::thread thread_;
 };

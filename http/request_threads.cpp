@@ -39,6 +39,7 @@ void RequestThreads::Run() {
     if (connections_.empty()) return JoinEnded(lock);
     const std::function<void()> serve = std::move(connections_.front());
     connections_.pop_front();
+    if (connections_.empty()) waiting_.ForgetOwed();
     lock.unlock();
     serve();
     lock.lock();
