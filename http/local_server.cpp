@@ -15,6 +15,8 @@
 #include "base/address_file.h"
 #include "base/host_port.h"
 #include "base/json_text.h"
+#include "http/connection.h"
+#include "http/request_threads.h"
 
 namespace http {
 namespace {
@@ -57,13 +59,35 @@ std::string ErrorJson(const std::string& text) {
 
 }  // namespace
 
+// The library's server with connections and threads that have bounds.
+class BoundedServer : public httplib::Server {
+ public:
+  explicit BoundedServer(std::size_t threads) {
+    new_task_queue = [this, threads] { return new RequestThreads(threads, waiting_); };
+  }
+
+  // The library lets five connections wait to be accepted. The kernel drops further ones, and their clients try
+  // again after a second.
+  void RaiseBacklog() { ::listen(svr_sock_, SOMAXCONN); }
+
+ private:
+  // One request on each connection.
+  bool process_and_close_socket(socket_t descriptor) override {
+    Connection connection(descriptor, waiting_);
+    bool isClosed = false;
+    return process_request(connection, true, isClosed, nullptr);
+  }
+
+  WaitingConnections waiting_;
+};
+
 void Fail(response_t& response, status_code_t status, const std::string& text) {
   response.status = status;
   response.set_content(ErrorJson(text), JSON);
 }
 
 LocalServer::LocalServer(server_options_t options)
-    : options_(std::move(options)), server_(std::make_unique<httplib::Server>()) {
+    : options_(std::move(options)), server_(std::make_unique<BoundedServer>(options_.threads)) {
   Configure();
 }
 
@@ -77,10 +101,6 @@ LocalServer::~LocalServer() {
 }
 
 void LocalServer::Configure() {
-  server_->new_task_queue = [threads = options_.threads] { return new httplib::ThreadPool(threads); };
-  server_->set_keep_alive_max_count(1);
-  server_->set_read_timeout(2s);
-  server_->set_write_timeout(2s);
   server_->set_payload_max_length(options_.mostBody);
   server_->set_tcp_nodelay(true);
   server_->set_socket_options([](int descriptor) { SetSocketOptions(descriptor); });
@@ -138,6 +158,7 @@ void LocalServer::Listen(const address_t& address) {
   address_ = address;
   base::RemoveAddressFile(options_.addressFile);  // of a server that was killed
   Bind();
+  server_->RaiseBacklog();
   thread_ = std::thread([this] { server_->listen_after_bind(); });
   if (!base::WriteAddressFile(options_.addressFile, base::FormatHostPort(address_))) {
     std::cerr << options_.name + " cannot write its address into " + platform::RuntimeDirectory() + "\n";

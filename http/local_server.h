@@ -12,12 +12,13 @@
 #include "http/address.h"
 
 namespace httplib {
-class Server;
 struct Request;
 struct Response;
 }  // namespace httplib
 
 namespace http {
+
+class BoundedServer;
 
 using request_t = httplib::Request;
 using response_t = httplib::Response;
@@ -29,6 +30,7 @@ enum status_code_t : int {
   BAD_REQUEST = 400,
   FORBIDDEN = 403,
   NOT_FOUND = 404,
+  CONFLICT = 409,
   TOO_LARGE = 413,
   BAD_TYPE = 415,
   UNAVAILABLE = 503,
@@ -41,15 +43,17 @@ struct server_options_t {
   std::string name;         // for messages: "the front panel"
   std::string guide;        // in the answer 404: "see the front panel at /"
   const char* addressFile;  // of the runtime directory; has the address while the server listens
-  std::size_t threads;      // requests served at the same time; a stream keeps its thread until it ends
-  std::size_t mostBody;     // bytes of a request
+  // At most. They are started on demand, and a stream keeps its thread until it ends. A connection beyond them
+  // ends the oldest one whose request has not come yet.
+  std::size_t threads;
+  std::size_t mostBody;                        // bytes of a request
   std::map<std::string, std::string> headers;  // of every answer, beside the server's own
 };
 
 // Answers 403 to a Host other than the loopback's names and to a request of another site's page, 413 to a body
 // that is too large and 415 to one of several parts, which no request here has. No answer lets the pages of
 // other sites read it (CORS) or show it (Cross-Origin-Resource-Policy). Serves one request on each connection,
-// so that no idle browser keeps a thread.
+// so that no idle browser keeps a thread. A request has to come within Connection::READ_LIMIT.
 class LocalServer {
  public:
   // Both are called on a thread of the server's pool.
@@ -57,7 +61,7 @@ class LocalServer {
   using post_t = std::function<void(const request_t&, const std::string& body, response_t&)>;
 
   explicit LocalServer(server_options_t options);
-  // Waits until all requests are answered.
+  // Waits until all requests that have come are answered.
   ~LocalServer();
   LocalServer(const LocalServer&) = delete;
   LocalServer& operator=(const LocalServer&) = delete;
@@ -83,7 +87,7 @@ class LocalServer {
 
   const server_options_t options_;
   address_t address_;
-  std::unique_ptr<httplib::Server> server_;
+  std::unique_ptr<BoundedServer> server_;
   std::atomic<std::uint64_t> requests_{0}, refused_{0};
   std::thread thread_;
 };

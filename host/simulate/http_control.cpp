@@ -11,7 +11,7 @@
 namespace simulate {
 namespace {
 
-constexpr std::size_t THREADS = 4;
+constexpr std::size_t THREADS = 16;
 constexpr std::size_t MOST_BODY = 4096;
 
 }  // namespace

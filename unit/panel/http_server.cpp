@@ -3,6 +3,7 @@
 #include <chrono>
 #include <fstream>
 #include <functional>
+#include <optional>
 #include <sstream>
 #include <utility>
 
@@ -10,7 +11,6 @@
 
 #include "base/address_file.h"
 #include "unit/panel/assets.h"
-#include "unit/screen/client/screen_client.h"
 #include "unit/screen/client/screen_requests.h"
 
 namespace unit {
@@ -22,21 +22,18 @@ using http::JSON;
 using http::request_t;
 using http::response_t;
 
-constexpr std::size_t POOL = StreamHub::MAX_STREAMS + 8;
+constexpr std::size_t MOST_WAITING = 8;  // requests that wait for one other service
+constexpr std::size_t THREADS = StreamHub::MAX_STREAMS + 2 * MOST_WAITING + 40;
 constexpr std::size_t MAX_BODY = 1024;
 constexpr auto BEAT = 1s;
+constexpr const char* KEY_BODIES =
+    R"(the body is {"down":true}, {"down":true,"lease":true}, {"renew":true} or {"down":false})";
 constexpr const char* NO_BOARD = "there is no board in this runtime directory";
 
 constexpr const char* CONTENT_POLICY =
     "default-src 'none'; script-src 'self'; style-src 'self' 'unsafe-inline'; "
     "connect-src 'self'; img-src 'self' data:; "
     "base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
-
-void AnswerFromScreen(screen_request_t request, const char* type, response_t& response) {
-  std::string result;
-  if (!AskScreen(request, result)) return Fail(response, http::UNAVAILABLE, result);
-  response.set_content(result, type);
-}
 
 void AskHost(const std::function<httplib::Result(httplib::Client&)>& ask, response_t& response) {
   const std::string address = base::ReadAddressFile(base::HOST_ADDRESS_FILE);
@@ -58,10 +55,12 @@ void AskHost(const std::function<httplib::Result(httplib::Client&)>& ask, respon
 
 HttpServer::HttpServer(const http::address_t& address, panel_parts_t parts)
     : parts_(std::move(parts)),
+      screenShare_(MOST_WAITING, "the screen service"),
+      hostShare_(MOST_WAITING, "the host simulator"),
       server_({.name = "the front panel",
                .guide = "see the front panel at /",
                .addressFile = base::PANEL_ADDRESS_FILE,
-               .threads = POOL,
+               .threads = THREADS,
                .mostBody = MAX_BODY,
                .headers = {{"Content-Security-Policy", CONTENT_POLICY}}}) {
   AddAssets();
@@ -74,6 +73,7 @@ HttpServer::HttpServer(const http::address_t& address, panel_parts_t parts)
 }
 
 HttpServer::~HttpServer() {
+  parts_.screen.Close();
   parts_.hub.CloseAll();
 }
 
@@ -85,14 +85,22 @@ void HttpServer::AddAssets() {
   }
 }
 
+void HttpServer::AnswerFromScreen(screen_request_t request, const char* type, response_t& response) {
+  const auto place = screenShare_.Enter(response);
+  if (!place) return;
+  std::string result;
+  if (!parts_.screen.Ask(request, result)) return Fail(response, http::UNAVAILABLE, result);
+  response.set_content(result, type);
+}
+
 void HttpServer::AddScreen() {
-  server_.Get("/screen.svg", [](const request_t&, response_t& response) {
+  server_.Get("/screen.svg", [this](const request_t&, response_t& response) {
     AnswerFromScreen(SCREEN_REQUEST_SVG, "image/svg+xml", response);
   });
-  server_.Get("/screen.png", [](const request_t&, response_t& response) {
+  server_.Get("/screen.png", [this](const request_t&, response_t& response) {
     AnswerFromScreen(SCREEN_REQUEST_PNG, "image/png", response);
   });
-  server_.Get("/api/screen", [](const request_t&, response_t& response) {
+  server_.Get("/api/screen", [this](const request_t&, response_t& response) {
     AnswerFromScreen(SCREEN_REQUEST_STATE, JSON, response);
     if (response.status != http::UNAVAILABLE) response.body = WithoutPicture(response.body);
   });
@@ -147,13 +155,17 @@ void HttpServer::AddKeys() {
 // The host simulator has a port of its own. The panel forwards requests to it, because the page may connect
 // only to its own server.
 void HttpServer::AddHost() {
-  server_.Get("/api/host/state", [](const request_t&, response_t& response) {
-    AskHost([](httplib::Client& host) { return host.Get("/api/state"); }, response);
+  server_.Get("/api/host/state", [this](const request_t&, response_t& response) {
+    if (const auto place = hostShare_.Enter(response))
+      AskHost([](httplib::Client& host) { return host.Get("/api/state"); }, response);
   });
   for (const std::string path : {"do", "controls"}) {
-    server_.Post("/api/host/" + path, [path](const request_t&, const std::string& body, response_t& response) {
-      AskHost([&](httplib::Client& host) { return host.Post("/api/" + path, body, JSON); }, response);
-    });
+    server_.Post(
+        "/api/host/" + path, [this, path](const request_t&, const std::string& body, response_t& response) {
+          const auto place = hostShare_.Enter(response);
+          if (!place) return;
+          AskHost([&](httplib::Client& host) { return host.Post("/api/" + path, body, JSON); }, response);
+        });
   }
 }
 
@@ -167,12 +179,15 @@ bool HttpServer::FindKey(const request_t& request, response_t& response, int& ke
 
 void HttpServer::HoldKey(const request_t& request, const std::string& body, response_t& response) {
   int key = 0;
-  bool down = false;
   if (!FindKey(request, response, key)) return;
-  if (!ReadKeyRequest(body, down)) {
-    return Fail(response, http::BAD_REQUEST, "the body is {\"down\":true} or {\"down\":false}");
+  const std::optional<key_request_t> wanted = ReadKeyRequest(body);
+  if (!wanted) return Fail(response, http::BAD_REQUEST, KEY_BODIES);
+  const auto now = std::chrono::steady_clock::now();
+  if (*wanted == key_request_t::RENEW) {
+    if (!parts_.keys.Renew(key, now)) return Fail(response, http::CONFLICT, "the key is not held by a lease");
+  } else if (!parts_.keys.Set(key, *wanted, now)) {
+    return Fail(response, http::UNAVAILABLE, NO_BOARD);
   }
-  if (!parts_.keys.Set(key, down)) return Fail(response, http::UNAVAILABLE, NO_BOARD);
   response.set_content("{}", JSON);
 }
 

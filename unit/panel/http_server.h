@@ -5,9 +5,11 @@
 #include <string>
 
 #include "http/local_server.h"
+#include "http/request_share.h"
 #include "unit/panel/key_holder.h"
 #include "unit/panel/panel_state.h"
 #include "unit/panel/stream_hub.h"
+#include "unit/screen/client/screen_client.h"
 
 namespace unit {
 
@@ -15,12 +17,13 @@ struct panel_parts_t {
   PanelState& state;
   StreamHub& hub;
   KeyHolder& keys;
+  ScreenClient& screen;
   std::function<bool()> connected;  // to the notification manager; any thread
   std::string wordsFolder;          // the catalogue of the operator's languages
 };
 
-// Listens while the object lives. It has more threads than streams, so that open streams do not block other
-// requests.
+// Listens while the object lives. Streams, requests to the screen service and requests to the host simulator
+// hold a bounded share of the threads each, so that health and keys are answered whatever hangs.
 class HttpServer {
  public:
   // Throws std::runtime_error when the address cannot be bound.
@@ -34,6 +37,7 @@ class HttpServer {
  private:
   void AddAssets();
   void AddScreen();
+  void AnswerFromScreen(screen_request_t request, const char* type, http::response_t& response);
   void AddWords();
   void AddState();
   void AddKeys();
@@ -46,6 +50,7 @@ class HttpServer {
   bool FindKey(const http::request_t& request, http::response_t& response, int& key) const;
 
   const panel_parts_t parts_;
+  http::RequestShare screenShare_, hostShare_;
   http::LocalServer server_;
 };
 

@@ -25,6 +25,7 @@ using std::chrono::steady_clock;
 
 constexpr auto PACE = 20ms;
 constexpr auto RETRY_PERIOD = 1s;
+constexpr auto SCREEN_LIMIT = 1s;
 
 // All parts of the running panel. The subscriber's thread takes the messages of the other services, the pace
 // thread releases keys and sends changes to the streams, the server's threads answer requests.
@@ -36,7 +37,7 @@ class PanelWorker {
   explicit PanelWorker(const options_t& options)
       : address_(http::ParseAddress(options.httpAddress)),
         wordsFolder_(options.configDirectory + "/words"),
-        state_(hub_, ReadParameterFile(options.configDirectory + "/parameters.xml")),
+        state_(hub_, screen_, ReadParameterFile(options.configDirectory + "/parameters.xml")),
         subscriber_(
             {SCREEN_CHANGES_CHANNEL_NAME, BOARD_CHANNEL_NAME, BUS_CHANNEL_NAME, HEALTH_CHANNEL_NAME,
              DATABASE_CHANNEL_NAME},
@@ -46,6 +47,7 @@ class PanelWorker {
         pace_([this] { Pace(); }) {}
   ~PanelWorker() {
     stopping_ = true;
+    screen_.Close();
     pace_.join();
   }
   PanelWorker(const PanelWorker&) = delete;
@@ -84,7 +86,8 @@ class PanelWorker {
     std::string problem;
     try {
       server = std::make_unique<HttpServer>(
-          address_, panel_parts_t{state_, hub_, keys_, [this] { return connected_.load(); }, wordsFolder_});
+          address_,
+          panel_parts_t{state_, hub_, keys_, screen_, [this] { return connected_.load(); }, wordsFolder_});
     } catch (const std::runtime_error& error) {
       problem = std::string(error.what()) + " (trying again once a second)";
     }
@@ -117,6 +120,7 @@ class PanelWorker {
   const std::string wordsFolder_;
   StreamHub hub_;
   KeyHolder keys_;
+  ScreenClient screen_{SCREEN_LIMIT};
   PanelState state_;
   std::atomic<bool> connected_{false};
   std::atomic<bool> stopping_{false};

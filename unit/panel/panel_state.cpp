@@ -7,7 +7,6 @@
 
 #include "base/json_text.h"
 #include "unit/database/attach.h"
-#include "unit/screen/client/screen_client.h"
 #include "unit/screen/client/screen_requests.h"
 #include "unit/service/database_change.h"
 
@@ -39,8 +38,8 @@ json FiniteOrNull(const std::optional<double>& value) {
 }
 }  // namespace
 
-PanelState::PanelState(StreamHub& hub, std::vector<parameter_t> parameters)
-    : hub_(hub), parameters_(std::move(parameters)) {}
+PanelState::PanelState(StreamHub& hub, ScreenClient& screen, std::vector<parameter_t> parameters)
+    : hub_(hub), screen_(screen), parameters_(std::move(parameters)) {}
 
 void PanelState::AcceptBoard(const std::string& message) {
   const std::string board = ObjectOf(message);
@@ -83,7 +82,7 @@ void PanelState::AcceptReconnect() {
 
 void PanelState::BroadcastScreen() {
   std::string state;
-  if (hub_.Count() > 0 && AskScreen(SCREEN_REQUEST_STATE, state)) hub_.Broadcast("screen", state);
+  if (hub_.Count() > 0 && screen_.Ask(SCREEN_REQUEST_STATE, state)) hub_.Broadcast("screen", state);
 }
 
 void PanelState::AcceptDatabase(std::span<const std::uint8_t> message) {
@@ -162,19 +161,11 @@ bool PanelState::Database(std::string& text) const {
 
 std::string PanelState::FullState(bool connected) const {
   std::string text, state;
-  if (AskScreen(SCREEN_REQUEST_STATE, state)) text += StreamHub::Format("screen", state);
+  if (screen_.Ask(SCREEN_REQUEST_STATE, state)) text += StreamHub::Format("screen", state);
   text += StreamHub::Format("board", Board());
   text += StreamHub::Format("bus", Bus());
   if (Database(state)) text += StreamHub::Format("parameters", state);
   return text + StreamHub::Format("health", Health(connected, std::chrono::steady_clock::now()).json);
-}
-
-bool ReadKeyRequest(const std::string& body, bool& down) {
-  const json parsed = json::parse(body, nullptr, false);
-  if (!parsed.is_object() || parsed.size() != 1 || !parsed.contains("down")) return false;
-  if (!parsed["down"].is_boolean()) return false;
-  down = parsed["down"];
-  return true;
 }
 
 std::string WithoutPicture(const std::string& state) {

@@ -13,6 +13,7 @@
 #include "unit/database/parameter_list.h"
 #include "unit/panel/health_book.h"
 #include "unit/panel/stream_hub.h"
+#include "unit/screen/client/screen_client.h"
 
 namespace unit {
 
@@ -21,7 +22,7 @@ class PanelState {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  PanelState(StreamHub& hub, std::vector<parameter_t> parameters);
+  PanelState(StreamHub& hub, ScreenClient& screen, std::vector<parameter_t> parameters);
 
   void AcceptBoard(const std::string& message);
   void AcceptBus(const std::string& message);
@@ -52,6 +53,7 @@ class PanelState {
   void BroadcastParameters();
 
   StreamHub& hub_;
+  ScreenClient& screen_;
   const std::vector<parameter_t> parameters_;
   HealthBook health_;
   std::uint64_t screenRevision_ = 0;  // of the subscriber's thread
@@ -65,8 +67,6 @@ class PanelState {
   TimePoint nextDatabase_{}, nextSecond_{};
 };
 
-// Reads {"down":true} or {"down":false}. False for any other text.
-bool ReadKeyRequest(const std::string& body, bool& down);
 // The screen service's state without the picture: page, title, widgets, variables.
 std::string WithoutPicture(const std::string& state);
 

@@ -5,7 +5,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include "unit/screen/client/screen_client.h"
 #include "unit/screen/client/screen_requests.h"
 #include "unit/screen/design/screen_model.h"
 #include "unit/window/picture_rules.h"
@@ -63,6 +62,7 @@ ScreenPainter::~ScreenPainter() {
     stopping_ = true;
   }
   wake_.notify_all();
+  screen_.Close();
   thread_.join();
 }
 
@@ -113,7 +113,7 @@ void ScreenPainter::Run() {
 void ScreenPainter::Step(int width, int height) {
   look_ = Clock::now();
   picture_input_t source;
-  if (!AskScreen(SCREEN_REQUEST_SVG, source.svg)) return Lose(source.svg);
+  if (!screen_.Ask(SCREEN_REQUEST_SVG, source.svg)) return Lose(source.svg);
   FollowLanguage(source.svg);
   source.style = FlashStyle(source.svg, Milliseconds(look_));
   source.width = width;

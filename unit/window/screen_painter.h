@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "unit/health/subscriber.h"
+#include "unit/screen/client/screen_client.h"
 #include "unit/screen/design/word_catalogue.h"
 #include "unit/screen/render/renderer.h"
 
@@ -66,6 +67,7 @@ class ScreenPainter {
   Clock::time_point NextLook() const;
 
   const word_catalogue_t words_;
+  ScreenClient screen_{SILENCE};
   double language_ = 0;     // of the thread: of the last document
   picture_input_t drawn_;   // of the thread
   Clock::time_point look_;  // of the thread: time of the last request

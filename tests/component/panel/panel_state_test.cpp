@@ -27,7 +27,8 @@ class PanelStateTest : public testing::Test {
   RuntimeDirectoryForTest directory_;  // where the panel finds no screen service
   StreamHub hub_;
   std::shared_ptr<EventStream> stream_ = hub_.Open();
-  PanelState state_{hub_, {}};
+  ScreenClient screen_{1s};
+  PanelState state_{hub_, screen_, {}};
 };
 
 TEST_F(PanelStateTest, HandsOnEachStateOfTheBoardOnce) {

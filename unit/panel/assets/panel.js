@@ -117,22 +117,37 @@ const held = new Set(); // the keys that this page holds
 let boardKeys = [];
 const sending = new Map(); // the last request of each key: a release waits for it, so that it never arrives before its press
 
-function sendKey(key, down) {
-  const send = () => fetch(`/api/keys/${key}`, {
+function postKey(key, wanted) {
+  return fetch(`/api/keys/${key}`, {
     method: 'POST',
     headers: { 'Content-Type': 'application/json' },
-    body: JSON.stringify({ down }),
+    body: JSON.stringify(wanted),
     keepalive: true,
   }).catch(() => {});
-  sending.set(key, (sending.get(key) ?? Promise.resolve()).then(send));
 }
+
+function sendKey(key, wanted) {
+  const sent = (sending.get(key) ?? Promise.resolve()).then(() => postKey(key, wanted));
+  sending.set(key, sent);
+  sent.then(() => sending.get(key) === sent && sending.delete(key));
+}
+
+// The unit holds a key on a lease of a second, so that it does not stay down when the browser ends.
+const RENEW_MS = 250;
+
+function renewKeys() {
+  for (const key of held) {
+    if (!sending.has(key)) sendKey(key, { renew: true });
+  }
+}
+setInterval(renewKeys, RENEW_MS);
 
 function setKey(key, down) {
   if (held.has(key) === down) return;
   if (down) held.add(key);
   else held.delete(key);
   showKey(key);
-  sendKey(key, down);
+  sendKey(key, down ? { down, lease: true } : { down });
 }
 
 function showKey(key) {

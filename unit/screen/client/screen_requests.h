@@ -5,8 +5,8 @@
 // document; the status of MsgSend is its length, so that the client notices a document that was cut off, or
 // negative when the service cannot answer now.
 //
-// The service publishes one JSON object on SCREEN_CHANGES_CHANNEL_NAME for each change of the picture, and twice a
-// second one whose revision is also its previous one: a sign that it lives.
+// The service publishes one JSON object on SCREEN_CHANGES_CHANNEL_NAME for each change of the picture, and
+// twice a second one whose revision is also its previous one: a sign that it lives.
 //
 //   {"revision":7,"previous":6,"page":false,
 //    "elements":[{"id":"...","attributes":{"style":"...","display":null},"content":"<tspan ...>"}],

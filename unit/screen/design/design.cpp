@@ -286,14 +286,15 @@ page_design_t ReadPageDocument(const fs::path& file, const std::set<std::string>
   page_design_t page;
   page.file = file;
   pugi::xml_document document;
-  const pugi::xml_parse_result result = document.load_file(file.c_str());
-  if (!result) {
-    throw std::runtime_error(std::string(result.description()) + " at byte " + std::to_string(result.offset));
-  }
+  LoadDesignFile(document, file);
   const pugi::xml_node root = document.document_element();
   if (std::string_view(root.name()) != "svg") throw std::runtime_error("the root is not <svg>");
   ReadPageElement(page, root);
   InsertParts(root, *base.parts);
+  if (FormatXml(root).size() > MOST_PAGE_BYTES) {
+    throw std::runtime_error("with its parts the page has more than " + std::to_string(MOST_PAGE_BYTES) +
+                             " bytes");
+  }
   for (const look_t look : {LOOK_DAY, LOOK_NIGHT})
     page.looks.at(look) = ReadLook(document, look, widgets, base);
   return page;

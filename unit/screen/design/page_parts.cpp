@@ -1,8 +1,10 @@
 #include "unit/screen/design/page_parts.h"
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace unit {
 namespace {
@@ -49,42 +51,87 @@ pugi::xml_node FindPart(const pugi::xml_document& parts, const char* name) {
   return part;
 }
 
-void InsertBelow(pugi::xml_node node, const pugi::xml_document& parts, int depth);
+// Counts the elements below a node without recursion, because a file may nest them without bound.
+class ElementCounter : public pugi::xml_tree_walker {
+ public:
+  bool for_each(pugi::xml_node& node) override {
+    if (node.type() == pugi::node_element) ++count;
+    return true;
+  }
 
-void InsertPart(pugi::xml_node place, const pugi::xml_document& parts, int depth) {
+  std::size_t count = 0;
+};
+
+std::size_t CountElements(pugi::xml_node node) {
+  ElementCounter counter;
+  node.traverse(counter);
+  return counter.count;
+}
+
+void CheckElementCount(std::size_t count) {
+  if (count <= MOST_PAGE_ELEMENTS) return;
+  throw std::runtime_error("the page has more than " + std::to_string(MOST_PAGE_ELEMENTS) +
+                           " elements; leave out what the screen cannot show");
+}
+
+// `count`: the elements of the page so far.
+void InsertBelow(pugi::xml_node node, const pugi::xml_document& parts, int depth, std::size_t& count);
+
+void InsertPart(pugi::xml_node place, const pugi::xml_document& parts, int depth, std::size_t& count) {
   if (depth > DEEPEST) throw std::runtime_error("parts name each other in a circle");
   const std::string name = place.attribute(PART_ATTRIBUTE).value();
-  for (const pugi::xml_node& child : FindPart(parts, name.c_str()).children()) {
+  const pugi::xml_node part = FindPart(parts, name.c_str());
+  count += CountElements(part);
+  CheckElementCount(count);
+  for (const pugi::xml_node& child : part.children()) {
     FillInAll(place.append_copy(child), place);
   }
   const std::string transform = place.attribute("transform").value();
-  InsertBelow(place, parts, depth + 1);
+  InsertBelow(place, parts, depth + 1, count);
   place.remove_attributes();
   if (!transform.empty()) place.append_attribute("transform").set_value(transform.c_str());
 }
 
-void InsertBelow(pugi::xml_node node, const pugi::xml_document& parts, int depth) {
+void InsertBelow(pugi::xml_node node, const pugi::xml_document& parts, int depth, std::size_t& count) {
   for (pugi::xml_node child : node.children()) {
     if (child.attribute(PART_ATTRIBUTE)) {
-      InsertPart(child, parts, depth);
+      InsertPart(child, parts, depth, count);
     } else {
-      InsertBelow(child, parts, depth);
+      InsertBelow(child, parts, depth, count);
     }
   }
 }
 
 }  // namespace
 
+void LoadDesignFile(pugi::xml_document& document, const std::filesystem::path& file) {
+  std::error_code unknown;  // load_file then says what is wrong
+  const std::uintmax_t size = std::filesystem::file_size(file, unknown);
+  if (!unknown && size > MOST_PAGE_BYTES) {
+    throw std::runtime_error("the file has " + std::to_string(size) + " bytes; at most " +
+                             std::to_string(MOST_PAGE_BYTES) + " are read");
+  }
+  const pugi::xml_parse_result result = document.load_file(file.c_str());
+  if (!result) {
+    throw std::runtime_error(std::string(result.description()) + " at byte " + std::to_string(result.offset));
+  }
+  CheckElementCount(CountElements(document));
+}
+
 std::unique_ptr<pugi::xml_document> ReadParts(const std::filesystem::path& file) {
   auto document = std::make_unique<pugi::xml_document>();
   if (!std::filesystem::exists(file)) return document;
-  const pugi::xml_parse_result result = document->load_file(file.c_str());
-  if (!result) throw std::runtime_error(file.string() + ": " + result.description());
+  try {
+    LoadDesignFile(*document, file);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(file.string() + ": " + error.what());
+  }
   return document;
 }
 
 void InsertParts(pugi::xml_node root, const pugi::xml_document& parts) {
-  InsertBelow(root, parts, 0);
+  std::size_t count = CountElements(root);
+  InsertBelow(root, parts, 0, count);
 }
 
 }  // namespace unit

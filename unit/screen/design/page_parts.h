@@ -5,6 +5,7 @@
 // Parts may name other parts.
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 
@@ -13,12 +14,20 @@
 namespace unit {
 
 constexpr const char* PARTS_FILE = "parts.svg";
+// A page is drawn again for each change and travels whole in one message, so that a larger one would hold up
+// the screen.
+constexpr std::size_t MOST_PAGE_BYTES = 256U << 10U;  // of a file, and of a page with its parts
+constexpr std::size_t MOST_PAGE_ELEMENTS = 5000;      // with its parts
+
+// Reads a page or the file of parts. Throws std::runtime_error with the problem, also with a file that exceeds
+// the bounds.
+void LoadDesignFile(pugi::xml_document& document, const std::filesystem::path& file);
 
 // Empty when there is no such file. Throws std::runtime_error when it cannot be read.
 std::unique_ptr<pugi::xml_document> ReadParts(const std::filesystem::path& file);
 
 // Puts the parts in their places below `root`. Throws std::runtime_error with a part or a parameter that does
-// not exist, and when parts name each other in a circle.
+// not exist, when parts name each other in a circle, and when the page gets too many elements.
 void InsertParts(pugi::xml_node root, const pugi::xml_document& parts);
 
 }  // namespace unit
