@@ -17,7 +17,7 @@
 
 namespace unit {
 
-// The subscriber's thread calls the Take functions, the pace thread Step; the server's threads read.
+// The subscriber's thread calls the Accept functions, the pace thread Step; the server's threads read.
 class PanelState {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;

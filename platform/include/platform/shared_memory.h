@@ -41,8 +41,8 @@ static_assert(sizeof(shared_lock_t) == 8);
 // Initialises a lock. Called once, before another process can see the object.
 void InitSharedLock(shared_lock_t& lock);
 
-// Waits for the lock, at most for `limit`, and takes it. Not recursive. A thread may hold one such lock at a time.
-// The holder writes a few bytes: one that keeps the lock longer was stopped, or the memory is damaged.
+// Waits for the lock, at most for `limit`, and takes it. Not recursive. A thread may hold one such lock at a
+// time. The holder writes a few bytes: one that keeps the lock longer was stopped, or the memory is damaged.
 struct lock_result_t {
   bool taken = false;
   // The slot that the last holder was writing when it died, if it did: the slot may be half written, and the

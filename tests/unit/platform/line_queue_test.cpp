@@ -1,5 +1,5 @@
 // What the queue of console lines keeps, counts and says.
-#include "platform/line_queue.h"
+#include "platform/console_writer.h"
 
 #include <vector>
 
