@@ -57,13 +57,12 @@ class Joiner:
             return None
         if data[0] == 0:
             self.count = data[1]
-            if not 1 <= self.count <= MOST_FRAMES:
-                self.frames = []
+            if self.count == 0:
                 return None
         self.frames.append(bytes(data[2:] if data[0] == 0 else data[1:]))
         if len(self.frames) < self.count:
             return None
-        message = b"".join(self.frames)
+        message = b"".join(self.frames) if self.count <= MOST_FRAMES else None
         self.frames = []
         return message
 

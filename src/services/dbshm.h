@@ -52,8 +52,8 @@ constexpr std::uint64_t CYCLES_PER_TIMEOUT_UNIT = 66'500;
 
 // A process has one view of the database. Any thread may make any call except Init, which must be the first. An
 // access to a value holds the shared lock. Where another process keeps the lock for a second, reads fail and
-// writes do nothing until it is free or the database was made anew. The pulse for a changed value is sent after the lock is released and
-// never blocks.
+// writes do nothing until it is free or the database was made anew. The pulse for a changed value is sent after
+// the lock is released and never blocks.
 class DBSHM {
  public:
   // Maps the existing database and connects to its owner. Does nothing when the process has mapped that

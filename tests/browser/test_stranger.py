@@ -85,7 +85,7 @@ def test_a_page_of_another_site_reads_nothing_and_moves_nothing(open_panel, driv
         driver.get(site)
         got = driver.execute_async_script(ATTEMPTS, panel.url, f"http://{desk.address('socketcand')}/", lines)
         assert got == ["refused"] * len(got), got
-    assert desk.counters("j1939")["stations.expelled"] > 0, "the attempts did not reach the bus"
+    wait_for(lambda: desk.counters("j1939")["stations.expelled"] > 0, "the attempts at the bus")
     bus.send_message(cmd2(load=12300, radius=20))
     wait_for(lambda: desk.widget("orvikTextWidgetRadius").strip().startswith("20"), "a later message of the host")
     assert desk.widget("orvikTextWidgetLoad") == " 12,300"

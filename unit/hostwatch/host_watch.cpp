@@ -12,11 +12,22 @@ constexpr std::uint8_t SETTINGS = 7;
 constexpr std::uint8_t UNITS = 11;
 constexpr std::uint8_t HIGHEST_UNITS = 1;
 
+// Requests that the application answers at once: in a single frame they may stand between the frames of another
+// message.
+constexpr std::uint8_t KEY_STATE = 6;
+constexpr std::array<std::uint8_t, 5> ANSWERED_SETTINGS = {3, 4, 5, 7, 9};
+
+bool IsAnsweredAtOnce(std::span<const std::uint8_t> frame) {
+  if (frame[0] != 0 || frame[1] != 1) return false;
+  const bool isAnswered = std::ranges::find(ANSWERED_SETTINGS, frame[3]) != ANSWERED_SETTINGS.end();
+  return frame[2] == KEY_STATE || (frame[2] == SETTINGS && isAnswered);
+}
+
 }  // namespace
 
 bool HostWatch::Accept(std::span<const std::uint8_t> frame, TimePoint now) {
   const std::lock_guard lock(mutex_);
-  if (frame.size() < FRAME_SIZE || !Join(frame)) return false;
+  if (frame.size() < FRAME_SIZE || IsAnsweredAtOnce(frame) || !Join(frame)) return false;
   const unsigned frames = std::exchange(frames_, 0);
   if (head_[0] == SETTINGS && head_[1] == UNITS) return NoteUnits(head_[2]);
   if (head_[0] != OPERATING_VALUES) return false;

@@ -24,6 +24,8 @@ struct frame_of_t {
 };
 struct values_t {
   std::uint8_t frames = 6;
+  std::uint8_t interrupted = 0xFF;  // the frame before which `other` comes
+  frame_of_t other{0, 1, 7, 9};
 };
 using sent_t = std::variant<values_t, frame_of_t>;
 
@@ -39,6 +41,7 @@ bool Send(HostWatch& watch, const frame_of_t& sent, HostWatch::TimePoint now) {
 bool Send(HostWatch& watch, const values_t& values, HostWatch::TimePoint now) {
   bool unknown = false;
   for (std::uint8_t number = 0; number < values.frames; ++number) {
+    if (number == values.interrupted) Send(watch, values.other, now);
     unknown = Send(watch, frame_of_t{number, values.frames, 2}, now) || unknown;
   }
   return unknown;
@@ -72,6 +75,8 @@ TEST(HostWatchTest, ValuesAreFreshWhileWholeMessagesOfOneUnitComeInTime) {
       {"the first units may be others", {{0ms, VALUES}, {1s, IMPERIAL}}, 2s, false},
       {"units that are refused", {{0ms, VALUES}, {1s, NO_UNITS}}, 2s, true},
       {"a first frame of none", {{0ms, frame_of_t{0, 0, 2}}, {0ms, VALUES}}, 1s, true},
+      {"a request between its frames", {{0ms, values_t{6, 3}}}, 1s, true},
+      {"a first frame between its frames", {{0ms, values_t{6, 3, TEXT}}}, 1s, false},
       {"begun by another frame", {{0ms, frame_of_t{1, 6, 2}}, {0ms, VALUES}}, 1s, true},
   };
   for (const case_t& row : cases) {
