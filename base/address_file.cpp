@@ -20,7 +20,7 @@ std::string PathOf(const char* file) {
 }  // namespace
 
 std::string RuntimePath(const char* file) {
-  const std::string path = PathOf(file);
+  std::string path = PathOf(file);
   if (path.empty()) throw std::runtime_error(platform::RuntimeDirectoryProblem());
   return path;
 }

@@ -15,29 +15,37 @@ namespace {
 
 // `begin` is written last when a mapping is added, and first when it is removed.
 struct guarded_t {
-  std::atomic<std::uintptr_t> begin{0};
+  std::atomic<std::uint8_t*> begin{nullptr};
   std::atomic<std::size_t> size{0};
 };
 
 std::mutex guardedMutex;  // of those who add and remove; the handler takes no lock
 std::array<guarded_t, 8> guarded;
-static_assert(std::atomic<std::uintptr_t>::is_always_lock_free, "the signal handler reads them");
+static_assert(std::atomic<std::uint8_t*>::is_always_lock_free, "the signal handler reads them");
 
-bool ReplaceMapping(std::uintptr_t address) {
+bool ReplaceMapping(const void* address) {
+  const auto at = reinterpret_cast<std::uintptr_t>(address);
   for (const guarded_t& each : guarded) {
-    const std::uintptr_t begin = each.begin.load();
+    std::uint8_t* const memory = each.begin.load();
+    const auto begin = reinterpret_cast<std::uintptr_t>(memory);
     const std::size_t size = each.size.load();
-    if (begin == 0 || address < begin || address - begin >= size) continue;
-    void* const memory = reinterpret_cast<void*>(begin);
+    if (memory == nullptr || at < begin || at - begin >= size) continue;
     return mmap(memory, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) !=
            MAP_FAILED;
   }
   return false;
 }
 
-void AnswerBusError(int signal, siginfo_t* info, void* /*context*/) {
+void SetHandler(const struct sigaction& action) {
+  sigaction(SIGBUS, &action, nullptr);
+}
+
+void AnswerBusError(int /*signal*/, siginfo_t* info, void* /*context*/) {
+  if (ReplaceMapping(info->si_addr)) return;
   // Of another mapping: the access is repeated and ends the process as it would without the handler.
-  if (!ReplaceMapping(reinterpret_cast<std::uintptr_t>(info->si_addr))) ::signal(signal, SIG_DFL);
+  struct sigaction usual {};
+  usual.sa_handler = SIG_DFL;
+  SetHandler(usual);
 }
 
 void InstallHandler() {
@@ -45,7 +53,7 @@ void InstallHandler() {
   action.sa_sigaction = AnswerBusError;
   action.sa_flags = SA_SIGINFO | SA_ONSTACK;
   sigemptyset(&action.sa_mask);
-  sigaction(SIGBUS, &action, nullptr);
+  SetHandler(action);
 }
 
 }  // namespace
@@ -55,9 +63,9 @@ void GuardMapping(void* memory, std::size_t size) {
   std::call_once(installed, InstallHandler);
   const std::lock_guard lock(guardedMutex);
   for (guarded_t& each : guarded) {
-    if (each.begin.load() != 0) continue;
+    if (each.begin.load() != nullptr) continue;
     each.size.store(size);
-    each.begin.store(reinterpret_cast<std::uintptr_t>(memory));
+    each.begin.store(static_cast<std::uint8_t*>(memory));
     return;
   }
 }
@@ -65,7 +73,7 @@ void GuardMapping(void* memory, std::size_t size) {
 void ForgetMapping(void* memory) {
   const std::lock_guard lock(guardedMutex);
   for (guarded_t& each : guarded) {
-    if (each.begin.load() == reinterpret_cast<std::uintptr_t>(memory)) each.begin.store(0);
+    if (each.begin.load() == memory) each.begin.store(nullptr);
   }
 }
 

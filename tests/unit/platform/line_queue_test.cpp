@@ -1,9 +1,9 @@
 // What the queue of console lines keeps, counts and says.
-#include "platform/console_writer.h"
-
 #include <vector>
 
 #include <gmock/gmock.h>
+
+#include "platform/console_writer.h"
 
 namespace {
 
