@@ -201,8 +201,10 @@ def test_an_application_that_was_started_before_the_notification_manager_is_star
     desk.parts["notify"].stop()
     keeper = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik")
     keeper.wait_line("Orvik: System Up", seconds=20)
+    desk.parts["board,j1939"].child.send_signal(signal.SIGSTOP)  # it connects after the application
     desk.start_part("notify")
     keeper.wait_line("Orvik: System Up", count=2, seconds=20)
+    desk.parts["board,j1939"].child.send_signal(signal.SIGCONT)
     desk.go_to("Main").send_message(cmd2(load=27600))
     wait_for(lambda: load_known(desk) == " 27,600", "the load", 2)
 

@@ -6,6 +6,7 @@
 
 #include "platform/byte_order.h"
 
+#include "src/hostlink/j1939_external.h"
 #include "src/screenapi/screen_messages.h"
 #include "unit/service/database_change.h"
 
@@ -53,7 +54,15 @@ state_key_t DatabaseChangeKey(std::span<const std::uint8_t> payload) {
   return {FirstBytes(payload, DATABASE_CHANGE_VALUE_AT)};
 }
 
+state_key_t J1939RequestKey(std::span<const std::uint8_t> payload) {
+  if (payload.size() <= J1939_NAME_AT) return {};  // a request to send is shorter than one with a name
+  const std::uint32_t type = platform::LoadLe32(payload, J1939_TYPE_AT);
+  const bool isFilter = type == J1939_SET_FILTER || type == J1939_SET_MULTIPACKET_FILTER;
+  return isFilter ? state_key_t{FirstBytes(payload, payload.size()), true} : state_key_t{};
+}
+
 void SetStateRules(Exchange& exchange) {
+  exchange.SetStateRule(exchange.RegisterName(J1939_CHANNEL_NAME), J1939RequestKey);
   exchange.SetStateRule(exchange.RegisterName(SCREEN_CHANNEL_NAME), ScreenMessageKey);
   exchange.SetStateRule(exchange.RegisterName(DATABASE_CHANNEL_NAME), DatabaseChangeKey);
 }

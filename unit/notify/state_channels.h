@@ -21,7 +21,11 @@ state_key_t ScreenMessageKey(std::span<const std::uint8_t> payload);
 // The parameter (layout: unit/service/database_change.h). Not kept: who comes later reads the database.
 state_key_t DatabaseChangeKey(std::span<const std::uint8_t> payload);
 
-// Sets the rules of the channels of the screen and of the database.
+// A receive filter (layout: src/hostlink/j1939_external.h); kept. The application requests its filters once. A
+// J1939 service that connects to a new manager later than the application would give it no frame.
+state_key_t J1939RequestKey(std::span<const std::uint8_t> payload);
+
+// Sets the rules of the channels of the screen, of the database and of the J1939 service.
 void SetStateRules(Exchange& exchange);
 
 }  // namespace unit

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include "src/hostlink/j1939_external.h"
 #include "src/screenapi/screen_messages.h"
 #include "tests/support/bytes.h"
 #include "unit/notify/exchange.h"
@@ -198,6 +199,18 @@ TEST(StateChannelsTest, OneThingOfAWidgetHasOneKey) {
   }
   EXPECT_FALSE(ScreenMessageKey(Words({0, SCREEN_PROCESS_COMMANDS})).isKept);
   EXPECT_TRUE(ScreenMessageKey(Words({7, SCREEN_SHOW})).isKept);
+}
+
+TEST(StateChannelsTest, AReceiveFilterIsKeptAndAFrameToSendIsNot) {
+  bytes_t request(J1939_NAME_AT + 2);
+  EXPECT_TRUE(J1939RequestKey(request).isKept) << "type 0, a filter";
+  bytes_t other = request;
+  other[J1939_IDENTIFIER_AT] = 1;
+  EXPECT_NE(J1939RequestKey(request).name, J1939RequestKey(other).name);
+  request[J1939_TYPE_AT] = J1939_SEND;
+  EXPECT_EQ(J1939RequestKey(request).name, "");
+  other.resize(J1939_NAME_AT);
+  EXPECT_EQ(J1939RequestKey(other).name, "") << "without a channel name";
 }
 
 TEST_F(ExchangeTest, ClientsAndChannelsAreBounded) {
