@@ -1,16 +1,24 @@
-"""`unit design`: the product's design has no findings, and each kind of mistake is one line that names it."""
+"""`unit design`: the product's design has no findings and looks as on the sheet in docs/, and each kind of mistake is one
+line that names it."""
 
+import os
 import shutil
 import subprocess
 
 import pytest
+from PIL import Image, ImageChops
 
-from desk import BIN, CONFIG
+from desk import BIN, CONFIG, REPOSITORY
+from pictures import TILE, TILE_TOLERANCE
+
+# Each page in each state that matters, in all languages by day and in English by night.
+SHEET = REPOSITORY / "docs" / "design-sheet.png"
+FONTS = REPOSITORY / "tests" / "golden" / "fonts.conf"
 
 
 def design(folder, *arguments):
     done = subprocess.run([BIN / "unit", "design", folder / "screen", *arguments], capture_output=True, text=True,
-                          timeout=600)
+                          env=dict(os.environ, FONTCONFIG_FILE=str(FONTS)), timeout=800)
     return done.returncode, done.stdout, done.stderr
 
 
@@ -21,10 +29,23 @@ def config(tmp_path):
     return folder
 
 
-def test_the_products_design_has_no_findings():
-    status, found, errors = design(CONFIG)
+def unlike(golden, drawn):
+    """Where the pictures differ: corners of the tiles, in pixels."""
+    old, new = (Image.open(path).convert("RGB") for path in (golden, drawn))
+    assert old.size == new.size, f"{drawn} has another size than {golden}: pages or states came or went"
+    columns, rows = old.size[0] // TILE, old.size[1] // TILE
+    tiles = ImageChops.difference(old, new).convert("L").resize((columns, rows), Image.BOX)
+    return [(i % columns * TILE, i // columns * TILE) for i, grey in enumerate(tiles.tobytes()) if grey > TILE_TOLERANCE]
+
+
+def test_the_products_design_has_no_findings_and_looks_as_on_the_sheet():
+    drawn = BIN.parent / "golden-report" / "design-sheet.png"
+    drawn.parent.mkdir(exist_ok=True)
+    status, found, errors = design(CONFIG, "--sheet", drawn)
     assert (status, found.count("\n")) == (0, 1), found + errors
     assert found.startswith("smallest text 14, caption 16, value 28 pixels; lowest contrast ")
+    differences = unlike(SHEET, drawn)
+    assert not differences, f"{drawn} differs from {SHEET} at {differences[:20]}; tools/rewrite-golden if it is meant to"
 
 
 def test_each_mistake_is_one_line(config):
