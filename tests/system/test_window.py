@@ -84,3 +84,8 @@ def test_a_window_of_its_own_process_never_keeps_an_old_picture(make_desk, scree
     screen.wait_picture(desk, WHOLE)
     screen.key("Escape")
     assert window.wait_exit() == 0
+    window = desk.start(*alone)
+    screen.find_window(window)
+    screen.server.kill()
+    window.wait_line("the X server has ended", window.err)
+    assert window.wait_exit() == 1

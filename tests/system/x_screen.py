@@ -21,7 +21,8 @@ WHOLE = (0, 0, 640, 480)
 class Screen:
     """An X server without a window manager: its window, keyboard and picture."""
 
-    def __init__(self, name):
+    def __init__(self, name, server):
+        self.server = server
         self.environment = {"DISPLAY": name, "SDL_AUDIODRIVER": "dummy", "SDL_RENDER_DRIVER": "software",
                             "SDL_FRAMEBUFFER_ACCELERATION": "0"}  # without a graphics driver
         self.display = Display(name)
@@ -55,7 +56,10 @@ class Screen:
     def wait_picture(self, desk, place, share=1.0):
         """Waits until this part of the window shows the unit's screen at this brightness, and the rest is black."""
         def alike():
-            png = Image.open(io.BytesIO(desk.request("GET", "/screen.png")[1])).convert("RGB")
+            status, png = desk.request("GET", "/screen.png")
+            if status != 200:  # the screen service is slow to start
+                return False
+            png = Image.open(io.BytesIO(png)).convert("RGB")
             shown = self.picture()
             part = shown.crop(place).resize(png.size, Image.BOX)
             mean, tile, _ = compare(png_of(ImageEnhance.Brightness(png).enhance(share)), png_of(part))
@@ -74,6 +78,6 @@ def screen():
     os.close(writing)
     assert select.select([reading], [], [], 30)[0], "timed out waiting for the X server"
     with os.fdopen(reading) as number:
-        yield Screen(":" + number.readline().strip())
+        yield Screen(":" + number.readline().strip(), server)
     server.terminate()
     server.wait(30)

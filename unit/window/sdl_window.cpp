@@ -7,6 +7,10 @@
 #include <stdexcept>
 
 #include <SDL.h>
+#include <X11/Xlib.h>
+#include <unistd.h>
+
+#include "platform/console_writer.h"
 
 #include "unit/window/beep_tone.h"
 
@@ -35,8 +39,16 @@ void SetHints(bool fullscreen) {
   for (const auto& [name, value] : hints) SDL_SetHintWithPriority(name, value, SDL_HINT_DEFAULT);
 }
 
+// Xlib ends the process when the X server has gone, with destructors of what other threads still use.
+[[noreturn]] int LeaveWithoutServer(Display* /*display*/) {
+  platform::PrintLine(stderr, "window: the X server has ended, and this program with it");
+  platform::DrainConsole();
+  _exit(1);
+}
+
 std::unique_ptr<SdlPart> OpenVideo(bool fullscreen) {
   SetHints(fullscreen);
+  XSetIOErrorHandler(LeaveWithoutServer);
   try {
     return std::make_unique<SdlPart>(SDL_INIT_VIDEO);
   } catch (const std::runtime_error& error) {
