@@ -2,16 +2,22 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <memory>
+#include <thread>
 
 #include <pthread.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
 
 namespace platform {
 namespace {
 
 constexpr std::size_t NAME_SIZE = 16;  // with its terminating zero
+constexpr std::chrono::microseconds CLOCK_POLL{100};
 
 struct start_t {
   void* (*body)(void*);
@@ -75,6 +81,24 @@ int StartDetachedThread(const thread_attributes_t& attributes, void* (*body)(voi
   if (error == 0) static_cast<void>(start.release());  // the new thread owns it
   pthread_attr_destroy(&settings);
   return error;
+}
+
+ClockAlarm::ClockAlarm() : descriptor_(timerfd_create(CLOCK_REALTIME, TFD_CLOEXEC)) {}
+
+ClockAlarm::~ClockAlarm() {
+  if (descriptor_ >= 0) close(descriptor_);
+}
+
+// The read fails at once when the clock is set.
+void ClockAlarm::Wait(const std::timespec& due) {
+  const itimerspec once{.it_interval = {}, .it_value = due};
+  constexpr int FLAGS = TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET;
+  if (descriptor_ < 0 || timerfd_settime(descriptor_, FLAGS, &once, nullptr) != 0) {
+    std::this_thread::sleep_for(CLOCK_POLL);
+    return;
+  }
+  std::uint64_t expirations = 0;
+  [[maybe_unused]] const ssize_t got = read(descriptor_, &expirations, sizeof expirations);
 }
 
 }  // namespace platform

@@ -1,6 +1,8 @@
 #include "platform/threads.h"
 
+#include <chrono>
 #include <memory>
+#include <thread>
 
 #include <pthread.h>
 #include <signal.h>
@@ -49,6 +51,13 @@ int StartDetachedThread(const thread_attributes_t& attributes, void* (*body)(voi
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
   pthread_attr_destroy(&settings);
   return error;
+}
+
+ClockAlarm::ClockAlarm() = default;
+ClockAlarm::~ClockAlarm() = default;
+
+void ClockAlarm::Wait(const std::timespec& /*due*/) {
+  std::this_thread::sleep_for(std::chrono::microseconds(100));
 }
 
 }  // namespace platform

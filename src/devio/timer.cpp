@@ -1,18 +1,23 @@
 #include "src/devio/timer.h"
 
-#include <chrono>
-#include <thread>
-
 #include "src/core/worker.h"
 
 namespace {
 
 constexpr int PRIORITY = 11;
 constexpr long NANOSECONDS_PER_SECOND = 1'000'000'000;
-constexpr std::chrono::microseconds POLL{100};
 
 std::int64_t Nanoseconds(const std::timespec& time) {
   return std::int64_t{time.tv_sec} * NANOSECONDS_PER_SECOND + time.tv_nsec;
+}
+
+std::timespec AddNanoseconds(std::timespec time, long nanoseconds) {
+  time.tv_nsec += nanoseconds;
+  if (time.tv_nsec >= NANOSECONDS_PER_SECOND) {
+    ++time.tv_sec;
+    time.tv_nsec -= NANOSECONDS_PER_SECOND;
+  }
+  return time;
 }
 
 std::timespec ReadClock() {
@@ -33,12 +38,13 @@ class TimerTask : public WorkerTask {
   void Begin() override { last_ = ReadClock(); }
   bool Step() override {
     LowerCountdowns(data_);
-    last_ = WaitForTick(last_);
+    last_ = WaitForTick(alarm_, last_);
     return true;
   }
 
  private:
   orvikData_t* data_;
+  platform::ClockAlarm alarm_;
   std::timespec last_{};
 };
 
@@ -73,11 +79,12 @@ void LowerCountdowns(orvikData_t* data) {
   }
 }
 
-std::timespec WaitForTick(std::timespec last) {
+std::timespec WaitForTick(platform::ClockAlarm& alarm, std::timespec last) {
+  const std::timespec due = AddNanoseconds(last, TICK_NANOSECONDS);
   for (;;) {
-    std::this_thread::sleep_for(POLL);
     std::timespec now = ReadClock();
     std::timespec elapsed{};
     if (IsTickDue(ElaspedNanoSeconds(&last, &now, &elapsed))) return now;
+    alarm.Wait(due);
   }
 }

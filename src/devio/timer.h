@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <ctime>
 
+#include "platform/threads.h"
+
 #include "src/core/orvik_data.h"
 
 // Starts the thread "Timer". Returns 0, or the error number of the failed start.
@@ -17,11 +19,11 @@ void timeDiff(std::timespec* start, std::timespec* end, std::timespec* result);
 
 // Lowers each countdown word above 0 by one; a negative word is not changed. Timer thread.
 void LowerCountdowns(orvikData_t* data);
+constexpr long TICK_NANOSECONDS = 10'000'000;
 // Whether the next tick is due `elapsed` nanoseconds after the last one: after 10 ms, and at once when the
 // clock was set.
 constexpr bool IsTickDue(std::int64_t elapsed) {
-  return elapsed < 0 || elapsed >= 10'000'000;
+  return elapsed < 0 || elapsed >= TICK_NANOSECONDS;
 }
-// Polls the clock every 100 us until the tick after `last` is due and returns the time of that poll. Timer
-// thread.
-std::timespec WaitForTick(std::timespec last);
+// Waits until the tick after `last` is due and returns the time of that tick. Timer thread.
+std::timespec WaitForTick(platform::ClockAlarm& alarm, std::timespec last);

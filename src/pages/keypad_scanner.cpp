@@ -47,7 +47,10 @@ struct strobe_t {
 constexpr strobe_t STROBES[] = {
     {0xF7FF, &keypad_layout3}, {0xFBFF, &keypad_layout2}, {0xFDFF, &keypad_layout1}, {0xFEFF, &keypad_layout}};
 
-constexpr microseconds SETTLE{50};
+// A scan with its pause takes as long whether its lines need time to settle or not.
+constexpr microseconds LONGEST_SETTLE_TIME{50};
+constexpr microseconds SCAN_PAUSE =
+    milliseconds{1} + 2 * std::size(STROBES) * (LONGEST_SETTLE_TIME - platform::PORT_SETTLE_TIME);
 
 // The scan codes that count as a button; the last one is keys 5 and 8 together.
 constexpr std::array<std::uint16_t, BUTTONS> SCAN_CODES = {0x0001, 0x0002, 0x0004, 0x0008, 0x0010,
@@ -92,10 +95,16 @@ std::uintptr_t SetUpHardware() {
   return SetUpPort();
 }
 
+void LetLinesSettle() {
+  if constexpr (platform::PORT_SETTLE_TIME.count() > 0) {
+    std::this_thread::sleep_for(platform::PORT_SETTLE_TIME);
+  }
+}
+
 std::uint16_t ReadColumn(std::uintptr_t port, const strobe_t& strobe) {
-  std::this_thread::sleep_for(SETTLE);
+  LetLinesSettle();
   out16(port + DATA, strobe.data);
-  std::this_thread::sleep_for(SETTLE);
+  LetLinesSettle();
   const std::uint16_t rows = in16(port + DATA) & ROWS;
   return rows == ROWS ? std::uint16_t{0} : (*strobe.layout)[rows];
 }
@@ -122,7 +131,7 @@ constexpr worker_t SCANNER = {.slot = THREAD_KEYPAD,
                               .name = "Key Pad Scanner",
                               .readyLine = "Orvik: Key scanner initialization complete",
                               .exitLine = "Orvik: Keypad scanner thread EXIT",
-                              .pace = milliseconds{1}};
+                              .pace = SCAN_PAUSE};
 
 class ScanTask : public WorkerTask {
  public:

@@ -31,7 +31,8 @@ extern const column_layout_t keypad_layout, keypad_layout1, keypad_layout2, keyp
 
 // Starts the thread "Key Pad Scanner". Returns 0, or the error number of the failed start.
 int Init_KeyPad(orvikData_t* data);
-// The thread's body; `record` is the orvikData_t. One scan takes 0.4 ms, with a pause of 1 ms after it.
+// The thread's body; `record` is the orvikData_t. A scan starts every 1.4 ms: 0.4 ms in which the lines of a
+// real port settle, and a pause of 1 ms.
 void* keyPadScannerThreadFn(void* record);
 
 // Clears the scanner's arrays and the record's debounce counters.

@@ -4,8 +4,16 @@
 // are driven low, the pad control words keep their values, and the counter counts 32,000 a second.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+
+namespace platform {
+
+// How long a line of the keypad port takes to follow a write. The emulated rows follow their columns at once.
+constexpr std::chrono::microseconds PORT_SETTLE_TIME{0};
+
+}  // namespace platform
 
 constexpr int _NTO_TCTL_IO = 14;
 constexpr std::uintptr_t MAP_DEVICE_FAILED = ~std::uintptr_t{0};

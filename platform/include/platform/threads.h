@@ -1,5 +1,7 @@
-// Starting detached threads with a name and a priority.
+// Starting detached threads with a name and a priority, and a thread's wait for a time of the clock.
 #pragma once
+
+#include <ctime>
 
 namespace platform {
 
@@ -12,5 +14,22 @@ struct thread_attributes_t {
 // Starts `body(argument)` as a detached thread with SIGUSR1 blocked, so that only the main thread gets the
 // signal. Returns 0 or an error number.
 int StartDetachedThread(const thread_attributes_t& attributes, void* (*body)(void*), void* argument);
+
+// One thread waits with it. Its constructor takes a file descriptor on Linux; without one, and on Neutrino,
+// Wait returns every 100 us.
+class ClockAlarm {
+ public:
+  ClockAlarm();
+  ~ClockAlarm();
+  ClockAlarm(const ClockAlarm&) = delete;
+  ClockAlarm& operator=(const ClockAlarm&) = delete;
+
+  // Returns when the real-time clock shows `due` or later, or when somebody sets the clock, or before. The
+  // caller looks at the clock and waits again.
+  void Wait(const std::timespec& due);
+
+ private:
+  int descriptor_ = -1;
+};
 
 }  // namespace platform

@@ -56,7 +56,11 @@ TEST(TimerTest, TicksAfterTenMillisecondsOrWhenTheClockWasSet) {
   std::timespec future{};
   clock_gettime(CLOCK_REALTIME, &future);
   future.tv_sec += 3600;
-  EXPECT_LT(WaitForTick(future).tv_sec, future.tv_sec);
+  platform::ClockAlarm alarm;
+  std::timespec now = WaitForTick(alarm, future);
+  EXPECT_LT(now.tv_sec, future.tv_sec);
+  std::timespec next = WaitForTick(alarm, now), elapsed{};
+  EXPECT_GE(ElaspedNanoSeconds(&now, &next, &elapsed), TICK_NANOSECONDS);
 }
 
 }  // namespace
