@@ -11,7 +11,7 @@ import time
 
 import pytest
 
-from desk import BIN, CONFIG, HOST_ID, cmd2, cmd5, cut, wait_for, wait_steady
+from desk import BIN, CONFIG, HOST_ID, PATIENCE, cmd2, cmd5, cut, wait_for, wait_steady
 
 LINE_3 = 3
 CURRENT, PROGRAM_SILENT, VALUES_OLD = 1, 3, 5  # values of Screen.DataState
@@ -160,7 +160,7 @@ def load_known(desk):
 def test_a_screen_service_that_seldom_runs_shows_new_values_only(apart):
     bus = apart.go_to("Main")
     screen = apart.parts["screen"].child
-    with pulsing(screen, running=0.003, stopped=0.3):
+    with pulsing(screen, running=0.003 * PATIENCE, stopped=0.3):
         for step in range(200):
             bus.send_message(cmd2(load=100 * step, angle=step % 60, radius=step % 40, capacity=100000 - 100 * step))
             bus.pass_over()
