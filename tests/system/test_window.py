@@ -79,6 +79,7 @@ def test_a_window_of_its_own_process_never_keeps_an_old_picture(make_desk, scree
     screen.find_window(window)
     screen.wait_picture(desk, WHOLE)
     desk.unit.child.kill()
+    desk.unit.wait_exit()
     wait_for(lambda: VEIL_RED in set(screen.picture().getdata()), "the veil")
     desk.start_unit()
     screen.wait_picture(desk, WHOLE)
