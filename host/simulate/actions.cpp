@@ -145,6 +145,36 @@ crane_action_t ParseFault(arguments_t words) {
   return [fault, on](action_target_t& target) { target.computer.TheSensors().SetFault(fault, on); };
 }
 
+constexpr auto CONTROL_UNITS = std::to_array<host::number_name_t>(
+    {{0, "engine"}, {3, "transmission"}, {11, "brakes"}, {19, "steering"}, {33, "body"}, {61, "exhaust"}});
+
+// A name, or the address as a number.
+std::uint8_t ParseControlUnit(const std::string& word) {
+  const bool isNumber = !word.empty() && word[0] >= '0' && word[0] <= '9';
+  if (!isNumber) return ParseProtocolName(CONTROL_UNITS, word);
+  return static_cast<std::uint8_t>(ParseWhole(word, 0, ControlUnits::MOST_SOURCE));
+}
+
+crane_action_t ParseControlUnitSwitch(arguments_t words) {
+  const std::uint8_t source = ParseControlUnit(words[0]);
+  if (ParseSwitch(words[1])) return [=](action_target_t& target) { target.controlUnits.SwitchOn(source); };
+  return [=](action_target_t& target) { target.controlUnits.SwitchOff(source); };
+}
+
+crane_action_t ParseTroubleCode(arguments_t words) {
+  const std::uint8_t source = ParseControlUnit(words[0]);
+  active_code_t code;
+  code.spn = static_cast<std::uint32_t>(ParseWhole(words[1], 1, ControlUnits::MOST_SPN));
+  code.fmi = static_cast<std::uint8_t>(ParseWhole(words[2], 0, ControlUnits::MOST_FMI));
+  if (words.size() == 4 && words[3] == "off") {
+    return [=](action_target_t& target) { target.controlUnits.ClearCode(source, code.spn, code.fmi); };
+  }
+  if (words.size() > 3) code.lamp = ParseEnum<code_lamp_t>(CODE_LAMP_NAMES, words[3]);
+  if (words.size() > 4)
+    code.count = static_cast<std::uint8_t>(ParseWhole(words[4], 0, ControlUnits::MOST_COUNT));
+  return [=](action_target_t& target) { target.controlUnits.SetCode(source, code); };
+}
+
 crane_action_t ParseKey(arguments_t words) {
   const std::uint8_t key = ParseProtocolName(host::HostKeyNames().subspan(1), words[0]);
   return [key](action_target_t& target) { target.computer.Press(key); };
@@ -221,6 +251,11 @@ constexpr action_row_t ACTIONS[] = {
      ParseLimit},
     {"fault", "load-cell|angle-sensor|length-sensor|swing-sensor|two-block-switch [on|off]",
      "sets or clears a sensor fault", 1, 2, ParseFault},
+    {"control-unit", "engine|transmission|brakes|steering|body|exhaust|ADDRESS on|off",
+     "a control unit beside the load computer that reports its faults (DM1)", 2, 2, ParseControlUnitSwitch},
+    {"trouble-code", "CONTROL-UNIT SPN FMI [stop|warning|protect|malfunction|none [COUNT] | off]",
+     "sets or clears a fault of a control unit, with its lamp and number of occurrences", 3, 5,
+     ParseTroubleCode},
     {"key", "NAME", "what the host does when the display reports this key", 1, 1, ParseKey},
     {"press", "NUMBER", "presses a front key of the display on this machine", 1, 1, ParsePress},
     {"language", "english|spanish|portuguese|chinese|russian|french", "", 1, 1, ParseLanguage},

@@ -8,12 +8,14 @@
 #include <vector>
 
 #include "host/load_computer/load_computer.h"
+#include "host/simulate/control_units.h"
 
 namespace simulate {
 
 // What an action may change or call.
 struct action_target_t {
   LoadComputer& computer;
+  ControlUnits& controlUnits;
   std::function<void(int)> pressFrontKey;       // of the display, 1 to 8
   std::function<void(const std::string&)> say;  // prints a line for the user
 };

@@ -87,6 +87,7 @@ class Simulation {
   const ConfigFiles files_;
   const double speed_;
   LoadComputer computer_;
+  ControlUnits controlUnits_;
   ScenarioPlayer scenario_;
   Pace pace_;
   Inbox inbox_;
@@ -113,7 +114,7 @@ Simulation::Simulation(const simulate_options_t& options, const host::StopSignal
       injector_(
           options.inject.empty() ? std::vector<host::bus_fault_t>() : host::ParseBusFaults(options.inject),
           options.injectRate, options.seed),
-      target_{computer_, [this](int key) { keyPresses_.Press(key); },
+      target_{computer_, controlUnits_, [this](int key) { keyPresses_.Press(key); },
               [this](const std::string& text) { Say(text); }} {
   station_.StartReceiving([this](const bus::frame_t& frame) { inbox_.Accept(frame); });
   if (options.interactive) console_ = std::make_unique<TerminalInput>(commands_, files_);
@@ -158,6 +159,8 @@ bool Simulation::Step() {
   for (const message_frames_t& frames : computer_.Step()) {
     if (!SendMessage(frames)) return false;
   }
+  const message_frames_t reports = controlUnits_.Step(computer_.Now_ms());
+  if (!reports.empty() && !station_.Send(reports)) return false;
   ShowState();
   return go;
 }

@@ -70,12 +70,13 @@ class HostRun {
 
  public:
   LoadComputer computer;
+  ControlUnits controlUnits;
   std::vector<int> presses;
   std::vector<std::string> lines;
 
  private:
   ScenarioPlayer player_;
-  action_target_t stage_{computer, [this](int key) { presses.push_back(key); },
+  action_target_t stage_{computer, controlUnits, [this](int key) { presses.push_back(key); },
                          [this](const std::string& text) { lines.push_back(text); }};
   host::Reassembler reassembler_;
 };
