@@ -180,13 +180,18 @@ TEST_F(ProductPagesTest, NothingSaysThatAllIsWellWhileTheDataAreNotCurrent) {
   for (const std::string& page : pages_) {
     model_->ShowPage(page);
     model_->SetDataState(DATA_CURRENT);
-    EXPECT_THAT(Visible(), HasSubstr(">LINK OK<")) << page;
+    const std::string current = Visible();
+    EXPECT_THAT(current, HasSubstr(">LINK OK<")) << page;
+    constexpr const char* DOT = R"(<circle cx="16" cy="16" r="6")";
+    const std::string greenDot =
+        current.substr(current.find(DOT), current.find('>', current.find(DOT)) - current.find(DOT));
     for (const auto& [state, reason] : {std::pair(DATA_LINK_LOST, ">NO DATA FROM LOAD"),
                                         std::pair(DATA_PROGRAM_SILENT, ">DISPLAY PROGRAM NOT"),
                                         std::pair(DATA_HOST_NOT_HEARD, ">WAITING FOR LOAD")}) {
       model_->SetDataState(state);
       const std::string visible = Visible();
       EXPECT_THAT(visible, Not(HasSubstr(">LINK OK<"))) << page;
+      EXPECT_THAT(visible, Not(HasSubstr(greenDot))) << page;
       EXPECT_THAT(visible, Not(HasSubstr(">READY<"))) << page;
       EXPECT_THAT(visible, HasSubstr(reason)) << page;
       EXPECT_THAT(visible, HasSubstr(">-- %<")) << page;
@@ -233,6 +238,27 @@ TEST_F(ProductPagesTest, NeedlesHideWhereTheNumberIsNotKnown) {
   SetText("orvikTextWidgetAngle", "-----");
   SetText("orvikTextWidgetSwing", "-N/A-");
   EXPECT_THAT(Visible(), testing::AllOf(Not(HasSubstr(BOOM)), Not(HasSubstr(SWING))));
+}
+
+// The application rounds a number for its widget and knows which have none; the variables are neither.
+TEST_F(ProductPagesTest, DialsShowTheNumbersOfTheOperatingPage) {
+  model_->ShowPage("Dials");
+  for (const std::string name : {"Angle", "Swing", "Extension", "Radius"}) {
+    model_->SetVariable("Orvik" + name, 61.27);
+    for (const char* text : {"61.3", "-----"}) {
+      SetText("orvikTextWidget" + name, text);
+      EXPECT_THAT(Visible(), testing::AllOf(HasSubstr(">" + std::string(text) + "<"), Not(HasSubstr(">61.2"))))
+          << name;
+    }
+  }
+}
+
+// The boom's length is another number, which the host does not send.
+TEST_F(ProductPagesTest, TheHostsExtensionIsNotCalledALength) {
+  for (const char* page : {"Main", "Wad", "Dials"}) {
+    model_->ShowPage(page);
+    EXPECT_THAT(Visible(), testing::AllOf(HasSubstr(">EXTENSION<"), Not(HasSubstr("LENGTH")))) << page;
+  }
 }
 
 TEST_F(ProductPagesTest, EveryPageShowsTheAlarmsInTheirColours) {
