@@ -270,7 +270,8 @@ class Desk:
         for name in ("http.address", "socketcand.address"):
             with contextlib.suppress(FileNotFoundError):
                 (self.runtime / name).unlink()
-        unit = self.start(BIN / "unit", "run", "--no-orvik", "--no-host", "--config", CONFIG, *ADDRESSES, *options)
+        config = [] if "--config" in options else ["--config", CONFIG]
+        unit = self.start(BIN / "unit", "run", "--no-orvik", "--no-host", *config, *ADDRESSES, *options)
         wait_for(lambda: self._ready(unit), "the panel", 20)
         return unit
 

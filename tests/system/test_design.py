@@ -1,6 +1,7 @@
 """`unit design`: the product's design has no findings and looks as on the sheet in docs/, and each kind of mistake is one
 line that names it."""
 
+import json
 import os
 import shutil
 import subprocess
@@ -8,7 +9,7 @@ import subprocess
 import pytest
 from PIL import Image, ImageChops
 
-from desk import BIN, CONFIG, REPOSITORY
+from desk import BIN, CONFIG, REPOSITORY, wait_for
 from pictures import TILE, TILE_TOLERANCE
 
 # Each page in each state that matters, in all languages by day and in English by night.
@@ -76,6 +77,22 @@ def test_each_mistake_is_one_line(config):
     assert (config / "sheet.png").read_bytes().startswith(b"\x89PNG")
     sheet = (config / "sheet.html").read_text()
     assert "url(sheet.png)" in sheet and "Engine, two-block, Russian, day" in sheet and "Engine, two-block, English, night" in sheet
+
+
+def test_a_mistake_in_a_page_of_the_running_unit_is_one_line_and_the_health(make_desk, config):
+    desk = make_desk("--config", config, orvik=False)
+    page, detail = config / "screen" / "wad.svg", "wad.svg: orvik.WadToMain leads to a page that does not exist: Nowhere"
+    good = page.read_text()
+
+    def health():
+        services = json.loads(desk.request("GET", "/api/health")[1])["services"]
+        return next(service["detail"] for service in services if service["name"] == "screen")
+
+    for text, expected in ((good.replace('event="orvik.WadToMain" page="Main"', 'event="orvik.WadToMain" page="Nowhere"'), detail),
+                           (good, "page Splash")):
+        page.write_text(text)
+        wait_for(lambda: health().endswith(expected), f"{expected}, not {health()}")
+    assert [detail in line for line in desk.unit.out + desk.unit.err if "stays unchanged" in line] == [True]
 
 
 def test_a_folder_without_pages_is_refused(tmp_path):

@@ -20,12 +20,14 @@ CASES = [
 ]
 
 
-def test_values_stand_on_main_and_wad_alike(desk):
+def test_values_stand_on_main_dials_and_wad_alike(desk):
     bus = desk.go_to("Main")
-    for message, shown in CASES:
-        bus.send_message(message)
-        wait_for(lambda: desk.widgets(*VALUES) == shown, f"{shown}, not {desk.widgets(*VALUES)}")
-        assert desk.widgets(*WAD_VALUES) == shown
+    for page in ("Main", "Dials"):
+        desk.move_to(page, bus)
+        for message, shown in CASES:
+            bus.send_message(message)
+            wait_for(lambda: desk.widgets(*VALUES) == shown, f"{shown} on {page}, not {desk.widgets(*VALUES)}")
+            assert desk.widgets(*WAD_VALUES) == shown
 
 
 def test_lamps_and_percentage_follow_the_message(desk):
