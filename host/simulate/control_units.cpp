@@ -48,7 +48,7 @@ bytes_t MakeDm1(std::span<const active_code_t> codes) {
   bytes_t message = {LampsOf(codes), FILL};
   if (codes.empty()) message.resize(HEADER_BYTES + CODE_BYTES);
   for (const active_code_t& code : codes) {
-    const unsigned highBits = ByteOf(code.spn, 2) << 5U;
+    const unsigned highBits = code.spn >> 16 << 5;
     message.insert(message.end(), {ByteOf(code.spn, 0), ByteOf(code.spn, 1),
                                    static_cast<std::uint8_t>(highBits | code.fmi), code.count});
   }
