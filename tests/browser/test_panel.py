@@ -183,6 +183,8 @@ def test_the_host_tab_drives_the_crane(open_panel):
     panel.driver.execute_script("arguments[0].value = 40; arguments[0].dispatchEvent(new Event('change'))", angle)
     wait_for(lambda: abs(desk.get("/api/host/state")["crane"]["angle"] - 40) < 0.5, "the boom at 40 degrees", 20)
     wait_for(lambda: abs(float(desk.widget("orvikTextWidgetAngle") or 0) - 40) < 1, "the angle on the screen")
+    wait_for(lambda: f"{round(desk.get('/api/host/state')['crane']['length'] * 3.28084, 1):g} ft" in panel.find("#axes").text,
+             "the boom's length, not the extension that the display shows")
     panel.find("[data-fault=angle-sensor]").click()
     wait_for(lambda: panel.find("[data-fault=angle-sensor]").get_attribute("aria-pressed") == "true", "the fault")
     panel.find("#action").send_keys("language russian\n")
