@@ -16,7 +16,8 @@ void HostFeed::NoteProgramStart(TimePoint at) {
 }
 
 bool HostFeed::AreValuesFresh(TimePoint now) const {
-  return report_.areValuesFresh && firstValues_ && now - *firstValues_ >= HostWatch::SETTLE;
+  return report_.areValuesFresh && firstValues_ && now - *firstValues_ >= HostWatch::SETTLE &&
+         now - programStart_ >= START;
 }
 
 }  // namespace unit

@@ -15,6 +15,10 @@ class HostFeed {
   // After so long without a report the bus is not received, and no value of the host is known to be the last.
   static constexpr std::chrono::seconds SILENCE{2};
 
+  // The screen service tells an application once a second which page is shown, and the application sends only
+  // that page's numbers. Until so long after its start the numbers of the application before may stand there.
+  static constexpr std::chrono::milliseconds START{1200};
+
   void Accept(const host_report_t& report, TimePoint now);
   // An application that was started shows values of its own until it has carried out the host's next ones.
   void NoteProgramStart(TimePoint at);
