@@ -1,0 +1,141 @@
+"""Runs test programs directly, nearest first, each with a time limit and bounds on memory and files."""
+
+import dataclasses
+import os
+import pathlib
+import re
+import resource
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+
+GOOGLE_TEST = [(["--gtest_brief=1", "--gtest_fail_fast"], None)]
+BYTES_OF_MEMORY = 8 << 30
+BYTES_OF_FILE = 64 << 20
+# A run may take this much longer than without a fault before it counts as hanging; the machine may be busy.
+TIMES_LONGER = 4
+SECONDS_MORE = 8
+SECONDS_WITHOUT_FAULT = 300
+
+
+@dataclasses.dataclass
+class TestProgram:
+    output: str  # as the build names it
+    folder: str  # tests/unit/text
+    calls: list  # arguments, and the folder to run in
+    seconds: float = 0  # without a fault
+
+    @property
+    def level(self):
+        return ("unit", "component", "contract").index(self.folder.split("/")[1])
+
+    @property
+    def name(self):
+        return pathlib.Path(self.output).name
+
+
+def bound():
+    resource.setrlimit(resource.RLIMIT_AS, (BYTES_OF_MEMORY, BYTES_OF_MEMORY))
+    resource.setrlimit(resource.RLIMIT_FSIZE, (BYTES_OF_FILE, BYTES_OF_FILE))
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+
+def run_bounded(command, seconds, environment, folder=None):
+    """Runs the command with all its children. Returns the seconds that it took, and, where it failed, its output or
+    'hangs'."""
+    scratch = tempfile.mkdtemp(prefix="mutate-")
+    begin = time.monotonic()
+    try:
+        with open(os.path.join(scratch, "output"), "w+b") as output:
+            running = subprocess.Popen(command, cwd=folder or scratch, stdin=subprocess.DEVNULL, stdout=output, stderr=output,
+                                       env=os.environ | environment | {"TMPDIR": scratch}, start_new_session=True,
+                                       preexec_fn=bound)
+            try:
+                code = running.wait(seconds)
+            except subprocess.TimeoutExpired:
+                code = None
+            finally:
+                try:
+                    os.killpg(running.pid, signal.SIGKILL)
+                except ProcessLookupError:
+                    pass
+                running.wait()
+            output.seek(0)
+            text = output.read(1 << 20).decode(errors="replace")
+    finally:
+        shutil.rmtree(scratch, ignore_errors=True)
+    problem = None if code == 0 else "hangs" if code is None else text or "failed without a word"
+    return time.monotonic() - begin, problem
+
+
+def failed_case(problem):
+    match = re.search(r"\[  FAILED  \] ([\w./]+)", problem)
+    return match.group(1) if match else "hangs" if problem == "hangs" else "ends"
+
+
+class Tests:
+    def __init__(self, workshop, system):
+        self.shop, self.system = workshop, system
+        found, calls = workshop.test_programs(), workshop.test_calls()
+        self.programs = [TestProgram(output, folder, calls.get(output, GOOGLE_TEST))
+                         for output, folder in sorted(found.items()) if output in workshop.built]
+
+    def run_without_fault(self):
+        """Takes the time of each program, and leaves out those that fail without a fault."""
+        kept = []
+        for program in self.programs:
+            program.seconds, problem = self._run(program, self.shop.build / program.output, SECONDS_WITHOUT_FAULT, {})
+            if problem:
+                print(f"mutate: {program.name} fails without a fault ({failed_case(problem)}) and is left out", flush=True)
+            else:
+                kept.append(program)
+        self.programs = kept
+
+    def nearest_first(self, file, changed):
+        """The programs that load something changed: those of the file's folder, then the quickest."""
+        area = pathlib.PurePath(file).parent.name
+        reached = [program for program in self.programs
+                   if changed & (self.shop.loads[program.output] | {program.output})]
+
+        def distance(program):
+            near = program.folder.split("/")[-1] == area or (file.startswith("platform/") and program.level == 2)
+            return (0 if near else 1, program.level if near else program.level == 2, program.seconds)
+        return sorted(reached, key=distance)
+
+    def first_failure(self, bench, file, changed):
+        """The first test that fails with the fault of the bench, or None."""
+        environment = {"LD_LIBRARY_PATH": str(bench.folder / "lib")}
+        for program in self.nearest_first(file, changed):
+            path = bench.program(program.output)
+            if path is None:
+                return f"{program.name}: does not compile"
+            limit = SECONDS_MORE + TIMES_LONGER * program.seconds
+            _, problem = self._run(program, path, limit, environment)
+            if problem:
+                return f"{program.name}: {failed_case(problem)}"
+        for name in self.system:
+            if self._system_test(name, bench, environment):
+                return f"system.{name}"
+        return None
+
+    def _run(self, program, path, seconds, environment):
+        took = 0
+        for words, folder in program.calls:
+            more, problem = run_bounded([str(path), *words], seconds, environment, folder)
+            took += more
+            if problem:
+                return took, problem
+        return took, None
+
+    def _system_test(self, name, bench, environment):
+        programs = bench.folder / "bin"
+        for program in (self.shop.build / "bin").iterdir():
+            if not (programs / program.name).exists():
+                (programs / program.name).symlink_to(program)
+        command = ["/usr/bin/python3", "-m", "pytest", "-q", "-x", "-p", "no:cacheprovider",
+                   str(self.shop.tree / "tests" / "system" / f"test_{name}.py")]
+        _, problem = run_bounded(command, SECONDS_WITHOUT_FAULT, environment | {
+            "ORVIK_BIN": str(programs), "PYTHONDONTWRITEBYTECODE": "1"})
+        return problem
