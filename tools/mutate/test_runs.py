@@ -11,7 +11,9 @@ import subprocess
 import tempfile
 import time
 
-GOOGLE_TEST = [(["--gtest_brief=1", "--gtest_fail_fast"], None)]
+from workshop import PROGRAM
+
+GOOGLE_TEST = [([PROGRAM, "--gtest_brief=1", "--gtest_fail_fast"], None)]
 BYTES_OF_MEMORY = 8 << 30
 BYTES_OF_FILE = 64 << 20
 # A run may take this much longer than without a fault before it counts as hanging; the machine may be busy.
@@ -24,7 +26,7 @@ SECONDS_WITHOUT_FAULT = 300
 class TestProgram:
     output: str  # as the build names it
     folder: str  # tests/unit/text
-    calls: list  # arguments, and the folder to run in
+    calls: list  # commands, each with the folder to run in
     seconds: float = 0  # without a fault
 
     @property
@@ -123,7 +125,7 @@ class Tests:
     def _run(self, program, path, seconds, environment):
         took = 0
         for words, folder in program.calls:
-            more, problem = run_bounded([str(path), *words], seconds, environment, folder)
+            more, problem = run_bounded([str(path) if word == PROGRAM else word for word in words], seconds, environment, folder)
             took += more
             if problem:
                 return took, problem

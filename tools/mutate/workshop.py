@@ -17,6 +17,9 @@ import sys
 STANDARD_HEADERS = ("algorithm array atomic chrono functional map memory mutex optional set span sstream string "
                     "string_view thread vector")
 COMPILE_SECONDS = 300
+PROGRAM = "{program}"
+# A fault in a header that more objects include takes minutes to build in.
+MOST_OBJECTS = 12
 LINK_RULE = re.compile(r"^build (\S+)[^:\n]*: CXX_(?:SHARED_LIBRARY|EXECUTABLE)_LINKER__\w+_Mutate (.*)$", re.M)
 
 
@@ -53,6 +56,14 @@ class Workshop:
 
     def source(self, file):
         return self.tree / file
+
+    def objects_of(self, file):
+        """The objects that a source or header goes into, of what is built."""
+        items = {self.objects[file]} if file in self.objects else self.dependents.get(file, set())
+        return {item for item in items if self.holders.get(item) in self.built}
+
+    def is_wide(self, file):
+        return sum(not item.startswith("tests/") for item in self.objects_of(file)) > MOST_OBJECTS
 
     # --- The copy
 
@@ -122,16 +133,19 @@ class Workshop:
         return found
 
     def test_calls(self):
-        """The arguments of the test programs that are not GoogleTest's: output → list of (arguments, folder to run in)."""
+        """How CTest runs the test programs that are not GoogleTest's: output → list of (command, folder to run in), where
+        PROGRAM stands for the program."""
         shown = subprocess.run(["ctest", "--show-only=json-v1"], cwd=self.build, stdout=subprocess.PIPE, text=True,
                                check=True).stdout
         calls = {}
         for test in json.loads(shown)["tests"]:
-            program, *words = test.get("command", [""])
-            output = os.path.relpath(program, self.build) if program else ""
-            if output in self.programs and not any(word.startswith("--gtest_filter=") for word in words):
-                folders = [each["value"] for each in test["properties"] if each["name"] == "WORKING_DIRECTORY"]
-                calls.setdefault(output, []).append((words, folders[0] if folders else str(self.build)))
+            words = test.get("command", [])
+            folders = [each["value"] for each in test["properties"] if each["name"] == "WORKING_DIRECTORY"]
+            for word in words:
+                output = os.path.relpath(word, self.build) if os.path.isabs(word) else ""
+                if output in self.programs and not any(each.startswith("--gtest_filter=") for each in words):
+                    command = [PROGRAM if each == word else each for each in words]
+                    calls.setdefault(output, []).append((command, folders[0] if folders else str(self.build)))
         return calls
 
     def _targets(self, folders, chosen):
@@ -208,9 +222,7 @@ class Bench:
         (self.folder / "lib").mkdir()
         (self.folder / "bin").mkdir()
         self.changed, self.waiting = {}, set()
-        items = {self.shop.objects[file]} if file in self.shop.objects else self.shop.dependents.get(file, set())
-        items = {item for item in items if self.shop.holders.get(item) in self.shop.built}
-        for item in sorted(items):
+        for item in sorted(self.shop.objects_of(file)):
             if item.startswith("tests/") and not file.startswith("tests/"):
                 self.waiting.add(item)  # compiled when its program is to run
             elif not self._compile(item):

@@ -39,6 +39,25 @@ TEST(CanTransportTest, CountsTheRequestsOfOneFrameAndQueuesNone) {
   EXPECT_EQ(record->watchdogSeconds, 0);
 }
 
+TEST(CanTransportTest, AsksForTheFramesOfTheHostAndItsSensors) {
+  TestRecord record;
+  FakeService manager(NM_SERVER_NAME, [](const bytes_t&) { return Words({0, 6, 1, 1}); });
+  record->canNmClient.store(new NM::NMClient);  // the record's
+  record->j1939ApiChannel = 21;
+  manager.DrainRequests();
+  const ConsoleCapture console;
+  InitCANFilters(record);
+  std::vector<bytes_t> requests;
+  for (const std::int64_t identifier :
+       {0x18FF00D0, 0x18FF0CD6, 0x18FF4101, 0x18FF0AD4, 0x18FF0BD4, 0x18FF3400, 0x18FF3500, 0x18FF3600,
+        0x18FF3700, 0x18FF3200, 0x18FF3300, 0x18FF3001, 0x18FF3101, 0x1CFF00F7}) {
+    requests.push_back(Words({NM_SEND, 21, 1827, 1}) + Words({0, 1827, 1, identifier, 0x00FFFFFF}));
+  }
+  std::vector<bytes_t> sent = manager.DrainRequests();
+  for (bytes_t& request : sent) request.resize(NM_HEADER_SIZE + 20);
+  EXPECT_EQ(sent, requests);
+}
+
 TEST(J1939ExternalTest, AFrameGoesToTheChannelOfItsOwnFilterAlone) {
   PrepareTestRuntime();
   std::uint8_t nextChannel = 20;
@@ -123,6 +142,18 @@ TEST_F(WatchdogTest, CountsTheLinkAsLostOnTheEleventhTick) {
   Tick(1);
   EXPECT_EQ(ParameterValue(LINK_STATE), 1.0);
   EXPECT_EQ(record_->hostTimedOut, 0);
+  EXPECT_TRUE(Events().empty());
+}
+
+TEST_F(WatchdogTest, LeavesTheSplashPageForTheFirstPageThatTheDesignKnows) {
+  page_.pageId = ACTION_PAGE_SPLASH;
+  Tick(1);
+  EXPECT_TRUE(Events().empty()) << "the host was not heard";
+  record_->hostSeen = 1;
+  Tick(1);
+  EXPECT_EQ(Events(), (std::vector{101U, 102U}));
+  record_->running = 0;
+  Tick(1);
   EXPECT_TRUE(Events().empty());
 }
 

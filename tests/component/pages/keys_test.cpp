@@ -103,6 +103,21 @@ TEST_F(ScannerTest, WantsTwoTicksForAPressAndSixForARelease) {
   EXPECT_EQ(KEYPAD::KeyHeld, 0);
 }
 
+TEST_F(ScannerTest, TheHigherNumberCountsWhileAReleaseIsNotYetTaken) {
+  for (const auto& [first, second, between] : {std::tuple{3, 5, 5}, {5, 3, 5}}) {
+    SCOPED_TRACE(first);
+    Hold({first});
+    Scan(4);
+    Hold({second});
+    Scan(4);
+    EXPECT_EQ(KEYPAD::NewKey, between);
+    Scan(4);
+    EXPECT_EQ(KEYPAD::NewKey, second);
+    Hold({});
+    Scan(8);
+  }
+}
+
 // A record with all pages. The number of an action is its index plus 100.
 class ActionsTest : public testing::Test {
  protected:

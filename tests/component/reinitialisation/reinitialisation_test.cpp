@@ -1,9 +1,11 @@
-// Two threads initialise one record again and again while others use it. ThreadSanitizer must see no data race;
-// in every build the other threads must see whole handles and pages.
+// The first state of the record, and two threads that initialise one record again and again while others use
+// it. ThreadSanitizer must see no data race; in every build the other threads must see whole handles and pages.
 #include <array>
 #include <atomic>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -49,6 +51,66 @@ void PressKeys(orvikData_t* data) {
       MatrixDispatch(data, key, KEY_RELEASED);
     }
   }
+}
+
+template <class T>
+using words_t = std::vector<std::pair<PlainWord<T>*, T>>;
+
+template <class T>
+void Spoil(const words_t<T>& words) {
+  for (const auto& [word, value] : words) *word = static_cast<T>(value + 3);
+}
+
+template <class T>
+void Check(const words_t<T>& words) {
+  for (std::size_t i = 0; i < words.size(); ++i) EXPECT_EQ(words[i].first->Load(), words[i].second) << i;
+}
+
+TEST(ReinitialisationTest, GivesTheRecordItsFirstState) {
+  TestRecord record;
+  orvikData_t& d = *static_cast<orvikData_t*>(record);
+  outrigger_colors_t& colors = d.outriggerColors;
+  drawing_geometry_t& drawing = d.drawing;
+  const words_t<int> ints = {
+      {&d.partsOfLine, 88},   {&d.swingMode, 0},  {&d.erectedIcon, 1},    {&d.stowedIcon, 1},
+      {&d.keyReport1, 0},     {&d.keyReport2, 0}, {&d.displayMode, 0},    {&d.brightnessAdjustEnabled, 0},
+      {&d.displayType, 0},    {&d.selectMode, 0}, {&d.brightness, 100},   {&d.beeperState, BEEPER_SILENT},
+      {&colors.tires, 1},     {&colors.half, 1},  {&colors.retracted, 1}, {&colors.extended, 1},
+      {&d.messageTicks, 300}, {&d.lcdRows, 4},    {&d.lcdColumns, 40},    {&d.hostTimedOut, 0}};
+  const words_t<double> doubles = {{&d.capacity, 888800},
+                                   {&d.load, 888900},
+                                   {&d.extension, 888.8},
+                                   {&d.angle, 888.8},
+                                   {&d.radius, 888.8},
+                                   {&d.percentSafeWorkingLoad, 0.85},
+                                   {&d.swing, 0},
+                                   {&d.rodPressure, 888.8},
+                                   {&d.pistonPressure, 888.8},
+                                   {&drawing.swingPivotX, 399},
+                                   {&drawing.swingPivotY, 108},
+                                   {&drawing.swingOffsetX, 11},
+                                   {&drawing.swingOffsetY, 0},
+                                   {&drawing.boomPivotX, 127},
+                                   {&drawing.boomPivotY, 128},
+                                   {&drawing.boomOffsetX, 11},
+                                   {&drawing.boomOffsetY, 0}};
+  const words_t<std::uint8_t> bytes = {{&d.language, 0},
+                                       {&d.units, 0},
+                                       {&d.commandProtocolVersion, 1},
+                                       {&d.dynamicEncryptionMethod, 1},
+                                       {&d.lastPressedEvent, 0},
+                                       {&d.keyStatus, 0}};
+  words_t<std::uint32_t> words = {{&d.ledState, 0xFFFFFFFF}};
+  for (auto& mask : d.keyMasks) words.emplace_back(&mask, 127);
+  Spoil(ints), Spoil(doubles), Spoil(bytes), Spoil(words);
+  {
+    const ConsoleCapture console;
+    InitOrvikData(&d);
+  }
+  Check(ints), Check(doubles), Check(bytes), Check(words);
+  EXPECT_EQ(CurrentPageId(&d), ACTION_PAGE_SPLASH);
+  EXPECT_EQ(ParameterValue("OrvikHX7TimeOutLamp"), 1);
+  EXPECT_EQ(ParameterValue("OrvikCapacity"), 888800);
 }
 
 TEST(ReinitialisationTest, LeavesHandlesAndPagesWholeForTheThreadsThatUseThem) {

@@ -53,10 +53,13 @@ class CommandsTest : public testing::Test {
 TEST_F(CommandsTest, CountThemselves) {
   // Each command, and the only counter that it increments.
   const std::vector<std::pair<std::vector<char>, int>> counted = {
-      {{0}, 0},         {{1}, 1},         {{4, 20}, 4}, {{6}, 6},        {{8, 7}, 26}, {{9, 100}, 26},
-      {{10}, 28},       {{'\xFF'}, 28},   {{7, 0}, 25}, {{7, 1, 0}, 7},  {{7, 3}, 9},  {{7, 4}, 10},
-      {{7, 5}, 11},     {{7, 6, 12}, 12}, {{7, 7}, 13}, {{7, 8, 0}, 14}, {{7, 9}, 15}, {{7, 11, 2}, 17},
-      {{7, 13, 6}, 19}, {{7, 20}, 25},    {{7, 21}, 25}};
+      {{0}, 0},          {{1}, 1},          {{2}, 2},         {{3}, 3},         {{4, 20}, 4},
+      {{5}, 5},          {{6}, 6},          {{8, 7}, 26},     {{9, 100}, 26},   {{10}, 28},
+      {{'\xFF'}, 28},    {{7, 0}, 25},      {{7, 1, 0}, 7},   {{7, 2, 3}, 8},   {{7, 3}, 9},
+      {{7, 4}, 10},      {{7, 5}, 11},      {{7, 6, 12}, 12}, {{7, 7}, 13},     {{7, 8, 5}, 14},
+      {{7, 9}, 15},      {{7, 10, 30}, 16}, {{7, 11, 1}, 17}, {{7, 11, 2}, 17}, {{7, 12, 8}, 18},
+      {{7, 13, 4}, 19},  {{7, 13, 6}, 19},  {{7, 14, 9}, 20}, {{7, 15, 2}, 21}, {{7, 16, 10}, 22},
+      {{7, 17, 11}, 23}, {{7, 20}, 25},     {{7, 21}, 25}};
   const ConsoleCapture console;
   for (const auto& [bytes, counter] : counted) {
     SCOPED_TRACE(testing::PrintToString(bytes));
@@ -65,6 +68,18 @@ TEST_F(CommandsTest, CountThemselves) {
     EXPECT_EQ(Counts(), std::to_string(counter) + ":1 ");
     EXPECT_EQ(CommandCounts[COUNT_TOTAL_CMDS], 1U);
   }
+  const std::vector<int> stored = {record_->brightnessAdjustEnabled,
+                                   record_->displayMode,
+                                   record_->units,
+                                   record_->displayType,
+                                   record_->language,
+                                   record_->selectMode,
+                                   record_->erectedIcon,
+                                   record_->stowedIcon,
+                                   record_->beeperDuration,
+                                   record_->commandProtocolVersion,
+                                   record_->dynamicEncryptionMethod};
+  EXPECT_EQ(stored, (std::vector{1, 5, 1, 8, 4, 1, 10, 11, 30, 7, 100}));
   for (auto& count : CommandCounts) count = 0;
   for (const char* uncounted : {"\x07\x12\x02\x03\x04\x05", "\x07\x13\x01"}) Send(uncounted);
   EXPECT_EQ(Counts(), "");

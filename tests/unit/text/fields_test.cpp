@@ -63,17 +63,25 @@ TEST_F(FieldsTest, StandWhereTheLayoutSays) {
 }
 
 TEST_F(FieldsTest, LaterStepsWinWhereTextsOverlap) {
-  // In the order of a line each text is shorter than the one before, so that a part of each stays visible.
-  const std::vector<std::pair<unsigned char, std::string>> texts = {
-      {1, "1111111"}, {8, "222222"},  {16, "33333"}, {17, std::string(34, '4')},
-      {5, "5555555"}, {12, "666666"}, {18, "77777"}, {11, "aaaa"},
-      {25, "bbb"},    {26, "c"},      {3, "dddd"},   {15, "eee"},
-      {27, "ff"}};
-  for (const auto& [field, text] : texts) Put(field, text);
-  FieldsToUTF8Lines(record_);
-  EXPECT_EQ(Line(0), "333" + std::string(30, '4') + "5677777");
-  EXPECT_EQ(Line(3), "bbba" + Blanks(15) + "c" + Blanks(16) + "deff");
-  EXPECT_EQ(Line(1), Blanks(40));
+  // The fields of each line in their order. Each text is shorter than the one before at its side.
+  const std::vector<std::vector<unsigned char>> lines = {{1, 8, 16, 17, 5, 12, 18},
+                                                         {2, 9, 19, 20, 6, 13, 21},
+                                                         {4, 10, 22, 23, 7, 14, 24},
+                                                         {11, 25, 26, 3, 15, 27}};
+  const std::pair<std::string, std::string> centers[] = {
+      {std::string(34, '4'), "333" + std::string(30, '4') + "5677777"},
+      {"4", "3333321" + Blanks(12) + "4" + Blanks(13) + "5677777"}};
+  for (const auto& [center, shown] : centers) {
+    const std::vector<std::string> texts = {"1111111", "222222", "33333", center, "5555555", "666666", "77777"};
+    ClearAllFields();
+    for (const auto& fields : lines) {
+      auto text = texts.end() - static_cast<std::ptrdiff_t>(fields.size());
+      for (const unsigned char field : fields) Put(field, *text++);
+    }
+    FieldsToUTF8Lines(record_);
+    for (std::size_t line = 0; line < 3; ++line) EXPECT_EQ(Line(line), shown);
+    EXPECT_EQ(Line(3), std::string(shown).replace(6, 1, 1, shown[6] == '1' ? '_' : '4'));  // no field 1
+  }
 }
 
 TEST_F(FieldsTest, CenterRoundsDownAndTextsOfOneFieldAreJoinedByABlank) {
