@@ -65,6 +65,18 @@ class ScannerTest : public testing::Test {
   std::uintptr_t port_;
 };
 
+TEST_F(ScannerTest, SetsUpThePortAndItsPads) {
+  platform::board_state_t& board = *board_.Get();
+  board.keypadDirection = 0;
+  record_->threadStop[THREAD_KEYPAD] = 1;
+  const ConsoleCapture console;
+  KEYPAD::keyPadScannerThreadFn(record_);
+  EXPECT_EQ(board.keypadControl, 0x0F0FU);
+  EXPECT_EQ(board.keypadDirection, 0x0F00U);
+  EXPECT_EQ(board.padControl[1], 0x12121212U);
+  EXPECT_EQ(board.padControl[3], 0x12121212U);
+}
+
 TEST_F(ScannerTest, ReadsEachKeyAndThePairAndNothingElse) {
   const std::tuple<std::vector<int>, int, int> chords[] = {
       {{1}, 0x0001, 1},    {{2}, 0x0002, 2},    {{3}, 0x0004, 3},       {{4}, 0x0008, 4},

@@ -8,6 +8,7 @@
 #include "src/core/orvik_data.h"
 #include "src/core/queues.h"
 #include "src/core/text_helpers.h"
+#include "tests/support/console_capture.h"
 #include "tests/support/test_record.h"
 
 namespace {
@@ -82,9 +83,12 @@ TEST(HandOverQueuesTest, KeepTheOrderAndTakeTheWholeBacklog) {
 
 TEST(HandOverQueuesTest, DropAndCountWhatComesBeyondTheirBound) {
   orvikData_t data;
-  for (std::size_t i = 0; i < MAX_QUEUED_MESSAGES + 3; ++i) addDecapData(&data, DecapData_t{});
+  ConsoleCapture console;
+  for (std::size_t i = 0; i < MAX_QUEUED_MESSAGES + 1003; ++i) addDecapData(&data, DecapData_t{});
+  EXPECT_EQ(console.Err(),
+            "Orvik: ERROR!  Message queue full, dropped 1\nOrvik: ERROR!  Message queue full, dropped 1001\n");
   EXPECT_EQ(data.decapData.size(), MAX_QUEUED_MESSAGES);
-  EXPECT_EQ(data.decapDataDropped, 3U);
+  EXPECT_EQ(data.decapDataDropped, 1003U);
   getDecapData(&data);
   addDecapData(&data, DecapData_t{});
   EXPECT_EQ(data.decapData.size(), 1U) << "an empty queue accepts messages again";

@@ -53,6 +53,9 @@ TEST(ValueTextsTest, RoundAsEachValueDoes) {
     format(value, text);
     EXPECT_STREQ(text, expected) << value;
   }
+  char infinite[] = "-inf ";
+  InvalidNum(infinite, 5);
+  EXPECT_STREQ(infinite, "-----");
 }
 
 }  // namespace

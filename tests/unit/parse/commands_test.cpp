@@ -83,6 +83,7 @@ TEST_F(CommandsTest, CountThemselves) {
   for (auto& count : CommandCounts) count = 0;
   for (const char* uncounted : {"\x07\x12\x02\x03\x04\x05", "\x07\x13\x01"}) Send(uncounted);
   EXPECT_EQ(Counts(), "");
+  EXPECT_EQ(record_->swingMode, 1);
   const outrigger_colors_t& colors = record_->outriggerColors;
   EXPECT_EQ((std::vector<int>{colors.tires, colors.retracted, colors.half, colors.extended}),
             (std::vector{2, 3, 4, 5}));
