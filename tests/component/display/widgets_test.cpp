@@ -35,6 +35,7 @@ class WidgetsTest : public testing::Test {
     InitGaugeHandles(data_);
     InitPages(data_);
     for (const auto& [name, id] : data_->screenObjectIds) {
+      EXPECT_NE(id, 0) << name << " is not in the configuration";
       names_[static_cast<std::uint32_t>(id)] = name.substr(std::string("orvikTextWidget").size());
     }
     InitDisplay(data_);

@@ -105,6 +105,8 @@ TEST(ReinitialisationTest, GivesTheRecordItsFirstState) {
   EXPECT_EQ(CurrentPageId(&d), ACTION_PAGE_SPLASH);
   EXPECT_EQ(ParameterValue("OrvikHX7TimeOutLamp"), 1);
   EXPECT_EQ(ParameterValue("OrvikCapacity"), 888800);
+  EXPECT_EQ(ParameterValue("OrvikECUTimeOutLamp"), 0);
+  EXPECT_NE(d.screenApi.load(), nullptr);
 }
 
 TEST(ReinitialisationTest, LeavesHandlesAndPagesWholeForTheThreadsThatUseThem) {
