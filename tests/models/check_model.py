@@ -75,7 +75,9 @@ def run(command, folder):
 def build(model, number, folder):
     file = str(model.file.resolve())
     kind = [] if model.claims else ["-DSAFETY"]
-    subprocess.run(["spin", f"-DBREAK={number}", "-a", file], cwd=folder, check=True, stdout=subprocess.DEVNULL)
+    translated = subprocess.run(["spin", f"-DBREAK={number}", "-a", file], cwd=folder, capture_output=True, text=True)
+    if translated.returncode != 0:
+        sys.exit(translated.stdout)
     optimise = "-O0" if number else "-O1"
     subprocess.run(["cc", optimise, "-w", "-DMEMLIM=4000", *kind, *model.options, "-o", "pan", "pan.c"], cwd=folder,
                    check=True)
