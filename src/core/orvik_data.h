@@ -30,7 +30,7 @@ class Layer;
 
 using name_map_t = std::map<std::string, int>;
 
-// A thread's slot in threadRunning and threadStop.
+// A thread's slot in threadStarted, threadRunning and threadStop.
 enum thread_slot_t : std::size_t {
   THREAD_ACTION_CHANNEL = 0,
   THREAD_KEYPAD = 1,  // the start barrier ignores it
@@ -111,7 +111,10 @@ struct orvikData_t {
   orvikData_t& operator=(const orvikData_t&) = delete;
 
   // --- Thread control. main writes `running` and the stop requests; each worker writes its own running flag.
+  // main sets threadStarted before it starts the thread, and the worker clears it at its end: a worker that
+  // still sets itself up uses the record and has no running flag yet.
   PlainWord<int> running;
+  std::array<PlainWord<int>, THREAD_COUNT> threadStarted;
   std::array<PlainWord<int>, THREAD_COUNT> threadRunning;
   std::array<PlainWord<int>, THREAD_COUNT> threadStop;
   PlainWord<int>&canReady, &canExit, &decapReady, &decapExit, &parseReady, &parseExit;

@@ -1,5 +1,6 @@
 #include "src/core/worker.h"
 
+#include <algorithm>
 #include <thread>
 
 #include "platform/threads.h"
@@ -40,7 +41,10 @@ bool RunTurn(const worker_t& worker, orvikData_t* data, WorkerTask& task) {
 
 int StartWorker(const worker_t& worker, void* (*body)(void*), orvikData_t* data) {
   if (worker.heartbeat != nullptr) data->*worker.heartbeat = FindEventId(data, worker.heartbeatEvent);
-  return platform::StartDetachedThread({worker.name, worker.priority}, body, data);
+  data->threadStarted[worker.slot] = 1;
+  const int error = platform::StartDetachedThread({worker.name, worker.priority}, body, data);
+  if (error != 0) data->threadStarted[worker.slot] = 0;
+  return error;
 }
 
 void RunTask(const worker_t& worker, orvikData_t* data, WorkerTask& task) {
@@ -54,4 +58,11 @@ void RunTask(const worker_t& worker, orvikData_t* data, WorkerTask& task) {
 void LeaveRecord(const worker_t& worker, orvikData_t* data) {
   PrintOut(worker.exitLine);
   data->threadRunning[worker.slot] = 0;
+  data->threadStarted[worker.slot] = 0;
+}
+
+bool AnyWorkerLeft(const orvikData_t* data) {
+  const auto isSet = [](const PlainWord<int>& flag) { return flag != 0; };
+  return std::any_of(data->threadRunning.begin(), data->threadRunning.end(), isSet) ||
+         std::any_of(data->threadStarted.begin(), data->threadStarted.end(), isSet);
 }

@@ -62,9 +62,11 @@ int StartWorker(const worker_t& worker, void* (*body)(void*), orvikData_t* data)
 // request or until a step returns false. A worker that is stopped before `running` is set never begins. Called
 // by RunWorker.
 void RunTask(const worker_t& worker, orvikData_t* data, WorkerTask& task);
-// Prints the exit line and clears the running flag: the last access of the worker to the record. Called by
+// Prints the exit line and clears the worker's flags: the last access of the worker to the record. Called by
 // RunWorker.
 void LeaveRecord(const worker_t& worker, orvikData_t* data);
+// Whether a worker may still use the record: it has been started or runs, and has not left. Main thread.
+bool AnyWorkerLeft(const orvikData_t* data);
 
 // The body of a worker thread; `record` is the orvikData_t. Returns null when the worker has ended.
 template <class Task>

@@ -10,6 +10,7 @@
 
 #include "src/core/console.h"
 #include "src/core/name_tables.h"
+#include "src/core/worker.h"
 #include "src/startup/startup.h"
 
 namespace {
@@ -55,11 +56,6 @@ void HandleTerminationRequest(orvikData_t* data) {
   }
 }
 
-bool AnyThreadRuns(const orvikData_t* data) {
-  return std::any_of(data->threadRunning.begin(), data->threadRunning.end(),
-                     [](const PlainWord<int>& flag) { return flag != 0; });
-}
-
 // A thread that is blocked in a receive does not see its stop request.
 void WakeReceivers(orvikData_t* data) {
   for (NM::NMClient* client : {data->canNmClient.load(), data->actionNmClient.load()}) {
@@ -99,9 +95,9 @@ bool StopWorkers(orvikData_t* data) {
   PrintOut("Orvik: Waiting maximum of " + std::to_string(ANNOUNCED_SECONDS) +
            " seconds for threads to stop...");
   for (int pass = 0; pass < STOP_PASSES; ++pass) {
-    const bool running = AnyThreadRuns(data);
+    const bool left = AnyWorkerLeft(data);
     std::this_thread::sleep_for(seconds{1});
-    if (!running) return true;
+    if (!left) return true;
   }
   PrintOut("Orvik: Main timed out!");
   return false;
