@@ -90,7 +90,7 @@ proctype Consumer() {
      :: turn[tail & MASK] == ((tail + 1) & 255) ->  // Pop
         if
         :: BREAK != 3 -> key = keys[tail & MASK]; atomic { turn[tail & MASK] = tail + CAPACITY; popped++ }
-        :: else -> atomic { turn[tail & MASK] = tail + CAPACITY; popped++ } key = keys[tail & MASK]
+        :: BREAK == 3 -> atomic { turn[tail & MASK] = tail + CAPACITY; popped++ } key = keys[tail & MASK]
         fi;
         tail++;
         atomic { Take(); key = 0 }
