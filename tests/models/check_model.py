@@ -80,8 +80,7 @@ def build(model, number, folder):
                                 capture_output=True, text=True)
     if translated.returncode != 0:
         sys.exit(translated.stdout)
-    optimise = "-O0" if number else "-O1"
-    subprocess.run(["cc", optimise, "-w", "-DSAFETY", "-DMEMLIM=4000", *model.options, "-o", "pan", "pan.c"],
+    subprocess.run(["cc", "-O0", "-w", "-DSAFETY", "-DMEMLIM=4000", *model.options, "-o", "pan", "pan.c"],
                    cwd=folder, check=True)
 
 
