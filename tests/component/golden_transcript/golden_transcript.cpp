@@ -1,0 +1,167 @@
+// Runs a scenario from standard input, the application in virtual time and what happens to it, and prints the
+// events. tests/golden_transcripts/transcript.py makes them readable and compares them; docs/reliability.md has
+// the words of a scenario. An action of `hx7 simulate` goes to the load computer.
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <sstream>
+
+#include <unistd.h>
+
+#include "host/protocol/send_plan.h"
+#include "host/simulate/config_files.h"
+#include "host/simulate/scenario.h"
+#include "src/hostlink/can_transport.h"
+#include "src/pages/key_commands.h"
+#include "src/services/dbshm.h"
+#include "src/startup/application.h"
+#include "tests/component/golden_transcript/virtual_time.h"
+#include "tests/component/golden_transcript/virtual_unit.h"
+#include "tests/support/test_folder.h"
+#include "unit/database/database_owner.h"
+
+namespace golden {
+namespace {
+
+using words_t = std::vector<std::string>;
+constexpr std::int64_t US_PER_MS = 1'000;
+constexpr std::int64_t STEP_US = 10 * US_PER_MS;
+constexpr std::int64_t PRESS_US = 200 * US_PER_MS;
+
+// What std::cout and std::cerr are given, line by line.
+class RecordedStream : public std::stringbuf {
+ public:
+  RecordedStream(std::ostream& stream, const char* kind) : kind_(kind) { stream.rdbuf(this); }
+
+ protected:
+  int sync() override {
+    std::istringstream lines(str());
+    for (std::string line; std::getline(lines, line);) Record(kind_, line);
+    str("");
+    return 0;
+  }
+
+ private:
+  const char* kind_;
+};
+
+struct scenario_run_t {
+  simulate::ConfigFiles files{SOURCE_FOLDER "/config"};
+  std::optional<simulate::LoadComputer> computer;
+  std::optional<simulate::ScenarioPlayer> player;
+  host::Cmd2Values values;
+  std::unique_ptr<orvikData_t> record;
+};
+scenario_run_t& run = *new scenario_run_t;  // never destroyed: tasks that still wait use it
+
+// The application, with its configuration where the line names no arguments.
+void Start(words_t arguments) {
+  if (arguments.empty()) arguments = {"orvik", "config/generic.xml"};
+  StartTask([arguments] {
+    run.record = std::make_unique<orvikData_t>();
+    PrepareSignals();
+    const int status = RunApplication(run.record.get(), arguments);
+    run.record.reset();
+    Record("exit", std::to_string(status));
+  });
+}
+
+void StartComputer() {
+  run.computer.emplace(run.files.Chart(""), 1);
+  unitState.onFrame = [](const bus::frame_t& frame) { run.computer->Accept(frame); };
+}
+
+void Play(const std::string& scenario) {
+  StartComputer();
+  run.player.emplace(run.files.NamedScenario(scenario), true);
+}
+
+// Without a load computer these messages are all that comes from the host.
+void Send(const words_t& arguments) {
+  if (run.computer) return run.computer->Send(arguments);
+  for (const host::send_step_t& step : host::PlanSend(arguments, run.values).steps) {
+    for (const bus::frame_t& frame : step.frames) ReceiveFrame(frame);
+  }
+}
+
+void Press(std::uint32_t key) {
+  unitState.keysHeld |= 1U << (key - 1);
+  StartTask([key] {
+    Sleep(PRESS_US);
+    unitState.keysHeld &= ~(1U << (key - 1));
+  });
+}
+
+// What the application keeps and neither shows nor sends.
+void RecordSettings(const orvikData_t& r) {
+  std::ostringstream text;
+  text << "display mode " << r.displayMode << ", type " << r.displayType << "; protocol "
+       << int{r.commandProtocolVersion} << ", encryption " << int{r.dynamicEncryptionMethod}
+       << "; brightness adjust " << r.brightnessAdjustEnabled << "; select mode " << r.selectMode
+       << "; key report " << r.keyReport1 << " " << r.keyReport2 << ", last event " << r.lastPressedEventName
+       << "; transducers " << canTransducersSwapped;
+  Record("settings", text.str());
+}
+
+// Carries out the words of a line; `number` is the second one, where it is a number.
+void Carry(const words_t& words, std::uint32_t number) {
+  const std::string& verb = words[0];
+  const words_t arguments(words.begin() + 1, words.end());
+  if (verb == "start") return Start(arguments);
+  if (verb == "terminate") return RaiseTermination();
+  if (verb == "initialise") return run.record->lcdInitRequest.Store(1);
+  if (verb == "command") return StartTask([number] { RunKeyCommand(run.record.get(), number); });
+  if (verb == "settings") return RecordSettings(*run.record);
+  if (verb == "computer") return StartComputer();
+  if (verb == "play") return Play(arguments.at(0));
+  if (verb == "send") return Send(arguments);
+  if (verb == "press") return Press(number);
+  if (verb == "hold") return unitState.keysHeld = number, void();
+  if (verb == "action") return PostAction(arguments.at(0));
+  if (verb == "variable") return DBSHM::Write(DBSHM::getHandle(arguments.at(0)), std::stod(arguments.at(1)));
+  if (verb == "missing") return unitState.missing.insert(arguments.at(0)), void();
+  if (verb == "present") return unitState.missing.erase(arguments.at(0)), void();
+  if (verb == "compositor") return unitState.compositorReply = static_cast<std::uint8_t>(number), void();
+  if (verb == "quiet" || verb == "record" || verb == "end") return;  // for transcript.py
+  simulate::action_target_t target{run.computer.value(), {}, {}};
+  simulate::ParseAction(words)(target);
+}
+
+void Step() {
+  if (run.player) {
+    simulate::action_target_t target{*run.computer, [](int) {}, [](const std::string& t) { Record("say", t); }};
+    run.player->Step(run.computer->Now_ms(), target);
+  }
+  if (run.computer) {
+    for (const simulate::message_frames_t& message : run.computer->Step()) {
+      for (const bus::frame_t& frame : message) ReceiveFrame(frame);
+    }
+  }
+  Sleep(STEP_US);
+}
+
+// Each line has its time in milliseconds and its words.
+void RunScenario(std::istream& in) {
+  std::int64_t due_ms = 0;
+  for (std::string line; in >> due_ms && std::getline(in >> std::ws, line);) {
+    while (Now_us() < due_ms * US_PER_MS) Step();
+    Record("-----", line);
+    const words_t words = simulate::SplitWords(line);
+    const std::string number = words.size() > 1 ? words[1] : "";
+    Carry(words, static_cast<std::uint32_t>(std::strtoul(number.c_str(), nullptr, 0)));
+  }
+}
+
+}  // namespace
+}  // namespace golden
+
+int main() {
+  if (chdir(SOURCE_FOLDER) != 0) return EXIT_FAILURE;
+  const RuntimeDirectoryForTest runtime;
+  setenv("ORVIK_ROOT", runtime.Path().c_str(), 1);
+  static golden::RecordedStream out(std::cout, "out"), err(std::cerr, "err");
+  golden::StartUnit();
+  golden::RunScenario(std::cin);
+  unit::RemoveDatabase();
+}

@@ -1,0 +1,129 @@
+#include "tests/component/golden_transcript/virtual_time.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <ctime>
+#include <deque>
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include <ucontext.h>
+#include <unistd.h>
+
+namespace golden {
+namespace {
+
+constexpr std::int64_t NEVER = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t US_PER_SECOND = 1'000'000;
+constexpr std::int64_t NS_PER_US = 1'000;
+constexpr std::int64_t CLOCK_AT_START = 1'000 * US_PER_SECOND;
+constexpr std::size_t STACK_SIZE = 512U << 10U;
+
+struct task_t {
+  std::function<void()> body;
+  std::pair<std::int64_t, std::uint64_t> due;  // time, and turn among those of one time
+  std::vector<char> stack{};
+  ucontext_t context{};
+};
+
+std::deque<task_t> tasks(1);  // the first is the program's own
+std::size_t current = 0;
+std::int64_t now = 0;
+std::uint64_t lastTurn = 0;
+bool isTerminationPending = false;
+
+void WaitUntil(std::int64_t time) {
+  task_t& self = tasks[current];
+  self.due = {time, ++lastTurn};
+  std::size_t next = 0;
+  for (std::size_t i = 1; i < tasks.size(); ++i) {
+    if (tasks[i].due < tasks[next].due) next = i;
+  }
+  if (tasks[next].due.first > now) now = tasks[next].due.first;
+  if (std::exchange(current, next) != next) swapcontext(&self.context, &tasks[next].context);
+}
+
+void RunBody() {
+  tasks[current].body();
+  for (;;) WaitUntil(NEVER);
+}
+
+}  // namespace
+
+std::int64_t Now_us() {
+  return now;
+}
+
+void StartTask(std::function<void()> body) {
+  task_t& task = tasks.emplace_back(task_t{std::move(body), {now, ++lastTurn}, std::vector<char>(STACK_SIZE)});
+  getcontext(&task.context);
+  task.context.uc_stack.ss_sp = task.stack.data();
+  task.context.uc_stack.ss_size = task.stack.size();
+  makecontext(&task.context, RunBody, 0);
+}
+
+void Sleep(std::int64_t time_us) {
+  WaitUntil(now + time_us);
+}
+
+void Block() {
+  WaitUntil(NEVER - 1);
+}
+
+void WakeBlocked() {
+  for (task_t& task : tasks) {
+    if (task.due.first == NEVER - 1) task.due = {now, ++lastTurn};
+  }
+}
+
+void RaiseTermination() {
+  isTerminationPending = true;
+  WakeBlocked();
+}
+
+void Record(const char* kind, const std::string& text) {
+  std::printf("%lld\t%s\t%s\x1e", static_cast<long long>(now), kind, text.c_str());
+}
+
+}  // namespace golden
+
+extern "C" {
+
+int nanosleep(const timespec* time, timespec* /*left*/) {
+  golden::Sleep(time->tv_sec * golden::US_PER_SECOND + time->tv_nsec / golden::NS_PER_US);
+  return 0;
+}
+
+int clock_gettime(clockid_t /*clock*/, timespec* time) noexcept {
+  const std::int64_t at = golden::CLOCK_AT_START + golden::now;
+  *time = {at / golden::US_PER_SECOND, at % golden::US_PER_SECOND * golden::NS_PER_US};
+  return 0;
+}
+
+int sigsuspend(const sigset_t* /*mask*/) {
+  while (!golden::isTerminationPending) golden::Block();
+  golden::isTerminationPending = false;
+  struct sigaction action {};
+  sigaction(SIGUSR1, nullptr, &action);
+  action.sa_handler(SIGUSR1);
+  errno = EINTR;
+  return -1;
+}
+
+int system(const char* command) {
+  golden::Record("system", command);
+  return 0;
+}
+
+void perror(const char* text) {
+  golden::Record("err", text);
+}
+
+void _exit(int status) {
+  golden::Record("exit", std::to_string(status) + " at once");
+  for (;;) golden::WaitUntil(golden::NEVER);
+}
+
+}  // extern "C"

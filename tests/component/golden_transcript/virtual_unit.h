@@ -1,0 +1,31 @@
+// The unit around the application in virtual time: its platform (threads, messages, devices, console),
+// notification manager, database and compositor, and as much of the screen and J1939 services as answers the
+// application. All that the application sends, writes or prints is recorded.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <set>
+#include <string>
+
+#include "bus/can_frame.h"
+
+namespace golden {
+
+struct unit_state_t {
+  std::set<std::string> missing;  // names of servers, devices and threads that cannot be had
+  std::uint32_t keysHeld = 0;     // bit n-1 is front key n
+  std::uint8_t compositorReply = 0;
+  // Gets the frames that the application sends.
+  std::function<void(const bus::frame_t&)> onFrame = [](const bus::frame_t&) {};
+};
+extern unit_state_t unitState;
+
+// Makes the database and starts the services.
+void StartUnit();
+// Delivers a frame of the bus, where a filter of the application lets it through.
+void ReceiveFrame(const bus::frame_t& frame);
+// Says that a page is shown, or whatever else the screen service tells the application.
+void PostAction(const std::string& action);
+
+}  // namespace golden
