@@ -49,6 +49,7 @@ class RecordedStream : public std::stringbuf {
 struct scenario_run_t {
   simulate::ConfigFiles files{SOURCE_FOLDER "/config"};
   std::optional<simulate::LoadComputer> computer;
+  simulate::ControlUnits controlUnits;
   std::optional<simulate::ScenarioPlayer> player;
   host::Cmd2Values values;
   std::unique_ptr<orvikData_t> record;
@@ -124,13 +125,14 @@ void Carry(const words_t& words, std::uint32_t number) {
   if (verb == "present") return unitState.missing.erase(arguments.at(0)), void();
   if (verb == "compositor") return unitState.compositorReply = static_cast<std::uint8_t>(number), void();
   if (verb == "quiet" || verb == "record" || verb == "end") return;  // for transcript.py
-  simulate::action_target_t target{run.computer.value(), {}, {}};
+  simulate::action_target_t target{run.computer.value(), run.controlUnits, {}, {}};
   simulate::ParseAction(words)(target);
 }
 
 void Step() {
   if (run.player) {
-    simulate::action_target_t target{*run.computer, [](int) {}, [](const std::string& t) { Record("say", t); }};
+    simulate::action_target_t target{*run.computer, run.controlUnits, [](int) {},
+                                     [](const std::string& t) { Record("say", t); }};
     run.player->Step(run.computer->Now_ms(), target);
   }
   if (run.computer) {
