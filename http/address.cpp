@@ -1,16 +1,18 @@
 #include "http/address.h"
 
-#include <algorithm>
 #include <stdexcept>
+
+#include <arpa/inet.h>
 
 namespace http {
 namespace {
 
-// 127.0.0.0/8, as four decimal numbers: a name such as "127.0.0.1.example.org" is another machine's.
+// 127.0.0.0/8, as four decimal numbers: a name such as "127.0.0.1.example.org" or "127.0.0." is another
+// machine's. inet_pton reads to a zero byte only, which a header may hold.
 bool IsLoopbackIpv4(std::string_view host) {
-  const auto digitsAndPoints =
-      std::all_of(host.begin(), host.end(), [](char c) { return c == '.' || (c >= '0' && c <= '9'); });
-  return host.starts_with("127.") && digitsAndPoints && std::count(host.begin(), host.end(), '.') == 3;
+  in_addr address{};
+  return host.starts_with("127.") && host.find_first_not_of("0123456789.") == std::string_view::npos &&
+         ::inet_pton(AF_INET, std::string(host).c_str(), &address) == 1;
 }
 
 bool IsLoopbackName(std::string_view host) {

@@ -11,9 +11,9 @@ TEST(HttpAddressTest, IsOneOfTheLoopback) {
   for (const char* text : {"127.0.0.1:8740", "localhost:0", "[::1]:65535", "127.1.2.3:1"}) {
     EXPECT_EQ(base::FormatHostPort(http::ParseAddress(text)), text);
   }
-  for (const char* text :
-       {"", "127.0.0.1", ":8740", "0.0.0.0:8740", "192.168.0.2:80", "127.0.0.1:", "127.0.0.1:65536",
-        "127.0.0.1:-1", "127.0.0.1:80x", "[::]:80", "127.0.0.1.example.org:80", "[::1]", "127.1:80"}) {
+  for (const char* text : {"", "127.0.0.1", ":8740", "0.0.0.0:8740", "192.168.0.2:80",
+                           "127.0.0.1:", "127.0.0.1:65536", "127.0.0.1:-1", "127.0.0.1:80x", "[::]:80",
+                           "127.0.0.1.example.org:80", "[::1]", "127.1:80", "127.0.0.256:80"}) {
     EXPECT_THROW(http::ParseAddress(text), std::runtime_error) << text;
   }
 }
@@ -23,7 +23,7 @@ TEST(HttpAddressTest, OnlyLoopbackNamesAreAnswered) {
     EXPECT_TRUE(http::IsLoopbackHost(host)) << host;
   }
   for (const char* host :
-       {"", "example.org", "localhost.example.org", "127.0.0.1.example.org:8740", "127.evil.0.1"}) {
+       {"", "example.org", "localhost.example.org", "127.0.0.1.example.org:8740", "127.evil.0.1", "127.0.1."}) {
     EXPECT_FALSE(http::IsLoopbackHost(host)) << host;
   }
 }
