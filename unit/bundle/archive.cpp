@@ -28,8 +28,14 @@ constexpr unsigned FILE_MODE = 0644;
   throw std::runtime_error(file + ": " + what);
 }
 
+// libarchive gives no reason for some kinds of damage.
+std::string WhyRefused(archive* from) {
+  const char* const why = archive_error_string(from);
+  return why != nullptr ? why : "is damaged";
+}
+
 void CheckArchive(const std::string& file, archive* from, long result) {
-  if (result < ARCHIVE_WARN) ThrowArchiveError(file, archive_error_string(from));
+  if (result < ARCHIVE_WARN) ThrowArchiveError(file, WhyRefused(from));
 }
 
 bool LeadsOut(const std::filesystem::path& path) {
@@ -45,7 +51,7 @@ std::string ReadContent(const std::string& file, archive* reader, std::size_t ro
   std::string block(BLOCK, '\0');
   for (;;) {
     const la_ssize_t got = archive_read_data(reader, block.data(), block.size());
-    if (got < 0) ThrowArchiveError(file, archive_error_string(reader));
+    if (got < 0) ThrowArchiveError(file, WhyRefused(reader));
     if (got == 0) return content;
     content.append(block, 0, static_cast<std::size_t>(got));
     if (content.size() > room) ThrowArchiveError(file, "holds more than any bundle");
