@@ -1,6 +1,5 @@
 // What the host sends is what the display takes: every command byte by byte, frames, and the replies.
 #include <map>
-#include <random>
 #include <set>
 
 #include <gmock/gmock.h>
@@ -14,11 +13,11 @@
 #include "src/core/command_counters.h"
 #include "src/core/queues.h"
 #include "src/hostlink/can_transport.h"
-#include "src/hostlink/decapsulation.h"
 #include "src/hostlink/immediate_replies.h"
 #include "src/hostlink/j1939_external.h"
 #include "src/services/nm_messages.h"
 #include "tests/component/protocol/both_sides.h"
+#include "tests/component/protocol/record_words.h"
 #include "tests/support/fake_service.h"
 
 namespace {
@@ -44,39 +43,6 @@ TEST(HostCommandsTest, OfTheHostAreThoseThatTheDisplayKnows) {
       EXPECT_EQ(unknown() == before, host::FindCommand(message) != nullptr) << testing::PrintToString(message);
     }
   }
-}
-
-using words_t = std::map<std::string, double>;
-
-// The record's word for each field of a command, by the command's name and the field's.
-words_t WordsOf(const orvikData_t& r) {
-  return {{"operating-values capacity", r.capacity},
-          {"operating-values load", r.load},
-          {"operating-values radius", r.radius},
-          {"operating-values angle", r.angle},
-          {"operating-values extension", r.extension},
-          {"operating-values percent", r.percentSafeWorkingLoad},
-          {"operating-values parts-of-line", r.partsOfLine},
-          {"operating-values led", r.ledState},
-          {"operating-values swing", r.swing},
-          {"operating-values piston-pressure", r.pistonPressure},
-          {"operating-values rod-pressure", r.rodPressure},
-          {"beeper duration", r.beeperDuration},
-          {"brightness-adjust value", r.brightnessAdjustEnabled},
-          {"display-mode value", r.displayMode},
-          {"units value", r.units},
-          {"display-type value", r.displayType},
-          {"language value", r.language},
-          {"select-mode value", r.selectMode},
-          {"erected-icon value", r.erectedIcon},
-          {"stowed-icon value", r.stowedIcon},
-          {"colors tires", r.outriggerColors.tires},
-          {"colors retracted", r.outriggerColors.retracted},
-          {"colors half", r.outriggerColors.half},
-          {"colors extended", r.outriggerColors.extended},
-          {"swing-mode value", r.swingMode},
-          {"protocol-version value", r.commandProtocolVersion},
-          {"encryption value", r.dynamicEncryptionMethod}};
 }
 
 words_t WordsAfter(const MessageBytes& message) {
@@ -172,30 +138,6 @@ TEST(HostTextsTest, AreRefusedByTheDisplayWhereTheDecoderPointsOutAFault) {
       }
     }
   }
-}
-
-TEST(FramesTest, AreJoinedAlikeOnBothSides) {
-  // Frame numbers and counts that often fit, so that messages get through and break in every way.
-  std::mt19937 random(1);
-  std::vector<std::array<std::uint8_t, 8>> frames;
-  for (int i = 0; i < 20'000; ++i) {
-    auto& frame = frames.emplace_back();
-    for (auto& byte : frame) byte = static_cast<std::uint8_t>(random());
-    frame[0] = static_cast<std::uint8_t>(random() % 3);
-    frame[1] = static_cast<std::uint8_t>(random() % 4);
-  }
-  host::Reassembler reassembler;
-  Decapsulator decapsulator;
-  int whole = 0;
-  for (const auto& frame : frames) {
-    MessageBytes message;
-    ASSERT_EQ(reassembler.Accept(frame, message),
-              decapsulator.DecodeFrame({.canID = HOST_FRAME_ID, .data = frame}));
-    if (message.empty()) continue;
-    ++whole;
-    ASSERT_TRUE(std::ranges::equal(message, std::span(decapsulator.Message().bytes).first(message.size())));
-  }
-  EXPECT_GT(whole, 1000);
 }
 
 // The frames that the display has sent since the last call; they go to the service in the manager's messages.

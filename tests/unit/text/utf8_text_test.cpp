@@ -1,13 +1,11 @@
 // Repair of ill-formed UTF-8, trimming, and the full-width forms of the host's text.
 #include "src/text/utf8_text.h"
 
-#include <random>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <utf8.h>
 
 #include "src/core/operating_values.h"
 #include "src/text/expand.h"
@@ -56,21 +54,6 @@ TEST(FixUTF8StringTest, MarksEachIllFormedSequence) {
     std::string text = given;
     FixUTF8String(text);
     EXPECT_EQ(text, WithMarks(repaired)) << name;
-  }
-}
-
-TEST(FixUTF8StringTest, GivesTextThatACheckedDecoderTakesAndLeavesAlone) {
-  std::mt19937 random(20130827);
-  // The first and last byte of each class of UTF-8 bytes.
-  const std::string bytes = "\x00\x41\x7F\x80\x9F\xA0\xBF\xC0\xC1\xC2\xDF\xE0\xED\xEF\xF0\xF4\xF5\xF7\xF8\xFF"s;
-  for (int round = 0; round < 20'000; ++round) {
-    std::string text;
-    for (auto length = random() % 8; length > 0; --length) text.push_back(bytes[random() % bytes.size()]);
-    FixUTF8String(text);
-    ASSERT_TRUE(utf8::is_valid(text));
-    std::string again = text;
-    FixUTF8String(again);
-    ASSERT_EQ(again, text);
   }
 }
 
