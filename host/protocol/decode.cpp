@@ -46,7 +46,7 @@ value_t ReadNumberValue(const field_t& field, Bytes message, known_units_t units
   value_t value{.name = std::string(field.name), .text = FormatValue(field, number), .unit = {}, .number = {}};
   if (field.type == field_type_t::LAMPS) {
     value.parts = ListLamps(static_cast<std::uint32_t>(number));
-  } else if (field.type == field_type_t::FLOAT_BE ||
+  } else if (field.type == field_type_t::FLOAT_BE || number < 0 ||
              NameOf(field.names, static_cast<unsigned>(number)).empty()) {
     value.number = number;
     value.unit = ValueUnit(field.unit, units);
