@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <iostream>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
@@ -25,6 +26,7 @@ using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
 constexpr auto PACE = 10ms;
+constexpr auto LOOK_PERIOD = 250ms;
 // The state is published at least so often, for services that subscribed after the last change.
 constexpr auto REPEAT = 1s;
 constexpr std::size_t KEYS_KEPT =
@@ -51,9 +53,7 @@ class BoardService : public Service {
 
   void Start() override {
     const std::lock_guard lock(mutex_);
-    mapping_ = std::make_unique<platform::BoardMapping>(platform::BoardMapping::role_t::OWNER);
-    if (mapping_->Get() == nullptr) {
-      mapping_.reset();
+    if (!MakeBoard()) {
       const std::string obstacle = platform::DescribeObstacle(platform::BOARD_OBJECT_NAME);
       throw std::runtime_error(
           "the board's shared memory cannot be made. " +
@@ -62,9 +62,8 @@ class BoardService : public Service {
                  "another one."
                : obstacle));
     }
-    StartParts(*mapping_->Get());
     stopping_ = false;
-    thread_ = std::thread([this, board = mapping_->Get()] { Watch(*board); });
+    thread_ = std::thread([this] { Watch(); });
   }
 
   void Stop() override {
@@ -88,7 +87,8 @@ class BoardService : public Service {
     status_t status{"board", true, {}, {}};
     status.counters = {{"outputWrites", view.outputWrites},   {"outputRefused", view.outputRefused},
                        {"pwmChanges", view.backlightChanges}, {"pwmRefused", view.pwmRefused},
-                       {"beeperPulses", view.pulses},         {"blackbox.lost", keyLog_.Lost()}};
+                       {"beeperPulses", view.pulses},         {"blackbox.lost", keyLog_.Lost()},
+                       {"made", made_}};
     if (keys_) AddProblem(status.detail, "keys", keys_->Problem());
     if (outputs_) AddProblem(status.detail, "beeper", outputs_->BeeperProblem());
     if (outputs_) AddProblem(status.detail, "backlight", outputs_->BacklightProblem());
@@ -97,6 +97,28 @@ class BoardService : public Service {
   }
 
  private:
+  // The mutex is held. False when the object cannot be made.
+  bool MakeBoard() {
+    mapping_ = std::make_unique<platform::BoardMapping>(platform::BoardMapping::role_t::OWNER);
+    if (mapping_->Get() == nullptr) {
+      mapping_.reset();
+      return false;
+    }
+    StartParts(*mapping_->Get());
+    return true;
+  }
+
+  // The mutex is held. Another program may remove the board's object, cut it or write into it. The other
+  // services find a new one by themselves, and the application is started again.
+  void LookAfterBoard() {
+    if (mapping_ && mapping_->IsCurrent()) return;
+    if (mapping_) std::cerr << "board: its shared object was removed or damaged; making it anew" << std::endl;
+    keys_.reset();
+    outputs_.reset();
+    mapping_.reset();
+    if (MakeBoard()) ++made_;
+  }
+
   void StartParts(platform::board_state_t& board) {
     if (!options_.keysDevice.empty()) {
       KeyMap map = options_.keyMapFile.empty() ? KeyMap::Default() : KeyMap::Read(options_.keyMapFile);
@@ -115,14 +137,21 @@ class BoardService : public Service {
     noted_ = keys;
   }
 
-  void Watch(const platform::board_state_t& board) {
+  void Watch() {
     std::unique_lock lock(mutex_);
+    auto nextLook = steady_clock::now() + LOOK_PERIOD;
     while (!stopping_) {
-      lock.unlock();
-      const board_view_t view = ViewBoard(board);
-      NoteKeys(view.keys);
-      PublishIfDue(view, steady_clock::now());
-      lock.lock();
+      if (const auto now = steady_clock::now(); now >= nextLook) {
+        nextLook = now + LOOK_PERIOD;
+        LookAfterBoard();
+      }
+      if (mapping_) {
+        const board_view_t view = ViewBoard(*mapping_->Get());
+        lock.unlock();
+        NoteKeys(view.keys);
+        PublishIfDue(view, steady_clock::now());
+        lock.lock();
+      }
       wake_.wait_for(lock, PACE, [this] { return stopping_; });
     }
   }
@@ -142,7 +171,8 @@ class BoardService : public Service {
   std::array<bool, KEY_COUNT> noted_{};  // the keys as the log has them
   board_view_t published_;
   steady_clock::time_point repeatAt_{};
-  mutable std::mutex mutex_;  // guards the four below
+  mutable std::mutex mutex_;  // guards the five below
+  std::uint64_t made_ = 1;     // boards, one after the other
   std::unique_ptr<platform::BoardMapping> mapping_;
   std::unique_ptr<KeyDevice> keys_;        // null: the unit has only the panel's keys
   std::unique_ptr<BoardOutputs> outputs_;  // null: the unit has neither beeper nor backlight

@@ -14,6 +14,7 @@
 #include "base/whole_file.h"
 #include "unit/blackbox/rolling_log.h"
 #include "unit/blackbox/tee.h"
+#include "unit/board/board_watch.h"
 #include "unit/database/attach.h"
 #include "unit/health/health_publisher.h"
 #include "unit/health/notify_link.h"
@@ -82,7 +83,8 @@ class UnitRun {
   Tee err_{std::cerr, "unit", lines_};
   Supervisor supervisor_{lines_};
   std::unique_ptr<HealthPublisher> health_;
-  std::optional<DatabaseWatch> database_;  // made before the application starts
+  std::optional<DatabaseWatch> database_;  // both made before the application starts
+  std::optional<BoardWatch> board_;
   std::optional<SilenceWatch> silence_;
 };
 
@@ -95,6 +97,7 @@ void UnitRun::Start() {
   }
   health_ = std::make_unique<HealthPublisher>([this] { return Statuses(); });
   database_.emplace();
+  board_.emplace();
   if (Wants(ORVIK_PART) && plan_.silence > 0) silence_.emplace();
   StartOrvik();
   started_ = steady_clock::now();
@@ -184,7 +187,7 @@ void UnitRun::WaitForTheEnd() {
   }
 }
 
-// The application connects to the manager and to the database once, when it starts.
+// The application connects to the manager, the database and the board once, when it starts.
 void UnitRun::RestartOrvikIfCutOff(ManagerWatch& manager) {
   if (manager.WasReplaced()) {
     supervisor_.Restart(ORVIK_PART,
@@ -193,6 +196,9 @@ void UnitRun::RestartOrvikIfCutOff(ManagerWatch& manager) {
   if (database_->WasReplaced()) {
     supervisor_.Restart(ORVIK_PART,
                         "the parameter database was made again, and the application still has the old one");
+  }
+  if (board_->WasReplaced()) {
+    supervisor_.Restart(ORVIK_PART, "the board was made again, and the application still has the old one");
   }
 }
 

@@ -8,6 +8,7 @@
 
 namespace unit {
 
+using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
 void Supervisor::Start(const program_t& program) {
@@ -24,6 +25,7 @@ void Supervisor::Launch(run_t& run) {
   run.started = steady_clock::now();
   run.startAgain.reset();
   run.killAt.reset();
+  run.asked = false;
 }
 
 void Supervisor::Step() {
@@ -65,8 +67,9 @@ void Supervisor::AcceptEnding(run_t& run, const ending_t& ending) {
     std::cout << "unit: " << run.program.name << " has ended" << std::endl;
     return Note(run, !run.program.endIsFailure, "has ended");
   }
-  run.shortRuns = now - run.started >= STEADY_AFTER ? 0 : run.shortRuns + 1;
-  const std::chrono::seconds delay = RestartDelay(run.shortRuns);
+  if (now - run.started >= STEADY_AFTER) run.shortRuns = 0;
+  if (!run.asked) ++run.shortRuns;
+  const std::chrono::seconds delay = run.asked ? 0s : RestartDelay(run.shortRuns);
   run.startAgain = now + delay;
   std::cerr << "unit: " << run.program.name << " " << ending.Describe() << "; starting it again"
             << (delay > delay.zero() ? " in " + std::to_string(delay.count()) + " s" : "") << std::endl;
@@ -86,6 +89,7 @@ void Supervisor::Restart(const std::string& name, const std::string& why) {
   if (run == runs_.end() || !run->child || run->killAt) return;
   std::cerr << "unit: " << why << "; " << name << " has to start again" << std::endl;
   run->child->Signal(SIGTERM);
+  run->asked = true;
   run->killAt = steady_clock::now() + TERMINATE_TIME;
 }
 

@@ -30,7 +30,7 @@ struct program_t {
 class Supervisor {
  public:
   // A program that dies is started again at once; after the third short run in a row there is a delay, which
-  // doubles.
+  // doubles. A run that Restart has ended does not count.
   static constexpr unsigned AT_ONCE = 2;
   static constexpr std::chrono::seconds FIRST_DELAY{1};
   static constexpr std::chrono::seconds LONGEST_DELAY{10};
@@ -66,6 +66,7 @@ class Supervisor {
     unsigned shortRuns = 0;  // in a row
     std::optional<TimePoint> startAgain;
     std::optional<TimePoint> killAt;  // Restart has terminated it
+    bool asked = false;               // its end was asked for by Restart
     std::uint64_t ends = 0;
     std::string detail;
     bool up = false;

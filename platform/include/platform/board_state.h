@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <sys/types.h>
+
 namespace platform {
 
 constexpr const char* BOARD_OBJECT_NAME = "/OrvikBoard";
@@ -56,9 +58,22 @@ class BoardMapping {
 
   // Null when the object could not be created or does not exist.
   board_state_t* Get() const { return state_; }
+  // False when the object of that name is another one or none, has been cut, or has lost its first word. Opens
+  // the object, so it is not for the 10 ms paths.
+  bool IsCurrent() const;
 
  private:
+  struct object_t {
+    dev_t device = 0;
+    ino_t node = 0;
+    bool operator==(const object_t&) const = default;
+  };
+
+  void Map(int object);
+  void Unmap();
+
   board_state_t* state_ = nullptr;
+  object_t object_;
   bool owner_ = false;
 };
 

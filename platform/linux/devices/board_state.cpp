@@ -33,42 +33,37 @@ constexpr std::array<key_place_t, 8> KEYS = {{
     {1U << 11U, 1U << 1U},
 }};
 
-board_state_t* Map(int object) {
-  void* const memory = mmap(nullptr, sizeof(board_state_t), PROT_READ | PROT_WRITE, MAP_SHARED, object, 0);
-  return memory != MAP_FAILED ? static_cast<board_state_t*>(memory) : nullptr;
-}
-
-board_state_t* CreateBoard() {
-  const UnsharedDescriptor object =
-      UnsharedDescriptor::Adopt(OpenSharedObject(BOARD_OBJECT_NAME, O_RDWR | O_CREAT | O_EXCL, 0600));
-  if (!object || ftruncate(object.Get(), sizeof(board_state_t)) != 0) return nullptr;
-  board_state_t* const board = Map(object.Get());
-  if (board == nullptr) return nullptr;
-  new (board) board_state_t{};
-  board->keypadData.store(0xFFFF, std::memory_order_relaxed);
-  board->magic.store(BOARD_MAGIC, std::memory_order_release);
-  return board;
-}
-
-bool IsWholeBoard(int object) {
-  struct stat status {};
-  return fstat(object, &status) == 0 && status.st_size >= static_cast<off_t>(sizeof(board_state_t));
-}
-
-board_state_t* OpenBoard() {
-  const UnsharedDescriptor object = UnsharedDescriptor::Adopt(OpenSharedObject(BOARD_OBJECT_NAME, O_RDWR, 0));
-  if (!object || !IsWholeBoard(object.Get())) return nullptr;
-  board_state_t* const board = Map(object.Get());
-  if (board == nullptr || board->magic.load(std::memory_order_acquire) == BOARD_MAGIC) return board;
-  munmap(board, sizeof *board);
-  return nullptr;
+UnsharedDescriptor OpenObject(int flags) {
+  return UnsharedDescriptor::Adopt(OpenSharedObject(BOARD_OBJECT_NAME, flags, 0600));
 }
 
 }  // namespace
 
-BoardMapping::BoardMapping(role_t role)
-    : state_(role == role_t::OWNER ? CreateBoard() : OpenBoard()),
-      owner_(role == role_t::OWNER && state_ != nullptr) {}
+// Maps an object of full size; else leaves the mapping empty. Another process may cut the object later: the
+// mapping is guarded, so that this ends no process.
+void BoardMapping::Map(int object) {
+  struct stat status {};
+  if (fstat(object, &status) != 0 || status.st_size < static_cast<off_t>(sizeof(board_state_t))) return;
+  void* const memory = mmap(nullptr, sizeof(board_state_t), PROT_READ | PROT_WRITE, MAP_SHARED, object, 0);
+  if (memory == MAP_FAILED) return;
+  GuardMapping(memory, sizeof(board_state_t));
+  state_ = static_cast<board_state_t*>(memory);
+  object_ = {status.st_dev, status.st_ino};
+}
+
+BoardMapping::BoardMapping(role_t role) : owner_(role == role_t::OWNER) {
+  const UnsharedDescriptor object = OpenObject(owner_ ? O_RDWR | O_CREAT | O_EXCL : O_RDWR);
+  if (!object || (owner_ && ftruncate(object.Get(), sizeof(board_state_t)) != 0)) return;
+  Map(object.Get());
+  if (state_ == nullptr) return;
+  if (owner_) {
+    new (state_) board_state_t{};
+    state_->keypadData.store(0xFFFF, std::memory_order_relaxed);
+    state_->magic.store(BOARD_MAGIC, std::memory_order_release);
+  } else if (state_->magic.load(std::memory_order_acquire) != BOARD_MAGIC) {
+    Unmap();
+  }
+}
 
 BoardMapping::~BoardMapping() {
   if (state_ == nullptr) return;
@@ -76,7 +71,22 @@ BoardMapping::~BoardMapping() {
     RemoveOwnSharedObject(BOARD_OBJECT_NAME);
     state_->magic.store(0, std::memory_order_release);
   }
+  Unmap();
+}
+
+void BoardMapping::Unmap() {
+  ForgetMapping(state_);
   munmap(state_, sizeof *state_);
+  state_ = nullptr;
+}
+
+bool BoardMapping::IsCurrent() const {
+  const UnsharedDescriptor object = OpenObject(O_RDWR);
+  struct stat status {};
+  return state_ != nullptr && object && fstat(object.Get(), &status) == 0 &&
+         status.st_size >= static_cast<off_t>(sizeof(board_state_t)) &&
+         object_ == object_t{status.st_dev, status.st_ino} &&
+         state_->magic.load(std::memory_order_acquire) == BOARD_MAGIC;
 }
 
 board_word_t& KeysHeldBy(board_state_t& board, key_source_t source) {
