@@ -65,6 +65,11 @@ void HostWatch::ForgetMessage() {
   frames_ = 0;
 }
 
+void HostWatch::ForgetValues() {
+  const std::lock_guard lock(mutex_);
+  knownSince_.reset();
+}
+
 void HostWatch::NoteValues(TimePoint now) {
   if (!knownSince_ || now - valuesAt_ > LIFETIME) knownSince_ = now;
   valuesAt_ = now;

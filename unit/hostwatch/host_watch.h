@@ -31,6 +31,8 @@ class HostWatch {
   // Takes a frame of the host, eight bytes, in the order of the bus. True when the values become unknown: by a
   // change of units, or by a message that is too short for the values.
   bool Accept(std::span<const std::uint8_t> frame, TimePoint now);
+  // The values become unknown: the application gets frames later than the bus had them.
+  void ForgetValues();
   // Drops the message in progress: frames may be missing. Its values stay what they were.
   void ForgetMessage();
 

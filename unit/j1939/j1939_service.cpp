@@ -66,6 +66,8 @@ class J1939Service : public Service {
   void ReceiveFrame(const BusLink::endpoint_t& endpoint);
   bool AcceptHostFrame(const bus::frame_t& frame);
   void AcceptFrame(const bus::frame_t& frame);
+  void ForgetValues();
+  void ReportSoon();
   void ReceiveMessages();
 
   void ReceiveRequests();
@@ -192,12 +194,20 @@ bool J1939Service::AcceptHostFrame(const bus::frame_t& frame) {
   // The display may hold the first frames of a message from before the break. It would join them with the last
   // ones of another message; the first frame of a message makes it drop them.
   hostBegun_ = hostBegun_ || frame.data[0] == 0;
-  if (hostBegun_ && host_.Accept(frame.Bytes(), steady_clock::now())) {
-    const std::lock_guard lock(stopMutex_);
-    reportSoon_ = true;  // before the application has carried the message out
-    stopped_.notify_all();
-  }
+  if (hostBegun_ && host_.Accept(frame.Bytes(), steady_clock::now())) ReportSoon();
   return hostBegun_;
+}
+
+void J1939Service::ForgetValues() {
+  host_.ForgetValues();
+  ReportSoon();
+}
+
+// Before the application has carried the message out.
+void J1939Service::ReportSoon() {
+  const std::lock_guard lock(stopMutex_);
+  reportSoon_ = true;
+  stopped_.notify_all();
 }
 
 void J1939Service::AcceptFrame(const bus::frame_t& frame) {
@@ -205,8 +215,11 @@ void J1939Service::AcceptFrame(const bus::frame_t& frame) {
   report_.Note(frame, BusReport::direction_t::RECEIVED);
   if (frame.extended && frame.identifier == HOST_FRAME_ID && !AcceptHostFrame(frame)) return;
   if (frame.extended) faults_.Accept(frame.identifier, frame.Bytes(), steady_clock::now());
+  const auto begin = steady_clock::now();
   const std::optional<int> room = clients_->Deliver(frame);
   if (!room) return;
+  // The frames that waited on the bus meanwhile follow at once; their values are as old as the oldest of them.
+  if (steady_clock::now() - begin > RECEIVE_HUNG) ForgetValues();
   if (*room < 0) report_.NoteDropped();
   if (const auto pause = pacing_.PauseAfter(*room); pause > 0ms) Pause(pause);
 }
