@@ -25,7 +25,7 @@ PageMemory::PageMemory()
   remembered_ = text.substr(0, text.find('\n'));
 }
 
-PageMemory::~PageMemory() {
+void PageMemory::Forget() {
   unlink(path_.c_str());
 }
 

@@ -1,5 +1,5 @@
-// The page shown, kept in the runtime directory while the service runs, so that a service that was killed comes
-// back with the page that the application and the operator are on. An orderly stop removes it.
+// The page shown, kept in the runtime directory, so that a service that is started again comes back with the page
+// that the application and the operator are on.
 #pragma once
 
 #include <string>
@@ -12,15 +12,14 @@ namespace unit {
 class PageMemory {
  public:
   PageMemory();
-  ~PageMemory();
-  PageMemory(const PageMemory&) = delete;
-  PageMemory& operator=(const PageMemory&) = delete;
 
-  // The page that a service showed when it was killed; empty when there was none.
+  // The page that a service showed last; empty when there was none.
   const std::string& Remembered() const { return remembered_; }
   // Writes the page when it is another one: one call into the page cache, which waits for no disk. A file that
   // cannot be written costs the page after a kill, nothing else.
   void Write(const std::string& page);
+  // Removes the file: the next service begins with the first page.
+  void Forget();
 
  private:
   const std::string path_;

@@ -104,6 +104,8 @@ ScreenWorker::~ScreenWorker() {
   }
   wakePace_.notify_all();
   pace_.join();
+  // A whole unit that stops has ended its application first. One that goes on is on this page.
+  if (!programHeard_) pageMemory_.Forget();
 }
 
 // --- Messages of the application and of the database
