@@ -34,7 +34,7 @@ HEALTH_LIMIT = 1.0
 OWN_PAUSE = 0.5     # from a frame on the bus to its text at a reader of the stream, at most
 QUICK_END = 1.0     # a process that ended sooner after its start is started so long after it
 MORE_MEMORY = (0.01, 4096)  # than before: a share, and at least so many KiB
-ORDER = 5                   # descriptors: the order of start decides who connects to whom
+ORDER, REJOINED = 5, 2      # descriptors: the order of start decides who connects to whom
 REQUEST_THREADS = 8         # those that serve a burst of requests stay for ten seconds
 
 
@@ -203,7 +203,10 @@ class Rig(LooseUnit):
         wait_for(lambda: not self.watch.problem(1) and self.health.answer.get("up"), "a right screen", 60)
         maps = "".join(pathlib.Path(f"/proc/{each.child.pid}/maps").read_text() for each in self.processes.values())
         self.shared = re.search(r"/dev/shm/(orvik-\w+-)DBSHM", maps)[1]
-        self.first = desks.wait_steady(self.census, "what can leak", 2)
+        self.first = self.census()
+        for _ in range(20):  # the most of two seconds: connections come and go
+            time.sleep(0.1)
+            self.first |= self.census()
 
     def _answers(self):
         with contextlib.suppress(OSError):
@@ -279,7 +282,8 @@ class Rig(LooseUnit):
         recording = "--record" in self.processes["j1939"].child.args
         first = {name: count for (name, _), count in self.first.items()}
         for (name, process), count in self.census().items():
-            limit = before.get((name, process), first.get(name, 0) + ORDER * (process > 0))
+            limit = first.get(name, 0) + ORDER * (process > 0)
+            limit = min(limit, before.get((name, process), limit) + REJOINED * (process > 0))
             limit += REQUEST_THREADS * ("panel" in name and "threads" in name) + (recording and "j1939" in name)
             if count > limit and not name.startswith("blackbox"):
                 yield f"{name}: {count}, before {limit}"
