@@ -85,9 +85,12 @@ class BoardService : public Service {
     if (!mapping_) return {"board", false, "stopped", {}};
     const board_view_t view = ViewBoard(*mapping_->Get());
     status_t status{"board", true, {}, {}};
-    status.counters = {{"outputWrites", view.outputWrites},   {"outputRefused", view.outputRefused},
-                       {"pwmChanges", view.backlightChanges}, {"pwmRefused", view.pwmRefused},
-                       {"beeperPulses", view.pulses},         {"blackbox.lost", keyLog_.Lost()},
+    status.counters = {{"outputWrites", view.outputWrites},
+                       {"outputRefused", view.outputRefused},
+                       {"pwmChanges", view.backlightChanges},
+                       {"pwmRefused", view.pwmRefused},
+                       {"beeperPulses", view.pulses},
+                       {"blackbox.lost", keyLog_.Lost()},
                        {"made", made_}};
     if (keys_) AddProblem(status.detail, "keys", keys_->Problem());
     if (outputs_) AddProblem(status.detail, "beeper", outputs_->BeeperProblem());
@@ -172,7 +175,7 @@ class BoardService : public Service {
   board_view_t published_;
   steady_clock::time_point repeatAt_{};
   mutable std::mutex mutex_;  // guards the five below
-  std::uint64_t made_ = 1;     // boards, one after the other
+  std::uint64_t made_ = 1;    // boards, one after the other
   std::unique_ptr<platform::BoardMapping> mapping_;
   std::unique_ptr<KeyDevice> keys_;        // null: the unit has only the panel's keys
   std::unique_ptr<BoardOutputs> outputs_;  // null: the unit has neither beeper nor backlight

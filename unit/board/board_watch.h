@@ -1,5 +1,5 @@
-// Detects that the board was made anew. The application opens the board's devices once, when it starts, and would
-// stay with the old one: no key would reach it, and no beep the operator.
+// Detects that the board was made anew. The application opens the board's devices once, when it starts, and
+// would stay with the old one: no key would reach it, and no beep the operator.
 #pragma once
 
 #include <chrono>
@@ -15,8 +15,8 @@ class BoardWatch {
   static constexpr std::chrono::milliseconds LOOK_PERIOD{250};
 
   BoardWatch();
-  // True once for each board that replaced an earlier one, or appeared where there was none. Looks at most once in
-  // LOOK_PERIOD.
+  // True once for each board that replaced an earlier one, or appeared where there was none. Looks at most once
+  // in LOOK_PERIOD.
   bool WasReplaced();
 
  private:

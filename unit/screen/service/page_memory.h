@@ -1,5 +1,5 @@
-// The page shown, kept in the runtime directory, so that a service that is started again comes back with the page
-// that the application and the operator are on.
+// The page shown, kept in the runtime directory, so that a service that is started again comes back with the
+// page that the application and the operator are on.
 #pragma once
 
 #include <string>
