@@ -85,7 +85,7 @@ class Campaign:
     def close(self):
         if self.rig:
             rig, self.rig = self.rig, None
-            for left in rig.close():
+            for left in rig.close() if self.results else rig.close() and ():
                 self.results.append(self.results[-1] | {"failed": [left], "kind": "end of the desk"})
                 print_failure(self.results[-1], "")
 
@@ -95,6 +95,7 @@ class Campaign:
             self.close()
             desks.PATIENCE = 2 * self.slowness.since(time.monotonic() - 10)
             self.rig, self.block = Rig(*wanted, self.slowness), block
+            self.rig.open()
         rig, chance, begin, before = self.rig, self.chance(index), time.monotonic(), self.rig.census()
         rig.watch.begin()
         rig.health.late.clear()

@@ -182,7 +182,7 @@ class Rig(LooseUnit):
         self.panel, self.bus = f"127.0.0.1:{free_port()}", f"127.0.0.1:{free_port()}"
         self.groups, self.environment, self.options, self.x_server = [*groups, HOST], {}, [], None
         self.processes, self.started, self.held, self.ended, self.resident = {}, {}, set(), [], {}
-        self.stopping, self.shared = threading.Event(), None
+        self.stopping, self.health, self.shared = threading.Event(), None, None
         if faked_clock:
             self.environment = {"LD_PRELOAD": str(FAKETIME), "FAKETIME_TIMESTAMP_FILE": str(self.clock),
                                 "FAKETIME_CACHE_DURATION": "1", "FAKETIME_DONT_FAKE_MONOTONIC": "1"}
@@ -191,16 +191,19 @@ class Rig(LooseUnit):
             self.environment |= {"DISPLAY": f":{random.SystemRandom().randrange(100, 30000)}", "SDL_AUDIODRIVER": "dummy",
                                  "SDL_RENDER_DRIVER": "software", "SDL_FRAMEBUFFER_ACCELERATION": "0"}
             self.start_x()
-        for group in groups:
+
+    def open(self):
+        for group in self.groups[:-1]:
             self.start(group)
         wait_for(self._answers, "the panel", 20)
-        self.watch = Moments(self.bus, self.panel, ArrivalTap if faked_clock else Tap)
+        self.watch = Moments(self.bus, self.panel, Tap if "LD_PRELOAD" not in self.environment else ArrivalTap)
         self.cable = Cable(self.bus, self.watch.joined.is_set)
         self.start(HOST)
         self.keeper = threading.Thread(target=self._keep, daemon=True)
         self.keeper.start()
-        self.health = Health(self.panel, slowness)
-        wait_for(lambda: not self.watch.problem(1) and self.health.answer.get("up"), "a right screen", 60)
+        self.health = Health(self.panel, self.slowness)
+        wait_for(lambda: self.health.answer.get("up") and not self.watch.problem(self.slowness.since(time.monotonic() - 5)),
+                 "a right screen", 60)
         maps = "".join(pathlib.Path(f"/proc/{each.child.pid}/maps").read_text() for each in self.processes.values())
         self.shared = re.search(r"/dev/shm/(orvik-\w+-)DBSHM", maps)[1]
         self.first = self.census()
@@ -296,7 +299,7 @@ class Rig(LooseUnit):
         """Ends everything; returns what did not end, or was left behind."""
         self.stopping.set()
         left = []
-        if self.shared:
+        if self.health:
             self.keeper.join(5)
             self.health.stopping.set()
             self.watch.stopping.set()
