@@ -19,7 +19,7 @@ import sys
 import time
 
 from kinds import KINDS, PARTS
-from rig import FAKETIME, HOST, Rig, Slowness, desks
+from rig import ALLOWED_AGE, FAKETIME, HOST, Rig, Slowness, desks
 
 BLOCK = 20          # faults to a desk
 RIGHT_AGAIN = 2.0
@@ -27,8 +27,10 @@ QUIET = 1.3         # so long all must stay right: what is damaged is noticed wi
 SETTLED = 12.0
 # A lock is held for microseconds; one that a busy machine keeps for a second must not cost a new database.
 LIMITS = {"lock held": 4.0}
-SHORT = [name for name in KINDS if name != "silence"]
-SHORT_AT_LENGTH = ("stop notify", "stop application")  # longer than a number may be old
+SHORT = [name for name in KINDS if name not in ("silence", "clock set")]
+# libfaketime takes a lock that processes share: one that is stopped or killed there would stop all others.
+WITH_FAKED_CLOCK = {"clock set", "cable cut", "cable held", "kill hx7", "stop hx7"}
+OLD_NUMBERS = ("stop notify", "stop application")  # the short form stops these for longer than a number may be old
 # Here a process may end by itself: it is started again.
 MAY_END = {"no memory", "no descriptor", "disk full", "X server killed"}
 
@@ -41,7 +43,7 @@ def layout(seed, block):
     groups = [tuple(parts[first::bins]) for first in range(bins)]
     if chance.random() < 0.4:
         groups.append(("window",))
-    return groups, bool(FAKETIME) and chance.random() < 0.4
+    return groups, bool(FAKETIME) and chance.random() < 0.2
 
 
 class Campaign:
@@ -54,10 +56,10 @@ class Campaign:
             block = int(index < len(SHORT) // 2)
             groups, _ = layout(self.options.seed, block)
             groups = [group for group in groups if group != ("window",)] + [("window",)] * (not block)
-            return block, (groups, bool(not block and FAKETIME)), SHORT[index]
+            return block, (groups, False), SHORT[index]
         block = index // BLOCK
         groups, faked = layout(self.options.seed, block)
-        possible = set(KINDS) - {"clock set" if not faked else "", "X server killed" if ("window",) not in groups else ""}
+        possible = WITH_FAKED_CLOCK if faked else set(KINDS) - {"clock set", "X server killed" * (("window",) not in groups)}
         return block, (groups, faked), self.chance(index).choice(sorted(possible))
 
     def chance(self, index):
@@ -102,7 +104,8 @@ class Campaign:
         rig.ended.clear()
         low, high, fault = KINDS[kind]
         if self.options.short:
-            low, high = (high, high) if kind in SHORT_AT_LENGTH else (low, low)
+            high = min(15, 2 + ALLOWED_AGE * self.slowness.since(begin - 5)) if kind in OLD_NUMBERS else low
+            low = high
         with fault(rig, chance) as what:
             time.sleep(chance.uniform(low, high))  # so long the fault lasts
         seconds, failed = self.wait_until_right(time.monotonic(), LIMITS.get(kind, RIGHT_AGAIN))

@@ -84,7 +84,10 @@ class Cable(threading.Thread):
             waiting.register(station, selectors.EVENT_READ, bus)
             waiting.register(bus, selectors.EVENT_READ, station)
             while not self.cut.is_set():
-                for key, _ in waiting.select(0.1) if not self.held.is_set() else self.cut.wait(0.02) and ():
+                if self.held.is_set():
+                    self.cut.wait(0.02)
+                    continue
+                for key, _ in waiting.select(0.1):
                     data = key.fileobj.recv(65536)
                     if not data:
                         return
