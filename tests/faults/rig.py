@@ -166,7 +166,7 @@ class Health(threading.Thread):
             except (OSError, ValueError, http.client.HTTPException) as error:
                 self.answer, problem = {}, repr(error)
             seconds = time.monotonic() - start
-            if not excused and not self.excused and (problem or seconds > HEALTH_LIMIT * self.slowness.since(start)):
+            if not excused and not self.excused and (problem or seconds > HEALTH_LIMIT * self.slowness.since(start - 2)):
                 self.late.append(f"/api/health: {problem or 'an answer'} after {seconds:.2f} s")
             # The application writes to the board a hundred times a second.
             writes = sum(each["counters"].get("outputWrites", 0) for each in self.answer.get("services", ()))
