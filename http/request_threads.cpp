@@ -6,7 +6,8 @@ namespace http {
 
 void RequestThreads::enqueue(std::function<void()> serve) {
   {
-    const std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return connections_.size() < MOST_QUEUED; });
     connections_.push_back(std::move(serve));
     if (idle_ >= connections_.size()) {
       // A waiting thread takes it.
@@ -39,6 +40,7 @@ void RequestThreads::Run() {
     if (connections_.empty()) return JoinEnded(lock);
     const std::function<void()> serve = std::move(connections_.front());
     connections_.pop_front();
+    if (connections_.size() + 1 == MOST_QUEUED) changed_.notify_all();
     if (connections_.empty()) waiting_.ForgetOwed();
     lock.unlock();
     serve();

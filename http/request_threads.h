@@ -13,9 +13,11 @@
 namespace http {
 
 // When all threads are taken, a further connection ends the oldest one whose request has not come yet. Where
-// all threads are serving, it waits.
+// all threads are serving, it waits. Connections beyond MOST_QUEUED are not accepted before one of those is
+// served; they have no descriptor here.
 class RequestThreads : public httplib::TaskQueue {
  public:
+  static constexpr std::size_t MOST_QUEUED = 64;
   static constexpr std::chrono::seconds IDLE{10};  // then a thread without work ends
 
   RequestThreads(std::size_t most, WaitingConnections& waiting) : most_(most), waiting_(waiting) {}

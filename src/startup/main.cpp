@@ -3,12 +3,25 @@
 #include "platform/console_writer.h"
 #include "platform/process.h"
 
+#include "src/core/console.h"
 #include "src/startup/application.h"
+
+namespace {
+
+// The application has some 90 open: a socket for each of its threads at each service that the thread sends to.
+constexpr unsigned DESCRIPTORS = 128;
+constexpr int EXIT_SHORT_OF_DESCRIPTORS = 1;
+
+}  // namespace
 
 int main(int argc, char* argv[]) {
   platform::RestrictProcess();
   PrepareSignals();
   const platform::ConsoleWriter console("Orvik");
+  if (const std::string problem = platform::EnsureDescriptors(DESCRIPTORS); !problem.empty()) {
+    PrintErr("Orvik: " + problem);
+    return EXIT_SHORT_OF_DESCRIPTORS;
+  }
   orvikData_t data;
   return RunApplication(&data, {argv, argv + argc});
 }

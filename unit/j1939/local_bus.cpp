@@ -18,7 +18,8 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr std::size_t READ_SIZE = 4096;                     // at most some 340 frames in one step
+constexpr std::size_t READ_SIZE = 4096;  // at most some 340 frames in one step
+constexpr auto ACCEPT_PAUSE = std::chrono::milliseconds(100);
 constexpr std::size_t FIRST_STATION = 3;                    // its index among the polled descriptors
 constexpr std::array DOORS = {door_t::TCP, door_t::LOCAL};  // in the order of the polled descriptors from 1 on
 
@@ -99,6 +100,7 @@ void LocalBus::Run() {
     if (polled[0].revents != 0 && read(wake_.Get(), &wakes, sizeof wakes) < 0 && errno != EAGAIN) return;
     const steady_clock::time_point now = steady_clock::now();
     ServeStations(std::span(polled).subspan(FIRST_STATION), now);
+    if (acceptAgain_ && now >= *acceptAgain_) acceptAgain_.reset();
     for (std::size_t i = 0; i < DOORS.size(); ++i) {
       if (polled[1 + i].revents != 0) Accept(DOORS[i], now);
     }
@@ -110,9 +112,10 @@ void LocalBus::Run() {
 // While the unit's own station is behind, no other station is read. A station that has closed its connection
 // then waits too, because the frames that it sent before still count; poll skips its negative descriptor.
 std::vector<pollfd> LocalBus::Interests() const {
+  const bool accepts = !acceptAgain_;
   std::vector<pollfd> polled = {{wake_.Get(), POLLIN, 0},
-                                {listener_.Get(door_t::TCP), POLLIN, 0},
-                                {listener_.Get(door_t::LOCAL), POLLIN, 0}};
+                                {accepts ? listener_.Get(door_t::TCP) : -1, POLLIN, 0},
+                                {accepts ? listener_.Get(door_t::LOCAL) : -1, POLLIN, 0}};
   const short in = inboxFull_ ? 0 : POLLIN;
   for (const station_t& station : stations_) {
     const short out = station.output.IsEmpty() ? 0 : POLLOUT;
@@ -125,6 +128,7 @@ std::vector<pollfd> LocalBus::Interests() const {
 int LocalBus::WaitTime_ms(TimePoint now) const {
   std::optional<TimePoint> next;
   const auto consider = [&next](TimePoint when) { next = std::min(next.value_or(when), when); };
+  if (acceptAgain_) consider(*acceptAgain_);
   for (const station_t& station : stations_) {
     if (!station.session.IsOpen()) consider(station.openBy);
     if (station.session.StatisticsPeriod().count() > 0) consider(station.nextStatistics);
@@ -144,10 +148,14 @@ void LocalBus::ServeStations(std::span<const pollfd> polled, TimePoint now) {
   }
 }
 
-// Each door has its own number of places: stations on TCP leave room for the tools of this user.
+// Each door has its own number of places: stations on TCP leave room for the tools of this user. A connection
+// that finds no descriptor stays at the door; poll would report it again and again.
 void LocalBus::Accept(door_t door, TimePoint now) {
   base::Descriptor socket = listener_.Accept(door);
-  if (socket.Get() < 0) return;
+  if (socket.Get() < 0) {
+    acceptAgain_ = now + ACCEPT_PAUSE;
+    return;
+  }
   if (std::ranges::count(stations_, door, &station_t::door) >= std::ptrdiff_t{MAX_STATIONS}) {
     constexpr std::string_view FULL = "< error too many stations on this bus >";
     send(socket.Get(), FULL.data(), FULL.size(), MSG_NOSIGNAL);

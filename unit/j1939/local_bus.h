@@ -112,7 +112,8 @@ class LocalBus : public bus::Endpoint {
 
   mutable std::mutex mutex_;  // guards all below
   std::list<station_t> stations_;
-  std::deque<bus::frame_t> inbox_;  // frames for the unit's own station
+  std::optional<TimePoint> acceptAgain_;  // no connection is accepted before
+  std::deque<bus::frame_t> inbox_;        // frames for the unit's own station
   bool inboxFull_ = false;
   bool interrupted_ = false;
   std::condition_variable received_;

@@ -12,6 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "base/descriptor.h"
 #include "unit/program/stop_signals.h"
 
 namespace unit {
@@ -19,13 +20,17 @@ namespace {
 
 constexpr int NOT_STARTED = 127;
 
-// Reading end, writing end.
-std::array<int, 2> MakePipe() {
+struct pipe_t {
+  base::Descriptor reading;
+  base::Descriptor writing;
+};
+
+pipe_t MakePipe() {
   std::array<int, 2> ends{};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) {
     throw std::runtime_error(std::string("cannot make a pipe: ") + std::strerror(errno));
   }
-  return ends;
+  return {base::Descriptor(ends[0]), base::Descriptor(ends[1])};
 }
 
 // Runs in the child between fork and exec. It makes system calls only: locks of this program's other threads
@@ -60,17 +65,14 @@ Child::Child(const std::string& name, const std::vector<std::string>& arguments,
   raw.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) raw.push_back(const_cast<char*>(argument.c_str()));
   raw.push_back(nullptr);
-  const std::array<int, 2> out = MakePipe();
-  const std::array<int, 2> err = MakePipe();
+  pipe_t out = MakePipe();
+  pipe_t err = MakePipe();
   const pid_t parent = getpid();
   process_ = fork();
-  if (process_ == 0) BecomeProgram(raw, parent, out[1], err[1]);
-  const int error = errno;
-  close(out[1]);
-  close(err[1]);
-  pump.Add(out[0], name, stdout);
-  pump.Add(err[0], name, stderr, std::move(watch));
-  if (process_ < 0) throw std::runtime_error("cannot start " + name + ": " + std::strerror(error));
+  if (process_ == 0) BecomeProgram(raw, parent, out.writing.Get(), err.writing.Get());
+  if (process_ < 0) throw std::runtime_error("cannot start " + name + ": " + std::strerror(errno));
+  pump.Add(std::move(out.reading), name, stdout);
+  pump.Add(std::move(err.reading), name, stderr, std::move(watch));
 }
 
 Child::~Child() {

@@ -33,14 +33,14 @@ LinePump::~LinePump() {
   close(wake_[1]);  // makes the other end readable
   thread_.join();
   close(wake_[0]);
-  for (const line_source_t& source : sources_) close(source.descriptor);
 }
 
-void LinePump::Add(int descriptor, const std::string& name, std::FILE* to, std::shared_ptr<LineWatch> watch) {
-  fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) | O_NONBLOCK);
+void LinePump::Add(base::Descriptor pipe, const std::string& name, std::FILE* to,
+                   std::shared_ptr<LineWatch> watch) {
+  fcntl(pipe.Get(), F_SETFL, fcntl(pipe.Get(), F_GETFL) | O_NONBLOCK);
   {
     const std::lock_guard lock(mutex_);
-    sources_.push_back({descriptor, name, to, std::move(watch), {}});
+    sources_.push_back({std::move(pipe), name, to, std::move(watch), {}});
   }
   [[maybe_unused]] const ssize_t written = write(wake_[1], "+", 1);
 }
@@ -50,7 +50,7 @@ void LinePump::Wait() {
   std::vector<pollfd> polled = {{wake_[0], POLLIN, 0}};
   {
     const std::lock_guard lock(mutex_);
-    for (const line_source_t& source : sources_) polled.push_back({source.descriptor, POLLIN, 0});
+    for (const line_source_t& source : sources_) polled.push_back({source.pipe.Get(), POLLIN, 0});
   }
   poll(polled.data(), polled.size(), -1);
   std::array<char, 64> wakes{};
@@ -72,14 +72,13 @@ void LinePump::Read(line_source_t& source) {
   std::array<char, 4096> bytes;
   ssize_t got = 0;
   for (int piece = 0; piece < MOST_PIECES; ++piece) {
-    if ((got = read(source.descriptor, bytes.data(), bytes.size())) <= 0) break;
+    if ((got = read(source.pipe.Get(), bytes.data(), bytes.size())) <= 0) break;
     source.lines.Feed({bytes.data(), static_cast<std::size_t>(got)});
     for (std::string line; source.lines.Next(line);) Show(source, line);
   }
   if (got > 0) return;
   if (got < 0 && (errno == EAGAIN || errno == EINTR)) return;
   if (const std::string rest = source.lines.Rest(); !rest.empty()) Show(source, rest);
-  close(source.descriptor);
   source.ended = true;
 }
 

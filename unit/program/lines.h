@@ -11,6 +11,7 @@
 #include <thread>
 #include <utility>
 
+#include "base/descriptor.h"
 #include "unit/blackbox/line_cutter.h"
 #include "unit/blackbox/rolling_log.h"
 
@@ -43,11 +44,12 @@ class LinePump {
   LinePump& operator=(const LinePump&) = delete;
 
   // Takes over the reading end of a pipe. Passes each line to `watch` too, which may be null. Any thread.
-  void Add(int descriptor, const std::string& name, std::FILE* to, std::shared_ptr<LineWatch> watch = {});
+  void Add(base::Descriptor pipe, const std::string& name, std::FILE* to,
+           std::shared_ptr<LineWatch> watch = {});
 
  private:
   struct line_source_t {
-    int descriptor;
+    base::Descriptor pipe;
     std::string name;
     std::FILE* to;
     std::shared_ptr<LineWatch> watch;

@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/paths.h"
+#include "platform/process.h"
 
 #include "base/address_file.h"
 #include "base/whole_file.h"
@@ -36,6 +37,10 @@ constexpr auto STEP = 100ms;
 // hx7 starts once the application listens to the bus, so that none of its first messages is lost; after this
 // time it starts in any case.
 constexpr auto HOST_PATIENCE = 5s;
+// All parts have some 270 open, and connections from outside take 180 at most (64 served by the panel and as
+// many that wait there, 64 stations of the bus). So no client from outside can take those that the services
+// need, the application's when it starts again among them.
+constexpr unsigned DESCRIPTORS = 560;
 constexpr std::size_t LINES_KEPT = 1U << 20U;  // bytes for each of the log's two files
 
 // Thrown when a stop is requested while the services start.
@@ -255,8 +260,10 @@ std::string RunToTheEnd(UnitRun& run, const run_plan_t& plan) {
 }  // namespace
 
 int Run(const run_plan_t& plan) {
-  if (const std::string problem = platform::RuntimeDirectoryProblem(); !problem.empty()) {
-    std::cerr << "unit run: " << problem << std::endl;
+  std::string obstacle = platform::EnsureDescriptors(DESCRIPTORS);
+  if (obstacle.empty()) obstacle = platform::RuntimeDirectoryProblem();
+  if (!obstacle.empty()) {
+    std::cerr << "unit run: " << obstacle << std::endl;
     return 1;
   }
   UnitRun run(plan);  // its destructor stops whatever was started

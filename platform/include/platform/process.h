@@ -1,5 +1,7 @@
-// The rights of this process.
+// The rights and limits of this process.
 #pragma once
+
+#include <string>
 
 namespace platform {
 
@@ -8,5 +10,11 @@ namespace platform {
 // program that they execute gains rights (set-user-id programs do not). On Neutrino it changes nothing, because
 // the unit has one user.
 void RestrictProcess();
+
+// Raises this process's limit of file descriptors as far as the system lets it, and compares it with `needed`,
+// the number that the process may have open at the same time. Returns the problem and what to do about it;
+// empty where there are enough. A process that begins with too few fails later, at whatever it opens last. Its
+// children have the raised limit too. Opens nothing. On Neutrino always empty.
+std::string EnsureDescriptors(unsigned needed);
 
 }  // namespace platform

@@ -329,9 +329,10 @@ int MsgSendPulse(int coid, int /*priority*/, int code, int value) {
   if (code < INT8_MIN || code > INT8_MAX) return FailWith(EINVAL);
   const int sent =
       WithSocket(coid, connect_t::DO_NOT_WAIT, [&](Outgoing& socket) { return socket.Pulse(code, value); });
-  if (sent == 0 || errno != ESRCH) return sent;
-  // The thread's first pulse fails when the channel's socket file has been removed. The anchor does not need
-  // the file.
+  const bool canBeAnchors = errno == ESRCH || errno == EMFILE || errno == ENFILE;
+  if (sent == 0 || !canBeAnchors) return sent;
+  // The thread's first pulse fails when the channel's socket file has been removed, and when no descriptor is
+  // left. The anchor needs neither, so a process can always wake its own receivers to end them.
   const std::shared_ptr<Outgoing> anchor = FindAnchor(coid);
   return anchor != nullptr ? anchor->Pulse(code, value) : FailWith(ESRCH);
 }
