@@ -3,10 +3,13 @@
 import contextlib
 import fcntl
 import os
+import pathlib
 import re
 import resource
 import signal
+import struct
 import subprocess
+import time
 
 import pytest
 
@@ -123,3 +126,22 @@ def test_a_record_on_a_full_disk_goes_on_when_there_is_room_again(make_desk, tmp
     lines = file.read_text().splitlines()
     assert [line for line in lines if not LOG_LINE.fullmatch(line)] == []
     assert sum(" 18FF00D0#" in line for line in lines) >= 300 * 5
+
+
+def test_a_database_lock_that_is_never_given_back_stops_nothing(make_desk):
+    desk = make_desk(apart=True)
+    desk.go_to("Main")
+    database = desk.parts["database"]
+    mapped = pathlib.Path(f"/proc/{database.child.pid}/maps").read_text().split()
+    database.child.send_signal(signal.SIGSTOP)  # it would make the database anew
+    with open(next(word for word in mapped if word.endswith("-DBSHM")), "r+b") as file:
+        file.write(struct.pack("<I", os.getpid()))  # the holder lives
+    for path in ("/api/database", "/api/screen", "/api/health"):
+        start = time.monotonic()
+        assert desk.request("GET", path)[0] in (200, 503) and time.monotonic() - start < 2 * PATIENCE, path
+    desk.orvik.child.send_signal(signal.SIGUSR1)
+    assert desk.orvik.wait_exit(8) == 0
+    database.child.send_signal(signal.SIGCONT)
+    for part in reversed(desk.parts.values()):
+        part.child.send_signal(signal.SIGTERM)
+        assert part.wait_exit(4) == 0, part.name
