@@ -3,11 +3,14 @@
 import concurrent.futures
 import contextlib
 import json
+import os
 import shutil
 import signal
 import socket
+import struct
 import threading
 import time
+import zlib
 
 import pytest
 
@@ -117,23 +120,75 @@ def test_a_key_on_a_lease_goes_up_unless_it_is_renewed(apart):
 
 
 PARTS = "".join(f'<g id="p{n}">' + f'<g data-part="p{n + 1}"/>' * 10 + "</g>" for n in range(6)) + '<g id="p6"><g/></g>'
+LONG = "x" * 60_000
 
 
-@pytest.mark.parametrize("content, parts, problem", [
-    ("<g/>" * 200_000, "", "bytes; at most"), ("<g>" * 6_000 + "</g>" * 6_000, "", "more than 5000 elements"),
-    ('<g data-part="p0"/>', PARTS, "more than 5000 elements"),
-    ("".join(f'<g data-part="p" a="{"x" * 60_000}"/>' for _ in range(3)), '<g id="p"><g class="$a"/><g class="$a"/></g>',
-     "with its parts the page has more than"),
-], ids=["bytes", "nested", "parts", "values"])
-def test_an_oversized_page_is_refused(make_desk, monkeypatch, tmp_path, content, parts, problem):
+ENGINE, PALETTE, WORDS = ("screen/engine.svg", "</svg>"), ("screen/palette.xml", "</palette>"), ("words/en.xml", "</words>")
+
+
+@pytest.mark.parametrize("file, content, parts, problem", [
+    (ENGINE, "<g/>" * 10_000_000, "", "bytes; at most"), (ENGINE, "<text>1</text>" * 10_000, "", "more than 5000 elements"),
+    (ENGINE, "<g>" * 6_000 + "</g>" * 6_000, "", "more than 5000 elements"),
+    (ENGINE, '<g data-part="p0"/>', PARTS, "more than 5000 elements"),
+    (ENGINE, "".join(f'<g data-part="p" a="{LONG}"/>' for _ in range(3)),
+     '<g id="p"><g class="$a"/><g class="$a"/></g>', "with its parts the page has more than"),
+    (PALETTE, f'<colour name="long" day="{LONG}" night="{LONG}"/>', "", "the colour long has more than"),
+    (WORDS, f'<word key="panel.long">{LONG}</word>', "", "the word panel.long has more than"),
+], ids=["bytes", "texts", "nested", "parts", "values", "colour", "word"])
+def test_an_oversized_design_is_refused(make_desk, monkeypatch, tmp_path, file, content, parts, problem):
     folder = tmp_path / "config"
     shutil.copytree(desks.CONFIG, folder)
     monkeypatch.setattr(desks, "CONFIG", folder)
     desk = make_desk(orvik=False)
-    for name, more in (("parts", parts), ("engine", content)):
-        file = folder / "screen" / f"{name}.svg"
-        file.write_text(file.read_text().replace("</svg>", f"{more}</svg>"))
+    os.mkfifo(folder / "screen/fifo.svg")
+    for name, end, more in (("screen/parts.svg", "</svg>", parts), (*file, content)):
+        changed = folder / name
+        changed.write_text(changed.read_text().replace(end, f"{more}{end}"))
     desk.unit.wait_line(problem, desk.unit.err)
-    assert [line for line in desk.unit.err if problem in line and "engine.svg: " in line]
+    assert [line for line in desk.unit.err if problem in line and file[0] in line]
+    assert_reachable(desk, 1)
     assert desk.screen()["page"]
-    assert desk.unit.stop() == 0
+    desk.unit.child.send_signal(signal.SIGTERM)
+    assert desk.unit.wait_exit(3) == 0
+
+
+def test_a_page_that_takes_long_to_be_drawn_holds_up_the_picture_alone(make_desk, monkeypatch, tmp_path):
+    folder = tmp_path / "config"
+    shutil.copytree(desks.CONFIG, folder)
+    monkeypatch.setattr(desks, "CONFIG", folder)
+    slow = '<g id="u0"><rect width="600" height="400" opacity="0.1"/></g>' + "".join(
+        f'<g id="u{n + 1}">' + f'<use href="#u{n}"/>' * 10 + "</g>" for n in range(5))
+    splash = folder / "screen/splash.svg"
+    splash.write_text(splash.read_text().replace("</svg>", f"{slow}</svg>"))
+    desk = make_desk(orvik=False)
+    assert desk.request("GET", "/screen.png")[0] == 503
+    assert_reachable(desk, 1)
+    assert desk.screen()["page"] == "Splash"
+    desk.unit.child.send_signal(signal.SIGTERM)
+    assert desk.unit.wait_exit(3) == 0
+
+
+def png(width, height, size):
+    """A picture whose file has `size` bytes."""
+    def chunk(name, data):
+        return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
+
+    picture = (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 0, 0, 0, 0)) +
+               chunk(b"IDAT", zlib.compress((b"\0" + b"\xff" * width) * height)) + chunk(b"IEND", b""))
+    return picture[:-12] + chunk(b"teSt", bytes(size - len(picture) - 12)) + picture[-12:]
+
+
+@pytest.mark.parametrize("width, size", [(40, 380_000), (4096, 100_000)], ids=["bytes", "pixels"])
+def test_oversized_pictures_are_left_out(make_desk, width, size):
+    desk = make_desk(orvik=False)
+    folder = desk.runtime / "root/fs/etfs/app/orvik"
+    for name in ("Boom", "Swing"):
+        (folder / f"{name}.png").write_bytes(png(width, 1000, size))
+    desk.orvik = desk.start_orvik()
+    bus = desk.go_to("Main")
+    desk.move_to("Dials", bus)
+    desk.unit.wait_line(".png is left out", desk.unit.err)
+    assert_reachable(desk, 1)
+    wait_for(lambda: b"picture-1" in desk.request("GET", "/screen.svg")[1], "one of the pictures")
+    desk.unit.child.send_signal(signal.SIGTERM)
+    assert desk.unit.wait_exit(3) == 0

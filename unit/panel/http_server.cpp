@@ -74,6 +74,7 @@ HttpServer::HttpServer(const http::address_t& address, panel_parts_t parts)
 
 HttpServer::~HttpServer() {
   parts_.screen.Close();
+  parts_.pictures.Close();
   parts_.hub.CloseAll();
 }
 
@@ -85,11 +86,15 @@ void HttpServer::AddAssets() {
   }
 }
 
+ScreenClient& HttpServer::ClientFor(screen_request_t request) const {
+  return request == SCREEN_REQUEST_PNG ? parts_.pictures : parts_.screen;
+}
+
 void HttpServer::AnswerFromScreen(screen_request_t request, const char* type, response_t& response) {
   const auto place = screenShare_.Enter(response);
   if (!place) return;
   std::string result;
-  if (!parts_.screen.Ask(request, result)) return Fail(response, http::UNAVAILABLE, result);
+  if (!ClientFor(request).Ask(request, result)) return Fail(response, http::UNAVAILABLE, result);
   response.set_content(result, type);
 }
 

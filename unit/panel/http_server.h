@@ -18,6 +18,7 @@ struct panel_parts_t {
   StreamHub& hub;
   KeyHolder& keys;
   ScreenClient& screen;
+  ScreenClient& pictures;           // another one, because a picture may take long to be drawn
   std::function<bool()> connected;  // to the notification manager; any thread
   std::string wordsFolder;          // the catalogue of the operator's languages
 };
@@ -38,6 +39,7 @@ class HttpServer {
   void AddAssets();
   void AddScreen();
   void AnswerFromScreen(screen_request_t request, const char* type, http::response_t& response);
+  ScreenClient& ClientFor(screen_request_t request) const;
   void AddWords();
   void AddState();
   void AddKeys();

@@ -86,8 +86,8 @@ class PanelWorker {
     std::string problem;
     try {
       server = std::make_unique<HttpServer>(
-          address_,
-          panel_parts_t{state_, hub_, keys_, screen_, [this] { return connected_.load(); }, wordsFolder_});
+          address_, panel_parts_t{state_, hub_, keys_, screen_, pictures_, [this] { return connected_.load(); },
+                                  wordsFolder_});
     } catch (const std::runtime_error& error) {
       problem = std::string(error.what()) + " (trying again once a second)";
     }
@@ -120,7 +120,7 @@ class PanelWorker {
   const std::string wordsFolder_;
   StreamHub hub_;
   KeyHolder keys_;
-  ScreenClient screen_{SCREEN_LIMIT};
+  ScreenClient screen_{SCREEN_LIMIT}, pictures_{SCREEN_LIMIT};
   PanelState state_;
   std::atomic<bool> connected_{false};
   std::atomic<bool> stopping_{false};

@@ -98,7 +98,10 @@ bool ScreenClient::Exchange(screen_request_t request, std::string& result) {
     result = std::move(reply);
     return true;
   }
-  if (length != -1) {
+  if (length > static_cast<long>(reply.size())) {
+    result = "the screen has " + std::to_string(length) + " bytes, and an answer " +
+             std::to_string(reply.size()) + " at most; leave out pictures or texts";
+  } else if (length != -1) {
     result = "the screen service cannot answer that now";
   } else if (error == ENOENT) {
     result = NO_SERVICE;

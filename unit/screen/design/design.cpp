@@ -14,6 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // librsvg and browsers draw these differently, or one of them ignores them.
+constexpr std::size_t MOST_PAGES = 100;
 constexpr const char* WHEN_LINK_LOST = "link-lost";
 constexpr std::array<std::string_view, 7> REFUSED_ELEMENTS{
     "script", "foreignObject", "animate", "animateTransform", "animateMotion", "set", "textPath"};
@@ -343,7 +344,13 @@ design_t ReadDesign(const fs::path& folder, const std::set<std::string>& widgets
   design_t design;
   design_base_t base;
   if (!ReadDesignBase(folder, base, problems)) return design;
-  for (const fs::path& file : ListPages(folder, problems)) {
+  const std::set<fs::path> files = ListPages(folder, problems);
+  if (files.size() > MOST_PAGES) {
+    problems.push_back(folder.string() + ": the folder has " + std::to_string(files.size()) +
+                       " pages; at most " + std::to_string(MOST_PAGES) + " are read");
+    return design;
+  }
+  for (const fs::path& file : files) {
     try {
       page_design_t page = ReadPage(file, widgets, base);
       const std::string name = page.name;

@@ -106,6 +106,7 @@ void InsertBelow(pugi::xml_node node, const pugi::xml_document& parts, int depth
 
 void LoadDesignFile(pugi::xml_document& document, const std::filesystem::path& file) {
   std::error_code unknown;  // load_file then says what is wrong
+  if (std::filesystem::is_other(file, unknown)) throw std::runtime_error("it is no regular file");
   const std::uintmax_t size = std::filesystem::file_size(file, unknown);
   if (!unknown && size > MOST_PAGE_BYTES) {
     throw std::runtime_error("the file has " + std::to_string(size) + " bytes; at most " +

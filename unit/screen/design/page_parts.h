@@ -19,8 +19,8 @@ constexpr const char* PARTS_FILE = "parts.svg";
 constexpr std::size_t MOST_PAGE_BYTES = 256U << 10U;  // of a file, and of a page with its parts
 constexpr std::size_t MOST_PAGE_ELEMENTS = 5000;      // with its parts
 
-// Reads a page or the file of parts. Throws std::runtime_error with the problem, also with a file that exceeds
-// the bounds.
+// Reads a file of the design or of its words. Throws std::runtime_error with the problem, also with one that
+// exceeds the bounds, and one that is no regular file: a FIFO would keep its reader for ever.
 void LoadDesignFile(pugi::xml_document& document, const std::filesystem::path& file);
 
 // Empty when there is no such file. Throws std::runtime_error when it cannot be read.

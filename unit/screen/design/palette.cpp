@@ -1,10 +1,16 @@
 #include "unit/screen/design/palette.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string_view>
 
+#include "unit/screen/design/page_parts.h"
+
 namespace unit {
 namespace {
+
+// A page may name a colour thousands of times.
+constexpr std::size_t MOST_COLOR_BYTES = 64;
 
 bool IsColorNameCharacter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-';
@@ -63,14 +69,21 @@ palette_t ReadPalette(const std::filesystem::path& file) {
   palette_t palette;
   if (!std::filesystem::exists(file)) return palette;
   pugi::xml_document document;
-  const pugi::xml_parse_result result = document.load_file(file.c_str());
-  if (!result) throw std::runtime_error(file.string() + ": " + result.description());
+  try {
+    LoadDesignFile(document, file);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(file.string() + ": " + error.what());
+  }
   for (const pugi::xml_node& color : document.child("palette").children("colour")) {
     const std::string name = color.attribute("name").value();
     const std::array<std::string, LOOKS> values{color.attribute("day").value(),
                                                 color.attribute("night").value()};
     if (name.empty() || values[0].empty() || values[1].empty()) {
       throw std::runtime_error(file.string() + ": a colour needs name, day and night");
+    }
+    if (std::max(values[0].size(), values[1].size()) > MOST_COLOR_BYTES) {
+      throw std::runtime_error(file.string() + ": the colour " + name + " has more than " +
+                               std::to_string(MOST_COLOR_BYTES) + " bytes");
     }
     palette[name] = values;
   }

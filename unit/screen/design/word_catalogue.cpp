@@ -6,6 +6,8 @@
 
 #include <pugixml.hpp>
 
+#include "unit/screen/design/page_parts.h"
+
 namespace unit {
 namespace {
 
@@ -14,10 +16,12 @@ namespace fs = std::filesystem;
 constexpr std::array<const char*, WORD_LANGUAGES> NAMES{"English", "Spanish", "Portuguese",
                                                         "Chinese", "Russian", "French"};
 
+// A page may show a word in many places.
+constexpr std::size_t MOST_WORD_BYTES = 1000;
+
 void ReadWordFile(const fs::path& file, word_catalogue_t& catalogue) {
   pugi::xml_document document;
-  const pugi::xml_parse_result result = document.load_file(file.c_str());
-  if (!result) throw std::runtime_error(result.description());
+  LoadDesignFile(document, file);
   const pugi::xml_node root = document.child("words");
   const int language = root.attribute("language").as_int(-1);
   if (language < 0 || language >= static_cast<int>(WORD_LANGUAGES)) {
@@ -29,6 +33,10 @@ void ReadWordFile(const fs::path& file, word_catalogue_t& catalogue) {
     const std::string key = word.attribute("key").value();
     const std::string text = word.text().get();
     if (key.empty() || text.empty()) throw std::runtime_error("a word needs key and text");
+    if (text.size() > MOST_WORD_BYTES) {
+      throw std::runtime_error("the word " + key + " has more than " + std::to_string(MOST_WORD_BYTES) +
+                               " bytes");
+    }
     if (!words.emplace(key, text).second) throw std::runtime_error("the word " + key + " stands twice");
   }
 }

@@ -16,8 +16,11 @@ constexpr int PULSE_STOP = 1;
 
 }  // namespace
 
-MessageServer::MessageServer(const char* name, std::size_t capacity,
-                             std::function<message_reply_t(std::span<const std::uint8_t>)> answer)
+void SendReply(int rcvid, const message_reply_t& reply) {
+  MsgReply(rcvid, reply.status, reply.bytes.data(), std::min(reply.bytes.size(), MOST_REPLY_BYTES));
+}
+
+MessageServer::MessageServer(const char* name, std::size_t capacity, handler_t answer)
     : capacity_(std::max(capacity, sizeof(_pulse))),
       answer_(std::move(answer)),
       attach_(name_attach(nullptr, name, 0)),
@@ -54,8 +57,8 @@ void MessageServer::Run() {
       AcceptPulse(buffer);
       continue;
     }
-    const message_reply_t reply = answer_({buffer.data(), static_cast<std::size_t>(std::max(info.msglen, 0))});
-    MsgReply(rcvid, reply.status, reply.bytes.data(), reply.bytes.size());
+    const std::span message(buffer.data(), static_cast<std::size_t>(std::max(info.msglen, 0)));
+    if (const auto reply = answer_(message, rcvid)) SendReply(rcvid, *reply);
   }
 }
 

@@ -12,7 +12,6 @@
 #include "src/services/nm_messages.h"
 #include "unit/database/attach.h"
 #include "unit/screen/client/screen_requests.h"
-#include "unit/screen/render/renderer.h"
 #include "unit/screen/service/screen_json.h"
 #include "unit/service/database_change.h"
 #include "unit/service/program_state.h"
@@ -43,6 +42,8 @@ enum channel_index_t : std::size_t {
   PROGRAM = 5,
   EVENTS = 6
 };
+
+const message_reply_t NO_ANSWER{-2, {}};
 
 void Print(const std::string& line) {
   std::cerr << "screen: " + line + "\n" << std::flush;
@@ -86,11 +87,11 @@ ScreenWorker::ScreenWorker(const options_t& options)
   std::vector<std::string> channels{SCREEN_CHANNEL_NAME, DATABASE_CHANNEL_NAME, FAULT_CHANNEL_NAME,
                                     MARK_CHANNEL_NAME,   HOST_CHANNEL_NAME,     PROGRAM_CHANNEL_NAME};
   if (!model_.Names().eventChannel.empty()) channels.push_back(model_.Names().eventChannel);
-  compositorServer_ = std::make_unique<MessageServer>(Compositing::SERVER_NAME,
-                                                      Compositing::QUEUE_SIZE + Compositing::RECORD_HEADER_SIZE,
-                                                      [this](auto message) { return AcceptDrawing(message); });
-  requestServer_ = std::make_unique<MessageServer>(SCREEN_REQUEST_NAME, 64,
-                                                   [this](auto message) { return Answer(message); });
+  compositorServer_ = std::make_unique<MessageServer>(
+      Compositing::SERVER_NAME, Compositing::QUEUE_SIZE + Compositing::RECORD_HEADER_SIZE,
+      [this](auto message, int) { return AcceptDrawing(message); });
+  requestServer_ = std::make_unique<MessageServer>(
+      SCREEN_REQUEST_NAME, 64, [this](auto message, int rcvid) { return Answer(message, rcvid); });
   subscriber_ = std::make_unique<Subscriber>(
       channels, [this](std::size_t channel, auto payload) { AcceptMessage(channel, payload); });
   pace_ = std::thread([this] { Pace(); });
@@ -202,48 +203,37 @@ message_reply_t ScreenWorker::AcceptDrawing(std::span<const std::uint8_t> messag
   std::string bytes(4, '\0');
   const std::lock_guard lock(mutex_);
   const compositor_reply_t result = compositor_.Accept(message);
+  if (const std::string problem = pictures_.TakeProblem(); !problem.empty()) Report(pictureLines_, problem);
   model_.SetPictures(pictures_.Definitions());
   model_.SetDrawing(compositor_.Drawing());
   bytes[0] = static_cast<char>(result);
   return {0, bytes};
 }
 
-message_reply_t ScreenWorker::Answer(std::span<const std::uint8_t> message) {
-  if (message.size() != 4) return {-2, {}};
-  std::string bytes = Document(platform::LoadLe32(message, 0));
-  if (bytes.empty()) return {-2, {}};
-  return {static_cast<long>(bytes.size()), std::move(bytes)};
-}
-
-// Empty for an unknown request and for a picture that cannot be drawn.
-std::string ScreenWorker::Document(std::uint32_t request) {
-  std::unique_lock lock(mutex_);
-  UpdateDataState(Clock::now());
-  switch (request) {
-    case SCREEN_REQUEST_STATE:
-      return FormatState(model_);
-    case SCREEN_REQUEST_SVG:
-      return model_.Svg();
-    case SCREEN_REQUEST_PNG: {
-      std::string svg = model_.Svg();
-      lock.unlock();  // drawing takes some 20 ms
-      return Picture(std::move(svg));
-    }
-    default:
-      return {};
-  }
-}
-
-std::string ScreenWorker::Picture(std::string svg) {
-  if (svg == drawnSvg_) return drawnPng_;
-  try {
-    drawnPng_ = RenderPng(svg);
-    drawnSvg_ = std::move(svg);
-    return drawnPng_;
-  } catch (const std::runtime_error& error) {
-    Print(error.what());
+std::optional<message_reply_t> ScreenWorker::Answer(std::span<const std::uint8_t> message, int rcvid) {
+  if (message.size() != 4) return NO_ANSWER;
+  const std::uint32_t request = platform::LoadLe32(message, 0);
+  if (request == SCREEN_REQUEST_PNG) {
+    DrawPicture(rcvid);
     return {};
   }
+  std::string bytes = Document(request);
+  if (bytes.empty()) return NO_ANSWER;
+  return message_reply_t{static_cast<long>(bytes.size()), std::move(bytes)};
+}
+
+// Empty for an unknown request.
+std::string ScreenWorker::Document(std::uint32_t request) {
+  const std::lock_guard lock(mutex_);
+  UpdateDataState(Clock::now());
+  if (request == SCREEN_REQUEST_STATE) return FormatState(model_);
+  return request == SCREEN_REQUEST_SVG ? model_.Svg() : std::string();
+}
+
+void ScreenWorker::DrawPicture(int rcvid) {
+  drawer_.Draw(Document(SCREEN_REQUEST_SVG), [rcvid](const std::string& png) {
+    SendReply(rcvid, png.empty() ? NO_ANSWER : message_reply_t{static_cast<long>(png.size()), png});
+  });
 }
 
 // --- Pace

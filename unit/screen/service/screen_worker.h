@@ -36,6 +36,7 @@
 #include "unit/screen/service/host_feed.h"
 #include "unit/screen/service/message_server.h"
 #include "unit/screen/service/page_memory.h"
+#include "unit/screen/service/picture_drawer.h"
 #include "unit/screen/service/variable_feed.h"
 #include "unit/service/service.h"
 
@@ -69,9 +70,9 @@ class ScreenWorker {
   void AcceptProgram(std::span<const std::uint8_t> payload);
   // compositor and requests
   message_reply_t AcceptDrawing(std::span<const std::uint8_t> message);
-  message_reply_t Answer(std::span<const std::uint8_t> message);
+  std::optional<message_reply_t> Answer(std::span<const std::uint8_t> message, int rcvid);
   std::string Document(std::uint32_t request);
-  std::string Picture(std::string svg);
+  void DrawPicture(int rcvid);
   // pace
   void Pace();
   void Step(Clock::time_point now);
@@ -103,13 +104,12 @@ class ScreenWorker {
   Clock::time_point pendingSince_{};
   std::uint64_t malformed_ = 0;
   std::string designProblem_;
-  base::LineLimiter malformedLines_, unknownLines_;
+  base::LineLimiter malformedLines_, unknownLines_, pictureLines_;
   bool wake_ = false;
   bool stopping_ = false;
   std::condition_variable wakePace_;
 
-  // The request thread's: the last picture and what it was drawn from.
-  std::string drawnSvg_, drawnPng_;
+  PictureDrawer drawer_;
 
   // The pace thread's.
   ActionPoster actions_;
