@@ -105,6 +105,19 @@ def test_a_screen_service_that_hangs_holds_up_no_other_request(apart):
                 answer.result()
 
 
+def test_a_host_simulator_that_hangs_does_not_hold_up_the_stop(apart):
+    host = apart.start(desks.BIN / "hx7", "simulate", "--http", "127.0.0.1:0")
+    wait_for(lambda: apart.request("GET", "/api/host/state")[0] == 200, "the host simulator")
+    with hanging(host), concurrent.futures.ThreadPoolExecutor(8) as pool:
+        answers = [pool.submit(apart.request, "GET", "/api/host/state") for _ in range(8)]
+        wait_for(lambda: b"wait for the host" in apart.request("GET", "/api/host/state")[1], "8 requests to wait")
+        apart.parts["panel"].child.send_signal(signal.SIGTERM)
+        assert apart.parts["panel"].wait_exit(1) == 0
+        for answer in answers:
+            with contextlib.suppress(OSError, desks.http.client.HTTPException):
+                answer.result()
+
+
 def test_a_key_on_a_lease_goes_up_unless_it_is_renewed(apart):
     def post(key, **wanted):
         return apart.request("POST", f"/api/keys/{key}", json.dumps(wanted))[0]

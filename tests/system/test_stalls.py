@@ -145,3 +145,17 @@ def test_a_database_lock_that_is_never_given_back_stops_nothing(make_desk):
     for part in reversed(desk.parts.values()):
         part.child.send_signal(signal.SIGTERM)
         assert part.wait_exit(4) == 0, part.name
+
+
+def test_files_that_cannot_be_written_hold_up_no_values(make_desk):
+    desk = make_desk(apart=True, parts=(), orvik=False)
+    desk.runtime.mkdir(0o700)
+    for name in ("j1939.filters", "screen.page"):
+        for fifo in (name, name + ".new"):  # opened for writing, it stalls as a disk that does not answer
+            os.mkfifo(desk.runtime / fifo, 0o600)
+    unit = desk.start_unit()
+    desk.start_orvik()
+    desk.go_to("Main").send_message(cmd2(load=27600))
+    wait_load(desk, 27600)
+    unit.child.send_signal(signal.SIGTERM)
+    assert unit.wait_exit(4) == 0

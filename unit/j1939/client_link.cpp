@@ -21,7 +21,7 @@ struct ClientLink::client_connection_t {
   J1939External::ExternalStandardCAN table;
 };
 
-ClientLink::ClientLink(std::string filterFile) : filters_(std::move(filterFile)) {}
+ClientLink::ClientLink(const std::string& filterFile) : filters_(filterFile) {}
 
 ClientLink::~ClientLink() = default;
 

@@ -21,7 +21,7 @@ namespace unit {
 class ClientLink {
  public:
   // Takes over the filters that a service which was killed left in `filterFile`.
-  explicit ClientLink(std::string filterFile);
+  explicit ClientLink(const std::string& filterFile);
   ~ClientLink();
   ClientLink(const ClientLink&) = delete;
   ClientLink& operator=(const ClientLink&) = delete;

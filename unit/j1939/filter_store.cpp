@@ -3,9 +3,6 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <tuple>
-
-#include "base/whole_file.h"
 
 namespace unit {
 
@@ -17,8 +14,10 @@ constexpr std::string_view MULTIPACKET = "multipacket";
 }  // namespace
 
 // A line is "standard 18ff00d0 ffffff OrvikReceiveChannel"; lines of another form are skipped.
-FilterStore::FilterStore(std::string file) : file_(std::move(file)) {
-  std::ifstream stream(file_);
+FilterStore::FilterStore(const std::string& file) : file_(file) {
+  std::error_code unknown;
+  if (!std::filesystem::is_regular_file(file, unknown)) return;  // a FIFO would keep its reader for ever
+  std::ifstream stream(file);
   for (std::string line; std::getline(stream, line) && Count() < MAX_FILTERS;) {
     filter_request_t filter;
     std::string reach;
@@ -45,12 +44,11 @@ std::size_t FilterStore::Count() const {
 }
 
 void FilterStore::Remove() {
-  std::error_code ignored;
-  std::filesystem::remove(file_, ignored);
+  file_.Remove();
 }
 
 // A failure is not reported: only a later run of the service needs the file.
-void FilterStore::Write() const {
+void FilterStore::Write() {
   std::ostringstream text;
   text << std::hex;
   for (const auto& [reach, table] : filters_) {
@@ -59,7 +57,7 @@ void FilterStore::Write() const {
            << ' ' << filter.channelName << '\n';
     }
   }
-  std::ignore = base::ReplaceFile(file_, text.str());
+  file_.Write(text.str());
 }
 
 }  // namespace unit

@@ -7,17 +7,19 @@
 #include <map>
 #include <string>
 
+#include "base/kept_file.h"
 #include "unit/j1939/j1939_requests.h"
 
 namespace unit {
 
-// Only one thread at a time may use an object.
+// Only one thread at a time may use an object. No call blocks, because the thread that delivers the host's
+// frames waits for each: the file is written by a thread of its own.
 class FilterStore {
  public:
   static constexpr std::size_t MAX_FILTERS = 256;
 
   // Reads the filters that a killed service left in `file`.
-  explicit FilterStore(std::string file);
+  explicit FilterStore(const std::string& file);
 
   // Adds or replaces a filter. False when there are too many.
   bool Add(const filter_request_t& filter);
@@ -29,9 +31,9 @@ class FilterStore {
   void Remove();
 
  private:
-  void Write() const;
+  void Write();
 
-  const std::string file_;
+  base::KeptFile file_;
   std::map<reach_t, std::map<std::uint32_t, filter_request_t>> filters_ = {{reach_t::STANDARD, {}},
                                                                            {reach_t::MULTIPACKET, {}}};
 };

@@ -35,22 +35,6 @@ constexpr const char* CONTENT_POLICY =
     "connect-src 'self'; img-src 'self' data:; "
     "base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
 
-void AskHost(const std::function<httplib::Result(httplib::Client&)>& ask, response_t& response) {
-  const std::string address = base::ReadAddressFile(base::HOST_ADDRESS_FILE);
-  if (address.empty()) {
-    return Fail(response, http::UNAVAILABLE,
-                "no host simulator runs here; start one with hx7 simulate --http 127.0.0.1:0");
-  }
-  httplib::Client host("http://" + address);
-  host.set_connection_timeout(1s);
-  host.set_read_timeout(2s);
-  const httplib::Result result = ask(host);
-  if (!result)
-    return Fail(response, http::UNAVAILABLE, "the host simulator at " + address + " does not answer");
-  response.status = result->status;
-  response.set_content(result->body, JSON);
-}
-
 }  // namespace
 
 HttpServer::HttpServer(const http::address_t& address, panel_parts_t parts)
@@ -75,6 +59,7 @@ HttpServer::HttpServer(const http::address_t& address, panel_parts_t parts)
 HttpServer::~HttpServer() {
   parts_.screen.Close();
   parts_.pictures.Close();
+  host_.Close();
   parts_.hub.CloseAll();
 }
 
@@ -161,16 +146,14 @@ void HttpServer::AddKeys() {
 // only to its own server.
 void HttpServer::AddHost() {
   server_.Get("/api/host/state", [this](const request_t&, response_t& response) {
-    if (const auto place = hostShare_.Enter(response))
-      AskHost([](httplib::Client& host) { return host.Get("/api/state"); }, response);
+    if (const auto place = hostShare_.Enter(response)) host_.Get("/api/state", response);
   });
   for (const std::string path : {"do", "controls"}) {
-    server_.Post(
-        "/api/host/" + path, [this, path](const request_t&, const std::string& body, response_t& response) {
-          const auto place = hostShare_.Enter(response);
-          if (!place) return;
-          AskHost([&](httplib::Client& host) { return host.Post("/api/" + path, body, JSON); }, response);
-        });
+    server_.Post("/api/host/" + path,
+                 [this, path](const request_t&, const std::string& body, response_t& response) {
+                   if (const auto place = hostShare_.Enter(response))
+                     host_.Post("/api/" + path, body, response);
+                 });
   }
 }
 

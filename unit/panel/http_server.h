@@ -6,6 +6,7 @@
 
 #include "http/local_server.h"
 #include "http/request_share.h"
+#include "unit/panel/host_link.h"
 #include "unit/panel/key_holder.h"
 #include "unit/panel/panel_state.h"
 #include "unit/panel/stream_hub.h"
@@ -53,6 +54,7 @@ class HttpServer {
 
   const panel_parts_t parts_;
   http::RequestShare screenShare_, hostShare_;
+  HostLink host_;
   http::LocalServer server_;
 };
 

@@ -15,6 +15,7 @@
 #include "platform/paths.h"
 
 #include "base/address_file.h"
+#include "unit/health/notify_link.h"
 #include "unit/health/subscriber.h"
 #include "unit/service/service.h"
 
@@ -68,6 +69,7 @@ int ReportWithoutPanel() {
     std::cerr << "unit status: " << problem << '\n';
     return 1;
   }
+  if (!ConnectToManager()) return ReportNothingRuns();  // nothing is published, so there is nothing to wait for
   const std::map<std::string, nlohmann::json> entries = CollectHealth();
   for (const auto& [name, entry] : entries) ShowEntry(entry);
   return entries.empty() ? ReportNothingRuns() : 1;

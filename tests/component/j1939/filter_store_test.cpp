@@ -22,13 +22,15 @@ TEST_F(FilterStoreTest, AServiceThatWasKilledFindsItsFiltersAgain) {
     EXPECT_TRUE(store.Add({reach_t::STANDARD, 0x18FF00D0, 0xFFFFFF, "Orvik Receive Channel"}));
     EXPECT_TRUE(store.Add({reach_t::MULTIPACKET, 0x18FF4101, 0, "long"}));
   }
-  FilterStore again(file_);
-  EXPECT_EQ(again.Count(), 2U);
-  ASSERT_TRUE(again.Has(0x18FF00D0));
-  EXPECT_FALSE(again.Has(0x18FF4101)) << "a multi-packet filter takes no single frames";
-  EXPECT_EQ(again.All(reach_t::STANDARD).at(0x18FF00D0).channelName, "Orvik Receive Channel");
-  EXPECT_EQ(again.All(reach_t::STANDARD).at(0x18FF00D0).mask, 0xFFFFFFU);
-  again.Remove();
+  {
+    FilterStore again(file_);
+    EXPECT_EQ(again.Count(), 2U);
+    ASSERT_TRUE(again.Has(0x18FF00D0));
+    EXPECT_FALSE(again.Has(0x18FF4101)) << "a multi-packet filter takes no single frames";
+    EXPECT_EQ(again.All(reach_t::STANDARD).at(0x18FF00D0).channelName, "Orvik Receive Channel");
+    EXPECT_EQ(again.All(reach_t::STANDARD).at(0x18FF00D0).mask, 0xFFFFFFU);
+    again.Remove();
+  }
   EXPECT_EQ(FilterStore(file_).Count(), 0U);
 }
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "base/descriptor.h"
+#include "base/kept_file.h"
 
 namespace unit {
 
@@ -15,15 +15,16 @@ class PageMemory {
 
   // The page that a service showed last; empty when there was none.
   const std::string& Remembered() const { return remembered_; }
-  // Writes the page when it is another one: one call into the page cache, which waits for no disk. A file that
-  // cannot be written costs the page after a kill, nothing else.
+  // Keeps the page when it is another one. Does not block. A file that cannot be written costs the page after a
+  // kill, nothing else.
   void Write(const std::string& page);
   // Removes the file: the next service begins with the first page.
   void Forget();
 
  private:
-  const std::string path_;
-  const base::Descriptor file_;
+  explicit PageMemory(const std::string& path);
+
+  base::KeptFile file_;
   std::string remembered_;
 };
 

@@ -100,7 +100,7 @@ PictureDrawer::~PictureDrawer() {
   queue_->Stop();
 }
 
-void PictureDrawer::Draw(std::string svg, answer_t answer) {
+void PictureDrawer::Draw(std::string svg, const answer_t& answer) {
   if (!queue_->Add(std::move(svg), answer)) answer({});
 }
 

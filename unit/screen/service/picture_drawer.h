@@ -26,7 +26,7 @@ class PictureDrawer {
   PictureDrawer& operator=(const PictureDrawer&) = delete;
 
   // Does not block. The drawing thread calls `answer`, which must own all that it uses.
-  void Draw(std::string svg, answer_t answer);
+  void Draw(std::string svg, const answer_t& answer);
 
  private:
   class Queue;
