@@ -18,17 +18,30 @@ FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-
          "--disable-background-networking", "--disable-component-update", "--disable-sync", "--window-size=1280,890"]
 
 
-@pytest.fixture(scope="session")
-def driver():
-    with tempfile.TemporaryDirectory(prefix="orvik-browser-") as profile:
+@contextlib.contextmanager
+def browser():
+    with tempfile.TemporaryDirectory(prefix="orvik-browser-", ignore_cleanup_errors=True) as profile:
         options = webdriver.ChromeOptions()
         for flag in [*FLAGS, f"--user-data-dir={profile}"]:
             options.add_argument(flag)
         options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-        browser = webdriver.Chrome(options=options, service=Service("/usr/bin/chromedriver"))
-        browser.set_script_timeout(30)
-        yield browser
-        browser.quit()
+        started = webdriver.Chrome(options=options, service=Service("/usr/bin/chromedriver"))
+        started.set_script_timeout(30)
+        yield started
+        started.quit()
+
+
+@pytest.fixture(scope="session")
+def driver():
+    with browser() as started:
+        yield started
+
+
+@pytest.fixture
+def another_driver():
+    """A browser of the test's own, which it may kill."""
+    with browser() as started:
+        yield started
 
 
 @pytest.fixture

@@ -1,11 +1,16 @@
 """The front panel in a browser, against a unit of real processes."""
 
+import contextlib
 import io
+import os
+import pathlib
 import re
 import signal
+import time
 from xml.etree import ElementTree
 
 from desk import BIN, CONFIG, cmd2, cmd5, wait_for
+from panel import Panel
 from PIL import Image
 from pictures import MEAN_TOLERANCE, TILE_TOLERANCE, compare, png_of
 from selenium.webdriver.common.action_chains import ActionChains
@@ -92,6 +97,28 @@ def test_keys_are_held_by_mouse_and_keyboard(open_panel):
     panel.desk.wait_keys(2)
     panel.driver.execute_script("window.dispatchEvent(new Event('blur'))")
     panel.desk.wait_keys()
+
+
+def processes_of(process):
+    """A process's descendants, its children first."""
+    children = [int(child) for task in pathlib.Path(f"/proc/{process}/task").iterdir()
+                for child in (task / "children").read_text().split()]
+    return children + [each for child in children for each in processes_of(child)]
+
+
+def test_a_key_held_in_a_browser_that_is_killed_goes_up(open_panel, another_driver):
+    desk = open_panel(orvik=False).desk
+    panel = Panel(another_driver, desk)
+    panel.open()
+    ActionChains(another_driver).click_and_hold(panel.find("#key-3")).perform()
+    desk.wait_keys(3)
+    held = time.monotonic()
+    while time.monotonic() - held < 2.5:  # longer than a lease
+        desk.wait_keys(3)
+    for process in processes_of(another_driver.service.process.pid):
+        with contextlib.suppress(ProcessLookupError):
+            os.kill(process, signal.SIGKILL)
+    wait_for(lambda: not any(desk.get("/api/board")["keys"]), "the key to go up", 2)
 
 
 def test_digits_typed_into_the_filter_press_no_key(open_panel):
