@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "base/call_filter.h"
 #include "host/commands/diff.h"
 #include "host/commands/send.h"
 #include "host/commands/watch.h"
@@ -19,6 +20,13 @@ namespace host {
 namespace {
 
 constexpr int DIFFERENT = 1;  // exit status of hx7 diff
+
+constexpr unsigned TO_WRITE = base::RIGHT_NETWORK | base::RIGHT_WRITE;
+
+// No command runs another program. Those that only read logs write no file, and need no network without a bus.
+void KeepRights(unsigned rights) {
+  base::KeepRights("hx7", rights);
+}
 
 // Options live in a shared_ptr that the command's callback holds: as long as the parser itself.
 template <typename Options>
@@ -68,7 +76,10 @@ void AddSendOptions(CLI::App& command, int& /*status*/) {
                    "Begin with all operating values 0 instead of those sent last");
   AddList(command, "Show all names with their values and units", ListSendNames);
   command.add_option("NAME=VALUE", options->arguments, "What to send, in order")->required();
-  command.callback([options] { Send(*options); });
+  command.callback([options] {
+    KeepRights(TO_WRITE);
+    Send(*options);
+  });
 }
 
 void AddPlayOptions(CLI::App& command, int& /*status*/) {
@@ -89,7 +100,10 @@ void AddPlayOptions(CLI::App& command, int& /*status*/) {
   command.add_flag("--loop", options->loop, "Begin again at the end, until stopped");
   command.add_flag("--all", options->all, "Play the display's frames too");
   command.add_flag("--quiet", options->quiet, "Print only errors");
-  command.callback([options] { PlayFile(*options); });
+  command.callback([options] {
+    KeepRights(base::RIGHT_NETWORK);
+    PlayFile(*options);
+  });
 }
 
 void AddWatchOptions(CLI::App& command, int& /*status*/) {
@@ -100,7 +114,10 @@ void AddWatchOptions(CLI::App& command, int& /*status*/) {
   command.add_flag("--json", options->json, "One JSON object on each line");
   command.add_flag("--changes", options->changes, "Only messages that differ from the last of their kind");
   AddSeconds(command, options->seconds);
-  command.callback([options] { Watch(*options); });
+  command.callback([options] {
+    KeepRights(options->file.empty() ? base::RIGHT_NETWORK : base::RIGHT_NONE);
+    Watch(*options);
+  });
 }
 
 void AddRecordOptions(CLI::App& command, int& /*status*/) {
@@ -109,7 +126,10 @@ void AddRecordOptions(CLI::App& command, int& /*status*/) {
   AddBus(command, options->bus);
   command.add_flag("--force", options->force, "Replace an existing file");
   AddSeconds(command, options->seconds);
-  command.callback([options] { Record(*options); });
+  command.callback([options] {
+    KeepRights(TO_WRITE);
+    Record(*options);
+  });
 }
 
 std::string ListFaults() {
@@ -161,7 +181,10 @@ void AddSimulateOptions(CLI::App& command, int& /*status*/) {
   AddBus(command, options->bus);
   command.add_flag("--quiet", options->quiet, "Print only errors");
   AddList(command, "Show the scenarios", [options] { return simulate::ListScenarios(options->config); });
-  command.callback([options] { simulate::Simulate(*options); });
+  command.callback([options] {
+    KeepRights(TO_WRITE);
+    simulate::Simulate(*options);
+  });
 }
 
 void AddDiffOptions(CLI::App& command, int& status) {
@@ -175,7 +198,10 @@ void AddDiffOptions(CLI::App& command, int& status) {
   command.add_option("B", options->b, "Another log")->required();
   command.add_flag("--json", options->json, "One JSON object for each difference");
   command.add_option("--limit", options->limit, "Differences to print; 0 prints all")->capture_default_str();
-  command.callback([options, &status] { status = Diff(*options) ? 0 : DIFFERENT; });
+  command.callback([options, &status] {
+    KeepRights(base::RIGHT_NONE);
+    status = Diff(*options) ? 0 : DIFFERENT;
+  });
 }
 
 struct command_line_t {

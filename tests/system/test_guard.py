@@ -1,10 +1,13 @@
 """Nobody else gets in: web pages, other users of the machine, and what stands in the unit's way at its start."""
 
 import base64
+import contextlib
 import http.client
 import os
 import pathlib
+import re
 import shutil
+import signal
 import socket
 import tempfile
 
@@ -177,10 +180,34 @@ def test_what_the_programs_make_is_for_this_user_alone(make_desk):
     for process in (desk.unit, desk.orvik, recorder):
         status = pathlib.Path(f"/proc/{process.child.pid}/status").read_text()
         assert "NoNewPrivs:\t1" in status, process.name
+        assert ("Seccomp:\t2" in status) == (process is not desk.orvik), process.name  # it has that of the unit that starts it
     made = [*desk.runtime.iterdir(), *map(lambda name: shared_object(desk.runtime, name), ("DBSHM", "OrvikBoard"))]
     assert len(made) > 10
     open_to_others = [str(path) for path in made if path.lstat().st_mode & 0o077]
     assert not open_to_others
+
+
+def seccomp_of(process):
+    with contextlib.suppress(FileNotFoundError):
+        status = pathlib.Path(f"/proc/{process}/status").read_text()
+        return [int(each) for each in re.findall(r"^Seccomp(?:_filters)?:\t(\d+)$", status, re.MULTILINE)]
+    return None
+
+
+def test_readers_of_foreign_files_have_given_up_their_rights(tmp_path):
+    fifo = tmp_path / "foreign"
+    os.mkfifo(fifo)
+    for command in (["unit", "replay", fifo], ["hx7", "diff", fifo, fifo], ["hx7", "watch", fifo]):
+        process = Process([BIN / command[0], *command[1:]], tmp_path / "run")
+        reader = process.child.pid
+        if command[1] == "replay":
+            children = pathlib.Path(f"/proc/{reader}/task/{reader}/children")
+            reader = wait_for(lambda: children.read_text().split(), "the reader of the bundle")[0]
+        filters = 1 + (command[1] == "replay")
+        wait_for(lambda: seccomp_of(reader) == [2, filters], f"{command[1]} with its filter")
+        process.child.send_signal(signal.SIGTERM)
+        process.wait_exit(2)
+        wait_for(lambda: seccomp_of(reader) is None, "the end of the reader")
 
 
 def test_the_display_runs_while_another_program_holds_the_panels_port(tmp_path):

@@ -38,14 +38,6 @@ void CheckArchive(const std::string& file, archive* from, long result) {
   if (result < ARCHIVE_WARN) ThrowArchiveError(file, WhyRefused(from));
 }
 
-bool LeadsOut(const std::filesystem::path& path) {
-  if (path.empty() || path.is_absolute()) return true;
-  for (const auto& part : path) {
-    if (part == "..") return true;
-  }
-  return false;
-}
-
 std::string ReadContent(const std::string& file, archive* reader, std::size_t room) {
   std::string content;
   std::string block(BLOCK, '\0');
@@ -59,6 +51,14 @@ std::string ReadContent(const std::string& file, archive* reader, std::size_t ro
 }
 
 }  // namespace
+
+bool LeadsOut(const std::filesystem::path& path) {
+  if (path.empty() || path.is_absolute()) return true;
+  for (const auto& part : path) {
+    if (part == "..") return true;
+  }
+  return false;
+}
 
 void WriteArchive(const std::string& file, const archive_t& content) {
   const std::unique_ptr<archive, free_writer_t> writer(archive_write_new());

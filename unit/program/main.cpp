@@ -11,6 +11,7 @@
 #include "platform/console_writer.h"
 #include "platform/process.h"
 
+#include "base/call_filter.h"
 #include "base/installation.h"
 #include "unit/bundle/bundle.h"
 #include "unit/database/database_commands.h"
@@ -25,6 +26,14 @@
 namespace {
 
 constexpr int CALLED_WRONGLY = 2;
+
+// The services start the application and the host.
+constexpr unsigned RIGHTS_OF_SERVICES = base::RIGHT_NETWORK | base::RIGHT_EXECUTE | base::RIGHT_WRITE;
+constexpr unsigned RIGHTS_OF_CLIENTS = base::RIGHT_NETWORK | base::RIGHT_WRITE;
+
+void KeepRights(unsigned rights) {
+  base::KeepRights("unit", rights);
+}
 
 struct run_arguments_t {
   std::vector<std::string> only;
@@ -154,6 +163,7 @@ int CarryRun(run_arguments_t& run, unsigned seconds) {
     return 1;
   }
   plan.options.genericFile = plan.options.configDirectory + "/generic.xml";
+  KeepRights(RIGHTS_OF_SERVICES);
   unit::BlockStopSignals();
   const platform::ConsoleWriter console("unit");
   return unit::Run(plan);
@@ -163,6 +173,7 @@ void AddDatabase(CLI::App& app, database_arguments_t& arguments, int& result) {
   CLI::App* db =
       app.add_subcommand("db", "Read and write the parameter database; a unique prefix of a name is enough");
   db->require_subcommand(1);
+  db->parse_complete_callback([] { KeepRights(RIGHTS_OF_CLIENTS); });
   CLI::App* get = db->add_subcommand("get", "Print values");
   get->add_option("NAME", arguments.names)->required();
   get->callback([&] { result = unit::GetParameters(arguments.names); });
@@ -186,6 +197,7 @@ void AddEvents(CLI::App& app, event_arguments_t& arguments, int& result) {
   CLI::App* events =
       app.add_subcommand("events", "Post and watch the events and actions between application and screen");
   events->require_subcommand(1);
+  events->parse_complete_callback([] { KeepRights(RIGHTS_OF_CLIENTS); });
   events->add_option("--config", arguments.config, "The configuration's folder");
   const auto generic = [&] { return base::FindConfigFolder(arguments.config) + "/generic.xml"; };
   CLI::App* list =
@@ -209,13 +221,17 @@ void AddBundle(CLI::App& app, std::string& file, int& result) {
   CLI::App* make =
       app.add_subcommand("bundle", "Pack logs, screen and configuration into one file for a fault report");
   make->add_option("FILE", file, "The archive to write, such as report.tar.gz")->required();
-  make->callback([&] { result = unit::MakeBundle(file); });
+  make->callback([&] {
+    KeepRights(RIGHTS_OF_CLIENTS);
+    result = unit::MakeBundle(file);
+  });
 }
 
 int CarryReplay(replay_arguments_t& replay, unsigned seconds) {
   replay.plan.parts = unit::UsualParts();
   if (replay.window) replay.plan.parts.insert(unit::WINDOW_PART);
   if (seconds > 0) replay.plan.seconds = seconds;
+  KeepRights(RIGHTS_OF_SERVICES);
   unit::BlockStopSignals();
   const platform::ConsoleWriter console("unit");
   return unit::Replay(replay.options, replay.plan);
@@ -253,7 +269,10 @@ void AddDesign(CLI::App& app, unit::design_options_t& options, int& result) {
   design->add_option("--width", options.pictureWidth, "The width of a picture on the sheet")
       ->check(CLI::Range(80, 640))
       ->capture_default_str();
-  design->callback([&] { result = unit::CheckDesignFolder(options); });
+  design->callback([&] {
+    KeepRights(options.sheets.empty() ? base::RIGHT_NONE : base::RIGHT_WRITE);
+    result = unit::CheckDesignFolder(options);
+  });
 }
 
 // Reads the command line and carries it out. Returns the exit status.
@@ -284,6 +303,7 @@ int main(int argc, char** argv) {
   database_arguments_t database;
   AddRun(app, run, seconds)->callback([&] { result = CarryRun(run, seconds); });
   app.add_subcommand("status", "Show which services and programs run here, and their state")->callback([&] {
+    KeepRights(RIGHTS_OF_CLIENTS);
     result = unit::ShowStatus();
   });
   AddDatabase(app, database, result);

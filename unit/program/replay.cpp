@@ -12,7 +12,9 @@
 #include "platform/paths.h"
 
 #include "unit/bundle/bundle.h"
+#include "unit/bundle/foreign_archive.h"
 #include "unit/program/event_commands.h"
+#include "unit/program/stop_signals.h"
 #include "unit/screen/client/screen_client.h"
 #include "unit/screen/client/screen_requests.h"
 
@@ -88,7 +90,7 @@ void SetPlan(run_plan_t& plan, const archive_t& bundle, const fs::path& folder) 
 
 int Replay(const replay_options_t& options, run_plan_t plan) {
   try {
-    const archive_t bundle = ReadArchive(options.file);
+    const archive_t bundle = ReadForeignArchive(options.file, [] { return !StopRequested(0ms); });
     RequireFile(bundle, BUNDLE_BUS, "log of the bus");
     RequireFile(bundle, "config/generic.xml", "configuration");
     if (options.check) RequireFile(bundle, BUNDLE_SCREEN, "state of the screen");
