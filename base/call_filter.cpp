@@ -66,11 +66,12 @@ constexpr auto NEVER_NEEDED = std::to_array<const char*>({"process_vm_readv",
                                                           "setdomainname"});
 constexpr auto OF_NETWORK = std::to_array<const char*>({"socket", "socketpair", "connect", "bind", "listen"});
 constexpr auto OF_EXECUTION = std::to_array<const char*>({"execve", "execveat"});
+// An empty folder may be made: every program makes its runtime directory, or finds it there.
 constexpr auto OF_WRITING = std::to_array<const char*>(
-    {"creat",    "openat2", "rename",    "renameat",  "renameat2", "unlink",    "unlinkat", "rmdir",
-     "mkdir",    "mkdirat", "link",      "linkat",    "symlink",   "symlinkat", "mknod",    "mknodat",
-     "truncate", "chmod",   "fchmod",    "fchmodat",  "chown",     "fchown",    "lchown",   "fchownat",
-     "utime",    "utimes",  "utimensat", "futimesat", "setxattr",  "lsetxattr", "fsetxattr"});
+    {"creat",     "openat2",   "rename",   "renameat",  "renameat2", "unlink",   "unlinkat", "rmdir",
+     "link",      "linkat",    "symlink",  "symlinkat", "mknod",     "mknodat",  "truncate", "chmod",
+     "fchmod",    "fchmodat",  "chown",    "fchown",    "lchown",    "fchownat", "utime",    "utimes",
+     "utimensat", "futimesat", "setxattr", "lsetxattr", "fsetxattr"});
 
 // The calls that open a file, with the number of the argument that has the flags.
 struct open_call_t {

@@ -3,7 +3,6 @@
 #include "platform/console_writer.h"
 #include "platform/process.h"
 
-#include "src/core/console.h"
 #include "src/startup/application.h"
 
 namespace {
@@ -19,7 +18,7 @@ int main(int argc, char* argv[]) {
   PrepareSignals();
   const platform::ConsoleWriter console("Orvik");
   if (const std::string problem = platform::EnsureDescriptors(DESCRIPTORS); !problem.empty()) {
-    PrintErr("Orvik: " + problem);
+    platform::PrintLine(stderr, "Orvik: " + problem);
     return EXIT_SHORT_OF_DESCRIPTORS;
   }
   orvikData_t data;
