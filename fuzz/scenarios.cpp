@@ -17,12 +17,14 @@ void CarryOut(simulate::scenario_t scenario) {
   std::istringstream chart(CHART);
   simulate::LoadComputer computer(crane::LoadChart::Parse(chart, "a.chart"), 1);
   const auto press = [](int key) { Require(key >= 1 && key <= 8); };
-  simulate::action_target_t target{computer, press, [](const std::string&) {}};
+  simulate::ControlUnits controlUnits;
+  simulate::action_target_t target{computer, controlUnits, press, [](const std::string&) {}};
   for (const auto& line : scenario.lines) line.action(target);
   for (int tick = 0; tick < 30; ++tick) {
     for (const auto& message : computer.Step()) {
       for (const bus::frame_t& frame : message) Require(frame.length <= 8);
     }
+    for (const bus::frame_t& frame : controlUnits.Step(tick * 10)) Require(frame.length == 8);
   }
   simulate::ScenarioPlayer player(std::move(scenario), true);
   for (const std::int64_t now_ms : {0, 1000, 1000000000}) player.Step(now_ms, target);
