@@ -108,9 +108,10 @@ def test_a_screen_service_that_hangs_holds_up_no_other_request(apart):
 def test_a_host_simulator_that_hangs_does_not_hold_up_the_stop(apart):
     host = apart.start(desks.BIN / "hx7", "simulate", "--http", "127.0.0.1:0")
     wait_for(lambda: apart.request("GET", "/api/host/state")[0] == 200, "the host simulator")
-    with hanging(host), concurrent.futures.ThreadPoolExecutor(8) as pool:
-        answers = [pool.submit(apart.request, "GET", "/api/host/state") for _ in range(8)]
-        wait_for(lambda: b"wait for the host" in apart.request("GET", "/api/host/state")[1], "8 requests to wait")
+    with hanging(host), concurrent.futures.ThreadPoolExecutor(9) as pool:
+        answers = [pool.submit(apart.request, "GET", "/api/host/state") for _ in range(9)]
+        wait_for(lambda: any(answer.done() and b"wait for the host" in answer.result()[1] for answer in answers),
+                 "8 requests to wait, and the ninth to be refused")
         apart.parts["panel"].child.send_signal(signal.SIGTERM)
         assert apart.parts["panel"].wait_exit(1) == 0
         for answer in answers:
