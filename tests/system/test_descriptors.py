@@ -8,6 +8,7 @@ import resource
 import signal
 import socket
 import subprocess
+import time
 
 import pytest
 
@@ -36,7 +37,8 @@ def use_up(process):
     """No descriptor is left: the process has the numbers up to the highest it uses, and all below are open."""
     names = [int(name) for name in os.listdir(f"/proc/{process.child.pid}/fd")]
     lowest_free = min(set(range(max(names) + 2)) - set(names))
-    resource.prlimit(process.child.pid, resource.RLIMIT_NOFILE, (lowest_free, lowest_free))
+    _, most = resource.prlimit(process.child.pid, resource.RLIMIT_NOFILE)
+    return resource.prlimit(process.child.pid, resource.RLIMIT_NOFILE, (lowest_free, most))
 
 
 @pytest.mark.parametrize("arguments", [[BIN / "orvik", CONFIG / "generic.xml"], RUN], ids=["orvik", "unit"])
@@ -54,6 +56,15 @@ def test_programs_without_a_free_descriptor_stop(make_desk):
         use_up(process)
         process.child.send_signal(number)
         assert process.wait_exit(8) == 0
+
+
+def test_without_a_descriptor_to_look_with_no_shared_object_counts_as_damaged(make_desk):
+    desk = make_desk()
+    desk.go_to("Main")
+    before = use_up(desk.unit)
+    time.sleep(1)  # four looks at each object
+    resource.prlimit(desk.unit.child.pid, resource.RLIMIT_NOFILE, before)
+    assert [desk.counters(service)["made"] for service in ("database", "board")] == [1, 1]
 
 
 def test_connections_from_outside_leave_the_descriptors_that_the_unit_needs(make_desk):

@@ -78,6 +78,7 @@ class Glance {
  public:
   Glance() {
     const int descriptor = platform::OpenSharedObject(OBJECT_NAME, O_RDWR, 0);
+    isUnknown_ = descriptor < 0 && (errno == EMFILE || errno == ENFILE);
     if (descriptor < 0) return;
     exists_ = true;
     struct stat status {};
@@ -85,6 +86,7 @@ class Glance {
     id_ = {status.st_dev, status.st_ino};
     if (known && std::cmp_greater_equal(status.st_size, OBJECT_SIZE)) {
       void* mapped = mmap(nullptr, OBJECT_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
+      isUnknown_ = mapped == MAP_FAILED;
       if (mapped == MAP_FAILED) mapped = nullptr;
       if (mapped != nullptr) platform::GuardMapping(mapped, OBJECT_SIZE);
       memory_ = mapped;
@@ -99,11 +101,14 @@ class Glance {
   Glance(const Glance&) = delete;
   Glance& operator=(const Glance&) = delete;
 
+  // This process has no descriptor or no memory to look with.
+  bool IsUnknown() const { return isUnknown_; }
   bool Exists() const { return exists_; }
   void* Get() const { return memory_; }
   object_id_t Id() const { return id_; }
 
  private:
+  bool isUnknown_ = false;
   bool exists_ = false;
   void* memory_ = nullptr;
   object_id_t id_{};
@@ -184,6 +189,7 @@ bool CanBeLocked() {
 
 bool IsDatabaseWhole() {
   const Glance glance;
+  if (glance.IsUnknown()) return true;
   if (StateOf(glance) != database_state_t::COMPLETE) return false;
   const std::span<const std::uint8_t> header(static_cast<const std::uint8_t*>(glance.Get()), SLOTS_AT);
   return std::cmp_equal(platform::LoadLe32(header, PROCESS_AT), getpid()) && glance.Id() == made.object &&

@@ -58,8 +58,8 @@ class BoardMapping {
 
   // Null when the object could not be created or does not exist.
   board_state_t* Get() const { return state_; }
-  // False when the object of that name is another one or none, has been cut, or has lost its first word. Opens
-  // the object, so it is not for the 10 ms paths.
+  // False when the object of that name is another one or none, has been cut, or has lost its first word. True
+  // when this process has no descriptor to look with. Opens the object, so it is not for the 10 ms paths.
   bool IsCurrent() const;
 
  private:

@@ -82,6 +82,7 @@ void BoardMapping::Unmap() {
 
 bool BoardMapping::IsCurrent() const {
   const UnsharedDescriptor object = OpenObject(O_RDWR);
+  if (!object && (errno == EMFILE || errno == ENFILE)) return state_ != nullptr;
   struct stat status {};
   return state_ != nullptr && object && fstat(object.Get(), &status) == 0 &&
          status.st_size >= static_cast<off_t>(sizeof(board_state_t)) &&

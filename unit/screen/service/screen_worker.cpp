@@ -24,7 +24,9 @@ using namespace std::chrono_literals;
 constexpr auto PACE = 20ms;
 constexpr auto TEXT_LIMIT = 100ms;    // then a text takes effect without "process commands"
 constexpr auto PROGRAM_SILENCE = 2s;  // the application sends "process commands" every 10 ms
-constexpr auto OWN_PAUSE = 1s;        // without a step: the process was stopped, and what waits for it is old
+// An application that was silent for so long first carries out what the host sent meanwhile.
+constexpr auto PROGRAM_SETTLE = 300ms;
+constexpr auto OWN_PAUSE = 1s;  // without a step: the process was stopped, and what waits for it is old
 constexpr auto MARK_PERIOD = 250ms;
 constexpr auto MARK_LATE = 2s;  // the newest mark is older: so are the values
 constexpr const char* MARK_CHANNEL_NAME = "unit.ScreenMark";
@@ -133,6 +135,7 @@ void ScreenWorker::AcceptScreenMessage(std::span<const std::uint8_t> payload) {
   const std::int32_t target = command->target;
   // No other message is a sign of life: the notification manager repeats those that set a text.
   if (command->operation == SCREEN_PROCESS_COMMANDS) {
+    if (now - lastProgramMessage_ > PROGRAM_SILENCE) programBackAt_ = now;
     lastProgramMessage_ = now;
     programHeard_ = true;
   }
@@ -280,7 +283,8 @@ void ScreenWorker::UpdateDataState(Clock::time_point now) {
   lastStep_ = now;
   const bool hasEnded = now - lastProgramMessage_ > PROGRAM_SILENCE;
   faults_.Expire(now);
-  model_.UpdateDataState({.isProgramSilent = hasEnded || !programHeard_ || IsBehind(now),
+  const bool isSettling = now - programBackAt_ < PROGRAM_SETTLE;
+  model_.UpdateDataState({.isProgramSilent = hasEnded || !programHeard_ || isSettling || IsBehind(now),
                           .hasProgramEnded = hasEnded,
                           .isBusReceived = host_.IsBusReceived(now),
                           .areValuesFresh = host_.AreValuesFresh(now)});

@@ -100,6 +100,7 @@ class ScreenWorker {
   Compositor compositor_;
   Clock::time_point lastProgramMessage_{Clock::now()}, lastStep_{lastProgramMessage_};
   Clock::time_point resumedAt_{lastStep_}, newestMark_{};
+  Clock::time_point programBackAt_{};  // after its last silence
   bool programHeard_ = false;
   Clock::time_point pendingSince_{};
   std::uint64_t malformed_ = 0;
