@@ -18,11 +18,13 @@ import statistics
 import sys
 import time
 
+import rig as fault_rig
 from kinds import KINDS, PARTS
 from rig import ALLOWED_AGE, FAKETIME, HOST, Rig, Slowness, desks
 
 BLOCK = 20          # faults to a desk
 RIGHT_AGAIN = 2.0
+SHORT_ROOM = 2.5    # the short form runs on any machine, however slow its disk and its start of processes
 QUIET = 1.3         # so long all must stay right: what is damaged is noticed within it
 SETTLED = 12.0
 # A lock is held for microseconds; one that a busy machine keeps for a second must not cost a new database.
@@ -49,6 +51,8 @@ def layout(seed, block):
 class Campaign:
     def __init__(self, options):
         self.options, self.rig, self.block, self.results, self.slowness = options, None, None, [], Slowness()
+        self.room = SHORT_ROOM if options.short else 1
+        fault_rig.HEALTH_LIMIT *= self.room
 
     def plan(self, index):
         """Block, layout and kind of the fault with this number."""
@@ -108,7 +112,8 @@ class Campaign:
             low = high
         with fault(rig, chance) as what:
             time.sleep(chance.uniform(low, high))  # so long the fault lasts
-        seconds, failed = self.wait_until_right(time.monotonic(), LIMITS.get(kind, RIGHT_AGAIN))
+        limit = LIMITS.get(kind, RIGHT_AGAIN) * self.room
+        seconds, failed = self.wait_until_right(time.monotonic(), limit)
         failed += self.wait_until_settled(before)
         slowness = self.slowness.since(begin)
         failed += [f"{each.quantity} showed {each.shown!r} for {each.seconds:.2f} s, must be {each.expected!r}"
