@@ -35,6 +35,13 @@ def run_command(desk, number):
     set_value(desk, "OrvikExternalSystemKeyCode", 0)
 
 
+def test_the_counters_are_printed(bound):
+    desk, _ = bound
+    run_command(desk, 5)
+    for line in ("CMD0    - Initialize LCD ( UNUSED)  : 0", "CMD2    - Set LCD and LED segments : 0", "TOTAL PKTS : "):
+        desk.orvik.wait_line(line)
+
+
 def test_the_termination_is_toggled_in_the_database(bound):
     desk, _ = bound
     for event, line, value in [("orvik.SetResistorA", "Read: 0, Wrote: 1, Read: 1", 1),
