@@ -343,13 +343,16 @@ class Desk:
     def bus(self):
         return Bus(self.address("socketcand"))
 
-    def counters(self, service):
-        """The counters of a service, which it publishes once a second."""
-        def published():
-            _, body = self.request("GET", "/api/health")  # 503 while something is slow to start
-            return next((each["counters"] for each in json.loads(body)["services"] if each["name"] == service), None)
+    def health_of(self, service):
+        """What a service publishes of itself once a second; empty until its first report has come."""
+        _, body = self.request("GET", "/api/health")  # 503 while something is slow to start
+        return next((each for each in json.loads(body)["services"] if each["name"] == service), {})
 
-        return wait_for(published, f"the counters of the service {service}")
+    def detail(self, service):
+        return self.health_of(service).get("detail")
+
+    def counters(self, service):
+        return wait_for(lambda: self.health_of(service).get("counters"), f"the counters of the service {service}")
 
     def key(self, number, down):
         body = json.dumps({"down": down})

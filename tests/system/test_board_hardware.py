@@ -1,6 +1,5 @@
 """The board's real parts: keys and a beeper as input devices, and a backlight in a folder like sysfs."""
 
-import json
 import os
 
 import pytest
@@ -20,9 +19,7 @@ def inputs():
 
 
 def detail(desk):
-    # The status may be 503 while the panel has not found the notification manager yet.
-    services = json.loads(desk.request("GET", "/api/health")[1])["services"]
-    return next((service["detail"] for service in services if service["name"] == "board"), "")
+    return desk.detail("board") or ""
 
 
 def test_keys_of_a_device_hold_the_front_keys_beside_the_panels(make_desk, inputs):

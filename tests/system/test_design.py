@@ -1,7 +1,6 @@
 """`unit design`: the product's design has no findings and looks as on the sheet in docs/, and each kind of mistake is one
 line that names it."""
 
-import json
 import os
 import shutil
 import subprocess
@@ -84,14 +83,10 @@ def test_a_mistake_in_a_page_of_the_running_unit_is_one_line_and_the_health(make
     page, detail = config / "screen" / "wad.svg", "wad.svg: orvik.WadToMain leads to a page that does not exist: Nowhere"
     good = page.read_text()
 
-    def health():
-        services = json.loads(desk.request("GET", "/api/health")[1])["services"]
-        return next(service["detail"] for service in services if service["name"] == "screen")
-
     for text, expected in ((good.replace('event="orvik.WadToMain" page="Main"', 'event="orvik.WadToMain" page="Nowhere"'), detail),
                            (good, "page Splash")):
         page.write_text(text)
-        wait_for(lambda: health().endswith(expected), f"{expected}, not {health()}")
+        wait_for(lambda: (desk.detail("screen") or "").endswith(expected), expected)
     assert [detail in line for line in desk.unit.out + desk.unit.err if "stays unchanged" in line] == [True]
 
 

@@ -80,11 +80,6 @@ def test_a_console_that_nobody_reads_stops_nothing(make_desk, program, request_t
         assert child.wait(20 * PATIENCE) == 0
 
 
-def detail_of_the_bus(desk):
-    services = desk.get("/api/health")["services"]  # empty until the first reports have come
-    return next((each["detail"] for each in services if each["name"] == "j1939"), None)
-
-
 def send_loads(desk, bus, load, frames=300):
     for step in range(frames):
         bus.send_message(cmd2(load=100 * step))
@@ -99,7 +94,7 @@ def test_a_record_goes_to_a_fifo_when_it_is_read_and_holds_up_nothing_before(mak
     desk = make_desk("--record", fifo)
     bus = desk.go_to("Main")
     send_loads(desk, bus, 23500)
-    wait_for(lambda: detail_of_the_bus(desk) == f"the record {fifo} is not written: nobody reads it", "the detail")
+    wait_for(lambda: desk.detail("j1939") == f"the record {fifo} is not written: nobody reads it", "the detail")
     with open(fifo) as record:
         assert LOG_LINE.fullmatch(record.readline().rstrip("\n"))
         send_loads(desk, bus, 27600)  # more than the pipe holds
@@ -116,11 +111,11 @@ def test_a_record_on_a_full_disk_goes_on_when_there_is_room_again(make_desk, tmp
     # The kernel writes a part of the line that reaches the limit.
     resource.prlimit(process, resource.RLIMIT_FSIZE, (file.stat().st_size + 1000, before[1]))
     send_loads(desk, bus, 23500)
-    wait_for(lambda: detail_of_the_bus(desk).startswith(f"the record {file} is not written: "), "the detail")
+    wait_for(lambda: (desk.detail("j1939") or "").startswith(f"the record {file} is not written: "), "the detail")
     assert desk.get("/api/health")["up"]
     resource.prlimit(process, resource.RLIMIT_FSIZE, before)
     desk.unit.wait_line(f"the record {file} is written again; 0 lines are lost", desk.unit.err)
-    wait_for(lambda: detail_of_the_bus(desk) == "", "no problem")
+    wait_for(lambda: desk.detail("j1939") == "", "no problem")
     desk.orvik.stop(signal.SIGKILL)
     desk.unit.stop()
     lines = file.read_text().splitlines()
