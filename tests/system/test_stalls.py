@@ -134,6 +134,8 @@ def test_a_database_lock_that_is_never_given_back_stops_nothing(make_desk):
     for path in ("/api/database", "/api/screen", "/api/health"):
         start = time.monotonic()
         assert desk.request("GET", path)[0] in (200, 503) and time.monotonic() - start < 2 * PATIENCE, path
+    status, _, errors = desk.run(BIN / "unit", "db", "set", "OrvikLoad", "5")
+    assert status == 1 and "unit db: OrvikLoad is not written: a process keeps the database's lock" in errors
     desk.orvik.child.send_signal(signal.SIGUSR1)
     assert desk.orvik.wait_exit(8) == 0
     database.child.send_signal(signal.SIGCONT)

@@ -124,6 +124,11 @@ int SetParameter(const std::string& name, const std::string& value) {
   if (!named) return 1;
   if (number) {
     DBSHM::Write(named->handle, *number);
+    if (!ReadParameterValue(named->handle)) {
+      std::cerr << "unit db: " << named->name
+                << " is not written: a process keeps the database's lock. Continue or end that process.\n";
+      return 1;
+    }
   } else {
     DBSHM::Write(named->handle, 0.0, 0, false);
   }
