@@ -25,6 +25,11 @@ void WriteNmHeader(std::span<std::uint8_t> message, nm_type_t type, std::int32_t
   StoreNmWord(message, NM_CLIENT_AT, clientId);
 }
 
+// Bytes of one type are copied as a block, and others one by one.
+std::span<const std::uint8_t> AsBytes(std::span<const char> text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
 // Sends the first `bytes` of the message and overwrites the message with the reply.
 bool SendForReply(int coid, std::span<std::uint8_t> message, std::size_t bytes) {
   return MsgSend(coid, message.data(), bytes, message.data(), message.size()) != -1;
@@ -70,7 +75,7 @@ int NMClient::Request(const nm_request_t& request, std::size_t resultAt) {
   if (!isValid() || request.payload.size() > NM_PAYLOAD_SIZE) return -1;
   const std::lock_guard lock(sendMutex_);
   WriteNmHeader(sendBuffer_, request.type, request.channel, request.length, clientId_);
-  std::ranges::copy(request.payload, sendBuffer_.begin() + NM_HEADER_SIZE);
+  std::ranges::copy(AsBytes(request.payload), sendBuffer_.begin() + NM_HEADER_SIZE);
   if (!SendForReply(coid_, sendBuffer_, NM_HEADER_SIZE + request.payload.size())) return -1;
   return LoadNmWord(sendBuffer_, resultAt);
 }
@@ -110,7 +115,7 @@ int NMClient::Fetch(int& channel, char* buf, int maxlen) {
   if (!SendForReply(coid_, recvBuffer_, NM_HEADER_SIZE)) return -1;
   const std::int32_t length = std::min(LoadNmWord(recvBuffer_, NM_LENGTH_AT), room);
   if (length < 0) return -1;
-  std::copy_n(recvBuffer_.begin() + NM_HEADER_SIZE, length, buf);
+  std::copy_n(recvBuffer_.begin() + NM_HEADER_SIZE, length, reinterpret_cast<std::uint8_t*>(buf));
   channel = LoadNmWord(recvBuffer_, NM_CHANNEL_AT);
   return length;
 }
