@@ -58,6 +58,16 @@ def test_programs_without_a_free_descriptor_stop(make_desk):
         assert process.wait_exit(8) == 0
 
 
+def test_an_application_that_found_no_manager_for_want_of_descriptors_is_started_again(make_desk):
+    desk = make_desk(apart=True, orvik=False)
+    before = use_up(desk.parts["notify"])
+    keeper = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik")
+    keeper.wait_line("the application did not reach the notification manager; orvik has to start again", keeper.err)
+    resource.prlimit(desk.parts["notify"].child.pid, resource.RLIMIT_NOFILE, before)
+    desk.go_to("Main").send_message(cmd2(load=27600))
+    wait_for(lambda: desk.widget("orvikTextWidgetLoad") == " 27,600", "the load", 4)
+
+
 def test_without_a_descriptor_to_look_with_no_shared_object_counts_as_damaged(make_desk):
     desk = make_desk()
     desk.go_to("Main")

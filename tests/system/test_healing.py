@@ -192,10 +192,10 @@ def pulsing(process, running, stopped):
 def test_a_program_that_dies_starts_again_at_once_and_waits_from_the_third_time_on(make_desk):
     desk = make_desk(apart=True, orvik=False)
     keeper = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik")
+    children = pathlib.Path(f"/proc/{keeper.child.pid}/task/{keeper.child.pid}/children")
     for death, wait in enumerate(("", "", " in 1 s", " in 2 s"), start=1):
-        keeper.wait_line("Orvik: System Up", count=death, seconds=20)
-        children = pathlib.Path(f"/proc/{keeper.child.pid}/task/{keeper.child.pid}/children").read_text().split()
-        os.kill(int(children[0]), signal.SIGKILL)
+        child = wait_for(lambda: children.exists() and children.read_text().split(), "the application's process", 20)
+        os.kill(int(child[0]), signal.SIGKILL)
         lines = keeper.wait_line("orvik was killed", keeper.err, count=death)
         assert lines[-1].endswith("starting it again" + wait), lines
 

@@ -26,6 +26,8 @@ class ManagerWatch {
   // True once for each manager that replaced an earlier one, or appeared where there was none. Checks at most
   // once in NotifyLink::RETRY.
   bool WasReplaced();
+  // A manager was there at the last look.
+  bool IsThere() const { return client_ != nullptr; }
 
  private:
   std::unique_ptr<NM::NMClient> client_;

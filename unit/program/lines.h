@@ -3,6 +3,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdio>
 #include <list>
 #include <memory>
@@ -17,20 +18,26 @@
 
 namespace unit {
 
-// Remembers whether a program has printed a certain line. Any thread.
+// What a program tells of itself on its standard error.
+enum told_t { REFUSES_TO_STOP, IS_CUT_OFF, TOLD_COUNT };
+
+// Remembers which of these a program has told. Any thread.
 class LineWatch {
  public:
-  // Looks for lines that contain `text`; an empty text is never found.
-  explicit LineWatch(std::string text) : text_(std::move(text)) {}
+  // A part of the line that tells each; an empty text is never found.
+  using texts_t = std::array<std::string, TOLD_COUNT>;
+
+  explicit LineWatch(texts_t texts) : texts_(std::move(texts)) {}
   void Note(const std::string& line) {
-    if (!text_.empty() && line.find(text_) != std::string::npos) seen_ = true;
+    for (std::size_t i = 0; i < TOLD_COUNT; ++i)
+      if (!texts_[i].empty() && line.find(texts_[i]) != std::string::npos) seen_[i] = true;
   }
-  bool WasSeen() const { return seen_; }
-  void Forget() { seen_ = false; }
+  bool HasTold(told_t what) const { return seen_[what]; }
+  void Forget(told_t what) { seen_[what] = false; }
 
  private:
-  const std::string text_;
-  std::atomic<bool> seen_{false};
+  const texts_t texts_;
+  std::array<std::atomic<bool>, TOLD_COUNT> seen_{};
 };
 
 // Reads the pipes of all children and writes their lines ("orvik | Orvik: System Up") to standard output or

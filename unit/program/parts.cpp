@@ -24,6 +24,7 @@ using namespace std::chrono_literals;
 constexpr auto ORVIK_STOP_TIME = 6s;
 // The application prints this where it will not stop: it stops only on its main page and its slate page.
 constexpr const char* ORVIK_REFUSAL = "NOT on terminatable page";
+constexpr const char* ORVIK_CUT_OFF = "NM-Client: Error: Cannot attach to server name=";
 constexpr auto HOST_STOP_TIME = 2s;
 
 std::unique_ptr<Service> MakeWindow(const options_t& options) {
@@ -84,7 +85,7 @@ program_t MakeOrvikProgram(const run_plan_t& plan) {
           .arguments = {FindProgram(ORVIK_PART), plan.options.genericFile},
           .stopSignal = SIGUSR1,
           .stopTime = ORVIK_STOP_TIME,
-          .refusal = ORVIK_REFUSAL,
+          .told = {ORVIK_REFUSAL, ORVIK_CUT_OFF},
           .endIsFailure = true,
           .tidyUp = SilenceBeeper};
 }
@@ -94,7 +95,7 @@ program_t MakeHostProgram(const run_plan_t& plan) {
           .arguments = HostArguments(plan),
           .stopSignal = SIGTERM,
           .stopTime = HOST_STOP_TIME,
-          .refusal = {},
+          .told = {},
           .endIsFailure = false,
           .tidyUp = {}};
 }

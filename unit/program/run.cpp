@@ -198,6 +198,11 @@ void UnitRun::RestartOrvikIfCutOff(ManagerWatch& manager) {
     supervisor_.Restart(ORVIK_PART,
                         "the notification manager was started again, and no longer hears the application");
   }
+  const auto started = supervisor_.RunsSince(ORVIK_PART);
+  if (manager.IsThere() && started && steady_clock::now() - *started > NotifyLink::RETRY &&
+      supervisor_.HasTold(ORVIK_PART, IS_CUT_OFF)) {
+    supervisor_.Restart(ORVIK_PART, "the application did not reach the notification manager");
+  }
   if (database_->WasReplaced()) {
     supervisor_.Restart(ORVIK_PART,
                         "the parameter database was made again, and the application still has the old one");

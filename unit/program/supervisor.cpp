@@ -20,8 +20,8 @@ void Supervisor::Start(const program_t& program) {
 }
 
 void Supervisor::Launch(run_t& run) {
-  run.refusal = std::make_shared<LineWatch>(run.program.refusal);
-  run.child = std::make_unique<Child>(run.program.name, run.program.arguments, pump_, run.refusal);
+  run.lines = std::make_shared<LineWatch>(run.program.told);
+  run.child = std::make_unique<Child>(run.program.name, run.program.arguments, pump_, run.lines);
   run.started = steady_clock::now();
   run.startAgain.reset();
   run.killAt.reset();
@@ -67,21 +67,18 @@ void Supervisor::AcceptEnding(run_t& run, const ending_t& ending) {
     std::cout << "unit: " << run.program.name << " has ended" << std::endl;
     return Note(run, !run.program.endIsFailure, "has ended");
   }
-  if (now - run.started >= STEADY_AFTER) run.shortRuns = 0;
-  if (!run.asked) ++run.shortRuns;
-  const std::chrono::seconds delay = run.asked ? 0s : RestartDelay(run.shortRuns);
+  run.ran += now - run.started;
+  const std::chrono::seconds delay = run.asked ? 0s : DelayAfterDeath(run);
   run.startAgain = now + delay;
   std::cerr << "unit: " << run.program.name << " " << ending.Describe() << "; starting it again"
             << (delay > delay.zero() ? " in " + std::to_string(delay.count()) + " s" : "") << std::endl;
   Note(run, false, ending.Describe());
 }
 
-std::chrono::seconds Supervisor::RestartDelay(unsigned shortRuns) {
-  std::chrono::seconds delay{0};
-  for (unsigned run = AT_ONCE; run < shortRuns && delay < LONGEST_DELAY; ++run) {
-    delay = delay > delay.zero() ? delay * 2 : FIRST_DELAY;
-  }
-  return std::min(delay, LONGEST_DELAY);
+std::chrono::seconds Supervisor::DelayAfterDeath(run_t& run) {
+  const bool isThird = run.ran - run.deaths[0] < DEATHS_WITHIN;
+  run.deaths = {run.deaths[1], run.ran};
+  return run.delay = isThird ? std::clamp(run.delay * 2, FIRST_DELAY, LONGEST_DELAY) : 0s;
 }
 
 void Supervisor::Restart(const std::string& name, const std::string& why) {
@@ -97,6 +94,11 @@ std::optional<Supervisor::TimePoint> Supervisor::RunsSince(const std::string& na
   const auto run = std::ranges::find(runs_, name, [](const run_t& r) { return r.program.name; });
   if (run == runs_.end() || !run->child || run->killAt) return std::nullopt;
   return run->started;
+}
+
+bool Supervisor::HasTold(const std::string& name, told_t what) const {
+  const auto run = std::ranges::find(runs_, name, [](const run_t& r) { return r.program.name; });
+  return run != runs_.end() && run->child && run->lines->HasTold(what);
 }
 
 bool Supervisor::HasEnded(const std::string& name) const {
@@ -117,13 +119,13 @@ void Supervisor::Stop() {
 void Supervisor::EndChild(run_t& run) {
   const std::string& name = run.program.name;
   if (run.child->TryReap()) return;
-  run.refusal->Forget();
+  run.lines->Forget(REFUSES_TO_STOP);
   run.child->Signal(run.program.stopSignal);
   if (WaitForEnd(run, run.program.stopTime)) return;
-  const bool refused = run.refusal->WasSeen();
+  const bool refused = run.lines->HasTold(REFUSES_TO_STOP);
   std::cerr << "unit: " << name << (refused ? " refuses to stop" : " did not stop by itself")
             << "; terminating it" << std::endl;
-  run.refusal->Forget();
+  run.lines->Forget(REFUSES_TO_STOP);
   run.child->Signal(SIGTERM);
   if (WaitForEnd(run, TERMINATE_TIME)) return;
   std::cerr << "unit: " << name << " does not react; killing it" << std::endl;
@@ -140,7 +142,7 @@ void Supervisor::ForgetChild(run_t& run) {
 bool Supervisor::WaitForEnd(run_t& run, std::chrono::milliseconds time) {
   const auto deadline = steady_clock::now() + time;
   while (!run.child->TryReap()) {
-    if (run.refusal->WasSeen() || steady_clock::now() >= deadline) break;
+    if (run.lines->HasTold(REFUSES_TO_STOP) || steady_clock::now() >= deadline) break;
     if (StopRequested(std::chrono::milliseconds(20))) break;
   }
   return run.child->TryReap().has_value();

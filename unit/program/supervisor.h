@@ -1,6 +1,7 @@
 // Keeps the child programs running: starts them, starts them again when they fail, and stops them in order.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -21,7 +22,7 @@ struct program_t {
   std::vector<std::string> arguments;  // the executable's path first
   int stopSignal;
   std::chrono::milliseconds stopTime;  // then SIGTERM follows, then SIGKILL
-  std::string refusal;           // part of the line with which it refuses to stop; empty: it never refuses
+  LineWatch::texts_t told;       // parts of the lines with which it tells these things
   bool endIsFailure;             // an end with status 0 counts as down
   std::function<void()> tidyUp;  // called after each of its ends; may be empty
 };
@@ -29,12 +30,11 @@ struct program_t {
 // All calls but Statuses come from the thread that made the object.
 class Supervisor {
  public:
-  // A program that dies is started again at once; after the third short run in a row there is a delay, which
-  // doubles. A run that Restart has ended does not count.
-  static constexpr unsigned AT_ONCE = 2;
+  // A program that dies is started again at once. From its third death within ten seconds of running there is a
+  // delay, which doubles as long as it goes on so. A run that Restart has ended does not count.
   static constexpr std::chrono::seconds FIRST_DELAY{1};
   static constexpr std::chrono::seconds LONGEST_DELAY{10};
-  static constexpr std::chrono::seconds STEADY_AFTER{10};  // a run of this length is not a short one
+  static constexpr std::chrono::seconds DEATHS_WITHIN{10};
   static constexpr std::chrono::seconds TERMINATE_TIME{2};
 
   // The children's lines go to `log` too, which must outlive this.
@@ -49,6 +49,8 @@ class Supervisor {
   void Restart(const std::string& name, const std::string& why);
   // Since when the program runs; empty while it does not, or has been terminated.
   std::optional<std::chrono::steady_clock::time_point> RunsSince(const std::string& name) const;
+  // The program has told this since its start.
+  bool HasTold(const std::string& name, told_t what) const;
   // The program has ended with status 0 and is not started again.
   bool HasEnded(const std::string& name) const;
   // Stops all programs. A further stop request during the wait sends the next, harsher signal at once.
@@ -61,9 +63,12 @@ class Supervisor {
   struct run_t {
     program_t program;
     std::unique_ptr<Child> child;  // null while it does not run
-    std::shared_ptr<LineWatch> refusal;
+    std::shared_ptr<LineWatch> lines;
     TimePoint started;
-    unsigned shortRuns = 0;  // in a row
+    std::chrono::steady_clock::duration ran{0};  // in all, up to its last end
+    // What it had run at its last two deaths.
+    std::array<std::chrono::steady_clock::duration, 2> deaths{-DEATHS_WITHIN, -DEATHS_WITHIN};
+    std::chrono::seconds delay{0};  // after the last death
     std::optional<TimePoint> startAgain;
     std::optional<TimePoint> killAt;  // Restart has terminated it
     bool asked = false;               // its end was asked for by Restart
@@ -72,7 +77,7 @@ class Supervisor {
     bool up = false;
   };
 
-  static std::chrono::seconds RestartDelay(unsigned shortRuns);
+  static std::chrono::seconds DelayAfterDeath(run_t& run);
   void Launch(run_t& run);
   void LaunchAgain(run_t& run, TimePoint now);
   void CheckChild(run_t& run);
