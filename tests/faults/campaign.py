@@ -108,6 +108,7 @@ class Campaign:
             self.rig.open()
         rig, chance, begin, before = self.rig, self.chance(index), time.monotonic(), self.rig.census()
         rig.watch.begin()
+        rig.held_back()
         rig.health.late.clear()
         rig.ended.clear()
         low, high, fault = KINDS[kind]
@@ -135,6 +136,7 @@ class Campaign:
         last, problem = 0.0, ""
         while True:
             now, slowness = time.monotonic(), self.slowness.since(end - 1)
+            limit += self.rig.held_back()
             begin = max(end, *(when for group, when in self.rig.started.items() if group != HOST))
             if found := self.rig.watch.problem(slowness):
                 last, problem = now, found

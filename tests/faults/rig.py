@@ -31,6 +31,7 @@ FAKETIME = next(pathlib.Path("/usr/lib").glob("*/faketime/libfaketimeMT.so.1"), 
 PATIENCE = desks.PATIENCE
 ALLOWED_AGE = 3.0   # of a number that stands as current, as in docs/truth.md
 HEALTH_LIMIT = 1.0
+HELD_BACK = re.compile(r"starting it again in (\d+) s")
 OWN_PAUSE = 0.5     # from a frame on the bus to its text at a reader of the stream, at most
 QUICK_END = 1.0     # a process that ended sooner after its start is started so long after it
 MORE_MEMORY = (0.01, 4096)  # than before: a share, and at least so many KiB
@@ -185,7 +186,7 @@ class Rig(LooseUnit):
         self.panel, self.bus = f"127.0.0.1:{free_port()}", f"127.0.0.1:{free_port()}"
         self.groups, self.environment, self.options, self.x_server = [*groups, HOST], {}, [], None
         self.processes, self.started, self.held, self.ended, self.resident = {}, {}, set(), [], {}
-        self.stopping, self.health, self.shared = threading.Event(), None, None
+        self.stopping, self.health, self.shared, self.heard = threading.Event(), None, None, {}
         if faked_clock:
             self.environment = {"LD_PRELOAD": str(FAKETIME), "FAKETIME_TIMESTAMP_FILE": str(self.clock),
                                 "FAKETIME_CACHE_DURATION": "1", "FAKETIME_DONT_FAKE_MONOTONIC": "1"}
@@ -293,6 +294,15 @@ class Rig(LooseUnit):
             limit += REQUEST_THREADS * ("panel" in name and "threads" in name) + (recording and "j1939" in name)
             if count > limit and not name.startswith("blackbox"):
                 yield f"{name}: {count}, before {limit}"
+
+    def held_back(self):
+        """Seconds for which a program that had died for the third time in ten seconds was held back since the last call."""
+        seconds = 0
+        for process in set(self.processes.values()):
+            lines = process.err[self.heard.get(process, 0):]
+            self.heard[process] = self.heard.get(process, 0) + len(lines)
+            seconds += sum(int(found[1]) for line in lines if (found := HELD_BACK.search(line)))
+        return seconds
 
     def last_lines(self):
         return [f"      {','.join(group)} (exit {self.processes[group[0]].child.poll()}) | {line}"
