@@ -8,6 +8,12 @@
 #include "base/json_text.h"
 
 namespace unit {
+namespace {
+
+constexpr std::chrono::milliseconds LOOK_PERIOD{200};
+constexpr unsigned LOOKS_PER_REPORT = 5;
+
+}  // namespace
 
 std::string FormatStatus(const status_t& status) {
   return base::DumpJson(
@@ -37,16 +43,23 @@ HealthPublisher::~HealthPublisher() {
   thread_.join();
 }
 
+void HealthPublisher::Publish(const status_t& status, bool isDue) {
+  const auto known = known_.find(status.name);
+  if (!isDue && known != known_.end() && known->second == status.up) return;
+  if (link_.Publish(HEALTH_CHANNEL_NAME, FormatStatus(status))) known_[status.name] = status.up;
+}
+
 void HealthPublisher::Run() {
   std::unique_lock lock(mutex_);
-  while (!stopping_) {
+  for (unsigned look = 0; !stopping_; ++look) {
     lock.unlock();
+    const bool isDue = look % LOOKS_PER_REPORT == 0;
     for (const status_t& status : collect_()) {
-      link_.Publish(HEALTH_CHANNEL_NAME, FormatStatus(status));
-      for (const status_t& worker : WorkersOf(status)) link_.Publish(HEALTH_CHANNEL_NAME, FormatStatus(worker));
+      Publish(status, isDue);
+      for (const status_t& worker : WorkersOf(status)) Publish(worker, isDue);
     }
     lock.lock();
-    wake_.wait_for(lock, std::chrono::seconds(1), [this] { return stopping_; });
+    wake_.wait_for(lock, LOOK_PERIOD, [this] { return stopping_; });
   }
 }
 

@@ -1,8 +1,10 @@
-// Publishes the state of this process's services once a second on HEALTH_CHANNEL_NAME.
+// Publishes the state of this process's services on HEALTH_CHANNEL_NAME: once a second, and that of a service
+// as soon as it came up or went down.
 #pragma once
 
 #include <condition_variable>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -32,10 +34,12 @@ class HealthPublisher {
 
  private:
   void Run();
+  void Publish(const status_t& status, bool isDue);
 
   std::function<std::vector<status_t>()> collect_;
   NotifyLink link_;
-  std::mutex mutex_;  // guards stopping_
+  std::map<std::string, bool> known_;  // which were up; of the publisher's thread
+  std::mutex mutex_;                   // guards stopping_
   bool stopping_ = false;
   std::condition_variable wake_;
   std::thread thread_;

@@ -8,14 +8,18 @@ namespace unit {
 
 using nlohmann::json;
 
-void HealthBook::Accept(const std::string& message, TimePoint now) {
+bool HealthBook::Accept(const std::string& message, TimePoint now) {
   const json parsed = json::parse(message, nullptr, false);
-  if (!parsed.is_object() || !parsed.contains("name") || !parsed["name"].is_string()) return;
-  if (!parsed.contains("up") || !parsed["up"].is_boolean()) return;
+  if (!parsed.is_object() || !parsed.contains("name") || !parsed["name"].is_string()) return false;
+  if (!parsed.contains("up") || !parsed["up"].is_boolean()) return false;
   const std::string name = parsed["name"];
   const std::lock_guard lock(mutex_);
-  if (!entries_.contains(name) && entries_.size() >= MAX_ENTRIES) return;
-  entries_[name] = {message, parsed["up"], now};
+  const auto before = entries_.find(name);
+  if (before == entries_.end() && entries_.size() >= MAX_ENTRIES) return false;
+  const bool up = parsed["up"];
+  const bool isNews = before == entries_.end() || before->second.up != up;
+  entries_[name] = {message, up, now};
+  return isNews;
 }
 
 HealthBook::report_t HealthBook::Report(const std::string& problem, TimePoint now) const {

@@ -22,8 +22,9 @@ class HealthBook {
     std::string json;
   };
 
-  // Takes a message of the health channel. Ignores one that is not an object with a name and a state.
-  void Accept(const std::string& message, TimePoint now);
+  // Takes a message of the health channel. Ignores one that is not an object with a name and a state. True when
+  // a service is new, came up or went down.
+  bool Accept(const std::string& message, TimePoint now);
   // A `problem` that is not empty makes the whole report not up. A service without a report for SILENT_AFTER is
   // "silent".
   report_t Report(const std::string& problem, TimePoint now) const;

@@ -93,11 +93,12 @@ void PanelState::AcceptDatabase(std::span<const std::uint8_t> message) {
 }
 
 void PanelState::Step(TimePoint now, bool connected) {
-  if (now >= nextSecond_) {
+  const bool isSecond = now >= nextSecond_;
+  if (isSecond) {
     nextSecond_ = now + SECOND;
     ReadParameters();
-    hub_.Broadcast("health", Health(connected, now).json);
   }
+  if (healthChanged_.exchange(false) || isSecond) hub_.Broadcast("health", Health(connected, now).json);
   if (now >= nextDatabase_) {
     nextDatabase_ = now + DATABASE_PERIOD;
     BroadcastParameters();

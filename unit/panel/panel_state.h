@@ -1,6 +1,7 @@
 // The state of the unit for the front panel, collected from the messages of the services.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <map>
@@ -26,15 +27,18 @@ class PanelState {
 
   void AcceptBoard(const std::string& message);
   void AcceptBus(const std::string& message);
-  void AcceptHealth(const std::string& message, TimePoint now) { health_.Accept(message, now); }
+  void AcceptHealth(const std::string& message, TimePoint now) {
+    if (health_.Accept(message, now)) healthChanged_ = true;
+  }
   void AcceptScreen(const std::string& change);
   void AcceptDatabase(std::span<const std::uint8_t> message);
   // The subscriptions were made again: messages may have been missed, so that the streams need the whole
   // screen.
   void AcceptReconnect();
 
-  // Sends changed parameters to the streams ten times a second. Once a second, sends the health and reads all
-  // parameters, since some parameters and most changes of validity are not published.
+  // Sends changed parameters to the streams ten times a second, and the health once a second and when a service
+  // came up or went down. Reads all parameters once a second, since some parameters and most changes of
+  // validity are not published.
   void Step(TimePoint now, bool connected);
 
   // The last messages, JSON; empty objects before the first one.
@@ -56,6 +60,7 @@ class PanelState {
   ScreenClient& screen_;
   const std::vector<parameter_t> parameters_;
   HealthBook health_;
+  std::atomic<bool> healthChanged_ = false;
   std::uint64_t screenRevision_ = 0;  // of the subscriber's thread
 
   mutable std::mutex mutex_;  // guards the three below

@@ -22,9 +22,9 @@ struct program_t {
   std::vector<std::string> arguments;  // the executable's path first
   int stopSignal;
   std::chrono::milliseconds stopTime;  // then SIGTERM follows, then SIGKILL
-  LineWatch::texts_t told;       // parts of the lines with which it tells these things
-  bool endIsFailure;             // an end with status 0 counts as down
-  std::function<void()> tidyUp;  // called after each of its ends; may be empty
+  LineWatch::texts_t told;             // parts of the lines with which it tells these things
+  bool endIsFailure;                   // an end with status 0 counts as down
+  std::function<void()> tidyUp;        // called after each of its ends; may be empty
 };
 
 // All calls but Statuses come from the thread that made the object.

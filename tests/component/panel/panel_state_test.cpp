@@ -50,6 +50,17 @@ TEST_F(PanelStateTest, PassesOverWhatIsNoObjectAndKeepsAnEventOnItsLine) {
   EXPECT_EQ(Events(), "event: bus\ndata: {\"a\":1,\"b\":2}\n\n");
 }
 
+TEST_F(PanelStateTest, TellsAtOnceThatAServiceWentDownOrCameUp) {
+  const PanelState::TimePoint start{100s};
+  state_.Step(start, true);
+  Events();
+  for (const auto& [up, isTold] : {std::pair("true", true), {"true", false}, {"false", true}, {"true", true}}) {
+    state_.AcceptHealth(R"({"name":"a","up":)" + std::string(up) + "}", start);
+    state_.Step(start + 20ms, true);
+    EXPECT_EQ(Events().find("event: health") != std::string::npos, isTold) << up;
+  }
+}
+
 TEST_F(PanelStateTest, HandsOnChangesThatFollowEachOtherOnly) {
   state_.AcceptScreen(R"({"revision":5,"previous":4,"page":false})");
   EXPECT_THAT(Events(), Not(HasSubstr("event: change"))) << "the change before this one is not known";
