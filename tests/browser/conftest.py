@@ -19,10 +19,10 @@ FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-
 
 
 @contextlib.contextmanager
-def browser():
+def browser(*flags):
     with tempfile.TemporaryDirectory(prefix="orvik-browser-", ignore_cleanup_errors=True) as profile:
         options = webdriver.ChromeOptions()
-        for flag in [*FLAGS, f"--user-data-dir={profile}"]:
+        for flag in [*FLAGS, *flags, f"--user-data-dir={profile}"]:
             options.add_argument(flag)
         options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
         started = webdriver.Chrome(options=options, service=Service("/usr/bin/chromedriver"))

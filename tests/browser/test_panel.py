@@ -66,7 +66,9 @@ def test_browser_window_and_png_show_the_same(open_panel, screen):
 
     def is_alike(state, banner, speak):
         speak()
-        png, svg = desk.request("GET", "/screen.png")[1], desk.request("GET", "/screen.svg")[1]
+        (drawn, png), (described, svg) = desk.request("GET", "/screen.png"), desk.request("GET", "/screen.svg")
+        if (drawn, described) != (200, 200):  # the screen did not answer in time
+            return False
         browser = png_of(Image.open(io.BytesIO(panel.find("#screen").screenshot_as_png)))
         mean, tile, _ = compare(png, browser)
         texts = driver.execute_script(SHOWN_TEXTS)

@@ -19,15 +19,20 @@ followWords(() => {
   nameScreen();
 });
 
+// A document is laid out again after each change of a text, even to the same one.
+function setText(element, text) {
+  if (element.textContent !== text) element.textContent = text;
+}
+
 function sayChip(chip) {
-  chip.lastElementChild.textContent = word(chip.dataset.key, chip.dataset.text) + chip.dataset.more;
+  setText(chip.lastElementChild, word(chip.dataset.key, chip.dataset.text) + chip.dataset.more);
 }
 
 // `more` is what no catalogue has: names of services and the like.
 function setChip(id, state, key, text, more = '') {
   const chip = byId(id);
-  chip.dataset.state = state;
-  Object.assign(chip.dataset, { key, text, more });
+  if (chip.dataset.state === state && chip.dataset.key === key && chip.dataset.more === more) return;
+  Object.assign(chip.dataset, { state, key, text, more });
   sayChip(chip);
 }
 
@@ -50,6 +55,9 @@ const FLASH_STYLE = `
   @media (prefers-reduced-motion: reduce) { [data-flashing] { animation: none; } }`;
 
 const shadow = byId('screen').attachShadow({ mode: 'open' });
+// Elements whose text names a key or the unit of length, and those within them.
+const NAMING = '[data-key], [data-key] *, [data-widget$="UnitsDistance"], [id$="UnitsDistance"]';
+let namesSomething = new Set();
 const screenState = { revision: -1, title: '--', variables: {} };
 
 function parseSvg(text) {
@@ -62,6 +70,8 @@ function showScreen(state) {
   const style = document.createElement('style');
   style.textContent = FLASH_STYLE;
   shadow.replaceChildren(style, parseSvg(state.svg));
+  forgetChanges();
+  namesSomething = new Set([...shadow.querySelectorAll(NAMING)].map((element) => element.id));
   screenState.revision = state.revision;
   screenState.variables = state.variables;
   byId('page').textContent = state.page;
@@ -86,6 +96,7 @@ function changeElement(change) {
     else element.setAttribute(name, value);
   }
   if (change.content === undefined) return;
+  if (!/[<&]/.test(change.content)) return setText(element, change.content);
   element.replaceChildren(...parseSvg(`<svg xmlns="${SVG}">${change.content}</svg>`).childNodes);
 }
 
@@ -94,11 +105,38 @@ function changeScreen(change) {
   if (change.revision <= screenState.revision) return;
   if (change.previous !== screenState.revision) return reconnect();
   screenState.revision = change.revision;
-  change.elements.forEach(changeElement);
+  change.elements.forEach(noteElement);
   Object.assign(screenState.variables, change.variables);
-  nameKeys();
+  changesTimer ||= setTimeout(applyChanges, lastApplied + APPLY_MS - performance.now());
+}
+
+// The service says what has changed up to a hundred times a second. The document takes it thirty times a second: each time
+// costs a layout and a painting, however little has changed.
+const APPLY_MS = 33;
+const changes = new Map(); // what an element has still to become, by its id
+let changesTimer = 0;
+let lastApplied = 0;
+
+function noteElement(change) {
+  const before = changes.get(change.id);
+  changes.set(change.id, { ...before, ...change, attributes: { ...before?.attributes, ...change.attributes } });
+}
+
+function forgetChanges() {
+  clearTimeout(changesTimer);
+  changesTimer = 0;
+  changes.clear();
+}
+
+function applyChanges() {
+  lastApplied = performance.now();
+  changes.forEach(changeElement);
+  const names = [...changes.keys()].some((id) => namesSomething.has(id));
+  forgetChanges();
   showLink();
   followLanguage();
+  if (!names) return;
+  nameKeys();
   followUnits();
 }
 
@@ -313,18 +351,33 @@ function countsOf(bus) {
   return `${bus.bus} ${stateWord(bus.state)}, ${counts.map((count) => count.join(' ')).join(', ')}`;
 }
 
-function showBus(bus) {
-  if (!bus.frames) return;
+function textsOf(frame) {
+  return [timeOf(frame.time), frame.direction === 'rx' ? '→' : '←', frame.id, frame.data.replace(/..(?=.)/g, '$& ')];
+}
+
+const BUS_MS = 250; // a report comes ten times a second; nobody reads so fast
+let bus = {};
+let busTimer = 0;
+
+function noteBus(report) {
+  bus = report;
+  busTimer ||= setTimeout(showBus, BUS_MS);
+}
+
+// The rows stay and change their texts: new ones would take most of the page's time.
+function showBus() {
+  clearTimeout(busTimer);
+  busTimer = 0;
+  if (!bus.frames || byId('bus').hidden) return;
   delete byId('bus-counts').dataset.word;
-  byId('bus-counts').textContent = countsOf(bus);
+  setText(byId('bus-counts'), countsOf(bus));
   if (byId('bus-hold').getAttribute('aria-pressed') === 'true') return;
-  const rows = [...bus.frames].reverse().map((frame) => rowOf([
-    [timeOf(frame.time)],
-    [frame.direction === 'rx' ? '→' : '←'],
-    [frame.id],
-    [frame.data.replace(/..(?=.)/g, '$& ')],
-  ]));
-  byId('bus-rows').replaceChildren(...rows);
+  const { rows } = byId('bus-rows');
+  while (rows.length > bus.frames.length) rows[rows.length - 1].remove();
+  while (rows.length < bus.frames.length) byId('bus-rows').append(rowOf([[''], [''], [''], ['']]));
+  [...bus.frames].reverse().forEach((frame, i) => {
+    textsOf(frame).forEach((text, cell) => setText(rows[i].cells[cell], text));
+  });
 }
 
 byId('bus-hold').addEventListener('click', ({ target }) => {
@@ -341,6 +394,7 @@ function formatValue(value) {
 
 function showParameters(list) {
   parameters.clear();
+  waitingValues = {};
   const rows = list.map(({ name, handle, value, valid }) => {
     const row = rowOf([[name], [handle, 'number'], [formatValue(value), valid ? 'number' : 'number invalid']]);
     row.dataset.name = name.toLowerCase();
@@ -351,7 +405,11 @@ function showParameters(list) {
   filterParameters();
 }
 
+// A hidden table is not kept up: its values wait until it is shown.
+let waitingValues = {};
+
 function changeParameters(values) {
+  if (byId('database').hidden) return Object.assign(waitingValues, values);
   for (const [handle, value] of Object.entries(values)) {
     const cell = parameters.get(handle)?.lastElementChild;
     if (!cell) continue;
@@ -403,6 +461,10 @@ function selectTab(chosen) {
     tab.tabIndex = selected ? 0 : -1;
     byId(tab.getAttribute('aria-controls')).hidden = !selected;
   }
+  showBus();
+  if (byId('database').hidden) return;
+  changeParameters(waitingValues);
+  waitingValues = {};
 }
 tabs.forEach((tab, i) => {
   tab.addEventListener('click', () => selectTab(tab));
@@ -445,7 +507,7 @@ const handlers = {
   screen: showScreen,
   change: changeScreen,
   board: showBoard,
-  bus: showBus,
+  bus: noteBus,
   parameters: (data) => showParameters(data.parameters),
   database: changeParameters,
   health: showHealth,
