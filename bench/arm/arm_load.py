@@ -64,24 +64,30 @@ def load(instructions):
     return 100 * instructions * CYCLES_PER_INSTRUCTION / CLOCK
 
 
-def show(idle, busy):
+def total(figures):
+    return sum(instructions for instructions, _ in figures.values()), sum(sleeps for _, sleeps in figures.values())
+
+
+def reckon(idle, busy):
+    frame = sum(busy[name][0] - idle.get(name, (0, 0))[0] for name in WAY_OF_A_FRAME) / FRAMES_PER_SECOND
+    return {"idle": load(total(idle)[0]), "busy": load(total(busy)[0]), "frame": frame}
+
+
+def show(idle, busy, figures):
     print(f"{'thread':18}{'idle: instr./s':>15}{'sleeps/s':>10}{'load':>8}"
           f"{f'{FRAMES_PER_SECOND} frames/s':>18}{'load':>8}")
     order = sorted(busy, key=lambda name: -busy[name][0])
     rows = [(name, idle.get(name, (0, 0)), busy[name]) for name in order]
-    rows.append(("all", tuple(map(sum, zip(*idle.values()))), tuple(map(sum, zip(*busy.values())))))
+    rows.append(("all", total(idle), total(busy)))
     for name, (quiet, sleeps), (loaded, _) in rows:
         print(f"{name:18}{quiet:15,.0f}{sleeps:10,.0f}{load(quiet):7.2f}%{loaded:18,.0f}{load(loaded):7.2f}%")
-    frame = sum(busy[name][0] - idle.get(name, (0, 0))[0] for name in WAY_OF_A_FRAME) / FRAMES_PER_SECOND
-    print(f"a frame's way through {', '.join(WAY_OF_A_FRAME)}: {frame:,.0f} instructions")
-    return {"idle": load(rows[-1][1][0]), "busy": load(rows[-1][2][0]), "frame": frame,
-            "threads": {name: {"idle": quiet, "sleeps": sleeps, "busy": loaded}
-                        for name, (quiet, sleeps), (loaded, _) in rows}}
+    print(f"a frame's way through {', '.join(WAY_OF_A_FRAME)}: {figures['frame']:,.0f} instructions")
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--seconds", type=float, default=20, help="of each of the two measurements (20)")
+    parser.add_argument("--quiet", action="store_true", help="print no table")
     parser.add_argument("--json", type=pathlib.Path, help="write the figures to this file too")
     options = parser.parse_args()
     for file, make in ((ARM_ORVIK, "cmake --build --preset arm --target orvik"),
@@ -99,7 +105,9 @@ def main():
         measure(table, process, 3, lambda until: send_at(bus, FRAMES_PER_SECOND, until))  # all code is translated now
         idle = measure(table, process, options.seconds, lambda until: time.sleep(until - time.perf_counter()))
         busy = measure(table, process, options.seconds, lambda until: send_at(bus, FRAMES_PER_SECOND, until))
-        figures = show(idle, busy)
+        figures = reckon(idle, busy)
+        if not options.quiet:
+            show(idle, busy, figures)
         if options.json:
             options.json.write_text(json.dumps(figures, indent=1) + "\n")
     finally:

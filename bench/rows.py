@@ -1,0 +1,56 @@
+"""What bench/run measures: one row for each figure, with its peer in the same run and the value to reach."""
+
+import dataclasses
+
+UNITS = {"ns": 1.0, "µs": 1e3, "ms": 1e6}  # of a time, in nanoseconds
+
+
+@dataclasses.dataclass(frozen=True)
+class Row:
+    what: str
+    source: str           # a benchmark program, or a script
+    name: str             # of the benchmark, or the key in the script's figures
+    unit: str             # a time, "M/s" (items or bytes), or what the script says
+    reach: float          # at most so much of a time or share, at least so much of a rate
+    peer: str = ""        # a benchmark of the same program; `reach` is then a multiple of it
+    peer_is: str = ""     # what the peer is called
+
+    @property
+    def is_rate(self):
+        return self.unit.endswith("/s")
+
+    @property
+    def key(self):
+        return f"{self.source} {self.name} {self.unit}"
+
+
+def value_of(found, unit):
+    """A benchmark's figure in this unit; `found` is its entry in the program's JSON."""
+    if unit in ("M/s", "MB/s"):
+        return found["items_per_second" if unit == "M/s" else "bytes_per_second"] / 1e6
+    kind = "real_time" if found["name"].endswith("/real_time") else "cpu_time"
+    return found[kind] * UNITS[found["time_unit"].replace("us", "µs")] / UNITS[unit]
+
+
+def messages(size):
+    return Row(f"message and reply, {size:,} bytes, one core", "bench_messages", f"BmMessage/pinned/bytes:{size}/1/real_time",
+               "µs", 1.15, f"BmBareSocket/pinned/bytes:{size}/1/real_time", "bare socket")
+
+
+ROWS = (
+    Row("CMD2: a frame through decapsulation, parser, setters", "bench_hostlink", "BmOperatingValueFrames", "M/s", 20),
+    Row("CMD5 with its texts: a frame", "bench_hostlink", "BmTextFrames", "M/s", 10),
+    Row("UTF-8 repair, valid text", "bench_hostlink", "BmFixUtf8StringValid", "MB/s", 4, "BmLibraryRepairValid", "utfcpp"),
+    Row("UTF-8 repair, broken text", "bench_hostlink", "BmFixUtf8StringBroken", "MB/s", 1.5, "BmLibraryRepairBroken", "utfcpp"),
+    # 14, 20 and 12.5 ns where the lock takes 11.2
+    Row("`DBSHM::Write`", "bench_dbshm", "BmWrite/changing:1", "ns", 1.25, "BmBareLock", "bare lock and store"),
+    Row("`DBSHM::Write`, timed", "bench_dbshm", "BmWriteTimed", "ns", 1.79, "BmBareLock", "bare lock and store"),
+    Row("`DBSHM::Read`", "bench_dbshm", "BmRead", "ns", 1.12, "BmBareLock", "bare lock and store"),
+    Row("lock, compare, store, unlock", "bench_dbshm", "BmBareLock", "ns", 1.0, "BmRobustMutex", "robust mutex"),
+    Row("generic configuration", "bench_preference", "BmPreferenceReader", "µs", 1.0, "BmPugixml", "pugixml"),
+    *map(messages, (8, 20, 1824, 10240)),
+    Row("bus to the browser's document, 100 changes a second", "browser_load.py", "median", "ms", 50),
+    Row("the same, the browser's main thread", "browser_load.py", "main thread", "% of a core", 10),
+    Row("`orvik` on a core of 400 MHz without the kernel, idle", "arm/arm_load.py", "idle", "% of a core", 25),
+    Row("the same at 200 frames a second", "arm/arm_load.py", "busy", "% of a core", 25),
+)
