@@ -5,6 +5,7 @@ import contextlib
 import hashlib
 import http.client
 import json
+import os
 import pathlib
 import random
 import re
@@ -35,8 +36,17 @@ HELD_BACK = re.compile(r"starting it again in (\d+) s")
 OWN_PAUSE = 0.5     # from a frame on the bus to its text at a reader of the stream, at most
 QUICK_END = 1.0     # a process that ended sooner after its start is started so long after it
 MORE_MEMORY = (0.01, 4096)  # than before: a share, and at least so many KiB
+NOTICED_WITHIN = 0.3        # of its start, an application that began anew
 ORDER, REJOINED = 5, 2      # descriptors: the order of start decides who connects to whom
 REQUEST_THREADS = 8         # those that serve a burst of requests stay for ten seconds
+
+
+def age(process):
+    """Seconds since its start."""
+    with contextlib.suppress(OSError):
+        start = pathlib.Path(f"/proc/{process}/stat").read_text().rsplit(")", 1)[1].split()[19]
+        return time.clock_gettime(time.CLOCK_BOOTTIME) - int(start) / os.sysconf("SC_CLK_TCK")
+    return 0.0
 
 
 class Slowness(threading.Thread):
@@ -247,7 +257,8 @@ class Rig(LooseUnit):
             application = self.application()
             if application not in (known, None):
                 known = application
-                self.watch.forget()
+                if age(application) < NOTICED_WITHIN:  # later, the host may have spoken to it already
+                    self.watch.forget()
             for group in self.groups:
                 process = self.processes[group[0]]
                 if process.child.poll() is None or self.held.intersection(group):

@@ -71,7 +71,7 @@ Child::Child(const std::string& name, const std::vector<std::string>& arguments,
   process_ = fork();
   if (process_ == 0) BecomeProgram(raw, parent, out.writing.Get(), err.writing.Get());
   if (process_ < 0) throw std::runtime_error("cannot start " + name + ": " + std::strerror(errno));
-  pump.Add(std::move(out.reading), name, stdout);
+  pump.Add(std::move(out.reading), name, stdout, watch);
   pump.Add(std::move(err.reading), name, stderr, std::move(watch));
 }
 

@@ -24,7 +24,7 @@ struct ending_t {
 class Child {
  public:
   // Starts `arguments[0]` in a process group of its own, so that Ctrl-C in the terminal reaches this program
-  // alone. The child's lines go to `pump`, those of its standard error also to `watch`. Throws
+  // alone. The child's lines go to `pump` and to `watch`. Throws
   // std::runtime_error.
   Child(const std::string& name, const std::vector<std::string>& arguments, LinePump& pump,
         std::shared_ptr<LineWatch> watch);

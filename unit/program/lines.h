@@ -18,7 +18,7 @@
 
 namespace unit {
 
-// What a program tells of itself on its standard error.
+// What a program tells of itself in its lines.
 enum told_t { REFUSES_TO_STOP, IS_CUT_OFF, TOLD_COUNT };
 
 // Remembers which of these a program has told. Any thread.
@@ -50,9 +50,8 @@ class LinePump {
   LinePump(const LinePump&) = delete;
   LinePump& operator=(const LinePump&) = delete;
 
-  // Takes over the reading end of a pipe. Passes each line to `watch` too, which may be null. Any thread.
-  void Add(base::Descriptor pipe, const std::string& name, std::FILE* to,
-           std::shared_ptr<LineWatch> watch = {});
+  // Takes over the reading end of a pipe. Passes each line to `watch` too. Any thread.
+  void Add(base::Descriptor pipe, const std::string& name, std::FILE* to, std::shared_ptr<LineWatch> watch);
 
  private:
   struct line_source_t {

@@ -24,7 +24,8 @@ using namespace std::chrono_literals;
 constexpr auto ORVIK_STOP_TIME = 6s;
 // The application prints this where it will not stop: it stops only on its main page and its slate page.
 constexpr const char* ORVIK_REFUSAL = "NOT on terminatable page";
-constexpr const char* ORVIK_CUT_OFF = "NM-Client: Error: Cannot attach to server name=";
+// The application found no manager, or was refused by it.
+constexpr const char* ORVIK_CUT_OFF = "orvikData.eventChannel: -1";
 constexpr auto HOST_STOP_TIME = 2s;
 
 std::unique_ptr<Service> MakeWindow(const options_t& options) {
