@@ -13,7 +13,9 @@ using fuzz::Require;
 
 class Pulses : public unit::PulsePort {
  public:
-  bool Open(int /*client*/, int process, int chid) override { return (process + chid) % 4 != 3; }
+  bool Open(int /*client*/, int process, int chid) override {
+    return (static_cast<unsigned>(process) + static_cast<unsigned>(chid)) % 4 != 3;
+  }
   delivery_t Send(int client) override {
     return static_cast<delivery_t>(client % 5 == 4 ? 2 : ++sent_ % 7 == 0);
   }
