@@ -1,89 +1,14 @@
 #include "unit/screen/render/renderer.h"
 
-#include <memory>
-#include <stdexcept>
-
-#include <cairo.h>
-#include <librsvg/rsvg.h>
-
 #include "unit/screen/design/design.h"
-
-#ifndef __has_feature
-#define __has_feature(feature) 0
-#endif
-#if defined(__SANITIZE_THREAD__) || __has_feature(thread_sanitizer)
-extern "C" {
-void AnnotateIgnoreReadsBegin(const char* file, int line);
-void AnnotateIgnoreReadsEnd(const char* file, int line);
-void AnnotateIgnoreWritesBegin(const char* file, int line);
-void AnnotateIgnoreWritesEnd(const char* file, int line);
-}
-#endif
-
-#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
-// Fontconfig keeps its list of fonts until the process ends. That is no leak: it does not grow with each
-// picture.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() {
-  return "leak:libfontconfig";
-}
-#endif
+#include "unit/screen/render/drawing_library.h"
 
 namespace unit {
 namespace {
 
-// Hides the libraries' accesses from ThreadSanitizer. Pango passes font lists between its threads under GLib's
-// locks; the distribution's libraries are not instrumented, so that the sanitizer sees the accesses but not the
-// locks.
-class LibraryScope {
- public:
-#if defined(__SANITIZE_THREAD__) || __has_feature(thread_sanitizer)
-  LibraryScope() {
-    AnnotateIgnoreReadsBegin(__FILE__, __LINE__);
-    AnnotateIgnoreWritesBegin(__FILE__, __LINE__);
-  }
-  ~LibraryScope() {
-    AnnotateIgnoreWritesEnd(__FILE__, __LINE__);
-    AnnotateIgnoreReadsEnd(__FILE__, __LINE__);
-  }
-#else
-  LibraryScope() = default;
-  ~LibraryScope() = default;
-#endif
-  LibraryScope(const LibraryScope&) = delete;
-  LibraryScope& operator=(const LibraryScope&) = delete;
-};
-
-template <auto Release>
-struct releaser_t {
-  template <typename T>
-  void operator()(T* object) const {
-    Release(object);
-  }
-};
-
-using surface_t = std::unique_ptr<cairo_surface_t, releaser_t<cairo_surface_destroy>>;
-using context_t = std::unique_ptr<cairo_t, releaser_t<cairo_destroy>>;
-using svg_handle_t = std::unique_ptr<RsvgHandle, releaser_t<g_object_unref>>;
-using error_t = std::unique_ptr<GError, releaser_t<g_error_free>>;
-
-[[noreturn]] void ThrowDrawError(GError* error) {
-  const error_t owned(error);
-  throw std::runtime_error(std::string("cannot draw the picture: ") +
-                           (owned ? owned->message : "no reason given"));
-}
-
 cairo_status_t AppendPng(void* closure, const unsigned char* data, unsigned length) {
   static_cast<std::string*>(closure)->append(data, data + length);
   return CAIRO_STATUS_SUCCESS;
-}
-
-svg_handle_t ReadSvg(const std::string& svg) {
-  GError* error = nullptr;
-  const std::basic_string<guint8> bytes(svg.begin(), svg.end());
-  svg_handle_t handle(rsvg_handle_new_from_data(bytes.data(), bytes.size(), &error));
-  if (!handle) ThrowDrawError(error);
-  return handle;
 }
 
 // Draws the document over the whole surface.
@@ -92,7 +17,7 @@ void Draw(const std::string& svg, const std::string& style, cairo_surface_t& sur
   const svg_handle_t handle = ReadSvg(svg);
   const std::basic_string<guint8> css(style.begin(), style.end());
   if (rsvg_handle_set_stylesheet(handle.get(), css.data(), css.size(), &error) == FALSE) ThrowDrawError(error);
-  const context_t context(cairo_create(&surface));
+  const context_handle_t context(cairo_create(&surface));
   const RsvgRectangle viewport{0, 0, static_cast<double>(cairo_image_surface_get_width(&surface)),
                                static_cast<double>(cairo_image_surface_get_height(&surface))};
   if (rsvg_handle_render_document(handle.get(), context.get(), &viewport, &error) == FALSE)
@@ -104,7 +29,7 @@ void Draw(const std::string& svg, const std::string& style, cairo_surface_t& sur
 
 std::string RenderPng(const std::string& svg, double scale) {
   [[maybe_unused]] const LibraryScope scope;
-  const surface_t surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(SCREEN_WIDTH * scale),
+  const surface_handle_t surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(SCREEN_WIDTH * scale),
                                                      static_cast<int>(SCREEN_HEIGHT * scale)));
   Draw(svg, {}, *surface);
   std::string png;
@@ -118,7 +43,7 @@ pixels_t RenderPixels(const std::string& svg, int width, int height, const std::
   pixels_t pixels{width, height, {}};
   pixels.values.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
   // pixels_t has cairo's format: 32 bits a pixel in the machine's byte order, rows without a gap.
-  const surface_t surface(cairo_image_surface_create_for_data(
+  const surface_handle_t surface(cairo_image_surface_create_for_data(
       reinterpret_cast<unsigned char*>(pixels.values.data()), CAIRO_FORMAT_RGB24, width, height, width * 4));
   Draw(svg, style, *surface);
   return pixels;
@@ -126,7 +51,7 @@ pixels_t RenderPixels(const std::string& svg, int width, int height, const std::
 
 std::string WritePng(const pixels_t& pixels) {
   std::vector<std::uint32_t> copy = pixels.values;  // cairo wants to be able to write
-  const surface_t surface(cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(copy.data()),
+  const surface_handle_t surface(cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(copy.data()),
                                                               CAIRO_FORMAT_RGB24, pixels.width, pixels.height,
                                                               pixels.width * 4));
   std::string png;
