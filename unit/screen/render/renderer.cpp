@@ -1,15 +1,14 @@
 #include "unit/screen/render/renderer.h"
 
+#include <stdexcept>
+
+#include <png.h>
+
 #include "unit/screen/design/design.h"
 #include "unit/screen/render/drawing_library.h"
 
 namespace unit {
 namespace {
-
-cairo_status_t AppendPng(void* closure, const unsigned char* data, unsigned length) {
-  static_cast<std::string*>(closure)->append(data, data + length);
-  return CAIRO_STATUS_SUCCESS;
-}
 
 // Draws the document over the whole surface.
 void Draw(const std::string& svg, const std::string& style, cairo_surface_t& surface) {
@@ -28,14 +27,8 @@ void Draw(const std::string& svg, const std::string& style, cairo_surface_t& sur
 }  // namespace
 
 std::string RenderPng(const std::string& svg, double scale) {
-  [[maybe_unused]] const LibraryScope scope;
-  const surface_handle_t surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(SCREEN_WIDTH * scale),
-                                                     static_cast<int>(SCREEN_HEIGHT * scale)));
-  Draw(svg, {}, *surface);
-  std::string png;
-  if (cairo_surface_write_to_png_stream(surface.get(), AppendPng, &png) != CAIRO_STATUS_SUCCESS)
-    ThrowDrawError(nullptr);
-  return png;
+  return WritePng(
+      RenderPixels(svg, static_cast<int>(SCREEN_WIDTH * scale), static_cast<int>(SCREEN_HEIGHT * scale)));
 }
 
 pixels_t RenderPixels(const std::string& svg, int width, int height, const std::string& style) {
@@ -50,13 +43,23 @@ pixels_t RenderPixels(const std::string& svg, int width, int height, const std::
 }
 
 std::string WritePng(const pixels_t& pixels) {
-  std::vector<std::uint32_t> copy = pixels.values;  // cairo wants to be able to write
-  const surface_handle_t surface(cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(copy.data()),
-                                                              CAIRO_FORMAT_RGB24, pixels.width, pixels.height,
-                                                              pixels.width * 4));
-  std::string png;
-  if (cairo_surface_write_to_png_stream(surface.get(), AppendPng, &png) != CAIRO_STATUS_SUCCESS)
-    ThrowDrawError(nullptr);
+  std::vector<std::uint8_t> colors(pixels.values.size() * 3);
+  for (std::size_t i = 0; i < pixels.values.size(); ++i) {
+    colors[3 * i] = static_cast<std::uint8_t>(pixels.values[i] >> 16U);
+    colors[3 * i + 1] = static_cast<std::uint8_t>(pixels.values[i] >> 8U);
+    colors[3 * i + 2] = static_cast<std::uint8_t>(pixels.values[i]);
+  }
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  image.width = static_cast<png_uint_32>(pixels.width);
+  image.height = static_cast<png_uint_32>(pixels.height);
+  image.format = PNG_FORMAT_RGB;
+  image.flags = PNG_IMAGE_FLAG_FAST;
+  png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+  std::string png(size, '\0');
+  if (png_image_write_to_memory(&image, png.data(), &size, 0, colors.data(), 0, nullptr) == 0)
+    throw std::runtime_error(std::string("cannot write the picture: ") + image.message);
+  png.resize(size);
   return png;
 }
 
