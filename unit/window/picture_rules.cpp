@@ -30,12 +30,8 @@ bool HasFlash(const std::string& svg) {
   return svg.find("data-flashing=") != std::string::npos;
 }
 
-std::string FlashStyle(const std::string& svg, std::chrono::milliseconds time) {
-  if (!HasFlash(svg)) return {};
-  std::string style;
-  if (IsDim(time, 4 * FLASH_STEP)) style += R"([data-flashing="1"]{opacity:0.25!important})";
-  if (IsDim(time, 2 * FLASH_STEP)) style += R"([data-flashing="2"]{opacity:0.25!important})";
-  return style;
+dim_rates_t DimAt(std::chrono::milliseconds time) {
+  return {.once = IsDim(time, 4 * FLASH_STEP), .twice = IsDim(time, 2 * FLASH_STEP)};
 }
 
 }  // namespace unit

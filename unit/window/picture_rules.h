@@ -9,6 +9,7 @@
 
 #include "unit/board/board_view.h"
 #include "unit/screen/design/design.h"
+#include "unit/screen/render/document_items.h"
 
 namespace unit {
 
@@ -32,9 +33,8 @@ double PictureBrightness(const board_view_t& board);
 // The time between two states of a flashing picture: a quarter of a second, which is enough for 2 Hz.
 constexpr std::chrono::milliseconds FLASH_STEP{250};
 
-// The style sheet (CSS) that dims the flashing elements at `time`, counted from any moment. Empty when no
-// element is dim.
-std::string FlashStyle(const std::string& svg, std::chrono::milliseconds time);
+// Which elements are dim at `time`, counted from any moment.
+dim_rates_t DimAt(std::chrono::milliseconds time);
 // Whether an element of the document flashes: it has the attribute data-flashing with the rate, 1 or 2 times a
 // second.
 bool HasFlash(const std::string& svg);

@@ -115,7 +115,7 @@ void ScreenPainter::Step(int width, int height) {
   picture_input_t source;
   if (!screen_.Ask(SCREEN_REQUEST_SVG, source.svg)) return Lose(source.svg);
   FollowLanguage(source.svg);
-  source.style = FlashStyle(source.svg, Milliseconds(look_));
+  if (HasFlash(source.svg)) source.dim = DimAt(Milliseconds(look_));
   source.width = width;
   source.height = height;
   Draw(std::move(source));
@@ -134,12 +134,13 @@ void ScreenPainter::Draw(picture_input_t source) {
   shared_pixels_t picture;
   if (source != drawn_) {
     try {
-      picture = std::make_shared<pixels_t>(RenderPixels(source.svg, source.width, source.height, source.style));
+      if (retained_.Update(source.svg, source.width, source.height, source.dim) || drawn_.svg.empty())
+        picture = std::make_shared<pixels_t>(retained_.Pixels());
     } catch (const std::runtime_error& error) {
       return Lose(error.what());
     }
     drawn_ = std::move(source);
-    ++pictures_;
+    if (picture) ++pictures_;
   }
   const std::lock_guard lock(mutex_);
   if (picture) picture_ = std::move(picture);

@@ -1,8 +1,9 @@
 // Draws the unit's screen as pixels in the size of the window, so that it is sharp in every size.
 //
-// Requests the document from the screen service when it has changed, and once a second. Draws it on a thread of
-// its own, because keys and beeper must not wait for a picture (some 20 ms at 640 by 480). Draws at most 25
-// pictures a second, and none while neither the document nor the size changes and no element flashes.
+// Requests the document from the screen service when it has changed, and once a second. Draws what changed of
+// it on a thread of its own, because keys and beeper must not wait for a picture: a page that is shown for the
+// first time takes some 20 ms at 640 by 480. Draws at most 25 pictures a second, and none while neither the
+// document nor the size changes and no element flashes.
 #pragma once
 
 #include <atomic>
@@ -17,7 +18,7 @@
 #include "unit/health/subscriber.h"
 #include "unit/screen/client/screen_client.h"
 #include "unit/screen/design/word_catalogue.h"
-#include "unit/screen/render/renderer.h"
+#include "unit/screen/render/retained_picture.h"
 
 namespace unit {
 
@@ -52,8 +53,9 @@ class ScreenPainter {
  private:
   // All that a picture depends on.
   struct picture_input_t {
-    std::string svg, style;
+    std::string svg;
     int width = 0, height = 0;
+    dim_rates_t dim;
 
     bool operator==(const picture_input_t&) const = default;
   };
@@ -68,9 +70,10 @@ class ScreenPainter {
 
   const word_catalogue_t words_;
   ScreenClient screen_{SILENCE};
-  double language_ = 0;     // of the thread: of the last document
-  picture_input_t drawn_;   // of the thread
-  Clock::time_point look_;  // of the thread: time of the last request
+  double language_ = 0;       // of the thread: of the last document
+  picture_input_t drawn_;     // of the thread
+  RetainedPicture retained_;  // of the thread
+  Clock::time_point look_;    // of the thread: time of the last request
 
   mutable std::mutex mutex_;  // guards all down to stopping_
   shared_pixels_t picture_;   // null: there is no picture

@@ -26,11 +26,6 @@ void Draw(const std::string& svg, const std::string& style, cairo_surface_t& sur
 
 }  // namespace
 
-std::string RenderPng(const std::string& svg, double scale) {
-  return WritePng(
-      RenderPixels(svg, static_cast<int>(SCREEN_WIDTH * scale), static_cast<int>(SCREEN_HEIGHT * scale)));
-}
-
 pixels_t RenderPixels(const std::string& svg, int width, int height, const std::string& style) {
   [[maybe_unused]] const LibraryScope scope;
   pixels_t pixels{width, height, {}};

@@ -15,12 +15,9 @@ struct pixels_t {
   std::vector<std::uint32_t> values;  // width times height
 };
 
-// Draws the document as PNG, 640 by 480 pixels times `scale`. Throws std::runtime_error when the document
-// cannot be drawn. A picture takes some 20 ms, nearly all of it for text. Any thread.
-std::string RenderPng(const std::string& svg, double scale = 1);
-
 // Draws the document in any size; `style` is a style sheet (CSS) that is added to the document's own. Throws
-// and takes as much time as RenderPng.
+// std::runtime_error when the document cannot be drawn. A page takes some 10 to 20 ms, nearly all of it for
+// text; RetainedPicture draws only what changed. Any thread.
 pixels_t RenderPixels(const std::string& svg, int width, int height, const std::string& style = {});
 
 // The picture as PNG (ISO/IEC 15948). Compresses fast and without filters: the flat areas of a page become

@@ -10,11 +10,19 @@
 #include "platform/console_writer.h"
 
 #include "base/line_limiter.h"
-#include "unit/screen/render/renderer.h"
+#include "unit/screen/design/design.h"
+#include "unit/screen/render/retained_picture.h"
 
 namespace unit {
 
 using std::chrono::steady_clock;
+
+namespace {
+
+constexpr int WIDTH = static_cast<int>(SCREEN_WIDTH);
+constexpr int HEIGHT = static_cast<int>(SCREEN_HEIGHT);
+
+}  // namespace
 
 class PictureDrawer::Queue {
  public:
@@ -38,6 +46,7 @@ class PictureDrawer::Queue {
   bool ended_ = false;
 
   // The thread's: the last picture and what it was drawn from.
+  RetainedPicture picture_;
   std::string drawnSvg_, drawnPng_;
   base::LineLimiter lines_;
 };
@@ -69,7 +78,7 @@ void PictureDrawer::Queue::Run() {
 void PictureDrawer::Queue::UpdatePicture(std::string svg) {
   const auto begin = steady_clock::now();
   try {
-    drawnPng_ = RenderPng(svg);
+    if (picture_.Update(svg, WIDTH, HEIGHT) || drawnPng_.empty()) drawnPng_ = WritePng(picture_.Pixels());
   } catch (const std::runtime_error& error) {
     drawnPng_.clear();
     Report(error.what());
