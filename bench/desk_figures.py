@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Measures the whole desk: the time from a frame on the bus to the changed widget on the event stream, and the load of
-the processor when idle and at 2,000 frames per second.
+"""Measures the whole desk: the time from a frame on the bus to the changed widget on the event stream, the time that
+/screen.png takes after a change, and the load of the processor when idle and at 2,000 frames per second.
 
 Usage: bench/desk_figures.py [CHANGES]   (default 1000; ORVIK_BIN names the programs' folder)
 """
@@ -55,15 +55,23 @@ def measure_latency(desk, bus, changes):
     bus.send_message([8, 1])  # the traffic before may have ended within a message; the next frame is then lost with it
     bus.send_message([8, 1])
     stream = Stream(desk.address("http"))
-    times = []
+    times, pictures = [], []
     for i in range(changes):
         load = 100 * (1000 + i)
         since = time.perf_counter()
         bus.send_message(cmd2(load=load))
         times.append(1000 * (stream.wait(f'"{load:7,d}"', since) - since))
+        since = time.perf_counter()
+        assert desk.request("GET", "/screen.png")[0] == 200
+        pictures.append(1000 * (time.perf_counter() - since))
+    report(f"frame to stream, {changes} load changes", times)
+    report("/screen.png after each of them", pictures)
+
+
+def report(what, times):
     times.sort()
-    print(f"frame to stream, {changes} load changes: median {statistics.median(times):.1f} ms, "
-          f"99th percentile {times[int(0.99 * len(times)) - 1]:.1f} ms, worst {times[-1]:.1f} ms")
+    print(f"{what}: median {statistics.median(times):.1f} ms, 99th percentile {times[int(0.99 * len(times)) - 1]:.1f} ms, "
+          f"worst {times[-1]:.1f} ms")
 
 
 def usage(process):
