@@ -80,14 +80,19 @@ void BmTextFrames(benchmark::State& state) {
 BENCHMARK(BmOperatingValueFrames);
 BENCHMARK(BmTextFrames);
 
-const std::string VALID = "ПОТЕРЯНА СВЯЗЬ / LOST COMMUNICATIONS / 与主机的通信已中断 / PERDUE ";
-std::string Broken() {
-  std::string text = VALID;
+// Host texts in the languages of the display, and one with a bad byte in every seven.
+const std::string ASCII =
+    "LOST COMMUNICATIONS WITH THE HOST COMPUTER / CHECK THE CABLE AND THE FUSE OF THE HOST";
+const std::string RUSSIAN = "ПОТЕРЯНА СВЯЗЬ С ВЕДУЩИМ КОМПЬЮТЕРОМ ПРОВЕРЬТЕ КАБЕЛЬ";
+const std::string CHINESE = "与主机的通信已中断请检查电缆和保险丝与主机的通信已中断";
+const std::string MIXED = "ПОТЕРЯНА СВЯЗЬ / LOST COMMUNICATIONS / 与主机的通信已中断 / PERDUE ";
+const std::string BROKEN = [] {
+  std::string text = MIXED;
   for (std::size_t i = 0; i < text.size(); i += 7) text[i] = '\xC3';
   return text;
-}
+}();
 
-void RunRepair(benchmark::State& state, const std::string& text) {
+void BmFixUtf8String(benchmark::State& state, const std::string& text) {
   for (auto _ : state) {
     std::string s = text;
     FixUTF8String(s);
@@ -97,7 +102,7 @@ void RunRepair(benchmark::State& state, const std::string& text) {
 }
 
 // For comparison: the library's replacement function, which follows fewer rules.
-void RunLibraryRepair(benchmark::State& state, const std::string& text) {
+void BmLibraryRepair(benchmark::State& state, const std::string& text) {
   constexpr char32_t FULLWIDTH_QUESTION_MARK = 0xFF1F;
   for (auto _ : state) {
     std::string s;
@@ -107,22 +112,16 @@ void RunLibraryRepair(benchmark::State& state, const std::string& text) {
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
-void BmFixUtf8StringValid(benchmark::State& state) {
-  RunRepair(state, VALID);
-}
-void BmLibraryRepairValid(benchmark::State& state) {
-  RunLibraryRepair(state, VALID);
-}
-void BmFixUtf8StringBroken(benchmark::State& state) {
-  RunRepair(state, Broken());
-}
-void BmLibraryRepairBroken(benchmark::State& state) {
-  RunLibraryRepair(state, Broken());
-}
-BENCHMARK(BmFixUtf8StringValid);
-BENCHMARK(BmLibraryRepairValid);
-BENCHMARK(BmFixUtf8StringBroken);
-BENCHMARK(BmLibraryRepairBroken);
+BENCHMARK_CAPTURE(BmFixUtf8String, ascii, ASCII);
+BENCHMARK_CAPTURE(BmLibraryRepair, ascii, ASCII);
+BENCHMARK_CAPTURE(BmFixUtf8String, russian, RUSSIAN);
+BENCHMARK_CAPTURE(BmLibraryRepair, russian, RUSSIAN);
+BENCHMARK_CAPTURE(BmFixUtf8String, chinese, CHINESE);
+BENCHMARK_CAPTURE(BmLibraryRepair, chinese, CHINESE);
+BENCHMARK_CAPTURE(BmFixUtf8String, mixed, MIXED);
+BENCHMARK_CAPTURE(BmLibraryRepair, mixed, MIXED);
+BENCHMARK_CAPTURE(BmFixUtf8String, broken, BROKEN);
+BENCHMARK_CAPTURE(BmLibraryRepair, broken, BROKEN);
 
 }  // namespace
 
