@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 namespace PREF {
@@ -10,6 +13,53 @@ namespace PREF {
 namespace {
 
 constexpr unsigned char FIRST_VISIBLE = 33;  // everything below is white space
+
+// Stands after the characters of the block and ends every run. Only the end of a run is therefore compared with
+// the end of the block.
+constexpr char END_OF_BLOCK = '&';
+static_assert(std::endian::native == std::endian::little, "FindEither takes the first byte as the lowest");
+
+// Kinds of characters; one character can be of several kinds. None of them has END_OF_BLOCK.
+enum character_kind_t : std::uint8_t {
+  IDENTIFIER = 1,
+  VISIBLE_TEXT = 2,
+  WHITE_SPACE = 4,
+};
+
+constexpr bool IsIdentifierCharacter(std::size_t c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
+}
+
+constexpr std::array<std::uint8_t, 256> KINDS_OF = [] {
+  std::array<std::uint8_t, 256> kinds{};
+  for (std::size_t c = 0; c < kinds.size(); ++c) {
+    const auto add = [&](bool isOfKind, character_kind_t kind) { kinds.at(c) |= isOfKind ? kind : 0; };
+    add(IsIdentifierCharacter(c), IDENTIFIER);
+    add(c != '<' && c != '&' && c >= FIRST_VISIBLE, VISIBLE_TEXT);
+    add(c < FIRST_VISIBLE, WHITE_SPACE);
+  }
+  return kinds;
+}();
+
+template <character_kind_t KIND>
+bool IsOf(char c) {
+  return (KINDS_OF[static_cast<unsigned char>(c)] & KIND) != 0;
+}
+
+// The first `one` or `other` from `at` on. There must be one; up to seven bytes after it are read. Eight bytes
+// at a time: the lengths of names and values vary, and a loop of single bytes costs a wrong branch at each end.
+const char* FindEither(const char* at, char one, char other) {
+  constexpr std::uint64_t ONES = 0x0101'0101'0101'0101U;
+  const auto markZeros = [](std::uint64_t bytes) { return (bytes - ONES) & ~bytes & (ONES << 7U); };
+  const std::uint64_t ones = ONES * static_cast<unsigned char>(one);
+  const std::uint64_t others = ONES * static_cast<unsigned char>(other);
+  for (;; at += sizeof ones) {
+    std::uint64_t bytes = 0;
+    std::memcpy(&bytes, at, sizeof bytes);
+    const std::uint64_t marks = markZeros(bytes ^ ones) | markZeros(bytes ^ others);
+    if (marks != 0) return at + std::countr_zero(marks) / CHAR_BIT;  // the lowest mark is exact
+  }
+}
 
 struct entity_t {
   std::string_view name;
@@ -19,18 +69,18 @@ constexpr std::array<entity_t, 5> ENTITIES = {
     {{"amp", '&'}, {"lt", '<'}, {"gt", '>'}, {"quot", '"'}, {"apos", '\''}}};
 constexpr std::size_t LONGEST_ENTITY = 4;
 
-bool IsIdentifierCharacter(unsigned char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
-}
-
 }  // namespace
 
 // --- Attributes
 
 const std::string& Reader::Node::getAttributeString(const std::string& name) const {
-  const auto found = attributes_.find(name);
-  if (found == attributes_.end()) throw AttributeNotFoundException(name);
-  return found->second;
+  for (std::size_t i = attributeCount_; i-- > 0;) {  // of two equal names the last one counts
+    const attribute_t& attribute = attributes_[i];
+    if (tag_.substr(attribute.name.at, attribute.name.size) != name) continue;
+    attribute.value.clear();
+    return attribute.value.append(tag_.substr(attribute.raw.at, attribute.raw.size));
+  }
+  throw AttributeNotFoundException(name);
 }
 
 int Reader::Node::getAttributeInt(const std::string& name) const {
@@ -68,6 +118,277 @@ double Reader::Node::getAttributeDouble(const std::string& name) const {
 
 char Reader::Node::getAttributeChar(const std::string& name) const {
   return getAttributeString(name).at(0);
+}
+
+inline void Reader::Node::Clear() {
+  joined_.clear();
+  text_.clear();
+  attributeCount_ = 0;
+}
+
+inline Reader::Node::attribute_t& Reader::Node::AddAttribute() {
+  if (attributeCount_ == attributes_.size()) attributes_.emplace_back();
+  return attributes_[attributeCount_++];
+}
+
+// --- Characters and words
+
+// What the block holds of the tag.
+inline std::string_view Reader::TagInBlock() const {
+  return {kept_, static_cast<std::size_t>(at_ - kept_)};
+}
+
+// Copies the node's tag out of the block, which is about to be overwritten.
+void Reader::SaveTag() {
+  if (kept_ != nullptr) {
+    node_.joined_.append(TagInBlock());
+  } else if (node_.joined_.empty()) {
+    node_.tag_ = node_.joined_.assign(node_.tag_);
+  }
+}
+
+// Keeps the current character and reads the next ones. Returns whether there are any.
+bool Reader::FillBlock() {
+  SaveTag();
+  block_[0] = *at_;
+  stream_.read(&block_[1], BLOCK_SIZE - 1);
+  at_ = block_.data();
+  end_ = at_ + 1 + stream_.gcount();
+  *end_ = END_OF_BLOCK;
+  if (kept_ != nullptr) kept_ = at_;
+  return end_ != at_ + 1;
+}
+
+// at_ has reached the end of the block.
+void Reader::EnterNextBlock() {
+  --at_;
+  if (!FillBlock()) throw EOFFoundException();
+  ++at_;
+}
+
+inline void Reader::getNextChar() {
+  if (++at_ == end_) EnterNextBlock();
+}
+
+// Passes the current character and those after it while they are of the kind.
+template <std::uint8_t KIND>
+inline void Reader::PassRun() {
+  while (IsOf<character_kind_t{KIND}>(*at_)) {
+    char* at = at_ + 1;
+    while (IsOf<character_kind_t{KIND}>(*at)) ++at;
+    at_ = at;
+    if (at != end_) return;
+    EnterNextBlock();
+  }
+}
+
+// Passes the white space after the current character. Returns whether another character follows it.
+bool Reader::PassWhiteSpaceAhead() {
+  for (;; ++at_) {
+    if (at_ + 1 == end_ && !FillBlock()) return false;
+    if (!IsOf<WHITE_SPACE>(at_[1])) return true;
+  }
+}
+
+// Goes on to the first `end` or "&", eight characters at a time. Returns whether it is `end`.
+inline bool Reader::PassTo(char end) {
+  for (;;) {
+    const char* const found = FindEither(at_, end, END_OF_BLOCK);
+    at_ += found - at_;
+    if (at_ != end_) return *at_ == end;
+    EnterNextBlock();
+  }
+}
+
+inline void Reader::getNextCharSkipWhitespace() {
+  getNextChar();
+  PassRun<WHITE_SPACE>();
+}
+
+// The tag is what is passed over from BeginTag to EndTag.
+inline void Reader::BeginTag() {
+  kept_ = at_;
+}
+inline void Reader::EndTag() {
+  const bool isInBlock = node_.joined_.empty();
+  node_.tag_ = isInBlock ? TagInBlock() : node_.joined_.append(TagInBlock());
+  kept_ = nullptr;
+}
+
+// The place of the current character in the node's tag.
+inline std::size_t Reader::PlaceInTag() const {
+  return node_.joined_.size() + static_cast<std::size_t>(at_ - kept_);
+}
+
+inline Reader::Node::part_t Reader::getIdentifier() {
+  const std::size_t at = PlaceInTag();
+  PassRun<IDENTIFIER>();
+  return {at, PlaceInTag() - at};
+}
+
+inline void Reader::getAttributePair() {
+  Node::attribute_t& attribute = node_.AddAttribute();
+  attribute.name = getIdentifier();
+  PassRun<WHITE_SPACE>();
+  if (attribute.name.size == 0 || *at_ != '=') throw BadParseException();
+  getNextCharSkipWhitespace();
+  attribute.raw = getQuotedString();
+}
+
+inline Reader::Node::part_t Reader::getQuotedString() {
+  const char quote = *at_;
+  if (quote != '"' && quote != '\'') throw BadParseException();
+  getNextChar();
+  const std::size_t at = PlaceInTag();
+  while (!PassTo(quote)) KeepEscapedChar();
+  const std::size_t size = PlaceInTag() - at;
+  getNextCharSkipWhitespace();
+  return {at, size};
+}
+
+// The entity's character takes its place in the node's tag.
+void Reader::KeepEscapedChar() {
+  node_.joined_.append(TagInBlock());
+  kept_ = nullptr;
+  node_.joined_.push_back(getEscapedChar());
+  getNextChar();
+  kept_ = at_;
+}
+
+char Reader::getEscapedChar() {
+  std::string name;
+  for (getNextChar(); *at_ != ';'; getNextChar()) {
+    if (IsOf<WHITE_SPACE>(*at_) || name.size() == LONGEST_ENTITY) throw BadParseException();
+    name.push_back(*at_);
+  }
+  const auto* entity =
+      std::find_if(ENTITIES.begin(), ENTITIES.end(), [&](const entity_t& e) { return e.name == name; });
+  if (entity == ENTITIES.end()) throw BadParseException();
+  return entity->character;
+}
+
+void Reader::getData(std::string& text) {
+  for (;; getNextChar()) {
+    for (; IsOf<VISIBLE_TEXT>(*at_); getNextChar()) text.push_back(*at_);
+    if (*at_ == '<') {
+      if (!SkipRemark()) return;
+    } else if (*at_ == '&') {
+      text.push_back(getEscapedChar());
+    } else if (!text.empty() && text.back() != ' ') {
+      text.push_back(' ');
+    }
+  }
+}
+
+// --- Comments and processing instructions
+
+inline void Reader::SkipToTag() {
+  while (!PassTo('<') || SkipRemark()) getNextChar();
+}
+
+// Skips a comment or processing instruction that starts here; the current character is then its last one.
+// Returns whether there was one.
+bool Reader::SkipRemark() {
+  if (*at_ != '<') return false;
+  if (at_ + 1 == end_ && !FillBlock()) return false;
+  if (at_[1] == '?') {
+    SkipPast('?', 1);
+    return true;
+  }
+  if (at_[1] != '!') return false;
+  getNextChar();
+  for (int dash = 0; dash < 2; ++dash) {
+    getNextChar();
+    if (*at_ != '-') throw BadParseException();
+  }
+  SkipPast('-', 2);
+  return true;
+}
+
+// Skips past the first ">" that follows at least `count` characters `mark`.
+void Reader::SkipPast(char mark, int count) {
+  int marks = 0;
+  for (getNextChar(); *at_ != '>' || marks < count; getNextChar()) marks = *at_ == mark ? marks + 1 : 0;
+}
+
+// --- The parser's steps
+
+void Reader::advanceParser() {
+  switch (state_) {
+    case parser_state_t::START:
+      return parseStart();
+    case parser_state_t::FOUND_NODE:
+      return parseFoundNode();
+    case parser_state_t::FOUND_NODE_START:
+      return parseFoundNodeStart();
+    case parser_state_t::FOUND_NODE_CLOSE:
+      return parseFoundNodeClose();
+    case parser_state_t::FOUND_DOUBLE_NODE_CLOSE:
+      return parseFoundDoubleNodeClose();
+    case parser_state_t::EOF_STATE:
+      return parseEOFState();
+  }
+}
+
+inline void Reader::parseStart() {
+  if (*at_ != '<') throw BadParseException();
+  getNextChar();
+  state_ = *at_ == '/' ? parser_state_t::FOUND_DOUBLE_NODE_CLOSE : parser_state_t::FOUND_NODE_START;
+}
+
+inline void Reader::parseFoundNode() {
+  if (*at_ == '/') {
+    state_ = parser_state_t::FOUND_NODE_CLOSE;
+  } else if (*at_ == '<') {
+    parseStart();
+    // A closing tag right after the element's start closes the element itself.
+    if (state_ == parser_state_t::FOUND_DOUBLE_NODE_CLOSE) state_ = parser_state_t::FOUND_NODE_CLOSE;
+  } else {
+    throw BadParseException();
+  }
+}
+
+inline void Reader::parseFoundNodeStart() {
+  node_.Clear();
+  BeginTag();
+  node_.nameSize_ = getIdentifier().size;
+  if (node_.nameSize_ == 0) throw BadParseException();
+  PassRun<WHITE_SPACE>();
+  while (*at_ != '>' && *at_ != '/') getAttributePair();
+  EndTag();
+  if (*at_ == '>') {
+    getNextCharSkipWhitespace();
+    getData(node_.text_);
+  }
+  ++openElements_;
+  state_ = parser_state_t::FOUND_NODE;
+}
+
+void Reader::parseFoundNodeClose() {
+  CloseElement();
+}
+
+void Reader::parseFoundDoubleNodeClose() {
+  if (openElements_ == 0) throw BadParseException();
+  CloseElement();
+}
+
+// Reads from the "/" of a closing tag or an empty element to the "<" of the next tag.
+inline void Reader::CloseElement() {
+  --openElements_;
+  state_ = parser_state_t::START;
+  while (*at_ != '>' && *at_ != '<') getNextChar();
+  if (openElements_ > 0) return SkipToTag();
+  // The document may end after the root element. The usual end costs no exception.
+  if (*at_ == '>' && !PassWhiteSpaceAhead()) {
+    state_ = parser_state_t::EOF_STATE;
+    return;
+  }
+  try {
+    SkipToTag();
+  } catch (const EOFFoundException&) {
+    state_ = parser_state_t::EOF_STATE;
+  }
 }
 
 // --- From element to element
@@ -111,185 +432,6 @@ void Reader::SkipContent() {
   if (state_ != parser_state_t::FOUND_NODE) return;
   const std::size_t level = openElements_;
   while (openElements_ >= level) advanceParser();
-}
-
-// --- The parser's steps
-
-void Reader::advanceParser() {
-  switch (state_) {
-    case parser_state_t::START:
-      return parseStart();
-    case parser_state_t::FOUND_NODE:
-      return parseFoundNode();
-    case parser_state_t::FOUND_NODE_START:
-      return parseFoundNodeStart();
-    case parser_state_t::FOUND_NODE_CLOSE:
-      return parseFoundNodeClose();
-    case parser_state_t::FOUND_DOUBLE_NODE_CLOSE:
-      return parseFoundDoubleNodeClose();
-    case parser_state_t::EOF_STATE:
-      return parseEOFState();
-  }
-}
-
-void Reader::parseStart() {
-  if (current_ != '<') throw BadParseException();
-  getNextChar();
-  state_ = current_ == '/' ? parser_state_t::FOUND_DOUBLE_NODE_CLOSE : parser_state_t::FOUND_NODE_START;
-}
-
-void Reader::parseFoundNode() {
-  if (current_ == '/') {
-    state_ = parser_state_t::FOUND_NODE_CLOSE;
-  } else if (current_ == '<') {
-    parseStart();
-    // A closing tag right after the element's start closes the element itself.
-    if (state_ == parser_state_t::FOUND_DOUBLE_NODE_CLOSE) state_ = parser_state_t::FOUND_NODE_CLOSE;
-  } else {
-    throw BadParseException();
-  }
-}
-
-void Reader::parseFoundNodeStart() {
-  node_ = Node();
-  node_.name_ = getIdentifier();
-  if (node_.name_.empty()) throw BadParseException();
-  if (current_ < FIRST_VISIBLE) getNextCharSkipWhitespace();
-  while (current_ != '>' && current_ != '/') getAttributePair();
-  if (current_ == '>') {
-    getNextCharSkipWhitespace();
-    node_.text_ = getData();
-  }
-  ++openElements_;
-  state_ = parser_state_t::FOUND_NODE;
-}
-
-void Reader::parseFoundNodeClose() {
-  CloseElement();
-}
-
-void Reader::parseFoundDoubleNodeClose() {
-  if (openElements_ == 0) throw BadParseException();
-  CloseElement();
-}
-
-// Reads from the "/" of a closing tag or an empty element to the "<" of the next tag.
-void Reader::CloseElement() {
-  --openElements_;
-  state_ = parser_state_t::START;
-  while (current_ != '>' && current_ != '<') getNextChar();
-  try {
-    SkipToTag();
-  } catch (const EOFFoundException&) {
-    if (openElements_ != 0) throw;  // the document may end only after the root element
-    state_ = parser_state_t::EOF_STATE;
-  }
-}
-
-// --- Characters and words
-
-bool Reader::FillBlock() {
-  stream_.read(block_.data(), static_cast<std::streamsize>(block_.size()));
-  filled_ = static_cast<std::size_t>(stream_.gcount());
-  position_ = 0;
-  return filled_ > 0;
-}
-
-void Reader::getNextChar() {
-  if (position_ == filled_ && !FillBlock()) throw EOFFoundException();
-  current_ = static_cast<unsigned char>(block_[position_++]);
-}
-
-void Reader::getNextCharSkipWhitespace() {
-  do {
-    getNextChar();
-  } while (current_ < FIRST_VISIBLE);
-}
-
-std::string Reader::getIdentifier() {
-  std::string name;
-  for (; IsIdentifierCharacter(current_); getNextChar()) name.push_back(static_cast<char>(current_));
-  return name;
-}
-
-void Reader::getAttributePair() {
-  std::string name = getIdentifier();
-  if (current_ < FIRST_VISIBLE) getNextCharSkipWhitespace();
-  if (name.empty() || current_ != '=') throw BadParseException();
-  getNextCharSkipWhitespace();
-  node_.attributes_[std::move(name)] = getQuotedString();
-}
-
-std::string Reader::getQuotedString() {
-  const unsigned char quote = current_;
-  if (quote != '"' && quote != '\'') throw BadParseException();
-  std::string value;
-  for (getNextChar(); current_ != quote; getNextChar()) {
-    value.push_back(current_ == '&' ? getEscapedChar() : static_cast<char>(current_));
-  }
-  getNextCharSkipWhitespace();
-  return value;
-}
-
-char Reader::getEscapedChar() {
-  std::string name;
-  for (getNextChar(); current_ != ';'; getNextChar()) {
-    if (current_ < FIRST_VISIBLE || name.size() == LONGEST_ENTITY) throw BadParseException();
-    name.push_back(static_cast<char>(current_));
-  }
-  const auto* entity =
-      std::find_if(ENTITIES.begin(), ENTITIES.end(), [&](const entity_t& e) { return e.name == name; });
-  if (entity == ENTITIES.end()) throw BadParseException();
-  return entity->character;
-}
-
-std::string Reader::getData() {
-  std::string text;
-  for (;; getNextChar()) {
-    if (current_ == '<') {
-      if (!SkipRemark()) return text;
-    } else if (current_ == '&') {
-      text.push_back(getEscapedChar());
-    } else if (current_ >= FIRST_VISIBLE) {
-      text.push_back(static_cast<char>(current_));
-    } else if (!text.empty() && text.back() != ' ') {
-      text.push_back(' ');
-    }
-  }
-}
-
-// --- Comments and processing instructions
-
-void Reader::SkipToTag() {
-  while (current_ != '<' || SkipRemark()) getNextChar();
-}
-
-// Skips a comment or processing instruction that starts here; current_ is then its last character. Returns
-// whether there was one.
-bool Reader::SkipRemark() {
-  if (current_ != '<') return false;
-  if (position_ == filled_ && !FillBlock()) return false;
-  if (block_[position_] == '?') {
-    SkipPast("?>");
-    return true;
-  }
-  if (block_[position_] != '!') return false;
-  getNextChar();
-  for (int dash = 0; dash < 2; ++dash) {
-    getNextChar();
-    if (current_ != '-') throw BadParseException();
-  }
-  SkipPast("-->");
-  return true;
-}
-
-void Reader::SkipPast(std::string_view end) {
-  std::string last;
-  while (last != end) {
-    getNextChar();
-    if (last.size() == end.size()) last.erase(0, 1);
-    last.push_back(static_cast<char>(current_));
-  }
 }
 
 }  // namespace PREF

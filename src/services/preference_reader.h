@@ -1,8 +1,7 @@
 // Reads preference documents (elements, quoted attributes, text, entities) one element at a time.
 //
-// The reader holds one element at a time, not a tree. It does not check the names of closing tags, and skips
-// comments
-// (<!-- -->) and processing instructions (<? ?>). Example:
+// The reader holds one block of the document and one element at a time, not a tree. It does not check the names
+// of closing tags, and skips comments (<!-- -->) and processing instructions (<? ?>). Example:
 //
 //   Reader reader(stream);
 //   Reader::Node* section = reader.beginParsing();
@@ -18,10 +17,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <istream>
-#include <map>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace PREF {
 
@@ -48,7 +47,7 @@ class Reader {
           : std::runtime_error("Can't find attribute: " + name) {}
     };
 
-    const std::string& GetName() const { return name_; }
+    const std::string& GetName() const { return name_.assign(tag_.substr(0, nameSize_)); }
     // The text up to the first child or the closing tag. Leading white space is removed and each run of white
     // space is one blank.
     const std::string& GetText() const { return text_; }
@@ -68,8 +67,27 @@ class Reader {
 
    private:
     friend class Reader;
-    std::string name_;
-    std::map<std::string, std::string> attributes_;
+    // Characters of tag_.
+    struct part_t {
+      std::size_t at = 0;
+      std::size_t size = 0;
+    };
+    struct attribute_t {
+      part_t name;
+      part_t raw;
+      mutable std::string value;  // what getAttributeString has returned
+    };
+    void Clear();
+    attribute_t& AddAttribute();
+
+    // The name, the attributes, and what stands between them. It refers to the reader's block; to joined_ when
+    // the tag has an entity or the block has been overwritten.
+    std::string_view tag_;
+    std::string joined_;
+    std::size_t nameSize_ = 0;
+    mutable std::string name_;             // what GetName has returned
+    std::vector<attribute_t> attributes_;  // the first attributeCount_; the others keep their storage
+    std::size_t attributeCount_ = 0;
     std::string text_;
   };
 
@@ -89,7 +107,7 @@ class Reader {
   void skipSiblings();
 
  private:
-  // The position of the parser: current_ is the character named here.
+  // The position of the parser: the current character is the one named here.
   enum class parser_state_t {
     START,             // the "<" of a tag
     FOUND_NODE,        // after an element's start: the "/" of an empty element, or the "<" after the text
@@ -109,27 +127,38 @@ class Reader {
 
   void getNextChar();
   void getNextCharSkipWhitespace();
-  std::string getIdentifier();
+  Node::part_t getIdentifier();
   void getAttributePair();
-  std::string getQuotedString();
+  Node::part_t getQuotedString();
   char getEscapedChar();
-  std::string getData();
+  void getData(std::string& text);
 
+  template <std::uint8_t KIND>
+  void PassRun();
+  bool PassTo(char end);
+  bool PassWhiteSpaceAhead();
+  void BeginTag();
+  void EndTag();
+  std::string_view TagInBlock() const;
+  void SaveTag();
+  void KeepEscapedChar();
+  std::size_t PlaceInTag() const;
   Node* TakeTag();
   void SkipContent();
   void CloseElement();
   bool SkipRemark();
-  void SkipPast(std::string_view end);
+  void SkipPast(char mark, int count);
   void SkipToTag();
   bool FillBlock();
+  void EnterNextBlock();
 
   static constexpr std::size_t BLOCK_SIZE = 4096;
 
   std::istream& stream_;
-  std::array<char, BLOCK_SIZE> block_{};
-  std::size_t filled_ = 0;
-  std::size_t position_ = 0;
-  unsigned char current_ = 0;
+  std::array<char, BLOCK_SIZE + 8> block_{};
+  char* at_ = block_.data();  // the current character
+  char* end_ = at_ + 1;       // behind the last character of the block
+  char* kept_ = nullptr;      // the first character of the block that belongs to the tag being read; null: none
   parser_state_t state_ = parser_state_t::START;
   std::size_t openElements_ = 0;
   Node node_;

@@ -49,9 +49,16 @@ TEST(PreferenceReaderTest, WalksElementsInDocumentOrder) {
 }
 
 TEST(PreferenceReaderTest, ReadsTheSameAcrossABlockBorder) {
-  const std::string document = "<a x='&quot;'><!-- - --><b y=\"2\">t &lt;</b><?p?><c/></a>";
+  const std::string document = "<a x='1&quot;2' z='3'><!-- - --><b y=\"4\">t &lt;</b><?p?><c/></a>";
   for (std::size_t padding = 4096 - document.size(); padding <= 4096; ++padding) {
-    EXPECT_EQ(Describe(std::string(padding, ' ') + document), "a(b,c)") << padding;
+    SCOPED_TRACE(padding);
+    EXPECT_EQ(Describe(std::string(padding, ' ') + document), "a(b,c)");
+    std::istringstream stream(std::string(padding, ' ') + document);
+    Reader reader(stream);
+    const Node& node = *reader.beginParsing();
+    EXPECT_EQ(node.getAttributeString("x") + node.getAttributeString("z"), "1\"23");
+    reader.getFirstChild();
+    EXPECT_EQ(node.GetName() + node.getAttributeString("y") + node.GetText(), "b4t <");
   }
 }
 
