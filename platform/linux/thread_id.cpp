@@ -5,23 +5,16 @@
 #include "platform/linux/unshared_descriptor.h"
 
 namespace platform {
-namespace {
 
-thread_local pid_t cachedId = 0;
+constinit thread_local pid_t cachedThreadId = 0;
 
-pid_t AskForId() {
+pid_t AskForThreadId() {
   static const bool HOOKED = [] {
-    AtForkInChild([] { cachedId = 0; });
+    AtForkInChild([] { cachedThreadId = 0; });
     return true;
   }();
   static_cast<void>(HOOKED);
-  return cachedId = gettid();
-}
-
-}  // namespace
-
-pid_t CurrentThreadId() {
-  return cachedId != 0 ? cachedId : AskForId();
+  return cachedThreadId = gettid();
 }
 
 }  // namespace platform

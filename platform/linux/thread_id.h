@@ -5,7 +5,13 @@
 
 namespace platform {
 
+// 0 until the thread asks for its id, and again in a forked child.
+extern constinit thread_local pid_t cachedThreadId;
+pid_t AskForThreadId();
+
 // Correct in a forked child too.
-pid_t CurrentThreadId();
+inline pid_t CurrentThreadId() {
+  return cachedThreadId != 0 ? cachedThreadId : AskForThreadId();
+}
 
 }  // namespace platform

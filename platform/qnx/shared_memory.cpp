@@ -26,8 +26,11 @@ void InitSharedLock(shared_lock_t& lock) {
   pthread_mutexattr_destroy(&attributes);
 }
 
-lock_result_t LockShared(shared_lock_t& lock, std::chrono::milliseconds limit) {
-  if (pthread_mutex_trylock(&lock.mutex) == 0) return {.taken = true};
+bool TakeFreeLock(shared_lock_t& lock) {
+  return pthread_mutex_trylock(&lock.mutex) == 0;
+}
+
+lock_result_t WaitForLock(shared_lock_t& lock, std::chrono::milliseconds limit) {
   timespec until{};
   clock_gettime(CLOCK_MONOTONIC, &until);
   const std::int64_t nanoseconds = until.tv_nsec + std::chrono::nanoseconds(limit).count();

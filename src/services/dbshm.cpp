@@ -39,12 +39,13 @@ std::uint8_t* At(std::size_t offset) {
   return static_cast<std::uint8_t*>(DBSHM::getMemoryPtr()) + offset;
 }
 
-std::uint8_t* SlotOf(unsigned handle) {
-  return At(SLOTS_AT + SLOT_SIZE * handle);
+// The database as one access sees it.
+std::uint8_t* DatabaseFor(unsigned handle) {
+  return handle <= LAST_HANDLE ? static_cast<std::uint8_t*>(DBSHM::getMemoryPtr()) : nullptr;
 }
 
-bool IsUsable(unsigned handle) {
-  return handle <= LAST_HANDLE && DBSHM::getMemoryPtr() != nullptr;
+std::uint8_t* SlotOf(std::uint8_t* database, unsigned handle) {
+  return database + SLOTS_AT + SLOT_SIZE * handle;
 }
 
 template <class T>
@@ -64,8 +65,8 @@ std::atomic_ref<std::uint32_t> HeaderWord(std::size_t offset) {
   return std::atomic_ref<std::uint32_t>(*std::launder(reinterpret_cast<std::uint32_t*>(At(offset))));
 }
 
-platform::shared_lock_t& DatabaseLock() {
-  return *std::launder(reinterpret_cast<platform::shared_lock_t*>(At(LOCK_AT)));
+platform::shared_lock_t& LockOf(std::uint8_t* database) {
+  return *std::launder(reinterpret_cast<platform::shared_lock_t*>(database + LOCK_AT));
 }
 
 // Longer than a busy machine keeps a holder from running.
@@ -75,17 +76,31 @@ constexpr std::chrono::milliseconds LOCK_LIMIT{1000};
 // read is not kept for minutes.
 std::atomic<bool> lockIsStuck{false};
 
+void Invalidate(std::uint8_t* slot) {
+  Store<std::uint64_t>(slot + EXPIRY_AT, 0);
+  Store<std::uint32_t>(slot + NEVER_EXPIRE_AT, 0);
+}
+
+// Waits for a lock that is not free. Returns whether it was taken.
+bool WaitForDatabase(std::uint8_t* database) {
+  const bool isStuck = lockIsStuck.load(std::memory_order_relaxed);
+  const auto [taken, torn] = platform::WaitForLock(LockOf(database), isStuck ? LOCK_LIMIT * 0 : LOCK_LIMIT);
+  if (taken == isStuck) lockIsStuck.store(!taken, std::memory_order_relaxed);
+  if (torn && *torn <= LAST_HANDLE) Invalidate(SlotOf(database, *torn));
+  return taken;
+}
+
+bool TakeDatabase(std::uint8_t* database) {
+  if (!platform::TakeFreeLock(LockOf(database))) return WaitForDatabase(database);
+  if (lockIsStuck.load(std::memory_order_relaxed)) lockIsStuck.store(false, std::memory_order_relaxed);
+  return true;
+}
+
 // Holds the database's lock, where IsTaken. The slot that a dead holder was writing may be half old and half
 // new; it is made not valid until it is written again.
 class LockedDatabase {
  public:
-  LockedDatabase() : lock_(DatabaseLock()) {
-    const bool isStuck = lockIsStuck.load(std::memory_order_relaxed);
-    const auto [taken, torn] = platform::LockShared(lock_, isStuck ? LOCK_LIMIT * 0 : LOCK_LIMIT);
-    taken_ = taken;
-    if (taken == isStuck) lockIsStuck.store(!taken, std::memory_order_relaxed);
-    if (torn && *torn <= LAST_HANDLE) Invalidate(SlotOf(*torn));
-  }
+  explicit LockedDatabase(std::uint8_t* database) : lock_(LockOf(database)), taken_(TakeDatabase(database)) {}
   ~LockedDatabase() {
     if (taken_) platform::UnlockShared(lock_);
   }
@@ -102,13 +117,8 @@ class LockedDatabase {
   }
 
  private:
-  static void Invalidate(std::uint8_t* slot) {
-    Store<std::uint64_t>(slot + EXPIRY_AT, 0);
-    Store<std::uint32_t>(slot + NEVER_EXPIRE_AT, 0);
-  }
-
   platform::shared_lock_t& lock_;
-  bool taken_ = false;
+  const bool taken_;
 };
 
 bool IsValid(const std::uint8_t* slot) {
@@ -121,12 +131,13 @@ template <class T>
 int ReadValue(unsigned handle, T& value, unsigned* tag = nullptr) {
   value = T{};
   if (tag != nullptr) *tag = 0;
-  if (!IsUsable(handle)) return 0;
-  LockedDatabase database;
-  if (!database.IsTaken()) return 0;
-  std::uint8_t* slot = SlotOf(handle);
+  std::uint8_t* const database = DatabaseFor(handle);
+  if (database == nullptr) return 0;
+  LockedDatabase locked(database);
+  if (!locked.IsTaken()) return 0;
+  std::uint8_t* slot = SlotOf(database, handle);
   if (!IsValid(slot)) {
-    database.BeginWrite(handle);
+    locked.BeginWrite(handle);
     Store<std::uint64_t>(slot + EXPIRY_AT, 0);
     return 0;
   }
@@ -142,7 +153,7 @@ struct validity_t {
   unsigned timeout = 0;
 };
 
-void StoreValidity(std::uint8_t* slot, const validity_t& validity) {
+void StoreValidity(std::uint8_t* slot, validity_t validity) {
   if (!validity.forEver) {
     const std::uint64_t cycles = validity.timeout * CYCLES_PER_TIMEOUT_UNIT;
     Store<std::uint64_t>(slot + EXPIRY_AT, validity.timed ? ClockCycles() + cycles : 0);
@@ -152,7 +163,7 @@ void StoreValidity(std::uint8_t* slot, const validity_t& validity) {
 
 // Compares bytes, so that writing the same NaN again is not a change.
 template <class T>
-bool StoreIfDifferent(std::uint8_t* to, const T& value) {
+bool StoreIfDifferent(std::uint8_t* to, T value) {
   using value_bytes_t = std::array<std::uint8_t, sizeof(T)>;
   const auto bytes = std::bit_cast<value_bytes_t>(value);
   if (Load<value_bytes_t>(to) == bytes) return false;
@@ -163,11 +174,12 @@ bool StoreIfDifferent(std::uint8_t* to, const T& value) {
 // Stores value, tag and validity under the lock. Returns the value of the pulse to send; 0 when none is to be
 // sent.
 template <class T>
-std::uint32_t StoreValue(unsigned handle, const T& value, const unsigned* tag, const validity_t& validity) {
-  LockedDatabase database;
-  if (!database.IsTaken()) return 0;
-  database.BeginWrite(handle);
-  std::uint8_t* slot = SlotOf(handle);
+std::uint32_t StoreValue(std::uint8_t* database, unsigned handle, T value, const unsigned* tag,
+                         validity_t validity) {
+  LockedDatabase locked(database);
+  if (!locked.IsTaken()) return 0;
+  locked.BeginWrite(handle);
+  std::uint8_t* slot = SlotOf(database, handle);
   bool changed = StoreIfDifferent(slot + VALUE_AT, value);
   if (tag != nullptr && StoreIfDifferent(slot + TAG_AT, *tag)) changed = true;
   StoreValidity(slot, validity);
@@ -175,10 +187,10 @@ std::uint32_t StoreValue(unsigned handle, const T& value, const unsigned* tag, c
 }
 
 template <class T>
-void WriteValue(unsigned handle, const T& value, const unsigned* tag = nullptr,
-                const validity_t& validity = {}) {
-  if (!IsUsable(handle)) return;
-  const std::uint32_t notify = StoreValue(handle, value, tag, validity);
+void WriteValue(unsigned handle, T value, const unsigned* tag = nullptr, validity_t validity = {}) {
+  std::uint8_t* const database = DatabaseFor(handle);
+  if (database == nullptr) return;
+  const std::uint32_t notify = StoreValue(database, handle, value, tag, validity);
   if (notify == 0) return;
   MsgSendPulse(DBSHM::getCoid(), getprio(0), CHANGE_PULSE_CODE, static_cast<int>(notify));
 }

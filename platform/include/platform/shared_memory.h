@@ -49,7 +49,13 @@ struct lock_result_t {
   // caller must make its value not valid.
   std::optional<std::uint32_t> torn{};
 };
-[[nodiscard]] lock_result_t LockShared(shared_lock_t& lock, std::chrono::milliseconds limit);
+// The two halves of LockShared: takes a free lock, and returns whether it was free; waits for one that was not.
+[[nodiscard]] bool TakeFreeLock(shared_lock_t& lock);
+[[nodiscard]] lock_result_t WaitForLock(shared_lock_t& lock, std::chrono::milliseconds limit);
+[[nodiscard]] inline lock_result_t LockShared(shared_lock_t& lock, std::chrono::milliseconds limit) {
+  if (TakeFreeLock(lock)) return {.taken = true};
+  return WaitForLock(lock, limit);
+}
 // Marks the slot that the holder is about to write. The caller holds the lock.
 inline void MarkSlot(shared_lock_t& lock, std::uint32_t slot) {
   lock.slot.store(slot + 1, std::memory_order_relaxed);

@@ -41,33 +41,40 @@ static void NoteReleased(void* /*lock*/) {}
 namespace platform {
 namespace {
 
-robust_list_head* AskForRobustList() {
+// The robust list head that the C library has registered for the calling thread; one that the kernel does not
+// know, when there is none. A forked child has it at the same address. Null: not asked for yet.
+constinit thread_local robust_list_head* robustList = nullptr;
+constinit thread_local robust_list_head noRobustList{};
+
+robust_list_head& AskForRobustList() {
   robust_list_head* head = nullptr;
   std::size_t size = 0;
-  if (syscall(SYS_get_robust_list, 0, &head, &size) != 0 || size != sizeof *head) return nullptr;
-  return head;
+  const bool exists = syscall(SYS_get_robust_list, 0, &head, &size) == 0 && size == sizeof *head;
+  robustList = exists && head != nullptr ? head : &noRobustList;
+  return *robustList;
 }
 
-// The robust list head that the C library has registered for the calling thread; null when there is none. A
-// forked child has it at the same address.
-robust_list_head* RobustList() {
-  thread_local robust_list_head* const HEAD = AskForRobustList();
-  return HEAD;
+robust_list_head& RobustList() {
+  return robustList != nullptr ? *robustList : AskForRobustList();
+}
+
+// Stores the pending operation of the calling thread's robust list. Only the kernel reads the word, after the
+// thread's death, so the order of the instructions is enough.
+void StorePending(robust_list_head& list, std::uintptr_t entry) {
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  std::atomic_ref(list.list_op_pending).store(std::bit_cast<robust_list*>(entry), std::memory_order_relaxed);
+  std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
 // Names the lock that the calling thread takes, holds or releases as the pending operation of its robust list.
-void SetPending(const shared_lock_t* lock) {
-  robust_list_head* const head = RobustList();
-  if (head == nullptr) return;
-  std::uintptr_t entry = 0;
-  if (lock != nullptr) {
-    entry = reinterpret_cast<std::uintptr_t>(&lock->owner) - static_cast<std::uintptr_t>(head->futex_offset);
-    entry |= 1U;  // a priority-inheriting futex
-  }
-  // Only the kernel reads the word, after the thread's death, so the order of the instructions is enough.
-  std::atomic_signal_fence(std::memory_order_seq_cst);
-  std::atomic_ref(head->list_op_pending).store(std::bit_cast<robust_list*>(entry), std::memory_order_relaxed);
-  std::atomic_signal_fence(std::memory_order_seq_cst);
+void SetPending(const shared_lock_t& lock) {
+  constexpr std::uintptr_t PRIORITY_INHERITING = 1;
+  robust_list_head& list = RobustList();
+  const auto owner = reinterpret_cast<std::uintptr_t>(&lock.owner);
+  StorePending(list, (owner - static_cast<std::uintptr_t>(list.futex_offset)) | PRIORITY_INHERITING);
+}
+void ClearPending() {
+  StorePending(RobustList(), 0);
 }
 
 int Futex(std::atomic<std::uint32_t>& word, int operation, const timespec* until = nullptr) {
@@ -139,14 +146,19 @@ void InitSharedLock(shared_lock_t& lock) {
   lock.owner.store(0, std::memory_order_release);
 }
 
-lock_result_t LockShared(shared_lock_t& lock, std::chrono::milliseconds limit) {
-  const auto self = static_cast<std::uint32_t>(CurrentThreadId());
-  SetPending(&lock);
+bool TakeFreeLock(shared_lock_t& lock) {
+  SetPending(lock);
   std::uint32_t word = 0;
-  const bool isFree = lock.owner.compare_exchange_strong(word, self, std::memory_order_acquire);
-  const waited_t waited = isFree ? waited_t::TAKEN : LockInKernel(lock, self, limit);
+  const auto self = static_cast<std::uint32_t>(CurrentThreadId());
+  if (!lock.owner.compare_exchange_strong(word, self, std::memory_order_acquire)) return false;
+  NoteAcquired(&lock);
+  return true;
+}
+
+lock_result_t WaitForLock(shared_lock_t& lock, std::chrono::milliseconds limit) {
+  const waited_t waited = LockInKernel(lock, static_cast<std::uint32_t>(CurrentThreadId()), limit);
   if (waited == waited_t::TIMED_OUT) {
-    SetPending(nullptr);
+    ClearPending();
     return {};
   }
   NoteAcquired(&lock);
@@ -165,7 +177,7 @@ void UnlockShared(shared_lock_t& lock) {
   if (!lock.owner.compare_exchange_strong(word, 0, std::memory_order_release)) {
     Futex(lock.owner, FUTEX_UNLOCK_PI);
   }
-  SetPending(nullptr);
+  ClearPending();
 }
 
 }  // namespace platform

@@ -3,7 +3,7 @@
 // Code:
 //   src/services/dbshm.cpp: LockedDatabase, BeginWrite, Invalidate, ReadValue, StoreValue, StoreValidity
 //   platform/include/platform/shared_memory.h: MarkSlot
-//   platform/linux/memory/shared_lock.cpp: LockShared, UnlockShared
+//   platform/linux/memory/shared_lock.cpp: TakeFreeLock, WaitForLock, UnlockShared
 // What holds:
 //   A thread reads a value only when the whole of it was written. The slot that a dead thread was writing is
 //   made not valid by the next holder; when that one dies too, by the holder after it.

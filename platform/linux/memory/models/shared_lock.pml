@@ -1,7 +1,8 @@
 // The eight-byte lock of the parameter database: its word, with holders that die at every step.
 //
 // Code:
-//   platform/linux/memory/shared_lock.cpp: LockShared, LockInKernel, TakeFromDead, UnlockShared, SetPending
+//   platform/linux/memory/shared_lock.cpp: TakeFreeLock, WaitForLock, LockInKernel, TakeFromDead
+//   platform/linux/memory/shared_lock.cpp: UnlockShared, SetPending, ClearPending
 // What holds:
 //   One thread at most holds the lock. No thread sleeps in the kernel while the lock is free. After a holder's
 //   death the next holder learns of it, and of the death of a holder that had just learned of one. The kernel
@@ -99,7 +100,7 @@ proctype User(byte me) {
 begin:
   {
     do
-    :: atomic {                                     // LockShared
+    :: atomic {                                     // TakeFreeLock
          pending[me] = (BREAK != 2);
          if :: word == 0 -> word = me; result = TAKEN :: else -> result = AGAIN fi
        }

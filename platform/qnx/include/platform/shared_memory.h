@@ -32,7 +32,12 @@ struct lock_result_t {
   bool taken = false;
   std::optional<std::uint32_t> torn{};
 };
-[[nodiscard]] lock_result_t LockShared(shared_lock_t& lock, std::chrono::milliseconds limit);
+[[nodiscard]] bool TakeFreeLock(shared_lock_t& lock);
+[[nodiscard]] lock_result_t WaitForLock(shared_lock_t& lock, std::chrono::milliseconds limit);
+[[nodiscard]] inline lock_result_t LockShared(shared_lock_t& lock, std::chrono::milliseconds limit) {
+  if (TakeFreeLock(lock)) return {.taken = true};
+  return WaitForLock(lock, limit);
+}
 inline void MarkSlot(shared_lock_t& /*lock*/, std::uint32_t /*slot*/) {}
 void UnlockShared(shared_lock_t& lock);
 
