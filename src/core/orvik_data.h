@@ -147,8 +147,8 @@ struct orvikData_t {
   std::string appName;
 
   // --- Locks.
-  pthread_mutex_t canMutex = PTHREAD_MUTEX_INITIALIZER;    // canPackets
-  pthread_mutex_t decapMutex = PTHREAD_MUTEX_INITIALIZER;  // decapData
+  pthread_mutex_t canMutex = PTHREAD_MUTEX_INITIALIZER;    // canPackets, canSpare
+  pthread_mutex_t decapMutex = PTHREAD_MUTEX_INITIALIZER;  // decapData, decapSpare
   // utf8Display, the 31 fields, the flash line and the system's own text
   pthread_mutex_t displayMutex = PTHREAD_MUTEX_INITIALIZER;
   pthread_mutex_t beeperMutex = PTHREAD_MUTEX_INITIALIZER;  // beeperState and beeperDuration together
@@ -156,9 +156,10 @@ struct orvikData_t {
   pthread_mutex_t dialsMutex = PTHREAD_MUTEX_INITIALIZER;
 
   // --- Queues between the threads. A work array belongs to the thread that consumes the queue.
-  std::vector<CAN_packet_t2> canPackets;
+  // A spare is the storage that the queue gets for its next element; the queue's mutex guards it.
+  std::vector<CAN_packet_t2> canPackets, canSpare;
   std::vector<CAN_packet_t2> canWork;
-  std::vector<DecapData_t> decapData;
+  std::vector<DecapData_t> decapData, decapSpare;
   std::vector<DecapData_t> decapWork;
   KeyQueue keyData;
   PlainWord<std::int16_t> lastKey;

@@ -10,10 +10,9 @@ namespace {
 constexpr unsigned FIRST_PRINTABLE = 0x20;
 constexpr unsigned FIRST_NON_ASCII = 0x80;
 
-unsigned ExpandedCodePoint(orvikData_t* data, unsigned codePoint) {
-  if (codePoint < FIRST_NON_ASCII && data->expandFullWidth == 1) {
-    ProcessSingleOctet(data, static_cast<unsigned char>(codePoint), &codePoint);
-  }
+unsigned ExpandedOctet(orvikData_t* data, unsigned char octet) {
+  unsigned codePoint = octet;
+  if (data->expandFullWidth == 1) ProcessSingleOctet(data, octet, &codePoint);
   return codePoint;
 }
 
@@ -21,9 +20,14 @@ unsigned ExpandedCodePoint(orvikData_t* data, unsigned codePoint) {
 
 void ExpandSubCommand(orvikData_t* data, const std::string& text, std::vector<unsigned>& codepoints) {
   codepoints.reserve(codepoints.size() + text.size());
-  auto at = text.begin();
+  const char* at = text.data();
+  const char* const end = at + text.size();
   try {
-    while (at != text.end()) codepoints.push_back(ExpandedCodePoint(data, utf8::next(at, text.end())));
+    while (at != end) {
+      const auto octet = static_cast<unsigned char>(*at);
+      codepoints.push_back(octet < FIRST_NON_ASCII ? ExpandedOctet(data, octet) : utf8::next(at, end));
+      if (octet < FIRST_NON_ASCII) ++at;
+    }
   } catch (const utf8::exception&) {
     PrintErr("***** PROGRAM LOGIC ERROR!  Text was not repaired before its expansion");
   }

@@ -118,7 +118,7 @@ void ClearUTF8Display(orvikData_t* data, unsigned int ch) {
 }
 
 void ClearUTF8Line(orvikData_t* data, UTF8Line_t* line, unsigned int ch) {
-  for (std::size_t i = 0; i < ShownColumns(data); ++i) line->cells[i].codePoint = ch;
+  std::fill_n(line->cells.begin(), ShownColumns(data), UTF8Char_t{ch});
 }
 
 bool SameUTF8Char(const UTF8Char_t* a, const UTF8Char_t* b) {

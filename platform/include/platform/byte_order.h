@@ -10,37 +10,45 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <utility>
 
 namespace platform {
+
+// The bytes of a value, the lowest first. Without a loop, so that compilers make one load or store of them.
+template <std::unsigned_integral T, std::size_t... BYTE>
+constexpr T JoinBytes(std::index_sequence<BYTE...> /*bytes*/, const auto& byteOf) {
+  return static_cast<T>((... | static_cast<T>(static_cast<T>(byteOf(BYTE)) << (8U * BYTE))));
+}
+template <std::unsigned_integral T, std::size_t... BYTE>
+constexpr void SplitBytes(std::index_sequence<BYTE...> /*bytes*/, T value, const auto& byteOf) {
+  ((byteOf(BYTE) = static_cast<std::uint8_t>(value >> (8U * BYTE))), ...);
+}
 
 template <std::unsigned_integral T>
 constexpr T LoadLittleEndian(std::span<const std::uint8_t> bytes, std::size_t offset) {
   assert(offset + sizeof(T) <= bytes.size());
-  T value = 0;
-  for (std::size_t i = sizeof(T); i-- > 0;) value = static_cast<T>((value << 8U) | bytes[offset + i]);
-  return value;
+  return JoinBytes<T>(std::make_index_sequence<sizeof(T)>(), [&](std::size_t i) { return bytes[offset + i]; });
 }
 
 template <std::unsigned_integral T>
 constexpr T LoadBigEndian(std::span<const std::uint8_t> bytes, std::size_t offset) {
   assert(offset + sizeof(T) <= bytes.size());
-  T value = 0;
-  for (std::size_t i = 0; i < sizeof(T); ++i) value = static_cast<T>((value << 8U) | bytes[offset + i]);
-  return value;
+  return JoinBytes<T>(std::make_index_sequence<sizeof(T)>(),
+                      [&](std::size_t i) { return bytes[offset + sizeof(T) - 1 - i]; });
 }
 
 template <std::unsigned_integral T>
 constexpr void StoreLittleEndian(std::span<std::uint8_t> bytes, std::size_t offset, T value) {
   assert(offset + sizeof(T) <= bytes.size());
-  for (std::size_t i = 0; i < sizeof(T); ++i) bytes[offset + i] = static_cast<std::uint8_t>(value >> (8U * i));
+  SplitBytes(std::make_index_sequence<sizeof(T)>(), value,
+             [&](std::size_t i) -> std::uint8_t& { return bytes[offset + i]; });
 }
 
 template <std::unsigned_integral T>
 constexpr void StoreBigEndian(std::span<std::uint8_t> bytes, std::size_t offset, T value) {
   assert(offset + sizeof(T) <= bytes.size());
-  for (std::size_t i = 0; i < sizeof(T); ++i) {
-    bytes[offset + i] = static_cast<std::uint8_t>(value >> (8U * (sizeof(T) - 1 - i)));
-  }
+  SplitBytes(std::make_index_sequence<sizeof(T)>(), value,
+             [&](std::size_t i) -> std::uint8_t& { return bytes[offset + sizeof(T) - 1 - i]; });
 }
 
 constexpr std::uint16_t LoadLe16(std::span<const std::uint8_t> b, std::size_t at) {
