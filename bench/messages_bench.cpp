@@ -2,8 +2,8 @@
 // run.
 //
 // Each measurement is one round trip of `bytes` each way. "pinned" keeps both processes on one core, so that
-// the time to wake an idle core does not count; "free" leaves them to the scheduler. The target is a round trip
-// of at most 1.3 times the bare socket's.
+// the time to wake an idle core does not count; "free" leaves them to the scheduler.
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdint>
@@ -16,14 +16,18 @@
 
 #include <benchmark/benchmark.h>
 #include <sched.h>
+#include <sys/epoll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <zmq.h>
 
 #include "platform/messages.h"
 #include "platform/names.h"
+
+#include "src/services/nm_client.h"
 
 namespace {
 
@@ -93,6 +97,25 @@ void RunMessages(benchmark::State& state) {
   name_close(coid);
 }
 
+// A publish. The responder stands for the notification manager and replies with a header.
+void RunSendMsg(benchmark::State& state) {
+  const Responder responder(IsPinned(state), [](const auto& ready) {
+    name_attach_t* const attach = name_attach(nullptr, NM_SERVER_NAME, 0);
+    if (attach == nullptr) return;
+    ready();
+    std::array<std::uint8_t, NM_MESSAGE_SIZE> buffer{};
+    for (int rcvid = 0; (rcvid = MsgReceive(attach->chid, buffer.data(), buffer.size(), nullptr)) >= 0;) {
+      StoreNmWord(buffer, NM_LENGTH_AT, 1);
+      if (rcvid > 0) MsgReply(rcvid, 0, buffer.data(), NM_HEADER_SIZE);
+    }
+  });
+  NM::NMClient client;
+  const std::vector<char> bytes(std::min(Bytes(state), NM_PAYLOAD_SIZE));
+  for (auto _ : state) {
+    if (client.sendMsg(1, bytes.data(), static_cast<int>(bytes.size())) != 1) std::abort();
+  }
+}
+
 void RunBareSocket(benchmark::State& state) {
   std::array<int, 2> ends{};
   if (socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()) != 0) std::abort();
@@ -108,6 +131,61 @@ void RunBareSocket(benchmark::State& state) {
     for (auto _ : state) {
       send(ends[0], bytes.data(), bytes.size(), 0);
       if (recv(ends[0], bytes.data(), bytes.size(), 0) <= 0) std::abort();
+    }
+  }
+  close(ends[0]);
+  close(ends[1]);
+}
+
+// A record of a header and a body, as messages send it, with room for an attached descriptor.
+class PartedRecord {
+ public:
+  PartedRecord() {
+    message_.msg_iov = parts_.data();
+    message_.msg_iovlen = parts_.size();
+  }
+  ssize_t Send(int socket, std::size_t bytes) {
+    parts_[1].iov_len = bytes;
+    return sendmsg(socket, &message_, MSG_NOSIGNAL);
+  }
+  ssize_t Receive(int socket) {
+    parts_[1].iov_len = body_.size();
+    message_.msg_control = control_.data();
+    message_.msg_controllen = CMSG_LEN(sizeof(int));
+    const ssize_t size = recvmsg(socket, &message_, 0);
+    message_.msg_control = nullptr;
+    message_.msg_controllen = 0;
+    return size - static_cast<ssize_t>(header_.size());
+  }
+
+ private:
+  std::array<char, 32> header_{};
+  std::array<char, LARGEST> body_{};
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control_{};
+  std::array<iovec, 2> parts_ = {{{header_.data(), header_.size()}, {body_.data(), 0}}};
+  msghdr message_{};
+};
+
+// What the kernel alone needs for such records, and for a receiver that waits for many clients.
+void RunPartedSocket(benchmark::State& state) {
+  std::array<int, 2> ends{};
+  if (socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()) != 0) std::abort();
+  {
+    const Responder responder(IsPinned(state), [&](const auto& ready) {
+      const int clients = epoll_create1(0);
+      epoll_event event = {.events = EPOLLIN | EPOLLRDHUP | EPOLLET, .data = {}};
+      epoll_ctl(clients, EPOLL_CTL_ADD, ends[1], &event);
+      ready();
+      PartedRecord record;
+      while (epoll_wait(clients, &event, 1, -1) == 1) {
+        const ssize_t size = record.Receive(ends[1]);
+        if (size > 0) record.Send(ends[1], static_cast<std::size_t>(size));
+      }
+    });
+    PartedRecord record;
+    for (auto _ : state) {
+      record.Send(ends[0], Bytes(state));
+      if (record.Receive(ends[0]) <= 0) std::abort();
     }
   }
   close(ends[0]);
@@ -155,7 +233,9 @@ int main(int argc, char** argv) {
   const std::string directory = mkdtemp(pattern.data());
   setenv("ORVIK_RUNTIME_DIR", directory.c_str(), 1);
   Register("BmBareSocket", RunBareSocket);
+  Register("BmPartedSocket", RunPartedSocket);
   Register("BmMessage", RunMessages);
+  Register("BmSendMsg", RunSendMsg);
   Register("BmZeroMq", RunZeroMq);
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
