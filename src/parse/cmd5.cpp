@@ -75,7 +75,8 @@ int ProcessSubCommand(orvikData_t* data, SubCmd_t* command) {
   if (!HasGoodSubLength(data, *command)) return 0;
   std::string text = command->Text();
   FixUTF8String(text);
-  std::vector<unsigned> codepoints;
+  thread_local std::vector<unsigned> codepoints;  // keeps its storage from text to text
+  codepoints.clear();
   ExpandSubCommand(data, text, codepoints);
   UpdateField(data, command->FieldId(), codepoints);
   return 1;
