@@ -37,21 +37,29 @@ def messages(size):
                "µs", 1.15, f"BmBareSocket/pinned/bytes:{size}/1/real_time", "bare socket")
 
 
+def publish(size):
+    return Row(f"publish, {size:,} bytes, one core", "bench_messages", f"BmSendMsg/pinned/bytes:{size}/1/real_time", "µs", 1.25,
+               f"BmBareSocket/pinned/bytes:{size}/1/real_time", "bare socket")
+
+
 ROWS = (
     Row("CMD2: a frame through decapsulation, parser, setters", "bench_hostlink", "BmOperatingValueFrames", "M/s", 20),
     Row("CMD5 with its texts: a frame", "bench_hostlink", "BmTextFrames", "M/s", 10),
-    Row("UTF-8 repair, valid text", "bench_hostlink", "BmFixUtf8StringValid", "MB/s", 4, "BmLibraryRepairValid", "utfcpp"),
-    Row("UTF-8 repair, broken text", "bench_hostlink", "BmFixUtf8StringBroken", "MB/s", 1.5, "BmLibraryRepairBroken", "utfcpp"),
+    *(Row(f"UTF-8 repair, {text} text", "bench_hostlink", f"BmFixUtf8String/{text}", "MB/s", reach,
+          f"BmLibraryRepair/{text}", "utfcpp")
+      for text, reach in (("ascii", 4), ("russian", 4), ("chinese", 4), ("broken", 1.5))),
     # 14, 20 and 12.5 ns where the lock takes 11.2
     Row("`DBSHM::Write`", "bench_dbshm", "BmWrite/changing:1", "ns", 1.25, "BmBareLock", "bare lock and store"),
     Row("`DBSHM::Write`, timed", "bench_dbshm", "BmWriteTimed", "ns", 1.79, "BmBareLock", "bare lock and store"),
     Row("`DBSHM::Read`", "bench_dbshm", "BmRead", "ns", 1.12, "BmBareLock", "bare lock and store"),
     Row("lock, compare, store, unlock", "bench_dbshm", "BmBareLock", "ns", 1.0, "BmRobustMutex", "robust mutex"),
     Row("generic configuration", "bench_preference", "BmPreferenceReader", "µs", 1.0, "BmPugixml", "pugixml"),
+    Row("a document of 10 MB", "bench_preference", "BmPreferenceReaderLarge", "ms", 1.0, "BmExpatLarge", "Expat"),
     *map(messages, (8, 20, 1824, 10240)),
     Row("native picture, one changed number", "bench_picture", "BmOneNumber", "ms", 1),
     Row("native picture, a page that was shown before", "bench_picture", "BmPageChange", "ms", 12),
     Row("native picture as PNG", "bench_picture", "BmWritePng", "ms", 9),
+    *map(publish, (8, 20, 1824, 10240)),
     Row("bus to the browser's document, 100 changes a second", "browser_load.py", "median", "ms", 50),
     Row("the same, the browser's main thread", "browser_load.py", "main thread", "% of a core", 10),
     Row("`orvik` on a core of 400 MHz without the kernel, idle", "arm/arm_load.py", "idle", "% of a core", 25),

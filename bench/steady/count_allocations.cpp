@@ -14,10 +14,10 @@
 #include <unistd.h>
 
 // The C library's own functions.
-extern "C" void* __libc_malloc(std::size_t size);
-extern "C" void* __libc_calloc(std::size_t count, std::size_t size);
-extern "C" void* __libc_realloc(void* memory, std::size_t size);
-extern "C" void* __libc_memalign(std::size_t alignment, std::size_t size);
+extern "C" void* OwnMalloc(std::size_t size) asm("__libc_malloc");
+extern "C" void* OwnCalloc(std::size_t count, std::size_t size) asm("__libc_calloc");
+extern "C" void* OwnRealloc(void* memory, std::size_t size) asm("__libc_realloc");
+extern "C" void* OwnMemalign(std::size_t alignment, std::size_t size) asm("__libc_memalign");
 
 namespace {
 
@@ -58,19 +58,19 @@ extern "C" {
 
 void* malloc(std::size_t size) {
   CountAllocation();
-  return __libc_malloc(size);
+  return OwnMalloc(size);
 }
 void* calloc(std::size_t count, std::size_t size) {
   CountAllocation();
-  return __libc_calloc(count, size);
+  return OwnCalloc(count, size);
 }
 void* realloc(void* memory, std::size_t size) {
   CountAllocation();
-  return __libc_realloc(memory, size);
+  return OwnRealloc(memory, size);
 }
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
   CountAllocation();
-  return __libc_memalign(alignment, size);
+  return OwnMemalign(alignment, size);
 }
 
 }  // extern "C"

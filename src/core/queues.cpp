@@ -35,7 +35,8 @@ void Append(pthread_mutex_t& mutex, std::vector<T>& queue, std::vector<T>& spare
 }
 
 // Moves all elements to the end of `work`; the queue has no storage then. The work array's earlier storage
-// becomes the spare, so that two arrays take turns and none is allocated; after a burst it is freed.
+// becomes the spare, so that two arrays take turns and none is allocated. Storage that has grown in a burst is
+// freed with the next batch.
 template <class T>
 void Drain(pthread_mutex_t& mutex, std::vector<T>& queue, std::vector<T>& spare, std::vector<T>& work) {
   std::vector<T> taken;
@@ -45,6 +46,7 @@ void Drain(pthread_mutex_t& mutex, std::vector<T>& queue, std::vector<T>& spare,
     const bool isSpare = work.empty() && work.capacity() <= MAX_SPARE_BYTES / sizeof(T);
     if (isSpare && spare.capacity() == 0) spare.swap(work);
   }
+  if (taken.empty()) return;  // the work array keeps its storage for the next batch
   if (work.empty()) return work.swap(taken);
   work.insert(work.end(), taken.begin(), taken.end());
 }
