@@ -38,6 +38,7 @@ void Walk(Reader& reader, int depth, elements_t& elements) {
 void Walk(const pugi::xml_node& parent, int depth, elements_t& elements) {
   int place = 0;
   for (const pugi::xml_node& node : parent.children()) {
+    if (node.type() != pugi::node_element) continue;  // the reader has text with its element
     elements.push_back(Describe(node));
     if (place % 3 == 2) return;
     if (place++ % 2 == 0 && depth < 64) Walk(node, depth + 1, elements);
