@@ -1,33 +1,15 @@
-// The record with the parameter database, and its key queue under two producing threads.
+// The configuration, and the key queue under two producing threads.
 #include <sstream>
 #include <thread>
-#include <tuple>
 
 #include <gtest/gtest.h>
 
 #include "src/core/generic_config.h"
 #include "src/core/key_queue.h"
-#include "src/core/operating_values.h"
 #include "tests/support/console_capture.h"
 #include "tests/support/test_record.h"
 
 namespace {
-
-TEST(SettersTest, RoundCapacityDownAndLoadHalfUp) {
-  TestRecord record;
-  const std::tuple<double, double, double> cases[] = {
-      {12399.0, 12300, 12400}, {12350.0, 12300, 12400}, {12349.0, 12300, 12300}, {0.0, 0, 0}, {49.9, 0, 0},
-      {50.0, 0, 100},          {-150.0, -100, -100},    {1e30, 1e30, 1e30}};
-  for (const auto& [sent, capacity, load] : cases) {
-    SCOPED_TRACE(sent);
-    SetCapacity(record, sent);
-    SetLoad(record, sent);
-    EXPECT_DOUBLE_EQ(record->capacity, capacity);
-    EXPECT_DOUBLE_EQ(record->load, load);
-    EXPECT_DOUBLE_EQ(ParameterValue("OrvikCapacity"), capacity);
-    EXPECT_DOUBLE_EQ(ParameterValue("OrvikLoad"), load);
-  }
-}
 
 TEST(GenericConfigurationTest, FillsIdentityAndNamesInAnyOrderOfSections) {
   TestRecord record;

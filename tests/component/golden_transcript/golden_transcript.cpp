@@ -1,6 +1,7 @@
 // Runs a scenario from standard input, the application in virtual time and what happens to it, and prints the
 // events. tests/golden_transcripts/transcript.py makes them readable and compares them; docs/reliability.md has
 // the words of a scenario. An action of `hx7 simulate` goes to the load computer.
+#include <array>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
@@ -12,10 +13,15 @@
 #include "host/protocol/send_plan.h"
 #include "host/simulate/config_files.h"
 #include "host/simulate/scenario.h"
+#include "src/display/handles.h"
 #include "src/hostlink/can_transport.h"
+#include "src/hostlink/decapsulation.h"
 #include "src/pages/key_commands.h"
+#include "src/parse/cmd5.h"
 #include "src/services/dbshm.h"
 #include "src/startup/application.h"
+#include "src/text/fields.h"
+#include "src/text/grid.h"
 #include "tests/component/golden_transcript/virtual_time.h"
 #include "tests/component/golden_transcript/virtual_unit.h"
 #include "tests/support/test_folder.h"
@@ -105,6 +111,21 @@ void RecordSettings(const orvikData_t& r) {
   Record("settings", text.str());
 }
 
+// The dumps that a developer calls and no key does. The message names a field of each kind, and one too short.
+void Dump(orvikData_t* data) {
+  constexpr std::array<std::uint8_t, 14> TEXTS{0, 12, 0, 4, 0, 16, 'A', 0x7F, 0, 2, 0, 17, 'B', 'C'};
+  MainCmd_t command{MessageView(TEXTS)};
+  const CAN_packet_t2 packet{.canID = 0x18FF00D0, .dlc = 8, .data = {0, 1, 2, 0x10, 0xAB, 0xFF, 9, 10}};
+  DumpMainCmd(data, &command);
+  DumpCANPacket(&packet);
+  DumpHexData(TEXTS.data(), 9);
+  DumpHexData(TEXTS.data(), -1);
+  DumpHexString("A\x01\xFF");
+  DumpAllFields();
+  DumpUTF8LineAll(data);
+  DumpGaugeHandles(data);
+}
+
 // Carries out the words of a line; `number` is the second one, where it is a number.
 void Carry(const words_t& words, std::uint32_t number) {
   const std::string& verb = words[0];
@@ -114,6 +135,7 @@ void Carry(const words_t& words, std::uint32_t number) {
   if (verb == "initialise") return run.record->lcdInitRequest.Store(1);
   if (verb == "command") return StartTask([number] { RunKeyCommand(run.record.get(), number); });
   if (verb == "settings") return RecordSettings(*run.record);
+  if (verb == "dump") return Dump(run.record.get());
   if (verb == "computer") return StartComputer();
   if (verb == "play") return Play(arguments.at(0));
   if (verb == "send") return Send(arguments);
