@@ -1,16 +1,13 @@
 """Load and bad input: every message is counted, memory does not grow, and all processes keep running."""
 
 import os
-import random
 import socket
-
-import pytest
 
 from desk import BIN, HOST_ID, PATIENCE, cmd2, cut, wait_for
 
 SANITIZED = PATIENCE > 1
 ROOM_OF_QUEUES = 12_000_000  # the bound of a subscriber's queue, in bytes
-MESSAGES = 10_000 if SANITIZED else 100_000
+MESSAGES = 10_000 if SANITIZED else 50_000
 
 
 def resident(process):
@@ -44,26 +41,6 @@ def test_every_message_of_a_log_at_full_speed_is_counted(desk, tmp_path):
             assert late < early + ROOM_OF_QUEUES, f"memory grows: {sizes}"
 
 
-@pytest.mark.parametrize("seed", [1, 2])
-def test_noise_on_the_bus_changes_nothing_for_the_next_message(desk, seed):
-    chance = random.Random(seed)
-    bus = desk.go_to("Main")
-    for _ in range(3000):
-        kind = chance.randrange(4)
-        if kind == 0:
-            bus.send(HOST_ID, chance.randbytes(chance.randrange(9)))
-        elif kind == 1:
-            bus.send(chance.randrange(1 << 29), chance.randbytes(8))
-        else:
-            # Any command but language, units, transitions and text geometry, with any content.
-            command = chance.choice([0, 1, 3, 5, 6, 8, 9, 200])
-            bus.send_message(bytes([command]) + chance.randbytes(chance.randrange(245)))
-    bus.send_message(cmd2(load=77700))
-    bus.send_message(cmd2(load=77700))  # the first may end a message that noise left incomplete
-    wait_for(lambda: desk.widget("orvikTextWidgetLoad") == " 77,700", "the load after the noise", 30)
-    assert desk.orvik.child.poll() is None and desk.unit.child.poll() is None
-
-
 def test_malformed_requests_to_the_panel_are_answered(desk):
     host, port = desk.address("http").rsplit(":", 1)
     for method, path, body, headers, status in [
@@ -84,13 +61,3 @@ def test_malformed_requests_to_the_panel_are_answered(desk):
             except ConnectionResetError:
                 pass
     assert desk.get("/api/screen")["page"]
-
-
-def test_malformed_bus_clients_are_answered_and_bounded(desk):
-    host, port = desk.address("socketcand").rsplit(":", 1)
-    with socket.create_connection((host, int(port)), 5) as stray:
-        stray.settimeout(5)
-        assert b"hi" in stray.recv(65536)
-        stray.sendall(b"< open nowhere >< send >< send 1 9 0 >< what >" + b"<" + b"x" * 100_000)
-        bus = desk.bus()
-        assert bus.ask([7, 7]) == ["00 01 00 ff ff ff ff ff"]

@@ -10,73 +10,8 @@ import pytest
 
 from desk import BIN, CONFIG, DEMO_LOG, WAIT_ALL, Process, frozen_thread, wait_for
 
-START = [
-    "Orvik: Product: QMT740VGA, Version: Rev. 01.003.0109, Compile Date: ",
-    "Orvik: Starting Orvik Application and Initializing data...",
-    "Orvik: Begin parsing configuration file: ",
-    "orvikData->eventChannelName: OrvikEvents",
-    "Orvik: Done parsing configuration file: ",
-    "Orvik: Generic parsing took: ",
-    "orvikData.eventChannel: ",
-    "Orvik: Action Channel Initilization OK",
-    "Orvik: Dispatch Initilization OK",
-    "Orvik: Decap Initilization OK",
-    "Orvik: Timer Initilization OK",
-    "Orvik: CAN Initilization OK",
-    "Orvik: Watchdog Initilization OK",
-    "Orvik: Digital I/O Initilization OK",
-    "Orvik: Parse Initilization OK",
-    "Orvik: Blinker Initilization OK",
-    "Orvik: Initializing ...",
-    "Orvik: KD620 ...",
-    "Orvik: Loader version 1.4.0.2.  VerRev: 1.4",
-    "Orvik: OS version 6.5.0.1.  VerRev: 6.5",
-    "Orvik: Application version 1.3.0.109.  VerRev: 1.3",
-    "Orvik: CAN termination 0",
-    "Orvik: Target Holten has 6 pages",
-    "Orvik: Initialization Complete",
-    "Orvik: System Up",
-]
-THREADS = ["Action channel", "Dispatcher", "Decapsulator", "Timer", "CAN", "Watchdog", "Digital_IO", "Parser", "Blinker",
-           "Key scanner"]
 EXITS = ["Receive Action", "Dispatcher", "Decapsulator", "Timer", "CAN Receive", "Watchdog", "DigitalIO", "Parser", "Blinker",
          "Keypad scanner"]
-
-
-def in_order(lines, expected):
-    rest = iter(lines)
-    for text in expected:
-        assert any(line.startswith(text) for line in rest), f"{text!r} is missing or out of order in {lines}"
-
-
-def test_start_and_orderly_end(desk):
-    orvik = desk.orvik
-    in_order(orvik.out, START)
-    for thread in THREADS:
-        orvik.wait_line(f"Orvik: {thread} initialization complete")
-    desk.go_to("Main")
-    orvik.child.send_signal(signal.SIGUSR1)
-    assert orvik.wait_exit() == 0
-    in_order(orvik.out, ["received SIGUSR1", "Orvik: SIGUSR1 signal received while on page Page.Main",
-                         "Orvik: On Main page, requesting orvik.MainToSplash transition",
-                         "Orvik: Now on SPLASH page ", "Orvik: Sending orvik.ExitApplication",
-                         "Orvik: Waiting maximum of 5 seconds for threads to stop...", "Orvik: Main EXIT"])
-    assert not [line for line in orvik.out if "timed out" in line]
-    assert sum("requesting" in line for line in orvik.out) == 1
-    for thread in EXITS:
-        assert f"Orvik: {thread} thread EXIT" in orvik.out
-
-
-def test_termination_is_refused_elsewhere_and_granted_on_slate(desk):
-    orvik = desk.orvik
-    bus = desk.go_to("Wad")
-    orvik.child.send_signal(signal.SIGUSR1)
-    orvik.wait_line("Orvik: NOT on terminatable page.  Ignoring request to terminate application", orvik.err)
-    assert orvik.child.poll() is None
-    bus.send_message([7, 15, 0])
-    wait_for(lambda: desk.page_of_orvik(bus) == "Main", "the application on Main")
-    orvik.child.send_signal(signal.SIGUSR1)
-    assert orvik.wait_exit() == 0
 
 
 def test_an_application_started_again_finds_its_page(desk):
@@ -91,32 +26,6 @@ def test_an_application_started_again_finds_its_page(desk):
     wait_for(moved, "the page that the host asked for")
 
 
-def test_a_host_that_is_heard_does_not_hold_the_exit_up(desk):
-    bus = desk.go_to("Main")
-    desk.orvik.child.send_signal(signal.SIGUSR1)
-
-    def ended():  # the watchdog leaves the splash page again while frames of the host come
-        bus.send_message([8, 1])
-        return desk.orvik.child.poll() is not None
-
-    wait_for(ended, "the application's end", interval=0.02)
-    assert desk.orvik.wait_exit() == 0
-
-
-def test_slate_leads_to_splash_and_the_exit(desk):
-    bus = desk.bus()
-
-    def on_slate():
-        bus.send_message([8, 1])
-        return desk.screen()["page"] == "Slate"
-
-    wait_for(on_slate, "Slate")
-    desk.orvik.child.send_signal(signal.SIGUSR1)
-    desk.orvik.wait_line("Orvik: On Slate page, requesting orvik.SlateToSplash transition")
-    desk.orvik.wait_line("Orvik: Now on SPLASH page ", desk.orvik.err)
-    assert desk.orvik.wait_exit() == 0
-
-
 def flood(desk, bus):
     del bus
     desk.start(BIN / "hx7", "play", DEMO_LOG, "--speed", "max", "--loop")
@@ -128,8 +37,6 @@ STATES = {
     "a beeper asleep in a beep of 2.5 s": lambda desk, bus: (bus.send_message([4, 250]),
                                                             wait_for(lambda: desk.beeps() == 1, "the beep")),
     "a bus at full speed": flood,
-    "a key that is held": lambda desk, bus: desk.key(3, True),
-    "text that is drawn anew each time": lambda desk, bus: bus.send_message([7, 13, 3]),
 }
 
 
@@ -216,17 +123,6 @@ def test_faulty_configurations_are_reported_and_survived(make_desk, tmp_path):
         orvik = desk.start(BIN / "orvik", path)
         orvik.wait_line(line, orvik.err)
         orvik.wait_line("Orvik: System Up")
-        orvik.stop(signal.SIGKILL)
-
-
-def test_an_application_without_the_unit_starts_and_says_what_it_misses(tmp_path):
-    orvik = Process([BIN / "orvik", CONFIG / "generic.xml"], tmp_path / "run")
-    try:
-        orvik.wait_line("Orvik: System Up")
-        assert "DBSHM_main Open() ERROR, could not open DBSHM." in orvik.err
-        assert "NM-Client: Error: Cannot attach to server name=NotifyMgr" in orvik.err
-        assert any(line.startswith("ERRROR - UNABLE TO OPEN /dev/io_interface") for line in orvik.err)
-    finally:
         orvik.stop(signal.SIGKILL)
 
 

@@ -23,7 +23,7 @@ def is_whole_png(data):
 def test_a_run_with_application_and_host_shows_a_lift_and_stops_in_order(tmp_path):
     picture, log = tmp_path / "out.png", tmp_path / "bus.log"
     unit = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--play", DEMO_LOG, "--loop",
-                    "--seconds", "15", "--snapshot", picture, "--record", log], tmp_path / "run")
+                    "--seconds", "8", "--snapshot", picture, "--record", log], tmp_path / "run")
     unit.wait_line("orvik | Orvik: System Up", seconds=20)
     unit.wait_line("while on Page.Main page", seconds=20)
     assert unit.wait_exit(60) == 0, unit.err
