@@ -7,6 +7,7 @@ import json
 import os
 import pathlib
 import queue
+import signal
 import sys
 import threading
 import time
@@ -186,6 +187,7 @@ def main():
             print(f"{fault.file}:{fault.line}  {fault.kind}  {change(fault, text)}")
         return 0
     shop = Workshop(arguments.root, folder, max(arguments.jobs, os.cpu_count() or 1))
+    shop.lock()
     shop.prepare(sorted({fault.file.rsplit("/", 1)[0] for fault in faults}), arguments.tests)
     tests = Tests(shop, arguments.system)
     tests.run_without_fault()
@@ -196,6 +198,8 @@ def main():
 
 
 if __name__ == "__main__":
+    for number in (signal.SIGINT, signal.SIGTERM):  # a shell starts background programs with SIGINT ignored
+        signal.signal(number, signal.default_int_handler)
     try:
         sys.exit(main())
     except BuildError as error:

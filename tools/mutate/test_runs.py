@@ -88,12 +88,24 @@ class Tests:
         """Takes the time of each program, and leaves out those that fail without a fault."""
         kept = []
         for program in self.programs:
-            program.seconds, problem = self._run(program, self.shop.build / program.output, SECONDS_WITHOUT_FAULT, {})
+            problem = self._take_times(program)
             if problem:
                 print(f"mutate: {program.name} fails without a fault ({failed_case(problem)}) and is left out", flush=True)
             else:
                 kept.append(program)
         self.programs = kept
+
+    def _take_times(self, program):
+        """Puts the quickest call first. Returns what fails."""
+        calls, took = program.calls, {}
+        for call in calls:
+            program.calls = [call]
+            took[id(call)], problem = self._run(program, self.shop.build / program.output, SECONDS_WITHOUT_FAULT, {})
+            if problem:
+                return problem
+        program.calls = sorted(calls, key=lambda call: took[id(call)])
+        program.seconds = sum(took.values())
+        return None
 
     def nearest_first(self, file, changed):
         """The programs that load something changed: those of the file's folder, then the quickest."""

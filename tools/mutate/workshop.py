@@ -4,6 +4,7 @@ Every library of the copy is a shared object. A faulty source is compiled and li
 test programs load the faulty library from there (LD_LIBRARY_PATH), so that nothing has to be put right afterwards.
 """
 
+import fcntl
 import json
 import os
 import pathlib
@@ -41,6 +42,14 @@ class Workshop:
         self.tree = folder / "tree"
         self.build = self.tree / "build" / "mutate"
         self.folder.mkdir(parents=True, exist_ok=True)
+
+    def lock(self):
+        """Two runs at a time would build into the same folder. The lock ends with the process."""
+        self.held = open(self.folder / "lock", "w")
+        try:
+            fcntl.flock(self.held, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except BlockingIOError:
+            raise BuildError(f"another run uses {self.folder}; wait for it or stop it") from None
 
     def prepare(self, folders, chosen):
         """Copies what has changed, and builds the tests that are `chosen` by name. Later runs build only what is new."""
