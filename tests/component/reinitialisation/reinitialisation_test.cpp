@@ -1,5 +1,5 @@
-// Two threads initialise one record again and again while others use it. ThreadSanitizer must see no data race; in every
-// build the other threads must see whole handles and pages.
+// Two threads initialise one record again and again while others use it. ThreadSanitizer must see no data race; in
+// every build the other threads must see whole handles and pages.
 #include <array>
 #include <atomic>
 #include <string>
