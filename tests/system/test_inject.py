@@ -2,8 +2,6 @@
 
 import re
 
-import pytest
-
 from desk import BIN, CONFIG, cmd2, cmd5, wait_for, wait_steady
 
 # Fault: stream and line of the message about it. Broken sequences are dropped without a message.
@@ -24,8 +22,7 @@ def inject(desk, fault, rate):
                         "max", "--seconds-of-crane", "30", "--inject", fault, "--inject-rate", str(rate), seconds=60)[1]
 
 
-@pytest.mark.parametrize("fault", FAULTS)
-def test_the_display_recovers_within_one_message(desk, fault):
+def check_recovery(desk, fault):
     desk.go_to("Main").close()
     errors = inject(desk, fault, 0.2)
     count = int(re.search(rf"injected (\d+) faults: {fault} (\d+)\n?$", errors)[1])
@@ -40,6 +37,12 @@ def test_the_display_recovers_within_one_message(desk, fault):
     bus.send_message(cmd5((17, "ALL IS WELL")))
     wait_for(lambda: desk.widgets("Load", "Radius") == [" 77,700", " 12.3"], "the values")
     wait_for(lambda: "ALL" in (desk.widget("orvikTextWidgetLine1Std") or ""), "the text")
+    bus.close()
+
+
+def test_the_display_recovers_within_one_message(desk):
+    for fault in FAULTS:
+        check_recovery(desk, fault)
 
 
 def test_faults_follow_their_seed_and_are_called_by_name(desk):

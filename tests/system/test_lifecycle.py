@@ -80,18 +80,18 @@ def test_a_thread_that_hangs_does_not_keep_the_process(desk):
     assert desk.orvik.out[-1] == "Orvik: Main EXIT"
 
 
-@pytest.mark.parametrize("worker", ["Decapsulate", "Parse", "Dispatch"])
-def test_a_worker_that_hangs_is_reported(desk, worker):
+def test_a_worker_that_hangs_is_reported(desk):
     def health(up=False):
         status, body = desk.request("GET", "/api/health")
         return status, [service["name"] for service in json.loads(body)["services"] if service["up"] == up]
 
-    wait_for(lambda: f"worker {worker}" in health(up=True)[1], "the first heartbeat")
-    with frozen_thread(desk.orvik, worker):
-        desk.unit.wait_line(f"notify: no heartbeat of the application's {worker} worker for 2 s", desk.unit.err)
-        wait_for(lambda: health() == (503, [f"worker {worker}"]), f"{worker} alone to be down")
-    desk.unit.wait_line(f"notify: the application's {worker} worker is back")
-    wait_for(lambda: health() == (200, []), "everything up again")
+    for worker in ("Decapsulate", "Parse", "Dispatch"):
+        wait_for(lambda: f"worker {worker}" in health(up=True)[1], "the first heartbeat")
+        with frozen_thread(desk.orvik, worker):
+            desk.unit.wait_line(f"notify: no heartbeat of the application's {worker} worker for 2 s", desk.unit.err)
+            wait_for(lambda: health() == (503, [f"worker {worker}"]), f"{worker} alone to be down")
+        desk.unit.wait_line(f"notify: the application's {worker} worker is back")
+        wait_for(lambda: health() == (200, []), "everything up again")
 
 
 USAGE = f"Usage: {BIN / 'orvik'} [generic]"

@@ -2,14 +2,11 @@
 #include "src/compositing/layer.h"
 
 #include <functional>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <tuple>
 
 #include <gmock/gmock.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "src/compositing/drawing_objects.h"
 #include "tests/support/fake_service.h"
@@ -166,23 +163,6 @@ TEST_F(LayerTest, AFrameIsOneMessageAndTheNextFrameIsBegun) {
             "compGraphLib: Layer 3 Destroy begin.\ncompGraphLib: Layer 3 Destroy completed.\n");
 }
 
-TEST_F(LayerTest, WithoutACompositorDrawingGoesOn) {
-  auto compositor = std::make_unique<FakeService>(SERVER_NAME, [](const bytes_t&) { return Words({0}); });
-  Layer orphan(LAYER_ID, LAYER_USER);
-  compositor.reset();
-  testing::internal::CaptureStderr();
-  orphan.draw();
-  EXPECT_FALSE(orphan.isConnected());
-  const Layer layer(LAYER_ID, LAYER_USER);
-  EXPECT_FALSE(layer.isConnected());
-  const std::string errors = testing::internal::GetCapturedStderr();
-  EXPECT_THAT(errors, testing::MatchesRegex(
-                          "(compGraphLib: MsgSend Error: [0-9]+\n)(compGraphLib: MsgSend Error: [0-9]+\n)"));
-  orphan.glPush();
-  orphan.draw();
-  EXPECT_EQ(Queued(orphan), StartOfFrame());
-}
-
 TEST_F(LayerTest, ObjectsBelongToTheCurrentLayerUntilItEnds) {
   testing::internal::CaptureStdout();
   auto first = std::make_unique<Layer>(1, LAYER_USER);
@@ -203,33 +183,6 @@ TEST_F(LayerTest, ObjectsBelongToTheCurrentLayerUntilItEnds) {
                                 "CompGraphCircle: No current layer - object not added\n"
                                 "CompGraphImage: No current layer - object not added\n"
                                 "CompGraphLine: No current layer - object not added\n"));
-}
-
-// The drawing thread never returns, so that it runs in a process of its own, which the test kills.
-TEST_F(LayerTest, AThreadWhoseFrameIsRefusedStopsForGood) {
-  int output[2];
-  ASSERT_EQ(pipe(output), 0);
-  const pid_t drawer = fork();
-  if (drawer == 0) {
-    dup2(output[1], STDOUT_FILENO);
-    const FakeService compositor(SERVER_NAME, [](const bytes_t& request) {
-      return Words({request.at(COMMAND_AT) == CMD_CREATE_LAYER ? 0 : -5});
-    });
-    Layer layer(LAYER_ID, LAYER_USER);
-    layer.draw();
-    std::cout << "returned" << std::endl;
-    _exit(0);
-  }
-  close(output[1]);
-  std::string line(64, '\0');
-  line.resize(static_cast<std::size_t>(std::max<ssize_t>(read(output[0], line.data(), line.size()), 0)));
-  EXPECT_EQ(line, "compGraphLib: Draw Error: -5\n");
-  int status = 0;
-  EXPECT_EQ(waitpid(drawer, &status, WNOHANG), 0);
-  kill(drawer, SIGKILL);
-  waitpid(drawer, &status, 0);
-  EXPECT_TRUE(WIFSIGNALED(status));
-  close(output[0]);
 }
 
 }  // namespace

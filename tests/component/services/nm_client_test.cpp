@@ -5,8 +5,6 @@
 #include <thread>
 #include <tuple>
 
-#include <unistd.h>
-
 #include "platform/byte_order.h"
 
 #include "src/services/nm_messages.h"
@@ -31,34 +29,6 @@ class NMClientTest : public testing::Test {
   int ownChid_ = 0;  // the client's channel, which its connect request carries
   bytes_t reply_ = Words({0, 5, 3, 0});
 };
-
-TEST_F(NMClientTest, ARefusedClientIsUnusable) {
-  const FakeService refusing(NM_SERVER_NAME, [](const bytes_t&) { return Words({0, -1, -1, 9}); });
-  NM::NMClient client;
-  EXPECT_FALSE(client.isValid());
-  EXPECT_EQ(client.registerName("any"), -1);
-}
-
-TEST_F(NMClientTest, EachRequestIsOneMessage) {
-  FakeService server(NM_SERVER_NAME, Answer());
-  NM::NMClient client;
-  EXPECT_EQ(server.DrainRequests().at(0), Words({0, -1, 0, -1, getpid(), ownChid_}));
-  const auto check = [&server](int result, int expected, const bytes_t& request) {
-    EXPECT_EQ(result, expected);
-    EXPECT_EQ(server.DrainRequests(), std::vector<bytes_t>{request});
-  };
-  check(client.registerName(""), 5, Words({1, -1, 1, CLIENT_ID}) + bytes_t{0});
-  check(client.registerName("Ab"), 5, Words({1, -1, 3, CLIENT_ID}) + bytes_t{'A', 'b', 0});
-  check(client.subscribe(5), 3, Words({2, 5, 0, CLIENT_ID}));
-  check(client.sendMsg(5, "\x01\x02\x03\x04", 4), 3, Words({3, 5, 4, CLIENT_ID}) + bytes_t{1, 2, 3, 4});
-  client.wakeReceiver();
-  int channel = 0;
-  char buffer[8]{};
-  reply_ = Words({4, 6, 2, CLIENT_ID}) + bytes_t{'h', 'i'};
-  check(client.recvMsg(channel, buffer, sizeof buffer), 2, Words({4, -1, 8, CLIENT_ID}));
-  EXPECT_EQ(channel, 6);
-  EXPECT_STREQ(buffer, "hi");
-}
 
 TEST_F(NMClientTest, WhatDoesNotFitAMessageIsNotSent) {
   FakeService server(NM_SERVER_NAME, Answer());
