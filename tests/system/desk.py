@@ -368,10 +368,11 @@ class Desk:
             self.key(key, False)
 
     def press(self, *keys):
-        """A press and a release, each as long as a finger's: the scanner takes neither if it is too short."""
+        """A press of keys that have a function, until its click is heard while no other sound is made, and a release."""
+        beeps = self.beeps()
         with self.held(*keys):
-            time.sleep(0.12 * PATIENCE)  # the length of the press
-        time.sleep(0.15 * PATIENCE)  # the length of the release
+            wait_for(lambda: self.beeps() > beeps, f"the click of {keys}")
+        time.sleep(0.15 * PATIENCE)  # the length of the release: the scanner does not take a shorter one
 
     def wait_keys(self, *keys):
         """Waits until these front keys are held, and no other."""

@@ -112,7 +112,7 @@ class Campaign:
             faults = [fault for fault in faults if not self.state(fault)]
             self.goal = min(self.arguments.sample or len(faults), self.counted + len(faults))
         self.counted_before = self.counted
-        print(f"mutate: {len(faults)} faults to draw from, {len(self.tests.programs)} test programs", flush=True)
+        print(f"mutate: {len(faults)} faults to draw from, {len(self.tests.calls)} test programs and transcripts", flush=True)
         pool = concurrent.futures.ThreadPoolExecutor(self.arguments.jobs)
         try:
             for _ in pool.map(self._try, faults):

@@ -23,11 +23,14 @@ SECONDS_WITHOUT_FAULT = 300
 
 
 @dataclasses.dataclass
-class TestProgram:
-    output: str  # as the build names it
+class TestCall:
+    """A test program, or one call of a program that has several."""
+    output: str  # as the build names the program
     folder: str  # tests/unit/text
-    calls: list  # commands, each with the folder to run in
+    command: list
+    working_folder: str
     seconds: float = 0  # without a fault
+    catches: int = 0  # in this run
 
     @property
     def level(self):
@@ -35,7 +38,8 @@ class TestProgram:
 
     @property
     def name(self):
-        return pathlib.Path(self.output).name
+        program = pathlib.Path(self.output).name
+        return program if self.command == GOOGLE_TEST[0][0] else f"{program} {self.command[-1]}"
 
 
 def bound():
@@ -81,67 +85,52 @@ class Tests:
     def __init__(self, workshop, system):
         self.shop, self.system = workshop, system
         found, calls = workshop.test_programs(), workshop.test_calls()
-        self.programs = [TestProgram(output, folder, calls.get(output, GOOGLE_TEST))
-                         for output, folder in sorted(found.items()) if output in workshop.built]
+        self.calls = [TestCall(output, folder, command, working_folder)
+                      for output, folder in sorted(found.items()) if output in workshop.built
+                      for command, working_folder in calls.get(output, GOOGLE_TEST)]
 
     def run_without_fault(self):
-        """Takes the time of each program, and leaves out those that fail without a fault."""
+        """Takes the time of each call, and leaves out those that fail without a fault."""
         kept = []
-        for program in self.programs:
-            problem = self._take_times(program)
+        for call in self.calls:
+            call.seconds, problem = self._run(call, self.shop.build / call.output, SECONDS_WITHOUT_FAULT, {})
             if problem:
-                print(f"mutate: {program.name} fails without a fault ({failed_case(problem)}) and is left out", flush=True)
+                print(f"mutate: {call.name} fails without a fault ({failed_case(problem)}) and is left out", flush=True)
             else:
-                kept.append(program)
-        self.programs = kept
-
-    def _take_times(self, program):
-        """Puts the quickest call first. Returns what fails."""
-        calls, took = program.calls, {}
-        for call in calls:
-            program.calls = [call]
-            took[id(call)], problem = self._run(program, self.shop.build / program.output, SECONDS_WITHOUT_FAULT, {})
-            if problem:
-                return problem
-        program.calls = sorted(calls, key=lambda call: took[id(call)])
-        program.seconds = sum(took.values())
-        return None
+                kept.append(call)
+        self.calls = kept
 
     def nearest_first(self, file, changed):
-        """The programs that load something changed: those of the file's folder, then the quickest."""
+        """The calls that load something changed: those of the file's folder, then those that catch most in their time."""
         area = pathlib.PurePath(file).parent.name
-        reached = [program for program in self.programs
-                   if changed & (self.shop.loads[program.output] | {program.output})]
+        reached = [call for call in self.calls if changed & (self.shop.loads[call.output] | {call.output})]
 
-        def distance(program):
-            near = program.folder.split("/")[-1] == area or (file.startswith("platform/") and program.level == 2)
-            return (0 if near else 1, program.level if near else program.level == 2, program.seconds)
+        def distance(call):
+            if call.folder.split("/")[-1] == area or (file.startswith("platform/") and call.level == 2):
+                return 0, call.level, call.seconds
+            return 1, call.level == 2, call.seconds / (1 + call.catches)
         return sorted(reached, key=distance)
 
     def first_failure(self, bench, file, changed):
         """The first test that fails with the fault of the bench, or None."""
         environment = {"LD_LIBRARY_PATH": str(bench.folder / "lib")}
-        for program in self.nearest_first(file, changed):
-            path = bench.program(program.output)
+        for call in self.nearest_first(file, changed):
+            path = bench.program(call.output)
             if path is None:
-                return f"{program.name}: does not compile"
-            limit = SECONDS_MORE + TIMES_LONGER * program.seconds
-            _, problem = self._run(program, path, limit, environment)
+                return f"{call.name}: does not compile"
+            _, problem = self._run(call, path, SECONDS_MORE + TIMES_LONGER * call.seconds, environment)
             if problem:
-                return f"{program.name}: {failed_case(problem)}"
+                call.catches += 1
+                return f"{call.name}: {failed_case(problem)}"
         for name in self.system:
             if self._system_test(name, bench, environment):
                 return f"system.{name}"
         return None
 
-    def _run(self, program, path, seconds, environment):
-        took = 0
-        for words, folder in program.calls:
-            more, problem = run_bounded([str(path) if word == PROGRAM else word for word in words], seconds, environment, folder)
-            took += more
-            if problem:
-                return took, problem
-        return took, None
+    @staticmethod
+    def _run(call, path, seconds, environment):
+        command = [str(path) if word == PROGRAM else word for word in call.command]
+        return run_bounded(command, seconds, environment, call.working_folder)
 
     def _system_test(self, name, bench, environment):
         programs = bench.folder / "bin"

@@ -230,7 +230,7 @@ class Bench:
         source.write_text(text)
         (self.folder / "lib").mkdir()
         (self.folder / "bin").mkdir()
-        self.changed, self.waiting = {}, set()
+        self.changed, self.waiting, self.programs = {}, set(), {}
         for item in sorted(self.shop.objects_of(file)):
             if item.startswith("tests/") and not file.startswith("tests/"):
                 self.waiting.add(item)  # compiled when its program is to run
@@ -247,6 +247,11 @@ class Bench:
 
     def program(self, output):
         """The path of a test program with the fault; None if it cannot be built."""
+        if output not in self.programs:
+            self.programs[output] = self._make_program(output)
+        return self.programs[output]
+
+    def _make_program(self, output):
         mine = [item for item in self.shop.inputs[output] if item in self.waiting]
         if not all([self._compile(item) for item in mine]):
             return None
