@@ -126,6 +126,8 @@ def read_events(output):
         event = readable(int(time), kind, text, noise)
         if event is not None and (shown or kind == "-----"):
             events.append(event)
+        if (kind, text) == ("-----", "end"):
+            break
     return events
 
 

@@ -1,6 +1,7 @@
 """Runs test programs directly, nearest first, each with a time limit and bounds on memory and files."""
 
 import dataclasses
+import math
 import os
 import pathlib
 import re
@@ -16,9 +17,11 @@ from workshop import PROGRAM
 GOOGLE_TEST = [([PROGRAM, "--gtest_brief=1", "--gtest_fail_fast"], None)]
 BYTES_OF_MEMORY = 8 << 30
 BYTES_OF_FILE = 64 << 20
-# A run may take this much longer than without a fault before it counts as hanging; the machine may be busy.
+# A run may use this much more processor time than without a fault before it counts as hanging. One that waits instead
+# is stopped by the clock, much later, because the machine may be busy.
 TIMES_LONGER = 4
-SECONDS_MORE = 8
+SECONDS_MORE = 4
+SECONDS_OF_WAITING = 25
 SECONDS_WITHOUT_FAULT = 300
 
 
@@ -42,7 +45,8 @@ class TestCall:
         return program if self.command == GOOGLE_TEST[0][0] else f"{program} {self.command[-1]}"
 
 
-def bound():
+def bound(seconds):
+    resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds))
     resource.setrlimit(resource.RLIMIT_AS, (BYTES_OF_MEMORY, BYTES_OF_MEMORY))
     resource.setrlimit(resource.RLIMIT_FSIZE, (BYTES_OF_FILE, BYTES_OF_FILE))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
@@ -57,9 +61,9 @@ def run_bounded(command, seconds, environment, folder=None):
         with open(os.path.join(scratch, "output"), "w+b") as output:
             running = subprocess.Popen(command, cwd=folder or scratch, stdin=subprocess.DEVNULL, stdout=output, stderr=output,
                                        env=os.environ | environment | {"TMPDIR": scratch}, start_new_session=True,
-                                       preexec_fn=bound)
+                                       preexec_fn=lambda: bound(math.ceil(seconds)))
             try:
-                code = running.wait(seconds)
+                code = running.wait(seconds + SECONDS_OF_WAITING)
             except subprocess.TimeoutExpired:
                 code = None
             finally:
@@ -72,7 +76,8 @@ def run_bounded(command, seconds, environment, folder=None):
             text = output.read(1 << 20).decode(errors="replace")
     finally:
         shutil.rmtree(scratch, ignore_errors=True)
-    problem = None if code == 0 else "hangs" if code is None else text or "failed without a word"
+    hangs = code is None or code == -signal.SIGKILL
+    problem = None if code == 0 else "hangs" if hangs else text or "failed without a word"
     return time.monotonic() - begin, problem
 
 

@@ -3,6 +3,8 @@
 // the words of a scenario. An action of `hx7 simulate` goes to the load computer.
 #include <array>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -13,10 +15,18 @@
 #include "host/protocol/send_plan.h"
 #include "host/simulate/config_files.h"
 #include "host/simulate/scenario.h"
+#include "src/devio/blinkers.h"
+#include "src/devio/digital_io.h"
+#include "src/display/dispatcher.h"
 #include "src/display/handles.h"
+#include "src/display/value_widgets.h"
 #include "src/hostlink/can_transport.h"
 #include "src/hostlink/decapsulation.h"
+#include "src/pages/display_transition.h"
 #include "src/pages/key_commands.h"
+#include "src/pages/key_dispatch.h"
+#include "src/pages/key_report.h"
+#include "src/pages/page_tables.h"
 #include "src/parse/cmd5.h"
 #include "src/services/dbshm.h"
 #include "src/startup/application.h"
@@ -126,6 +136,43 @@ void Dump(orvikData_t* data) {
   DumpGaugeHandles(data);
 }
 
+// Arguments that no message, key or action brings; the record's words are as before afterwards.
+void Misuse(orvikData_t* data) {
+  SetBeeper(data, 4, 1);
+  SetBeeper(data, -1, 1);
+  StartBlinker(data, BLINKER_COUNT, 0, 1, 0, 0);
+  StartBlinker(data, -1, 0, 1, 0, 0);
+  MatrixDispatch(data, KD620_KEY3, KEY_PRESSED + KEY_RELEASED + 1);
+  SetQMT740KeyPressed(data, HOST_KEY_MAN_BASKET + 1);
+  SetQMT740KeyPressed(data, -1);
+  UpdateLCDUnits(data);
+  SetDisplayTransition(data, -1);
+  for (PlainWord<std::uint8_t>* word : {&data->language, &data->units}) {
+    const std::uint8_t value = *word;
+    *word = 6;
+    DisplayUnits(data);
+    *word = value;
+  }
+  const Page_t* const page = data->currentPage;
+  for (const Page_t& other : {Page_t{ACTION_PAGE_NONE, 0, 0, {}}, {999, 0, 0, {}}}) {
+    data->currentPage = &other;
+    UpdateDisplay(data);
+    MatrixDispatch(data, KD620_KEY3, KEY_PRESSED);
+  }
+  data->currentPage = nullptr;
+  MatrixDispatch(data, KD620_KEY3, KEY_PRESSED);
+  data->currentPage = page;
+}
+
+void WriteUnitFile(const std::string& path, const std::string& hex) {
+  const std::filesystem::path file = std::getenv("ORVIK_ROOT") + path;
+  std::filesystem::create_directories(file.parent_path());
+  std::ofstream out(file);
+  for (std::size_t at = 0; at + 1 < hex.size(); at += 2) {
+    out.put(static_cast<char>(std::stoi(hex.substr(at, 2), nullptr, 16)));
+  }
+}
+
 // Carries out the words of a line; `number` is the second one, where it is a number.
 void Carry(const words_t& words, std::uint32_t number) {
   const std::string& verb = words[0];
@@ -136,6 +183,8 @@ void Carry(const words_t& words, std::uint32_t number) {
   if (verb == "command") return StartTask([number] { RunKeyCommand(run.record.get(), number); });
   if (verb == "settings") return RecordSettings(*run.record);
   if (verb == "dump") return Dump(run.record.get());
+  if (verb == "misuse") return Misuse(run.record.get());
+  if (verb == "file") return WriteUnitFile(arguments.at(0), arguments.at(1));
   if (verb == "computer") return StartComputer();
   if (verb == "play") return Play(arguments.at(0));
   if (verb == "send") return Send(arguments);

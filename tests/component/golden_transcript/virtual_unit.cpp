@@ -77,8 +77,12 @@ void RecordRegister(std::uintptr_t address, int digits, std::uint32_t value) {
 }
 
 std::string HexText(std::span<const std::uint8_t> bytes) {
+  constexpr const char* DIGITS = "0123456789ABCDEF";
   std::string text;
-  for (const std::uint8_t byte : bytes) text += Format("%02X", byte);
+  for (const std::uint8_t byte : bytes) {
+    text += DIGITS[byte >> 4];
+    text += DIGITS[byte & 15];
+  }
   return text;
 }
 
@@ -105,7 +109,8 @@ struct services_t {
   std::string page = "Splash";
   Pulses pulses;
   unit::Exchange exchange{{4096, 4U << 20U}, pulses};
-  unit::RequestHandler manager{exchange, [](int, int channel, auto payload) {
+  unit::RequestHandler manager{exchange, [this](int, int channel, auto payload) {
+                                 if (channel != events && channel != busRequests && channel != screen) return;
                                  Record("message", std::to_string(channel) + " " + HexText(payload));
                                }};
   int events = exchange.RegisterName(names.eventChannel);
@@ -205,14 +210,16 @@ int ChannelCreate(unsigned flags) {
   if (flags != 0) Record("channel", Format("flags %u", flags));
   return ++lastId;
 }
-int ChannelDestroy(int /*chid*/) {
+int ChannelDestroy(int chid) {
+  Record("destroy", chid > 0 ? "channel" : "unknown");
   return 0;
 }
 int ConnectAttach(std::uint32_t, pid_t, int chid, unsigned, int) {
   channelsOf[++lastId] = chid;
   return lastId;
 }
-int ConnectDetach(int /*coid*/) {
+int ConnectDetach(int coid) {
+  Record("detach", channelsOf.contains(coid) ? "own channel" : "unknown");
   return 0;
 }
 int name_open(const char* name, int) {
@@ -220,7 +227,8 @@ int name_open(const char* name, int) {
   serversOf[++lastId] = name;
   return lastId;
 }
-int name_close(int /*coid*/) {
+int name_close(int coid) {
+  Record("close", serversOf.contains(coid) ? serversOf[coid] : "unknown");
   return 0;
 }
 
