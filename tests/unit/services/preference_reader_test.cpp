@@ -91,9 +91,13 @@ TEST(PreferenceReaderTest, SkipsAnyDepthOfNesting) {
 
 TEST(PreferenceReaderTest, KeepsTextWithSingleBlanksAndEntities) {
   const std::pair<const char*, const char*> texts[] = {
-      {"<a>  one \n\t two</a>", "one two"}, {"<a>one </a>", "one "},
-      {"<a>&lt;&amp;&gt;</a>", "<&>"},      {"<a>one<!-- - -> -->two<b/>three</a>", "onetwo"},
-      {"<a> <!-- --> one</a>", "one"},      {"<a>\xC3\xA9 \xE4\xB8\xAD</a>", "\xC3\xA9 \xE4\xB8\xAD"},
+      {"<a>  one \n\t two</a>", "one two"},
+      {"<a>one </a>", "one "},
+      {"<a>&lt;&amp;&gt;</a>", "<&>"},
+      {"<a>one<!-- - -> -->two<b/>three</a>", "onetwo"},
+      {"<a>!one!</a>", "!one!"},
+      {"<a> <!-- --> one</a>", "one"},
+      {"<a>\xC3\xA9 \xE4\xB8\xAD</a>", "\xC3\xA9 \xE4\xB8\xAD"},
   };
   for (const auto& [document, text] : texts) {
     std::istringstream stream(document);
