@@ -69,9 +69,3 @@ TestRecord::TestRecord() {
   InitVariableHandles(&data_);
   SetLanguage(&data_, 0);
 }
-
-void TestRecord::ConnectEvents(const std::string& channelName) {
-  data_.eventChannelName = channelName;
-  data_.nmClient = new NM::NMClient;  // the record owns and frees it
-  data_.eventChannel = data_.nmClient->registerName(channelName.c_str());
-}

@@ -26,12 +26,8 @@ class RecordWithoutDatabase {
   orvikData_t data_;
 };
 
-// The same with the parameter database and the handles of all parameters. It has no notification client until
-// ConnectEvents.
+// The same with the parameter database and the handles of all parameters.
 class TestRecord : public RecordWithoutDatabase {
  public:
   TestRecord();
-
-  // Posts events through a client of the notification manager that runs in this process.
-  void ConnectEvents(const std::string& channelName);
 };
