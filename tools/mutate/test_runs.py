@@ -63,7 +63,7 @@ def run_bounded(command, seconds, environment, folder=None):
                                        env=os.environ | environment | {"TMPDIR": scratch}, start_new_session=True,
                                        preexec_fn=lambda: bound(math.ceil(seconds)))
             try:
-                code = running.wait(seconds + SECONDS_OF_WAITING)
+                code = running.wait(seconds + SECONDS_OF_WAITING * max(1, os.getloadavg()[0] / (os.cpu_count() or 1)))
             except subprocess.TimeoutExpired:
                 code = None
             finally:
