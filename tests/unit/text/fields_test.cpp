@@ -1,4 +1,5 @@
-// Texts that no message of the host carries, on the text grid. Golden transcripts have all others.
+// What no golden transcript shows of the text grid: texts that no message carries, and a message at a rare
+// moment.
 #include "src/text/fields.h"
 
 #include <algorithm>
@@ -7,7 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "src/core/operating_values.h"
+#include "src/core/sharing.h"
 #include "src/text/grid.h"
+#include "src/text/system_text.h"
 #include "tests/support/console_capture.h"
 #include "tests/support/test_record.h"
 
@@ -96,6 +99,23 @@ TEST_F(FieldsTest, LinesAreTheSameWhereTheirShownCellsAre) {
   EXPECT_TRUE(SameUTF8Line(record_, &a, &b));
   b.cells[23].codePoint = 1;
   EXPECT_FALSE(SameUTF8Line(record_, &a, &b));
+}
+
+// A message that comes between two looks of the dispatcher, which has not ended the system's own text yet.
+TEST_F(FieldsTest, EndTheSystemTextWhenTheHostSendsNewText) {
+  Put(16, "old");
+  FieldsToUTF8Lines(record_);
+  ShowSystemText(record_, "LOST");
+  {
+    const MutexGuard guard(record_->displayMutex);
+    ClearAllFields();
+    Put(16, "new");
+    FieldsToUTF8Lines(record_);
+    HostTextArrived(record_);
+  }
+  EXPECT_FALSE(SystemTextShown());
+  EndSystemText(record_);
+  EXPECT_EQ(Cells(0, 4), "new_") << "restored, although the host's text has ended the system's";
 }
 
 }  // namespace
