@@ -12,6 +12,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -230,6 +231,20 @@ TEST_F(DatabaseTest, ProcessesAtOnceAndAnyNumberOfKilledOnesLeaveWholeValuesAndB
   }
   EXPECT_EQ(ExitStatus(StartChild("kill-many-writers")), 0);
   EXPECT_TRUE(IsWhole());
+}
+
+TEST_F(DatabaseTest, WhileALivingProcessKeepsTheLockNothingIsReadOrWritten) {
+  DBSHM::Write(TAGGED, 7.0);
+  auto& lock = *reinterpret_cast<platform::shared_lock_t*>(At(LOCK_AT));
+  ASSERT_TRUE(platform::LockShared(lock, std::chrono::seconds(1)).taken);
+  std::thread([] {
+    double value = 5;
+    EXPECT_EQ(DBSHM::Read(TAGGED, value), 0);
+    EXPECT_EQ(value, 0);
+    DBSHM::Write(TAGGED, 8.0);
+  }).join();
+  platform::UnlockShared(lock);
+  EXPECT_TRUE(Reads(TAGGED, 7.0));
 }
 
 TEST_F(DatabaseTest, AValueExpiresAfterItsTime) {
