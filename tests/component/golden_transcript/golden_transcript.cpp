@@ -164,6 +164,12 @@ void Misuse(orvikData_t* data) {
   data->currentPage = page;
 }
 
+// "-" makes the parameter not valid.
+void WriteParameter(unsigned handle, const std::string& value) {
+  if (value == "-") return DBSHM::Write(handle, 0.0, 0, false);
+  DBSHM::Write(handle, std::stod(value));
+}
+
 void WriteUnitFile(const std::string& path, const std::string& hex) {
   const std::filesystem::path file = std::getenv("ORVIK_ROOT") + path;
   std::filesystem::create_directories(file.parent_path());
@@ -191,7 +197,7 @@ void Carry(const words_t& words, std::uint32_t number) {
   if (verb == "press") return Press(number);
   if (verb == "hold") return unitState.keysHeld = number, void();
   if (verb == "action") return PostAction(arguments.at(0));
-  if (verb == "variable") return DBSHM::Write(DBSHM::getHandle(arguments.at(0)), std::stod(arguments.at(1)));
+  if (verb == "variable") return WriteParameter(DBSHM::getHandle(arguments.at(0)), arguments.at(1));
   if (verb == "missing") return unitState.missing.insert(arguments.at(0)), void();
   if (verb == "present") return unitState.missing.erase(arguments.at(0)), void();
   if (verb == "compositor") return unitState.compositorReply = static_cast<std::uint8_t>(number), void();
