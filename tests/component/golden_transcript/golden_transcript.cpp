@@ -117,7 +117,8 @@ void RecordSettings(const orvikData_t& r) {
        << int{r.commandProtocolVersion} << ", encryption " << int{r.dynamicEncryptionMethod}
        << "; brightness adjust " << r.brightnessAdjustEnabled << "; select mode " << r.selectMode
        << "; key report " << r.keyReport1 << " " << r.keyReport2 << ", last event " << r.lastPressedEventName
-       << "; transducers " << canTransducersSwapped;
+       << "; transducers " << canTransducersSwapped << "; versions " << r.loaderVersion << " " << r.osVersion
+       << " " << r.appVersion;
   Record("settings", text.str());
 }
 
