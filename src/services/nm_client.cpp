@@ -71,29 +71,31 @@ void NMClient::Connect() {
   }
 }
 
-int NMClient::Request(const nm_request_t& request, std::size_t resultAt) {
+int NMClient::Request(const nm_request_t& request, std::size_t resultAt, message_area_t& buffer) const {
   if (!isValid() || request.payload.size() > NM_PAYLOAD_SIZE) return -1;
-  const std::lock_guard lock(sendMutex_);
-  WriteNmHeader(sendBuffer_, request.type, request.channel, request.length, clientId_);
-  std::ranges::copy(AsBytes(request.payload), sendBuffer_.begin() + NM_HEADER_SIZE);
-  if (!SendForReply(coid_, sendBuffer_, NM_HEADER_SIZE + request.payload.size())) return -1;
-  return LoadNmWord(sendBuffer_, resultAt);
+  WriteNmHeader(buffer, request.type, request.channel, request.length, clientId_);
+  std::ranges::copy(AsBytes(request.payload), buffer.begin() + NM_HEADER_SIZE);
+  if (!SendForReply(coid_, buffer, NM_HEADER_SIZE + request.payload.size())) return -1;
+  return LoadNmWord(buffer, resultAt);
 }
 
 int NMClient::registerName(const char* name) {
   if (name == nullptr) return -1;
   const std::span<const char> payload(name, std::strlen(name) + 1);
   const auto length = static_cast<std::int32_t>(std::min(payload.size(), NM_MESSAGE_SIZE));
-  return Request({NM_REGISTER, -1, length, payload}, NM_CHANNEL_AT);
+  const std::lock_guard lock(sendMutex_);
+  return Request({NM_REGISTER, -1, length, payload}, NM_CHANNEL_AT, sendBuffer_);
 }
 
 int NMClient::subscribe(int channel) {
-  return Request({NM_SUBSCRIBE, channel, 0, {}}, NM_LENGTH_AT);
+  const std::lock_guard lock(sendMutex_);
+  return Request({NM_SUBSCRIBE, channel, 0, {}}, NM_LENGTH_AT, sendBuffer_);
 }
 
 int NMClient::sendMsg(int channel, const char* data, int len) {
   if (len < 0 || (data == nullptr && len > 0)) return -1;
-  return Request({NM_SEND, channel, len, {data, static_cast<std::size_t>(len)}}, NM_LENGTH_AT);
+  message_area_t buffer;  // not filled: the request needs a few bytes of it
+  return Request({NM_SEND, channel, len, {data, static_cast<std::size_t>(len)}}, NM_LENGTH_AT, buffer);
 }
 
 int NMClient::recvMsg(int& channel, char* buf, int maxlen) {
