@@ -65,8 +65,21 @@ void Exchange::SetStateRule(int channel, state_rule_t rule) {
   Channel(channel).rule = std::move(rule);
 }
 
+void Exchange::SetNewsChannel(int channel, int news, news_rule_t isNews) {
+  Channel(channel).news = news;
+  Channel(channel).isNews = std::move(isNews);
+}
+
 int Exchange::Publish(int sender, int channel, std::span<const std::uint8_t> payload) {
   ++published_;
+  std::size_t room = QueueForAll(sender, channel, payload);
+  const channel_t& from = Channel(channel);
+  if (from.news > 0 && from.isNews(payload)) room = std::min(room, QueueForAll(sender, from.news, payload));
+  return static_cast<int>(std::min<std::size_t>(room, std::numeric_limits<int>::max()));
+}
+
+// Returns the room in the fullest queue, as Publish.
+std::size_t Exchange::QueueForAll(int sender, int channel, std::span<const std::uint8_t> payload) {
   std::size_t room = limits_.messages;
   const std::vector<int>& subscribers = Channel(channel).subscribers;
   const bool anyReader = std::ranges::any_of(subscribers, [sender](int id) { return id != sender; });
@@ -76,7 +89,7 @@ int Exchange::Publish(int sender, int channel, std::span<const std::uint8_t> pay
       if (id != sender) room = std::min(room, Queue(id, message));
     }
   }
-  return static_cast<int>(std::min<std::size_t>(room, std::numeric_limits<int>::max()));
+  return room;
 }
 
 message_t Exchange::MakeMessage(int sender, int channel, std::span<const std::uint8_t> payload) {

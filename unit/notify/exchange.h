@@ -56,6 +56,9 @@ struct state_key_t {
 };
 using state_rule_t = std::function<state_key_t(std::span<const std::uint8_t> payload)>;
 
+// Whether a message says more than the ones before it.
+using news_rule_t = std::function<bool(std::span<const std::uint8_t> payload)>;
+
 // Messages that a client lost because it did not fetch in time.
 struct loss_t {
   int client;
@@ -89,6 +92,9 @@ class Exchange {
   // lives: a new subscriber gets them all, and a subscriber whose full queue lost one gets it as soon as its
   // queue has room.
   void SetStateRule(int channel, state_rule_t rule);
+  // Publishes the messages of `channel` for which the rule is true on the channel `news` too, which has a state
+  // rule of its own. A subscriber of `news` is not woken for the others.
+  void SetNewsChannel(int channel, int news, news_rule_t isNews);
 
   // Queues the payload for every subscriber but the sender, in the order of subscribing. Returns how many more
   // messages of this size the fullest of their queues has room for; 0 when one of them lost a message.
@@ -135,11 +141,14 @@ class Exchange {
     std::vector<int> subscribers{};
     state_rule_t rule{};
     std::map<std::string, kept_t> kept{};
+    int news = 0;  // 0: none
+    news_rule_t isNews{};
   };
 
   channel_t& Channel(int channel) { return channels_[static_cast<std::size_t>(channel) - 1]; }
   const kept_t* FindKept(int channel, const std::string& state) const;
   message_t MakeMessage(int sender, int channel, std::span<const std::uint8_t> payload);
+  std::size_t QueueForAll(int sender, int channel, std::span<const std::uint8_t> payload);
   std::size_t Queue(int id, const message_t& message);
   bool Merge(client_t& client, const message_t& message);
   void Append(int id, client_t& client, const message_t& message);

@@ -121,6 +121,8 @@ void NotifyService::Start() {
     const int channel = exchange_.RegisterName(heartbeats_.ChannelName());
     heartbeats_.SetChannel(channel);
     exchange_.SetStateRule(channel, [this](auto event) { return HeartbeatKey(event); });
+    exchange_.SetNewsChannel(channel, exchange_.RegisterName(EVENT_NEWS_CHANNEL_NAME),
+                             [this](auto event) { return !heartbeats_.IsHeartbeat(event); });
   }
   SetStateRules(exchange_);
   AttachName();

@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <utility>
 
 #include "platform/byte_order.h"
 
 #include "src/hostlink/j1939_external.h"
 #include "src/screenapi/screen_messages.h"
 #include "unit/service/database_change.h"
+#include "unit/service/service.h"
 
 namespace unit {
 namespace {
@@ -61,9 +63,24 @@ state_key_t J1939RequestKey(std::span<const std::uint8_t> payload) {
   return isFilter ? state_key_t{FirstBytes(payload, payload.size()), true} : state_key_t{};
 }
 
+bool ScreenNews::Accept(std::span<const std::uint8_t> payload, TimePoint now) {
+  const bool isProcessing = payload.size() >= SCREEN_ARGUMENTS_AT &&
+                            platform::LoadLe32(payload, SCREEN_OPERATION_AT) == SCREEN_PROCESS_COMMANDS;
+  const bool wasRepeated = std::exchange(isRepeated_, isProcessing);
+  if (isProcessing && wasRepeated && now < nextSign_) return false;
+  if (isProcessing) nextSign_ = now + SIGN_PERIOD;
+  return true;
+}
+
 void SetStateRules(Exchange& exchange) {
+  const int screen = exchange.RegisterName(SCREEN_CHANNEL_NAME);
+  const int screenNews = exchange.RegisterName(SCREEN_NEWS_CHANNEL_NAME);
+  exchange.SetStateRule(screen, ScreenMessageKey);
+  exchange.SetStateRule(screenNews, ScreenMessageKey);
+  exchange.SetNewsChannel(screen, screenNews, [news = ScreenNews()](auto payload) mutable {
+    return news.Accept(payload, std::chrono::steady_clock::now());
+  });
   exchange.SetStateRule(exchange.RegisterName(J1939_CHANNEL_NAME), J1939RequestKey);
-  exchange.SetStateRule(exchange.RegisterName(SCREEN_CHANNEL_NAME), ScreenMessageKey);
   exchange.SetStateRule(exchange.RegisterName(DATABASE_CHANNEL_NAME), DatabaseChangeKey);
 }
 

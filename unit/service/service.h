@@ -52,5 +52,10 @@ class Service {
 constexpr const char* HEALTH_CHANNEL_NAME = "unit.Health";  // JSON: name, up, detail, counters
 constexpr const char* BUS_CHANNEL_NAME = "unit.Bus";  // JSON: counts and the last frames, ten times a second
 constexpr const char* BOARD_CHANNEL_NAME = "unit.Board";  // JSON: beeper, backlight, keys; on every change
+// The application's messages without those that repeat a hundred times a second: the events without
+// heartbeats, and SCREEN_CHANNEL_NAME with "process commands" only after another message and every 100 ms. The
+// notification manager publishes them.
+constexpr const char* EVENT_NEWS_CHANNEL_NAME = "unit.EventNews";
+constexpr const char* SCREEN_NEWS_CHANNEL_NAME = "unit.ScreenNews";
 
 }  // namespace unit

@@ -167,6 +167,19 @@ TEST_F(ExchangeTest, MoreKeptMessagesThanAQueueHoldsComeOneAfterTheOther) {
   EXPECT_EQ(pulses_.sent[bob_], 6);
 }
 
+TEST_F(ExchangeTest, TheNewsOfAChannelComeInOrderToTheirOwnSubscribers) {
+  const int news = exchange_.RegisterName("news");
+  exchange_.SetStateRule(news, FirstCharacter);
+  exchange_.SetNewsChannel(channel_, news, [](auto payload) { return payload[0] != '!'; });
+  Publish(alice_, "a1");
+  exchange_.Subscribe(bob_, news);
+  exchange_.Subscribe(carol_, channel_);
+  for (const char* text : {"!", "b1", "!", "c1"}) Publish(alice_, text);
+  EXPECT_THAT(FetchAll(bob_), ElementsAre("a1", "b1", "c1")) << "the first was kept";
+  EXPECT_THAT(FetchAll(carol_), ElementsAre("!", "b1", "!", "c1"));
+  EXPECT_EQ(pulses_.sent, (std::map<int, int>{{bob_, 3}, {carol_, 4}}));
+}
+
 class SlowReaderTest : public ExchangeTest {
  protected:
   SlowReaderTest() : ExchangeTest({.messages = 8, .bytes = 12, .behind = 3}) {}
@@ -199,6 +212,33 @@ TEST(StateChannelsTest, OneThingOfAWidgetHasOneKey) {
   }
   EXPECT_FALSE(ScreenMessageKey(Words({0, SCREEN_PROCESS_COMMANDS})).isKept);
   EXPECT_TRUE(ScreenMessageKey(Words({7, SCREEN_SHOW})).isKept);
+}
+
+TEST(StateChannelsTest, ProcessCommandsIsNewsAfterAnotherMessageAndEveryTenthOfASecond) {
+  const bytes_t process = Words({0, SCREEN_PROCESS_COMMANDS});
+  const bytes_t show = Words({7, SCREEN_SHOW});
+  struct step_t {
+    int at_ms;
+    bytes_t message;
+    bool isNews;
+  };
+  ScreenNews news;
+  for (const step_t& step : {step_t{0, process, true},
+                             {10, process, false},
+                             {20, show, true},
+                             {20, process, true},
+                             {30, process, false},
+                             {40, show, true},
+                             {50, show, true},
+                             {50, process, true},
+                             {149, process, false},
+                             {150, process, true},
+                             {160, process, false},
+                             {170, {}, true}}) {
+    EXPECT_EQ(news.Accept(step.message, ScreenNews::TimePoint(std::chrono::milliseconds(1000 + step.at_ms))),
+              step.isNews)
+        << step.at_ms << " ms";
+  }
 }
 
 TEST(StateChannelsTest, AReceiveFilterIsKeptAndAFrameToSendIsNot) {
