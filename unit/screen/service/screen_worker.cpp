@@ -21,7 +21,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto PACE = 20ms;
+constexpr auto PACE = 20ms;  // between two publications, but after "process commands" and events
+constexpr auto IDLE_PACE = 50ms;
 constexpr auto TEXT_LIMIT = 100ms;    // then a text takes effect without "process commands"
 constexpr auto PROGRAM_SILENCE = 2s;  // the application sends "process commands" every 10 ms
 // An application that was silent for so long first carries out what the host sent meanwhile.
@@ -86,9 +87,9 @@ ScreenWorker::ScreenWorker(const options_t& options)
       actions_(model_.Names(), link_) {
   if (model_.Design().contains(pageMemory_.Remembered())) model_.ShowPage(pageMemory_.Remembered());
   ReadVariables();
-  std::vector<std::string> channels{SCREEN_CHANNEL_NAME, DATABASE_CHANNEL_NAME, FAULT_CHANNEL_NAME,
-                                    MARK_CHANNEL_NAME,   HOST_CHANNEL_NAME,     PROGRAM_CHANNEL_NAME};
-  if (!model_.Names().eventChannel.empty()) channels.push_back(model_.Names().eventChannel);
+  const std::vector<std::string> channels{SCREEN_NEWS_CHANNEL_NAME, DATABASE_CHANNEL_NAME, FAULT_CHANNEL_NAME,
+                                          MARK_CHANNEL_NAME,        HOST_CHANNEL_NAME,     PROGRAM_CHANNEL_NAME,
+                                          EVENT_NEWS_CHANNEL_NAME};
   compositorServer_ = std::make_unique<MessageServer>(
       Compositing::SERVER_NAME, Compositing::QUEUE_SIZE + Compositing::RECORD_HEADER_SIZE,
       [this](auto message, int) { return AcceptDrawing(message); });
@@ -144,14 +145,14 @@ void ScreenWorker::AcceptScreenMessage(std::span<const std::uint8_t> payload) {
     Report(unknownLines_, "no widget has the handle " + std::to_string(target) + "; message ignored");
   }
   if (!wasPending) pendingSince_ = now;
+  if (model_.HasPending()) WakePaceBy(pendingSince_ + TEXT_LIMIT);
+  if (wasPending && !model_.HasPending()) WakePaceBy(now);
 }
 
 void ScreenWorker::AcceptEvent(std::span<const std::uint8_t> payload) {
   if (payload.size() != 4) return;
   const std::lock_guard lock(mutex_);
-  if (!model_.HandleEvent(platform::LoadLe32(payload, 0))) return;
-  wake_ = true;
-  wakePace_.notify_all();
+  if (model_.HandleEvent(platform::LoadLe32(payload, 0))) WakePaceBy(Clock::now());
 }
 
 void ScreenWorker::AcceptVariable(std::span<const std::uint8_t> payload) {
@@ -159,15 +160,15 @@ void ScreenWorker::AcceptVariable(std::span<const std::uint8_t> payload) {
   if (!change) return;
   const std::lock_guard lock(mutex_);
   variables_.Accept(*change);
-  if (!model_.HasNotices()) return;
-  wake_ = true;
-  wakePace_.notify_all();
+  WakePaceBy(Clock::now() + (model_.HasNotices() ? 0ms : PACE));
 }
 
 void ScreenWorker::AcceptFaults(std::span<const std::uint8_t> payload) {
   const std::optional<fault_report_t> report = ReadFaultReport(payload);
   const std::lock_guard lock(mutex_);
-  if (report) faults_.Take(*report, Clock::now());
+  if (!report) return;
+  faults_.Take(*report, Clock::now());
+  WakePaceBy(Clock::now() + PACE);
 }
 
 void ScreenWorker::AcceptHost(std::span<const std::uint8_t> payload) {
@@ -176,6 +177,7 @@ void ScreenWorker::AcceptHost(std::span<const std::uint8_t> payload) {
   if (!report) return;
   host_.Accept(*report, Clock::now());
   UpdateDataState(Clock::now());
+  WakePaceBy(Clock::now() + PACE);
 }
 
 void ScreenWorker::AcceptProgram(std::span<const std::uint8_t> payload) {
@@ -186,6 +188,7 @@ void ScreenWorker::AcceptProgram(std::span<const std::uint8_t> payload) {
   programHeard_ = false;
   lastProgramMessage_ = {};
   UpdateDataState(Clock::now());
+  WakePaceBy(Clock::now() + PACE);
 }
 
 void ScreenWorker::AcceptMark(std::span<const std::uint8_t> payload) {
@@ -209,6 +212,7 @@ message_reply_t ScreenWorker::AcceptDrawing(std::span<const std::uint8_t> messag
   if (const std::string problem = pictures_.TakeProblem(); !problem.empty()) Report(pictureLines_, problem);
   model_.SetPictures(pictures_.Definitions());
   model_.SetDrawing(compositor_.Drawing());
+  WakePaceBy(Clock::now() + PACE);
   bytes[0] = static_cast<char>(result);
   return {0, bytes};
 }
@@ -244,12 +248,20 @@ void ScreenWorker::DrawPicture(int rcvid) {
 void ScreenWorker::Pace() {
   std::unique_lock lock(mutex_);
   while (!stopping_) {
+    const auto now = Clock::now();
+    nextStep_ = now + IDLE_PACE;
     lock.unlock();
-    Step(Clock::now());
+    Step(now);
     lock.lock();
-    wakePace_.wait_for(lock, PACE, [this] { return stopping_ || wake_; });
-    wake_ = false;
+    while (!stopping_ && Clock::now() < nextStep_) wakePace_.wait_until(lock, nextStep_);
   }
+}
+
+// The mutex is held.
+void ScreenWorker::WakePaceBy(Clock::time_point when) {
+  if (when >= nextStep_) return;
+  nextStep_ = when;
+  wakePace_.notify_all();
 }
 
 void ScreenWorker::Step(Clock::time_point now) {

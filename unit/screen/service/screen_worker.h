@@ -1,11 +1,12 @@
 // The running screen service: the model, its lock and the threads that use it.
 //
-// | thread       | what it does                                                                       |
-// |--------------|------------------------------------------------------------------------------------|
-// | subscriber   | takes messages of the application, the database, the bus service, and marks        |
-// | compositor   | takes the drawings' messages and answers them                                      |
-// | requests     | answers requests for the state and the picture; draws without the lock             |
-// | pace         | every 20 ms: overdue texts, state of the data, actions, changes, a changed design  |
+// | thread       | what it does                                                                        |
+// |--------------|-------------------------------------------------------------------------------------|
+// | subscriber   | takes messages of the application, the database, the bus service, and marks         |
+// | compositor   | takes the drawings' messages and answers them                                       |
+// | requests     | answers requests for the state and the picture; draws without the lock              |
+// | pace         | 20 ms after a change, at once after "process commands" and events, and every 50 ms: |
+// |              | overdue texts, state of the data, actions, changes, a changed design               |
 //
 // A mark is a message of the service to itself. It comes back behind everything that waited when it was sent,
 // and so tells how late the other messages are.
@@ -75,6 +76,7 @@ class ScreenWorker {
   void DrawPicture(int rcvid);
   // pace
   void Pace();
+  void WakePaceBy(Clock::time_point when);
   void Step(Clock::time_point now);
   void ApplyOverdue(Clock::time_point now);
   void UpdateDataState(Clock::time_point now);
@@ -106,7 +108,7 @@ class ScreenWorker {
   std::uint64_t malformed_ = 0;
   std::string designProblem_;
   base::LineLimiter malformedLines_, unknownLines_, pictureLines_;
-  bool wake_ = false;
+  Clock::time_point nextStep_{};
   bool stopping_ = false;
   std::condition_variable wakePace_;
 
