@@ -1,5 +1,6 @@
 #include "unit/panel/key_holder.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <nlohmann/json.hpp>
@@ -70,14 +71,20 @@ std::string KeyHolder::View() {
   return board == nullptr ? std::string() : FormatBoard(ViewBoard(*board));
 }
 
-void KeyHolder::Step(TimePoint now) {
+KeyHolder::TimePoint KeyHolder::Step(TimePoint now) {
+  TimePoint next = now + LONGEST_PACE;
   const std::lock_guard lock(mutex_);
   for (int key = 1; key <= KEY_COUNT; ++key) {
     std::optional<release_t>& release = releases_.at(static_cast<std::size_t>(key - 1));
-    if (!release || now < release->at) continue;
+    if (!release) continue;
+    if (now < release->at) {
+      next = std::min(next, release->at);
+      continue;
+    }
     release.reset();
     if (platform::board_state_t* board = Board()) SetKeyHeld(*board, platform::key_source_t::PANEL, key, false);
   }
+  return next;
 }
 
 }  // namespace unit

@@ -26,6 +26,7 @@ class KeyHolder {
   using TimePoint = std::chrono::steady_clock::time_point;
   static constexpr std::chrono::milliseconds PRESS{150};
   static constexpr std::chrono::milliseconds LEASE{1000};
+  static constexpr std::chrono::milliseconds LONGEST_PACE{100};  // of Step; shorter than a press
 
   // Holds or releases key 1 to 8; with HOLD_ON_LEASE, until LEASE after the last Renew. False when there is no
   // board, and for RENEW.
@@ -37,8 +38,9 @@ class KeyHolder {
   bool Press(int key, TimePoint now);
   // The state of the board as JSON (see board/board_view.h); empty when there is no board.
   std::string View();
-  // Releases the keys whose time is over. To be called every few milliseconds.
-  void Step(TimePoint now);
+  // Releases the keys whose time is over. Returns when it is to be called again at the latest: LONGEST_PACE
+  // from now, or at the next release.
+  TimePoint Step(TimePoint now);
 
  private:
   // When a key is to be released; that of a lease may be renewed.

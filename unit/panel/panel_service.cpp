@@ -1,5 +1,6 @@
 #include "unit/panel/panel_service.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -23,7 +24,7 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
-constexpr auto PACE = 20ms;
+constexpr auto PACE = 20ms;  // while there are readers
 constexpr auto RETRY_PERIOD = 1s;
 constexpr auto SCREEN_LIMIT = 1s;
 
@@ -110,9 +111,9 @@ class PanelWorker {
         retryAt_ = Listen() ? steady_clock::time_point::max() : now + RETRY_PERIOD;
       }
       connected_ = subscriber_.IsConnected();
-      keys_.Step(now);
+      const auto next = std::min(keys_.Step(now), now + (hub_.Count() > 0 ? PACE : KeyHolder::LONGEST_PACE));
       state_.Step(now, connected_);
-      std::this_thread::sleep_for(PACE);
+      std::this_thread::sleep_until(next);
     }
   }
 

@@ -63,6 +63,10 @@ void PanelState::AcceptBus(const std::string& message) {
 }
 
 void PanelState::AcceptScreen(const std::string& change) {
+  if (hub_.Count() == 0) {
+    screenRevision_ = 0;  // the next reader's first change does not follow
+    return;
+  }
   const json parsed = json::parse(change, nullptr, false);
   if (!parsed.is_object()) return;
   const bool follows =
@@ -98,7 +102,9 @@ void PanelState::Step(TimePoint now, bool connected) {
     nextSecond_ = now + SECOND;
     ReadParameters();
   }
-  if (healthChanged_.exchange(false) || isSecond) hub_.Broadcast("health", Health(connected, now).json);
+  if ((healthChanged_.exchange(false) || isSecond) && hub_.Count() > 0) {
+    hub_.Broadcast("health", Health(connected, now).json);
+  }
   if (now >= nextDatabase_) {
     nextDatabase_ = now + DATABASE_PERIOD;
     BroadcastParameters();
