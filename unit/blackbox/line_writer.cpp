@@ -1,11 +1,14 @@
 #include "unit/blackbox/line_writer.h"
 
 #include <cerrno>
+#include <climits>
 #include <condition_variable>
 #include <deque>
+#include <iterator>
 #include <mutex>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,6 +20,12 @@
 namespace unit {
 
 using std::chrono::steady_clock;
+
+namespace {
+
+constexpr std::size_t MOST_IN_WRITE = PIPE_BUF;  // a FIFO takes so much whole or not at all
+
+}  // namespace
 
 int AppendText(int descriptor, const std::string& text) {
   const ssize_t written = ::write(descriptor, text.data(), text.size());
@@ -42,7 +51,7 @@ class LineWriter::Queue {
 
  private:
   static std::size_t SizeOf(const std::string& text) { return text.size() + sizeof(std::string); }
-  void WriteFirst(std::unique_lock<std::mutex>& lock);
+  void WriteOldest(std::unique_lock<std::mutex>& lock);
   void DropOldest();
   void AcceptResult(std::string problem);
   void Report(const std::string& what) const { platform::PrintLine(stderr, owner_ + ": " + what_ + what); }
@@ -57,8 +66,8 @@ class LineWriter::Queue {
   std::uint64_t lost_ = 0;
   std::uint64_t lostBefore_ = 0;  // when the target began to fail
   std::string problem_;
-  bool told_ = false;  // a line has told of the problem
-  bool writing_ = false;
+  bool told_ = false;               // a line has told of the problem
+  std::size_t writing_ = 0;         // lines of the present write
   steady_clock::time_point since_;  // of the present write
   base::LineLimiter failures_;
   bool stopping_ = false;
@@ -82,27 +91,32 @@ void LineWriter::Queue::Run() {
   for (bool last = false; !last;) {
     changed_.wait(lock, [this] { return stopping_ || !texts_.empty(); });
     last = stopping_ && (texts_.empty() || !problem_.empty());  // a target that fails is tried once more
-    if (!texts_.empty()) WriteFirst(lock);
+    if (!texts_.empty()) WriteOldest(lock);
     if (!problem_.empty()) changed_.wait_for(lock, RETRY, [this] { return stopping_; });
   }
   ended_ = true;
   changed_.notify_all();
 }
 
-// A line that could not be written is the oldest one again.
-void LineWriter::Queue::WriteFirst(std::unique_lock<std::mutex>& lock) {
-  std::string text = std::move(texts_.front());
-  texts_.pop_front();
-  bytes_ -= SizeOf(text);
-  writing_ = true;
+// The oldest lines, as many as one write takes. Those that could not be written are the oldest ones again.
+void LineWriter::Queue::WriteOldest(std::unique_lock<std::mutex>& lock) {
+  std::vector<std::string> lines;
+  std::string text;
+  do {
+    text += texts_.front();
+    bytes_ -= SizeOf(texts_.front());
+    lines.push_back(std::move(texts_.front()));
+    texts_.pop_front();
+  } while (!texts_.empty() && text.size() + texts_.front().size() <= MOST_IN_WRITE);
+  writing_ = lines.size();
   since_ = steady_clock::now();
   lock.unlock();
   std::string problem = target_->Write(text);
   lock.lock();
-  writing_ = false;
+  writing_ = 0;
   if (!problem.empty()) {
-    bytes_ += SizeOf(text);
-    texts_.push_front(std::move(text));
+    for (const std::string& line : lines) bytes_ += SizeOf(line);
+    texts_.insert(texts_.begin(), std::move_iterator(lines.begin()), std::move_iterator(lines.end()));
     DropOldest();
   }
   AcceptResult(std::move(problem));
@@ -125,14 +139,14 @@ void LineWriter::Queue::Stop() {
   stopping_ = true;
   changed_.notify_all();
   changed_.wait_for(lock, STOP_WAIT, [this] { return ended_; });
-  const std::size_t left = texts_.size() + (writing_ ? 1 : 0);
+  const std::size_t left = texts_.size() + writing_;
   if (left > 0) Report(" lacks its last " + std::to_string(left) + " lines");
 }
 
 std::string LineWriter::Queue::Problem() const {
   const std::lock_guard lock(mutex_);
   if (!problem_.empty()) return what_ + " is not written: " + problem_;
-  const auto stalled = writing_ ? steady_clock::now() - since_ : steady_clock::duration{};
+  const auto stalled = writing_ > 0 ? steady_clock::now() - since_ : steady_clock::duration{};
   if (stalled < STALLED) return {};
   return what_ + " is not written: its disk has not answered for " +
          std::to_string(std::chrono::duration_cast<std::chrono::seconds>(stalled).count()) + " s";

@@ -18,8 +18,8 @@ class LineTarget {
   virtual ~LineTarget() = default;
   LineTarget(const LineTarget&) = delete;
   LineTarget& operator=(const LineTarget&) = delete;
-  // Writes `text`, a line with its end, whole or not at all. Returns why it could not, else an empty text. The
-  // writer offers the same text again later.
+  // Writes `text`, one or more lines with their ends, whole or not at all. Returns why it could not, else an
+  // empty text. The writer offers the same lines again later.
   virtual std::string Write(const std::string& text) = 0;
 };
 

@@ -1,11 +1,13 @@
 #include "unit/j1939/j1939_service.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <iostream>
 #include <mutex>
+#include <span>
 #include <thread>
 #include <variant>
 #include <vector>
@@ -33,6 +35,7 @@ using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
 constexpr int RECEIVE_TIMEOUT_MS = 200;
+constexpr std::size_t MOST_IN_BURST = 16;
 // For a kernel bus whose queue is full. The local bus takes a frame at once.
 constexpr int SEND_TIMEOUT_MS = 2500;
 constexpr auto REPORT_PERIOD = 100ms;
@@ -63,7 +66,7 @@ class J1939Service : public Service {
 
  private:
   void ReceiveFrames();
-  void ReceiveFrame(const BusLink::endpoint_t& endpoint);
+  void ReceiveBurst(const BusLink::endpoint_t& endpoint);
   bool AcceptHostFrame(const bus::frame_t& frame);
   void AcceptFrame(const bus::frame_t& frame);
   void ForgetValues();
@@ -163,25 +166,34 @@ void J1939Service::ReceiveFrames() {
   while (!stopping_) {
     lastReceive_ = steady_clock::now();
     if (const BusLink::endpoint_t endpoint = bus_.Endpoint()) {
-      ReceiveFrame(endpoint);
+      ReceiveBurst(endpoint);
     } else if (!Pause(RETRY_PERIOD)) {
       bus_.Reopen();
     }
   }
 }
 
-void J1939Service::ReceiveFrame(const BusLink::endpoint_t& endpoint) {
-  bus::frame_t frame;
-  switch (endpoint->Receive(frame, RECEIVE_TIMEOUT_MS)) {
-    case bus::Endpoint::result_t::OK:
-      return AcceptFrame(frame);
-    case bus::Endpoint::result_t::TIMEOUT:
-      return;
-    case bus::Endpoint::result_t::DOWN:
-      hostBegun_ = false;
-      host_.ForgetMessage();
-      return bus_.Lose(endpoint);
+// The frames of a message arrive together. All of them are logged before the first one is delivered, so that
+// the writer of the log wakes once for them.
+void J1939Service::ReceiveBurst(const BusLink::endpoint_t& endpoint) {
+  using result_t = bus::Endpoint::result_t;
+  std::array<bus::frame_t, MOST_IN_BURST> frames;
+  std::size_t count = 0;
+  result_t result = endpoint->Receive(frames[0], RECEIVE_TIMEOUT_MS);
+  while (result == result_t::OK && ++count < frames.size()) result = endpoint->Receive(frames.at(count), 0);
+  const auto received = std::span(frames).first(count);
+  for (const bus::frame_t& frame : received) {
+    log_->Write(frame);
+    report_.Note(frame, BusReport::direction_t::RECEIVED);
   }
+  for (const bus::frame_t& frame : received) {
+    lastReceive_ = steady_clock::now();
+    AcceptFrame(frame);
+  }
+  if (result != result_t::DOWN) return;
+  hostBegun_ = false;
+  host_.ForgetMessage();
+  bus_.Lose(endpoint);
 }
 
 // False for a frame of the host that the display must not join with others.
@@ -211,8 +223,6 @@ void J1939Service::ReportSoon() {
 }
 
 void J1939Service::AcceptFrame(const bus::frame_t& frame) {
-  log_->Write(frame);
-  report_.Note(frame, BusReport::direction_t::RECEIVED);
   if (frame.extended && frame.identifier == HOST_FRAME_ID && !AcceptHostFrame(frame)) return;
   if (frame.extended) faults_.Accept(frame.identifier, frame.Bytes(), steady_clock::now());
   const auto begin = steady_clock::now();
