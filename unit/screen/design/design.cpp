@@ -279,6 +279,7 @@ page_look_t ReadLook(const pugi::xml_document& document, look_t look, const std:
   PaintColors(*result.document, base.palette, look);
   ElementCollector collector(result, widgets);
   result.document->traverse(collector);
+  result.elements.shrink_to_fit();  // kept as long as the service runs
   return result;
 }
 

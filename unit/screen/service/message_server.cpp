@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <memory>
+#include <span>
 #include <stdexcept>
 #include <utility>
-#include <vector>
 
 #include "platform/messages.h"
 
@@ -45,7 +46,9 @@ MessageServer::~MessageServer() {
 }
 
 void MessageServer::Run() {
-  std::vector<std::uint8_t> buffer(capacity_);
+  // Not filled with zeros, so that it takes memory only where a message has been.
+  const auto memory = std::make_unique_for_overwrite<std::uint8_t[]>(capacity_);
+  const std::span buffer(memory.get(), capacity_);
   while (!stopping_) {
     _msg_info info{};
     const int rcvid = MsgReceive(attach_->chid, buffer.data(), buffer.size(), &info);
