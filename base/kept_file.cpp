@@ -8,6 +8,8 @@
 #include <tuple>
 #include <utility>
 
+#include "platform/threads.h"
+
 #include "base/whole_file.h"
 
 namespace base {
@@ -40,6 +42,7 @@ void KeptFile::Change::Want(std::optional<std::string> text) {
 }
 
 void KeptFile::Change::Run() {
+  platform::NameThread("file writer");
   std::unique_lock lock(mutex_);
   for (;;) {
     changed_.wait(lock, [this] { return stopping_ || wanted_; });

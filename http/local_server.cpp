@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/paths.h"
+#include "platform/threads.h"
 
 #include "base/address_file.h"
 #include "base/host_port.h"
@@ -159,7 +160,10 @@ void LocalServer::Listen(const address_t& address) {
   base::RemoveAddressFile(options_.addressFile);  // of a server that was killed
   Bind();
   server_->RaiseBacklog();
-  thread_ = std::thread([this] { server_->listen_after_bind(); });
+  thread_ = std::thread([this] {
+    platform::NameThread("http listener");
+    server_->listen_after_bind();
+  });
   if (!base::WriteAddressFile(options_.addressFile, base::FormatHostPort(address_))) {
     std::cerr << options_.name + " cannot write its address into " + platform::RuntimeDirectory() + "\n";
   }

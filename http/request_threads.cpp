@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/threads.h"
+
 namespace http {
 
 void RequestThreads::enqueue(std::function<void()> serve) {
@@ -32,6 +34,7 @@ void RequestThreads::shutdown() {
 }
 
 void RequestThreads::Run() {
+  platform::NameThread("http request");
   std::unique_lock lock(mutex_);
   for (;;) {
     ++idle_;

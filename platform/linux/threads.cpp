@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <thread>
 
 #include <pthread.h>
@@ -28,7 +29,7 @@ struct start_t {
 void* RunNamed(void* argument) {
   const std::unique_ptr<start_t> start(static_cast<start_t*>(argument));
   // The thread names itself, because a detached thread may have ended before its creator could name it.
-  pthread_setname_np(pthread_self(), start->name.data());
+  NameThread(start->name.data());
   return start->body(start->argument);
 }
 
@@ -81,6 +82,10 @@ int StartDetachedThread(const thread_attributes_t& attributes, void* (*body)(voi
   if (error == 0) static_cast<void>(start.release());  // the new thread owns it
   pthread_attr_destroy(&settings);
   return error;
+}
+
+void NameThread(const char* name) {
+  pthread_setname_np(pthread_self(), std::string(name).substr(0, NAME_SIZE - 1).c_str());
 }
 
 ClockAlarm::ClockAlarm() : descriptor_(timerfd_create(CLOCK_REALTIME, TFD_CLOEXEC)) {}

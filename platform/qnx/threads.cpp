@@ -53,6 +53,10 @@ int StartDetachedThread(const thread_attributes_t& attributes, void* (*body)(voi
   return error;
 }
 
+void NameThread(const char* name) {
+  pthread_setname_np(pthread_self(), name);
+}
+
 ClockAlarm::ClockAlarm() = default;
 ClockAlarm::~ClockAlarm() = default;
 

@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "platform/console_writer.h"
+#include "platform/threads.h"
 
 #include "base/line_limiter.h"
 
@@ -87,6 +88,7 @@ void LineWriter::Queue::DropOldest() {
 }
 
 void LineWriter::Queue::Run() {
+  platform::NameThread("line writer");
   std::unique_lock lock(mutex_);
   for (bool last = false; !last;) {
     changed_.wait(lock, [this] { return stopping_ || !texts_.empty(); });

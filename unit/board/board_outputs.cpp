@@ -1,5 +1,7 @@
 #include "unit/board/board_outputs.h"
 
+#include "platform/threads.h"
+
 #include "unit/board/board_view.h"
 
 namespace unit {
@@ -32,6 +34,7 @@ std::string BoardOutputs::BacklightProblem() const {
 }
 
 void BoardOutputs::Run() {
+  platform::NameThread("board outputs");
   std::unique_lock lock(mutex_);
   while (!stopping_) {
     lock.unlock();

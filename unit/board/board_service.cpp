@@ -10,6 +10,7 @@
 
 #include "platform/board_state.h"
 #include "platform/shared_memory.h"
+#include "platform/threads.h"
 
 #include "bus/can_frame.h"
 #include "bus/key_log.h"
@@ -141,6 +142,7 @@ class BoardService : public Service {
   }
 
   void Watch() {
+    platform::NameThread("board watch");
     std::unique_lock lock(mutex_);
     auto nextLook = steady_clock::now() + LOOK_PERIOD;
     while (!stopping_) {

@@ -13,6 +13,8 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include "platform/threads.h"
+
 namespace unit {
 namespace {
 
@@ -46,6 +48,7 @@ void KeyDevice::SetProblem(std::string problem) {
 }
 
 void KeyDevice::Run() {
+  platform::NameThread("board keys");
   do {
     try {
       const InputDevice device = Open();

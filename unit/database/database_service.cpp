@@ -15,6 +15,7 @@
 #include <unordered_map>
 
 #include "platform/messages.h"
+#include "platform/threads.h"
 
 #include "base/line_limiter.h"
 #include "src/services/dbshm.h"
@@ -151,6 +152,7 @@ status_t DatabaseService::GetStatus() const {
 }
 
 void DatabaseService::ServePulses() {
+  platform::NameThread("database");
   while (serving_) {
     _pulse pulse{};
     const int rcvid = MsgReceive(chid_, &pulse, sizeof pulse, nullptr);
@@ -180,6 +182,7 @@ void DatabaseService::AcceptChange(unsigned handle) {
 // Finds the changes that no pulse reported: one that found the channel full is lost, and a value that expires
 // sends none. Makes the database anew when its object is damaged.
 void DatabaseService::LookAround() {
+  platform::NameThread("database look");
   std::unique_lock lock(stopMutex_);
   while (!stopped_.wait_for(lock, LOOK_PERIOD, [this] { return stopping_; })) {
     lock.unlock();

@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/threads.h"
+
 #include "base/json_text.h"
 
 namespace unit {
@@ -50,6 +52,7 @@ void HealthPublisher::Publish(const status_t& status, bool isDue) {
 }
 
 void HealthPublisher::Run() {
+  platform::NameThread("health");
   std::unique_lock lock(mutex_);
   for (unsigned look = 0; !stopping_; ++look) {
     lock.unlock();

@@ -4,6 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "platform/threads.h"
+
 #include "unit/health/notify_link.h"
 
 namespace unit {
@@ -45,6 +47,7 @@ void Subscriber::Run() {
 // A manager that ends sends no pulse, so the receiving thread would wait for ever. This thread sends the
 // manager a request from time to time and wakes the receiver when no answer comes.
 void Subscriber::Watch() {
+  platform::NameThread("manager watch");
   while (Pause()) {
     std::shared_ptr<NM::NMClient> client;
     {

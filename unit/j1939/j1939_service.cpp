@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/paths.h"
+#include "platform/threads.h"
 
 #include "base/line_limiter.h"
 #include "src/core/frame_layout.h"
@@ -163,6 +164,7 @@ void J1939Service::Complain(const std::string& what) {
 // --- From the bus
 
 void J1939Service::ReceiveFrames() {
+  platform::NameThread("j1939 frames");
   while (!stopping_) {
     lastReceive_ = steady_clock::now();
     if (const BusLink::endpoint_t endpoint = bus_.Endpoint()) {
@@ -235,6 +237,7 @@ void J1939Service::AcceptFrame(const bus::frame_t& frame) {
 }
 
 void J1939Service::ReceiveMessages() {
+  platform::NameThread("j1939 messages");
   while (!stopping_) {
     const auto transport = bus_.Transport();
     transport_message_t message;
@@ -249,6 +252,7 @@ void J1939Service::ReceiveMessages() {
 // --- From the clients
 
 void J1939Service::ReceiveRequests() {
+  platform::NameThread("j1939 requests");
   std::vector<char> buffer(NM_PAYLOAD_SIZE);
   while (!stopping_) {
     if (!clients_->IsConnected()) {
@@ -323,6 +327,7 @@ bool J1939Service::PauseReport() {
 }
 
 void J1939Service::Report() {
+  platform::NameThread("j1939 report");
   auto nextCheck = steady_clock::now();
   while (!PauseReport()) {
     if (const auto text = report_.DrainIfChanged()) link_.Publish(BUS_CHANNEL_NAME, *text);

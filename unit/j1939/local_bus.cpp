@@ -11,6 +11,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "platform/threads.h"
+
 #include "bus/socketcand_text.h"
 
 namespace unit {
@@ -89,6 +91,7 @@ std::map<std::string, std::uint64_t> LocalBus::Counters() const {
 // --- The other stations
 
 void LocalBus::Run() {
+  platform::NameThread("local bus");
   std::unique_lock lock(mutex_);
   while (!stopping_) {
     std::vector<pollfd> polled = Interests();

@@ -16,6 +16,7 @@
 
 #include "platform/messages.h"
 #include "platform/names.h"
+#include "platform/threads.h"
 
 #include "unit/notify/exchange.h"
 #include "unit/notify/heartbeats.h"
@@ -189,6 +190,7 @@ status_t NotifyService::GetStatus() const {
 }
 
 void NotifyService::Serve() {
+  platform::NameThread("notify");
   std::array<std::uint8_t, NM_MESSAGE_SIZE> request;
   std::array<std::uint8_t, NM_MESSAGE_SIZE> reply;
   static_assert(sizeof(_pulse) <= NM_MESSAGE_SIZE);
@@ -294,6 +296,7 @@ void NotifyService::SetOwedDelay(bool paid) {
 
 // The pacer thread: sends the server thread a tick, since MsgReceive has no time limit.
 void NotifyService::Pace() {
+  platform::NameThread("notify pace");
   std::unique_lock lock(paceMutex_);
   while (!stopping_) {
     if (!fast_) paceChanged_.wait_for(lock, TICK, [this] { return stopping_ || fast_; });

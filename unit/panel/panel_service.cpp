@@ -11,6 +11,8 @@
 #include <thread>
 #include <utility>
 
+#include "platform/threads.h"
+
 #include "base/host_port.h"
 #include "unit/health/subscriber.h"
 #include "unit/panel/http_server.h"
@@ -105,6 +107,7 @@ class PanelWorker {
   }
 
   void Pace() {
+    platform::NameThread("panel pace");
     while (!stopping_) {
       const auto now = steady_clock::now();
       if (now >= retryAt_) {

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "platform/console_writer.h"
+#include "platform/threads.h"
 
 namespace unit {
 namespace {
@@ -59,6 +60,7 @@ void LinePump::Wait() {
 }
 
 void LinePump::Run() {
+  platform::NameThread("child lines");
   for (bool last = false; !last;) {
     Wait();
     const std::lock_guard lock(mutex_);

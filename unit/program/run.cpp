@@ -10,6 +10,7 @@
 
 #include "platform/paths.h"
 #include "platform/process.h"
+#include "platform/threads.h"
 
 #include "base/address_file.h"
 #include "base/whole_file.h"
@@ -118,12 +119,14 @@ void UnitRun::TakeLocks() {
 
 void UnitRun::StartService(const service_part_t& part) {
   if (StopRequested(0ms)) throw stop_request_t();
+  platform::NameThread(part.name);  // the service's threads inherit it
   std::unique_ptr<Service> service = part.make(plan_.options);
   try {
     service->Start();
   } catch (const std::exception& error) {
     throw std::runtime_error(std::string(part.name) + ": " + error.what());
   }
+  platform::NameThread("unit");
   const bool waits = part.name == std::string_view(PANEL_PART) && !service->GetStatus().up;
   services_.push_back({part.name, std::move(service)});
   std::cout << "unit: " << part.name << (waits ? " waits for its address" : " is up")

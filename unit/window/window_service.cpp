@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "platform/board_state.h"
+#include "platform/threads.h"
 
 #include "unit/board/board_view.h"
 #include "unit/board/sound_follower.h"
@@ -88,6 +89,7 @@ class WindowWorker {
 
  private:
   void Run() {
+    platform::NameThread("window");
     std::optional<SdlWindow> window;
     try {
       window.emplace(options_.fullscreen);

@@ -1,4 +1,4 @@
-// Starting detached threads with a name and a priority, and a thread's wait for a time of the clock.
+// Starting detached threads with a name and a priority, and what a thread does for itself: its name, and its wait for a time of the clock.
 #pragma once
 
 #include <ctime>
@@ -14,6 +14,10 @@ struct thread_attributes_t {
 // Starts `body(argument)` as a detached thread with SIGUSR1 blocked, so that only the main thread gets the
 // signal. Returns 0 or an error number.
 int StartDetachedThread(const thread_attributes_t& attributes, void* (*body)(void*), void* argument);
+
+// Names the calling thread, for tools that list threads. On Linux the threads that it starts from now on begin
+// with the same name.
+void NameThread(const char* name);
 
 // One thread waits with it. Its constructor takes a file descriptor on Linux; without one, and on Neutrino,
 // Wait returns every 100 us.

@@ -9,6 +9,7 @@
 #include "platform/byte_order.h"
 #include "platform/messages.h"
 #include "platform/names.h"
+#include "platform/threads.h"
 
 namespace unit {
 
@@ -70,6 +71,7 @@ bool ScreenClient::Ask(screen_request_t request, std::string& result) {
 }
 
 void ScreenClient::Run() {
+  platform::NameThread("screen client");
   std::unique_lock lock(mutex_);
   for (;;) {
     changed_.wait(lock, [this] { return closed_ || !questions_.empty(); });

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/messages.h"
+#include "platform/threads.h"
 
 namespace unit {
 namespace {
@@ -46,6 +47,7 @@ MessageServer::~MessageServer() {
 }
 
 void MessageServer::Run() {
+  platform::NameThread("messages");
   // Not filled with zeros, so that it takes memory only where a message has been.
   const auto memory = std::make_unique_for_overwrite<std::uint8_t[]>(capacity_);
   const std::span buffer(memory.get(), capacity_);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/byte_order.h"
+#include "platform/threads.h"
 
 #include "src/compositing/compositor_messages.h"
 #include "src/services/nm_messages.h"
@@ -246,6 +247,7 @@ void ScreenWorker::DrawPicture(int rcvid) {
 // --- Pace
 
 void ScreenWorker::Pace() {
+  platform::NameThread("screen pace");
   std::unique_lock lock(mutex_);
   while (!stopping_) {
     const auto now = Clock::now();
