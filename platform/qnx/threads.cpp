@@ -57,6 +57,8 @@ void NameThread(const char* name) {
   pthread_setname_np(pthread_self(), name);
 }
 
+void RaiseThread() {}
+
 ClockAlarm::ClockAlarm() = default;
 ClockAlarm::~ClockAlarm() = default;
 

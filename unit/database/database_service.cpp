@@ -153,6 +153,7 @@ status_t DatabaseService::GetStatus() const {
 
 void DatabaseService::ServePulses() {
   platform::NameThread("database");
+  platform::RaiseThread();
   while (serving_) {
     _pulse pulse{};
     const int rcvid = MsgReceive(chid_, &pulse, sizeof pulse, nullptr);

@@ -29,6 +29,7 @@ Subscriber::~Subscriber() {
 }
 
 void Subscriber::Run() {
+  platform::RaiseThread();
   while (!stopping_) {
     std::vector<int> numbers;
     const std::shared_ptr<NM::NMClient> client = Connect(numbers);

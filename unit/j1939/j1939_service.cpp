@@ -165,6 +165,7 @@ void J1939Service::Complain(const std::string& what) {
 
 void J1939Service::ReceiveFrames() {
   platform::NameThread("j1939 frames");
+  platform::RaiseThread();
   while (!stopping_) {
     lastReceive_ = steady_clock::now();
     if (const BusLink::endpoint_t endpoint = bus_.Endpoint()) {
@@ -253,6 +254,7 @@ void J1939Service::ReceiveMessages() {
 
 void J1939Service::ReceiveRequests() {
   platform::NameThread("j1939 requests");
+  platform::RaiseThread();
   std::vector<char> buffer(NM_PAYLOAD_SIZE);
   while (!stopping_) {
     if (!clients_->IsConnected()) {

@@ -92,6 +92,7 @@ std::map<std::string, std::uint64_t> LocalBus::Counters() const {
 
 void LocalBus::Run() {
   platform::NameThread("local bus");
+  platform::RaiseThread();
   std::unique_lock lock(mutex_);
   while (!stopping_) {
     std::vector<pollfd> polled = Interests();

@@ -191,6 +191,7 @@ status_t NotifyService::GetStatus() const {
 
 void NotifyService::Serve() {
   platform::NameThread("notify");
+  platform::RaiseThread();
   std::array<std::uint8_t, NM_MESSAGE_SIZE> request;
   std::array<std::uint8_t, NM_MESSAGE_SIZE> reply;
   static_assert(sizeof(_pulse) <= NM_MESSAGE_SIZE);

@@ -144,6 +144,8 @@ CLI::App* AddRun(CLI::App& app, run_arguments_t& run, unsigned& seconds) {
   command->add_option("--silence", run.plan.silence,
                       "Start an application again that has been silent for so many seconds; 0: never");
   AddEnd(*command, run.plan, seconds)->check(CLI::Range(1, 1'000'000));
+  command->add_flag("--realtime", run.plan.realTime,
+                    "Use real-time priority, exact timers and locked memory, where the system allows it");
   command->add_flag("--verbose", run.plan.verbose, "Show the counters of all services at the end");
   return command;
 }

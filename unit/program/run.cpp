@@ -1,6 +1,7 @@
 #include "unit/program/run.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -251,6 +252,13 @@ void UnitRun::ShowCounters() const {
   }
 }
 
+// For this process and, by the variable, for the application.
+void EnterRealTime() {
+  setenv(platform::REAL_TIME_VARIABLE, "1", 1);
+  const std::string refusal = platform::EnterRealTime();
+  if (!refusal.empty()) std::cerr << "unit: --realtime: " + refusal << std::endl;
+}
+
 // Returns what went wrong; empty where nothing did.
 std::string RunToTheEnd(UnitRun& run, const run_plan_t& plan) {
   try {
@@ -274,6 +282,7 @@ int Run(const run_plan_t& plan) {
     std::cerr << "unit run: " << obstacle << std::endl;
     return 1;
   }
+  if (plan.realTime) EnterRealTime();
   UnitRun run(plan);  // its destructor stops whatever was started
   const std::string problem = RunToTheEnd(run, plan);
   if (problem.empty()) return 0;

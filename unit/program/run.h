@@ -24,6 +24,7 @@ struct run_plan_t {
   std::string snapshotFile;            // PNG file for the picture at the end; empty: none
   std::optional<unsigned> seconds;     // how long to run; empty: until it is stopped
   unsigned silence = 10;               // seconds after which a silent application is started again; 0: never
+  bool realTime = false;               // real-time priority and locked memory, also for the application
   bool verbose = false;                // print the services' counters at the end
 };
 

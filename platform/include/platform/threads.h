@@ -1,4 +1,5 @@
-// Starting detached threads with a name and a priority, and what a thread does for itself: its name, and its wait for a time of the clock.
+// Starting detached threads with a name and a priority, and what a thread does for itself: its name, its
+// real-time priority, and its wait for a time of the clock.
 #pragma once
 
 #include <ctime>
@@ -18,6 +19,11 @@ int StartDetachedThread(const thread_attributes_t& attributes, void* (*body)(voi
 // Names the calling thread, for tools that list threads. On Linux the threads that it starts from now on begin
 // with the same name.
 void NameThread(const char* name);
+
+// Gives the calling thread the lowest real-time priority (SCHED_FIFO), so that no ordinary program delays it.
+// Threads and programs that it starts inherit it. No effect unless EnterRealTime (process.h) was called and the
+// system allowed it.
+void RaiseThread();
 
 // One thread waits with it. Its constructor takes a file descriptor on Linux; without one, and on Neutrino,
 // Wait returns every 100 us.

@@ -248,6 +248,7 @@ void ScreenWorker::DrawPicture(int rcvid) {
 
 void ScreenWorker::Pace() {
   platform::NameThread("screen pace");
+  platform::RaiseThread();
   std::unique_lock lock(mutex_);
   while (!stopping_) {
     const auto now = Clock::now();
