@@ -1,13 +1,19 @@
 #!/usr/bin/python3
-"""Measures the whole desk: the time from a frame on the bus to the changed widget on the event stream, the time that
-/screen.png takes after a change, and the load of the processor when idle and at 2,000 frames per second.
+"""Measures the whole desk: unit, application and a station on the bus.
 
-Usage: bench/desk_figures.py [CHANGES]   (default 1000; ORVIK_BIN names the programs' folder)
+Usage: bench/desk_figures.py [start] [idle] [load] [latency]   (default: all; ORVIK_BIN names the programs' folder)
+
+start    from the start of the application to its line "Orvik: System Up"
+idle     share of a core, wake-ups a second by thread beside those that its periods name, and memory
+load     the same with 2,000 frames a second on the bus
+latency  from a frame on the bus to the changed widget on the panel's event stream
 """
 
 import json
 import os
 import pathlib
+import random
+import signal
 import socket
 import statistics
 import sys
@@ -15,9 +21,39 @@ import threading
 import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests/system"))
-from desk import Desk, HOST_ID, cmd2, cut  # noqa: E402
+from desk import BIN, CONFIG, Desk, HOST_ID, cmd2, cut, wait_for  # noqa: E402
 
-TICKS = os.sysconf("SC_CLK_TCK")
+SECONDS = 10
+CHANGES = 1000
+STARTS = 10
+FIXED_PAUSES_MS = 60  # after six of the workers that main starts, 10 ms each
+
+# The wake-ups a second that a thread's periods name. A message to the notification manager is one more: the thread
+# sleeps until the reply.
+NAMED = {
+    "Key Pad Scanner": ("1.4 ms", 714),
+    "Dispatch": ("10 ms; heartbeat, process commands", 300),
+    "Decapsulate": ("10 ms; heartbeat", 200),
+    "Parse": ("10 ms; heartbeat", 200),
+    "Timer": ("10 ms", 100),
+    "DigitalIO": ("10 ms", 100),
+    "Blinker": ("100 ms", 10),
+    "Action Channel": ("the page's action, 1 s: pulse, fetch", 2),
+    "HX7watchdog": ("1 s", 1),
+    "notify": ("one for each message: the application's 400, the services' 55", 455),
+    "board watch": ("10 ms; a report each second", 101),
+    "screen": ("signs of life 100 ms, marks 250 ms, host 500 ms: pulse, fetch", 34),
+    "screen pace": ("50 ms; mark 250 ms, change 500 ms, action 1 s", 27),
+    "j1939 report": ("100 ms; manager 500 ms, host 500 ms, faults 1 s", 15),
+    "unit": ("100 ms; manager 500 ms", 12),
+    "panel": ("changes of the screen 2, board 1, health 11 a second: pulse, fetch", 28),
+    "panel pace": ("100 ms", 10),
+    "health": ("1 s, a report for each of 9 services and workers", 11),
+    "notify pace": ("200 ms", 5),
+    "j1939 frames": ("200 ms", 5),
+    "database look": ("250 ms", 4),
+    "manager watch": ("500 ms, a request: two threads or three", 8),
+}
 
 
 class Stream:
@@ -51,43 +87,79 @@ class Stream:
                 assert self.changed.wait(5), f"{text} did not arrive within 5 seconds"
 
 
-def measure_latency(desk, bus, changes):
+def measure_latency(desk, bus, changes=CHANGES):
+    """A pause of random length before each change: else each would begin where the last one ended in the periods."""
     bus.send_message([8, 1])  # the traffic before may have ended within a message; the next frame is then lost with it
     bus.send_message([8, 1])
     stream = Stream(desk.address("http"))
-    times, pictures = [], []
+    times = []
     for i in range(changes):
+        time.sleep(random.uniform(0.02, 0.04))
         load = 100 * (1000 + i)
         since = time.perf_counter()
         bus.send_message(cmd2(load=load))
         times.append(1000 * (stream.wait(f'"{load:7,d}"', since) - since))
-        since = time.perf_counter()
-        assert desk.request("GET", "/screen.png")[0] == 200
-        pictures.append(1000 * (time.perf_counter() - since))
-    report(f"frame to stream, {changes} load changes", times)
-    report("/screen.png after each of them", pictures)
-
-
-def report(what, times):
     times.sort()
-    print(f"{what}: median {statistics.median(times):.1f} ms, 99th percentile {times[int(0.99 * len(times)) - 1]:.1f} ms, "
-          f"worst {times[-1]:.1f} ms")
+    print(f"frame to stream, {changes} load changes: median {statistics.median(times):.1f} ms, "
+          f"99th percentile {times[int(0.99 * len(times)) - 1]:.1f} ms, worst {times[-1]:.1f} ms")
 
 
-def usage(process):
-    with open(f"/proc/{process.child.pid}/stat") as stat:
-        words = stat.read().rsplit(")", 1)[1].split()
-    return (int(words[11]) + int(words[12])) / TICKS, int(words[21]) * os.sysconf("SC_PAGE_SIZE") / 1e6
+def measure_starts(desk):
+    times = []
+    for _ in range(STARTS):
+        began = time.perf_counter()
+        orvik = desk.start(BIN / "orvik", CONFIG / "generic.xml")
+        wait_for(lambda: any("System Up" in line for line in list(orvik.out)), "the application's start", interval=0.0002)
+        times.append(1000 * (time.perf_counter() - began))
+        orvik.stop(signal.SIGKILL)
+        time.sleep(1)  # the manager has noticed its end
+    print(f"start to \"Orvik: System Up\", {STARTS} times: median {statistics.median(times):.1f} ms, of which "
+          f"{FIXED_PAUSES_MS} ms are fixed pauses; best {min(times):.1f}, worst {max(times):.1f} ms")
 
 
-def measure_usage(desk, what, seconds, work):
-    before = {p: usage(p)[0] for p in (desk.orvik, desk.unit)}
+def look_at_threads(process):
+    """By thread: name, processor time in seconds, and how often it slept."""
+    threads = {}
+    for task in pathlib.Path(f"/proc/{process.child.pid}/task").iterdir():
+        try:
+            spent = int((task / "schedstat").read_text().split()[0]) / 1e9
+            status = (task / "status").read_text()
+            slept = int(status.split("\nvoluntary_ctxt_switches:")[1].split()[0])
+            threads[task.name] = ((task / "comm").read_text().strip(), spent, slept)
+        except FileNotFoundError:
+            pass  # it has ended
+    return threads
+
+
+def print_threads(process, before, after, seconds, named):
+    rows = {}
+    for thread, (name, spent, slept) in after.items():
+        _, spent_before, slept_before = before.get(thread, (name, 0, 0))
+        row = rows.setdefault(name, [0, 0, 0])
+        row[0] += 1
+        row[1] += 100 * (spent - spent_before) / seconds
+        row[2] += (slept - slept_before) / seconds
+    for name, (count, share, wakes) in sorted(rows.items(), key=lambda row: -row[1][1]):
+        if wakes >= 0.5:
+            periods, expected = named.get(name, ("", ""))
+            print(f"| {name} | {count} | {share:.2f} % | {wakes:.0f} | {expected} | {periods} |")
+    print(f"| all of `{process.name}` | {sum(row[0] for row in rows.values())} "
+          f"| {sum(row[1] for row in rows.values()):.2f} % | {sum(row[2] for row in rows.values()):.0f} | | |")
+
+
+def measure_usage(desk, what, seconds, work, named):
+    processes = (desk.orvik, desk.unit)
+    before = {process: look_at_threads(process) for process in processes}
     start = time.perf_counter()
     work(start + seconds)
     passed = time.perf_counter() - start
-    for process in (desk.orvik, desk.unit):
-        cpu, memory = usage(process)
-        print(f"{what}: {process.name} {100 * (cpu - before[process]) / passed:.1f} % of a core, {memory:.1f} MB resident")
+    for process in processes:
+        after = look_at_threads(process)
+        status = pathlib.Path(f"/proc/{process.child.pid}/status").read_text()
+        resident = int(status.split("\nVmRSS:")[1].split()[0]) / 1024
+        print(f"\n{what}: `{process.name}`, {resident:.1f} MiB resident\n")
+        print("| thread | threads | share of a core | wake-ups a second | named | periods |\n|---|---|---|---|---|---|")
+        print_threads(process, before[process], after, passed, named)
 
 
 def send_at(bus, rate, until):
@@ -103,13 +175,24 @@ def send_at(bus, rate, until):
 
 
 def main():
-    changes = int(sys.argv[1]) if len(sys.argv) > 1 else 1000
-    desk = Desk()
+    wanted = sys.argv[1:] or ["start", "idle", "load", "latency"]
     try:
+        pathlib.Path("/proc/self/autogroup").write_text("-20")  # of a session that `setsid` began
+    except OSError:
+        pass
+    desk = Desk(orvik=False)
+    try:
+        if "start" in wanted:
+            measure_starts(desk)
+        desk.orvik = desk.start_orvik()
         bus = desk.go_to("Main")
-        measure_usage(desk, "idle", 10, lambda until: time.sleep(until - time.perf_counter()))
-        measure_usage(desk, "2,000 frames a second", 10, lambda until: send_at(bus, 2000, until))
-        measure_latency(desk, bus, changes)
+        time.sleep(3)  # what the start has begun ends
+        if "idle" in wanted:
+            measure_usage(desk, "idle", SECONDS, lambda until: time.sleep(until - time.perf_counter()), NAMED)
+        if "load" in wanted:
+            measure_usage(desk, "2,000 frames a second", SECONDS, lambda until: send_at(bus, 2000, until), {})
+        if "latency" in wanted:
+            measure_latency(desk, bus)
     finally:
         desk.close()
 

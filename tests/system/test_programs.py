@@ -1,5 +1,7 @@
 """The programs as a user calls them."""
 
+import os
+import pathlib
 import re
 import signal
 import struct
@@ -85,3 +87,24 @@ def test_services_run_in_processes_of_their_own_and_follow_a_new_database(tmp_pa
     processes["orvik"].wait_line("orvik has to start again", processes["orvik"].err)
     processes["orvik"].wait_line("Orvik: System Up", count=2, seconds=20)
     send(9900)
+
+
+def policies(process):
+    """The scheduling policy of each thread, by its name."""
+    tasks = pathlib.Path(f"/proc/{process.child.pid}/task").iterdir()
+    return {(task / "comm").read_text().strip(): os.sched_getscheduler(int(task.name)) for task in tasks}
+
+
+def test_real_time_is_set_where_one_line_does_not_say_that_it_is_refused(make_desk):
+    desk = make_desk("--realtime", orvik=False, ORVIK_REALTIME="1")
+    desk.orvik = desk.start_orvik()
+    said = [line for line in desk.unit.err if "--realtime" in line]
+    assert len(said) <= 1
+    refused = "".join(said)
+    raised = os.SCHED_OTHER if "real-time priority" in refused else os.SCHED_FIFO
+    for process, urgent, ordinary in ((desk.unit, "notify", "line writer"), (desk.orvik, "Dispatch", "Console")):
+        assert (policies(process)[urgent], policies(process)[ordinary]) == (raised, os.SCHED_OTHER), refused
+        locked = (pathlib.Path(f"/proc/{process.child.pid}/status")).read_text().split("VmLck:")[1].split()[0]
+        assert (int(locked) > 0) == ("locked memory" not in refused)
+    slack = pathlib.Path(f"/proc/{desk.unit.child.pid}/timerslack_ns").read_text()
+    assert (int(slack) == 1000) == ("exact timers" not in refused)
