@@ -9,6 +9,7 @@ load     the same with 2,000 frames a second on the bus
 latency  from a frame on the bus to the changed widget on the panel's event stream
 """
 
+import contextlib
 import json
 import os
 import pathlib
@@ -77,6 +78,10 @@ class Stream:
                 self.seen[now] = text
                 self.changed.notify_all()
 
+    def close(self):
+        self.socket.shutdown(socket.SHUT_RDWR)
+        self.socket.close()
+
     def wait(self, text, since):
         with self.changed:
             while True:
@@ -87,7 +92,7 @@ class Stream:
                 assert self.changed.wait(5), f"{text} did not arrive within 5 seconds"
 
 
-def measure_latency(desk, bus, changes=CHANGES):
+def change_times(desk, bus, changes):
     """A pause of random length before each change: else each would begin where the last one ended in the periods."""
     bus.send_message([8, 1])  # the traffic before may have ended within a message; the next frame is then lost with it
     bus.send_message([8, 1])
@@ -99,7 +104,12 @@ def measure_latency(desk, bus, changes=CHANGES):
         since = time.perf_counter()
         bus.send_message(cmd2(load=load))
         times.append(1000 * (stream.wait(f'"{load:7,d}"', since) - since))
-    times.sort()
+    stream.close()
+    return times
+
+
+def measure_latency(desk, bus, changes=CHANGES):
+    times = sorted(change_times(desk, bus, changes))
     print(f"frame to stream, {changes} load changes: median {statistics.median(times):.1f} ms, "
           f"99th percentile {times[int(0.99 * len(times)) - 1]:.1f} ms, worst {times[-1]:.1f} ms")
 
@@ -162,24 +172,27 @@ def measure_usage(desk, what, seconds, work, named):
         print_threads(process, before[process], after, passed, named)
 
 
-def send_at(bus, rate, until):
+def send_at(bus, rate, until, identifier=HOST_ID):
     """Sends `rate` frames per second, ten at a time, at absolute deadlines."""
     frames = cut(cmd2())
     due, i = time.perf_counter(), 0
     while due < until:
         for _ in range(10):
-            bus.send(HOST_ID, frames[i % len(frames)])
+            bus.send(identifier, frames[i % len(frames)])
             i += 1
         due += 10 / rate
         time.sleep(max(0.0, due - time.perf_counter()))
 
 
+def prefer_this_session():
+    """Gives the session that `setsid` began more right to the processor than others have."""
+    with contextlib.suppress(OSError):
+        pathlib.Path("/proc/self/autogroup").write_text("-20")
+
+
 def main():
     wanted = sys.argv[1:] or ["start", "idle", "load", "latency"]
-    try:
-        pathlib.Path("/proc/self/autogroup").write_text("-20")  # of a session that `setsid` began
-    except OSError:
-        pass
+    prefer_this_session()
     desk = Desk(orvik=False)
     try:
         if "start" in wanted:

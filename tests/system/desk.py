@@ -216,6 +216,10 @@ class Bus:
                 pass
         self.socket.settimeout(self.SECONDS)
 
+    def be_deaf(self):
+        """Frames come no more, so that a station that only sends has nothing to read."""
+        self._say("< bcmmode >", "ok")
+
     def ask(self, message, frames=1):
         self.send_message(message)
         return [self.receive().hex(" ") for _ in range(frames)]
