@@ -98,6 +98,7 @@ message_t Exchange::MakeMessage(int sender, int channel, std::span<const std::ui
   if (!to.rule) return message;
   state_key_t key = to.rule(payload);
   message.state = std::move(key.name);
+  message.isClosing = key.isClosing;
   if (key.isKept && (to.kept.contains(message.state) || to.kept.size() < MAX_KEPT)) {
     to.kept.insert_or_assign(message.state, kept_t{sender, message});
   }
@@ -121,6 +122,7 @@ bool Exchange::Merge(client_t& client, const message_t& message) {
   if (message.state.empty() || client.queue.size() < limits_.behind) return false;
   const auto older = client.waiting.find({message.channel, message.state});
   if (older == client.waiting.end()) return false;
+  if (message.isClosing && older->second != &client.queue.back()) return false;
   const std::size_t bytes = client.bytes - older->second->payload->size() + message.payload->size();
   if (bytes > limits_.bytes) return false;
   client.bytes = bytes;

@@ -47,12 +47,15 @@ struct message_t {
   int channel = -1;
   std::shared_ptr<const std::vector<std::uint8_t>> payload;
   std::string state{};  // see state_key_t
+  bool isClosing = false;
 };
 
 // What a message of a channel sets: two messages with one name set the same. Empty when it sets nothing.
 struct state_key_t {
   std::string name;
   bool isKept = false;  // the newest is kept for those who subscribe later or lost it
+  // It acts on the messages before it, so that it takes no place before any of them.
+  bool isClosing = false;
 };
 using state_rule_t = std::function<state_key_t(std::span<const std::uint8_t> payload)>;
 

@@ -46,7 +46,7 @@ state_key_t ScreenMessageKey(std::span<const std::uint8_t> payload) {
   const std::uint32_t operation = platform::LoadLe32(payload, SCREEN_OPERATION_AT);
   const auto* const rule = std::ranges::find(KEY_RULES, operation, &key_rule_t::operation);
   if (rule == KEY_RULES.end() || payload.size() < rule->bytes) return {};
-  state_key_t key{FirstBytes(payload, rule->bytes), rule->isKept};
+  state_key_t key{FirstBytes(payload, rule->bytes), rule->isKept, operation == SCREEN_PROCESS_COMMANDS};
   key.name[SCREEN_OPERATION_AT] = static_cast<char>(rule->sameAs);
   return key;
 }

@@ -15,8 +15,8 @@
 namespace unit {
 
 // The widget and what the message sets of it (layout: src/screenapi/screen_messages.h); kept. "Process
-// commands" sets that the application lives, and is not kept: repeated, it would be no sign of life. A message
-// without an operation sets nothing.
+// commands" sets that the application lives, and is not kept: repeated, it would be no sign of life. It stays
+// behind the texts that it applies. A message without an operation sets nothing.
 state_key_t ScreenMessageKey(std::span<const std::uint8_t> payload);
 
 // The parameter (layout: unit/service/database_change.h). Not kept: who comes later reads the database.

@@ -198,6 +198,15 @@ TEST_F(SlowReaderTest, TheNewestOfAStateTakesThePlaceOfTheOlder) {
       << "too long for the older one's place";
 }
 
+TEST_F(SlowReaderTest, AMessageThatActsOnThoseBeforeItStaysBehindThem) {
+  exchange_.SetStateRule(channel_, [](auto payload) {
+    return state_key_t{.name = std::string(1, char(payload[0])), .isClosing = payload[0] == 'P'};
+  });
+  exchange_.Subscribe(bob_, channel_);
+  for (const char* text : {"a1", "P", "b1", "P", "a2", "P"}) Publish(alice_, text);
+  EXPECT_THAT(FetchAll(bob_), ElementsAre("a2", "P", "b1", "P"));
+}
+
 TEST(StateChannelsTest, OneThingOfAWidgetHasOneKey) {
   const auto key = [](std::initializer_list<std::int64_t> words) {
     return ScreenMessageKey(Words(words)).name;
@@ -211,6 +220,7 @@ TEST(StateChannelsTest, OneThingOfAWidgetHasOneKey) {
     EXPECT_EQ(ScreenMessageKey(none).name, "");
   }
   EXPECT_FALSE(ScreenMessageKey(Words({0, SCREEN_PROCESS_COMMANDS})).isKept);
+  EXPECT_TRUE(ScreenMessageKey(Words({0, SCREEN_PROCESS_COMMANDS})).isClosing);
   EXPECT_TRUE(ScreenMessageKey(Words({7, SCREEN_SHOW})).isKept);
 }
 
