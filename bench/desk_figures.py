@@ -1,12 +1,13 @@
 #!/usr/bin/python3
 """Measures the whole desk: unit, application and a station on the bus.
 
-Usage: bench/desk_figures.py [start] [idle] [load] [latency]   (default: all; ORVIK_BIN names the programs' folder)
+Usage: bench/desk_figures.py [start] [idle] [load] [latency] [pictures]   (default: all; ORVIK_BIN names the programs' folder)
 
 start    from the start of the application to its line "Orvik: System Up"
 idle     share of a core, wake-ups a second by thread beside those that its periods name, and memory
 load     the same with 2,000 frames a second on the bus
 latency  from a frame on the bus to the changed widget on the panel's event stream
+pictures what /screen.png takes after a change
 """
 
 import contextlib
@@ -92,7 +93,7 @@ class Stream:
                 assert self.changed.wait(5), f"{text} did not arrive within 5 seconds"
 
 
-def change_times(desk, bus, changes):
+def change_times(desk, bus, changes, after=lambda: None):
     """A pause of random length before each change: else each would begin where the last one ended in the periods."""
     bus.send_message([8, 1])  # the traffic before may have ended within a message; the next frame is then lost with it
     bus.send_message([8, 1])
@@ -104,14 +105,31 @@ def change_times(desk, bus, changes):
         since = time.perf_counter()
         bus.send_message(cmd2(load=load))
         times.append(1000 * (stream.wait(f'"{load:7,d}"', since) - since))
+        after()
     stream.close()
     return times
 
 
+def report(what, times):
+    times.sort()
+    print(f"{what}: median {statistics.median(times):.1f} ms, 99th percentile {times[int(0.99 * len(times)) - 1]:.1f} ms, "
+          f"worst {times[-1]:.1f} ms")
+
+
 def measure_latency(desk, bus, changes=CHANGES):
-    times = sorted(change_times(desk, bus, changes))
-    print(f"frame to stream, {changes} load changes: median {statistics.median(times):.1f} ms, "
-          f"99th percentile {times[int(0.99 * len(times)) - 1]:.1f} ms, worst {times[-1]:.1f} ms")
+    report(f"frame to stream, {changes} load changes", change_times(desk, bus, changes))
+
+
+def measure_pictures(desk, bus, changes=CHANGES):
+    times = []
+
+    def draw():
+        since = time.perf_counter()
+        assert desk.request("GET", "/screen.png")[0] == 200
+        times.append(1000 * (time.perf_counter() - since))
+
+    change_times(desk, bus, changes, draw)
+    report(f"/screen.png after each of {changes} load changes", times)
 
 
 def measure_starts(desk):
@@ -191,7 +209,7 @@ def prefer_this_session():
 
 
 def main():
-    wanted = sys.argv[1:] or ["start", "idle", "load", "latency"]
+    wanted = sys.argv[1:] or ["start", "idle", "load", "latency", "pictures"]
     prefer_this_session()
     desk = Desk(orvik=False)
     try:
@@ -206,6 +224,8 @@ def main():
             measure_usage(desk, "2,000 frames a second", SECONDS, lambda until: send_at(bus, 2000, until), {})
         if "latency" in wanted:
             measure_latency(desk, bus)
+        if "pictures" in wanted:
+            measure_pictures(desk, bus)
     finally:
         desk.close()
 
