@@ -24,11 +24,14 @@ from desk import Desk, cmd2, wait_for  # noqa: E402
 RATE = 100
 LAMPS = 0x03  # that change with every second value
 LOAD = "document.getElementById('screen').shadowRoot?.getElementById('orvikTextWidgetLoad')"
+# Of the whole screen: a new picture has a new element for the load.
 WATCH = f"""
 window.seenLoads = [];
-const load = {LOAD};
-new MutationObserver(() => window.seenLoads.push([load.textContent, Date.now()]))
-  .observe(load, {{characterData: true, childList: true, subtree: true}});
+let last = '';
+new MutationObserver(() => {{
+  const text = {LOAD}?.textContent ?? '';
+  if (text !== last) window.seenLoads.push([last = text, Date.now()]);
+}}).observe(document.getElementById('screen').shadowRoot, {{characterData: true, childList: true, subtree: true}});
 """
 STEPS = {"Layout": "layout", "UpdateLayoutTree": "style", "Paint": "paint", "PrePaint": "before the paint",
          "Layerize": "layers", "FunctionCall": "script"}

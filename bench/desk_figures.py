@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Measures the whole desk: unit, application and a station on the bus.
 
-Usage: bench/desk_figures.py [start] [idle] [load] [latency] [pictures]   (default: all; ORVIK_BIN names the programs' folder)
+Usage: bench/desk_figures.py [--seconds 10] [--json FILE] [--quiet] [start] [idle] [load] [latency] [pictures]
+(default: all; ORVIK_BIN names the programs' folder)
 
 start    from the start of the application to its line "Orvik: System Up"
 idle     share of a core, wake-ups a second by thread beside those that its periods name, and memory
@@ -10,6 +11,7 @@ latency  from a frame on the bus to the changed widget on the panel's event stre
 pictures what /screen.png takes after a change
 """
 
+import argparse
 import contextlib
 import json
 import os
@@ -18,6 +20,7 @@ import random
 import signal
 import socket
 import statistics
+import subprocess
 import sys
 import threading
 import time
@@ -25,9 +28,9 @@ import time
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests/system"))
 from desk import BIN, CONFIG, Desk, HOST_ID, cmd2, cut, wait_for  # noqa: E402
 
-SECONDS = 10
-CHANGES = 1000
-STARTS = 10
+CHANGES_PER_SECOND = 100  # of the seconds that each measurement takes
+STARTS_PER_SECOND = 1
+FIGURES = {}              # those of the run, by their names
 FIXED_PAUSES_MS = 60  # after six of the workers that main starts, 10 ms each
 
 # The wake-ups a second that a thread's periods name. A message to the notification manager is one more: the thread
@@ -110,17 +113,18 @@ def change_times(desk, bus, changes, after=lambda: None):
     return times
 
 
-def report(what, times):
+def report(what, key, times):
     times.sort()
+    FIGURES[f"{key} median"], FIGURES[f"{key} 99th"] = statistics.median(times), times[int(0.99 * len(times)) - 1]
     print(f"{what}: median {statistics.median(times):.1f} ms, 99th percentile {times[int(0.99 * len(times)) - 1]:.1f} ms, "
           f"worst {times[-1]:.1f} ms")
 
 
-def measure_latency(desk, bus, changes=CHANGES):
-    report(f"frame to stream, {changes} load changes", change_times(desk, bus, changes))
+def measure_latency(desk, bus, changes):
+    report(f"frame to stream, {changes} load changes", "latency", change_times(desk, bus, changes))
 
 
-def measure_pictures(desk, bus, changes=CHANGES):
+def measure_pictures(desk, bus, changes):
     times = []
 
     def draw():
@@ -129,19 +133,20 @@ def measure_pictures(desk, bus, changes=CHANGES):
         times.append(1000 * (time.perf_counter() - since))
 
     change_times(desk, bus, changes, draw)
-    report(f"/screen.png after each of {changes} load changes", times)
+    report(f"/screen.png after each of {changes} load changes", "picture", times)
 
 
-def measure_starts(desk):
+def measure_starts(desk, starts):
     times = []
-    for _ in range(STARTS):
+    for _ in range(starts):
         began = time.perf_counter()
         orvik = desk.start(BIN / "orvik", CONFIG / "generic.xml")
         wait_for(lambda: any("System Up" in line for line in list(orvik.out)), "the application's start", interval=0.0002)
         times.append(1000 * (time.perf_counter() - began))
         orvik.stop(signal.SIGKILL)
         time.sleep(1)  # the manager has noticed its end
-    print(f"start to \"Orvik: System Up\", {STARTS} times: median {statistics.median(times):.1f} ms, of which "
+    FIGURES["start"] = statistics.median(times) - FIXED_PAUSES_MS
+    print(f"start to \"Orvik: System Up\", {starts} times: median {statistics.median(times):.1f} ms, of which "
           f"{FIXED_PAUSES_MS} ms are fixed pauses; best {min(times):.1f}, worst {max(times):.1f} ms")
 
 
@@ -159,7 +164,7 @@ def look_at_threads(process):
     return threads
 
 
-def print_threads(process, before, after, seconds, named):
+def print_threads(process, what, before, after, seconds, named):
     rows = {}
     for thread, (name, spent, slept) in after.items():
         _, spent_before, slept_before = before.get(thread, (name, 0, 0))
@@ -171,6 +176,8 @@ def print_threads(process, before, after, seconds, named):
         if wakes >= 0.5:
             periods, expected = named.get(name, ("", ""))
             print(f"| {name} | {count} | {share:.2f} % | {wakes:.0f} | {expected} | {periods} |")
+    FIGURES[f"{what} {process.name}"] = sum(row[1] for row in rows.values())
+    FIGURES[f"{what} {process.name} wakes"] = sum(row[2] for row in rows.values())
     print(f"| all of `{process.name}` | {sum(row[0] for row in rows.values())} "
           f"| {sum(row[1] for row in rows.values()):.2f} % | {sum(row[2] for row in rows.values()):.0f} | | |")
 
@@ -187,7 +194,17 @@ def measure_usage(desk, what, seconds, work, named):
         resident = int(status.split("\nVmRSS:")[1].split()[0]) / 1024
         print(f"\n{what}: `{process.name}`, {resident:.1f} MiB resident\n")
         print("| thread | threads | share of a core | wake-ups a second | named | periods |\n|---|---|---|---|---|---|")
-        print_threads(process, before[process], after, passed, named)
+        FIGURES[f"{what} {process.name} memory"] = resident
+        print_threads(process, what, before[process], after, passed, named)
+
+
+def measure_bare_wakes(seconds):
+    """What the wake-ups of an idle desk would cost if each did nothing."""
+    done = subprocess.run([BIN / "bench_wake", str(seconds)], capture_output=True, text=True, check=True)
+    share = float(done.stdout) / 1e9
+    for name in ("orvik", "unit"):
+        floor = FIGURES[f"idle {name} floor"] = 100 * share * FIGURES[f"idle {name} wakes"]
+        print(f"the wake-ups of `{name}` by a thread that does nothing else: {floor:.2f} %")
 
 
 def send_at(bus, rate, until, identifier=HOST_ID):
@@ -208,26 +225,43 @@ def prefer_this_session():
         pathlib.Path("/proc/self/autogroup").write_text("-20")
 
 
-def main():
-    wanted = sys.argv[1:] or ["start", "idle", "load", "latency", "pictures"]
-    prefer_this_session()
+def measure(wanted, seconds):
+    changes = int(CHANGES_PER_SECOND * seconds)
     desk = Desk(orvik=False)
     try:
         if "start" in wanted:
-            measure_starts(desk)
+            measure_starts(desk, max(1, int(STARTS_PER_SECOND * seconds)))
         desk.orvik = desk.start_orvik()
         bus = desk.go_to("Main")
         time.sleep(3)  # what the start has begun ends
         if "idle" in wanted:
-            measure_usage(desk, "idle", SECONDS, lambda until: time.sleep(until - time.perf_counter()), NAMED)
+            measure_usage(desk, "idle", seconds, lambda until: time.sleep(until - time.perf_counter()), NAMED)
+            measure_bare_wakes(seconds)
         if "load" in wanted:
-            measure_usage(desk, "2,000 frames a second", SECONDS, lambda until: send_at(bus, 2000, until), {})
+            measure_usage(desk, "2,000 frames a second", seconds, lambda until: send_at(bus, 2000, until), {})
         if "latency" in wanted:
-            measure_latency(desk, bus)
+            measure_latency(desk, bus, changes)
         if "pictures" in wanted:
-            measure_pictures(desk, bus)
+            measure_pictures(desk, bus, changes)
     finally:
         desk.close()
+
+
+def main():
+    parts = ["start", "idle", "load", "latency", "pictures"]
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("wanted", nargs="*", metavar="PART", help=", ".join(parts))
+    parser.add_argument("--seconds", type=float, default=10)
+    parser.add_argument("--json", type=pathlib.Path, help="write the figures to this file too")
+    parser.add_argument("--quiet", action="store_true")
+    options = parser.parse_args()
+    if unknown := set(options.wanted) - set(parts):
+        parser.error(f"there is no part {unknown.pop()!r}; choose from {', '.join(parts)}")
+    prefer_this_session()
+    with contextlib.redirect_stdout(open(os.devnull, "w")) if options.quiet else contextlib.nullcontext():
+        measure(options.wanted or parts, options.seconds)
+    if options.json:
+        options.json.write_text(json.dumps(FIGURES) + "\n")
 
 
 if __name__ == "__main__":
