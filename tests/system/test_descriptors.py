@@ -91,7 +91,7 @@ def test_connections_from_outside_leave_the_descriptors_that_the_unit_needs(make
         children = pathlib.Path(f"/proc/{unit.child.pid}/task/{unit.child.pid}/children").read_text().split()
         os.kill(int(children[0]), signal.SIGKILL)
         unit.wait_line("Orvik: System Up", count=2, seconds=20)
-        assert desk.request("GET", "/api/health")[0] == 200
+        wait_for(lambda: desk.request("GET", "/api/health")[0] == 200, "all to be up")
         desk.go_to("Main", bus).send_message(cmd2(load=27600))
         wait_for(lambda: desk.widget("orvikTextWidgetLoad") == " 27,600", "the load")
         unit.child.send_signal(signal.SIGTERM)

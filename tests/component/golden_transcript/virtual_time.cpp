@@ -9,9 +9,13 @@
 #include <utility>
 #include <vector>
 
+#include <pthread.h>
 #include <sys/syscall.h>
 #include <ucontext.h>
 #include <unistd.h>
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/common_interface_defs.h>
+#endif
 
 namespace golden {
 namespace {
@@ -25,7 +29,7 @@ constexpr std::size_t STACK_SIZE = 512U << 10U;
 struct task_t {
   std::function<void()> body;
   std::pair<std::int64_t, std::uint64_t> due;  // time, and turn among those of one time
-  std::vector<char> stack{};
+  std::vector<char> stack{};                   // empty: the program's own
   ucontext_t context{};
 };
 
@@ -35,6 +39,41 @@ std::int64_t now = 0;
 std::uint64_t lastTurn = 0;
 bool isTerminationPending = false;
 
+#ifdef __SANITIZE_ADDRESS__
+// The sanitizer has to be told of each change of the stack, before and after it.
+class StackChange {
+ public:
+  explicit StackChange(const task_t& to) {
+    const auto [bottom, size] = StackOf(to);
+    __sanitizer_start_switch_fiber(&shadow_, bottom, size);
+  }
+  ~StackChange() { __sanitizer_finish_switch_fiber(shadow_, nullptr, nullptr); }
+  StackChange(const StackChange&) = delete;
+  StackChange& operator=(const StackChange&) = delete;
+
+  static void NoteFirst() { __sanitizer_finish_switch_fiber(nullptr, nullptr, nullptr); }
+
+ private:
+  static std::pair<const void*, std::size_t> StackOf(const task_t& task) {
+    if (!task.stack.empty()) return {task.stack.data(), task.stack.size()};
+    pthread_attr_t attributes;
+    pthread_getattr_np(pthread_self(), &attributes);
+    void* bottom = nullptr;
+    std::size_t size = 0;
+    pthread_attr_getstack(&attributes, &bottom, &size);
+    pthread_attr_destroy(&attributes);
+    return {bottom, size};
+  }
+
+  void* shadow_ = nullptr;
+};
+#else
+struct StackChange {
+  explicit StackChange(const task_t& /*to*/) {}
+  static void NoteFirst() {}
+};
+#endif
+
 void WaitUntil(std::int64_t time) {
   task_t& self = tasks[current];
   self.due = {time, ++lastTurn};
@@ -43,10 +82,13 @@ void WaitUntil(std::int64_t time) {
     if (tasks[i].due < tasks[next].due) next = i;
   }
   if (tasks[next].due.first > now) now = tasks[next].due.first;
-  if (std::exchange(current, next) != next) swapcontext(&self.context, &tasks[next].context);
+  if (std::exchange(current, next) == next) return;
+  [[maybe_unused]] const StackChange change(tasks[next]);
+  swapcontext(&self.context, &tasks[next].context);
 }
 
 void RunBody() {
+  StackChange::NoteFirst();
   tasks[current].body();
   for (;;) WaitUntil(NEVER);
 }
