@@ -48,7 +48,11 @@ constexpr std::int64_t PRESS_US = 200 * US_PER_MS;
 // What std::cout and std::cerr are given, line by line.
 class RecordedStream : public std::stringbuf {
  public:
-  RecordedStream(std::ostream& stream, const char* kind) : kind_(kind) { stream.rdbuf(this); }
+  RecordedStream(std::ostream& stream, const char* kind)
+      : kind_(kind), stream_(stream), before_(stream.rdbuf(this)) {}
+  ~RecordedStream() override { stream_.rdbuf(before_); }
+  RecordedStream(const RecordedStream&) = delete;
+  RecordedStream& operator=(const RecordedStream&) = delete;
 
  protected:
   int sync() override {
@@ -60,6 +64,8 @@ class RecordedStream : public std::stringbuf {
 
  private:
   const char* kind_;
+  std::ostream& stream_;
+  std::streambuf* before_;
 };
 
 struct scenario_run_t {
