@@ -19,6 +19,7 @@
 
 // The calls of QEMU's published plugin interface, version 1, that are used here. QEMU exports them to the
 // plugin.
+// NOLINTBEGIN(readability-identifier-naming): QEMU's names
 extern "C" {
 struct qemu_plugin_tb;
 int qemu_plugin_version = 1;
@@ -28,6 +29,7 @@ void qemu_plugin_register_vcpu_tb_exec_cb(qemu_plugin_tb* block, void (*call)(un
                                           void* argument);
 int qemu_plugin_install(std::uint64_t id, const void* machine, int count, char** words);
 }
+// NOLINTEND(readability-identifier-naming)
 
 namespace {
 
@@ -61,6 +63,7 @@ void CountBlock(unsigned, void* argument) {
 
 void FollowBlock(std::uint64_t, qemu_plugin_tb* block) {
   const std::size_t instructions = qemu_plugin_tb_n_insns(block);
+  // The argument is the number itself. NOLINTNEXTLINE(performance-no-int-to-ptr)
   qemu_plugin_register_vcpu_tb_exec_cb(block, CountBlock, NO_REGISTERS, reinterpret_cast<void*>(instructions));
 }
 
@@ -78,6 +81,7 @@ bool MapTable(const char* path) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-identifier-naming)
 int qemu_plugin_install(std::uint64_t id, const void*, int count, char** words) {
   constexpr std::string_view OUT = "out=";
   if (count != 1 || !std::string_view(words[0]).starts_with(OUT) || !MapTable(words[0] + OUT.size())) {
