@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <string_view>
+#include <tuple>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -85,7 +86,7 @@ bool MapTable(const char* path) {
 int qemu_plugin_install(std::uint64_t id, const void*, int count, char** words) {
   constexpr std::string_view OUT = "out=";
   if (count != 1 || !std::string_view(words[0]).starts_with(OUT) || !MapTable(words[0] + OUT.size())) {
-    std::fprintf(stderr, "count_instructions: give out=FILE, in a folder that can be written to\n");
+    std::ignore = std::fputs("count_instructions: give out=FILE, in a folder that can be written to\n", stderr);
     return 1;
   }
   qemu_plugin_register_vcpu_tb_trans_cb(id, FollowBlock);
