@@ -53,7 +53,7 @@ NAMED = {
     "unit": ("100 ms; manager 500 ms", 12),
     "panel": ("changes of the screen 2, board 1, health 11 a second: pulse, fetch", 28),
     "panel pace": ("100 ms", 10),
-    "health": ("1 s, a report for each of 9 services and workers", 11),
+    "health": ("200 ms; a report for each of 9 services and workers each second", 14),
     "notify pace": ("200 ms", 5),
     "j1939 frames": ("200 ms", 5),
     "database look": ("250 ms", 4),

@@ -28,7 +28,9 @@ bool SetPolicy(int policy, int priority) {
 bool LockMemory() {
   rlimit limit{RLIM_INFINITY, RLIM_INFINITY};
   if (setrlimit(RLIMIT_MEMLOCK, &limit) != 0) {
-    if (getrlimit(RLIMIT_MEMLOCK, &limit) != 0 || limit.rlim_cur != RLIM_INFINITY) return errno = EPERM, false;
+    getrlimit(RLIMIT_MEMLOCK, &limit);
+    errno = EPERM;
+    if (limit.rlim_cur != RLIM_INFINITY) return false;
   }
   return mlockall(MCL_CURRENT | MCL_FUTURE | MCL_ONFAULT) == 0;
 }

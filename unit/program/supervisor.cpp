@@ -11,6 +11,18 @@ namespace unit {
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
+namespace {
+
+// Null while the program does not run.
+template <class Runs>
+auto* FindRunning(Runs& runs, const std::string& name) {
+  const auto run =
+      std::ranges::find_if(runs, [&](const auto& each) { return each.program.name == name && each.child; });
+  return run == runs.end() ? nullptr : &*run;
+}
+
+}  // namespace
+
 void Supervisor::Start(const program_t& program) {
   run_t run;
   run.program = program;
@@ -82,8 +94,8 @@ std::chrono::seconds Supervisor::DelayAfterDeath(run_t& run) {
 }
 
 void Supervisor::Restart(const std::string& name, const std::string& why) {
-  const auto run = std::ranges::find(runs_, name, [](const run_t& r) { return r.program.name; });
-  if (run == runs_.end() || !run->child || run->killAt) return;
+  auto* const run = FindRunning(runs_, name);
+  if (run == nullptr || run->killAt) return;
   std::cerr << "unit: " << why << "; " << name << " has to start again" << std::endl;
   run->child->Signal(SIGTERM);
   run->asked = true;
@@ -91,14 +103,14 @@ void Supervisor::Restart(const std::string& name, const std::string& why) {
 }
 
 std::optional<Supervisor::TimePoint> Supervisor::RunsSince(const std::string& name) const {
-  const auto run = std::ranges::find(runs_, name, [](const run_t& r) { return r.program.name; });
-  if (run == runs_.end() || !run->child || run->killAt) return std::nullopt;
+  const auto* const run = FindRunning(runs_, name);
+  if (run == nullptr || run->killAt) return std::nullopt;
   return run->started;
 }
 
 bool Supervisor::HasTold(const std::string& name, told_t what) const {
-  const auto run = std::ranges::find(runs_, name, [](const run_t& r) { return r.program.name; });
-  return run != runs_.end() && run->child && run->lines->HasTold(what);
+  const auto* const run = FindRunning(runs_, name);
+  return run != nullptr && run->lines->HasTold(what);
 }
 
 bool Supervisor::HasEnded(const std::string& name) const {

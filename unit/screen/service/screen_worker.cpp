@@ -25,7 +25,7 @@ using namespace std::chrono_literals;
 constexpr auto PACE = 20ms;  // between two publications, but after "process commands" and events
 constexpr auto IDLE_PACE = 50ms;
 constexpr auto TEXT_LIMIT = 100ms;    // then a text takes effect without "process commands"
-constexpr auto PROGRAM_SILENCE = 2s;  // the application sends "process commands" every 10 ms
+constexpr auto PROGRAM_SILENCE = 2s;  // "process commands" comes at least every 100 ms
 // An application that was silent for so long first carries out what the host sent meanwhile.
 constexpr auto PROGRAM_SETTLE = 300ms;
 constexpr auto OWN_PAUSE = 1s;  // without a step: the process was stopped, and what waits for it is old
