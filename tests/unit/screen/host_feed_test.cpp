@@ -1,5 +1,5 @@
 // When the host's values count as fresh after an application's start.
-#include "unit/screen/service/host_feed.h"
+#include "unit/screen/live/host_feed.h"
 
 #include <tuple>
 

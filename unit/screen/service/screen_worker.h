@@ -33,12 +33,12 @@
 #include "unit/screen/design/design_watch.h"
 #include "unit/screen/design/screen_model.h"
 #include "unit/screen/service/action_poster.h"
-#include "unit/screen/service/fault_feed.h"
-#include "unit/screen/service/host_feed.h"
+#include "unit/screen/live/fault_feed.h"
+#include "unit/screen/live/host_feed.h"
 #include "unit/screen/service/message_server.h"
 #include "unit/screen/service/page_memory.h"
 #include "unit/screen/service/picture_drawer.h"
-#include "unit/screen/service/variable_feed.h"
+#include "unit/screen/live/variable_feed.h"
 #include "unit/service/service.h"
 
 namespace unit {

@@ -1,4 +1,4 @@
-#include "unit/screen/service/fault_feed.h"
+#include "unit/screen/live/fault_feed.h"
 
 namespace unit {
 namespace {

@@ -1,4 +1,4 @@
-#include "unit/screen/service/variable_feed.h"
+#include "unit/screen/live/variable_feed.h"
 
 #include "src/services/dbshm.h"
 #include "unit/database/attach.h"

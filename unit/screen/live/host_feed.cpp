@@ -1,4 +1,4 @@
-#include "unit/screen/service/host_feed.h"
+#include "unit/screen/live/host_feed.h"
 
 #include "unit/hostwatch/host_watch.h"
 
