@@ -12,6 +12,8 @@
 #include "src/compositing/compositor_messages.h"
 #include "src/services/nm_messages.h"
 #include "unit/database/attach.h"
+#include "unit/faults/fault_report.h"
+#include "unit/hostwatch/host_report.h"
 #include "unit/screen/client/screen_requests.h"
 #include "unit/screen/service/screen_json.h"
 #include "unit/service/database_change.h"
@@ -22,30 +24,17 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto PACE = 20ms;  // between two publications, but after "process commands" and events
-constexpr auto IDLE_PACE = 50ms;
-constexpr auto TEXT_LIMIT = 100ms;    // then a text takes effect without "process commands"
-constexpr auto PROGRAM_SILENCE = 2s;  // "process commands" comes at least every 100 ms
-// An application that was silent for so long first carries out what the host sent meanwhile.
-constexpr auto PROGRAM_SETTLE = 300ms;
-constexpr auto OWN_PAUSE = 1s;  // without a step: the process was stopped, and what waits for it is old
 constexpr auto MARK_PERIOD = 250ms;
-constexpr auto MARK_LATE = 2s;  // the newest mark is older: so are the values
 constexpr const char* MARK_CHANNEL_NAME = "unit.ScreenMark";
 constexpr auto READ_PERIOD = 1s;
 constexpr auto SIGN_PERIOD = 500ms;  // a change is published so often, even an empty one, as a sign of life
 // Words of the front panel and of the window stand in the same catalogue.
 const std::set<std::string> OTHER_USERS{"panel.", "window."};
 
-enum channel_index_t : std::size_t {
-  SCREEN_MESSAGES = 0,
-  DATABASE_CHANGES = 1,
-  FAULTS = 2,
-  MARKS = 3,
-  HOST = 4,
-  PROGRAM = 5,
-  EVENTS = 6
-};
+// By screen_source_t.
+const std::vector<std::string> CHANNELS{SCREEN_NEWS_CHANNEL_NAME, DATABASE_CHANNEL_NAME, FAULT_CHANNEL_NAME,
+                                        MARK_CHANNEL_NAME,        HOST_CHANNEL_NAME,     PROGRAM_CHANNEL_NAME,
+                                        EVENT_NEWS_CHANNEL_NAME};
 
 const message_reply_t NO_ANSWER{-2, {}};
 
@@ -81,23 +70,18 @@ ScreenWorker::ScreenWorker(const options_t& options)
       wordsFolder_(std::filesystem::path(options.configDirectory) / "words"),
       watch_(designFolder_),
       wordsWatch_(wordsFolder_),
-      model_(MakeModel(options)),
-      variables_(model_),
-      faults_(model_),
-      compositor_([this](const std::string& path) { return pictures_.Find(path); }),
-      actions_(model_.Names(), link_) {
-  if (model_.Design().contains(pageMemory_.Remembered())) model_.ShowPage(pageMemory_.Remembered());
+      screen_(MakeModel(options), Print, Clock::now()),
+      actions_(screen_.Model().Names(), link_) {
+  ScreenModel& model = screen_.Model();
+  if (model.Design().contains(pageMemory_.Remembered())) model.ShowPage(pageMemory_.Remembered());
   ReadVariables();
-  const std::vector<std::string> channels{SCREEN_NEWS_CHANNEL_NAME, DATABASE_CHANNEL_NAME, FAULT_CHANNEL_NAME,
-                                          MARK_CHANNEL_NAME,        HOST_CHANNEL_NAME,     PROGRAM_CHANNEL_NAME,
-                                          EVENT_NEWS_CHANNEL_NAME};
   compositorServer_ = std::make_unique<MessageServer>(
       Compositing::SERVER_NAME, Compositing::QUEUE_SIZE + Compositing::RECORD_HEADER_SIZE,
       [this](auto message, int) { return AcceptDrawing(message); });
   requestServer_ = std::make_unique<MessageServer>(
       SCREEN_REQUEST_NAME, 64, [this](auto message, int rcvid) { return Answer(message, rcvid); });
   subscriber_ = std::make_unique<Subscriber>(
-      channels, [this](std::size_t channel, auto payload) { AcceptMessage(channel, payload); });
+      CHANNELS, [this](std::size_t channel, auto payload) { AcceptMessage(channel, payload); });
   pace_ = std::thread([this] { Pace(); });
 }
 
@@ -110,98 +94,12 @@ ScreenWorker::~ScreenWorker() {
   wakePace_.notify_all();
   pace_.join();
   // A whole unit that stops has ended its application first. One that goes on is on this page.
-  if (!programHeard_) pageMemory_.Forget();
+  if (!screen_.IsProgramHeard()) pageMemory_.Forget();
 }
-
-// --- Messages of the application and of the database
 
 void ScreenWorker::AcceptMessage(std::size_t channel, std::span<const std::uint8_t> payload) {
-  if (channel == SCREEN_MESSAGES) AcceptScreenMessage(payload);
-  if (channel == DATABASE_CHANGES) AcceptVariable(payload);
-  if (channel == FAULTS) AcceptFaults(payload);
-  if (channel == MARKS) AcceptMark(payload);
-  if (channel == HOST) AcceptHost(payload);
-  if (channel == PROGRAM) AcceptProgram(payload);
-  if (channel == EVENTS) AcceptEvent(payload);
-}
-
-void ScreenWorker::AcceptScreenMessage(std::span<const std::uint8_t> payload) {
-  std::optional<screen_command_t> command = ReadScreenMessage(payload);
   const std::lock_guard lock(mutex_);
-  if (!command) {
-    ++malformed_;
-    Report(malformedLines_, "malformed message of " + std::to_string(payload.size()) + " bytes ignored");
-    return;
-  }
-  const auto now = Clock::now();
-  const std::int32_t target = command->target;
-  // No other message is a sign of life: the notification manager repeats those that set a text.
-  if (command->operation == SCREEN_PROCESS_COMMANDS) {
-    if (now - lastProgramMessage_ > PROGRAM_SILENCE) programBackAt_ = now;
-    lastProgramMessage_ = now;
-    programHeard_ = true;
-  }
-  const bool wasPending = model_.HasPending();
-  if (!model_.Accept(std::move(*command))) {
-    Report(unknownLines_, "no widget has the handle " + std::to_string(target) + "; message ignored");
-  }
-  if (!wasPending) pendingSince_ = now;
-  if (model_.HasPending()) WakePaceBy(pendingSince_ + TEXT_LIMIT);
-  if (wasPending && !model_.HasPending()) WakePaceBy(now);
-}
-
-void ScreenWorker::AcceptEvent(std::span<const std::uint8_t> payload) {
-  if (payload.size() != 4) return;
-  const std::lock_guard lock(mutex_);
-  if (model_.HandleEvent(platform::LoadLe32(payload, 0))) WakePaceBy(Clock::now());
-}
-
-void ScreenWorker::AcceptVariable(std::span<const std::uint8_t> payload) {
-  const std::optional<database_change_t> change = ReadDatabaseChange(payload);
-  if (!change) return;
-  const std::lock_guard lock(mutex_);
-  variables_.Accept(*change);
-  WakePaceBy(Clock::now() + (model_.HasNotices() ? 0ms : PACE));
-}
-
-void ScreenWorker::AcceptFaults(std::span<const std::uint8_t> payload) {
-  const std::optional<fault_report_t> report = ReadFaultReport(payload);
-  const std::lock_guard lock(mutex_);
-  if (!report) return;
-  faults_.Take(*report, Clock::now());
-  WakePaceBy(Clock::now() + PACE);
-}
-
-void ScreenWorker::AcceptHost(std::span<const std::uint8_t> payload) {
-  const std::optional<host_report_t> report = ReadHostReport(payload);
-  const std::lock_guard lock(mutex_);
-  if (!report) return;
-  host_.Accept(*report, Clock::now());
-  UpdateDataState(Clock::now());
-  WakePaceBy(Clock::now() + PACE);
-}
-
-void ScreenWorker::AcceptProgram(std::span<const std::uint8_t> payload) {
-  const std::optional<program_state_t> state = ReadProgramState(payload);
-  if (!state) return;
-  const std::lock_guard lock(mutex_);
-  if (state->isRunning) return host_.NoteProgramStart(state->since);
-  programHeard_ = false;
-  lastProgramMessage_ = {};
-  UpdateDataState(Clock::now());
-  WakePaceBy(Clock::now() + PACE);
-}
-
-void ScreenWorker::AcceptMark(std::span<const std::uint8_t> payload) {
-  if (payload.size() != sizeof(std::int64_t)) return;
-  const Clock::time_point sent{Clock::duration{static_cast<std::int64_t>(platform::LoadLe64(payload, 0))}};
-  const std::lock_guard lock(mutex_);
-  newestMark_ = sent;
-}
-
-// The mutex is held.
-void ScreenWorker::Report(base::LineLimiter& limiter, const std::string& what) {
-  if (const auto line = limiter.Note(what, Clock::now())) Print(*line);
+  WakePaceBy(screen_.Accept(static_cast<screen_source_t>(channel), payload, Clock::now()));
 }
 
 // --- Drawings and requests
@@ -209,11 +107,8 @@ void ScreenWorker::Report(base::LineLimiter& limiter, const std::string& what) {
 message_reply_t ScreenWorker::AcceptDrawing(std::span<const std::uint8_t> message) {
   std::string bytes(4, '\0');
   const std::lock_guard lock(mutex_);
-  const compositor_reply_t result = compositor_.Accept(message);
-  if (const std::string problem = pictures_.TakeProblem(); !problem.empty()) Report(pictureLines_, problem);
-  model_.SetPictures(pictures_.Definitions());
-  model_.SetDrawing(compositor_.Drawing());
-  WakePaceBy(Clock::now() + PACE);
+  const compositor_reply_t result = screen_.AcceptDrawing(message, Clock::now());
+  WakePaceBy(Clock::now() + LiveScreen::PACE);
   bytes[0] = static_cast<char>(result);
   return {0, bytes};
 }
@@ -233,9 +128,9 @@ std::optional<message_reply_t> ScreenWorker::Answer(std::span<const std::uint8_t
 // Empty for an unknown request.
 std::string ScreenWorker::Document(std::uint32_t request) {
   const std::lock_guard lock(mutex_);
-  UpdateDataState(Clock::now());
-  if (request == SCREEN_REQUEST_STATE) return FormatState(model_);
-  return request == SCREEN_REQUEST_SVG ? model_.Svg() : std::string();
+  screen_.UpdateDataState(Clock::now());
+  if (request == SCREEN_REQUEST_STATE) return FormatState(screen_.Model());
+  return request == SCREEN_REQUEST_SVG ? screen_.Model().Svg() : std::string();
 }
 
 void ScreenWorker::DrawPicture(int rcvid) {
@@ -252,7 +147,7 @@ void ScreenWorker::Pace() {
   std::unique_lock lock(mutex_);
   while (!stopping_) {
     const auto now = Clock::now();
-    nextStep_ = now + IDLE_PACE;
+    nextStep_ = now + LiveScreen::IDLE_PACE;
     lock.unlock();
     Step(now);
     lock.lock();
@@ -268,14 +163,13 @@ void ScreenWorker::WakePaceBy(Clock::time_point when) {
 }
 
 void ScreenWorker::Step(Clock::time_point now) {
-  ApplyOverdue(now);
   if (now >= nextRead_) {
     nextRead_ = now + READ_PERIOD;
     ReadVariables();
   }
   {
     const std::lock_guard lock(mutex_);
-    UpdateDataState(now);
+    screen_.Step(now);
   }
   PublishMark(now);
   ReloadDesign(now);
@@ -283,47 +177,15 @@ void ScreenWorker::Step(Clock::time_point now) {
   PublishChange(now);
 }
 
-void ScreenWorker::ApplyOverdue(Clock::time_point now) {
-  const std::lock_guard lock(mutex_);
-  if (model_.HasPending() && now - pendingSince_ >= TEXT_LIMIT) model_.ProcessCommands();
-}
-
-// The mutex is held.
-void ScreenWorker::UpdateDataState(Clock::time_point now) {
-  if (now - lastStep_ > OWN_PAUSE) {
-    resumedAt_ = now;
-    lastProgramMessage_ = now;  // it was this process that was silent
-    programHeard_ = false;
-  }
-  lastStep_ = now;
-  const bool hasEnded = now - lastProgramMessage_ > PROGRAM_SILENCE;
-  faults_.Expire(now);
-  const bool isSettling = now - programBackAt_ < PROGRAM_SETTLE;
-  model_.UpdateDataState({.isProgramSilent = hasEnded || !programHeard_ || isSettling || IsBehind(now),
-                          .hasProgramEnded = hasEnded,
-                          .isBusReceived = host_.IsBusReceived(now),
-                          .areValuesFresh = host_.AreValuesFresh(now)});
-  model_.LeaveForLostLink();
-}
-
-// True until a mark came back that was sent after the service's start or pause, so that all that waited has
-// been read, and while the newest is old: the subscriber reads more slowly than the application writes, or the
-// notification manager does not answer. The mutex is held.
-bool ScreenWorker::IsBehind(Clock::time_point now) const {
-  return newestMark_ < resumedAt_ || now - newestMark_ > MARK_LATE;
-}
-
 void ScreenWorker::PublishMark(Clock::time_point now) {
   if (now < nextMark_) return;
   nextMark_ = now + MARK_PERIOD;
-  std::array<std::uint8_t, sizeof(std::int64_t)> mark{};
-  platform::StoreLe64(mark, 0, static_cast<std::uint64_t>(now.time_since_epoch().count()));
-  link_.Publish(MARK_CHANNEL_NAME, mark);
+  link_.Publish(MARK_CHANNEL_NAME, LiveScreen::MakeMark(now));
 }
 
 void ScreenWorker::PublishChange(Clock::time_point now) {
   std::unique_lock lock(mutex_);
-  const screen_change_t change = model_.DrainChange();
+  const screen_change_t change = screen_.Model().DrainChange();
   lock.unlock();
   if (change.revision == change.previous && now < nextSign_) return;
   nextSign_ = now + SIGN_PERIOD;
@@ -332,9 +194,10 @@ void ScreenWorker::PublishChange(Clock::time_point now) {
 
 void ScreenWorker::PostActions(Clock::time_point now) {
   std::unique_lock lock(mutex_);
-  const std::string page = model_.Page().action;
-  const std::string name = model_.Page().name;
-  const std::vector<std::string> notices = model_.DrainNotices();
+  ScreenModel& model = screen_.Model();
+  const std::string page = model.Page().action;
+  const std::string name = model.Page().name;
+  const std::vector<std::string> notices = model.DrainNotices();
   lock.unlock();
   pageMemory_.Write(name);
   actions_.PostPage(page, now);
@@ -345,11 +208,12 @@ void ScreenWorker::ReloadDesign(Clock::time_point now) {
   const bool designChanged = watch_.Changed(now);
   if (!wordsWatch_.Changed(now) && !designChanged) return;
   std::vector<std::string> problems;
-  design_t design = ReadDesign(designFolder_, WidgetNames(model_.Names()), problems);
+  design_t design = ReadDesign(designFolder_, WidgetNames(screen_.Model().Names()), problems);
   word_catalogue_t words = ReadWords(wordsFolder_, problems);
   const std::lock_guard lock(mutex_);
-  for (std::string& problem : model_.ReplacePages(std::move(design))) problems.push_back(std::move(problem));
-  model_.ReplaceWords(std::move(words));
+  for (std::string& problem : screen_.Model().ReplacePages(std::move(design)))
+    problems.push_back(std::move(problem));
+  screen_.Model().ReplaceWords(std::move(words));
   for (const std::string& problem : problems) Print(problem + "; the page stays unchanged");
   designProblem_ = problems.empty() ? "" : problems.front();
 }
@@ -358,7 +222,7 @@ void ScreenWorker::ReadVariables() {
   const DatabaseView database;
   if (database.Number() == 0) return;
   const std::lock_guard lock(mutex_);
-  variables_.ReadAll(database.Number());
+  screen_.ReadVariables(database.Number());
 }
 
 // --- Health
@@ -366,15 +230,16 @@ void ScreenWorker::ReadVariables() {
 status_t ScreenWorker::GetStatus() const {
   const std::lock_guard lock(mutex_);
   if (!subscriber_->IsConnected()) return {"screen", false, "no notification manager", Counters()};
-  return {"screen", true, designProblem_.empty() ? "page " + model_.Page().name : designProblem_, Counters()};
+  return {"screen", true, designProblem_.empty() ? "page " + screen_.Model().Page().name : designProblem_,
+          Counters()};
 }
 
 // The mutex is held.
 std::map<std::string, std::uint64_t> ScreenWorker::Counters() const {
-  const screen_counters_t& counters = model_.Counters();
-  const compositor_counters_t& drawings = compositor_.Counters();
+  const screen_counters_t& counters = screen_.Model().Counters();
+  const compositor_counters_t& drawings = screen_.Drawings();
   return {{"commands", counters.commands},
-          {"malformed", malformed_},
+          {"malformed", screen_.Malformed()},
           {"unknownWidgets", counters.unknownWidgets},
           {"unknownEvents", counters.unknownEvents},
           {"eventsIgnored", counters.eventsIgnored},

@@ -1,4 +1,4 @@
-// The running screen service: the model, its lock and the threads that use it.
+// The running screen service: the live screen, its lock and the threads that use it.
 //
 // | thread       | what it does                                                                        |
 // |--------------|-------------------------------------------------------------------------------------|
@@ -8,8 +8,6 @@
 // | pace         | 20 ms after a change, at once after "process commands" and events, and every 50 ms: |
 // |              | overdue texts, state of the data, actions, changes, a changed design               |
 //
-// A mark is a message of the service to itself. It comes back behind everything that waited when it was sent,
-// and so tells how late the other messages are.
 #pragma once
 
 #include <atomic>
@@ -25,20 +23,14 @@
 #include <thread>
 #include <vector>
 
-#include "base/line_limiter.h"
 #include "unit/health/notify_link.h"
 #include "unit/health/subscriber.h"
-#include "unit/screen/compositor/compositor.h"
-#include "unit/screen/compositor/picture_store.h"
 #include "unit/screen/design/design_watch.h"
-#include "unit/screen/design/screen_model.h"
+#include "unit/screen/live/live_screen.h"
 #include "unit/screen/service/action_poster.h"
-#include "unit/screen/live/fault_feed.h"
-#include "unit/screen/live/host_feed.h"
 #include "unit/screen/service/message_server.h"
 #include "unit/screen/service/page_memory.h"
 #include "unit/screen/service/picture_drawer.h"
-#include "unit/screen/live/variable_feed.h"
 #include "unit/service/service.h"
 
 namespace unit {
@@ -62,13 +54,6 @@ class ScreenWorker {
   word_catalogue_t ReadCheckedWords(const design_t& design, std::vector<std::string>& problems) const;
   // subscriber
   void AcceptMessage(std::size_t channel, std::span<const std::uint8_t> payload);
-  void AcceptScreenMessage(std::span<const std::uint8_t> payload);
-  void AcceptEvent(std::span<const std::uint8_t> payload);
-  void AcceptVariable(std::span<const std::uint8_t> payload);
-  void AcceptFaults(std::span<const std::uint8_t> payload);
-  void AcceptMark(std::span<const std::uint8_t> payload);
-  void AcceptHost(std::span<const std::uint8_t> payload);
-  void AcceptProgram(std::span<const std::uint8_t> payload);
   // compositor and requests
   message_reply_t AcceptDrawing(std::span<const std::uint8_t> message);
   std::optional<message_reply_t> Answer(std::span<const std::uint8_t> message, int rcvid);
@@ -78,15 +63,11 @@ class ScreenWorker {
   void Pace();
   void WakePaceBy(Clock::time_point when);
   void Step(Clock::time_point now);
-  void ApplyOverdue(Clock::time_point now);
-  void UpdateDataState(Clock::time_point now);
-  bool IsBehind(Clock::time_point now) const;
   void PublishMark(Clock::time_point now);
   void PublishChange(Clock::time_point now);
   void PostActions(Clock::time_point now);
   void ReloadDesign(Clock::time_point now);
   void ReadVariables();
-  void Report(base::LineLimiter& limiter, const std::string& what);
   std::map<std::string, std::uint64_t> Counters() const;
 
   const std::filesystem::path designFolder_, wordsFolder_;
@@ -94,20 +75,8 @@ class ScreenWorker {
   DesignWatch watch_, wordsWatch_;  // the pace thread's
 
   mutable std::mutex mutex_;  // guards all down to stopping_
-  ScreenModel model_;
-  VariableFeed variables_;
-  FaultFeed faults_;
-  HostFeed host_;
-  PictureStore pictures_;
-  Compositor compositor_;
-  Clock::time_point lastProgramMessage_{Clock::now()}, lastStep_{lastProgramMessage_};
-  Clock::time_point resumedAt_{lastStep_}, newestMark_{};
-  Clock::time_point programBackAt_{};  // after its last silence
-  bool programHeard_ = false;
-  Clock::time_point pendingSince_{};
-  std::uint64_t malformed_ = 0;
+  LiveScreen screen_;
   std::string designProblem_;
-  base::LineLimiter malformedLines_, unknownLines_, pictureLines_;
   Clock::time_point nextStep_{};
   bool stopping_ = false;
   std::condition_variable wakePace_;
