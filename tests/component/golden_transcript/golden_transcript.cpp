@@ -32,8 +32,8 @@
 #include "src/startup/application.h"
 #include "src/text/fields.h"
 #include "src/text/grid.h"
-#include "tests/component/golden_transcript/virtual_time.h"
-#include "tests/component/golden_transcript/virtual_unit.h"
+#include "film/virtual_time.h"
+#include "film/virtual_unit.h"
 #include "tests/support/test_folder.h"
 #include "unit/database/database_owner.h"
 

@@ -1,4 +1,4 @@
-#include "tests/component/golden_transcript/virtual_unit.h"
+#include "film/virtual_unit.h"
 
 #include <algorithm>
 #include <array>
@@ -26,7 +26,7 @@
 #include "src/screenapi/screen_messages.h"
 #include "src/services/dbshm.h"
 #include "src/services/nm_client.h"
-#include "tests/component/golden_transcript/virtual_time.h"
+#include "film/virtual_time.h"
 #include "unit/database/database_owner.h"
 #include "unit/notify/requests.h"
 #include "unit/screen/design/design.h"

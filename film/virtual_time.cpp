@@ -1,4 +1,4 @@
-#include "tests/component/golden_transcript/virtual_time.h"
+#include "film/virtual_time.h"
 
 #include <cerrno>
 #include <csignal>
