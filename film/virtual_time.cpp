@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <ctime>
 #include <deque>
 #include <limits>
@@ -17,7 +16,9 @@
 #include <sanitizer/common_interface_defs.h>
 #endif
 
-namespace golden {
+#include "film/watcher.h"
+
+namespace film {
 namespace {
 
 constexpr std::int64_t NEVER = std::numeric_limits<std::int64_t>::max();
@@ -126,34 +127,42 @@ void RaiseTermination() {
   WakeBlocked();
 }
 
-void Record(const char* kind, const std::string& text) {
-  std::printf("%lld\t%s\t%s\x1e", static_cast<long long>(now), kind, text.c_str());
+namespace {
+Watcher* theWatcher = nullptr;
 }
 
-}  // namespace golden
+void SetWatcher(Watcher& watcher) {
+  theWatcher = &watcher;
+}
+
+Watcher& GetWatcher() {
+  return *theWatcher;
+}
+
+}  // namespace film
 
 extern "C" {
 
 int nanosleep(const timespec* time, timespec* /*left*/) {
-  golden::Sleep(time->tv_sec * golden::US_PER_SECOND + time->tv_nsec / golden::NS_PER_US);
+  film::Sleep(time->tv_sec * film::US_PER_SECOND + time->tv_nsec / film::NS_PER_US);
   return 0;
 }
 
 int clock_gettime(clockid_t /*clock*/, timespec* time) noexcept {
-  const std::int64_t at = golden::CLOCK_AT_START + golden::now;
-  *time = {at / golden::US_PER_SECOND, at % golden::US_PER_SECOND * golden::NS_PER_US};
+  const std::int64_t at = film::CLOCK_AT_START + film::now;
+  *time = {at / film::US_PER_SECOND, at % film::US_PER_SECOND * film::NS_PER_US};
   return 0;
 }
 
 int kill(pid_t process, int number) noexcept {
   if (number != SIGUSR1) return static_cast<int>(syscall(SYS_kill, process, number));
-  golden::RaiseTermination();
+  film::RaiseTermination();
   return 0;
 }
 
 int sigsuspend(const sigset_t* /*mask*/) {
-  while (!golden::isTerminationPending) golden::Block();
-  golden::isTerminationPending = false;
+  while (!film::isTerminationPending) film::Block();
+  film::isTerminationPending = false;
   struct sigaction action {};
   sigaction(SIGUSR1, nullptr, &action);
   action.sa_handler(SIGUSR1);
@@ -162,17 +171,17 @@ int sigsuspend(const sigset_t* /*mask*/) {
 }
 
 int system(const char* command) {
-  golden::Record("system", command);
+  film::GetWatcher().OnCall("system", command);
   return 0;
 }
 
 void perror(const char* text) {
-  golden::Record("err", text);
+  film::GetWatcher().OnCall("err", text);
 }
 
 void _exit(int status) {
-  golden::Record("exit", std::to_string(status) + " at once");
-  for (;;) golden::WaitUntil(golden::NEVER);
+  film::GetWatcher().OnCall("exit", std::to_string(status) + " at once");
+  for (;;) film::WaitUntil(film::NEVER);
 }
 
 }  // extern "C"

@@ -1,6 +1,6 @@
 // Virtual time: the application's threads are tasks in one thread of this process. A task runs until it sleeps
 // or waits; then the task that is due next runs, of several the one that has waited longest. Computing takes no
-// time, so that every run is the same and a minute passes in a second.
+// time, so that every run is the same and ten minutes pass in a second.
 //
 // The program brings its own nanosleep, clock_gettime, sigsuspend, system, perror and _exit. A task must
 // not hold a mutex while it waits.
@@ -8,9 +8,8 @@
 
 #include <cstdint>
 #include <functional>
-#include <string>
 
-namespace golden {
+namespace film {
 
 std::int64_t Now_us();
 void StartTask(std::function<void()> body);  // begins when the caller waits
@@ -19,8 +18,4 @@ void Block();  // until WakeBlocked, which wakes all
 void WakeBlocked();
 void RaiseTermination();  // SIGUSR1
 
-// Prints an event: the time in microseconds, its kind and what happened, with tabs between and a record
-// separator (0x1E) at the end.
-void Record(const char* kind, const std::string& text);
-
-}  // namespace golden
+}  // namespace film

@@ -20,19 +20,19 @@
 #include "platform/names.h"
 #include "platform/threads.h"
 
+#include "film/virtual_time.h"
+#include "film/watcher.h"
 #include "src/compositing/compositor_messages.h"
 #include "src/core/frame_layout.h"
 #include "src/hostlink/j1939_external.h"
 #include "src/screenapi/screen_messages.h"
 #include "src/services/dbshm.h"
 #include "src/services/nm_client.h"
-#include "film/virtual_time.h"
 #include "unit/database/database_owner.h"
 #include "unit/notify/requests.h"
-#include "unit/screen/design/design.h"
 #include "unit/screen/design/screen_names.h"
 
-namespace golden {
+namespace film {
 
 using message_bytes_t = std::vector<std::uint8_t>;
 
@@ -66,24 +66,14 @@ bool IsMissing(const std::string& name) {
 void RecordWrite(int code, int handle) {
   double value = 0;
   DBSHM::Read(static_cast<unsigned>(handle), value);
-  Record("write", Format("%d %d %.15g", handle, code, value));
+  GetWatcher().OnWrite(static_cast<unsigned>(handle), code, value);
 }
 
 // Each value of a register once: the scanner writes the same ones all the time.
 void RecordRegister(std::uintptr_t address, int digits, std::uint32_t value) {
   static std::set<std::pair<std::uintptr_t, std::uint32_t>> written;
-  if (written.emplace(address, value).second)
-    Record("register", Format("%08lX = %0*X", address, digits, value));
-}
-
-std::string HexText(std::span<const std::uint8_t> bytes) {
-  constexpr const char* DIGITS = "0123456789ABCDEF";
-  std::string text;
-  for (const std::uint8_t byte : bytes) {
-    text += DIGITS[byte >> 4];
-    text += DIGITS[byte & 15];
-  }
-  return text;
+  if (!written.emplace(address, value).second) return;
+  GetWatcher().OnCall("register", Format("%08lX = %0*X", address, digits, value));
 }
 
 void QueuePulse(int channel) {
@@ -103,20 +93,21 @@ class Pulses : public unit::PulsePort {
 
 // The clients are made after the manager, to which they connect.
 struct services_t {
-  unit::screen_names_t names = unit::ReadScreenNames("config/generic.xml");
-  std::vector<std::string> problems;
-  unit::design_t design = unit::ReadDesign("config/screen", unit::WidgetNames(names), problems);
-  std::string page = "Splash";
+  unit::screen_names_t names = unit::ReadScreenNames(unitState.configFolder + "/generic.xml");
   Pulses pulses;
   unit::Exchange exchange{{4096, 4U << 20U}, pulses};
-  unit::RequestHandler manager{exchange, [this](int, int channel, auto payload) {
-                                 if (channel != events && channel != busRequests && channel != screen) return;
-                                 Record("message", std::to_string(channel) + " " + HexText(payload));
-                               }};
+  unit::RequestHandler manager{
+      exchange, [this](int, int channel, auto payload) { GetWatcher().OnMessage(KindOf(channel), payload); }};
   int events = exchange.RegisterName(names.eventChannel);
   int busRequests = exchange.RegisterName(J1939_CHANNEL_NAME);
   int actions = exchange.RegisterName(names.actionChannel);
   int screen = exchange.RegisterName(SCREEN_CHANNEL_NAME);
+
+  channel_t KindOf(int channel) const {
+    if (channel == events) return channel_t::EVENTS;
+    if (channel == busRequests) return channel_t::BUS;
+    return channel == screen ? channel_t::SCREEN : channel_t::OTHER;
+  }
 };
 
 services_t& Services() {
@@ -132,26 +123,6 @@ struct bus_t {
 bus_t& Bus() {
   static auto& bus = *new bus_t;
   return bus;
-}
-
-message_bytes_t WaitForMessage(NM::NMClient& client) {
-  std::array<char, NM_PAYLOAD_SIZE> buffer{};
-  int channel = 0;
-  const int size = client.recvMsg(channel, buffer.data(), static_cast<int>(buffer.size()));
-  return {buffer.begin(), buffer.begin() + size};
-}
-
-// Follows the application's page events and says which page it shows.
-void RunScreenService() {
-  services_t& s = Services();
-  NM::NMClient client;
-  client.subscribe(s.events);
-  for (;;) {
-    const std::string event = s.names.events[platform::LoadLe32(WaitForMessage(client), 0)];
-    const auto& transitions = s.design.at(s.page).transitions;
-    const auto found = transitions.find(event);
-    if (found != transitions.end()) PostAction(s.design.at(found->second).action);
-  }
 }
 
 void CarryBusRequest(const message_bytes_t& message) {
@@ -173,11 +144,21 @@ message_bytes_t AskManager(int connection, std::span<const std::uint8_t> request
 
 }  // namespace
 
+std::vector<std::uint8_t> WaitForMessage(NM::NMClient& client) {
+  std::array<char, NM_PAYLOAD_SIZE> buffer{};
+  int channel = 0;
+  const int size = client.recvMsg(channel, buffer.data(), static_cast<int>(buffer.size()));
+  return {buffer.begin(), buffer.begin() + size};
+}
+
+int EventChannel() {
+  return Services().events;
+}
+
 void StartUnit() {
-  auto parameters = unit::ReadParameterFile("config/parameters.xml");
+  auto parameters = unit::ReadParameterFile(unitState.configFolder + "/parameters.xml");
   for (unit::parameter_t& parameter : parameters) parameter.notify = true;
   unit::MakeDatabase(parameters);
-  StartTask(RunScreenService);
   StartTask([client = new NM::NMClient] {
     client->subscribe(Services().busRequests);
     for (;;) CarryBusRequest(WaitForMessage(*client));
@@ -191,27 +172,23 @@ void ReceiveFrame(const bus::frame_t& frame) {
 
 void PostAction(const std::string& action) {
   services_t& s = Services();
-  for (const auto& [name, page] : s.design) {
-    if (page.action == action) s.page = name;
-  }
-  Record("action", action);
   const auto message = unit::ActionMessage(s.actions, s.names.actions.at(action));
   Bus().client.sendMsg(s.actions, reinterpret_cast<const char*>(message.data()),
                        static_cast<int>(message.size()));
 }
 
-}  // namespace golden
+}  // namespace film
 
-using namespace golden;
+using namespace film;
 
 // --- Messages
 
 int ChannelCreate(unsigned flags) {
-  if (flags != 0) Record("channel", Format("flags %u", flags));
+  if (flags != 0) GetWatcher().OnCall("channel", Format("flags %u", flags));
   return ++lastId;
 }
 int ChannelDestroy(int chid) {
-  Record("destroy", chid > 0 ? "channel" : "unknown");
+  GetWatcher().OnCall("destroy", chid > 0 ? "channel" : "unknown");
   return 0;
 }
 int ConnectAttach(std::uint32_t, pid_t, int chid, unsigned, int) {
@@ -219,7 +196,7 @@ int ConnectAttach(std::uint32_t, pid_t, int chid, unsigned, int) {
   return lastId;
 }
 int ConnectDetach(int coid) {
-  Record("detach", channelsOf.contains(coid) ? "own channel" : "unknown");
+  GetWatcher().OnCall("detach", channelsOf.contains(coid) ? "own channel" : "unknown");
   return 0;
 }
 int name_open(const char* name, int) {
@@ -228,7 +205,7 @@ int name_open(const char* name, int) {
   return lastId;
 }
 int name_close(int coid) {
-  Record("close", serversOf.contains(coid) ? serversOf[coid] : "unknown");
+  GetWatcher().OnCall("close", serversOf.contains(coid) ? serversOf[coid] : "unknown");
   return 0;
 }
 
@@ -238,7 +215,7 @@ long MsgSend(int coid, const void* smsg, std::size_t sbytes, void* rmsg, std::si
   if (server.empty()) return -1;
   message_bytes_t reply{unitState.compositorReply, 0, 0, 0};
   if (server == NM_SERVER_NAME) reply = AskManager(coid, request);
-  if (server == Compositing::SERVER_NAME) Record("layer", HexText(request));
+  if (server == Compositing::SERVER_NAME) GetWatcher().OnLayer(request);
   std::memcpy(rmsg, reply.data(), std::min(rbytes, reply.size()));
   return 0;
 }
@@ -270,7 +247,7 @@ int ThreadCtl(int command, void*) {
 }
 std::uintptr_t mmap_device_io(std::size_t bytes, std::uint64_t physicalAddress) {
   const std::string name = Format("%08lX", physicalAddress);
-  Record("map", name + Format(" %zu bytes", bytes));
+  GetWatcher().OnCall("map", name + Format(" %zu bytes", bytes));
   return IsMissing(name) ? MAP_DEVICE_FAILED : physicalAddress;
 }
 std::uint16_t in16(std::uintptr_t) {
@@ -291,33 +268,31 @@ void out32(std::uintptr_t address, std::uint32_t value) {
 
 int devctl(int descriptor, int command, void* data, std::size_t bytes, int*) {
   const std::span value(static_cast<const std::uint8_t*>(data), bytes);
-  Record("device", devices[descriptor] + Format(" %08X ", static_cast<unsigned>(command)) + HexText(value));
+  GetWatcher().OnDevice(devices[descriptor], Format("%08X ", static_cast<unsigned>(command)), value);
   return 0;
 }
 
 namespace platform {
 
 int OpenDevice(const char* path, int flags) {
-  Record("open", Format("%s %d", path, flags));
+  GetWatcher().OnCall("open", Format("%s %d", path, flags));
   if (IsMissing(path)) return -1;
   devices[++lastId] = path;
   return lastId;
 }
 ssize_t WriteDevice(int descriptor, const void* data, std::size_t bytes) {
-  static std::string last;  // the beeper's output is written all the time
-  const std::string text = devices[descriptor] + " " + HexText({static_cast<const std::uint8_t*>(data), bytes});
-  if (std::exchange(last, text) != text) Record("device", text);
+  GetWatcher().OnDevice(devices[descriptor], "", {static_cast<const std::uint8_t*>(data), bytes});
   return static_cast<ssize_t>(bytes);
 }
 int CloseDevice(int descriptor) {
-  Record("close", devices[descriptor]);
+  GetWatcher().OnCall("close", devices[descriptor]);
   return 0;
 }
 
 // --- Threads and the console
 
 int StartDetachedThread(const thread_attributes_t& attributes, void* (*body)(void*), void* argument) {
-  Record("thread", Format("%s, priority %d", attributes.name, attributes.priority));
+  GetWatcher().OnCall("thread", Format("%s, priority %d", attributes.name, attributes.priority));
   if (IsMissing(attributes.name)) return EAGAIN;
   StartTask([body, argument] { body(argument); });
   return 0;
@@ -334,10 +309,10 @@ void ClockAlarm::Wait(const std::timespec& due) {
 }
 
 void PrintLine(std::FILE* stream, std::string_view line) {
-  Record(stream == stdout ? "out" : "err", std::string(line));
+  GetWatcher().OnLine(stream == stdout ? "out" : "err", line);
 }
 void PrintFromHandler(const char* line) {
-  Record("handler", line);
+  GetWatcher().OnLine("handler", line);
 }
 bool DrainConsole(std::chrono::milliseconds) {
   return true;

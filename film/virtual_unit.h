@@ -1,18 +1,21 @@
 // The unit around the application in virtual time: its platform (threads, messages, devices, console),
-// notification manager, database and compositor, and as much of the screen and J1939 services as answers the
-// application. All that the application sends, writes or prints is recorded.
+// notification manager, database and compositor, and as much of the J1939 service as answers the application.
+// What the application does goes to the Watcher.
 #pragma once
 
 #include <cstdint>
 #include <functional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "bus/can_frame.h"
+#include "src/services/nm_client.h"
 
-namespace golden {
+namespace film {
 
 struct unit_state_t {
+  std::string configFolder = "config";
   std::set<std::string> missing;  // names of servers, devices and threads that cannot be had
   std::uint32_t keysHeld = 0;     // bit n-1 is front key n
   std::uint8_t compositorReply = 0;
@@ -28,4 +31,8 @@ void ReceiveFrame(const bus::frame_t& frame);
 // Says that a page is shown, or whatever else the screen service tells the application.
 void PostAction(const std::string& action);
 
-}  // namespace golden
+int EventChannel();
+// Waits for the client's next message.
+std::vector<std::uint8_t> WaitForMessage(NM::NMClient& client);
+
+}  // namespace film

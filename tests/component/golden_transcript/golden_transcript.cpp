@@ -12,6 +12,9 @@
 
 #include <unistd.h>
 
+#include "film/virtual_time.h"
+#include "film/virtual_unit.h"
+#include "film/watcher.h"
 #include "host/protocol/send_plan.h"
 #include "host/simulate/config_files.h"
 #include "host/simulate/scenario.h"
@@ -32,18 +35,62 @@
 #include "src/startup/application.h"
 #include "src/text/fields.h"
 #include "src/text/grid.h"
-#include "film/virtual_time.h"
-#include "film/virtual_unit.h"
 #include "tests/support/test_folder.h"
 #include "unit/database/database_owner.h"
+#include "unit/screen/design/design.h"
+#include "unit/screen/design/screen_names.h"
 
 namespace golden {
 namespace {
+
+using namespace film;
 
 using words_t = std::vector<std::string>;
 constexpr std::int64_t US_PER_MS = 1'000;
 constexpr std::int64_t STEP_US = 10 * US_PER_MS;
 constexpr std::int64_t PRESS_US = 200 * US_PER_MS;
+
+// Prints an event: the time in microseconds, its kind and what happened, with tabs between and a record
+// separator (0x1E) at the end.
+void Record(const char* kind, std::string_view text) {
+  std::printf("%lld\t%s\t%.*s\x1e", static_cast<long long>(film::Now_us()), kind, static_cast<int>(text.size()),
+              text.data());
+}
+
+std::string HexText(std::span<const std::uint8_t> bytes) {
+  constexpr const char* DIGITS = "0123456789ABCDEF";
+  std::string text;
+  for (const std::uint8_t byte : bytes) {
+    text += DIGITS[byte >> 4];
+    text += DIGITS[byte & 15];
+  }
+  return text;
+}
+
+class Recorder : public film::Watcher {
+ public:
+  void OnMessage(film::channel_t channel, std::span<const std::uint8_t> payload) override {
+    if (channel == film::channel_t::OTHER) return;
+    Record("message", std::to_string(static_cast<int>(channel)) + " " + HexText(payload));
+  }
+  void OnWrite(unsigned handle, int code, double value) override {
+    std::array<char, 64> text{};
+    static_cast<void>(std::snprintf(text.data(), text.size(), "%u %d %.15g", handle, code, value));
+    Record("write", text.data());
+  }
+  void OnLayer(std::span<const std::uint8_t> message) override { Record("layer", HexText(message)); }
+  void OnDevice(const std::string& name, std::string_view command,
+                std::span<const std::uint8_t> bytes) override {
+    std::string text = name + " " + std::string(command) + HexText(bytes);
+    // The beeper's output is written all the time.
+    if (!command.empty() || std::exchange(last_, text) != text) Record("device", text);
+  }
+  void OnLine(const char* stream, std::string_view line) override { Record(stream, line); }
+  void OnCall(const char* kind, const std::string& what) override { Record(kind, what); }
+
+ private:
+  std::string last_;
+};
 
 // What std::cout and std::cerr are given, line by line.
 class RecordedStream : public std::stringbuf {
@@ -67,6 +114,40 @@ class RecordedStream : public std::stringbuf {
   std::ostream& stream_;
   std::streambuf* before_;
 };
+
+// As much of the screen service as the application needs: follows its page events and says which page is shown.
+class PageFollower {
+ public:
+  void Run() {
+    NM::NMClient client;
+    client.subscribe(film::EventChannel());
+    for (;;) {
+      const std::string event = names_.events[platform::LoadLe32(film::WaitForMessage(client), 0)];
+      const auto& transitions = design_.at(page_).transitions;
+      const auto found = transitions.find(event);
+      if (found != transitions.end()) Show(design_.at(found->second).action);
+    }
+  }
+  // The page of this action, or whatever else the screen service tells the application.
+  void Show(const std::string& action) {
+    for (const auto& [name, page] : design_) {
+      if (page.action == action) page_ = name;
+    }
+    Record("action", action);
+    film::PostAction(action);
+  }
+
+ private:
+  unit::screen_names_t names_ = unit::ReadScreenNames("config/generic.xml");
+  std::vector<std::string> problems_;
+  unit::design_t design_ = unit::ReadDesign("config/screen", unit::WidgetNames(names_), problems_);
+  std::string page_ = "Splash";
+};
+
+PageFollower& Follower() {
+  static auto& follower = *new PageFollower;
+  return follower;
+}
 
 struct scenario_run_t {
   simulate::ConfigFiles files{SOURCE_FOLDER "/config"};
@@ -203,7 +284,7 @@ void Carry(const words_t& words, std::uint32_t number) {
   if (verb == "send") return Send(arguments);
   if (verb == "press") return Press(number);
   if (verb == "hold") return unitState.keysHeld = number, void();
-  if (verb == "action") return PostAction(arguments.at(0));
+  if (verb == "action") return Follower().Show(arguments.at(0));
   if (verb == "variable") return WriteParameter(DBSHM::getHandle(arguments.at(0)), arguments.at(1));
   if (verb == "missing") return unitState.missing.insert(arguments.at(0)), void();
   if (verb == "present") return unitState.missing.erase(arguments.at(0)), void();
@@ -247,7 +328,10 @@ int main() {
   const RuntimeDirectoryForTest runtime;
   setenv("ORVIK_ROOT", runtime.Path().c_str(), 1);
   static golden::RecordedStream out(std::cout, "out"), err(std::cerr, "err");
-  golden::StartUnit();
+  static golden::Recorder recorder;
+  film::SetWatcher(recorder);
+  film::StartUnit();
+  film::StartTask([] { golden::Follower().Run(); });
   golden::RunScenario(std::cin);
   unit::RemoveDatabase();
 }
