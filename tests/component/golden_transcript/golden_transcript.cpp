@@ -12,9 +12,9 @@
 
 #include <unistd.h>
 
-#include "film/virtual_time.h"
-#include "film/virtual_unit.h"
-#include "film/watcher.h"
+#include "film/virtual/virtual_time.h"
+#include "film/virtual/virtual_unit.h"
+#include "film/virtual/watcher.h"
 #include "host/protocol/send_plan.h"
 #include "host/simulate/config_files.h"
 #include "host/simulate/scenario.h"

@@ -370,6 +370,13 @@ screen_change_t ScreenModel::DrainChange() {
   return change;
 }
 
+std::vector<element_change_t> ScreenModel::PageElements() const {
+  std::vector<element_change_t> elements;
+  for (std::size_t index = 0; index < views_.size(); ++index) elements.push_back(ChangeOf(index));
+  if (Shown().compositor) elements.push_back({COMPOSITOR_ELEMENT, {}, FormatContent(Shown().compositor)});
+  return elements;
+}
+
 void ScreenModel::ForgetChanges() {
   drawingChanged_ = false;
   changedElements_.clear();

@@ -98,6 +98,8 @@ class ScreenModel {
   std::uint64_t Revision() const { return revision_; }
   // The changes since the last call. Advances the revision when there are any.
   screen_change_t DrainChange();
+  // All live elements of the page shown as they are, and its drawing.
+  std::vector<element_change_t> PageElements() const;
 
   const design_t& Design() const { return design_; }
   // The page as an SVG document.

@@ -1,4 +1,4 @@
-#include "film/virtual_unit.h"
+#include "film/virtual/virtual_unit.h"
 
 #include <algorithm>
 #include <array>
@@ -20,8 +20,8 @@
 #include "platform/names.h"
 #include "platform/threads.h"
 
-#include "film/virtual_time.h"
-#include "film/watcher.h"
+#include "film/virtual/virtual_time.h"
+#include "film/virtual/watcher.h"
 #include "src/compositing/compositor_messages.h"
 #include "src/core/frame_layout.h"
 #include "src/hostlink/j1939_external.h"

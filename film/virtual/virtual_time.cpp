@@ -1,4 +1,4 @@
-#include "film/virtual_time.h"
+#include "film/virtual/virtual_time.h"
 
 #include <cerrno>
 #include <csignal>
@@ -16,7 +16,7 @@
 #include <sanitizer/common_interface_defs.h>
 #endif
 
-#include "film/watcher.h"
+#include "film/virtual/watcher.h"
 
 namespace film {
 namespace {

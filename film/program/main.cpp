@@ -1,0 +1,94 @@
+// film: what the display showed for a log, as JSON, one record on each line (display_film.h says which).
+//
+// Standard input has the lines of the log in the form of candump -L, and between them, where they are known,
+// the front keys ("(1436509052.249713) key 3 down"). hx7 starts this program for its reports and comparisons.
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "base/exit_status.h"
+#include "base/installation.h"
+#include "bus/log_lines.h"
+#include "film/display/display_film.h"
+#include "unit/database/database_owner.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::int64_t SETTLE_MS = 500;
+
+// The folder of the film's database, sockets and files of the unit, gone with the program.
+class FilmFolder {
+ public:
+  FilmFolder() {
+    std::string pattern = fs::temp_directory_path() / "orvik-film-XXXXXX";
+    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make a folder " + pattern);
+    path_ = pattern;
+    setenv("ORVIK_RUNTIME_DIR", path_.c_str(), 1);
+    setenv("ORVIK_ROOT", path_.c_str(), 1);
+  }
+  ~FilmFolder() {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+  }
+  FilmFolder(const FilmFolder&) = delete;
+  FilmFolder& operator=(const FilmFolder&) = delete;
+
+  void CopyUnitFiles(const fs::path& config) const {
+    if (fs::is_directory(config / "root")) fs::copy(config / "root", path_, fs::copy_options::recursive);
+  }
+
+ private:
+  fs::path path_;
+};
+
+void WriteRecord(const std::string& record) {
+  std::fwrite(record.data(), 1, record.size(), stdout);
+  std::fputc('\n', stdout);
+}
+
+void MakeFilm(const film::film_options_t& options) {
+  const FilmFolder folder;
+  folder.CopyUnitFiles(options.configFolder);
+  film::DisplayFilm display(options, WriteRecord);
+  for (std::string line; std::getline(std::cin, line);) {
+    if (const auto entry = bus::ParseLogLine(line)) {
+      display.Take(entry->frame);
+    } else if (const auto key = bus::ParseKeyLine(line)) {
+      display.Take(*key);
+    }
+  }
+  display.Finish(SETTLE_MS);
+  unit::RemoveDatabase();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app("What the display showed for a log, as JSON, one record on each line");
+  film::film_options_t options;
+  app.add_option("--config", options.configFolder, "The configuration's folder");
+  app.add_option("--page", options.page,
+                 "The page that the film begins on; without it, the display is switched on");
+  try {
+    app.parse(argc, argv);
+    options.configFolder = base::FindConfigFolder(options.configFolder);
+    std::ios::sync_with_stdio(false);
+    std::cout.rdbuf(std::cerr.rdbuf());  // standard output has records alone
+    MakeFilm(options);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? base::EXIT_DONE : base::EXIT_CALLED_WRONGLY;
+  } catch (const std::exception& error) {
+    std::cerr << "film: " << error.what() << '\n';
+    return base::EXIT_FAILED;
+  }
+  std::fflush(stdout);
+  // The application's tasks still wait and use objects of the process.
+  std::quick_exit(std::ferror(stdout) != 0 ? base::EXIT_FAILED : base::EXIT_DONE);
+}
