@@ -8,6 +8,8 @@
 #include <ctime>
 #include <map>
 #include <span>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -40,11 +42,11 @@ unit_state_t unitState;
 
 namespace {
 
-std::map<int, std::size_t> pulses;             // waiting, by channel
-std::map<int, int> channelsOf;                 // by connection
-std::map<int, std::string> serversOf;          // by connection
-std::map<int, std::string> devices;            // by descriptor
-std::map<std::uintptr_t, std::uint16_t> port;  // registers of the keypad
+std::unordered_map<int, std::size_t> pulses;             // waiting, by channel
+std::map<int, int> channelsOf;                           // by connection
+std::unordered_map<int, std::string> serversOf;          // by connection
+std::map<int, std::string> devices;                      // by descriptor
+std::unordered_map<std::uintptr_t, std::uint16_t> port;  // registers of the keypad
 int lastId = 0;
 
 constexpr std::uintptr_t KEYPAD_DIRECTION = 0x43FA8004;
@@ -71,8 +73,8 @@ void RecordWrite(int code, int handle) {
 
 // Each value of a register once: the scanner writes the same ones all the time.
 void RecordRegister(std::uintptr_t address, int digits, std::uint32_t value) {
-  static std::set<std::pair<std::uintptr_t, std::uint32_t>> written;
-  if (!written.emplace(address, value).second) return;
+  static std::unordered_set<std::uint64_t> written;
+  if (!written.insert(static_cast<std::uint64_t>(address) << 32U | value).second) return;
   GetWatcher().OnCall("register", Format("%08lX = %0*X", address, digits, value));
 }
 
@@ -136,10 +138,9 @@ void CarryBusRequest(const message_bytes_t& message) {
   unitState.onFrame(frame);
 }
 
-message_bytes_t AskManager(int connection, std::span<const std::uint8_t> request) {
-  std::array<std::uint8_t, NM_MESSAGE_SIZE> reply{};
-  const std::size_t size = Services().manager.Answer({request, request.size(), connection}, reply);
-  return {reply.begin(), reply.begin() + size};
+std::span<const std::uint8_t> AskManager(int connection, std::span<const std::uint8_t> request) {
+  static std::array<std::uint8_t, NM_MESSAGE_SIZE> reply{};  // what stood there before is not sent
+  return std::span(reply).first(Services().manager.Answer({request, request.size(), connection}, reply));
 }
 
 }  // namespace
@@ -211,9 +212,10 @@ int name_close(int coid) {
 
 long MsgSend(int coid, const void* smsg, std::size_t sbytes, void* rmsg, std::size_t rbytes) {
   const std::span request(static_cast<const std::uint8_t*>(smsg), sbytes);
-  const std::string server = serversOf[coid];
+  const std::string& server = serversOf[coid];
   if (server.empty()) return -1;
-  message_bytes_t reply{unitState.compositorReply, 0, 0, 0};
+  const std::array<std::uint8_t, 4> answer{unitState.compositorReply, 0, 0, 0};
+  std::span<const std::uint8_t> reply = answer;
   if (server == NM_SERVER_NAME) reply = AskManager(coid, request);
   if (server == Compositing::SERVER_NAME) GetWatcher().OnLayer(request);
   std::memcpy(rmsg, reply.data(), std::min(rbytes, reply.size()));

@@ -9,7 +9,7 @@ import functools
 import re
 from pathlib import Path
 
-TREES = ("src", "unit", "host", "base", "bus", "http", "platform", "tools")
+TREES = ("src", "unit", "host", "film", "base", "bus", "http", "platform", "tools")
 DOCUMENT = "docs/architecture.md"
 
 # The folders of src, from the ground floor up. A folder includes from lower floors only, never from one
@@ -37,6 +37,7 @@ MAY_INCLUDE = {
     "unit": ("platform/", "base/", "bus/", "http/", "src/services/", "src/screenapi/screen_messages.h",
              "src/compositing/compositor_messages.h", "src/hostlink/j1939_external.h", FRAME),
     "host": ("platform/", "base/", "bus/", "http/", FRAME),
+    "film": ("platform/", "base/", "bus/", "src/", "unit/"),
     "tools": ("platform/", "base/", "bus/", "host/", FRAME),
 }
 
