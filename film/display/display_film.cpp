@@ -42,6 +42,7 @@ constexpr std::int64_t START_US =
 constexpr std::int64_t LOOK_US = 10 * US_PER_MS;  // how often the screen looks whether a step is due
 constexpr auto MARK_PERIOD = 250ms;
 constexpr auto POST_PERIOD = 1s;
+constexpr auto READ_PERIOD = 1s;  // a first value that is 0 already changes nothing, and no message tells of it
 constexpr const char* SPLASH_PAGE = "Splash";
 
 unit::ScreenModel ReadModel(const std::string& config) {
@@ -93,7 +94,7 @@ class DisplayFilm::Display : public Watcher {
       std::numeric_limits<std::int64_t>::max();  // of the film; before it nothing is written
   std::optional<std::uint64_t> logBegin_us_;
   std::string postedAction_;
-  Clock::time_point nextStep_{}, nextMark_{}, nextPost_{};
+  Clock::time_point nextStep_{}, nextMark_{}, nextPost_{}, nextRead_{};
   bool hostBegun_ = false;
   bool isSounding_ = false;
 };
@@ -106,7 +107,6 @@ DisplayFilm::Display::Display(const film_options_t& options, film_record_t onRec
   SetWatcher(*this);
   unitState.configFolder = options.configFolder;
   StartUnit();
-  if (const unit::DatabaseView database; database.Number() != 0) screen_.ReadVariables(database.Number());
   Accept(screen_source_t::PROGRAM, unit::WriteProgramState({true, Clock::now()}));
   StartTask([this] { RunScreen(); });
   StartTask([this, generic = options.configFolder + "/generic.xml"] {
@@ -204,6 +204,10 @@ void DisplayFilm::Display::Step(Clock::time_point now) {
   if (now >= nextMark_) {
     nextMark_ = now + MARK_PERIOD;
     Accept(screen_source_t::MARKS, unit::LiveScreen::MakeMark(now));
+  }
+  if (now >= nextRead_) {
+    nextRead_ = now + READ_PERIOD;
+    if (const unit::DatabaseView database; database.Number() != 0) screen_.ReadVariables(database.Number());
   }
   if (const auto report = host_.TakeIfDue(now)) Accept(screen_source_t::HOST, WriteHostReport(*report));
   if (const auto report = faults_.TakeIfDue(now)) Accept(screen_source_t::FAULTS, WriteFaultReport(*report));

@@ -2,11 +2,11 @@
 //
 // Standard input has the lines of the log in the form of candump -L, and between them, where they are known,
 // the front keys ("(1436509052.249713) key 3 down"). hx7 starts this program for its reports and comparisons.
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <ostream>
 #include <string>
 
 #include <CLI/CLI.hpp>
@@ -48,15 +48,10 @@ class FilmFolder {
   fs::path path_;
 };
 
-void WriteRecord(const std::string& record) {
-  std::fwrite(record.data(), 1, record.size(), stdout);
-  std::fputc('\n', stdout);
-}
-
-void MakeFilm(const film::film_options_t& options) {
+void MakeFilm(const film::film_options_t& options, std::ostream& out) {
   const FilmFolder folder;
   folder.CopyUnitFiles(options.configFolder);
-  film::DisplayFilm display(options, WriteRecord);
+  film::DisplayFilm display(options, [&out](const std::string& record) { out << record << '\n'; });
   for (std::string line; std::getline(std::cin, line);) {
     if (const auto entry = bus::ParseLogLine(line)) {
       display.Take(entry->frame);
@@ -71,6 +66,8 @@ void MakeFilm(const film::film_options_t& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::ios::sync_with_stdio(false);
+  std::ostream records(std::cout.rdbuf(std::cerr.rdbuf()));  // standard output has records alone
   CLI::App app("What the display showed for a log, as JSON, one record on each line");
   film::film_options_t options;
   app.add_option("--config", options.configFolder, "The configuration's folder");
@@ -79,16 +76,14 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
     options.configFolder = base::FindConfigFolder(options.configFolder);
-    std::ios::sync_with_stdio(false);
-    std::cout.rdbuf(std::cerr.rdbuf());  // standard output has records alone
-    MakeFilm(options);
+    MakeFilm(options, records);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? base::EXIT_DONE : base::EXIT_CALLED_WRONGLY;
   } catch (const std::exception& error) {
     std::cerr << "film: " << error.what() << '\n';
     return base::EXIT_FAILED;
   }
-  std::fflush(stdout);
+  records.flush();
   // The application's tasks still wait and use objects of the process.
-  std::quick_exit(std::ferror(stdout) != 0 ? base::EXIT_FAILED : base::EXIT_DONE);
+  std::quick_exit(records ? base::EXIT_DONE : base::EXIT_FAILED);
 }

@@ -69,7 +69,8 @@ class StackChange {
   void* shadow_ = nullptr;
 };
 #else
-struct StackChange {
+class StackChange {
+ public:
   explicit StackChange(const task_t& /*to*/) {}
   static void NoteFirst() {}
 };
