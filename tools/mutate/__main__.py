@@ -66,7 +66,7 @@ def read_arguments():
 def read_faults(arguments):
     """The faults of the folders, in the order of the seed. Each line of code gives one before any gives a second."""
     root = arguments.root
-    names = [path for top in ("src", "platform", "unit", "host", "base", "bus", "http")
+    names = [path for top in ("src", "platform", "unit", "host", "base", "bus", "http", "expect")
              for path in sorted((root / top).rglob("*")) if path.suffix in (".cpp", ".h")]
     following = read_enumerations(path.read_text() for path in names)
     lines = {}

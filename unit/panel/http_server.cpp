@@ -12,6 +12,7 @@
 #include "base/address_file.h"
 #include "unit/panel/assets.h"
 #include "unit/screen/client/screen_requests.h"
+#include "unit/shown/shown_screen.h"
 
 namespace unit {
 namespace {
@@ -94,7 +95,18 @@ void HttpServer::AddScreen() {
     AnswerFromScreen(SCREEN_REQUEST_STATE, JSON, response);
     if (response.status != http::UNAVAILABLE) response.body = WithoutPicture(response.body);
   });
+  server_.Get("/api/shown", [this](const request_t&, response_t& response) { AnswerShown(response); });
   server_.Get("/api/stream", [this](const request_t&, response_t& response) { ServeStream(response); });
+}
+
+void HttpServer::AnswerShown(response_t& response) {
+  AnswerFromScreen(SCREEN_REQUEST_STATE, JSON, response);
+  if (response.status == http::UNAVAILABLE) return;
+  const std::string_view beeper = parts_.state.Beeper(std::chrono::steady_clock::now());
+  const std::string shown = DescribeShown(response.body, parts_.keys.View(), beeper);
+  if (shown.empty())
+    return Fail(response, http::UNAVAILABLE, "the screen service's answer is no state of a screen");
+  response.set_content(shown, JSON);
 }
 
 // The panel's page has its words from the catalogue that the screen uses.

@@ -40,6 +40,7 @@ class HttpServer {
   void AddAssets();
   void AddScreen();
   void AnswerFromScreen(screen_request_t request, const char* type, http::response_t& response);
+  void AnswerShown(http::response_t& response);
   ScreenClient& ClientFor(screen_request_t request) const;
   void AddWords();
   void AddState();

@@ -73,7 +73,7 @@ class PanelWorker {
       case 0:
         return state_.AcceptScreen(text);
       case 1:
-        return state_.AcceptBoard(text);
+        return state_.AcceptBoard(text, steady_clock::now());
       case 2:
         return state_.AcceptBus(text);
       case 3:

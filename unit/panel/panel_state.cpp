@@ -32,6 +32,18 @@ std::uint64_t NumberMember(const json& object, const char* name) {
   return value.is_number_unsigned() ? value.get<std::uint64_t>() : 0;
 }
 
+struct sound_t {
+  bool sounding = false;
+  std::uint32_t pulses = 0;
+};
+
+sound_t SoundOf(const std::string& board) {
+  const json beeper = json::parse(board).value("beeper", json());
+  if (!beeper.is_object()) return {};
+  return {beeper.value("sounding", json()) == json(true),
+          static_cast<std::uint32_t>(NumberMember(beeper, "pulses"))};
+}
+
 // JSON has no infinities.
 json FiniteOrNull(const std::optional<double>& value) {
   return value && std::isfinite(*value) ? json(*value) : json(nullptr);
@@ -41,11 +53,13 @@ json FiniteOrNull(const std::optional<double>& value) {
 PanelState::PanelState(StreamHub& hub, ScreenClient& screen, std::vector<parameter_t> parameters)
     : hub_(hub), screen_(screen), parameters_(std::move(parameters)) {}
 
-void PanelState::AcceptBoard(const std::string& message) {
+void PanelState::AcceptBoard(const std::string& message, TimePoint now) {
   const std::string board = ObjectOf(message);
   if (board.empty()) return;
+  const sound_t sound = SoundOf(board);
   {
     const std::lock_guard lock(mutex_);
+    beeper_.Note(sound.sounding, sound.pulses, now);
     if (board_ == board) return;
     board_ = board;
   }
@@ -145,6 +159,11 @@ std::string PanelState::Board() const {
 std::string PanelState::Bus() const {
   const std::lock_guard lock(mutex_);
   return bus_;
+}
+
+std::string_view PanelState::Beeper(TimePoint now) const {
+  const std::lock_guard lock(mutex_);
+  return beeper_.Judge(now);
 }
 
 HealthBook::report_t PanelState::Health(bool connected, TimePoint now) const {

@@ -9,12 +9,14 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "unit/database/parameter_list.h"
 #include "unit/panel/health_book.h"
 #include "unit/panel/stream_hub.h"
 #include "unit/screen/client/screen_client.h"
+#include "unit/shown/beeper_judge.h"
 
 namespace unit {
 
@@ -25,7 +27,7 @@ class PanelState {
 
   PanelState(StreamHub& hub, ScreenClient& screen, std::vector<parameter_t> parameters);
 
-  void AcceptBoard(const std::string& message);
+  void AcceptBoard(const std::string& message, TimePoint now);
   void AcceptBus(const std::string& message);
   void AcceptHealth(const std::string& message, TimePoint now) {
     if (health_.Accept(message, now)) healthChanged_ = true;
@@ -44,6 +46,8 @@ class PanelState {
   // The last messages, JSON; empty objects before the first one.
   std::string Board() const;
   std::string Bus() const;
+  // What the operator hears: "silent", "beep", "pulse" or "steady".
+  std::string_view Beeper(TimePoint now) const;
   HealthBook::report_t Health(bool connected, TimePoint now) const;
   // {"parameters":[{"name":...,"handle":...,"value":...,"valid":...}]}; false when there is no database.
   bool Database(std::string& json) const;
@@ -63,8 +67,9 @@ class PanelState {
   std::atomic<bool> healthChanged_ = false;
   std::uint64_t screenRevision_ = 0;  // of the subscriber's thread
 
-  mutable std::mutex mutex_;  // guards the three below
+  mutable std::mutex mutex_;  // guards the four below
   std::string board_ = "{}", bus_ = "{}";
+  BeeperJudge beeper_;
   std::map<std::uint32_t, std::optional<double>> changed_;  // by handle; empty: not valid
 
   // Of the pace thread.

@@ -13,6 +13,8 @@ using namespace std::chrono_literals;
 using testing::HasSubstr;
 using testing::Not;
 
+constexpr PanelState::TimePoint START{100s};
+
 class PanelStateTest : public testing::Test {
  protected:
   PanelStateTest() { Events(); }
@@ -32,16 +34,16 @@ class PanelStateTest : public testing::Test {
 };
 
 TEST_F(PanelStateTest, HandsOnEachStateOfTheBoardOnce) {
-  state_.AcceptBoard(R"({"keys": [true]})");
+  state_.AcceptBoard(R"({"keys": [true]})", START);
   EXPECT_EQ(Events(), "event: board\ndata: {\"keys\":[true]}\n\n");
-  state_.AcceptBoard(R"({"keys":[true]})");
+  state_.AcceptBoard(R"({"keys":[true]})", START);
   EXPECT_EQ(Events(), "");
   EXPECT_EQ(state_.Board(), R"({"keys":[true]})");
 }
 
 TEST_F(PanelStateTest, PassesOverWhatIsNoObjectAndKeepsAnEventOnItsLine) {
   for (const char* text : {"", "x", "[1]", "{\"a\":", "null"}) {
-    state_.AcceptBoard(text);
+    state_.AcceptBoard(text, START);
     state_.AcceptBus(text);
     state_.AcceptScreen(text);
     EXPECT_EQ(Events(), "") << text;
@@ -51,12 +53,11 @@ TEST_F(PanelStateTest, PassesOverWhatIsNoObjectAndKeepsAnEventOnItsLine) {
 }
 
 TEST_F(PanelStateTest, TellsAtOnceThatAServiceWentDownOrCameUp) {
-  const PanelState::TimePoint start{100s};
-  state_.Step(start, true);
+  state_.Step(START, true);
   Events();
   for (const auto& [up, isTold] : {std::pair("true", true), {"true", false}, {"false", true}, {"true", true}}) {
-    state_.AcceptHealth(R"({"name":"a","up":)" + std::string(up) + "}", start);
-    state_.Step(start + 20ms, true);
+    state_.AcceptHealth(R"({"name":"a","up":)" + std::string(up) + "}", START);
+    state_.Step(START + 20ms, true);
     EXPECT_EQ(Events().find("event: health") != std::string::npos, isTold) << up;
   }
 }
