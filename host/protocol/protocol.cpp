@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "expect/shown_names.h"
+
 namespace host {
 namespace {
 
@@ -17,8 +19,12 @@ constexpr std::array<unit_words_t, 6> UNIT_WORDS = {{
 }};
 
 constexpr number_name_t UNITS[] = {{0, "imperial"}, {1, "metric"}};
-constexpr number_name_t LANGUAGES[] = {{0, "english"}, {1, "spanish"}, {2, "portuguese"},
-                                       {3, "chinese"}, {4, "russian"}, {5, "french"}};
+constexpr auto LANGUAGES = [] {
+  std::array<number_name_t, expect::LANGUAGE_NAMES.size()> names{};
+  for (std::uint8_t number = 0; number < names.size(); ++number)
+    names.at(number) = {number, expect::LANGUAGE_NAMES.at(number)};
+  return names;
+}();
 constexpr number_name_t SWITCH[] = {{0, "off"}, {1, "on"}};
 constexpr number_name_t DISPLAY_MODES[] = {{0, "thousands"}, {1, "units"}};
 // The protocol has no transition 2.
@@ -62,41 +68,6 @@ constexpr std::string_view TEXT_FIELDS[] = {
     "line1-right",   "line2-left",    "line2-center",  "line2-right",   "line3-left",    "line3-center",
     "line3-right",   "line4-left",    "line4-center",  "line4-right",   "flash-msg",     "erected",
     "stowed"};
-
-// The index is the bit. The long fly of each offset has the lower bit, and so has the rear winch: the order of
-// the display's lamps.
-constexpr std::array<std::string_view, 32> LAMPS = {"prealarm",
-                                                    "overload",
-                                                    "a2b",
-                                                    "jib-long-fly-0",
-                                                    "jib-short-fly-0",
-                                                    "jib-long-fly-15",
-                                                    "jib-short-fly-15",
-                                                    "jib-long-fly-30",
-                                                    "jib-short-fly-30",
-                                                    "rear-winch",
-                                                    "front-winch",
-                                                    "counterweight",
-                                                    "stowed",
-                                                    "boom-mode",
-                                                    "aux-head",
-                                                    "alarm",
-                                                    "tires",
-                                                    "outrigger-retracted",
-                                                    "outrigger-half",
-                                                    "outrigger-extended",
-                                                    "pick-main-boom",
-                                                    "pick-aux",
-                                                    "pick-fly",
-                                                    "man-basket",
-                                                    "angle-alarm-set",
-                                                    "angle-alarm-tripped",
-                                                    "radius-alarm-set",
-                                                    "radius-alarm-tripped",
-                                                    "extension-alarm-set",
-                                                    "extension-alarm-tripped",
-                                                    "swing-alarm-set",
-                                                    "swing-alarm-tripped"};
 
 // The display ignores byte 1 of the message.
 constexpr field_t OPERATING_VALUES[] = {
@@ -385,7 +356,7 @@ std::optional<std::uint8_t> FindTextField(std::string_view name) {
 }
 
 std::span<const std::string_view> LampNames() {
-  return LAMPS;
+  return expect::LAMP_NAMES;
 }
 std::span<const number_name_t> HostKeyNames() {
   return KEYS;
