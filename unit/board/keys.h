@@ -18,8 +18,10 @@ constexpr std::uint32_t KeyBit(int key) {
   return 1U << static_cast<unsigned>(key - 1);
 }
 
-// Makes a source hold or release key 1 to 8; ignores other numbers. Any thread of any process that maps the
-// board.
+// Makes a source hold or release keys (KeyBit), all of them at once: a scan sees all or none. Any thread of any
+// process that maps the board.
+void SetKeysHeld(platform::board_state_t& board, platform::key_source_t source, std::uint32_t keys, bool held);
+// The same for key 1 to 8; ignores other numbers.
 void SetKeyHeld(platform::board_state_t& board, platform::key_source_t source, int key, bool held);
 
 }  // namespace unit

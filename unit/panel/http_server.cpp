@@ -36,6 +36,16 @@ constexpr const char* CONTENT_POLICY =
     "connect-src 'self'; img-src 'self' data:; "
     "base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
 
+// 0 with the answer where there are no such keys.
+std::uint32_t FindKeys(const request_t& request, response_t& response) {
+  const std::string name = request.matches[1];
+  const std::uint32_t keys = ReadKeys(name);
+  if (keys == 0) {
+    Fail(response, http::NOT_FOUND, "there is no key " + name + "; the keys are 1 to 8, several as 1+8");
+  }
+  return keys;
+}
+
 }  // namespace
 
 HttpServer::HttpServer(const http::address_t& address, panel_parts_t parts)
@@ -169,32 +179,24 @@ void HttpServer::AddHost() {
   }
 }
 
-bool HttpServer::FindKey(const request_t& request, response_t& response, int& key) const {
-  const std::string name = request.matches[1];
-  key = name.size() == 1 ? name.front() - '0' : 0;
-  if (IsKey(key)) return true;
-  Fail(response, http::NOT_FOUND, "there is no key " + name + "; the keys are 1 to 8");
-  return false;
-}
-
 void HttpServer::HoldKey(const request_t& request, const std::string& body, response_t& response) {
-  int key = 0;
-  if (!FindKey(request, response, key)) return;
+  const std::uint32_t keys = FindKeys(request, response);
+  if (keys == 0) return;
   const std::optional<key_request_t> wanted = ReadKeyRequest(body);
   if (!wanted) return Fail(response, http::BAD_REQUEST, KEY_BODIES);
   const auto now = std::chrono::steady_clock::now();
   if (*wanted == key_request_t::RENEW) {
-    if (!parts_.keys.Renew(key, now)) return Fail(response, http::CONFLICT, "the key is not held by a lease");
-  } else if (!parts_.keys.Set(key, *wanted, now)) {
+    if (!parts_.keys.Renew(keys, now)) return Fail(response, http::CONFLICT, "the key is not held by a lease");
+  } else if (!parts_.keys.Set(keys, *wanted, now)) {
     return Fail(response, http::UNAVAILABLE, NO_BOARD);
   }
   response.set_content("{}", JSON);
 }
 
 void HttpServer::PressKey(const request_t& request, response_t& response) {
-  int key = 0;
-  if (!FindKey(request, response, key)) return;
-  if (!parts_.keys.Press(key, std::chrono::steady_clock::now())) {
+  const std::uint32_t keys = FindKeys(request, response);
+  if (keys == 0) return;
+  if (!parts_.keys.Press(keys, std::chrono::steady_clock::now())) {
     return Fail(response, http::UNAVAILABLE, NO_BOARD);
   }
   response.set_content("{}", JSON);

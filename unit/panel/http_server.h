@@ -51,7 +51,6 @@ class HttpServer {
   void ServeStream(http::response_t& response);
   void PressKey(const http::request_t& request, http::response_t& response);
   void HoldKey(const http::request_t& request, const std::string& body, http::response_t& response);
-  bool FindKey(const http::request_t& request, http::response_t& response, int& key) const;
 
   const panel_parts_t parts_;
   http::RequestShare screenShare_, hostShare_;

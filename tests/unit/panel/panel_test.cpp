@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "unit/panel/health_book.h"
+#include "unit/panel/key_holder.h"
 #include "unit/panel/stream_hub.h"
 
 namespace unit {
@@ -38,6 +39,27 @@ TEST(HealthBookTest, PassesOverWhatIsNoReportAndBoundsTheRest) {
   for (int i = 0; i < 200; ++i) book.Accept(R"({"name":")" + std::to_string(i) + R"(","up":true})", START);
   book.Accept(R"({"name":"late","up":false})", START);
   EXPECT_TRUE(book.Report("", START).up);
+}
+
+TEST(KeyHolderTest, ReadsOneKeyOrSeveral) {
+  struct case_t {
+    const char* text;
+    std::uint32_t keys;
+  };
+  for (const auto& [text, keys] : {case_t{"1", 0x01},
+                                   {"8", 0x80},
+                                   {"1+8", 0x81},
+                                   {"3+2+3", 0x06},
+                                   {"", 0},
+                                   {"0", 0},
+                                   {"9", 0},
+                                   {"12", 0},
+                                   {"1+", 0},
+                                   {"+1", 0},
+                                   {"1-2", 0},
+                                   {"1++2", 0}}) {
+    EXPECT_EQ(ReadKeys(text), keys) << text;
+  }
 }
 
 using Next = EventStream::next_t;
