@@ -9,12 +9,17 @@
 #include <map>
 #include <optional>
 
+#include <nlohmann/json.hpp>
+
+#include "base/json_text.h"
 #include "src/services/dbshm.h"
 #include "unit/database/attach.h"
 #include "unit/database/database_owner.h"
 
 namespace unit {
 namespace {
+
+using nlohmann::json;
 
 constexpr int ATTACH_TIMEOUT_MS = 500;
 constexpr std::chrono::milliseconds WATCH_PERIOD{50};
@@ -42,6 +47,19 @@ std::string FormatParameter(unsigned handle) {
   std::array<char, 32> text{};
   const auto end = std::to_chars(text.data(), text.data() + text.size(), *value).ptr;
   return {text.data(), end};
+}
+
+json DescribeParameter(const named_t& named) {
+  const std::optional<double> value = ReadParameterValue(named.handle);
+  // JSON has no infinities.
+  const json number = value && std::isfinite(*value) ? json(*value) : json(nullptr);
+  return {{"name", named.name}, {"handle", named.handle}, {"value", number}};
+}
+
+void PrintAsJson(std::span<const named_t> parameters) {
+  json all = json::array();
+  for (const named_t& named : parameters) all.push_back(DescribeParameter(named));
+  std::cout << base::DumpJson(all) << '\n';
 }
 
 // The parameter that has this name or, alone, begins with it; prints an error when there is none or more than
@@ -81,14 +99,15 @@ std::optional<std::vector<named_t>> CompleteAll(std::span<const std::string> nam
   return found;
 }
 
-// `printed` has the text that was printed last for each handle.
-void PrintChanges(std::span<const named_t> parameters, std::map<unsigned, std::string>& printed) {
+// `printed` has the line that was printed last for each handle.
+void PrintChanges(std::span<const named_t> parameters, bool asJson, std::map<unsigned, std::string>& printed) {
   for (const named_t& named : parameters) {
-    std::string value = FormatParameter(named.handle);
+    std::string line =
+        asJson ? base::DumpJson(DescribeParameter(named)) : named.name + ' ' + FormatParameter(named.handle);
     std::string& last = printed[named.handle];
-    if (value == last) continue;
-    std::cout << named.name << ' ' << value << std::endl;
-    last = std::move(value);
+    if (line == last) continue;
+    std::cout << line << std::endl;
+    last = std::move(line);
   }
 }
 
@@ -103,10 +122,14 @@ std::vector<std::string_view> FindCandidates(std::span<const std::string> names,
   return candidates;
 }
 
-int GetParameters(std::span<const std::string> names) {
+int GetParameters(std::span<const std::string> names, bool asJson) {
   if (!Attach()) return 1;
   const auto found = CompleteAll(names);
   if (!found) return 1;
+  if (asJson) {
+    PrintAsJson(*found);
+    return 0;
+  }
   for (const named_t& named : *found) std::cout << named.name << ' ' << FormatParameter(named.handle) << '\n';
   return 0;
 }
@@ -136,13 +159,17 @@ int SetParameter(const std::string& name, const std::string& value) {
   return 0;
 }
 
-int ListParameters(const std::string& prefix) {
+int ListParameters(const std::string& prefix, bool asJson) {
   if (!Attach()) return 1;
   std::vector<named_t> table = ReadNameTable();
   std::erase_if(table, [&prefix](const named_t& named) { return !named.name.starts_with(prefix); });
   if (table.empty()) {
     std::cerr << "unit db: no parameter begins with \"" << prefix << "\"; \"unit db list\" shows all.\n";
     return 1;
+  }
+  if (asJson) {
+    PrintAsJson(table);
+    return 0;
   }
   std::size_t width = 0;
   for (const named_t& named : table) width = std::max(width, named.name.size());
@@ -153,7 +180,7 @@ int ListParameters(const std::string& prefix) {
   return 0;
 }
 
-int WatchParameters(std::span<const std::string> names,
+int WatchParameters(std::span<const std::string> names, bool asJson,
                     const std::function<bool(std::chrono::milliseconds)>& pause) {
   if (!Attach()) return 1;
   const auto found = CompleteAll(names);
@@ -162,7 +189,7 @@ int WatchParameters(std::span<const std::string> names,
   std::map<unsigned, std::string> printed;
   unsigned turn = 0;
   do {
-    PrintChanges(*found, printed);
+    PrintChanges(*found, asJson, printed);
     if (++turn % OWNER_CHECK != 0) continue;
     if (LookAtDatabase() != database_state_t::COMPLETE || DatabaseView().Number() != database) {
       std::cerr << "unit db: the database's owner has ended.\n";

@@ -6,14 +6,19 @@
 #include <map>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "platform/byte_order.h"
 
+#include "base/json_text.h"
 #include "unit/database/database_commands.h"
 #include "unit/health/notify_link.h"
 #include "unit/health/subscriber.h"
 
 namespace unit {
 namespace {
+
+using nlohmann::json;
 
 constexpr std::chrono::milliseconds WATCH_PERIOD{200};
 
@@ -35,6 +40,12 @@ notices_t CollectNotices(const screen_names_t& names) {
 
 const char* KindName(notice_kind_t kind) {
   return kind == notice_kind_t::EVENT ? "event " : "action";
+}
+
+json DescribeNotice(const notice_t& notice, const std::string& name) {
+  return {{"kind", notice.kind == notice_kind_t::EVENT ? "event" : "action"},
+          {"name", name},
+          {"number", notice.number}};
 }
 
 int ReportNoManager() {
@@ -70,7 +81,7 @@ bool Publish(const screen_names_t& names, const notice_t& notice) {
 // Prints the messages of the two channels as lines.
 class NoticePrinter {
  public:
-  NoticePrinter(const screen_names_t& names, bool all) : all_(all) {
+  NoticePrinter(const screen_names_t& names, const watch_options_t& options) : options_(options) {
     for (const auto& [name, notice] : CollectNotices(names)) {
       names_[static_cast<std::size_t>(notice.kind)].emplace(notice.number, name);
     }
@@ -83,7 +94,12 @@ class NoticePrinter {
     const auto& known = names_[static_cast<std::size_t>(kind)];
     const auto found = known.find(number);
     const std::string name = found == known.end() ? std::to_string(number) : found->second;
-    if (all_ || !IsRoutine(kind, name)) std::cout << KindName(kind) << ' ' << name << std::endl;
+    if (!options_.all && IsRoutine(kind, name)) return;
+    if (options_.asJson) {
+      std::cout << base::DumpJson(DescribeNotice({kind, number}, name)) << std::endl;
+    } else {
+      std::cout << KindName(kind) << ' ' << name << std::endl;
+    }
   }
 
  private:
@@ -94,17 +110,21 @@ class NoticePrinter {
     return repeated;
   }
 
-  const bool all_;
+  const watch_options_t options_;
   std::array<std::map<std::uint32_t, std::string>, 2> names_;  // by kind and number
   std::string lastAction_;
 };
 
 }  // namespace
 
-int ListEvents(const std::string& genericFile, const std::string& prefix) {
+int ListEvents(const std::string& genericFile, const std::string& prefix, bool asJson) {
+  json all = json::array();
   for (const auto& [name, notice] : CollectNotices(ReadScreenNames(genericFile))) {
-    if (name.starts_with(prefix)) std::cout << KindName(notice.kind) << ' ' << name << '\n';
+    if (!name.starts_with(prefix)) continue;
+    all.push_back(DescribeNotice(notice, name));
+    if (!asJson) std::cout << KindName(notice.kind) << ' ' << name << '\n';
   }
+  if (asJson) std::cout << base::DumpJson(all) << '\n';
   return 0;
 }
 
@@ -124,11 +144,11 @@ int PostNotice(const std::string& genericFile, const std::string& name) {
   return 0;
 }
 
-int WatchEvents(const std::string& genericFile, bool all,
+int WatchEvents(const std::string& genericFile, const watch_options_t& options,
                 const std::function<bool(std::chrono::milliseconds)>& pause) {
   const screen_names_t names = ReadScreenNames(genericFile);
   if (!ConnectToManager()) return ReportNoManager();
-  NoticePrinter printer(names, all);
+  NoticePrinter printer(names, options);
   const Subscriber subscriber(
       {names.eventChannel, names.actionChannel},
       [&printer](std::size_t channel, std::span<const std::uint8_t> payload) {

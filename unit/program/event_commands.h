@@ -13,8 +13,9 @@
 
 namespace unit {
 
-// Prints the names of all events and actions, or of those with the prefix.
-int ListEvents(const std::string& genericFile, const std::string& prefix);
+// Prints the names of all events and actions, or of those with the prefix; with `asJson` as an array of objects
+// {"kind":"event","name":...,"number":...}.
+int ListEvents(const std::string& genericFile, const std::string& prefix, bool asJson);
 
 // Publishes an event by its whole name. False when there is no such event or no notification manager.
 bool PublishEvent(const screen_names_t& names, const std::string& name);
@@ -23,8 +24,13 @@ bool PublishEvent(const screen_names_t& names, const std::string& name);
 int PostNotice(const std::string& genericFile, const std::string& name);
 
 // Prints events and actions as they are published, until `pause`, which waits for the given time, returns
-// false. Leaves out heartbeats and the repetitions of the page's action unless `all` is set.
-int WatchEvents(const std::string& genericFile, bool all,
+// false. Leaves out heartbeats and the repetitions of the page's action unless `all` is set. With `asJson` one
+// object a line.
+struct watch_options_t {
+  bool all = false;
+  bool asJson = false;
+};
+int WatchEvents(const std::string& genericFile, const watch_options_t& options,
                 const std::function<bool(std::chrono::milliseconds)>& pause);
 
 }  // namespace unit

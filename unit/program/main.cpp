@@ -14,12 +14,14 @@
 #include "base/call_filter.h"
 #include "base/installation.h"
 #include "unit/bundle/bundle.h"
+#include "unit/bundle/bundle_list.h"
 #include "unit/database/database_commands.h"
 #include "unit/design/design_command.h"
 #include "unit/program/event_commands.h"
 #include "unit/program/parts.h"
 #include "unit/program/replay.h"
 #include "unit/program/run.h"
+#include "unit/program/screen_commands.h"
 #include "unit/program/status_command.h"
 #include "unit/program/stop_signals.h"
 
@@ -50,6 +52,7 @@ struct database_arguments_t {
   std::string name;
   std::string value;
   std::string prefix;
+  bool asJson = false;
 };
 
 struct replay_arguments_t {
@@ -61,7 +64,7 @@ struct replay_arguments_t {
 struct event_arguments_t {
   std::string config;
   std::string name;
-  bool all = false;
+  unit::watch_options_t watch;
 };
 
 void CheckBus(CLI::Option* option) {
@@ -171,6 +174,10 @@ int CarryRun(run_arguments_t& run, unsigned seconds) {
   return unit::Run(plan);
 }
 
+void AddJson(CLI::App& command, bool& asJson) {
+  command.add_flag("--json", asJson, "Print JSON");
+}
+
 void AddDatabase(CLI::App& app, database_arguments_t& arguments, int& result) {
   CLI::App* db =
       app.add_subcommand("db", "Read and write the parameter database; a unique prefix of a name is enough");
@@ -178,7 +185,8 @@ void AddDatabase(CLI::App& app, database_arguments_t& arguments, int& result) {
   db->parse_complete_callback([] { KeepRights(RIGHTS_OF_CLIENTS); });
   CLI::App* get = db->add_subcommand("get", "Print values");
   get->add_option("NAME", arguments.names)->required();
-  get->callback([&] { result = unit::GetParameters(arguments.names); });
+  AddJson(*get, arguments.asJson);
+  get->callback([&] { result = unit::GetParameters(arguments.names, arguments.asJson); });
   CLI::App* set = db->add_subcommand("set", "Write a value; - makes the parameter not valid");
   set->add_option("NAME", arguments.name)->required();
   set->add_option("VALUE", arguments.value)->required();
@@ -186,12 +194,15 @@ void AddDatabase(CLI::App& app, database_arguments_t& arguments, int& result) {
   CLI::App* list =
       db->add_subcommand("list", "Print name, handle and value of all parameters, or of those with a prefix");
   list->add_option("PREFIX", arguments.prefix);
-  list->callback([&] { result = unit::ListParameters(arguments.prefix); });
+  AddJson(*list, arguments.asJson);
+  list->callback([&] { result = unit::ListParameters(arguments.prefix, arguments.asJson); });
   CLI::App* watch = db->add_subcommand("watch", "Print values as they change, until Ctrl-C");
   watch->add_option("NAME", arguments.names);
+  AddJson(*watch, arguments.asJson);
   watch->callback([&] {
     unit::BlockStopSignals();
-    result = unit::WatchParameters(arguments.names, [](auto time) { return !unit::StopRequested(time); });
+    result = unit::WatchParameters(arguments.names, arguments.asJson,
+                                   [](auto time) { return !unit::StopRequested(time); });
   });
 }
 
@@ -205,27 +216,44 @@ void AddEvents(CLI::App& app, event_arguments_t& arguments, int& result) {
   CLI::App* list =
       events->add_subcommand("list", "Print the names of all events and actions, or of those with a prefix");
   list->add_option("PREFIX", arguments.name);
-  list->callback([&, generic] { result = unit::ListEvents(generic(), arguments.name); });
+  AddJson(*list, arguments.watch.asJson);
+  list->callback(
+      [&, generic] { result = unit::ListEvents(generic(), arguments.name, arguments.watch.asJson); });
   CLI::App* post =
       events->add_subcommand("post", "Post an event or an action; a unique prefix of its name is enough");
   post->add_option("NAME", arguments.name)->required();
   post->callback([&, generic] { result = unit::PostNotice(generic(), arguments.name); });
   CLI::App* watch =
       events->add_subcommand("watch", "Print events and actions as they are posted, until Ctrl-C");
-  watch->add_flag("--all", arguments.all, "Print heartbeats and repetitions too");
+  watch->add_flag("--all", arguments.watch.all, "Print heartbeats and repetitions too");
+  AddJson(*watch, arguments.watch.asJson);
   watch->callback([&, generic] {
     unit::BlockStopSignals();
-    result = unit::WatchEvents(generic(), arguments.all, [](auto time) { return !unit::StopRequested(time); });
+    result =
+        unit::WatchEvents(generic(), arguments.watch, [](auto time) { return !unit::StopRequested(time); });
   });
 }
 
-void AddBundle(CLI::App& app, std::string& file, int& result) {
+struct bundle_arguments_t {
+  std::string file;
+  bool isListed = false;
+  bool asJson = false;
+};
+
+void AddBundle(CLI::App& app, bundle_arguments_t& arguments, int& result) {
   CLI::App* make =
       app.add_subcommand("bundle", "Pack logs, screen and configuration into one file for a fault report");
-  make->add_option("FILE", file, "The archive to write, such as report.tar.gz")->required();
+  make->add_option("FILE", arguments.file, "The archive to write, such as report.tar.gz")->required();
+  auto* list = make->add_flag("--list", arguments.isListed, "Write none, but show what this one has");
+  make->add_flag("--json", arguments.asJson, "Print JSON")->needs(list);
   make->callback([&] {
     KeepRights(RIGHTS_OF_CLIENTS);
-    result = unit::MakeBundle(file);
+    if (!arguments.isListed) {
+      result = unit::MakeBundle(arguments.file);
+      return;
+    }
+    unit::BlockStopSignals();
+    result = unit::ListBundle(arguments.file, arguments.asJson, [] { return !unit::StopRequested({}); });
   });
 }
 
@@ -304,12 +332,16 @@ int main(int argc, char** argv) {
   run_arguments_t run;
   database_arguments_t database;
   AddRun(app, run, seconds)->callback([&] { result = CarryRun(run, seconds); });
-  app.add_subcommand("status", "Show which services and programs run here, and their state")->callback([&] {
+  bool asJson = false;
+  CLI::App* status = app.add_subcommand("status", "Show which services and programs run here, and their state");
+  AddJson(*status, asJson);
+  status->callback([&] {
     KeepRights(RIGHTS_OF_CLIENTS);
-    result = unit::ShowStatus();
+    result = unit::ShowStatus(asJson);
   });
   AddDatabase(app, database, result);
-  std::string bundle;
+  unit::AddScreenCommands(app, result);
+  bundle_arguments_t bundle;
   replay_arguments_t replay;
   AddBundle(app, bundle, result);
   AddReplay(app, replay, seconds)->callback([&] { result = CarryReplay(replay, seconds); });

@@ -15,6 +15,7 @@
 #include "platform/paths.h"
 
 #include "base/address_file.h"
+#include "base/json_text.h"
 #include "unit/health/notify_link.h"
 #include "unit/health/subscriber.h"
 #include "unit/service/service.h"
@@ -44,7 +45,7 @@ void ShowEntries(const nlohmann::json& json) {
 }
 
 int ReportNothingRuns() {
-  std::cout << "unit: nothing runs in " << platform::RuntimeDirectory() << ". Start it with \"unit run\".\n";
+  std::cerr << "unit: nothing runs in " << platform::RuntimeDirectory() << ". Start it with \"unit run\".\n";
   return 1;
 }
 
@@ -64,33 +65,50 @@ std::map<std::string, nlohmann::json> CollectHealth() {
   return entries;
 }
 
-int ReportWithoutPanel() {
+// In the form of GET /api/health.
+void ShowAsJson(const std::map<std::string, nlohmann::json>& entries) {
+  nlohmann::json services = nlohmann::json::array();
+  for (const auto& [name, entry] : entries) services.push_back(entry);
+  const nlohmann::json report = {
+      {"up", false}, {"problem", "the front panel does not answer"}, {"services", std::move(services)}};
+  std::cout << base::DumpJson(report) << '\n';
+}
+
+int ReportWithoutPanel(bool asJson) {
   if (const std::string problem = platform::RuntimeDirectoryProblem(); !problem.empty()) {
     std::cerr << "unit status: " << problem << '\n';
     return 1;
   }
   if (!ConnectToManager()) return ReportNothingRuns();  // nothing is published, so there is nothing to wait for
   const std::map<std::string, nlohmann::json> entries = CollectHealth();
-  for (const auto& [name, entry] : entries) ShowEntry(entry);
+  if (asJson && !entries.empty()) {
+    ShowAsJson(entries);
+  } else {
+    for (const auto& [name, entry] : entries) ShowEntry(entry);
+  }
   return entries.empty() ? ReportNothingRuns() : 1;
 }
 }  // namespace
 
-int ShowStatus() {
+int ShowStatus(bool asJson) {
   const std::string address = base::ReadAddressFile(base::PANEL_ADDRESS_FILE);
-  if (address.empty()) return ReportWithoutPanel();
+  if (address.empty()) return ReportWithoutPanel(asJson);
   httplib::Client client("http://" + address);
   client.set_connection_timeout(TIMEOUT_S);
   client.set_read_timeout(TIMEOUT_S);
   const httplib::Result result = client.Get("/api/health");
-  if (!result) return ReportWithoutPanel();
+  if (!result) return ReportWithoutPanel(asJson);
   const nlohmann::json json = nlohmann::json::parse(result->body, nullptr, false);
   if (json.is_discarded()) {
     std::cerr << "unit status: http://" << address
               << "/api/health is not a front panel: it answers with something else than JSON.\n";
     return 1;
   }
-  ShowEntries(json);
+  if (asJson) {
+    std::cout << base::DumpJson(json) << '\n';
+  } else {
+    ShowEntries(json);
+  }
   return result->status == HTTP_OK ? 0 : 1;
 }
 

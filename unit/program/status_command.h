@@ -3,8 +3,8 @@
 
 namespace unit {
 
-// Asks the front panel and prints one line for each service, worker and program. Returns the exit status: 0
-// when all are up, 1 when one is down or nothing runs.
-int ShowStatus();
+// Asks the front panel and prints one line for each service, worker and program, or with `asJson` the object of
+// GET /api/health. Returns the exit status: 0 when all are up, 1 when one is down or nothing runs.
+int ShowStatus(bool asJson);
 
 }  // namespace unit
