@@ -44,6 +44,7 @@ bool ReadBody(const request_t& request, const httplib::ContentReader& read, std:
 
 std::string Explain(int status, const std::string& guide) {
   if (status == NOT_FOUND) return "there is no such page; " + guide;
+  if (status == BAD_METHOD) return "this path takes the method that the header Allow names";
   return status == TOO_LARGE ? "the body is larger than any request here" : "the request cannot be understood";
 }
 
@@ -122,6 +123,10 @@ void LocalServer::SetHandlers() {
   });
   server_->set_error_handler([this](const request_t& request, response_t& response) {
     if (!response.body.empty()) return;
+    if (const std::string methods = MethodsOf(request.path); response.status == NOT_FOUND && !methods.empty()) {
+      response.status = BAD_METHOD;
+      response.set_header("Allow", methods);
+    }
     const std::string why = Explain(response.status, options_.guide);
     response.set_content(ErrorJson(request.method + " " + request.path + ": " + why), JSON);
   });
@@ -143,11 +148,21 @@ bool LocalServer::Admit(const request_t& request, response_t& response) {
   return false;
 }
 
+std::string LocalServer::MethodsOf(const std::string& path) const {
+  std::string methods;
+  for (const auto& [method, pattern] : routes_) {
+    if (std::regex_match(path, pattern)) methods += (methods.empty() ? "" : ", ") + method;
+  }
+  return methods;
+}
+
 void LocalServer::Get(const std::string& path, get_t answer) {
+  routes_.emplace_back("GET", path);
   server_->Get(path, std::move(answer));
 }
 
 void LocalServer::Post(const std::string& path, post_t answer) {
+  routes_.emplace_back("POST", path);
   server_->Post(path, [answer = std::move(answer), most = options_.mostBody](
                           const request_t& request, response_t& response, const auto& read) {
     std::string body;

@@ -6,8 +6,11 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <regex>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "http/address.h"
 
@@ -30,6 +33,7 @@ enum status_code_t : int {
   BAD_REQUEST = 400,
   FORBIDDEN = 403,
   NOT_FOUND = 404,
+  BAD_METHOD = 405,
   CONFLICT = 409,
   TOO_LARGE = 413,
   BAD_TYPE = 415,
@@ -50,10 +54,11 @@ struct server_options_t {
   std::map<std::string, std::string> headers;  // of every answer, beside the server's own
 };
 
-// Answers 403 to a Host other than the loopback's names and to a request of another site's page, 413 to a body
-// that is too large and 415 to one of several parts, which no request here has. No answer lets the pages of
-// other sites read it (CORS) or show it (Cross-Origin-Resource-Policy). Serves one request on each connection,
-// so that no idle browser keeps a thread. A request has to come within Connection::READ_LIMIT.
+// Answers 404 to an unknown path, 405 with Allow to another method of a known one, 403 to a Host other than the
+// loopback's names and to a request of another site's page, 413 to a body that is too large and 415 to one of
+// several parts, which no request here has. No answer lets the pages of other sites read it (CORS) or show it
+// (Cross-Origin-Resource-Policy). Serves one request on each connection, so that no idle browser keeps a
+// thread. A request has to come within Connection::READ_LIMIT.
 class LocalServer {
  public:
   // Both are called on a thread of the server's pool.
@@ -85,7 +90,10 @@ class LocalServer {
   void Bind();
   bool Admit(const request_t& request, response_t& response);
 
+  std::string MethodsOf(const std::string& path) const;
+
   const server_options_t options_;
+  std::vector<std::pair<std::string, std::regex>> routes_;  // method and path; complete before Listen
   address_t address_;
   std::unique_ptr<BoundedServer> server_;
   std::atomic<std::uint64_t> requests_{0}, refused_{0};
