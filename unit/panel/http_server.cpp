@@ -3,13 +3,19 @@
 #include <chrono>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <optional>
 #include <sstream>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include <httplib.h>
+#include <unistd.h>
 
 #include "base/address_file.h"
+#include "unit/metrics/metrics_text.h"
+#include "unit/panel/api/api_document.h"
 #include "unit/panel/assets.h"
 #include "unit/screen/client/screen_requests.h"
 #include "unit/shown/shown_screen.h"
@@ -36,6 +42,10 @@ constexpr const char* CONTENT_POLICY =
     "connect-src 'self'; img-src 'self' data:; "
     "base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
 
+bool IsLanguageCode(const std::string& text) {
+  return text.size() == 2 && text.find_first_not_of("abcdefghijklmnopqrstuvwxyz") == std::string::npos;
+}
+
 // 0 with the answer where there are no such keys.
 std::uint32_t FindKeys(const request_t& request, response_t& response) {
   const std::string name = request.matches[1];
@@ -58,6 +68,7 @@ HttpServer::HttpServer(const http::address_t& address, panel_parts_t parts)
                .threads = THREADS,
                .mostBody = MAX_BODY,
                .headers = {{"Content-Security-Policy", CONTENT_POLICY}}}) {
+  AddDocument();
   AddAssets();
   AddScreen();
   AddWords();
@@ -72,6 +83,22 @@ HttpServer::~HttpServer() {
   parts_.pictures.Close();
   host_.Close();
   parts_.hub.CloseAll();
+}
+
+void HttpServer::Add(route_t route, http::LocalServer::get_t answer) {
+  server_.Get(PatternOf(RouteOf(route)), std::move(answer));
+}
+
+void HttpServer::Add(route_t route, http::LocalServer::post_t answer) {
+  server_.Post(PatternOf(RouteOf(route)), std::move(answer));
+}
+
+void HttpServer::AddDocument() {
+  std::vector<std::string_view> files;
+  for (const asset_t& asset : Assets()) files.push_back(asset.path);
+  Add(route_t::API, [document = MakeApiDocument(files)](const request_t&, response_t& response) {
+    response.set_content(document, JSON);
+  });
 }
 
 void HttpServer::AddAssets() {
@@ -95,18 +122,18 @@ void HttpServer::AnswerFromScreen(screen_request_t request, const char* type, re
 }
 
 void HttpServer::AddScreen() {
-  server_.Get("/screen.svg", [this](const request_t&, response_t& response) {
+  Add(route_t::SCREEN_SVG, [this](const request_t&, response_t& response) {
     AnswerFromScreen(SCREEN_REQUEST_SVG, "image/svg+xml", response);
   });
-  server_.Get("/screen.png", [this](const request_t&, response_t& response) {
+  Add(route_t::SCREEN_PNG, [this](const request_t&, response_t& response) {
     AnswerFromScreen(SCREEN_REQUEST_PNG, "image/png", response);
   });
-  server_.Get("/api/screen", [this](const request_t&, response_t& response) {
+  Add(route_t::SCREEN, [this](const request_t&, response_t& response) {
     AnswerFromScreen(SCREEN_REQUEST_STATE, JSON, response);
     if (response.status != http::UNAVAILABLE) response.body = WithoutPicture(response.body);
   });
-  server_.Get("/api/shown", [this](const request_t&, response_t& response) { AnswerShown(response); });
-  server_.Get("/api/stream", [this](const request_t&, response_t& response) { ServeStream(response); });
+  Add(route_t::SHOWN, [this](const request_t&, response_t& response) { AnswerShown(response); });
+  Add(route_t::STREAM, [this](const request_t&, response_t& response) { ServeStream(response); });
 }
 
 void HttpServer::AnswerShown(response_t& response) {
@@ -121,9 +148,10 @@ void HttpServer::AnswerShown(response_t& response) {
 
 // The panel's page has its words from the catalogue that the screen uses.
 void HttpServer::AddWords() {
-  server_.Get("/words/([a-z]{2})[.]xml", [this](const request_t& request, response_t& response) {
+  Add(route_t::WORDS, [this](const request_t& request, response_t& response) {
     const std::string code = request.matches[1];
-    std::ifstream file(parts_.wordsFolder + "/" + code + ".xml");
+    std::ifstream file;
+    if (IsLanguageCode(code)) file.open(parts_.wordsFolder + "/" + code + ".xml");
     std::stringstream text;
     if (!(text << file.rdbuf())) return Fail(response, http::NOT_FOUND, "no words in the language " + code);
     response.set_content(text.str(), "text/xml; charset=utf-8");
@@ -131,15 +159,14 @@ void HttpServer::AddWords() {
 }
 
 void HttpServer::AddState() {
-  server_.Get("/api/board", [this](const request_t&, response_t& response) {
+  Add(route_t::BOARD, [this](const request_t&, response_t& response) {
     const std::string board = parts_.keys.View();
     if (board.empty()) return Fail(response, http::UNAVAILABLE, NO_BOARD);
     response.set_content(board, JSON);
   });
-  server_.Get("/api/bus", [this](const request_t&, response_t& response) {
-    response.set_content(parts_.state.Bus(), JSON);
-  });
-  server_.Get("/api/database", [this](const request_t&, response_t& response) {
+  Add(route_t::BUS,
+      [this](const request_t&, response_t& response) { response.set_content(parts_.state.Bus(), JSON); });
+  Add(route_t::DATABASE, [this](const request_t&, response_t& response) {
     std::string text;
     if (!parts_.state.Database(text)) {
       return Fail(response, http::UNAVAILABLE, "there is no parameter database in this runtime directory");
@@ -147,36 +174,56 @@ void HttpServer::AddState() {
     response.set_content(text, JSON);
   });
   AddHealth();
+  AddMetrics();
 }
 
 void HttpServer::AddHealth() {
-  server_.Get("/api/health", [this](const request_t&, response_t& response) {
+  Add(route_t::HEALTH, [this](const request_t&, response_t& response) {
     const auto report = parts_.state.Health(parts_.connected(), std::chrono::steady_clock::now());
     response.status = report.up ? http::OK : http::UNAVAILABLE;
     response.set_content(report.json, JSON);
   });
 }
 
+void HttpServer::AddMetrics() {
+  Add(route_t::METRICS, [this](const request_t&, response_t& response) {
+    const auto now = std::chrono::steady_clock::now();
+    metrics_input_t input{.health = parts_.state.Health(parts_.connected(), now).json,
+                          .hostValuesAge_s = parts_.state.HostValuesAge(now),
+                          .viewers = parts_.hub.Count(),
+                          .programs = {}};
+    std::map<std::string, pid_t> programs = ProgramsIn(input.health);
+    programs["unit"] = getpid();
+    for (const auto& [name, process] : programs) {
+      if (auto load = ReadProcessLoad(process)) input.programs.emplace(name, std::move(*load));
+    }
+    response.set_content(FormatMetrics(input), std::string(RouteOf(route_t::METRICS).type));
+  });
+}
+
 void HttpServer::AddKeys() {
-  server_.Post("/api/keys/([^/]+)", [this](const request_t& request, const std::string& body,
-                                           response_t& response) { HoldKey(request, body, response); });
-  server_.Post("/api/keys/([^/]+)/press", [this](const request_t& request, const std::string&,
-                                                 response_t& response) { PressKey(request, response); });
+  Add(route_t::HOLD_KEYS, [this](const request_t& request, const std::string& body, response_t& response) {
+    HoldKey(request, body, response);
+  });
+  Add(route_t::PRESS_KEYS, [this](const request_t& request, const std::string&, response_t& response) {
+    PressKey(request, response);
+  });
 }
 
 // The host simulator has a port of its own. The panel forwards requests to it, because the page may connect
 // only to its own server.
 void HttpServer::AddHost() {
-  server_.Get("/api/host/state", [this](const request_t&, response_t& response) {
+  Add(route_t::HOST_STATE, [this](const request_t&, response_t& response) {
     if (const auto place = hostShare_.Enter(response)) host_.Get("/api/state", response);
   });
-  for (const std::string path : {"do", "controls"}) {
-    server_.Post("/api/host/" + path,
-                 [this, path](const request_t&, const std::string& body, response_t& response) {
-                   if (const auto place = hostShare_.Enter(response))
-                     host_.Post("/api/" + path, body, response);
-                 });
-  }
+  AddHostPost(route_t::HOST_DO, "/api/do");
+  AddHostPost(route_t::HOST_CONTROLS, "/api/controls");
+}
+
+void HttpServer::AddHostPost(route_t route, const std::string& path) {
+  Add(route, [this, path](const request_t&, const std::string& body, response_t& response) {
+    if (const auto place = hostShare_.Enter(response)) host_.Post(path, body, response);
+  });
 }
 
 void HttpServer::HoldKey(const request_t& request, const std::string& body, response_t& response) {

@@ -6,6 +6,7 @@
 
 #include "http/local_server.h"
 #include "http/request_share.h"
+#include "unit/panel/api/api_routes.h"
 #include "unit/panel/host_link.h"
 #include "unit/panel/key_holder.h"
 #include "unit/panel/panel_state.h"
@@ -37,6 +38,9 @@ class HttpServer {
   const http::LocalServer& Server() const { return server_; }
 
  private:
+  void Add(route_t route, http::LocalServer::get_t answer);
+  void Add(route_t route, http::LocalServer::post_t answer);
+  void AddDocument();
   void AddAssets();
   void AddScreen();
   void AnswerFromScreen(screen_request_t request, const char* type, http::response_t& response);
@@ -46,7 +50,9 @@ class HttpServer {
   void AddState();
   void AddKeys();
   void AddHost();
+  void AddHostPost(route_t route, const std::string& path);
   void AddHealth();
+  void AddMetrics();
   bool WaitForEvents(EventStream& stream, std::string& text) const;
   void ServeStream(http::response_t& response);
   void PressKey(const http::request_t& request, http::response_t& response);

@@ -15,6 +15,7 @@
 
 #include "base/host_port.h"
 #include "unit/health/subscriber.h"
+#include "unit/hostwatch/host_report.h"
 #include "unit/panel/http_server.h"
 #include "unit/screen/client/screen_requests.h"
 #include "unit/service/database_change.h"
@@ -43,7 +44,7 @@ class PanelWorker {
         state_(hub_, screen_, ReadParameterFile(options.configDirectory + "/parameters.xml")),
         subscriber_(
             {SCREEN_CHANGES_CHANNEL_NAME, BOARD_CHANNEL_NAME, BUS_CHANNEL_NAME, HEALTH_CHANNEL_NAME,
-             DATABASE_CHANNEL_NAME},
+             DATABASE_CHANNEL_NAME, HOST_CHANNEL_NAME},
             [this](std::size_t channel, auto payload) { Accept(channel, payload); },
             [this] { state_.AcceptReconnect(); }),
         retryAt_(Listen() ? steady_clock::time_point::max() : steady_clock::now() + RETRY_PERIOD),
@@ -78,8 +79,10 @@ class PanelWorker {
         return state_.AcceptBus(text);
       case 3:
         return state_.AcceptHealth(text, steady_clock::now());
-      default:
+      case 4:
         return state_.AcceptDatabase(payload);
+      default:
+        return state_.AcceptHost(payload);
     }
   }
 

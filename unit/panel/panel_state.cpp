@@ -7,6 +7,7 @@
 
 #include "base/json_text.h"
 #include "unit/database/attach.h"
+#include "unit/hostwatch/host_report.h"
 #include "unit/screen/client/screen_requests.h"
 #include "unit/service/database_change.h"
 
@@ -164,6 +165,19 @@ std::string PanelState::Bus() const {
 std::string_view PanelState::Beeper(TimePoint now) const {
   const std::lock_guard lock(mutex_);
   return beeper_.Judge(now);
+}
+
+void PanelState::AcceptHost(std::span<const std::uint8_t> message) {
+  const std::optional<host_report_t> report = ReadHostReport(message);
+  if (!report) return;
+  const std::lock_guard lock(mutex_);
+  hostValuesAt_ = report->valuesAt;
+}
+
+std::optional<double> PanelState::HostValuesAge(TimePoint now) const {
+  const std::lock_guard lock(mutex_);
+  if (hostValuesAt_ == TimePoint{}) return std::nullopt;
+  return std::chrono::duration<double>(now - hostValuesAt_).count();
 }
 
 HealthBook::report_t PanelState::Health(bool connected, TimePoint now) const {

@@ -33,6 +33,8 @@ class PanelState {
     if (health_.Accept(message, now)) healthChanged_ = true;
   }
   void AcceptScreen(const std::string& change);
+  // A message of the J1939 service (unit/hostwatch/host_report.h).
+  void AcceptHost(std::span<const std::uint8_t> message);
   void AcceptDatabase(std::span<const std::uint8_t> message);
   // The subscriptions were made again: messages may have been missed, so that the streams need the whole
   // screen.
@@ -48,6 +50,8 @@ class PanelState {
   std::string Bus() const;
   // What the operator hears: "silent", "beep", "pulse" or "steady".
   std::string_view Beeper(TimePoint now) const;
+  // Seconds since the host last sent operating values; empty before the first.
+  std::optional<double> HostValuesAge(TimePoint now) const;
   HealthBook::report_t Health(bool connected, TimePoint now) const;
   // {"parameters":[{"name":...,"handle":...,"value":...,"valid":...}]}; false when there is no database.
   bool Database(std::string& json) const;
@@ -67,9 +71,10 @@ class PanelState {
   std::atomic<bool> healthChanged_ = false;
   std::uint64_t screenRevision_ = 0;  // of the subscriber's thread
 
-  mutable std::mutex mutex_;  // guards the four below
+  mutable std::mutex mutex_;  // guards the five below
   std::string board_ = "{}", bus_ = "{}";
   BeeperJudge beeper_;
+  TimePoint hostValuesAt_{};
   std::map<std::uint32_t, std::optional<double>> changed_;  // by handle; empty: not valid
 
   // Of the pace thread.
