@@ -113,7 +113,7 @@ def test_the_document_knows_every_path_that_is_asked_for(simulated):
     described = Described(simulated)
     patterns = [re.compile(re.sub(r"\\{\w+\\}", "[^/]+", re.escape(path))) for path in described.document["paths"]]
     for source in [*(REPOSITORY / "unit/panel/assets").glob("*.js"), *(REPOSITORY / "unit").rglob("*.cpp"), *pathlib.Path(__file__).parent.glob("*.py")]:
-        for path in re.findall(r"""["'`](/(?:(?:api|words|metrics)[a-z./]*|screen[.](?:svg|png)))["'`]""", source.read_text()):
+        for path in re.findall(r"""["'`](/(?:(?:api|metrics)[a-z./]*|screen[.](?:svg|png)))["'`]""", source.read_text()):
             if path.startswith(("/api/state", "/api/do", "/api/controls", "/api/nothing")) or path.endswith("/"):
                 continue  # the simulator's own, and beginnings
             assert any(pattern.fullmatch(path) for pattern in patterns), (source.name, path)

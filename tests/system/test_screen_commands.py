@@ -36,10 +36,12 @@ def test_screen_prints_what_the_operator_sees(lifting, tmp_path):
     desk.succeed(UNIT, "screen", "--png", tmp_path / "screen.png")
     assert (tmp_path / "screen.png").read_bytes().startswith(b"\x89PNG")
     # Wad has widgets of its own, and Config no load at all.
-    desk.go_to("Wad", bus)
-    assert desk.get("/api/shown")["texts"]["load"] == "12,300"
-    desk.move_to("Config", bus)
-    assert desk.get("/api/shown")["texts"]["load"] == ""
+    bus.send_message([7, 15, 6])
+    for wanted in ("page Wad", "load == 12300"):
+        desk.succeed(UNIT, "wait", wanted, "--seconds", "20")
+    bus.send_message([7, 15, 4])
+    for wanted in ("page Config", 'load ""'):
+        desk.succeed(UNIT, "wait", wanted, "--seconds", "20")
 
 
 def test_wait_ends_as_soon_as_the_screen_shows_it(lifting):
