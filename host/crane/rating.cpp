@@ -29,19 +29,34 @@ double Deduction(const rigging_t& rigging) {
   return deduction;
 }
 
-}  // namespace
-
-double RatedCapacity(const LoadChart& chart, const Crane& crane) {
+double CapacityAt(const LoadChart& chart, const Crane& crane, double radius) {
   const rigging_t& rigging = crane.Rigging();
   if (!CanPick(rigging)) return 0;
   conditions_t conditions{
       .base = crane.SafeBase(), .counterweight = rigging.counterweight, .jib = {}, .area = crane.Over()};
   if (rigging.pick == pick_t::FLY) conditions.jib = rigging.jib;
-  double capacity = chart.Capacity(conditions, crane.Radius(), crane.Length());
+  double capacity = chart.Capacity(conditions, radius, crane.Length());
   if (rigging.manualBoom) capacity *= MANUAL_BOOM;
   capacity = std::min(capacity - Deduction(rigging), rigging.parts * LINE_PULL);
   if (rigging.manBasket) capacity *= PEOPLE;
   return std::max(capacity, 0.0);
+}
+
+}  // namespace
+
+double RatedCapacity(const LoadChart& chart, const Crane& crane) {
+  return CapacityAt(chart, crane, crane.Radius());
+}
+
+std::vector<rated_point_t> RatedCurve(const LoadChart& chart, const Crane& crane) {
+  constexpr int HALF_METRES = 120;  // beyond what boom and jib reach
+  std::vector<rated_point_t> curve;
+  for (int i = 0; i <= HALF_METRES; ++i) {
+    const double radius = i / 2.0;
+    const double capacity = CapacityAt(chart, crane, radius);
+    if (capacity > 0) curve.push_back({radius, capacity});
+  }
+  return curve;
 }
 
 double PercentOf(double load, double capacity) {

@@ -258,6 +258,7 @@ simulation_state_t LoadComputer::State() const {
   state.replies = replies_;
   state.displayFileId = fileId_;
   AddCraneState(crane_, state);
+  state.curve = crane::RatedCurve(chart_, crane_);
   AddLimitsAndFaults(limits_, sensors_, state);
   for (const host::field_text_t& text : MakePageTexts(PageInputs())) {
     state.texts.emplace_back(host::TextFieldNames()[text.field], text.text);

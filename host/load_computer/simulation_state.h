@@ -9,6 +9,7 @@
 
 #include "host/crane/crane.h"
 #include "host/crane/limits.h"
+#include "host/crane/rating.h"
 #include "host/load_computer/dialogue.h"
 #include "host/load_computer/sensors.h"
 
@@ -27,6 +28,7 @@ struct simulation_state_t {
   crane::base_t base = crane::base_t::TIRES;
   bool baseMoves = false;
   bool atRest = true;
+  std::vector<crane::rated_point_t> curve;  // of the load chart, at the present length
   std::array<crane::limit_t, crane::QUANTITY_NAMES.size()> limits;
   std::vector<std::string> lamps;
   std::vector<std::string> faults;  // sensor faults that are set

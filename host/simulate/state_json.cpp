@@ -62,6 +62,27 @@ json LimitsJson(const simulation_state_t& state) {
   return limits;
 }
 
+// What a drawing of the crane needs, in metres.
+json MeasuresJson(const crane::rigging_t& rigging) {
+  const crane::measures_t& measures = crane::MEASURES;
+  const bool isErected = crane::IsErected(rigging.jib);
+  return {{"foot_height", measures.footHeight},
+          {"foot_behind", measures.footBehind},
+          {"shortest", measures.shortest},
+          {"longest", measures.longest},
+          {"aux", rigging.auxHead ? measures.auxReach : 0},
+          {"jib", !isErected                   ? 0
+                  : crane::IsLong(rigging.jib) ? measures.longFly
+                                               : measures.shortFly},
+          {"jib_offset", crane::OffsetOf(rigging.jib)}};
+}
+
+json CurveJson(const std::vector<crane::rated_point_t>& curve) {
+  json points = json::array();
+  for (const crane::rated_point_t& point : curve) points.push_back({point.radius, std::round(point.capacity)});
+  return points;
+}
+
 // The ranges of the panel's sliders.
 json RangesJson() {
   constexpr double MOST_SWING = 180;
@@ -114,6 +135,8 @@ std::string StateJson(const simulation_state_t& state, std::span<const std::stri
                     {"scenarios", scenarios},
                     {"crane", CraneJson(state)},
                     {"configuration", RiggingJson(state)},
+                    {"measures", MeasuresJson(state.rigging)},
+                    {"curve", CurveJson(state.curve)},
                     {"limits", LimitsJson(state)},
                     {"lamps", state.lamps},
                     {"language", NameOfNumber("language", state.settings.language)},

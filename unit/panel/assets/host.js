@@ -1,16 +1,20 @@
-// The host tab: moves the simulated crane and sends actions to the host simulator.
+// The simulated host: draws its crane, moves it, and sends actions to the host simulator.
 
+import { makeCraneViews } from './crane.js';
+import { angleText, capacityText, lengthText, massText } from './units.js';
 import { followWords, word } from './words.js';
 
 const byId = (id) => document.getElementById(id);
-const POLL_MS = 500;
+const POLL_MS = 200; // while the crane is seen
+const LOOK_MS = 2000; // where there is none
+const DRIVE_MS = 150; // between two movements that a hand drags
 const UNAVAILABLE = 503;
 const AXES = [
-  { name: 'angle', word: 'panel.boom-angle', unit: '°', step: 0.5, value: (state) => state.crane.angle },
-  { name: 'length', word: 'panel.boom-length', unit: 'm', step: 0.1, value: (state) => state.crane.length },
-  { name: 'swing', word: 'panel.swing', unit: '°', step: 1, value: (state) => state.crane.swing },
-  { name: 'load', word: 'panel.load', unit: 'kg', step: 100, value: (state) => state.crane.net_load },
-  { name: 'hoist', word: 'panel.hook-height', unit: 'm', step: 0.1, value: (state) => state.crane.hook },
+  { name: 'angle', word: 'panel.boom-angle', text: angleText, step: 0.5, value: (state) => state.crane.angle },
+  { name: 'length', word: 'panel.boom-length', text: lengthText, step: 0.1, value: (state) => state.crane.length },
+  { name: 'swing', word: 'panel.swing', text: angleText, step: 1, value: (state) => state.crane.swing },
+  { name: 'load', word: 'panel.load', text: massText, step: 100, value: (state) => state.crane.net_load },
+  { name: 'hoist', word: 'panel.hook-height', text: lengthText, step: 0.1, value: (state) => state.crane.hook },
 ];
 // The buttons and the actions that they send.
 const SWITCHES = [
@@ -18,15 +22,6 @@ const SWITCHES = [
   { word: 'panel.restart', act: () => 'restart' },
   { word: 'panel.stop', act: () => 'stop' },
 ];
-
-// The simulator counts in metres and kilograms; what is shown has the units of the panel.
-const IMPERIAL = { m: { unit: 'ft', factor: 3.28084 }, kg: { unit: 'lb', factor: 2.204623 } };
-
-function inUnits(value, unit) {
-  const other = document.documentElement.dataset.units === 'feet' ? IMPERIAL[unit] : undefined;
-  if (value === null) return '--';
-  return `${Math.round(value * (other?.factor ?? 1) * 10) / 10} ${other?.unit ?? unit}`;
-}
 
 // The word for a name of the host: of a lamp, a scenario, a jib. Actions and files keep the name itself.
 function wordFor(name) {
@@ -81,7 +76,7 @@ function makeAxis(axis) {
   slider.disabled = true;
   slider.addEventListener('input', () => {
     moving.add(axis.name);
-    shown.textContent = `→ ${inUnits(Number(slider.value), axis.unit)}`;
+    shown.textContent = `→ ${axis.text(Number(slider.value))}`;
   });
   slider.addEventListener('change', () => {
     ask('controls', { [axis.name]: Number(slider.value) })
@@ -108,7 +103,7 @@ function showAxes() {
     if (moving.has(axis.name)) continue;
     const value = axis.value(state);
     if (document.activeElement !== slider && value !== null) slider.value = value;
-    shown.textContent = inUnits(value, axis.unit);
+    shown.textContent = axis.text(value);
   }
 }
 
@@ -144,9 +139,9 @@ function showFaults() {
 function showRows() {
   const { crane, configuration } = state;
   const rows = [
-    ['panel.radius', inUnits(crane.radius, 'm')],
-    ['panel.hook-load', inUnits(crane.load, 'kg')],
-    ['panel.capacity', inUnits(crane.capacity, 'kg')],
+    ['panel.radius', lengthText(crane.radius)],
+    ['panel.hook-load', massText(crane.load)],
+    ['panel.capacity', capacityText(crane.capacity)],
     ['panel.utilisation', crane.percent === null ? '--' : `${Math.round(crane.percent)} %`],
     ['panel.base', wordFor(configuration.base)],
     ['panel.jib', `${wordFor(configuration.jib)}, ${wordFor(configuration.pick)}`],
@@ -163,7 +158,55 @@ function showRows() {
   }));
 }
 
+// --- The crane
+
+let wanted = null; // what the hand has moved to since the last request
+let driving = 0;
+
+function drive(controls) {
+  wanted = { ...wanted, ...controls };
+  driving ||= setTimeout(sendDriving, DRIVE_MS);
+}
+
+function sendDriving() {
+  const controls = wanted;
+  wanted = null;
+  driving = 0;
+  ask('controls', controls).then(() => say(''), (error) => say(error.message));
+}
+
+const views = makeCraneViews({
+  mass: capacityText,
+  length: lengthText,
+  tip: () => word('panel.boom-tip', "Boom's tip"),
+  hook: () => word('panel.hook-height', 'Hook height'),
+  swing: () => word('panel.swing', 'Swing'),
+}, drive);
+
+function showCrane() {
+  views.show(state);
+  const { angle, length, radius, percent, wind } = state.crane;
+  byId('crane-numbers').textContent = [
+    angleText(angle), lengthText(length), `${word('panel.radius')} ${lengthText(radius)}`,
+    percent === null ? '--' : `${Math.round(percent)} %`, `${word('panel.wind', 'Wind')} ${Math.round(wind)} m/s`,
+  ].join(' · ');
+}
+
+// The crane is seen while a simulator answers. The panel opens at its controls, unless the user has chosen another tab.
+let hasChosen = false;
+for (const name of ['pointerdown', 'keydown']) {
+  document.querySelector('.tabs').addEventListener(name, () => { hasChosen = true; });
+}
+
+function showHost(isThere) {
+  if (byId('crane').hidden !== isThere) return;
+  byId('crane').hidden = !isThere;
+  if (isThere && !hasChosen) byId('tab-host').click();
+}
+
 function showState() {
+  showCrane();
+  if (byId('host').hidden) return;
   byId('host-time').textContent = `${state.time.toFixed(0)} s${state.silent ? `, ${word('panel.host-silent')}` : ''}`;
   showScenarios();
   showAxes();
@@ -179,22 +222,27 @@ followWords(() => {
 
 let known = false; // the last poll succeeded, so a problem on display comes from an action
 
-async function poll() {
-  if (!byId('host').hidden && !document.hidden) {
-    try {
-      state = await ask('state');
-      if (!known) say('');
-      known = true;
-      showState();
-    } catch (error) {
-      known = false;
-      say(error.isAbsent ? word('panel.no-host') : error.message);
-      for (const { slider } of sliders.values()) slider.disabled = true;
-    }
+async function look() {
+  try {
+    state = await ask('state');
+    if (!known) say('');
+    known = true;
+    showHost(true);
+    showState();
+  } catch (error) {
+    known = false;
+    if (error.isAbsent) showHost(false);
+    say(error.isAbsent ? word('panel.no-host') : error.message);
+    for (const { slider } of sliders.values()) slider.disabled = true;
   }
-  setTimeout(poll, POLL_MS);
 }
 
+async function poll() {
+  if (!document.hidden) await look();
+  setTimeout(poll, known ? POLL_MS : LOOK_MS);
+}
+
+byId('crane').querySelector('.views').append(...views.elements);
 AXES.forEach(makeAxis);
 byId('axes').addEventListener('submit', (event) => event.preventDefault());
 byId('scenario').addEventListener('change', ({ target }) => act(`scenario ${target.value}`));

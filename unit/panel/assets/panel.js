@@ -185,8 +185,15 @@ function renewKeys() {
 }
 setInterval(renewKeys, RENEW_MS);
 
+// A tap is held for at least so long: the application's scanner does not take a shorter press.
+const TAP_MS = 150;
+const pressedAt = new Map();
+const releases = new Map(); // timers of taps that have ended
+
 function setKey(key, down) {
   if (held.has(key) === down) return;
+  clearTimeout(releases.get(key));
+  if (down) pressedAt.set(key, performance.now());
   if (down) held.add(key);
   else held.delete(key);
   showKey(key);
@@ -195,6 +202,13 @@ function setKey(key, down) {
 
 function showKey(key) {
   buttons.get(key).setAttribute('aria-pressed', String(held.has(key) || boardKeys[key - 1] === true));
+}
+
+function releaseKey(key) {
+  const left = pressedAt.get(key) + TAP_MS - performance.now();
+  if (!(left > 0)) return setKey(key, false);
+  clearTimeout(releases.get(key));
+  releases.set(key, setTimeout(() => setKey(key, false), left));
 }
 
 function releaseAll() {
@@ -213,7 +227,7 @@ function makeKey(key) {
     setKey(key, true);
   });
   for (const name of ['pointerup', 'pointercancel', 'lostpointercapture']) {
-    button.addEventListener(name, () => setKey(key, false));
+    button.addEventListener(name, () => releaseKey(key));
   }
   const activates = (event) => event.key === ' ' || event.key === 'Enter';
   button.addEventListener('keydown', (event) => {
@@ -221,8 +235,8 @@ function makeKey(key) {
     event.preventDefault();
     setKey(key, true);
   });
-  button.addEventListener('keyup', (event) => activates(event) && setKey(key, false));
-  button.addEventListener('blur', () => setKey(key, false));
+  button.addEventListener('keyup', (event) => activates(event) && releaseKey(key));
+  button.addEventListener('blur', () => releaseKey(key));
   button.addEventListener('contextmenu', (event) => event.preventDefault());
   buttons.set(key, button);
   byId(key % 2 ? 'keys-left' : 'keys-right').append(button);
@@ -252,7 +266,7 @@ addEventListener('keydown', (event) => {
 });
 addEventListener('keyup', (event) => {
   const key = keyOfEvent(event);
-  if (key) setKey(key, false);
+  if (key) releaseKey(key);
 });
 addEventListener('blur', releaseAll);
 addEventListener('pagehide', releaseAll);
