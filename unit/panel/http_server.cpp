@@ -213,6 +213,10 @@ void HttpServer::AddKeys() {
 // The host simulator has a port of its own. The panel forwards requests to it, because the page may connect
 // only to its own server.
 void HttpServer::AddHost() {
+  Add(route_t::HOST, [](const request_t&, response_t& response) {
+    const bool isThere = !base::ReadAddressFile(base::HOST_ADDRESS_FILE).empty();
+    response.set_content(isThere ? R"({"simulator":true})" : R"({"simulator":false})", JSON);
+  });
   Add(route_t::HOST_STATE, [this](const request_t&, response_t& response) {
     if (const auto place = hostShare_.Enter(response)) host_.Get("/api/state", response);
   });

@@ -33,6 +33,7 @@ constexpr auto ROUTES = std::to_array<api_route_t>({
      JSON_TYPE, "Empty", "KeyRequest", "400 404 409 503"},
     {route_t::PRESS_KEYS, "POST", "/api/keys/{keys}/press", "Press front keys for 150 ms", JSON_TYPE, "Empty",
      "", "404 503"},
+    {route_t::HOST, "GET", "/api/host", "Whether a host simulator listens here", JSON_TYPE, "Host", "", ""},
     {route_t::HOST_STATE, "GET", "/api/host/state",
      "The simulated crane and host; forwarded to GET /api/state of hx7 simulate --http", JSON_TYPE, "HostState",
      "", "503"},

@@ -23,6 +23,7 @@ enum class route_t : std::uint8_t {
   METRICS,
   HOLD_KEYS,
   PRESS_KEYS,
+  HOST,
   HOST_STATE,
   HOST_DO,
   HOST_CONTROLS,

@@ -106,8 +106,10 @@ const std::string_view API_SCHEMAS = R"json({
 "HostControls": {"type": "object", "properties": {"angle": {"type": "number", "description": "degrees"},
   "length": {"type": "number", "description": "of the boom, m"}, "swing": {"type": "number",
   "description": "degrees"}, "load": {"type": "number", "description": "kg"},
-  "hoist": {"type": "number", "description": "rope below the head, m"}}, "required": [],
+  "hoist": {"type": "number", "description": "height of the hook, m"}}, "required": [],
   "additionalProperties": false, "example": {"angle": 45}, "minProperties": 1},
+"Host": {"type": "object", "properties": {"simulator": {"type": "boolean"}}, "required": ["simulator"],
+  "additionalProperties": false},
 "HostState": {"type": "object", "properties": {"time": {"type": "number",
   "description": "Seconds since the start of the scenario"}, "scenario": {"type": "string"},
   "scenarios": {"type": "array", "items": {"type": "string"}}, "crane": {"type": "object",
@@ -124,6 +126,10 @@ const std::string_view API_SCHEMAS = R"json({
   "required": ["angle", "length", "extension", "radius", "swing", "hook", "head", "load", "net_load",
   "capacity", "percent", "piston", "rod", "wind", "at_rest"], "additionalProperties": true,
   "description": "null: the sensor has failed"}, "configuration": {"type": "object"},
+  "measures": {"type": "object", "additionalProperties": {"type": "number"},
+  "description": "What a drawing of the crane needs: m, and degrees for jib_offset"},
+  "curve": {"type": "array", "items": {"type": "array", "items": {"type": "number"}, "minItems": 2,
+  "maxItems": 2}, "description": "Rated capacity (kg) over the radius (m) at the present length"},
   "limits": {"type": "object", "additionalProperties": {"type": "object",
   "properties": {"least": {"type": ["number", "null"]}, "most": {"type": ["number", "null"]}},
   "required": ["least", "most"], "additionalProperties": false}}, "lamps": {"type": "array",
@@ -136,7 +142,7 @@ const std::string_view API_SCHEMAS = R"json({
   "required": ["available", "present"], "additionalProperties": false}, "ranges": {"type": "object",
   "additionalProperties": {"type": "array", "items": {"type": "number"}, "minItems": 2, "maxItems": 2}},
   "display": {"type": "object"}}, "required": ["time", "scenario", "scenarios", "crane",
-  "configuration", "limits", "lamps", "language", "units", "swing_shown", "view", "info_page", "texts",
+  "configuration", "measures", "curve", "limits", "lamps", "language", "units", "swing_shown", "view", "info_page", "texts",
   "silent", "faults", "ranges", "display"], "additionalProperties": true}
 })json";
 

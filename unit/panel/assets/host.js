@@ -222,18 +222,23 @@ followWords(() => {
 
 let known = false; // the last poll succeeded, so a problem on display comes from an action
 
+function lose(problem) {
+  known = false;
+  say(problem);
+  for (const { slider } of sliders.values()) slider.disabled = true;
+}
+
 async function look() {
   try {
+    const { simulator } = await (await fetch('/api/host')).json();
+    showHost(simulator);
+    if (!simulator) return lose(word('panel.no-host'));
     state = await ask('state');
     if (!known) say('');
     known = true;
-    showHost(true);
     showState();
   } catch (error) {
-    known = false;
-    if (error.isAbsent) showHost(false);
-    say(error.isAbsent ? word('panel.no-host') : error.message);
-    for (const { slider } of sliders.values()) slider.disabled = true;
+    lose(error.isAbsent ? word('panel.no-host') : error.message);
   }
 }
 
