@@ -21,6 +21,12 @@ CONTROLS = """
 UNNAMED_HEADERS = "return [...document.querySelectorAll('th')].filter((each) => !each.textContent.trim()).length"
 WIDTHS = "return [document.documentElement.scrollWidth, document.documentElement.clientWidth]"
 TAP = """
+  const send = window.fetch;
+  window.sent = [];
+  window.fetch = (path, options) => {
+    if (path.startsWith('/api/keys')) window.sent.push(performance.now());
+    return send(path, options);
+  };
   const key = document.getElementById('key-1');
   for (const name of ['pointerdown', 'pointerup']) key.dispatchEvent(new PointerEvent(name, { pointerId: 1, bubbles: true }));
 """
@@ -90,3 +96,5 @@ def test_the_shortest_tap_reaches_the_application(crane):
     crane.driver.execute_script(TAP)
     wait_for(lambda: crane.desk.beeps() > beeps, "the click of the key")
     crane.desk.wait_keys()
+    pressed, *_, released = crane.driver.execute_script("return window.sent")
+    assert released - pressed >= 140, "the scanner does not take a shorter press"
