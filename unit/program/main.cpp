@@ -23,7 +23,7 @@
 #include "unit/program/run.h"
 #include "unit/program/screen_commands.h"
 #include "unit/program/status_command.h"
-#include "unit/program/stop_signals.h"
+#include "unit/children/stop_signals.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "unit/notify/notify_service.h"
 #include "unit/panel/panel_service.h"
 #include "unit/program/run_folder.h"
-#include "unit/program/stop_signals.h"
+#include "unit/children/stop_signals.h"
 #include "unit/screen/service/screen_service.h"
 #include "unit/window/window_service.h"
 

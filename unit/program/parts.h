@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "unit/program/run.h"
-#include "unit/program/supervisor.h"
+#include "unit/children/supervisor.h"
 #include "unit/service/service.h"
 
 namespace unit {

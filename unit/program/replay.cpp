@@ -14,7 +14,7 @@
 #include "unit/bundle/bundle.h"
 #include "unit/bundle/foreign_archive.h"
 #include "unit/program/event_commands.h"
-#include "unit/program/stop_signals.h"
+#include "unit/children/stop_signals.h"
 #include "unit/screen/client/screen_client.h"
 #include "unit/screen/client/screen_requests.h"
 

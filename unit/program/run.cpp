@@ -25,8 +25,8 @@
 #include "unit/program/parts.h"
 #include "unit/program/run_folder.h"
 #include "unit/program/run_lock.h"
-#include "unit/program/stop_signals.h"
-#include "unit/program/supervisor.h"
+#include "unit/children/stop_signals.h"
+#include "unit/children/supervisor.h"
 #include "unit/screen/client/screen_client.h"
 
 namespace unit {

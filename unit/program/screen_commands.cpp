@@ -20,7 +20,7 @@
 #include "base/exit_status.h"
 #include "expect/expectation.h"
 #include "unit/panel/client/panel_client.h"
-#include "unit/program/stop_signals.h"
+#include "unit/children/stop_signals.h"
 #include "unit/shown/shown_table.h"
 
 namespace unit {

@@ -1,10 +1,10 @@
-#include "unit/program/supervisor.h"
+#include "unit/children/supervisor.h"
 
 #include <algorithm>
 #include <csignal>
 #include <iostream>
 
-#include "unit/program/stop_signals.h"
+#include "unit/children/stop_signals.h"
 
 namespace unit {
 

@@ -1,4 +1,4 @@
-#include "unit/program/stop_signals.h"
+#include "unit/children/stop_signals.h"
 
 #include <csignal>
 #include <ctime>

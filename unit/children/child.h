@@ -8,7 +8,7 @@
 
 #include <sys/types.h>
 
-#include "unit/program/lines.h"
+#include "unit/children/lines.h"
 
 namespace unit {
 

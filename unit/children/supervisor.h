@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "unit/program/child.h"
-#include "unit/program/lines.h"
+#include "unit/children/child.h"
+#include "unit/children/lines.h"
 #include "unit/service/service.h"
 
 namespace unit {

@@ -1,4 +1,4 @@
-#include "unit/program/child.h"
+#include "unit/children/child.h"
 
 #include <array>
 #include <cerrno>
@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 #include "base/descriptor.h"
-#include "unit/program/stop_signals.h"
+#include "unit/children/stop_signals.h"
 
 namespace unit {
 namespace {

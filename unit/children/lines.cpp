@@ -1,4 +1,4 @@
-#include "unit/program/lines.h"
+#include "unit/children/lines.h"
 
 #include <cerrno>
 #include <utility>
