@@ -5,27 +5,21 @@
 
 #include "platform/process.h"
 
+#include "base/command_line/command_line.h"
+#include "base/exit_status.h"
 #include "host/commands/command_lines.h"
 #include "host/protocol/errors.h"
 
 namespace {
 
-constexpr int FAILED = 1;
-constexpr int CALLED_WRONGLY = 2;
-
 int RunProgram(int argc, char** argv) {
-  int status = 0;
+  int status = base::EXIT_DONE;
   CLI::App app{"hx7: the host load computer's end of the bus"};
   app.set_version_flag("--version", "hx7 " ORVIK_VERSION);
-  app.footer("Exit status: 0 done, 1 failed, 2 called wrongly.\n`hx7 COMMAND --help` says more.");
+  app.footer("Exit status: 0 done, 1 failed, 2 called wrongly, 3 interrupted.\n`hx7 COMMAND --help` says more.");
   app.require_subcommand(1);
   host::AddCommands(app, status);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : CALLED_WRONGLY;
-  }
-  return status;
+  return base::RunCommandLine(app, argc, argv, status);
 }
 
 }  // namespace
@@ -36,9 +30,9 @@ int main(int argc, char** argv) {
     return RunProgram(argc, argv);
   } catch (const host::UsageError& error) {
     std::cerr << "hx7: " << error.what() << '\n';
-    return CALLED_WRONGLY;
+    return base::EXIT_CALLED_WRONGLY;
   } catch (const std::exception& error) {
     std::cerr << "hx7: " << error.what() << '\n';
-    return FAILED;
+    return base::EXIT_FAILED;
   }
 }

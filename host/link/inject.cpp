@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/nearest_word.h"
 #include "host/protocol/errors.h"
 #include "host/protocol/protocol.h"
 #include "host/protocol/value_text.h"
@@ -115,7 +116,7 @@ std::vector<bus_fault_t> ParseBusFaults(std::string_view text) {
   for (const std::string_view name : text == "all" || text.empty() ? names : SplitAt(text, ',')) {
     const auto found = std::ranges::find(names, name);
     if (found == names.end()) {
-      throw UsageError("there is no fault \"" + std::string(name) + "\"" + Suggest(name, names));
+      throw UsageError("there is no fault \"" + std::string(name) + "\"" + base::Suggest(name, names));
     }
     faults.push_back(static_cast<bus_fault_t>(found - names.begin()));
   }

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <optional>
 
+#include "base/nearest_word.h"
 #include "bus/log_lines.h"
 #include "host/protocol/encode.h"
 #include "host/protocol/errors.h"
@@ -35,7 +36,7 @@ std::vector<std::string_view> AllNames() {
 }
 
 [[noreturn]] void RefuseName(std::string_view name) {
-  const std::string suggestion = Suggest(name, AllNames());
+  const std::string suggestion = base::Suggest(name, AllNames());
   throw UsageError("there is no command or value \"" + std::string(name) + "\"" +
                    (suggestion.empty() ? "; " : suggestion + " ") + "`hx7 send --list` shows all names");
 }

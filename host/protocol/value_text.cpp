@@ -5,12 +5,12 @@
 #include <charconv>
 #include <cmath>
 #include <iterator>
-#include <numeric>
 #include <optional>
 #include <utility>
 
 #include <utf8.h>
 
+#include "base/nearest_word.h"
 #include "host/protocol/errors.h"
 #include "host/protocol/field_codecs.h"
 
@@ -65,7 +65,7 @@ std::uint32_t ParseLamps(std::string_view text) {
     const auto* const lamp = std::ranges::find(LampNames(), name).base();
     const auto bit = static_cast<unsigned>(lamp - LampNames().data());
     if (bit >= LampNames().size()) {
-      throw UsageError("\"" + std::string(name) + "\" is not a lamp" + Suggest(name, LampNames()));
+      throw UsageError("\"" + std::string(name) + "\" is not a lamp" + base::Suggest(name, LampNames()));
     }
     word |= 1U << bit;
   }
@@ -76,7 +76,7 @@ std::uint32_t ParseLamps(std::string_view text) {
   std::string right = field.names.empty() ? std::string(field.range) : ListNames(field.names);
   if (right.empty()) right = "a number";
   throw UsageError("\"" + std::string(text) + "\" does not fit; it takes " + right +
-                   Suggest(text, NamesOnly(field.names)));
+                   base::Suggest(text, NamesOnly(field.names)));
 }
 
 void ParseKeyMask(std::string_view text, std::vector<std::uint8_t>& masks) {
@@ -84,7 +84,7 @@ void ParseKeyMask(std::string_view text, std::vector<std::uint8_t>& masks) {
   const auto key = NumberOf(HostKeyNames(), parts[0]);
   if (!key) {
     throw UsageError("\"" + std::string(parts[0]) + "\" is not a host key" +
-                     Suggest(parts[0], NamesOnly(HostKeyNames())));
+                     base::Suggest(parts[0], NamesOnly(HostKeyNames())));
   }
   constexpr field_t MASK{.name = "mask", .range = "0 to 255"};
   std::uint8_t mask = BEEP_ONCE;
@@ -187,44 +187,6 @@ std::vector<std::string_view> SplitAt(std::string_view text, char separator) {
     if (end == std::string_view::npos) return parts;
     text.remove_prefix(end + 1);
   }
-}
-
-namespace {
-
-// How many letters to insert, remove or replace (Levenshtein distance), one row of the table at a time.
-std::size_t Distance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i);
-    for (std::size_t j = 1; j <= b.size(); ++j) {
-      const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-      diagonal = std::exchange(row[j], std::min({replaced, row[j] + 1, row[j - 1] + 1}));
-    }
-  }
-  return row[b.size()];
-}
-
-}  // namespace
-
-std::string_view Nearest(std::string_view name, std::span<const std::string_view> candidates) {
-  constexpr std::size_t MOST_LETTERS = 64;
-  if (name.empty() || name.size() > MOST_LETTERS) return {};
-  std::string_view best;
-  std::size_t least =
-      1 + std::max<std::size_t>(1, name.size() / 3);  // a more distant candidate is another word
-  for (const std::string_view candidate : candidates) {
-    const std::size_t distance = candidate.starts_with(name) ? 1 : Distance(name, candidate);
-    if (distance >= least) continue;
-    least = distance;
-    best = candidate;
-  }
-  return best;
-}
-
-std::string Suggest(std::string_view name, std::span<const std::string_view> candidates) {
-  const std::string_view nearest = Nearest(name, candidates);
-  return nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?";
 }
 
 std::string HexByte(std::uint8_t byte) {

@@ -36,10 +36,6 @@ std::vector<std::string> ListLamps(std::uint32_t word);
 // The names of a table as "a (0), b (1) or c (2)".
 std::string ListNames(std::span<const number_name_t> names);
 std::vector<std::string_view> SplitAt(std::string_view text, char separator);
-// The candidate that differs from `name` in the fewest letters; empty if none is near.
-std::string_view Nearest(std::string_view name, std::span<const std::string_view> candidates);
-// "; did you mean NAME?" for the nearest candidate, or nothing.
-std::string Suggest(std::string_view name, std::span<const std::string_view> candidates);
 // "1F".
 std::string HexByte(std::uint8_t byte);
 // Makes text safe for a terminal: replaces control characters and bytes that are not UTF-8, escapes quotes.

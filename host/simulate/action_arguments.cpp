@@ -6,6 +6,7 @@
 #include <sstream>
 #include <vector>
 
+#include "base/nearest_word.h"
 #include "host/crane/rigging.h"
 #include "host/protocol/errors.h"
 #include "host/protocol/value_text.h"
@@ -22,7 +23,7 @@ std::string OneOf(std::span<const std::string_view> names) {
 }  // namespace
 
 void RefuseWord(const std::string& word, const std::string& right, std::span<const std::string_view> names) {
-  throw host::UsageError("\"" + word + "\" is not " + right + host::Suggest(word, names));
+  throw host::UsageError("\"" + word + "\" is not " + right + base::Suggest(word, names));
 }
 
 std::size_t ParseName(std::span<const std::string_view> names, const std::string& word) {

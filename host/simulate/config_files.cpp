@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "base/installation.h"
+#include "base/nearest_word.h"
 #include "host/protocol/errors.h"
 #include "host/protocol/value_text.h"
 
@@ -49,7 +50,7 @@ scenario_t ConfigFiles::NamedScenario(const std::string& name) const {
     return ReadScenario(fs::path(folder_) / SCENARIOS / (name + SUFFIX));
   }
   const std::vector<std::string_view> candidates(names.begin(), names.end());
-  const std::string suggestion = host::Suggest(name, candidates);
+  const std::string suggestion = base::Suggest(name, candidates);
   throw host::UsageError("there is no scenario \"" + name + "\"" +
                          (suggestion.empty() ? "; " : suggestion + " ") + "`hx7 simulate --list` shows all");
 }

@@ -41,6 +41,8 @@ def test_a_run_with_application_and_host_shows_a_lift_and_stops_in_order(tmp_pat
     (["unit", "run", "--only", "nothing"], 2, "nothing"), (["unit", "run", "--bus", "token"], 2, "token"),
     (["unit", "run", "--http", "0.0.0.0:0", *ADDRESSES[2:], "--no-orvik"], 1, "this machine alone"),
     (["unit", "status"], 1, "run"), (["unit", "db", "list"], 1, "unit run"),
+    (["hx7", "simulte"], 2, 'hx7: no command "simulte"; did you mean simulate?'), (["unit", "db", "gt"], 2, "did you mean get?"),
+    (["unit", "run", "--secnds", "4"], 2, "no option --secnds; did you mean --seconds?"),
     (["hx7", "send", "radiu=12"], 2, "radius"), (["hx7", "send", "load=12"], 1, "unit run"),
     (["hx7", "play", "/nonexistent.log"], 1, "/nonexistent.log"),
 ], ids=name_call)

@@ -12,6 +12,8 @@
 #include "platform/process.h"
 
 #include "base/call_filter.h"
+#include "base/command_line/command_line.h"
+#include "base/exit_status.h"
 #include "base/installation.h"
 #include "unit/bundle/bundle.h"
 #include "unit/bundle/bundle_list.h"
@@ -26,8 +28,6 @@
 #include "unit/children/stop_signals.h"
 
 namespace {
-
-constexpr int CALLED_WRONGLY = 2;
 
 // The services start the application and the host.
 constexpr unsigned RIGHTS_OF_SERVICES = base::RIGHT_NETWORK | base::RIGHT_EXECUTE | base::RIGHT_WRITE;
@@ -308,14 +308,11 @@ void AddDesign(CLI::App& app, unit::design_options_t& options, int& result) {
 // Reads the command line and carries it out. Returns the exit status.
 int Carry(CLI::App& app, int argc, char** argv, const int& result) {
   try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : CALLED_WRONGLY;
+    return base::RunCommandLine(app, argc, argv, result);
   } catch (const std::exception& error) {
     std::cerr << "unit: " << error.what() << '\n';
-    return 1;
+    return base::EXIT_FAILED;
   }
-  return result;
 }
 
 }  // namespace
