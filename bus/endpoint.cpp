@@ -43,7 +43,7 @@ std::unique_ptr<Endpoint> OpenEndpoint(const std::string& description) {
   if (description == "local") return OpenLocalBus();
   if (TakeKind(description, "socketcan", rest)) return OpenKernelInterface(rest);
   if (TakeKind(description, "socketcand", rest)) return OpenSocketcand(rest, "start a socketcand server there");
-  throw std::runtime_error("\"" + description +
+  throw AddressError("\"" + description +
                            "\" is not a bus; use local, socketcan:INTERFACE or socketcand:HOST:PORT");
 }
 

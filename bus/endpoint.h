@@ -5,11 +5,18 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <stdexcept>
 #include <string>
 
 #include "bus/can_frame.h"
 
 namespace bus {
+
+// Thrown for a text that names no bus, or a server's address that is none: nothing was tried.
+class AddressError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 // One station. One thread may send while another receives. Once a call has returned DOWN, every later call does
 // too; the owner then opens another station.

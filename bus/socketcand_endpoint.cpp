@@ -198,7 +198,7 @@ base::host_port_t ParseServer(const std::string& address) {
   try {
     return base::ParseHostPort(address);
   } catch (const std::runtime_error& error) {
-    throw std::runtime_error("\"" + address + "\" is no address of a socketcand server: " + error.what() +
+    throw AddressError("\"" + address + "\" is no address of a socketcand server: " + error.what() +
                              "; write HOST:PORT");
   }
 }

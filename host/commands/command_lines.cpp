@@ -6,6 +6,8 @@
 #include <CLI/CLI.hpp>
 
 #include "base/call_filter.h"
+#include "base/exit_status.h"
+#include "host/commands/check_log.h"
 #include "host/commands/diff.h"
 #include "host/commands/send.h"
 #include "host/commands/watch.h"
@@ -18,8 +20,6 @@
 
 namespace host {
 namespace {
-
-constexpr int DIFFERENT = 1;  // exit status of hx7 diff
 
 constexpr unsigned TO_WRITE = base::RIGHT_NETWORK | base::RIGHT_WRITE;
 
@@ -55,6 +55,13 @@ void AddList(CLI::App& command, const char* about, std::function<std::string()> 
         throw CLI::Success();
       },
       about);
+}
+
+// --check: nothing is sent, and a wrong file has the exit status 2.
+std::shared_ptr<bool> AddCheck(CLI::App& command, const char* about) {
+  auto check = MakeOptions<bool>();
+  command.add_flag("--check", *check, about);
+  return check;
 }
 
 void AddSendOptions(CLI::App& command, int& /*status*/) {
@@ -100,9 +107,10 @@ void AddPlayOptions(CLI::App& command, int& /*status*/) {
   command.add_flag("--loop", options->loop, "Begin again at the end, until stopped");
   command.add_flag("--all", options->all, "Play the display's frames too");
   command.add_flag("--quiet", options->quiet, "Print only errors");
-  command.callback([options] {
+  const auto check = AddCheck(command, "Only say whether the log can be played");
+  command.callback([options, check] {
     KeepRights(base::RIGHT_NETWORK);
-    PlayFile(*options);
+    *check ? CheckLog(options->file) : PlayFile(*options);
   });
 }
 
@@ -153,7 +161,9 @@ void AddScenarioOptions(CLI::App& command, simulate::simulate_options_t& options
       .add_option("--seconds-of-crane", options.secondsOfCrane,
                   "Stop after so many seconds of the crane's time")
       ->check(CLI::Range(0.01, 1e9));
-  command.add_flag("--loop", options.loop, "Begin the scenario again at its end");
+  auto* loop = command.add_flag("--loop", options.loop, "Begin the scenario again at its end");
+  command.add_flag("--until-done", options.untilDone, "Stop at the scenario's end; it must not repeat")
+      ->excludes(loop);
   command.add_option("--config", options.config, "The configuration folder, with scenarios and charts");
 }
 
@@ -181,9 +191,10 @@ void AddSimulateOptions(CLI::App& command, int& /*status*/) {
   AddBus(command, options->bus);
   command.add_flag("--quiet", options->quiet, "Print only errors");
   AddList(command, "Show the scenarios", [options] { return simulate::ListScenarios(options->config); });
-  command.callback([options] {
+  const auto check = AddCheck(command, "Only say whether scenario, chart and options are right");
+  command.callback([options, check] {
     KeepRights(TO_WRITE);
-    simulate::Simulate(*options);
+    *check ? simulate::CheckSimulation(*options) : simulate::Simulate(*options);
   });
 }
 
@@ -200,7 +211,7 @@ void AddDiffOptions(CLI::App& command, int& status) {
   command.add_option("--limit", options->limit, "Differences to print; 0 prints all")->capture_default_str();
   command.callback([options, &status] {
     KeepRights(base::RIGHT_NONE);
-    status = Diff(*options) ? 0 : DIFFERENT;
+    status = Diff(*options) ? base::EXIT_DONE : base::EXIT_FAILED;
   });
 }
 

@@ -16,7 +16,8 @@ int RunProgram(int argc, char** argv) {
   int status = base::EXIT_DONE;
   CLI::App app{"hx7: the host load computer's end of the bus"};
   app.set_version_flag("--version", "hx7 " ORVIK_VERSION);
-  app.footer("Exit status: 0 done, 1 failed, 2 called wrongly, 3 interrupted.\n`hx7 COMMAND --help` says more.");
+  app.footer(
+      "Exit status: 0 done, 1 failed, 2 called wrongly, 3 interrupted.\n`hx7 COMMAND --help` says more.");
   app.require_subcommand(1);
   host::AddCommands(app, status);
   return base::RunCommandLine(app, argc, argv, status);

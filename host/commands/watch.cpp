@@ -76,7 +76,7 @@ void WatchLog(std::istream& in, MessagePrinter& printer) {
   }
   printer.Summarise(reader.Skipped(), " lines without a frame");
   if (frames == 0)
-    throw Failure("the log holds no frame; `hx7 play --help` names the kinds of logs that hx7 reads");
+    throw UsageError("the log holds no frame; `hx7 play --help` names the kinds of logs that hx7 reads");
 }
 
 void WatchBus(const watch_options_t& options, MessagePrinter& printer) {
@@ -103,7 +103,7 @@ void Watch(const watch_options_t& options) {
   if (options.file.empty()) return WatchBus(options, printer);
   if (options.file == "-") return WatchLog(std::cin, printer);
   std::ifstream file(options.file);
-  if (!file) throw Failure("cannot read the log " + options.file + "; check its name and its rights");
+  if (!file) throw UsageError("cannot read the log " + options.file + "; check its name and its rights");
   WatchLog(file, printer);
 }
 

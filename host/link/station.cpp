@@ -23,6 +23,8 @@ constexpr std::chrono::milliseconds REJOIN_PAUSE{250};
 std::unique_ptr<bus::Endpoint> Open(const std::string& bus) {
   try {
     return bus::OpenEndpoint(bus);
+  } catch (const bus::AddressError& error) {
+    throw UsageError(error.what());
   } catch (const std::runtime_error& error) {
     throw Failure(error.what());
   }

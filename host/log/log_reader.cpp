@@ -13,7 +13,7 @@ namespace {
 void CheckHeading(std::string_view line) {
   if (!line.starts_with("base ")) return;
   if (!line.starts_with("base hex") || line.find("relative") != std::string_view::npos) {
-    throw Failure("the log says \"" + std::string(line.substr(0, line.find('\r'))) +
+    throw UsageError("the log says \"" + std::string(line.substr(0, line.find('\r'))) +
                   "\", which hx7 does not read; write it again with base hex and absolute timestamps");
   }
 }

@@ -13,7 +13,7 @@ namespace host {
 class LogReader {
  public:
   explicit LogReader(std::istream& in) : in_(in) {}
-  // The next frame; empty at the end. Lines without a frame are skipped and counted. Throws Failure at the
+  // The next frame; empty at the end. Lines without a frame are skipped and counted. Throws UsageError at the
   // heading of an ASC log with decimal identifiers or relative times: its lines would be read wrongly.
   std::optional<bus::frame_t> Next();
   std::uint64_t Skipped() const { return skipped_; }

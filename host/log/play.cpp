@@ -75,12 +75,12 @@ std::vector<bus::key_change_t> ReadKeyLog(const std::string& file) {
   std::vector<bus::key_change_t> keys;
   if (file.empty()) return keys;
   std::ifstream in(file);
-  if (!in) throw Failure("cannot read the key log " + file + "; check its name and its rights");
+  if (!in) throw UsageError("cannot read the key log " + file + "; check its name and its rights");
   for (std::string line; std::getline(in, line);) {
     if (const auto change = bus::ParseKeyLine(line)) keys.push_back(*change);
   }
   if (keys.empty()) {
-    throw Failure("the key log " + file + " holds no key; it should have lines such as " +
+    throw UsageError("the key log " + file + " holds no key; it should have lines such as " +
                   bus::FormatKeyLine({0, 3, true}));
   }
   return keys;
@@ -202,7 +202,7 @@ void FilePlayer::PlayLoop(std::istream& in) {
     in.clear();
     in.seekg(0);
     if (!in)
-      throw Failure("cannot read " + options_.file + " again for --loop; only a file can be played in a loop");
+      throw UsageError("cannot read " + options_.file + " again for --loop; only a file can be played in a loop");
   }
 }
 
@@ -215,7 +215,7 @@ void FilePlayer::Run(std::istream& in) {
   }
   Summarise();
   if (played_.frames == 0 && !stop_.Stopped()) {
-    throw Failure(options_.file +
+    throw UsageError(options_.file +
                   " holds no frame to play; `hx7 play --help` names the kinds of logs that it reads");
   }
 }
@@ -226,7 +226,7 @@ void PlayFile(const play_options_t& options) {
   std::ifstream file;
   if (options.file != "-") {
     file.open(options.file);
-    if (!file) throw Failure("cannot read the log " + options.file + "; check its name and its rights");
+    if (!file) throw UsageError("cannot read the log " + options.file + "; check its name and its rights");
   }
   const StopSignal stop;
   FilePlayer player(options, stop);

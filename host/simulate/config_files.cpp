@@ -23,7 +23,7 @@ std::string RequireConfigFolder(const std::string& given) {
   try {
     return base::FindConfigFolder(given);
   } catch (const std::runtime_error& error) {
-    throw host::Failure(error.what());
+    throw host::UsageError(error.what());
   }
 }
 
@@ -31,7 +31,7 @@ std::string RequireConfigFolder(const std::string& given) {
 
 ConfigFiles::ConfigFiles(const std::string& config) : folder_(RequireConfigFolder(config)) {
   if (!fs::is_directory(fs::path(folder_) / SCENARIOS)) {
-    throw host::Failure("there are no scenarios in " + folder_ + "; name the configuration with --config DIR");
+    throw host::UsageError("there are no scenarios in " + folder_ + "; name the configuration with --config DIR");
   }
 }
 
@@ -63,7 +63,7 @@ scenario_t ConfigFiles::Scenario(const std::string& nameOrFile) const {
 crane::LoadChart ConfigFiles::Chart(const std::string& file) const {
   const std::string path = file.empty() ? (fs::path(folder_) / STANDARD_CHART).string() : file;
   std::ifstream in(path);
-  if (!in) throw host::Failure("cannot read the load chart " + path + "; check its name and its rights");
+  if (!in) throw host::UsageError("cannot read the load chart " + path + "; check its name and its rights");
   try {
     return crane::LoadChart::Parse(in, path);
   } catch (const crane::ChartError& error) {

@@ -14,7 +14,7 @@ constexpr std::string_view USUAL_SCENARIO = "normal-lift";
 
 class ConfigFiles {
  public:
-  // Uses the folder that base::FindConfigFolder finds. Throws host::Failure if it has no scenarios.
+  // Uses the folder that base::FindConfigFolder finds. Throws host::UsageError if it has no scenarios.
   explicit ConfigFiles(const std::string& config);
 
   std::vector<std::string> ScenarioNames() const;
@@ -22,8 +22,8 @@ class ConfigFiles {
   scenario_t NamedScenario(const std::string& name) const;
   // The same by name, or by file if the text has a slash or a dot.
   scenario_t Scenario(const std::string& nameOrFile) const;
-  // Reads a chart file; empty: the standard chart. Throws host::Failure if the file cannot be read and
-  // host::UsageError for a mistake in it.
+  // Reads a chart file; empty: the standard chart. Throws host::UsageError if the file cannot be
+  // read or has a mistake.
   crane::LoadChart Chart(const std::string& file) const;
 
  private:

@@ -77,7 +77,7 @@ scenario_t ParseScenario(std::istream& in, const std::string& file) {
 
 scenario_t ReadScenario(const std::string& path) {
   std::ifstream file(path);
-  if (!file) throw host::Failure("cannot read the scenario " + path + "; check its name and its rights");
+  if (!file) throw host::UsageError("cannot read the scenario " + path + "; check its name and its rights");
   return ParseScenario(file, path);
 }
 

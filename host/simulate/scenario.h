@@ -32,7 +32,7 @@ struct scenario_t {
 
 // Reads a scenario. Throws host::UsageError: "FILE:LINE: what is wrong".
 scenario_t ParseScenario(std::istream& in, const std::string& file);
-// Reads a scenario file. Throws host::Failure too, if the file cannot be read.
+// Reads a scenario file. Throws host::UsageError too, if the file cannot be read.
 scenario_t ReadScenario(const std::string& path);
 
 // Runs a scenario.
@@ -43,6 +43,8 @@ class ScenarioPlayer {
   ScenarioPlayer(scenario_t scenario, bool loop, std::int64_t begin_ms = 0);
   // Runs the actions that are due at this time of the crane. Call it before the load computer's step.
   void Step(std::int64_t now_ms, action_target_t& target);
+  // The last line has been run, and no line follows.
+  bool HasEnded() const { return !scenario_.repeat_ms && next_ == scenario_.lines.size(); }
   const scenario_t& Scenario() const { return scenario_; }
 
  private:

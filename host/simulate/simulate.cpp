@@ -63,9 +63,22 @@ class Inbox {
   std::vector<bus::frame_t> frames_;  // guarded by mutex_
 };
 
-scenario_t FirstScenario(const simulate_options_t& options, const ConfigFiles& files) {
+scenario_t ReadFirstScenario(const simulate_options_t& options, const ConfigFiles& files) {
   if (!options.scenario.empty()) return files.Scenario(options.scenario);
   return options.interactive ? scenario_t{} : files.NamedScenario(std::string(USUAL_SCENARIO));
+}
+
+scenario_t FirstScenario(const simulate_options_t& options, const ConfigFiles& files) {
+  scenario_t scenario = ReadFirstScenario(options, files);
+  if (options.untilDone && (scenario.repeat_ms || options.loop)) {
+    throw host::UsageError("the scenario " + scenario.name +
+                           " repeats, so that --until-done would never end; name a scenario without repeat");
+  }
+  return scenario;
+}
+
+std::vector<host::bus_fault_t> ChosenFaults(const simulate_options_t& options) {
+  return options.inject.empty() ? std::vector<host::bus_fault_t>() : host::ParseBusFaults(options.inject);
 }
 
 class Simulation {
@@ -111,9 +124,7 @@ Simulation::Simulation(const simulate_options_t& options, const host::StopSignal
       scenario_(FirstScenario(options, files_), options.loop),
       pace_(speed_),
       station_(options.bus, stop),
-      injector_(
-          options.inject.empty() ? std::vector<host::bus_fault_t>() : host::ParseBusFaults(options.inject),
-          options.injectRate, options.seed),
+      injector_(ChosenFaults(options), options.injectRate, options.seed),
       target_{computer_, controlUnits_, [this](int key) { keyPresses_.Press(key); },
               [this](const std::string& text) { Say(text); }} {
   station_.StartReceiving([this](const bus::frame_t& frame) { inbox_.Accept(frame); });
@@ -174,13 +185,22 @@ void Simulation::Drive() {
   const std::int64_t end_ms =
       options_.secondsOfCrane ? static_cast<std::int64_t>(*options_.secondsOfCrane * 1000) : 0;
   for (std::int64_t tick = 1; !stop_.Stopped() && (end_ms == 0 || computer_.Now_ms() < end_ms); ++tick) {
-    if (!Step()) return;
+    if (!Step() || (options_.untilDone && scenario_.HasEnded())) return;
     if (!pace_.IsMax()) stop_.WaitUntil(pace_.Due(tick));
     ReadInbox();
   }
 }
 
 }  // namespace
+
+void CheckSimulation(const simulate_options_t& options) {
+  if (!options.http.empty()) ReadHttpAddress(options.http);
+  const ConfigFiles files(options.config);
+  host::ParseSpeed(options.speed, FASTEST);
+  files.Chart(options.chart);
+  FirstScenario(options, files);
+  ChosenFaults(options);
+}
 
 void Simulate(const simulate_options_t& options) {
   if (!options.http.empty())

@@ -16,6 +16,7 @@ struct simulate_options_t {
   std::string speed = "1";
   std::optional<double> secondsOfCrane;
   bool loop = false;
+  bool untilDone = false;  // end with the scenario's last line
   bool interactive = false;
   std::string http;  // address to listen at; empty: none
   bool quiet = false;
@@ -23,8 +24,12 @@ struct simulate_options_t {
   double injectRate = 0.05;  // fraction of the messages that a faulty one precedes
 };
 
-// Runs until a stop signal, the end of `secondsOfCrane` or, with `interactive`, the end of the input. Throws
-// host::Failure and host::UsageError.
+// Reads the scenario, the chart and the other options as Simulate does, and does nothing with them. Throws
+// host::UsageError.
+void CheckSimulation(const simulate_options_t& options);
+
+// Runs until a stop signal, the end of `secondsOfCrane`, with `untilDone` the end of the scenario or, with
+// `interactive`, the end of the input. Throws host::Failure and host::UsageError.
 void Simulate(const simulate_options_t& options);
 
 // The named scenarios with what they show, one on each line.

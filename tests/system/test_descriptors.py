@@ -15,7 +15,7 @@ import pytest
 from desk import ADDRESSES, BIN, CONFIG, PATIENCE, cmd2, wait_for
 
 SHORT = re.compile(r"file descriptors are short: (\d+) are allowed and (\d+) are needed; raise the limit")
-RUN = [BIN / "unit", "run", "--no-host", "--config", CONFIG, *ADDRESSES]
+RUN = [BIN / "unit", "run", "--verbose", "--no-host", "--config", CONFIG, *ADDRESSES]
 
 
 def limited(limit, *arguments):
@@ -61,7 +61,7 @@ def test_programs_without_a_free_descriptor_stop(make_desk):
 def test_an_application_that_found_no_manager_for_want_of_descriptors_is_started_again(make_desk):
     desk = make_desk(apart=True, orvik=False)
     before = use_up(desk.parts["notify"])
-    keeper = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik")
+    keeper = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik", "--verbose")
     keeper.wait_line("orvik has to start again", keeper.err)
     resource.prlimit(desk.parts["notify"].child.pid, resource.RLIMIT_NOFILE, before)
     desk.go_to("Main").send_message(cmd2(load=27600))

@@ -213,7 +213,7 @@ def test_readers_of_foreign_files_have_given_up_their_rights(tmp_path):
 def test_the_display_runs_while_another_program_holds_the_panels_port(tmp_path):
     with socket.create_server(("127.0.0.1", 0)) as holder:
         address = "127.0.0.1:%d" % holder.getsockname()[1]
-        unit = Process([BIN / "unit", "run", "--no-host", "--config", CONFIG, *ADDRESSES[2:], "--http", address], tmp_path / "run")
+        unit = Process([BIN / "unit", "run", "--verbose", "--no-host", "--config", CONFIG, *ADDRESSES[2:], "--http", address], tmp_path / "run")
         unit.wait_line("Orvik: System Up", seconds=20)
         said = [line for line in unit.err if address in line]
         assert len(said) == 1 and "trying again" in said[0], unit.err

@@ -128,7 +128,7 @@ def hold_lock(path):
 @pytest.mark.parametrize("damage", [remove, truncate, fill, hold_lock])
 def test_a_database_whose_object_is_damaged_is_made_anew(make_desk, damage):
     desk = make_desk(orvik=False)
-    desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik").wait_line("Orvik: System Up", seconds=20)
+    desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik", "--verbose").wait_line("Orvik: System Up", seconds=20)
     bus = desk.go_to("Main")
     bus.send_message(cmd2(load=23500, percent=0.25))
     wait_for(lambda: load_known(desk) == " 23,500", "the load")
@@ -191,7 +191,7 @@ def pulsing(process, running, stopped):
 
 def test_a_program_that_dies_starts_again_at_once_and_waits_from_the_third_time_on(make_desk):
     desk = make_desk(apart=True, orvik=False)
-    keeper = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik")
+    keeper = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik", "--verbose")
     children = pathlib.Path(f"/proc/{keeper.child.pid}/task/{keeper.child.pid}/children")
     for death, wait in enumerate(("", "", " in 1 s", " in 2 s"), start=1):
         child = wait_for(lambda: children.exists() and children.read_text().split(), "the application's process", 20)
@@ -203,7 +203,7 @@ def test_a_program_that_dies_starts_again_at_once_and_waits_from_the_third_time_
 def test_an_application_that_was_started_before_the_notification_manager_is_started_again(make_desk):
     desk = make_desk(apart=True, orvik=False)
     desk.parts["notify"].stop()
-    keeper = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik")
+    keeper = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik", "--verbose")
     keeper.wait_line("Orvik: System Up", seconds=20)
     desk.parts["board,j1939"].child.send_signal(signal.SIGSTOP)  # it connects after the application
     desk.start_part("notify")
@@ -215,7 +215,7 @@ def test_an_application_that_was_started_before_the_notification_manager_is_star
 
 def test_a_silent_application_is_killed_and_started_again(make_desk):
     desk = make_desk(orvik=False)
-    keeper = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik", "--silence", "2")
+    keeper = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik", "--silence", "2", "--verbose")
     keeper.wait_line("Orvik: System Up", seconds=20)
     wait_for(lambda: desk.counters("notify").get("worker.Dispatch") == 1, "a heartbeat")
     children = pathlib.Path(f"/proc/{keeper.child.pid}/task/{keeper.child.pid}/children").read_text().split()

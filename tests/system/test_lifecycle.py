@@ -53,7 +53,7 @@ def test_orderly_end_with(desk, state):
 @pytest.mark.parametrize("killed", [False, True])
 def test_an_alarm_ends_with_the_application(make_desk, killed):
     desk = make_desk(orvik=False)
-    desk.orvik = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik")
+    desk.orvik = desk.start(BIN / "unit", "run", "--config", CONFIG, "--only", "orvik", "--verbose")
     desk.orvik.wait_line("Orvik: System Up", seconds=20)
     bus = desk.bus()
     desk.move_to("Wad", bus)  # the application refuses to end on this page

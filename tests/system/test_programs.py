@@ -3,6 +3,7 @@
 import os
 import pathlib
 import re
+import shutil
 import signal
 import struct
 import zlib
@@ -25,7 +26,7 @@ def is_whole_png(data):
 def test_a_run_with_application_and_host_shows_a_lift_and_stops_in_order(tmp_path):
     picture, log = tmp_path / "out.png", tmp_path / "bus.log"
     unit = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--play", DEMO_LOG, "--loop",
-                    "--seconds", "8", "--snapshot", picture, "--record", log], tmp_path / "run")
+                    "--seconds", "8", "--snapshot", picture, "--record", log, "--verbose"], tmp_path / "run")
     unit.wait_line("orvik | Orvik: System Up", seconds=20)
     unit.wait_line("while on Page.Main page", seconds=20)
     assert unit.wait_exit(60) == 0, unit.err
@@ -39,17 +40,64 @@ def test_a_run_with_application_and_host_shows_a_lift_and_stops_in_order(tmp_pat
 @pytest.mark.parametrize("call, status, text", [
     (["unit", "--version"], 0, "1.3"), (["hx7", "--version"], 0, "1.3"), (["unit", "run", "--help"], 0, "--snapshot"),
     (["unit", "run", "--only", "nothing"], 2, "nothing"), (["unit", "run", "--bus", "token"], 2, "token"),
-    (["unit", "run", "--http", "0.0.0.0:0", *ADDRESSES[2:], "--no-orvik"], 1, "this machine alone"),
+    (["unit", "run", "--http", "0.0.0.0:0", *ADDRESSES[2:], "--no-orvik"], 2, "this machine alone"),
     (["unit", "status"], 1, "run"), (["unit", "db", "list"], 1, "unit run"),
     (["hx7", "simulte"], 2, 'hx7: no command "simulte"; did you mean simulate?'), (["unit", "db", "gt"], 2, "did you mean get?"),
     (["unit", "run", "--secnds", "4"], 2, "no option --secnds; did you mean --seconds?"),
     (["hx7", "send", "radiu=12"], 2, "radius"), (["hx7", "send", "load=12"], 1, "unit run"),
-    (["hx7", "play", "/nonexistent.log"], 1, "/nonexistent.log"),
+    (["hx7", "play", "/nonexistent.log"], 2, "/nonexistent.log"), (["hx7", "watch", "--bus", "can0"], 2, "is not a bus"),
+    (["unit", "run", "--socketcand", "here"], 2, "--socketcand here: it has no port"),
+    (["unit", "run", "--scenario", "overlod"], 2, "did you mean overload?"),
+    (["unit", "run", "--play", CONFIG / "generic.xml"], 2, "holds no frame"),
+    (["unit", "run", "--play", "/dev/null"], 2, "holds no frame"), (["unit", "run", "--config", "/etc"], 2, "/etc/parameters.xml"),
+    (["unit", "run", "--until-done"], 2, "the scenario normal-lift repeats"),
 ], ids=name_call)
 def test_calls_that_end_at_once(tmp_path, call, status, text):
     process = Process([BIN / call[0], *call[1:]], tmp_path / "run")
     assert process.wait_exit(20) == status, process.out + process.err
     assert text in "\n".join(process.out + process.err)
+
+
+def fake(folder, name, script):
+    """The unit with another program beside it, which does what the script says."""
+    folder.mkdir()
+    for program in ("unit", "orvik", "hx7"):
+        if program != name:
+            shutil.copy(BIN / program, folder)
+    (folder / name).write_text("#!/bin/sh\n" + script)
+    (folder / name).chmod(0o755)
+    return folder / "unit"
+
+
+CHECK = 'case "$*" in *--check) exit 0;; esac\n'
+
+
+@pytest.mark.parametrize("name, script, options, status, reason", [
+    ("orvik", "echo going down; kill -SEGV $$", ["--no-host", "--seconds", "60", "--tries", "3"], 1,
+     'orvik was killed by signal 11 (Segmentation fault), 3 times, and was given up.*its last lines: "going down"'),
+    ("orvik", "exec sleep 60", ["--no-host", "--seconds", "2"], 1, "orvik never came up"),
+    ("hx7", CHECK + "sleep 1; echo load is wrong; exit 1", ["--seconds", "60", "--until-done"], 1,
+     'hx7 ended with status 1; its last lines: "load is wrong"'),
+    ("hx7", CHECK + "sleep 1", ["--until-done"], 0, None),
+    ("hx7", CHECK + "kill -INT $PPID; exec sleep 60", ["--seconds", "60"], 3, "interrupted before the end"),
+], ids=["crash loop", "never up", "host failed", "host done", "interrupted"])
+def test_a_run_with_an_end_says_whether_all_went_well(tmp_path, name, script, options, status, reason):
+    program = fake(tmp_path / "bin", name, script)
+    unit = Process([program, "run", "--config", CONFIG, *ADDRESSES, *options], tmp_path / "run")
+    assert unit.wait_exit(50) == status, unit.err
+    assert reason is None or re.search(f"^unit run: {reason}".replace("(Seg", "[(]Seg").replace("fault)", "fault[)]"), unit.err[-1])
+
+
+def test_a_worker_that_was_silent_fails_the_run(tmp_path):
+    unit = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--no-host", "--seconds", "12", "--verbose"], tmp_path / "run")
+    unit.wait_line("Orvik: System Up", seconds=20)
+    children = pathlib.Path(f"/proc/{unit.child.pid}/task/{unit.child.pid}/children")
+    orvik = int(children.read_text())
+    os.kill(orvik, signal.SIGSTOP)
+    unit.wait_line("notify: no heartbeat of the application's", unit.err)
+    os.kill(orvik, signal.SIGCONT)
+    assert unit.wait_exit(50) == 1
+    assert unit.err[-1].startswith("unit run: no heartbeat came for a while from the worker ")
 
 
 def test_the_database_from_the_shell(make_desk):
@@ -72,7 +120,7 @@ def test_services_run_in_processes_of_their_own_and_follow_a_new_database(tmp_pa
     desk.runtime, processes = tmp_path / "run", {}
 
     def run(part, line):
-        processes[part] = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--only", part], desk.runtime)
+        processes[part] = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--only", part, "--verbose"], desk.runtime)
         processes[part].wait_line(line, seconds=20)
 
     def send(load):

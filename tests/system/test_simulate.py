@@ -45,7 +45,7 @@ class Host:
 
 
 def test_a_run_shows_a_crane_at_work_and_answers_the_front_keys(tmp_path):
-    unit = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES], tmp_path / "run")
+    unit = Process([BIN / "unit", "run", "--verbose", "--config", CONFIG, *ADDRESSES], tmp_path / "run")
     desk = Desk.__new__(Desk)
     desk.runtime = tmp_path / "run"
     unit.wait_line("unit: panel at", seconds=20)

@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <utility>
 
@@ -57,6 +59,21 @@ std::string ending_t::Describe() const {
     return "was killed by signal " + std::to_string(signal) + " (" + strsignal(signal) + ")";
   }
   return "ended with status " + std::to_string(WEXITSTATUS(status));
+}
+
+bool ending_t::IsCrash() const {
+  return WIFSIGNALED(status);
+}
+
+std::string ending_t::DescribeCore(pid_t process) const {
+  if (!WIFSIGNALED(status) || !WCOREDUMP(status)) return {};
+  std::string pattern;
+  std::getline(std::ifstream("/proc/sys/kernel/core_pattern") >> std::ws, pattern);
+  if (pattern.starts_with('|')) return "its core went to " + pattern.substr(1, pattern.find(' ') - 1);
+  if (const auto at = pattern.find("%p"); at != std::string::npos) {
+    pattern.replace(at, 2, std::to_string(process));
+  }
+  return "its core is " + (std::filesystem::current_path() / pattern).string();
 }
 
 Child::Child(const std::string& name, const std::vector<std::string>& arguments, LinePump& pump,

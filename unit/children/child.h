@@ -16,7 +16,10 @@ namespace unit {
 struct ending_t {
   int status = 0;  // as waitpid gives it
   bool IsSuccess() const { return status == 0; }
+  bool IsCrash() const;          // it did not end by itself
   std::string Describe() const;  // "ended with status 1", "was killed by signal 11 (Segmentation fault)"
+  // Where the kernel put the core, as far as its pattern says; empty where there is none.
+  std::string DescribeCore(pid_t process) const;
 };
 
 // All calls come from one thread, and that thread must outlive the child: the kernel kills the child when the

@@ -18,9 +18,28 @@ namespace {
 // lines.
 constexpr int MOST_PIECES = 32;
 
+// Of each program, for the reasons at the end of a run.
+constexpr std::size_t LAST_LINES = 3;
+constexpr std::size_t MOST_LETTERS = 200;
+
 }  // namespace
 
-LinePump::LinePump(RollingLog& log) : log_(log) {
+void LineWatch::Note(const std::string& line) {
+  for (std::size_t i = 0; i < TOLD_COUNT; ++i)
+    if (!texts_[i].empty() && line.find(texts_[i]) != std::string::npos) seen_[i] = true;
+  const std::lock_guard lock(mutex_);
+  lines_.push_back(line.substr(0, MOST_LETTERS));
+  if (lines_.size() > LAST_LINES) lines_.pop_front();
+}
+
+std::string LineWatch::LastLines() const {
+  const std::lock_guard lock(mutex_);
+  std::string text;
+  for (const std::string& line : lines_) text += (text.empty() ? "\"" : ", \"") + line + "\"";
+  return text;
+}
+
+LinePump::LinePump(RollingLog& log, bool quiet) : log_(log), quiet_(quiet) {
   if (pipe2(wake_.data(), O_CLOEXEC | O_NONBLOCK) != 0) wake_ = {-1, -1};
   thread_ = std::thread([this] { Run(); });
 }
@@ -87,6 +106,7 @@ void LinePump::Read(line_source_t& source) {
 void LinePump::Show(const line_source_t& source, const std::string& line) {
   log_.WriteStamped(source.name, line);
   if (source.watch) source.watch->Note(line);
+  if (quiet_ && source.to == stdout) return;
   platform::PrintLine(source.to, source.name + " | " + line);
 }
 

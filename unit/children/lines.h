@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdio>
+#include <deque>
 #include <list>
 #include <memory>
 #include <mutex>
@@ -19,33 +20,34 @@
 namespace unit {
 
 // What a program tells of itself in its lines.
-enum told_t { REFUSES_TO_STOP, IS_CUT_OFF, TOLD_COUNT };
+enum told_t { REFUSES_TO_STOP, IS_CUT_OFF, HAS_COME_UP, TOLD_COUNT };
 
-// Remembers which of these a program has told. Any thread.
+// Remembers which of these a program has told, and its last lines. Any thread.
 class LineWatch {
  public:
   // A part of the line that tells each; an empty text is never found.
   using texts_t = std::array<std::string, TOLD_COUNT>;
 
   explicit LineWatch(texts_t texts) : texts_(std::move(texts)) {}
-  void Note(const std::string& line) {
-    for (std::size_t i = 0; i < TOLD_COUNT; ++i)
-      if (!texts_[i].empty() && line.find(texts_[i]) != std::string::npos) seen_[i] = true;
-  }
+  void Note(const std::string& line);
+  // The last lines, the oldest first: "\"a\", \"b\""; empty where the program has printed none.
+  std::string LastLines() const;
   bool HasTold(told_t what) const { return seen_[what]; }
   void Forget(told_t what) { seen_[what] = false; }
 
  private:
   const texts_t texts_;
   std::array<std::atomic<bool>, TOLD_COUNT> seen_{};
+  mutable std::mutex mutex_;  // guards the lines
+  std::deque<std::string> lines_;
 };
 
 // Reads the pipes of all children and writes their lines ("orvik | Orvik: System Up") to standard output or
 // standard error, and to the black box. Has one thread, which ends with the object.
 class LinePump {
  public:
-  // `log` must outlive this.
-  explicit LinePump(RollingLog& log);
+  // `log` must outlive this. With `quiet`, what the programs print to standard output goes to the log alone.
+  LinePump(RollingLog& log, bool quiet);
   ~LinePump();
   LinePump(const LinePump&) = delete;
   LinePump& operator=(const LinePump&) = delete;
@@ -69,6 +71,7 @@ class LinePump {
   void Show(const line_source_t& source, const std::string& line);
 
   RollingLog& log_;
+  const bool quiet_;
   std::array<int, 2> wake_{-1, -1};
   std::mutex mutex_;  // guards the two below
   std::list<line_source_t> sources_;

@@ -74,17 +74,57 @@ void Supervisor::LaunchAgain(run_t& run, TimePoint now) {
 
 void Supervisor::AcceptEnding(run_t& run, const ending_t& ending) {
   const steady_clock::time_point now = steady_clock::now();
+  if (!ending.IsSuccess() || run.program.endIsFailure) NoteFailure(run, ending, now);
   ForgetChild(run);
   if (ending.IsSuccess()) {
     std::cout << "unit: " << run.program.name << " has ended" << std::endl;
     return Note(run, !run.program.endIsFailure, "has ended");
   }
   run.ran += now - run.started;
+  if (!StartsAgain(run, ending)) {
+    std::cerr << "unit: " << run.program.name << " " << run.why << (run.givenUp ? "; giving it up" : "")
+              << std::endl;
+    return Note(run, false, run.why);
+  }
   const std::chrono::seconds delay = run.asked ? 0s : DelayAfterDeath(run);
   run.startAgain = now + delay;
   std::cerr << "unit: " << run.program.name << " " << ending.Describe() << "; starting it again"
             << (delay > delay.zero() ? " in " + std::to_string(delay.count()) + " s" : "") << std::endl;
   Note(run, false, ending.Describe());
+}
+
+void Supervisor::NoteFailure(run_t& run, const ending_t& ending, TimePoint now) {
+  ++run.failures;
+  if (!run.asked) run.why = ending.IsSuccess() ? "has ended" : ending.Describe();
+  const std::string core = ending.DescribeCore(run.child->Process());
+  if (!core.empty()) run.core = core;
+  run.lastLines = run.lines;
+  run.shortRuns = now - run.started < DEATHS_WITHIN ? run.shortRuns + 1 : 1;
+  run.givenUp = run.program.tries > 0 && run.shortRuns >= run.program.tries;
+}
+
+bool Supervisor::StartsAgain(run_t& run, const ending_t& ending) {
+  if (run.givenUp || run.program.revival == revival_t::NEVER) return false;
+  return run.program.revival == revival_t::ALWAYS || ending.IsCrash();
+}
+
+bool Supervisor::HasGivenUp() const {
+  return std::ranges::any_of(runs_, [](const run_t& run) { return run.givenUp; });
+}
+
+std::vector<std::string> Supervisor::Failures() const {
+  std::vector<std::string> failures;
+  for (const run_t& run : runs_) {
+    if (run.failures == 0) continue;
+    std::string line = run.program.name + " " + run.why;
+    if (run.failures > 1) line += ", " + std::to_string(run.failures) + " times";
+    if (run.givenUp) line += ", and was given up";
+    if (!run.core.empty()) line += "; " + run.core;
+    const std::string last = run.lastLines->LastLines();
+    if (!last.empty()) line += "; its last lines: " + last;
+    failures.push_back(line);
+  }
+  return failures;
 }
 
 std::chrono::seconds Supervisor::DelayAfterDeath(run_t& run) {
@@ -98,6 +138,7 @@ void Supervisor::Restart(const std::string& name, const std::string& why) {
   if (run == nullptr || run->killAt) return;
   std::cerr << "unit: " << why << "; " << name << " has to start again" << std::endl;
   run->child->Signal(SIGTERM);
+  run->why = "had to be started again: " + why;
   run->asked = true;
   run->killAt = steady_clock::now() + TERMINATE_TIME;
 }

@@ -16,6 +16,13 @@
 
 namespace unit {
 
+// Which failures of a program are followed by another start.
+enum class revival_t {
+  ALWAYS,
+  AFTER_CRASH,  // after a signal, but not after an end with a status of its own
+  NEVER,
+};
+
 // What to run and how to stop it.
 struct program_t {
   std::string name;                    // "orvik"
@@ -25,6 +32,8 @@ struct program_t {
   LineWatch::texts_t told;             // parts of the lines with which it tells these things
   bool endIsFailure;                   // an end with status 0 counts as down
   std::function<void()> tidyUp;        // called after each of its ends; may be empty
+  revival_t revival = revival_t::ALWAYS;
+  unsigned tries = 0;  // given up after so many starts that each lasted less than DEATHS_WITHIN; 0: never
 };
 
 // All calls but Statuses come from the thread that made the object.
@@ -37,8 +46,8 @@ class Supervisor {
   static constexpr std::chrono::seconds DEATHS_WITHIN{10};
   static constexpr std::chrono::seconds TERMINATE_TIME{2};
 
-  // The children's lines go to `log` too, which must outlive this.
-  explicit Supervisor(RollingLog& log) : pump_(log) {}
+  // The children's lines go to `log` too, which must outlive this. `quiet` as of LinePump.
+  Supervisor(RollingLog& log, bool quiet) : pump_(log, quiet) {}
   // Starts a program. They are stopped in the reverse order. Throws std::runtime_error.
   void Start(const program_t& program);
   // Notes which children have ended and starts them again when it is time. Called ten times a second, and when
@@ -53,6 +62,10 @@ class Supervisor {
   bool HasTold(const std::string& name, told_t what) const;
   // The program has ended with status 0 and is not started again.
   bool HasEnded(const std::string& name) const;
+  // A program has been given up after its last try.
+  bool HasGivenUp() const;
+  // One line for each program that has failed since its start: how, how often, its core or its last lines.
+  std::vector<std::string> Failures() const;
   // Stops all programs. A further stop request during the wait sends the next, harsher signal at once.
   void Stop();
   // The state of each program, in the form of a service's. Any thread.
@@ -73,6 +86,12 @@ class Supervisor {
     std::optional<TimePoint> killAt;  // Restart has terminated it
     bool asked = false;               // its end was asked for by Restart
     std::uint64_t ends = 0;
+    unsigned shortRuns = 0;  // without a long one between them
+    bool givenUp = false;
+    unsigned failures = 0;
+    std::string why;                       // of the last failure
+    std::string core;                      // of the last one that left any
+    std::shared_ptr<LineWatch> lastLines;  // of the last run that failed
     std::string detail;
     bool up = false;
   };
@@ -82,6 +101,8 @@ class Supervisor {
   void LaunchAgain(run_t& run, TimePoint now);
   void CheckChild(run_t& run);
   void AcceptEnding(run_t& run, const ending_t& ending);
+  static void NoteFailure(run_t& run, const ending_t& ending, TimePoint now);
+  static bool StartsAgain(run_t& run, const ending_t& ending);
   static void ForgetChild(run_t& run);
   static bool WaitForEnd(run_t& run, std::chrono::milliseconds time);
   static void EndChild(run_t& run);

@@ -17,6 +17,7 @@
 #include "base/installation.h"
 #include "unit/bundle/bundle.h"
 #include "unit/bundle/bundle_list.h"
+#include "unit/children/stop_signals.h"
 #include "unit/database/database_commands.h"
 #include "unit/design/design_command.h"
 #include "unit/program/event_commands.h"
@@ -25,7 +26,6 @@
 #include "unit/program/run.h"
 #include "unit/program/screen_commands.h"
 #include "unit/program/status_command.h"
-#include "unit/children/stop_signals.h"
 
 namespace {
 
@@ -104,6 +104,20 @@ CLI::Option* AddEnd(CLI::App& command, unit::run_plan_t& plan, unsigned& seconds
   return limit;
 }
 
+// When a run ends by itself, and when it gives up.
+void AddTruth(CLI::App& command, unit::run_plan_t& plan) {
+  command.add_flag("--until-done", plan.untilDone,
+                   "Stop at the end of the log or of the scenario, which must not repeat");
+  command
+      .add_option("--tries", plan.tries,
+                  "Give up and stop when a program has died so many times, each time within 10 s of its start "
+                  "(default: 5 with --seconds or --until-done, else never)")
+      ->check(CLI::Range(1, 1000));
+  command.footer(
+      "Exit status: 0 done; 2 refused before anything was started; with --seconds or --until-done, 1 when a\n"
+      "part has died, never came up or fell silent, or hx7 ended with 1, and 3 when it was interrupted.");
+}
+
 // The display unit's devices, where a real one is connected.
 void AddDevices(CLI::App& command, unit::options_t& options) {
   auto* keys =
@@ -147,9 +161,11 @@ CLI::App* AddRun(CLI::App& app, run_arguments_t& run, unsigned& seconds) {
   command->add_option("--silence", run.plan.silence,
                       "Start an application again that has been silent for so many seconds; 0: never");
   AddEnd(*command, run.plan, seconds)->check(CLI::Range(1, 1'000'000));
+  AddTruth(*command, run.plan);
   command->add_flag("--realtime", run.plan.realTime,
                     "Use real-time priority, exact timers and locked memory, where the system allows it");
-  command->add_flag("--verbose", run.plan.verbose, "Show the counters of all services at the end");
+  command->add_flag("--verbose", run.plan.verbose,
+                    "Show all lines of the application and of hx7, and the services' counters at the end");
   return command;
 }
 
@@ -165,7 +181,12 @@ int CarryRun(run_arguments_t& run, unsigned seconds) {
     plan.options.configDirectory = base::FindConfigFolder(run.config);
   } catch (const std::exception& error) {
     std::cerr << "unit run: " << error.what() << '\n';
-    return 1;
+    return base::EXIT_CALLED_WRONGLY;
+  }
+  if (plan.untilDone && (plan.loop || !unit::HasHost(plan))) {
+    std::cerr << "unit run: --until-done needs a log or a scenario of hx7 that ends"
+              << (plan.loop ? "; leave --loop out" : "") << '\n';
+    return base::EXIT_CALLED_WRONGLY;
   }
   plan.options.genericFile = plan.options.configDirectory + "/generic.xml";
   KeepRights(RIGHTS_OF_SERVICES);

@@ -6,12 +6,12 @@
 
 #include "unit/board/beeper_word.h"
 #include "unit/board/board_service.h"
+#include "unit/children/stop_signals.h"
 #include "unit/database/database_service.h"
 #include "unit/j1939/j1939_service.h"
 #include "unit/notify/notify_service.h"
 #include "unit/panel/panel_service.h"
 #include "unit/program/run_folder.h"
-#include "unit/children/stop_signals.h"
 #include "unit/screen/service/screen_service.h"
 #include "unit/window/window_service.h"
 
@@ -26,7 +26,10 @@ constexpr auto ORVIK_STOP_TIME = 6s;
 constexpr const char* ORVIK_REFUSAL = "NOT on terminatable page";
 // The application found no manager, or was refused by it.
 constexpr const char* ORVIK_CUT_OFF = "orvikData.eventChannel: -1";
+constexpr const char* ORVIK_IS_UP = "Orvik: System Up";
 constexpr auto HOST_STOP_TIME = 2s;
+// Of a program that crashes, in a run with an end.
+constexpr unsigned TRIES = 5;
 
 std::unique_ptr<Service> MakeWindow(const options_t& options) {
   return MakeWindowService(options, RequestStop);
@@ -48,6 +51,18 @@ std::vector<std::string> CollectNames() {
   return names;
 }
 
+unsigned TriesOf(const run_plan_t& plan) {
+  return plan.tries.value_or(plan.HasEnd() ? TRIES : 0);
+}
+
+// What a run with an end tells of the host's own end would be lost if the host began again.
+revival_t RevivalOfHost(const run_plan_t& plan) {
+  if (plan.untilDone) return revival_t::NEVER;
+  return plan.HasEnd() ? revival_t::AFTER_CRASH : revival_t::ALWAYS;
+}
+
+}  // namespace
+
 std::vector<std::string> HostArguments(const run_plan_t& plan) {
   std::vector<std::string> arguments = {FindProgram(HOST_PART)};
   if (!plan.playFile.empty()) {
@@ -59,10 +74,9 @@ std::vector<std::string> HostArguments(const run_plan_t& plan) {
   arguments.insert(arguments.end(), {"simulate", "--bus", plan.options.bus, "--config",
                                      plan.options.configDirectory, "--http", "127.0.0.1:0"});
   if (!plan.scenario.empty()) arguments.insert(arguments.end(), {"--scenario", plan.scenario});
+  if (plan.untilDone) arguments.emplace_back("--until-done");
   return arguments;
 }
-
-}  // namespace
 
 std::span<const service_part_t> ServiceParts() {
   return SERVICES;
@@ -81,14 +95,20 @@ std::set<std::string> UsualParts() {
   return parts;
 }
 
+bool HasHost(const run_plan_t& plan) {
+  if (!plan.parts.contains(HOST_PART)) return false;
+  return plan.options.bus == "local" || !plan.playFile.empty() || !plan.scenario.empty();
+}
+
 program_t MakeOrvikProgram(const run_plan_t& plan) {
   return {.name = ORVIK_PART,
           .arguments = {FindProgram(ORVIK_PART), plan.options.genericFile},
           .stopSignal = SIGUSR1,
           .stopTime = ORVIK_STOP_TIME,
-          .told = {ORVIK_REFUSAL, ORVIK_CUT_OFF},
+          .told = {ORVIK_REFUSAL, ORVIK_CUT_OFF, ORVIK_IS_UP},
           .endIsFailure = true,
-          .tidyUp = SilenceBeeper};
+          .tidyUp = SilenceBeeper,
+          .tries = TriesOf(plan)};
 }
 
 program_t MakeHostProgram(const run_plan_t& plan) {
@@ -98,7 +118,9 @@ program_t MakeHostProgram(const run_plan_t& plan) {
           .stopTime = HOST_STOP_TIME,
           .told = {},
           .endIsFailure = false,
-          .tidyUp = {}};
+          .tidyUp = {},
+          .revival = RevivalOfHost(plan),
+          .tries = TriesOf(plan)};
 }
 
 }  // namespace unit

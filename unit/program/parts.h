@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "unit/program/run.h"
 #include "unit/children/supervisor.h"
+#include "unit/program/run.h"
 #include "unit/service/service.h"
 
 namespace unit {
@@ -33,6 +33,12 @@ constexpr const char* HOST_PART = "hx7";
 const std::vector<std::string>& PartNames();
 // Those that run where the command line names none.
 std::set<std::string> UsualParts();
+
+// The program hx7 with its arguments. Throws std::runtime_error when it is not beside this one.
+std::vector<std::string> HostArguments(const run_plan_t& plan);
+
+// A real bus has a real host: hx7 runs there only when the command line asks for a log or a scenario.
+bool HasHost(const run_plan_t& plan);
 
 // How the supervisor starts and stops the two programs. Both throw std::runtime_error when the program is not
 // beside this one.

@@ -11,10 +11,11 @@
 
 #include "platform/paths.h"
 
+#include "base/exit_status.h"
 #include "unit/bundle/bundle.h"
 #include "unit/bundle/foreign_archive.h"
-#include "unit/program/event_commands.h"
 #include "unit/children/stop_signals.h"
+#include "unit/program/event_commands.h"
 #include "unit/screen/client/screen_client.h"
 #include "unit/screen/client/screen_requests.h"
 
@@ -98,12 +99,13 @@ int Replay(const replay_options_t& options, run_plan_t plan) {
     Unpack(bundle, folder);
     std::cout << "unit replay: " << DescribeBundle(bundle) << std::endl;
     SetPlan(plan, bundle, folder);
-    plan.untilPlayed = options.check;
+    plan.untilDone = options.check;
+    plan.command = "unit replay";
     if (options.check) plan.atEnd = [&bundle] { return CompareAtTheEnd(bundle.at(BUNDLE_SCREEN)); };
     return Run(plan);
   } catch (const std::exception& error) {
     std::cerr << "unit replay: " << options.file << ": " << error.what() << '\n';
-    return 1;
+    return base::EXIT_CALLED_WRONGLY;
   }
 }
 

@@ -1,5 +1,7 @@
 #include "unit/program/run.h"
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <iostream>
@@ -14,19 +16,21 @@
 #include "platform/threads.h"
 
 #include "base/address_file.h"
+#include "base/exit_status.h"
 #include "base/whole_file.h"
 #include "unit/blackbox/rolling_log.h"
 #include "unit/blackbox/tee.h"
 #include "unit/board/board_watch.h"
+#include "unit/children/stop_signals.h"
+#include "unit/children/supervisor.h"
 #include "unit/database/attach.h"
 #include "unit/health/health_publisher.h"
 #include "unit/health/notify_link.h"
 #include "unit/health/silence_watch.h"
 #include "unit/program/parts.h"
+#include "unit/program/preflight.h"
 #include "unit/program/run_folder.h"
 #include "unit/program/run_lock.h"
-#include "unit/children/stop_signals.h"
-#include "unit/children/supervisor.h"
 #include "unit/screen/client/screen_client.h"
 
 namespace unit {
@@ -56,7 +60,10 @@ class UnitRun {
   UnitRun& operator=(const UnitRun&) = delete;
 
   void Start();
-  void WaitForTheEnd();
+  // True when the end of the plan was reached, false when a stop was requested.
+  bool WaitForTheEnd();
+  // One line for each part that has failed since the start, or is down now.
+  std::vector<std::string> Failures() const;
   std::string WriteLastPicture() const;
   void StopAll();
 
@@ -76,19 +83,24 @@ class UnitRun {
   void RestartOrvikIfSilent();
   bool HostMayStart() const;
   void WriteRunFile() const;
-  bool HasHost() const;
+  void NoteState();
+  void ShowPlace();
+  bool HasCome() const { return hasCome_ || !Wants(ORVIK_PART); }
   std::vector<status_t> Statuses() const;
   void ShowCounters() const;
 
   const run_plan_t& plan_;
   steady_clock::time_point started_;
   bool hostStarted_ = false;
+  bool hasCome_ = false;            // the application has come up
+  bool placeShown_ = false;         // the address of the panel has been printed in its box
+  std::set<std::string> wereDown_;  // workers of the application that were silent
   std::vector<RunLock> locks_;
   std::vector<running_t> services_;
   RollingLog lines_{"lines", LINES_KEPT};
   Tee out_{std::cout, "unit", lines_};
   Tee err_{std::cerr, "unit", lines_};
-  Supervisor supervisor_{lines_};
+  Supervisor supervisor_{lines_, !plan_.verbose};
   std::unique_ptr<HealthPublisher> health_;
   std::optional<DatabaseWatch> database_;  // both made before the application starts
   std::optional<BoardWatch> board_;
@@ -168,13 +180,8 @@ bool UnitRun::HostMayStart() const {
 void UnitRun::StartHost() {
   if (hostStarted_ || !HostMayStart()) return;
   hostStarted_ = true;
-  if (Wants(HOST_PART) && HasHost()) supervisor_.Start(MakeHostProgram(plan_));
+  if (HasHost(plan_)) supervisor_.Start(MakeHostProgram(plan_));
   supervisor_.Step();
-}
-
-// A real bus has a real host: hx7 runs there only when the command line asks for a log or a scenario.
-bool UnitRun::HasHost() const {
-  return plan_.options.bus == "local" || !plan_.playFile.empty() || !plan_.scenario.empty();
 }
 
 std::vector<status_t> UnitRun::Statuses() const {
@@ -183,17 +190,67 @@ std::vector<status_t> UnitRun::Statuses() const {
   return statuses;
 }
 
-void UnitRun::WaitForTheEnd() {
+bool UnitRun::WaitForTheEnd() {
   const auto end = steady_clock::now() + std::chrono::seconds(plan_.seconds.value_or(0));
   ManagerWatch manager;
   while (!StopRequested(STEP)) {
     StartHost();
     supervisor_.Step();
-    if (plan_.untilPlayed && supervisor_.HasEnded(HOST_PART)) return;
+    NoteState();
+    ShowPlace();
+    if (plan_.untilDone && supervisor_.HasEnded(HOST_PART)) return true;
+    if (supervisor_.HasGivenUp()) return true;
     if (Wants(ORVIK_PART)) RestartOrvikIfCutOff(manager);
     if (silence_) RestartOrvikIfSilent();
-    if (plan_.seconds && steady_clock::now() >= end) return;
+    if (plan_.seconds && steady_clock::now() >= end) return true;
   }
+  return false;
+}
+
+void UnitRun::NoteState() {
+  hasCome_ = hasCome_ || supervisor_.HasTold(ORVIK_PART, HAS_COME_UP);
+  if (!plan_.HasEnd()) return;
+  for (const running_t& running : services_) {
+    for (const status_t& worker : WorkersOf(running.service->GetStatus())) {
+      if (!worker.up) wereDown_.insert(worker.name);
+    }
+  }
+}
+
+// Once the desk is ready. The eye finds it among the lines.
+void UnitRun::ShowPlace() {
+  if (placeShown_ || !HasCome()) return;
+  placeShown_ = true;
+  const std::string address = base::ReadAddressFile(base::PANEL_ADDRESS_FILE);
+  if (!Wants(PANEL_PART) || address.empty()) return;
+  const std::array<std::string, 2> texts = {"The front panel: http://" + address + "/",
+                                            plan_.HasEnd() ? "" : "Ctrl-C stops the desk"};
+  const std::size_t width = std::max(texts[0].size(), texts[1].size());
+  std::string rule;
+  for (std::size_t i = 0; i < width + 4; ++i) rule += "─";
+  std::string box = "┌" + rule + "┐\n";
+  for (const std::string& text : texts) {
+    if (!text.empty()) box += "│  " + text + std::string(width - text.size(), ' ') + "  │\n";
+  }
+  std::cout << box << "└" << rule << "┘" << std::endl;
+}
+
+// Only in a run with an end: another one goes on until the desk is as it should be.
+std::vector<std::string> UnitRun::Failures() const {
+  std::vector<std::string> failures = supervisor_.Failures();
+  const bool died = !failures.empty();
+  if (!plan_.HasEnd()) return supervisor_.HasGivenUp() ? failures : std::vector<std::string>();
+  if (!HasCome() && !died) failures.emplace_back("orvik never came up");
+  if (HasHost(plan_) && !hostStarted_)
+    failures.emplace_back("hx7 never came up: the application was not ready");
+  for (const running_t& running : services_) {
+    const status_t status = running.service->GetStatus();
+    if (!status.up) failures.push_back(status.name + " is down: " + status.detail);
+  }
+  if (died) return failures;  // the workers' silence is the application's death
+  for (const std::string& worker : wereDown_)
+    failures.push_back("no heartbeat came for a while from the " + worker);
+  return failures;
 }
 
 // The application connects to the manager, the database and the board once, when it starts.
@@ -259,18 +316,35 @@ void EnterRealTime() {
   if (!refusal.empty()) std::cerr << "unit: --realtime: " + refusal << std::endl;
 }
 
-// Returns what went wrong; empty where nothing did.
-std::string RunToTheEnd(UnitRun& run, const run_plan_t& plan) {
+struct outcome_t {
+  std::vector<std::string> reasons;  // why the run has failed; empty where it has not
+  bool stopped = false;              // before its end
+};
+
+outcome_t RunToTheEnd(UnitRun& run, const run_plan_t& plan) {
   try {
     run.Start();
-    run.WaitForTheEnd();
-    if (const std::string problem = run.WriteLastPicture(); !problem.empty()) return "no picture: " + problem;
-    return plan.atEnd ? plan.atEnd() : "";
+    const bool stopped = !run.WaitForTheEnd();
+    outcome_t outcome{run.Failures(), stopped};
+    if (const std::string problem = run.WriteLastPicture(); !problem.empty()) {
+      outcome.reasons.push_back("no picture: " + problem);
+    }
+    const std::string problem = plan.atEnd && !stopped ? plan.atEnd() : "";
+    if (!problem.empty()) outcome.reasons.push_back(problem);
+    return outcome;
   } catch (const stop_request_t&) {
-    return {};
+    return {{}, true};
   } catch (const std::exception& error) {
-    return error.what();
+    return {{error.what()}, false};
   }
+}
+
+int Conclude(const outcome_t& outcome, const run_plan_t& plan) {
+  for (const std::string& reason : outcome.reasons) std::cerr << plan.command << ": " + reason << std::endl;
+  if (!outcome.reasons.empty()) return base::EXIT_FAILED;
+  if (!outcome.stopped || !plan.HasEnd()) return base::EXIT_DONE;
+  std::cerr << plan.command << ": interrupted before the end; it says nothing of the rest" << std::endl;
+  return base::EXIT_INTERRUPTED;
 }
 
 }  // namespace
@@ -278,16 +352,16 @@ std::string RunToTheEnd(UnitRun& run, const run_plan_t& plan) {
 int Run(const run_plan_t& plan) {
   std::string obstacle = platform::EnsureDescriptors(DESCRIPTORS);
   if (obstacle.empty()) obstacle = platform::RuntimeDirectoryProblem();
+  if (obstacle.empty()) obstacle = FindMistake(plan);
   if (!obstacle.empty()) {
-    std::cerr << "unit run: " << obstacle << std::endl;
-    return 1;
+    std::cerr << plan.command << ": " << obstacle << std::endl;
+    return base::EXIT_CALLED_WRONGLY;
   }
   if (plan.realTime) EnterRealTime();
-  UnitRun run(plan);  // its destructor stops whatever was started
-  const std::string problem = RunToTheEnd(run, plan);
-  if (problem.empty()) return 0;
-  std::cerr << "unit run: " << problem << std::endl;
-  return 1;
+  std::optional<UnitRun> run(std::in_place, plan);
+  const outcome_t outcome = RunToTheEnd(*run, plan);
+  run.reset();  // stops what was started, so that the reasons stand at the end
+  return Conclude(outcome, plan);
 }
 
 }  // namespace unit
