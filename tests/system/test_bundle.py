@@ -7,7 +7,9 @@ import tarfile
 
 import pytest
 
-from desk import ADDRESSES, BIN, cmd2, cmd5, wait_for
+from desk import ADDRESSES, BIN, CONFIG, REPOSITORY, cmd2, cmd5, wait_for
+
+MOVING = REPOSITORY / "tests/faults/moving.scenario"
 
 
 def read(path):
@@ -39,6 +41,8 @@ def report(make_desk, tmp_path):
     path = tmp_path / "report.tar.gz"
     status, out, errors = desk.run(BIN / "unit", "bundle", path)
     assert status == 0 and errors == "" and "without state/host.json" not in out, (out, errors)
+    status, _, errors = desk.run(BIN / "unit", "bundle", path)
+    assert status == 2 and "exists already; name another file, or replace it with --force" in errors
     return desk, path
 
 
@@ -55,7 +59,7 @@ def test_a_bundle_holds_what_a_report_needs(report):
     assert json.loads(content["about.json"])["by"].startswith("unit ")
     desk.orvik.stop(signal.SIGKILL)
     desk.unit.stop(signal.SIGKILL)
-    status, out, _ = desk.run(BIN / "unit", "bundle", path)
+    status, out, _ = desk.run(BIN / "unit", "bundle", path, "--force")
     assert status == 0 and "without state" in out, "what happened before a crash can still be asked for"
     assert b"18FF00D0#0006020046" in read(path)["bus.log"]
 
@@ -76,6 +80,26 @@ def test_a_replay_ends_with_the_recorded_screen_or_says_what_differs(report, mak
     assert 'orvikTextWidgetLoad: recorded " 45,700", now " 45,600"' in errors
 
 
+def test_a_bundle_of_a_moving_crane_is_of_one_moment(make_desk, tmp_path):
+    desk = make_desk(orvik=False)
+    desk.unit.stop()
+    live = desk.start(BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--scenario", MOVING)
+    live.wait_line("The front panel", seconds=20)
+    for number, extension in enumerate((1, 3, 5)):
+        wait_for(lambda: float(desk.widget("orvikTextWidgetExtension") or 0) > extension, "a boom that is longer")
+        desk.succeed(BIN / "unit", "bundle", tmp_path / f"{number}.tar.gz")
+    live.stop()
+    loads = {json.loads(read(path)["state/screen.json"])["widgets"]["orvikTextWidgetRadius"] for path in tmp_path.glob("*.gz")}
+    assert len(loads) == 3, "the crane moved"
+    for path in tmp_path.glob("*.gz"):
+        out, _ = desk.succeed(BIN / "unit", "replay", path, "--check", *ADDRESSES, seconds=90)
+        assert "the screen shows what was recorded" in out
+    replay = desk.start(BIN / "unit", "replay", path, "--check", *ADDRESSES)
+    replay.wait_line("The front panel", seconds=20)
+    assert replay.stop(signal.SIGINT) == 3
+    assert "unit replay: interrupted before the end; it says nothing of the rest" in replay.err
+
+
 def test_what_is_no_bundle_is_refused(make_desk, tmp_path):
     desk = make_desk(orvik=False)
     desk.unit.stop()
@@ -87,10 +111,10 @@ def test_what_is_no_bundle_is_refused(make_desk, tmp_path):
         (lambda: write(path, {"bus.log": b"x"}), "the bundle has no configuration"),
         (lambda: write(path, dict(whole, **{"../../outside": b"x"})), "a path in it leads elsewhere"),
         (lambda: write(path, whole, type=tarfile.SYMTYPE, linkname="/etc/passwd"), "is no bundle"),
-        (lambda: write(path, whole), "generic.xml"),
+        (lambda: write(path, whole), "parameters.xml"),
     ]
     for make, text in cases:
         make()
         status, _, errors = desk.run(BIN / "unit", "replay", path, *ADDRESSES)
-        assert status == 1 and text in errors, (text, errors)
+        assert status == 2 and text in errors, (text, errors)
     assert not (tmp_path / "outside").exists()

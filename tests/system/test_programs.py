@@ -49,7 +49,7 @@ def test_a_run_with_application_and_host_shows_a_lift_and_stops_in_order(tmp_pat
     (["unit", "run", "--socketcand", "here"], 2, "--socketcand here: it has no port"),
     (["unit", "run", "--scenario", "overlod"], 2, "did you mean overload?"),
     (["unit", "run", "--play", CONFIG / "generic.xml"], 2, "holds no frame"),
-    (["unit", "run", "--play", "/dev/null"], 2, "holds no frame"), (["unit", "run", "--config", "/etc"], 2, "/etc/parameters.xml"),
+    (["unit", "run", "--play", "/dev/null"], 2, "holds no frame"), (["unit", "run", "--config", "/etc"], 2, "/etc/generic.xml"),
     (["unit", "run", "--until-done"], 2, "the scenario normal-lift repeats"),
 ], ids=name_call)
 def test_calls_that_end_at_once(tmp_path, call, status, text):

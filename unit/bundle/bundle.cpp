@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -11,15 +12,15 @@
 #include <set>
 #include <sstream>
 
-#include <httplib.h>
 #include <sys/utsname.h>
 
 #include <nlohmann/json.hpp>
 
 #include "platform/paths.h"
 
-#include "base/address_file.h"
+#include "base/exit_status.h"
 #include "unit/blackbox/rolling_log.h"
+#include "unit/bundle/moment.h"
 
 namespace unit {
 namespace {
@@ -27,21 +28,7 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-constexpr int TIMEOUT_S = 5;
 constexpr std::uintmax_t LARGEST_CONFIG_FILE = 4U << 20U;
-
-struct state_file_t {
-  const char* name;
-  const char* path;  // of the panel
-};
-constexpr std::array<state_file_t, 8> STATE_FILES = {{{"state/screen.png", "/screen.png"},
-                                                      {"state/screen.svg", "/screen.svg"},
-                                                      {BUNDLE_SCREEN, "/api/screen"},
-                                                      {"state/database.json", "/api/database"},
-                                                      {"state/board.json", "/api/board"},
-                                                      {"state/bus.json", "/api/bus"},
-                                                      {"state/health.json", "/api/health"},
-                                                      {"state/host.json", "/api/host/state"}}};
 
 std::optional<std::string> ReadFile(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -57,26 +44,6 @@ json ParseObject(const std::string& text) {
 // The options of the last run. `unit run` writes the file when it starts.
 json ReadRun() {
   return ParseObject(ReadFile(platform::RuntimeDirectory() + "/run.json").value_or(""));
-}
-
-void AddState(archive_t& bundle, std::vector<std::string>& missing) {
-  const std::string address = base::ReadAddressFile(base::PANEL_ADDRESS_FILE);
-  if (address.empty()) {
-    missing.emplace_back("state (the unit is not running)");
-    return;
-  }
-  httplib::Client client("http://" + address);
-  client.set_connection_timeout(TIMEOUT_S);
-  client.set_read_timeout(TIMEOUT_S);
-  for (const state_file_t& file : STATE_FILES) {
-    const httplib::Result result = client.Get(file.path);
-    // Also an error answer: it says why a service is down.
-    if (result && !result->body.empty()) {
-      bundle[file.name] = result->body;
-    } else {
-      missing.emplace_back(file.name);
-    }
-  }
 }
 
 void AddConfiguration(const fs::path& folder, archive_t& bundle, std::vector<std::string>& missing) {
@@ -119,6 +86,27 @@ const std::set<std::string>& Unsteady() {
   return NAMES;
 }
 
+// A measured value and the step in which the screen shows it. Its text is compared exactly; the number behind
+// it may differ by less.
+struct measured_name_t {
+  std::string_view name;
+  double step;
+};
+constexpr auto MEASURED = std::to_array<measured_name_t>({{"OrvikLoad", 100},
+                                                          {"OrvikCapacity", 100},
+                                                          {"OrvikRadius", 0.1},
+                                                          {"OrvikAngle", 0.1},
+                                                          {"OrvikExtension", 0.1},
+                                                          {"OrvikSwing", 1},
+                                                          {"OrvikPercentSafeWorkingLoad", 0.01}});
+
+bool IsShownAlike(const std::string& name, const json& a, const json& b) {
+  if (a == b) return true;
+  const auto* const measured = std::ranges::find(MEASURED, name, &measured_name_t::name);
+  if (measured == MEASURED.end() || !a.is_number() || !b.is_number()) return false;
+  return std::abs(a.get<double>() - b.get<double>()) < measured->step;
+}
+
 bool IsSteady(const std::string& name) {
   return !Unsteady().contains(name) && !name.starts_with("RealTimeClock");
 }
@@ -130,18 +118,32 @@ void CompareMembers(const json& recorded, const json& shown, const char* what,
   const json& now = shown.contains(what) ? shown[what] : empty;
   for (const auto& [name, value] : before.items()) {
     const json other = now.contains(name) ? now[name] : json();
-    if (value == other || !IsSteady(name)) continue;
+    if (IsShownAlike(name, value, other) || !IsSteady(name)) continue;
     differences.push_back(name + ": recorded " + value.dump() + ", now " + other.dump());
   }
 }
 
-archive_t CollectLogs(const json& run) {
-  archive_t bundle;
+// After the state, and only what was before it.
+archive_t CollectLogs(const json& run, const moment_t& moment) {
+  archive_t bundle = moment.files;
   bundle[BUNDLE_ABOUT] = About(run).dump(2) + "\n";
   bundle[BUNDLE_BUS] = ReadBlackBox("bus");
   bundle[BUNDLE_KEYS] = ReadBlackBox("keys");
   bundle[BUNDLE_LINES] = ReadBlackBox("lines");
+  if (!moment.time_us) return bundle;
+  for (const char* log : {BUNDLE_BUS, BUNDLE_KEYS}) bundle[log] = CutAfter(bundle[log], *moment.time_us);
   return bundle;
+}
+
+constexpr const char* CHANGING = "one moment (the screen changed all the time; unit replay --check may differ)";
+
+// Empty where the bundle may be made.
+std::string FindObstacle(const std::string& file, bool force) {
+  if (file.empty()) return "the name of the bundle is empty; name a file such as report.tar.gz";
+  if (const std::string problem = platform::RuntimeDirectoryProblem(); !problem.empty()) return problem;
+  std::error_code ignored;
+  if (force || !fs::exists(file, ignored)) return {};
+  return file + " exists already; name another file, or replace it with --force";
 }
 
 void ShowContent(const std::string& file, const archive_t& bundle, const std::vector<std::string>& missing) {
@@ -152,25 +154,41 @@ void ShowContent(const std::string& file, const archive_t& bundle, const std::ve
 
 }  // namespace
 
-int MakeBundle(const std::string& file) {
+bool IsSameState(const std::string& first, const std::string& second) {
+  const json before = ParseObject(first);
+  const json now = ParseObject(second);
+  if (before.empty() || before.value("page", "") != now.value("page", "")) return false;
+  if (before.value("widgets", json()) != now.value("widgets", json())) return false;
+  const json was = before.value("variables", json::object());
+  return std::ranges::all_of(now.value("variables", json::object()).items(), [&](const auto& variable) {
+    return !IsSteady(variable.key()) || was.value(variable.key(), json()) == variable.value();
+  });
+}
+
+int MakeBundle(const std::string& file, bool force) {
+  if (const std::string problem = FindObstacle(file, force); !problem.empty()) {
+    std::cerr << "unit bundle: " << problem << '\n';
+    return base::EXIT_CALLED_WRONGLY;
+  }
   const json run = ReadRun();
-  archive_t bundle = CollectLogs(run);
-  std::vector<std::string> missing;
+  const moment_t moment = CaptureMoment();
+  archive_t bundle = CollectLogs(run, moment);
+  std::vector<std::string> missing = moment.missing;
   if (run.empty() && bundle[BUNDLE_LINES].empty()) {
     std::cerr << "unit bundle: no unit ran in " << platform::RuntimeDirectory()
               << ". Set ORVIK_RUNTIME_DIR to the folder of the unit that you mean.\n";
-    return 1;
+    return base::EXIT_FAILED;
   }
-  AddState(bundle, missing);
+  if (moment.time_us && !moment.isStill) missing.emplace_back(CHANGING);
   AddConfiguration(run.value("config", ""), bundle, missing);
   try {
     WriteArchive(file, bundle);
   } catch (const std::exception& error) {
     std::cerr << "unit bundle: " << error.what() << "; choose another file.\n";
-    return 1;
+    return base::EXIT_FAILED;
   }
   ShowContent(file, bundle, missing);
-  return 0;
+  return base::EXIT_DONE;
 }
 
 std::vector<std::string> CompareScreens(const std::string& recorded, const std::string& shown) {

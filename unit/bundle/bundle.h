@@ -20,12 +20,17 @@ constexpr const char* BUNDLE_SCREEN = "state/screen.json";
 constexpr const char* BUNDLE_CONFIG = "config/";
 
 // Writes a bundle of the unit of this runtime directory. Of a unit that has ended, the files under state/ are
-// missing. Prints what the bundle has and what is missing. Returns the exit status.
-int MakeBundle(const std::string& file);
+// missing. Replaces a file with `force` only. Prints what the bundle has and what is missing. Returns the exit
+// status.
+int MakeBundle(const std::string& file, bool force);
 
 // Compares two states of the screen (as GET /api/screen returns them): page, texts, lamps. Returns one line for
-// each difference. Leaves out texts that follow the clock or count messages.
+// each difference. Leaves out texts that follow the clock or count messages; measured values count as equal
+// where the screen cannot show their difference.
 std::vector<std::string> CompareScreens(const std::string& recorded, const std::string& shown);
+
+// Whether two answers of GET /api/screen are of the same state, to the last digit of each value.
+bool IsSameState(const std::string& first, const std::string& second);
 
 // Describes a bundle in one line: "made 2026-03-01 12:00:00 by unit 1.3.109; 1234 frames, page Main".
 std::string DescribeBundle(const archive_t& bundle);

@@ -257,6 +257,7 @@ void AddEvents(CLI::App& app, event_arguments_t& arguments, int& result) {
 
 struct bundle_arguments_t {
   std::string file;
+  bool force = false;
   bool isListed = false;
   bool asJson = false;
 };
@@ -265,12 +266,13 @@ void AddBundle(CLI::App& app, bundle_arguments_t& arguments, int& result) {
   CLI::App* make =
       app.add_subcommand("bundle", "Pack logs, screen and configuration into one file for a fault report");
   make->add_option("FILE", arguments.file, "The archive to write, such as report.tar.gz")->required();
+  make->add_flag("--force", arguments.force, "Replace an existing file");
   auto* list = make->add_flag("--list", arguments.isListed, "Write none, but show what this one has");
   make->add_flag("--json", arguments.asJson, "Print JSON")->needs(list);
   make->callback([&] {
     KeepRights(RIGHTS_OF_CLIENTS);
     if (!arguments.isListed) {
-      result = unit::MakeBundle(arguments.file);
+      result = unit::MakeBundle(arguments.file, arguments.force);
       return;
     }
     unit::BlockStopSignals();

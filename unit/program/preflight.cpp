@@ -44,9 +44,9 @@ void CheckAddresses(const run_plan_t& plan) {
 // As the services read it when they start, so that the run would end there.
 void CheckConfiguration(const run_plan_t& plan) {
   const fs::path folder = plan.options.configDirectory;
+  const screen_names_t names = ReadScreenNames(plan.options.genericFile);
   if (plan.parts.contains("database")) ReadParameterFile((folder / "parameters.xml").string());
   if (!plan.parts.contains("screen")) return;
-  const screen_names_t names = ReadScreenNames(plan.options.genericFile);
   std::vector<std::string> problems;
   const design_t design = ReadDesign(folder / "screen", WidgetNames(names), problems);
   for (const std::string& problem : CheckDesign(design)) problems.push_back(problem);

@@ -62,8 +62,9 @@ class UnitRun {
   void Start();
   // True when the end of the plan was reached, false when a stop was requested.
   bool WaitForTheEnd();
-  // One line for each part that has failed since the start, or is down now.
-  std::vector<std::string> Failures() const;
+  // One line for each part that has failed since the start, or is down now. What has not come up yet counts
+  // only at the end of the plan.
+  std::vector<std::string> Failures(bool atTheEnd) const;
   std::string WriteLastPicture() const;
   void StopAll();
 
@@ -236,12 +237,12 @@ void UnitRun::ShowPlace() {
 }
 
 // Only in a run with an end: another one goes on until the desk is as it should be.
-std::vector<std::string> UnitRun::Failures() const {
+std::vector<std::string> UnitRun::Failures(bool atTheEnd) const {
   std::vector<std::string> failures = supervisor_.Failures();
   const bool died = !failures.empty();
   if (!plan_.HasEnd()) return supervisor_.HasGivenUp() ? failures : std::vector<std::string>();
-  if (!HasCome() && !died) failures.emplace_back("orvik never came up");
-  if (HasHost(plan_) && !hostStarted_)
+  if (atTheEnd && !HasCome() && !died) failures.emplace_back("orvik never came up");
+  if (atTheEnd && HasHost(plan_) && !hostStarted_)
     failures.emplace_back("hx7 never came up: the application was not ready");
   for (const running_t& running : services_) {
     const status_t status = running.service->GetStatus();
@@ -325,7 +326,7 @@ outcome_t RunToTheEnd(UnitRun& run, const run_plan_t& plan) {
   try {
     run.Start();
     const bool stopped = !run.WaitForTheEnd();
-    outcome_t outcome{run.Failures(), stopped};
+    outcome_t outcome{run.Failures(!stopped), stopped};
     if (const std::string problem = run.WriteLastPicture(); !problem.empty()) {
       outcome.reasons.push_back("no picture: " + problem);
     }
