@@ -9,6 +9,7 @@
 #include "base/exit_status.h"
 #include "host/commands/check_log.h"
 #include "host/commands/diff.h"
+#include "host/commands/hold.h"
 #include "host/commands/send.h"
 #include "host/commands/watch.h"
 #include "host/link/inject.h"
@@ -86,6 +87,22 @@ void AddSendOptions(CLI::App& command, int& /*status*/) {
   command.callback([options] {
     KeepRights(TO_WRITE);
     Send(*options);
+  });
+}
+
+void AddHoldOptions(CLI::App& command, int& /*status*/) {
+  const auto options = MakeOptions<hold_options_t>();
+  command.footer(
+      "The simulator of this runtime directory sends its crane's values ten times a second, so that a value "
+      "of\n"
+      "hx7 send lasts for a tenth of a second. A value that is held is sent instead of the crane's, until\n"
+      "--release. The limits and the alarms follow the crane.\n"
+      "Example: hx7 hold load=12300 percent=85");
+  command.add_option("NAME=VALUE", options->arguments, "Operating values, as of hx7 send --list");
+  command.add_flag("--release", options->release, "Hold nothing any more");
+  command.callback([options] {
+    KeepRights(base::RIGHT_NETWORK);
+    Hold(*options);
   });
 }
 
@@ -222,6 +239,7 @@ struct command_line_t {
 };
 constexpr command_line_t COMMANDS[] = {
     {"send", "Send commands of the host by name, or raw messages and frames", AddSendOptions},
+    {"hold", "Make the running simulator send chosen values", AddHoldOptions},
     {"play", "Play a log onto the bus at its own pace", AddPlayOptions},
     {"watch", "Show both directions in words, live or from a log", AddWatchOptions},
     {"record", "Record the bus as a log of candump -L", AddRecordOptions},

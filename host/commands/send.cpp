@@ -5,11 +5,13 @@
 
 #include "platform/paths.h"
 
+#include "host/commands/hold.h"
 #include "host/link/station.h"
 #include "host/protocol/errors.h"
 #include "host/protocol/message_lines.h"
 #include "host/protocol/send_plan.h"
 #include "host/protocol/traffic_decoder.h"
+#include "host/protocol/value_text.h"
 
 namespace host {
 namespace {
@@ -38,6 +40,23 @@ void AwaitReply(const send_step_t& step, Station& station, TrafficDecoder& decod
                 "; is it running, and on this bus?");
 }
 
+// The operating values among the arguments, as `hx7 hold` takes them.
+std::string ListHeld(const send_options_t& options) {
+  std::string text;
+  for (const std::string& argument : options.arguments) {
+    const bool isValue = FindField(OperatingValuesCommand(), argument.substr(0, argument.find('='))) != nullptr;
+    if (isValue) text += " " + argument;
+  }
+  return text;
+}
+
+void WarnOfSimulator(const send_options_t& options) {
+  const std::string held = ListHeld(options);
+  if (held.empty() || options.bus != "local" || !SimulatorRuns()) return;
+  std::cerr << "hx7: a simulator runs here and overwrites these values at once, ten times a second; `hx7 hold" +
+                   held + "` holds them\n";
+}
+
 }  // namespace
 
 void Send(const send_options_t& options) {
@@ -52,6 +71,7 @@ void Send(const send_options_t& options) {
     if (step.request != nullptr) AwaitReply(step, station, decoder, options.timeout_s);
   }
   if (plan.sendsValues) WriteSentValues(directory, values);
+  WarnOfSimulator(options);
 }
 
 }  // namespace host

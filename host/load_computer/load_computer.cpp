@@ -1,6 +1,7 @@
 #include "host/load_computer/load_computer.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -18,9 +19,9 @@ constexpr std::int64_t GREETING_MS = 50;   // between the start-up messages
 constexpr std::int64_t REFRESH_MS = 1000;
 constexpr std::int64_t BOOT_MS = 2000;
 // A display that has just been started waits for a page request. It may start later than the host or be too
-// busy for the first requests, so they are repeated.
+// busy for the first requests, so they are repeated. None of its replies tells its page, and it prints a line
+// for each request that comes too late: the pauses double.
 constexpr std::int64_t PAGE_MS = 1000;
-constexpr std::int64_t PAGE_LATER_MS = 10'000;
 constexpr std::int64_t DISPLAY_START_MS = 12'000;
 // A display that has been silent for so long, twenty key-state requests, may have been restarted.
 constexpr std::int64_t DISPLAY_AWAY_MS = 1000;
@@ -165,12 +166,13 @@ std::int64_t LoadComputer::ToCraneTime_ms(std::int64_t time_ms) const {
 void LoadComputer::RequestPage() {
   const std::int64_t asked_ms = now_ms_ - askedFrom_ms_;
   if (asked_ms > ToCraneTime_ms(DISPLAY_START_MS)) return;
-  if (!Every(asked_ms <= DISPLAY_START_MS ? PAGE_MS : PAGE_LATER_MS)) return;
+  if (asked_ms % PAGE_MS != 0 || !std::has_single_bit(static_cast<std::uint64_t>(asked_ms / PAGE_MS))) return;
   dialogue_.LeadFromSlate();
 }
 
 void LoadComputer::SendValues() {
   FillValues(cab_, values_);
+  for (const auto& [name, value] : held_) values_.Set(name, value);
   outbox_.Send(values_.MakeMessage());
 }
 

@@ -53,6 +53,11 @@ class LoadComputer {
   // Sends commands by name, with the arguments of `hx7 send`. Throws host::UsageError.
   void Send(std::span<const std::string> arguments);
 
+  // From now on this operating value is sent whatever the crane does. `name` as of host::Cmd2Values.
+  void Hold(const std::string& name, double value) { held_[name] = value; }
+  // Ends Hold.
+  void Release() { held_.clear(); }
+
   simulation_state_t State() const;
 
  private:
@@ -84,6 +89,7 @@ class LoadComputer {
   cab_t cab_;
   Dialogue dialogue_;
   host::Cmd2Values values_;  // as last sent
+  std::map<std::string, double> held_;
   host::Reassembler display_;
   std::uint64_t replies_ = 0;
   std::string fileId_;  // of the display's program, as it replied last

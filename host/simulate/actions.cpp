@@ -1,9 +1,11 @@
 #include "host/simulate/actions.h"
 
 #include <algorithm>
+#include <map>
 
 #include "host/protocol/errors.h"
 #include "host/protocol/send_plan.h"
+#include "host/protocol/value_text.h"
 #include "host/simulate/action_arguments.h"
 
 namespace simulate {
@@ -223,6 +225,29 @@ crane_action_t ParseSend(arguments_t words) {
   };
 }
 
+crane_action_t ParseHold(arguments_t words) {
+  std::map<std::string, double> values;
+  for (const std::string& word : words) {
+    const std::string name = word.substr(0, word.find('='));
+    const auto& fields = host::OperatingValuesCommand().fields;
+    const auto field = std::ranges::find(fields, name, &host::field_t::name);
+    if (field == fields.end()) {
+      std::vector<std::string_view> names;
+      std::ranges::transform(fields, std::back_inserter(names), &host::field_t::name);
+      RefuseWord(name, "an operating value, which alone can be held", names);
+    }
+    if (name.size() == word.size()) throw UsageError(name + " needs a value: write " + name + "=...");
+    values[name] = host::ParseValue(*field, std::string_view(word).substr(name.size() + 1));
+  }
+  return [values](action_target_t& target) {
+    for (const auto& [name, value] : values) target.computer.Hold(name, value);
+  };
+}
+
+crane_action_t ParseRelease(arguments_t) {
+  return [](action_target_t& target) { target.computer.Release(); };
+}
+
 crane_action_t ParseSay(arguments_t words) {
   std::string text;
   for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
@@ -265,6 +290,9 @@ constexpr action_row_t ACTIONS[] = {
     {"traffic", "usual|full", "full: as much as a host can send", 1, 1, ParseTraffic},
     {"send", "COMMAND=VALUE...", "any command by name, with the arguments of hx7 send", 1, ANY_NUMBER,
      ParseSend},
+    {"hold", "NAME=VALUE...", "the host sends these operating values, whatever the crane does", 1, ANY_NUMBER,
+     ParseHold},
+    {"release", "", "ends hold", 0, 0, ParseRelease},
     {"say", "TEXT", "prints a line for the user", 1, ANY_NUMBER, ParseSay},
 };
 

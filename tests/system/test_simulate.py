@@ -3,10 +3,11 @@
 import json
 import os
 import re
+import struct
 
 import pytest
 
-from desk import ADDRESSES, BIN, CONFIG, Desk, Process, name_call, wait_for
+from desk import ADDRESSES, BIN, CONFIG, HOST_ID, Desk, Process, name_call, wait_for
 
 
 def simulate(desk, *arguments):
@@ -78,6 +79,42 @@ def test_a_run_shows_a_crane_at_work_and_answers_the_front_keys(tmp_path):
     unit.stop()
     assert not (tmp_path / "run" / "hx7.address").exists()
     assert unit.child.returncode == 0
+
+
+def test_what_is_sent_beside_a_simulator_is_told_and_can_be_held(tmp_path):
+    desk = Desk.__new__(Desk)
+    desk.runtime, desk.processes, desk.environment = tmp_path / "run", [], {}
+    unit = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--no-orvik"], desk.runtime)
+    unit.wait_line("The front panel", seconds=20)
+    Host(desk)
+    bus = desk.bus()
+
+    def capacity():
+        """The first two bytes of the float in the host's next message with operating values."""
+        while True:
+            sender, data = bus.receive_any()
+            if sender == HOST_ID and data[0] == 0 and data[2:4] == b"\x02\x00":
+                return data[4:6]
+
+    capacity()  # the simulator sends
+    _, errors = desk.succeed(BIN / "hx7", "send", "load=12300", "units=metric")
+    assert "overwrites these values at once" in errors and "`hx7 hold load=12300` holds them" in errors
+    told = "two stations send the host's frames (18FF00D0)"
+    assert len(unit.wait_line(told, unit.err)) == 1
+    wait_for(lambda: told in (desk.detail("j1939") or ""), "the health")
+    _, out, _ = desk.run(BIN / "unit", "status")
+    assert told in out
+    for call, status, text in ((["lod=12300"], 2, "did you mean load?"), (["load"], 2, "load needs a value"), ([], 2, "--release"),
+                               (["capacity=14400"], 0, ""), (["load=4200"], 0, "")):
+        got, out, errors = desk.run(BIN / "hx7", "hold", *call)
+        assert got == status and text in errors, (call, errors)
+    held = struct.pack(">f", 14400)[:2]
+    wait_for(lambda: capacity() == held, "the capacity that is held")
+    desk.succeed(BIN / "hx7", "hold", "--release")
+    wait_for(lambda: capacity() != held, "the crane's own")
+    unit.stop()
+    got, _, errors = desk.run(BIN / "hx7", "hold", "load=1")
+    assert got == 1 and "no simulator runs" in errors
 
 
 def test_by_hand_on_the_terminal_with_a_lost_link_and_a_restart(desk, tmp_path):

@@ -48,6 +48,9 @@ class BusLink {
   bool IsKernelBus() const { return isKernelBus_; }
   // Why the bus is down; empty while it is up.
   std::string Problem() const;
+  // What is wrong on the local bus while it is up; empty where nothing is, and on a kernel bus, where a frame
+  // does not tell its station.
+  std::string Notice() const { return localBus_ ? localBus_->Notice() : std::string(); }
   // Those of the local bus; empty on a kernel bus.
   std::map<std::string, std::uint64_t> Counters() const;
 

@@ -138,7 +138,7 @@ void J1939Service::Stop() {
 }
 
 status_t J1939Service::GetStatus() const {
-  status_t status{"j1939", report_.IsUp(), bus_.Problem(), report_.Counters()};
+  status_t status{"j1939", report_.IsUp(), bus_.Problem() + bus_.Notice(), report_.Counters()};
   status.counters.merge(bus_.Counters());
   if (log_) {
     status.counters.merge(log_->Counters());

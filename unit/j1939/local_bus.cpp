@@ -14,6 +14,7 @@
 #include "platform/threads.h"
 
 #include "bus/socketcand_text.h"
+#include "src/core/frame_layout.h"
 
 namespace unit {
 namespace {
@@ -22,6 +23,10 @@ using std::chrono::steady_clock;
 
 constexpr std::size_t READ_SIZE = 4096;  // at most some 340 frames in one step
 constexpr auto ACCEPT_PAUSE = std::chrono::milliseconds(100);
+constexpr auto HOSTS_TOGETHER = std::chrono::seconds(2);  // a host sends ten times a second
+constexpr auto NOTICE_TIME = std::chrono::seconds(10);
+constexpr const char* TWO_HOSTS =
+    "two stations send the host's frames (18FF00D0), and the display shows now one's values, now the other's";
 constexpr std::size_t FIRST_STATION = 3;                    // its index among the polled descriptors
 constexpr std::array DOORS = {door_t::TCP, door_t::LOCAL};  // in the order of the polled descriptors from 1 on
 
@@ -169,6 +174,7 @@ void LocalBus::Accept(door_t door, TimePoint now) {
   station_t& station = stations_.emplace_back();
   station.socket = std::move(socket);
   station.door = door;
+  station.number = ++stationsSeen_;
   station.openBy = now + options_.openLimit;
   if (door == door_t::TCP) station.session = SocketcandSession(options_.token);
   Queue(station, SocketcandSession::GREETING);
@@ -196,8 +202,28 @@ void LocalBus::Obey(station_t& station, const std::string& message) {
   if (outcome.ends) Expel(station, "it did not present the bus's token");
   if (outcome.frame) {
     ++station.traffic[3];
+    if (outcome.frame->extended && outcome.frame->identifier == HOST_FRAME_ID) {
+      NoteHost(station, steady_clock::now());
+    }
     Broadcast(*outcome.frame, &station);
   }
+}
+
+// Two hosts overwrite each other's values, and the frames of their messages mix. One line for each time that it
+// begins.
+void LocalBus::NoteHost(station_t& station, TimePoint now) {
+  const auto spoke = std::exchange(station.spokeAsHost, now);
+  const std::uint64_t before = std::exchange(lastHost_, station.number);
+  // A program that sends once and leaves, after another one has, is no second host.
+  if (!spoke || now - *spoke > HOSTS_TOGETHER || before == station.number) return;
+  const bool isNew = !twoHosts_ || now - *twoHosts_ > NOTICE_TIME;
+  twoHosts_ = now;
+  if (isNew) std::cerr << std::string("j1939: ") + TWO_HOSTS + "; stop one of them\n" << std::flush;
+}
+
+std::string LocalBus::Notice() const {
+  const std::lock_guard lock(mutex_);
+  return twoHosts_ && steady_clock::now() - *twoHosts_ <= NOTICE_TIME ? TWO_HOSTS : "";
 }
 
 // Sends the frame to every station but the sender; null means the unit itself.

@@ -68,6 +68,8 @@ class LocalBus : public bus::Endpoint {
   // "stations", "stations.refused" (no place), "stations.dropped" (did not read), "stations.expelled" (the
   // protocol, the token or the time limit), "messages.refused".
   std::map<std::string, std::uint64_t> Counters() const;
+  // While two stations send the host's frames, and some seconds longer; else empty.
+  std::string Notice() const;
 
  private:
   using TimePoint = std::chrono::steady_clock::time_point;
@@ -78,8 +80,10 @@ class LocalBus : public bus::Endpoint {
     bus::SocketcandSplitter splitter{bus::SocketcandSplitter::foreign_bytes_t::REFUSE};
     bus::OutputQueue output{OUTPUT_LIMIT};
     door_t door = door_t::TCP;
+    std::uint64_t number = 0;  // from 1, never used again
     TimePoint openBy;
     TimePoint nextStatistics;
+    std::optional<TimePoint> spokeAsHost;    // when it sent the last frame of the host
     std::array<std::uint64_t, 4> traffic{};  // bytes and frames to it, bytes and frames from it
     bool blocked = false;                    // its socket has no room
     bool deaf = false;                       // receives nothing any more
@@ -93,6 +97,7 @@ class LocalBus : public bus::Endpoint {
   void Accept(door_t door, TimePoint now);
   void Read(station_t& station);
   void Obey(station_t& station, const std::string& message);
+  void NoteHost(station_t& station, TimePoint now);
   void Broadcast(bus::frame_t frame, const station_t* sender);
   void Queue(station_t& station, std::string_view text);
   void Expel(station_t& station, const std::string& why);
@@ -120,6 +125,9 @@ class LocalBus : public bus::Endpoint {
   std::uint64_t refusedStations_ = 0;
   std::uint64_t droppedStations_ = 0;
   std::uint64_t expelledStations_ = 0;
+  std::uint64_t stationsSeen_ = 0;
+  std::uint64_t lastHost_ = 0;         // the number of the station that sent the last frame of the host
+  std::optional<TimePoint> twoHosts_;  // when two stations last sent the host's frames
   std::uint64_t refusedMessages_ = 0;  // by stations that have left
 };
 

@@ -95,10 +95,10 @@ TEST_F(Hx7Test, ExitStatusTellsAWrongCallFromAFailure) {
                                                {"", 2},
                                                {"fly", 2},
                                                {"send", 2},
-                                               {"play --speed 0 x", 1},
-                                               {"watch /no/such/file", 1},
+                                               {"play --speed 0 x", 2},
+                                               {"watch /no/such/file", 2},
                                                {"watch --seconds -1", 2},
-                                               {"send --bus can0 load=1", 1},
+                                               {"send --bus can0 load=1", 2},
                                                {"record " HX7_PROGRAM, 2}};
   for (const auto& [arguments, status] : cases) {
     std::istringstream words(arguments);
@@ -121,7 +121,7 @@ TEST_F(Hx7Test, PlaysALogInOrderAndSaysWhatItPassedOver) {
   const auto quiet = Run({"play", "--bus", desk.Bus(), "--all", "--quiet", "--speed", "max", log});
   EXPECT_EQ(quiet.err, "");
   EXPECT_EQ(desk.WaitForFrames(7).size(), 7U);
-  EXPECT_EQ(Run({"play", "--bus", desk.Bus(), WriteLog("nothing\n")}).status, 1);
+  EXPECT_EQ(Run({"play", "--bus", desk.Bus(), WriteLog("nothing\n")}).status, 2);
 }
 
 TEST_F(Hx7Test, PlayJoinsABusAgainThatWasLostAndStopsAtOnceOnASignalInTheMiddleOfAPause) {
