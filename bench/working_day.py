@@ -48,8 +48,8 @@ def recorded(path):
 
 def end_of(desk):
     """What stands on the screen and in the database."""
-    wait_steady(lambda: desk.screen()["widgets"], "the screen", 2, 30)
-    state = {f"widget {name}": text for name, text in desk.screen()["widgets"].items()}
+    wait_steady(lambda: desk.screen.document()["widgets"], "the screen", 2, 30)
+    state = {f"widget {name}": text for name, text in desk.screen.document()["widgets"].items()}
     for parameter in desk.get("/api/database")["parameters"]:
         state[parameter["name"]] = parameter["value"] if parameter["valid"] else None
     del state[COUNT]  # how often this script asked for the first page goes into it

@@ -11,8 +11,10 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "system"))
 
 from desk import Desk  # noqa: E402
 from panel import Panel  # noqa: E402
-from reports import pytest_runtest_makereport, show_processes  # noqa: E402, F401
+from reports import watch_sanitizers  # noqa: E402, F401
 from x_screen import screen  # noqa: E402, F401
+
+pytest_plugins = ["orvik.pytest_plugin"]
 
 FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-dev-shm-usage",
          "--disable-background-networking", "--disable-component-update", "--disable-sync", "--window-size=1280,890"]
@@ -32,6 +34,11 @@ def browser(*flags):
 
 
 @pytest.fixture(scope="session")
+def desk_type():
+    return Desk
+
+
+@pytest.fixture(scope="session")
 def driver():
     with browser() as started:
         yield started
@@ -45,12 +52,7 @@ def another_driver():
 
 
 @pytest.fixture
-def open_panel(driver):
+def open_panel(driver, make_desk):
     """Opens the front panel of a desk of its own."""
-    with contextlib.ExitStack() as stack:
-        def make(*options, **settings):
-            desk = Desk(*options, **settings)
-            stack.callback(desk.close)
-            stack.callback(lambda: driver.get("about:blank"))
-            return Panel(driver, desk)
-        yield make
+    yield lambda *options, **settings: Panel(driver, make_desk(*options, **settings))
+    driver.get("about:blank")

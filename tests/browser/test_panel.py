@@ -74,7 +74,7 @@ def test_browser_window_and_png_show_the_same(open_panel, screen):
         texts = driver.execute_script(SHOWN_TEXTS)
         print(f"state {state}: mean {mean:.2f}, worst tile {tile:.0f}, texts {texts}")
         # Browser and librsvg draw the edges of glyphs differently.
-        return (desk.screen()["variables"]["Screen.DataState"] == state and banner in texts and texts == shown_texts(svg)
+        return (desk.screen.document()["variables"]["Screen.DataState"] == state and banner in texts and texts == shown_texts(svg)
                 and mean <= 2 * MEAN_TOLERANCE and tile <= TILE_TOLERANCE)
 
     def overload():

@@ -20,7 +20,8 @@ import time
 
 import rig as fault_rig
 from kinds import KINDS, PARTS
-from rig import ALLOWED_AGE, FAKETIME, HOST, Rig, Slowness, desks
+from rig import ALLOWED_AGE, FAKETIME, HOST, Rig, Slowness
+from orvik import waiting
 
 BLOCK = 20          # faults to a desk
 RIGHT_AGAIN = 2.0
@@ -103,7 +104,7 @@ class Campaign:
         block, wanted, kind = self.plan(index)
         if not self.rig or block != self.block:
             self.close()
-            desks.PATIENCE = 2 * self.slowness.since(time.monotonic() - 10)
+            waiting.PATIENCE = 2 * self.slowness.since(time.monotonic() - 10)
             self.rig, self.block = Rig(*wanted, self.slowness), block
             self.rig.open()
         rig, chance, begin, before = self.rig, self.chance(index), time.monotonic(), self.rig.census()

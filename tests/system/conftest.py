@@ -1,20 +1,14 @@
-import contextlib
-
 import pytest
 
 from desk import Desk
-from reports import pytest_runtest_makereport, show_processes  # noqa: F401
+from reports import watch_sanitizers  # noqa: F401
+
+pytest_plugins = ["orvik.pytest_plugin"]
 
 
-@pytest.fixture
-def make_desk():
-    """Makes desks, which are closed after the test."""
-    with contextlib.ExitStack() as stack:
-        def make(*options, **settings):
-            desk = Desk(*options, **settings)
-            stack.callback(desk.close)
-            return desk
-        yield make
+@pytest.fixture(scope="session")
+def desk_type():
+    return Desk
 
 
 @pytest.fixture

@@ -54,7 +54,7 @@ COUNTER = "OrvikTotalHX7Commands"  # counts on while commands are left to be sho
 
 def screen_of(desk):
     def state():
-        screen = desk.screen()
+        screen = desk.screen.document()
         return screen["widgets"] | {name: value for name, value in screen["variables"].items()
                                     if name.startswith("Orvik")}
 

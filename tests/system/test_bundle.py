@@ -37,7 +37,7 @@ def report(make_desk, tmp_path):
     wait_for(lambda: desk.widget("orvikTextWidgetLoad") == " 45,600", "the load")
     wait_for(lambda: "ОПОРЫ" in (desk.widget("orvikTextWidgetLine1Std") or ""), "the text")
     desk.press(6)
-    wait_for(lambda: desk.screen()["page"] == "Dials", "the page that the operator chose")
+    wait_for(lambda: desk.screen.document()["page"] == "Dials", "the page that the operator chose")
     path = tmp_path / "report.tar.gz"
     status, out, errors = desk.run(BIN / "unit", "bundle", path)
     assert status == 0 and errors == "" and "without state/host.json" not in out, (out, errors)

@@ -30,9 +30,9 @@ def act(desk, action):
 
 def test_the_codes_of_all_control_units_stand_on_the_page_in_words(desk):
     desk.start(BIN / "hx7", "simulate", "--config", CONFIG, "--http", "127.0.0.1:0", "--speed", "4", "--quiet")
-    wait_for(lambda: desk.screen()["page"] == "Main" and desk.value("OrvikHX7TimeOutLamp") == 1, "the operating page", 20)
+    wait_for(lambda: desk.screen.document()["page"] == "Main" and desk.value("OrvikHX7TimeOutLamp") == 1, "the operating page", 20)
     desk.post("orvik.MainToDM1")
-    wait_for(lambda: desk.screen()["page"] == "Faults" and shows(desk, "NO CONTROL UNIT HEARD"), "the page without faults")
+    wait_for(lambda: desk.screen.document()["page"] == "Faults" and shows(desk, "NO CONTROL UNIT HEARD"), "the page without faults")
     act(desk, "control-unit engine on")
     wait_for(lambda: shows(desk, "NO ACTIVE FAULTS"), "a control unit without faults")
     act(desk, "scenario active-faults")  # it repeats
@@ -41,7 +41,7 @@ def test_the_codes_of_all_control_units_stand_on_the_page_in_words(desk):
                            "Transmission oil temperature", "×5", "Other signal", "SPN 201268", "Condition exists", "×?"),
              "the first four codes in words", 60)
     act(desk, "scenario none")  # the codes stay
-    variables = desk.screen()["variables"]
+    variables = desk.screen.document()["variables"]
     assert [variables[f"Fault{line}.Spn"] for line in range(1, 5)] == [110, 3251, 177, 201268], "the stop lamp comes first"
     assert [variables[f"Faults.{lamp}"] for lamp in ("Stop", "Warning", "Protect", "Malfunction")] == [1, 1, 1, 1]
     act(desk, "language russian")
@@ -52,4 +52,4 @@ def test_the_codes_of_all_control_units_stand_on_the_page_in_words(desk):
     for unit in ("engine", "transmission"):
         act(desk, f"control-unit {unit} off")
     wait_for(lambda: shows(desk, "NO CONTROL UNIT HEARD"), "the faults to be forgotten", 15)
-    assert desk.screen()["page"] == "Faults"
+    assert desk.screen.document()["page"] == "Faults"

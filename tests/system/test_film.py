@@ -47,7 +47,7 @@ def test_the_film_of_a_log_ends_as_the_display(scenario, tmp_path):
         desk.succeed(BIN / "hx7", "simulate", "--scenario", scenario, "--seconds-of-crane", "58", "--speed", "8", "--quiet",
                      seconds=60)
         end = wait_for(lambda: ends_alike(with_log, desk), "the log's last frame on the screen", 20, 0.5)
-        shown = desk.screen()
+        shown = desk.screen.document()
     finally:
         desk.close()
     assert end["page"] == shown["page"]

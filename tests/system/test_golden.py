@@ -66,9 +66,9 @@ def after(desk, event):
         if event == "dials":
             desk.press(6)
         elif event == "silence":
-            wait_for(lambda: desk.screen()["variables"]["Screen.DataState"] == 2, "the lost link on the screen", 20)
+            wait_for(lambda: desk.screen.document()["variables"]["Screen.DataState"] == 2, "the lost link on the screen", 20)
         elif event == "faults":
-            wait_for(lambda: desk.screen()["variables"]["Faults.Number"] == 2, "the faults")
+            wait_for(lambda: desk.screen.document()["variables"]["Faults.Number"] == 2, "the faults")
             desk.post("orvik.MainToDM1")
         yield
 
@@ -81,7 +81,7 @@ def report():
 def settled(desk, wanted):
     """The screen's state once it is the wanted one, or has not changed for a second."""
     def look():
-        screen = desk.screen()
+        screen = desk.screen.document()
         return state_of(screen, desk.request("GET", "/screen.svg")[1].decode())
 
     return wait_steady(look, "the screen", 1, wanted=wanted)
@@ -93,7 +93,7 @@ def take_picture(desk, golden):
     taken = []
 
     def is_alike():
-        picture = desk.request("GET", "/screen.png")[1]
+        picture = desk.screen.picture()
         taken[:] = picture, *compare(golden, picture)
         return taken[1] <= MEAN_TOLERANCE and taken[2] <= TILE_TOLERANCE
 
@@ -109,7 +109,7 @@ def check(desk, report, moment):
     wanted = json.loads(state_file.read_text()) if state_file.exists() else None
     state = settled(desk, None if WRITE else wanted)
     if WRITE:
-        picture = desk.request("GET", "/screen.png")[1]
+        picture = desk.screen.picture()
         state_file.write_text(json.dumps(state, indent=1, ensure_ascii=False, sort_keys=True) + "\n")
         picture_file.write_bytes(picture)
         return

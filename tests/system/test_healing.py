@@ -23,7 +23,7 @@ def apart(make_desk):
 
 
 def standing(desk):
-    screen = desk.screen()
+    screen = desk.screen.document()
     return {"page": screen["page"], "state": screen["variables"]["Screen.DataState"],
             "widgets": {name: text for name, text in screen["widgets"].items() if text.strip()},
             "drawing": desk.request("GET", "/screen.svg")[1].count(b"<use")}
@@ -61,7 +61,7 @@ def loads_shown_as_current(desk):
     seen = []
 
     def current():
-        screen = desk.screen()
+        screen = desk.screen.document()
         if screen["variables"]["Screen.DataState"] == 1:
             seen.append(screen["widgets"]["orvikTextWidgetLoad"])
         return len(seen) > 20
@@ -88,7 +88,7 @@ def test_an_old_value_is_unknown_until_the_host_sends_it_again(make_desk):
     bus = desk.go_to("Main")
 
     def state_is(state):
-        wait_for(lambda: desk.screen()["variables"]["Screen.DataState"] == state, f"state {state}", 4)
+        wait_for(lambda: desk.screen.document()["variables"]["Screen.DataState"] == state, f"state {state}", 4)
 
     state_is(VALUES_OLD)  # the host was heard, and sent no values: those shown are the application's own
     bus.send_message(cmd2(load=23500))
@@ -99,7 +99,7 @@ def test_an_old_value_is_unknown_until_the_host_sends_it_again(make_desk):
     bus.send_message(cmd2(load=10700))
     state_is(CURRENT)
     desk.orvik.stop(signal.SIGKILL)
-    wait_for(lambda: desk.screen()["variables"]["Screen.DataState"] == PROGRAM_SILENT, "the death", 1.5)
+    wait_for(lambda: desk.screen.document()["variables"]["Screen.DataState"] == PROGRAM_SILENT, "the death", 1.5)
     desk.start_orvik()
     bus.send_message([8, 1])
     state_is(VALUES_OLD)
@@ -139,7 +139,7 @@ def test_a_database_whose_object_is_damaged_is_made_anew(make_desk, damage):
     def shown():
         bus.send_message(overload)
         bus.pass_over()
-        known, variables = load_known(desk), desk.screen()["variables"]
+        known, variables = load_known(desk), desk.screen.document()["variables"]
         assert known in (None, " 23,500", " 27,600"), "an application's own value"
         return known == " 27,600" and variables["OrvikOverload"] == 1 and \
             desk.value("OrvikPercentSafeWorkingLoad") == pytest.approx(1.89)

@@ -5,7 +5,7 @@ from desk import HOST_ID, cmd2, cmd5, wait_for
 
 def test_eleven_silent_seconds_and_the_first_frame_after_them(desk):
     def data_state():
-        return desk.screen()["variables"]["Screen.DataState"]
+        return desk.screen.document()["variables"]["Screen.DataState"]
 
     def is_without_values(state):
         return data_state() == state and ">-- %<" in desk.request("GET", "/screen.svg")[1].decode()
@@ -29,4 +29,4 @@ def test_eleven_silent_seconds_and_the_first_frame_after_them(desk):
     bus.send(HOST_ID, bytes([0, 1, 1, 0, 0, 0, 0, 0]))
     wait_for(lambda: shown() == "HOST TEXT" and desk.value("OrvikHX7TimeOutLamp") == 1, "the recovery")
     wait_for(lambda: is_without_values(5), "no value of before the silence")
-    assert desk.screen()["page"] == "Main"
+    assert desk.screen.document()["page"] == "Main"

@@ -237,7 +237,7 @@ def test_a_record_is_read_by_candumps_tools_and_by_wireshark(desk, tmp_path):
     wait_for(lambda: desk.get("/api/health") and log.exists(), "the log")
     for message in (cmd2(load=12300), cmd5((17, "HELLO")), [7, 11, 1]):
         bus.send_message(message)
-    assert bus.ask([7, 3], 2)
+    assert bus.ask([7, 3])
     wait_for(lambda: log.read_text().count("18FF00D2#") >= 2, "the reply in the log")
     recorder.stop()
     lines = log.read_text().splitlines()

@@ -21,7 +21,7 @@ def test_an_application_started_again_finds_its_page(desk):
 
     def moved():
         bus.send_message([7, 15, 6])  # until the application knows that Main is shown
-        return desk.screen()["page"] == "Wad"
+        return desk.screen.document()["page"] == "Wad"
 
     wait_for(moved, "the page that the host asked for")
 

@@ -8,7 +8,7 @@ import signal
 import threading
 import time
 
-from desk import BIN, CONFIG, PATIENCE, cmd2, cmd5, wait_for
+from desk import BIN, CONFIG, DISPLAY_ID, PATIENCE, cmd2, cmd5, wait_for
 
 # Page, key: the host key code, 0 for none.
 KEYS = {
@@ -137,7 +137,7 @@ class Monkey:
     def take_keys(self, bus):
         bus.send_message([6])
         while True:
-            reply = bus.receive()
+            reply = bus.receive(10, DISPLAY_ID).data
             if reply[:2] == b"\0\1" and reply[5:] == b"\xff\xff\xff":
                 break
         if reply[3]:

@@ -17,7 +17,7 @@ def open_over(desk, page, bus):
     desk.move_to(below, bus)
     wait_for(lambda: desk.value("OrvikHX7TimeOutLamp") == 1, "the link")
     desk.post(event)
-    wait_for(lambda: desk.screen()["page"] == page, page)
+    wait_for(lambda: desk.screen.document()["page"] == page, page)
 
 
 def test_a_key_leads_back_from_the_pages_over_others(desk):
@@ -25,10 +25,10 @@ def test_a_key_leads_back_from_the_pages_over_others(desk):
     for page, (_, key, below) in OVER.items():
         open_over(desk, page, bus)
         desk.press(key)
-        wait_for(lambda: desk.screen()["page"] == desk.page_of_orvik(bus) == below, f"{below} after key {key} on {page}")
+        wait_for(lambda: desk.screen.document()["page"] == desk.page_of_orvik(bus) == below, f"{below} after key {key} on {page}")
 
 
 def test_silence_closes_a_page_over_another(desk):
     open_over(desk, "ConfigPol", desk.bus())
-    wait_for(lambda: desk.screen()["page"] == "Main", "Main after the time-out", 30)
+    wait_for(lambda: desk.screen.document()["page"] == "Main", "Main after the time-out", 30)
     assert desk.value("OrvikHX7TimeOutLamp") == 2

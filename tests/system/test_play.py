@@ -18,7 +18,7 @@ def received(desk):
 
 
 def shown_on(desk):
-    screen = desk.screen()
+    screen = desk.screen.document()
     return screen["page"], screen["widgets"], {name: value for name, value in screen["variables"].items()
                                                if name.startswith("Orvik")}
 
@@ -67,11 +67,7 @@ class Terminal:
 def is_silent(bus):
     """Whether no frame comes for 0.3 s, in which the log has 24."""
     bus.pass_over()
-    bus.socket.settimeout(0.3)
-    try:
-        return not bus.socket.recv(1)
-    except TimeoutError:
-        return True
+    return bus.can.recv(0.3) is None
 
 
 def test_space_halts_a_log_and_goes_on_and_the_progress_says_where_it_is(desk, monkeypatch):

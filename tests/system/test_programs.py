@@ -126,7 +126,7 @@ def test_services_run_in_processes_of_their_own_and_follow_a_new_database(tmp_pa
     def send(load):
         sent = Process([BIN / "hx7", "send", f"load={load}"], desk.runtime)
         assert sent.wait_exit() == 0, sent.err
-        wait_for(lambda: desk.value("OrvikLoad") == load and desk.screen()["variables"]["OrvikLoad"] == load, f"load {load}")
+        wait_for(lambda: desk.value("OrvikLoad") == load and desk.screen.document()["variables"]["OrvikLoad"] == load, f"load {load}")
 
     for services in ["notify", "database", "board,j1939", "screen,panel"]:
         run(services, f"unit: {services.split(',')[-1]} is up")

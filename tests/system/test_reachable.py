@@ -2,6 +2,7 @@
 
 import concurrent.futures
 import contextlib
+import http.client
 import json
 import os
 import shutil
@@ -101,7 +102,7 @@ def test_a_screen_service_that_hangs_holds_up_no_other_request(apart):
         panel.child.send_signal(signal.SIGTERM)
         assert panel.wait_exit(2) == 0
         for answer in answers:
-            with contextlib.suppress(OSError, desks.http.client.HTTPException):
+            with contextlib.suppress(OSError, http.client.HTTPException):
                 answer.result()
 
 
@@ -115,7 +116,7 @@ def test_a_host_simulator_that_hangs_does_not_hold_up_the_stop(apart):
         apart.parts["panel"].child.send_signal(signal.SIGTERM)
         assert apart.parts["panel"].wait_exit(1) == 0
         for answer in answers:
-            with contextlib.suppress(OSError, desks.http.client.HTTPException):
+            with contextlib.suppress(OSError, http.client.HTTPException):
                 answer.result()
 
 
@@ -161,7 +162,7 @@ def test_an_oversized_design_is_refused(make_desk, monkeypatch, tmp_path, file, 
     desk.unit.wait_line(problem, desk.unit.err)
     assert [line for line in desk.unit.err if problem in line and file[0] in line]
     assert_reachable(desk, 1)
-    assert desk.screen()["page"]
+    assert desk.screen.document()["page"]
     desk.unit.child.send_signal(signal.SIGTERM)
     assert desk.unit.wait_exit(3) == 0
 
@@ -177,7 +178,7 @@ def test_a_page_that_takes_long_to_be_drawn_holds_up_the_picture_alone(make_desk
     desk = make_desk(orvik=False)
     assert desk.request("GET", "/screen.png")[0] == 503
     assert_reachable(desk, 1)
-    assert desk.screen()["page"] == "Splash"
+    assert desk.screen.document()["page"] == "Splash"
     desk.unit.child.send_signal(signal.SIGTERM)
     assert desk.unit.wait_exit(3) == 0
 

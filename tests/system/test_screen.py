@@ -14,11 +14,11 @@ def test_lamps_and_percentage_follow_the_message(desk):
     wait_for(lambda: {name: desk.value(name) for name in expected} == expected, "the lamps in the database")
 
     def shown():
-        variables = desk.screen()["variables"]
+        variables = desk.screen.document()["variables"]
         return {name: variables[name] for name in expected if name in variables}
 
     wait_for(lambda: shown() == {name: expected[name] for name in shown()}, "the lamps on the screen")
-    assert desk.screen()["variables"]["OrvikPercentSafeWorkingLoad"] == pytest.approx(1.02, abs=1e-6)
+    assert desk.screen.document()["variables"]["OrvikPercentSafeWorkingLoad"] == pytest.approx(1.02, abs=1e-6)
 
 
 def test_sending_by_name_and_the_picture(desk):

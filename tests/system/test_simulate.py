@@ -58,13 +58,13 @@ def test_a_run_shows_a_crane_at_work_and_answers_the_front_keys(tmp_path):
     assert host.state()["scenario"] == "normal-lift"
     desk.press(1)
     wait_text(desk, "INFO 1/4")
-    assert desk.screen()["page"] == "Wad"
+    assert desk.screen.document()["page"] == "Wad"
     desk.press(3)
     wait_text(desk, "EXTENSION OFF")
     desk.press(5)
     wait_for(lambda: desk.value("OrvikAngleAlarmSet") == 1, "the limit of the angle")
     desk.press(1)
-    wait_for(lambda: desk.screen()["page"] == "Main", "the operating page")
+    wait_for(lambda: desk.screen.document()["page"] == "Main", "the operating page")
     wait_text(desk, "PARTS OF LINE")
     desk.press(3)
     wait_for(lambda: desk.value("OrvikPartsOfLine") == 5, "one part of line more")
@@ -72,10 +72,10 @@ def test_a_run_shows_a_crane_at_work_and_answers_the_front_keys(tmp_path):
     wait_text(desk, "RETRACTED")
     desk.press(6)
     wait_text(desk, "OUTRIGGERS HALF")
-    wait_for(lambda: desk.screen()["page"] == "Main", "the operating page")
+    wait_for(lambda: desk.screen.document()["page"] == "Main", "the operating page")
     desk.press(5)
     wait_text(desk, "SWING AREA")
-    wait_for(lambda: desk.screen()["page"] == "Main", "the operating page by itself")
+    wait_for(lambda: desk.screen.document()["page"] == "Main", "the operating page by itself")
     unit.stop()
     assert not (tmp_path / "run" / "hx7.address").exists()
     assert unit.child.returncode == 0
@@ -122,7 +122,7 @@ def test_by_hand_on_the_terminal_with_a_lost_link_and_a_restart(desk, tmp_path):
     os.mkfifo(pipe)
     host = desk.start("sh", "-c", f"exec '{BIN}/hx7' simulate --config '{CONFIG}' --interactive < '{pipe}'")
     with os.fdopen(os.open(pipe, os.O_RDWR), "w", buffering=1) as terminal:  # O_RDWR does not wait for a reader
-        wait_for(lambda: desk.screen()["page"] == "Main", "the operating page")
+        wait_for(lambda: desk.screen.document()["page"] == "Main", "the operating page")
         terminal.write("laod 5000\nhelp\nload 5000\nlanguage french\nstatus\n")
         host.wait_line('"laod" is not an action', host.err)
         host.wait_line("the hook above the ground")
