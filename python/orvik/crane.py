@@ -49,6 +49,14 @@ class Crane:
         """Carries out an action of a scenario, such as "boom angle 60" (`hx7 simulate --help` lists them)."""
         self._post("do", {"do": action})
 
+    def hold(self, **values: float) -> None:
+        """The host sends these operating values whatever the crane does, in the units that it has set: `hold(load=12300)`."""
+        self.do("hold " + " ".join(f"{name.replace('_', '-')}={value}" for name, value in values.items()))
+
+    def release(self) -> None:
+        """Ends `hold`."""
+        self.do("release")
+
     def drive(self, **targets: float) -> None:
         """Moves to targets: angle, length, swing, load, hoist."""
         self._post("controls", targets)

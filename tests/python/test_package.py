@@ -124,6 +124,10 @@ def test_a_crane_moves_and_refuses_mistakes(crane, screen):
         crane.wait_for(angle=-60, within=0.1)
     with pytest.raises(CraneError, match="there are"):
         crane.wait_for(angel=3)
+    crane.hold(load=12300, radius=35.4)
+    screen.wait_for(load=12300, radius=35.4, within=2)
+    crane.release()
+    screen.wait_for("load < 1000", within=2)
     crane.stop()
     screen.wait_for(link="lost", lamp="link-lost", state="old", within=15)
 
