@@ -88,7 +88,7 @@ void PanelState::AcceptScreen(const std::string& change) {
       NumberMember(parsed, "previous") == screenRevision_ && parsed.value("page", json()) == json(false);
   screenRevision_ = NumberMember(parsed, "revision");
   if (follows) {
-    hub_.Broadcast("change", base::DumpJson(parsed));
+    hub_.Broadcast(SCREEN_CHANGE, base::DumpJson(parsed));
   } else {
     BroadcastScreen();
   }

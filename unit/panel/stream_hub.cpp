@@ -8,15 +8,21 @@ namespace unit {
 EventStream::next_t EventStream::Wait(std::string& text, std::chrono::milliseconds beat) {
   std::unique_lock lock(mutex_);
   changed_.wait_for(lock, beat, [this] { return closed_ || full_ || !events_.empty(); });
+  if (!events_.empty()) {
+    isHolding_ = true;
+    changed_.wait_until(lock, heldUntil_, [this] { return closed_ || full_; });
+    isHolding_ = false;
+  }
   if (closed_) return next_t::CLOSED;
   if (std::exchange(full_, false)) return next_t::FULL;
   if (events_.empty()) return next_t::BEAT;
   for (const std::string& event : std::exchange(events_, {})) text += event;
   bytes_ = 0;
+  if (std::exchange(hasChange_, false)) heldUntil_ = std::chrono::steady_clock::now() + GROUP;
   return next_t::EVENTS;
 }
 
-void EventStream::Push(const std::string& event) {
+void EventStream::Push(const std::string& event, bool isChange) {
   {
     const std::lock_guard lock(mutex_);
     if (bytes_ + event.size() > MAX_BYTES) {
@@ -26,6 +32,8 @@ void EventStream::Push(const std::string& event) {
     } else {
       events_.push_back(event);
       bytes_ += event.size();
+      hasChange_ = hasChange_ || isChange;
+      if (isHolding_) return;
     }
   }
   changed_.notify_one();
@@ -53,7 +61,7 @@ void StreamHub::Release(const std::shared_ptr<EventStream>& stream) {
 void StreamHub::Broadcast(const std::string& name, const std::string& data) {
   const std::string event = Format(name, data);
   const std::lock_guard lock(mutex_);
-  for (const auto& stream : streams_) stream->Push(event);
+  for (const auto& stream : streams_) stream->Push(event, name == SCREEN_CHANGE);
 }
 
 void StreamHub::CloseAll() {

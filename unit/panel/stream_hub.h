@@ -13,7 +13,13 @@
 
 namespace unit {
 
+// The event that says what has changed on the screen.
+constexpr const char* SCREEN_CHANGE = "change";
+
 // The stream of one reader. The thread that serves the reader calls Wait; the hub adds events.
+//
+// The screen may change a hundred times a second, and a browser needs a layout and a painting for each time
+// that something arrives. A change is sent at once; what comes within GROUP after it is sent together.
 class EventStream {
  public:
   enum class next_t { EVENTS, BEAT, FULL, CLOSED };
@@ -25,8 +31,9 @@ class EventStream {
  private:
   friend class StreamHub;
   static constexpr std::size_t MAX_BYTES = 2U << 20U;
+  static constexpr std::chrono::milliseconds GROUP{33};
 
-  void Push(const std::string& event);
+  void Push(const std::string& event, bool isChange);
   void Close();
 
   std::mutex mutex_;  // guards all below
@@ -35,6 +42,9 @@ class EventStream {
   std::size_t bytes_ = 0;
   bool full_ = true;
   bool closed_ = false;
+  bool hasChange_ = false;  // among the events
+  bool isHolding_ = false;  // the reader's thread waits for heldUntil_, and not for an event
+  std::chrono::steady_clock::time_point heldUntil_{};
 };
 
 // Any thread.

@@ -77,6 +77,20 @@ TEST(StreamHubTest, AReaderThatFallsBehindStartsAnewAndDelaysNobody) {
   EXPECT_TRUE(text.empty());
 }
 
+TEST(StreamHubTest, WhatFollowsAChangeOfTheScreenWaitsForTheNextGroup) {
+  StreamHub hub;
+  const auto stream = hub.Open();
+  std::string text;
+  stream->Wait(text, LONG);  // the full state
+  hub.Broadcast("change", "1");
+  const auto sent = std::chrono::steady_clock::now();
+  EXPECT_EQ(stream->Wait(text, LONG), Next::EVENTS);
+  hub.Broadcast("bus", "2");
+  EXPECT_EQ(stream->Wait(text, LONG), Next::EVENTS);
+  EXPECT_GE(std::chrono::steady_clock::now() - sent, 33ms);
+  EXPECT_EQ(text, StreamHub::Format("change", "1") + StreamHub::Format("bus", "2"));
+}
+
 TEST(StreamHubTest, StreamsAreCappedAndGivenBack) {
   StreamHub hub;
   std::vector<std::shared_ptr<EventStream>> streams;

@@ -47,6 +47,7 @@ const SVG = 'http://www.w3.org/2000/svg';
 // change of its state, and costs the browser a layer.
 const SCREEN_STYLE = `
   svg { display: block; width: 100%; height: 100%; }
+  [display="none"] { display: inline; visibility: hidden; }
   .dim-once [data-flashing="1"], .dim-twice [data-flashing="2"] { opacity: 0.25; }`;
 const FLASH_MS = 250; // a quarter of the slow flash, and a half of the quick one
 const stillness = matchMedia('(prefers-reduced-motion: reduce)');
@@ -71,7 +72,7 @@ function parseSvg(text) {
 }
 
 function showScreen(state) {
-  noteSign();
+  sign.note();
   const style = document.createElement('style');
   style.textContent = SCREEN_STYLE;
   shadow.replaceChildren(style, parseSvg(state.svg));
@@ -98,7 +99,7 @@ function changeElement(change) {
   if (!element) return;
   for (const [name, value] of Object.entries(change.attributes)) {
     if (value === null) element.removeAttribute(name);
-    else element.setAttribute(name, value);
+    else if (element.getAttribute(name) !== value) element.setAttribute(name, value);
   }
   if (change.content === undefined) return;
   if (!/[<&]/.test(change.content)) return setText(element, change.content);
@@ -106,21 +107,19 @@ function changeElement(change) {
 }
 
 function changeScreen(change) {
-  noteSign();
+  sign.note();
   if (change.revision <= screenState.revision) return;
   if (change.previous !== screenState.revision) return reconnect();
   screenState.revision = change.revision;
   change.elements.forEach(noteElement);
   Object.assign(screenState.variables, change.variables);
-  changesTimer ||= setTimeout(applyChanges, lastApplied + APPLY_MS - performance.now());
+  changesTimer ||= setTimeout(applyChanges);
 }
 
-// The service says what has changed up to a hundred times a second. The document takes it thirty times a second: each time
-// costs a layout and a painting, however little has changed.
-const APPLY_MS = 33;
+// The unit sends changes in groups, thirty a second at most. The document takes a group at once: each time costs a layout
+// and a painting, however little has changed.
 const changes = new Map(); // what an element has still to become, by its id
 let changesTimer = 0;
-let lastApplied = 0;
 
 function noteElement(change) {
   const before = changes.get(change.id);
@@ -134,7 +133,6 @@ function forgetChanges() {
 }
 
 function applyChanges() {
-  lastApplied = performance.now();
   changes.forEach(changeElement);
   const names = [...changes.keys()].some((id) => namesSomething.has(id));
   forgetChanges();
@@ -385,17 +383,33 @@ tabs.forEach((tab, i) => {
 
 // --- The picture is covered when the screen service gives no sign of life: its numbers may be old.
 
-const SIGN_MS = 2000; // the service sends a sign twice a second
-let sign = 0;
-
-function noteSign() {
-  clearTimeout(sign);
-  sign = setTimeout(coverPicture, SIGN_MS);
+// Calls `late` when `note` was not called for so long. A new timer for each event would cost more than the event.
+function makeWatch(limit, late) {
+  let timer = 0;
+  let last = 0;
+  const look = () => {
+    const left = last + limit - performance.now();
+    timer = left > 0 ? setTimeout(look, left) : 0;
+    if (!timer) late();
+  };
+  return {
+    note() {
+      last = performance.now();
+      timer ||= setTimeout(look, limit);
+    },
+    end() {
+      clearTimeout(timer);
+      timer = 0;
+    },
+  };
 }
+
+const SIGN_MS = 2000; // the service sends a sign twice a second
+const sign = makeWatch(SIGN_MS, coverPicture);
 
 // The next sign does not follow the revision, so that the page reconnects and gets the whole picture.
 function coverPicture() {
-  clearTimeout(sign);
+  sign.end();
   screenState.revision = -1;
   byId('veil').hidden = false;
   setChip('link', 'unknown', 'panel.link-unknown', 'Host link unknown');
@@ -406,7 +420,6 @@ function coverPicture() {
 const SILENT_MS = 3000; // the unit sends an event at least once a second
 const RETRY_MS = 500;
 let stream = null;
-let silence = 0;
 let retry = 0;
 
 const handlers = {
@@ -421,11 +434,11 @@ const handlers = {
 };
 
 function heard() {
-  clearTimeout(silence);
-  silence = setTimeout(reconnect, SILENT_MS);
+  silence.note();
   if (!byId('veil').hidden && screenState.revision < 0) return;
   setChip('connection', 'good', 'panel.live', 'Live');
-  byId('veil').hidden = true;
+  // The same value again costs a style and a frame of its own.
+  if (!byId('veil').hidden) byId('veil').hidden = true;
 }
 
 function lose() {
@@ -442,16 +455,17 @@ function lose() {
 function reconnect() {
   stream?.close();
   stream = null;
-  clearTimeout(silence);
+  silence.end();
   clearTimeout(retry);
   lose();
   retry = setTimeout(connect, RETRY_MS);
 }
+const silence = makeWatch(SILENT_MS, reconnect);
 
 function connect() {
   stream = new EventSource('/api/stream');
   stream.onerror = reconnect;
-  silence = setTimeout(reconnect, SILENT_MS);
+  silence.note();
   for (const [name, handle] of Object.entries(handlers)) {
     stream.addEventListener(name, (event) => {
       handle(JSON.parse(event.data));

@@ -4,9 +4,12 @@ import { word } from './words.js';
 
 const byId = (id) => document.getElementById(id);
 
-// A document is laid out again after each change of a text, even to the same one.
+// A document is laid out again after each change of a text, even to the same one. A text node that stays costs less than
+// a new one.
 export function setText(element, text) {
-  if (element.textContent !== text) element.textContent = text;
+  const node = element.firstChild;
+  if (node?.nodeType !== Node.TEXT_NODE || node.nextSibling) element.textContent = text;
+  else if (node.data !== text) node.data = text;
 }
 
 // --- Bus trace
