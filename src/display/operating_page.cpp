@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr const char* BLANK = " ";
+const std::string BLANK = " ";
 
 using grid_t = std::array<UTF8Line_t, GRID_LINES>;
 
@@ -33,6 +33,9 @@ struct label_display_t {
 };
 label_display_t mainErected, mainStowed, configErected, configStowed, flashMessage;
 
+// The text that is being shown. Its storage stays, so that the dispatcher's cycle allocates nothing.
+std::string shownText;
+
 bool IsFullWidth(const orvikData_t* data) {
   return data->expandFullWidth != 0;
 }
@@ -46,11 +49,11 @@ void AppendCodePoint(std::uint32_t codePoint, std::string& text) {
   }
 }
 
-std::string LineText(const UTF8Line_t& line, int columns) {
-  std::string text;
+void WriteLine(const UTF8Line_t& line, int columns, std::string& text) {
+  text.clear();
   const auto shown = static_cast<std::size_t>(std::clamp(columns, 0, LINE_CELLS));
   for (std::size_t i = 0; i < shown; ++i) AppendCodePoint(line.cells[i].codePoint, text);
-  return text.empty() ? BLANK : text;
+  if (text.empty()) text = BLANK;
 }
 
 grid_t CopyGrid(orvikData_t* data) {
@@ -68,16 +71,25 @@ void ShowLine(orvikData_t* data, std::size_t line, const std::string& text, bool
 
 void ShowLabel(orvikData_t* data, label_display_t& label, const std::string& text, unsigned stdHandle,
                unsigned wideHandle) {
-  const std::string shown = text.empty() ? BLANK : text;
+  const std::string& shown = text.empty() ? BLANK : text;
   label.std.Show(data, IsFullWidth(data) ? BLANK : shown, SCREEN_TEXT_LEFT, stdHandle);
   label.wide.Show(data, IsFullWidth(data) ? shown : BLANK, SCREEN_TEXT_LEFT, wideHandle);
 }
 
-std::string FlashText(orvikData_t* data) {
+void ShowErected(orvikData_t* data, label_display_t& label, unsigned stdHandle, unsigned wideHandle) {
+  WriteErectedText(data, shownText);
+  ShowLabel(data, label, shownText, stdHandle, wideHandle);
+}
+
+void ShowStowed(orvikData_t* data, label_display_t& label, unsigned stdHandle, unsigned wideHandle) {
+  WriteStowedText(data, shownText);
+  ShowLabel(data, label, shownText, stdHandle, wideHandle);
+}
+
+void WriteFlashText(orvikData_t* data, std::string& text) {
   const MutexGuard guard(data->displayMutex);
-  std::string text;
+  text.clear();
   for (const unsigned codePoint : data->flashLine) AppendCodePoint(codePoint, text);
-  return text;
 }
 
 void DisplayValues(orvikData_t* data) {
@@ -99,7 +111,8 @@ void DisplayLines(orvikData_t* data) {
   const bool all = columns != linesDisplay.columns || wide != linesDisplay.wide;
   for (std::size_t line = 0; line < GRID_LINES; ++line) {
     if (!all && SameUTF8Line(data, &grid[line], &linesDisplay.grid[line])) continue;
-    ShowLine(data, line, LineText(grid[line], columns), wide);
+    WriteLine(grid[line], columns, shownText);
+    ShowLine(data, line, shownText, wide);
   }
   linesDisplay.grid = grid;
   linesDisplay.columns = columns;
@@ -107,11 +120,11 @@ void DisplayLines(orvikData_t* data) {
 }
 
 void DisplayErected(orvikData_t* data) {
-  ShowLabel(data, mainErected, ErectedText(data), data->gauges.mainErectedStd, data->gauges.mainErectedWide);
+  ShowErected(data, mainErected, data->gauges.mainErectedStd, data->gauges.mainErectedWide);
 }
 
 void DisplayStowed(orvikData_t* data) {
-  ShowLabel(data, mainStowed, StowedText(data), data->gauges.mainStowedStd, data->gauges.mainStowedWide);
+  ShowStowed(data, mainStowed, data->gauges.mainStowedStd, data->gauges.mainStowedWide);
 }
 
 void UpdatePageOperating(orvikData_t* data) {
@@ -123,9 +136,10 @@ void UpdatePageOperating(orvikData_t* data) {
 
 void UpdatePageConfig(orvikData_t* data) {
   const gauge_handles_t& g = data->gauges;
-  ShowLabel(data, configErected, ErectedText(data), g.configErectedStd, g.configErectedWide);
-  ShowLabel(data, configStowed, StowedText(data), g.configStowedStd, g.configStowedWide);
-  ShowLabel(data, flashMessage, FlashText(data), g.flashMsgStd, g.flashMsgWide);
+  ShowErected(data, configErected, g.configErectedStd, g.configErectedWide);
+  ShowStowed(data, configStowed, g.configStowedStd, g.configStowedWide);
+  WriteFlashText(data, shownText);
+  ShowLabel(data, flashMessage, shownText, g.flashMsgStd, g.flashMsgWide);
 }
 
 void UpdatePageDials(orvikData_t* data) {

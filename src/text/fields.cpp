@@ -90,9 +90,9 @@ void AppendUTF8(std::string& text, unsigned codePoint) {
   }
 }
 
-std::string LockedText(orvikData_t* data, const Field_t& field) {
-  const MutexGuard guard(data->displayMutex);
-  return FieldToText(field);
+void WriteText(const Field_t& field, std::string& text) {
+  text.clear();
+  for (const unsigned codePoint : field.text) AppendUTF8(text, codePoint);
 }
 
 bool IsPrintable(unsigned octet) {
@@ -134,15 +134,28 @@ void AppendField(orvikData_t* data, Field_t& field, const std::vector<unsigned>&
 
 std::string FieldToText(const Field_t& field) {
   std::string text;
-  for (const unsigned codePoint : field.text) AppendUTF8(text, codePoint);
+  WriteText(field, text);
   return text;
 }
 
 std::string StowedText(orvikData_t* data) {
-  return LockedText(data, fieldStowed);
+  std::string text;
+  WriteStowedText(data, text);
+  return text;
 }
 std::string ErectedText(orvikData_t* data) {
-  return LockedText(data, fieldErected);
+  std::string text;
+  WriteErectedText(data, text);
+  return text;
+}
+
+void WriteStowedText(orvikData_t* data, std::string& text) {
+  const MutexGuard guard(data->displayMutex);
+  WriteText(fieldStowed, text);
+}
+void WriteErectedText(orvikData_t* data, std::string& text) {
+  const MutexGuard guard(data->displayMutex);
+  WriteText(fieldErected, text);
 }
 
 void DumpField(const std::string& name, const Field_t& field) {

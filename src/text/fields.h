@@ -57,6 +57,9 @@ std::string FieldToText(const Field_t& field);
 // Dispatcher.
 std::string StowedText(orvikData_t* data);
 std::string ErectedText(orvikData_t* data);
+// The same into a text whose storage stays, for the pages that look at the labels every 10 ms.
+void WriteStowedText(orvikData_t* data, std::string& text);
+void WriteErectedText(orvikData_t* data, std::string& text);
 
 // --- Dumps on standard output. Locked.
 
