@@ -1,15 +1,18 @@
 #!/usr/bin/python3
-"""Measures how load and latency of the desk grow with the frames on the bus, with the panel's viewers and with the
-subscribers of the screen's messages.
+"""Measures how load and latency of the desk grow with the frames on the bus, the panel's viewers, the subscribers of the
+screen's messages, the parameters of the database, and the elements of a page that change with each load.
 
-Usage: bench/growth.py [bus] [viewers] [subscribers]   (default: all; ORVIK_BIN names the programs' folder)
+Usage: bench/growth.py [bus] [viewers] [subscribers] [parameters] [widgets]
+(default: all; ORVIK_BIN names the programs' folder)
 """
 
 import multiprocessing
 import os
 import pathlib
+import shutil
 import statistics
 import sys
+import tempfile
 import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
@@ -20,7 +23,9 @@ CHANGES = 100
 OTHER_ID = 0x18FF0CD6
 RATES = (0, 500, 1000, 2000, 4000, 7500)  # 7,500 frames of eight bytes a second fill a bus of 1 Mbit/s
 VIEWERS = (1, 2, 4, 8)
-SUBSCRIBERS = (0, 4, 16, 32)
+SUBSCRIBERS = (1, 4, 16, 64, 128, 232)  # the manager has 256 clients, of which the desk itself takes some
+PARAMETERS = (0, 1000, 3000, 9000)      # more than the configuration has; handles end at 9,999
+WIDGETS = (0, 100, 300, 1000)           # more than the page has
 
 
 def share(process, work):
@@ -86,20 +91,62 @@ def grow_subscribers(desk, bus):
         watcher.stop()
 
 
-def main():
-    os.chdir(pathlib.Path(__file__).resolve().parents[1])
-    prefer_this_session()
-    desk = Desk()
+def add_lines(file, lines, before):
+    text = file.read_text()
+    file.write_text(text.replace(before, "\n".join([*lines, before])))
+
+
+def add_parameters(config, count):
+    add_lines(config / "parameters.xml",
+              (f'<Parameter name="Growth{i}" handle="{1000 + i}" first="{i}"/>' for i in range(count)),
+              "</orvik-parameters>")
+
+
+def add_widgets(config, count):
+    add_lines(config / "screen/main.svg",
+              (f'<text x="{90 + i % 20 * 23}" y="{270 + i // 20 * 1.7:.1f}" data-var="OrvikLoad" data-format="{{0}}">0</text>'
+               for i in range(count)), "</svg>")
+
+
+def grow_config(counts, add, what):
+    """A desk of its own for each count, with a configuration that `add` has changed."""
+    for count in counts:
+        with tempfile.TemporaryDirectory(prefix="orvik-growth-") as folder:
+            config = pathlib.Path(shutil.copytree("config", f"{folder}/config"))
+            add(config, count)
+            with_desk(lambda desk, bus, count=count: measure(desk, bus, f"{count} more {what}"), "--config", config)
+
+
+def grow_parameters():
+    grow_config(PARAMETERS, add_parameters, "parameters")
+
+
+def grow_widgets():
+    grow_config(WIDGETS, add_widgets, "changing elements on the page")
+
+
+def with_desk(work, *options):
+    desk = Desk(*options)
     try:
         bus = desk.go_to("Main")
         bus.be_deaf()
         time.sleep(3)  # what the start has begun ends
-        print("| | orvik | unit | median, ms | 99th percentile, ms |\n|---|---|---|---|---|")
-        for name, grow in (("bus", grow_bus), ("viewers", grow_viewers), ("subscribers", grow_subscribers)):
-            if name in (sys.argv[1:] or [name]):
-                grow(desk, bus)
+        work(desk, bus)
     finally:
         desk.close()
+
+
+def main():
+    os.chdir(pathlib.Path(__file__).resolve().parents[1])
+    prefer_this_session()
+    wanted = sys.argv[1:] or ["bus", "viewers", "subscribers", "parameters", "widgets"]
+    print("| | orvik | unit | median, ms | 99th percentile, ms |\n|---|---|---|---|---|")
+    for name, grow in (("bus", grow_bus), ("viewers", grow_viewers), ("subscribers", grow_subscribers)):
+        if name in wanted:
+            with_desk(grow)
+    for name, grow in (("parameters", grow_parameters), ("widgets", grow_widgets)):
+        if name in wanted:
+            grow()
 
 
 if __name__ == "__main__":
