@@ -37,7 +37,8 @@ class TestCall:
 
     @property
     def level(self):
-        return ("unit", "component", "contract").index(self.folder.split("/")[1])
+        top, *below = self.folder.split("/")
+        return ("unit", "component", "contract").index(below[0]) if top == "tests" else 3
 
     @property
     def name(self):
@@ -113,7 +114,7 @@ class Tests:
         def distance(call):
             if call.folder.split("/")[-1] == area or (file.startswith("platform/") and call.level == 2):
                 return 0, call.level, call.seconds
-            return 1, call.level == 2, call.seconds / (1 + call.catches)
+            return 1, call.level >= 2, call.seconds / (1 + call.catches)
         return sorted(reached, key=distance)
 
     def first_failure(self, bench, file, changed):

@@ -21,6 +21,9 @@ COMPILE_SECONDS = 300
 PROGRAM = "{program}"
 # A fault in a header that more objects include takes minutes to build in.
 MOST_OBJECTS = 12
+# The short fuzz runs and the samples of bench/exhaustive are tests too.
+TESTS = ("tests/", "fuzz/", "bench/")
+TEST_FOLDERS = re.compile(r"(tests/(?:unit|component)/\w+|tests/contract|fuzz|bench/exhaustive)/CMakeFiles")
 LINK_RULE = re.compile(r"^build (\S+)[^:\n]*: CXX_(?:SHARED_LIBRARY|EXECUTABLE)_LINKER__\w+_Mutate (.*)$", re.M)
 
 
@@ -72,7 +75,7 @@ class Workshop:
         return {item for item in items if self.holders.get(item) in self.built}
 
     def is_wide(self, file):
-        return sum(not item.startswith("tests/") for item in self.objects_of(file)) > MOST_OBJECTS
+        return sum(not item.startswith(TESTS) for item in self.objects_of(file)) > MOST_OBJECTS
 
     # --- The copy
 
@@ -132,13 +135,13 @@ class Workshop:
         return [word for word in self.inputs[output] if word.endswith(".o")]
 
     def test_programs(self):
-        """The programs of tests/unit, tests/component and tests/contract: output → folder."""
+        """The programs of TEST_FOLDERS: output → folder."""
         found = {}
         for output in self.programs:
             for item in self._own_objects(output):
-                match = re.match(r"tests/((?:unit|component)/\w+|contract)/CMakeFiles", item)
+                match = TEST_FOLDERS.match(item)
                 if match:
-                    found[output] = "tests/" + match.group(1)
+                    found[output] = match.group(1)
         return found
 
     def test_calls(self):
@@ -232,7 +235,7 @@ class Bench:
         (self.folder / "bin").mkdir()
         self.changed, self.waiting, self.programs = {}, set(), {}
         for item in sorted(self.shop.objects_of(file)):
-            if item.startswith("tests/") and not file.startswith("tests/"):
+            if item.startswith(TESTS):
                 self.waiting.add(item)  # compiled when its program is to run
             elif not self._compile(item):
                 return "uncompiled"
