@@ -171,9 +171,9 @@ void ReceiveFrame(const bus::frame_t& frame) {
   Bus().filters.CheckRxPacket(&packet);
 }
 
-void PostAction(const std::string& action) {
+void PostAction(const std::string& action, int channelsOn) {
   services_t& s = Services();
-  const auto message = unit::ActionMessage(s.actions, s.names.actions.at(action));
+  const auto message = unit::ActionMessage(s.actions + channelsOn, s.names.actions.at(action));
   Bus().client.sendMsg(s.actions, reinterpret_cast<const char*>(message.data()),
                        static_cast<int>(message.size()));
 }

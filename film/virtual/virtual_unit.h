@@ -28,8 +28,9 @@ extern unit_state_t unitState;
 void StartUnit();
 // Delivers a frame of the bus, where a filter of the application lets it through.
 void ReceiveFrame(const bus::frame_t& frame);
-// Says that a page is shown, or whatever else the screen service tells the application.
-void PostAction(const std::string& action);
+// Says that a page is shown, or whatever else the screen service tells the application. The message names the
+// action channel, or the channel `channelsOn` behind it.
+void PostAction(const std::string& action, int channelsOn = 0);
 
 int EventChannel();
 // Waits for the client's next message.

@@ -129,12 +129,12 @@ class PageFollower {
     }
   }
   // The page of this action, or whatever else the screen service tells the application.
-  void Show(const std::string& action) {
+  void Show(const std::string& action, int channelsOn = 0) {
     for (const auto& [name, page] : design_) {
       if (page.action == action) page_ = name;
     }
     Record("action", action);
-    film::PostAction(action);
+    film::PostAction(action, channelsOn);
   }
 
  private:
@@ -284,7 +284,8 @@ void Carry(const words_t& words, std::uint32_t number) {
   if (verb == "send") return Send(arguments);
   if (verb == "press") return Press(number);
   if (verb == "hold") return unitState.keysHeld = number, void();
-  if (verb == "action") return Follower().Show(arguments.at(0));
+  if (verb == "action")
+    return Follower().Show(arguments.at(0), arguments.size() > 1 ? std::stoi(arguments[1]) : 0);
   if (verb == "variable") return WriteParameter(DBSHM::getHandle(arguments.at(0)), arguments.at(1));
   if (verb == "missing") return unitState.missing.insert(arguments.at(0)), void();
   if (verb == "present") return unitState.missing.erase(arguments.at(0)), void();

@@ -1,6 +1,7 @@
 // The messages of a client of the notification manager, byte by byte, over the real message path.
 #include "src/services/nm_client.h"
 
+#include <optional>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -43,8 +44,8 @@ TEST_F(NMClientTest, WhatDoesNotFitAMessageIsNotSent) {
   EXPECT_EQ(server.DrainRequests().at(0).size(), NM_MESSAGE_SIZE);
 }
 
-TEST_F(NMClientTest, AReplyThatClaimsTooMuchIsCut) {
-  const FakeService server(NM_SERVER_NAME, Answer());
+TEST_F(NMClientTest, AReplyThatClaimsTooMuchIsCutAndAFetchFromAManagerThatHasEndedFails) {
+  std::optional<FakeService> server(std::in_place, NM_SERVER_NAME, Answer());
   NM::NMClient client;
   int channel = 0;
   std::string buffer(20000, '.');
@@ -58,6 +59,9 @@ TEST_F(NMClientTest, AReplyThatClaimsTooMuchIsCut) {
     EXPECT_EQ(client.recvMsg(channel, buffer.data(), room), expected) << claimed << ' ' << room;
   }
   EXPECT_EQ(buffer[NM_PAYLOAD_SIZE], '.');
+  server.reset();
+  client.wakeReceiver();
+  EXPECT_EQ(client.recvMsg(channel, buffer.data(), 4), -1);
 }
 
 TEST_F(NMClientTest, AMessageOnThePulseChannelIsRefusedAndItsSenderGoesOn) {
