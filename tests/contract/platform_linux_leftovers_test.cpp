@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <fcntl.h>
@@ -14,6 +15,7 @@
 #include <sys/un.h>
 
 #include "platform/paths.h"
+#include "platform/process.h"
 #include "platform/shared_memory.h"
 #include "platform/threads.h"
 
@@ -238,6 +240,20 @@ TEST(PathsTest, OfTheUnitAreUnderItsRoot) {
   EXPECT_EQ(platform::ResolveUnitPath("/fs/etfs/a"), "/tmp/unit/fs/etfs/a");
   EXPECT_EQ(platform::ResolveUnitPath("config/a"), "config/a");
   unsetenv("ORVIK_ROOT");
+}
+
+// In processes of their own, whose limits and memory they change.
+TEST(ProcessTest, TakesTheDescriptorsThatItMayHaveAndExactTimers) {
+  for (const auto& [soft, hard, isEnough] : {std::tuple(30, 200, true), {200, 200, true}, {30, 60, false}}) {
+    Child child([&, soft = rlim_t(soft), hard = rlim_t(hard)] {
+      const rlimit limit{soft, hard};
+      setrlimit(RLIMIT_NOFILE, &limit);
+      return platform::EnsureDescriptors(100).empty() ? 1 : 0;
+    });
+    EXPECT_EQ(child.Result(), isEnough ? 1 : 0) << soft << ", " << hard;
+  }
+  EXPECT_EQ(
+      Child([] { return platform::EnterRealTime().find("timers") == std::string::npos ? 1 : 0; }).Result(), 1);
 }
 
 bool IsUserSignalBlocked() {

@@ -107,6 +107,29 @@ TEST_F(LockTest, OfAKilledHolderGoesToTheNextWithTheSlotOnce) {
   KillHolder(7);
   KillHolder(-1, 7);
   EXPECT_EQ(LockAndUnlock(), 7U) << "the slot is reported again when the process that got it dies too";
+
+  // A process that nobody has waited for, and whose death the kernel has not marked.
+  const Child ended([] { return 0; });
+  siginfo_t info{};
+  ASSERT_EQ(waitid(P_PID, static_cast<id_t>(ended.Pid()), &info, WEXITED | WNOWAIT), 0);
+  shared_->lock.owner = static_cast<std::uint32_t>(ended.Pid());
+  EXPECT_TRUE(Lock(1s).taken);
+  UnlockShared(shared_->lock);
+}
+
+// The object of the lock is cut; only the mapping of it that is guarded stays usable.
+TEST_F(LockTest, IsUsableInACutObjectWhereItsMappingIsGuarded) {
+  const int object = platform::OpenSharedObject(OBJECT, O_RDWR, 0600);
+  const auto touch = [&](bool guarded) {
+    platform::GuardMapping(shared_, sizeof(shared_t));
+    auto* const other = static_cast<long*>(mmap(nullptr, 1, PROT_WRITE, MAP_SHARED, object, 0));
+    return ftruncate(object, 0) + static_cast<int>((guarded ? shared_->first : *other) = 0);
+  };
+  EXPECT_EQ(Child([&] { return touch(true); }).Result(), 0);
+  Child other([&] { return touch(false); });
+  EXPECT_EQ(other.Result(), -1);
+  EXPECT_TRUE(other.HasEnded()) << "the handler repeats the access for ever";
+  close(object);
 }
 
 TEST_F(LockTest, OfAKilledHolderGoesToAWaiter) {

@@ -41,6 +41,9 @@ TEST_F(MessagesTest, AreRefusedAndHarmNothing) {
   const Bytes tooLong(LARGEST_MESSAGE + 1);
   EXPECT_EQ(ErrorOf(MsgSend(coid_, tooLong.data(), tooLong.size(), nullptr, 0)), EMSGSIZE);
   EXPECT_EQ(ErrorOf(Ask(ask_t::ERROR)), EDOM);
+  const std::size_t descriptors = FilesIn("/proc/self/fd");
+  for (int i = 0; i < 9; ++i) EXPECT_EQ(Ask(ask_t::ECHO), 1);
+  EXPECT_EQ(FilesIn("/proc/self/fd"), descriptors) << "a thread has one socket of a connection";
   const int closed = name_open(SERVER_NAME, 0);
   ASSERT_EQ(name_close(closed), 0);
   for (const int coid : {-1, closed, 123456}) {
@@ -88,6 +91,7 @@ TEST_F(ChannelsTest, CutLongMessagesAndTellWhoSentThem) {
     EXPECT_EQ(info.pid, getpid());
     EXPECT_EQ(info.chid, chid_);
     EXPECT_EQ(info.coid, coid_);
+    EXPECT_EQ(ErrorOf(MsgReply(rcvid, 42, sent.data(), LARGEST_MESSAGE + 1)), EMSGSIZE);
     EXPECT_EQ(MsgReply(rcvid, 42, nullptr, 0), 0);
     sender.join();
   }
