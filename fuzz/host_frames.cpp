@@ -11,6 +11,7 @@
 
 #include "bench/exhaustive/utf8_reference.h"
 #include "fuzz/fuzz_input.h"
+#include "fuzz/record_words.h"
 #include "host/protocol/field_codecs.h"
 #include "host/protocol/traffic_decoder.h"
 #include "host/shown/shown_state.h"
@@ -21,7 +22,6 @@
 #include "src/parse/parse_thread.h"
 #include "src/text/expand.h"
 #include "src/text/fields.h"
-#include "tests/component/protocol/record_words.h"
 #include "tests/support/test_record.h"
 
 namespace {
