@@ -21,13 +21,6 @@ struct said_t {
 
   const host::command_t* Command() const { return host::FindCommand(message); }
   bool Is(std::string_view name) const { return Command() != nullptr && Command()->name == name; }
-  double Value(std::string_view field = {}) const {
-    for (const host::field_t& f : Command()->fields) {
-      if (field.empty() || f.name == field) return host::ReadNumber(f, message);
-    }
-    ADD_FAILURE() << "no field " << field;
-    return 0;
-  }
 };
 
 class HostRun {
@@ -47,14 +40,6 @@ class HostRun {
   }
   // Carries out the action that the words name.
   void Do(std::string_view words) { ParseAction(SplitWords(words))(stage_); }
-  // Sets the crane on its outriggers with the hook above the ground and the boom at 60 degrees and `length`
-  // metres.
-  void Raise(const char* length) {
-    for (const char* action : {"base extended", "boom angle 60", "hoist hold 2"}) Do(action);
-    Pass(40);
-    Do(std::string("boom length ") + length);
-    Pass(40);
-  }
 
  private:
   void Join(const message_frames_t& transmission, std::vector<said_t>& said) {
@@ -81,23 +66,9 @@ class HostRun {
   host::Reassembler reassembler_;
 };
 
-inline const said_t* LastOf(const std::vector<said_t>& said, std::string_view command) {
-  for (auto it = said.rbegin(); it != said.rend(); ++it) {
-    if (it->Is(command)) return &*it;
-  }
-  return nullptr;
-}
-
-inline std::size_t CountOf(const std::vector<said_t>& said, std::string_view command) {
-  std::size_t count = 0;
-  for (const said_t& one : said) count += one.Is(command) ? 1 : 0;
-  return count;
-}
-
 // The text that a message of command 5 puts into a field; empty where it names none.
-inline std::string TextOf(const said_t* said, std::string_view field) {
-  if (said == nullptr) return {};
-  const host::MessageBytes& m = said->message;
+inline std::string TextOf(const said_t& said, std::string_view field) {
+  const host::MessageBytes& m = said.message;
   const std::size_t end = host::TEXTS_BEGIN + static_cast<std::size_t>(m[1] << 8 | m[2]);
   for (std::size_t at = host::TEXTS_BEGIN; at + host::TEXT_HEADER <= end;) {
     const std::size_t length = static_cast<std::size_t>(m[at] << 8 | m[at + 1]);
@@ -108,12 +79,6 @@ inline std::string TextOf(const said_t* said, std::string_view field) {
     at += host::TEXT_LENGTH_BYTES + length;
   }
   return {};
-}
-
-inline bool HasLamp(const said_t* values, std::string_view lamp) {
-  const auto names = host::LampNames();
-  const auto bit = std::ranges::find(names, lamp) - names.begin();
-  return (static_cast<std::uint32_t>(values->Value("led")) >> bit & 1U) != 0;
 }
 
 }  // namespace simulate

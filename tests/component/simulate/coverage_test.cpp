@@ -42,35 +42,5 @@ TEST(CoverageTest, EveryCommandIsSentBySomeScenario) {
   }
 }
 
-// The commands that a host sends after the key, and that an equal host without the key does not send.
-std::set<std::string> AnswerTo(const host::number_name_t& key) {
-  HostRun pressed;
-  HostRun left;
-  pressed.Pass(3);
-  left.Pass(3);
-  pressed.Do("key " + std::string(key.name));
-  const auto with = pressed.Pass(1);
-  const auto without = left.Pass(1);
-  std::set<std::string> answer;
-  for (const said_t& said : with) {
-    const bool same =
-        std::ranges::any_of(without, [&](const said_t& other) { return other.message == said.message; });
-    if (!same) answer.insert(NameOf(said));
-  }
-  return answer;
-}
-
-TEST(CoverageTest, EveryHostKeyIsAnswered) {
-  for (const host::number_name_t& key : host::HostKeyNames().subspan(1)) {
-    const auto answer = AnswerTo(key);
-    std::cout << std::left << std::setw(3) << int{key.number} << std::setw(20) << key.name;
-    for (const std::string& command : answer) std::cout << ' ' << command;
-    std::cout << '\n';
-    EXPECT_FALSE(answer.empty()) << key.name;
-    const auto reactions = Dialogue::Reactions();
-    EXPECT_NE(std::ranges::find(reactions, key.number, &Dialogue::reaction_t::key), reactions.end());
-  }
-}
-
 }  // namespace
 }  // namespace simulate
