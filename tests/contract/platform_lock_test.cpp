@@ -119,6 +119,7 @@ TEST_F(LockTest, OfAKilledHolderGoesToTheNextWithTheSlotOnce) {
 
 // The object of the lock is cut; only the mapping of it that is guarded stays usable.
 TEST_F(LockTest, IsUsableInACutObjectWhereItsMappingIsGuarded) {
+  EXPECT_EQ(platform::DescribeObstacle(OBJECT), "") << "its own object is in nobody's way";
   const int object = platform::OpenSharedObject(OBJECT, O_RDWR, 0600);
   const auto touch = [&](bool guarded) {
     platform::GuardMapping(shared_, sizeof(shared_t));
