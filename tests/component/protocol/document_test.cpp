@@ -1,4 +1,6 @@
 // The tables of docs/host-protocol.md say what the host's tables say.
+#include <algorithm>
+#include <cctype>
 #include <fstream>
 #include <map>
 #include <regex>
@@ -6,10 +8,46 @@
 
 #include <gtest/gtest.h>
 
+#include "host/protocol/encode.h"
 #include "host/protocol/protocol.h"
-#include "tests/component/protocol/both_sides.h"
+#include "src/parse/parse_thread.h"
+#include "src/text/fields.h"
+#include "tests/support/console_capture.h"
+#include "tests/support/test_record.h"
 
 namespace {
+
+// Letters and digits alone, in lower case: "Page.Wad" and "page-wad" are one name.
+std::string Plain(std::string_view text) {
+  std::string plain;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (std::isalnum(byte) != 0) plain.push_back(static_cast<char>(std::tolower(byte)));
+  }
+  return plain;
+}
+
+// Where the display shows the text of a field: "line 1, left".
+std::string PlaceOf(std::uint8_t field) {
+  TestRecord record;
+  InitAllFields();
+  DecapData_t block;
+  std::ranges::copy(host::MakeTextsMessage(std::vector<host::field_text_t>{{field, "ab"}}),
+                    block.bytes.begin());
+  const ConsoleCapture console;
+  ParseMessage(record, block);
+  if (ErectedText(record) == "ab") return "label of the erected jib";
+  if (StowedText(record) == "ab") return "label of the stowed jib";
+  for (int line = 0; line < record->lcdRows; ++line) {
+    for (int column = 0; column < record->lcdColumns; ++column) {
+      const auto& cells = record->utf8Display[static_cast<std::size_t>(line)].cells;
+      if (cells[static_cast<std::size_t>(column)].codePoint != 'a') continue;
+      const char* const side = column == 0 ? "left" : column == record->lcdColumns - 2 ? "right" : "center";
+      return "line " + std::to_string(line + 1) + ", " + side;
+    }
+  }
+  return "not on the grid";
+}
 
 using cells_t = std::vector<std::string>;
 // A table's rows, the headings first. Code marks, emphasis and quotes are left out.
