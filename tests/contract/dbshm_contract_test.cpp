@@ -301,18 +301,6 @@ TEST_F(DatabaseTest, AChangeSendsOnePulse) {
   }
 }
 
-TEST_F(DatabaseTest, HandlesBeyondTheLastAreRefused) {
-  DBSHM::Write(LAST_HANDLE, 1.0);
-  EXPECT_TRUE(Reads(LAST_HANDLE, 1.0));
-  for (const unsigned handle : {LAST_HANDLE + 1, 0xFFFFFFFFU}) {
-    SCOPED_TRACE(handle);
-    double value = 5;
-    DBSHM::Write(handle, 1.0);
-    EXPECT_EQ(DBSHM::Read(handle, value), 0);
-    EXPECT_EQ(value, 0.0);
-  }
-}
-
 TEST_F(DatabaseTest, NamesAreReadWithoutTrustInTheirTable) {
   const std::string longest(NAME_SIZE, 'x');
   std::size_t at = NAMES_AT;

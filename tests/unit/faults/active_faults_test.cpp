@@ -19,38 +19,6 @@ constexpr FaultList::TimePoint START{1h};
 
 using codes_t = std::vector<trouble_code_t>;
 
-TEST(TroubleCodesTest, AMessageIsReadOrRefused) {
-  struct case_t {
-    const char* name;
-    bytes_t message;
-    std::optional<codes_t> codes;
-  };
-  const std::vector<case_t> cases{
-      {"one code", {0x04, 0xFF, 110, 0, 0x00, 0x05, 0xFF, 0xFF}, codes_t{{110, 0, 5}}},
-      {"SPN of 19 bits, greatest FMI and count", {0, 0, 0xFE, 0xFF, 0xFF, 0x7E}, codes_t{{0x7FFFE, 31, 126}}},
-      {"bits in their places", {0, 0, 0x34, 0x12, 0xA3, 0x7F}, codes_t{{0x51234, 3, COUNT_UNKNOWN}}},
-      {"older layout", {0, 0, 110, 0, 3, 0x81}, codes_t{{std::nullopt, 3, 1}}},
-      {"no code", {0, 0xFF, 0, 0, 0, 0, 0xFF, 0xFF}, codes_t{}},
-      {"SPN 0 with a failure mode", {0, 0, 0, 0, 2, 1}, codes_t{{0, 2, 1}}},
-      {"not available", {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, codes_t{}},
-      {"two codes and padding",
-       {0, 0, 100, 0, 1, 1, 190, 0, 2, 2, 0xFF, 0xFF},
-       codes_t{{100, 1, 1}, {190, 2, 2}}},
-      {"lamps alone", {0x10, 0xFF, 1, 2, 3}, std::nullopt},
-      {"empty", {}, std::nullopt}};
-  for (const case_t& each : cases) {
-    const auto read = ReadDm1(each.message);
-    EXPECT_EQ(read ? std::optional(read->codes) : std::nullopt, each.codes) << each.name;
-  }
-}
-
-TEST(TroubleCodesTest, OnlyTheLitStateLightsALamp) {
-  const auto lamps = [](std::uint8_t byte) { return ReadDm1(bytes_t{byte, 0, 0, 0, 0, 0})->lamps; };
-  EXPECT_THAT(lamps(0b01'00'10'11), ElementsAre(true, false, false, false));
-  EXPECT_THAT(lamps(0b11'01'00'01), ElementsAre(false, true, false, true));
-  EXPECT_THAT(lamps(0b00'00'01'00), ElementsAre(false, false, true, false));
-}
-
 // A DM1 of three codes (14 bytes) in the announcement and two packets.
 constexpr std::uint32_t ANNOUNCED = 0x1CECFF03, PACKET = 0x1CEBFF03;
 const bytes_t ANNOUNCEMENT{32, 14, 0, 2, 0xFF, 0xCA, 0xFE, 0};
