@@ -20,22 +20,6 @@ void Pass(Crane& crane, double seconds) {
   for (int i = 0; i < std::lround(seconds / STEP_S); ++i) crane.Step(STEP_S);
 }
 
-TEST(GeometryTest, PutsTheHookWhereTheBoomIs) {
-  const std::tuple<double, double, pick_t, jib_t, double, double> cases[] = {
-      {20, 60, pick_t::MAIN_BOOM, jib_t::STOWED, 20 * 0.5 - 1.1, 20 * 0.8660254 + 2.4},
-      {10.7, 0, pick_t::MAIN_BOOM, jib_t::LONG0, 9.6, 2.4},
-      {20, 60, pick_t::AUX, jib_t::STOWED, 20.6 * 0.5 - 1.1, 20.6 * 0.8660254 + 2.4},
-      {30, 60, pick_t::FLY, jib_t::SHORT0, 39.1 * 0.5 - 1.1, 39.1 * 0.8660254 + 2.4},
-      {30, 60, pick_t::FLY, jib_t::LONG15, 15 + 16.2 * 0.7071068 - 1.1, 25.980762 + 16.2 * 0.7071068 + 2.4},
-      {30, 60, pick_t::FLY, jib_t::LONG30, 15 + 16.2 * 0.8660254 - 1.1, 25.980762 + 16.2 * 0.5 + 2.4},
-  };
-  for (const auto& [length, angle, pick, jib, radius, height] : cases) {
-    const point_t sheaves = SheavesAt(length, angle, pick, jib);
-    EXPECT_NEAR(sheaves.radius, radius, 1e-5) << length << " m at " << angle;
-    EXPECT_NEAR(sheaves.height, height, 1e-5) << length << " m at " << angle;
-  }
-}
-
 // At 0 degrees the pins are (1.9, -0.75) and (3.2, -0.45): the cylinder's arm is 1.545 / 1.33417 = 1.158025 m.
 TEST(GeometryTest, BalancesTheBoomOnItsCylinder) {
   const double weight = 9.80665 * 6800 * 5.35;
