@@ -41,6 +41,7 @@ TEST_F(MessagesTest, AreRefusedAndHarmNothing) {
   const Bytes tooLong(LARGEST_MESSAGE + 1);
   EXPECT_EQ(ErrorOf(MsgSend(coid_, tooLong.data(), tooLong.size(), nullptr, 0)), EMSGSIZE);
   EXPECT_EQ(ErrorOf(Ask(ask_t::ERROR)), EDOM);
+  EXPECT_EQ(ErrorOf(MsgSendPulse(coid_, 10, 128, 0)), EINVAL);
   const std::size_t descriptors = FilesIn("/proc/self/fd");
   for (int i = 0; i < 9; ++i) EXPECT_EQ(Ask(ask_t::ECHO), 1);
   EXPECT_EQ(FilesIn("/proc/self/fd"), descriptors) << "a thread has one socket of a connection";
