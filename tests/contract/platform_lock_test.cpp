@@ -117,9 +117,22 @@ TEST_F(LockTest, OfAKilledHolderGoesToTheNextWithTheSlotOnce) {
   UnlockShared(shared_->lock);
 }
 
+TEST_F(LockTest, LiesInAnObjectThatSomethingElseMayStandInTheWayOf) {
+  EXPECT_EQ(platform::DescribeObstacle(OBJECT), "") << "the object itself";
+  const int object = platform::OpenSharedObject(OBJECT, O_RDWR, 0600);
+  const std::string path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(object));
+  std::filesystem::rename(path, path + ".away");
+  std::filesystem::create_directory(path);
+  EXPECT_EQ(
+      platform::DescribeObstacle(OBJECT),
+      path + " is no shared object and is in the way; remove it, or set ORVIK_RUNTIME_DIR to another folder");
+  std::filesystem::remove(path);
+  std::filesystem::rename(path + ".away", path);
+  close(object);
+}
+
 // The object of the lock is cut; only the mapping of it that is guarded stays usable.
 TEST_F(LockTest, IsUsableInACutObjectWhereItsMappingIsGuarded) {
-  EXPECT_EQ(platform::DescribeObstacle(OBJECT), "") << "its own object is in nobody's way";
   const int object = platform::OpenSharedObject(OBJECT, O_RDWR, 0600);
   const auto touch = [&](bool guarded) {
     platform::GuardMapping(shared_, sizeof(shared_t));
