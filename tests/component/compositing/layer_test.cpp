@@ -44,8 +44,8 @@ TEST_F(LayerTest, EachOperationIsOneRecord) {
   CompGraphCircle circle(2.0F);
   CompGraphImage image("/a.png");
   CompGraphLine line(1.0F, 2.0F, 0.5F, 1.0F, 2.0F, 1);
-  const Color4 red{1.0F, 0.5F, 0.5F, 1.0F}, dark{0.5F, 0.5F, 0.5F, 2.0F};
-  const bytes_t colors = Words({ONE, HALF, HALF, ONE, HALF, HALF, HALF, TWO});
+  const Color4 red{1.0F, 0.5F, 2.0F, -2.0F}, dark{0.5F, 1.0F, -2.0F, 2.0F};
+  const bytes_t colors = Words({ONE, HALF, TWO, MINUS_TWO, HALF, ONE, MINUS_TWO, TWO});
   const VideoInfo_t video{10, 20, 320, 240, -1};
   const std::tuple<const char*, std::function<void()>, bytes_t> cases[] = {
       {"pushAndTranslate", [&] { layer.glPushAndTranslate(1.0F, 0.5F, -2.0F); },

@@ -10,8 +10,11 @@
 
 #include "host/crane/rigging.h"
 #include "host/load_computer/dialogue.h"
+#include "host/load_computer/phrases.h"
 #include "host/load_computer/sensors.h"
 #include "host/protocol/protocol.h"
+#include "src/core/operating_values.h"
+#include "tests/support/test_record.h"
 
 namespace {
 
@@ -32,6 +35,16 @@ TEST(HostNamesTest, OfColorsBeginWithTheLetterInTheLampAndDarkHasNone) {
       EXPECT_EQ(Color(number), name == "dark" ? "" : std::string(1, initial)) << name;
     }
     EXPECT_EQ(Color(static_cast<unsigned>(field.names.size())), "");
+  }
+}
+
+// The columns that the host's texts have to fit.
+TEST(GridTest, HasTheHostsColumnsInEveryLanguage) {
+  for (const auto& [number, name] : host::FindCommand("language")->fields[0].names) {
+    RecordWithoutDatabase record;
+    SetLanguage(record, number);
+    const unsigned columns = name == "chinese" ? simulate::CHINESE_COLUMNS : simulate::COLUMNS;
+    EXPECT_EQ(record->lcdColumns, static_cast<int>(columns)) << name;
   }
 }
 
