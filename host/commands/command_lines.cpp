@@ -16,6 +16,7 @@
 #include "host/log/play.h"
 #include "host/log/record.h"
 #include "host/protocol/send_plan.h"
+#include "host/report/report.h"
 #include "host/simulate/actions.h"
 #include "host/simulate/simulate.h"
 
@@ -24,7 +25,8 @@ namespace {
 
 constexpr unsigned TO_WRITE = base::RIGHT_NETWORK | base::RIGHT_WRITE;
 
-// No command runs another program. Those that only read logs write no file, and need no network without a bus.
+// No command but report runs another program. Those that only read logs write no file, and need no network
+// without a bus.
 void KeepRights(unsigned rights) {
   base::KeepRights("hx7", rights);
 }
@@ -232,6 +234,25 @@ void AddDiffOptions(CLI::App& command, int& status) {
   });
 }
 
+void AddReportOptions(CLI::App& command, int& /*status*/) {
+  const auto options = MakeOptions<report::report_options_t>();
+  command.footer(
+      "Writes one web page that needs nothing else: the curves of the log, what warned when, the messages in\n"
+      "words, and the screen as the operator saw it, computed by the display's own program (film, beside "
+      "hx7).\n"
+      "Several logs are joined in the order of their times. An existing report of that name is replaced.");
+  command.add_option("LOG", options->logs, "Logs of a kind that play reads")->required();
+  command.add_option("-o,--output", options->output, "The web page, such as report.html")->required();
+  command.add_option("--keys", options->keysFile,
+                     "The front keys that a unit recorded with the log (keys.log of its bundle)");
+  command.add_option("--title", options->title, "The report's title; default: the names of the logs");
+  command.add_option("--config", options->config, "The configuration folder, with the screen's pages");
+  command.callback([options] {
+    KeepRights(base::RIGHT_EXECUTE | base::RIGHT_WRITE);
+    report::MakeReport(*options);
+  });
+}
+
 struct command_line_t {
   const char* name;
   const char* about;
@@ -245,6 +266,7 @@ constexpr command_line_t COMMANDS[] = {
     {"record", "Record the bus as a log of candump -L", AddRecordOptions},
     {"simulate", "Run a crane and its host load computer on the bus", AddSimulateOptions},
     {"diff", "Say where two logs differ in what the display shows", AddDiffOptions},
+    {"report", "Write a web page that shows a log, and the screen at any moment of it", AddReportOptions},
 };
 
 }  // namespace

@@ -1,0 +1,11 @@
+// The report's page, style and scripts, embedded in the program.
+#pragma once
+
+#include <string_view>
+
+namespace host::report {
+
+// The content of a file of host/report/assets, or of Chart.js ("chart.min.js").
+std::string_view Asset(std::string_view name);
+
+}  // namespace host::report
