@@ -234,22 +234,26 @@ void AddDiffOptions(CLI::App& command, int& status) {
   });
 }
 
-void AddReportOptions(CLI::App& command, int& /*status*/) {
+void AddReportOptions(CLI::App& command, int& status) {
   const auto options = MakeOptions<report::report_options_t>();
   command.footer(
       "Writes one web page that needs nothing else: the curves of the log, what warned when, the messages in\n"
       "words, and the screen as the operator saw it, computed by the display's own program (film, beside "
       "hx7).\n"
-      "Several logs are joined in the order of their times. An existing report of that name is replaced.");
+      "Several logs are joined in the order of their times. An existing report of that name is replaced.\n"
+      "Exit status: 0 done, 1 failed, or written with less of the screen than the log has, 2 called wrongly,\n"
+      "3 stopped by a signal.");
   command.add_option("LOG", options->logs, "Logs of a kind that play reads")->required();
   command.add_option("-o,--output", options->output, "The web page, such as report.html")->required();
   command.add_option("--keys", options->keysFile,
                      "The front keys that a unit recorded with the log (keys.log of its bundle)");
   command.add_option("--title", options->title, "The report's title; default: the names of the logs");
   command.add_option("--config", options->config, "The configuration folder, with the screen's pages");
-  command.callback([options] {
+  command.callback([options, &status] {
     KeepRights(base::RIGHT_EXECUTE | base::RIGHT_WRITE);
-    report::MakeReport(*options);
+    const report::report_outcome_t outcome = report::MakeReport(*options);
+    if (outcome == report::report_outcome_t::WITHOUT_SCREEN) status = base::EXIT_FAILED;
+    if (outcome == report::report_outcome_t::STOPPED) status = base::EXIT_INTERRUPTED;
   });
 }
 

@@ -13,6 +13,7 @@
 #include <poll.h>
 #include <spawn.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -69,6 +70,16 @@ pid_t StartFilm(const film_plan_t& plan, int input, int output, int errors) {
   return process;
 }
 
+// Lets film remove its folder and its database.
+void AwaitEnd(pid_t process) {
+  constexpr int END_MS = 5'000;
+  const auto descriptor = static_cast<int>(::syscall(SYS_pidfd_open, process, 0));
+  if (descriptor < 0) return;
+  pollfd entry{descriptor, POLLIN, 0};
+  ::poll(&entry, 1, END_MS);
+  ::close(descriptor);
+}
+
 }  // namespace
 
 FilmProcess::FilmProcess(const film_plan_t& plan, std::function<void(std::string_view)> onRecord) {
@@ -88,6 +99,7 @@ FilmProcess::FilmProcess(const film_plan_t& plan, std::function<void(std::string
 FilmProcess::~FilmProcess() {
   CloseInput();
   if (process_ > 0) {
+    if (!isHung_) AwaitEnd(process_);
     ::kill(process_, SIGKILL);
     ::waitpid(process_, nullptr, 0);
   }

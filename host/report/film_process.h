@@ -26,7 +26,7 @@ class FilmProcess {
   // Starts film, which stands beside this program. `onRecord` gets each record, on a thread of this object.
   // Throws Failure.
   FilmProcess(const film_plan_t& plan, std::function<void(std::string_view record)> onRecord);
-  // Kills film if it still runs.
+  // Ends film if it still runs: by the end of its input, and after five seconds by force.
   ~FilmProcess();
   FilmProcess(const FilmProcess&) = delete;
   FilmProcess& operator=(const FilmProcess&) = delete;

@@ -1,9 +1,8 @@
 #include "host/report/packed_text.h"
 
+#include <algorithm>
 #include <cstdint>
-#include <span>
 #include <stdexcept>
-#include <vector>
 
 #include <zlib.h>
 
@@ -14,11 +13,13 @@ constexpr std::string_view DIGITS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopq
 constexpr unsigned DIGIT_BITS = 6;
 constexpr std::size_t GROUP = 3;  // bytes that four digits carry
 
-std::vector<std::uint8_t> Compress(std::string_view text) {
+std::string Compress(std::string_view text) {
   uLongf size = compressBound(text.size());
-  std::vector<std::uint8_t> packed(size);
-  const std::vector<std::uint8_t> plain(text.begin(), text.end());
-  if (compress2(packed.data(), &size, plain.data(), plain.size(), Z_DEFAULT_COMPRESSION) != Z_OK) {
+  std::string packed(size, '\0');
+  // zlib's interface has bytes.
+  auto* to = reinterpret_cast<Bytef*>(packed.data());
+  const auto* from = reinterpret_cast<const Bytef*>(text.data());
+  if (compress2(to, &size, from, text.size(), Z_DEFAULT_COMPRESSION) != Z_OK) {
     throw std::runtime_error("no memory to compress the report");
   }
   packed.resize(size);
@@ -26,9 +27,11 @@ std::vector<std::uint8_t> Compress(std::string_view text) {
 }
 
 // One to three bytes as four digits.
-void AppendGroup(std::string& text, std::span<const std::uint8_t> bytes) {
+void AppendGroup(std::string& text, std::string_view bytes) {
   std::uint32_t bits = 0;
-  for (std::size_t i = 0; i < GROUP; ++i) bits = bits << 8U | (i < bytes.size() ? bytes[i] : 0U);
+  for (std::size_t i = 0; i < GROUP; ++i) {
+    bits = bits << 8U | (i < bytes.size() ? static_cast<std::uint8_t>(bytes[i]) : 0U);
+  }
   for (unsigned digit = 0; digit <= GROUP; ++digit) {
     const std::uint32_t value = bits >> (DIGIT_BITS * (3 - digit)) & 0x3FU;
     text += digit <= bytes.size() ? DIGITS[value] : '=';
@@ -37,16 +40,16 @@ void AppendGroup(std::string& text, std::span<const std::uint8_t> bytes) {
 
 }  // namespace
 
+std::string EncodeBase64(std::string_view bytes) {
+  std::string text;
+  text.reserve((bytes.size() + 2) / GROUP * 4);
+  for (; !bytes.empty(); bytes.remove_prefix(std::min(bytes.size(), GROUP)))
+    AppendGroup(text, bytes.substr(0, GROUP));
+  return text;
+}
+
 std::string PackText(std::string_view text) {
-  const std::vector<std::uint8_t> packed = Compress(text);
-  std::string base64;
-  base64.reserve((packed.size() + 2) / GROUP * 4);
-  for (std::span<const std::uint8_t> rest = packed; !rest.empty();) {
-    const auto group = rest.first(std::min(rest.size(), GROUP));
-    AppendGroup(base64, group);
-    rest = rest.subspan(group.size());
-  }
-  return base64;
+  return EncodeBase64(Compress(text));
 }
 
 }  // namespace host::report

@@ -7,12 +7,14 @@
 #include <fstream>
 #include <iostream>
 #include <optional>
-#include <span>
+#include <stdexcept>
 
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
+#include "base/call_filter.h"
+#include "base/installation.h"
 #include "base/json_text.h"
 #include "bus/key_log.h"
 #include "bus/log_lines.h"
@@ -96,10 +98,11 @@ class ReportMaker {
         file_(options.output, title_),
         screen_(file_),
         traffic_(file_) {}
-  void Run();
+  report_outcome_t Run();
 
  private:
-  void ReadLogs(FilmProcess& film);
+  // Returns false when a signal stopped it.
+  bool ReadLogs(FilmProcess& film);
   void AcceptFrame(const bus::frame_t& frame, FilmProcess& film);
   void AcceptKeysUntil(std::uint64_t time_us, FilmProcess& film);
   void Finish(const std::string& filmProblem);
@@ -144,23 +147,30 @@ void ReportMaker::AcceptFrame(const bus::frame_t& frame, FilmProcess& film) {
   traffic_.Accept(frame, time_ms);
 }
 
-void ReportMaker::ReadLogs(FilmProcess& film) {
+bool ReportMaker::ReadLogs(FilmProcess& film) {
   ProgressLine progress;
   for (std::uint64_t frames = 0; const auto frame = logs_.Next(); ++frames) {
     AcceptFrame(*frame, film);
     if (frames % LOOK_PERIOD != 0) continue;
-    if (stop_.Stopped()) throw Failure("stopped; no report was written");
+    if (stop_.Stopped()) break;
     progress.Show(logs_.Share(), now_ms_);
   }
   progress.Clear();
+  return !stop_.Stopped();
 }
 
-void ReportMaker::Run() {
+report_outcome_t ReportMaker::Run() {
   beginsInOperation_ = !logs_.AsksForPage();
   FilmProcess film({options_.config, beginsInOperation_ ? OPERATING_PAGE : ""},
                    [this](std::string_view record) { screen_.Accept(record); });
-  ReadLogs(film);
-  Finish(film.Finish());
+  base::KeepRights("hx7", base::RIGHT_WRITE);  // no other program is started
+  if (!ReadLogs(film)) {
+    std::cerr << "hx7: stopped; no report was written\n";
+    return report_outcome_t::STOPPED;
+  }
+  const std::string problem = film.Finish();
+  Finish(problem);
+  return problem.empty() ? report_outcome_t::WHOLE : report_outcome_t::WITHOUT_SCREEN;
 }
 
 void ReportMaker::AddHead(json& index) const {
@@ -169,7 +179,6 @@ void ReportMaker::AddHead(json& index) const {
   index["begin"] = logs_.Begin_us() / US_PER_MS;
   index["zone"] = ZoneMinutes(logs_.Begin_us());
   index["end"] = now_ms_;
-  index["hasKeys"] = !keys_.empty();
   index["kinds"] = json::array();
   for (const curve_kind_t& curve : CURVES)
     index["kinds"].push_back({{"name", curve.name}, {"scale", curve.scale}});
@@ -211,8 +220,13 @@ void ReportMaker::Finish(const std::string& filmProblem) {
 
 }  // namespace
 
-void MakeReport(const report_options_t& options) {
-  ReportMaker(options).Run();
+report_outcome_t MakeReport(report_options_t options) {
+  try {
+    options.config = base::FindConfigFolder(options.config);
+  } catch (const std::runtime_error& error) {
+    throw UsageError(error.what());
+  }
+  return ReportMaker(options).Run();
 }
 
 }  // namespace host::report

@@ -14,7 +14,12 @@ struct report_options_t {
   std::string config;    // the configuration's folder; empty: found as usual
 };
 
+enum class report_outcome_t {
+  WHOLE,
+  WITHOUT_SCREEN,  // film failed: the report says until when it has the screen
+  STOPPED,         // by a signal; no report was written
+};
 // Writes the report, with progress on a terminal. Throws UsageError and Failure.
-void MakeReport(const report_options_t& options);
+report_outcome_t MakeReport(report_options_t options);
 
 }  // namespace host::report

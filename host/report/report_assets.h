@@ -5,7 +5,8 @@
 
 namespace host::report {
 
-// The content of a file of host/report/assets, or of Chart.js ("chart.min.js").
+// The content of a file of host/report/assets, of Chart.js ("chart.min.js"), or of the typeface B612
+// ("B612-Regular.otf").
 std::string_view Asset(std::string_view name);
 
 }  // namespace host::report

@@ -1,0 +1,139 @@
+"""hx7 report in a browser: the screen at the cursor is the display's, and no text of the log becomes markup."""
+
+import json
+import subprocess
+
+import pytest
+from desk import BIN, CONFIG, DEMO_LOG, cmd5, cut, wait_for
+from selenium.webdriver.common.action_chains import ActionChains
+from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
+
+HOSTILE = '</script><img src="http://127.0.0.1:9/x" onerror="hacked=1">'
+CENTER_OF_LINE_1 = 17
+SCREEN_TEXTS = """
+  const found = document.getElementById('screen').shadowRoot.querySelectorAll('[id^=orvikTextWidget]');
+  return Object.fromEntries([...found].map((element) => [element.id, element.textContent]));
+"""
+
+
+def stamped(seconds, frame):
+    return f"({1700000000 + seconds:.6f}) can0 18FF00D0#{frame.hex().upper()}\n"
+
+
+@pytest.fixture(scope="module")
+def log(tmp_path_factory):
+    """The demonstration log, with an overload, a two-block and a lost link, and a text of somebody who means harm."""
+    path = tmp_path_factory.mktemp("report") / "<b>lift.log"
+    hostile = [stamped(141.96 + i / 1000, frame) for i, frame in enumerate(cut(cmd5((CENTER_OF_LINE_1, HOSTILE))))]
+    end = [stamped(143, frame) for frame in cut([8, 1])]
+    path.write_text(DEMO_LOG.read_text() + "".join(hostile + end))
+    return path
+
+
+@pytest.fixture(scope="module")
+def film(log):
+    """The film's records: what the application set, beside which the report's picture is held."""
+    with log.open() as lines:
+        done = subprocess.run([BIN / "film", "--config", CONFIG], stdin=lines, stdout=subprocess.PIPE, check=True)
+    return [json.loads(line) for line in done.stdout.splitlines()]
+
+
+def texts_at(film, time):
+    texts = {}
+    for record in film:
+        if record["t"] <= time:
+            texts |= record.get("widgets", {})
+    return texts
+
+
+def bare(text):
+    """Without the padding of a field, which the screen's pages place in their own way."""
+    return "".join(text.split())
+
+
+class ReportPage:
+    def __init__(self, driver, path):
+        self.driver = driver
+        driver.get_log("browser")  # drops the entries of the page before
+        driver.get(path.as_uri())
+        wait_for(lambda: driver.execute_script("return document.documentElement.dataset.ready"), "the report", 20)
+        self.settle()
+
+    def find(self, css):
+        return self.driver.find_element(By.CSS_SELECTOR, css)
+
+    def settle(self):
+        """Waits until the picture is of the cursor's time, and returns that."""
+        now = "return document.getElementById('plots').getAttribute('aria-valuenow')"
+        shown = "return document.getElementById('screen').dataset.time"
+        run = self.driver.execute_script
+        return int(wait_for(lambda: run(now) is not None and run(now) == run(shown) and run(now), "the picture", 20))
+
+    def click_at(self, seconds):
+        """Moves the cursor by a click to the pixel of this time, and returns its time in milliseconds."""
+        place = self.find("#plots")
+        x = self.driver.execute_script("return pixelOf(arguments[0])", seconds * 1000) - place.rect["width"] / 2
+        ActionChains(self.driver).move_to_element_with_offset(place, round(x), 0).click().perform()
+        self.driver.execute_async_script("requestAnimationFrame(() => requestAnimationFrame(arguments[0]))")
+        time = self.settle()
+        assert abs(time - seconds * 1000) < 500
+        return time
+
+    def screen_texts(self):
+        return self.driver.execute_script(SCREEN_TEXTS)
+
+
+@pytest.fixture
+def report(driver, log):
+    output = log.with_name("report.html")
+    subprocess.run([BIN / "hx7", "report", log, "-o", output, "--config", CONFIG], check=True)
+    yield ReportPage(driver, output)
+    driver.get("about:blank")
+
+
+def test_the_screen_at_the_cursor_is_the_displays(report, film):
+    figures = [element.text.split("\n") for element in report.driver.find_elements(By.CSS_SELECTOR, ".figure")]
+    assert [figure[:2] for figure in figures[1:]] == [["1", "overload"], ["1", "two-block"], ["1", "lost link"],
+                                                      ["0", "broken messages"]]
+    assert figures[1][2] == "greatest 107.7 %"
+    # Forward and back, in the same minute and another, on both sides of the page request.
+    for seconds in (53, 55, 54, 110, 30, 1.1, 62):
+        time = report.click_at(seconds)
+        expected, shown = texts_at(film, time), report.screen_texts()
+        common = expected.keys() & shown.keys()
+        assert len(common) > (2 if seconds < 2 else 10)
+        differing = {name: (shown[name], expected[name]) for name in common if bare(shown[name]) != bare(expected[name])}
+        assert not differing, f"at {time} ms"
+    assert report.find("#link").text == "Host link OK"
+    report.click_at(124)
+    assert report.find("#link").text == "Host link lost"
+    assert "--" in report.screen_texts()["orvikTextWidgetLoad"]  # values that are not known show no old number
+
+
+def test_zoom_shows_each_sample(report):
+    report.click_at(54)
+    width = "return shown.to - shown.from"
+    whole = report.driver.execute_script(width)
+    for _ in range(4):
+        report.find("#zoom-in").click()
+    wait_for(lambda: report.driver.execute_script(width) < whole / 30, "the zoom")
+    wait_for(lambda: report.driver.execute_script("return plots[0].scales.x.max === shown.to"), "the curves")
+    points = report.driver.execute_script(
+        "return plots[0].data.datasets[0].data.filter(({x}) => x >= shown.from && x <= shown.to)")
+    steps = [after["x"] - before["x"] for before, after in zip(points, points[1:])]
+    assert len(points) > 20 and max(steps) <= 150  # ten messages a second
+    report.find("#zoom-all").click()
+    wait_for(lambda: report.driver.execute_script(width) == whole, "the whole log")
+
+
+def test_a_text_of_the_log_is_data(report):
+    report.find("#find").send_keys("onerror", Keys.ENTER)
+    wait_for(lambda: "</script><img" in report.find("#rows tr.here").text, "the message")
+    report.settle()
+    assert "</script><img" in report.screen_texts()["orvikTextWidgetLine1Std"]
+    assert report.find("#title").text == "<b>lift.log"
+    run = report.driver.execute_script
+    assert run("return [typeof hacked, document.images.length]") == ["undefined", 0]
+    assert run("return performance.getEntriesByType('resource').map(({name}) => name)") == []
+    assert [entry for entry in report.driver.get_log("browser") if entry["level"] == "SEVERE"] == []
