@@ -191,6 +191,12 @@ void ReportMaker::AddNotes(json& notes, const std::string& filmProblem) {
         "screen "
         "begins on the operating page, with the values that come after.");
   }
+  if (traffic_.TakesUnits()) {
+    notes.push_back(
+        "The host has not set its units before the first values. Until it does, they count as pounds and feet, "
+        "as on a "
+        "display that was just switched on.");
+  }
   if (!filmProblem.empty()) {
     notes.push_back(
         "The screen, the page, the beeper and lost links are known until " +

@@ -23,6 +23,7 @@ constexpr std::size_t MOST_KINDS = 4096;
 
 constexpr double KGS_PER_LB = 0.45359237;
 constexpr double METERS_PER_FOOT = 0.3048;
+constexpr unsigned IMPERIAL = 0;
 constexpr unsigned METRIC = 1;
 
 // The rows of the lamps that warn. Several lamps may share a row.
@@ -93,20 +94,21 @@ void TrafficReport::NoteHost(const bus_message_t& message, std::int64_t time_ms)
   }
 }
 
-// Values before the first units are in units that are not known, and taken for those.
 void TrafficReport::NoteUnits(unsigned units) {
-  if (units > METRIC) return;
-  units_ = units;
-  if (!firstUnits_) firstUnits_ = units;
+  if (units <= METRIC) units_ = units;
 }
 
 void TrafficReport::NoteValues(const bus_message_t& message, std::int64_t time_ms) {
   const command_t& command = OperatingValuesCommand();
   curve_values_t values{};
   double percent = std::nan("");
+  if (!firstUnits_) {
+    takesUnits_ = !units_;
+    firstUnits_ = units_.value_or(IMPERIAL);
+  }
   for (std::size_t i = 0; i < CURVES.size(); ++i) {
     const field_t& field = *FindField(command, CURVES[i].name);
-    const double factor = Conversion(field.unit, units_.value_or(0), firstUnits_.value_or(units_.value_or(0)));
+    const double factor = Conversion(field.unit, units_.value_or(IMPERIAL), *firstUnits_);
     values[i] = ReadNumber(field, message.bytes) * factor;
     if (field.unit == unit_t::PERCENT) percent = values[i];
   }

@@ -21,8 +21,9 @@
 
 namespace host::report {
 
-// All values are in the units that the host has set first; later ones are converted, so that no curve jumps
-// where the units change.
+// All values are in the units of the first ones; later ones are converted, so that no curve jumps where the
+// units change. Until the host sets its units they are pounds and feet, as on a display that was just switched
+// on.
 class TrafficReport {
  public:
   explicit TrafficReport(ChunkSink& sink) : curves_(sink), messages_(sink) {}
@@ -33,6 +34,8 @@ class TrafficReport {
   // Writes the last chunks and adds "curves", "messages", "bands", "figures", "units" and "frames" to the
   // index.
   void Finish(std::int64_t time_ms, nlohmann::json& index);
+  // Whether the first values came before the host set its units.
+  bool TakesUnits() const { return takesUnits_; }
   std::uint64_t Frames() const { return decoder_.Counts().frames; }
 
  private:
@@ -58,8 +61,9 @@ class TrafficReport {
   OverloadFigures overloads_;
   EventCount broken_;
   std::map<std::string, listed_message_t> listed_;
-  std::optional<unsigned> firstUnits_;
-  std::optional<unsigned> units_;
+  std::optional<unsigned> units_;       // that the host has set
+  std::optional<unsigned> firstUnits_;  // of the first values
+  bool takesUnits_ = false;             // the first values came before the host set its units
   std::optional<std::uint32_t> lamps_;
   bool lampsChanged_ = false;
   std::int64_t lastHost_ms_ = 0;  // time of the host's last frame

@@ -1,7 +1,11 @@
 """hx7 report in a browser: the screen at the cursor is the display's, and no text of the log becomes markup."""
 
+import base64
 import json
+import re
+import shutil
 import subprocess
+import zlib
 
 import pytest
 from desk import BIN, CONFIG, DEMO_LOG, cmd5, cut, wait_for
@@ -29,6 +33,25 @@ def log(tmp_path_factory):
     end = [stamped(143, frame) for frame in cut([8, 1])]
     path.write_text(DEMO_LOG.read_text() + "".join(hostile + end))
     return path
+
+
+def index_of(report):
+    packed = re.search(r'id="index">([^<]*)<', report.read_text()).group(1)
+    return json.loads(zlib.decompress(base64.b64decode(packed)))
+
+
+def test_a_film_that_crashes_is_told(log, tmp_path):
+    shutil.copy(BIN / "hx7", tmp_path)
+    film = tmp_path / "film"
+    film.write_text(f'#!/bin/bash\nhead -n 5000 | {BIN}/film "$@"\nkill -SEGV $$\n')
+    film.chmod(0o755)
+    output = tmp_path / "report.html"
+    done = subprocess.run([tmp_path / "hx7", "report", log, "-o", output, "--config", CONFIG], check=False)
+    index = index_of(output)
+    assert done.returncode == 1
+    assert "film crashed: Segmentation fault" in index["notes"][0]
+    assert 55000 < index["filmEnd"] < 75000 < index["end"]
+    assert index["figures"]["twoBlocks"]["count"] == 1  # the log alone says so
 
 
 @pytest.fixture(scope="module")
@@ -130,7 +153,8 @@ def test_zoom_shows_each_sample(report):
 def test_a_text_of_the_log_is_data(report):
     report.find("#find").send_keys("onerror", Keys.ENTER)
     wait_for(lambda: "</script><img" in report.find("#rows tr.here").text, "the message")
-    report.settle()
+    report.find("#plots").send_keys(Keys.ARROW_RIGHT * 5)  # the screen shows it half a second later at most
+    wait_for(lambda: report.settle() >= 142400, "the cursor")
     assert "</script><img" in report.screen_texts()["orvikTextWidgetLine1Std"]
     assert report.find("#title").text == "<b>lift.log"
     run = report.driver.execute_script

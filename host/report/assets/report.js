@@ -22,14 +22,15 @@ const counted = (count, word) => (count === 1 ? word : `${word}s`);
 
 function showFigures() {
   const { overloads, twoBlocks, lostLinks, broken } = log.figures;
+  const isWhole = log.filmEnd >= log.end; // the film, which knows the lost links
   byId('figures').replaceChildren(
     figure(lengthOf(log.end), 'length of the log', '', [], `${log.frames.toLocaleString('en-US')} frames`),
     figure(`${overloads.count}`, counted(overloads.count, 'overload'), overloads.count ? 'bad' : 'good', overloads.times,
       overloads.most === null ? '' : `greatest ${overloads.most.toFixed(1)} %`),
     figure(`${twoBlocks.count}`, counted(twoBlocks.count, 'two-block'), twoBlocks.count ? 'bad' : 'good', twoBlocks.times,
       twoBlocks.count ? `${lengthOf(twoBlocks.total)} in all` : ''),
-    figure(`${lostLinks.count}`, counted(lostLinks.count, 'lost link'), lostLinks.count ? 'bad' : 'good', lostLinks.times,
-      lostLinks.count ? `${lengthOf(lostLinks.total)} in all` : ''),
+    figure(`${lostLinks.count}`, counted(lostLinks.count, 'lost link'), lostLinks.count ? 'bad' : isWhole ? 'good' : '', lostLinks.times,
+      [lostLinks.count ? `${lengthOf(lostLinks.total)} in all` : '', isWhole ? '' : `until ${clockAt(log.filmEnd).slice(0, 8)}`].filter(Boolean).join(', ')),
     figure(`${broken.count}`, counted(broken.count, 'broken message'), broken.count ? 'warn' : 'good', broken.times));
 }
 

@@ -108,6 +108,9 @@ TEST(TrafficReport, KeepsTheUnitsOfTheBeginning) {
                               {100, {"units=metric", "load=453.6", "radius=30.48"}}},
                              kept);
   EXPECT_EQ(index["units"], 0);
+  KeptChunks taken;
+  EXPECT_EQ(IndexOf({{0, {"load=100"}}, {100, {"units=metric", "load=45.36"}}}, taken)["units"], 0);
+  EXPECT_EQ(taken.chunks["c0-0"]["lo"][0], json({100, 0}));
   // load and radius: first value, then the difference.
   EXPECT_EQ(kept.chunks["c0-0"]["lo"][0], json({1000, 0}));
   EXPECT_EQ(kept.chunks["c0-0"]["lo"][3], json({1000, 0}));
