@@ -33,6 +33,7 @@ constexpr std::array<argument_unit_t, 4> WEIGHT_UNITS = {
     {{"kg", 1}, {"t", 1000}, {"lbs", 0.45359237}, {"lb", 0.45359237}}};
 constexpr std::array<argument_unit_t, 1> DEGREES = {{{"deg", 1}}};
 constexpr std::array<argument_unit_t, 1> SECONDS = {{{"s", 1}}};
+constexpr std::array<argument_unit_t, 1> TIMES = {{{"times", 1}}};
 constexpr std::array<argument_unit_t, 1> SPEED = {{{"m/s", 1}}};
 
 // The limits are inclusive and in the first unit.

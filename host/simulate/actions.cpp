@@ -254,6 +254,12 @@ crane_action_t ParseSay(arguments_t words) {
   return [text](action_target_t& target) { target.say(text); };
 }
 
+crane_action_t ParseExpect(arguments_t words) {
+  return [expectation = judge::ParseExpectation(words)](action_target_t& target) {
+    if (target.expect) target.expect(expectation, target.place);
+  };
+}
+
 constexpr action_row_t ACTIONS[] = {
     {"base", "tires|retracted|half|extended", "what the crane stands on; outriggers take seconds", 1, 1,
      ParseBase},
@@ -294,6 +300,11 @@ constexpr action_row_t ACTIONS[] = {
      ParseHold},
     {"release", "", "ends hold", 0, 0, ParseRelease},
     {"say", "TEXT", "prints a line for the user", 1, ANY_NUMBER, ParseSay},
+    {EXPECT_ACTION,
+     "NAME \"TEXT\" | NAME == NUMBER | [no] lamp LAMP | reply REQUEST VALUE | picture FILE ... [within "
+     "SECONDS]",
+     "what the display has to show, or reply, by then (default: within 2); see docs/simulator.md", 1,
+     ANY_NUMBER, ParseExpect},
 };
 
 std::vector<std::string_view> ActionNames() {
@@ -302,9 +313,8 @@ std::vector<std::string_view> ActionNames() {
   return names;
 }
 
-}  // namespace
-
-std::vector<std::string> SplitWords(std::string_view text) {
+// Quotes join a word; with `keepQuotes` they stay in it too.
+std::vector<std::string> Split(std::string_view text, bool keepQuotes) {
   std::vector<std::string> words;
   bool inWord = false;
   bool inQuotes = false;
@@ -315,10 +325,24 @@ std::vector<std::string> SplitWords(std::string_view text) {
     if (!blank && !inWord) words.emplace_back();
     inWord = !blank;
     if (quote) inQuotes = !inQuotes;
-    if (inWord && !quote) words.back().push_back(c);
+    if (inWord && (!quote || keepQuotes)) words.back().push_back(c);
   }
   if (inQuotes) throw UsageError("a quote \" is not closed");
   return words;
+}
+
+bool IsExpectation(std::span<const std::string> words) {
+  if (words.empty()) return false;
+  constexpr std::string_view BEGIN_OF_TIME = "0123456789.+";
+  const bool hasTime = BEGIN_OF_TIME.find(words[0].front()) != std::string_view::npos;
+  return words.size() > (hasTime ? 1 : 0) && words[hasTime ? 1 : 0] == EXPECT_ACTION;
+}
+
+}  // namespace
+
+std::vector<std::string> SplitWords(std::string_view text) {
+  std::vector<std::string> words = Split(text, true);
+  return IsExpectation(words) ? words : Split(text, false);
 }
 
 crane_action_t ParseAction(std::span<const std::string> words) {

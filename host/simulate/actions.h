@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/judge/expectation.h"
+#include "host/judge/judgement.h"
 #include "host/load_computer/load_computer.h"
 #include "host/simulate/control_units.h"
 
@@ -18,11 +20,17 @@ struct action_target_t {
   ControlUnits& controlUnits;
   std::function<void(int)> pressFrontKey;       // of the display, 1 to 8
   std::function<void(const std::string&)> say;  // prints a line for the user
+  // Begins to judge what the display has to show; empty: expectations are passed over.
+  std::function<void(const judge::expectation_t&, const judge::expectation_place_t&)> expect = {};
+  judge::expectation_place_t place = {};  // of the action in its scenario
 };
 using crane_action_t = std::function<void(action_target_t&)>;
 
-// Splits at blanks; a word in double quotes may contain blanks. # begins a comment. Throws host::UsageError for
-// a quote that is not closed.
+constexpr std::string_view EXPECT_ACTION = "expect";
+
+// Splits at blanks; a word in double quotes may contain blanks. # begins a comment. In a line of EXPECT_ACTION,
+// with or without a time before it, words keep their quotes, because a number and a text differ there. Throws
+// host::UsageError for a quote that is not closed.
 std::vector<std::string> SplitWords(std::string_view text);
 
 // Reads an action with its arguments; `words` has at least one word. Checks everything, so that the action
