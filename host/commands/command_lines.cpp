@@ -7,6 +7,7 @@
 
 #include "base/call_filter.h"
 #include "base/exit_status.h"
+#include "host/check/check.h"
 #include "host/commands/check_log.h"
 #include "host/commands/diff.h"
 #include "host/commands/hold.h"
@@ -195,7 +196,23 @@ void AddInjectOptions(CLI::App& command, simulate::simulate_options_t& options) 
       ->capture_default_str();
 }
 
-void AddSimulateOptions(CLI::App& command, int& /*status*/) {
+void AddExpectationOptions(CLI::App& command, simulate::simulate_options_t& options) {
+  command
+      .add_flag("--once", options.once,
+                "Play the scenario once, also if it repeats, and end when its expectations are decided")
+      ->excludes("--loop")
+      ->excludes("--seconds-of-crane");
+  command.add_flag("--ignore-expectations", options.ignoreExpectations,
+                   "Play the scenario without judging what the display shows");
+  command.add_flag("--write-pictures", options.writePictures,
+                   "Write the pictures that the scenario expects, instead of comparing them");
+  command
+      .add_option("--results", options.results,
+                  "A folder for how the expectations came out (results.jsonl), and pictures of the failures")
+      ->check(CLI::ExistingDirectory);
+}
+
+void AddSimulateOptions(CLI::App& command, int& status) {
   const auto options = MakeOptions<simulate::simulate_options_t>();
   command.footer(
       "A scenario is a text file with a time in seconds and an action on each line; see docs/simulator.md.\n"
@@ -206,14 +223,46 @@ void AddSimulateOptions(CLI::App& command, int& /*status*/) {
                    "Read actions from the terminal, until quit or the end of the input");
   command.add_option("--http", options->http,
                      "Accept actions over HTTP at this address, such as 127.0.0.1:8741");
+  AddExpectationOptions(command, *options);
   AddInjectOptions(command, *options);
   AddBus(command, options->bus);
   command.add_flag("--quiet", options->quiet, "Print only errors");
   AddList(command, "Show the scenarios", [options] { return simulate::ListScenarios(options->config); });
   const auto check = AddCheck(command, "Only say whether scenario, chart and options are right");
-  command.callback([options, check] {
+  command.callback([options, check, &status] {
     KeepRights(TO_WRITE);
-    *check ? simulate::CheckSimulation(*options) : simulate::Simulate(*options);
+    if (*check) return simulate::CheckSimulation(*options);
+    status = simulate::Simulate(*options);
+  });
+}
+
+void AddCheckOptions(CLI::App& command, int& status) {
+  const auto options = MakeOptions<check::check_options_t>();
+  command.footer(
+      "Each run has a unit and a simulator of its own, from the folder of hx7. A scenario runs at the speed of "
+      "its\n"
+      "line `speed N`, and without that line in real time; see docs/simulator.md. A failure is kept in a "
+      "folder\n"
+      "with the screen's picture, the logs and a bundle, and printed with the command that repeats it.\n"
+      "Exit status: 0 all passed, 1 a run failed, 2 called wrongly, 3 interrupted.");
+  command.add_option("SCENARIO", options->scenarios, "Names of `hx7 simulate --list`, files, or all")
+      ->required();
+  command.add_option("--junit", options->junit, "Write the results as JUnit XML into this file");
+  command.add_option("--seed", options->seeds, "Run each scenario with each of these seeds")
+      ->capture_default_str();
+  command
+      .add_option("--jobs", options->jobs,
+                  "Desks at the same time; default: by the free cores, 8 for each at most")
+      ->check(CLI::Range(1, 256));
+  command.add_option("--speed", options->speed, "The greatest speed, where a scenario allows a greater one")
+      ->check(CLI::Range(0.1, 100.0));
+  command.add_option("--keep", options->keep, "The folder that gets the failures")->capture_default_str();
+  command.add_flag("--write-pictures", options->writePictures,
+                   "Write the pictures that the scenarios expect, instead of comparing them");
+  command.add_option("--config", options->config, "The configuration folder, with scenarios and charts");
+  command.callback([options, &status] {
+    KeepRights(TO_WRITE | base::RIGHT_EXECUTE);
+    status = check::Check(*options);
   });
 }
 
@@ -269,6 +318,7 @@ constexpr command_line_t COMMANDS[] = {
     {"watch", "Show both directions in words, live or from a log", AddWatchOptions},
     {"record", "Record the bus as a log of candump -L", AddRecordOptions},
     {"simulate", "Run a crane and its host load computer on the bus", AddSimulateOptions},
+    {"check", "Run scenarios against a display and say whether it does what they expect", AddCheckOptions},
     {"diff", "Say where two logs differ in what the display shows", AddDiffOptions},
     {"report", "Write a web page that shows a log, and the screen at any moment of it", AddReportOptions},
 };
