@@ -18,7 +18,7 @@ FAULTS = {
 
 
 def inject(desk, fault, rate):
-    return desk.succeed(BIN / "hx7", "simulate", "--config", CONFIG, "--scenario", "normal-lift", "--seed", "5", "--speed",
+    return desk.succeed(BIN / "hx7", "simulate", "--config", CONFIG, "--seed", "5", "--speed",
                         "max", "--seconds-of-crane", "30", "--inject", fault, "--inject-rate", str(rate), seconds=60)[1]
 
 
