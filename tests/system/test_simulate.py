@@ -45,37 +45,13 @@ class Host:
         assert status == 200, answer
 
 
-def test_a_run_shows_a_crane_at_work_and_answers_the_front_keys(tmp_path):
+def test_a_run_has_a_host_with_a_usual_lift(tmp_path):
     unit = Process([BIN / "unit", "run", "--verbose", "--config", CONFIG, *ADDRESSES], tmp_path / "run")
     desk = Desk.__new__(Desk)
     desk.runtime = tmp_path / "run"
-    unit.wait_line("unit: panel at", seconds=20)
     unit.wait_line("while on Page.Main page", seconds=20)
+    assert Host(desk).state()["scenario"] == "normal-lift"
     wait_for(lambda: desk.value("OrvikLoad") == 500, "the hook block's weight")
-    wait_for(lambda: desk.value("OrvikOutriggerExtended") == 1, "the outriggers")
-    wait_text(desk, "OUTRIGGERS EXTENDED")
-    host = Host(desk)
-    assert host.state()["scenario"] == "normal-lift"
-    desk.press(1)
-    wait_text(desk, "INFO 1/4")
-    assert desk.screen.document()["page"] == "Wad"
-    desk.press(3)
-    wait_text(desk, "EXTENSION OFF")
-    desk.press(5)
-    wait_for(lambda: desk.value("OrvikAngleAlarmSet") == 1, "the limit of the angle")
-    desk.press(1)
-    wait_for(lambda: desk.screen.document()["page"] == "Main", "the operating page")
-    wait_text(desk, "PARTS OF LINE")
-    desk.press(3)
-    wait_for(lambda: desk.value("OrvikPartsOfLine") == 5, "one part of line more")
-    desk.press(4)
-    wait_text(desk, "RETRACTED")
-    desk.press(6)
-    wait_text(desk, "OUTRIGGERS HALF")
-    wait_for(lambda: desk.screen.document()["page"] == "Main", "the operating page")
-    desk.press(5)
-    wait_text(desk, "SWING AREA")
-    wait_for(lambda: desk.screen.document()["page"] == "Main", "the operating page by itself")
     unit.stop()
     assert not (tmp_path / "run" / "hx7.address").exists()
     assert unit.child.returncode == 0
@@ -117,7 +93,7 @@ def test_what_is_sent_beside_a_simulator_is_told_and_can_be_held(tmp_path):
     assert got == 1 and "no simulator runs" in errors
 
 
-def test_by_hand_on_the_terminal_with_a_lost_link_and_a_restart(desk, tmp_path):
+def test_by_hand_on_the_terminal_with_a_restart(desk, tmp_path):
     pipe = tmp_path / "commands"
     os.mkfifo(pipe)
     host = desk.start("sh", "-c", f"exec '{BIN}/hx7' simulate --config '{CONFIG}' --interactive < '{pipe}'")
@@ -128,10 +104,6 @@ def test_by_hand_on_the_terminal_with_a_lost_link_and_a_restart(desk, tmp_path):
         host.wait_line("the hook above the ground")
         host.wait_line("base tires, view operating")
         wait_for(lambda: desk.value("OrvikLoad") == 11500, "five tons and the hook block")
-        wait_text(desk, "FLÈCHE PRINCIPALE")
-        terminal.write("silence 15\n")
-        wait_for(lambda: desk.value("OrvikHX7TimeOutLamp") == 2, "the lost link", 14)
-        wait_for(lambda: desk.value("OrvikHX7TimeOutLamp") == 1, "the link", 8)
         wait_text(desk, "FLÈCHE PRINCIPALE")
         terminal.write("restart\nscenario overlod\n")
         host.wait_line("did you mean overload?", host.err)
