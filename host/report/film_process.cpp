@@ -44,6 +44,7 @@ pid_t StartFilm(const film_plan_t& plan, int input, int output, int errors) {
   if (!plan.config.empty()) words.insert(words.end(), {"--config", plan.config});
   if (!plan.page.empty()) words.insert(words.end(), {"--page", plan.page});
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
 
@@ -83,7 +84,7 @@ void AwaitEnd(pid_t process) {
 }  // namespace
 
 FilmProcess::FilmProcess(const film_plan_t& plan, std::function<void(std::string_view)> onRecord) {
-  std::signal(SIGPIPE, SIG_IGN);  // a film that died is told by write
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));  // a film that died is told by write
   const pipe_ends_t lines = MakePipe();
   const pipe_ends_t records = MakePipe();
   input_ = lines.write;

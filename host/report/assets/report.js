@@ -206,9 +206,9 @@ plotsPlace.addEventListener('pointerdown', () => { if (playing) togglePlay(); })
 // --- Printing: the same on white.
 
 function usePrintLook(isPrinted) {
+  document.documentElement.classList.toggle('printing', isPrinted);
   makePlots(isPrinted ? LIGHT : DARK);
-  plots.forEach((plot) => plot.resize());
-  drawAll();
+  drawAll(); // the data are here already, so that all is drawn before this event ends
 }
 addEventListener('beforeprint', () => usePrintLook(true));
 addEventListener('afterprint', () => usePrintLook(false));
