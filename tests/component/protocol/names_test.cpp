@@ -58,7 +58,7 @@ TEST(PanelWords, AreThoseOfTheHostsNames) {
   add(simulate::VIEW_NAMES);
   add(simulate::SENSOR_FAULT_NAMES);
   for (const auto& file : std::filesystem::directory_iterator(SOURCE_FOLDER "/config/scenarios")) {
-    names.insert(file.path().stem().string());
+    if (file.path().extension() == ".scenario") names.insert(file.path().stem().string());
   }
   std::stringstream text;
   text << std::ifstream(SOURCE_FOLDER "/config/words/en.xml").rdbuf();
