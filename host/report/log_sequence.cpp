@@ -13,9 +13,10 @@ namespace {
 constexpr std::uint64_t LOOK_AHEAD_US = 10'000'000;
 constexpr std::size_t MOST_AHEAD = 100'000;  // a full bus has some 8,000 a second
 
-bool IsPageRequest(const bus_message_t& message) {
-  return message.sender == sender_t::HOST && message.decoded.name == "transition" &&
-         message.decoded.problem.empty();
+void Note(const bus_message_t& message, log_beginning_t& beginning) {
+  if (message.sender != sender_t::HOST || !message.decoded.problem.empty()) return;
+  if (message.decoded.name == "transition") beginning.asksForPage = true;
+  if (message.decoded.name == "units" && !beginning.units) beginning.units = message.bytes[2];
 }
 
 }  // namespace
@@ -60,17 +61,17 @@ std::optional<bus::frame_t> LogSequence::Next() {
   return frame;
 }
 
-bool LogSequence::AsksForPage() {
+log_beginning_t LogSequence::LookAhead() {
+  log_beginning_t beginning;
   TrafficDecoder decoder;
   while (ahead_.size() < MOST_AHEAD) {
     const auto frame = ReadNext();
-    if (!frame) return false;
+    if (!frame) break;
     ahead_.push_back(*frame);
-    if (frame->time_us > begin_us_ + LOOK_AHEAD_US) return false;
-    const auto message = decoder.Accept(*frame);
-    if (message && IsPageRequest(*message)) return true;
+    if (frame->time_us > begin_us_ + LOOK_AHEAD_US) break;
+    if (const auto message = decoder.Accept(*frame)) Note(*message, beginning);
   }
-  return false;
+  return beginning;
 }
 
 std::uint64_t LogSequence::Skipped() const {

@@ -14,6 +14,12 @@
 
 namespace host::report {
 
+// What the host says in the first ten seconds.
+struct log_beginning_t {
+  bool asksForPage = false;       // as it does after it was switched on
+  std::optional<unsigned> units;  // the first that it sets: 0 Imperial, 1 Metric
+};
+
 class LogSequence {
  public:
   // Opens all logs and puts them in the order of their first frames. Throws UsageError when one cannot be read
@@ -21,8 +27,8 @@ class LogSequence {
   explicit LogSequence(const std::vector<std::string>& files);
 
   std::optional<bus::frame_t> Next();
-  // Whether the host asks for a page in the first ten seconds, as it does after it was switched on.
-  bool AsksForPage();
+  // Reads ahead. To be called before Next.
+  log_beginning_t LookAhead();
   std::uint64_t Begin_us() const { return begin_us_; }
   std::uint64_t Skipped() const;  // lines without a frame so far
   // How much of the files has been read, 0 to 1.

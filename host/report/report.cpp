@@ -160,7 +160,9 @@ bool ReportMaker::ReadLogs(FilmProcess& film) {
 }
 
 report_outcome_t ReportMaker::Run() {
-  beginsInOperation_ = !logs_.AsksForPage();
+  const log_beginning_t beginning = logs_.LookAhead();
+  beginsInOperation_ = !beginning.asksForPage;
+  if (beginning.units) traffic_.NoteUnits(*beginning.units);
   FilmProcess film({options_.config, beginsInOperation_ ? OPERATING_PAGE : ""},
                    [this](std::string_view record) { screen_.Accept(record); });
   base::KeepRights("hx7", base::RIGHT_WRITE);  // no other program is started
@@ -193,7 +195,8 @@ void ReportMaker::AddNotes(json& notes, const std::string& filmProblem) {
   }
   if (traffic_.TakesUnits()) {
     notes.push_back(
-        "The host has not set its units before the first values. Until it does, they count as pounds and feet, "
+        "The host does not set its units in the first ten seconds. Until it does, they count as pounds and "
+        "feet, "
         "as on a "
         "display that was just switched on.");
   }

@@ -28,6 +28,9 @@ class TrafficReport {
  public:
   explicit TrafficReport(ChunkSink& sink) : curves_(sink), messages_(sink) {}
 
+  // The units of the values that come next, as the host's command for them says: 0 Imperial, 1 Metric; others
+  // are passed over.
+  void NoteUnits(unsigned units);
   // In the order of time; `time_ms` counts from the first frame.
   void Accept(const bus::frame_t& frame, std::int64_t time_ms);
   void Accept(const bus::key_change_t& change, std::int64_t time_ms);
@@ -43,7 +46,6 @@ class TrafficReport {
   void NoteHost(const bus_message_t& message, std::int64_t time_ms);
   void NoteValues(const bus_message_t& message, std::int64_t time_ms);
   void NoteLamps(std::uint32_t lamps, std::int64_t time_ms);
-  void NoteUnits(unsigned units);
   void NoteReply(const bus_message_t& message, std::int64_t time_ms);
   bool IsToList(const bus_message_t& message, const std::string& words, std::int64_t time_ms);
   void List(const bus_message_t& message, std::int64_t time_ms);
