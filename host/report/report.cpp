@@ -76,11 +76,11 @@ class ProgressLine {
     if (!isShown_ || Clock::now() < next_) return;
     next_ = Clock::now() + std::chrono::milliseconds(250);
     const auto seconds = static_cast<long long>(time_ms / 1000);
-    std::fprintf(stderr, "\rhx7: %3.0f %%, %lld:%02lld:%02lld of the log ", share * 100, seconds / 3600,
-                 seconds / 60 % 60, seconds % 60);
+    static_cast<void>(std::fprintf(stderr, "\rhx7: %3.0f %%, %lld:%02lld:%02lld of the log ", share * 100,
+                                   seconds / 3600, seconds / 60 % 60, seconds % 60));
   }
   void Clear() const {
-    if (isShown_) std::fputs("\r\033[K", stderr);
+    if (isShown_) static_cast<void>(std::fputs("\r\033[K", stderr));
   }
 
  private:

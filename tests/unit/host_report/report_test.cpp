@@ -142,7 +142,7 @@ TEST(CurveTiles, KeepAPeakAtEachLevel) {
     curve_values_t values{};
     values[0] = i == 1500 ? 999 : 10;
     values[2] = i < 2000 ? std::nan("") : 50;
-    tiles.Add(i * 100, values);
+    tiles.Add(std::int64_t{100} * i, values);
   }
   const json levels = tiles.Finish();
   EXPECT_EQ(levels[0]["chunks"], json({0, 102'400, 204'800}));
