@@ -21,7 +21,7 @@ std::string PathOf(const char* file) {
 
 std::string RuntimePath(const char* file) {
   std::string path = PathOf(file);
-  if (path.empty()) throw std::runtime_error(platform::RuntimeDirectoryProblem());
+  if (path.empty()) throw RuntimeFolderError(platform::RuntimeDirectoryProblem());
   return path;
 }
 

@@ -2,16 +2,23 @@
 // directory.
 #pragma once
 
+#include <stdexcept>
 #include <string>
 
 namespace base {
+
+// There is no runtime directory, or another user could reach into it; the text says which and what to do.
+class RuntimeFolderError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 constexpr const char* BUS_ADDRESS_FILE = "socketcand.address";  // the local bus
 constexpr const char* BUS_SOCKET_FILE = "bus.socket";           // the local bus too, a socket and no text
 constexpr const char* PANEL_ADDRESS_FILE = "http.address";      // the front panel
 constexpr const char* HOST_ADDRESS_FILE = "hx7.address";        // the host simulator
 
-// The path of such a file. Throws std::runtime_error with the problem where there is no runtime directory.
+// The path of such a file. Throws RuntimeFolderError.
 std::string RuntimePath(const char* file);
 
 // The address in the file, such as "127.0.0.1:8740"; empty where the server does not run.

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <iostream>
 
+#include "base/address_file.h"
 #include "host/protocol/errors.h"
 
 namespace host {
@@ -24,6 +25,8 @@ std::unique_ptr<bus::Endpoint> Open(const std::string& bus) {
   try {
     return bus::OpenEndpoint(bus);
   } catch (const bus::AddressError& error) {
+    throw UsageError(error.what());
+  } catch (const base::RuntimeFolderError& error) {
     throw UsageError(error.what());
   } catch (const std::runtime_error& error) {
     throw Failure(error.what());

@@ -140,8 +140,11 @@ def test_a_runtime_directory_that_others_could_reach_is_refused(tmp_path, make, 
         unit.wait_line("notify is up")
         assert unit.stop() == 0
         return
-    assert unit.wait_exit() == 1
+    assert unit.wait_exit() == 2
     assert text in unit.err[-1] and "ORVIK_RUNTIME_DIR" in unit.err[-1]
+    for call in (["unit", "status"], ["unit", "screen"], ["hx7", "send", "load=1"]):
+        refused = Process([BIN / call[0], *call[1:]], runtime)
+        assert refused.wait_exit() == 2 and text in refused.err[-1], (call, refused.err)
 
 
 def shared_object(runtime, name):

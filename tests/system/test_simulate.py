@@ -158,10 +158,10 @@ def test_two_runs_with_the_same_seed_put_the_same_bytes_on_the_bus(make_desk, tm
 
 @pytest.mark.parametrize("arguments, status, text", [
     (["--list"], 0, "worst-case-traffic"), (["--help"], 0, "two-block-switch"),
-    (["--scenario", "overlod"], 2, "did you mean overload?"), (["--scenario", "./none.scenario"], 1, "cannot read"),
-    (["--chart", "/none"], 1, "cannot read the load chart"), (["--chart", CONFIG / "generic.xml"], 2, "generic.xml:1:"),
+    (["--scenario", "overlod"], 2, "did you mean overload?"), (["--scenario", "./none.scenario"], 2, "cannot read"),
+    (["--chart", "/none"], 2, "cannot read the load chart"), (["--chart", CONFIG / "generic.xml"], 2, "generic.xml:1:"),
     (["--speed", "0"], 2, "--speed takes max or a factor"), (["--http", "0.0.0.0:80"], 2, "this machine alone"),
-    (["--config", "/none"], 1, "there is no folder /none"), (["--seconds-of-crane", "-1"], 2, "--seconds-of-crane"),
+    (["--config", "/none"], 2, "there is no folder /none"), (["--seconds-of-crane", "-1"], 2, "--seconds-of-crane"),
     ([], 1, "unit run"),
 ], ids=name_call)
 def test_calls_that_end_at_once(tmp_path, arguments, status, text):

@@ -16,11 +16,13 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "platform/paths.h"
+
 #include "base/call_filter.h"
 #include "base/exit_status.h"
 #include "expect/expectation.h"
-#include "unit/panel/client/panel_client.h"
 #include "unit/children/stop_signals.h"
+#include "unit/panel/client/panel_client.h"
 #include "unit/shown/shown_table.h"
 
 namespace unit {
@@ -60,9 +62,10 @@ milliseconds Milliseconds(double seconds) {
   return std::chrono::duration_cast<milliseconds>(std::chrono::duration<double>(seconds));
 }
 
+// A runtime directory that cannot be used is a wrong call in every command.
 int Fail(const char* command, const std::string& problem) {
   std::cerr << "unit " << command << ": " << problem << '\n';
-  return base::EXIT_FAILED;
+  return platform::RuntimeDirectoryProblem().empty() ? base::EXIT_FAILED : base::EXIT_CALLED_WRONGLY;
 }
 
 int SavePicture(const std::string& file) {

@@ -15,6 +15,7 @@
 #include "platform/paths.h"
 
 #include "base/address_file.h"
+#include "base/exit_status.h"
 #include "base/json_text.h"
 #include "unit/health/notify_link.h"
 #include "unit/health/subscriber.h"
@@ -77,7 +78,7 @@ void ShowAsJson(const std::map<std::string, nlohmann::json>& entries) {
 int ReportWithoutPanel(bool asJson) {
   if (const std::string problem = platform::RuntimeDirectoryProblem(); !problem.empty()) {
     std::cerr << "unit status: " << problem << '\n';
-    return 1;
+    return base::EXIT_CALLED_WRONGLY;
   }
   if (!ConnectToManager()) return ReportNothingRuns();  // nothing is published, so there is nothing to wait for
   const std::map<std::string, nlohmann::json> entries = CollectHealth();

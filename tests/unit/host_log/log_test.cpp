@@ -86,8 +86,8 @@ TEST(LogReaderTest, PassesOverWhatIsNoDataFrameAndCountsIt) {
 }
 
 TEST(LogReaderTest, RefusesALogThatCountsOtherwise) {
-  EXPECT_THROW(Read("base dec  timestamps absolute\n1.0 1  123  Rx   d 1 00\n"), host::Failure);
-  EXPECT_THROW(Read("base hex  timestamps relative\n1.0 1  123  Rx   d 1 00\n"), host::Failure);
+  EXPECT_THROW(Read("base dec  timestamps absolute\n1.0 1  123  Rx   d 1 00\n"), host::UsageError);
+  EXPECT_THROW(Read("base hex  timestamps relative\n1.0 1  123  Rx   d 1 00\n"), host::UsageError);
 }
 
 using namespace std::chrono_literals;
