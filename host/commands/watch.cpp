@@ -70,9 +70,14 @@ void MessagePrinter::Summarise(std::uint64_t lost, const char* what) const {
 void WatchLog(std::istream& in, MessagePrinter& printer) {
   LogReader reader(in);
   std::uint64_t frames = 0;
-  while (const auto frame = reader.Next()) {
-    printer.Accept(*frame);
-    ++frames;
+  try {
+    while (const auto frame = reader.Next()) {
+      printer.Accept(*frame);
+      ++frames;
+    }
+  } catch (const UsageError&) {  // the log is broken; what was before that place stays
+    printer.Summarise(reader.Skipped(), " lines without a frame");
+    throw;
   }
   printer.Summarise(reader.Skipped(), " lines without a frame");
   if (frames == 0)

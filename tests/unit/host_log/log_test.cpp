@@ -46,6 +46,15 @@ TEST(LogReaderTest, ReadsWhatOtherProgramsWrite) {
       {"1436509052.2497132,0x18ff00d0,1,0,0,8,AAEGAAAAAAA=", "(1436509052.249713) - 18FF00D0#0001060000000000"},
       {"1.5,0x7b,0,0,0,2,AQI=\r", "(1.500000) - 07B#0102"},
       {"1.5,0x7b,0,0,0,0,", "(1.500000) - 07B#"},
+      // PEAK's TRC, versions 1.0 to 2.1, and python-can's short 29-bit identifiers
+      {"    1)      1500  18FF00D0 3 00 01 06\r", "(1.500000) - 18FF00D0#000106"},
+      {";$FILEVERSION=1.1\r\n;$STARTTIME=42195.3460908478\n 1)    249.7 Rx  0123 2 01 02",
+       "(1436509102.498700) - 123#0102"},
+      {";$FILEVERSION=1.2\n1) 1500.25 1  Tx 018FF00D 1  07", "(1.500250) - 018FF00D#07"},
+      {";$FILEVERSION=1.3\n1) 1500.123 1 Rx 0123 - 0", "(1.500123) - 123#"},
+      {";$FILEVERSION=2.0\n 1 1500.123 DT 18FF00D0 Rx 1 07", "(1.500123) - 18FF00D0#07"},
+      {";$FILEVERSION=2.1\n 1 1500.1239 DT 1 18FF00D0 Rx - 1 07", "(1.500123) - 18FF00D0#07"},
+      {";$FILEVERSION=2.0\n;$COLUMNS=N,O,T,I,d,l,D\r\n 1 1.0 DT 0FF00D0 Tx 1 07", "(0.001000) - 00FF00D0#07"},
   };
   for (const auto& [line, frame] : cases) EXPECT_THAT(Read(line), testing::ElementsAre(frame)) << line;
 }
@@ -75,6 +84,13 @@ TEST(LogReaderTest, PassesOverWhatIsNoDataFrameAndCountsIt) {
                                "1.0,0x7b,0,0,0,3,AQI=",
                                "1.0,0x7b,0,0,0,9,AQIDBAUGBwgJ",
                                "1.0,0x7b,0,0,0,1,?Q==",
+                               "1) 1500 FFFFFFFF 4 00 00 00 00",
+                               "1) 1500 0123 2 RTR",
+                               "1) 1500 0123 9 00 01 02 03 04 05 06 07 08",
+                               "1) 15.x 0123 1 00",
+                               "1) 1500 0800 1 00",
+                               "1 1500 DT 0123 Rx 1 00",
+                               ";$COLUMNS=N,O",
                                "date Fri Jul 10 08:17:32.249 am 2015",
                                "base hex  timestamps absolute",
                                ",,,,,,,,,"};
@@ -85,9 +101,12 @@ TEST(LogReaderTest, PassesOverWhatIsNoDataFrameAndCountsIt) {
   }
 }
 
-TEST(LogReaderTest, RefusesALogThatCountsOtherwise) {
-  EXPECT_THROW(Read("base dec  timestamps absolute\n1.0 1  123  Rx   d 1 00\n"), host::UsageError);
-  EXPECT_THROW(Read("base hex  timestamps relative\n1.0 1  123  Rx   d 1 00\n"), host::UsageError);
+TEST(LogReaderTest, RefusesALogThatItWouldReadWrongly) {
+  for (const char* log : {"base dec  timestamps absolute\n1.0 1  123  Rx   d 1 00\n",
+                          "base hex  timestamps relative\n1.0 1  123  Rx   d 1 00\n", ";$FILEVERSION=3.0\n",
+                          "MDF     4.10    "}) {
+    EXPECT_THROW(Read(log), host::UsageError) << log;
+  }
 }
 
 using namespace std::chrono_literals;
