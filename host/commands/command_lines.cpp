@@ -14,6 +14,7 @@
 #include "host/commands/send.h"
 #include "host/commands/watch.h"
 #include "host/link/inject.h"
+#include "host/log/convert.h"
 #include "host/log/play.h"
 #include "host/log/record.h"
 #include "host/protocol/send_plan.h"
@@ -112,8 +113,9 @@ void AddHoldOptions(CLI::App& command, int& /*status*/) {
 void AddPlayOptions(CLI::App& command, int& /*status*/) {
   const auto options = MakeOptions<play_options_t>();
   command.footer(
-      "Reads logs of candump -L and -l, the output of candump -ta, -tz and -tA, and the log, ASC and CSV\n"
-      "files of python-can (ASC of log2asc too). Lines without a data frame are skipped and counted.\n"
+      "Reads logs of candump -L and -l, the output of candump -ta, -tz and -tA, the log, ASC and CSV files\n"
+      "of python-can (ASC of log2asc too), BLF files of Vector's tools and TRC files of PEAK's; each as it is\n"
+      "or packed with gzip or zstd. Lines without a data frame are skipped and counted.\n"
       "On a terminal the space bar pauses and continues. A process that was stopped continues where it was.\n"
       "The display's own frames (18FF00D2) are not played, because the display on the bus sends its own;\n"
       "--all plays them too. The interface names in the log do not matter. If the bus is lost, hx7 tries\n"
@@ -131,6 +133,23 @@ void AddPlayOptions(CLI::App& command, int& /*status*/) {
   command.callback([options, check] {
     KeepRights(base::RIGHT_NETWORK);
     *check ? CheckLog(options->file) : PlayFile(*options);
+  });
+}
+
+void AddConvertOptions(CLI::App& command, int& /*status*/) {
+  const auto options = MakeOptions<convert_options_t>();
+  command.footer(
+      "Reads what play reads. The name of OUT says what to write: .log (as candump -L), .asc, .csv, .trc, "
+      ".blf,\n"
+      "each but .blf also with .gz or .zst behind it. All frames are of one interface in the new log. The end\n"
+      "of the output says what else the new form cannot hold.");
+  command.add_option("IN", options->in, "The log; - is standard input")->required();
+  command.add_option("OUT", options->out, "The new log; - is standard output")->required();
+  command.add_option("--form", options->form, "The form of OUT, whatever its name: " + ListLogForms());
+  command.add_flag("--force", options->force, "Replace an existing file");
+  command.callback([options] {
+    KeepRights(base::RIGHT_WRITE);
+    Convert(*options);
   });
 }
 
@@ -316,6 +335,7 @@ constexpr command_line_t COMMANDS[] = {
     {"hold", "Make the running simulator send chosen values", AddHoldOptions},
     {"play", "Play a log onto the bus at its own pace", AddPlayOptions},
     {"watch", "Show both directions in words, live or from a log", AddWatchOptions},
+    {"convert", "Write a log in another form", AddConvertOptions},
     {"record", "Record the bus as a log of candump -L", AddRecordOptions},
     {"simulate", "Run a crane and its host load computer on the bus", AddSimulateOptions},
     {"check", "Run scenarios against a display and say whether it does what they expect", AddCheckOptions},

@@ -214,20 +214,105 @@ def frames_of(log):
     return [{key: value for key, value in message.items() if key != "time"} for message in watch(log)]
 
 
+def odd_messages(time):
+    return [can.Message(timestamp=time, arbitration_id=7, is_extended_id=False, is_remote_frame=True, dlc=4),
+            can.Message(timestamp=time, is_error_frame=True),
+            can.Message(timestamp=time, arbitration_id=7, is_fd=True, data=bytes(12))]
+
+
+def trc_1_0(path):
+    writer = can.TRCWriter(path)
+    writer.file_version = can.io.trc.TRCFileVersion.V1_0
+    return writer
+
+
+WRITERS = {"log": can.CanutilsLogWriter, "asc": can.ASCWriter, "csv": can.CSVWriter, "blf": can.BLFWriter,
+           "stored.blf": lambda path: can.BLFWriter(path, compression_level=0),
+           "small.blf": lambda path: can.BLFWriter(path, max_container_size=1000), "trc": can.TRCWriter, "1.0.trc": trc_1_0}
+
+
 def test_logs_go_from_and_to_python_can_and_log2asc(tmp_path):
     log = DEMO_LOG
     messages = list(can.CanutilsLogReader(str(log)))[:2000]
     assert (messages[0].arbitration_id, messages[0].is_extended_id, messages[0].timestamp) == (HOST_ID, True, BEGIN)
     reference = tmp_path / "reference.log"
     reference.write_text("".join(open(log).readlines()[:2000]))
-    for name, writer in (("copy.log", can.CanutilsLogWriter), ("copy.asc", can.ASCWriter), ("copy.csv", can.CSVWriter)):
-        with writer(str(tmp_path / name)) as copy:
-            for message in messages:
-                copy.on_message_received(message)
-    (tmp_path / "log2asc.asc").write_text(run("log2asc", "-I", reference, "can0"))
     expected = frames_of(reference)
-    for name in ("copy.log", "copy.asc", "copy.csv", "log2asc.asc"):
-        assert frames_of(tmp_path / name) == expected, name
+    (tmp_path / "log2asc").write_text(run("log2asc", "-I", reference, "can0"))
+    assert frames_of(tmp_path / "log2asc") == expected
+    for name, writer in WRITERS.items():
+        file = tmp_path / "copy"
+        with writer(str(file)) as copy:
+            for number, message in enumerate(messages):
+                copy.on_message_received(message)
+                for odd in odd_messages(message.timestamp) if number % 500 == 100 else ():
+                    copy.on_message_received(odd)
+        for pack in ([], ["gzip"], ["zstd", "-q"]):  # nothing in the name says what the file is
+            packed = tmp_path / "packed"
+            packed.write_bytes(subprocess.run(pack, stdin=open(file, "rb"), capture_output=True, check=True).stdout if pack
+                               else file.read_bytes())
+            assert frames_of(packed) == expected, (name, pack)
+        if "blf" in name:
+            times = [message["time"] for message in watch(file)]
+            assert times == pytest.approx([message["time"] for message in watch(reference)], abs=2e-6)
+            errors = subprocess.run([BIN / "hx7", "watch", file], capture_output=True, text=True, timeout=60).stderr
+            assert "12 lines without a frame" in errors
+
+
+@pytest.mark.parametrize("name, keep, message", [
+    ("cut.blf", 0.9, "the BLF log is broken: it ends within a container"),
+    ("bad.blf", None, "the BLF log is broken: a container's zlib data are broken"),
+    ("cut.log.gz", 0.9, "its packed data end too early"), ("bad.log.zst", None, "its zstd data are broken")])
+def test_a_broken_log_is_read_up_to_where_it_breaks(name, keep, message, tmp_path):
+    file = tmp_path / name
+    run(BIN / "hx7", "convert", DEMO_LOG, file)
+    content = bytearray(file.read_bytes())
+    at = len(content) * 3 // 4
+    file.write_bytes(content[:int(len(content) * keep)] if keep else content[:at] + b"\xff" * 64 + content[at + 64:])
+    result = subprocess.run([BIN / "hx7", "watch", "--json", file], capture_output=True, text=True, timeout=60)
+    assert result.returncode == 2 and message in result.stderr, result.stderr
+    lines = result.stdout.splitlines()
+    # zstd and gzip know damage some time after it.
+    sound = lines[:len(lines) if "blf" in name or keep else len(lines) // 2]
+    assert len(sound) > 100 and sound == run(BIN / "hx7", "watch", "--json", DEMO_LOG).splitlines()[:len(sound)]
+
+
+# What python-can reads of each form, and whether the times count from 1970 on.
+FORMS = [("a.log", can.CanutilsLogReader, True), ("a.asc", can.ASCReader, False), ("a.csv", can.CSVReader, True),
+         ("a.trc", can.TRCReader, True), ("a.blf", can.BLFReader, True)]
+
+
+@pytest.mark.parametrize("name, reader, is_absolute", FORMS)
+def test_convert_loses_no_frame_on_the_way_there_and_back(name, reader, is_absolute, tmp_path):
+    first = list(can.CanutilsLogReader(str(DEMO_LOG)))
+    run(BIN / "hx7", "convert", DEMO_LOG, tmp_path / name)
+    assert [(m.arbitration_id, bytes(m.data)) for m in reader(str(tmp_path / name))] == \
+        [(m.arbitration_id, bytes(m.data)) for m in first]
+    for there in (name, name + ".gz", name + ".zst"):
+        if there.endswith(("blf.gz", "blf.zst")):
+            result = subprocess.run([BIN / "hx7", "convert", DEMO_LOG, tmp_path / there], capture_output=True, text=True)
+            assert result.returncode == 2 and "packed already" in result.stderr
+            continue
+        run(BIN / "hx7", "convert", "--force", DEMO_LOG, tmp_path / there)
+        run(BIN / "hx7", "convert", "--force", tmp_path / there, tmp_path / "back.log")
+        back = (tmp_path / "back.log").read_text().splitlines()
+        wanted = DEMO_LOG.read_text().splitlines()
+        if not is_absolute:
+            wanted = [re.sub(r"\((\d+)\.", lambda stamp: f"({int(stamp[1]) - int(BEGIN)}.", line) for line in wanted]
+        assert back == wanted, there
+
+
+def test_convert_replaces_a_file_only_when_told_and_names_what_is_lost(tmp_path):
+    out = tmp_path / "a.csv"
+    out.write_text("mine")
+    for command, words in ((["convert", DEMO_LOG, out], "exists already"), (["convert", out, out, "--force"], "is the log itself"),
+                           (["convert", DEMO_LOG, tmp_path / "a.xyz"], "name it with --form"),
+                           (["convert", out, tmp_path / "b.log"], "holds no frame")):
+        result = subprocess.run([BIN / "hx7", *command], capture_output=True, text=True, timeout=60)
+        assert result.returncode == 2 and words in result.stderr, result.stderr
+    assert out.read_text() == "mine" and [file.name for file in tmp_path.iterdir()] == ["a.csv"]
+    result = subprocess.run([BIN / "hx7", "convert", "--force", "--form", "asc", DEMO_LOG, out], capture_output=True, text=True)
+    assert "lost: interface names and directions, the time since 1970 but for the heading" in result.stderr
 
 
 def test_a_record_is_read_by_candumps_tools_and_by_wireshark(desk, tmp_path):
