@@ -17,6 +17,7 @@
 #include "host/log/convert.h"
 #include "host/log/play.h"
 #include "host/log/record.h"
+#include "host/log_check/check_logs.h"
 #include "host/protocol/send_plan.h"
 #include "host/report/report.h"
 #include "host/simulate/actions.h"
@@ -27,8 +28,8 @@ namespace {
 
 constexpr unsigned TO_WRITE = base::RIGHT_NETWORK | base::RIGHT_WRITE;
 
-// No command but report runs another program. Those that only read logs write no file, and need no network
-// without a bus.
+// No command but check and report runs another program. Those that only read logs write no file, and need no
+// network without a bus.
 void KeepRights(unsigned rights) {
   base::KeepRights("hx7", rights);
 }
@@ -255,23 +256,44 @@ void AddSimulateOptions(CLI::App& command, int& status) {
   });
 }
 
+void AddLogCheckOptions(CLI::App& command, check_logs_options_t& options) {
+  command.add_option("--logs", options.logs,
+                     "Instead of scenarios: which of these logs the display shows differently than before. A "
+                     "folder with logs of kinds that play reads, or one log");
+  auto* against = command.add_option("--against", options.baseline, "Compare with the results in this folder");
+  command.add_option("--write", options.write, "Write the results into this folder")->excludes(against);
+  command.add_option("--results", options.results,
+                     "With --against: where the new results go; default: BASELINE.now");
+  command.add_flag("--resume", options.resume, "Keep results that still hold");
+  command.add_flag("--force", options.force, "With --write: replace results that are there");
+  command.add_option("--film", options.film, "The program film of another build");
+  command.add_flag("--quiet", options.quiet, "No progress");
+}
+
 void AddCheckOptions(CLI::App& command, int& status) {
   const auto options = MakeOptions<check::check_options_t>();
+  const auto logs = MakeOptions<check_logs_options_t>();
   command.footer(
       "Each run has a unit and a simulator of its own, from the folder of hx7. A scenario runs at the speed of "
       "its\n"
       "line `speed N`, and without that line in real time; see docs/simulator.md. A failure is kept in a "
       "folder\n"
       "with the screen's picture, the logs and a bundle, and printed with the command that repeats it.\n"
-      "Exit status: 0 all passed, 1 a run failed, 2 called wrongly, 3 interrupted.");
-  command.add_option("SCENARIO", options->scenarios, "Names of `hx7 simulate --list`, files, or all")
-      ->required();
+      "With --logs, --write BASELINE makes the results with which --against BASELINE compares later. Each log\n"
+      "has one result file. Ctrl-C stops; --resume continues with what is whole and of the same log and "
+      "display.\n"
+      "Exit status: 0 all passed, 1 a run failed or a log differs, 2 called wrongly, 3 interrupted.");
+  auto* scenarios =
+      command.add_option("SCENARIO", options->scenarios, "Names of `hx7 simulate --list`, files, or all");
+  AddLogCheckOptions(command, *logs);
+  scenarios->excludes("--logs");
   command.add_option("--junit", options->junit, "Write the results as JUnit XML into this file");
   command.add_option("--seed", options->seeds, "Run each scenario with each of these seeds")
       ->capture_default_str();
   command
-      .add_option("--jobs", options->jobs,
-                  "Desks at the same time; default: by the free cores, 8 for each at most")
+      .add_option(
+          "--jobs", options->jobs,
+          "Desks at the same time; default: by the free cores, 8 for each at most. Of logs: one for each core")
       ->check(CLI::Range(1, 256));
   command.add_option("--speed", options->speed, "The greatest speed, where a scenario allows a greater one")
       ->check(CLI::Range(0.1, 100.0));
@@ -279,9 +301,13 @@ void AddCheckOptions(CLI::App& command, int& status) {
   command.add_flag("--write-pictures", options->writePictures,
                    "Write the pictures that the scenarios expect, instead of comparing them");
   command.add_option("--config", options->config, "The configuration folder, with scenarios and charts");
-  command.callback([options, &status] {
+  command.callback([options, logs, &status] {
     KeepRights(TO_WRITE | base::RIGHT_EXECUTE);
-    status = check::Check(*options);
+    logs->junit = options->junit;
+    logs->jobs = options->jobs;
+    logs->config = options->config;
+    if (logs->logs.empty() && options->scenarios.empty()) throw UsageError("name a scenario, or --logs FOLDER");
+    status = logs->logs.empty() ? check::Check(*options) : CheckLogs(*logs);
   });
 }
 
