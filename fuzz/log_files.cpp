@@ -66,7 +66,7 @@ class Trickle : public std::streambuf {
 };
 
 void CheckWriting(std::vector<bus::frame_t> frames) {
-  constexpr std::uint64_t MOST_US = 4'000'000'000'000'000;  // in the year 2096
+  constexpr std::uint64_t MOST_US = 900'000'000'000'000;  // 28 years; a BLF log counts up to 31
   constexpr std::uint64_t LEAST_US = 1'000'000'000'000;
   for (bus::frame_t& frame : frames) frame.time_us = LEAST_US + frame.time_us % MOST_US;
   for (const host::log_form_t& form : host::LogForms()) {

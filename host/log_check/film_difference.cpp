@@ -114,8 +114,8 @@ void FilmComparison::Tell(std::int64_t first_ms) {
   for (const auto& [name, since_ms] : differing_) {
     if (since_ms <= first_ms + TOLERANCE_MS) names.push_back(name);
   }
-  std::ranges::stable_partition(names,
-                                [](const std::string& name) { return name.find(", ") == std::string::npos; });
+  std::stable_partition(names.begin(), names.end(),
+                        [](const std::string& name) { return name.find(", ") == std::string::npos; });
   found_.more = names.size() - std::min(names.size(), film_difference_t::MOST_CHANGES);
   names.resize(names.size() - found_.more);
   for (const std::string& name : names) {
@@ -148,7 +148,13 @@ std::string DescribeDifference(const film_difference_t& difference) {
   if (!difference.time_ms) return text;
   text += "  from " + FormatTime(*difference.time_ms) + " on:\n";
   for (const auto& [name, before, now] : difference.changes)
-    text += "    " + name + ": " + before + " before, " + now + " now\n";
+    text.append("    ")
+        .append(name)
+        .append(": ")
+        .append(before)
+        .append(" before, ")
+        .append(now)
+        .append(" now\n");
   if (difference.more > 0) text += "    and " + std::to_string(difference.more) + " more\n";
   return text;
 }

@@ -41,6 +41,7 @@ void SetNonBlocking(int descriptor) {
 
 std::vector<char*> Pointers(std::vector<std::string>& words) {
   std::vector<char*> pointers;
+  pointers.reserve(words.size() + 1);
   for (std::string& word : words) pointers.push_back(word.data());
   pointers.push_back(nullptr);
   return pointers;
@@ -204,7 +205,7 @@ bool FilmProcess::Run(const next_line_t& nextLine, const on_film_line_t& onLine,
 
 bool RunFilm(const film_program_t& film, const std::string& page, const next_line_t& nextLine,
              const on_film_line_t& onLine, const StopSignal& stop) {
-  std::signal(SIGPIPE, SIG_IGN);  // of a film that has died
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));  // of a film that has died
   return FilmProcess(film, page).Run(nextLine, onLine, stop);
 }
 

@@ -32,7 +32,7 @@ FilmResultWriter::FilmResultWriter(const std::string& file, film_result_t result
   packing_ = std::make_unique<PackingBuffer>(packing_t::ZSTD, file_->Out());
   WriteLine(Dumped({{"form", FORM},
                     {"size", result_.log.size},
-                    {"mtime_ns", result_.log.mtime_ns},
+                    {"modified_us", result_.log.modified_us},
                     {"digest", result_.log.digest},
                     {"display", result_.display},
                     {"page", result_.page}}));
@@ -87,7 +87,7 @@ void FilmResultReader::ReadFirst() {
     lines_.setstate(std::ios::failbit);
     return;
   }
-  result_.log = {first.value("size", std::uint64_t{0}), first.value("mtime_ns", std::int64_t{0}),
+  result_.log = {first.value("size", std::uint64_t{0}), first.value("modified_us", std::int64_t{0}),
                  first.value("digest", "")};
   result_.display = first.value("display", "");
   result_.page = first.value("page", "");

@@ -2,7 +2,7 @@
 //
 // | line  | members                                                                                      |
 // |-------|----------------------------------------------------------------------------------------------|
-// | first | form: 1; size, mtime_ns and digest of the log; display: the digest of the program film and of |
+// | first | form: 1; size, modified_us and digest of the log; display: the digest of the program film and of |
 // |       | the configuration; page: the one that the film begins on                                     |
 // | then  | the film's records with what can be seen and heard: t, page, look, title, svg, elements, sound |
 // | last  | end: records, digest of all records, problem: why the log could not be read to its end       |
@@ -28,7 +28,7 @@ namespace host::log_check {
 
 struct log_stamp_t {
   std::uint64_t size = 0;
-  std::int64_t mtime_ns = 0;
+  std::int64_t modified_us = 0;
   std::string digest;
 };
 
@@ -37,7 +37,7 @@ struct film_result_t {
   std::string display;
   std::string page;
   std::uint64_t records = 0;
-  std::string films = {};  // digest of the records
+  std::string films = {};    // digest of the records
   std::string problem = {};  // empty: the log was read to its end
 };
 

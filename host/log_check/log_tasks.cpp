@@ -27,17 +27,18 @@ std::string DigestOf(const std::string& log) {
 
 // Without the digest, which takes a look at every byte.
 log_stamp_t StampOf(const std::string& log) {
-  constexpr std::int64_t NS_PER_SECOND = 1'000'000'000;
+  constexpr std::int64_t US_PER_SECOND = 1'000'000;
+  constexpr std::int64_t NS_PER_US = 1'000;
   struct stat status {};
   if (::stat(log.c_str(), &status) != 0) throw UsageError("cannot read it; check its rights");
   return {static_cast<std::uint64_t>(status.st_size),
-          status.st_mtim.tv_sec * NS_PER_SECOND + status.st_mtim.tv_nsec,
+          status.st_mtim.tv_sec * US_PER_SECOND + status.st_mtim.tv_nsec / NS_PER_US,
           {}};
 }
 
 // A log copied or touched has another time and the same bytes.
 bool IsSameLog(const log_stamp_t& kept, const log_stamp_t& log, const std::string& file) {
-  return kept.size == log.size && (kept.mtime_ns == log.mtime_ns || kept.digest == DigestOf(file));
+  return kept.size == log.size && (kept.modified_us == log.modified_us || kept.digest == DigestOf(file));
 }
 
 // The lines of a log, up to where it can be read.

@@ -27,7 +27,7 @@ struct log_task_t {
   std::string result;  // file
   std::string before;  // result file of before; empty: no comparison
   outcome_t outcome = outcome_t::WAITS;
-  bool isKept = false;  // the result was there and whole
+  bool isKept = false;     // the result was there and whole
   std::string words = {};  // what differs, or what went wrong
 };
 

@@ -50,7 +50,7 @@ std::string Content(const std::string& markup) {
 // What an element without a name of its own shows.
 std::string Purpose(const pugi::xml_node& element) {
   for (const char* attribute : {"data-widget", "data-word", "data-var", "data-key"}) {
-    if (const std::string value = element.attribute(attribute).value(); !value.empty()) return value;
+    if (std::string value = element.attribute(attribute).value(); !value.empty()) return value;
   }
   return element.name();
 }
@@ -150,11 +150,13 @@ bool ShownFilm::IsVisible(const elements_t& elements, const std::string& id) {
 void ShownFilm::Tell(const elements_t& elements, const std::string& id, const on_change_t& onChange) {
   const element_t& element = elements.at(id);
   const bool isVisible = IsVisible(elements, id);
-  const auto shown = [isVisible](std::optional<std::string> value) { return isVisible ? value : std::nullopt; };
+  const auto shown = [isVisible](const std::string& value) {
+    return isVisible ? std::optional(value) : std::nullopt;
+  };
   onChange(element.name + ", sight", isVisible ? "is there" : "is hidden");
   for (const auto& [attribute, value] : element.attributes)
     onChange(element.name + ", " + attribute, shown(value));
-  if (element.content) onChange(element.name, shown(element.content));
+  if (element.content) onChange(element.name, shown(*element.content));
   for (const std::string& child : element.children) Tell(elements, child, onChange);
 }
 

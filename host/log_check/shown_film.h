@@ -12,10 +12,10 @@
 
 namespace host::log_check {
 
-// A name is a page with what is on it and, beside its text, one of its attributes: "page Main: capacity-number",
-// "page Main: OrvikPreAlarm, style"; or "page", "look", "title", "beeper". What is hidden has no value. The
-// drawing of a page, that is all of its document that does not move, is "page Main: drawing", with a digest as its
-// value.
+// A name is a page with what is on it and, beside its text, one of its attributes: "page Main:
+// capacity-number", "page Main: OrvikPreAlarm, style"; or "page", "look", "title", "beeper". What is hidden has
+// no value. The drawing of a page, that is all of its document that does not move, is "page Main: drawing",
+// with a digest as its value.
 constexpr std::string_view DRAWING = "drawing";
 
 class ShownFilm {

@@ -111,7 +111,7 @@ class AscWriter : public TimedWriter {
   void WriteHeading(std::uint64_t begin_us) override {
     const std::tm local = LocalTime(begin_us);
     std::array<char, 64> day{};
-    std::strftime(day.data(), day.size(), "%a %b %d %I:%M:%S", &local);
+    static_cast<void>(std::strftime(day.data(), day.size(), "%a %b %d %I:%M:%S", &local));
     const auto ms = static_cast<unsigned>(begin_us % US_PER_SECOND / US_PER_MS);
     Out() << "date " << day.data()
           << Printed(".%03u %s %d", ms, local.tm_hour < 12 ? "am" : "pm", local.tm_year + 1900)
