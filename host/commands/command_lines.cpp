@@ -18,6 +18,7 @@
 #include "host/log/play.h"
 #include "host/log/record.h"
 #include "host/log_check/check_logs.h"
+#include "host/protocol/errors.h"
 #include "host/protocol/send_plan.h"
 #include "host/report/report.h"
 #include "host/simulate/actions.h"
