@@ -1,24 +1,28 @@
 #include "host/log/film_page.h"
 
-#include <cstdint>
-
-#include "host/protocol/protocol.h"
-#include "host/protocol/traffic_decoder.h"
+#include <optional>
 
 namespace host {
 
+bool AsksForPage(const bus_message_t& message) {
+  return message.sender == sender_t::HOST && message.decoded.problem.empty() &&
+         message.decoded.name == "transition";
+}
+
+std::string FilmPage(bool asksForPage) {
+  return asksForPage ? "" : "Main";
+}
+
 std::string FindFilmPage(LogReader& log) {
-  constexpr std::uint64_t SPAN_US = 10'000'000;
-  const command_t* const pageRequest = FindCommand("transition");
   TrafficDecoder decoder;
   std::optional<std::uint64_t> begin_us;
   while (const auto frame = log.Next()) {
     if (!begin_us) begin_us = frame->time_us;
-    if (frame->time_us > *begin_us + SPAN_US) break;
+    if (frame->time_us > *begin_us + FILM_LOOK_US) break;
     const auto message = decoder.Accept(*frame);
-    if (message && message->sender == sender_t::HOST && FindCommand(message->bytes) == pageRequest) return "";
+    if (message && AsksForPage(*message)) return FilmPage(true);
   }
-  return "Main";
+  return FilmPage(false);
 }
 
 }  // namespace host

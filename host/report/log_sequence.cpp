@@ -4,18 +4,18 @@
 #include <filesystem>
 #include <utility>
 
+#include "host/log/film_page.h"
 #include "host/protocol/errors.h"
 #include "host/protocol/traffic_decoder.h"
 
 namespace host::report {
 namespace {
 
-constexpr std::uint64_t LOOK_AHEAD_US = 10'000'000;
 constexpr std::size_t MOST_AHEAD = 100'000;  // a full bus has some 8,000 a second
 
 void Note(const bus_message_t& message, log_beginning_t& beginning) {
   if (message.sender != sender_t::HOST || !message.decoded.problem.empty()) return;
-  if (message.decoded.name == "transition") beginning.asksForPage = true;
+  if (AsksForPage(message)) beginning.asksForPage = true;
   if (message.decoded.name == "units" && !beginning.units) beginning.units = message.bytes[2];
 }
 
@@ -68,7 +68,7 @@ log_beginning_t LogSequence::LookAhead() {
     const auto frame = ReadNext();
     if (!frame) break;
     ahead_.push_back(*frame);
-    if (frame->time_us > begin_us_ + LOOK_AHEAD_US) break;
+    if (frame->time_us > begin_us_ + FILM_LOOK_US) break;
     if (const auto message = decoder.Accept(*frame)) Note(*message, beginning);
   }
   return beginning;

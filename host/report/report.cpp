@@ -19,6 +19,7 @@
 #include "bus/key_log.h"
 #include "bus/log_lines.h"
 #include "host/link/stop_signal.h"
+#include "host/log/film_page.h"
 #include "host/protocol/errors.h"
 #include "host/protocol/message_lines.h"
 #include "host/report/film_process.h"
@@ -36,7 +37,6 @@ using nlohmann::json;
 constexpr std::uint64_t US_PER_MS = 1'000;
 constexpr std::uint64_t US_PER_SECOND = 1'000'000;
 constexpr int SECONDS_PER_MINUTE = 60;
-constexpr const char* OPERATING_PAGE = "Main";
 constexpr std::uint64_t LOOK_PERIOD = 4096;  // frames between two looks at the clock and the stop signal
 
 std::vector<bus::key_change_t> ReadKeys(const std::string& file) {
@@ -163,7 +163,7 @@ report_outcome_t ReportMaker::Run() {
   const log_beginning_t beginning = logs_.LookAhead();
   beginsInOperation_ = !beginning.asksForPage;
   if (beginning.units) traffic_.NoteUnits(*beginning.units);
-  FilmProcess film({options_.config, beginsInOperation_ ? OPERATING_PAGE : ""},
+  FilmProcess film({options_.config, FilmPage(!beginsInOperation_)},
                    [this](std::string_view record) { screen_.Accept(record); });
   base::KeepRights("hx7", base::RIGHT_WRITE);  // no other program is started
   if (!ReadLogs(film)) {
