@@ -70,14 +70,15 @@ class Screen:
     def picture(self, path: Optional[Union[str, "os.PathLike[str]"]] = None, within: float = 10.0) -> bytes:
         """The screen as PNG, also written to a file where `path` is given.
 
-        The panel refuses a picture that takes a second to draw, as on a busy machine; it is asked again `within` a time.
+        The panel refuses a picture that takes a second to draw, as on a busy machine, or is late itself; it is asked again
+        `within` a time.
         """
         deadline = time.monotonic() + patient(within)
         while True:
             try:
                 png = self._get("/screen.png")
                 break
-            except ScreenSilent:
+            except (ScreenSilent, TimeoutError):
                 if time.monotonic() > deadline:
                     raise
         if path is not None:

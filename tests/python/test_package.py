@@ -146,4 +146,5 @@ def test_a_green_test_fails_when_the_application_has_ended(pytester, request):
     result.assert_outcomes(passed=2, errors=1)
     result.stdout.fnmatch_lines(["*DeskError: orvik has ended with status -11"])
     kept = {path.name for path in pytester.path.glob("orvik-failures/*test_from_the_start/*")}
-    assert kept == {"screen.png", "report.tar.gz", "processes.txt"}
+    notes = [section for report in result.reprec.getreports("pytest_runtest_logreport") for section in report.sections]
+    assert kept == {"screen.png", "report.tar.gz", "processes.txt"}, notes
