@@ -38,6 +38,10 @@ std::optional<std::string> HeartbeatMonitor::Note(int channel, std::span<const s
   const auto worker =
       std::ranges::find_if(workers_, [event](const watched_worker_t& w) { return w.id == event; });
   if (worker == workers_.end()) return std::nullopt;
+  // The application starts all its workers together: with the first heartbeat of one, those of the others are due.
+  for (watched_worker_t& other : workers_) {
+    if (other.id && !other.lastSeen) other.lastSeen = now;
+  }
   worker->lastSeen = now;
   if (!worker->missing) return std::nullopt;
   worker->missing = false;

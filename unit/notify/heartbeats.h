@@ -24,7 +24,7 @@ class HeartbeatMonitor {
     const char* name;   // "Decapsulate", "Parse", "Dispatch"
     const char* event;  // the event's name in the generic configuration
     std::optional<std::uint32_t> id;
-    std::optional<TimePoint> lastSeen;  // empty until the first heartbeat; until then none is expected
+    std::optional<TimePoint> lastSeen;  // empty until the first heartbeat of any worker; until then none is due
     bool missing = false;
   };
 
