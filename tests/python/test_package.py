@@ -93,8 +93,8 @@ def test_a_display_is_told_values_and_tells_its_keys(desk, screen):
     with pytest.raises(NotInTime, match=r"(?s)load == 1 was not shown within .* s: load is '12,300'\nshown are page Main"):
         screen.wait_for(load=1, within=0.2)
     with desk.bus() as bus:
-        bus.send_message([7, 4])  # nobody waits for this reply
         with desk.bus() as other:
+            bus.send_message([7, 4])  # nobody waits for this reply on the bus that asked
             other.wait_for(lambda frame: frame.arbitration_id == DISPLAY_ID and frame.data[0] == 1, "its last frame", 5)
         assert bus.ask([7, 3])[:8] == b"Vistrel "
         desk.press(1)

@@ -39,13 +39,14 @@ def test_a_run_with_application_and_host_shows_a_lift_and_stops_in_order(tmp_pat
 
 @pytest.mark.parametrize("call, status, text", [
     (["unit", "--version"], 0, "1.3"), (["hx7", "--version"], 0, "1.3"), (["unit", "run", "--help"], 0, "--snapshot"),
-    (["unit", "run", "--only", "nothing"], 2, "nothing"), (["unit", "run", "--bus", "token"], 2, "token"),
+    (["unit", "run", "--only", "panle"], 2, "did you mean panel?"), (["unit", "run", "--bus", "token"], 2, "token"),
     (["unit", "run", "--http", "0.0.0.0:0", *ADDRESSES[2:], "--no-orvik"], 2, "this machine alone"),
     (["unit", "status"], 1, "run"), (["unit", "db", "list"], 1, "unit run"),
     (["hx7", "simulte"], 2, 'hx7: no command "simulte"; did you mean simulate?'), (["unit", "db", "gt"], 2, "did you mean get?"),
     (["unit", "run", "--secnds", "4"], 2, "no option --secnds; did you mean --seconds?"),
     (["hx7", "send", "radiu=12"], 2, "radius"), (["hx7", "send", "load=12"], 1, "unit run"),
-    (["hx7", "play", "/nonexistent.log"], 2, "/nonexistent.log"), (["hx7", "watch", "--bus", "can0"], 2, "is not a bus"),
+    (["hx7", "play", "/nonexistent.log"], 2, "/nonexistent.log"), (["hx7", "play", ""], 2, "is empty"),
+    (["hx7", "watch", "--bus", "can0"], 2, "is not a bus"),
     (["unit", "run", "--socketcand", "here"], 2, "--socketcand here: it has no port"),
     (["unit", "run", "--scenario", "overlod"], 2, "did you mean overload?"),
     (["unit", "run", "--play", CONFIG / "generic.xml"], 2, "holds no frame"),
@@ -89,13 +90,20 @@ def test_a_run_with_an_end_says_whether_all_went_well(tmp_path, name, script, op
 
 
 def test_a_worker_that_was_silent_fails_the_run(tmp_path):
-    unit = Process([BIN / "unit", "run", "--config", CONFIG, *ADDRESSES, "--no-host", "--seconds", "12", "--verbose"], tmp_path / "run")
-    unit.wait_line("Orvik: System Up", seconds=20)
-    children = pathlib.Path(f"/proc/{unit.child.pid}/task/{unit.child.pid}/children")
-    orvik = int(children.read_text())
+    program = fake(tmp_path / "bin", "hx7", CHECK + f"while [ ! -e {tmp_path}/done ]; do sleep 0.1; done")
+    unit = Process([program, "run", "--config", CONFIG, *ADDRESSES, "--until-done", "--verbose"], tmp_path / "run")
+
+    def all_beat():
+        asked = Process([BIN / "unit", "status"], tmp_path / "run")
+        return asked.wait_exit(20) == 0 and any("worker Dispatch" in line for line in asked.out)
+
+    wait_for(all_beat, "the heartbeats")
+    children = pathlib.Path(f"/proc/{unit.child.pid}/task/{unit.child.pid}/children").read_text().split()
+    orvik = next(int(child) for child in children if pathlib.Path(f"/proc/{child}/comm").read_text() == "orvik\n")
     os.kill(orvik, signal.SIGSTOP)
     unit.wait_line("notify: no heartbeat of the application's", unit.err)
     os.kill(orvik, signal.SIGCONT)
+    (tmp_path / "done").touch()
     assert unit.wait_exit(50) == 1
     assert unit.err[-1].startswith("unit run: no heartbeat came for a while from the worker ")
 
@@ -103,7 +111,7 @@ def test_a_worker_that_was_silent_fails_the_run(tmp_path):
 def test_the_database_from_the_shell(make_desk):
     desk = make_desk(orvik=False)
     for call, status, text in [(["set", "OrvikLoad", "4200"], 0, ""), (["get", "OrvikLoa"], 0, "4200"),
-                               (["get", "OrvikA"], 1, "OrvikAngle"), (["get", "Nothing"], 1, "Nothing")]:
+                               (["get", "OrvikA"], 2, "OrvikAngle"), (["get", "OrvikLaod"], 2, "did you mean OrvikLoad?")]:
         got, out, errors = desk.run(BIN / "unit", "db", *call)
         assert got == status and text in out + errors, (call, out, errors)
     assert desk.value("OrvikLoad") == 4200
