@@ -8,18 +8,23 @@
 namespace base {
 namespace {
 
-// How many letters to insert, remove or replace (Levenshtein distance), one row of the table at a time.
+// How many letters to insert, remove or replace, and neighbours to swap (optimal string alignment distance),
+// one row of the table at a time.
 std::size_t Distance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
+  std::vector<std::size_t> earlier;  // two rows above
+  std::vector<std::size_t> above(b.size() + 1);
+  std::iota(above.begin(), above.end(), std::size_t{0});
   for (std::size_t i = 1; i <= a.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i);
+    std::vector<std::size_t> row = {i};
     for (std::size_t j = 1; j <= b.size(); ++j) {
-      const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-      diagonal = std::exchange(row[j], std::min({replaced, row[j] + 1, row[j - 1] + 1}));
+      const std::size_t replaced = above[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+      row.push_back(std::min({replaced, above[j] + 1, row[j - 1] + 1}));
+      const bool isSwapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
+      if (isSwapped) row[j] = std::min(row[j], earlier[j - 2] + 1);
     }
+    earlier = std::exchange(above, std::move(row));
   }
-  return row[b.size()];
+  return above[b.size()];
 }
 
 }  // namespace

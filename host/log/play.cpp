@@ -81,7 +81,7 @@ std::vector<bus::key_change_t> ReadKeyLog(const std::string& file) {
   }
   if (keys.empty()) {
     throw UsageError("the key log " + file + " holds no key; it should have lines such as " +
-                  bus::FormatKeyLine({0, 3, true}));
+                     bus::FormatKeyLine({0, 3, true}));
   }
   return keys;
 }
@@ -202,7 +202,8 @@ void FilePlayer::PlayLoop(std::istream& in) {
     in.clear();
     in.seekg(0);
     if (!in)
-      throw UsageError("cannot read " + options_.file + " again for --loop; only a file can be played in a loop");
+      throw UsageError("cannot read " + options_.file +
+                       " again for --loop; only a file can be played in a loop");
   }
 }
 
@@ -216,13 +217,15 @@ void FilePlayer::Run(std::istream& in) {
   Summarise();
   if (played_.frames == 0 && !stop_.Stopped()) {
     throw UsageError(options_.file +
-                  " holds no frame to play; `hx7 play --help` names the kinds of logs that it reads");
+                     " holds no frame to play; `hx7 play --help` names the kinds of logs that it reads");
   }
 }
 
 }  // namespace
 
 void PlayFile(const play_options_t& options) {
+  if (options.file.empty())
+    throw UsageError("the name of the log is empty; name a file, or - for standard input");
   std::ifstream file;
   if (options.file != "-") {
     file.open(options.file);

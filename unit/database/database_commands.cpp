@@ -11,7 +11,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/exit_status.h"
 #include "base/json_text.h"
+#include "base/nearest_word.h"
 #include "src/services/dbshm.h"
 #include "unit/database/attach.h"
 #include "unit/database/database_owner.h"
@@ -72,7 +74,8 @@ std::optional<named_t> CompleteParameter(std::span<const named_t> table, const s
     return *std::ranges::find(table, candidates[0], [](const named_t& n) { return std::string_view(n.name); });
   }
   if (candidates.empty()) {
-    std::cerr << "unit db: no parameter begins with \"" << name << "\"; \"unit db list\" shows all.\n";
+    std::cerr << "unit db: no parameter begins with \"" << name << '"' << base::Suggest(name, names)
+              << "; \"unit db list\" shows all.\n";
     return std::nullopt;
   }
   ShowCandidates(name, candidates);
@@ -123,15 +126,15 @@ std::vector<std::string_view> FindCandidates(std::span<const std::string> names,
 }
 
 int GetParameters(std::span<const std::string> names, bool asJson) {
-  if (!Attach()) return 1;
+  if (!Attach()) return base::EXIT_FAILED;
   const auto found = CompleteAll(names);
-  if (!found) return 1;
+  if (!found) return base::EXIT_CALLED_WRONGLY;
   if (asJson) {
     PrintAsJson(*found);
-    return 0;
+    return base::EXIT_DONE;
   }
   for (const named_t& named : *found) std::cout << named.name << ' ' << FormatParameter(named.handle) << '\n';
-  return 0;
+  return base::EXIT_DONE;
 }
 
 int SetParameter(const std::string& name, const std::string& value) {
@@ -139,37 +142,37 @@ int SetParameter(const std::string& name, const std::string& value) {
   if (value != "-" && !number) {
     std::cerr << "unit db: \"" << value
               << "\" is not a number. Give one, or - to make the parameter not valid.\n";
-    return 2;
+    return base::EXIT_CALLED_WRONGLY;
   }
-  if (!Attach()) return 1;
+  if (!Attach()) return base::EXIT_FAILED;
   const std::vector<named_t> table = ReadNameTable();
   const std::optional<named_t> named = CompleteParameter(table, name);
-  if (!named) return 1;
+  if (!named) return base::EXIT_CALLED_WRONGLY;
   if (number) {
     DBSHM::Write(named->handle, *number);
     if (!ReadParameterValue(named->handle)) {
       std::cerr << "unit db: " << named->name
                 << " is not written: a process keeps the database's lock. Continue or end that process.\n";
-      return 1;
+      return base::EXIT_FAILED;
     }
   } else {
     DBSHM::Write(named->handle, 0.0, 0, false);
   }
   std::cout << named->name << ' ' << FormatParameter(named->handle) << '\n';
-  return 0;
+  return base::EXIT_DONE;
 }
 
 int ListParameters(const std::string& prefix, bool asJson) {
-  if (!Attach()) return 1;
+  if (!Attach()) return base::EXIT_FAILED;
   std::vector<named_t> table = ReadNameTable();
   std::erase_if(table, [&prefix](const named_t& named) { return !named.name.starts_with(prefix); });
   if (table.empty()) {
     std::cerr << "unit db: no parameter begins with \"" << prefix << "\"; \"unit db list\" shows all.\n";
-    return 1;
+    return base::EXIT_CALLED_WRONGLY;
   }
   if (asJson) {
     PrintAsJson(table);
-    return 0;
+    return base::EXIT_DONE;
   }
   std::size_t width = 0;
   for (const named_t& named : table) width = std::max(width, named.name.size());
@@ -177,14 +180,14 @@ int ListParameters(const std::string& prefix, bool asJson) {
     std::printf("%-*s %5u  %s\n", static_cast<int>(width), named.name.c_str(), named.handle,
                 FormatParameter(named.handle).c_str());
   }
-  return 0;
+  return base::EXIT_DONE;
 }
 
 int WatchParameters(std::span<const std::string> names, bool asJson,
                     const std::function<bool(std::chrono::milliseconds)>& pause) {
-  if (!Attach()) return 1;
+  if (!Attach()) return base::EXIT_FAILED;
   const auto found = CompleteAll(names);
-  if (!found) return 1;
+  if (!found) return base::EXIT_CALLED_WRONGLY;
   const unsigned database = DatabaseView().Number();
   std::map<unsigned, std::string> printed;
   unsigned turn = 0;
@@ -193,10 +196,10 @@ int WatchParameters(std::span<const std::string> names, bool asJson,
     if (++turn % OWNER_CHECK != 0) continue;
     if (LookAtDatabase() != database_state_t::COMPLETE || DatabaseView().Number() != database) {
       std::cerr << "unit db: the database's owner has ended.\n";
-      return 1;
+      return base::EXIT_FAILED;
     }
   } while (pause(WATCH_PERIOD));
-  return 0;
+  return base::EXIT_DONE;
 }
 
 }  // namespace unit

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <stdexcept>
 
+#include "base/exit_status.h"
 #include "unit/design/contact_sheet.h"
 #include "unit/design/design_findings.h"
 
@@ -79,7 +80,7 @@ int CheckAndDraw(const design_options_t& options) {
   for (const std::string& finding : findings) std::cout << finding << "\n";
   if (findings.empty()) PrintExtremes(report.extremes);
   WriteSheets(model, sheet, options.sheets);
-  return findings.empty() ? 0 : 1;
+  return findings.empty() ? base::EXIT_DONE : base::EXIT_FAILED;
 }
 
 }  // namespace
@@ -89,7 +90,7 @@ int CheckDesignFolder(const design_options_t& options) {
     return CheckAndDraw(options);
   } catch (const std::runtime_error& error) {
     std::cerr << "unit design: " << error.what() << "\n";
-    return 2;
+    return base::EXIT_CALLED_WRONGLY;
   }
 }
 

@@ -10,7 +10,9 @@
 
 #include "platform/byte_order.h"
 
+#include "base/exit_status.h"
 #include "base/json_text.h"
+#include "base/nearest_word.h"
 #include "unit/database/database_commands.h"
 #include "unit/health/notify_link.h"
 #include "unit/health/subscriber.h"
@@ -51,7 +53,7 @@ json DescribeNotice(const notice_t& notice, const std::string& name) {
 int ReportNoManager() {
   std::cerr << "unit events: no notification manager here. Start one with \"unit run\", or set "
                "ORVIK_RUNTIME_DIR to the folder of the running unit.\n";
-  return 1;
+  return base::EXIT_FAILED;
 }
 
 // The event or action that has this name or, alone, begins with it; prints an error when there is none or more
@@ -62,7 +64,8 @@ notices_t::const_iterator CompleteNotice(const notices_t& notices, const std::st
   const auto candidates = FindCandidates(all, name);
   if (candidates.size() == 1) return notices.find(std::string(candidates[0]));
   std::cerr << "unit events: \"" << name << "\" is " << (candidates.empty() ? "no" : "more than one")
-            << " event or action; \"unit events list\" shows all.\n";
+            << " event or action" << (candidates.empty() ? base::Suggest(name, all) : "")
+            << "; \"unit events list\" shows all.\n";
   return notices.end();
 }
 
@@ -125,7 +128,7 @@ int ListEvents(const std::string& genericFile, const std::string& prefix, bool a
     if (!asJson) std::cout << KindName(notice.kind) << ' ' << name << '\n';
   }
   if (asJson) std::cout << base::DumpJson(all) << '\n';
-  return 0;
+  return base::EXIT_DONE;
 }
 
 bool PublishEvent(const screen_names_t& names, const std::string& name) {
@@ -138,10 +141,10 @@ int PostNotice(const std::string& genericFile, const std::string& name) {
   const screen_names_t names = ReadScreenNames(genericFile);
   const notices_t notices = CollectNotices(names);
   const auto found = CompleteNotice(notices, name);
-  if (found == notices.end()) return 1;
+  if (found == notices.end()) return base::EXIT_CALLED_WRONGLY;
   if (!Publish(names, found->second)) return ReportNoManager();
   std::cout << KindName(found->second.kind) << ' ' << found->first << '\n';
-  return 0;
+  return base::EXIT_DONE;
 }
 
 int WatchEvents(const std::string& genericFile, const watch_options_t& options,
@@ -157,7 +160,7 @@ int WatchEvents(const std::string& genericFile, const watch_options_t& options,
       [] { std::cerr << "unit events: watching; Ctrl-C ends it." << std::endl; });
   while (pause(WATCH_PERIOD)) {
   }
-  return 0;
+  return base::EXIT_DONE;
 }
 
 }  // namespace unit

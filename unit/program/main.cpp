@@ -15,6 +15,7 @@
 #include "base/command_line/command_line.h"
 #include "base/exit_status.h"
 #include "base/installation.h"
+#include "base/nearest_word.h"
 #include "unit/bundle/bundle.h"
 #include "unit/bundle/bundle_list.h"
 #include "unit/children/stop_signals.h"
@@ -78,7 +79,14 @@ void CheckBus(CLI::Option* option) {
 
 // --only and --without.
 void AddPartNames(CLI::App& command, run_arguments_t& run) {
-  const auto isPart = CLI::IsMember(unit::PartNames());
+  const CLI::Validator isPart(
+      [](const std::string& name) {
+        const std::vector<std::string>& names = unit::PartNames();
+        if (std::ranges::find(names, name) != names.end()) return std::string();
+        return "there is no part " + name + base::Suggest(name, names) + " (" + CLI::detail::join(names, ", ") +
+               ")";
+      },
+      "PART");
   auto* only = command.add_option("--only", run.only, "Run only these parts, separated by commas")
                    ->delimiter(',')
                    ->check(isPart);

@@ -47,7 +47,7 @@ void ShowEntries(const nlohmann::json& json) {
 
 int ReportNothingRuns() {
   std::cerr << "unit: nothing runs in " << platform::RuntimeDirectory() << ". Start it with \"unit run\".\n";
-  return 1;
+  return base::EXIT_FAILED;
 }
 
 // What the services publish; used where the front panel, which collects it, cannot be reached. Empty where
@@ -103,7 +103,7 @@ int ShowStatus(bool asJson) {
   if (json.is_discarded()) {
     std::cerr << "unit status: http://" << address
               << "/api/health is not a front panel: it answers with something else than JSON.\n";
-    return 1;
+    return base::EXIT_FAILED;
   }
   if (asJson) {
     std::cout << base::DumpJson(json) << '\n';
