@@ -4,8 +4,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include <sys/wait.h>
-
 #include "base/exit_status.h"
 #include "host/judge/judgement.h"
 #include "host/judge/panel_client.h"
@@ -44,8 +42,8 @@ class CaseRun {
 
  private:
   void RunScenario();
-  child_plan_t SimulatorPlan() const;
-  std::string AwaitSimulator(ChildProcess& simulator);
+  std::vector<std::string> SimulatorArguments() const;
+  std::string AwaitSimulator(base::ChildProcess& simulator);
   void ReadResults();
   void KeepFailure();
   void Fail(const std::string& failure) {
@@ -79,9 +77,8 @@ case_result_t CaseRun::Run(const std::function<void()>& begins) {
   return result_;
 }
 
-child_plan_t CaseRun::SimulatorPlan() const {
-  std::vector<std::string> arguments = {settings_.programs + "/hx7",
-                                        "simulate",
+std::vector<std::string> CaseRun::SimulatorArguments() const {
+  std::vector<std::string> arguments = {"simulate",
                                         "--config",
                                         settings_.config,
                                         "--scenario",
@@ -95,25 +92,25 @@ child_plan_t CaseRun::SimulatorPlan() const {
                                         "--once",
                                         "--quiet"};
   if (settings_.writePictures) arguments.emplace_back("--write-pictures");
-  return {arguments, desk_.RuntimeFolder(), SimulatorLog()};
+  return arguments;
 }
 
 void CaseRun::RunScenario() {
-  ChildProcess simulator(SimulatorPlan());
-  const std::string problem = AwaitSimulator(simulator);
-  if (stop_.Stopped()) return simulator.Stop(HOST_STOP_PATIENCE);
+  const auto simulator = desk_.StartProgram("hx7", SimulatorArguments(), SimulatorLog());
+  const std::string problem = AwaitSimulator(*simulator);
+  if (stop_.Stopped()) return simulator->Stop(HOST_STOP_PATIENCE);
   ReadResults();
   Fail(problem);
   Fail(desk_.FindProblem());
 }
 
 // Returns what went wrong with the simulator itself; empty where it ended and told of its expectations.
-std::string CaseRun::AwaitSimulator(ChildProcess& simulator) {
+std::string CaseRun::AwaitSimulator(base::ChildProcess& simulator) {
   const std::chrono::duration<double> limit(SLOWEST_START_S + run_.length_s / run_.speed * SLOWEST);
   for (auto left = static_cast<std::int64_t>(limit / POLL); stop_.WaitUntil(Clock::now() + POLL); --left) {
-    if (const auto status = simulator.TryReap()) {
-      const bool told = WIFEXITED(*status) && WEXITSTATUS(*status) <= base::EXIT_FAILED;
-      return told ? "" : "the simulator " + DescribeEnding(*status);
+    if (const auto ending = simulator.TryReap()) {
+      const bool told = ending->ExitStatus().value_or(base::EXIT_INTERRUPTED) <= base::EXIT_FAILED;
+      return told ? "" : "the simulator " + ending->Describe();
     }
     if (left <= 0) return "the simulator did not end";
   }

@@ -1,8 +1,12 @@
 #include "host/check/test_desk.h"
 
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <fstream>
-#include <thread>
+#include <stdexcept>
+
+#include <fcntl.h>
 
 #include <nlohmann/json.hpp>
 
@@ -38,14 +42,12 @@ std::string DescribeApplication(const nlohmann::json& services) {
 }  // namespace
 
 std::string TestDesk::Start(const host::StopSignal& stop) {
-  unit_.emplace(child_plan_t{{plan_.programs + "/unit", "run", "--no-host", "--config", plan_.config, "--http",
-                              ANY_PORT, "--socketcand", ANY_PORT},
-                             RuntimeFolder(),
-                             LogFile()});
+  unit_ = StartProgram(
+      "unit", {"run", "--no-host", "--config", plan_.config, "--http", ANY_PORT, "--socketcand", ANY_PORT},
+      LogFile());
   const auto end = Clock::now() + START_PATIENCE;
   while (!judge::AskPanel(Address(), judge::SHOWN).problem.empty()) {
-    if (const auto status = unit_->TryReap())
-      return "the unit " + DescribeEnding(*status) + " while it started";
+    if (const auto ending = unit_->TryReap()) return "the unit " + ending->Describe() + " while it started";
     if (Clock::now() >= end) return "the unit's panel did not answer within 30 s";
     if (!stop.WaitUntil(Clock::now() + START_POLL)) return {};
   }
@@ -60,7 +62,7 @@ std::string TestDesk::Address() const {
 }
 
 std::string TestDesk::FindProblem() {
-  if (const auto status = unit_->TryReap()) return "the unit " + DescribeEnding(*status);
+  if (const auto ending = unit_->TryReap()) return "the unit " + ending->Describe();
   const judge::panel_answer_t health = judge::AskPanel(Address(), judge::HEALTH);
   const nlohmann::json json = nlohmann::json::parse(health.body, nullptr, false);
   if (!json.is_object() || !json.contains("services"))
@@ -69,14 +71,24 @@ std::string TestDesk::FindProblem() {
 }
 
 std::string TestDesk::PackBundle(const std::string& file) const {
-  ChildProcess bundle(
-      {{plan_.programs + "/unit", "bundle", file}, RuntimeFolder(), plan_.folder + "/bundle.log"});
-  const auto end = Clock::now() + BUNDLE_PATIENCE;
-  for (;; std::this_thread::sleep_for(START_POLL)) {
-    if (const auto status = bundle.TryReap())
-      return *status == 0 ? "" : "unit bundle " + DescribeEnding(*status);
-    if (Clock::now() >= end) return "unit bundle did not end within 30 s";
-  }
+  const auto ending =
+      StartProgram("unit", {"bundle", file}, plan_.folder + "/bundle.log")->AwaitEnd(BUNDLE_PATIENCE);
+  if (!ending) return "unit bundle did not end within 30 s";
+  return ending->IsSuccess() ? "" : "unit bundle " + ending->Describe();
+}
+
+std::unique_ptr<base::ChildProcess> TestDesk::StartProgram(const std::string& name,
+                                                           std::vector<std::string> arguments,
+                                                           const std::string& outputFile) const {
+  const base::Descriptor output(
+      open(outputFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  if (output.Get() < 0) throw std::runtime_error("cannot write " + outputFile + ": " + std::strerror(errno));
+  arguments.insert(arguments.begin(), plan_.programs + "/" + name);
+  return std::make_unique<base::ChildProcess>(
+      base::child_plan_t{.arguments = std::move(arguments),
+                         .variables = {"ORVIK_RUNTIME_DIR=" + RuntimeFolder()},
+                         .output = output.Get(),
+                         .errors = output.Get()});
 }
 
 void TestDesk::Stop() {

@@ -1,10 +1,11 @@
 // A display unit that a check starts for one run of a scenario.
 #pragma once
 
-#include <optional>
+#include <memory>
 #include <string>
+#include <vector>
 
-#include "host/check/child_process.h"
+#include "base/children/child_process.h"
 #include "host/link/stop_signal.h"
 
 namespace check {
@@ -29,6 +30,11 @@ class TestDesk {
   std::string PackBundle(const std::string& file) const;
   void Stop();
 
+  // Starts one of the programs with this desk as its own; its lines go to `outputFile`. Throws
+  // std::runtime_error.
+  std::unique_ptr<base::ChildProcess> StartProgram(const std::string& name, std::vector<std::string> arguments,
+                                                   const std::string& outputFile) const;
+
   std::string RuntimeFolder() const { return plan_.folder + "/run"; }
   std::string LogFile() const { return plan_.folder + "/unit.log"; }
   // Of the panel; empty while it does not listen.
@@ -36,7 +42,7 @@ class TestDesk {
 
  private:
   const desk_plan_t plan_;
-  std::optional<ChildProcess> unit_;
+  std::unique_ptr<base::ChildProcess> unit_;
 };
 
 }  // namespace check

@@ -3,11 +3,13 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
 
-#include <sys/types.h>
+#include "base/children/child_process.h"
+#include "base/descriptor.h"
 
 namespace host::report {
 
@@ -43,13 +45,12 @@ class FilmProcess {
   bool WaitToWrite();
   void ReadRecords(const std::function<void(std::string_view)>& onRecord);
   void CloseInput();
-  std::string DescribeEnd(int status) const;
-  std::string LastError() const;
+  std::string DescribeEnd(const base::ending_t& ending) const;
 
-  pid_t process_ = -1;
-  int input_ = -1;   // film's standard input; -1: closed
-  int output_ = -1;  // film's standard output
-  int errors_ = -1;  // a file in memory with its standard error
+  base::Descriptor input_;   // film's standard input; empty: closed
+  base::Descriptor output_;  // film's standard output
+  base::Descriptor errors_;  // a file in memory with its standard error
+  std::optional<base::ChildProcess> process_;
   std::string lines_;
   std::int64_t linesTime_ms_ = 0;    // of the newest line
   std::int64_t writtenTime_ms_ = 0;  // of the newest that film has

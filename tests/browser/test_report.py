@@ -49,7 +49,7 @@ def test_a_film_that_crashes_is_told(log, tmp_path):
     done = subprocess.run([tmp_path / "hx7", "report", log, "-o", output, "--config", CONFIG], check=False)
     index = index_of(output)
     assert done.returncode == 1
-    assert any("film crashed: Segmentation fault" in note for note in index["notes"])
+    assert any("film was killed by signal 11 (Segmentation fault)" in note for note in index["notes"])
     assert 55000 < index["filmEnd"] < 75000 < index["end"]
     assert index["figures"]["twoBlocks"]["count"] == 1  # the log alone says so
 

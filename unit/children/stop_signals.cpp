@@ -23,13 +23,6 @@ void BlockStopSignals() {
   for (const int signal : {SIGPIPE, SIGXFSZ}) static_cast<void>(std::signal(signal, SIG_IGN));
 }
 
-void UnblockStopSignals() {
-  sigset_t none;
-  sigemptyset(&none);
-  pthread_sigmask(SIG_SETMASK, &none, nullptr);
-  for (const int signal : {SIGPIPE, SIGXFSZ}) static_cast<void>(std::signal(signal, SIG_DFL));
-}
-
 bool StopRequested(std::chrono::milliseconds time) {
   const sigset_t signals = StopSignals();
   const std::timespec wait{.tv_sec = time.count() / 1000, .tv_nsec = time.count() % 1000 * 1'000'000};

@@ -9,8 +9,6 @@ namespace unit {
 // StopRequested receives them. Ignores SIGPIPE and SIGXFSZ, so that a reader that is gone and a full file are
 // errors of a write. Called before any other thread exists.
 void BlockStopSignals();
-// Undoes BlockStopSignals in a child process, before exec.
-void UnblockStopSignals();
 
 // Waits at most `time`, or until a child has ended. True when a stop was requested; each request is reported
 // once.

@@ -33,7 +33,7 @@ void Supervisor::Start(const program_t& program) {
 
 void Supervisor::Launch(run_t& run) {
   run.lines = std::make_shared<LineWatch>(run.program.told);
-  run.child = std::make_unique<Child>(run.program.name, run.program.arguments, pump_, run.lines);
+  run.child = StartChild(run.program.name, run.program.arguments, pump_, run.lines);
   run.started = steady_clock::now();
   run.startAgain.reset();
   run.killAt.reset();
@@ -72,7 +72,7 @@ void Supervisor::LaunchAgain(run_t& run, TimePoint now) {
   }
 }
 
-void Supervisor::AcceptEnding(run_t& run, const ending_t& ending) {
+void Supervisor::AcceptEnding(run_t& run, const base::ending_t& ending) {
   const steady_clock::time_point now = steady_clock::now();
   if (!ending.IsSuccess() || run.program.endIsFailure) NoteFailure(run, ending, now);
   ForgetChild(run);
@@ -93,17 +93,17 @@ void Supervisor::AcceptEnding(run_t& run, const ending_t& ending) {
   Note(run, false, ending.Describe());
 }
 
-void Supervisor::NoteFailure(run_t& run, const ending_t& ending, TimePoint now) {
+void Supervisor::NoteFailure(run_t& run, const base::ending_t& ending, TimePoint now) {
   ++run.failures;
   if (!run.asked) run.why = ending.IsSuccess() ? "has ended" : ending.Describe();
-  const std::string core = ending.DescribeCore(run.child->Process());
+  const std::string core = DescribeCore(run.child->Process(), ending);
   if (!core.empty()) run.core = core;
   run.lastLines = run.lines;
   run.shortRuns = now - run.started < DEATHS_WITHIN ? run.shortRuns + 1 : 1;
   run.givenUp = run.program.tries > 0 && run.shortRuns >= run.program.tries;
 }
 
-bool Supervisor::StartsAgain(run_t& run, const ending_t& ending) {
+bool Supervisor::StartsAgain(run_t& run, const base::ending_t& ending) {
   if (run.givenUp || run.program.revival == revival_t::NEVER) return false;
   return run.program.revival == revival_t::ALWAYS || ending.IsCrash();
 }

@@ -75,7 +75,7 @@ class Supervisor {
   using TimePoint = std::chrono::steady_clock::time_point;
   struct run_t {
     program_t program;
-    std::unique_ptr<Child> child;  // null while it does not run
+    std::unique_ptr<base::ChildProcess> child;  // null while it does not run
     std::shared_ptr<LineWatch> lines;
     TimePoint started;
     std::chrono::steady_clock::duration ran{0};  // in all, up to its last end
@@ -100,9 +100,9 @@ class Supervisor {
   void Launch(run_t& run);
   void LaunchAgain(run_t& run, TimePoint now);
   void CheckChild(run_t& run);
-  void AcceptEnding(run_t& run, const ending_t& ending);
-  static void NoteFailure(run_t& run, const ending_t& ending, TimePoint now);
-  static bool StartsAgain(run_t& run, const ending_t& ending);
+  void AcceptEnding(run_t& run, const base::ending_t& ending);
+  static void NoteFailure(run_t& run, const base::ending_t& ending, TimePoint now);
+  static bool StartsAgain(run_t& run, const base::ending_t& ending);
   static void ForgetChild(run_t& run);
   static bool WaitForEnd(run_t& run, std::chrono::milliseconds time);
   static void EndChild(run_t& run);
