@@ -152,7 +152,8 @@ def test_zoom_shows_each_sample(report):
 
 def test_a_text_of_the_log_is_data(report):
     report.find("#find").send_keys("onerror", Keys.ENTER)
-    wait_for(lambda: "</script><img" in report.find("#rows tr.here").text, "the message")
+    row = "return document.querySelector('#rows tr.here')?.innerText ?? ''"  # in one step: the rows are made anew at times
+    wait_for(lambda: "</script><img" in report.driver.execute_script(row), "the message")
     report.find("#plots").send_keys(Keys.ARROW_RIGHT * 5)  # the screen shows it half a second later at most
     wait_for(lambda: report.settle() >= 142400, "the cursor")
     assert "</script><img" in report.screen_texts()["orvikTextWidgetLine1Std"]
