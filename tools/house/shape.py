@@ -58,7 +58,7 @@ def modules(files):
 
 
 def read_shape(root):
-    paths = [path for tree in TREES for path in sorted((root / tree).rglob("*")) if path.suffix in SOURCES]
+    paths = [path for tree in (*TREES, "viewer") for path in sorted((root / tree).rglob("*")) if path.suffix in SOURCES]
     files = {path.relative_to(root).as_posix(): len(path.read_text().splitlines()) for path in paths}
     code = [file for file in files if file.endswith(CODE)]
     return Shape(read_functions(root, code), files, modules(code))

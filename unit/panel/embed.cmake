@@ -1,12 +1,13 @@
-# Writes a C++ source with the content of the files FILES in the folder ASSETS: cmake -DASSETS=... -DFILES=... -DOUTPUT=... -P
+# Writes a C++ source with the content of FILES (paths, with commas between): cmake -DFILES=... -DOUTPUT=... -P
 set(types_html "text/html; charset=utf-8")
 set(types_css "text/css; charset=utf-8")
 set(types_js "text/javascript; charset=utf-8")
 string(REPLACE "," ";" files "${FILES}")
 set(arrays "")
 set(rows "")
-foreach(file ${files})
-  file(READ ${ASSETS}/${file} hex HEX)
+foreach(path ${files})
+  file(READ ${path} hex HEX)
+  get_filename_component(file ${path} NAME)
   string(REGEX REPLACE "(..)" "'\\\\x\\1'," bytes "${hex}")
   string(REGEX REPLACE "[^a-z]" "_" name "${file}")
   string(REGEX REPLACE ".*\\." "" extension "${file}")
