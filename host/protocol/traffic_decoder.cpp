@@ -10,12 +10,6 @@ namespace {
 constexpr std::size_t MOST_WAITING = 32;
 constexpr std::uint64_t PATIENCE_US = 1'000'000;
 
-sender_t SenderOf(const bus::frame_t& frame) {
-  if (!frame.extended) return sender_t::OTHER;
-  if (frame.identifier == HOST_FRAME_ID) return sender_t::HOST;
-  return frame.identifier == DISPLAY_FRAME_ID ? sender_t::DISPLAY : sender_t::OTHER;
-}
-
 // The display answers these requests when their frame arrives, before it joins frames. So such a frame may come
 // between the frames of another message and does not break it.
 bool IsImmediateRequest(std::span<const std::uint8_t> data) {
@@ -25,6 +19,12 @@ bool IsImmediateRequest(std::span<const std::uint8_t> data) {
 }
 
 }  // namespace
+
+sender_t SenderOf(const bus::frame_t& frame) {
+  if (!frame.extended) return sender_t::OTHER;
+  if (frame.identifier == HOST_FRAME_ID) return sender_t::HOST;
+  return frame.identifier == DISPLAY_FRAME_ID ? sender_t::DISPLAY : sender_t::OTHER;
+}
 
 void ReplyMatcher::DropOld(std::uint64_t before_us) {
   while (!waiting_.empty() && (waiting_.front().time_us < before_us || waiting_.size() > MOST_WAITING)) {

@@ -34,6 +34,8 @@ class ReplyMatcher {
 };
 
 enum class sender_t : std::uint8_t { HOST, DISPLAY, OTHER };
+// By the frame's identifier.
+sender_t SenderOf(const bus::frame_t& frame);
 
 // A whole message of the host or the display, or one frame of another station.
 struct bus_message_t {

@@ -28,6 +28,7 @@
 #include "unit/j1939/frame_log.h"
 #include "unit/j1939/j1939_requests.h"
 #include "unit/j1939/pacing.h"
+#include "unit/trace/trace_sender.h"
 
 namespace unit {
 namespace {
@@ -51,7 +52,7 @@ constexpr const char* KERNEL_BUS_ONLY = "multi-packet messages are served on a k
 // |----------|----------------------------------------------------------------------------------|
 // | frames   | receives frames from the bus, logs and delivers them; reopens the bus            |
 // | requests | takes the clients' requests and carries them out; reconnects to clients          |
-// | report   | publishes counts, last frames, active faults, age of values; checks the manager  |
+// | report   | publishes counts, frames, active faults, age of values; checks the manager       |
 // | messages | on a kernel bus: receives and delivers messages of several frames                |
 class J1939Service : public Service {
  public:
@@ -90,6 +91,7 @@ class J1939Service : public Service {
 
   const options_t options_;
   BusReport report_;
+  TraceSender trace_;
   base::LineLimiter complaints_;
   BusLink bus_;
   std::unique_ptr<FrameLog> log_;
@@ -188,6 +190,7 @@ void J1939Service::ReceiveBurst(const BusLink::endpoint_t& endpoint) {
   for (const bus::frame_t& frame : received) {
     log_->Write(frame);
     report_.Note(frame, BusReport::direction_t::RECEIVED);
+    trace_.Note(frame, false);
   }
   for (const bus::frame_t& frame : received) {
     lastReceive_ = steady_clock::now();
@@ -302,6 +305,7 @@ void J1939Service::SendFrame(const send_request_t& request) {
   if (result == bus::Endpoint::result_t::OK) {
     log_->Write(frame);
     report_.Note(frame, BusReport::direction_t::SENT);
+    trace_.Note(frame, true);
     return;
   }
   report_.NoteDropped();
@@ -333,6 +337,7 @@ void J1939Service::Report() {
   auto nextCheck = steady_clock::now();
   while (!PauseReport()) {
     if (const auto text = report_.DrainIfChanged()) link_.Publish(BUS_CHANNEL_NAME, *text);
+    for (const auto& frames : trace_.Drain()) link_.Publish(TRACE_CHANNEL_NAME, frames);
     PublishFaults();
     PublishHost();
     if (steady_clock::now() < nextCheck) continue;

@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <sstream>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -164,8 +165,6 @@ void HttpServer::AddState() {
     if (board.empty()) return Fail(response, http::UNAVAILABLE, NO_BOARD);
     response.set_content(board, JSON);
   });
-  Add(route_t::BUS,
-      [this](const request_t&, response_t& response) { response.set_content(parts_.state.Bus(), JSON); });
   Add(route_t::DATABASE, [this](const request_t&, response_t& response) {
     std::string text;
     if (!parts_.state.Database(text)) {
@@ -173,8 +172,30 @@ void HttpServer::AddState() {
     }
     response.set_content(text, JSON);
   });
+  AddBus();
   AddHealth();
   AddMetrics();
+}
+
+void HttpServer::AddBus() {
+  Add(route_t::BUS,
+      [this](const request_t&, response_t& response) { response.set_content(parts_.state.Bus(), JSON); });
+  Add(route_t::TRACE,
+      [this](const request_t& request, response_t& response) { AnswerTrace(request, response); });
+  Add(route_t::LOG, [this](const request_t&, response_t& response) {
+    response.set_content(parts_.trace.Log(), std::string(RouteOf(route_t::LOG).type));
+  });
+}
+
+void HttpServer::AnswerTrace(const request_t& request, response_t& response) {
+  const auto parameter = [&](const char* name) { return request.get_param_value(name); };
+  try {
+    const trace_query_t query =
+        ReadTraceQuery(parameter("after"), parameter("kind"), parameter("text"), parameter("most"));
+    response.set_content(parts_.trace.Answer(query), JSON);
+  } catch (const std::invalid_argument& error) {
+    Fail(response, http::BAD_REQUEST, error.what());
+  }
 }
 
 void HttpServer::AddHealth() {

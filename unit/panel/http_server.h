@@ -12,11 +12,13 @@
 #include "unit/panel/panel_state.h"
 #include "unit/panel/stream_hub.h"
 #include "unit/screen/client/screen_client.h"
+#include "unit/trace/bus_trace.h"
 
 namespace unit {
 
 struct panel_parts_t {
   PanelState& state;
+  BusTrace& trace;
   StreamHub& hub;
   KeyHolder& keys;
   ScreenClient& screen;
@@ -48,6 +50,8 @@ class HttpServer {
   ScreenClient& ClientFor(screen_request_t request) const;
   void AddWords();
   void AddState();
+  void AddBus();
+  void AnswerTrace(const http::request_t& request, http::response_t& response);
   void AddKeys();
   void AddHost();
   void AddHostPost(route_t route, const std::string& path);

@@ -20,6 +20,8 @@
 #include "unit/screen/client/screen_requests.h"
 #include "unit/service/database_change.h"
 #include "unit/service/worker_service.h"
+#include "unit/trace/bus_trace.h"
+#include "unit/trace/trace_report.h"
 
 namespace unit {
 namespace {
@@ -44,7 +46,7 @@ class PanelWorker {
         state_(hub_, screen_, ReadParameterFile(options.configDirectory + "/parameters.xml")),
         subscriber_(
             {SCREEN_CHANGES_CHANNEL_NAME, BOARD_CHANNEL_NAME, BUS_CHANNEL_NAME, HEALTH_CHANNEL_NAME,
-             DATABASE_CHANNEL_NAME, HOST_CHANNEL_NAME},
+             DATABASE_CHANNEL_NAME, TRACE_CHANNEL_NAME, HOST_CHANNEL_NAME},
             [this](std::size_t channel, auto payload) { Accept(channel, payload); },
             [this] { state_.AcceptReconnect(); }),
         retryAt_(Listen() ? steady_clock::time_point::max() : steady_clock::now() + RETRY_PERIOD),
@@ -81,6 +83,8 @@ class PanelWorker {
         return state_.AcceptHealth(text, steady_clock::now());
       case 4:
         return state_.AcceptDatabase(payload);
+      case 5:
+        return trace_.Accept(payload);
       default:
         return state_.AcceptHost(payload);
     }
@@ -91,9 +95,9 @@ class PanelWorker {
     std::unique_ptr<HttpServer> server;
     std::string problem;
     try {
-      server = std::make_unique<HttpServer>(
-          address_, panel_parts_t{state_, hub_, keys_, screen_, pictures_, [this] { return connected_.load(); },
-                                  wordsFolder_});
+      server = std::make_unique<HttpServer>(address_,
+                                            panel_parts_t{state_, trace_, hub_, keys_, screen_, pictures_,
+                                                          [this] { return connected_.load(); }, wordsFolder_});
     } catch (const std::runtime_error& error) {
       problem = std::string(error.what()) + " (trying again once a second)";
     }
@@ -129,6 +133,7 @@ class PanelWorker {
   KeyHolder keys_;
   ScreenClient screen_{SCREEN_LIMIT}, pictures_{SCREEN_LIMIT};
   PanelState state_;
+  BusTrace trace_;
   std::atomic<bool> connected_{false};
   std::atomic<bool> stopping_{false};
   mutable std::mutex mutex_;            // guards the two below

@@ -46,9 +46,9 @@ class Service {
 };
 
 // Channels of the notification manager that the unit's services use among themselves; see also
-// DATABASE_CHANNEL_NAME (database_change.h), FAULT_CHANNEL_NAME (unit/faults) and SCREEN_CHANGES_CHANNEL_NAME.
-// The application has channels of its own: the event and action channels of the generic configuration,
-// SCREEN_CHANNEL_NAME, J1939_CHANNEL_NAME.
+// DATABASE_CHANNEL_NAME (database_change.h), FAULT_CHANNEL_NAME (unit/faults), TRACE_CHANNEL_NAME (unit/trace)
+// and SCREEN_CHANGES_CHANNEL_NAME. The application has channels of its own: the event and action channels of
+// the generic configuration, SCREEN_CHANNEL_NAME, J1939_CHANNEL_NAME.
 constexpr const char* HEALTH_CHANNEL_NAME = "unit.Health";  // JSON: name, up, detail, counters
 constexpr const char* BUS_CHANNEL_NAME = "unit.Bus";  // JSON: counts and the last frames, ten times a second
 constexpr const char* BOARD_CHANNEL_NAME = "unit.Board";  // JSON: beeper, backlight, keys; on every change

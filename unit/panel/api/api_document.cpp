@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <iterator>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
@@ -19,7 +20,7 @@ struct status_text_t {
   std::string_view status, text;
 };
 constexpr auto STATUS_TEXTS = std::to_array<status_text_t>({
-    {"400", "The body is not what the request takes"},
+    {"400", "The body or a parameter is not what the request takes"},
     {"403", "The Host header does not name the loopback, or another site's page asks"},
     {"404", "There is nothing of this name"},
     {"405", "The path takes another method, which the header Allow names"},
@@ -36,7 +37,12 @@ struct parameter_row_t {
 };
 constexpr auto PARAMETERS = std::to_array<parameter_row_t>(
     {{"keys", "Front keys 1 to 8, several with + between", "^[1-8]([+][1-8])*$", "1+8"},
-     {"language", "A language's two letters", "^[a-z]{2}$", "en"}});
+     {"language", "A language's two letters", "^[a-z]{2}$", "en"},
+     {"after", "The number of a frame: only later ones", "^[0-9]*$", "0"},
+     {"kind", "frames: every frame, not only the last of each message",
+      "^(messages|host|display|other|frames)?$", "messages"},
+     {"text", "Words that a row must have, in any letter case", "^.{0,200}$", "CMD2"},
+     {"most", "At most so many rows, up to 200", "^[0-9]*$", "50"}});
 
 ordered_json Reference(std::string_view schema) {
   return {{"$ref", "#/components/schemas/" + std::string(schema)}};
@@ -69,13 +75,20 @@ ordered_json AnswersOf(const api_route_t& route) {
   return answers;
 }
 
+bool HasWord(std::string_view words, std::string_view wanted) {
+  std::istringstream list{std::string(words)};
+  return std::find(std::istream_iterator<std::string>(list), {}, wanted) !=
+         std::istream_iterator<std::string>();
+}
+
 ordered_json ParametersOf(const api_route_t& route) {
   ordered_json parameters = ordered_json::array();
   for (const parameter_row_t& row : PARAMETERS) {
-    if (route.path.find("{" + std::string(row.name) + "}") == std::string_view::npos) continue;
+    const bool isInPath = route.path.find("{" + std::string(row.name) + "}") != std::string_view::npos;
+    if (!isInPath && !HasWord(route.query, row.name)) continue;
     parameters.push_back({{"name", row.name},
-                          {"in", "path"},
-                          {"required", true},
+                          {"in", isInPath ? "path" : "query"},
+                          {"required", isInPath},
                           {"description", row.about},
                           {"schema", {{"type", "string"}, {"pattern", row.pattern}}},
                           {"example", row.example}});

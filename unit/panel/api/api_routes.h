@@ -18,6 +18,8 @@ enum class route_t : std::uint8_t {
   STREAM,
   BOARD,
   BUS,
+  TRACE,
+  LOG,
   DATABASE,
   HEALTH,
   METRICS,
@@ -35,10 +37,11 @@ struct api_route_t {
   std::string_view method;  // "GET" or "POST"
   std::string_view path;    // with a parameter as {keys}
   std::string_view summary;
-  std::string_view type;     // the media type of the answer 200
-  std::string_view schema;   // of an answer in JSON, in ApiSchemas
-  std::string_view request;  // schema of the body; empty: none
-  std::string_view errors;   // the statuses beside those that every request may have, with blanks between
+  std::string_view type;        // the media type of the answer 200
+  std::string_view schema;      // of an answer in JSON, in ApiSchemas
+  std::string_view request;     // schema of the body; empty: none
+  std::string_view errors;      // the statuses beside those that every request may have, with blanks between
+  std::string_view query = "";  // the parameters after "?", with blanks between; all may be left out
 };
 
 // In the order of route_t.
