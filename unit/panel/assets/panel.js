@@ -1,6 +1,7 @@
 // The front panel: shows the unit's screen and state as they change, and sends its keys.
 
-import { changeParameters, noteBus, rowOf, setText, showParameters, showTables, stateWord } from './tables.js';
+import { changeParameters, rowOf, setText, showParameters, showTables, stateWord } from './tables.js';
+import { noteBus } from './trace.js';
 import { followWords, setLanguage, word } from './words.js';
 
 const byId = (id) => document.getElementById(id);

@@ -1,4 +1,4 @@
-// The tables of the panel: the bus trace and the database.
+// The rows of the panel's tables, and the table of the database.
 
 import { word } from './words.js';
 
@@ -11,8 +11,6 @@ export function setText(element, text) {
   if (node?.nodeType !== Node.TEXT_NODE || node.nextSibling) element.textContent = text;
   else if (node.data !== text) node.data = text;
 }
-
-// --- Bus trace
 
 const STATE_WORDS = { up: 'panel.state-up', down: 'panel.state-down', silent: 'panel.state-silent' };
 
@@ -29,50 +27,6 @@ export function rowOf(cells) {
   }
   return row;
 }
-
-function timeOf(seconds) {
-  return new Date(seconds * 1000).toISOString().slice(11, 23);
-}
-
-function countsOf(bus) {
-  const problems = (bus.refused ?? 0) + (bus.dropped ?? 0) + (bus.short ?? 0);
-  const counts = [[bus.received, word('panel.in', 'in')], [bus.sent, word('panel.out', 'out')]];
-  if (problems) counts.push([problems, word('panel.refused', 'refused or lost')]);
-  return `${bus.bus} ${stateWord(bus.state)}, ${counts.map((count) => count.join(' ')).join(', ')}`;
-}
-
-function textsOf(frame) {
-  return [timeOf(frame.time), frame.direction === 'rx' ? '→' : '←', frame.id, frame.data.replace(/..(?=.)/g, '$& ')];
-}
-
-const BUS_MS = 250; // a report comes ten times a second; nobody reads so fast
-let bus = {};
-let busTimer = 0;
-
-export function noteBus(report) {
-  bus = report;
-  busTimer ||= setTimeout(showBus, BUS_MS);
-}
-
-// The rows stay and change their texts: new ones would take most of the page's time.
-function showBus() {
-  clearTimeout(busTimer);
-  busTimer = 0;
-  if (!bus.frames || byId('bus').hidden) return;
-  delete byId('bus-counts').dataset.word;
-  setText(byId('bus-counts'), countsOf(bus));
-  if (byId('bus-hold').getAttribute('aria-pressed') === 'true') return;
-  const { rows } = byId('bus-rows');
-  while (rows.length > bus.frames.length) rows[rows.length - 1].remove();
-  while (rows.length < bus.frames.length) byId('bus-rows').append(rowOf([[''], [''], [''], ['']]));
-  [...bus.frames].reverse().forEach((frame, i) => {
-    textsOf(frame).forEach((text, cell) => setText(rows[i].cells[cell], text));
-  });
-}
-
-byId('bus-hold').addEventListener('click', ({ target }) => {
-  target.setAttribute('aria-pressed', String(target.getAttribute('aria-pressed') !== 'true'));
-});
 
 // --- Database
 
@@ -125,7 +79,6 @@ byId('filter').addEventListener('input', filterParameters);
 // --- A table that was hidden is shown.
 
 export function showTables() {
-  showBus();
   if (byId('database').hidden) return;
   changeParameters(waitingValues);
   waitingValues = {};
