@@ -1,5 +1,6 @@
 // The crane to scale, from the side and from above, and its load chart. What is drawn follows from the state alone, so that
-// whatever knows the state can show it. Lengths are in metres, masses in kilograms, angles in degrees.
+// whatever knows the state can show it. Lengths are in metres, masses in kilograms, angles in degrees. What is null is not
+// known, and is not drawn.
 
 const SVG = 'http://www.w3.org/2000/svg';
 const BEHIND = 8; // what the side view shows behind the centre of rotation
@@ -36,6 +37,7 @@ function makeView(name) {
   return set(svg, { class: `crane-${name}`, role: 'group' });
 }
 
+// A part that is not shown keeps its attributes.
 const isShown = (element, shown) => set(element, { display: shown ? null : 'none' });
 
 function levelOf(percent) {
@@ -94,6 +96,8 @@ function makeSide() {
     extension: make(boom, 'line', { class: 'limit' }),
     radius: make(limits, 'line', { class: 'limit' }),
     angles: ['least', 'most'].map(() => make(limits, 'line', { class: 'limit' })),
+    plumb: make(svg, 'line', { class: 'plumb' }),
+    column: make(svg, 'rect', { class: 'column' }),
     rope: make(svg, 'line', { class: 'rope' }),
     sling: make(svg, 'path', { class: 'rope' }),
     load: make(svg, 'rect', { class: 'load', rx: 0.1 }),
@@ -105,6 +109,9 @@ function makeSide() {
 
 function showBoom(view, { crane, configuration, measures }) {
   const { shortest } = measures;
+  const isKnown = crane.length !== null && crane.angle !== null;
+  isShown(view.boom, isKnown);
+  if (!isKnown) return;
   const step = Math.max(0, crane.length - shortest) / (SECTIONS.length - 1);
   set(view.boom, { transform: `translate(${-measures.foot_behind} ${-measures.foot_height}) rotate(${rounded(-(crane.angle ?? 0))})` });
   view.sections.forEach((section, i) => {
@@ -118,10 +125,22 @@ function showBoom(view, { crane, configuration, measures }) {
   }
 }
 
+// Where the height of the hook is not known, the load may hang anywhere on the plumb line.
+function showPlumb(view, { radius, hook, head, net_load: mass }, extent) {
+  const isUnknown = radius !== null && hook === null;
+  const [top, side] = [head ?? extent, 0.16 * Math.cbrt(Math.max(mass ?? 0, 0))];
+  isShown(view.plumb, isUnknown);
+  isShown(view.column, isUnknown && mass > 0);
+  if (!isUnknown) return;
+  line(view.plumb, radius, -top, radius, 0);
+  set(view.column, { x: radius - side / 2, y: -top, width: side, height: top });
+}
+
 function showHook(view, { crane }, extent) {
   const { radius, hook, head, net_load: mass } = crane;
   const side = 0.16 * Math.cbrt(Math.max(mass, 0));
-  const isKnown = radius !== null;
+  const isKnown = radius !== null && hook !== null;
+  showPlumb(view, crane, extent);
   for (const part of [view.rope, view.hook, view.grip]) isShown(part, isKnown);
   for (const part of [view.sling, view.load]) isShown(part, isKnown && mass > 0);
   if (!isKnown) return;
@@ -147,11 +166,11 @@ function showLimits(view, { limits, measures }, extent) {
 }
 
 function showSide(view, state) {
-  const extent = extentFor(Math.max(LEAST_SIDE, state.crane.length + state.measures.jib));
+  const extent = extentFor(Math.max(LEAST_SIDE, state.crane.radius ?? 0, (state.crane.length ?? 0) + state.measures.jib));
   const head = boomHead(state);
   set(view.svg, { viewBox: `${-BEHIND} ${-extent - 1} ${extent + BEHIND} ${extent + 2.5}` });
   set(view.ground, { x: -BEHIND, y: 0, width: extent + BEHIND, height: 1.5 });
-  for (const leg of view.legs) isShown(leg, state.configuration.base !== 'tires');
+  for (const leg of view.legs) isShown(leg, SUPPORTS[state.configuration.base] > 0);
   isShown(view.counterweight, state.configuration.counterweight);
   showBoom(view, state);
   showHook(view, state, extent);
@@ -190,8 +209,9 @@ function showTop(view, state) {
   set(view.svg, { viewBox: `${-extent} ${-extent} ${2 * extent} ${2 * extent}` });
   for (const beam of view.beams) set(isShown(beam, support > 0), { x: -support, width: 2 * support });
   set(view.turned, { transform: `rotate(${rounded(crane.swing ?? 0)})` });
+  for (const part of [view.boom, view.load]) isShown(part, crane.swing !== null && reach > 0);
   set(view.boom, { y: -reach, height: Math.max(0, reach + measures.foot_behind) });
-  set(view.load, { cy: -reach, r: Math.max(extent / 40, 0.08 * Math.cbrt(Math.max(crane.net_load, 0))) });
+  set(view.load, { cy: -reach, r: Math.max(extent / 40, 0.08 * Math.cbrt(Math.max(crane.net_load ?? 0, 0))) });
   set(view.tip, { cy: -reach, r: extent / 5 });
   isShown(view.radius, limits.radius.most !== null);
   if (limits.radius.most !== null) set(view.radius, { r: limits.radius.most });
@@ -211,6 +231,7 @@ function makeChart() {
     svg,
     area: make(svg, 'path', { class: 'area' }),
     curve: make(svg, 'path', { class: 'curve' }),
+    rated: make(svg, 'path', { class: 'rated' }),
     drop: make(svg, 'path', { class: 'drop' }),
     point: make(svg, 'circle', { class: 'point', r: 4.5 }),
     most: make(svg, 'text', { x: CHART.left, y: 11 }),
@@ -220,13 +241,17 @@ function makeChart() {
 
 function showChart(view, { crane, curve }, words) {
   const far = Math.max(curve.at(-1)?.[0] ?? 10, crane.radius ?? 0) * 1.05;
-  const most = Math.max(1000, ...curve.map(([, capacity]) => capacity), crane.load ?? 0) * 1.08;
+  const rated = Math.max(0, crane.capacity ?? 0, ...curve.map(([, capacity]) => capacity));
+  const most = Math.max(1000, rated, crane.load ?? 0) * 1.08;
   const base = CHART.height - CHART.bottom;
   const x = (radius) => CHART.left + (radius / far) * (CHART.width - CHART.left - 2);
   const y = (mass) => base - (mass / most) * (base - CHART.top);
   const points = curve.map(([radius, capacity]) => `${rounded(x(radius))} ${rounded(y(capacity))}`).join('L');
   set(view.curve, { d: points ? `M${points}` : '' });
   set(view.area, { d: points ? `M${rounded(x(curve[0][0]))} ${base}L${points}L${rounded(x(curve.at(-1)[0]))} ${base}Z` : '' });
+  const hasRated = !curve.length && crane.radius !== null && crane.capacity !== null;
+  isShown(view.rated, hasRated);
+  if (hasRated) set(view.rated, { d: `M${rounded(x(crane.radius) - 12)} ${rounded(y(crane.capacity))}h24` });
   const isKnown = crane.radius !== null && crane.load !== null;
   isShown(view.point, isKnown);
   isShown(view.drop, isKnown);
@@ -234,7 +259,7 @@ function showChart(view, { crane, curve }, words) {
     set(view.point, { cx: x(crane.radius), cy: y(crane.load), 'data-level': levelOf(crane.percent) });
     set(view.drop, { d: `M${rounded(x(crane.radius))} ${base}V${rounded(y(crane.load))}H${CHART.left}` });
   }
-  view.most.textContent = words.mass(Math.max(0, ...curve.map(([, capacity]) => capacity)));
+  view.most.textContent = words.mass(rated || null);
   view.far.textContent = words.length(far / 1.05);
 }
 
