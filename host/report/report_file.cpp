@@ -56,7 +56,7 @@ std::string MakeHead(const std::string& title, const std::string& nonce) {
   head += policy + "\">\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n";
   head += "<meta name=\"color-scheme\" content=\"dark\">\n<title>" + EscapeHtml(title) + "</title>\n<style>\n";
   head += FontFace("B612-Regular.otf", "normal") + FontFace("B612-Bold.otf", "bold");
-  head += Asset("report.css");
+  head.append(Asset("report.css")).append(Asset("crane.css"));
   head += "</style></head>\n";
   return head += Asset("report.html");
 }
@@ -112,7 +112,10 @@ void ReportFile::Finish(std::string_view index) {
        {"chart.min.js", "chunks.js", "curves.js", "bands.js", "screen.js", "messages.js", "report.js"}) {
     file_ << "<script nonce=\"" << nonce_ << "\">\n" << Asset(script) << "</script>\n";
   }
-  file_ << "</body></html>\n";
+  // The drawing of the crane is shared with the front panel, whose scripts are modules.
+  file_ << "<script type=\"module\" nonce=\"" << nonce_ << "\">\n";
+  for (const std::string_view script : {"units.js", "crane.js", "view.js"}) file_ << Asset(script);
+  file_ << "</script>\n</body></html>\n";
   size_ = static_cast<std::uint64_t>(file_.tellp());
   file_.close();
   std::error_code error;

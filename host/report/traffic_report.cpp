@@ -41,9 +41,29 @@ constexpr std::array<lamp_row_t, 8> LAMP_ROWS = {{{"overload", "overload", "over
                                                   {"extension-alarm-tripped", "extension limit", "extension"},
                                                   {"swing-alarm-tripped", "swing limit", "swing"}}};
 
+// The lamps that say how the crane is rigged and which limits are set.
+constexpr std::array<std::string_view, 21> RIGGING_LAMPS = {
+    "tires",           "outrigger-retracted", "outrigger-half",  "outrigger-extended", "counterweight",
+    "stowed",          "jib-long-fly-0",      "jib-short-fly-0", "jib-long-fly-15",    "jib-short-fly-15",
+    "jib-long-fly-30", "jib-short-fly-30",    "aux-head",        "pick-main-boom",     "pick-aux",
+    "pick-fly",        "man-basket",          "angle-alarm-set", "radius-alarm-set",   "extension-alarm-set",
+    "swing-alarm-set"};
+
+// The host sends its swing as a whole number, which has no NaN: one beyond a turn is not known.
+constexpr double MOST_SWING = 360;
+
 bool IsLit(std::uint32_t lamps, std::string_view name) {
   const auto bit = std::ranges::find(LampNames(), name) - LampNames().begin();
   return (lamps >> static_cast<unsigned>(bit) & 1U) != 0;
+}
+
+// With blanks between.
+std::string RiggingOf(std::uint32_t lamps) {
+  std::string rigging;
+  for (const std::string_view lamp : RIGGING_LAMPS) {
+    if (IsLit(lamps, lamp)) rigging.append(rigging.empty() ? "" : " ").append(lamp);
+  }
+  return rigging;
 }
 
 // What a value of `from` units is multiplied with to be one of `to` units.
@@ -111,6 +131,7 @@ void TrafficReport::NoteValues(const bus_message_t& message, std::int64_t time_m
     const double factor = Conversion(field.unit, units_.value_or(IMPERIAL), *firstUnits_);
     values[i] = ReadNumber(field, message.bytes) * factor;
     if (field.unit == unit_t::PERCENT) percent = values[i];
+    if (field.name == "swing" && std::abs(values[i]) > MOST_SWING) values[i] = std::nan("");
   }
   curves_.Add(time_ms, values);
   const auto lamps = static_cast<std::uint32_t>(ReadNumber(*FindField(command, "led"), message.bytes));
@@ -122,6 +143,7 @@ void TrafficReport::NoteValues(const bus_message_t& message, std::int64_t time_m
 
 void TrafficReport::NoteLamps(std::uint32_t lamps, std::int64_t time_ms) {
   for (const lamp_row_t& row : LAMP_ROWS) bands_.Set(row.row, time_ms, IsLit(lamps, row.lamp) ? row.label : "");
+  bands_.Set("rigging", time_ms, RiggingOf(lamps));
 }
 
 // The key that the display tells the host, until its next reply.

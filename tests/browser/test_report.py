@@ -134,6 +134,42 @@ def test_the_screen_at_the_cursor_is_the_displays(report, film):
     assert "--" in report.screen_texts()["orvikTextWidgetLoad"]  # values that are not known show no old number
 
 
+# The crane beside the values at the cursor, in meters and degrees: how it is drawn, and which parts are.
+CRANE = """
+  const part = (css) => document.querySelector(`#view ${css}`);
+  const number = (css, name, at = 0) => Number((part(css).getAttribute(name).match(/-?[0-9.]+/g))[at]);
+  return {
+    drawn: ['boom', 'column', 'rope', 'plumb', 'counterweight', 'leg'].filter((name) => !part(`.crane-side .${name}`).closest('[display=none]')),
+    angle: -number('.crane-side .boom', 'transform', 2), radius: number('.crane-side .plumb', 'x1'),
+    swing: number('.crane-top g:not([class])', 'transform'), level: part('.crane-chart .point').dataset.level,
+    words: part('#crane-words').textContent, time: Number(part('').dataset.time),
+    values: Object.fromEntries([...document.querySelectorAll('#values div')].map(({ children }) => [children[0].textContent, parseFloat(children[1].textContent)])),
+  };
+"""
+
+
+def test_the_crane_at_the_cursor_is_drawn_as_far_as_the_log_says(report):
+    def crane_at(seconds):
+        time = report.click_at(seconds)
+        return wait_for(lambda: (now := report.driver.execute_script(CRANE))["time"] == time and now, "the crane at the cursor")
+
+    on_load = ["boom", "column", "plumb", "counterweight", "leg"]  # the log has no height of the hook
+    for seconds, drawn, words in [(53, on_load, ("load 14,000 lb of", "outrigger extended")),
+                                  (110, on_load, ("swing -", "pick main boom")), (124, [], ("angle --", "load -- of --"))]:
+        crane = crane_at(seconds)
+        assert crane["drawn"] == drawn, crane
+        assert [each for each in words if each not in crane["words"]] == [], crane["words"]
+        if not drawn:
+            continue
+        values = crane["values"]
+        assert abs(crane["angle"] - values["angle"]) < 0.1 and abs(crane["swing"] - values["swing"]) < 0.1
+        assert abs(crane["radius"] * 3.28084 - values["radius"]) < 0.1
+        assert crane["level"] == ("over" if seconds == 53 else "normal")
+    hook = [crane_at(seconds) for seconds in range(60, 110, 2)]
+    assert {"rope" in crane["drawn"] for crane in hook} == {True, False}, "the hook is at the head while two-block is lit"
+    assert all(("rope" in crane["drawn"]) == ("two-block" in crane["words"]) for crane in hook)
+
+
 def test_zoom_shows_each_sample(report):
     report.click_at(54)
     width = "return shown.to - shown.from"

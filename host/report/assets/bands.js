@@ -23,12 +23,12 @@ const spanCount = (row) => row.spans.length / 3;
 const lastSpanUpTo = (row, time) => lastUpTo(null, time, spanCount(row), (i) => row.spans[3 * i]);
 
 // What holds at a time; undefined: nothing.
-function labelAt(name, time) {
-  const row = rows.find((candidate) => candidate.name === name);
+function labelOf(row, time) {
   const span = row ? lastSpanUpTo(row, time) : -1;
   if (span < 0 || row.spans[3 * span] + row.spans[3 * span + 1] < time) return undefined;
   return row.labels[row.spans[3 * span + 2]];
 }
+const labelAt = (name, time) => labelOf(rows.find((candidate) => candidate.name === name), time);
 
 function drawSpan(context, row, top, begin, end, label) {
   const { left, right } = plotArea();

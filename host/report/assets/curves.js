@@ -7,7 +7,7 @@ const MOST_ROWS = 3000; // of a level within what is shown; a wide screen has 3,
 const GAP_MS = 10000; // without values for so long the display shows none
 const AXIS = 64; // pixels on either side of the plots and bands
 
-const unitsOf = (name) => ({ load: log.weight, capacity: log.weight, percent: '%', radius: log.length, extension: log.length, angle: '°' })[name];
+const unitsOf = (name) => ({ load: log.weight, capacity: log.weight, percent: '%', radius: log.length, extension: log.length, angle: '°', swing: '°' })[name];
 
 // --- Levels
 

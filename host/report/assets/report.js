@@ -66,6 +66,7 @@ function showCursor() {
   showValues(shown.cursor);
   showMessages();
   drawOverview();
+  document.dispatchEvent(new Event('cursor')); // for the drawing of the crane
 }
 
 function setCursor(time) {

@@ -91,6 +91,12 @@ TEST(TrafficReport, CountsAndPlacesWhatWarns) {
        {{0, {"led=none"}}, {700, {"frame=18FF00D0#0006020046D22800", "frame=18FF00D0#0343FA000041FF33"}}},
        "/figures/broken",
        {{"count", 1}, {"times", {700}}}},
+      {"the lamps say how the crane is rigged until the host falls silent",
+       {{0, {"led=outrigger-half,overload,stowed"}},
+        {3000, {"led=jib-long-fly-15"}},
+        {60'000, {"program-name"}}},
+       "/bands/rigging",
+       {{"labels", {"outrigger-half stowed", "jib-long-fly-15"}}, {"spans", {0, 3000, 0, 3000, 10'000, 1}}}},
       {"a language holds until the next",
        {{0, {"language=russian"}}, {3000, {"language=french"}}},
        "/bands/language",
@@ -111,6 +117,9 @@ TEST(TrafficReport, KeepsTheUnitsOfTheBeginning) {
   KeptChunks taken;
   EXPECT_EQ(IndexOf({{0, {"load=100"}}, {100, {"units=metric", "load=45.36"}}}, taken)["units"], 0);
   EXPECT_EQ(taken.chunks["c0-0"]["lo"][0], json({100, 0}));
+  KeptChunks turned;
+  IndexOf({{0, {"swing=-40"}}, {100, {"swing=32767"}}}, turned);
+  EXPECT_EQ(turned.chunks["c0-0"]["lo"][6], json({-40, nullptr})) << "the host sends no NaN of a whole number";
   // load and radius: first value, then the difference.
   EXPECT_EQ(kept.chunks["c0-0"]["lo"][0], json({1000, 0}));
   EXPECT_EQ(kept.chunks["c0-0"]["lo"][3], json({1000, 0}));
