@@ -101,7 +101,8 @@ def test_errors_are_in_the_document(simulated):
     cases = [("POST", keys, "/api/keys/9", '{"down":true}', 404), ("POST", keys, "/api/keys/1", "{", 400),
              ("POST", keys, "/api/keys/1", '{"renew":true}', 409), ("POST", keys + "/press", "/api/keys/0/press", None, 404),
              ("POST", "/api/host/do", "/api/host/do", '{"do":"dance"}', 400), ("POST", "/api/host/controls", "/api/host/controls", "{}", 400),
-             ("GET", "/words/{language}.xml", "/words/xx.xml", None, 404)]
+             ("GET", "/words/{language}.xml", "/words/xx.xml", None, 404),
+             ("GET", "/api/bus/trace", "/api/bus/trace?kind=some", None, 400)]
     for method, path, asked, content, wanted in cases:
         status, kind, body, _ = ask_until_ready(simulated, method, asked, content)
         assert status == wanted, (asked, body)
