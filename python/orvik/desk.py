@@ -115,10 +115,13 @@ class Desk:
         return [self.programs / "orvik", *(arguments or [self.config_folder() / "generic.xml"])]
 
     def config_folder(self) -> pathlib.Path:
-        """The configuration's folder."""
+        """The configuration's folder: the given one, else the one that the unit has found."""
         given = self.config_options[-1] if self.config_options else os.environ.get("ORVIK_CONFIG")
-        beside = self.programs.parents[2] / "config"  # where the programs stand in a build folder of the repository
-        return pathlib.Path(str(given)) if given else beside if beside.is_dir() else pathlib.Path("config")
+        if given:
+            return pathlib.Path(str(given))
+        with contextlib.suppress(FileNotFoundError):
+            return pathlib.Path(json.loads((self.runtime / "run.json").read_text())["config"])
+        return pathlib.Path("config")
 
     def start(self, *arguments: Word) -> Process:
         """Starts any program in the desk's runtime directory; it ends with the desk."""

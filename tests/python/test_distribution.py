@@ -67,7 +67,7 @@ def test_the_debian_package_runs_the_first_test_of_the_documentation(tmp_path):
 def test_the_versions_agree():
     found = {name: re.search(pattern, (REPOSITORY / name).read_text())[1] for name, pattern in (
         ("CMakeLists.txt", r"project\(orvik VERSION ([\d.]+)"), ("python/pyproject.toml", r'\nversion = "([\d.]+)"'),
-        ("python/debian/changelog", r"orvik \(([\d.]+)\)"))}
+        ("python/debian/changelog", r"orvik \(([\d.]+)\)"), ("packaging/debian/changelog", r"orvik \(([\d.]+)\)"))}
     assert len(set(found.values())) == 1, found
 
 
