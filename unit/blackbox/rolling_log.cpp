@@ -2,12 +2,14 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <memory>
+#include <set>
 #include <sstream>
 #include <utility>
 
@@ -70,6 +72,8 @@ std::string RollingTarget::Write(const std::string& text) {
 }  // namespace
 
 std::string BlackBoxFolder() {
+  const char* folder = std::getenv("ORVIK_LOG_DIR");
+  if (folder != nullptr && *folder != '\0') return folder;
   return platform::RuntimeDirectory() + "/blackbox";
 }
 
@@ -80,6 +84,17 @@ std::string ReadBlackBox(const std::string& name) {
     if (file && file.rdbuf()->in_avail() != 0) text << file.rdbuf();
   }
   return text.str();
+}
+
+std::vector<std::string> FindBlackBoxes(std::string_view prefix) {
+  std::set<std::string> names;
+  std::error_code error;
+  for (std::filesystem::directory_iterator file(BlackBoxFolder(), error), end; !error && file != end;
+       file.increment(error)) {
+    const std::string name = file->path().filename();
+    if (name.starts_with(prefix) && name.ends_with(NEWEST)) names.insert(name.substr(0, name.find('.')));
+  }
+  return {names.begin(), names.end()};
 }
 
 RollingLog::RollingLog(const std::string& name, std::size_t bytes)

@@ -1,13 +1,14 @@
 // The black box: the last lines of a log on disk, for an engineer who looks into a fault.
 //
-// $RUNTIME/blackbox/NAME.log has the newest lines, NAME.1.log the lines before them. The folder stays after the
-// unit's end, so that the lines before a crash can still be read.
+// NAME.log has the newest lines, NAME.1.log the lines before them. The folder is $ORVIK_LOG_DIR, or blackbox/
+// in the runtime directory. It stays after the unit's end, so that the lines before a crash can still be read.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "unit/blackbox/line_writer.h"
 
@@ -16,6 +17,8 @@ namespace unit {
 std::string BlackBoxFolder();
 // The content of both files of a log, the older file first. A missing file counts as empty.
 std::string ReadBlackBox(const std::string& name);
+// The names of the logs that begin so, sorted.
+std::vector<std::string> FindBlackBoxes(std::string_view prefix);
 
 // Any thread. A thread of its own writes the files; no caller waits for the disk.
 class RollingLog {

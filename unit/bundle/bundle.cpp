@@ -57,6 +57,20 @@ void AddConfiguration(const fs::path& folder, archive_t& bundle, std::vector<std
   if (error) missing.emplace_back("config (" + folder.string() + ": " + error.message() + ")");
 }
 
+// The lines of all processes of the unit, in the order of their times. Each begins with its time, in a fixed
+// number of digits.
+std::string ReadLines() {
+  std::vector<std::string> lines;
+  for (const std::string& name : FindBlackBoxes("lines")) {
+    std::istringstream text(ReadBlackBox(name));
+    for (std::string line; std::getline(text, line);) lines.push_back(line + "\n");
+  }
+  std::ranges::stable_sort(lines, {}, [](const std::string& line) { return line.substr(0, line.find(' ')); });
+  std::string all;
+  for (const std::string& line : lines) all += line;
+  return all;
+}
+
 std::string TimeText() {
   const std::time_t now = std::time(nullptr);
   std::tm utc{};
@@ -129,7 +143,7 @@ archive_t CollectLogs(const json& run, const moment_t& moment) {
   bundle[BUNDLE_ABOUT] = About(run).dump(2) + "\n";
   bundle[BUNDLE_BUS] = ReadBlackBox("bus");
   bundle[BUNDLE_KEYS] = ReadBlackBox("keys");
-  bundle[BUNDLE_LINES] = ReadBlackBox("lines");
+  bundle[BUNDLE_LINES] = ReadLines();
   if (!moment.time_us) return bundle;
   for (const char* log : {BUNDLE_BUS, BUNDLE_KEYS}) bundle[log] = CutAfter(bundle[log], *moment.time_us);
   return bundle;
