@@ -6,7 +6,9 @@
 --
 -- It joins frames and matches replies by the same rules as hx7 and the display (docs/host-protocol.md).
 
-local here = __DIR__ == "" and "." or __DIR__  -- empty if this file is in the working directory
+-- Wireshark sets __DIR__ for -X lua_script alone, and leaves it empty in the working directory.
+local here = __DIR__ or debug.getinfo(1, "S").source:match("^@(.*)/") or ""
+if here == "" then here = "." end
 local tables = dofile(here .. "/orvik_tables.lua")
 
 local orvik = Proto("orvik", "Orvik host protocol")
