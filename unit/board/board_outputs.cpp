@@ -3,6 +3,7 @@
 #include "platform/threads.h"
 
 #include "unit/board/board_view.h"
+#include "unit/service/liveness.h"
 
 namespace unit {
 
@@ -35,9 +36,11 @@ std::string BoardOutputs::BacklightProblem() const {
 
 void BoardOutputs::Run() {
   platform::NameThread("board outputs");
+  Liveness liveness("board outputs");
   std::unique_lock lock(mutex_);
   while (!stopping_) {
     lock.unlock();
+    liveness.Note();
     Step();
     lock.lock();
     if (beeper_) beeperProblem_ = beeper_->Problem();

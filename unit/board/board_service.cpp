@@ -19,6 +19,7 @@
 #include "unit/board/board_view.h"
 #include "unit/board/key_device.h"
 #include "unit/health/notify_link.h"
+#include "unit/service/liveness.h"
 
 namespace unit {
 namespace {
@@ -143,9 +144,11 @@ class BoardService : public Service {
 
   void Watch() {
     platform::NameThread("board watch");
+    Liveness liveness("board watch");
     std::unique_lock lock(mutex_);
     auto nextLook = steady_clock::now() + LOOK_PERIOD;
     while (!stopping_) {
+      liveness.Note();
       if (const auto now = steady_clock::now(); now >= nextLook) {
         nextLook = now + LOOK_PERIOD;
         LookAfterBoard();

@@ -23,6 +23,7 @@
 #include "unit/database/database_owner.h"
 #include "unit/health/notify_link.h"
 #include "unit/service/database_change.h"
+#include "unit/service/liveness.h"
 
 namespace unit {
 namespace {
@@ -154,9 +155,12 @@ status_t DatabaseService::GetStatus() const {
 void DatabaseService::ServePulses() {
   platform::NameThread("database");
   platform::RaiseThread();
+  Liveness liveness("database");
   while (serving_) {
     _pulse pulse{};
+    liveness.Rest();
     const int rcvid = MsgReceive(chid_, &pulse, sizeof pulse, nullptr);
+    liveness.Note();
     if (rcvid > 0) {
       MsgError(rcvid, ENOSYS);  // clients read and write the shared memory; there are no messages
     } else if (rcvid == 0) {
@@ -184,9 +188,11 @@ void DatabaseService::AcceptChange(unsigned handle) {
 // sends none. Makes the database anew when its object is damaged.
 void DatabaseService::LookAround() {
   platform::NameThread("database look");
+  Liveness liveness("database look");
   std::unique_lock lock(stopMutex_);
   while (!stopped_.wait_for(lock, LOOK_PERIOD, [this] { return stopping_; })) {
     lock.unlock();
+    liveness.Note();
     if (IsDatabaseWhole()) {
       PublishMissed();
     } else {

@@ -8,6 +8,7 @@
 #include "platform/threads.h"
 
 #include "base/json_text.h"
+#include "unit/service/liveness.h"
 
 namespace unit {
 namespace {
@@ -53,9 +54,11 @@ void HealthPublisher::Publish(const status_t& status, bool isDue) {
 
 void HealthPublisher::Run() {
   platform::NameThread("health");
+  Liveness liveness("health");
   std::unique_lock lock(mutex_);
   for (unsigned look = 0; !stopping_; ++look) {
     lock.unlock();
+    liveness.Note();
     const bool isDue = look % LOOKS_PER_REPORT == 0;
     for (const status_t& status : collect_()) {
       Publish(status, isDue);

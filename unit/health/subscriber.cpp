@@ -7,6 +7,7 @@
 #include "platform/threads.h"
 
 #include "unit/health/notify_link.h"
+#include "unit/service/liveness.h"
 
 namespace unit {
 
@@ -49,7 +50,9 @@ void Subscriber::Run() {
 // manager a request from time to time and wakes the receiver when no answer comes.
 void Subscriber::Watch() {
   platform::NameThread("manager watch");
+  Liveness liveness("manager watch");
   while (Pause()) {
+    liveness.Note();
     std::shared_ptr<NM::NMClient> client;
     {
       const std::lock_guard lock(mutex_);
@@ -73,9 +76,12 @@ std::shared_ptr<NM::NMClient> Subscriber::Connect(std::vector<int>& numbers) {
 
 void Subscriber::Receive(NM::NMClient& client, const std::vector<int>& numbers) {
   std::array<char, NM_PAYLOAD_SIZE> buffer{};
+  Liveness liveness("subscriber");
   while (!stopping_) {
     int channel = -1;
+    liveness.Rest();
     const int length = client.recvMsg(channel, buffer.data(), static_cast<int>(buffer.size()));
+    liveness.Note();
     if (length < 0) return;
     const auto found = std::find(numbers.begin(), numbers.end(), channel);
     if (length == 0 || found == numbers.end()) continue;

@@ -28,6 +28,7 @@
 #include "unit/j1939/frame_log.h"
 #include "unit/j1939/j1939_requests.h"
 #include "unit/j1939/pacing.h"
+#include "unit/service/liveness.h"
 #include "unit/trace/trace_sender.h"
 
 namespace unit {
@@ -168,7 +169,9 @@ void J1939Service::Complain(const std::string& what) {
 void J1939Service::ReceiveFrames() {
   platform::NameThread("j1939 frames");
   platform::RaiseThread();
+  Liveness liveness("j1939 frames");
   while (!stopping_) {
+    liveness.Note();
     lastReceive_ = steady_clock::now();
     if (const BusLink::endpoint_t endpoint = bus_.Endpoint()) {
       ReceiveBurst(endpoint);
@@ -242,7 +245,9 @@ void J1939Service::AcceptFrame(const bus::frame_t& frame) {
 
 void J1939Service::ReceiveMessages() {
   platform::NameThread("j1939 messages");
+  Liveness liveness("j1939 messages");
   while (!stopping_) {
+    liveness.Note();
     const auto transport = bus_.Transport();
     transport_message_t message;
     if (!transport) {
@@ -259,13 +264,18 @@ void J1939Service::ReceiveRequests() {
   platform::NameThread("j1939 requests");
   platform::RaiseThread();
   std::vector<char> buffer(NM_PAYLOAD_SIZE);
+  Liveness liveness("j1939 requests");
   while (!stopping_) {
     if (!clients_->IsConnected()) {
+      liveness.Note();
       clients_->Disconnect();
       if (!Pause(RETRY_PERIOD)) clients_->Connect();
-    } else if (const auto message = clients_->ReceiveRequest(buffer)) {
-      std::visit([this](const auto& request) { Carry(request); }, ReadRequest(*message));
+      continue;
     }
+    liveness.Rest();
+    const auto message = clients_->ReceiveRequest(buffer);
+    liveness.Note();
+    if (message) std::visit([this](const auto& request) { Carry(request); }, ReadRequest(*message));
   }
 }
 
@@ -334,8 +344,10 @@ bool J1939Service::PauseReport() {
 
 void J1939Service::Report() {
   platform::NameThread("j1939 report");
+  Liveness liveness("j1939 report");
   auto nextCheck = steady_clock::now();
   while (!PauseReport()) {
+    liveness.Note();
     if (const auto text = report_.DrainIfChanged()) link_.Publish(BUS_CHANNEL_NAME, *text);
     for (const auto& frames : trace_.Drain()) link_.Publish(TRACE_CHANNEL_NAME, frames);
     PublishFaults();

@@ -23,6 +23,7 @@
 #include "unit/notify/program_watch.h"
 #include "unit/notify/requests.h"
 #include "unit/notify/state_channels.h"
+#include "unit/service/liveness.h"
 
 namespace unit {
 namespace {
@@ -195,7 +196,9 @@ void NotifyService::Serve() {
   std::array<std::uint8_t, NM_MESSAGE_SIZE> request;
   std::array<std::uint8_t, NM_MESSAGE_SIZE> reply;
   static_assert(sizeof(_pulse) <= NM_MESSAGE_SIZE);
+  Liveness liveness("notify");
   while (!IsStopping()) {
+    liveness.Note();  // the pacer's ticks end every wait
     _msg_info info{};
     const int rcvid = MsgReceive(attach_->chid, request.data(), request.size(), &info);
     if (rcvid > 0) {
@@ -298,8 +301,10 @@ void NotifyService::SetOwedDelay(bool paid) {
 // The pacer thread: sends the server thread a tick, since MsgReceive has no time limit.
 void NotifyService::Pace() {
   platform::NameThread("notify pace");
+  Liveness liveness("notify pace");
   std::unique_lock lock(paceMutex_);
   while (!stopping_) {
+    liveness.Note();
     if (!fast_) paceChanged_.wait_for(lock, TICK, [this] { return stopping_ || fast_; });
     if (fast_) paceChanged_.wait_for(lock, owedDelay_, [this] { return stopping_; });
     fast_ = false;

@@ -19,6 +19,7 @@
 #include "unit/panel/http_server.h"
 #include "unit/screen/client/screen_requests.h"
 #include "unit/service/database_change.h"
+#include "unit/service/liveness.h"
 #include "unit/service/worker_service.h"
 #include "unit/trace/bus_trace.h"
 #include "unit/trace/trace_report.h"
@@ -115,7 +116,9 @@ class PanelWorker {
 
   void Pace() {
     platform::NameThread("panel pace");
+    Liveness liveness("panel pace");
     while (!stopping_) {
+      liveness.Note();
       const auto now = steady_clock::now();
       if (now >= retryAt_) {
         retryAt_ = Listen() ? steady_clock::time_point::max() : now + RETRY_PERIOD;

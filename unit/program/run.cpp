@@ -31,7 +31,9 @@
 #include "unit/program/preflight.h"
 #include "unit/program/run_folder.h"
 #include "unit/program/run_lock.h"
+#include "unit/program/service_manager.h"
 #include "unit/screen/client/screen_client.h"
+#include "unit/service/liveness.h"
 
 namespace unit {
 namespace {
@@ -48,6 +50,20 @@ constexpr auto HOST_PATIENCE = 5s;
 // need, the application's when it starts again among them.
 constexpr unsigned DESCRIPTORS = 560;
 constexpr std::size_t LINES_KEPT = 1U << 20U;  // bytes for each of the log's two files
+
+// A part that has a process of its own has a log of its own too: two processes cannot write one.
+std::string NameOfLog(const run_plan_t& plan) {
+  return plan.parts.size() == 1 ? "lines-" + *plan.parts.begin() : "lines";
+}
+
+// Names the threads that hang; empty where none does.
+std::string DescribeLateThreads() {
+  std::string names;
+  for (const std::string& name : Liveness::LateThreads(Liveness::Clock::now())) {
+    names += (names.empty() ? "no sign of life from the thread " : ", ") + name;
+  }
+  return names;
+}
 
 // Thrown when a stop is requested while the services start.
 struct stop_request_t {};
@@ -86,6 +102,7 @@ class UnitRun {
   void WriteRunFile() const;
   void NoteState();
   void ShowPlace();
+  void TellServiceManager();
   bool HasCome() const { return hasCome_ || !Wants(ORVIK_PART); }
   std::vector<status_t> Statuses() const;
   void ShowCounters() const;
@@ -98,7 +115,8 @@ class UnitRun {
   std::set<std::string> wereDown_;  // workers of the application that were silent
   std::vector<RunLock> locks_;
   std::vector<running_t> services_;
-  RollingLog lines_{"lines", LINES_KEPT};
+  ServiceManager serviceManager_;
+  RollingLog lines_{NameOfLog(plan_), LINES_KEPT};
   Tee out_{std::cout, "unit", lines_};
   Tee err_{std::cerr, "unit", lines_};
   Supervisor supervisor_{lines_, !plan_.verbose};
@@ -199,6 +217,7 @@ bool UnitRun::WaitForTheEnd() {
     supervisor_.Step();
     NoteState();
     ShowPlace();
+    TellServiceManager();
     if (plan_.untilDone && supervisor_.HasEnded(HOST_PART)) return true;
     if (supervisor_.HasGivenUp()) return true;
     if (Wants(ORVIK_PART)) RestartOrvikIfCutOff(manager);
@@ -218,12 +237,17 @@ void UnitRun::NoteState() {
   }
 }
 
+void UnitRun::TellServiceManager() {
+  if (HasCome()) serviceManager_.TellReady();
+  serviceManager_.FeedWatchdog(DescribeLateThreads(), steady_clock::now());
+}
+
 // Once the desk is ready. The eye finds it among the lines.
 void UnitRun::ShowPlace() {
   if (placeShown_ || !HasCome()) return;
   placeShown_ = true;
   const std::string address = base::ReadAddressFile(base::PANEL_ADDRESS_FILE);
-  if (!Wants(PANEL_PART) || address.empty()) return;
+  if (!Wants(PANEL_PART) || address.empty() || serviceManager_.IsThere()) return;
   const std::array<std::string, 2> texts = {"The front panel: http://" + address + "/",
                                             plan_.HasEnd() ? "" : "Ctrl-C stops the desk"};
   const std::size_t width = std::max(texts[0].size(), texts[1].size());
@@ -292,6 +316,7 @@ std::string UnitRun::WriteLastPicture() const {
 // starting.
 void UnitRun::StopAll() {
   if (locks_.empty()) return;
+  serviceManager_.TellStopping();
   supervisor_.Stop();
   silence_.reset();
   health_.reset();

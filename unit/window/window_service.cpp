@@ -16,6 +16,7 @@
 
 #include "unit/board/board_view.h"
 #include "unit/board/sound_follower.h"
+#include "unit/service/liveness.h"
 #include "unit/service/worker_service.h"
 #include "unit/window/screen_painter.h"
 #include "unit/window/sdl_window.h"
@@ -109,8 +110,10 @@ class WindowWorker {
     std::optional<SdlSpeaker> speaker;
     if (options_.beeperDevice.empty()) speaker.emplace();
     SoundFollower beeper;
+    Liveness liveness("window");
     std::unique_lock lock(mutex_);
     while (!stopping_) {
+      liveness.Note();
       lock.unlock();
       Step(window, link, speaker, beeper);
       lock.lock();

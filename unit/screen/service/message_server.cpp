@@ -11,6 +11,8 @@
 #include "platform/messages.h"
 #include "platform/threads.h"
 
+#include "unit/service/liveness.h"
+
 namespace unit {
 namespace {
 
@@ -51,9 +53,12 @@ void MessageServer::Run() {
   // Not filled with zeros, so that it takes memory only where a message has been.
   const auto memory = std::make_unique_for_overwrite<std::uint8_t[]>(capacity_);
   const std::span buffer(memory.get(), capacity_);
+  Liveness liveness("messages");
   while (!stopping_) {
     _msg_info info{};
+    liveness.Rest();
     const int rcvid = MsgReceive(attach_->chid, buffer.data(), buffer.size(), &info);
+    liveness.Note();
     if (rcvid < 0) {
       if (errno == EINTR) continue;
       return;

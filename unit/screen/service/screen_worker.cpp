@@ -17,6 +17,7 @@
 #include "unit/screen/client/screen_requests.h"
 #include "unit/screen/service/screen_json.h"
 #include "unit/service/database_change.h"
+#include "unit/service/liveness.h"
 #include "unit/service/program_state.h"
 
 namespace unit {
@@ -144,8 +145,10 @@ void ScreenWorker::DrawPicture(int rcvid) {
 void ScreenWorker::Pace() {
   platform::NameThread("screen pace");
   platform::RaiseThread();
+  Liveness liveness("screen pace");
   std::unique_lock lock(mutex_);
   while (!stopping_) {
+    liveness.Note();
     const auto now = Clock::now();
     nextStep_ = now + LiveScreen::IDLE_PACE;
     lock.unlock();
