@@ -20,6 +20,7 @@ install(FILES ${packaging}/orvik.svg DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/
 install(DIRECTORY ${packaging}/systemd/ DESTINATION lib/systemd/system COMPONENT services)
 install(FILES ${packaging}/sysusers.conf DESTINATION lib/sysusers.d RENAME orvik-unit.conf COMPONENT services)
 install(FILES ${packaging}/tmpfiles.conf DESTINATION lib/tmpfiles.d RENAME orvik-unit.conf COMPONENT services)
+install(FILES ${packaging}/sysctl.conf DESTINATION lib/sysctl.d RENAME 60-orvik-unit.conf COMPONENT services)
 install(FILES ${packaging}/udev.rules DESTINATION lib/udev/rules.d RENAME 70-orvik-unit.rules COMPONENT services)
 install(FILES ${packaging}/unit.conf DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/orvik COMPONENT services)
 install(PROGRAMS ${packaging}/orvik-unit.sh DESTINATION ${CMAKE_INSTALL_SBINDIR} RENAME orvik-unit COMPONENT services)

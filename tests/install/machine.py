@@ -73,7 +73,9 @@ class Machine:
         self.wait(lambda: "running" in self.call("systemctl", "is-system-running", status=None), "the machine's start")
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, problem, *_):
+        if problem:
+            print(self.call("journalctl", "-b", "-q", "--no-pager", "-n", "80", status=None))
         self.call("systemctl", "poweroff", status=None)
         self.container.wait(60)
         shutil.rmtree(self.root)

@@ -76,10 +76,18 @@ def test_the_packages_from_installing_to_purging(packages, tmp_path):
         wait_active(machine)
         wait_shown(machine, "load > 0")
 
+        healed = machine.property("orvik-notify.service", "MainPID")
         install(machine, [upgraded(package, tmp_path / package.name.split("_")[0]) for package in packages])
         wait_active(machine)
-        assert "+1" in machine.call("dpkg-query", "-W", "-f", "${Version}", "orvik-unit")
+        assert machine.property("orvik-notify.service", "MainPID") != healed
         wait_shown(machine, "load > 0")
+
+        # The machine's own configuration comes before the installed one.
+        machine.call("cp", "-r", "/usr/share/orvik/config", "/etc/orvik/config")
+        machine.call("systemctl", "restart", "orvik-unit.target")
+        wait_active(machine)
+        assert '"config":"/etc/orvik/config"' in machine.call("cat", "/run/orvik/run.json")
+        machine.call("rm", "-r", "/etc/orvik/config")
 
         machine.call("systemctl", "stop", "crane.service", "orvik-unit.target")
         assert machine.call("pgrep", "-u", "orvik", status=1) == ""

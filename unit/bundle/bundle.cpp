@@ -154,7 +154,7 @@ constexpr const char* CHANGING = "one moment (the screen changed all the time; u
 // Empty where the bundle may be made.
 std::string FindObstacle(const std::string& file, bool force) {
   if (file.empty()) return "the name of the bundle is empty; name a file such as report.tar.gz";
-  if (const std::string problem = platform::RuntimeDirectoryProblem(); !problem.empty()) return problem;
+  if (std::string problem = platform::RuntimeDirectoryProblem(); !problem.empty()) return problem;
   std::error_code ignored;
   if (force || !fs::exists(file, ignored)) return {};
   return file + " exists already; name another file, or replace it with --force";
