@@ -1,7 +1,7 @@
 // The client of the parameter database in shared memory: looks a value's handle up by name, and reads and
 // writes values by handle.
 //
-// Layout of the object "/DBSHM", 1,719,008 bytes, little-endian:
+// Layout of the object "/DBSHM", 1,720,032 bytes, little-endian:
 //
 // | offset  | size           | content                                                   |
 // |---------|----------------|-----------------------------------------------------------|
