@@ -1,0 +1,2 @@
+// The application uses nothing of this header of Neutrino.
+#pragma once
