@@ -8,6 +8,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "base/command_line/command_description.h"
+#include "base/command_line/version.h"
 #include "base/exit_status.h"
 #include "base/nearest_word.h"
 
@@ -77,6 +79,11 @@ std::string FindMistyped(const CLI::App& top, std::span<char*> words) {
 }  // namespace
 
 int RunCommandLine(CLI::App& app, int argc, char** argv, const int& result) {
+  app.set_version_flag("--version", DescribeVersion(app.get_name()));
+  if (argc == 2 && std::string_view(argv[1]) == "--describe-commands") {
+    std::cout << DescribeCommands(app) << '\n';
+    return EXIT_DONE;
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -11,6 +11,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "base/command_line/command_line.h"
 #include "base/exit_status.h"
 #include "base/installation.h"
 #include "bus/log_lines.h"
@@ -63,27 +64,32 @@ void MakeFilm(const film::film_options_t& options, std::ostream& out) {
   unit::RemoveDatabase();
 }
 
+// Does not return: the application's tasks still wait and use objects of the process.
+[[noreturn]] void RunFilm(film::film_options_t& options) {
+  std::ostream records(std::cout.rdbuf(std::cerr.rdbuf()));  // standard output has records alone
+  try {
+    options.configFolder = base::FindConfigFolder(options.configFolder);
+    MakeFilm(options, records);
+  } catch (const std::exception& error) {
+    std::cerr << "film: " << error.what() << '\n';
+    std::quick_exit(base::EXIT_FAILED);
+  }
+  records.flush();
+  std::quick_exit(records ? base::EXIT_DONE : base::EXIT_FAILED);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
-  std::ostream records(std::cout.rdbuf(std::cerr.rdbuf()));  // standard output has records alone
-  CLI::App app("What the display showed for a log, as JSON, one record on each line");
+  CLI::App app("What the display showed for a log, as JSON, one record on each line", "film");
   film::film_options_t options;
   app.add_option("--config", options.configFolder, "The configuration's folder");
   app.add_option("--page", options.page,
                  "The page that the film begins on; without it, the display is switched on");
-  try {
-    app.parse(argc, argv);
-    options.configFolder = base::FindConfigFolder(options.configFolder);
-    MakeFilm(options, records);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? base::EXIT_DONE : base::EXIT_CALLED_WRONGLY;
-  } catch (const std::exception& error) {
-    std::cerr << "film: " << error.what() << '\n';
-    return base::EXIT_FAILED;
-  }
-  records.flush();
-  // The application's tasks still wait and use objects of the process.
-  std::quick_exit(records ? base::EXIT_DONE : base::EXIT_FAILED);
+  app.footer(
+      "Standard input has the lines of the log in the form of candump -L, and between them, where they are\n"
+      "known, the front keys: (1436509052.249713) key 3 down. hx7 report and hx7 check --logs start film.");
+  app.callback([&options] { RunFilm(options); });
+  return base::RunCommandLine(app, argc, argv, base::EXIT_DONE);
 }

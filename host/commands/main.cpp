@@ -14,8 +14,7 @@ namespace {
 
 int RunProgram(int argc, char** argv) {
   int status = base::EXIT_DONE;
-  CLI::App app{"hx7: the host load computer's end of the bus"};
-  app.set_version_flag("--version", "hx7 " ORVIK_VERSION);
+  CLI::App app{"The host load computer's end of the bus", "hx7"};
   app.footer(
       "Exit status: 0 done, 1 failed, 2 called wrongly, 3 interrupted.\n`hx7 COMMAND --help` says more.");
   app.require_subcommand(1);

@@ -353,7 +353,6 @@ int main(int argc, char** argv) {
   CLI::App app(
       "The display unit around the application: its services, parameter database, bus and front panel.",
       "unit");
-  app.set_version_flag("--version", std::string("unit ") + ORVIK_VERSION);
   app.require_subcommand(1);
   int result = 0;
   unsigned seconds = 0;

@@ -1,0 +1,8 @@
+# Writes OUTPUT, a header with the commit that the tree of SOURCE has, as `git describe` names it; "unknown" outside a
+# work tree. Leaves the file alone when it would stay the same, so that nothing is compiled again. Runs at every build.
+execute_process(COMMAND git -C ${SOURCE} describe --always --dirty --match v* OUTPUT_VARIABLE commit ERROR_QUIET
+                OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE failed)
+if(failed)
+  set(commit unknown)
+endif()
+file(CONFIGURE OUTPUT ${OUTPUT} CONTENT "#pragma once\n\n#define ORVIK_COMMIT \"${commit}\"\n" @ONLY)
