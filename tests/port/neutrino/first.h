@@ -30,5 +30,6 @@ int pthread_mutex_unlock(neutrino_mutex_t* mutex);
 
 #define pthread_mutex_t neutrino_mutex_t
 #undef PTHREAD_MUTEX_INITIALIZER
-#define PTHREAD_MUTEX_INITIALIZER {0, 0}
+#define PTHREAD_MUTEX_INITIALIZER \
+  { 0, 0 }
 #pragma GCC poison epoll_create1 eventfd timerfd_create signalfd memfd_create prctl syscall gettid mremap
