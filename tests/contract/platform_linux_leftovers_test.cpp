@@ -233,6 +233,20 @@ TEST_F(LeftoversTest, OfDescriptorsAreNotNeededToTurnClientsAway) {
   })) << "the server serves again when descriptors are free";
 }
 
+// A process that nobody has waited for, and whose death the kernel has not marked.
+TEST_F(LeftoversTest, OfAHolderInTheLockAreSweptAway) {
+  platform::shared_lock_t lock{};
+  platform::InitSharedLock(lock);
+  const Child ended([] { return 0; });
+  siginfo_t info{};
+  ASSERT_EQ(waitid(P_PID, static_cast<id_t>(ended.Pid()), &info, WEXITED | WNOWAIT), 0);
+  lock.owner = static_cast<std::uint32_t>(ended.Pid());
+  EXPECT_TRUE(platform::LockShared(lock, 1s).taken);
+  platform::MarkSlot(lock, 4);
+  platform::UnlockShared(lock);
+  EXPECT_EQ(lock.slot, 0U);
+}
+
 TEST(PathsTest, OfTheUnitAreUnderItsRoot) {
   unsetenv("ORVIK_ROOT");
   EXPECT_EQ(platform::ResolveUnitPath("/fs/etfs/a"), "/fs/etfs/a");
