@@ -18,8 +18,13 @@ struct curve_kind_t {
   std::string_view name;
   double scale;
 };
-constexpr std::array<curve_kind_t, 7> CURVES = {
-    {{"load", 1}, {"capacity", 1}, {"percent", 10}, {"radius", 10}, {"angle", 10}, {"extension", 10}, {"swing", 1}}};
+constexpr std::array<curve_kind_t, 7> CURVES = {{{"load", 1},
+                                                 {"capacity", 1},
+                                                 {"percent", 10},
+                                                 {"radius", 10},
+                                                 {"angle", 10},
+                                                 {"extension", 10},
+                                                 {"swing", 1}}};
 using curve_values_t = std::array<double, CURVES.size()>;  // NaN: unknown
 
 // Level 0 has every sample, each further level the least and the greatest value of intervals: 1 s, 4 s, 16 s,
