@@ -109,7 +109,7 @@ void ReportFile::Finish(std::string_view index) {
   AddChunk("index", index);
   const std::scoped_lock lock(mutex_);
   for (const std::string_view script :
-       {"chart.min.js", "chunks.js", "curves.js", "bands.js", "screen.js", "messages.js", "report.js"}) {
+       {"chart.min.js", "chunks.js", "curves.js", "bands.js", "past_screen.js", "messages.js", "report.js"}) {
     file_ << "<script nonce=\"" << nonce_ << "\">\n" << Asset(script) << "</script>\n";
   }
   // The drawing of the crane is shared with the front panel, whose scripts are modules.
