@@ -18,6 +18,7 @@ function unfold(differences, scale) {
 
 const rowsOf = new Map(); // a chunk's name to its rows
 async function rowsOfChunk(name) {
+  if (log.rows) return log.rows; // of a log that grows
   if (rowsOf.has(name)) return rowsOf.get(name);
   const chunk = await chunkOf(name);
   const lists = (side) => side.map((list, i) => unfold(list, log.kinds[i].scale));
@@ -242,25 +243,26 @@ function fillRuns(context, points, xOf, yOf, ground) {
 async function drawOverview() {
   const canvas = byId('overview');
   const [width, height] = fitCanvas(canvas);
-  const level = levelFor(0, log.end);
-  strip ??= await rowsWithin(level, 0, log.end);
+  const level = levelFor(log.start, log.end);
+  strip = log.rows ? [log.rows] : strip ?? await rowsWithin(level, log.start, log.end);
   const context = canvas.getContext('2d');
   context.clearRect(0, 0, width, height);
   const kind = kindOf('percent');
-  const points = thin(strip, kind, 0, log.end, width, log.curves[level].width);
+  const points = thin(strip, kind, log.start, log.end, width, log.curves[level].width);
+  const xOf = (time) => (time - log.start) / (log.end - log.start) * width;
   const most = points.reduce((greatest, { y }) => Math.max(greatest, y || 0), 100);
   context.fillStyle = look.colors.percent;
   context.globalAlpha = 0.6;
-  fillRuns(context, points, (x) => x / log.end * width, (y) => height - Math.max(0, y) / most * (height - 4), height);
+  fillRuns(context, points, xOf, (y) => height - Math.max(0, y) / most * (height - 4), height);
   context.globalAlpha = 1;
-  const left = shown.from / log.end * width;
-  const part = Math.max(3, (shown.to - shown.from) / log.end * width);
+  const left = xOf(shown.from);
+  const part = Math.max(3, xOf(shown.to) - left);
   context.fillStyle = '#39a0ff2e';
   context.fillRect(left, 0, part, height);
   context.strokeStyle = '#39a0ff';
   context.strokeRect(left + 0.5, 0.5, part - 1, height - 1);
   context.fillStyle = '#e6edf3';
-  context.fillRect(shown.cursor / log.end * width, 0, 1, height);
+  context.fillRect(xOf(shown.cursor), 0, 1, height);
 }
 
 // Gives a canvas the pixels of its place; drawing is in CSS pixels.

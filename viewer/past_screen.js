@@ -1,5 +1,5 @@
 'use strict';
-// The display's screen at the cursor: the page's document, with the changes of the film up to the cursor.
+// The display's screen at the cursor: the page's document, with the changes up to the cursor.
 
 const SVG = 'http://www.w3.org/2000/svg';
 // Flashing elements are dim for half of their period, as on the front panel.
@@ -27,11 +27,16 @@ function changeElement([id, attributes, content]) {
   else element.replaceChildren(...parseSvg(`<svg xmlns="${SVG}">${content}</svg>`).childNodes);
 }
 
+// A page has its document, or the number of the document and what differs from it. Without a name the screen is not known.
 async function showPage(page) {
-  const { svg } = await chunkOf(`d${page.document}`);
+  if (page.page === null) {
+    shadow.replaceChildren();
+    return Object.assign(picture, { page: '', title: '' });
+  }
+  const svg = page.svg ?? (await chunkOf(`d${page.document}`)).svg;
   const style = make('style', SCREEN_STYLE);
   shadow.replaceChildren(style, parseSvg(svg));
-  page.elements.forEach(changeElement);
+  page.elements?.forEach(changeElement);
   Object.assign(picture, { page: page.page, title: page.title });
 }
 
@@ -47,19 +52,19 @@ async function applyChanges(changes, from, to) {
 }
 
 async function drawScreen(time) {
-  const number = lastUpTo(log.screens, time);
-  if (number < 0) return false;
-  const chunk = await chunkOf(`s${number}`);
+  const place = lastUpTo(log.screens, time);
+  if (place < 0) return false;
+  const number = place + (log.firstScreen ?? 0);
+  const chunk = await chunkOf(`s${number}`, time);
   const changes = chunk.changes;
   const wanted = lastUpTo(null, time, changes.length, (i) => changes[i][0]) + 1;
   if (picture.chunk !== number || picture.applied > wanted) {
-    if (chunk.start) await showPage(chunk.start);
+    await showPage(chunk.start ?? { page: null });
     Object.assign(picture, { chunk: number, applied: 0 });
-    if (!chunk.start && wanted === 0) return false;
   }
   await applyChanges(changes, picture.applied, wanted);
   picture.applied = wanted;
-  return true;
+  return picture.page !== '';
 }
 
 // One picture after the other: a cursor that moves while one is drawn asks for the newest only.
@@ -67,6 +72,7 @@ let isDrawing = false;
 let isStale = false;
 
 async function showScreen() {
+  if (!byId('screen').offsetParent) return; // hidden: the page calls this again when it shows the screen
   isStale = true;
   if (isDrawing) return;
   isDrawing = true;
@@ -76,7 +82,7 @@ async function showScreen() {
     const isKnown = await drawScreen(Math.min(time, log.filmEnd)).catch(() => false);
     const isLate = time > log.filmEnd;
     byId('veil').hidden = isKnown && !isLate;
-    setText(byId('veil'), isLate ? 'The screen is not known here: the film ended before.' : 'Nothing is shown yet.');
+    setText(byId('veil'), isLate ? 'The screen is not known here: the film ended before.' : 'It is not known what the screen showed here.');
     setText(byId('page'), `Page ${isKnown ? picture.page : '--'}`);
     byId('screen').dataset.time = time; // the moment that the picture is of
   }

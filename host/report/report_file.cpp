@@ -56,7 +56,7 @@ std::string MakeHead(const std::string& title, const std::string& nonce) {
   head += policy + "\">\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n";
   head += "<meta name=\"color-scheme\" content=\"dark\">\n<title>" + EscapeHtml(title) + "</title>\n<style>\n";
   head += FontFace("B612-Regular.otf", "normal") + FontFace("B612-Bold.otf", "bold");
-  head.append(Asset("report.css")).append(Asset("crane.css"));
+  head.append(Asset("viewer.css")).append(Asset("report.css")).append(Asset("crane.css"));
   head += "</style></head>\n";
   return head += Asset("report.html");
 }
@@ -108,8 +108,8 @@ void ReportFile::AddChunk(const std::string& name, std::string_view json) {
 void ReportFile::Finish(std::string_view index) {
   AddChunk("index", index);
   const std::scoped_lock lock(mutex_);
-  for (const std::string_view script :
-       {"chart.min.js", "chunks.js", "curves.js", "bands.js", "past_screen.js", "messages.js", "report.js"}) {
+  for (const std::string_view script : {"chart.min.js", "data.js", "chunks.js", "curves.js", "bands.js",
+                                        "past_screen.js", "cursor.js", "messages.js", "report.js"}) {
     file_ << "<script nonce=\"" << nonce_ << "\">\n" << Asset(script) << "</script>\n";
   }
   // The drawing of the crane is shared with the front panel, whose scripts are modules.
