@@ -1,6 +1,7 @@
 #include "unit/panel/http_server.h"
 
 #include <chrono>
+#include <cstdint>
 #include <fstream>
 #include <functional>
 #include <map>
@@ -47,6 +48,14 @@ bool IsLanguageCode(const std::string& text) {
   return text.size() == 2 && text.find_first_not_of("abcdefghijklmnopqrstuvwxyz") == std::string::npos;
 }
 
+// Empty where the text has anything but digits, or too many.
+std::optional<std::int64_t> ReadWholeNumber(const std::string& text) {
+  constexpr std::size_t MOST_DIGITS = 15;
+  if (text.empty() || text.size() > MOST_DIGITS) return std::nullopt;
+  if (text.find_first_not_of("0123456789") != std::string::npos) return std::nullopt;
+  return std::stoll(text);
+}
+
 // 0 with the answer where there are no such keys.
 std::uint32_t FindKeys(const request_t& request, response_t& response) {
   const std::string name = request.matches[1];
@@ -74,6 +83,7 @@ HttpServer::HttpServer(const http::address_t& address, panel_parts_t parts)
   AddScreen();
   AddWords();
   AddState();
+  AddHistory();
   AddKeys();
   AddHost();
   server_.Listen(address);
@@ -196,6 +206,25 @@ void HttpServer::AnswerTrace(const request_t& request, response_t& response) {
   } catch (const std::invalid_argument& error) {
     Fail(response, http::BAD_REQUEST, error.what());
   }
+}
+
+void HttpServer::AddHistory() {
+  Add(route_t::HISTORY, [this](const request_t&, response_t& response) {
+    response.set_content(parts_.history.Overview(0), JSON);
+  });
+  Add(route_t::HISTORY_AFTER, [this](const request_t& request, response_t& response) {
+    const std::optional<std::int64_t> after_ms = ReadWholeNumber(request.matches[1]);
+    if (!after_ms) return Fail(response, http::NOT_FOUND, "a time is a whole number of milliseconds");
+    response.set_content(parts_.history.Overview(*after_ms), JSON);
+  });
+  Add(route_t::HISTORY_SCREENS, [this](const request_t& request, response_t& response) {
+    const std::optional<std::int64_t> number = ReadWholeNumber(request.matches[1]);
+    const std::string screens =
+        number ? parts_.history.Screens(static_cast<std::uint64_t>(*number)) : std::string();
+    if (screens.empty())
+      return Fail(response, http::NOT_FOUND, "this chunk is not kept; GET /api/history lists those that are");
+    response.set_content(screens, JSON);
+  });
 }
 
 void HttpServer::AddHealth() {

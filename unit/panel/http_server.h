@@ -6,6 +6,7 @@
 
 #include "http/local_server.h"
 #include "http/request_share.h"
+#include "unit/history/history_source.h"
 #include "unit/panel/api/api_routes.h"
 #include "unit/panel/host_link.h"
 #include "unit/panel/key_holder.h"
@@ -25,6 +26,7 @@ struct panel_parts_t {
   ScreenClient& pictures;           // another one, because a picture may take long to be drawn
   std::function<bool()> connected;  // to the notification manager; any thread
   std::string wordsFolder;          // the catalogue of the operator's languages
+  HistorySource& history;
 };
 
 // Listens while the object lives. Streams, requests to the screen service and requests to the host simulator
@@ -52,6 +54,7 @@ class HttpServer {
   void AddState();
   void AddBus();
   void AnswerTrace(const http::request_t& request, http::response_t& response);
+  void AddHistory();
   void AddKeys();
   void AddHost();
   void AddHostPost(route_t route, const std::string& path);

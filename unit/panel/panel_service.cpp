@@ -15,6 +15,8 @@
 
 #include "base/host_port.h"
 #include "unit/health/subscriber.h"
+#include "unit/history/history_recorder.h"
+#include "unit/history/recorded_history.h"
 #include "unit/hostwatch/host_report.h"
 #include "unit/panel/http_server.h"
 #include "unit/screen/client/screen_requests.h"
@@ -34,6 +36,17 @@ constexpr auto PACE = 20ms;  // while there are readers
 constexpr auto RETRY_PERIOD = 1s;
 constexpr auto SCREEN_LIMIT = 1s;
 
+// Without a folder, or where it has no history that can be read, the history of this run.
+std::unique_ptr<HistorySource> MakeHistory(const std::string& folder) {
+  if (folder.empty()) return std::make_unique<HistoryRecorder>();
+  try {
+    return std::make_unique<RecordedHistory>(folder);
+  } catch (const std::runtime_error& error) {
+    std::cerr << std::string("panel: ") + error.what() + "; it records this run instead\n" << std::flush;
+    return std::make_unique<HistoryRecorder>();
+  }
+}
+
 // All parts of the running panel. The subscriber's thread takes the messages of the other services, the pace
 // thread releases keys and sends changes to the streams, the server's threads answer requests.
 //
@@ -44,6 +57,7 @@ class PanelWorker {
   explicit PanelWorker(const options_t& options)
       : address_(http::ParseAddress(options.httpAddress)),
         wordsFolder_(options.configDirectory + "/words"),
+        history_(MakeHistory(options.historyFolder)),
         state_(hub_, screen_, ReadParameterFile(options.configDirectory + "/parameters.xml")),
         subscriber_(
             {SCREEN_CHANGES_CHANNEL_NAME, BOARD_CHANNEL_NAME, BUS_CHANNEL_NAME, HEALTH_CHANNEL_NAME,
@@ -96,9 +110,9 @@ class PanelWorker {
     std::unique_ptr<HttpServer> server;
     std::string problem;
     try {
-      server = std::make_unique<HttpServer>(address_,
-                                            panel_parts_t{state_, trace_, hub_, keys_, screen_, pictures_,
-                                                          [this] { return connected_.load(); }, wordsFolder_});
+      server = std::make_unique<HttpServer>(
+          address_, panel_parts_t{state_, trace_, hub_, keys_, screen_, pictures_,
+                                  [this] { return connected_.load(); }, wordsFolder_, *history_});
     } catch (const std::runtime_error& error) {
       problem = std::string(error.what()) + " (trying again once a second)";
     }
@@ -135,6 +149,7 @@ class PanelWorker {
   StreamHub hub_;
   KeyHolder keys_;
   ScreenClient screen_{SCREEN_LIMIT}, pictures_{SCREEN_LIMIT};
+  const std::unique_ptr<HistorySource> history_;
   PanelState state_;
   BusTrace trace_;
   std::atomic<bool> connected_{false};

@@ -38,6 +38,8 @@ struct parameter_row_t {
 constexpr auto PARAMETERS = std::to_array<parameter_row_t>(
     {{"keys", "Front keys 1 to 8, several with + between", "^[1-8]([+][1-8])*$", "1+8"},
      {"language", "A language's two letters", "^[a-z]{2}$", "en"},
+     {"time", "Milliseconds since the history's beginning", "^[0-9]{1,15}$", "0"},
+     {"number", "A chunk that GET /api/history lists", "^[0-9]{1,15}$", "0"},
      {"after", "The number of a frame: only later ones", "^[0-9]*$", "0"},
      {"kind", "frames: every frame, not only the last of each message",
       "^(messages|host|display|other|frames)?$", "messages"},
