@@ -10,7 +10,7 @@ namespace unit {
 
 using archive_t = std::map<std::string, std::string>;  // path inside the archive, content
 
-// Bounds of an archive that is read. A bundle has 30 MB at most.
+// Bounds of an archive that is read. A bundle has 60 MB at most.
 constexpr std::size_t MAX_ARCHIVE_BYTES = 256U << 20U;
 constexpr std::size_t MAX_ARCHIVE_FILES = 1000;
 

@@ -17,6 +17,11 @@ constexpr const char* BUNDLE_BUS = "bus.log";       // candump -L
 constexpr const char* BUNDLE_KEYS = "keys.log";     // front keys, "(SECONDS) key 3 down"
 constexpr const char* BUNDLE_LINES = "lines.log";   // "SECONDS PROCESS LINE"
 constexpr const char* BUNDLE_SCREEN = "state/screen.json";
+// What the screen showed before: two answers of the panel under the names that unit/history reads, and a
+// folder.
+constexpr const char* BUNDLE_STATE = "state";
+constexpr const char* BUNDLE_HISTORY = "state/history.json";
+constexpr const char* BUNDLE_HISTORY_SCREENS = "state/history/";
 constexpr const char* BUNDLE_CONFIG = "config/";
 
 // Writes a bundle of the unit of this runtime directory. Of a unit that has ended, the files under state/ are

@@ -7,6 +7,8 @@
 
 #include <httplib.h>
 
+#include <nlohmann/json.hpp>
+
 #include "base/address_file.h"
 #include "unit/bundle/bundle.h"
 
@@ -55,6 +57,7 @@ class MomentCapture {
   bool TryOnce(bool withPicture);
   bool Get(const char* name, const char* path);
   void GetAll(std::span<const state_file_t> files);
+  void GetHistory();
 
   httplib::Client client_;
   moment_t moment_;
@@ -71,6 +74,18 @@ bool MomentCapture::Get(const char* name, const char* path) {
 void MomentCapture::GetAll(std::span<const state_file_t> files) {
   for (const state_file_t& file : files) {
     if (!Get(file.name, file.path)) moment_.missing.emplace_back(file.name);
+  }
+}
+
+// The overview first, so that the screens reach at least to its end. A chunk that was dropped meanwhile is the
+// oldest one.
+void MomentCapture::GetHistory() {
+  if (!Get(BUNDLE_HISTORY, "/api/history")) moment_.missing.emplace_back(BUNDLE_HISTORY);
+  const auto overview = nlohmann::json::parse(moment_.files[BUNDLE_HISTORY], nullptr, false);
+  if (!overview.is_object() || !overview.contains("screens")) return;
+  for (const nlohmann::json& screen : overview["screens"]) {
+    const std::string number = screen.value("number", nlohmann::json()).dump();
+    Get((BUNDLE_HISTORY_SCREENS + number + ".json").c_str(), ("/api/history/screens/" + number).c_str());
   }
 }
 
@@ -97,6 +112,7 @@ moment_t MomentCapture::Capture() {
   } while (!moment_.isStill && steady_clock::now() < begin + PATIENCE);
   if (!withPicture) GetAll(PICTURE_FILE);
   GetAll(SLOW_FILES);
+  GetHistory();
   if (!moment_.files.contains(BUNDLE_SCREEN)) moment_.missing.emplace_back(BUNDLE_SCREEN);
   return std::move(moment_);
 }

@@ -140,7 +140,10 @@ void UnitRun::Start() {
   StartOrvik();
   started_ = steady_clock::now();
   const std::string panel = base::ReadAddressFile(base::PANEL_ADDRESS_FILE);
-  if (Wants(PANEL_PART) && !panel.empty()) std::cout << "unit: panel at http://" << panel << "/" << std::endl;
+  if (!Wants(PANEL_PART) || panel.empty()) return;
+  std::cout << "unit: panel at http://" << panel << "/" << std::endl;
+  if (plan_.historyNote.empty()) return;
+  std::cout << plan_.command << ": " << plan_.historyNote << ": http://" << panel << "/#history" << std::endl;
 }
 
 void UnitRun::TakeLocks() {

@@ -21,6 +21,7 @@ struct run_plan_t {
   bool untilDone = false;              // stop when hx7 has played the log, or the scenario, to its end
   std::function<bool()> hostMayStart;  // hx7 starts once this returns true; may be empty. See HOST_PATIENCE
   std::function<std::string()> atEnd;  // called before the services stop; returns a problem or an empty text
+  std::string historyNote;             // printed with the address of the panel's history; empty: nothing
   std::string snapshotFile;            // PNG file for the picture at the end; empty: none
   std::optional<unsigned> seconds;     // how long to run; empty: until it is stopped
   unsigned silence = 10;               // seconds after which a silent application is started again; 0: never
