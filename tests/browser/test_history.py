@@ -1,0 +1,136 @@
+"""The last ten minutes on the front panel: the cursor goes back to what was shown then, and the live screen stays live."""
+
+import json
+import time
+
+import pytest
+
+from desk import ADDRESSES, BIN, cmd2, wait_for
+from selenium.webdriver.common.action_chains import ActionChains
+from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
+
+PAST_TEXT = "return document.getElementById('history-screen').shadowRoot.getElementById(arguments[0])?.textContent"
+# The pixel of a time, in the plots.
+PIXEL = "return pixelOf(arguments[0] - log.begin)"
+CURSOR = "return log.begin + shown.cursor"
+
+
+class History:
+    def __init__(self, panel):
+        self.panel, self.run = panel, panel.driver.execute_script
+
+    def open(self):
+        self.panel.find("#history-toggle").click()
+        self.wait_ready()
+
+    def wait_ready(self):
+        wait_for(lambda: self.panel.find("#history-body").get_attribute("data-ready"), "the history", 20)
+
+    def go_to(self, moment):
+        """Moves the cursor by a click to this time of the clock, in milliseconds since 1970."""
+        plots = self.panel.find("#history-plots")
+        x = self.run(PIXEL, moment) - plots.rect["width"] / 2
+        ActionChains(self.panel.driver).move_to_element_with_offset(plots, round(x), -20).click().perform()
+        wait_for(lambda: self.panel.find("#history-moment").is_displayed(), "the past")
+
+    def wait_picture(self):
+        time_of = "return [shown.cursor, Number(document.getElementById('history-screen').dataset.time)]"
+        wait_for(lambda: len(set(self.run(time_of))) == 1, "the picture of the cursor's moment")
+
+    def text(self, element_id):
+        self.wait_picture()
+        return (self.run(PAST_TEXT, element_id) or "").strip()
+
+    def value(self, name):
+        rows = self.panel.driver.find_elements(By.CSS_SELECTOR, "#history-values div")
+        return next(row.find_element(By.TAG_NAME, "dd").text for row in rows if row.find_element(By.TAG_NAME, "dt").text == name)
+
+
+def now():
+    return time.time() * 1000
+
+
+def show(panel, bus, load, **values):
+    bus.send_message(cmd2(load=load, **values))
+    wait_for(lambda: panel.desk.widget("orvikTextWidgetLoad") == f" {load:,}", f"the load {load}")
+    return now()
+
+
+def keep(bus, seconds, load, **values):
+    """Lets so much time pass for the curves to have, with a host that goes on."""
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        bus.send_message(cmd2(load=load, **values))
+        time.sleep(0.1)
+
+
+@pytest.fixture
+def lift(open_panel):
+    """A light load on the operating page, then a heavy one, then another page; and when each of them stood there."""
+    panel = open_panel()
+    bus = panel.desk.go_to("Main")
+    light = show(panel, bus, 12300, percent=0.5)
+    keep(bus, 3, 12300, percent=0.5)
+    heavy = show(panel, bus, 45600, percent=1.1, led=2)
+    keep(bus, 3, 45600, percent=1.1, led=2)
+    bus.send_message([7, 15, 6])
+    wait_for(lambda: panel.desk.screen.document()["page"] == "Wad", "the other page")
+    keep(bus, 2, 45600, percent=1.1, led=2)
+    panel.open()
+    yield panel, bus, light, heavy
+
+
+def test_the_cursor_goes_back_to_what_was_shown(lift):
+    panel, bus, light, heavy = lift
+    history = History(panel)
+    history.open()
+    assert not panel.find("#history-moment").is_displayed(), "at the present the unit itself is shown"
+    history.go_to(light + 1500)
+    assert history.text("orvikTextWidgetLoad") == "12,300"
+    assert history.value("load") == "12,300 lbs"
+    assert panel.find("#history-page").text == "Page Main"
+    assert panel.find("#history-was").text.startswith("As it was at ")
+    history.go_to(heavy + 1500)
+    assert history.text("orvikTextWidgetLoad") == "45,600"
+    assert history.value("percent") == "110.0 %"
+    # The live screen goes on beside it.
+    bus.send_message(cmd2(load=20000, percent=0.6))
+    wait_for(lambda: panel.screen_text("orvikTextWidgetWadLoad") == "20,000", "the load on the live screen")
+    assert panel.find("#page").text == "Wad"
+    assert history.text("orvikTextWidgetLoad") == "45,600"
+    before = history.run(CURSOR)
+    panel.find("#history-plots").send_keys(Keys.ARROW_LEFT * 3)
+    wait_for(lambda: abs(history.run(CURSOR) - (before - 300)) < 20, "the cursor three steps back")
+    panel.find("#history-back").click()
+    wait_for(lambda: not panel.find("#history-moment").is_displayed(), "the way back to the present")
+    bands = json.loads(panel.desk.request("GET", "/api/history")[1])["bands"]
+    assert [label for *_, label in bands["page"]][-2:] == ["Main", "Wad"]
+    assert len(bands["overload"]) == 1
+    assert panel.errors() == []
+
+
+WIDTHS = "return [document.documentElement.scrollWidth, document.documentElement.clientWidth]"
+
+
+def test_a_replay_opens_at_the_end_of_the_bundles_history(lift, tmp_path):
+    panel, _, light, _ = lift
+    desk, run = panel.desk, panel.driver.execute_cdp_cmd
+    path = tmp_path / "report.tar.gz"
+    desk.succeed(BIN / "unit", "bundle", path)
+    desk.orvik.stop()
+    desk.unit.stop()
+    replay = desk.start(BIN / "unit", "replay", path, *ADDRESSES)
+    address = replay.wait_line("the last ten minutes before the bundle was made: ", seconds=20)[0].split()[-1]
+    panel.driver.get(address)
+    history = History(panel)
+    history.wait_ready()
+    wait_for(lambda: history.text("orvikTextWidgetWadLoad") == "45,600", "the last picture before the bundle")
+    history.go_to(light + 1500)
+    assert history.text("orvikTextWidgetLoad") == "12,300"
+    for width in (390, 900, 1400):
+        run("Emulation.setDeviceMetricsOverride", {"width": width, "height": 844, "deviceScaleFactor": 1, "mobile": width < 700})
+        whole, seen = panel.driver.execute_script(WIDTHS)
+        run("Emulation.clearDeviceMetricsOverride", {})
+        assert whole <= seen, width
+    replay.stop()
