@@ -7,12 +7,15 @@ import pytest
 
 from desk import ADDRESSES, BIN, cmd2, wait_for
 from selenium.webdriver.common.action_chains import ActionChains
-from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
 
 PAST_TEXT = "return document.getElementById('history-screen').shadowRoot.getElementById(arguments[0])?.textContent"
 # The pixel of a time, in the plots.
 PIXEL = "return pixelOf(arguments[0] - log.begin)"
+VALUES = """
+  const rows = [...document.querySelectorAll('#history-values div')];
+  return Object.fromEntries(rows.map((row) => [...row.children].map((each) => each.textContent)));
+"""
 CURSOR = "return log.begin + shown.cursor"
 
 
@@ -42,9 +45,8 @@ class History:
         self.wait_picture()
         return (self.run(PAST_TEXT, element_id) or "").strip()
 
-    def value(self, name):
-        rows = self.panel.driver.find_elements(By.CSS_SELECTOR, "#history-values div")
-        return next(row.find_element(By.TAG_NAME, "dd").text for row in rows if row.find_element(By.TAG_NAME, "dt").text == name)
+    def wait_value(self, name, wanted):
+        wait_for(lambda: self.run(VALUES).get(name) == wanted, f"{name} of {wanted}")
 
 
 def now():
@@ -88,12 +90,12 @@ def test_the_cursor_goes_back_to_what_was_shown(lift):
     assert not panel.find("#history-moment").is_displayed(), "at the present the unit itself is shown"
     history.go_to(light + 1500)
     assert history.text("orvikTextWidgetLoad") == "12,300"
-    assert history.value("load") == "12,300 lbs"
+    history.wait_value("load", "12,300 lbs")
     assert panel.find("#history-page").text == "Page Main"
     assert panel.find("#history-was").text.startswith("As it was at ")
     history.go_to(heavy + 1500)
     assert history.text("orvikTextWidgetLoad") == "45,600"
-    assert history.value("percent") == "110.0 %"
+    history.wait_value("percent", "110.0 %")
     # The live screen goes on beside it.
     bus.send_message(cmd2(load=20000, percent=0.6))
     wait_for(lambda: panel.screen_text("orvikTextWidgetWadLoad") == "20,000", "the load on the live screen")
@@ -104,6 +106,12 @@ def test_the_cursor_goes_back_to_what_was_shown(lift):
     wait_for(lambda: abs(history.run(CURSOR) - (before - 300)) < 20, "the cursor three steps back")
     panel.find("#history-back").click()
     wait_for(lambda: not panel.find("#history-moment").is_displayed(), "the way back to the present")
+    fresh = now()
+    keep(bus, 3, 20000, percent=0.6)
+    history.go_to(fresh + 1000)  # of the minute that the page has a part of already
+    assert history.text("orvikTextWidgetWadLoad") == "20,000"
+    history.go_to(light + 1500)
+    assert history.text("orvikTextWidgetLoad") == "12,300"
     bands = json.loads(panel.desk.request("GET", "/api/history")[1])["bands"]
     assert [label for *_, label in bands["page"]][-2:] == ["Main", "Wad"]
     assert len(bands["overload"]) == 1

@@ -94,11 +94,18 @@ void History::AcceptScreen(const std::string& message) {
     const std::lock_guard lock(mutex_);
     NoteSilence(now_ms);
     heard_ms_ = now_ms;
+    if (IsContained(change, now_ms)) return;
     const bool follows =
         NumberOf(change, "previous") == revision_ && change.value("page", json()) == json(false);
     if (follows && revision_ != 0 && !screens_.IsDue(now_ms)) return TakeChange(change, now_ms);
   }
   TakeWhole(now_ms);
+}
+
+// A sign of life has the same revision as the screen and is none of these.
+bool History::IsContained(const json& change, std::int64_t now_ms) const {
+  return NumberOf(change, "previous") < revision_ && NumberOf(change, "revision") <= revision_ &&
+         now_ms - whole_ms_ < BACKLOG_MS;
 }
 
 void History::TakeChange(const json& change, std::int64_t now_ms) {
@@ -118,6 +125,7 @@ void History::TakeWhole(std::int64_t now_ms) {
   const std::lock_guard lock(mutex_);
   if (!state.is_object()) return NoteUnknown(now_ms);
   revision_ = NumberOf(state, "revision");
+  whole_ms_ = now_ms;
   page_ = TextOf(state, "page");
   isKnown_ = true;
   const std::string whole =

@@ -27,6 +27,9 @@ class History : public HistorySource {
   using ask_t = std::function<bool(std::string& state)>;
   // The screen service sends a sign twice a second. After so long without one the screen is not known.
   static constexpr std::int64_t SILENCE_MS = 2'000;
+  // So long after the whole screen was asked for, messages that the answer contains already may still come.
+  // Later ones of a lower revision are of a service that was started again.
+  static constexpr std::int64_t BACKLOG_MS = 2'000;
 
   History(ask_t askScreen, std::function<TimePoint()> clock);
 
@@ -42,6 +45,7 @@ class History : public HistorySource {
 
  private:
   std::int64_t Now_ms() const;
+  bool IsContained(const nlohmann::json& change, std::int64_t now_ms) const;
   void TakeWhole(std::int64_t now_ms);
   void TakeChange(const nlohmann::json& change, std::int64_t now_ms);
   void NoteVariables(const nlohmann::json& message);
@@ -64,6 +68,7 @@ class History : public HistorySource {
   bool isMetric_ = false;
   bool isKnown_ = false;  // what the screen shows
   std::uint64_t revision_ = 0;
+  std::int64_t whole_ms_ = 0;  // when the whole screen was asked for last
   std::int64_t heard_ms_ = 0;
   std::optional<std::uint64_t> pulses_;  // of the beeper, as the board counts them
 };

@@ -91,6 +91,18 @@ TEST_F(HistoryTest, ALostMessageAndASilentServiceAreNoOldScreen) {
   EXPECT_EQ(Screens(0)["changes"].back()[1]["page"], "Main");
 }
 
+// A reader that is behind finds them in its queue after it has asked for the whole screen.
+TEST_F(HistoryTest, MessagesThatTheScreenContainsAlreadyAddNothing) {
+  Show(600);
+  revision_ += 3;
+  for (const std::uint64_t revision : {revision_ - 1, revision_}) {
+    history_.AcceptScreen(json({{"previous", revision - 1}, {"revision", revision}, {"page", false}}).dump());
+  }
+  Show(700);
+  const json changes = Screens(0)["changes"];
+  EXPECT_EQ(changes.size(), 2U) << changes;
+}
+
 TEST_F(HistoryTest, KeepsPeaksLampsBeeperAndKeysAndConvertsUnits) {
   Show(500);
   Pass(210ms);
