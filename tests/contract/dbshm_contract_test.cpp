@@ -222,6 +222,7 @@ TEST_F(DatabaseTest, ValuesLieInTheObjectAsLaidOut) {
   EXPECT_EQ(Peek<std::int32_t>(12), getpid());
   void* const view = DBSHM::getMemoryPtr();
   DBSHM::Open();
+  DBSHM::Init();
   EXPECT_EQ(DBSHM::getMemoryPtr(), view) << "other threads are reading it";
 }
 
@@ -271,9 +272,12 @@ TEST_F(DatabaseTest, AValueExpiresAfterItsTime) {
   DBSHM::Write(5, 2.5, 0xFFFFFFFF, true);  // 49 days
   EXPECT_TRUE(Reads(5, 2.5));
   DBSHM::Write(5, 2.5, 1000, false);
+  EXPECT_EQ(Peek<std::uint64_t>(Slot(5, EXPIRY_AT)), 0U);
   EXPECT_EQ(DBSHM::Read(5, value), 0);
   DBSHM::Write(5, 2.5);
   EXPECT_TRUE(Reads(5, 2.5));
+  DBSHM::Write(5, "12345678", 60'000, true);
+  EXPECT_GT(Peek<std::uint64_t>(Slot(5, EXPIRY_AT)), ClockCycles() + CYCLES_PER_SECOND);
 }
 
 TEST_F(DatabaseTest, AChangeSendsOnePulse) {

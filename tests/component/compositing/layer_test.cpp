@@ -52,7 +52,7 @@ TEST_F(LayerTest, EachOperationIsOneRecord) {
        Record(4, 1, 0, Words({ONE, HALF, MINUS_TWO}))},
       {"push", [&] { layer.glPush(); }, Record(4, 2, 0)},
       {"pop", [&] { layer.glPop(); }, Record(4, 3, 0)},
-      {"rotate", [&] { layer.glRotate(2.0F, 0.0F, 0.0F, 1.0F); }, Record(4, 5, 0, Words({TWO, 0, 0, ONE}))},
+      {"rotate", [&] { layer.glRotate(2.0F, 0.0F, 0.5F, 1.0F); }, Record(4, 5, 0, Words({TWO, 0, HALF, ONE}))},
       {"scale", [&] { layer.glScale(1.0F, 2.0F, 0.5F); }, Record(4, 6, 0, Words({ONE, TWO, HALF}))},
       {"setColor", [&] { layer.setColor(1.0F, 0.5F, 0.5F, 2.0F); },
        Record(4, 7, 0, Words({ONE, HALF, HALF, TWO}))},

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <sstream>
+#include <utility>
 
 #include <unistd.h>
 
@@ -25,6 +26,7 @@
 #include "src/display/value_widgets.h"
 #include "src/hostlink/can_transport.h"
 #include "src/hostlink/decapsulation.h"
+#include "src/hostlink/watchdog.h"
 #include "src/pages/display_transition.h"
 #include "src/pages/key_commands.h"
 #include "src/pages/key_dispatch.h"
@@ -33,6 +35,7 @@
 #include "src/parse/cmd5.h"
 #include "src/services/dbshm.h"
 #include "src/startup/application.h"
+#include "src/text/expand.h"
 #include "src/text/fields.h"
 #include "src/text/grid.h"
 #include "tests/support/test_folder.h"
@@ -244,12 +247,26 @@ void Misuse(orvikData_t* data) {
   const Page_t* const page = data->currentPage;
   for (const Page_t& other : {Page_t{ACTION_PAGE_NONE, 0, 0, {}}, {999, 0, 0, {}}}) {
     data->currentPage = &other;
-    UpdateDisplay(data);
+    UpdateLCDDisplay(data);
     MatrixDispatch(data, KD620_KEY3, KEY_PRESSED);
+    DispatchPage(data, &other, KD620_KEY3, KEY_PRESSED);
   }
+  for (int id = ACTION_PAGE_MAIN; id <= ACTION_PAGE_MVEC; ++id) {
+    const Page_t other{id, 0, 0, {}};
+    data->currentPage = &other;
+    UpdateDisplay(data);
+  }
+  const Page_t config{ACTION_PAGE_CONFIG, EVENT_CONFIG_TO_MAIN, 0, {}};
+  data->currentPage = &config;
+  const name_map_t events = std::exchange(data->eventIds, {});  // as if the configuration had none
+  data->watchdogSeconds = WATCHDOG_LIMIT_SECONDS;
+  WatchdogTick(data);
+  data->eventIds = events;
   data->currentPage = nullptr;
   MatrixDispatch(data, KD620_KEY3, KEY_PRESSED);
   data->currentPage = page;
+  unsigned codePoint = 0;
+  ProcessSingleOctet(data, 0x80, &codePoint);
 }
 
 // "-" makes the parameter not valid.

@@ -41,6 +41,7 @@ TEST_F(NMClientTest, WhatDoesNotFitAMessageIsNotSent) {
   EXPECT_EQ(client.registerName(data.c_str()), -1);
   EXPECT_TRUE(server.DrainRequests().empty());
   EXPECT_EQ(client.sendMsg(5, data.data(), NM_PAYLOAD_SIZE), 3);
+  EXPECT_EQ(client.sendMsg(5, nullptr, 0), 3);
   EXPECT_EQ(server.DrainRequests().at(0).size(), NM_MESSAGE_SIZE);
 }
 

@@ -16,7 +16,8 @@ namespace {
 
 TEST(TrimSpacesTest, RemovesBlanksAndTabsFromBothEndsOnly) {
   const std::vector<std::pair<std::string, std::string>> cases = {
-      {"\t  ab c \t", "ab c"}, {"   ", ""}, {"", ""}, {"x", "x"}, {" \n ", "\n"}, {"\ta", "a"}, {"a\t", "a"}};
+      {"\t  ab c \t", "ab c"}, {"   ", ""},  {"", ""},    {"~x~", "~x~"},
+      {" \n ", "\n"},          {"\ta", "a"}, {"a\t", "a"}};
   for (const auto& [text, trimmed] : cases) {
     std::string s = text;
     TrimSpaces(s);
