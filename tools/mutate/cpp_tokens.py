@@ -96,7 +96,7 @@ class Source:
         while first > 0 and self.word(first - 1) not in (";", "{", "}"):
             first -= 1
         words = [self.word(index) for index in range(first, brace)]
-        if words and words[0] == "enum":
+        if "enum" in words[:3]:  # "private:" may stand before it
             return "enum"
         if SCOPES & set(words[:1]) or ("template" in words[:1] and SCOPES & set(words) and ")" not in words):
             return "scope"

@@ -9,7 +9,7 @@ KINDS = {
     "number": "a number is one more, or 0 and 1 change places",
     "name": "a constant is replaced by the next one of its enumeration; true and false change places",
     "text": "a letter of a text is another one",
-    "rows": "two neighbours of a list change places, or one of them is left out",
+    "rows": "two neighbours of a list, or the keys of two rows, change places, or one row is left out",
     "bound": "a limit is one off: < and <=, > and >=",
     "comparison": "a comparison says the opposite",
     "condition": "a condition says the opposite, or && and || change places",
@@ -36,6 +36,8 @@ LOCK = re.compile(r"\b(lock_guard|scoped_lock|unique_lock|shared_lock|\w*Guard)\
 NOT_A_STATEMENT = {"return", "break", "continue", "using", "static_assert", "const", "constexpr", "static", "auto",
                    "throw", "typedef", "goto", "struct", "enum", "extern", "co_return", "default", "case", "template"}
 DECLARATION = re.compile(r"(?:[\w:]+(?:<[^;=()]*>)?(?:::\w+)*)(?:\s+|\s*[*&]+\s*)[A-Za-z_]\w*\s*(?:[;={(\[]|$)")
+# The first value of a row that the code finds by that value: the order of such rows means nothing.
+ROW_KEY = re.compile(r"[A-Z][A-Z0-9_]*|&\w+")
 KEYWORDS = {"if", "for", "while", "switch", "catch", "sizeof", "decltype", "static_assert", "alignas", "alignof",
             "noexcept", "operator", "return", "static_cast", "defined"}
 
@@ -227,6 +229,8 @@ class Operators:
         for (first, last), (other, end) in zip(elements, elements[1:]):
             if self.shape(first, last) != self.shape(other, end):
                 continue
+            if keys := self.row_keys(first, other):
+                first, last, other, end = keys
             one, two = self.source.slice(first, last), self.source.slice(other, end)
             if one.startswith(".") and two.startswith("."):  # designated: the values change places
                 name1, _, one = one.partition(" = ")
@@ -237,6 +241,15 @@ class Operators:
             elif one != two:
                 between = self.source.text[self.source.tokens[last].end:self.source.tokens[other].start]
                 self.add(kind, first, end, two + between + one)
+
+    def row_keys(self, row, other):
+        """The first and last tokens of the two rows' keys; None where the rows are not found by a key."""
+        if self.source.word(row) != "{" or self.source.word(other) != "{":
+            return None
+        keys = [key for each in (row, other) for key in self.source.elements(each)[:1]]
+        if len(keys) < 2 or not all(ROW_KEY.fullmatch(self.source.slice(*key)) for key in keys):
+            return None
+        return keys[0] + keys[1]
 
     def statement(self, first, last):
         text = self.source.slice(first, last)
