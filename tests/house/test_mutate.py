@@ -83,3 +83,15 @@ def test_caught_and_surviving_faults_are_told_apart(root, tree):
         output.write('{"key": "cut sh')  # by an interruption
     mutate(root, tree, "--resume", results)
     assert results.read_text().count("\n") == len(STATES)  # every fault had its result
+
+
+@pytest.mark.parametrize("code, exchanged", [
+    ("const row_t ROWS[] = {{LOAD, 1}, {RADIUS, 2}};", {"RADIUS, 1}, {LOAD"}),  # found by the key, in any order
+    ('const row_t ROWS[] = {{"load", 1}, {"radius", 2}};', {'{"radius", 2}, {"load", 1}'}),
+    ("class Reader {\n private:\n  enum class state_t {\n    START,\n    END,\n  };\n};", set()),
+])
+def test_an_order_that_means_nothing_stays(root, monkeypatch, code, exchanged):
+    monkeypatch.syspath_prepend(root / "tools" / "mutate")
+    from operators import list_mutants
+    assert {mutant.replacement for mutant in list_mutants("a.h", code, {})
+            if mutant.kind == "rows" and mutant.replacement} == exchanged
