@@ -86,7 +86,7 @@ class Machine:
 
     def fetch(self, path):
         """What a program on the machine's loopback gets from the panel."""
-        return run("nsenter", "-t", self.leader, "-n", "/usr/bin/python3", "-c", FETCH, path)
+        return run("nsenter", "-t", self.leader, "-n", "/usr/bin/python3", "-c", FETCH, path, status=None)
 
     def property(self, service, name):
         return self.call("systemctl", "show", "-P", name, service).strip()

@@ -63,7 +63,7 @@ def test_the_packages_from_installing_to_purging(packages, tmp_path):
         machine.call("systemd-run", "--unit=crane", "--setenv=XDG_RUNTIME_DIR=/run/crane", "hx7", "simulate", "--http", "127.0.0.1:0")
         wait_shown(machine, "page Main")
         wait_shown(machine, "load > 0")
-        assert "PNG" in machine.fetch("/screen.png")
+        machine.wait(lambda: "PNG" in machine.fetch("/screen.png"), "the picture")  # the first one takes long
         machine.call("orvik-unit", "press", "6")
         wait_shown(machine, "page Dials")
         machine.call("orvik-unit", "press", "7")
@@ -90,7 +90,7 @@ def test_the_packages_from_installing_to_purging(packages, tmp_path):
         machine.call("rm", "-r", "/etc/orvik/config")
 
         machine.call("systemctl", "stop", "crane.service", "orvik-unit.target")
-        assert machine.call("pgrep", "-u", "orvik", status=1) == ""
+        machine.wait(lambda: not machine.call("pgrep", "-u", "orvik", status=None), "the end of all services")
         assert machine.call("sh", "-c", "ls /dev/shm") == ""
         machine.call("systemctl", "start", "orvik-unit.target")
         machine.call("dpkg", "-r", *NAMES)
