@@ -25,6 +25,8 @@ install(FILES ${packaging}/udev.rules DESTINATION lib/udev/rules.d RENAME 70-orv
 install(FILES ${packaging}/unit.conf DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/orvik COMPONENT services)
 install(PROGRAMS ${packaging}/orvik-unit.sh DESTINATION ${CMAKE_INSTALL_SBINDIR} RENAME orvik-unit COMPONENT services)
 
+install(FILES ${packaging}/orvik-unit.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT services)
+
 install(TARGETS hx7 COMPONENT host)
 install(DIRECTORY config/scenarios config/charts DESTINATION ${orvik_data}/config COMPONENT host)
 install(FILES config/orvik.dbc DESTINATION ${orvik_data} COMPONENT host)

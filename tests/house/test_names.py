@@ -19,6 +19,7 @@ def test_each_variable_of_the_code_has_its_place_in_the_configuration(root):
     ("config/generic.xml", r'<orvik-generic [^>]*\bversion="([^"]+)"'),
     ("python/pyproject.toml", r'^version = "([^"]+)"'),
     ("python/debian/changelog", r"\A\S+ \(([^)]+)\)"),
+    ("packaging/debian/changelog", r"\A\S+ \(([^)]+)\)"),
     ("CHANGELOG.md", r"^## (\S+)"),
 ))
 def test_every_file_names_the_same_version(root, file, pattern):

@@ -64,13 +64,6 @@ def test_the_debian_package_runs_the_first_test_of_the_documentation(tmp_path):
     assert "1 passed" in out
 
 
-def test_the_versions_agree():
-    found = {name: re.search(pattern, (REPOSITORY / name).read_text())[1] for name, pattern in (
-        ("CMakeLists.txt", r"project\(orvik VERSION ([\d.]+)"), ("python/pyproject.toml", r'\nversion = "([\d.]+)"'),
-        ("python/debian/changelog", r"orvik \(([\d.]+)\)"), ("packaging/debian/changelog", r"orvik \(([\d.]+)\)"))}
-    assert len(set(found.values())) == 1, found
-
-
 def test_the_types_agree(tmp_path):
     run(PYTHON, "-m", "mypy", "--cache-dir", tmp_path, cwd=REPOSITORY / "python")
     run(PYTHON, "-m", "mypy", "--strict", "--cache-dir", tmp_path, EXAMPLE / "host.py")
