@@ -69,9 +69,25 @@ function showHeld() {
 
 // --- Asking
 
+let filter = { kind: 'messages', text: '' }; // of the rows
+
 function queryFor(most) {
-  const query = { after: newest, kind: byId('bus-kind').value, text: byId('bus-text').value.trim(), most };
-  return `/api/bus/trace?${new URLSearchParams(query)}`;
+  return `/api/bus/trace?${new URLSearchParams({ ...filter, after: newest, most })}`;
+}
+
+// The filter is another one, or the unit: what is kept is asked for anew.
+function forget() {
+  newest = 0;
+  held = 0;
+  rows = [];
+}
+
+// Not every way to change a field fires the same event, so that the fields themselves are looked at.
+function hasOtherFilter() {
+  const wanted = { kind: byId('bus-kind').value, text: byId('bus-text').value.trim() };
+  if (wanted.kind === filter.kind && wanted.text === filter.text) return false;
+  filter = wanted;
+  return true;
 }
 
 const passedIn = (answer) => answer.passed + answer.gone + answer.missed - missed;
@@ -84,16 +100,14 @@ function take(answer, isNew) {
   showRows();
 }
 
-let query = 0; // counts, so that an answer to an earlier filter is dropped
-
 async function look() {
-  const own = query;
+  if (hasOtherFilter()) forget();
   const isNew = newest === 0;
   const onlyCounts = isHeld() && !isNew;
   const response = await fetch(queryFor(onlyCounts ? 0 : isNew ? MOST_ROWS : MOST_ASKED));
-  if (!response.ok || own !== query) return;
+  if (!response.ok) return;
   const answer = await response.json();
-  if (own !== query || (isHeld() && !onlyCounts && !isNew)) return;
+  if (isHeld() && !onlyCounts && !isNew) return;
   if (answer.next < newest) return forget(); // the unit was started again
   if (onlyCounts) held = passedIn(answer);
   else take(answer, isNew);
@@ -106,21 +120,11 @@ async function follow() {
   setTimeout(follow, LOOK_MS);
 }
 
-// The filter is another one, or the unit: what is kept is asked for anew.
-function forget() {
-  query += 1;
-  newest = 0;
-  held = 0;
-  rows = [];
-}
-
 byId('bus-hold').addEventListener('click', ({ target }) => {
   target.setAttribute('aria-pressed', String(!isHeld()));
   held = 0;
   showHeld();
 });
-byId('bus-kind').addEventListener('change', forget);
-byId('bus-text').addEventListener('input', forget);
 followWords(() => {
   showRows();
   showHeld();
