@@ -53,6 +53,9 @@ def test_the_panel_has_no_serious_finding(open_panel, findings):
         if name == "Bus":
             wait_for(lambda: elements(By.CSS_SELECTOR, "#bus-rows tr"), "rows of the trace")
         found += findings(f"tab {name}")
+    panel.find("#history-toggle").click()
+    wait_for(lambda: panel.find("#history-body").is_displayed(), "the last ten minutes")
+    found += findings("with the history")
     panel.driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", PHONE)
     found += findings("on a phone")
     assert not found, "\n".join(found)
