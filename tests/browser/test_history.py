@@ -1,6 +1,7 @@
 """The last ten minutes on the front panel: the cursor goes back to what was shown then, and the live screen stays live."""
 
 import json
+import threading
 import time
 
 import pytest
@@ -53,38 +54,49 @@ def now():
     return time.time() * 1000
 
 
-def show(panel, bus, load, **values):
-    bus.send_message(cmd2(load=load, **values))
-    wait_for(lambda: panel.desk.widget("orvikTextWidgetLoad") == f" {load:,}", f"the load {load}")
-    return now()
+class Host(threading.Thread):
+    """Sends its values ten times a second until the test ends: after ten seconds without them the link would be lost."""
 
+    def __init__(self, desk, bus):
+        super().__init__(daemon=True)
+        self.desk, self.bus, self.values, self.done, self.sending = desk, bus, {}, threading.Event(), threading.Lock()
 
-def keep(bus, seconds, load, **values):
-    """Lets so much time pass for the curves to have, with a host that goes on."""
-    end = time.monotonic() + seconds
-    while time.monotonic() < end:
-        bus.send_message(cmd2(load=load, **values))
-        time.sleep(0.1)
+    def run(self):
+        while not self.done.wait(0.1):
+            self.send(cmd2(**self.values))
+
+    def send(self, message):
+        with self.sending:
+            self.bus.send_message(message)
+
+    def show(self, widget, seconds, **values):
+        """Returns when these values stood on the screen, after they have stood there for so long."""
+        self.values = values
+        wait_for(lambda: self.desk.widget(widget) == f" {values['load']:,}", f"the values {values}")
+        since = now()
+        wait_for(lambda: now() > since + seconds * 1000, "the curves to have them")
+        return since
 
 
 @pytest.fixture
 def lift(open_panel):
     """A light load on the operating page, then a heavy one, then another page; and when each of them stood there."""
     panel = open_panel()
-    bus = panel.desk.go_to("Main")
-    light = show(panel, bus, 12300, percent=0.5)
-    keep(bus, 3, 12300, percent=0.5)
-    heavy = show(panel, bus, 45600, percent=1.1, led=2)
-    keep(bus, 3, 45600, percent=1.1, led=2)
-    bus.send_message([7, 15, 6])
+    host = Host(panel.desk, panel.desk.go_to("Main"))
+    host.values = {"load": 0}
+    host.start()
+    light = host.show("orvikTextWidgetLoad", 3, load=12300, percent=0.5)
+    heavy = host.show("orvikTextWidgetLoad", 3, load=45600, percent=1.1, led=2)
+    host.send([7, 15, 6])
     wait_for(lambda: panel.desk.screen.document()["page"] == "Wad", "the other page")
-    keep(bus, 2, 45600, percent=1.1, led=2)
     panel.open()
-    yield panel, bus, light, heavy
+    yield panel, host, light, heavy
+    host.done.set()
+    host.join()
 
 
 def test_the_cursor_goes_back_to_what_was_shown(lift):
-    panel, bus, light, heavy = lift
+    panel, host, light, heavy = lift
     history = History(panel)
     history.open()
     assert not panel.find("#history-moment").is_displayed(), "at the present the unit itself is shown"
@@ -97,7 +109,7 @@ def test_the_cursor_goes_back_to_what_was_shown(lift):
     assert history.text("orvikTextWidgetLoad") == "45,600"
     history.wait_value("percent", "110.0 %")
     # The live screen goes on beside it.
-    bus.send_message(cmd2(load=20000, percent=0.6))
+    host.values = {"load": 20000, "percent": 0.6}
     wait_for(lambda: panel.screen_text("orvikTextWidgetWadLoad") == "20,000", "the load on the live screen")
     assert panel.find("#page").text == "Wad"
     assert history.text("orvikTextWidgetLoad") == "45,600"
@@ -106,8 +118,7 @@ def test_the_cursor_goes_back_to_what_was_shown(lift):
     wait_for(lambda: abs(history.run(CURSOR) - (before - 300)) < 20, "the cursor three steps back")
     panel.find("#history-back").click()
     wait_for(lambda: not panel.find("#history-moment").is_displayed(), "the way back to the present")
-    fresh = now()
-    keep(bus, 3, 20000, percent=0.6)
+    fresh = host.show("orvikTextWidgetWadLoad", 3, load=20000, percent=0.6)
     history.go_to(fresh + 1000)  # of the minute that the page has a part of already
     assert history.text("orvikTextWidgetWadLoad") == "20,000"
     history.go_to(light + 1500)
@@ -122,10 +133,12 @@ WIDTHS = "return [document.documentElement.scrollWidth, document.documentElement
 
 
 def test_a_replay_opens_at_the_end_of_the_bundles_history(lift, tmp_path):
-    panel, _, light, _ = lift
+    panel, host, light, _ = lift
     desk, run = panel.desk, panel.driver.execute_cdp_cmd
     path = tmp_path / "report.tar.gz"
     desk.succeed(BIN / "unit", "bundle", path)
+    host.done.set()
+    host.join()
     desk.orvik.stop()
     desk.unit.stop()
     replay = desk.start(BIN / "unit", "replay", path, *ADDRESSES)
