@@ -86,7 +86,7 @@ void AddPartNames(CLI::App& command, run_arguments_t& run) {
         return "there is no part " + name + base::Suggest(name, names) + " (" + CLI::detail::join(names, ", ") +
                ")";
       },
-      "PART");
+      "{" + CLI::detail::join(unit::PartNames(), ",") + "}");
   auto* only = command.add_option("--only", run.only, "Run only these parts, separated by commas")
                    ->delimiter(',')
                    ->check(isPart);
