@@ -17,10 +17,13 @@ function weight(kilograms, toHundreds) {
 export const massText = (kilograms) => weight(kilograms, Math.round);
 export const capacityText = (kilograms) => weight(kilograms, Math.trunc);
 
+// A value just below 0 has no sign.
+const tenths = (value) => value.toFixed(1).replace(/^-(?=0\.0$)/, '');
+
 export function lengthText(metres) {
-  return metres === null ? '--' : `${(metres * (isImperial() ? FEET : 1)).toFixed(1)} ${isImperial() ? 'ft' : 'm'}`;
+  return metres === null ? '--' : `${tenths(metres * (isImperial() ? FEET : 1))} ${isImperial() ? 'ft' : 'm'}`;
 }
 
 export function angleText(degrees) {
-  return degrees === null ? '--' : `${degrees.toFixed(1)}°`;
+  return degrees === null ? '--' : `${tenths(degrees)}°`;
 }
