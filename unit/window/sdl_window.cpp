@@ -5,6 +5,7 @@
 #include <cmath>
 #include <span>
 #include <stdexcept>
+#include <string_view>
 
 #include <SDL.h>
 #include <X11/Xlib.h>
@@ -60,6 +61,13 @@ std::unique_ptr<SdlPart> OpenVideo(bool fullscreen) {
   }
 }
 
+// Without a desktop SDL uses OpenGL ES. Its renderer for desktop OpenGL, which it would try first, starts there
+// too when libGL.so.1 is not installed, and shows a black picture.
+void ChooseRenderer() {
+  if (std::string_view(SDL_GetCurrentVideoDriver()) == "KMSDRM")
+    SDL_SetHintWithPriority(SDL_HINT_RENDER_DRIVER, "opengles2", SDL_HINT_DEFAULT);
+}
+
 [[noreturn]] void FailToOpen() {
   throw std::runtime_error(std::string("cannot make the window: ") + SDL_GetError() +
                            ". With SDL_RENDER_DRIVER=software no graphics processor is needed.");
@@ -111,6 +119,7 @@ SdlWindow::SdlWindow(bool fullscreen) : fullscreen_(fullscreen), library_(), vid
   window_.reset(SDL_CreateWindow(TITLE, SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, size.w, size.h,
                                  kind | SDL_WINDOW_ALLOW_HIGHDPI));
   if (!window_) FailToOpen();
+  ChooseRenderer();
   renderer_.reset(SDL_CreateRenderer(window_.get(), -1, 0));
   if (!renderer_) FailToOpen();
   SDL_SetWindowMinimumSize(window_.get(), SMALLEST_WIDTH, SMALLEST_HEIGHT);
