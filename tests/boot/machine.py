@@ -14,7 +14,7 @@ from orvik.waiting import wait_for
 from pictures import MEAN_TOLERANCE, TILE_TOLERANCE, compare
 
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
-SHELL_SECONDS = 180.0
+SHELL_SECONDS = 900.0
 RACK = 0x13FE  # vendor of the card at the other end of the cable
 
 
@@ -76,7 +76,7 @@ class Shell:
 
 
 class Machine:
-    """Has power from its making until `cut_power`."""
+    """Has power from its making until `cut_power`. Its shell answers once it is made, before the unit's services start."""
 
     def __init__(self, folder, image, keep_disk=False):
         self.folder = pathlib.Path(folder)
@@ -92,7 +92,7 @@ class Machine:
              *self._server("-serial", "shell"), *self._server("-qmp", "monitor"), *self._server("-qtest", "cards")],
             env={**os.environ, **options}, stdin=subprocess.DEVNULL, stderr=open(self.folder / "qemu", "w"))
         self.monitor = Monitor(self.folder / "monitor.socket")
-        self.shell = None
+        self.shell = Shell(self.folder / "shell.socket")
 
     def _server(self, option, name):
         return option, f"unix:{self.folder / name}.socket,server=on,wait=off"
@@ -118,14 +118,16 @@ class Machine:
         """Mean difference of the display from a picture, and that of its worst tile."""
         return compare(golden, self.picture())[:2]
 
-    def wait_picture(self, golden, what, seconds):
-        """Until the display shows the picture; returns the seconds since the power came."""
+    def wait_picture(self, golden, what, seconds, meanwhile=lambda: None):
+        """Until the display shows the picture; returns the seconds since the power came. QEMU halts the unit while it
+        writes a picture, so that pictures taken without a pause would keep the unit from starting."""
         def is_shown():
+            meanwhile()
             mean, worst = self.difference(golden)
             return (mean <= MEAN_TOLERANCE and worst <= TILE_TOLERANCE), mean, worst
 
         seen = []
-        wait_for(lambda: seen.append(is_shown()) or seen[-1][0], f"the picture of {what}", seconds, 0.2,
+        wait_for(lambda: seen.append(is_shown()) or seen[-1][0], f"the picture of {what}", seconds, 1.0,
                  lambda _: f"the last one differs by {seen[-1][1]:.1f}, in the worst place by {seen[-1][2]:.0f}; "
                            f"see {self.folder / 'screen.png'}")
         return self.seconds()
@@ -147,8 +149,6 @@ class Machine:
 
     def run(self, command):
         """What a command prints in the unit's root shell; it must succeed."""
-        if not self.shell:
-            self.shell = Shell(self.folder / "shell.socket")
         status, text = self.shell(command)
         assert status == 0, f"{command}: exit {status}\n{text}"
         return text

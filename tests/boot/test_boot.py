@@ -19,8 +19,8 @@ from machine import REPOSITORY, Machine
 IMAGE = pathlib.Path(os.environ.get("ORVIK_IMAGE", REPOSITORY / "build/unit-image"))
 GOLDEN = REPOSITORY / "tests/golden"
 SERVICES = ("notify", "database", "board", "j1939", "screen", "panel", "display", "window")
-BOOT_SECONDS = 300
-SETTLE_SECONDS = 120
+BOOT_SECONDS = 1200
+SETTLE_SECONDS = 600
 POWER_CUTS = 20
 
 
@@ -79,18 +79,19 @@ def show_load(machine, bus, load):
 
 def test_shows_its_first_picture_after_power_up(machine, waiting_picture):
     seconds = machine.wait_picture(waiting_picture, "a unit without a host", BOOT_SECONDS)
-    note(f"from power to the first picture: {seconds:.1f} s")
+    note(f"from power to the first picture: {seconds:.0f} s")
     assert machine.says("systemctl is-system-running --wait") == "running", machine.run("systemctl --failed --no-pager")
     note("the unit's own clock: " + machine.says("systemd-analyze time | head -n 1"))
     assert "ro" in machine.says("findmnt -no options /").split(",")
 
 
-@pytest.mark.parametrize("moment, scenario, seconds, silence",
-                         [("overload", "overload", 45, 0), ("link-lost", "normal-lift", 50, 30)])
-def test_shows_the_golden_picture_of_frames_from_outside(machine, bus_address, moment, scenario, seconds, silence):
+@pytest.mark.parametrize("moment, scenario, seconds", [("overload", "overload", 45), ("link-lost", "normal-lift", 50)])
+def test_shows_the_golden_picture_of_frames_from_outside(machine, bus, bus_address, moment, scenario, seconds):
     subprocess.run([BIN / "hx7", "simulate", "--config", CONFIG, "--bus", f"socketcand:{bus_address}", "--scenario", scenario,
                     "--seed", "7", "--ignore-expectations", "--seconds-of-crane", str(seconds)], check=True, timeout=600)
-    machine.wait_picture((GOLDEN / f"{moment}.png").read_bytes(), moment, 10 + silence)
+    # A host that goes on asking for keys is not lost; the picture may come late on an emulated processor.
+    ask = (lambda: None) if moment == "link-lost" else lambda: bus.send_message([6])
+    machine.wait_picture((GOLDEN / f"{moment}.png").read_bytes(), moment, SETTLE_SECONDS, ask)
 
 
 def test_reports_a_key_of_the_keyboard_on_the_bus(machine, bus):
