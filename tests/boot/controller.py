@@ -8,7 +8,7 @@ import socket
 import threading
 import time
 
-from orvik.frames import DISPLAY_ID, HOST_ID
+from orvik.frames import DISPLAY_ID, HOST_ID, Joiner
 from orvik.socketcand import SocketcandBus
 
 # Registers of the controller in its PeliCAN mode.
@@ -17,6 +17,7 @@ RESET, TRANSMIT, RELEASE, RECEIVED, PELICAN, EXTENDED = 0x01, 0x01, 0x04, 0x01, 
 HEAD = 5  # bytes before a frame's data: kind and length, identifier
 # The unit's controller keeps four frames, and an emulated processor takes milliseconds to empty it.
 BETWEEN_FRAMES = 0.004
+OPERATING_VALUES = b"\x02"  # the first byte of their message
 
 
 class Controller:
@@ -64,7 +65,10 @@ class Bridge:
 
     def __init__(self, controller, address):
         host, port = address.rsplit(":", 1)
+        self.address = address
         self.controller = controller
+        self.values = b""  # the host's last message of operating values
+        self.joiner = Joiner()
         self.bus = SocketcandBus(host, int(port))
         self.passed = {HOST_ID: 0, DISPLAY_ID: 0}  # frames by identifier
         self.ending = threading.Event()
@@ -86,8 +90,14 @@ class Bridge:
             frame = self.bus.recv(BETWEEN_FRAMES)
             if frame:
                 self.controller.send(frame.arbitration_id, frame.data)
+                self._keep_values(frame)
                 self._count(frame.arbitration_id)
                 time.sleep(BETWEEN_FRAMES)
+
+    def _keep_values(self, frame):
+        message = self.joiner.take(bytes(frame.data)) if frame.arbitration_id == HOST_ID else b""
+        if message[:1] == OPERATING_VALUES:
+            self.values = message
 
     def _count(self, identifier):
         self.passed[identifier] = self.passed.get(identifier, 0) + 1

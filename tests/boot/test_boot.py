@@ -14,7 +14,7 @@ import pytest
 
 from controller import Bridge, Controller
 from desk import BIN, CONFIG, Bus, Desk, cmd2, wait_for
-from machine import REPOSITORY, Machine
+from emulated_unit import REPOSITORY, EmulatedUnit
 
 IMAGE = pathlib.Path(os.environ.get("ORVIK_IMAGE", REPOSITORY / "build/unit-image"))
 GOLDEN = REPOSITORY / "tests/golden"
@@ -42,7 +42,7 @@ def waiting_picture():
 
 @pytest.fixture(scope="module")
 def machine(tmp_path_factory):
-    machine = Machine(tmp_path_factory.mktemp("machine"), IMAGE)
+    machine = EmulatedUnit(tmp_path_factory.mktemp("machine"), IMAGE)
     try:
         yield machine
     finally:
@@ -50,13 +50,13 @@ def machine(tmp_path_factory):
 
 
 @pytest.fixture(scope="module")
-def bus_address(machine):
-    """The address of a local bus that is joined to the other end of the unit's cable."""
+def cable(machine):
+    """A local bus of this machine that is joined to the other end of the unit's cable."""
     with Desk(orvik=False) as desk:
         controller = Controller(machine.folder / "cards.socket", machine.outside_port())
         bridge = Bridge(controller, desk.address("socketcand"))
         try:
-            yield desk.address("socketcand")
+            yield bridge
         finally:
             bridge.close()
             controller.close()
@@ -64,8 +64,8 @@ def bus_address(machine):
 
 
 @pytest.fixture
-def bus(bus_address):
-    bus = Bus(bus_address)
+def bus(cable):
+    bus = Bus(cable.address)
     yield bus
     bus.close()
 
@@ -86,12 +86,12 @@ def test_shows_its_first_picture_after_power_up(machine, waiting_picture):
 
 
 @pytest.mark.parametrize("moment, scenario, seconds", [("overload", "overload", 45), ("link-lost", "normal-lift", 50)])
-def test_shows_the_golden_picture_of_frames_from_outside(machine, bus, bus_address, moment, scenario, seconds):
-    subprocess.run([BIN / "hx7", "simulate", "--config", CONFIG, "--bus", f"socketcand:{bus_address}", "--scenario", scenario,
+def test_shows_the_golden_picture_of_frames_from_outside(machine, bus, cable, moment, scenario, seconds):
+    subprocess.run([BIN / "hx7", "simulate", "--config", CONFIG, "--bus", f"socketcand:{cable.address}", "--scenario", scenario,
                     "--seed", "7", "--ignore-expectations", "--seconds-of-crane", str(seconds)], check=True, timeout=600)
-    # A host that goes on asking for keys is not lost; the picture may come late on an emulated processor.
-    ask = (lambda: None) if moment == "link-lost" else lambda: bus.send_message([6])
-    machine.wait_picture((GOLDEN / f"{moment}.png").read_bytes(), moment, SETTLE_SECONDS, ask)
+    # The picture may come late on an emulated processor: the host repeats its last values until then.
+    repeat = (lambda: None) if moment == "link-lost" else lambda: bus.send_message(cable.values)
+    machine.wait_picture((GOLDEN / f"{moment}.png").read_bytes(), moment, SETTLE_SECONDS, repeat)
 
 
 def test_reports_a_key_of_the_keyboard_on_the_bus(machine, bus):
@@ -114,9 +114,10 @@ def test_comes_back_when_a_service_is_killed(machine, bus, service):
     machine.run(f"kill -KILL {before}")
     wait_for(lambda: machine.says(f"systemctl show -P ActiveState {unit}") == "active" and
              machine.says(f"systemctl show -P MainPID {unit}") not in ("0", before), f"{unit} again", SETTLE_SECONDS)
-    show_load(machine, bus, 20000 + 100 * SERVICES.index(service))
-    picture = wait_for(lambda: service_picture(machine), "the screen service's picture", SETTLE_SECONDS)
-    machine.wait_picture(picture, "the screen service", SETTLE_SECONDS, lambda: bus.send_message([6]))
+    load = 20000 + 100 * SERVICES.index(service)
+    show_load(machine, bus, load)
+    picture = wait_for(lambda: bus.send_message(cmd2(load=load)) or service_picture(machine), "the screen service's picture", SETTLE_SECONDS)
+    machine.wait_picture(picture, "the screen service", SETTLE_SECONDS, lambda: bus.send_message(cmd2(load=load)))
 
 
 def test_reports_a_bus_that_is_gone_and_shows_its_data_again(machine, bus):
@@ -147,7 +148,7 @@ def test_survives_power_cuts_while_it_writes(tmp_path, waiting_picture):
               "md5sum <new >>new.sum; sync new; mv new unit.conf; dd if=/dev/urandom of=/var/noise bs=64k count=8 2>/dev/null; done")
     settings = None
     for cut in range(POWER_CUTS + 1):
-        machine = Machine(tmp_path, disk, keep_disk=True)
+        machine = EmulatedUnit(tmp_path, disk, keep_disk=True)
         try:
             machine.wait_picture(waiting_picture, f"a unit after {cut} power cuts", BOOT_SECONDS)
             now = machine.run("grep -v '^#' /etc/orvik/unit.conf")

@@ -75,7 +75,7 @@ class Shell:
         return int(end[1]), re.sub(r"\x1b\[[?0-9;]*[a-zA-Z]", "", text.decode("utf-8", "replace")).replace("\r", "")
 
 
-class Machine:
+class EmulatedUnit:
     """Has power from its making until `cut_power`. Its shell answers once it is made, before the unit's services start."""
 
     def __init__(self, folder, image, keep_disk=False):
