@@ -21,7 +21,7 @@ GOLDEN = REPOSITORY / "tests/golden"
 SERVICES = ("notify", "database", "board", "j1939", "screen", "panel", "display", "window")
 BOOT_SECONDS = 1200
 SETTLE_SECONDS = 600
-POWER_CUTS = 20
+POWER_CUTS = int(os.environ.get("ORVIK_POWER_CUTS", "20"))
 
 
 def note(text):
