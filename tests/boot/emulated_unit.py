@@ -15,6 +15,8 @@ from pictures import MEAN_TOLERANCE, TILE_TOLERANCE, compare
 
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 SHELL_SECONDS = 900.0
+# No multiple of the period of a flashing sign, which would always be seen in the same state.
+BETWEEN_PICTURES = 0.73
 RACK = 0x13FE  # vendor of the card at the other end of the cable
 
 
@@ -127,7 +129,7 @@ class EmulatedUnit:
             return (mean <= MEAN_TOLERANCE and worst <= TILE_TOLERANCE), mean, worst
 
         seen = []
-        wait_for(lambda: seen.append(is_shown()) or seen[-1][0], f"the picture of {what}", seconds, 1.0,
+        wait_for(lambda: seen.append(is_shown()) or seen[-1][0], f"the picture of {what}", seconds, BETWEEN_PICTURES,
                  lambda _: f"the last one differs by {seen[-1][1]:.1f}, in the worst place by {seen[-1][2]:.0f}; "
                            f"see {self.folder / 'screen.png'}")
         return self.seconds()
