@@ -1,6 +1,7 @@
 """The last ten minutes on the front panel: the cursor goes back to what was shown then, and the live screen stays live."""
 
 import json
+import re
 import threading
 import time
 
@@ -18,6 +19,8 @@ VALUES = """
   return Object.fromEntries(rows.map((row) => [...row.children].map((each) => each.textContent)));
 """
 CURSOR = "return log.begin + shown.cursor"
+SAID_IS_OF_CURSOR = "return Number(document.getElementById('history-said').dataset.time) === shown.cursor"
+SAID = "return [...document.getElementById('history-said').rows].map((row) => row.textContent + (row.ariaCurrent ? ' <' : ''))"
 
 
 class History:
@@ -45,6 +48,13 @@ class History:
     def text(self, element_id):
         self.wait_picture()
         return (self.run(PAST_TEXT, element_id) or "").strip()
+
+    def loads(self):
+        """The loads in the messages up to the cursor, of which the last one is marked."""
+        wait_for(lambda: self.run(SAID_IS_OF_CURSOR), "the messages up to the cursor")
+        said = self.run(SAID)
+        assert len(said) == 12 and [line.endswith("<") for line in said] == [False] * 11 + [True]
+        return re.findall(r"operating-values: .*?, load (\d+),", "\n".join(said))
 
     def wait_value(self, name, wanted):
         wait_for(lambda: self.run(VALUES).get(name) == wanted, f"{name} of {wanted}")
@@ -103,11 +113,13 @@ def test_the_cursor_goes_back_to_what_was_shown(lift):
     history.go_to(light + 1500)
     assert history.text("orvikTextWidgetLoad") == "12,300"
     history.wait_value("load", "12,300 lbs")
+    assert set(history.loads()) == {"12300"}
     assert panel.find("#history-page").text == "Page Main"
     assert panel.find("#history-was").text.startswith("As it was at ")
     history.go_to(heavy + 1500)
     assert history.text("orvikTextWidgetLoad") == "45,600"
     history.wait_value("percent", "110.0 %")
+    assert set(history.loads()) == {"45600"}
     # The live screen goes on beside it.
     host.values = {"load": 20000, "percent": 0.6}
     wait_for(lambda: panel.screen_text("orvikTextWidgetWadLoad") == "20,000", "the load on the live screen")
@@ -123,6 +135,8 @@ def test_the_cursor_goes_back_to_what_was_shown(lift):
     assert history.text("orvikTextWidgetWadLoad") == "20,000"
     history.go_to(light + 1500)
     assert history.text("orvikTextWidgetLoad") == "12,300"
+    history.go_to(history.run("return log.begin + log.start") + 50)
+    wait_for(lambda: panel.find("#history-said-note").text.startswith("The bus’s trace begins at "), "no messages before the first frame")
     bands = json.loads(panel.desk.request("GET", "/api/history")[1])["bands"]
     assert [label for *_, label in bands["page"]][-2:] == ["Main", "Wad"]
     assert len(bands["overload"]) == 1
@@ -149,6 +163,7 @@ def test_a_replay_opens_at_the_end_of_the_bundles_history(lift, tmp_path):
     wait_for(lambda: history.text("orvikTextWidgetWadLoad") == "45,600", "the last picture before the bundle")
     history.go_to(light + 1500)
     assert history.text("orvikTextWidgetLoad") == "12,300"
+    assert set(history.loads()) == {"12300"}
     for width in (390, 900, 1400):
         run("Emulation.setDeviceMetricsOverride", {"width": width, "height": 844, "deviceScaleFactor": 1, "mobile": width < 700})
         whole, seen = panel.driver.execute_script(WIDTHS)

@@ -200,9 +200,9 @@ void HttpServer::AddBus() {
 void HttpServer::AnswerTrace(const request_t& request, response_t& response) {
   const auto parameter = [&](const char* name) { return request.get_param_value(name); };
   try {
-    const trace_query_t query =
-        ReadTraceQuery(parameter("after"), parameter("kind"), parameter("text"), parameter("most"));
-    response.set_content(parts_.trace.Answer(query), JSON);
+    const trace_query_t query = ReadTraceQuery(parameter("after"), parameter("until"), parameter("kind"),
+                                               parameter("text"), parameter("most"));
+    response.set_content((query.until_ms ? parts_.pastTrace : parts_.trace).Answer(query), JSON);
   } catch (const std::invalid_argument& error) {
     Fail(response, http::BAD_REQUEST, error.what());
   }

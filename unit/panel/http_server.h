@@ -20,6 +20,7 @@ namespace unit {
 struct panel_parts_t {
   PanelState& state;
   BusTrace& trace;
+  BusTrace& pastTrace;  // of the time that the history shows
   StreamHub& hub;
   KeyHolder& keys;
   ScreenClient& screen;

@@ -4,16 +4,21 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "platform/threads.h"
 
 #include "base/host_port.h"
+#include "bus/log_lines.h"
 #include "unit/health/subscriber.h"
 #include "unit/history/history_recorder.h"
 #include "unit/history/recorded_history.h"
@@ -36,14 +41,32 @@ constexpr auto PACE = 20ms;  // while there are readers
 constexpr auto RETRY_PERIOD = 1s;
 constexpr auto SCREEN_LIMIT = 1s;
 
-// Without a folder, or where it has no history that can be read, the history of this run.
-std::unique_ptr<HistorySource> MakeHistory(const std::string& folder) {
-  if (folder.empty()) return std::make_unique<HistoryRecorder>();
+// The frames of a bundle's log. A line that is no frame is left out, as the player does.
+std::unique_ptr<BusTrace> ReadTrace(const std::string& path) {
+  std::vector<bus::frame_t> frames;
+  std::ifstream file(path);
+  for (std::string line; std::getline(file, line);) {
+    if (const auto read = bus::ParseLogLine(line)) frames.push_back(read->frame);
+  }
+  auto trace = std::make_unique<BusTrace>();
+  trace->Accept(frames);
+  return trace;
+}
+
+// What the history shows, and the bus of that time.
+struct past_t {
+  std::unique_ptr<HistorySource> history;
+  std::unique_ptr<BusTrace> trace;  // null: the trace of this run
+};
+
+// Without a bundle's folder, or where it has no history that can be read, the history of this run.
+past_t MakePast(const options_t& options) {
+  if (options.historyFolder.empty()) return {std::make_unique<HistoryRecorder>(), nullptr};
   try {
-    return std::make_unique<RecordedHistory>(folder);
+    return {std::make_unique<RecordedHistory>(options.historyFolder), ReadTrace(options.historyBusFile)};
   } catch (const std::runtime_error& error) {
     std::cerr << std::string("panel: ") + error.what() + "; it records this run instead\n" << std::flush;
-    return std::make_unique<HistoryRecorder>();
+    return {std::make_unique<HistoryRecorder>(), nullptr};
   }
 }
 
@@ -57,7 +80,7 @@ class PanelWorker {
   explicit PanelWorker(const options_t& options)
       : address_(http::ParseAddress(options.httpAddress)),
         wordsFolder_(options.configDirectory + "/words"),
-        history_(MakeHistory(options.historyFolder)),
+        past_(MakePast(options)),
         state_(hub_, screen_, ReadParameterFile(options.configDirectory + "/parameters.xml")),
         subscriber_(
             {SCREEN_CHANGES_CHANNEL_NAME, BOARD_CHANNEL_NAME, BUS_CHANNEL_NAME, HEALTH_CHANNEL_NAME,
@@ -111,8 +134,9 @@ class PanelWorker {
     std::string problem;
     try {
       server = std::make_unique<HttpServer>(
-          address_, panel_parts_t{state_, trace_, hub_, keys_, screen_, pictures_,
-                                  [this] { return connected_.load(); }, wordsFolder_, *history_});
+          address_,
+          panel_parts_t{state_, trace_, past_.trace ? *past_.trace : trace_, hub_, keys_, screen_, pictures_,
+                        [this] { return connected_.load(); }, wordsFolder_, *past_.history});
     } catch (const std::runtime_error& error) {
       problem = std::string(error.what()) + " (trying again once a second)";
     }
@@ -149,7 +173,7 @@ class PanelWorker {
   StreamHub hub_;
   KeyHolder keys_;
   ScreenClient screen_{SCREEN_LIMIT}, pictures_{SCREEN_LIMIT};
-  const std::unique_ptr<HistorySource> history_;
+  const past_t past_;
   PanelState state_;
   BusTrace trace_;
   std::atomic<bool> connected_{false};

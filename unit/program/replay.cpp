@@ -85,7 +85,10 @@ void SetPlan(run_plan_t& plan, const archive_t& bundle, const fs::path& folder) 
   plan.playFile = folder / BUNDLE_BUS;
   if (HasFile(bundle, BUNDLE_KEYS)) plan.keysFile = folder / BUNDLE_KEYS;
   const bool hasHistory = HasFile(bundle, BUNDLE_HISTORY);
-  if (hasHistory) plan.options.historyFolder = folder / BUNDLE_STATE;
+  if (hasHistory) {
+    plan.options.historyFolder = folder / BUNDLE_STATE;
+    plan.options.historyBusFile = plan.playFile;
+  }
   plan.historyNote = hasHistory ? "the last ten minutes before the bundle was made"
                                 : "the bundle has no history of its screen; that of this replay";
   plan.hostMayStart = [names = ReadScreenNames(plan.options.genericFile)] { return SkipSplashPage(names); };

@@ -21,6 +21,7 @@ struct options_t {
   std::string beeperDevice;                           // evdev device with a sounder; empty: none
   std::string backlightDirectory;                     // sysfs folder of the backlight; empty: none
   std::string historyFolder;                          // history of a bundle for the panel; empty: this run's
+  std::string historyBusFile;                         // log of the bus of that bundle (candump -L)
   bool fullscreen = false;                            // the native window takes the whole display
   std::size_t queueMessages = 4096;                   // notification manager: bound of one subscriber's queue
   std::size_t queueBytes = 8U << 20U;

@@ -1,4 +1,4 @@
-// The last frames of the bus, each message in the words of `hx7 watch`, as the panel shows them.
+// The last frames of the bus. Their messages get the words of `hx7 watch` when a reader asks for them.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,6 @@
 #include <optional>
 #include <span>
 #include <string>
-#include <string_view>
 
 #include "unit/trace/trace_report.h"
 
@@ -20,13 +19,14 @@ class TrafficDecoder;
 namespace unit {
 
 // Which frames a reader asks for. FRAMES is every frame; the others leave out the frames of a message before
-// its last one, which has the words of the whole message.
-enum class trace_kind_t : std::uint8_t { MESSAGES, HOST, DISPLAY, OTHER, FRAMES };
+// its last one, which has the words of the whole message. BOTH is the host and the display.
+enum class trace_kind_t : std::uint8_t { MESSAGES, HOST, DISPLAY, OTHER, FRAMES, BOTH };
 
 struct trace_query_t {
   static constexpr std::size_t MOST_ROWS = 200;
 
-  std::uint64_t after = 0;  // a frame's number: only later frames
+  std::uint64_t after = 0;                               // a frame's number: only later frames
+  std::optional<std::uint64_t> until_ms = std::nullopt;  // milliseconds since 1970: only frames up to then
   trace_kind_t kind = trace_kind_t::MESSAGES;
   std::string text;  // words with blanks between, in small letters; a row has all of them
   std::size_t most = MOST_ROWS;
@@ -34,13 +34,15 @@ struct trace_query_t {
 
 // Reads the parameters of GET /api/bus/trace. An empty one takes its default. Throws std::invalid_argument that
 // says what is wrong.
-trace_query_t ReadTraceQuery(const std::string& after, const std::string& kind, const std::string& text,
-                             const std::string& most);
+trace_query_t ReadTraceQuery(const std::string& after, const std::string& until, const std::string& kind,
+                             const std::string& text, const std::string& most);
 
-// Any thread. A query for words looks through all frames that are kept, which takes some 10 ms.
+// Any thread. Readers hold the lock only while they copy the list of blocks.
 class BusTrace {
  public:
-  static constexpr std::size_t MOST_FRAMES = 20'000;  // two minutes of a host's usual traffic, some 4 MB
+  // 16 minutes of a host that sends 104 frames a second (the scenario normal-lift), in some 4 MB: 32 bytes a
+  // frame, and a decoder for each 250 frames.
+  static constexpr std::size_t MOST_FRAMES = 100'000;
 
   BusTrace();
   ~BusTrace();
@@ -49,6 +51,8 @@ class BusTrace {
 
   // A message of the channel TRACE_CHANNEL_NAME.
   void Accept(std::span<const std::uint8_t> message);
+  // Frames of a log, in its order.
+  void Accept(std::span<const bus::frame_t> frames);
   // The newest rows that the query asks for, the oldest of them first, as JSON:
   //
   // | member | meaning                                                                            |
@@ -58,6 +62,7 @@ class BusTrace {
   // | passed | frames after `after` that the query asks for and `rows` has not the room for         |
   // | gone   | frames after `after` that are not kept any more                                     |
   // | missed | frames that never reached the panel, since it started                               |
+  // | begins | time of the oldest frame that is kept; null without one                             |
   //
   // A number beyond the newest frame is one of an earlier run, and counts as 0.
   std::string Answer(const trace_query_t& query) const;
@@ -65,21 +70,20 @@ class BusTrace {
   std::string Log() const;
 
  private:
-  struct kept_frame_t {
-    traced_frame_t traced;
-    bool completes = false;  // a message, or is a frame of another station
-    std::string_view from;
-    std::string command;
-    std::string words;
+  struct block_t;
+  class BlockReader;
+  struct kept_frames_t {
+    std::deque<std::shared_ptr<block_t>> blocks;  // only the last one grows; none is empty
+    std::size_t frames = 0;                       // in all blocks
+    std::uint64_t newest = 0;                     // number of the last frame; the first has 1
+    std::uint64_t missed = 0;
   };
-  void Keep(const traced_frame_t& traced);
-  static bool Matches(const kept_frame_t& kept, const trace_query_t& query);
+  void Keep(const bus::frame_t& frame, bool sent);
+  kept_frames_t CopyKept() const;
 
   mutable std::mutex mutex_;  // guards all below
   std::unique_ptr<host::TrafficDecoder> decoder_;
-  std::deque<kept_frame_t> frames_;
-  std::uint64_t newest_ = 0;  // number of the last frame; the first has 1
-  std::uint64_t missed_ = 0;
+  kept_frames_t kept_;
   std::optional<std::uint64_t> expected_;  // number of the J1939 service's next frame
 };
 

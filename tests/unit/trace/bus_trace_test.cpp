@@ -22,10 +22,13 @@ using testing::HasSubstr;
 class BusTraceTest : public testing::Test {
  protected:
   // As the words of hx7 send.
-  void Say(const std::string& word) {
+  void Say(const std::string& word, std::uint64_t time_us = 0) {
     const std::vector<std::string> words = {word};
     for (const host::send_step_t& step : host::PlanSend(words, values_).steps) {
-      for (const bus::frame_t& frame : step.frames) sender_.Note(frame, false);
+      for (bus::frame_t frame : step.frames) {
+        frame.time_us = time_us;
+        sender_.Note(frame, false);
+      }
     }
   }
   void PassFrames(std::size_t count) {
@@ -37,7 +40,7 @@ class BusTraceTest : public testing::Test {
   }
   json Ask(const trace_query_t& query = {}) { return json::parse(trace_.Answer(query)); }
   std::size_t RowsFor(const std::string& kind, const std::string& text) {
-    return Ask(ReadTraceQuery("", kind, text, ""))["rows"].size();
+    return Ask(ReadTraceQuery("", "", kind, text, ""))["rows"].size();
   }
 
   TraceSender sender_;
@@ -78,9 +81,44 @@ TEST_F(BusTraceTest, FiltersByKindAndWords) {
   } cases[] = {{"", "", 4},       {"frames", "", 5},   {"host", "", 2},    {"display", "", 0},
                {"other", "", 2},  {"", "METRIC", 1},   {"", "hello", 1},   {"", "cmd7 units", 1},
                {"", "123 ab", 2}, {"", "18ff00d0", 2}, {"", "cmd7 ab", 0}, {"frames", "host", 3},
-               {"", "  ", 4}};
+               {"", "  ", 4},     {"both", "", 2}};
   for (const auto& each : cases)
     EXPECT_EQ(RowsFor(each.kind, each.text), each.rows) << each.kind << '/' << each.text;
+}
+
+TEST_F(BusTraceTest, AnswersUpToATime) {
+  EXPECT_EQ(Ask()["begins"], nullptr);
+  Say("units=metric", 1'000'000);
+  Say("line1-left=HELLO", 2'000'999);
+  Deliver();
+  const struct {
+    const char* until;
+    std::vector<std::string> commands;
+  } cases[] = {{"", {"CMD7.11", "CMD5"}},
+               {"2000", {"CMD7.11", "CMD5"}},
+               {"1999", {"CMD7.11"}},
+               {"1000", {"CMD7.11"}},
+               {"999", {}}};
+  for (const auto& [until, wanted] : cases) {
+    const json answer = Ask(ReadTraceQuery("", until, "both", "", ""));
+    std::vector<std::string> commands;
+    for (const json& row : answer["rows"]) commands.push_back(row["command"]);
+    EXPECT_EQ(commands, wanted) << until;
+    EXPECT_EQ(answer["begins"], 1.0);
+  }
+}
+
+// The trace decodes a block of 250 frames at a time.
+TEST_F(BusTraceTest, SaysAMessageThatBeginsInAnEarlierBlock) {
+  Say("units=metric");
+  PassFrames(248);
+  Say("line1-left=HELLO");  // frames 250 and 251
+  Say("load=1000");
+  Deliver();
+  const json rows = Ask(ReadTraceQuery("", "", "host", "", ""))["rows"];
+  ASSERT_EQ(rows.size(), 3U);
+  EXPECT_THAT(rows[1]["words"].get<std::string>(), HasSubstr("line1-left \"HELLO\""));
+  EXPECT_THAT(rows[2]["words"].get<std::string>(), HasSubstr("load 1000 kgs"));
 }
 
 TEST_F(BusTraceTest, CountsWhatItPassesOver) {
@@ -98,13 +136,13 @@ TEST_F(BusTraceTest, CountsWhatItPassesOver) {
   EXPECT_EQ(Ask({.after = 9'000'000, .text = {}})["rows"].size(), trace_query_t::MOST_ROWS)
       << "of an earlier run";
 
-  for (int i = 0; i < 4; ++i) {
+  for (int i = 0; i < 23; ++i) {
     PassFrames(TraceSender::MOST_WAITING);
     Deliver();
   }
   answer = Ask({.after = 8, .text = {}, .most = 0});
-  EXPECT_EQ(answer["gone"], 24'576 - 8 - BusTrace::MOST_FRAMES);
-  EXPECT_EQ(answer["passed"], BusTrace::MOST_FRAMES);
+  EXPECT_EQ(answer["gone"], 10 * 250 - 8) << "the oldest blocks of the 102,400 frames";
+  EXPECT_EQ(answer["passed"], 102'400 - 10 * 250);
 }
 
 TEST_F(BusTraceTest, WritesALogOfBothDirections) {
@@ -116,10 +154,11 @@ TEST_F(BusTraceTest, WritesALogOfBothDirections) {
 }
 
 TEST_F(BusTraceTest, RefusesWhatIsNoQueryAndNoReport) {
-  EXPECT_THROW(ReadTraceQuery("-1", "", "", ""), std::invalid_argument);
-  EXPECT_THROW(ReadTraceQuery("", "some", "", ""), std::invalid_argument);
-  EXPECT_THROW(ReadTraceQuery("", "", std::string(201, 'x'), ""), std::invalid_argument);
-  EXPECT_EQ(ReadTraceQuery("", "", "", "100000").most, trace_query_t::MOST_ROWS);
+  EXPECT_THROW(ReadTraceQuery("-1", "", "", "", ""), std::invalid_argument);
+  EXPECT_THROW(ReadTraceQuery("", "1.5", "", "", ""), std::invalid_argument);
+  EXPECT_THROW(ReadTraceQuery("", "", "some", "", ""), std::invalid_argument);
+  EXPECT_THROW(ReadTraceQuery("", "", "", std::string(201, 'x'), ""), std::invalid_argument);
+  EXPECT_EQ(ReadTraceQuery("", "", "", "", "100000").most, trace_query_t::MOST_ROWS);
   std::vector<std::uint8_t> message = WriteTraceReport({.first = 0, .frames = {traced_frame_t{}}});
   message[22] = 9;  // the record's length
   trace_.Accept(message);

@@ -41,8 +41,12 @@ constexpr auto PARAMETERS = std::to_array<parameter_row_t>(
      {"time", "Milliseconds since the history's beginning", "^[0-9]{1,15}$", "0"},
      {"number", "A chunk that GET /api/history lists", "^[0-9]{1,15}$", "0"},
      {"after", "The number of a frame: only later ones", "^[0-9]*$", "0"},
-     {"kind", "frames: every frame, not only the last of each message",
-      "^(messages|host|display|other|frames)?$", "messages"},
+     {"until",
+      "Milliseconds since 1970: frames up to then, in a replay those of the bundle. A moment of the history is "
+      "its begin and time added",
+      "^[0-9]*$", ""},
+     {"kind", "frames: every frame, not only the last of each message; both: the host and the display",
+      "^(messages|host|display|other|frames|both)?$", "messages"},
      {"text", "Words that a row must have, in any letter case", "^.{0,200}$", "CMD2"},
      {"most", "At most so many rows, up to 200", "^[0-9]*$", "50"}});
 

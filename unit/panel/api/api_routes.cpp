@@ -30,7 +30,7 @@ constexpr auto ROUTES = std::to_array<api_route_t>({
     {route_t::BUS, "GET", "/api/bus", "The last frames of the bus", JSON_TYPE, "Bus", "", ""},
     {route_t::TRACE, "GET", "/api/bus/trace",
      "Frames and messages of the bus in words, the newest that are asked for", JSON_TYPE, "Trace", "", "400",
-     "after kind text most"},
+     "after until kind text most"},
     {route_t::LOG, "GET", "/api/bus/log", "The frames that the panel keeps, as candump -L writes them",
      "text/plain; charset=utf-8", "", "", ""},
     {route_t::DATABASE, "GET", "/api/database", "All parameters of the database", JSON_TYPE, "Database", "",

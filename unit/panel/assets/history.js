@@ -4,6 +4,7 @@
 // and while it is closed, it costs nothing. Their names are global: log, shown, showPart, setCursor, showScreen and others.
 
 import { setText } from './tables.js';
+import { showMessages } from './past_messages.js';
 import { followWords, word } from './words.js';
 
 const SCRIPTS = ['chart.min.js', 'data.js', 'curves.js', 'bands.js', 'past_screen.js', 'cursor.js'];
@@ -121,6 +122,7 @@ function nameMoment(time) {
   setText(byId('was'), `${word('panel.history-was', 'As it was at')} ${clockAt(time).slice(0, 10)}`);
   setText(byId('since'), lengthOf(log.end - time) + ' ' + (log.recorded ? word('panel.history-before-end', 'before the end of the bundle') : word('panel.history-ago', 'ago')));
   showScreen();
+  showMessages(time);
 }
 
 // What the whole ten minutes were stays the whole, and what ended at the present ends there.
